@@ -1,0 +1,1 @@
+#include "LoudCalcBase.h"

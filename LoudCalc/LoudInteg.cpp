@@ -1,0 +1,1 @@
+#include "LoudInteg.h"

@@ -1,0 +1,1 @@
+#include "ProbeMatrixConf.h"

@@ -1,0 +1,1 @@
+#include "ReactorMain.h"

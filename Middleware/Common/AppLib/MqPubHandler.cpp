@@ -1,0 +1,1 @@
+#include "MqPubHandler.h"

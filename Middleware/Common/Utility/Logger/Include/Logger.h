@@ -1,0 +1,88 @@
+// The process-wide logger: coloured, time-stamped lines on the console and, when attached, one JSON
+// document a message to the unit's log sink over ZeroMQ. Used from the reactor thread only.
+
+#pragma once
+
+#include <czmq.h>
+
+#include <cstdint>
+#include <cstdio>
+
+/// Severity of a message. A message is written when its level is at least the threshold.
+enum MsgLevel_e : std::int32_t {
+  MsgLevel_Notset = 0,
+  MsgLevel_Debug = 10,
+  MsgLevel_Info = 20,
+  MsgLevel_Warn = 30,
+  MsgLevel_Error = 40,
+  MsgLevel_Critical = 50,
+  MsgLevel_Max = 51,
+  MsgLevel_Default = MsgLevel_Warn,
+  MsgLevel_None = 1050,  // a threshold that lets nothing through
+};
+using LogLevel_e = MsgLevel_e;
+
+/// Kind of a message at the log sink.
+enum MsgType_e : std::int32_t {
+  MsgType_Logging = 0,
+  MsgType_Notify = 1,
+};
+
+class Logger {
+ public:
+  /// The logger, made on first use and freed by an exit handler. A new logger has no sink, threshold
+  /// `MsgLevel_Default`, no console output and an empty name. Null only when memory is exhausted.
+  static Logger* GetInstance();
+
+  /// Detaches the sink and frees the logger; harmless when there is none.
+  static void DeleteInstance();
+
+  /// Levelled messages. Each writes the message to the console (Error, Warn, Info and Debug only with
+  /// `mConsoleAttached`) and to the attached sink, unless its level lies below `mLogLevel` or
+  /// `mDisableAll` is set. Returns the message's character count, 0 when nothing was written.
+  int Critical(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  int Error(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  int Warn(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  int Info(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  int Debug(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+  /// A notification for the unit's user, whatever the threshold: to the attached sink, else to
+  /// standard error. `title` may be null. Returns the message's character count.
+  int Notify(MsgLevel_e level, const char* title, const char* format, ...)
+      __attribute__((format(printf, 4, 5)));
+
+  /// Writes the formatted text and a line feed to `stream`, nothing else, and flushes it.
+  static void Fprintf(FILE* stream, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+  /// Connects the sink socket (PUSH) over TCP or IPC. Sends to it never wait: a message that the sink
+  /// does not take at once is lost. Returns 1 when attached, 0 when not or attached already.
+  int AttachMqOverTcp();
+  int AttachMqOverIpc();
+
+  /// Closes the sink socket if there is one. Returns 1.
+  int DetachMq();
+
+  /// Whether a sink socket is attached (its peer need not be there).
+  bool isMqAttached() const { return mpSock != nullptr; }
+
+  /// Printed name of a level; the empty string for a value that has none.
+  static const char* GetLevelName(MsgLevel_e level);
+
+  /// Sends one message to the sink as {"MsgType","Level","Name","Message"} and, for a notification
+  /// with a title, "Title". False without a message or sink, or when the sink did not take it.
+  bool SendJson(MsgType_e type, MsgLevel_e level, const char* message, const char* title);
+
+  zsock_t* mpSock = nullptr;                // PUSH socket to the log sink, owned; null: not attached
+  MsgLevel_e mLogLevel = MsgLevel_Default;  // lowest level that is written
+  bool mEnableTimeStamp = true;             // kept, not read
+  bool mThreadSafe = false;                 // kept, not read
+  bool mConsoleAttached = false;            // console output of Error, Warn, Info and Debug
+  bool mFileAttached = false;               // kept, not read
+  bool mDisableAll = false;                 // suppresses all levelled output
+  char mName[8] = {};                       // short name of the process, part of every line
+  char mMsg[2048] = {};                     // buffer in which a message for the sink is composed
+
+ private:
+  Logger() = default;
+  ~Logger();
+};

@@ -1,0 +1,38 @@
+// Strict access to JSON documents that come from the network. Every reader uses these functions, so
+// that nesting cannot exhaust the stack and a value of the wrong type always counts as missing.
+
+#pragma once
+
+#include <rapidjson/document.h>
+
+#include <cstdint>
+#include <string>
+
+namespace json {
+
+/// Parses the zero-terminated `text` without recursion. False when it is null, is not JSON or its
+/// root is not an object; `document` then holds nothing of use.
+bool ParseObject(const char* text, rapidjson::Document& document);
+
+/// Parses the zero-terminated `text` without recursion, whatever its root. False when it is null or
+/// is not JSON.
+bool Parse(const char* text, rapidjson::Document& document);
+
+/// The member of `object` with exactly that key, or null. `object` must be a JSON object. Of
+/// duplicate keys the first counts.
+const rapidjson::Value* Find(const rapidjson::Value& object, const char* key);
+
+/// The member when it is present and an object (array), else null.
+const rapidjson::Value* FindObject(const rapidjson::Value& object, const char* key);
+const rapidjson::Value* FindArray(const rapidjson::Value& object, const char* key);
+
+/// Each reads one member into `out` and returns true; a member that is missing or of another type
+/// leaves `out` unchanged and returns false. A number with a fraction part, 9.0 included, is no
+/// integer.
+bool Read(const rapidjson::Value& object, const char* key, bool& out);
+bool Read(const rapidjson::Value& object, const char* key, std::int32_t& out);
+bool Read(const rapidjson::Value& object, const char* key, std::uint32_t& out);
+bool Read(const rapidjson::Value& object, const char* key, std::uint64_t& out);
+bool Read(const rapidjson::Value& object, const char* key, std::string& out);
+
+}  // namespace json

@@ -1,0 +1,3 @@
+#include "Isolation.h"
+
+void IsolateTestProcess() {}

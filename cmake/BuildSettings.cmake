@@ -1,0 +1,33 @@
+# How everything of our own is compiled: the language level, the warnings and the helpers by which
+# each folder declares its library or tests in a few lines.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+add_library(loudcalc_build_settings INTERFACE)
+target_compile_options(loudcalc_build_settings INTERFACE
+  -Wall -Wextra -Wconversion -Wshadow -Werror
+  # No fused multiply-add: every figure is the same on the board and on a desk.
+  -ffp-contract=off
+  # Assertion texts name a file of the project, not of the machine that built it.
+  "-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=")
+target_compile_definitions(loudcalc_build_settings INTERFACE _GNU_SOURCE)
+if(LOUDCALC_SANITIZERS)
+  target_compile_options(loudcalc_build_settings INTERFACE
+    -fsanitize=${LOUDCALC_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(loudcalc_build_settings INTERFACE -fsanitize=${LOUDCALC_SANITIZERS})
+endif()
+
+# loudcalc_add_library(NAME SOURCES files... [LINK libraries...]): a static library whose headers
+# stand in Include/ beside the calling CMakeLists.txt.
+function(loudcalc_add_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}/Include")
+  target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE loudcalc_build_settings)
+endfunction()
