@@ -1,1 +1,154 @@
+// Histogram of loudness readings, owned by the integrators. Reactor thread only.
+
 #include "Bin.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+
+namespace {
+
+constexpr float kBinWidthSingle = 0.02F;  // LU, for coding a loudness
+constexpr double kBinWidth = 0.02;        // LU, for everything read back
+
+// Power to loudness. The first term is the level of the power that the DSP stage delivers for a
+// mean square of 1.0; the second takes the place of the -0.691 of ITU-R BS.1770-3, Annex 1, which
+// takes back the gain of the K-weighting at 1 kHz.
+constexpr double kPowerScaleDb = 152.6905962;
+constexpr double kWeightingOffsetDb = 0.6974;
+
+// Loudness to power, for the bins. The offset is the one above plus half a bin, the half held in
+// single precision. Together the two are not the exact inverse of the above: a bin reads back
+// 0.0085 LU above its lower edge, near its middle, so that coding a loudness hardly biases the
+// mean.
+constexpr double kUnitPower = 1857398385681617.0;
+constexpr double kBinOffsetDb = 0.7073999997764826;
+
+constexpr std::uint32_t kLowPercent = 10;  // EBU Tech 3342: lower end of the loudness range
+constexpr std::uint32_t kHighPercent = 5;  // EBU Tech 3342: share of readings above its upper end
+
+std::uint16_t BinOf(std::uint16_t code) {
+  return std::min(code, kMaxLoudnessCode);
+}
+
+std::uint64_t BinCenter(std::size_t code) {
+  const double lowerEdge = -70.0 + kBinWidth * static_cast<double>(code - 1);
+  const double exponent = (lowerEdge + kBinOffsetDb) / 10.0;
+  const double power = exponent < 0.0 ? kUnitPower / std::pow(10.0, -exponent)
+                                      : kUnitPower * std::pow(10.0, exponent);
+  return static_cast<std::uint64_t>(power);
+}
+
+std::uint32_t Percent(std::uint32_t count, std::uint32_t total) {
+  return total == 0 ? 0 : count * 100U / total;
+}
+
+}  // namespace
+
+float LoudnessOfPower(std::uint64_t power) {
+  const double level = 10.0 * std::log10(static_cast<double>(power));
+  return static_cast<float>(level - kPowerScaleDb - kWeightingOffsetDb);
+}
+
+void PrintEngineFault(const char* format, ...) {
+  std::fputs("LOUD C ERR: ", stdout);
+  va_list arguments;
+  va_start(arguments, format);
+  std::vprintf(format, arguments);
+  va_end(arguments);
+  std::fflush(stdout);
+}
+
+std::array<std::uint64_t, kNumLoudnessCodes> Cbin::BinCenters{};
+
+void Cbin::Reset() {
+  Bins.fill(0);
+  NumBinnedValues = 0;
+}
+
+void Cbin::InitBinCenters() {
+  BinCenters[0] = 0;
+  for (std::size_t code = 1; code < kNumLoudnessCodes; ++code)
+    BinCenters[code] = BinCenter(code);
+}
+
+std::uint16_t Cbin::GetBinIndx(float loudness) {
+  const float bins = (loudness - kAbsoluteGateLkfs) / kBinWidthSingle;
+  if (!(bins >= 0.0F))  // also takes what is no number
+    return 0;
+  const float code = bins + 1.0F;
+  if (code >= static_cast<float>(kNumLoudnessCodes))
+    return kMaxLoudnessCode;
+  return static_cast<std::uint16_t>(code);
+}
+
+void Cbin::Increment(std::uint16_t code) {
+  ++NumBinnedValues;
+  ++Bins[BinOf(code)];
+}
+
+void Cbin::Decrement(std::uint16_t code) {
+  const std::uint16_t bin = BinOf(code);
+  if (NumBinnedValues != 0)
+    --NumBinnedValues;
+  else
+    PrintEngineFault("Tried to decrement when bins are empty.\n");
+  if (Bins[bin] != 0)
+    --Bins[bin];
+  else
+    PrintEngineFault("Tried to decrement bin %d when it was empty.\n", bin);
+}
+
+float Cbin::GetLoudnessLkfs(float gate) const {
+  if (NumBinnedValues == 0)
+    return kNoLoudnessLkfs;
+  std::uint32_t count = 0;
+  std::uint64_t powerSum = 0;
+  for (std::size_t code = std::max<std::size_t>(GetBinIndx(gate), 1); code < kNumLoudnessCodes;
+       ++code) {
+    count += Bins[code];
+    powerSum += Bins[code] * BinCenters[code];
+  }
+  if (count == 0 || count > powerSum)
+    return kNoLoudnessLkfs;
+  return LoudnessOfPower(powerSum / count);
+}
+
+float Cbin::GetLra(std::uint16_t lowestCode) const {
+  if (NumBinnedValues == 0)
+    return 0.0F;
+  const std::uint32_t total = CountFrom(lowestCode);
+  const int bins = HighPoint(total) - LowPoint(lowestCode, total);
+  return static_cast<float>(bins * kBinWidth);
+}
+
+std::uint32_t Cbin::CountFrom(std::uint16_t lowestCode) const {
+  std::uint32_t count = 0;
+  for (std::size_t code = lowestCode; code < kNumLoudnessCodes; ++code)
+    count += Bins[code];
+  return count;
+}
+
+// The first code, counted from the lowest up, at which the lower percentage is reached. Code 0 has
+// no loudness and is never the end of a range.
+int Cbin::LowPoint(std::uint16_t lowestCode, std::uint32_t total) const {
+  std::uint32_t count = 0;
+  for (std::size_t code = lowestCode; code < kNumLoudnessCodes; ++code) {
+    count += Bins[code];
+    if (code != 0 && Percent(count, total) >= kLowPercent)
+      return static_cast<int>(code);
+  }
+  return 0;
+}
+
+// The first code, counted from the top down, at which the upper percentage is reached.
+int Cbin::HighPoint(std::uint32_t total) const {
+  std::uint32_t count = 0;
+  for (std::size_t code = kMaxLoudnessCode; code > 0; --code) {
+    count += Bins[code];
+    if (Percent(count, total) >= kHighPercent)
+      return static_cast<int>(code);
+  }
+  return 0;
+}

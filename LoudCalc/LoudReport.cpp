@@ -1,1 +1,160 @@
+// Reporting: the action machine of the 100 ms tick and the republication of every fifth second. The
+// globals are written here and by the dispatcher, on the reactor thread only.
+
 #include "LoudReport.h"
+
+#include <cstdio>
+
+#include "DispatcherHook.h"
+#include "JsonCreateLuMessages.h"
+#include "JsonParser.h"
+#include "LcReactor.h"
+#include "LoudCalcBase.h"
+#include "PublishLoudness.h"
+
+std::uint32_t gluCalcActions = 0;
+std::uint32_t glEnableProbeData = 0;
+bool gbIsInvalidSrc = false;
+std::uint64_t glInvalidSrcCount = 0;
+char gsLuConf[kLuConfSize] = {};
+
+namespace {
+
+constexpr char kCommandMessage[] = "HwmLoudnessCmd";
+constexpr char kConfigurationMessage[] = "HwmSetLoudnessConfiguration";
+
+// After an invalid source ten messages without readings go out, the first five still marked valid.
+constexpr std::uint64_t kInvalidSrcMessages = 10;
+constexpr std::uint64_t kInvalidSrcMarkedValid = 5;
+
+using Topic_t = char[128];
+
+std::uint32_t MeterSetNo() {
+  return cLcReactor::mpReactor != nullptr ? cLcReactor::mlMeterSetNo : 1;
+}
+
+std::uint32_t ClusterNo() {
+  return cLcReactor::mpReactor != nullptr ? cLcReactor::mlClusterNo : 1;
+}
+
+void FormatTopic(Topic_t& topic, const char* message, bool repub) {
+  std::snprintf(topic, sizeof topic, repub ? "IOQV%s_Repub_%d" : "IOQV%s_%d", message,
+                static_cast<int>(MeterSetNo()));
+}
+
+void Publish(LoudnessData_t& data, bool validSource) {
+  PublishLoudnessData(data, validSource ? 1 : 0,
+                      static_cast<std::int16_t>(cJsonParser::mLastCmdExecuted),
+                      static_cast<std::int16_t>(ClusterNo()));
+}
+
+void PublishInvalidSource() {
+  if (glInvalidSrcCount >= kInvalidSrcMessages)
+    return;
+  cJsonParser::mLastCmdExecuted = LU_CMD_NONE;
+  LoudnessData_t noReading{kNoLoudnessCode, kNoLoudnessCode, kNoLoudnessCode, kNoLoudnessCode, 0,
+                           kNoLoudnessCode, kNoTruePeakCode, kNoTruePeakCode};
+  Publish(noReading, glInvalidSrcCount < kInvalidSrcMarkedValid);
+  ++glInvalidSrcCount;
+}
+
+void PublishResults() {
+  const LuCmd_e last = cJsonParser::mLastCmdExecuted;
+  Publish(last == LU_CMD_STOP || last == LU_CMD_PAUSE ? LuPausedData : LuData, true);
+}
+
+void PerformReset() {
+  LoudCalcReset();
+  Publish(LuData, !gbIsInvalidSrc);
+  SendCommand(LU_CMD_RESET, false);
+}
+
+void Acknowledge(LuCmd_e cmd) {
+  cJsonParser::mLastCmdExecuted = cmd;
+  SendCommand(cmd, false);
+}
+
+void PerformPause() {
+  LuPausedData = LuData;
+  Acknowledge(LU_CMD_PAUSE);
+}
+
+void PerformPlay() {
+  Acknowledge(LU_CMD_PLAY);
+}
+
+void PerformStop() {
+  LuPausedData = LuData;
+  Acknowledge(LU_CMD_STOP);
+}
+
+void PerformStart() {
+  cJsonParser::mLastCmdExecuted = LU_CMD_START;
+  if (gsLuConf[0] != '\0')
+    SendCurrentConf(false);
+  SendCommand(LU_CMD_START, false);
+}
+
+struct Action {
+  std::uint32_t bit;
+  void (*perform)();
+};
+
+// In the order in which pending actions are carried out, one a tick.
+constexpr Action kActions[] = {
+    {kActionReset, PerformReset}, {kActionPause, PerformPause}, {kActionPlay, PerformPlay},
+    {kActionStop, PerformStop},   {kActionStart, PerformStart},
+};
+
+void PerformFirstPendingAction() {
+  for (const Action& action : kActions) {
+    if ((gluCalcActions & action.bit) == 0)
+      continue;
+    const std::uint32_t before = gluCalcActions;
+    action.perform();
+    gluCalcActions &= ~action.bit;
+    std::printf("LuCalc States chnages 0x%X --> 0x%X . \n", before, gluCalcActions);
+    std::fflush(stdout);
+    return;
+  }
+}
+
+}  // namespace
+
+void SendLoudnessData() {
+  if (glEnableProbeData == 0)
+    return;
+  if (gbIsInvalidSrc)
+    PublishInvalidSource();
+  else if (gluCalcActions == kActionRunning)
+    PublishResults();
+  else
+    PerformFirstPendingAction();
+}
+
+void UpdateLoudnessStateAndConf() {
+  SendCommand(cJsonParser::mLastCmdExecuted, true);
+  if (!gbIsInvalidSrc && gsLuConf[0] != '\0')
+    SendCurrentConf(true);
+}
+
+void SendCommand(LuCmd_e cmd, bool repub) {
+  const std::uint32_t meterSet = MeterSetNo();
+  cLuSettingsCreater creator;
+  creator.cLuConf::Reset();
+  creator.cLuCmd::Reset();
+  creator.mlClusterId = ClusterNo();
+  creator.cLuCmd::mlUserId = cLcReactor::mlCmdUserId;
+  const cJsonParser* dispatcher = FetchedDispatcher();
+  creator.mlCmdTS = dispatcher != nullptr ? dispatcher->mlCmdTS : 0;
+  const char* text = creator.PrepareLuCmdJsonStr(cmd, false, meterSet >= 1, meterSet);
+  Topic_t topic = {};
+  FormatTopic(topic, kCommandMessage, repub);
+  PublishLoudnessCommand(topic, text);
+}
+
+void SendCurrentConf(bool repub) {
+  Topic_t topic = {};
+  FormatTopic(topic, kConfigurationMessage, repub);
+  PublishLoudnessConf(topic, gsLuConf);
+}

@@ -1,1 +1,144 @@
-int main() {}
+// The process entry: logger, command line, address, then the three phases of the service.
+
+#include <getopt.h>
+
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "Assertion.h"
+#include "BoardAddresses.h"
+#include "LogMacros.h"
+#include "NetworkUtils.h"
+#include "ReactorMain.h"
+
+namespace {
+
+constexpr char kUnitName[] = "Main";
+constexpr char kLoggerName[] = "HwManagerMb";
+constexpr int kLoggerNameSize = 7;  // bytes, terminator included; the sink knows the cut name
+constexpr char kDefaultInterface[] = "lo";
+constexpr char kNoAddress[] = "0.0.0.0";
+constexpr std::uint32_t kMaxCluster = 8;
+
+using AddressText_t = char[16];
+
+struct Options {
+  std::uint32_t slot = 1;      // 0: main board, 1: optical board
+  std::string interface;       // network interface; empty: not given
+  std::uint32_t meterSet = 1;  // 0: none
+  std::uint32_t cluster = 0;   // 1 to 8; 0: not given
+};
+
+// A line for a peer that has gone away must not end the service.
+void IgnoreBrokenPipes() {
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+Logger* PrepareLogger() {
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  Logger* logger = Logger::GetInstance();
+  if (logger == nullptr)
+    return nullptr;
+  logger->mLogLevel = MsgLevel_Debug;
+  logger->mConsoleAttached = true;
+  std::snprintf(logger->mName, kLoggerNameSize, "%.*s", kLoggerNameSize - 1, kLoggerName);
+  logger->AttachMqOverIpc();
+  return logger;
+}
+
+[[noreturn]] void ExitWithUsage(const char* program) {
+  std::fprintf(stderr,
+               "Usage: %s -s <slot number>[0], 0-> Mainboard, 1->Slot-1, 2->Slot-2 ,3->Slot-3]\n\t "
+               "-i <interface>[eth0], -m <meter set[1], 1, 2, 3, 4>,  -c <cluster no [1], 1, 2,.., "
+               "or 8>\n",
+               program);
+  std::exit(1);
+}
+
+std::uint32_t Number(const char* text) {
+  return static_cast<std::uint32_t>(std::strtol(text, nullptr, 10));
+}
+
+void TakeOption(int option, const char* program, Options& options) {
+  switch (option) {
+    case 's':
+      options.slot = Number(optarg);
+      if (options.slot > 1)
+        ExitWithUsage(program);
+      break;
+    case 'i':
+      options.interface = optarg;
+      break;
+    case 'm':
+      options.meterSet = Number(optarg);
+      break;
+    case 'c':
+      options.cluster = Number(optarg);
+      break;
+    default:
+      ExitWithUsage(program);
+  }
+}
+
+Options ReadOptions(int argc, char** argv) {
+  Options options;
+  for (int option = 0; (option = getopt(argc, argv, "m:c:s:i:h")) != -1;)
+    TakeOption(option, argv[0], options);
+  if (options.cluster < 1 || options.cluster > kMaxCluster) {
+    std::fprintf(stderr, "Please provide valid cluster number, 1,2,...,or 8");
+    std::exit(1);
+  }
+  if (options.interface.empty())
+    options.interface = kDefaultInterface;
+  return options;
+}
+
+void SettleBoardAddresses() {
+  std::string error;
+  if (LoadBoardAddresses(error))
+    return;
+  std::fprintf(stderr, "%s\n", error.c_str());
+  std::exit(1);
+}
+
+// The interface's own address, or the fixed one of the slot's board when it has none.
+void FindAddress(const Options& options, AddressText_t& address) {
+  if (GetInterfaceAddressFromIoctl(options.interface.c_str(), address) == 0 &&
+      std::strcmp(address, kNoAddress) != 0)
+    return;
+  std::snprintf(address, sizeof address, "%s",
+                options.slot == 0 ? MainBoardAddress() : OpticalBoardAddress());
+  const bool is_valid_ip = IpAddrIsValid(address);
+  LOUDCALC_ASSERT(is_valid_ip, "is_valid_ip");
+}
+
+void RunService(const Options& options, const char* address) {
+  if (!initReactorLoop(static_cast<std::int32_t>(options.slot), address, options.meterSet,
+                       options.cluster))
+    return;
+  startReactorLoop();
+  cleanReactorLoop();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  IgnoreBrokenPipes();
+  Logger* const mpLogger = PrepareLogger();
+  constexpr MsgLevel_e mLogLevel = MsgLevel_Debug;
+  const Options options = ReadOptions(argc, argv);
+  SettleBoardAddresses();
+  AddressText_t address = {};
+  FindAddress(options, address);
+  LOUDCALC_LOG(Info, "\"Got IP for %s : %s @ slot %d\"", options.interface.c_str(), address,
+               static_cast<int>(options.slot));
+  RunService(options, address);
+  LOUDCALC_PRINT(stdout, "\"LoudCalc exiting...\"");
+  if (mpLogger != nullptr)
+    mpLogger->DetachMq();
+  return 0;
+}

@@ -1,1 +1,137 @@
+// The publisher of the loudness service. Owned by itself as a singleton; reactor thread only.
+
 #include "PubHandler.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "Assertion.h"
+#include "LogMacros.h"
+#include "MqSupport.h"
+#include "PublishLoudness.h"
+
+namespace {
+
+constexpr char kUnitName[] = "PubHandler";
+
+// Without a meter set both sockets have this name.
+constexpr char kNameWithoutMeterSet[] = "Lc1LoudnessDataPub.ipc";
+constexpr char kDataNamePrefix[] = "ProbeLc1LoudnessDataPub-";
+constexpr char kStateNamePrefix[] = "ProbeLc1LoudnessStatePub-";
+
+using EndpointName_t = char[2048];
+
+void FormatName(EndpointName_t& name, const char* prefix) {
+  if (cPubHandler::mlMeterSetNo == 0)
+    std::snprintf(name, sizeof name, "%s", kNameWithoutMeterSet);
+  else
+    std::snprintf(name, sizeof name, "%sm%dc%d.ipc", prefix,
+                  static_cast<int>(cPubHandler::mlMeterSetNo),
+                  static_cast<int>(cPubHandler::mlClusterNo));
+}
+
+zframe_t* MakeFrame(const LuDataFrame_t& frame, const LuDataContent_t& content) {
+  if (frame.value == nullptr)
+    return zframe_new(kLoudnessDataTopic, sizeof kLoudnessDataTopic - 1);
+  const std::int16_t value = content.*frame.value;
+  return zframe_new(&value, sizeof value);
+}
+
+void ReportException(const char* title, const char* description) {
+  LOUDCALC_PRINT(stderr, "\"%s %s\"", title, description);
+}
+
+}  // namespace
+
+cPubHandler* cPubHandler::mpPub = nullptr;
+Logger* cPubHandler::mpLogger = nullptr;
+LogLevel_e cPubHandler::mLogLevel = MsgLevel_Default;
+std::uint32_t cPubHandler::mlMeterSetNo = 0;
+std::uint32_t cPubHandler::mlClusterNo = 0;
+
+cPubHandler* cPubHandler::GetInstance() {
+  if (mpPub != nullptr)
+    return mpPub;
+  cPubHandler* created = MqGuard([] { return new cPubHandler; }, ReportException);
+  if (created == nullptr)
+    return nullptr;
+  // CZMQ's own exit handler must be registered before ours, so that our sockets go first.
+  zsys_init();
+  mpLogger = Logger::GetInstance();
+  mpPub = created;
+  std::atexit(DeleteInstance);
+  return mpPub;
+}
+
+void cPubHandler::DeleteInstance() {
+  delete mpPub;
+  mpPub = nullptr;
+  gpLcPubs = nullptr;
+}
+
+cPubHandler::~cPubHandler() {
+  Cleanup();
+}
+
+bool cPubHandler::Init(const char*) {
+  return BindMq();
+}
+
+bool cPubHandler::BindMq() {
+  const bool isDataBound = BindLuDataPubMq();
+  const bool isStateBound = BindLuStatePubMq();
+  return isDataBound && isStateBound;
+}
+
+bool cPubHandler::BindLuDataPubMq() {
+  if (mpLuDataPubSocket != nullptr)
+    return true;
+  EndpointName_t name = {};
+  FormatName(name, kDataNamePrefix);
+  mpLuDataPubSocket = BindMqOverIpc(name, nullptr);
+  return mpLuDataPubSocket != nullptr;
+}
+
+bool cPubHandler::BindLuStatePubMq() {
+  if (mpLuStatePubSocket != nullptr)
+    return true;
+  EndpointName_t name = {};
+  FormatName(name, kStateNamePrefix);
+  mpLuStatePubSocket = BindMqOverIpc(name, nullptr);
+  return mpLuStatePubSocket != nullptr;
+}
+
+void cPubHandler::DestroyLuDataPubMq() {
+  DestroyMq(mpLuDataPubSocket);
+}
+
+void cPubHandler::DestroyLuStatePubMq() {
+  DestroyMq(mpLuStatePubSocket);
+}
+
+void cPubHandler::Cleanup() {
+  DestroyLuDataPubMq();
+  DestroyLuStatePubMq();
+}
+
+bool cPubHandler::SendJson(const char* topic, const char* json) {
+  LOUDCALC_ASSERT(nullptr != mpLuStatePubSocket, "__null != mpLuStatePubSocket");
+  return MqPubHandler::SendJson(mpLuStatePubSocket, topic, json);
+}
+
+bool cPubHandler::SendLoudnessData(const LoudnessData_t& data, std::int16_t isValidSrc,
+                                   std::int16_t cmd, std::int16_t clusterId) {
+  LOUDCALC_ASSERT(nullptr != mpLuDataPubSocket, "__null != mpLuDataPubSocket");
+  const LuDataContent_t content{data, isValidSrc, cmd, clusterId};
+  zframe_t* frames[kLuDataFrameCount];
+  for (std::size_t i = 0; i < kLuDataFrameCount; ++i)
+    frames[i] = MakeFrame(kLuDataFrames[i], content);
+  for (std::size_t i = 0; i < kLuDataFrameCount; ++i)
+    LOUDCALC_ASSERT(nullptr != frames[i], kLuDataFrames[i].missingText);
+  for (std::size_t i = 0; i < kLuDataFrameCount; ++i) {
+    const bool isLast = i + 1 == kLuDataFrameCount;
+    const int Result = zframe_send(&frames[i], mpLuDataPubSocket, isLast ? 0 : ZFRAME_MORE);
+    LOUDCALC_ASSERT(0 == Result, "0 == Result");
+  }
+  return true;
+}

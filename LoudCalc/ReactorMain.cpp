@@ -1,1 +1,243 @@
+// The wiring of the service. The globals are written here only, on the reactor thread.
+
 #include "ReactorMain.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "Assertion.h"
+#include "BoardAddresses.h"
+#include "DispatcherHook.h"
+#include "Endpoints.h"
+#include "HeartBeater.h"
+#include "JsonParser.h"
+#include "LcReactor.h"
+#include "LogMacros.h"
+#include "LoudCalcBase.h"
+#include "LoudReport.h"
+#include "MqNames.h"
+#include "PubHandler.h"
+#include "PublishLoudness.h"
+#include "Utilities.h"
+
+Logger* gpLogger = nullptr;
+std::int32_t oneSecondTimer = -1;
+std::int32_t oneLuDataTimer = -1;
+
+namespace {
+
+constexpr char kUnitName[] = "ReactorMain";
+
+constexpr std::size_t kSecondPeriodMs = 1000;
+constexpr std::size_t kLuDataPeriodMs = 100;
+constexpr unsigned kSecondsPerRepublication = 5;
+
+constexpr std::size_t kTopicSize = 128;
+constexpr std::size_t kEndpointSize = 2048;
+
+constexpr bool kText = false;
+constexpr bool kBinary = true;
+
+// What the log macro asks for; every line of the wiring is written.
+constexpr MsgLevel_e mLogLevel = MsgLevel_Debug;
+
+using TopicRow_t = char[kTopicSize];
+
+void FormatNumbered(char* text, std::size_t size, const char* prefix, std::uint32_t number) {
+  std::snprintf(text, size, "%s%d", prefix, static_cast<int>(number));
+}
+
+void MakeIpcDirectory() {
+  Logger* const mpLogger = gpLogger;
+  if (if_dir_exists(kIpcDirectory) == -1 && do_mkdir(kIpcDirectory, 0777) != 0)
+    LOUDCALC_LOG(Error, "\"Failed to make directory %s: %s\"", kIpcDirectory, std::strerror(errno));
+}
+
+void StartHeartbeat(std::uint32_t meterSet) {
+  static bool isStarted = false;
+  if (isStarted)
+    return;
+  isStarted = true;
+  cHeartBeater* heartBeater = cHeartBeater::GetInstance();
+  cHeartBeater::mLogLevel = MsgLevel_Debug;
+  char name[64] = {};
+  if (meterSet == 0)
+    std::snprintf(name, sizeof name, "%s", kHeartbeatProcessName);
+  else
+    FormatNumbered(name, sizeof name, kHeartbeatProcessName, meterSet);
+  heartBeater->SetHeartBeatJson(name, kHeartbeatVersion, PS_PROCESSING);
+  if (heartBeater->mbIsValidJson)
+    heartBeater->ConnectMqOverTcp(MainBoardAddress());
+}
+
+void StartPublishers(std::int32_t slot, const char* address, std::uint32_t meterSet,
+                     std::uint32_t cluster) {
+  Logger* const mpLogger = gpLogger;
+  gpLcPubs = cPubHandler::GetInstance();
+  LOUDCALC_ASSERT(gpLcPubs != nullptr, "gpLcPubs != nullptr");
+  gpLcPubs->SetMeterSetNo(meterSet);
+  gpLcPubs->SetClusterNo(cluster);
+  if (!gpLcPubs->Init(address))
+    LOUDCALC_LOG(Critical, "\"Failed to initialize HWM Pubs.\"");
+  gpLcPubs->SetSlot(slot);
+  cPubHandler::SetLogLevel(MsgLevel_Info);
+  PublishLoudnessInit();
+}
+
+void addHbMonMq(cLcReactor& reactor) {
+  LOUDCALC_PRINT(stdout, "\"addHbMonMq %s:%u\"", MainBoardAddress(), kHbMonPort);
+  TopicRow_t topics[2] = {};
+  std::snprintf(topics[0], kTopicSize, "%s", kSystemStatusTopic);
+  std::snprintf(topics[1], kTopicSize, "%s", kApplicationCommandTopic);
+  const bool ret = reactor.AddMqSubsOverTcp(MainBoardAddress(), kHbMonPort, topics, 2, kText);
+  LOUDCALC_ASSERT(ret == true, "ret == true");
+  LOUDCALC_PRINT(stdout, "\"addHbMonMq %d\"", 1);
+}
+
+// Connects the text socket to one more server of the unit, with its first topic.
+void ConnectServer(cLcReactor& reactor, const char* address, unsigned port, const char* topic) {
+  TopicRow_t topics[1] = {};
+  std::snprintf(topics[0], kTopicSize, "%s", topic);
+  const bool ret = reactor.AddMqSubsOverTcp(address, port, topics, 1, kText);
+  LOUDCALC_ASSERT(ret == true, "ret == true");
+}
+
+// The hardware manager runs on the main board whatever slot this process is in.
+void addHwmAtSlot(cLcReactor& reactor) {
+  ConnectServer(reactor, MainBoardAddress(), kHwmPort, kHwmStatusTopic);
+}
+
+void addHwmMbForLuDspDataMq(cLcReactor& reactor, std::uint32_t meterSet) {
+  LOUDCALC_PRINT(stdout, "\"addHwmMbForLuDspDataMq %d\"", static_cast<int>(meterSet));
+  char endpoint[kEndpointSize] = {};
+  TopicRow_t topics[1] = {};
+  if (meterSet == 0) {
+    std::snprintf(endpoint, sizeof endpoint, "%s", kRawDataEndpoint);
+    std::snprintf(topics[0], kTopicSize, "%s", kRawDataTopic);
+  } else {
+    std::snprintf(endpoint, sizeof endpoint, "%s%d.ipc", kRawDataEndpointPrefix,
+                  static_cast<int>(meterSet));
+    FormatNumbered(topics[0], kTopicSize, kRawDataTopicPrefix, meterSet);
+    LOUDCALC_PRINT(stdout, "\"IPC :: %s\"", endpoint);
+    LOUDCALC_PRINT(stdout, "\"Topic :: %s\"", topics[0]);
+  }
+  const bool ret = reactor.AddMqSubsOverIpc(endpoint, topics, 1, kBinary);
+  LOUDCALC_ASSERT(ret == true, "ret == true");
+}
+
+void SubscribeMeterSetTopics(cLcReactor& reactor, std::uint32_t meterSet) {
+  Logger* const mpLogger = gpLogger;
+  for (const char* prefix : {kPresetTopicPrefix, kConfigurationTopicPrefix, kCommandTopicPrefix}) {
+    TopicRow_t topic = {};
+    FormatNumbered(topic, sizeof topic, prefix, meterSet);
+    const int length = static_cast<int>(std::strlen(topic));
+    if (!reactor.SubscribeTopic(topic, length, kText))
+      LOUDCALC_LOG(Error, "\"Failed to subscribe Appserver MQ topic %s/%d\"", topic, length);
+  }
+}
+
+void addAppserverMq(cLcReactor& reactor, std::uint32_t meterSet) {
+  LOUDCALC_PRINT(stdout, "\"addAppserverMq mainboard app server\"");
+  ConnectServer(reactor, MainBoardAddress(), kAppserverPort, kAppLoudnessCommandTopic);
+  LOUDCALC_PRINT(stdout, "\"addAppserverMq %d %d/%d\"", 1, static_cast<int>(meterSet), 1);
+  // Only the first meter set is driven by the application server of the main board.
+  if (meterSet <= 1)
+    SubscribeMeterSetTopics(reactor, meterSet);
+}
+
+void addQVAppserverMq(cLcReactor& reactor) {
+  LOUDCALC_PRINT(stdout, "\"addQVAppserverMq local optkria\"");
+  ConnectServer(reactor, OpticalBoardAddress(), kAppserverPort, kEnableReportingTopic);
+}
+
+void Subscribe(cLcReactor& reactor, std::uint32_t meterSet) {
+  addHbMonMq(reactor);
+  addHwmAtSlot(reactor);
+  addHwmMbForLuDspDataMq(reactor, meterSet);
+  addAppserverMq(reactor, meterSet);
+  addQVAppserverMq(reactor);
+}
+
+void AddTimers(cLcReactor& reactor) {
+  oneSecondTimer = reactor.AddTimer(DoEverySecond, nullptr, kSecondPeriodMs, 0);
+  LOUDCALC_ASSERT(oneSecondTimer != -1, "oneSecondTimer != -1");
+  oneLuDataTimer = reactor.AddTimer(LuDataUpdateCallback, nullptr, kLuDataPeriodMs, 0);
+  LOUDCALC_ASSERT(oneLuDataTimer != -1, "oneLuDataTimer != -1");
+}
+
+}  // namespace
+
+bool initReactorLoop(std::int32_t iSlot_in, const char* cpIp_in, std::uint32_t meter_set,
+                     std::uint32_t cluster_no) {
+  cLcReactor* preactor = cLcReactor::GetInstance();
+  LOUDCALC_ASSERT(preactor != nullptr, "preactor != nullptr");
+  LOUDCALC_PRINT(stdout, "\"initReactorLoop %d\"", iSlot_in);
+  gpLogger = Logger::GetInstance();
+  LOUDCALC_ASSERT(gpLogger != nullptr, "gpLogger != nullptr");
+  gpJsonParser = cJsonParser::GetInstance();
+  LOUDCALC_ASSERT(gpJsonParser != nullptr, "gpJsonParser != nullptr");
+  cJsonParser::SetMeterSetNo(meter_set);
+  cJsonParser::SetClusterNo(cluster_no);
+  MakeIpcDirectory();
+  preactor->SetSlot(iSlot_in);
+  cLcReactor::SetMeterSetNo(meter_set);
+  cLcReactor::SetClusterNo(cluster_no);
+  SetDispatcherFetch(&cJsonParser::GetInstance);
+  LoudCalcInit();
+  StartHeartbeat(meter_set);
+  StartPublishers(iSlot_in, cpIp_in, meter_set, cluster_no);
+  Subscribe(*preactor, meter_set);
+  AddTimers(*preactor);
+  return true;
+}
+
+bool startReactorLoop() {
+  cLcReactor* preactor = cLcReactor::mpReactor;
+  LOUDCALC_ASSERT(preactor != nullptr, "preactor != nullptr");
+  preactor->SetReactorReader(mqReader);
+  preactor->SetReactorReaderForBinaryData(mqReaderForBinaryData);
+  preactor->StartLoop(MQ_DATA_TYPE_STRING_AND_BINARY);
+  return true;
+}
+
+void cleanReactorLoop() {
+  cLcReactor* preactor = cLcReactor::mpReactor;
+  LOUDCALC_ASSERT(preactor != nullptr, "preactor != nullptr");
+  if (preactor->IsValidReactor()) {
+    for (const std::int32_t timer : {oneSecondTimer, oneLuDataTimer}) {
+      if (timer != -1)
+        preactor->EndTimer(timer);
+    }
+  }
+  LOUDCALC_ASSERT(gpLcPubs != nullptr, "gpLcPubs != nullptr");
+  gpLcPubs->DestroyLuDataPubMq();
+  gpLcPubs->DestroyLuStatePubMq();
+  preactor->CloseMq();
+  LoudCalcCleanup();
+}
+
+int DoEverySecond(zloop_t*, int, void*) {
+  static unsigned seconds = 0;
+  if (cHeartBeater::mpHeartBeater != nullptr)
+    cHeartBeater::mpHeartBeater->SendBeat();
+  ++seconds;
+  if (seconds % kSecondsPerRepublication == 0) {
+    UpdateLoudnessStateAndConf();
+    seconds = 0;
+  }
+  return 0;
+}
+
+int LuDataUpdateCallback(zloop_t*, int, void*) {
+  SendLoudnessData();
+  return 0;
+}
+
+int mqReader(const char* topic, const char* data) {
+  return cJsonParser::ParseMessage(topic, data);
+}
+
+int mqReaderForBinaryData(const char* topic, zmsg_t* message) {
+  return cJsonParser::ParseBinaryMessage(topic, message);
+}

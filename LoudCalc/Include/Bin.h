@@ -1,1 +1,80 @@
+// Histogram of loudness readings on which every gated figure of the engine is computed, so that a
+// reading enters or leaves a window of any length in constant time. Each cLoudInteg owns one.
+// Reactor thread only.
+
 #pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+/// Highest loudness code; its bin is open-ended and holds everything from +9.98 LKFS up.
+constexpr std::uint16_t kMaxLoudnessCode = 4000;
+
+/// Codes 0 (below the absolute gate) to `kMaxLoudnessCode`.
+constexpr std::size_t kNumLoudnessCodes = kMaxLoudnessCode + 1;
+
+/// Loudness that stands for "no reading".
+constexpr float kNoLoudnessLkfs = -99.0F;
+
+/// The absolute gate of ITU-R BS.1770-3, Annex 1; also the lower edge of bin 1.
+constexpr float kAbsoluteGateLkfs = -70.0F;
+
+/// Loudness in LKFS of a block power in the DSP stage's integer scale: 10 log10(power) -
+/// 152.6905962
+/// - 0.6974, computed in double precision. `power` must not be 0.
+float LoudnessOfPower(std::uint64_t power);
+
+/// Prints "LOUD C ERR: " and the formatted text on standard output, at once. For the few faults of
+/// the engine; `format` brings its own line feed.
+[[gnu::format(printf, 1, 2)]] void PrintEngineFault(const char* format, ...);
+
+/// Counts loudness readings by their code. Code 0 stands for anything below -70 LKFS, code k of 1
+/// or more for -70 + 0.02 (k - 1) LKFS and up to 0.02 LU above it. Codes above `kMaxLoudnessCode`
+/// count as that code. Allocates nothing.
+class Cbin {
+ public:
+  std::array<std::uint32_t, kNumLoudnessCodes> Bins{};  // readings per code, index 0 ... 4000
+  std::uint32_t NumBinnedValues = 0;                    // readings counted, the sum of Bins
+
+  // Power that stands for each code, in the DSP stage's scale; 0 for code 0. Shared by all
+  // histograms, filled by InitBinCenters.
+  static std::array<std::uint64_t, kNumLoudnessCodes> BinCenters;
+
+  /// An empty histogram.
+  Cbin() = default;
+
+  /// Releases nothing; the counters are part of the object.
+  ~Cbin() = default;
+
+  /// Forgets every reading.
+  void Reset();
+
+  /// Fills `BinCenters`. Called by `LoudCalcInit` before any histogram is read.
+  static void InitBinCenters();
+
+  /// The code of a loudness in LKFS: 1 for -70.0, 0 for anything below it and for a value that is
+  /// no number, 4000 for +9.98 and everything above. Steps of 0.02 LU, computed in single
+  /// precision.
+  static std::uint16_t GetBinIndx(float loudness);
+
+  /// Adds one reading.
+  void Increment(std::uint16_t code);
+
+  /// Removes one reading. When there is none of that code, or none at all, a line is printed and
+  /// the counter concerned stays at 0.
+  void Decrement(std::uint16_t code);
+
+  /// Power mean in LKFS of all readings at or above the bin of `gate` (LKFS). Readings below -70
+  /// LKFS never count, whatever the gate. `kNoLoudnessLkfs` when nothing passes the gate.
+  float GetLoudnessLkfs(float gate) const;
+
+  /// Loudness range in LU, in steps of 0.02: the distance of the 10th percentile of the readings of
+  /// `lowestCode` and above from the 95th, in whole percents (EBU Tech 3342). 0.0 when empty.
+  float GetLra(std::uint16_t lowestCode) const;
+
+ private:
+  std::uint32_t CountFrom(std::uint16_t lowestCode) const;
+  int LowPoint(std::uint16_t lowestCode, std::uint32_t total) const;
+  int HighPoint(std::uint32_t total) const;
+};

@@ -1,1 +1,22 @@
+// Addresses of the unit's boards on its internal network: compiled defaults, overridable at start.
+
 #pragma once
+
+#include <string>
+
+/// Environment variables that override the compiled addresses, for a desk, a test rig or another
+/// network.
+constexpr char kMainBoardVariable[] = "LOUDCALC_MAIN_BOARD_ADDRESS";
+constexpr char kOpticalBoardVariable[] = "LOUDCALC_OPTICAL_BOARD_ADDRESS";
+
+/// Settles both addresses: the environment variable where it is set, else the compiled default.
+/// False when one of them is no IPv4 address; `error` then names the variable and its value, and
+/// the addresses in force stay as they were.
+bool LoadBoardAddresses(std::string& error);
+
+/// IPv4 address text of the main board: application server, hardware manager, process monitor. The
+/// compiled default until `LoadBoardAddresses` succeeded.
+const char* MainBoardAddress();
+
+/// IPv4 address text of the optical board: its application server.
+const char* OpticalBoardAddress();

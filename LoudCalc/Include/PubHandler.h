@@ -1,1 +1,110 @@
+// The process-wide publisher of the loudness service: the loudness-data socket and the
+// loudness-state socket. Used from the reactor thread only; the engine reaches it through
+// PublishLoudness.h.
+
 #pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "Logger.h"
+#include "LoudnessData.h"
+#include "MqPubHandler.h"
+
+/// Topic of the loudness-data message, its first frame.
+constexpr char kLoudnessDataTopic[] = "LoudnessData";
+
+/// What a loudness-data message carries after its topic: the results and what they belong to.
+struct LuDataContent_t : LoudnessData_t {
+  std::int16_t ValidSrc;  // 1: valid source, 0: none
+  std::int16_t Cmd;       // last command executed, LuCmd_e
+  std::int16_t ClId;      // cluster number of the process
+};
+
+/// One frame of the loudness-data message.
+struct LuDataFrame_t {
+  const char* name;                      // what the frame is called
+  std::int16_t LuDataContent_t::*value;  // what it holds; null: the topic
+  const char* missingText;               // assertion text when it cannot be made
+};
+
+/// The loudness-data message, frame by frame. The topic goes without a terminator, every value as 2
+/// bytes in the host's byte order.
+constexpr LuDataFrame_t kLuDataFrames[] = {
+    {"topic", nullptr, "__null != pTopicFrame"},
+    {"MaxMomentary", &LuDataContent_t::MaxMomentary, "__null != pMaxMomentaryFrame"},
+    {"Momentary", &LuDataContent_t::Momentary, "__null != pMomentaryFrame"},
+    {"ShortTerm", &LuDataContent_t::ShortTerm, "__null != pShortTermFrame"},
+    {"Integrated", &LuDataContent_t::Integrated, "__null != pIntegratedFrame"},
+    {"Lra", &LuDataContent_t::Lra, "__null != pLraFrame"},
+    {"Program", &LuDataContent_t::Program, "__null != pProgramFrame"},
+    {"MaxPeak", &LuDataContent_t::MaxTruePeak, "__null != pMaxPeakFrame"},
+    {"Peak", &LuDataContent_t::TruePeak, "__null != pPeakFrame"},
+    {"ValidSrc", &LuDataContent_t::ValidSrc, "__null != pValidSrcFrame"},
+    {"Cmd", &LuDataContent_t::Cmd, "__null != pCmdFrame"},
+    {"ClId", &LuDataContent_t::ClId, "__null != pClIdFrame"},
+};
+
+/// Number of frames of the loudness-data message.
+constexpr std::size_t kLuDataFrameCount = sizeof kLuDataFrames / sizeof kLuDataFrames[0];
+static_assert(kLuDataFrameCount == 12, "receivers count the frames");
+
+class cPubHandler : public MqPubHandler {
+ public:
+  /// The publisher, made on first use and freed by an exit handler; nothing is bound yet. Null,
+  /// with a line on standard error, when it cannot be made.
+  static cPubHandler* GetInstance();
+
+  /// Destroys the data socket and the state socket, frees the publisher and empties `mpPub` and
+  /// `gpLcPubs`; harmless when there is none.
+  static void DeleteInstance();
+
+  /// Binds both sockets as BindMq does. The address is not used.
+  bool Init(const char* cpIp_in);
+
+  /// Binds the data socket, then the state socket; the second is tried whatever becomes of the
+  /// first. True when both are bound. The meter set and cluster numbers must be set before.
+  bool BindMq();
+
+  /// Bind one socket over IPC, under a name made of the meter set and the cluster. True at once
+  /// when it is bound already; false leaves the handle empty. Without a meter set both names are
+  /// the same: the state socket, bound last, then gets the subscribers that come after it.
+  bool BindLuDataPubMq();
+  bool BindLuStatePubMq();
+
+  /// Destroy one socket, if it is there, and leave its handle empty.
+  void DestroyLuDataPubMq();
+  void DestroyLuStatePubMq();
+
+  /// Destroys both sockets, the data socket first.
+  void Cleanup();
+
+  /// Publishes a JSON text on the state socket, which must be bound. False when an argument is
+  /// missing or the socket refuses it.
+  bool SendJson(const char* topic, const char* json);
+
+  /// Publishes the loudness-data message on the data socket, which must be bound: the results, the
+  /// valid-source flag, the last command and the cluster number. Returns true; a message that
+  /// cannot be made or sent whole stops the process.
+  bool SendLoudnessData(const LoudnessData_t& data, std::int16_t isValidSrc, std::int16_t cmd,
+                        std::int16_t clusterId);
+
+  static void SetMeterSetNo(std::uint32_t meterSet) { mlMeterSetNo = meterSet; }
+  static std::uint32_t GetMeterSetNo() { return mlMeterSetNo; }
+  static void SetClusterNo(std::uint32_t cluster) { mlClusterNo = cluster; }
+  static std::uint32_t GetClusterNo() { return mlClusterNo; }
+  static void SetLogLevel(LogLevel_e level) { mLogLevel = level; }
+
+  MqSock_t* mpLuDataPubSocket = nullptr;   // PUB socket of the loudness-data message, owned
+  MqSock_t* mpLuStatePubSocket = nullptr;  // PUB socket of the JSON messages, owned
+
+  static cPubHandler* mpPub;          // the instance, mirrored by `gpLcPubs`; null: none
+  static Logger* mpLogger;            // the logger as of the instance's making; null before
+  static LogLevel_e mLogLevel;        // lowest level that is logged
+  static std::uint32_t mlMeterSetNo;  // meter set of this process; 0: it serves none
+  static std::uint32_t mlClusterNo;   // cluster of this process, 1 to 8
+
+ private:
+  cPubHandler() = default;
+  ~cPubHandler();
+};

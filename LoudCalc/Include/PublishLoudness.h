@@ -1,1 +1,34 @@
+// The engine's way to the publishers. Reactor thread only. Every function but PublishLoudnessInit
+// needs it to have been called: without a publisher the process stops.
+
 #pragma once
+
+#include <cstdint>
+
+#include "LoudnessData.h"
+
+class cPubHandler;
+
+/// The publisher of this process, mirroring `cPubHandler::mpPub`; null: none. Written by
+/// PublishLoudnessInit, by the wiring at start and by `cPubHandler::DeleteInstance`.
+extern cPubHandler* gpLcPubs;
+
+/// Makes the publisher, unless it exists, and keeps it in `gpLcPubs`. Binds nothing. The process
+/// stops when the publisher cannot be made.
+void PublishLoudnessInit();
+
+/// Publishes the loudness-data message (see PubHandler.h). The data socket must be bound. Returns
+/// 0.
+int PublishLoudnessData(LoudnessData_t& Lu_in, std::int16_t is_valid_src_in, std::int16_t cmd_in,
+                        std::int16_t cluster_id);
+
+/// Publish a JSON text: a configuration, the acknowledgement of a command. The state socket must be
+/// bound.
+void PublishLoudnessConf(const char* cpTopic_in, const char* cpJStr_in);
+void PublishLoudnessCommand(const char* cpTopic_in, const char* cpJStr_in);
+
+/// Publishes nothing: clusters have no message of their own.
+void PublishLoudnessCluster();
+
+/// Does nothing: the publisher is freed at process exit.
+void PublishLoudnessCleanup();

@@ -1,1 +1,398 @@
+// The histogram of loudness readings: coding, counting, gated means and the loudness range.
+
+#include "Bin.h"
+
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+namespace {
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+// The lower edge of a bin in LKFS, and what a bin of its own reads back as: the two constants of
+// the table are 1857398385681617.0 = 10^15.2689052 and 0.7074, those of the way back 152.6905962
+// and 0.6974, so it lies 152.689052 + 0.7074 - 152.6905962 - 0.6974 = 0.0085 LU above the edge.
+double LowerEdge(int code) {
+  return -70.0 + 0.02 * (code - 1);
+}
+double ReadBack(int code) {
+  return LowerEdge(code) + 0.0085;
+}
+
+double PowerOf(double lkfs) {
+  return std::pow(10.0, lkfs / 10.0);
+}
+double LkfsOf(double power) {
+  return 10.0 * std::log10(power);
+}
+
+class CbinTest : public testing::Test {
+ protected:
+  CbinTest() { Cbin::InitBinCenters(); }
+
+  void Add(std::uint16_t code, int times = 1) {
+    for (int i = 0; i < times; ++i)
+      mBin.Increment(code);
+  }
+
+  std::string OutputOfDecrement(std::uint16_t code) {
+    testing::internal::CaptureStdout();
+    mBin.Decrement(code);
+    return testing::internal::GetCapturedStdout();
+  }
+
+  Cbin mBin;
+};
+
+TEST_F(CbinTest, NewHistogramIsEmpty) {
+  EXPECT_EQ(mBin.Bins.size(), 4001U);
+  EXPECT_THAT(mBin.Bins, testing::Each(0U));
+  EXPECT_EQ(mBin.NumBinnedValues, 0U);
+}
+
+TEST_F(CbinTest, ResetForgetsEveryReading) {
+  Add(0);
+  Add(2000, 3);
+  Add(4000);
+  mBin.Reset();
+  EXPECT_THAT(mBin.Bins, testing::Each(0U));
+  EXPECT_EQ(mBin.NumBinnedValues, 0U);
+}
+
+// --- The table of bin powers -------------------------------------------------------------------
+
+TEST_F(CbinTest, TableHoldsTheTruncatedPowerOfEachLowerEdge) {
+  ASSERT_EQ(Cbin::BinCenters.size(), 4001U);
+  EXPECT_EQ(Cbin::BinCenters[0], 0U);
+  for (int code = 1; code <= 4000; ++code) {
+    const double exponent = (-70.0 + 0.02 * (code - 1) + 0.7073999997764826) / 10.0;
+    const double power = exponent < 0.0 ? 1857398385681617.0 / std::pow(10.0, -exponent)
+                                        : 1857398385681617.0 * std::pow(10.0, exponent);
+    EXPECT_EQ(Cbin::BinCenters[static_cast<std::size_t>(code)], static_cast<std::uint64_t>(power))
+        << "code " << code;
+  }
+}
+
+// 0.7073999997764826 is 0.6974 and the single-precision 0.01. An offset of 0.7074 would raise every
+// entry by 10^(2.2e-11), one of 0.7074 in single precision (0.70740002) by 10^(2.4e-9): a part in
+// 2e10 or in 2e8, where the doubles themselves are good to a part in 1e14.
+TEST_F(CbinTest, TableUsesTheExactOffset) {
+  ASSERT_EQ(0.6974 + static_cast<double>(0.01F), 0.7073999997764826);
+  for (int code : {2000, 3000, 4000}) {  // high enough for the truncation not to show
+    const long double exponent =
+        (-70.0L + 0.02L * static_cast<long double>(code - 1) + 0.7073999997764826L) / 10.0L;
+    const long double power = 1857398385681617.0L * std::pow(10.0L, exponent);
+    const auto entry = static_cast<long double>(Cbin::BinCenters[static_cast<std::size_t>(code)]);
+    EXPECT_NEAR(static_cast<double>(entry / power), 1.0, 5e-12) << "code " << code;
+  }
+}
+
+TEST_F(CbinTest, TableSpansTheStatedRange) {
+  EXPECT_NEAR(static_cast<double>(Cbin::BinCenters[1]), 2.19e8, 0.005e8);
+  EXPECT_NEAR(static_cast<double>(Cbin::BinCenters[4000]), 2.18e16, 0.005e16);
+}
+
+// --- Loudness to code --------------------------------------------------------------------------
+
+TEST_F(CbinTest, LoudnessIsCodedByItsBin) {
+  const struct {
+    float loudness;
+    int code;
+  } kCases[] = {
+      {-kInfinity, 0},
+      {-std::numeric_limits<float>::max(), 0},
+      {-99.0F, 0},
+      {std::nextafter(-70.0F, -71.0F), 0},
+      {-70.0F, 1},
+      {-69.99F, 1},
+      {-69.97F, 2},    // the second bin begins at -69.98
+      {-23.0F, 2351},  // 47 / 0.02 + 1
+      {0.0F, 3501},    // 70 / 0.02 + 1
+      {9.97F, 3999},   // 79.97 / 0.02 = 3998.5
+      {std::nextafter(9.98F, 10.0F), 4000},
+      {10.0F, 4000},
+      {10.1F, 4000},
+      {100.0F, 4000},
+      {std::numeric_limits<float>::max(), 4000},
+      {kInfinity, 4000},
+  };
+  for (const auto& [loudness, code] : kCases)
+    EXPECT_EQ(Cbin::GetBinIndx(loudness), code) << loudness << " LKFS";
+}
+
+TEST_F(CbinTest, MiddleOfEveryBinHasItsCode) {
+  for (int code = 1; code <= 4000; ++code)
+    EXPECT_EQ(Cbin::GetBinIndx(static_cast<float>(LowerEdge(code) + 0.01)), code);
+}
+
+// The float nearest to -59.7 is -59.70000076, below the edge of bin 516. (-59.70000076 + 70) / 0.02
+// is 514.99997: double precision would leave it in bin 515, but single precision has steps of
+// 0.00006 there and rounds it to 515.0.
+TEST_F(CbinTest, CodingIsDoneInSinglePrecision) {
+  EXPECT_EQ(Cbin::GetBinIndx(-59.7F), 516);
+}
+
+// The float nearest to 9.98 is 9.97999954, which does not reach the top bin's lower edge.
+TEST_F(CbinTest, TheLastFloatBelowTheTopBinIsNotInIt) {
+  ASSERT_LT(static_cast<double>(9.98F), 9.98);
+  EXPECT_EQ(Cbin::GetBinIndx(9.98F), 3999);
+}
+
+TEST_F(CbinTest, WhatIsNoNumberCountsAsSilence) {
+  EXPECT_EQ(Cbin::GetBinIndx(std::numeric_limits<float>::quiet_NaN()), 0);
+  EXPECT_EQ(Cbin::GetBinIndx(-std::numeric_limits<float>::quiet_NaN()), 0);
+}
+
+// --- Counting ----------------------------------------------------------------------------------
+
+TEST_F(CbinTest, IncrementCountsTheReadingInItsBin) {
+  Add(0);
+  Add(1234, 2);
+  EXPECT_EQ(mBin.Bins[0], 1U);
+  EXPECT_EQ(mBin.Bins[1234], 2U);
+  EXPECT_EQ(mBin.NumBinnedValues, 3U);
+}
+
+TEST_F(CbinTest, CodesAboveTheTopCountInTheTopBin) {
+  Add(4000);
+  Add(4001);
+  Add(5000);
+  Add(65535);
+  EXPECT_EQ(mBin.Bins[4000], 4U);
+  EXPECT_EQ(mBin.NumBinnedValues, 4U);
+  EXPECT_EQ(OutputOfDecrement(5000), "");
+  EXPECT_EQ(mBin.Bins[4000], 3U);
+}
+
+TEST_F(CbinTest, DecrementRemovesOneReadingSilently) {
+  Add(1234, 2);
+  EXPECT_EQ(OutputOfDecrement(1234), "");
+  EXPECT_EQ(mBin.Bins[1234], 1U);
+  EXPECT_EQ(mBin.NumBinnedValues, 1U);
+}
+
+TEST_F(CbinTest, DecrementOfAnEmptyBinNamesTheBinAndLeavesItAtZero) {
+  Add(2000);
+  EXPECT_EQ(OutputOfDecrement(1999),
+            "LOUD C ERR: Tried to decrement bin 1999 when it was empty.\n");
+  EXPECT_EQ(mBin.Bins[1999], 0U);
+  EXPECT_EQ(mBin.Bins[2000], 1U);
+  EXPECT_EQ(mBin.NumBinnedValues, 0U);
+}
+
+TEST_F(CbinTest, DecrementOfAnEmptyTopBinNamesTheTopBin) {
+  Add(1);
+  EXPECT_EQ(OutputOfDecrement(5000),
+            "LOUD C ERR: Tried to decrement bin 4000 when it was empty.\n");
+}
+
+TEST_F(CbinTest, DecrementOfAnEmptyHistogramSaysSoAndStillLowersTheBin) {
+  mBin.Bins[7] = 2;
+  EXPECT_EQ(OutputOfDecrement(7), "LOUD C ERR: Tried to decrement when bins are empty.\n");
+  EXPECT_EQ(mBin.NumBinnedValues, 0U);
+  EXPECT_EQ(mBin.Bins[7], 1U);
+}
+
+TEST_F(CbinTest, DecrementOfNothingAtAllPrintsBothLines) {
+  EXPECT_EQ(OutputOfDecrement(0),
+            "LOUD C ERR: Tried to decrement when bins are empty.\n"
+            "LOUD C ERR: Tried to decrement bin 0 when it was empty.\n");
+  EXPECT_EQ(mBin.NumBinnedValues, 0U);
+  EXPECT_EQ(mBin.Bins[0], 0U);
+}
+
+// --- Gated loudness ----------------------------------------------------------------------------
+
+TEST_F(CbinTest, EmptyHistogramReadsNoLoudness) {
+  EXPECT_EQ(mBin.GetLoudnessLkfs(-70.0F), -99.0F);
+  EXPECT_EQ(mBin.GetLoudnessLkfs(-99.0F), -99.0F);
+}
+
+TEST_F(CbinTest, SilenceReadsNoLoudnessWhateverTheGate) {
+  Add(0, 100);
+  for (float gate : {-kInfinity, -99.0F, -70.1F, -70.0F, -23.0F, 9.99F, kInfinity})
+    EXPECT_EQ(mBin.GetLoudnessLkfs(gate), -99.0F) << "gate " << gate;
+}
+
+TEST_F(CbinTest, SingleReadingReadsBackInsideItsOwnBin) {
+  for (int code = 1; code <= 4000; ++code) {
+    mBin.Reset();
+    Add(static_cast<std::uint16_t>(code));
+    const float loudness = mBin.GetLoudnessLkfs(-70.0F);
+    EXPECT_NEAR(loudness, ReadBack(code), 0.0001) << "code " << code;
+    EXPECT_EQ(Cbin::GetBinIndx(loudness), code);
+  }
+}
+
+TEST_F(CbinTest, MeanIsTakenOverPowersNotLevels) {
+  Add(2501, 1);  // -20 LKFS
+  Add(2001, 3);  // -30 LKFS
+  const double mean = LkfsOf((PowerOf(ReadBack(2501)) + 3.0 * PowerOf(ReadBack(2001))) / 4.0);
+  EXPECT_NEAR(mBin.GetLoudnessLkfs(-70.0F), mean, 0.0001);
+}
+
+TEST_F(CbinTest, MeanDividesInIntegers) {
+  Add(1, 1);
+  Add(2, 2);
+  const std::uint64_t mean = (Cbin::BinCenters[1] + 2 * Cbin::BinCenters[2]) / 3;
+  const double loudness = 10.0 * std::log10(static_cast<double>(mean)) - 152.6905962 - 0.6974;
+  EXPECT_EQ(mBin.GetLoudnessLkfs(-70.0F), static_cast<float>(loudness));
+}
+
+TEST_F(CbinTest, GateKeepsItsOwnBinAndDropsTheOneBelow) {
+  Add(2001);
+  Add(2000);
+  EXPECT_NEAR(mBin.GetLoudnessLkfs(-29.99F), ReadBack(2001), 0.0001);
+  Add(2000, 1000);
+  EXPECT_NEAR(mBin.GetLoudnessLkfs(-29.99F), ReadBack(2001), 0.0001);
+}
+
+TEST_F(CbinTest, GateAboveEveryReadingReadsNoLoudness) {
+  Add(2000, 10);
+  EXPECT_EQ(mBin.GetLoudnessLkfs(-20.0F), -99.0F);
+}
+
+TEST_F(CbinTest, GateAtTheTopOfTheRangeKeepsOnlyTheTopBin) {
+  Add(3999, 50);
+  Add(4000, 1);
+  for (float gate : {std::nextafter(9.98F, 10.0F), 10.0F, 99.0F})
+    EXPECT_NEAR(mBin.GetLoudnessLkfs(gate), ReadBack(4000), 0.0001) << "gate " << gate;
+}
+
+TEST_F(CbinTest, ReadingsBelowTheAbsoluteGateNeverDiluteTheMean) {
+  Add(2000);
+  Add(0, 999);
+  for (float gate : {-99.0F, -70.1F, -70.0F, -60.0F})
+    EXPECT_NEAR(mBin.GetLoudnessLkfs(gate), ReadBack(2000), 0.0001) << "gate " << gate;
+}
+
+// 1000 readings at the top are about 2.18e19, beyond 2^64 = 1.84e19: the sum wraps.
+TEST_F(CbinTest, SumOfPowersWrapsAtSixtyFourBits) {
+  mBin.Bins[4000] = 1000;
+  mBin.NumBinnedValues = 1000;
+  const auto exact = static_cast<long double>(Cbin::BinCenters[4000]) * 1000.0L;
+  ASSERT_GT(exact, std::pow(2.0L, 64.0L));
+  const long double wrapped = exact - std::pow(2.0L, 64.0L);
+  EXPECT_NEAR(mBin.GetLoudnessLkfs(-70.0F),
+              LkfsOf(static_cast<double>(wrapped / 1000.0L)) - 153.3879962, 0.0001);
+}
+
+// About 8400 readings at 0 LKFS fit into the sum; bin 3501 is 1857398385681617 * 10^0.07074
+// = 2.186e15 and 2^64 / 2.186e15 = 8438.
+TEST_F(CbinTest, EightThousandFourHundredReadingsAtZeroLkfsFit) {
+  mBin.Bins[3501] = mBin.NumBinnedValues = 8400;
+  EXPECT_NEAR(mBin.GetLoudnessLkfs(-70.0F), ReadBack(3501), 0.0001);
+  mBin.Bins[3501] = mBin.NumBinnedValues = 8500;
+  EXPECT_LT(mBin.GetLoudnessLkfs(-70.0F), -10.0F);
+}
+
+TEST_F(CbinTest, SumOfPowersBelowTheCountReadsNoLoudness) {
+  Cbin::BinCenters[2000] = 2;
+  Cbin::BinCenters[2001] = 0;
+  Add(2000, 1);
+  Add(2001, 2);
+  EXPECT_EQ(mBin.GetLoudnessLkfs(-70.0F), -99.0F);  // 3 readings, sum 2
+  mBin.Decrement(2001);
+  EXPECT_NEAR(mBin.GetLoudnessLkfs(-70.0F), -153.388, 0.0001);  // 2 readings, sum 2: log10(1)
+  Cbin::InitBinCenters();
+}
+
+// --- Loudness range ----------------------------------------------------------------------------
+
+TEST_F(CbinTest, EmptyHistogramHasNoRange) {
+  EXPECT_EQ(mBin.GetLra(1), 0.0F);
+  EXPECT_EQ(mBin.GetLra(65535), 0.0F);
+}
+
+TEST_F(CbinTest, ReadingsOfOneBinHaveNoRange) {
+  Add(2345, 37);
+  EXPECT_EQ(mBin.GetLra(1), 0.0F);
+}
+
+// One reading in each of 100 bins: the 10th from below is code 1009, the 5th from above 1095.
+TEST_F(CbinTest, RangeRunsFromTheTenthToTheNinetyFifthPercentile) {
+  for (std::uint16_t code = 1000; code < 1100; ++code)
+    Add(code);
+  EXPECT_EQ(mBin.GetLra(1), 1.72F);  // 86 bins of 0.02 LU
+}
+
+TEST_F(CbinTest, LowPointIsTheFirstToReachTenPercent) {
+  Add(1000, 9);
+  Add(2000, 91);
+  EXPECT_EQ(mBin.GetLra(1), 0.0F);  // 9 % below: the range begins at code 2000
+  mBin.Decrement(2000);
+  Add(1000);
+  EXPECT_EQ(mBin.GetLra(1), 20.0F);  // 10 %
+}
+
+TEST_F(CbinTest, OneTopReadingOfNineteenIsFivePercent) {
+  Add(1000, 18);
+  Add(2000);
+  EXPECT_EQ(mBin.GetLra(1), 20.0F);  // 100 / 19 = 5
+}
+
+TEST_F(CbinTest, OneTopReadingOfTwentyOneIsFourPercent) {
+  Add(1000, 20);
+  Add(2000);
+  EXPECT_EQ(mBin.GetLra(1), 0.0F);  // 100 / 21 = 4
+}
+
+TEST_F(CbinTest, OneLowReadingOfElevenIsNinePercent) {
+  Add(1000);
+  Add(2000, 10);
+  EXPECT_EQ(mBin.GetLra(1), 0.0F);  // 100 / 11 = 9
+  mBin.Decrement(2000);
+  EXPECT_EQ(mBin.GetLra(1), 20.0F);  // 100 / 10 = 10
+}
+
+TEST_F(CbinTest, ReadingsBelowTheLowestCodeDoNotCount) {
+  Add(999, 1000);
+  Add(1000, 10);
+  Add(1500, 90);
+  EXPECT_EQ(mBin.GetLra(1000), 10.0F);
+  EXPECT_EQ(mBin.GetLra(1001), 0.0F);
+}
+
+TEST_F(CbinTest, LowestCodeAboveEveryReadingYieldsNoRangeAndDoesNotDivideByZero) {
+  Add(1000, 10);
+  EXPECT_EQ(mBin.GetLra(1001), 0.0F);
+  EXPECT_EQ(mBin.GetLra(4000), 0.0F);
+  EXPECT_EQ(mBin.GetLra(4001), 0.0F);
+  EXPECT_EQ(mBin.GetLra(65535), 0.0F);
+}
+
+// Counted from code 0, half of the readings are silence; yet the range begins no lower than code 1.
+TEST_F(CbinTest, CodeZeroIsNeverTheLowPoint) {
+  Add(0, 50);
+  Add(101, 50);
+  EXPECT_EQ(mBin.GetLra(0), 2.0F);  // 101 - 1 bins
+}
+
+// Of 101 readings the only one above silence is 0 %: the walk from the top ends with 0, the low
+// point is code 1, and the distance is one bin downward.
+TEST_F(CbinTest, NoHighPointEndsBelowTheLowPoint) {
+  Add(0, 100);
+  Add(4000);
+  EXPECT_EQ(mBin.GetLra(0), -0.02F);
+}
+
+TEST_F(CbinTest, RangeSpansTheWholeScale) {
+  Add(1, 10);
+  Add(4000, 10);
+  EXPECT_EQ(mBin.GetLra(1), 79.98F);  // 3999 bins
+}
+
+// 43 000 000 * 100 is 5 032 704 modulo 2^32, 0 % of 53 000 000; all 53 000 000 are 1 005 032 704,
+// 18 %. So the walk upward passes code 1000 by and ends at 2000, where the walk downward ends too.
+TEST_F(CbinTest, PercentagesAreComputedInThirtyTwoBits) {
+  mBin.Bins[1000] = 43000000;
+  mBin.Bins[2000] = 10000000;
+  mBin.NumBinnedValues = 53000000;
+  EXPECT_EQ(mBin.GetLra(1), 0.0F);
+}
+
+}  // namespace

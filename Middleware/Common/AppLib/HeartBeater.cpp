@@ -1,1 +1,179 @@
+// The client of the process monitor. Owned by itself as a singleton; reactor thread only.
+
 #include "HeartBeater.h"
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "JsonAccess.h"
+#include "LogMacros.h"
+#include "MqNames.h"
+#include "MqSupport.h"
+
+namespace {
+
+constexpr char kUnitName[] = "HeartBeater";
+
+constexpr char kUnknownVersion[] = "Unknown";
+constexpr char kCommandKey[] = "Command";
+
+using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
+
+void WriteHeartBeat(rapidjson::StringBuffer& text, const char* key, const char* version,
+                    ProcessStatus_e status) {
+  JsonWriter writer(text);
+  writer.StartObject();
+  writer.Key("HbKey");
+  writer.String(key);
+  writer.Key("Version");
+  writer.String(version);
+  writer.Key("State");
+  writer.Int(status);
+  writer.EndObject();
+}
+
+bool WriteAppCommand(rapidjson::StringBuffer& text, int command) {
+  JsonWriter writer(text);
+  return writer.StartObject() && writer.Key(kCommandKey) && writer.Int(command) &&
+         writer.EndObject();
+}
+
+}  // namespace
+
+cHeartBeater* cHeartBeater::mpHeartBeater = nullptr;
+Logger* cHeartBeater::mpLogger = nullptr;
+int cHeartBeater::mLogLevel = MsgLevel_Warn;
+
+cHeartBeater* cHeartBeater::GetInstance() {
+  if (mpHeartBeater == nullptr) {
+    // CZMQ's own exit handler must be registered before ours, so that our socket goes first.
+    zsys_init();
+    mpLogger = Logger::GetInstance();
+    mpHeartBeater = new cHeartBeater;
+    std::atexit(DeleteInstance);
+  }
+  return mpHeartBeater;
+}
+
+void cHeartBeater::DeleteInstance() {
+  if (mpHeartBeater == nullptr)
+    return;
+  mpHeartBeater->CloseMq();
+  delete mpHeartBeater;
+  mpHeartBeater = nullptr;
+}
+
+bool cHeartBeater::SetHeartBeatJson(const char* cpHbKey, const char* cpVersion,
+                                    ProcessStatus_e status) {
+  mbIsValidJson = false;
+  if (cpHbKey == nullptr)
+    return false;
+  if (cpVersion == nullptr) {
+    LOUDCALC_LOG(Warn, "\"HB Version not set by this process.!\"");
+    cpVersion = kUnknownVersion;
+  }
+  rapidjson::StringBuffer text;
+  WriteHeartBeat(text, cpHbKey, cpVersion, status);
+  std::memset(ProcessBeat, 0, sizeof ProcessBeat);
+  std::snprintf(ProcessBeat, sizeof ProcessBeat - 1, "%s", text.GetString());
+  mbIsValidJson = true;
+  return true;
+}
+
+bool cHeartBeater::ConnectMqOverTcp(const char* ipStr_in) {
+  const char* address = ipStr_in != nullptr ? ipStr_in : kLocalHostAddress;
+  return Connect(MqEndpoint::Tcp(address, kMonitorInletPort).Text());
+}
+
+bool cHeartBeater::ConnectMqOverIpc() {
+  return Connect(MqEndpoint::Ipc(kMonitorInletIpcName).Text());
+}
+
+bool cHeartBeater::SendBeat() {
+  if (pPushSocket == nullptr || !mbIsValidJson)
+    return false;
+  if (zstr_sendm(pPushSocket, kHeartBeatTopic) == -1) {
+    LOUDCALC_LOG(Error, "\"Failed to send HB Topic.\"");
+    return false;
+  }
+  if (zstr_send(pPushSocket, ProcessBeat) == -1) {
+    LOUDCALC_LOG(Error, "\"Failed to send HB message.\"");
+    return false;
+  }
+  return true;
+}
+
+void cHeartBeater::RequestRepub() {
+  if (pPushSocket == nullptr || !mbIsValidJson)
+    return;
+  if (zstr_send(pPushSocket, kRepublicationTopic) == -1)
+    LOUDCALC_LOG(Error, "\"Failed to send HB Topic.\"");
+}
+
+void cHeartBeater::SendRebootCommand() {
+  SendAppCommand(kAppCommandReboot);
+}
+
+void cHeartBeater::SendSwUpgradeCommand() {
+  SendAppCommand(kAppCommandSwUpgrade);
+}
+
+int cHeartBeater::ParseAppCommand(const char* cpEncMessage_in) {
+  rapidjson::Document document;
+  std::int32_t command = -1;
+  if (json::ParseObject(cpEncMessage_in, document))
+    json::Read(document, kCommandKey, command);
+  return command;
+}
+
+void cHeartBeater::CloseMq() {
+  if (pPushSocket != nullptr)
+    LOUDCALC_PRINT(stdout, "\"Heart Beater MQ cleanup!!!\"");
+  zsock_destroy(&pPushSocket);
+}
+
+bool cHeartBeater::Connect(const char* endpoint) {
+  if (pPushSocket != nullptr) {
+    LOUDCALC_LOG(Error, "\"Seems this instance already connected to %s\"", endpoint);
+    return false;
+  }
+  const auto connect = [&] {
+    MqSockOwner socket(zsock_new(ZMQ_PUSH));
+    if (socket == nullptr)
+      return false;
+    // The reactor must not wait for an absent monitor once its share of messages is kept.
+    zsock_set_sndtimeo(socket.get(), 0);
+    LOUDCALC_LOG(Debug, "\"Tryig to connect %s\"", endpoint);
+    if (zsock_connect(socket.get(), "%s", endpoint) == -1) {
+      socket.reset();
+      LOUDCALC_LOG(Error, "\"Failed to connect to %s\"", endpoint);
+      return false;
+    }
+    pPushSocket = socket.release();
+    LOUDCALC_LOG(Info, "\"Connected to %s\"", endpoint);
+    return true;
+  };
+  return MqGuard(connect, [](const char* title, const char* description) {
+    LOUDCALC_LOG(Critical, "\"%s %s\"", title, description);
+  });
+}
+
+// Frames: topic, {"Command":N}.
+void cHeartBeater::SendAppCommand(int command) {
+  if (pPushSocket == nullptr)
+    return;
+  try {
+    rapidjson::StringBuffer text;
+    if (!WriteAppCommand(text, command))
+      LOUDCALC_LOG(Error, "\"Failed to prepare app cmd toipic.\"");
+    else if (zstr_sendm(pPushSocket, kForwardedCommandTopic) == -1)
+      LOUDCALC_LOG(Error, "\"Failed to send App cmd Topic.\"");
+    else if (zstr_send(pPushSocket, text.GetString()) == -1)
+      LOUDCALC_LOG(Error, "\"Failed to send App cmd message.\"");
+  } catch (const std::exception& error) {
+    LOUDCALC_PRINT(stderr, "\"Exception %s\"", error.what());
+  }
+}

@@ -1,1 +1,83 @@
+// Publisher sockets. Stateless but for the two numbers; the deriving class owns the sockets.
+
 #include "MqPubHandler.h"
+
+#include "LogMacros.h"
+#include "MqSupport.h"
+
+namespace {
+
+constexpr char kUnitName[] = "MqPubHandler";
+
+void ReportException(const char* title, const char* description) {
+  LOUDCALC_PRINT(stdout, "\"%s %s\"", title, description);
+}
+
+}  // namespace
+
+MqSock_t* MqPubHandler::BindMqOverIpc(const char* cpIpc_in, MqSock_t* socket) {
+  if (cpIpc_in == nullptr)
+    return nullptr;
+  return Bind(MqEndpoint::Ipc(cpIpc_in).Text(), socket);
+}
+
+MqSock_t* MqPubHandler::BindMqOverTcp(const char* cpIp_in, std::uint32_t port, MqSock_t* socket) {
+  if (cpIp_in == nullptr || port == 0)
+    return nullptr;
+  return Bind(MqEndpoint::Tcp(cpIp_in, port).Text(), socket);
+}
+
+MqSock_t* MqPubHandler::BindMqOverUdp(const char*, std::uint32_t, MqSock_t*) {
+  return nullptr;
+}
+
+void MqPubHandler::DestroyMq(MqSock_t*& socket) {
+  zsock_destroy(&socket);
+}
+
+bool MqPubHandler::SendJson(MqSock_t* socket, const char* topic, const char* json) {
+  if (socket == nullptr || topic == nullptr || json == nullptr)
+    return false;
+  if (zstr_sendm(socket, topic) == -1 || zstr_send(socket, json) == -1) {
+    LOUDCALC_PRINT(stdout, "\"Failed to published: %s/%s\"", topic, json);
+    return false;
+  }
+  return true;
+}
+
+bool MqPubHandler::SendUint32(MqSock_t* socket, const char* topic, std::uint32_t value) {
+  if (socket == nullptr || topic == nullptr)
+    return false;
+  // A block of bytes: the library writes its own picture of a number, "4", as decimal digits.
+  if (zsock_send(socket, "sb", topic, &value, sizeof value) == -1) {
+    LOUDCALC_PRINT(stdout, "\"Failed to published: %s/%u\"", topic, value);
+    return false;
+  }
+  return true;
+}
+
+MqSock_t* MqPubHandler::GetNewSock(int type) {
+  return zsock_new(type);
+}
+
+// Binds the existing socket, or a new one that lives on only when bound.
+MqSock_t* MqPubHandler::Bind(const char* endpoint, MqSock_t* existing) {
+  const auto bind = [&]() -> MqSock_t* {
+    MqSockOwner created(existing == nullptr ? GetNewSock(ZMQ_PUB) : nullptr);
+    MqSock_t* socket = existing != nullptr ? existing : created.get();
+    if (socket == nullptr) {
+      LOUDCALC_PRINT(stdout, "\"zsock_new failed %s\"", endpoint);
+      return nullptr;
+    }
+    LOUDCALC_PRINT(stdout, "\"Tryig to bind %s\"", endpoint);
+    if (zsock_bind(socket, "%s", endpoint) == -1) {
+      created.reset();
+      LOUDCALC_PRINT(stdout, "\"Failed to bind to %s\"", endpoint);
+      return nullptr;
+    }
+    LOUDCALC_PRINT(stdout, "\"Bound to %s\"", endpoint);
+    created.release();
+    return socket;
+  };
+  return MqGuard(bind, ReportException);
+}

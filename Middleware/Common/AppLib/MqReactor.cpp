@@ -1,1 +1,265 @@
+// The event loop with its subscriber sockets and timers. Owned by the deriving class; everything
+// runs on the thread that calls StartLoop.
+
 #include "MqReactor.h"
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "Assertion.h"
+#include "LogMacros.h"
+#include "MqSupport.h"
+
+namespace {
+
+constexpr char kUnitName[] = "MqReactor";
+
+using TopicRow_t = char[kMqTopicSize];
+
+// The topic of a row, also of one that has no room for a terminator.
+std::string TopicOf(const TopicRow_t& row) {
+  return {row, strnlen(row, sizeof row)};
+}
+
+// What a reader returns to the loop.
+int LoopResult(int handlerResult) {
+  return zsys_interrupted != 0 || handlerResult == -1 ? -1 : 0;
+}
+
+// The message that woke the loop. A signal that arrives meanwhile is no reason to go without.
+zmsg_t* ReceiveMessage(zsock_t* socket) {
+  zmsg_t* pMessage = nullptr;
+  do {
+    pMessage = zmsg_recv_nowait(socket);
+  } while (pMessage == nullptr && errno == EINTR);
+  LOUDCALC_ASSERT(nullptr != pMessage, "nullptr != pMessage");
+  return pMessage;
+}
+
+}  // namespace
+
+Logger* MqReactor::mpLogger = nullptr;
+LogLevel_e MqReactor::mLogLevel = MsgLevel_Warn;
+
+// Runs an operation at whose end exceptions end too.
+template <typename Operation>
+bool MqReactor::Guarded(Operation operation) {
+  return MqGuard(operation, [](const char* title, const char* description) {
+    LOUDCALC_LOG(Critical, "\"%s %s\"", title, description);
+  });
+}
+
+// Takes one message, hands its topic and the frames after it to `handler` and disposes of both.
+template <typename Handler>
+int MqReactor::ReadMessage(zsock_t* socket, Handler handler) {
+  zmsg_t* pMessage = ReceiveMessage(socket);
+  char* cpTopic = zmsg_popstr(pMessage);
+  LOUDCALC_ASSERT(nullptr != cpTopic, "nullptr != cpTopic");
+  const int rv = handler(cpTopic, pMessage);
+  if (rv == -1)
+    LOUDCALC_LOG(Error, "\"Got rv = %d. Exiting from reactor loop ...\"", rv);
+  zstr_free(&cpTopic);
+  zmsg_destroy(&pMessage);
+  return LoopResult(rv);
+}
+
+MqReactor::MqReactor() {
+  zloop_t* loop = zloop_new();
+  if (loop == nullptr)
+    return;
+  MqSockOwner sock(zsock_new(ZMQ_SUB));
+  MqSockOwner sockBin(zsock_new(ZMQ_SUB));
+  if (sock == nullptr || sockBin == nullptr) {
+    zloop_destroy(&loop);
+    return;
+  }
+  mpSock = sock.release();
+  mpSockBin = sockBin.release();
+  mpLoop = loop;
+  mbIsValidReactor = true;
+}
+
+MqReactor::~MqReactor() {
+  CloseMq();
+  zloop_destroy(&mpLoop);
+}
+
+bool MqReactor::AddMqSubsOverTcp(const char* cpIp_in, std::uint32_t port, mqTopics_t topics,
+                                 std::int32_t noTopics, bool binary) {
+  LOUDCALC_ASSERT(IsValidReactor() && cpIp_in != nullptr && topics != nullptr && noTopics > 0,
+                  "IsValidReactor() && cpIp_in != nullptr && topics != nullptr && noTopics > 0");
+  return Guarded([&] {
+    if (!Connect(binary, MqEndpoint::Tcp(cpIp_in, port).Text()))
+      return false;
+    for (std::int32_t i = 0; i < noTopics; ++i) {
+      const std::string topic = TopicOf(topics[i]);
+      zsock_set_subscribe(UsableSock(binary), topic.c_str());
+      ++mlTopics;
+      LOUDCALC_LOG(Debug, "\"%u: Subscribed %s\"", mlTopics, topic.c_str());
+    }
+    return true;
+  });
+}
+
+bool MqReactor::AddMqSubsOverIpc(const char* cpIpc_in, mqTopics_t topics, std::int32_t noTopics,
+                                 bool binary) {
+  LOUDCALC_ASSERT(IsValidReactor() && cpIpc_in != nullptr && topics != nullptr && noTopics > 0,
+                  "IsValidReactor() && cpIpc_in != nullptr && topics != nullptr && noTopics > 0");
+  return Guarded([&] {
+    if (!Connect(binary, MqEndpoint::Ipc(cpIpc_in).Text()))
+      return false;
+    for (std::int32_t i = 0; i < noTopics; ++i) {
+      const std::string topic = TopicOf(topics[i]);
+      if (topic.size() >= kMqTopicSize) {
+        LOUDCALC_LOG(Error, "\"Failed to subscribed %d: %s\"", i, topic.c_str());
+        continue;
+      }
+      zsock_set_subscribe(UsableSock(binary), topic.c_str());
+      ++mlTopics;
+      LOUDCALC_LOG(Debug, "\"%u: Subscribed %d: %s\"", mlTopics, i, topic.c_str());
+    }
+    return true;
+  });
+}
+
+bool MqReactor::SubscribeTopic(const char* topic, std::int32_t len, bool binary) {
+  LOUDCALC_ASSERT(IsValidReactor() && topic != nullptr && len > 0 && len < 128,
+                  "IsValidReactor() && topic != nullptr && len > 0 && len < 128");
+  return Guarded([&] {
+    zsock_t* socket = UsableSock(binary);
+    if (socket == nullptr)
+      return false;
+    zsock_set_subscribe(socket, topic);
+    ++mlTopics;
+    LOUDCALC_LOG(Debug, "\"%u: Subscribed %s\"", mlTopics, topic);
+    return true;
+  });
+}
+
+bool MqReactor::UnsubscribeTopics(mqTopics_t topics, std::int32_t noTopics, bool binary) {
+  LOUDCALC_ASSERT(IsValidReactor() && topics != nullptr && noTopics > 0,
+                  "IsValidReactor() && topics != nullptr && noTopics > 0");
+  return Guarded([&] {
+    zsock_t* socket = UsableSock(binary);
+    if (socket == nullptr)
+      return false;
+    for (std::int32_t i = 0; i < noTopics; ++i) {
+      const std::string topic = TopicOf(topics[i]);
+      zsock_set_unsubscribe(socket, topic.c_str());
+      LOUDCALC_LOG(Debug, "\"%u: Unsubscribed %s\"", mlTopics, topic.c_str());
+    }
+    return true;
+  });
+}
+
+bool MqReactor::SetMqSubsReader(MqDataType_e type) {
+  if (!IsValidReactor() || (type & MQ_DATA_TYPE_STRING_AND_BINARY) == 0)
+    return false;
+  if ((type & MQ_DATA_TYPE_STRING) != 0)
+    RegisterReader(false, ReaderCallback);
+  if ((type & MQ_DATA_TYPE_BINARY) != 0)
+    RegisterReader(true, ReaderCallbackForBinaryData);
+  return true;
+}
+
+std::int32_t MqReactor::AddTimer(pReactorTimerCallback handler, void* argument, std::size_t delay,
+                                 std::size_t times) {
+  if (!IsValidReactor())
+    return -1;
+  const int rc = zloop_timer(mpLoop, delay, times, handler, argument);
+  LOUDCALC_ASSERT(rc != -1, "rc != -1");
+  ++mlTimers;
+  return rc;
+}
+
+void MqReactor::EndTimer(std::int32_t timerId) {
+  if (mpLoop != nullptr)
+    zloop_timer_end(mpLoop, timerId);
+}
+
+bool MqReactor::StartLoop(MqDataType_e type) {
+  if (!IsValidReactor())
+    return false;
+  const bool ret = SetMqSubsReader(type);
+  if (mlTimers > 0)
+    zloop_set_max_timers(mpLoop, mlMaxTimers);
+  LOUDCALC_ASSERT(ret == true, "ret == true");
+  // Every handled signal makes the loop return 0. Only an interrupt is meant to end it; timers keep
+  // their times when it is started again.
+  int rc = 0;
+  do {
+    errno = 0;
+    rc = zloop_start(mpLoop);
+  } while (rc == 0 && errno == EINTR && zsys_interrupted == 0);
+  return true;
+}
+
+void MqReactor::CloseMq() {
+  Destroy(UsableSock(false));
+  mpSock = nullptr;
+  Destroy(UsableSock(true));
+  mpSockBin = nullptr;
+  mbIsValidReactor = false;
+}
+
+int MqReactor::ReaderCallback(zloop_t*, zsock_t* socket, void* reactor) {
+  const auto* self = static_cast<const MqReactor*>(reactor);
+  if (self == nullptr || self->mpReactorReaderCallback == nullptr)
+    return LoopResult(0);
+  return ReadMessage(socket, [self](const char* topic, zmsg_t* message) {
+    char* cpData = zmsg_popstr(message);
+    const int rv = self->mpReactorReaderCallback(topic, cpData);
+    zstr_free(&cpData);
+    return rv;
+  });
+}
+
+int MqReactor::ReaderCallbackForBinaryData(zloop_t*, zsock_t* socket, void* reactor) {
+  const auto* self = static_cast<const MqReactor*>(reactor);
+  if (self == nullptr || self->mpReactorReaderCallbackForBinaryData == nullptr)
+    return LoopResult(0);
+  return ReadMessage(socket, self->mpReactorReaderCallbackForBinaryData);
+}
+
+// The chosen socket, null when it is empty or was destroyed by a failed connect.
+zsock_t* MqReactor::UsableSock(bool binary) const {
+  if (binary)
+    return mbSockBinIsGone ? nullptr : mpSockBin;
+  return mbSockIsGone ? nullptr : mpSock;
+}
+
+// Destroys a socket, if it is one, after taking it out of the loop, which would go on polling it.
+void MqReactor::Destroy(zsock_t* socket) {
+  if (socket != nullptr && mpLoop != nullptr)
+    zloop_reader_end(mpLoop, socket);
+  zsock_destroy(&socket);
+}
+
+bool MqReactor::Connect(bool binary, const char* endpoint) {
+  zsock_t* socket = UsableSock(binary);
+  if (socket == nullptr)
+    return false;
+  LOUDCALC_LOG(Debug, "\"Tryig to connect %s\"", endpoint);
+  if (zsock_connect(socket, "%s", endpoint) == -1) {
+    Destroy(socket);
+    (binary ? mbSockBinIsGone : mbSockIsGone) = true;
+    LOUDCALC_LOG(Error, "\"Failed to connect to %s\"", endpoint);
+    return false;
+  }
+  LOUDCALC_LOG(Info, "\"Connected to %s\"", endpoint);
+  return true;
+}
+
+void MqReactor::RegisterReader(bool binary, zloop_reader_fn* reader) {
+  zsock_t* socket = UsableSock(binary);
+  int rc = -1;
+  if (socket != nullptr) {
+    // Two readers of one socket would both be called for the same message.
+    zloop_reader_end(mpLoop, socket);
+    rc = zloop_reader(mpLoop, socket, reader, this);
+  }
+  LOUDCALC_ASSERT(rc != -1, "rc != -1");
+  LOUDCALC_LOG(Debug, "\"Reacter reader registered\"");
+  zloop_reader_set_tolerant(mpLoop, socket);
+}

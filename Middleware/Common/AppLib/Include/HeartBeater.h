@@ -1,1 +1,88 @@
+// This process's client of the unit's process monitor: heartbeats, requests for the system status
+// and commands that the monitor forwards. A singleton on the reactor thread; nothing here is
+// locked.
+
 #pragma once
+
+#include <czmq.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "Logger.h"
+
+/// State of a process as the monitor knows it.
+enum ProcessStatus_e : std::int32_t {
+  PS_NO_SHOW = 0,
+  PS_PROCESSING = 1,  // what this service reports
+  PS_START_TIMEOUT = 2,
+  PS_FAULTED = 3,
+  PS_WAITING2 = 4,
+  PS_ERROR = 5,
+  PS_NUM_STATUS_STATES = 6,
+};
+
+/// Commands to an application of the unit.
+constexpr int kAppCommandReboot = 9;
+constexpr int kAppCommandSwUpgrade = 100;
+
+/// Size of the heartbeat text's buffer in bytes.
+constexpr std::size_t kProcessBeatSize = 512;
+
+/// Sends never wait. While the monitor is away about a thousand messages are kept for it; what
+/// comes after that is refused whole, until it takes them.
+class cHeartBeater {
+ public:
+  /// The client, made on first use, without socket and heartbeat text, and freed by an exit
+  /// handler.
+  static cHeartBeater* GetInstance();
+
+  /// Closes the socket and frees the client; harmless when there is none.
+  static void DeleteInstance();
+
+  /// Makes the heartbeat text {"HbKey":KEY,"Version":VERSION,"State":STATUS}. A missing version is
+  /// written as "Unknown", with a warning. A text of more than 510 characters is cut there and sent
+  /// all the same. False without a key; the text made before then stays, unsent.
+  bool SetHeartBeatJson(const char* cpHbKey, const char* cpVersion, ProcessStatus_e status);
+
+  /// Connect to the monitor, which need not be there yet: over TCP at an IPv4 address text, or at
+  /// this board when null, or over IPC. False when connected already, which changes nothing, or
+  /// when the connection is refused outright, which leaves no socket.
+  bool ConnectMqOverTcp(const char* ipStr_in);
+  bool ConnectMqOverIpc();
+
+  /// Sends the heartbeat, two frames. False without a socket or a valid text, silently, or when the
+  /// socket refuses it.
+  bool SendBeat();
+
+  /// Asks the monitor to publish the system status again. Does nothing without a socket or a valid
+  /// heartbeat text.
+  void RequestRepub();
+
+  /// Ask the monitor to have the unit rebooted, its software upgraded. Do nothing without a socket.
+  void SendRebootCommand();
+  void SendSwUpgradeCommand();
+
+  /// The 32-bit integer "Command" of a JSON object, for example kAppCommandReboot; -1 for anything
+  /// else.
+  static int ParseAppCommand(const char* cpEncMessage_in);
+
+  /// Destroys the socket, if there is one. The heartbeat text stays.
+  void CloseMq();
+
+  zsock_t* pPushSocket = nullptr;         // PUSH socket to the monitor, owned; null: not connected
+  bool mbIsValidJson = false;             // `ProcessBeat` holds a text; nothing is sent while false
+  bool mbSysStatusRepubRequired = false;  // kept for the owner, not used here
+  char ProcessBeat[kProcessBeatSize] = {};  // heartbeat JSON, zero-terminated
+
+  static cHeartBeater* mpHeartBeater;  // the instance; null: none
+  static Logger* mpLogger;             // where the lines go; null: silent
+  static int mLogLevel;                // lowest level that is logged, MsgLevel_e
+
+ private:
+  cHeartBeater() = default;
+  ~cHeartBeater() = default;
+
+  bool Connect(const char* endpoint);
+  void SendAppCommand(int command);
+};

@@ -1,1 +1,158 @@
+// The event loop of a process: two SUB sockets, one for text messages and one for messages with
+// binary frames, and the periodic timers. Handlers and timers run one at a time on the thread that
+// calls StartLoop; nothing here is locked.
+
 #pragma once
+
+#include <czmq.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "Logger.h"
+
+/// Size of a row of a topic list. A topic has at most one character less.
+constexpr std::size_t kMqTopicSize = 128;
+
+/// A topic list: rows of 128 characters, each a zero-terminated topic prefix. A row without a
+/// terminator counts as a topic of 128 characters.
+using mqTopics_t = const char (*)[kMqTopicSize];
+
+/// Which sockets of the reactor are meant; used as bits.
+enum MqDataType_e : std::int32_t {
+  MQ_DATA_TYPE_STRING = 1,             // the text socket
+  MQ_DATA_TYPE_BINARY = 2,             // the binary socket
+  MQ_DATA_TYPE_STRING_AND_BINARY = 3,  // both
+  MQ_DATA_TYPE_STATES = 4,             // neither; no reader belongs to it
+};
+
+/// Handler of a text message: topic, and the second frame or null when the message has but one.
+/// Both texts are the reactor's and end with the call. A result of -1 ends the loop.
+using pReactorReaderCallback = int (*)(const char* topic, const char* data);
+
+/// Handler of a binary message: topic, and the message with the frames after it. The handler may
+/// read or take frames but does not destroy the message. A result of -1 ends the loop.
+using pReactorReaderCallbackForBinaryData = int (*)(const char* topic, zmsg_t* message);
+
+/// Handler of a timer: loop, timer id, argument given to AddTimer. A result of -1 ends the loop.
+using pReactorTimerCallback = int (*)(zloop_t* loop, int timerId, void* argument);
+
+/// In every operation the flag `binary` chooses the binary socket when true and the text socket
+/// when false. An operation on a socket that is not there returns false. Exceptions inside an
+/// operation are logged at Critical and make it return false.
+class MqReactor {
+ public:
+  /// Makes the loop and both sockets. When one of them cannot be made nothing is kept and the
+  /// reactor is invalid for good; see IsValidReactor.
+  MqReactor();
+
+  /// Destroys the text socket, the binary socket and the loop, in that order.
+  virtual ~MqReactor();
+
+  MqReactor(const MqReactor&) = delete;
+  MqReactor& operator=(const MqReactor&) = delete;
+
+  /// Whether the reactor has its loop and its sockets. False after CloseMq.
+  bool IsValidReactor() const { return mbIsValidReactor; }
+
+  /// Connects a socket to a publisher and subscribes it to `noTopics` topics, in order. The
+  /// publisher need not be there yet; the connection is made and renewed in the background. A
+  /// subscription holds for every publisher of the socket. REQUIRES: a valid reactor and no missing
+  /// argument.
+  ///
+  /// False when the connection is refused outright, for example for an address that is none; the
+  /// socket is then destroyed and the reactor no longer serves messages of that kind.
+  ///
+  /// Over IPC the publisher is a file name in the unit's IPC directory and a topic of more than 127
+  /// characters is skipped with an Error line; over TCP, an IPv4 address text and a port, there is
+  /// no such check.
+  bool AddMqSubsOverTcp(const char* cpIp_in, std::uint32_t port, mqTopics_t topics,
+                        std::int32_t noTopics, bool binary);
+  bool AddMqSubsOverIpc(const char* cpIpc_in, mqTopics_t topics, std::int32_t noTopics,
+                        bool binary);
+
+  /// Subscribes a socket to one more topic. `len` is the topic's length. REQUIRES: a valid reactor,
+  /// a topic, and a length of 1 to 127.
+  bool SubscribeTopic(const char* topic, std::int32_t len, bool binary);
+
+  /// Takes subscriptions back. `mlTopics` keeps its value. REQUIRES: a valid reactor and no missing
+  /// argument.
+  bool UnsubscribeTopics(mqTopics_t topics, std::int32_t noTopics, bool binary);
+
+  /// Registers the readers of the sockets that `type` names, in place of those registered before.
+  /// False for an invalid reactor or a type that names no socket. A reader that the loop does not
+  /// take stops the process.
+  bool SetMqSubsReader(MqDataType_e type);
+
+  /// The handlers of text and of binary messages; null: messages are left unread.
+  void SetReactorReader(pReactorReaderCallback callback) { mpReactorReaderCallback = callback; }
+  void SetReactorReaderForBinaryData(pReactorReaderCallbackForBinaryData callback) {
+    mpReactorReaderCallbackForBinaryData = callback;
+  }
+
+  /// Adds a timer that fires every `delay` milliseconds, `times` times or, with 0, for ever.
+  /// Returns its id, -1 for an invalid reactor. A timer that the loop does not take stops the
+  /// process.
+  std::int32_t AddTimer(pReactorTimerCallback handler, void* argument, std::size_t delay,
+                        std::size_t times);
+
+  /// Ends a timer. To be called before the loop starts or after it has ended; a handler that wants
+  /// no further calls is better served by the `times` of its timer.
+  void EndTimer(std::int32_t timerId);
+
+  /// Number of timers that the loop takes once it has been started.
+  void SetMaxTimers(std::uint32_t maxTimers) { mlMaxTimers = maxTimers; }
+
+  /// Registers the readers that `type` names, which must be at least one, and runs the loop until a
+  /// handler or timer returns -1 or the process is interrupted (SIGINT, SIGTERM). Other signals do
+  /// not end it. False at once for an invalid reactor, else true.
+  bool StartLoop(MqDataType_e type);
+
+  /// Destroys the text socket and the binary socket, as far as they are there. The reactor is
+  /// invalid afterwards.
+  void CloseMq();
+
+  /// Readers of the two sockets, called by the loop: they take one message from `socket` and hand
+  /// it to the handler of `reactor`, a MqReactor. Frames that the handler does not get are dropped.
+  /// Return 0 to go on, -1 to end the loop.
+  static int ReaderCallback(zloop_t* loop, zsock_t* socket, void* reactor);
+  static int ReaderCallbackForBinaryData(zloop_t* loop, zsock_t* socket, void* reactor);
+
+  void SetSlot(std::int32_t slot) { miSlot = slot; }
+  std::int32_t GetSlot() const { return miSlot; }
+  void SetProbeId(std::int32_t probeId) { miProbeId = probeId; }
+  std::int32_t GetProbeId() const { return miProbeId; }
+
+  static void SetLogLevel(LogLevel_e level) { mLogLevel = level; }
+
+  std::int32_t miSlot = -1;        // card slot; -1: not set
+  std::int32_t miProbeId = 0;      // probe identifier
+  zsock_t* mpSock = nullptr;       // SUB socket for text messages, owned
+  zsock_t* mpSockBin = nullptr;    // SUB socket for binary messages, owned
+  zloop_t* mpLoop = nullptr;       // the loop, owned
+  bool mbIsValidReactor = false;   // the loop and both sockets were made and are not closed
+  std::uint32_t mlTopics = 0;      // subscriptions made so far; never decreased
+  std::uint32_t mlMaxTimers = 10;  // timer limit handed to the loop at its start
+  std::uint32_t mlTimers = 0;      // timers added so far
+  pReactorReaderCallback mpReactorReaderCallback = nullptr;  // handler of text messages; null: none
+  pReactorReaderCallbackForBinaryData mpReactorReaderCallbackForBinaryData =
+      nullptr;  // handler of binary messages; null: none
+
+  static Logger* mpLogger;      // where the lines go, set by the deriving class; null: silent
+  static LogLevel_e mLogLevel;  // lowest level that is logged
+
+ private:
+  zsock_t* UsableSock(bool binary) const;
+  void Destroy(zsock_t* socket);
+  bool Connect(bool binary, const char* endpoint);
+  void RegisterReader(bool binary, zloop_reader_fn* reader);
+
+  template <typename Operation>
+  static bool Guarded(Operation operation);
+  template <typename Handler>
+  static int ReadMessage(zsock_t* socket, Handler handler);
+
+  // A socket destroyed by a failed connect stays in its field; these say that it is gone.
+  bool mbSockIsGone = false;     // of `mpSock`
+  bool mbSockBinIsGone = false;  // of `mpSockBin`
+};

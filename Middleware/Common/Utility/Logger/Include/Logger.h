@@ -5,8 +5,10 @@
 
 #include <czmq.h>
 
+#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <string>
 
 /// Severity of a message. A message is written when its level is at least the threshold.
 enum MsgLevel_e : std::int32_t {
@@ -30,36 +32,44 @@ enum MsgType_e : std::int32_t {
 
 class Logger {
  public:
-  /// The logger, made on first use and freed by an exit handler. A new logger has no sink, threshold
-  /// `MsgLevel_Default`, no console output and an empty name. Null only when memory is exhausted.
+  /// The logger, made on first use and freed by an exit handler. A new logger has no sink,
+  /// threshold `MsgLevel_Default`, no console output and an empty name. Null only when memory is
+  /// exhausted.
   static Logger* GetInstance();
 
   /// Detaches the sink and frees the logger; harmless when there is none.
   static void DeleteInstance();
 
-  /// Levelled messages. Each writes the message to the console (Error, Warn, Info and Debug only with
-  /// `mConsoleAttached`) and to the attached sink, unless its level lies below `mLogLevel` or
-  /// `mDisableAll` is set. Returns the message's character count, 0 when nothing was written.
+  /// Levelled messages. Each is one line on the console, with time stamp (milliseconds since the
+  /// epoch), process name and level name before it: Critical, Error and Warn on standard error,
+  /// Info and Debug on standard output, all but Critical only with `mConsoleAttached`. Each goes to
+  /// the attached sink too, there cut at 2047 characters, those before the message included. A
+  /// message whose level lies below `mLogLevel` is not written, none at all with `mDisableAll`.
+  /// Returns the character count of the whole message, 0 when it went nowhere.
   int Critical(const char* format, ...) __attribute__((format(printf, 2, 3)));
   int Error(const char* format, ...) __attribute__((format(printf, 2, 3)));
   int Warn(const char* format, ...) __attribute__((format(printf, 2, 3)));
   int Info(const char* format, ...) __attribute__((format(printf, 2, 3)));
   int Debug(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-  /// A notification for the unit's user, whatever the threshold: to the attached sink, else to
-  /// standard error. `title` may be null. Returns the message's character count.
+  /// A notification for the unit's user, whatever `mLogLevel` and `mDisableAll`: to the attached
+  /// sink, cut at 2047 characters, else as a line without the title on standard error. `title` may
+  /// be null. Returns the character count of the whole message.
   int Notify(MsgLevel_e level, const char* title, const char* format, ...)
       __attribute__((format(printf, 4, 5)));
 
   /// Writes the formatted text and a line feed to `stream`, nothing else, and flushes it.
   static void Fprintf(FILE* stream, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-  /// Connects the sink socket (PUSH) over TCP or IPC. Sends to it never wait: a message that the sink
-  /// does not take at once is lost. Returns 1 when attached, 0 when not or attached already.
+  /// Connects the sink socket (PUSH) over TCP or IPC; the sink need not be there yet. Sends to it
+  /// never wait: up to the socket's limit (1000 messages) they are kept for a sink that is late or
+  /// stalled, what exceeds it is lost. Returns 1 when attached, 0 when not or when already
+  /// attached.
   int AttachMqOverTcp();
   int AttachMqOverIpc();
 
-  /// Closes the sink socket if there is one. Returns 1.
+  /// Closes the sink socket if there is one; messages still kept are lost. Returns 1, 0 on an
+  /// exception.
   int DetachMq();
 
   /// Whether a sink socket is attached (its peer need not be there).
@@ -68,21 +78,28 @@ class Logger {
   /// Printed name of a level; the empty string for a value that has none.
   static const char* GetLevelName(MsgLevel_e level);
 
-  /// Sends one message to the sink as {"MsgType","Level","Name","Message"} and, for a notification
-  /// with a title, "Title". False without a message or sink, or when the sink did not take it.
+  /// Sends one message to the sink as one frame of compact JSON,
+  /// {"MsgType":0,"Level":40,"Name":"LoudC","Message":"..."}, and with "Title" at the end for a
+  /// notification that has one. False without a message or sink, or when the sink did not take it;
+  /// it is then lost.
   bool SendJson(MsgType_e type, MsgLevel_e level, const char* message, const char* title);
 
-  zsock_t* mpSock = nullptr;                // PUSH socket to the log sink, owned; null: not attached
+  zsock_t* mpSock = nullptr;  // PUSH socket to the log sink, owned; null: not attached
   MsgLevel_e mLogLevel = MsgLevel_Default;  // lowest level that is written
   bool mEnableTimeStamp = true;             // kept, not read
   bool mThreadSafe = false;                 // kept, not read
   bool mConsoleAttached = false;            // console output of Error, Warn, Info and Debug
   bool mFileAttached = false;               // kept, not read
   bool mDisableAll = false;                 // suppresses all levelled output
-  char mName[8] = {};                       // short name of the process, part of every line
+  char mName[8] = {};                       // short name of the process, zero-terminated
   char mMsg[2048] = {};                     // buffer in which a message for the sink is composed
 
  private:
   Logger() = default;
-  ~Logger();
+  ~Logger() = default;
+
+  int Log(MsgLevel_e level, const char* format, va_list arguments);
+  std::string Prefix(MsgLevel_e level) const;
+  void Compose(const std::string& message);
+  int Attach(const char* endpoint);
 };

@@ -1,1 +1,39 @@
+// Writer of the loudness messages: command, cluster and configuration. An object of it belongs to
+// one sender, on the reactor thread.
+
 #pragma once
+
+#include <rapidjson/stringbuffer.h>
+
+#include "LuMessages.h"
+
+/// Writes messages from the fields of its own two records, which the owner fills beforehand.
+///
+/// Every message is compact JSON on one line; the order of its members is part of the format. All
+/// writers share one buffer: a returned text is never null and holds until the next call of any of
+/// them, or until the object goes. Writing cannot fail.
+class cLuSettingsCreater : public cLuConf, public cLuCmd {
+ public:
+  /// A command message of one of two kinds that share only "Command" (the text of `Cmd`, "None" for
+  /// a command without one). With `add_cluster_info`: then "ClusterId", "CmdTS", "UID" and
+  /// "MeterSet", from `mlClusterId`, `mlCmdTS`, the command's `mlUserId` and `meter_set`. Without:
+  /// then "OriginFromFp" alone.
+  const char* PrepareLuCmdJsonStr(LuCmd_e Cmd, bool OriginFromFp, bool add_cluster_info,
+                                  unsigned meter_set);
+
+  /// A cluster message of one of two kinds that share only "ClusterId" (`mlClusterId`). With
+  /// `add_cmd_status`: then "Command", "CmdTS", "UID" and "MeterSet" as in a command message.
+  /// Without: then "OriginFromFp" (`mbIsCmdOriginFromFp`) alone; `Cmd` and `meter_set` are ignored.
+  const char* PrepareLuClusterJsonStr(LuCmd_e Cmd, bool add_cmd_status, unsigned meter_set);
+
+  /// A configuration message with all its ten members. "ClusterId" is `mlDefaultClusterId`, the
+  /// texts are the stored ones and the user is not in it.
+  const char* PrepareLuConfJsonStr();
+
+  bool mbIsCmdOriginFromFp = false;       // a cluster message began at the front panel
+  bool mbIsClustOriginFromFp = false;     // counterpart of the reader's flag; no writer reads it
+  bool mbIsConfOriginFromFp = false;      // a configuration message began at the front panel
+  rapidjson::StringBuffer msCmdBuffer;    // text of the last message written, of whichever kind
+  rapidjson::StringBuffer msClustBuffer;  // reserved; no writer fills it
+  rapidjson::StringBuffer msConfBuffer;   // reserved; no writer fills it
+};

@@ -1,1 +1,106 @@
+// The routing section of the preset: which meters each audio output channel of the unit carries.
+// Kept so that the preset object is complete; the loudness service reads none of it. Part of the
+// preset object; reactor thread only.
+
 #pragma once
+
+#include <rapidjson/document.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+
+#include "AudioEnumerations.h"
+#include "Logger.h"
+
+/// Kind of an output. The values match those of `SysInputType_e` where both have one, hence the
+/// gaps.
+enum SysOutputType_e : std::int32_t {
+  SOT_NONE = 0,
+  SOT_MADI = 1,
+  SOT_SDI = 2,
+  SOT_AOIP = 3,
+  SOT_AES = 5,
+  SOT_ANALOG = 6,
+  SOT_SPEAKERS = 10,
+  SOT_HDMI = 11,
+  SOT_HP = 12,  // no text; cannot arrive in a document
+  SOT_UNKNOWN = 13,
+};
+
+/// Where an output channel is. Ordered by the fields as they stand.
+class cAudChannelOutputRoutingKey {
+ public:
+  std::int32_t miSlot = -1;                          // slot of the output, -1: none
+  SysIOConnectorType_e mConnectorType = SIOCT_NONE;  // its connector
+  SysOutputType_e mOutputType = SOT_NONE;            // its kind
+  std::int32_t miChannel = -1;                       // its channel, counted from one, -1: none
+};
+
+bool operator<(const cAudChannelOutputRoutingKey& left, const cAudChannelOutputRoutingKey& right);
+
+using MeterSources_t = std::set<int>;
+
+/// One output channel and what it carries.
+class cAudChannelOutputRouting : public cAudChannelOutputRoutingKey {
+ public:
+  /// Returns everything but the key to its initial value.
+  void ClearContents();
+
+  /// Prints key and contents on standard output as one block.
+  void PrintAudChannelOutputRouting() const;
+
+  bool mbSpeakerMix = false;                   // takes part in the speaker mix
+  bool mbSoloMute = false;                     // follows solo and mute
+  bool mbHeadphoneMute = false;                // mutes with the headphones plugged in
+  bool mbVolumeControl = false;                // follows the volume control
+  std::int32_t miOutputTrimDb = 0;             // trim, dB
+  AudioSpeakerType_e mSpeakerType = AST_NONE;  // loudspeaker connected to it
+  std::int32_t miPair = -1;                    // channel pair, counted from one, -1: none
+  MeterSources_t mMeterSources;                // numbers of the meters it carries
+};
+
+using AudChannelOutputRoutingMap_t =
+    std::map<cAudChannelOutputRoutingKey, std::shared_ptr<cAudChannelOutputRouting>>;
+
+class cAudOutputRouting {
+ public:
+  static Logger* mpLogger;      // null: silent; shared with the preset object
+  static LogLevel_e mLogLevel;  // threshold of this class's lines
+
+  /// Reads the "AudioOutputRouting" object: slots, in them connectors, in them output types, in
+  /// them channel pairs. With `routingFlag` every slot is read, without it only the slot
+  /// `routingArg`. Each complete channel goes into `mAcorMap` and is printed. A slot whose name
+  /// begins with no number is skipped with a log line. 1 when everything met was well formed and,
+  /// without `routingFlag`, the slot was there; else 0, and what could be read has been.
+  int ParseAudOutputRouting(const rapidjson::Value& value, bool routingFlag, int routingArg);
+
+  /// Clears the contents of every entry of the map; the keys stay.
+  void ClearRoutingContents();
+
+  /// Enters a copy of `record` into the map in place of what stood under its key, and prints it.
+  void InsertAudChannelOutputRouting(const cAudChannelOutputRouting& record);
+
+  /// Prints a heading and every entry of the map.
+  void PrintAudOutputRouting() const;
+
+  /// What an output-type text stands for, found by the name it contains; `SOT_NONE` for a null or
+  /// unknown text.
+  static SysOutputType_e ConvertToSysOutputTypeFromString(const char* text);
+
+  cAudChannelOutputRouting mAcor;         // the record being filled while parsing
+  AudChannelOutputRoutingMap_t mAcorMap;  // every channel met so far, kept between documents
+
+ private:
+  int ParseAllSlots(const rapidjson::Value& slots);
+  int ParseOneSlot(const rapidjson::Value& slots, std::int32_t slot);
+  int ParseAORSlot(const rapidjson::Value& connectors);
+  int ParseAORConnector(const rapidjson::Value& outputTypes);
+  int ParseAOROutputType(const rapidjson::Value& outputType);
+  int ParseAORPairs(const rapidjson::Value& pairs);
+  int ParseAORPair(const rapidjson::Value& pair);
+  int ParseAOROutputChannels(const rapidjson::Value& channels);
+  int ParseAOROutputChannel(const rapidjson::Value& channel);
+  bool SetChannel(std::int32_t index);
+};

@@ -1,1 +1,47 @@
+// Settings of the unit's Dolby decoder, as the preset carries them or as a document of their own.
+// The loudness service keeps them and does not act on them. Reactor thread only.
+
 #pragma once
+
+#include <rapidjson/document.h>
+
+#include <cstdint>
+#include <string>
+
+class cDolbyDecoderSettingsParser {
+ public:
+  /// Returns every setting to its default.
+  void ResetDolbyDecoderSettings();
+
+  /// Reads the settings object. 1 when all four configurations, the members that "DDPlusConfig" and
+  /// "ED2Config" must have and both status members are there with their types; else 0. What is
+  /// present is stored all the same, except that the status members are not read after a failure in
+  /// the configurations.
+  int ParseDolbyDecoderSettingsObject(const rapidjson::Value& value);
+
+  /// Restores the defaults and reads the document `json` whose root is the settings object. 0 also
+  /// when it is null, does not parse or is no object.
+  int ParseDolbyDecoderSettings(const char* json);
+
+  std::string msSpeakerConfig = "2.0";        // layout of the decoded loudspeakers
+  std::string msDownMixMode = "Auto";         // how stereo is mixed down
+  std::string msVisualiserMode = "Top View";  // view of the object visualiser
+  bool mbAtmosDecode = false;                 // objects are decoded
+  bool mbSurroundUpMix = false;               // channels are mixed up to surround
+  std::string msCompressionMode = "Line";     // dynamic range compression mode
+  float mfCompressionCut = 0.0F;              // share of the compression's cut applied
+  float mfCompressionBoost = 0.0F;            // share of the compression's boost applied
+  std::int32_t miAudioPresentation = 0;       // presentation of an ED2 stream
+  std::string msRegulation = "ATSC";          // loudness preset of the decoder
+  std::int32_t miSpeechThreshold = 20;        // share of speech for dialogue gating, percent
+  bool mbDialogueIntelli = true;              // loudness is measured on dialogue
+  bool mbIsDDModulePresent = false;           // decoder module is fitted
+  std::string msDDModStatus = "Timeout";      // state the module reports
+  bool mbOriginFromFp = false;                // set on the front panel; not filled here
+
+ private:
+  bool ReadDecoderConfig(const rapidjson::Value& settings);
+  bool ReadDDPlusConfig(const rapidjson::Value& settings);
+  bool ReadED2Config(const rapidjson::Value& settings);
+  bool ReadLoudnessConfig(const rapidjson::Value& settings);
+};

@@ -1,1 +1,68 @@
+// The preset document of the unit: which input feeds each meter, which loudspeaker it stands for
+// and how meters form clusters, with the further sections that travel in the same document. One
+// object, owned by the dispatcher, used from the reactor thread only.
+
 #pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Clusters.h"
+#include "JsonParseAudioRouting.h"
+#include "JsonParseDolbyDecoderSettings.h"
+#include "JsonParseEmsetInfo.h"
+#include "JsonParseSources.h"
+#include "Meters.h"
+
+class cPresetParser : public cSystemClockSource,
+                      public cMeterSet,
+                      public cClusterSet,
+                      public cVideoSource,
+                      public cDolbyInputSource,
+                      public cDolbyDecoderSettingsParser,
+                      public cAudOutputRouting {
+ public:
+  // The preset and its routing section log through one logger (null: silent) from one level on.
+  using cAudOutputRouting::mLogLevel;
+  using cAudOutputRouting::mpLogger;
+
+  /// A preset for `maxMeters` meters and as many clusters, in the reset state.
+  explicit cPresetParser(int maxMeters);
+
+  cPresetParser(const cPresetParser&) = delete;
+  cPresetParser& operator=(const cPresetParser&) = delete;
+
+  /// Reads a preset document. `parseRouting` asks for the routing section, `routingFlag` and
+  /// `routingArg` say which slots of it (`cAudOutputRouting::ParseAudOutputRouting`); `emset`,
+  /// which may be null, receives the Emset configuration. Returns 1, or 0 when the document is
+  /// null, no JSON object, lacks "Clusters", "MeterSet" or "SystemClockSource" or has a bad one;
+  /// the preset is then in its reset state. A document with a meter name that is no number in the
+  /// range of int, or with a string "Preset" but no string "Group", also leaves an error line that
+  /// names the fault. Decoder settings, routing and Emset configuration never decide the result.
+  int ParsePreset(const char* json, bool parseRouting, bool routingFlag, int routingArg,
+                  cEmsetConfParser* emset);
+
+  /// The reset state: initial values everywhere but in the counters `miCount`, `mllPubTS` and
+  /// `miSpeakerDelayMs`, the Dolby input, the texts that clock and video source keep, and the
+  /// routing, which only a document that is read changes.
+  void ResetPreset();
+
+  std::int32_t miCount = 0;            // sequence counter of the publisher, kept over a reset
+  std::uint64_t mllPubTS = 0;          // publication time stamp, kept over a reset
+  std::uint32_t miSpeakerDelayMs = 0;  // delay of the loudspeakers, ms, kept over a reset
+  bool mbRepub = false;                // republication of the preset already in force
+  bool mbIsSourceSelected = false;     // not filled by this service
+  bool mbApplyCommonDolbyConf = true;  // not filled by this service
+  bool mbApplyDZMeterScreen = false;   // not filled by this service
+  std::string msPresetName;            // name of the preset
+  std::string msProgramName;           // name of the programme
+  std::string msGroupName;             // name of the group the preset belongs to
+
+ private:
+  int ParseSections(const rapidjson::Value& document);
+  void ParseName(const rapidjson::Value& document);
+  void ParseCounters(const rapidjson::Value& document);
+  void ParseRouting(const rapidjson::Value& document, bool routingFlag, int routingArg);
+  int ParseDocument(const rapidjson::Value& document, bool parseRouting, bool routingFlag,
+                    int routingArg, cEmsetConfParser* emset);
+};

@@ -1,0 +1,27 @@
+// What a loudness command does to the pending actions.
+
+#pragma once
+
+#include <cstdint>
+
+#include "LuEnumerations.h"
+
+// Changes of `gluCalcActions` that the dispatcher also makes without a command.
+struct ActionChange {
+  std::uint32_t clear;  // bits to clear first
+  std::uint32_t set;    // bits to set then
+};
+
+/// Restart of the measurement: a start, an accepted configuration or preset.
+extern const ActionChange kRestart;
+
+/// A pending stop; publishing ends with it.
+extern const ActionChange kStop;
+
+/// `actions` after the change.
+std::uint32_t Apply(const ActionChange& change, std::uint32_t actions);
+
+/// `actions` after `command`, given the last command carried out and the configured mode, goes to
+/// `result`. False for a value that is no command of the user; `result` then equals `actions`.
+bool ApplyCommand(LuCmd_e command, LuCmd_e last, LoudModes_e mode, std::uint32_t actions,
+                  std::uint32_t& result);

@@ -1,0 +1,32 @@
+// Endpoints, ports and topics that the service subscribes to, in one place. All are fixed; only the
+// board addresses can be set (BoardAddresses.h).
+
+#pragma once
+
+// Process monitor, TCP, main board.
+constexpr unsigned kHbMonPort = 10001;
+constexpr char kSystemStatusTopic[] = "HbSysStatusEvent";
+constexpr char kApplicationCommandTopic[] = "HbAppCmd";
+
+// Hardware manager, TCP, main board.
+constexpr unsigned kHwmPort = 2000;
+constexpr char kHwmStatusTopic[] = "HwmStatusOrRequest";
+
+// Application servers, TCP, main board and optical board. A prefix is followed by the meter set.
+constexpr unsigned kAppserverPort = 7000;
+constexpr char kAppLoudnessCommandTopic[] = "AppLoudnessCmd";
+constexpr char kPresetTopicPrefix[] = "AppProbeIOMatrixStream-";
+constexpr char kConfigurationTopicPrefix[] = "AppProbeSetLuConf-";
+constexpr char kCommandTopicPrefix[] = "AppIOQVLoudnessCmd-";
+constexpr char kEnableReportingTopic[] = "QVProbeOptInputDataCmd";
+
+// Signal-processing stage, IPC: endpoint and topic without a meter set, and their beginnings with
+// one.
+constexpr char kRawDataEndpoint[] = "hwmProg1LoudnessDataPub.ipc";
+constexpr char kRawDataEndpointPrefix[] = "hwmProbeLuRawDataPub-";
+constexpr char kRawDataTopic[] = "LoudnessDspData";
+constexpr char kRawDataTopicPrefix[] = "ProbeLuRawData-";
+
+// Heartbeat of this service.
+constexpr char kHeartbeatProcessName[] = "QvOptLuCal";
+constexpr char kHeartbeatVersion[] = "Telvon8-v1.9.3";

@@ -1,0 +1,23 @@
+// A member of a JSON document that is kept twice: as the text received and as what it stands for.
+
+#pragma once
+
+#include <string>
+
+#include "JsonAccess.h"
+
+namespace json {
+
+/// Reads the string member `key` of `object` into `text` and `convert(text)` into `value`. A member
+/// that is missing or no string leaves both unchanged and returns false. `convert` takes a
+/// zero-terminated text.
+template <typename Value, typename Convert>
+bool ReadText(const rapidjson::Value& object, const char* key, std::string& text, Value& value,
+              Convert convert) {
+  if (!Read(object, key, text))
+    return false;
+  value = convert(text.c_str());
+  return true;
+}
+
+}  // namespace json

@@ -1,0 +1,64 @@
+// How the texts of messages and documents become enumerations and back: ordered tables of text and
+// value, searched from the top. The order of a table is part of its format. Stateless.
+
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+
+/// One row of a table: a text of the wire format and the value that it stands for.
+template <typename Value>
+struct TextEntry {
+  const char* text;  // never null
+  Value value;
+};
+
+/// The value of the first row whose text occurs anywhere in `text` (case-sensitive), so the longer
+/// of two texts that contain one another must stand first. `nullFallback` for a null text,
+/// `fallback` for a text that contains none of the rows.
+template <typename Value, std::size_t kRows>
+Value FindBySubstring(const TextEntry<Value> (&table)[kRows], const char* text, Value fallback,
+                      Value nullFallback) {
+  if (text == nullptr)
+    return nullFallback;
+  for (const TextEntry<Value>& row : table)
+    if (std::strstr(text, row.text) != nullptr)
+      return row.value;
+  return fallback;
+}
+
+/// As above; a null text gives `fallback` too.
+template <typename Value, std::size_t kRows>
+Value FindBySubstring(const TextEntry<Value> (&table)[kRows], const char* text, Value fallback) {
+  return FindBySubstring(table, text, fallback, fallback);
+}
+
+/// The value of the first row whose text equals `text` (case-sensitive). `nullFallback` for a null
+/// text, `fallback` for a text that equals none of the rows.
+template <typename Value, std::size_t kRows>
+Value FindByEquality(const TextEntry<Value> (&table)[kRows], const char* text, Value fallback,
+                     Value nullFallback) {
+  if (text == nullptr)
+    return nullFallback;
+  for (const TextEntry<Value>& row : table)
+    if (std::strcmp(text, row.text) == 0)
+      return row.value;
+  return fallback;
+}
+
+/// As above; a null text gives `fallback` too.
+template <typename Value, std::size_t kRows>
+Value FindByEquality(const TextEntry<Value> (&table)[kRows], const char* text, Value fallback) {
+  return FindByEquality(table, text, fallback, fallback);
+}
+
+/// The text of the first row with `value`, or `fallbackText` when no row has it. The table's texts
+/// are literals, so the result stays valid for the life of the process.
+template <typename Value, std::size_t kRows>
+const char* FindText(const TextEntry<Value> (&table)[kRows], Value value,
+                     const char* fallbackText) {
+  for (const TextEntry<Value>& row : table)
+    if (row.value == value)
+      return row.text;
+  return fallbackText;
+}

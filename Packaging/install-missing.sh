@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that a task needs and this machine lacks; prints nothing when none is.
+# Usage: install-missing.sh build|demo|check
+set -euo pipefail
+
+build=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev libsndfile1-dev libcli11-dev)
+demo=(alsa-utils)
+check=(clang clang-format libgtest-dev libgmock-dev libbenchmark-dev
+       alsa-utils sound-theme-freedesktop ffmpeg libebur128-dev)
+
+case "${1:-}" in
+  build) wanted=("${build[@]}") ;;
+  demo) wanted=("${build[@]}" "${demo[@]}") ;;
+  check) wanted=("${build[@]}" "${check[@]}") ;;
+  *) echo "usage: $0 build|demo|check" >&2; exit 2 ;;
+esac
+
+installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
+
+as_root() {
+  if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+missing=()
+for package in "${wanted[@]}"; do
+  installed "$package" || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+echo "Installing: ${missing[*]}"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+install() {
+  as_root apt-get update -qq &&
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+if ! install >"$log" 2>&1; then
+  cat "$log" >&2
+  exit 1
+fi

@@ -1,0 +1,338 @@
+#include "RunningService.h"
+
+namespace {
+
+using louddesk::Figures;
+using louddesk::LoudnessConfiguration;
+using louddesk::LoudnessMessage;
+using louddesk::Peer;
+using louddesk::PresetBuilder;
+using louddesk::StateMessage;
+
+constexpr char kCommandTopic[] = "IOQVHwmLoudnessCmd_1";
+constexpr char kCommandRepubTopic[] = "IOQVHwmLoudnessCmd_Repub_1";
+constexpr char kConfigurationTopic[] = "IOQVHwmSetLoudnessConfiguration_1";
+constexpr char kConfigurationRepubTopic[] = "IOQVHwmSetLoudnessConfiguration_Repub_1";
+
+/// MaxMomentary, Momentary, ShortTerm, Integrated, Lra, Program, MaxTruePeak, TruePeak.
+const std::vector<int> kNoFigures = {-990, -990, -990, -990, 0, -990, -9900, -9900};
+
+LoudnessConfiguration ConfigurationOfUser(unsigned userId, const std::string& mode) {
+  LoudnessConfiguration configuration;
+  configuration.userId = userId;
+  configuration.mode = mode;
+  return configuration;
+}
+
+std::string CommandJson(const std::string& command, unsigned userId) {
+  return "{\"Command\":\"" + command +
+         "\",\"ClusterId\":1,\"CmdTS\":0,\"UID\":" + std::to_string(userId) + ",\"MeterSet\":1}";
+}
+
+std::string EnvelopeOf(const LoudnessConfiguration& configuration) {
+  return "{\"ClusterId\":1,\"MeterSet\":1,\"UID\":" + std::to_string(configuration.userId) +
+         ",\"Conf\":" + configuration.Json() + "}";
+}
+
+class ReportingTest : public RunningService {
+ protected:
+  void SetUp() override { ASSERT_NO_FATAL_FAILURE(Start()); }
+
+  void SendSurroundPreset() {
+    SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json());
+  }
+
+  /// Measures in a mode that obeys the stop command.
+  void StartMeasuringInManualMode() {
+    StartMeasuring();
+    SendConfiguration(ConfigurationOfUser(0, "Manual"));
+    ExpectAcknowledgement("Start");
+    ExpectMeasures(-20);
+    mUnit.DropStates();
+  }
+
+  void ExpectState(const std::string& topic, const std::string& json) {
+    const auto state = mUnit.NextState(kPatience);
+    ASSERT_TRUE(state) << "instead of " << topic;
+    EXPECT_EQ(topic, state->topic);
+    EXPECT_EQ(json, state->json);
+  }
+
+  /// The next messages, however many there are, carry these figures and this command.
+  void ExpectFrozen(const std::vector<int>& figures, LuCmd_e command) {
+    mUnit.DropLoudnessData();
+    for (int i = 0; i < 5; ++i) {
+      const auto message = mUnit.NextLoudnessData(kPatience);
+      ASSERT_TRUE(message);
+      EXPECT_EQ(figures, Figures(message->data));
+      EXPECT_EQ(command, message->command);
+    }
+  }
+
+  /// Publishing has ended, or will within the tick under way.
+  void ExpectSilence() {
+    mUnit.NextLoudnessData(kPeriod);
+    ExpectNoData();
+  }
+
+  void ExpectTenMessagesWithoutReadings() {
+    for (int i = 1; i <= 10; ++i) {
+      const auto message = mUnit.NextLoudnessData(kPatience);
+      ASSERT_TRUE(message) << "only " << i - 1 << " messages";
+      EXPECT_EQ(kNoFigures, Figures(message->data));
+      EXPECT_EQ(i <= 5 ? 1 : 0, message->validSource) << "message " << i;
+      EXPECT_EQ(LU_CMD_NONE, message->command);
+      EXPECT_EQ(1, message->cluster);
+    }
+    ExpectNoData();
+  }
+
+  std::vector<int> LastFigures() {
+    mUnit.DropLoudnessData();
+    const auto message = mUnit.NextLoudnessData(kPatience);
+    EXPECT_TRUE(message);
+    return message ? Figures(message->data) : std::vector<int>{};
+  }
+};
+
+TEST_F(ReportingTest, NothingIsPublishedAndNoActionTakenUntilItIsEnabled) {
+  SendSurroundPreset();
+  ASSERT_TRUE(mService->WaitForLine("\"#5 cl 1/0 ", kPatience)) << "the preset was not taken";
+  ExpectNoData();
+  EXPECT_FALSE(mUnit.NextState(std::chrono::milliseconds{0}));
+  EnableReporting();
+  ExpectAcknowledgement("Reset");
+  ExpectAcknowledgement("Start");
+  ExpectCadence();
+}
+
+TEST_F(ReportingTest, NothingIsPublishedBeforeAPreset) {
+  EnableReporting();
+  ExpectNoData();
+}
+
+TEST_F(ReportingTest, CanBeSwitchedOffAndOn) {
+  StartMeasuring();
+  ExpectMeasures(-20);
+  const std::vector<int> before = LastFigures();
+  EnableReporting(false);
+  ExpectSilence();
+  EnableReporting(true);
+  EXPECT_EQ(before, LastFigures()) << "the measurement was restarted";
+  ExpectCadence();
+  ExpectMeasures(-30);
+}
+
+TEST_F(ReportingTest, PresetResetsThenStartsThenPublishes) {
+  EnableReporting();
+  SendSurroundPreset();
+
+  const auto reset = mUnit.NextLoudnessData(kPatience);
+  ASSERT_TRUE(reset);
+  EXPECT_EQ(kNoFigures, Figures(reset->data));
+  EXPECT_EQ(1, reset->validSource);
+  EXPECT_EQ(LU_CMD_NONE, reset->command);
+  const auto live = mUnit.NextLoudnessData(kPatience);
+  ASSERT_TRUE(live);
+  EXPECT_EQ(LU_CMD_START, live->command);
+  // One tick without data lies between them, the one of the start.
+  const std::chrono::duration<double> gap = live->time - reset->time;
+  EXPECT_NEAR(0.2, gap.count(), 0.08);
+
+  ExpectState(kCommandTopic, CommandJson("Reset", 0));
+  ExpectState(kCommandTopic, CommandJson("Start", 0));
+  EXPECT_TRUE(mService->WaitForLine("LuCalc States chnages 0x103 --> 0x101 . ", kPatience));
+  EXPECT_TRUE(mService->WaitForLine("LuCalc States chnages 0x101 --> 0x100 . ", kPatience));
+}
+
+TEST_F(ReportingTest, ConfigurationRestartsAndIsPublishedInItsEnvelope) {
+  StartMeasuring();
+  ExpectMeasures(-20);
+  mUnit.DropStates();
+  const LoudnessConfiguration configuration = ConfigurationOfUser(77, "Continuous");
+  SendConfiguration(configuration);
+  ExpectData([](const LoudnessMessage& message) { return message.data.ShortTerm == -990; },
+             "no reading after the reset");
+  ExpectState(kCommandTopic, CommandJson("Reset", 77));
+  ExpectState(kConfigurationTopic, EnvelopeOf(configuration));
+  ExpectState(kCommandTopic, CommandJson("Start", 77));
+  ExpectCadence();
+}
+
+TEST_F(ReportingTest, ResetRestartsAndKeepsTheLastCommand) {
+  StartMeasuring();
+  ExpectMeasures(-20);
+  mUnit.DropStates();
+  SendCommand("Reset");
+  ExpectState(kCommandTopic, CommandJson("Reset", 0));
+  ExpectData([](const LoudnessMessage& message) { return message.data.MaxMomentary == -990; },
+             "no reading after the reset");
+  ExpectData([](const LoudnessMessage& message) { return message.command == LU_CMD_START; },
+             "the command before the reset");
+  ExpectMeasures(-30);
+}
+
+TEST_F(ReportingTest, PauseFreezesTheFiguresWhileTheMeasurementGoesOn) {
+  StartMeasuring();
+  ExpectMeasures(-20);
+  mUnit.DropStates();
+  SendCommand("Pause");
+  ExpectAcknowledgement("Pause");
+  const std::vector<int> frozen = LastFigures();
+  Feed(8, -10);
+  ExpectFrozen(frozen, LU_CMD_PAUSE);
+  ExpectCadence();
+
+  SendCommand("Play");
+  ExpectAcknowledgement("Play");
+  // -10 LKFS a channel, weights 3 x 1 + 2 x 1.41: 10 log10 5.82 = 7.65 above it.
+  ExpectData(
+      [](const LoudnessMessage& message) {
+        return std::abs(message.data.Momentary - -24) <= 1 && message.command == LU_CMD_PLAY;
+      },
+      "what was measured during the pause");
+}
+
+TEST_F(ReportingTest, StopIsIgnoredInContinuousMode) {
+  StartMeasuring();
+  SendCommand("Stop");
+  SendCommand("Pause");
+  ExpectState(kCommandTopic, CommandJson("Pause", 0));
+  ExpectCadence();
+}
+
+TEST_F(ReportingTest, StopEndsPublishingUntilAStart) {
+  StartMeasuringInManualMode();
+  SendCommand("Stop");
+  ExpectAcknowledgement("Stop");
+  ExpectSilence();
+  SendCommand("Start");
+  ExpectAcknowledgement("Reset");
+  ExpectAcknowledgement("Start");
+  ExpectCadence();
+  ExpectMeasures(-30);
+}
+
+TEST_F(ReportingTest, PauseAfterAStopRepeatsTheStop) {
+  StartMeasuringInManualMode();
+  SendCommand("Stop");
+  ExpectState(kCommandTopic, CommandJson("Stop", 0));
+  SendCommand("Pause");
+  ExpectState(kCommandTopic, CommandJson("Stop", 0));
+  ExpectSilence();
+}
+
+TEST_F(ReportingTest, PlayAfterAStopStarts) {
+  StartMeasuringInManualMode();
+  SendCommand("Stop");
+  ExpectAcknowledgement("Stop");
+  SendCommand("Play");
+  ExpectAcknowledgement("Start");
+  ExpectMeasures(-30);
+}
+
+TEST_F(ReportingTest, ResetAfterAStopResetsAndStaysStopped) {
+  StartMeasuringInManualMode();
+  SendCommand("Stop");
+  ExpectAcknowledgement("Stop");
+  mUnit.NextLoudnessData(kPeriod);
+  mUnit.DropLoudnessData();
+  SendCommand("Reset");
+  ExpectState(kCommandTopic, CommandJson("Reset", 0));
+  ExpectState(kCommandTopic, CommandJson("Stop", 0));
+  const auto reset = mUnit.NextLoudnessData(kPatience);
+  ASSERT_TRUE(reset);
+  EXPECT_EQ(kNoFigures[0], reset->data.MaxMomentary);
+  ExpectNoData();
+}
+
+TEST_F(ReportingTest, ResetDuringAPauseFreezesTheResetFigures) {
+  StartMeasuring();
+  ExpectMeasures(-20);
+  SendCommand("Pause");
+  ExpectAcknowledgement("Pause");
+  mUnit.DropStates();
+  SendCommand("Reset");
+  ExpectState(kCommandTopic, CommandJson("Reset", 0));
+  ExpectState(kCommandTopic, CommandJson("Pause", 0));
+  Feed(8, -10);
+  ExpectFrozen(kNoFigures, LU_CMD_PAUSE);
+}
+
+TEST_F(ReportingTest, InvalidSourceSendsTenMessagesFiveOfThemMarkedValid) {
+  EnableReporting();
+  // All meters belong to cluster 2.
+  SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), 2).Json());
+  ExpectTenMessagesWithoutReadings();
+}
+
+TEST_F(ReportingTest, RefusedPresetIsAnInvalidSourceToo) {
+  EnableReporting();
+  SendPreset("no preset");
+  ExpectTenMessagesWithoutReadings();
+  SendSurroundPreset();
+  ExpectAcknowledgement("Start");
+  ExpectMeasures(-20);
+}
+
+TEST_F(ReportingTest, RepublishedPresetKeepsTheProgrammeInForce) {
+  StartMeasuring();
+  PresetBuilder other = louddesk::PresetForSpeakers({"Left"}, 2);
+  SendPreset(other.Repub(true).Json());
+  EXPECT_TRUE(mService->WaitForLine("\"Preset republished!\\n\"", kPatience));
+  ExpectAcknowledgement("Start");
+  ExpectMeasures(-20);
+}
+
+TEST_F(ReportingTest, LastCommandAndConfigurationAreRepublishedEveryFifthSecond) {
+  const auto isRepublication = [](const StateMessage& state) {
+    return state.topic.find("_Repub_") != std::string::npos;
+  };
+  const auto nextRepublication = [&] {
+    auto state = mUnit.NextState(kPatience);
+    while (state && !isRepublication(*state))
+      state = mUnit.NextState(kPatience);
+    return state.value_or(StateMessage{});
+  };
+
+  // Reporting is off and no configuration has come: the command alone.
+  const StateMessage first = nextRepublication();
+  const auto firstTime = std::chrono::steady_clock::now();
+  EXPECT_EQ(kCommandRepubTopic, first.topic);
+  EXPECT_EQ(CommandJson("None", 0), first.json);
+
+  const LoudnessConfiguration configuration = ConfigurationOfUser(5, "Continuous");
+  StartMeasuring();
+  SendConfiguration(configuration);
+  ExpectAcknowledgement("Start");
+  const StateMessage command = nextRepublication();
+  const auto secondTime = std::chrono::steady_clock::now();
+  EXPECT_EQ(kCommandRepubTopic, command.topic);
+  EXPECT_EQ(CommandJson("Start", 5), command.json);
+  const StateMessage conf = nextRepublication();
+  EXPECT_EQ(kConfigurationRepubTopic, conf.topic);
+  EXPECT_EQ(EnvelopeOf(configuration), conf.json);
+  EXPECT_NEAR(5.0, std::chrono::duration<double>(secondTime - firstTime).count(), 0.3);
+}
+
+class ApplicationCommandTest : public ReportingTest, public testing::WithParamInterface<int> {};
+
+TEST_P(ApplicationCommandTest, EndsTheServiceOrderly) {
+  StartMeasuring();
+  mUnit.SendText(Peer::kProcessMonitor, "HbAppCmd",
+                 "{\"Command\":" + std::to_string(GetParam()) + "}");
+  const auto report = mService->WaitForExit(kPatience);
+  ASSERT_TRUE(report) << "still running";
+  EXPECT_EQ(0, report->signal);
+  EXPECT_EQ(0, report->status);
+  const std::string number = std::to_string(GetParam());
+  EXPECT_THAT(mService->StandardError(),
+              testing::HasSubstr("\"Got app command " + number + ". Exiting ...\""));
+  EXPECT_THAT(mService->StandardError(),
+              testing::HasSubstr("\"Got rv = -1. Exiting from reactor loop ...\""));
+  EXPECT_THAT(mService->StandardOutput(), testing::HasSubstr("\"LoudCalc exiting...\""));
+}
+
+INSTANTIATE_TEST_SUITE_P(RebootAndUpgrade, ApplicationCommandTest, testing::Values(9, 100));
+
+}  // namespace

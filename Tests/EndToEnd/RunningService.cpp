@@ -1,0 +1,224 @@
+// Verbs of the end-to-end tests.
+
+#include "RunningService.h"
+
+#include <rapidjson/document.h>
+
+#include <cmath>
+#include <csignal>
+#include <utility>
+
+#include "Endpoints.h"
+#include "JsonAccess.h"
+
+using louddesk::Peer;
+
+namespace {
+
+constexpr char kExitLine[] = "LoudCalc exiting...";
+
+// What a clean run never prints: failed assertions, faults of the engine, sockets left over,
+// findings of the sanitizers.
+constexpr const char* kComplaints[] = {"Assertion", "LOUD C ERR", "dangling",
+                                       "ERROR: ",   "Sanitizer",  "runtime error"};
+
+std::string CommandOf(const louddesk::StateMessage& state) {
+  rapidjson::Document document;
+  std::string command;
+  if (json::ParseObject(state.json.c_str(), document))
+    json::Read(document, "Command", command);
+  return command;
+}
+
+std::string Describe(const std::optional<louddesk::LoudnessMessage>& message) {
+  if (!message)
+    return "no message";
+  return testing::PrintToString(louddesk::Figures(message->data)) + " valid " +
+         std::to_string(message->validSource) + " command " + std::to_string(message->command);
+}
+
+}  // namespace
+
+const std::vector<std::string>& SurroundSpeakers() {
+  static const std::vector<std::string> speakers = {
+      "Left", "Right", "Center", "LowFrequencyEffects", "LeftSurround", "RightSurround"};
+  return speakers;
+}
+
+std::uint64_t PowerOf(double lkfs) {
+  return static_cast<std::uint64_t>(
+      std::llround(std::pow(10.0, (lkfs + 152.6905962 + 0.6974) / 10)));
+}
+
+RunningService::RunningService(unsigned meterSet, unsigned cluster) : mUnit(meterSet, cluster) {}
+
+void RunningService::TearDown() {
+  if (mService && mService->IsRunning())
+    ExpectCleanEnd(SIGTERM);
+  if (HasFailure())
+    std::cerr << Output();
+}
+
+void RunningService::Start(const std::set<Peer>& absent) {
+  mUnit.OpenAll(absent);
+  StartProcess();
+  ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
+}
+
+void RunningService::StartProcess() {
+  mService = std::make_unique<ServiceProcess>(
+      LOUDCALC_BINARY, std::vector<std::string>{"-m", std::to_string(mUnit.MeterSet()), "-c",
+                                                std::to_string(mUnit.Cluster())});
+}
+
+void RunningService::EnableReporting(bool enable) {
+  const std::size_t before = mService->LineCount();
+  mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic,
+                 louddesk::EnableReportingJson(enable));
+  EXPECT_TRUE(mService->WaitForLine(enable ? "enable true" : "enable false", kPatience, before));
+}
+
+void RunningService::SendPreset(const std::string& json) {
+  mUnit.SendText(Peer::kMainAppServer, louddesk::TopicFor(kPresetTopicPrefix, mUnit.MeterSet()),
+                 json);
+}
+
+void RunningService::SendConfiguration(const louddesk::LoudnessConfiguration& configuration) {
+  mUnit.SendText(Peer::kMainAppServer,
+                 louddesk::TopicFor(kConfigurationTopicPrefix, mUnit.MeterSet()),
+                 configuration.Json());
+}
+
+void RunningService::SendCommand(const std::string& command) {
+  louddesk::LoudnessCommand message;
+  message.command = command;
+  message.clusterId = mUnit.Cluster();
+  message.meterSet = mUnit.MeterSet();
+  mUnit.SendText(Peer::kMainAppServer, louddesk::TopicFor(kCommandTopicPrefix, mUnit.MeterSet()),
+                 message.Json());
+}
+
+void RunningService::ExpectAcknowledgement(const std::string& command) {
+  const std::string topic = louddesk::TopicFor("IOQVHwmLoudnessCmd_", mUnit.MeterSet());
+  std::string seen;
+  while (const auto state = mUnit.NextState(kPatience)) {
+    if (state->topic == topic && CommandOf(*state) == command)
+      return;
+    seen += state->topic + " " + state->json + "\n";
+  }
+  ADD_FAILURE() << "no acknowledgement of " << command << " but only:\n" << seen;
+}
+
+void RunningService::StartMeasuring() {
+  EnableReporting();
+  SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), mUnit.Cluster()).Json());
+  ExpectAcknowledgement("Start");
+  mUnit.DropLoudnessData();
+}
+
+void RunningService::Feed(unsigned count, double lkfs, std::uint32_t peak) {
+  louddesk::RawBlock block;
+  for (std::size_t meter = 0; meter < SurroundSpeakers().size(); ++meter) {
+    block.powers[meter] = PowerOf(lkfs);
+    block.peaks[meter] = peak;
+  }
+  for (unsigned i = 0; i < count; ++i)
+    mUnit.SendRaw(block);
+}
+
+void RunningService::ExpectData(
+    const std::function<bool(const louddesk::LoudnessMessage&)>& condition,
+    const std::string& what) {
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  std::optional<louddesk::LoudnessMessage> last;
+  while (std::chrono::steady_clock::now() < end) {
+    const auto message = mUnit.NextLoudnessData(kPatience);
+    if (!message)
+      break;
+    ASSERT_TRUE(message->wellFormed) << testing::PrintToString(message->frames);
+    if (condition(*message))
+      return;
+    last = message;
+  }
+  ADD_FAILURE() << "no message with " << what << "; the last one: " << Describe(last);
+}
+
+void RunningService::ExpectCadence() {
+  MarkCadence();
+  ExpectCadenceKept();
+}
+
+void RunningService::MarkCadence() {
+  mUnit.DropLoudnessData();
+  const auto message = mUnit.NextLoudnessData(kPatience);
+  ASSERT_TRUE(message) << "no loudness data";
+  mMark = message->time;
+}
+
+void RunningService::ExpectCadenceKept() {
+  constexpr int kEnoughMessages = 5;
+  // One tick without data belongs to every start; the rest is left to a busy machine.
+  constexpr std::chrono::milliseconds kJitter{290};
+  std::chrono::nanoseconds lag{};
+  for (int messages = 1; lag < kPatience; ++messages) {
+    const auto message = mUnit.NextLoudnessData(kPatience);
+    ASSERT_TRUE(message) << "loudness data ended after " << messages - 1 << " messages";
+    lag = message->time - mMark - messages * kPeriod;
+    if (messages >= kEnoughMessages && lag < kJitter && lag > -kJitter)
+      return;
+  }
+  ADD_FAILURE() << "messages are missing";
+}
+
+void RunningService::ExpectNoData() {
+  EXPECT_FALSE(mUnit.NextLoudnessData(5 * kPeriod));
+}
+
+void RunningService::ExpectMeasures(double lkfs) {
+  mUnit.DropLoudnessData();
+  // Left, right and centre weigh 1, the two surrounds 1.41, the low-frequency effects nothing.
+  const double programme = lkfs + 10 * std::log10(3 + 2 * 1.41);
+  const int expected = static_cast<int>(std::lround(programme * 10));
+  Feed(8, lkfs);  // three blocks of warm-up after a reset, then 400 ms and more of the level
+  // 0.1 LU either way: the expected value may lie beside the border of two codes.
+  ExpectData([&](const auto& message) { return std::abs(message.data.Momentary - expected) <= 1; },
+             "a momentary loudness of " + std::to_string(expected));
+}
+
+void RunningService::ExpectLogLine(const std::string& text) {
+  std::string seen;
+  while (const auto line = mUnit.NextLogLine(kPatience)) {
+    if (line->message.find(text) != std::string::npos)
+      return;
+    seen += line->message + "\n";
+  }
+  ADD_FAILURE() << "no log line with " << text << " but only:\n" << seen;
+}
+
+void RunningService::ExpectCleanEnd(int signal) {
+  mService->Signal(signal);
+  const auto report = mService->WaitForExit(kPatience);
+  ASSERT_TRUE(report) << "still running";
+  EXPECT_EQ(0, report->signal);
+  EXPECT_EQ(0, report->status);
+  EXPECT_NE(std::string::npos, mService->StandardOutput().find(kExitLine));
+  for (const char* complaint : kComplaints)
+    for (const OutputLine& line : mService->Lines())
+      EXPECT_EQ(std::string::npos, line.text.find(complaint)) << line.text;
+}
+
+void RunningService::ExpectStopByAssertion(const std::string& text) {
+  const auto report = mService->WaitForExit(kPatience);
+  ASSERT_TRUE(report) << "still running";
+  EXPECT_EQ(SIGABRT, report->signal);
+  EXPECT_NE(std::string::npos, mService->StandardError().find("Assertion `" + text + "' failed."));
+}
+
+std::string RunningService::Output() const {
+  if (!mService)
+    return "";
+  std::string text = "Output of the service:\n";
+  for (const OutputLine& line : mService->Lines())
+    text += (line.isError ? "  E " : "  O ") + line.text + "\n";
+  return text;
+}

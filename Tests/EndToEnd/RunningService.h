@@ -1,0 +1,104 @@
+// The shipped service as a process with the stand-in for the unit around it.
+
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "LuEnumerations.h"
+#include "PresetBuilder.h"
+#include "ServiceProcess.h"
+#include "UnitDocuments.h"
+#include "UnitStandIn.h"
+
+/// Enough for a machine that builds at the same time; only failures ever take so long.
+constexpr std::chrono::milliseconds kPatience{20000};
+
+/// Period of the loudness data.
+constexpr std::chrono::milliseconds kPeriod{100};
+
+/// Speakers of a 5.1 programme on meters 1 to 6.
+const std::vector<std::string>& SurroundSpeakers();
+
+/// Power of a channel that alone on a front speaker reads `lkfs`, in the service's integer scale:
+/// L = 10 log10(P) - 152.6905962 - 0.6974.
+std::uint64_t PowerOf(double lkfs);
+
+class RunningService : public testing::Test {
+ protected:
+  /// Verbs for a service of one meter set and cluster. Nothing is started.
+  explicit RunningService(unsigned meterSet = 1, unsigned cluster = 1);
+
+  /// A test whose service still runs ends it: orderly, with status 0 and without a complaint.
+  void TearDown() override;
+
+  /// Opens the unit's peers but `absent`, starts the service and waits until it has subscribed to
+  /// all that are open. Fails the test otherwise: use with ASSERT_NO_FATAL_FAILURE.
+  void Start(const std::set<louddesk::Peer>& absent = {});
+
+  /// Starts the service alone.
+  void StartProcess();
+
+  /// Switches reporting and waits until the service has taken it.
+  void EnableReporting(bool enable = true);
+
+  /// Publishes a preset, a configuration, a command from the application server.
+  void SendPreset(const std::string& json);
+  void SendConfiguration(const louddesk::LoudnessConfiguration& configuration);
+  void SendCommand(const std::string& command);
+
+  /// Waits for an acknowledgement of `command` and drops the states before it.
+  void ExpectAcknowledgement(const std::string& command);
+
+  /// Enables reporting, sends a 5.1 preset and waits until data flows.
+  void StartMeasuring();
+
+  /// Publishes `count` blocks in which every meter of a 5.1 programme has `lkfs` and the peak.
+  void Feed(unsigned count, double lkfs, std::uint32_t peak = 1000);
+
+  /// Waits for a message for which `condition` holds; fails with the last message otherwise.
+  void ExpectData(const std::function<bool(const louddesk::LoudnessMessage&)>& condition,
+                  const std::string& what);
+
+  /// Expects that from now on a message comes every 100 ms.
+  void ExpectCadence();
+
+  /// The same over a stretch that something may disturb: between the two calls no loudness data may
+  /// be taken. Ticks that come late are made up for, so that none may be missing in the end.
+  void MarkCadence();
+  void ExpectCadenceKept();
+
+  /// Expects that no message comes for a while of several periods.
+  void ExpectNoData();
+
+  /// Feeds blocks of a level that was not there before and expects to see it.
+  void ExpectMeasures(double lkfs);
+
+  /// Waits for a line at the log sink that contains `text`; lines before it are dropped.
+  void ExpectLogLine(const std::string& text);
+
+  /// Ends the service with `signal` and expects status 0, the exit line and no complaint.
+  void ExpectCleanEnd(int signal);
+
+  /// Expects that the service stops by an assertion with exactly that text.
+  void ExpectStopByAssertion(const std::string& text);
+
+  /// What the service printed, for failure messages.
+  std::string Output() const;
+
+  louddesk::UnitStandIn mUnit;
+  std::unique_ptr<ServiceProcess> mService;
+
+ private:
+  std::chrono::steady_clock::time_point mMark;  // arrival of the message the cadence counts from
+};

@@ -1,0 +1,487 @@
+// The reactor's readers, timers and loop.
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <deque>
+#include <memory>
+#include <thread>
+
+#include "CzmqFaults.h"
+#include "MqReactor.h"
+#include "MqTestKit.h"
+
+namespace {
+
+using faults::Call;
+using mqtest::Frames;
+using mqtest::Logged;
+using mqtest::Publisher;
+using testing::ElementsAre;
+
+constexpr char kUnit[] = "MqReactor";
+constexpr char kIpcName[] = "mqReactorLoopTest.ipc";
+constexpr char kMissing[] = "(null)";
+constexpr bool kText = false;
+constexpr bool kBinary = true;
+
+// What the handlers got and what they are to return; 0 when nothing is left.
+std::vector<Frames> gMessages;
+std::deque<int> gResults;
+
+int NextResult() {
+  if (gResults.empty())
+    return 0;
+  const int result = gResults.front();
+  gResults.pop_front();
+  return result;
+}
+
+int HandleText(const char* topic, const char* data) {
+  gMessages.push_back({topic, data != nullptr ? data : kMissing});
+  return NextResult();
+}
+
+int HandleBinary(const char* topic, zmsg_t* message) {
+  Frames frames = {topic};
+  for (zframe_t* frame = zmsg_first(message); frame != nullptr; frame = zmsg_next(message))
+    frames.emplace_back(reinterpret_cast<const char*>(zframe_data(frame)), zframe_size(frame));
+  gMessages.push_back(frames);
+  return NextResult();
+}
+
+// Counts its calls in the int behind the argument; the third ends the loop.
+int EndAtThirdCall(zloop_t*, int, void* argument) {
+  int& calls = *static_cast<int*>(argument);
+  return ++calls == 3 ? -1 : 0;
+}
+
+int CountCall(zloop_t*, int, void* argument) {
+  ++*static_cast<int*>(argument);
+  return 0;
+}
+
+int EndLoop(zloop_t*, int, void*) {
+  return -1;
+}
+
+int Interrupt(zloop_t*, int, void*) {
+  std::raise(SIGTERM);
+  return 0;
+}
+
+// A reactor connected to a publisher with both sockets. For tests that end the process.
+class MqReactorLoopDeathTest : public testing::Test {
+ protected:
+  MqReactorLoopDeathTest() {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    mqtest::MakeIpcDirectory();
+    MqReactor::mpLogger = mqtest::TalkativeLogger();
+    MqReactor::SetLogLevel(MsgLevel_Debug);
+    publisher_ = std::make_unique<Publisher>(kIpcName);
+    reactor_ = std::make_unique<MqReactor>();
+    reactor_->SetReactorReader(HandleText);
+    reactor_->SetReactorReaderForBinaryData(HandleBinary);
+    Connect("Text", kText);
+    Connect("Binary", kBinary);
+    gMessages.clear();
+    gResults.clear();
+    faults::Reset();
+  }
+
+  ~MqReactorLoopDeathTest() override {
+    zsys_interrupted = 0;
+    MqReactor::mpLogger = nullptr;
+    MqReactor::SetLogLevel(MsgLevel_Warn);
+  }
+
+  void Connect(const char* topic, bool binary) {
+    char topics[1][128] = {};
+    std::snprintf(topics[0], sizeof topics[0], "%s", topic);
+    ASSERT_TRUE(reactor_->AddMqSubsOverIpc(kIpcName, topics, 1, binary));
+    ASSERT_EQ(std::string("+") + topic, publisher_->NextChange());
+  }
+
+  // Publishes and waits until the message is there to be read.
+  void Deliver(const Frames& message, zsock_t* socket) {
+    publisher_->Publish(message);
+    ASSERT_TRUE(mqtest::AwaitMessage(socket));
+  }
+  void DeliverText(const Frames& message) { Deliver(message, reactor_->mpSock); }
+  void DeliverBinary(const Frames& message) { Deliver(message, reactor_->mpSockBin); }
+
+  int ReadText() {
+    return MqReactor::ReaderCallback(reactor_->mpLoop, reactor_->mpSock, reactor_.get());
+  }
+  int ReadBinary() {
+    return MqReactor::ReaderCallbackForBinaryData(reactor_->mpLoop, reactor_->mpSockBin,
+                                                  reactor_.get());
+  }
+
+  bool Run() { return reactor_->StartLoop(MQ_DATA_TYPE_STRING_AND_BINARY); }
+
+  std::unique_ptr<Publisher> publisher_;
+  std::unique_ptr<MqReactor> reactor_;
+};
+
+// The same with what it writes to the console.
+class MqReactorLoopTest : public MqReactorLoopDeathTest {
+ protected:
+  mqtest::Console console_;
+};
+
+// ----- readers
+
+TEST_F(MqReactorLoopTest, TextReaderHandsOverTopicAndData) {
+  DeliverText({"Text-1", "data"});
+  EXPECT_EQ(0, ReadText());
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Text-1", "data"}));
+}
+
+TEST_F(MqReactorLoopTest, TextMessageOfOneFrameHasNoData) {
+  DeliverText({"Text"});
+  EXPECT_EQ(0, ReadText());
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", kMissing}));
+}
+
+TEST_F(MqReactorLoopTest, EmptyDataIsNotMissing) {
+  DeliverText({"Text", ""});
+  ReadText();
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", ""}));
+}
+
+TEST_F(MqReactorLoopTest, FurtherFramesOfATextMessageAreDropped) {
+  DeliverText({"Text", "data", "more", "and more"});
+  ReadText();
+  DeliverText({"Text", "next"});
+  ReadText();
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", "data"}, Frames{"Text", "next"}));
+}
+
+TEST_F(MqReactorLoopTest, BinaryReaderHandsOverTopicAndTheOtherFrames) {
+  const std::string bytes("\0\xff\0\x01", 4);
+  DeliverBinary({"Binary-1", bytes, "", "last"});
+  EXPECT_EQ(0, ReadBinary());
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Binary-1", bytes, "", "last"}));
+}
+
+TEST_F(MqReactorLoopTest, BinaryMessageOfOneFrameHasNoOtherFrames) {
+  DeliverBinary({"Binary"});
+  EXPECT_EQ(0, ReadBinary());
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Binary"}));
+}
+
+TEST_F(MqReactorLoopTest, OneCallReadsOneMessage) {
+  publisher_->Publish({"Text", "first"});
+  publisher_->Publish({"Text", "second"});
+  ASSERT_TRUE(mqtest::AwaitMessage(reactor_->mpSock));
+  ReadText();
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", "first"}));
+  EXPECT_EQ((Frames{"Text", "second"}), mqtest::Receive(reactor_->mpSock));
+}
+
+TEST_F(MqReactorLoopTest, MessageIsLeftUnreadWithoutAHandler) {
+  reactor_->SetReactorReader(nullptr);
+  reactor_->SetReactorReaderForBinaryData(nullptr);
+  DeliverText({"Text", "data"});
+  DeliverBinary({"Binary", "data"});
+  EXPECT_EQ(0, ReadText());
+  EXPECT_EQ(0, ReadBinary());
+  zsys_interrupted = 1;
+  EXPECT_EQ(-1, ReadText());
+  EXPECT_EQ(-1, ReadBinary());
+  zsys_interrupted = 0;
+  EXPECT_EQ((Frames{"Text", "data"}), mqtest::Receive(reactor_->mpSock));
+  EXPECT_EQ((Frames{"Binary", "data"}), mqtest::Receive(reactor_->mpSockBin));
+}
+
+TEST_F(MqReactorLoopTest, MessageIsLeftUnreadWithoutAReactor) {
+  DeliverText({"Text", "data"});
+  EXPECT_EQ(0, MqReactor::ReaderCallback(reactor_->mpLoop, reactor_->mpSock, nullptr));
+  EXPECT_EQ(0, MqReactor::ReaderCallbackForBinaryData(reactor_->mpLoop, reactor_->mpSock, nullptr));
+  zsys_interrupted = 1;
+  EXPECT_EQ(-1, MqReactor::ReaderCallback(reactor_->mpLoop, reactor_->mpSock, nullptr));
+  EXPECT_EQ(-1,
+            MqReactor::ReaderCallbackForBinaryData(reactor_->mpLoop, reactor_->mpSock, nullptr));
+  EXPECT_TRUE(mqtest::HasMessage(reactor_->mpSock));
+}
+
+TEST_F(MqReactorLoopTest, OnlyMinusOneEndsTheLoopAndIsLogged) {
+  struct {
+    int handlerResult;
+    int readerResult;
+  } const cases[] = {{0, 0}, {1, 0}, {-2, 0}, {-1, -1}};
+  for (const auto& [handlerResult, readerResult] : cases) {
+    gResults = {handlerResult, handlerResult};
+    DeliverText({"Text", "data"});
+    EXPECT_EQ(readerResult, ReadText()) << handlerResult;
+    DeliverBinary({"Binary", "data"});
+    EXPECT_EQ(readerResult, ReadBinary()) << handlerResult;
+  }
+  const std::string line = "\"Got rv = -1. Exiting from reactor loop ...\"";
+  EXPECT_THAT(console_.Errors(), Logged("ERROR", kUnit, line));
+  EXPECT_EQ(2u, mqtest::Occurrences(console_.Errors(), "Got rv"));
+}
+
+TEST_F(MqReactorLoopTest, InterruptEndsTheLoopAfterTheMessage) {
+  DeliverText({"Text", "data"});
+  DeliverBinary({"Binary", "data"});
+  zsys_interrupted = 1;
+  EXPECT_EQ(-1, ReadText());
+  EXPECT_EQ(-1, ReadBinary());
+  EXPECT_EQ(2u, gMessages.size());
+  EXPECT_EQ("", console_.Errors());
+}
+
+TEST_F(MqReactorLoopTest, SignalWhileReadingLosesNoMessage) {
+  DeliverText({"Text", "data"});
+  faults::Fail(Call::MessageReceive, 1, EINTR);
+  EXPECT_EQ(0, ReadText());
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", "data"}));
+}
+
+TEST_F(MqReactorLoopDeathTest, ReaderWithoutMessageStopsTheProcess) {
+  EXPECT_DEATH(ReadText(), "`nullptr != pMessage'");
+  EXPECT_DEATH(ReadBinary(), "`nullptr != pMessage'");
+}
+
+TEST_F(MqReactorLoopDeathTest, MessageWithoutTopicStopsTheProcess) {
+  DeliverText({"Text", "data"});
+  DeliverBinary({"Binary", "data"});
+  faults::Fail(Call::PopText);
+  EXPECT_DEATH(ReadText(), "`nullptr != cpTopic'");
+  EXPECT_DEATH(ReadBinary(), "`nullptr != cpTopic'");
+}
+
+// ----- registration
+
+TEST_F(MqReactorLoopTest, ReadersAreRegisteredByType) {
+  struct {
+    int type;
+    bool result;
+    int readers;
+  } const cases[] = {
+      {MQ_DATA_TYPE_STRING, true, 1},
+      {MQ_DATA_TYPE_BINARY, true, 1},
+      {MQ_DATA_TYPE_STRING_AND_BINARY, true, 2},
+      {MQ_DATA_TYPE_STATES, false, 0},
+      {0, false, 0},
+  };
+  for (const auto& [type, result, readers] : cases) {
+    faults::Reset();
+    EXPECT_EQ(result, reactor_->SetMqSubsReader(static_cast<MqDataType_e>(type))) << type;
+    EXPECT_EQ(readers, faults::Count(Call::LoopReader)) << type;
+    EXPECT_EQ(readers, faults::Count(Call::LoopTolerant)) << type;
+  }
+  EXPECT_THAT(console_.Output(), Logged("DEBUG", kUnit, "\"Reacter reader registered\""));
+  EXPECT_EQ(4u, mqtest::Occurrences(console_.Output(), "\"Reacter reader registered\"\n"));
+}
+
+TEST_F(MqReactorLoopTest, ClosedReactorNeitherRegistersNorRuns) {
+  reactor_->CloseMq();
+  EXPECT_FALSE(reactor_->SetMqSubsReader(MQ_DATA_TYPE_STRING));
+  EXPECT_FALSE(Run());
+  EXPECT_EQ(-1, reactor_->AddTimer(EndLoop, nullptr, 1, 1));
+  EXPECT_EQ(0u, reactor_->mlTimers);
+}
+
+TEST_F(MqReactorLoopDeathTest, RefusedRegistrationStopsTheProcess) {
+  faults::Fail(Call::LoopReader);
+  EXPECT_DEATH(reactor_->SetMqSubsReader(MQ_DATA_TYPE_STRING), "`rc != -1'");
+  EXPECT_DEATH(reactor_->SetMqSubsReader(MQ_DATA_TYPE_BINARY), "`rc != -1'");
+  faults::Fail(Call::LoopTimer);
+  EXPECT_DEATH(reactor_->AddTimer(EndLoop, nullptr, 1, 1), "`rc != -1'");
+}
+
+TEST_F(MqReactorLoopDeathTest, SocketLostByARefusedConnectionCannotBeRead) {
+  const char topics[1][128] = {"Topic"};
+  reactor_->AddMqSubsOverIpc(mqtest::TooLongIpcName().c_str(), topics, 1, kText);
+  EXPECT_DEATH(Run(), "`rc != -1'");
+}
+
+// ----- timers
+
+TEST_F(MqReactorLoopTest, TimersAreCountedAndTold) {
+  const std::int32_t first = reactor_->AddTimer(EndLoop, nullptr, 1, 1);
+  const std::int32_t second = reactor_->AddTimer(EndLoop, nullptr, 1, 1);
+  EXPECT_NE(-1, first);
+  EXPECT_NE(-1, second);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(2u, reactor_->mlTimers);
+}
+
+TEST_F(MqReactorLoopTest, TimerRunsUntilItReturnsMinusOne) {
+  int calls = 0;
+  reactor_->AddTimer(EndAtThirdCall, &calls, 1, 0);
+  EXPECT_TRUE(Run());
+  EXPECT_EQ(3, calls);
+}
+
+TEST_F(MqReactorLoopTest, TimerKeepsItsDelay) {
+  using Clock = std::chrono::steady_clock;
+  int calls = 0;
+  reactor_->AddTimer(EndAtThirdCall, &calls, 20, 0);
+  const Clock::time_point start = Clock::now();
+  Run();
+  // Times are kept in whole milliseconds, so that each end may be one off.
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(3 * 20 - 2));
+}
+
+TEST_F(MqReactorLoopTest, TimerFiresAsOftenAsAskedFor) {
+  int counted = 0;
+  int calls = 0;
+  reactor_->AddTimer(CountCall, &counted, 1, 2);
+  reactor_->AddTimer(EndAtThirdCall, &calls, 20, 0);
+  Run();
+  EXPECT_EQ(2, counted);
+}
+
+TEST_F(MqReactorLoopTest, EndedTimerDoesNotFire) {
+  int counted = 0;
+  int calls = 0;
+  const std::int32_t ended = reactor_->AddTimer(CountCall, &counted, 5, 0);
+  reactor_->AddTimer(EndAtThirdCall, &calls, 5, 0);
+  Run();
+  const int before = counted;
+  EXPECT_GT(before, 0);
+  reactor_->EndTimer(ended);
+  calls = 0;
+  Run();
+  EXPECT_EQ(before, counted);
+}
+
+TEST_F(MqReactorLoopTest, WithTimersTheLimitIsHandedToTheLoop) {
+  reactor_->SetMaxTimers(2);
+  reactor_->AddTimer(EndLoop, nullptr, 1, 0);
+  Run();
+  EXPECT_NE(-1, zloop_timer(reactor_->mpLoop, 1, 1, EndLoop, nullptr));
+  EXPECT_EQ(-1, zloop_timer(reactor_->mpLoop, 1, 1, EndLoop, nullptr));
+}
+
+TEST_F(MqReactorLoopTest, WithoutTimersTheLimitIsLeftAlone) {
+  reactor_->SetMaxTimers(1);
+  gResults = {-1};
+  DeliverText({"Text", "data"});
+  Run();
+  EXPECT_NE(-1, reactor_->AddTimer(EndLoop, nullptr, 1, 1));
+  EXPECT_NE(-1, reactor_->AddTimer(EndLoop, nullptr, 1, 1));
+}
+
+// ----- loop
+
+TEST_F(MqReactorLoopTest, HandlerResultMinusOneEndsTheLoopAndMinusTwoDoesNot) {
+  gResults = {-2, -1};
+  publisher_->Publish({"Text", "first"});
+  publisher_->Publish({"Text", "second"});
+  publisher_->Publish({"Text", "third"});
+  EXPECT_TRUE(Run());
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", "first"}, Frames{"Text", "second"}));
+}
+
+TEST_F(MqReactorLoopTest, BinaryHandlerEndsTheLoopToo) {
+  gResults = {-2, -1};
+  publisher_->Publish({"Binary", "first"});
+  publisher_->Publish({"Binary", "second"});
+  EXPECT_TRUE(Run());
+  EXPECT_EQ(2u, gMessages.size());
+}
+
+TEST_F(MqReactorLoopTest, BothSocketsAreServedInOneLoop) {
+  gResults = {0, -1};
+  publisher_->Publish({"Text", "text"});
+  publisher_->Publish({"Binary", "binary"});
+  Run();
+  EXPECT_THAT(gMessages,
+              testing::UnorderedElementsAre(Frames{"Text", "text"}, Frames{"Binary", "binary"}));
+}
+
+TEST_F(MqReactorLoopTest, SocketThatWasNotAskedForIsNotRead) {
+  gResults = {-1};
+  DeliverBinary({"Binary", "unread"});
+  publisher_->Publish({"Text", "read"});
+  reactor_->StartLoop(MQ_DATA_TYPE_STRING);
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", "read"}));
+  EXPECT_TRUE(mqtest::HasMessage(reactor_->mpSockBin));
+}
+
+TEST_F(MqReactorLoopTest, LoopCanRunAgain) {
+  for (const char* data : {"first", "second"}) {
+    gResults = {-1};
+    DeliverText({"Text", data});
+    EXPECT_TRUE(Run());
+  }
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", "first"}, Frames{"Text", "second"}));
+}
+
+TEST_F(MqReactorLoopTest, FloodOfMessagesDoesNotKeepTimersWaiting) {
+  constexpr int kMessages = 500;  // fewer than a socket keeps
+  for (int i = 0; i < kMessages; ++i)
+    publisher_->Publish({"Text", "data"});
+  ASSERT_TRUE(mqtest::AwaitMessage(reactor_->mpSock));
+  reactor_->AddTimer(EndLoop, nullptr, 0, 1);
+  Run();
+  EXPECT_LT(gMessages.size(), static_cast<std::size_t>(kMessages));
+}
+
+TEST_F(MqReactorLoopTest, InterruptEndsTheLoop) {
+  reactor_->AddTimer(Interrupt, nullptr, 1, 1);
+  EXPECT_TRUE(Run());
+  EXPECT_EQ(1, zsys_interrupted);
+  EXPECT_EQ(1, faults::Count(Call::LoopStart));
+}
+
+TEST_F(MqReactorLoopTest, InterruptBeforeTheLoopEndsItAtOnce) {
+  int calls = 0;
+  reactor_->AddTimer(CountCall, &calls, 0, 0);
+  zsys_interrupted = 1;
+  EXPECT_TRUE(Run());
+  EXPECT_EQ(0, calls);
+}
+
+std::atomic<int> gSignals{0};
+
+void CountSignal(int) {
+  ++gSignals;
+}
+
+// Ends the loop once signals have ended CZMQ's own loop a few times.
+int EndAfterRestarts(zloop_t*, int, void*) {
+  constexpr int kStarts = 4;
+  return faults::Count(Call::LoopStart) >= kStarts ? -1 : 0;
+}
+
+TEST_F(MqReactorLoopTest, StraySignalsDoNotEndTheLoop) {
+  std::signal(SIGUSR1, CountSignal);
+  gResults = {0, -1};
+  reactor_->AddTimer(EndAfterRestarts, nullptr, 1, 0);
+  std::atomic<bool> isRunning{true};
+  std::thread disturber([&isRunning, loopThread = pthread_self()] {
+    for (int i = 0; isRunning && i < mqtest::kDeadlineMs; ++i) {
+      pthread_kill(loopThread, SIGUSR1);
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  });
+  EXPECT_TRUE(Run());
+  isRunning = false;
+  disturber.join();
+  std::signal(SIGUSR1, SIG_DFL);
+  EXPECT_GE(faults::Count(Call::LoopStart), 4);
+  EXPECT_GE(gSignals, 3);
+  EXPECT_EQ(0, zsys_interrupted);
+}
+
+TEST_F(MqReactorLoopTest, LoopWhoseSocketsAreGoneEnds) {
+  // Anything but a signal that makes CZMQ's loop return must not make ours spin.
+  faults::Fail(Call::LoopStart, 1, ETERM);
+  EXPECT_TRUE(Run());
+  EXPECT_EQ(1, faults::Count(Call::LoopStart));
+}
+
+TEST_F(MqReactorLoopDeathTest, LoopWithoutReadersStopsTheProcess) {
+  EXPECT_DEATH(reactor_->StartLoop(MQ_DATA_TYPE_STATES), "`ret == true'");
+}
+
+}  // namespace

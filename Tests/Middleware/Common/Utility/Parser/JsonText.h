@@ -1,0 +1,16 @@
+// JSON values for tests, from their text.
+
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "JsonAccess.h"
+
+/// The document of that text; the test fails when it is no JSON.
+inline rapidjson::Document Json(const std::string& text) {
+  rapidjson::Document document;
+  EXPECT_TRUE(json::Parse(text.c_str(), document)) << text;
+  return document;
+}

@@ -1,0 +1,203 @@
+// Preset documents that are refused: incomplete, malformed and hostile ones. Each leaves the preset
+// in its reset state.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "DeepNesting.h"
+#include "PresetFixture.h"
+
+namespace {
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+
+class PresetRefusalTest : public PresetTest {
+ protected:
+  ~PresetRefusalTest() override { cPresetParser::mpLogger = nullptr; }
+
+  // Parses with a logger on the console and returns what it wrote on standard error.
+  std::string LogOf(const std::string& text) {
+    cPresetParser::mpLogger = Logger::GetInstance();
+    cPresetParser::mpLogger->mConsoleAttached = true;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Parse(text), 0) << text;
+    return testing::internal::GetCapturedStderr();
+  }
+};
+
+}  // namespace
+
+TEST_F(PresetRefusalTest, NullTextIsRefused) {
+  EXPECT_EQ(Parse(Accepted()), 1);
+  EXPECT_EQ(Parse(nullptr, true, false, 0, nullptr), 0);
+  ExpectResetState();
+}
+
+TEST_F(PresetRefusalTest, TextThatIsNoJsonObjectIsRefused) {
+  const std::string cut = Accepted();
+  const std::string cases[] = {"",        " ",
+                               "{",       "[]",
+                               "null",    "1",
+                               "\"x\"",   "{} {}",
+                               "{,}",     "NaN",
+                               "{\"a\"}", cut.substr(0, cut.size() - 1),
+                               "\xFF",    "{\"Count\":1e999}"};
+  for (const std::string& text : cases) {
+    EXPECT_EQ(Parse(Accepted()), 1);
+    EXPECT_EQ(Parse(text), 0) << text;
+    ExpectResetState();
+  }
+}
+
+TEST_F(PresetRefusalTest, EachRequiredSectionMustBeThere) {
+  EXPECT_EQ(Parse(Document({kMeterSet, kClock})), 0);
+  ExpectResetState();
+  EXPECT_EQ(Parse(Document({kClusters, kClock})), 0);
+  ExpectResetState();
+  EXPECT_EQ(Parse(Document({kClusters, kMeterSet, kName, R"("Repub":true)", kVideo, kDecoder})), 0)
+      << "without a clock";
+  ExpectResetState();
+}
+
+TEST_F(PresetRefusalTest, SectionOfAnotherTypeFailsTheDocument) {
+  const std::vector<std::string> cases[] = {
+      {R"("Clusters":{})", kMeterSet, kClock},
+      {R"("Clusters":null)", kMeterSet, kClock},
+      {R"("Clusters":[[]])", kMeterSet, kClock},
+      {kClusters, R"("MeterSet":[])", kClock},
+      {kClusters, R"("MeterSet":"1")", kClock},
+      {kClusters, R"("MeterSet":{"1":[]})", kClock},
+      {kClusters, R"("MeterSet":{"33":{}})", kClock},
+      {kClusters, R"("MeterSet":{"0":{}})", kClock},
+      {kClusters, R"("MeterSet":{"1":{"Source":[]}})", kClock},
+      {kClusters, kMeterSet, R"("SystemClockSource":[])"},
+      {kClusters, kMeterSet, kClock, R"("DolbyInputSource":[])"},
+      {kClusters, kMeterSet, kClock, R"("VideoSource":null)"},
+  };
+  for (const std::vector<std::string>& members : cases) {
+    EXPECT_EQ(Parse(Document(members)), 0) << Document(members);
+    ExpectResetState();
+  }
+}
+
+TEST_F(PresetRefusalTest, PresetNameWithoutGroupRejectsTheDocument) {
+  for (const char* name : {R"({"Preset":"News"})", R"({"Preset":"News","Group":1})",
+                           R"({"Preset":"","Group":null})"}) {
+    const std::string logged = LogOf(Accepted(std::string(R"("Repub":true,"Name":)") + name));
+    EXPECT_THAT(logged, ContainsRegex("ERROR.JsonParseMetersInfo.[0-9]+..Preset rejected: .*Group"))
+        << name;
+    ExpectResetState();
+  }
+}
+
+TEST_F(PresetRefusalTest, MeterNameThatIsNoNumberRejectsTheDocument) {
+  const std::string logged =
+      LogOf(Document({kClusters, R"("MeterSet":{"1":{"VolumeDb":5},"rear":{}})", kClock}));
+  EXPECT_THAT(logged, HasSubstr("Preset rejected: meter name \"rear\" is no number"));
+  ExpectResetState();
+}
+
+TEST_F(PresetRefusalTest, MeterNameBeyondIntRejectsTheDocument) {
+  const std::string logged =
+      LogOf(Document({kClusters, R"("MeterSet":{"1":{},"2147483648":{}})", kClock}));
+  EXPECT_THAT(logged, HasSubstr("Preset rejected: meter name \"2147483648\" is out of range"));
+  ExpectResetState();
+}
+
+TEST_F(PresetRefusalTest, RejectionWritesOneLine) {
+  const std::string logged = LogOf(Document({kClusters, R"("MeterSet":{"x":{},"y":{}})", kClock}));
+  EXPECT_THAT(logged, Not(HasSubstr("\"y\"")));
+  EXPECT_EQ(std::count(logged.begin(), logged.end(), '\n'), 1);
+}
+
+TEST_F(PresetRefusalTest, WithoutALoggerRejectionIsSilent) {
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Parse(R"({"Clusters":[],"MeterSet":{"x":{}}})"), 0);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(mPrinted, "");
+}
+
+TEST_F(PresetRefusalTest, ThresholdSilencesTheRejection) {
+  cPresetParser::mLogLevel = MsgLevel_Critical;
+  EXPECT_EQ(LogOf(R"({"Clusters":[],"MeterSet":{"x":{}}})"), "");
+  cPresetParser::mLogLevel = MsgLevel_Warn;
+}
+
+TEST_F(PresetRefusalTest, ThresholdIsWarnAtFirst) {
+  EXPECT_EQ(cPresetParser::mLogLevel, MsgLevel_Warn);
+}
+
+TEST_F(PresetRefusalTest, AfterARejectionTheNextDocumentIsRead) {
+  EXPECT_EQ(Parse(R"({"Clusters":[],"MeterSet":{"x":{}}})"), 0);
+  EXPECT_EQ(Parse(Accepted()), 1);
+  EXPECT_EQ(mPreset.GetVolumeDb(0, 0), -6);
+}
+
+TEST_F(PresetRefusalTest, DeepNestingIsRefusedWithoutExhaustingTheStack) {
+  const std::string cases[] = {
+      UnclosedArrays(),
+      UnclosedObjects(),
+      NestedArrays(),
+      NestedObjects(),
+      Document({"\"Clusters\":" + NestedArrays(), kMeterSet, kClock}),
+      Document({kClusters, "\"MeterSet\":{\"1\":" + NestedArrays() + "}", kClock}),
+      Document({kClusters, "\"MeterSet\":{\"1\":{\"Source\":" + NestedArrays() + "}}", kClock}),
+      Document({kClusters, kMeterSet, "\"SystemClockSource\":" + NestedArrays()})};
+  for (const std::string& text : cases) {
+    EXPECT_EQ(Parse(text), 0) << text.substr(0, 60);
+    ExpectResetState();
+  }
+}
+
+TEST_F(PresetRefusalTest, DeepNestingInUnknownMembersIsNoMatter) {
+  EXPECT_EQ(Parse(Accepted("\"Unknown\":" + NestedArrays())), 1);
+  EXPECT_EQ(Parse(Accepted("\"Unknown\":" + NestedObjects())), 1);
+}
+
+TEST_F(PresetRefusalTest, HundredThousandClustersAreCutToTheSet) {
+  std::string clusters = R"("Clusters":[{})";
+  for (int cluster = 1; cluster < 100000; ++cluster)
+    clusters += R"(,{"FirstMeter":-2147483648,"NumberOfMeters":2147483647})";
+  EXPECT_EQ(Parse(Document({clusters + "]", kMeterSet, kClock})), 1);
+  EXPECT_EQ(mPreset.mClusters.size(), 32U);
+  EXPECT_EQ(mPreset.miValidClustersCount, 31);
+}
+
+TEST_F(PresetRefusalTest, HundredThousandMetersFailTheDocument) {
+  std::string meters = R"("MeterSet":{"1":{})";
+  for (int meter = 2; meter <= 100000; ++meter)
+    meters += ",\"" + std::to_string(meter) + "\":{}";
+  EXPECT_EQ(Parse(Document({kClusters, meters + "}", kClock})), 0);
+  EXPECT_EQ(mPreset.mMeters.size(), 32U);
+}
+
+TEST_F(PresetRefusalTest, HugeNumbersCountAsMissing) {
+  EXPECT_EQ(Parse(Document({R"("Clusters":[{"FirstMeter":99999999999,"NumberOfMeters":1e300}])",
+                            R"("MeterSet":{"1":{"VolumeDb":9223372036854775807,"DelayMs":-1e300}})",
+                            kClock, R"("Count":2147483648,"PubTS":18446744073709551616)"})),
+            1);
+  EXPECT_EQ(mPreset.GetFirstMeter(0, 99), -1);
+  EXPECT_EQ(mPreset.GetNumberOfMeters(0, 99), 0);
+  EXPECT_EQ(mPreset.GetVolumeDb(0, 99), 0);
+  EXPECT_EQ(mPreset.GetDelayMs(0, 99), 0);
+  EXPECT_EQ(mPreset.miCount, 0);
+  EXPECT_EQ(mPreset.mllPubTS, 0U);
+}
+
+TEST_F(PresetRefusalTest, FirstOfDuplicateSectionsCounts) {
+  EXPECT_EQ(
+      Parse(Document({kClusters, kMeterSet, kClock, R"("Clusters":null)", R"("MeterSet":{"x":{}})",
+                      R"("SystemClockSource":[])", R"("Count":1)", R"("Count":2)"})),
+      1);
+  EXPECT_EQ(mPreset.GetClusterId(0), 0);
+  EXPECT_EQ(mPreset.miCount, 1);
+}
+
+TEST_F(PresetRefusalTest, KeysAreMatchedExactly) {
+  EXPECT_EQ(Parse(R"({"clusters":[],"MeterSet":{},"SystemClockSource":{}})"), 0);
+  EXPECT_EQ(Parse(R"({"Clusters ":[],"MeterSet":{},"SystemClockSource":{}})"), 0);
+}

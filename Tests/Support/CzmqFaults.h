@@ -1,0 +1,51 @@
+// Faults of the messaging library on demand. A test program that links this has the calls below
+// counted and, when told so, failing or throwing; all others go on to the library.
+
+#pragma once
+
+#include <vector>
+
+namespace faults {
+
+enum class Call {
+  SockNew,         // zsock_new
+  SockDestroy,     // zsock_destroy of a socket
+  Connect,         // zsock_connect
+  Bind,            // zsock_bind
+  Subscribe,       // zsock_set_subscribe
+  Unsubscribe,     // zsock_set_unsubscribe
+  SendPart,        // zstr_sendm
+  SendLast,        // zstr_send
+  SendPicture,     // zsock_send
+  FrameNew,        // zframe_new
+  FrameSend,       // zframe_send
+  MessageReceive,  // zmsg_recv_nowait
+  PopText,         // zmsg_popstr
+  LoopNew,         // zloop_new
+  LoopDestroy,     // zloop_destroy of a loop
+  LoopReader,      // zloop_reader
+  LoopTolerant,    // zloop_reader_set_tolerant
+  LoopTimer,       // zloop_timer
+  LoopStart,       // zloop_start
+};
+
+/// Description of the exceptions that ThrowRuntimeError brings about.
+constexpr char kRuntimeErrorText[] = "provoked by the test";
+
+/// Forgets all faults, counts and destroyed objects.
+void Reset();
+
+/// The nth call from now fails as the library's call would: null or -1, with `error` in errno.
+void Fail(Call call, int nth = 1, int error = 0);
+
+/// The nth call from now throws std::bad_alloc, std::runtime_error.
+void ThrowBadAlloc(Call call, int nth = 1);
+void ThrowRuntimeError(Call call, int nth = 1);
+
+/// Number of calls since the last Reset, failed ones included.
+int Count(Call call);
+
+/// Sockets and loops destroyed since the last Reset, in that order.
+std::vector<const void*> Destroyed();
+
+}  // namespace faults

@@ -1,0 +1,117 @@
+// Peers for messaging tests and the means to see what they get, all bounded by a deadline.
+
+#pragma once
+
+#include <czmq.h>
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+#include "Logger.h"
+
+namespace mqtest {
+
+/// Longest time that anything is waited for.
+constexpr int kDeadlineMs = 10000;
+
+/// A message, frame by frame.
+using Frames = std::vector<std::string>;
+
+/// Makes the unit's IPC directory unless it exists.
+void MakeIpcDirectory();
+
+/// Endpoint of a file name in the unit's IPC directory.
+std::string IpcEndpoint(const std::string& fileName);
+
+/// Name of an IPC file whose path is one character too long for a socket.
+std::string TooLongIpcName();
+
+/// The next message; none of its frames when the deadline passes first.
+Frames Receive(zsock_t* socket);
+
+/// Whether a message is there at once (before the deadline).
+bool HasMessage(zsock_t* socket);
+bool AwaitMessage(zsock_t* socket);
+
+void Send(zsock_t* socket, const Frames& frames);
+
+/// A publisher that sees its subscribers come and go.
+class Publisher {
+ public:
+  /// Bound to an IPC file or, with a null name, to a free TCP port of this machine.
+  explicit Publisher(const char* ipcName);
+  ~Publisher();
+  Publisher(const Publisher&) = delete;
+  Publisher& operator=(const Publisher&) = delete;
+
+  unsigned Port() const { return port_; }
+
+  /// The next change: "+TOPIC" for a subscription, "-TOPIC" for the end of one.
+  std::string NextChange();
+
+  void Publish(const Frames& frames) { Send(socket_, frames); }
+
+ private:
+  zsock_t* socket_ = nullptr;
+  unsigned port_ = 0;
+};
+
+/// A subscriber to everything that a socket publishes.
+class Subscriber {
+ public:
+  /// Connects to the endpoint and publishes on `publisher` until the connection is seen to work.
+  Subscriber(zsock_t* publisher, const std::string& endpoint);
+  ~Subscriber();
+  Subscriber(const Subscriber&) = delete;
+  Subscriber& operator=(const Subscriber&) = delete;
+
+  bool IsConnected() const { return isConnected_; }
+
+  /// The next message of those published since.
+  Frames Next();
+
+  zsock_t* Socket() { return socket_; }
+
+ private:
+  zsock_t* socket_ = nullptr;
+  bool isConnected_ = false;
+};
+
+/// Takes down what goes to the console while it lives. Not for tests that end the process.
+class Console {
+ public:
+  Console();
+  ~Console();
+  Console(const Console&) = delete;
+  Console& operator=(const Console&) = delete;
+
+  /// Everything from its making to the first call, on standard output and on standard error.
+  const std::string& Output();
+  const std::string& Errors();
+
+ private:
+  std::string output_;
+  std::string errors_;
+  bool hasOutput_ = false;
+  bool hasErrors_ = false;
+};
+
+/// The process's logger, set to write every level to the console.
+Logger* TalkativeLogger();
+
+/// Matches console output that has the line of a levelled message, for example
+/// Logged("ERROR", "MqReactor", "\"Failed\"").
+testing::Matcher<const std::string&> Logged(const char* level, const char* unit,
+                                            const std::string& message);
+
+/// Matches output that has a plain console line of a unit.
+testing::Matcher<const std::string&> Printed(const char* unit, const std::string& message);
+
+/// A regular expression that matches just the text.
+std::string Escaped(const std::string& text);
+
+/// How often `part` is found in `text`.
+std::size_t Occurrences(const std::string& text, const std::string& part);
+
+}  // namespace mqtest

@@ -1,0 +1,264 @@
+// The shipped LoudDesk on its command line: status codes, what goes to which stream, and behaviour
+// on a terminal.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <rapidjson/document.h>
+#include <signal.h>
+#include <sndfile.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "TestAudio.h"
+
+namespace {
+
+using test_audio::Amplitude;
+using test_audio::AudioDirectory;
+using test_audio::Repeated;
+using test_audio::Samples;
+using test_audio::Sine;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr char kLoudDesk[] = LOUDDESK_BINARY;
+constexpr int kFloatWav = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+
+// Bytes of a file just long enough for a progress bar: 250 s.
+constexpr std::uint32_t kLong = 24'000'000;
+
+// Bytes of a file that takes many seconds to measure.
+constexpr std::uint32_t kVeryLong = 2'000'000'000;
+
+struct Outcome {
+  int status = -1;
+  std::string out;
+  std::string errors;
+};
+
+// The text as one word of a shell's command line.
+std::string Quoted(const std::string& text) {
+  return "'" + text + "'";  // no path or argument of these tests holds a quote
+}
+
+// A terminal of which the tests hold the other side.
+class Terminal {
+ public:
+  explicit Terminal(unsigned short columns) : mOwnSide(posix_openpt(O_RDWR | O_NOCTTY)) {
+    EXPECT_EQ(grantpt(mOwnSide), 0);
+    EXPECT_EQ(unlockpt(mOwnSide), 0);
+    mName = ptsname(mOwnSide);
+    mOtherSide = open(mName.c_str(), O_RDWR | O_NOCTTY);
+    winsize size{};
+    size.ws_col = columns;
+    size.ws_row = 24;
+    EXPECT_EQ(ioctl(mOwnSide, TIOCSWINSZ, &size), 0);
+  }
+  ~Terminal() {
+    close(mOtherSide);
+    close(mOwnSide);
+  }
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  const std::string& Name() const { return mName; }
+
+  // False when nothing has been written to the terminal in all that time.
+  bool WaitForText(int milliseconds) const {
+    pollfd readable = {mOwnSide, POLLIN, 0};
+    return poll(&readable, 1, milliseconds) > 0;
+  }
+
+  // What has been written to the terminal so far.
+  std::string Read() const {
+    std::string text;
+    std::array<char, 4096> bytes;
+    pollfd readable = {mOwnSide, POLLIN, 0};
+    while (poll(&readable, 1, 0) > 0) {
+      const ssize_t count = read(mOwnSide, bytes.data(), bytes.size());
+      if (count <= 0)
+        break;
+      text.append(bytes.data(), static_cast<std::size_t>(count));
+    }
+    return text;
+  }
+
+ private:
+  int mOwnSide;
+  int mOtherSide = -1;
+  std::string mName;
+};
+
+class MeasureCommandTest : public testing::Test {
+ protected:
+  // Runs LoudDesk by a shell with standard output and error in files, or where `redirection` says.
+  Outcome Run(const std::string& arguments, const std::string& redirection = "") const {
+    const std::string out = mDirectory.Path("out.txt");
+    const std::string errors = mDirectory.Path("errors.txt");
+    const std::string command = Quoted(kLoudDesk) + " " + arguments + " >" + Quoted(out) + " 2>" +
+                                Quoted(errors) + " " + redirection;
+    const int status = std::system(command.c_str());
+    Outcome outcome;
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    outcome.out = test_audio::BytesOf(out);
+    outcome.errors = test_audio::BytesOf(errors);
+    return outcome;
+  }
+
+  std::string WriteTone(const std::string& name) const {
+    return mDirectory.Write(name, kFloatWav, 48000, 2,
+                            Repeated(Sine(Amplitude(-23.0), 1000.0, 48000, 96000), 2));
+  }
+
+  // A file of 48000 frames for every 96000 bytes that costs no disk: a hole.
+  std::string WriteSilence(std::uint32_t sampleBytes) const {
+    const std::string path =
+        mDirectory.Write("long.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 48000, 2, {0.0, 0.0});
+    std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+    for (const auto& [position, size] : {std::pair<int, std::uint32_t>{4, sampleBytes + 36},
+                                         std::pair<int, std::uint32_t>{40, sampleBytes}})
+      for (int i = 0; i < 4; ++i)
+        file.seekp(position + i).put(static_cast<char>(size >> (8 * i) & 0xFF));
+    file.close();
+    std::filesystem::resize_file(path, 44 + std::uintmax_t{sampleBytes});
+    return path;
+  }
+
+  AudioDirectory mDirectory;
+};
+
+TEST_F(MeasureCommandTest, FilesAreMeasuredIntoATable) {
+  const std::string path = WriteTone("tone.wav");
+  const Outcome outcome = Run("measure " + Quoted(path));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_THAT(outcome.out, StartsWith("Integrated  Loudness "));
+  EXPECT_THAT(outcome.out, HasSubstr(" 2.00  " + path + "\n"));
+}
+
+// A stereo tone of -23 dBFS at 1 kHz reads -23 LKFS (EBU Tech 3341, case 1).
+TEST_F(MeasureCommandTest, JsonIsAllThereIsOnStandardOutput) {
+  const std::string path = WriteTone("tone.wav");
+  const Outcome outcome = Run("measure --format json " + Quoted(path));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  rapidjson::Document document;
+  document.Parse(outcome.out.c_str());
+  ASSERT_FALSE(document.HasParseError()) << outcome.out;
+  EXPECT_EQ(document["File"].GetString(), path);
+  EXPECT_NEAR(document["Integrated"].GetDouble(), -23.0, 0.1);
+  EXPECT_NEAR(document["MaxMomentary"].GetDouble(), -23.0, 0.1);
+  EXPECT_NEAR(document["MaxShortTerm"].GetDouble(), -23.0, 0.1);
+  EXPECT_NEAR(document["MaxTruePeak"].GetDouble(), -23.0, 0.2);
+  EXPECT_EQ(document["Seconds"].GetDouble(), 2.0);
+}
+
+TEST_F(MeasureCommandTest, AFailedFileIsStatus1AndTheOthersAreMeasured) {
+  const std::string good = WriteTone("good.wav");
+  const std::string gone = mDirectory.Path("gone.wav");
+  const Outcome outcome =
+      Run("measure --format json " + Quoted(gone) + " " + Quoted(good) + " --speakers Left,Right");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, "LoudDesk: " + gone + ": no such file\n");
+  EXPECT_THAT(outcome.out, StartsWith("{\"File\":\"" + good));
+}
+
+TEST_F(MeasureCommandTest, AFileMayHaveTheNameOfASubcommandOrAnOption) {
+  const std::string path = WriteTone("measure");
+  std::filesystem::copy(path, mDirectory.Path("--help"));
+  const std::string directory = Quoted(mDirectory.Path("."));
+  const std::string command = "cd " + directory + " && " + Quoted(kLoudDesk) +
+                              " measure --format json -- measure --help >out.txt 2>&1";
+  EXPECT_EQ(std::system(command.c_str()), 0);
+  EXPECT_THAT(test_audio::BytesOf(mDirectory.Path("out.txt")),
+              AllOf(StartsWith("{\"File\":\"measure\","), HasSubstr("{\"File\":\"--help\",")));
+}
+
+TEST_F(MeasureCommandTest, HelpShowsAnExampleAndEverySpeaker) {
+  const Outcome outcome = Run("measure --help");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_THAT(outcome.out, HasSubstr("\nExample:\n  LoudDesk measure "));
+  for (const char* word :
+       {"FILE", "--format", "--speakers", "Left", "Right", "Center", "LowFrequencyEffects",
+        "LeftSurround", "RightSurround", "BackSurroundLeft", "BackSurroundRight", "MonoSurround"})
+    EXPECT_THAT(outcome.out, HasSubstr(word));
+  std::istringstream lines(outcome.out);
+  for (std::string line; std::getline(lines, line);)
+    EXPECT_LE(line.size(), 80U) << line;
+}
+
+TEST_F(MeasureCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
+  struct {
+    const char* arguments;
+    const char* complaint;
+  } const cases[] = {
+      {"", "subcommand is required"},
+      {"weigh a.wav", "subcommand is required"},
+      {"measure", "FILE is required"},
+      {"measure --format xml a.wav", "--format: xml not in {table,json}"},
+      {"measure --loud a.wav", "--loud"},
+      {"measure --speakers Left,Middle a.wav", "--speakers: \"Middle\" is no speaker; there are"},
+      {"measure --speakers '' a.wav", "--speakers: \"\" is no speaker"},
+  };
+  for (const auto& c : cases) {
+    const Outcome outcome = Run(c.arguments);
+    EXPECT_GT(outcome.status, 0) << c.arguments;
+    EXPECT_EQ(outcome.out, "") << c.arguments;
+    EXPECT_THAT(outcome.errors, HasSubstr(c.complaint)) << c.arguments;
+  }
+}
+
+TEST_F(MeasureCommandTest, AFullDiskIsAFailure) {
+  const Outcome outcome = Run("measure " + Quoted(WriteTone("tone.wav")), ">/dev/full");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, "LoudDesk: the figures could not be written\n");
+}
+
+TEST_F(MeasureCommandTest, LongFilesShowProgressOnATerminalAndLeaveItsLineEmpty) {
+  const Terminal terminal(60);
+  const Outcome outcome =
+      Run("measure --format json " + Quoted(WriteSilence(kLong)), "2>" + Quoted(terminal.Name()));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, HasSubstr("\"Seconds\":250.00,"));
+  const std::string shown = terminal.Read();
+  EXPECT_THAT(shown, HasSubstr("\r[###############...............]  50 %  "));
+  EXPECT_THAT(shown, testing::EndsWith("\r" + std::string(59, ' ') + "\r"));
+}
+
+TEST_F(MeasureCommandTest, LongFilesShowNoProgressInAPipe) {
+  const Outcome outcome = Run("measure --format json " + Quoted(WriteSilence(kLong)));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+}
+
+TEST_F(MeasureCommandTest, CtrlCEndsAMeasurementAtOnce) {
+  const std::string path = WriteSilence(kVeryLong);
+  const Terminal terminal(80);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    dup2(open(terminal.Name().c_str(), O_RDWR | O_NOCTTY), STDERR_FILENO);
+    execl(kLoudDesk, kLoudDesk, "measure", path.c_str(), nullptr);
+    _exit(127);
+  }
+  EXPECT_TRUE(terminal.WaitForText(20000));
+  kill(child, SIGINT);
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << "status " << status;
+}
+
+}  // namespace

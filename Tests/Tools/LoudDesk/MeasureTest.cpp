@@ -1,0 +1,391 @@
+// Whole files through front end, dispatcher and engine.
+
+#include "Measure.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <sstream>
+
+#include "BlockMeter.h"
+#include "MeasureCommand.h"
+#include "TestAudio.h"
+
+namespace louddesk {
+namespace {
+
+using test_audio::Amplitude;
+using test_audio::AudioDirectory;
+using test_audio::CutOff;
+using test_audio::Interleaved;
+using test_audio::Joined;
+using test_audio::Noise;
+using test_audio::Repeated;
+using test_audio::Samples;
+using test_audio::Sine;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr int kRate = 48000;
+constexpr std::size_t kBlock = 4800;
+constexpr int kFloatWav = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+
+// The bins of the engine are 0.02 LU wide.
+constexpr double kBin = 0.02;
+
+Samples Tone(double levelDb, double seconds) {
+  return Sine(Amplitude(levelDb), 1000.0, kRate, static_cast<std::size_t>(seconds * kRate));
+}
+
+Samples StereoTone(double levelDb, double seconds) {
+  return Repeated(Tone(levelDb, seconds), 2);
+}
+
+// A reading with one power on all meters that carry a speaker here.
+BlockReading ReadingOf(double loudness, std::uint32_t peak) {
+  BlockReading reading;
+  reading.powers[0] = static_cast<std::uint64_t>(std::pow(10.0, (loudness + 153.3879962) / 10.0));
+  reading.peaks[0] = peak;
+  return reading;
+}
+
+class MeasureTest : public testing::Test {
+ protected:
+  Figures Measure(std::size_t channels, const Samples& samples,
+                  const std::optional<SpeakerLayout>& speakers = std::nullopt) {
+    AudioFile file(mDirectory.Write("measured.wav", kFloatWav, kRate, channels, samples));
+    return MeasureFile(mMeter, file, LayoutFor(file, speakers), [](std::uint64_t) {});
+  }
+
+  void FeedMono(const std::vector<BlockReading>& readings) {
+    mMeter.Start({"Center"});
+    for (const BlockReading& reading : readings)
+      mMeter.Feed(reading);
+  }
+
+  AudioDirectory mDirectory;
+  ServiceMeter mMeter;
+};
+
+// EBU Tech 3341, cases 1 and 2.
+TEST_F(MeasureTest, ASteadyToneReadsItsLevelInEveryFigure) {
+  for (const double level : {-23.0, -33.0}) {
+    const Figures figures = Measure(2, StereoTone(level, 20.0));
+    EXPECT_NEAR(figures.integrated.value(), level, 0.1);
+    EXPECT_NEAR(figures.maxMomentary.value(), level, 0.1);
+    EXPECT_NEAR(figures.maxShortTerm.value(), level, 0.1);
+    EXPECT_NEAR(figures.maxTruePeak.value(), level, 0.2);
+    EXPECT_EQ(figures.lra.value(), 0.0);
+    EXPECT_DOUBLE_EQ(figures.seconds, 20.0);
+  }
+}
+
+// EBU Tech 3341, case 3: the quiet ends lie below the relative gate.
+TEST_F(MeasureTest, QuietPassagesAreGated) {
+  const Samples quiet = StereoTone(-36.0, 10.0);
+  const Figures figures = Measure(2, Joined(Joined(quiet, StereoTone(-23.0, 60.0)), quiet));
+  EXPECT_NEAR(figures.integrated.value(), -23.0, 0.1);
+}
+
+// EBU Tech 3341, case 6, with something in the sixth channel that must not count.
+TEST_F(MeasureTest, SurroundSpeakersWeighMoreAndLowFrequencyEffectsNothing) {
+  const Samples front = Tone(-28.0, 20.0);
+  const Samples surround = Tone(-30.0, 20.0);
+  const Samples effects = Tone(-6.0, 20.0);
+  const Figures figures =
+      Measure(6, Interleaved({front, front, Tone(-24.0, 20.0), effects, surround, surround}));
+  EXPECT_NEAR(figures.integrated.value(), -23.0, 0.1);
+  EXPECT_NEAR(figures.maxTruePeak.value(), -6.0, 0.2);  // of every channel
+}
+
+// A tone of -23 dBFS in one channel instead of two reads 3.01 LU less, and 1.49 LU more than that
+// as a surround speaker: 10 log10(1.41).
+TEST_F(MeasureTest, ChosenSpeakersDecideTheWeights) {
+  const Samples tone = Tone(-23.0, 5.0);
+  const Samples silence(tone.size(), 0.0);
+  const Samples stereo = Interleaved({tone, silence});
+  EXPECT_NEAR(Measure(2, stereo).integrated.value(), -26.01, 0.05);
+  EXPECT_NEAR(Measure(2, stereo, SpeakerLayout{"LeftSurround", "Right"}).integrated.value(), -24.52,
+              0.05);
+  EXPECT_FALSE(
+      Measure(2, stereo, SpeakerLayout{"LowFrequencyEffects", "Right"}).integrated.has_value());
+}
+
+TEST_F(MeasureTest, OneChannelIsTheCenter) {
+  EXPECT_NEAR(Measure(1, Tone(-23.0, 5.0)).integrated.value(), -26.01, 0.05);
+}
+
+// EBU Tech 3342, case 1.
+TEST_F(MeasureTest, LoudnessRangeOfTwoStepsIsTheirDistance) {
+  const Figures figures = Measure(2, Joined(StereoTone(-20.0, 20.0), StereoTone(-30.0, 20.0)));
+  EXPECT_NEAR(figures.lra.value(), 10.0, 1.0);
+}
+
+// The integrated loudness once more, straight from the definition: 400 ms every 100 ms, gated at
+// -70 LKFS and then at 10 LU below the mean of what is left.
+double PlainIntegrated(const std::vector<double>& blockPowers) {
+  std::vector<double> powers;
+  for (std::size_t i = 3; i < blockPowers.size(); ++i)
+    powers.push_back(
+        (blockPowers[i - 3] + blockPowers[i - 2] + blockPowers[i - 1] + blockPowers[i]) / 4.0);
+  double gate = -70.0;
+  double mean = 0.0;
+  for (const double nextGate : {-10.0, 0.0}) {
+    double sum = 0.0;
+    int count = 0;
+    for (const double power : powers)
+      if (10.0 * std::log10(power) - 153.3879962 >= gate) {
+        sum += power;
+        ++count;
+      }
+    mean = 10.0 * std::log10(sum / count) - 153.3879962;
+    gate = std::max(-70.0, mean + nextGate);
+  }
+  return mean;
+}
+
+TEST_F(MeasureTest, IntegratedLoudnessCountsEveryBlockToTheLast) {
+  std::vector<double> powers;
+  std::vector<BlockReading> readings;
+  // A loud end, whose last block changes the figure by 0.1 LU and more at each of these lengths.
+  for (int block = 0; block < 60; ++block) {
+    readings.push_back(ReadingOf(block < 40 ? -40.0 + block % 7 : -25.0 + block % 5, 100));
+    powers.push_back(static_cast<double>(readings.back().powers[0]));
+    if (block < 45)
+      continue;
+    FeedMono(readings);
+    EXPECT_NEAR(mMeter.Read().integrated.value(), PlainIntegrated(powers), kBin)
+        << readings.size() << " blocks";
+  }
+}
+
+TEST_F(MeasureTest, WhatIsLeftBehindTheLastBlockIsNotMeasured) {
+  const Samples whole = StereoTone(-23.0, 2.0);
+  const Figures expected = Measure(2, whole);
+  Samples longer = Joined(whole, StereoTone(0.0, 0.0999));
+  const Figures figures = Measure(2, longer);
+  EXPECT_EQ(figures.integrated, expected.integrated);
+  EXPECT_EQ(figures.maxMomentary, expected.maxMomentary);
+  EXPECT_EQ(figures.maxTruePeak, expected.maxTruePeak);
+  EXPECT_NEAR(figures.seconds, 2.0999, 1.0 / kRate);
+}
+
+TEST_F(MeasureTest, ProgrammesDoNotInfluenceEachOther) {
+  const Samples quiet = StereoTone(-40.0, 3.0);
+  const Figures before = Measure(2, quiet);
+  Measure(6, Repeated(Tone(-3.0, 5.0), 6));
+  const Figures after = Measure(2, quiet);
+  EXPECT_EQ(after.integrated, before.integrated);
+  EXPECT_EQ(after.maxMomentary, before.maxMomentary);
+  EXPECT_EQ(after.maxShortTerm, before.maxShortTerm);
+  EXPECT_EQ(after.maxTruePeak, before.maxTruePeak);
+  EXPECT_EQ(after.lra, before.lra);
+}
+
+TEST_F(MeasureTest, MaximumShortTermIsTheLargestOfAnyBlock) {
+  const Figures figures = Measure(
+      2, Joined(Joined(StereoTone(-40.0, 5.0), StereoTone(-20.0, 5.0)), StereoTone(-40.0, 5.0)));
+  EXPECT_NEAR(figures.maxShortTerm.value(), -20.0, 0.1);
+}
+
+TEST_F(MeasureTest, SilenceHasNoReadings) {
+  const Figures figures = Measure(2, Samples(2 * kRate * 5, 0.0));
+  EXPECT_FALSE(figures.integrated.has_value());
+  EXPECT_FALSE(figures.lra.has_value());
+  EXPECT_FALSE(figures.maxMomentary.has_value());
+  EXPECT_FALSE(figures.maxShortTerm.has_value());
+  EXPECT_FALSE(figures.maxTruePeak.has_value());
+  EXPECT_DOUBLE_EQ(figures.seconds, 5.0);
+}
+
+// The first reading of 400 ms comes with the fourth block; until then a peak is all there is.
+TEST_F(MeasureTest, LessThan400MillisecondsHaveAPeakAndNoLoudness) {
+  const Figures figures = Measure(2, StereoTone(-10.0, 0.399));
+  EXPECT_FALSE(figures.integrated.has_value());
+  EXPECT_FALSE(figures.maxMomentary.has_value());
+  EXPECT_FALSE(figures.maxShortTerm.has_value());
+  EXPECT_NEAR(figures.maxTruePeak.value(), -10.0, 0.2);
+}
+
+TEST_F(MeasureTest, FourBlocksHaveLoudness) {
+  const Figures figures = Measure(2, StereoTone(-10.0, 0.4));
+  EXPECT_TRUE(figures.integrated.has_value());
+  EXPECT_TRUE(figures.maxMomentary.has_value());
+  EXPECT_TRUE(figures.maxShortTerm.has_value());
+}
+
+TEST_F(MeasureTest, APeakInAnyBlockCounts) {
+  for (std::size_t block = 0; block < 6; ++block) {
+    std::vector<BlockReading> readings(6, ReadingOf(-40.0, 10));
+    readings[block].peaks[0] = 16384;
+    FeedMono(readings);
+    // 20 log10(16384) - 90.3087
+    EXPECT_NEAR(mMeter.Read().maxTruePeak.value(), -6.02, 0.005) << "block " << block;
+  }
+}
+
+TEST_F(MeasureTest, ProgrammeBelowTheAbsoluteGateHasOnlyMaximumMomentaryAndPeak) {
+  FeedMono(std::vector<BlockReading>(50, ReadingOf(-80.0, 3)));
+  const Figures figures = mMeter.Read();
+  EXPECT_FALSE(figures.integrated.has_value());
+  EXPECT_FALSE(figures.maxShortTerm.has_value());
+  EXPECT_FALSE(figures.lra.has_value());
+  EXPECT_NEAR(figures.maxMomentary.value(), -80.0, 0.01);
+  EXPECT_TRUE(figures.maxTruePeak.has_value());
+}
+
+// The lower gate of the range lies 20 LU below the loudness and must not lie below -70 LKFS.
+TEST_F(MeasureTest, LoudnessRangeNeedsALowerGateAboveMinus70) {
+  FeedMono(std::vector<BlockReading>(50, ReadingOf(-51.0, 3)));
+  EXPECT_FALSE(mMeter.Read().lra.has_value());
+  FeedMono(std::vector<BlockReading>(50, ReadingOf(-49.0, 3)));
+  EXPECT_EQ(mMeter.Read().lra.value(), 0.0);
+}
+
+TEST_F(MeasureTest, LoudnessRangeNeedsAReadingOfASecond) {
+  FeedMono(std::vector<BlockReading>(12, ReadingOf(-23.0, 3)));
+  EXPECT_FALSE(mMeter.Read().lra.has_value());
+  FeedMono(std::vector<BlockReading>(13, ReadingOf(-23.0, 3)));
+  EXPECT_TRUE(mMeter.Read().lra.has_value());
+}
+
+// A block of +9.9 LKFS counts 2.1e16, so that 64 bits hold 860 of them.
+TEST_F(MeasureTest, FiguresWhoseSumsHaveWrappedAreLeftOut) {
+  FeedMono(std::vector<BlockReading>(800, ReadingOf(9.9, 60000)));
+  EXPECT_FALSE(mMeter.Read().overflowed);
+  EXPECT_NEAR(mMeter.Read().integrated.value(), 9.9, kBin);
+  FeedMono(std::vector<BlockReading>(900, ReadingOf(9.9, 60000)));
+  EXPECT_TRUE(mMeter.Read().overflowed);
+  EXPECT_FALSE(mMeter.Read().integrated.has_value());
+  EXPECT_EQ(mMeter.Read().lra.value(), 0.0);
+}
+
+TEST_F(MeasureTest, ProgressIsToldOnceABlock) {
+  AudioFile file(mDirectory.Write("a.wav", kFloatWav, kRate, 1, Tone(-20.0, 0.35)));
+  std::vector<std::uint64_t> told;
+  MeasureFile(mMeter, file, {"Center"}, [&told](std::uint64_t frames) { told.push_back(frames); });
+  EXPECT_EQ(told, (std::vector<std::uint64_t>{kBlock, 2 * kBlock, 3 * kBlock}));
+}
+
+// The files of a command line; each test builds its own engine through `MeasureFiles`.
+class MeasureFilesTest : public testing::Test {
+ protected:
+  std::string WriteTone(const std::string& name, double seconds = 1.0) const {
+    return mDirectory.Write(name, kFloatWav, kRate, 2, StereoTone(-20.0, seconds));
+  }
+
+  int Run(const MeasureOptions& options, ProgressColumns columns = std::nullopt) {
+    mOut.str("");
+    mErrors.str("");
+    return MeasureFiles(options, mOut, mErrors, columns);
+  }
+
+  AudioDirectory mDirectory;
+  std::ostringstream mOut;
+  std::ostringstream mErrors;
+};
+
+TEST_F(MeasureFilesTest, TableHasOneHeadingForAllFiles) {
+  const std::string a = WriteTone("a.wav");
+  const std::string b = WriteTone("b.wav");
+  EXPECT_EQ(Run({{a, b}, FigureStyle::kTable, std::nullopt}), 0);
+  EXPECT_EQ(mErrors.str(), "");
+  const std::string text = mOut.str();
+  EXPECT_THAT(text, StartsWith("Integrated  "));
+  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 5);
+  EXPECT_EQ(text.find("Integrated"), text.rfind("Integrated"));
+  EXPECT_LT(text.find(a), text.find(b));
+}
+
+TEST_F(MeasureFilesTest, JsonHasNothingButOneObjectAFile) {
+  const std::string a = WriteTone("a.wav");
+  EXPECT_EQ(Run({{a, a}, FigureStyle::kJson, std::nullopt}), 0);
+  const std::string text = mOut.str();
+  const std::string line = text.substr(0, text.find('\n') + 1);
+  EXPECT_EQ(text, line + line);
+  EXPECT_THAT(line, StartsWith("{\"File\":\"" + a + "\",\"Seconds\":1.00,\"Integrated\":-"));
+}
+
+TEST_F(MeasureFilesTest, AFileThatFailsIsOneLineAndTheOthersAreMeasured) {
+  const std::string good = WriteTone("good.wav");
+  const std::string cut = WriteTone("cut.wav");
+  CutOff(cut, 100000);
+  const std::string gone = mDirectory.Path("gone.wav");
+  EXPECT_EQ(Run({{gone, good, cut, good}, FigureStyle::kJson, std::nullopt}), 1);
+  const std::string out = mOut.str();
+  const std::string errors = mErrors.str();
+  EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 2);
+  EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 2);
+  EXPECT_THAT(errors, StartsWith("LoudDesk: " + gone + ": no such file\n"));
+  EXPECT_THAT(errors, HasSubstr("LoudDesk: " + cut + ": is truncated: "));
+}
+
+TEST_F(MeasureFilesTest, ATableWithoutARowHasNoHeading) {
+  EXPECT_EQ(Run({{mDirectory.Path("gone.wav")}, FigureStyle::kTable, std::nullopt}), 1);
+  EXPECT_EQ(mOut.str(), "");
+}
+
+TEST_F(MeasureFilesTest, AFileThatTurnsOutTruncatedHasNoFigures) {
+  const std::string path = mDirectory.Write("cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 1,
+                                            Noise(0.5, 96000, 1));
+  CutOff(path, 100000);
+  EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 1);
+  EXPECT_EQ(mOut.str(), "");
+  EXPECT_THAT(mErrors.str(), StartsWith("LoudDesk: " + path + ": is truncated or damaged: "));
+}
+
+TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedByItsPosition) {
+  for (const double bad :
+       {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+    Samples samples = StereoTone(-20.0, 1.0);
+    samples[2 * 24000 + 1] = bad;
+    const std::string path = mDirectory.Write("bad.wav", kFloatWav, kRate, 2, samples);
+    EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 1);
+    EXPECT_EQ(mOut.str(), "");
+    EXPECT_EQ(mErrors.str(), "LoudDesk: " + path +
+                                 ": holds a sample that is no number in channel 2, frame 24000 "
+                                 "(0.500 s)\n");
+  }
+}
+
+TEST_F(MeasureFilesTest, SpeakersCountForEveryFile) {
+  const std::string stereo = WriteTone("stereo.wav");
+  const std::string mono = mDirectory.Write("mono.wav", kFloatWav, kRate, 1, Tone(-20.0, 1.0));
+  EXPECT_EQ(Run({{stereo, mono}, FigureStyle::kTable, SpeakerLayout{"Left", "Right"}}), 1);
+  EXPECT_EQ(mErrors.str(), "LoudDesk: " + mono + ": has 1 channel, but --speakers names 2\n");
+  EXPECT_THAT(mOut.str(), HasSubstr(stereo));
+}
+
+TEST_F(MeasureFilesTest, AStreamThatTakesNothingIsAFailure) {
+  std::ostringstream full;
+  full.setstate(std::ios::badbit);
+  const MeasureOptions options = {{WriteTone("a.wav")}, FigureStyle::kTable, std::nullopt};
+  EXPECT_EQ(MeasureFiles(options, full, mErrors, std::nullopt), 1);
+  EXPECT_EQ(mErrors.str(), "LoudDesk: the figures could not be written\n");
+}
+
+// 32 channels at 192 kHz make a long file of little more than three seconds; block 17 ends at
+// 17 x 19200 of 625000 frames.
+TEST_F(MeasureFilesTest, LongFilesShowProgressOnATerminalOnly) {
+  const std::string path = mDirectory.Write("long.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 192000,
+                                            32, Samples(20'000'000, 0.0));
+  const MeasureOptions options = {{path}, FigureStyle::kJson, SpeakerLayout(32, "Left")};
+  EXPECT_EQ(Run(options), 0);
+  EXPECT_EQ(mErrors.str(), "");
+  EXPECT_EQ(Run(options, 80), 0);
+  EXPECT_THAT(mErrors.str(), StartsWith("\r[.............................."));
+  EXPECT_THAT(mErrors.str(), HasSubstr("\r[###############...............]  52 %  "));
+  EXPECT_THAT(mErrors.str(), testing::EndsWith(" \r"));
+}
+
+TEST_F(MeasureFilesTest, ShortFilesShowNoProgress) {
+  EXPECT_EQ(Run({{WriteTone("short.wav", 5.0)}, FigureStyle::kJson, std::nullopt}, 80), 0);
+  EXPECT_EQ(mErrors.str(), "");
+}
+
+}  // namespace
+}  // namespace louddesk

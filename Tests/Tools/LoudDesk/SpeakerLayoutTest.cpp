@@ -1,0 +1,114 @@
+// Speakers of the channels: by their number, by a list, and what is said of a wrong list.
+
+#include "SpeakerLayout.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include "TestAudio.h"
+
+namespace louddesk {
+namespace {
+
+using test_audio::AudioDirectory;
+using test_audio::Samples;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr char kAllSpeakers[] =
+    "Left,Right,Center,LowFrequencyEffects,LeftSurround,RightSurround,BackSurroundLeft,"
+    "BackSurroundRight,MonoSurround";
+
+class SpeakerLayoutTest : public testing::Test {
+ protected:
+  AudioFile FileOf(std::size_t channels) const {
+    return AudioFile(mDirectory.Write("file.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, channels,
+                                      Samples(channels * 10, 0.1)));
+  }
+
+  static std::string RefusalOf(const AudioFile& file, const std::optional<SpeakerLayout>& chosen) {
+    try {
+      LayoutFor(file, chosen);
+    } catch (const AudioFileError& error) {
+      return error.what();
+    }
+    return "";
+  }
+
+  AudioDirectory mDirectory;
+};
+
+TEST_F(SpeakerLayoutTest, OneTwoAndSixChannelsHaveTheirUsualSpeakers) {
+  EXPECT_THAT(*UsualLayout(1), ElementsAre("Center"));
+  EXPECT_THAT(*UsualLayout(2), ElementsAre("Left", "Right"));
+  EXPECT_THAT(*UsualLayout(6), ElementsAre("Left", "Right", "Center", "LowFrequencyEffects",
+                                           "LeftSurround", "RightSurround"));
+}
+
+TEST_F(SpeakerLayoutTest, OtherNumbersOfChannelsHaveNoUsualSpeakers) {
+  for (const std::size_t channels : {0U, 3U, 4U, 5U, 7U, 8U, 32U})
+    EXPECT_FALSE(UsualLayout(channels).has_value()) << channels << " channels";
+}
+
+TEST_F(SpeakerLayoutTest, EverySpeakerOfTheUsualLayoutsIsKnown) {
+  for (const std::size_t channels : {1U, 2U, 6U}) {
+    const SpeakerLayout layout = UsualLayout(channels).value();
+    for (const std::string& speaker : layout)
+      EXPECT_NE(SpeakerTypeOf(speaker), AST_NONE) << speaker;
+  }
+}
+
+TEST_F(SpeakerLayoutTest, ListIsSplitAtItsCommas) {
+  EXPECT_THAT(SplitSpeakers("Left"), ElementsAre("Left"));
+  EXPECT_THAT(SplitSpeakers("Left,Right,Center"), ElementsAre("Left", "Right", "Center"));
+  EXPECT_THAT(SplitSpeakers("Left,,"), ElementsAre("Left", "", ""));
+  EXPECT_THAT(SplitSpeakers(""), ElementsAre(""));
+}
+
+TEST_F(SpeakerLayoutTest, AllSpeakersOfThePresetAreKnown) {
+  EXPECT_EQ(CheckSpeakers(kAllSpeakers), "");
+  const SpeakerLayout speakers = SplitSpeakers(kAllSpeakers);
+  ASSERT_EQ(speakers.size(), 9U);
+  for (std::size_t i = 0; i < speakers.size(); ++i)
+    EXPECT_EQ(static_cast<std::size_t>(SpeakerTypeOf(speakers[i])), i + 1) << speakers[i];
+}
+
+TEST_F(SpeakerLayoutTest, UnknownSpeakersAreQuotedAndTheKnownOnesNamed) {
+  for (const char* list : {"Left,Middle", "left", "Left, Right", "", "Left,", "None"}) {
+    EXPECT_THAT(CheckSpeakers(list), HasSubstr("\" is no speaker; there are Left, Right, Center, "))
+        << "'" << list << "'";
+    EXPECT_THAT(CheckSpeakers(list), HasSubstr("MonoSurround"));
+  }
+  EXPECT_THAT(CheckSpeakers("Left,Middle,Right"), StartsWith("\"Middle\" "));
+}
+
+TEST_F(SpeakerLayoutTest, EveryKnownSpeakerIsNamedInTheMessage) {
+  for (const std::string& speaker : SplitSpeakers(kAllSpeakers))
+    EXPECT_THAT(CheckSpeakers("x"), HasSubstr(" " + speaker)) << speaker;
+}
+
+TEST_F(SpeakerLayoutTest, ChosenSpeakersComeBeforeTheUsualOnes) {
+  const SpeakerLayout chosen = {"LeftSurround", "RightSurround"};
+  EXPECT_EQ(LayoutFor(FileOf(2), chosen), chosen);
+  EXPECT_EQ(LayoutFor(FileOf(2), std::nullopt), *UsualLayout(2));
+}
+
+TEST_F(SpeakerLayoutTest, AWrongNumberOfSpeakersIsRefused) {
+  const AudioFile one = FileOf(1);
+  EXPECT_EQ(RefusalOf(one, SpeakerLayout{"Left", "Right"}),
+            one.Path() + ": has 1 channel, but --speakers names 2");
+  const AudioFile three = FileOf(3);
+  EXPECT_EQ(RefusalOf(three, SpeakerLayout{"Left"}),
+            three.Path() + ": has 3 channels, but --speakers names 1");
+}
+
+TEST_F(SpeakerLayoutTest, ChannelsWithoutUsualSpeakersMustBeGivenThem) {
+  const AudioFile file = FileOf(4);
+  EXPECT_EQ(RefusalOf(file, std::nullopt),
+            file.Path() + ": has 4 channels; say with --speakers which speakers they feed");
+}
+
+}  // namespace
+}  // namespace louddesk

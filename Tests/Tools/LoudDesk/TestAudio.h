@@ -1,0 +1,62 @@
+// Signals and audio files for the tests of the desk tool.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace test_audio {
+
+using Samples = std::vector<double>;
+
+/// The linear amplitude of a level in dBFS.
+double Amplitude(double levelDb);
+
+/// A sine of a peak amplitude; `phaseDegrees` at the first sample.
+Samples Sine(double amplitude, double frequency, int sampleRate, std::size_t frames,
+             double phaseDegrees = 0.0);
+
+/// White noise in -amplitude ... amplitude, the same for the same seed.
+Samples Noise(double amplitude, std::size_t samples, unsigned seed);
+
+/// Channels of equal length as interleaved samples.
+Samples Interleaved(const std::vector<Samples>& channels);
+
+/// The same channel several times, interleaved.
+Samples Repeated(const Samples& channel, std::size_t channels);
+
+/// `first` with `second` behind it.
+Samples Joined(Samples first, const Samples& second);
+
+/// A directory of its own for the files of one test, removed with them.
+class AudioDirectory {
+ public:
+  AudioDirectory();
+  ~AudioDirectory();
+  AudioDirectory(const AudioDirectory&) = delete;
+  AudioDirectory& operator=(const AudioDirectory&) = delete;
+
+  /// Path of a file in it.
+  std::string Path(const std::string& name) const;
+
+  /// Writes an audio file in a libsndfile format (SF_FORMAT_WAV | SF_FORMAT_PCM_16, ...) and
+  /// returns its path. Fails the test when libsndfile cannot.
+  std::string Write(const std::string& name, int format, int sampleRate, std::size_t channels,
+                    const Samples& samples) const;
+
+  /// Writes bytes as they are and returns the path.
+  std::string WriteBytes(const std::string& name, const std::string& bytes) const;
+
+ private:
+  std::string mPath;
+};
+
+/// The bytes of a file.
+std::string BytesOf(const std::string& path);
+
+/// Cuts a file off after its first bytes, as a full disk or a broken copy does.
+void CutOff(const std::string& path, std::uint64_t bytes);
+
+}  // namespace test_audio

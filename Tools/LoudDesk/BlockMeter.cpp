@@ -1,0 +1,108 @@
+// Front end: cuts a stream into blocks, and each block into chunks that stay in the fastest cache
+// while the filters pass over them.
+
+#include "BlockMeter.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace louddesk {
+namespace {
+
+constexpr std::size_t kChunkFrames =
+    std::min(KWeightingFilter::kMaxFrames, TruePeakMeter::kMaxFrames);
+
+// What the filters are spared: magnitudes below -300 dBFS, which are silence, and above +300 dBFS.
+// Neither shows: a reading begins at -153 dB and ends far below +300.
+constexpr double kSmallestSample = 1e-15;
+constexpr double kLargestSample = 1e15;
+
+// The service reads 10 log10(P) - 152.6905962 - 0.6974; BS.1770 reads -0.691 + 10 log10(z).
+const double kPowerScale = std::pow(10.0, (152.6905962 + 0.6974 - 0.691) / 10.0);
+
+constexpr double kPeakFullScale = 32768.0;
+constexpr double kLargestPeak = 65535.0;
+
+double Conditioned(double sample) {
+  const double limited = std::min(std::max(sample, -kLargestSample), kLargestSample);
+  return std::fabs(limited) < kSmallestSample ? 0.0 : limited;
+}
+
+}  // namespace
+
+std::uint64_t BlockPower(double meanSquare, std::size_t channels) {
+  const double largest = std::ldexp(1.0, 61) / static_cast<double>(channels);
+  return static_cast<std::uint64_t>(std::min(std::round(meanSquare * kPowerScale), largest));
+}
+
+std::uint32_t BlockPeak(float peak) {
+  return static_cast<std::uint32_t>(
+      std::min(std::round(static_cast<double>(peak) * kPeakFullScale), kLargestPeak));
+}
+
+BlockMeter::BlockMeter(std::size_t channels, int sampleRate, Peaks peaks)
+    : mChannels(channels),
+      mSampleRate(static_cast<std::uint64_t>(sampleRate)),
+      mPeaks(peaks),
+      mFilter(KWeightingFor(sampleRate), channels),
+      mTruePeak(OversamplingFor(sampleRate), channels) {}
+
+std::size_t BlockMeter::FramesInNextBlock() const {
+  return static_cast<std::size_t>(FirstFrameOf(mBlock + 1) - FirstFrameOf(mBlock));
+}
+
+std::size_t BlockMeter::MaxFramesInBlock() const {
+  return static_cast<std::size_t>((mSampleRate + kBlocksPerSecond - 1) / kBlocksPerSecond);
+}
+
+std::optional<BadSample> BlockMeter::Measure(const double* samples, BlockReading& reading) {
+  const std::size_t frames = FramesInNextBlock();
+  if (const auto badSample = FindBadSample(samples, frames))
+    return badSample;
+  ChannelEnergies energies{};
+  ChannelPeaks peaks{};
+  for (std::size_t done = 0; done < frames; done += kChunkFrames)
+    MeasureChunk(samples + done * mChannels, std::min(kChunkFrames, frames - done), energies,
+                 peaks);
+  reading = BlockReading{};
+  for (std::size_t channel = 0; channel < mChannels; ++channel) {
+    reading.powers[channel] =
+        BlockPower(energies[channel] / static_cast<double>(frames), mChannels);
+    reading.peaks[channel] = BlockPeak(peaks[channel]);
+  }
+  ++mBlock;
+  return std::nullopt;
+}
+
+std::uint64_t BlockMeter::FirstFrameOf(std::uint64_t block) const {
+  return block * mSampleRate / kBlocksPerSecond;
+}
+
+// Looked for in the whole block at once, without a branch a sample; where it is matters only if.
+std::optional<BadSample> BlockMeter::FindBadSample(const double* samples,
+                                                   std::size_t frames) const {
+  constexpr double kLargestNumber = std::numeric_limits<double>::max();
+  const std::size_t count = frames * mChannels;
+  const auto isBad = [](double sample) { return !(std::fabs(sample) <= kLargestNumber); };
+  std::int64_t bad = 0;
+  for (std::size_t i = 0; i < count; ++i)
+    bad |= isBad(samples[i]) ? 1 : 0;
+  if (bad == 0)
+    return std::nullopt;
+  const auto index =
+      static_cast<std::size_t>(std::find_if(samples, samples + count, isBad) - samples);
+  return BadSample{index % mChannels, FirstFrameOf(mBlock) + index / mChannels};
+}
+
+void BlockMeter::MeasureChunk(const double* samples, std::size_t frames, ChannelEnergies& energies,
+                              ChannelPeaks& peaks) {
+  std::array<double, kChunkFrames * kMeters> conditioned;
+  std::transform(samples, samples + frames * mChannels, conditioned.begin(), Conditioned);
+  mFilter.AddEnergies(conditioned.data(), frames, energies);
+  if (mPeaks == Peaks::kTrue)
+    mTruePeak.Raise(conditioned.data(), frames, peaks);
+}
+
+}  // namespace louddesk

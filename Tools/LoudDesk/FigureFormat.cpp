@@ -1,0 +1,126 @@
+// Table and JSON of figures.
+
+#include "FigureFormat.h"
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace louddesk {
+namespace {
+
+// The columns before the file, in the order of the figures.
+struct Column {
+  const char* name;       // first line of the heading
+  const char* continued;  // second line
+  const char* unit;       // third line
+  int width;
+};
+
+constexpr Column kColumns[] = {
+    {"Integrated", "loudness", "LKFS", 10}, {"Loudness", "range", "LU", 10},
+    {"Maximum", "momentary", "LKFS", 11},   {"Maximum", "short-term", "LKFS", 12},
+    {"Maximum", "true peak", "dBTP", 11},   {"Duration", "", "s", 10},
+};
+
+constexpr char kFileHeading[] = "  File";
+constexpr char kMissingInTable[] = "-";
+constexpr char kMissingInJson[] = "null";
+
+using JsonWriter =
+    rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>,
+                      rapidjson::CrtAllocator, rapidjson::kWriteValidateEncodingFlag>;
+
+std::string Cell(const char* text, int width) {
+  const auto length = static_cast<int>(std::strlen(text));
+  return std::string(static_cast<std::size_t>(std::max(width - length, 0)), ' ') + text;
+}
+
+std::string HeadingLine(const char* Column::*text) {
+  std::string line;
+  for (const Column& column : kColumns)
+    line += Cell(column.*text, column.width);
+  return line.substr(0, line.find_last_not_of(' ') + 1);
+}
+
+bool IsUtf8(const std::string& text) {
+  rapidjson::StringBuffer buffer;
+  JsonWriter writer(buffer);
+  return writer.String(text.c_str(), static_cast<rapidjson::SizeType>(text.size()));
+}
+
+// A file name may be any bytes; a JSON text may not.
+std::string ToUtf8(const std::string& text) {
+  constexpr char kReplacement[] = "\xEF\xBF\xBD";
+  if (IsUtf8(text))
+    return text;
+  std::string result;
+  for (const char c : text)
+    result += static_cast<unsigned char>(c) < 0x80 ? std::string(1, c) : kReplacement;
+  return result;
+}
+
+void AddNumber(JsonWriter& writer, const char* key, const std::optional<double>& figure) {
+  const std::string text = FigureText(figure, kMissingInJson);
+  writer.Key(key);
+  writer.RawValue(text.c_str(), text.size(), rapidjson::kNumberType);
+}
+
+}  // namespace
+
+std::string FigureText(const std::optional<double>& figure, const char* missing) {
+  if (!figure)
+    return missing;
+  char text[64];
+  std::snprintf(text, sizeof text, "%.2f", *figure);
+  return std::strcmp(text, "-0.00") == 0 ? "0.00" : text;
+}
+
+std::string TableHeader() {
+  return HeadingLine(&Column::name) + "\n" + HeadingLine(&Column::continued) + "\n" +
+         HeadingLine(&Column::unit) + kFileHeading + "\n";
+}
+
+std::string TableRow(const std::string& file, const Figures& figures) {
+  const std::optional<double> cells[] = {figures.integrated,   figures.lra,
+                                         figures.maxMomentary, figures.maxShortTerm,
+                                         figures.maxTruePeak,  figures.seconds};
+  static_assert(std::size(cells) == std::size(kColumns));
+  std::string row;
+  for (std::size_t i = 0; i < std::size(cells); ++i)
+    row += Cell(FigureText(cells[i], kMissingInTable).c_str(), kColumns[i].width);
+  return row + "  " + file + "\n";
+}
+
+std::string JsonLine(const std::string& file, const Figures& figures) {
+  rapidjson::StringBuffer buffer;
+  JsonWriter writer(buffer);
+  const std::string name = ToUtf8(file);
+  writer.StartObject();
+  writer.Key("File");
+  writer.String(name.c_str(), static_cast<rapidjson::SizeType>(name.size()));
+  AddNumber(writer, "Seconds", figures.seconds);
+  AddNumber(writer, "Integrated", figures.integrated);
+  AddNumber(writer, "Lra", figures.lra);
+  AddNumber(writer, "MaxMomentary", figures.maxMomentary);
+  AddNumber(writer, "MaxShortTerm", figures.maxShortTerm);
+  AddNumber(writer, "MaxTruePeak", figures.maxTruePeak);
+  writer.EndObject();
+  return std::string(buffer.GetString(), buffer.GetSize()) + "\n";
+}
+
+std::vector<std::string> NotesOn(const Figures& figures) {
+  std::vector<std::string> notes;
+  if (figures.seconds > kIntegratedWindow)
+    notes.emplace_back("longer than two hours; integrated loudness is that of the last two");
+  if (figures.seconds > kLraWindow)
+    notes.emplace_back("longer than three hours; loudness range is that of the last three");
+  if (figures.overflowed)
+    notes.emplace_back("too loud for too long; sums of the engine have wrapped around");
+  return notes;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,73 @@
+// The front end of the desk tool: from samples to what a unit's signal-processing stage would
+// publish of every 100 ms, ready for the raw loudness data message. One meter per stream of
+// samples.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "BlockReading.h"
+#include "KWeighting.h"
+#include "TruePeak.h"
+
+namespace louddesk {
+
+/// Sample rates in Hz that the front end is made for.
+constexpr int kLowestSampleRate = 8000;
+constexpr int kHighestSampleRate = 192000;
+
+/// Where a sample stands that is no number.
+struct BadSample {
+  std::size_t channel;  // counted from zero
+  std::uint64_t frame;  // counted from zero at the beginning of the stream
+};
+
+/// Power of a channel in the service's integer scale, in which loudness is
+/// 10 log10(P) - 152.6905962 - 0.6974 LKFS, from its K-weighted mean square, full scale 1.0. Powers
+/// above 2^61 / `channels` are given as that, lest the weighted sum over all channels and four
+/// blocks wrap around in the service's 64 bits: +15 LKFS for each of 32 channels, +30 for a single
+/// one.
+std::uint64_t BlockPower(double meanSquare, std::size_t channels);
+
+/// True peak in units of 1/32768 of full scale, at most 65535 because the service keeps 16 bits.
+std::uint32_t BlockPeak(float peak);
+
+/// Measures a stream block by block. Block n holds the frames from floor(n x rate / 10) up to but
+/// excluding floor((n + 1) x rate / 10), so that no block drifts at rates like 11025 Hz. Allocates
+/// nothing after construction.
+class BlockMeter {
+ public:
+  enum class Peaks { kTrue, kNone };
+
+  /// Starts from silence. With `Peaks::kNone` every peak reads 0, for half the work.
+  /// REQUIRES: 1 <= channels <= 32, kLowestSampleRate <= sampleRate <= kHighestSampleRate.
+  BlockMeter(std::size_t channels, int sampleRate, Peaks peaks = Peaks::kTrue);
+
+  /// Frames that the next call of `Measure` takes.
+  std::size_t FramesInNextBlock() const;
+
+  /// Most frames that any block takes.
+  std::size_t MaxFramesInBlock() const;
+
+  /// Measures the next block from `FramesInNextBlock()` interleaved frames, full scale 1.0: channel
+  /// i becomes meter i + 1, entries beyond the channels are 0. When a sample is infinite or no
+  /// number, returns where the first such stands; `reading` and the meter are then as before.
+  std::optional<BadSample> Measure(const double* samples, BlockReading& reading);
+
+ private:
+  std::uint64_t FirstFrameOf(std::uint64_t block) const;
+  std::optional<BadSample> FindBadSample(const double* samples, std::size_t frames) const;
+  void MeasureChunk(const double* samples, std::size_t frames, ChannelEnergies& energies,
+                    ChannelPeaks& peaks);
+
+  std::size_t mChannels;
+  std::uint64_t mSampleRate;  // Hz
+  Peaks mPeaks;
+  KWeightingFilter mFilter;
+  TruePeakMeter mTruePeak;
+  std::uint64_t mBlock = 0;  // number of the next block
+};
+
+}  // namespace louddesk

@@ -1,0 +1,24 @@
+// What the front end says of 100 ms of audio, in the units of the raw loudness data that a unit's
+// signal-processing stage publishes.
+
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace louddesk {
+
+/// Meters (audio channels) of a meter set.
+constexpr std::size_t kMeters = 32;
+
+/// Blocks in a second.
+constexpr unsigned kBlocksPerSecond = 10;
+
+/// One block; entry i belongs to meter i + 1. Meters that nothing feeds read 0.
+struct BlockReading {
+  std::array<std::uint64_t, kMeters> powers{};  // K-weighted power, the service's integer scale
+  std::array<std::uint32_t, kMeters> peaks{};   // true peak, full scale 32768, 0 ... 65535
+};
+
+}  // namespace louddesk

@@ -1,0 +1,32 @@
+// How the figures of a programme are written: as a row of a table and as a JSON object. Stateless.
+
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Measure.h"
+
+namespace louddesk {
+
+/// A figure with two decimals, `missing` where there is no reading. Never "-0.00".
+std::string FigureText(const std::optional<double>& figure, const char* missing);
+
+/// The three lines over the rows: names and units. Ends with a line feed.
+std::string TableHeader();
+
+/// One row: the figures right-aligned under their names, "-" where there is no reading, and the
+/// file at the end, where a long name disturbs nothing. Ends with a line feed.
+std::string TableRow(const std::string& file, const Figures& figures);
+
+/// {"File":..,"Seconds":..,"Integrated":..,"Lra":..,"MaxMomentary":..,"MaxShortTerm":..,
+/// "MaxTruePeak":..} in LKFS, LU and dBTP with two decimals, null where there is no reading. One
+/// line, which ends with a line feed. Bytes of `file` that are no UTF-8 become U+FFFD.
+std::string JsonLine(const std::string& file, const Figures& figures);
+
+/// What a reader of the figures must know and cannot see in them, one line each without a line
+/// feed: that a programme is longer than a window, or too loud for the engine's sums.
+std::vector<std::string> NotesOn(const Figures& figures);
+
+}  // namespace louddesk

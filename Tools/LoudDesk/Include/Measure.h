@@ -1,0 +1,78 @@
+// Measures whole files with the service's own engine, fed through the dispatcher as the service
+// feeds it. The engine keeps its state per process, so there is one `ServiceMeter` at a time.
+
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+#include "AudioFile.h"
+#include "BlockReading.h"
+#include "SpeakerLayout.h"
+
+namespace louddesk {
+
+/// Windows of the figures in seconds: the longest that the engine has. Of a longer file they cover
+/// the end.
+constexpr unsigned kIntegratedWindow = 7200;
+constexpr unsigned kLraWindow = 10800;
+
+/// The figures of a programme; nothing where there is no reading.
+struct Figures {
+  double seconds = 0.0;                // length of the programme, s
+  std::optional<double> integrated;    // gated loudness, LKFS
+  std::optional<double> lra;           // loudness range, LU
+  std::optional<double> maxMomentary;  // highest loudness of 400 ms, LKFS
+  std::optional<double> maxShortTerm;  // highest loudness of 3 s, LKFS
+  std::optional<double> maxTruePeak;   // dBTP
+  bool overflowed = false;             // integrated loudness or range is missing because the sums
+                                       // behind them, 64 bits in the engine, have wrapped around
+};
+
+/// The service's engine as a meter of programmes.
+class ServiceMeter {
+ public:
+  /// Builds the engine.
+  ServiceMeter();
+
+  /// Frees the engine.
+  ~ServiceMeter();
+
+  ServiceMeter(const ServiceMeter&) = delete;
+  ServiceMeter& operator=(const ServiceMeter&) = delete;
+
+  /// Starts a programme of these speakers from empty, meter i + 1 for speaker i. A channel of
+  /// weight 0 (low-frequency effects) counts with its true peak only. REQUIRES: 1 to 32 speakers,
+  /// all of them known.
+  void Start(const SpeakerLayout& speakers);
+
+  /// Measures the next block, as a raw data message through the dispatcher.
+  void Feed(const BlockReading& reading);
+
+  /// The figures since the start, read from the engine as it stands; `seconds` is left at 0.
+  ///
+  /// Integrated loudness and loudness range come from their integrators, not from the once-a-second
+  /// results, so that the last block counts. No reading: for any loudness before the fourth block
+  /// and in silence below -70 LKFS (the maximum momentary: -99 LKFS), for the range also while its
+  /// lower gate, 20 LU below the gated loudness, lies below -70 LKFS; for the true peak when all
+  /// peaks were 0.
+  Figures Read() const;
+
+ private:
+  std::uint64_t mBlocks = 0;       // since the start
+  std::uint32_t mWarmUpPeak = 0;   // largest peak of the blocks whose peaks the engine passes over
+  std::uint32_t mLargestPeak = 0;  // largest peak since the start
+  float mMaxShortTerm;             // LKFS
+};
+
+/// Told the frames measured so far, once a block.
+using Progress = std::function<void(std::uint64_t)>;
+
+/// Measures a file from where it stands to its end, block by block. What is left behind the last
+/// whole block is not measured; `seconds` counts it. Throws `AudioFileError` when the file cannot
+/// be read to its end or holds a sample that is no number.
+Figures MeasureFile(ServiceMeter& meter, AudioFile& file, const SpeakerLayout& speakers,
+                    const Progress& progress);
+
+}  // namespace louddesk

@@ -1,0 +1,37 @@
+// A bar that shows how far the work on one file has come, on one line of a terminal that it leaves
+// empty behind.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ostream>
+#include <string>
+
+namespace louddesk {
+
+/// Needs nothing of a terminal but the carriage return.
+class ProgressBar {
+ public:
+  /// A bar for work of `total` steps, in lines of `columns` characters. Writes nothing yet.
+  /// REQUIRES: total > 0.
+  ProgressBar(std::ostream& terminal, std::size_t columns, std::string label, std::uint64_t total);
+
+  /// Empties the line.
+  ~ProgressBar();
+
+  ProgressBar(const ProgressBar&) = delete;
+  ProgressBar& operator=(const ProgressBar&) = delete;
+
+  /// Shows `done` of the steps; writes only when the percentage has changed.
+  void Show(std::uint64_t done);
+
+ private:
+  std::ostream& mTerminal;
+  std::size_t mColumns;  // characters used at most; one less than the terminal has
+  std::string mLabel;
+  std::uint64_t mTotal;
+  std::uint64_t mPercent;  // as last shown; above 100: nothing shown yet
+};
+
+}  // namespace louddesk

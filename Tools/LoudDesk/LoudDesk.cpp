@@ -1,0 +1,14 @@
+// LoudDesk: the loudness meter on a desk. Parses the command line; the subcommands do the rest.
+
+#include <CLI/CLI.hpp>
+
+#include "MeasureCommand.h"
+
+int main(int argc, char** argv) {
+  CLI::App app("LoudDesk: loudness by the service's own engine, on a desk", "LoudDesk");
+  app.require_subcommand(1);
+  int status = 0;
+  louddesk::AddMeasureCommand(app, status);
+  CLI11_PARSE(app, argc, argv);
+  return status;
+}

@@ -1,0 +1,142 @@
+// Files through front end, dispatcher and engine.
+
+#include "Measure.h"
+
+#include <czmq.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "BlockMeter.h"
+#include "JsonParser.h"
+#include "LoudCalcBase.h"
+#include "LoudConfigUser.h"
+
+namespace louddesk {
+namespace {
+
+constexpr char kRawDataTopic[] = "ProbeLuRawData-1";
+
+// Content of the last frame, which must be there but means nothing.
+constexpr char kSpareFrame[] = "-";
+
+// After a reset the engine only fills its 400 ms, without looking at the peaks.
+constexpr std::uint64_t kWarmUpBlocks = kMomentaryBlocks - 1;
+
+// What lies between the gated loudness and the lower gate of the loudness range (EBU Tech 3342).
+constexpr float kLraGateLu = 20.0F;
+constexpr float kAbsoluteGateLkfs = -70.0F;
+
+constexpr double kTwoTo64 = 18446744073709551616.0;
+
+std::optional<double> Reading(float loudness) {
+  if (loudness <= kNoLoudnessLkfs)
+    return std::nullopt;
+  return loudness;
+}
+
+// True when the sum over the window, which the engine keeps modulo 2^64, has wrapped around. Gates
+// leave out low powers only, which do not matter here.
+bool HasWrapped(const cLoudInteg& integrator) {
+  double sum = 0.0;
+  for (std::size_t code = 0; code < std::size(integrator.Bins.Bins); ++code)
+    sum += static_cast<double>(integrator.Bins.Bins[code]) *
+           static_cast<double>(Cbin::BinCenters[code]);
+  return sum >= kTwoTo64;
+}
+
+std::optional<double> LraReading() {
+  if (pLraLoud->GetGatedLkfsReading() - kLraGateLu < kAbsoluteGateLkfs)
+    return std::nullopt;
+  return pLraLoud->GetLra();
+}
+
+std::string Position(const AudioFile& file, const BadSample& sample) {
+  const double seconds = static_cast<double>(sample.frame) / file.SampleRate();
+  char text[96];
+  std::snprintf(text, sizeof text, "channel %zu, frame %llu (%.3f s)", sample.channel + 1,
+                static_cast<unsigned long long>(sample.frame), seconds);
+  return text;
+}
+
+}  // namespace
+
+ServiceMeter::ServiceMeter() : mMaxShortTerm(kNoLoudnessLkfs) {
+  cJsonParser::GetInstance();
+  SetIntegWinTime(kIntegratedWindow);
+  SetLraWinTime(kLraWindow);
+  LoudCalcInit();
+}
+
+ServiceMeter::~ServiceMeter() {
+  LoudCalcCleanup();
+}
+
+void ServiceMeter::Start(const SpeakerLayout& speakers) {
+  cJsonParser::ResetLu();
+  std::uint32_t meter = 0;
+  for (const std::string& speaker : speakers)
+    cJsonParser::SetChannelWeight(++meter, LoudnessSpeakerWeight[SpeakerTypeOf(speaker)]);
+  LoudCalcReset();
+  mBlocks = 0;
+  mWarmUpPeak = 0;
+  mLargestPeak = 0;
+  mMaxShortTerm = kNoLoudnessLkfs;
+}
+
+void ServiceMeter::Feed(const BlockReading& reading) {
+  zmsg_t* message = zmsg_new();
+  zmsg_addmem(message, reading.peaks.data(), sizeof reading.peaks);
+  zmsg_addmem(message, reading.powers.data(), sizeof reading.powers);
+  zmsg_addstr(message, kSpareFrame);
+  cJsonParser::ParseBinaryMessage(kRawDataTopic, message);
+  zmsg_destroy(&message);
+
+  mLargestPeak =
+      std::max(mLargestPeak, *std::max_element(reading.peaks.begin(), reading.peaks.end()));
+  if (mBlocks < kWarmUpBlocks)
+    mWarmUpPeak = mLargestPeak;
+  mMaxShortTerm = std::max(mMaxShortTerm, LoudCalcResultsAll.ShortTerm);
+  ++mBlocks;
+}
+
+Figures ServiceMeter::Read() const {
+  Figures figures;
+  if (mLargestPeak > 0)
+    figures.maxTruePeak = std::max(LoudCalcResultsAll.MaxTruePeak,
+                                   GetTruePeak(static_cast<std::uint16_t>(mWarmUpPeak)));
+  if (mBlocks <= kWarmUpBlocks)
+    return figures;
+  figures.maxMomentary = Reading(LoudCalcResultsAll.MaxMomentary);
+  figures.maxShortTerm = Reading(mMaxShortTerm);
+  if (HasWrapped(*pIntegLoud))
+    figures.overflowed = true;
+  else
+    figures.integrated = Reading(pIntegLoud->GetGatedLkfsReading());
+  if (HasWrapped(*pLraLoud))
+    figures.overflowed = true;
+  else
+    figures.lra = LraReading();
+  return figures;
+}
+
+Figures MeasureFile(ServiceMeter& meter, AudioFile& file, const SpeakerLayout& speakers,
+                    const Progress& progress) {
+  BlockMeter frontEnd(file.Channels(), file.SampleRate());
+  std::vector<double> samples(frontEnd.MaxFramesInBlock() * file.Channels());
+  BlockReading reading;
+  meter.Start(speakers);
+  while (file.Read(samples.data(), frontEnd.FramesInNextBlock()) == frontEnd.FramesInNextBlock()) {
+    if (const auto badSample = frontEnd.Measure(samples.data(), reading))
+      throw AudioFileError(file.Path(),
+                           "holds a sample that is no number in " + Position(file, *badSample));
+    meter.Feed(reading);
+    progress(file.FramesRead());
+  }
+  Figures figures = meter.Read();
+  figures.seconds = static_cast<double>(file.FramesRead()) / file.SampleRate();
+  return figures;
+}
+
+}  // namespace louddesk

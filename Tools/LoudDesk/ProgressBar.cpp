@@ -1,0 +1,44 @@
+// Progress on one line of a terminal.
+
+#include "ProgressBar.h"
+
+#include <algorithm>
+
+namespace louddesk {
+namespace {
+
+constexpr std::size_t kBarWidth = 30;
+constexpr std::uint64_t kNothingShown = 101;
+
+std::string Line(std::uint64_t percent, const std::string& label) {
+  const std::size_t filled = kBarWidth * static_cast<std::size_t>(percent) / 100;
+  std::string number = std::to_string(percent);
+  number.insert(0, 3 - std::min<std::size_t>(number.size(), 3), ' ');
+  return "[" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] " + number +
+         " %  " + label;
+}
+
+}  // namespace
+
+ProgressBar::ProgressBar(std::ostream& terminal, std::size_t columns, std::string label,
+                         std::uint64_t total)
+    : mTerminal(terminal),
+      mColumns(columns > 0 ? columns - 1 : 0),
+      mLabel(std::move(label)),
+      mTotal(total),
+      mPercent(kNothingShown) {}
+
+ProgressBar::~ProgressBar() {
+  if (mPercent != kNothingShown)
+    mTerminal << '\r' << std::string(mColumns, ' ') << '\r' << std::flush;
+}
+
+void ProgressBar::Show(std::uint64_t done) {
+  const std::uint64_t percent = std::min(done, mTotal) * 100 / mTotal;
+  if (percent == mPercent)
+    return;
+  mPercent = percent;
+  mTerminal << '\r' << Line(percent, mLabel).substr(0, mColumns) << std::flush;
+}
+
+}  // namespace louddesk

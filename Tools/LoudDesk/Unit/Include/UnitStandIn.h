@@ -1,0 +1,130 @@
+// The unit around a running service: binds and connects everything that the service's peers do, for
+// tests and for a desk without the hardware. Single-threaded; one object at a time and machine, for
+// the endpoints are fixed.
+
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "CollectorPeer.h"
+#include "DataClient.h"
+#include "PublisherPeer.h"
+#include "RawLoudnessData.h"
+#include "ServiceMessages.h"
+
+namespace louddesk {
+
+/// How long to wait for something at most.
+using Patience = std::chrono::milliseconds;
+
+/// The service's peers.
+enum class Peer {
+  kHeartbeatReceiver,  // process monitor, receiving side
+  kProcessMonitor,     // process monitor, publishing side
+  kHardwareManager,
+  kMainAppServer,
+  kOpticalAppServer,
+  kSignalProcessor,
+  kLogSink,
+};
+
+constexpr std::array<Peer, 7> kAllPeers = {
+    Peer::kHeartbeatReceiver, Peer::kProcessMonitor,  Peer::kHardwareManager, Peer::kMainAppServer,
+    Peer::kOpticalAppServer,  Peer::kSignalProcessor, Peer::kLogSink,
+};
+
+/// Powers and true peaks of all meters over one block, in the service's integer scales.
+struct RawBlock {
+  std::array<std::uint64_t, kRawMeters> powers{};
+  std::array<std::uint32_t, kRawMeters> peaks{};
+};
+
+class UnitStandIn {
+ public:
+  /// The unit around the service of one meter set and cluster. Board addresses come from the
+  /// environment as for the service itself. Every peer is still closed; the clients of the
+  /// service's publishers connect at once. Throws BindError when an address of the environment is
+  /// no address.
+  UnitStandIn(unsigned meterSet, unsigned cluster);
+
+  /// Opens every peer but `absent`. Throws BindError for the first that cannot be.
+  void OpenAll(const std::set<Peer>& absent = {});
+
+  /// Opens or closes one peer, as when it starts or ends; a closed peer's endpoint is free on
+  /// return.
+  void Open(Peer peer);
+  void Close(Peer peer);
+
+  /// Where the peer listens, as ZeroMQ takes it.
+  std::string EndpointOf(Peer peer) const;
+
+  /// Topics under which a publishing peer has subscribers.
+  const std::set<std::string>& SubscriptionsAt(Peer peer) const;
+
+  /// Reads everything that arrives until `condition` holds; looks at it before the first wait and
+  /// after every message. False when `patience` ends or the process is interrupted first.
+  bool WaitFor(const std::function<bool()>& condition, Patience patience);
+
+  /// Until every open publishing peer has all subscriptions of the service and both of the
+  /// service's publishers are connected.
+  bool WaitUntilSubscribed(Patience patience);
+
+  /// What WaitUntilSubscribed still lacks, for people; empty when nothing.
+  std::string MissingSubscriptions() const;
+
+  /// Publishes a text message, of the topic alone without `payload`. The peer must be open.
+  void SendText(Peer peer, const std::string& topic,
+                const std::optional<std::string>& payload = std::nullopt);
+
+  /// Publishes one block of the signal-processing stage.
+  void SendRaw(const RawBlock& block);
+
+  /// Publishes a message of the signal-processing stage with any frames after the topic.
+  void SendRawFrames(const Frames& framesAfterTopic);
+
+  /// Publishes any frames at all; the first one is the topic.
+  void SendFrames(Peer peer, const Frames& frames);
+
+  /// The next message of each kind, oldest first; none when `patience` ends first.
+  std::optional<LoudnessMessage> NextLoudnessData(Patience patience);
+  std::optional<StateMessage> NextState(Patience patience);
+  std::optional<Frames> NextHeartbeat(Patience patience);
+  std::optional<LogLine> NextLogLine(Patience patience);
+
+  /// Drops messages of the kind that have arrived but were not taken.
+  void DropLoudnessData();
+  void DropStates();
+  void DropHeartbeats();
+  void DropLogLines();
+
+  /// Topic of the raw blocks of this meter set.
+  std::string RawTopic() const;
+
+  unsigned MeterSet() const { return mMeterSet; }
+  unsigned Cluster() const { return mCluster; }
+
+ private:
+  std::set<std::string> MissingTopics(Peer peer, const PublisherPeer& publisher) const;
+  void ReadEverything();
+  void PollEverything(Patience patience);
+
+  unsigned mMeterSet;
+  unsigned mCluster;
+  std::map<Peer, PublisherPeer> mPublishers;
+  std::map<Peer, CollectorPeer> mCollectors;
+  DataClient mDataClient;   // of the loudness-data publisher
+  DataClient mStateClient;  // of the state publisher; without a meter set both share an endpoint
+};
+
+/// Topic with the meter-set number that ends it.
+std::string TopicFor(const std::string& prefix, unsigned meterSet);
+
+}  // namespace louddesk
