@@ -5,10 +5,10 @@
 
 namespace {
 
+using louddesk::BlockReading;
 using louddesk::Figures;
 using louddesk::LoudnessConfiguration;
 using louddesk::LoudnessMessage;
-using louddesk::RawBlock;
 
 // Weights of a 5.1 programme: surrounds count 1.41, low-frequency effects not at all.
 const std::vector<float> kSurroundWeights = {1.0f, 1.0f, 1.0f, 0.0f, 1.41f, 1.41f};
@@ -18,18 +18,18 @@ constexpr unsigned kLoudnessRangeWindow = 9;  // s
 
 /// Blocks of random levels from -76 to -2 LKFS a channel in passages of two seconds, so that both
 /// gates have work, some of them with dead channels; peaks of all sizes up to above full scale.
-std::vector<RawBlock> RandomBlocks(unsigned count) {
+std::vector<BlockReading> RandomBlocks(unsigned count) {
   constexpr unsigned kBlocksPerPassage = 20;
   std::mt19937 random(20240229);
   const auto between = [&random](double low, double high) {
     return low + (high - low) * (static_cast<double>(random()) / 4294967296.0);
   };
-  std::vector<RawBlock> blocks(count);
+  std::vector<BlockReading> blocks(count);
   double passage = 0;
   for (unsigned i = 0; i < count; ++i) {
     if (i % kBlocksPerPassage == 0)
       passage = between(-70, -8);
-    for (std::size_t meter = 0; meter < kRawMeters; ++meter) {
+    for (std::size_t meter = 0; meter < louddesk::kMeters; ++meter) {
       const bool isDead = random() % 16 == 0;
       blocks[i].powers[meter] = isDead ? 0 : PowerOf(passage + between(-6, 6));
       blocks[i].peaks[meter] = isDead ? 0 : static_cast<std::uint32_t>(random() % 40000);
@@ -40,21 +40,21 @@ std::vector<RawBlock> RandomBlocks(unsigned count) {
 
 class MeasurementTest : public RunningService, public testing::WithParamInterface<unsigned> {
  protected:
-  void ConfigureAndFeed(const std::vector<RawBlock>& blocks) {
+  void ConfigureAndFeed(const std::vector<BlockReading>& blocks) {
     StartMeasuring();
     LoudnessConfiguration configuration;
     configuration.loudnessWindowTime = kIntegratedWindow;
     configuration.lraWindow = kLoudnessRangeWindow;
     SendConfiguration(configuration);
     ExpectAcknowledgement("Start");
-    for (const RawBlock& block : blocks)
+    for (const BlockReading& block : blocks)
       mUnit.SendRaw(block);
   }
 };
 
 TEST_P(MeasurementTest, EveryFieldEqualsASecondComputation) {
   ASSERT_NO_FATAL_FAILURE(Start());
-  const std::vector<RawBlock> blocks = RandomBlocks(GetParam());
+  const std::vector<BlockReading> blocks = RandomBlocks(GetParam());
   const LoudnessData_t expected =
       ComputeFigures(blocks, {kSurroundWeights, kIntegratedWindow, kLoudnessRangeWindow});
 

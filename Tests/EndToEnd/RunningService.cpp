@@ -117,7 +117,7 @@ void RunningService::StartMeasuring() {
 }
 
 void RunningService::Feed(unsigned count, double lkfs, std::uint32_t peak) {
-  louddesk::RawBlock block;
+  louddesk::BlockReading block;
   for (std::size_t meter = 0; meter < SurroundSpeakers().size(); ++meter) {
     block.powers[meter] = PowerOf(lkfs);
     block.peaks[meter] = peak;

@@ -87,7 +87,8 @@ float RangeOf(Codes codes) {
   return static_cast<float>((high - low) * 0.02);
 }
 
-std::uint64_t ProgrammePower(const louddesk::RawBlock& block, const std::vector<float>& weights) {
+std::uint64_t ProgrammePower(const louddesk::BlockReading& block,
+                             const std::vector<float>& weights) {
   std::uint64_t sum = 0;
   for (std::size_t meter = 0; meter < weights.size(); ++meter)
     sum += static_cast<std::uint64_t>(static_cast<double>(block.powers[meter]) *
@@ -95,7 +96,7 @@ std::uint64_t ProgrammePower(const louddesk::RawBlock& block, const std::vector<
   return sum != 0 ? sum : 1;
 }
 
-std::uint16_t ProgrammePeak(const louddesk::RawBlock& block, std::size_t meters) {
+std::uint16_t ProgrammePeak(const louddesk::BlockReading& block, std::size_t meters) {
   const std::uint32_t peak = *std::max_element(
       block.peaks.begin(), block.peaks.begin() + static_cast<std::ptrdiff_t>(meters));
   return static_cast<std::uint16_t>(peak != 0 ? peak : 1);
@@ -156,10 +157,10 @@ float RefreshedRange(const Codes& codes, std::size_t position, std::size_t windo
 
 }  // namespace
 
-LoudnessData_t ComputeFigures(const std::vector<louddesk::RawBlock>& blocks,
+LoudnessData_t ComputeFigures(const std::vector<louddesk::BlockReading>& blocks,
                               const SecondComputationSettings& settings) {
   Powers powers;
-  for (const louddesk::RawBlock& block : blocks)
+  for (const louddesk::BlockReading& block : blocks)
     powers.push_back(ProgrammePower(block, settings.weights));
 
   float maxMomentary = kNoReading;

@@ -17,5 +17,5 @@ struct SecondComputationSettings {
 };
 
 /// The coded figures after `blocks` since the last restart of a fresh service.
-LoudnessData_t ComputeFigures(const std::vector<louddesk::RawBlock>& blocks,
+LoudnessData_t ComputeFigures(const std::vector<louddesk::BlockReading>& blocks,
                               const SecondComputationSettings& settings);

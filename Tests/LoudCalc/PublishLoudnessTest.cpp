@@ -19,8 +19,8 @@ using mqtest::Subscriber;
 
 enum class Allocation { Works, BadAlloc, RuntimeError };
 
-// What becomes of the next allocation.
-Allocation gNextAllocation = Allocation::Works;
+// What becomes of the next allocation of this thread; the threads of ZeroMQ are left alone.
+thread_local Allocation gNextAllocation = Allocation::Works;
 
 }  // namespace
 
@@ -37,11 +37,19 @@ Allocation gNextAllocation = Allocation::Works;
   return memory;
 }
 
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return std::malloc(size);
+}
+
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
 }
 
 [[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+
+[[gnu::noinline]] void operator delete(void* memory, const std::nothrow_t&) noexcept {
   std::free(memory);
 }
 

@@ -3,12 +3,14 @@
 #include <CLI/CLI.hpp>
 
 #include "MeasureCommand.h"
+#include "UnitCommand.h"
 
 int main(int argc, char** argv) {
   CLI::App app("LoudDesk: loudness by the service's own engine, on a desk", "LoudDesk");
   app.require_subcommand(1);
   int status = 0;
   louddesk::AddMeasureCommand(app, status);
+  louddesk::AddUnitCommand(app, status);
   CLI11_PARSE(app, argc, argv);
   return status;
 }

@@ -110,6 +110,8 @@ Figures ServiceMeter::Read() const {
     return figures;
   figures.maxMomentary = Reading(LoudCalcResultsAll.MaxMomentary);
   figures.maxShortTerm = Reading(mMaxShortTerm);
+  figures.momentary = Reading(LoudCalcResultsAll.Momentary);
+  figures.shortTerm = Reading(LoudCalcResultsAll.ShortTerm);
   if (HasWrapped(*pIntegLoud))
     figures.overflowed = true;
   else

@@ -224,6 +224,18 @@ TEST_F(AudioFileTest, AWavThatLacksItsLastByteIsRefused) {
             path + ": is truncated: only 287999 of 288000 bytes of audio are there");
 }
 
+// A chunk of odd size is followed by a byte that belongs to no chunk. Format chunk and header take
+// 36 bytes.
+TEST_F(AudioFileTest, ATruncatedWavWithAnOddChunkBeforeItsSamplesIsRefused) {
+  std::string bytes = BytesOf(WriteNoise("whole.wav", kWav16));
+  bytes.insert(36, std::string("note\x03\0\0\0abc\0", 12));
+  const std::string path = mDirectory.WriteBytes("noted.wav", bytes);
+  EXPECT_EQ(RefusalOf(path), "");
+  CutOff(path, 100056);
+  EXPECT_EQ(RefusalOf(path),
+            path + ": is truncated: only 100000 of 288000 bytes of audio are there");
+}
+
 TEST_F(AudioFileTest, OtherTruncatedContainersOfChunksAreRefused) {
   struct {
     const char* name;

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,10 @@ struct Recording {
   const char* package;  // Debian package that it comes with
   const char* path;
 };
+
+void PrintTo(const Recording& recording, std::ostream* out) {
+  *out << recording.path;
+}
 
 // Voices, tones and music; WAV and Ogg; mono and stereo; 8 to 96 kHz; from a second to three
 // minutes.

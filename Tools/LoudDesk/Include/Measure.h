@@ -28,6 +28,8 @@ struct Figures {
   std::optional<double> maxTruePeak;   // dBTP
   bool overflowed = false;             // integrated loudness or range is missing because the sums
                                        // behind them, 64 bits in the engine, have wrapped around
+  std::optional<double> momentary;     // loudness of the last 400 ms, LKFS
+  std::optional<double> shortTerm;     // loudness of the last 3 s, LKFS
 };
 
 /// The service's engine as a meter of programmes.

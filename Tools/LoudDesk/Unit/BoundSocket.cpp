@@ -12,6 +12,7 @@
 #include "BoardAddresses.h"
 #include "EndpointHolder.h"
 #include "MqNames.h"
+#include "SocketMonitor.h"
 
 namespace louddesk {
 
@@ -54,17 +55,6 @@ std::string ReasonOfFailure(const Endpoint& endpoint, int error) {
   return zmq_strerror(error);
 }
 
-std::string MonitorEndpoint(const zsock_t* socket) {
-  return "inproc://bound-socket-" + std::to_string(reinterpret_cast<std::uintptr_t>(socket));
-}
-
-zsock_t* MonitorClosing(zsock_t* socket) {
-  const std::string endpoint = MonitorEndpoint(socket);
-  zmq_socket_monitor(zsock_resolve(socket), endpoint.c_str(),
-                     ZMQ_EVENT_CLOSED | ZMQ_EVENT_CLOSE_FAILED);
-  return zsock_new_pair((">" + endpoint).c_str());
-}
-
 }  // namespace
 
 Endpoint Endpoint::Ipc(std::string file) {
@@ -104,15 +94,14 @@ void BoundSocket::Open() {
     Refuse(mEndpoint, ReasonOfFailure(mEndpoint, error));
   }
   mSocket = socket;
-  mMonitor = MonitorClosing(mSocket);
+  mMonitor = StartMonitor(mSocket, ZMQ_EVENT_CLOSED | ZMQ_EVENT_CLOSE_FAILED);
 }
 
 void BoundSocket::Close() {
   if (!IsOpen())
     return;
   WaitUntilFree();
-  zmq_socket_monitor(zsock_resolve(mSocket), nullptr, 0);
-  zsock_destroy(&mMonitor);
+  StopMonitor(mSocket, mMonitor);
   zsock_destroy(&mSocket);
 }
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "MqNames.h"
+#include "SocketMonitor.h"
 
 namespace louddesk {
 
@@ -17,11 +18,7 @@ constexpr int kReconnectMs = 10;  // soon after the publisher binds, so that not
 }  // namespace
 
 DataClient::DataClient(const std::string& file) : mSocket(zsock_new(ZMQ_SUB)) {
-  const std::string monitor =
-      "inproc://data-client-" + std::to_string(reinterpret_cast<std::uintptr_t>(mSocket));
-  zmq_socket_monitor(zsock_resolve(mSocket), monitor.c_str(),
-                     ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED);
-  mMonitor = zsock_new_pair((">" + monitor).c_str());
+  mMonitor = StartMonitor(mSocket, ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED);
   zsock_set_rcvhwm(mSocket, 0);
   zsock_set_reconnect_ivl(mSocket, kReconnectMs);
   zsock_set_subscribe(mSocket, "");
@@ -29,8 +26,7 @@ DataClient::DataClient(const std::string& file) : mSocket(zsock_new(ZMQ_SUB)) {
 }
 
 DataClient::~DataClient() {
-  zmq_socket_monitor(zsock_resolve(mSocket), nullptr, 0);
-  zsock_destroy(&mMonitor);
+  StopMonitor(mSocket, mMonitor);
   zsock_destroy(&mSocket);
 }
 

@@ -43,6 +43,12 @@ std::string ProcessName(const fs::path& process) {
   return name + " (process " + process.filename().string() + ")";
 }
 
+// Not so: files of the kernel, and the links by which every process finds itself.
+bool IsProcess(const fs::path& entry) {
+  const std::string name = entry.filename().string();
+  return name.find_first_not_of("0123456789") == std::string::npos;
+}
+
 bool HoldsSocket(const fs::path& process, const std::string& link) {
   std::error_code error;
   for (const auto& file : fs::directory_iterator(process / "fd", error))
@@ -55,7 +61,7 @@ std::string HolderOfInode(const std::string& inode) {
   const std::string link = "socket:[" + inode + "]";
   std::error_code error;
   for (const auto& process : fs::directory_iterator("/proc", error))
-    if (HoldsSocket(process.path(), link))
+    if (IsProcess(process.path()) && HoldsSocket(process.path(), link))
       return ProcessName(process.path());
   return "another process";
 }

@@ -42,6 +42,7 @@ LoudnessMessage DecodeLoudnessMessage(const Arrival& arrival) {
 
 StateMessage DecodeStateMessage(const Arrival& arrival) {
   StateMessage message;
+  message.frames = arrival.frames;
   message.topic = arrival.frames.empty() ? "" : arrival.frames[0];
   message.json = arrival.frames.size() < 2 ? "" : arrival.frames[1];
   return message;
@@ -49,6 +50,7 @@ StateMessage DecodeStateMessage(const Arrival& arrival) {
 
 LogLine DecodeLogLine(const Frames& frames) {
   LogLine line;
+  line.frames = frames;
   if (frames.empty())
     return line;
   rapidjson::Document document;

@@ -77,7 +77,7 @@ std::set<std::string> TextTopics(unsigned meterSet) {
 }
 
 template <typename Entry>
-std::string FrameOf(const std::array<Entry, kRawMeters>& entries) {
+std::string FrameOf(const std::array<Entry, kMeters>& entries) {
   return {reinterpret_cast<const char*>(entries.data()), sizeof(entries)};
 }
 
@@ -160,6 +160,11 @@ bool UnitStandIn::WaitUntilSubscribed(Patience patience) {
   return WaitFor([this] { return MissingSubscriptions().empty(); }, patience);
 }
 
+bool UnitStandIn::HasSubscribers() const {
+  return std::any_of(mPublishers.begin(), mPublishers.end(),
+                     [](const auto& entry) { return !entry.second.Subscriptions().empty(); });
+}
+
 std::string UnitStandIn::MissingSubscriptions() const {
   std::string missing;
   for (const auto& [peer, publisher] : mPublishers)
@@ -192,7 +197,7 @@ void UnitStandIn::SendText(Peer peer, const std::string& topic,
   SendFrames(peer, frames);
 }
 
-void UnitStandIn::SendRaw(const RawBlock& block) {
+void UnitStandIn::SendRaw(const BlockReading& block) {
   SendRawFrames({FrameOf(block.peaks), FrameOf(block.powers), kSpareFrame});
 }
 

@@ -3,8 +3,8 @@
 #pragma once
 
 /// Stops the process when `condition` does not hold. `text` is printed exactly as given on standard
-/// error with the file and line, then the process aborts. Alive in every build type; NDEBUG does not
-/// matter. The condition is evaluated exactly once.
+/// error with the file and line, then the process aborts. Alive in every build type; NDEBUG does
+/// not matter. The condition is evaluated exactly once.
 #define LOUDCALC_ASSERT(condition, text) \
   ((condition) ? static_cast<void>(0) : FailAssertion((text), __FILE__, __LINE__))
 

@@ -15,7 +15,7 @@ void ReadOr(const rapidjson::Value& object, const char* key, std::int32_t& out,
     out = fallback;
 }
 
-// The three members that say which request the settings answer.
+// The members that say which request the settings answer.
 void ReadRequest(const rapidjson::Value& object, std::uint64_t& requestTS, std::int32_t& count) {
   json::Read(object, "RequestTS", requestTS);
   ReadOr(object, "Count", count, -1);

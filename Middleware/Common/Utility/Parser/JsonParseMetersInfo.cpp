@@ -18,8 +18,8 @@ struct Section {
   int (*parse)(cPresetParser& preset, const rapidjson::Value& section);
 };
 
-// In the order in which the sections are read: clusters first, since they claim meters whatever the
-// document says of the meters.
+// In the order in which the sections are read. A section that fails does not keep the others from
+// being read.
 constexpr Section kSections[] = {
     {"Clusters", 0,
      [](cPresetParser& preset, const rapidjson::Value& section) {

@@ -122,6 +122,7 @@ class MqReactorLoopDeathTest : public testing::Test {
   }
 
   bool Run() { return reactor_->StartLoop(MQ_DATA_TYPE_STRING_AND_BINARY); }
+  bool RunDisturbedBy(int signal);
 
   std::unique_ptr<Publisher> publisher_;
   std::unique_ptr<MqReactor> reactor_;
@@ -416,6 +417,16 @@ TEST_F(MqReactorLoopTest, LoopCanRunAgain) {
   EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", "first"}, Frames{"Text", "second"}));
 }
 
+TEST_F(MqReactorLoopTest, ReaderRegisteredAgainIsCalledOnceForAMessage) {
+  int calls = 0;
+  reactor_->SetMqSubsReader(MQ_DATA_TYPE_STRING_AND_BINARY);
+  reactor_->AddTimer(EndAtThirdCall, &calls, 5, 0);
+  DeliverText({"Text", "data"});
+  DeliverBinary({"Binary", "data"});
+  Run();
+  EXPECT_EQ(2u, gMessages.size());
+}
+
 TEST_F(MqReactorLoopTest, FloodOfMessagesDoesNotKeepTimersWaiting) {
   constexpr int kMessages = 500;  // fewer than a socket keeps
   for (int i = 0; i < kMessages; ++i)
@@ -429,6 +440,28 @@ TEST_F(MqReactorLoopTest, FloodOfMessagesDoesNotKeepTimersWaiting) {
 TEST_F(MqReactorLoopTest, InterruptEndsTheLoop) {
   reactor_->AddTimer(Interrupt, nullptr, 1, 1);
   EXPECT_TRUE(Run());
+  EXPECT_EQ(1, zsys_interrupted);
+  EXPECT_EQ(1, faults::Count(Call::LoopStart));
+}
+
+// Runs the loop while another thread sends a signal to it every millisecond.
+bool MqReactorLoopDeathTest::RunDisturbedBy(int signal) {
+  std::atomic<bool> isRunning{true};
+  std::thread disturber([&isRunning, signal, loopThread = pthread_self()] {
+    for (int i = 0; isRunning && i < mqtest::kDeadlineMs; ++i) {
+      if (faults::Count(Call::LoopStart) > 0)
+        pthread_kill(loopThread, signal);
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  });
+  const bool result = Run();
+  isRunning = false;
+  disturber.join();
+  return result;
+}
+
+TEST_F(MqReactorLoopTest, InterruptEndsAWaitingLoop) {
+  EXPECT_TRUE(RunDisturbedBy(SIGTERM));
   EXPECT_EQ(1, zsys_interrupted);
   EXPECT_EQ(1, faults::Count(Call::LoopStart));
 }
@@ -455,18 +488,8 @@ int EndAfterRestarts(zloop_t*, int, void*) {
 
 TEST_F(MqReactorLoopTest, StraySignalsDoNotEndTheLoop) {
   std::signal(SIGUSR1, CountSignal);
-  gResults = {0, -1};
   reactor_->AddTimer(EndAfterRestarts, nullptr, 1, 0);
-  std::atomic<bool> isRunning{true};
-  std::thread disturber([&isRunning, loopThread = pthread_self()] {
-    for (int i = 0; isRunning && i < mqtest::kDeadlineMs; ++i) {
-      pthread_kill(loopThread, SIGUSR1);
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-  });
-  EXPECT_TRUE(Run());
-  isRunning = false;
-  disturber.join();
+  EXPECT_TRUE(RunDisturbedBy(SIGUSR1));
   std::signal(SIGUSR1, SIG_DFL);
   EXPECT_GE(faults::Count(Call::LoopStart), 4);
   EXPECT_GE(gSignals, 3);

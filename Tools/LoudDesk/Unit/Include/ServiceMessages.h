@@ -29,6 +29,7 @@ struct LoudnessMessage {
 struct StateMessage {
   std::string topic;
   std::string json;
+  Frames frames;  // the message as it came
 };
 
 /// One message at the log sink.
@@ -37,6 +38,7 @@ struct LogLine {
   int level = 0;        // 10 debug, 20 info, 30 warning, 40 error, 50 critical
   std::string name;     // short name of the process
   std::string message;  // time stamp, name, level and text
+  Frames frames;        // the message as it came
 };
 
 LoudnessMessage DecodeLoudnessMessage(const Arrival& arrival);

@@ -6,18 +6,16 @@
 
 #include <array>
 #include <chrono>
-#include <cstdint>
-#include <deque>
 #include <functional>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
 
+#include "BlockReading.h"
 #include "CollectorPeer.h"
 #include "DataClient.h"
 #include "PublisherPeer.h"
-#include "RawLoudnessData.h"
 #include "ServiceMessages.h"
 
 namespace louddesk {
@@ -39,12 +37,6 @@ enum class Peer {
 constexpr std::array<Peer, 7> kAllPeers = {
     Peer::kHeartbeatReceiver, Peer::kProcessMonitor,  Peer::kHardwareManager, Peer::kMainAppServer,
     Peer::kOpticalAppServer,  Peer::kSignalProcessor, Peer::kLogSink,
-};
-
-/// Powers and true peaks of all meters over one block, in the service's integer scales.
-struct RawBlock {
-  std::array<std::uint64_t, kRawMeters> powers{};
-  std::array<std::uint32_t, kRawMeters> peaks{};
 };
 
 class UnitStandIn {
@@ -77,6 +69,9 @@ class UnitStandIn {
   /// service's publishers are connected.
   bool WaitUntilSubscribed(Patience patience);
 
+  /// Whether anybody has subscribed anywhere.
+  bool HasSubscribers() const;
+
   /// What WaitUntilSubscribed still lacks, for people; empty when nothing.
   std::string MissingSubscriptions() const;
 
@@ -85,7 +80,7 @@ class UnitStandIn {
                 const std::optional<std::string>& payload = std::nullopt);
 
   /// Publishes one block of the signal-processing stage.
-  void SendRaw(const RawBlock& block);
+  void SendRaw(const BlockReading& block);
 
   /// Publishes a message of the signal-processing stage with any frames after the topic.
   void SendRawFrames(const Frames& framesAfterTopic);

@@ -1,5 +1,5 @@
 // The clusters (programmes) of the preset: which meters belong together and in which channel
-// layout. Part of the preset object; reactor thread only.
+// layout. Belongs to the preset object; reactor thread only.
 
 #pragma once
 

@@ -1,5 +1,5 @@
 // The routing section of the preset: which meters each audio output channel of the unit carries.
-// Kept so that the preset object is complete; the loudness service reads none of it. Part of the
+// Kept so that the preset object is complete; the loudness service reads none of it. Belongs to the
 // preset object; reactor thread only.
 
 #pragma once

@@ -1,6 +1,6 @@
 // Three sections of the preset: where the unit takes its clock, its Dolby stream and its picture
-// from. Kept so that the preset object is complete; the loudness service reads none of them. Part
-// of the preset object; reactor thread only.
+// from. Kept so that the preset object is complete; the loudness service reads none of them. They
+// belong to the preset object; reactor thread only.
 
 #pragma once
 

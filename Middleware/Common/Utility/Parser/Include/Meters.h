@@ -1,5 +1,5 @@
 // The audio meters of the unit as the preset sets them up: what feeds each meter, which loudspeaker
-// it stands for and which cluster claims it. Part of the preset object; reactor thread only.
+// it stands for and which cluster claims it. Belongs to the preset object; reactor thread only.
 
 #pragma once
 

@@ -22,7 +22,10 @@ struct Transport {
 
 class LoggerAttachTest : public LoggerSinkTest, public testing::WithParamInterface<Transport> {
  protected:
-  int Attach() { return (mpLogger->*GetParam().attach)(); }
+  int Attach() {
+    Logger& logger = *mpLogger;
+    return (logger.*GetParam().attach)();
+  }
 
   std::string Text(const char* before) const { return before + std::string(GetParam().endpoint); }
 };
@@ -130,7 +133,10 @@ TEST_F(LoggerSinkTest, DetachingWithoutASinkSaysNothing) {
 
 TEST_F(LoggerSinkTest, DetachedLoggerAttachesAgain) {
   AttachQuietly();
-  mpLogger->DetachMq();
+  {
+    Console console;
+    mpLogger->DetachMq();
+  }
   AttachQuietly();
   Sink sink(kIpcEndpoint);
   EXPECT_TRUE(Send("again"));

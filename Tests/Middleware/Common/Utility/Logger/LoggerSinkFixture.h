@@ -63,6 +63,8 @@ class LoggerSinkTest : public testing::Test {
     faults::Reset();
     mqtest::Console console;
     Logger::DeleteInstance();
+    // Sockets end in the background; those of the next test shall not meet them.
+    zsys_shutdown();
   }
 
   // Attaches without the lines about it, on the console and at the sink.

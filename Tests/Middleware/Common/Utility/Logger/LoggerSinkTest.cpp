@@ -26,16 +26,16 @@ constexpr std::size_t kInfoPrefix = 13 + 12;
 }  // namespace
 
 TEST_F(LoggerSinkTest, MessageIsOneFrameOfCompactJson) {
-  AttachQuietly();
   Sink sink(kIpcEndpoint);
+  AttachQuietly();
   EXPECT_TRUE(mpLogger->SendJson(MsgType_Logging, MsgLevel_Error, "text", nullptr));
   EXPECT_THAT(sink.NextFrames(),
               ElementsAre(R"({"MsgType":0,"Level":40,"Name":"LoudC","Message":"text"})"));
 }
 
 TEST_F(LoggerSinkTest, OnlyANotificationHasATitle) {
-  AttachQuietly();
   Sink sink(kIpcEndpoint);
+  AttachQuietly();
   EXPECT_TRUE(mpLogger->SendJson(MsgType_Notify, MsgLevel_Warn, "text", "Title"));
   EXPECT_EQ(sink.Next(),
             R"({"MsgType":1,"Level":30,"Name":"LoudC","Message":"text","Title":"Title"})");
@@ -48,8 +48,8 @@ TEST_F(LoggerSinkTest, OnlyANotificationHasATitle) {
 }
 
 TEST_F(LoggerSinkTest, CharactersThatJsonReservesAreEscaped) {
-  AttachQuietly();
   Sink sink(kIpcEndpoint);
+  AttachQuietly();
   EXPECT_TRUE(Send("a \"b\" \\ /\n\t\x1b \xc3\xa9"));
   EXPECT_EQ(sink.Next(),
             "{\"MsgType\":0,\"Level\":20,\"Name\":\"LoudC\","
@@ -92,11 +92,12 @@ TEST_F(LoggerSinkTest, LevelledMessageGoesToTheSinkWithTimeProcessAndLevel) {
       {&Logger::Debug, 10, "DEBUG"},
   };
   mpLogger->mLogLevel = MsgLevel_Debug;
-  AttachQuietly();
   Sink sink(kIpcEndpoint);
+  AttachQuietly();
+  Logger& logger = *mpLogger;
   for (const Case& row : cases) {
     Console console;
-    EXPECT_EQ((mpLogger->*row.call)("%s %d", "meter", 5), 7) << row.name;
+    EXPECT_EQ((logger.*row.call)("%s %d", "meter", 5), 7) << row.name;
     EXPECT_THAT(sink.Next(),
                 MatchesRegex(
                     mqtest::Escaped("{\"MsgType\":0,\"Level\":" + std::to_string(row.level) +
@@ -106,8 +107,8 @@ TEST_F(LoggerSinkTest, LevelledMessageGoesToTheSinkWithTimeProcessAndLevel) {
 }
 
 TEST_F(LoggerSinkTest, ConsoleFlagAndSinkAreIndependent) {
-  AttachQuietly();
   Sink sink(kIpcEndpoint);
+  AttachQuietly();
   {
     Console console;
     EXPECT_EQ(mpLogger->Error("hidden"), 6);
@@ -122,8 +123,8 @@ TEST_F(LoggerSinkTest, ConsoleFlagAndSinkAreIndependent) {
 }
 
 TEST_F(LoggerSinkTest, CriticalGoesToConsoleAndSinkWithoutTheConsoleFlag) {
-  AttachQuietly();
   Sink sink(kIpcEndpoint);
+  AttachQuietly();
   Console console;
   EXPECT_EQ(mpLogger->Critical("both"), 4);
   EXPECT_THAT(console.Errors(), HasSubstr("|CRITICAL|both\n"));
@@ -131,8 +132,8 @@ TEST_F(LoggerSinkTest, CriticalGoesToConsoleAndSinkWithoutTheConsoleFlag) {
 }
 
 TEST_F(LoggerSinkTest, ThresholdAndDisablingHoldForTheSinkToo) {
-  AttachQuietly();
   Sink sink(kIpcEndpoint);
+  AttachQuietly();
   EXPECT_EQ(mpLogger->Info("below the threshold"), 0);
   mpLogger->mLogLevel = MsgLevel_None;
   EXPECT_EQ(mpLogger->Critical("below the highest"), 0);
@@ -146,8 +147,8 @@ TEST_F(LoggerSinkTest, ThresholdAndDisablingHoldForTheSinkToo) {
 
 TEST_F(LoggerSinkTest, LongMessageIsCutSoThatThePrefixedTextHas2047Characters) {
   mpLogger->mLogLevel = MsgLevel_Info;
-  AttachQuietly();
   Sink sink(kIpcEndpoint);
+  AttachQuietly();
   EXPECT_EQ(mpLogger->Info("%s", std::string(5000, 'x').c_str()), 5000);
   const std::string text = sink.NextText();
   EXPECT_EQ(text.size(), kMaxSinkText);
@@ -156,8 +157,8 @@ TEST_F(LoggerSinkTest, LongMessageIsCutSoThatThePrefixedTextHas2047Characters) {
 
 TEST_F(LoggerSinkTest, MessageThatJustFitsIsNotCut) {
   mpLogger->mLogLevel = MsgLevel_Info;
-  AttachQuietly();
   Sink sink(kIpcEndpoint);
+  AttachQuietly();
   const std::string fitting = std::string(kMaxSinkText - kInfoPrefix - 1, 'x') + "z";
   mpLogger->Info("%s", fitting.c_str());
   EXPECT_THAT(sink.NextText(), EndsWith("|INFO|" + fitting));
@@ -189,8 +190,8 @@ TEST_F(LoggerSinkTest, NotificationGoesToTheSinkAloneAndUnprefixed) {
 }
 
 TEST_F(LoggerSinkTest, LongNotificationIsCutAt2047Characters) {
-  AttachQuietly();
   Sink sink(kIpcEndpoint);
+  AttachQuietly();
   EXPECT_EQ(mpLogger->Notify(MsgLevel_Info, "Title", "%s", std::string(5000, 'x').c_str()), 5000);
   EXPECT_EQ(sink.NextText(), std::string(kMaxSinkText, 'x'));
 }
@@ -232,8 +233,8 @@ TEST_F(LoggerSinkTest, LateSinkGetsWhatWasKeptInOrderAndThenWhatIsNew) {
 
 // How much the sink's own queue and the system take before the logger's queue fills varies.
 TEST_F(LoggerSinkTest, StalledSinkDoesNotHoldTheLoggerUp) {
-  AttachQuietly();
   Sink sink(kIpcEndpoint);
+  AttachQuietly();
   EXPECT_TRUE(Send("first"));
   EXPECT_EQ(sink.NextText(), "first");
   EXPECT_LT(FillQueue(), kMostMessages);

@@ -78,7 +78,10 @@ class LoggerTest : public testing::Test {
 
   ~LoggerTest() override { Logger::DeleteInstance(); }
 
-  int Call(const Level& level, const char* text) { return (mpLogger->*level.call)("%s", text); }
+  int Call(const Level& level, const char* text) {
+    Logger& logger = *mpLogger;
+    return (logger.*level.call)("%s", text);
+  }
 
   Logger* mpLogger = nullptr;
 };

@@ -195,14 +195,41 @@ TEST_F(AudioRoutingTest, ConnectorsAndOutputsOfASlotAreKeptApart) {
     EXPECT_EQ(mRouting.mAcorMap.count(key), 1U) << key.mConnectorType << " " << key.mOutputType;
 }
 
-TEST_F(AudioRoutingTest, LevelThatIsNoObjectFailsButTheRestIsRead) {
-  const std::string good = R"("2":{"BNC":{"SDI":{"Pairs":[)" + Pair("1", kChannel) + "]}}}}";
-  for (const char* bad : {"[]", R"({"BNC":1})", R"({"BNC":{"SDI":null}})",
-                          R"({"BNC":{"SDI":{"Pairs":{}}}})", R"({"BNC":{"SDI":{"Pairs":[[]]}}})"}) {
+TEST_F(AudioRoutingTest, LevelThatIsMalformedFailsButTheRestIsRead) {
+  const std::string pair = Pair("1", kChannel);
+  const std::string output = R"({"Pairs":[)" + pair + "]}";
+  const std::string connector = R"({"SDI":)" + output + "}";
+  const std::string slot = R"({"BNC":)" + connector + "}";
+  // Each has one bad member at one level before the good one.
+  const std::string cases[] = {
+      R"({"1":[],"2":)" + slot + "}",
+      R"({"2":{"XLR":1,"BNC":)" + connector + "}}",
+      R"({"2":{"BNC":{"AES":null,"SDI":)" + output + "}}}",
+      R"({"2":{"BNC":{"AES":{"Pairs":{}},"SDI":)" + output + "}}}",
+      R"({"2":{"BNC":{"SDI":{"Pairs":[[],)" + pair + "]}}}}",
+      R"({"2":{"BNC":{"SDI":{"Pairs":[{"Pair":3},)" + pair + "]}}}}",
+  };
+  for (const std::string& text : cases) {
     mRouting.mAcorMap.clear();
-    EXPECT_EQ(Parse(std::string("{\"1\":") + bad + "," + good), 0) << bad;
-    EXPECT_EQ(mRouting.mAcorMap.size(), 1U) << bad;
+    EXPECT_EQ(Parse(text), 0) << text;
+    ASSERT_EQ(mRouting.mAcorMap.size(), 1U) << text;
+    EXPECT_EQ(Entry(2, 1).miOutputTrimDb, -3) << text;
   }
+}
+
+TEST_F(AudioRoutingTest, EachSlotBeginsWithAClearedRecord) {
+  const std::string slot = R"({"BNC":{"SDI":{"Pairs":[)" + Pair("1", kChannel) + "]}}}";
+  EXPECT_EQ(Parse("{\"1\":" + slot + ",\"2\":{}}"), 1);
+  EXPECT_EQ(mRouting.mAcor.miSlot, 2);
+  EXPECT_EQ(mRouting.mAcor.miPair, -1);
+  EXPECT_EQ(mRouting.mAcor.miOutputTrimDb, 0);
+  EXPECT_EQ(mRouting.mAcor.mSpeakerType, AST_NONE);
+  EXPECT_THAT(mRouting.mAcor.mMeterSources, IsEmpty());
+}
+
+TEST_F(AudioRoutingTest, EachChannelBeginsWithoutMeterSources) {
+  EXPECT_EQ(ParsePair("1", std::string(kChannel) + ",[]"), 0);
+  EXPECT_THAT(mRouting.mAcor.mMeterSources, IsEmpty());
 }
 
 TEST_F(AudioRoutingTest, OutputWithoutPairsOrWithNoneSucceeds) {
@@ -313,6 +340,10 @@ TEST_F(AudioRoutingTest, ChannelBeyondIntFailsWithoutOverflow) {
   // 2 x 1073741824 - 1 is the highest int; the second channel of that pair is beyond it.
   EXPECT_EQ(ParsePair("1073741824", std::string(kChannel) + "," + kChannel), 0);
   EXPECT_THAT(Channels(), ElementsAre(kHighest));
+  // 2 x -1073741824 - 1 is one below the lowest int; the second channel of that pair is the lowest.
+  mRouting.mAcorMap.clear();
+  EXPECT_EQ(ParsePair("-1073741824", std::string(kChannel) + "," + kChannel), 0);
+  EXPECT_THAT(Channels(), ElementsAre(kLowest));
 }
 
 TEST_F(AudioRoutingTest, ClearingContentsKeepsTheKeys) {

@@ -192,6 +192,7 @@ TEST_F(EmsetTest, FlowsAreFoundByKind) {
 TEST_F(EmsetTest, UnknownFlowsAreNotFound) {
   EXPECT_EQ(mEmset.mFlows[0].mEmsetFlow, EmsetFlow_UNKNOWN);
   EXPECT_EQ(mEmset.GetPrimaryFlow(EmsetFlow_UNKNOWN), nullptr);
+  mEmset.mFlows[1].mEmsetFlow = EmsetFlow_MAX;
   EXPECT_EQ(mEmset.GetPrimaryFlow(EmsetFlow_MAX), nullptr);
   EXPECT_EQ(mEmset.GetPrimaryFlow(static_cast<EmsetFlow_e>(-1)), nullptr);
 }
@@ -206,6 +207,15 @@ TEST_F(EmsetTest, ReferenceIsReadAndPrinted) {
   EXPECT_EQ(mPrinted,
             "\n\t\tVideoLines: 1\n\t\tVideoPixels: 2\n\t\tuSecondUnits: 3"
             "\n\t\tOffsetMode: Lines\n");
+}
+
+TEST_F(EmsetTest, ReferenceThatIsNoObjectFails) {
+  cEmsetReference reference;
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(reference.ParseReference(Json("{}")), 1);
+  testing::internal::GetCapturedStdout();
+  for (const char* text : {"[]", "null", "1"})
+    EXPECT_EQ(reference.ParseReference(Json(text)), 0) << text;
 }
 
 TEST_F(EmsetTest, MistypedReferenceMembersLeaveTheirFields) {

@@ -42,7 +42,9 @@ TEST(MeterSetSizeTest, SetWithoutMetersIsEmpty) {
 TEST_F(MeterSetTest, ParsingOverwritesTheMetersInPlace) {
   const std::shared_ptr<cMeter> meter = mSet.GetMeter(0);
   EXPECT_EQ(Parse(R"({"1":{"VolumeDb":5}})"), 1);
+  mSet.mbIsDolbySource = true;
   mSet.ResetMeters();
+  EXPECT_FALSE(mSet.mbIsDolbySource);
   EXPECT_EQ(mSet.GetMeter(0), meter);
   EXPECT_EQ(meter->miVolumeDb, 0);
 }

@@ -156,6 +156,7 @@ TEST_F(MeterTest, InputTextsAreFoundByTheNamesTheyContain) {
       {"SDI None", SIT_NONE, SIT_NONE},
       {"AES Internal", SIT_NONE, SIT_NONE},
       {"SDI Internal", SIT_NONE, SIT_SDI},
+      {"Analog Internal", SIT_NONE, SIT_NONE},
       {"AES Analog", SIT_ANALOG, SIT_NONE},
       {"Dolby AES", SIT_AES, SIT_NONE},
       {"MADI AES", SIT_AES, SIT_NONE},
@@ -168,6 +169,7 @@ TEST_F(MeterTest, InputTextsAreFoundByTheNamesTheyContain) {
       {"SDI ASI", SIT_ASI, SIT_ASI},
       {"ASI VoIP.MPEG", SIT_TS_OVER_IP, SIT_TS_OVER_IP},
       {"TOSLINK SDI", SIT_SDI, SIT_SDI},
+      {"TOSLINK ST-2110", SIT_SDI, SIT_SDI},
   };
   for (const Case& row : cases) {
     EXPECT_EQ(cMeter::ConvertToSysInputTypeFromString(row.text, false), row.any) << row.text;

@@ -1,0 +1,97 @@
+#include "LiveLine.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "FiguresText.h"
+
+namespace {
+
+using louddesk::FinalText;
+using louddesk::HundredthsText;
+using louddesk::LiveLine;
+using louddesk::LiveText;
+using louddesk::TenthsText;
+using std::chrono::milliseconds;
+
+const LiveLine::Time kStart{};
+
+TEST(FiguresTextTest, CodesAreTenthsAndHundredths) {
+  EXPECT_EQ("-23.0", TenthsText(-230));
+  EXPECT_EQ("-0.5", TenthsText(-5));
+  EXPECT_EQ("0.0", TenthsText(0));
+  EXPECT_EQ("9.9", TenthsText(99));
+  EXPECT_EQ("-1.02", HundredthsText(-102));
+  EXPECT_EQ("0.00", HundredthsText(0));
+  EXPECT_EQ("6.02", HundredthsText(602));
+}
+
+TEST(FiguresTextTest, NoReadingIsADash) {
+  EXPECT_EQ("-", TenthsText(-990));
+  EXPECT_EQ("-", HundredthsText(-9900));
+  // Neither code has the other's meaning.
+  EXPECT_EQ("-9.90", HundredthsText(-990));
+}
+
+TEST(FiguresTextTest, LiveTextFitsATerminalOfEightyColumns) {
+  // The widest of every figure, after a day.
+  const LoudnessData_t widest = {-701, -701, -701, -701, 801, -701, -9031, -9031};
+  EXPECT_LE(LiveText(86400, widest).size(), 79u) << LiveText(86400, widest);
+}
+
+TEST(FiguresTextTest, FinalTextHasEveryFigure) {
+  const LoudnessData_t data = {-101, -102, -103, -104, 105, -106, -107, -108};
+  EXPECT_EQ(
+      "Integrated loudness     -10.4 LKFS\n"
+      "Programme loudness      -10.6 LKFS\n"
+      "Loudness range           10.5 LU\n"
+      "Momentary               -10.2 LKFS\n"
+      "Maximum momentary       -10.1 LKFS\n"
+      "Short-term              -10.3 LKFS\n"
+      "True peak               -1.08 dBTP\n"
+      "Maximum true peak       -1.07 dBTP\n"
+      "Duration                 12.3 s\n",
+      FinalText(12.34, data));
+}
+
+TEST(LiveLineTest, TerminalLineIsRefreshedInPlace) {
+  std::ostringstream out;
+  LiveLine line(out, 80);
+  line.Show("longer", kStart);
+  line.Show("short", kStart + milliseconds(100));
+  line.Finish();
+  EXPECT_EQ("\rlonger\rshort \n", out.str());
+}
+
+TEST(LiveLineTest, TerminalLineNeverReachesTheLastColumn) {
+  std::ostringstream out;
+  LiveLine line(out, 6);
+  line.Show("123456789", kStart);
+  EXPECT_EQ("\r12345", out.str());
+}
+
+TEST(LiveLineTest, PipeGetsALineASecond) {
+  std::ostringstream out;
+  LiveLine line(out, std::nullopt);
+  for (int i = 0; i <= 20; ++i)
+    line.Show(std::to_string(i), kStart + i * milliseconds(100));
+  line.Finish();
+  EXPECT_EQ("0\n10\n20\n", out.str());
+}
+
+TEST(LiveLineTest, PipeLineIsNotDelayedByJitter) {
+  std::ostringstream out;
+  LiveLine line(out, std::nullopt);
+  line.Show("first", kStart);
+  line.Show("second", kStart + milliseconds(990));
+  EXPECT_EQ("first\nsecond\n", out.str());
+}
+
+TEST(LiveLineTest, NothingShownLeavesNothingToFinish) {
+  std::ostringstream out;
+  LiveLine(out, 80).Finish();
+  EXPECT_EQ("", out.str());
+}
+
+}  // namespace

@@ -1,0 +1,29 @@
+// The example messages of Tests/Golden, frame by frame; that folder's README says how they are
+// written.
+
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+namespace golden {
+
+/// A message, one byte string a frame.
+using Frames = std::vector<std::string>;
+
+/// Reads a message as it is written in a file. Variable parts stay as they are. False, leaving
+/// `frames` alone, when a line is no frame or when there is no frame at all.
+bool ParseMessage(const std::string& text, Frames& frames);
+
+/// The message of a file. One that is missing or malformed fails the test and has no frames.
+Frames ReadMessage(const std::string& name);
+
+/// Whether `actual` is the example frame, with a number in place of each variable part.
+bool IsFrame(const std::string& example, const std::string& actual);
+
+/// Matches the frames of the message in a file.
+testing::Matcher<const Frames&> IsMessage(const std::string& name);
+
+}  // namespace golden

@@ -1,0 +1,25 @@
+// The service's published figures in engineering units, for people. Stateless.
+
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "LoudnessData.h"
+
+namespace louddesk {
+
+/// A loudness or loudness range in tenths, "-" for -990: no reading.
+std::string TenthsText(std::int16_t code);
+
+/// A true peak in hundredths, "-" for -9900: no signal.
+std::string HundredthsText(std::int16_t code);
+
+/// What changes all the time, on one line of at most 79 characters. `seconds` is the position in
+/// what is played.
+std::string LiveText(double seconds, const LoudnessData_t& data);
+
+/// All figures, one a line, names and units of `LoudDesk measure`. Ends with a line feed.
+std::string FinalText(double seconds, const LoudnessData_t& data);
+
+}  // namespace louddesk

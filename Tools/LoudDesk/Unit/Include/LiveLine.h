@@ -1,0 +1,39 @@
+// Figures as they come: one refreshed line on a terminal, a line about once a second into a pipe.
+
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <ostream>
+#include <string>
+
+namespace louddesk {
+
+/// Columns of the terminal; nothing: no terminal.
+using TerminalColumns = std::optional<std::size_t>;
+
+class LiveLine {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+
+  /// Needs nothing of a terminal but the carriage return.
+  LiveLine(std::ostream& out, TerminalColumns columns);
+
+  /// Shows `text`, cut to the terminal's width. Without a terminal only when the last line was
+  /// shown at least a second before `now`.
+  void Show(const std::string& text, Time now);
+
+  /// Ends the line on a terminal, so that other output can follow.
+  void Finish();
+
+ private:
+  void Refresh(const std::string& text);
+
+  std::ostream& mOut;
+  TerminalColumns mColumns;
+  std::size_t mShown = 0;     // characters on the terminal's line
+  std::optional<Time> mLast;  // when a line was last written into a pipe
+};
+
+}  // namespace louddesk

@@ -1,0 +1,200 @@
+// Signals through front end and meter, block by block, and the readings that each expectation
+// counts.
+
+#include "Compliance.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <numeric>
+
+#include "BlockMeter.h"
+
+namespace louddesk {
+namespace {
+
+// Differences of decimal figures are off by a rounding error.
+constexpr double kRounding = 1e-6;
+
+// Power of a sine of 0 dBFS before any weighting.
+constexpr double kSineMeanSquare = 0.5;
+
+std::optional<double> Pluck(const MeterReadings& readings, Quantity quantity) {
+  switch (quantity) {
+    case Quantity::kMomentary:
+      return readings.momentary;
+    case Quantity::kShortTerm:
+      return readings.shortTerm;
+    case Quantity::kIntegrated:
+      return readings.integrated;
+    case Quantity::kLra:
+      return readings.lra;
+    case Quantity::kMaxMomentary:
+      return readings.maxMomentary;
+    case Quantity::kMaxTruePeak:
+      return readings.maxTruePeak;
+    case Quantity::kWeightingGain:
+      break;
+  }
+  return std::nullopt;
+}
+
+// The last second of what the front end says of the first channel.
+class GainGauge {
+ public:
+  void Add(std::uint64_t power) { mPowers[mBlocks++ % kBlocksPerSecond] = power; }
+
+  double GainDb() const {
+    const double mean = std::accumulate(mPowers.begin(), mPowers.end(), 0.0) / kBlocksPerSecond;
+    return 10.0 * std::log10(mean / static_cast<double>(BlockPower(kSineMeanSquare, 1)));
+  }
+
+ private:
+  std::array<std::uint64_t, kBlocksPerSecond> mPowers{};
+  std::size_t mBlocks = 0;
+};
+
+// What one expectation has seen of a measurement.
+class Observation {
+ public:
+  explicit Observation(const Expectation& expectation) : mExpectation(expectation) {}
+
+  bool Needs(int block) const {
+    switch (mExpectation.pick) {
+      case Pick::kLast:
+        return block == mExpectation.lastBlock;
+      case Pick::kChange:
+        return block == mExpectation.firstBlock || block == mExpectation.lastBlock;
+      case Pick::kLowest:
+      case Pick::kHighest:
+        break;
+    }
+    return block >= mExpectation.firstBlock && block <= mExpectation.lastBlock;
+  }
+
+  void Add(const std::optional<double>& reading) {
+    if (!reading)
+      return;
+    mFirst = mFirst.value_or(*reading);
+    mLast = *reading;
+    mLowest = std::min(mLowest.value_or(*reading), *reading);
+    mHighest = std::max(mHighest.value_or(*reading), *reading);
+  }
+
+  std::optional<double> Result() const {
+    switch (mExpectation.pick) {
+      case Pick::kLowest:
+        return mLowest;
+      case Pick::kHighest:
+        return mHighest;
+      case Pick::kChange:
+        return mFirst ? std::optional<double>(*mLast - *mFirst) : std::nullopt;
+      case Pick::kLast:
+        break;
+    }
+    return mLast;
+  }
+
+  const Expectation& Expected() const { return mExpectation; }
+
+ private:
+  Expectation mExpectation;
+  std::optional<double> mFirst;
+  std::optional<double> mLast;
+  std::optional<double> mLowest;
+  std::optional<double> mHighest;
+};
+
+// One measurement from empty.
+class Measurement {
+ public:
+  Measurement(const ComplianceRun& run, int sampleRate, MeterUnderTest& meter)
+      : mSource(MakeSource(run.signal, run.sampleRate > 0 ? run.sampleRate : sampleRate)),
+        mFrontEnd(mSource->Channels(), mSource->SampleRate()),
+        mMeter(meter),
+        mObservations(run.expectations.begin(), run.expectations.end()) {
+    mMeter.Start(mSource->Speakers(), SubjectOf(run));
+  }
+
+  void Perform() {
+    std::vector<double> samples(mFrontEnd.MaxFramesInBlock() * mSource->Channels());
+    BlockReading block;
+    for (int blocks = 1; ReadBlock(samples) && !mFrontEnd.Measure(samples.data(), block);
+         ++blocks) {
+      mGauge.Add(block.powers.front());
+      mMeter.Feed(block);
+      Observe(blocks);
+    }
+  }
+
+  const std::vector<Observation>& Observations() const { return mObservations; }
+
+ private:
+  static Subject SubjectOf(const ComplianceRun& run) {
+    return run.expectations.front().quantity == Quantity::kMaxTruePeak ? Subject::kTruePeak
+                                                                       : Subject::kLoudness;
+  }
+
+  bool ReadBlock(std::vector<double>& samples) {
+    const std::size_t frames = mFrontEnd.FramesInNextBlock();
+    return mSource->Read(samples.data(), frames) == frames;
+  }
+
+  // The meter is asked only when somebody wants to know, and once for all: an answer may take the
+  // time of a message.
+  void Observe(int blocks) {
+    std::optional<MeterReadings> readings;
+    for (Observation& observation : mObservations) {
+      if (!observation.Needs(blocks))
+        continue;
+      const Quantity quantity = observation.Expected().quantity;
+      if (quantity == Quantity::kWeightingGain) {
+        observation.Add(mGauge.GainDb());
+        continue;
+      }
+      if (!readings)
+        readings = mMeter.Read();
+      observation.Add(Pluck(*readings, quantity));
+    }
+  }
+
+  std::unique_ptr<SampleSource> mSource;
+  BlockMeter mFrontEnd;
+  MeterUnderTest& mMeter;
+  GainGauge mGauge;
+  std::vector<Observation> mObservations;
+};
+
+bool IsWithin(double measured, double expected, const Tolerance& tolerance) {
+  return measured >= expected - tolerance.below - kRounding &&
+         measured <= expected + tolerance.above + kRounding;
+}
+
+}  // namespace
+
+std::vector<ComplianceRow> RunCase(const ComplianceCase& complianceCase, int sampleRate,
+                                   MeterUnderTest& meter) {
+  std::vector<ComplianceRow> rows;
+  for (const ComplianceRun& run : complianceCase.runs) {
+    Measurement measurement(run, sampleRate, meter);
+    measurement.Perform();
+    for (const Observation& observation : measurement.Observations())
+      rows.push_back({complianceCase.id, complianceCase.signal, observation.Expected(),
+                      observation.Result(), Judge(observation.Expected(), observation.Result())});
+  }
+  if (rows.empty())
+    rows.push_back(
+        {complianceCase.id, complianceCase.signal, std::nullopt, std::nullopt, Verdict::kNotRun});
+  return rows;
+}
+
+Verdict Judge(const Expectation& expectation, const std::optional<double>& measured) {
+  if (!measured || !IsWithin(*measured, expectation.expected, expectation.tolerance))
+    return Verdict::kFail;
+  return IsWithin(expectation.expected, expectation.standard, expectation.tolerance)
+             ? Verdict::kPass
+             : Verdict::kGrid;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,331 @@
+// The tables of the standards. Sines are of 1 kHz, on Left and Right and in phase, and levels are
+// peak levels in dBFS of each channel, unless a case says otherwise.
+
+#include "ComplianceCases.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include "BlockGrid.h"
+
+namespace louddesk {
+namespace {
+
+using Steps = std::vector<SignalStep>;
+using Expectations = std::vector<Expectation>;
+
+constexpr Tolerance kLoudnessTolerance = {0.1, 0.1};  // Tech 3341, LU
+constexpr Tolerance kTruePeakTolerance = {0.4, 0.2};  // Tech 3341, dB
+constexpr Tolerance kLraTolerance = {1.0, 1.0};       // Tech 3342, LU
+
+// The loudness range is published in steps of 0.1 LU.
+constexpr Tolerance kSameLraTolerance = {0.1, 0.1};
+
+constexpr int kOffsets = 20;  // of the cases 10, 11, 13 and 14
+constexpr char kRecording[] = "recording, not redistributable";
+
+const SpeakerLayout kStereo = {"Left", "Right"};
+
+template <typename... Arguments>
+std::string Format(const char* format, Arguments... arguments) {
+  char text[128];
+  std::snprintf(text, sizeof text, format, arguments...);
+  return text;
+}
+
+int Blocks(double seconds) {
+  return static_cast<int>(std::lround(seconds * 10.0));
+}
+
+double Seconds(const Steps& steps) {
+  double seconds = 0.0;
+  for (const SignalStep& step : steps)
+    seconds += step.seconds;
+  return seconds;
+}
+
+// "-36 dBFS 10 s, -23 dBFS 60 s".
+std::string InWords(const Steps& steps) {
+  std::string words;
+  for (const SignalStep& step : steps)
+    words += Format("%s%g dBFS %g s", words.empty() ? "" : ", ", step.levels.front(), step.seconds);
+  return words;
+}
+
+Expectation AtTheEnd(Quantity quantity, double seconds, double level, Tolerance tolerance) {
+  const int end = Blocks(seconds);
+  return {quantity, "", Pick::kLast, end, end, level, level, tolerance};
+}
+
+// The extremes of a reading that has to be constant from some time on.
+Expectations Constant(Quantity quantity, double from, double to, double level) {
+  const auto extreme = [&](const char* name, Pick pick) {
+    return Expectation{quantity,   Format("%s from %g s", name, from),
+                       pick,       Blocks(from),
+                       Blocks(to), level,
+                       level,      kLoudnessTolerance};
+  };
+  return {extreme("lowest", Pick::kLowest), extreme("highest", Pick::kHighest)};
+}
+
+ComplianceCase Recording(const char* id) {
+  return {id, kRecording, {}};
+}
+
+// ITU-R BS.1770: the weighting, and the reading by which its offset of -0.691 is chosen.
+
+ComplianceRun GainRun(double hertz, int sampleRate, double gainDb, double tolerance) {
+  constexpr double kSettlingAndMeasured = 3.0;  // s
+  StepSignal sine = {{"Left"}, {{kSettlingAndMeasured, {0.0}}}, Carrier::kSine, {hertz}};
+  Expectation gain = AtTheEnd(Quantity::kWeightingGain, kSettlingAndMeasured, gainDb,
+                              {tolerance, tolerance});
+  gain.detail = Format("%g Hz at %g kHz", hertz, sampleRate / 1000.0);
+  return {sine, {gain}, sampleRate};
+}
+
+// Tolerances are half of the last digit to which the gains are known.
+ComplianceCase WeightingGains() {
+  return {"1770-gain",
+          "sine of 0 dBFS, front end alone",
+          {GainRun(25.0, 48000, -10.39, 0.005), GainRun(100.0, 48000, -1.13, 0.005),
+           GainRun(997.0, 48000, 0.6910, 0.00005), GainRun(2000.0, 48000, 3.07, 0.005),
+           GainRun(10000.0, 48000, 4.04, 0.005), GainRun(997.0, 44100, 0.6938, 0.00005),
+           GainRun(997.0, 96000, 0.6737, 0.00005)}};
+}
+
+ComplianceCase FullScaleLevels() {
+  constexpr double kLength = 5.0;  // s
+  ComplianceCase levels = {"1770-level", "997 Hz, 0 dBFS, on Left alone", {}};
+  for (const int sampleRate :
+       {8000, 11025, 16000, 22050, 32000, 44100, 48000, 88200, 96000, 176400, 192000}) {
+    // A mean square of 1/2: 10 log10(1/2) = -3.01.
+    Expectation level = AtTheEnd(Quantity::kIntegrated, kLength, -3.01, kLoudnessTolerance);
+    level.detail = Format("at %g kHz", sampleRate / 1000.0);
+    levels.runs.push_back(
+        {StepSignal{{"Left"}, {{kLength, {0.0}}}, Carrier::kSine, {997.0}}, {level}, sampleRate});
+  }
+  return levels;
+}
+
+// EBU Tech 3341.
+
+ComplianceCase SteadyLevel(const char* id, double level) {
+  constexpr double kLength = 20.0;  // s
+  const Steps steps = {{kLength, {level}}};
+  Expectations expectations;
+  for (const Quantity quantity :
+       {Quantity::kMomentary, Quantity::kShortTerm, Quantity::kIntegrated})
+    expectations.push_back(AtTheEnd(quantity, kLength, level, kLoudnessTolerance));
+  return {id, InWords(steps), {{StepSignal{kStereo, steps}, expectations}}};
+}
+
+ComplianceCase GatedLevel(const char* id, const Steps& steps) {
+  return {id,
+          InWords(steps),
+          {{StepSignal{kStereo, steps},
+            {AtTheEnd(Quantity::kIntegrated, Seconds(steps), -23.0, kLoudnessTolerance)}}}};
+}
+
+ComplianceCase Surround() {
+  const Steps steps = {{20.0, {-28.0, -28.0, -24.0, -30.0, -30.0}}};
+  return {"3341-6",
+          "5.0, 20 s: L, R -28 dBFS; C -24; Ls, Rs -30",
+          {{StepSignal{{"Left", "Right", "Center", "LeftSurround", "RightSurround"}, steps},
+            {AtTheEnd(Quantity::kIntegrated, Seconds(steps), -23.0, kLoudnessTolerance)}}}};
+}
+
+ComplianceCase AlternatingForShortTerm() {
+  const StepSignal signal =
+      Repeated({kStereo, {{1.34, {-20.0}}, {1.66, {-30.0}}}}, 5);
+  return {"3341-9",
+          "(-20 dBFS 1.34 s, -30 dBFS 1.66 s) x 5",
+          {{signal, Constant(Quantity::kShortTerm, 3.0, Seconds(signal.steps), -23.0)}}};
+}
+
+ComplianceCase AlternatingForMomentary() {
+  const StepSignal signal =
+      Repeated({kStereo, {{0.18, {-20.0}}, {0.22, {-30.0}}}}, 25);
+  return {"3341-12",
+          "(-20 dBFS 0.18 s, -30 dBFS 0.22 s) x 25",
+          {{signal, Constant(Quantity::kMomentary, 1.0, Seconds(signal.steps), -23.0)}}};
+}
+
+// Bursts at twenty offsets from the blocks: what they have in common.
+struct BurstFamily {
+  int stepMs;    // what an offset lies behind the one before it
+  int lengthMs;  // of the burst
+  Quantity quantity;
+  Pick pick;                           // of the readings since the beginning
+  double (*deviation)(const Burst&);  // of a meter that works in blocks
+};
+
+constexpr BurstFamily kShortTermBursts = {150, 3000, Quantity::kShortTerm, Pick::kHighest,
+                                          HighestShortTermDeviation};
+constexpr BurstFamily kMomentaryBursts = {20, 400, Quantity::kMaxMomentary, Pick::kLast,
+                                          HighestMomentaryDeviation};
+
+Expectation HighestOfBurst(const BurstFamily& family, int offset, int startMs, int lastBlock,
+                           double level) {
+  return {family.quantity,
+          Format("i = %d", offset),
+          family.pick,
+          family.pick == Pick::kLast ? lastBlock : 0,
+          lastBlock,
+          level,
+          level + family.deviation({startMs, family.lengthMs}),
+          kLoudnessTolerance};
+}
+
+// One measurement for each offset: silence, the burst, and a second of silence.
+ComplianceCase SeparateBursts(const char* id, const char* words, const BurstFamily& family) {
+  constexpr double kLevel = -23.0;
+  constexpr int kSilenceBehindMs = 1000;
+  ComplianceCase bursts = {id, words, {}};
+  for (int i = 0; i < kOffsets; ++i) {
+    const int startMs = i * family.stepMs;
+    const int lastBlock = (startMs + family.lengthMs + kSilenceBehindMs) / 100;
+    const Steps steps = {{startMs / 1000.0, {kSilenceDb}},
+                         {family.lengthMs / 1000.0, {kLevel}},
+                         {kSilenceBehindMs / 1000.0, {kSilenceDb}}};
+    bursts.runs.push_back({StepSignal{kStereo, steps},
+                           {HighestOfBurst(family, i, startMs, lastBlock, kLevel)}});
+  }
+  return bursts;
+}
+
+// One stream of bursts, each 1 dB louder than the one before it and later in a period of twice its
+// length.
+ComplianceCase RisingBursts(const char* id, const char* words, const BurstFamily& family) {
+  constexpr double kFirstLevel = -38.0;
+  StepSignal signal = {kStereo, {}};
+  Expectations expectations;
+  for (int i = 0; i < kOffsets; ++i) {
+    const int periodMs = 2 * family.lengthMs;
+    const int delayMs = i * family.stepMs;
+    signal.steps.push_back({delayMs / 1000.0, {kSilenceDb}});
+    signal.steps.push_back({family.lengthMs / 1000.0, {kFirstLevel + i}});
+    signal.steps.push_back({(family.lengthMs - delayMs) / 1000.0, {kSilenceDb}});
+    expectations.push_back(HighestOfBurst(family, i, i * periodMs + delayMs,
+                                          (i + 1) * periodMs / 100, kFirstLevel + i));
+  }
+  return {id, words, {{signal, expectations}}};
+}
+
+constexpr double kTruePeakLength = 1.0;  // s
+
+ComplianceCase TruePeakOfSine(const char* id, int shareOfRate, double amplitude,
+                              double phaseDegrees, double expected) {
+  StepSignal sine = {kStereo, {{kTruePeakLength, {20.0 * std::log10(amplitude)}}}};
+  sine.frequency = {1.0 / shareOfRate, Frequency::Unit::kShareOfNominalRate};
+  sine.phaseDegrees = phaseDegrees;
+  sine.fadeSeconds = 0.01;
+  return {id,
+          Format("fs/%d, amplitude %.2f, %g degrees", shareOfRate, amplitude, phaseDegrees),
+          {{sine,
+            {AtTheEnd(Quantity::kMaxTruePeak, kTruePeakLength, expected, kTruePeakTolerance)}}}};
+}
+
+ComplianceCase HiddenCrest(const char* id, int offset) {
+  return {id,
+          Format("fs/6 at 0.50 with a period of fs/4 at 1.00, offset %d", offset),
+          {{HiddenCrestSignal{offset},
+            {AtTheEnd(Quantity::kMaxTruePeak, kTruePeakLength, 0.0, kTruePeakTolerance)}}}};
+}
+
+// EBU Tech 3342.
+
+Steps RangeSteps(const std::vector<double>& levels) {
+  Steps steps;
+  for (const double level : levels)
+    steps.push_back({20.0, {level}});
+  return steps;
+}
+
+struct RangeSignal {
+  const char* id;
+  std::vector<double> levels;  // 20 s each
+  double range;                // LU
+};
+
+const std::vector<RangeSignal>& RangeSignals() {
+  static const std::vector<RangeSignal> signals = {
+      {"3342-1", {-20.0, -30.0}, 10.0},
+      {"3342-2", {-20.0, -15.0}, 5.0},
+      {"3342-3", {-40.0, -20.0}, 20.0},
+      {"3342-4", {-50.0, -35.0, -20.0, -35.0, -50.0}, 15.0},
+  };
+  return signals;
+}
+
+ComplianceCase LoudnessRange(const RangeSignal& signal) {
+  const Steps steps = RangeSteps(signal.levels);
+  return {signal.id,
+          InWords(steps),
+          {{StepSignal{kStereo, steps},
+            {AtTheEnd(Quantity::kLra, Seconds(steps), signal.range, kLraTolerance)}}}};
+}
+
+ComplianceCase RepeatedLoudnessRanges() {
+  ComplianceCase repeated = {"3342-repeat", "cases 1 to 4, each twice in a row", {}};
+  for (const RangeSignal& signal : RangeSignals()) {
+    const StepSignal once = {kStereo, RangeSteps(signal.levels)};
+    const int blocks = Blocks(Seconds(once.steps));
+    repeated.runs.push_back({Repeated(once, 2),
+                             {{Quantity::kLra, std::string("change, ") + signal.id, Pick::kChange,
+                               blocks, 2 * blocks, 0.0, 0.0, kSameLraTolerance}}});
+  }
+  return repeated;
+}
+
+std::vector<ComplianceCase> MakeCases() {
+  std::vector<ComplianceCase> cases = {
+      WeightingGains(),
+      FullScaleLevels(),
+      SteadyLevel("3341-1", -23.0),
+      SteadyLevel("3341-2", -33.0),
+      GatedLevel("3341-3", {{10.0, {-36.0}}, {60.0, {-23.0}}, {10.0, {-36.0}}}),
+      GatedLevel("3341-4",
+                 {{10.0, {-72.0}}, {10.0, {-36.0}}, {60.0, {-23.0}}, {10.0, {-36.0}}, {10.0, {-72.0}}}),
+      GatedLevel("3341-5", {{20.0, {-26.0}}, {20.1, {-20.0}}, {20.0, {-26.0}}}),
+      Surround(),
+      Recording("3341-7"),
+      Recording("3341-8"),
+      AlternatingForShortTerm(),
+      SeparateBursts("3341-10", "i x 0.15 s silence, -23 dBFS 3 s, 1 s silence", kShortTermBursts),
+      RisingBursts("3341-11", "i x 0.15 s silence, (-38 + i) dBFS 3 s, (3 - i x 0.15) s silence",
+                   kShortTermBursts),
+      AlternatingForMomentary(),
+      SeparateBursts("3341-13", "i x 20 ms silence, -23 dBFS 400 ms, 1 s silence",
+                     kMomentaryBursts),
+      RisingBursts("3341-14", "i x 20 ms silence, (-38 + i) dBFS 400 ms, (400 - i x 20) ms silence",
+                   kMomentaryBursts),
+      TruePeakOfSine("3341-15", 4, 0.50, 0.0, -6.0),
+      TruePeakOfSine("3341-16", 4, 0.50, 45.0, -6.0),
+      TruePeakOfSine("3341-17", 6, 0.50, 60.0, -6.0),
+      TruePeakOfSine("3341-18", 8, 0.50, 67.5, -6.0),
+      TruePeakOfSine("3341-19", 4, 1.41, 45.0, 3.0),
+      HiddenCrest("3341-20", 0),
+      HiddenCrest("3341-21", 1),
+      HiddenCrest("3341-22", 2),
+      HiddenCrest("3341-23", 3),
+  };
+  for (const RangeSignal& signal : RangeSignals())
+    cases.push_back(LoudnessRange(signal));
+  cases.push_back(Recording("3342-5"));
+  cases.push_back(Recording("3342-6"));
+  cases.push_back(RepeatedLoudnessRanges());
+  return cases;
+}
+
+}  // namespace
+
+const std::vector<ComplianceCase>& ComplianceCases() {
+  static const std::vector<ComplianceCase> cases = MakeCases();
+  return cases;
+}
+
+bool IsMeantBy(const ComplianceCase& complianceCase, const std::string& wanted) {
+  return complianceCase.id == wanted || complianceCase.id.rfind(wanted + "-", 0) == 0;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,37 @@
+// Where generated samples come from: a stream that is read like an audio file. One reader per
+// source.
+
+#pragma once
+
+#include <cstddef>
+#include <utility>
+
+#include "SpeakerLayout.h"
+
+namespace louddesk {
+
+class SampleSource {
+ public:
+  virtual ~SampleSource() = default;
+  SampleSource(const SampleSource&) = delete;
+  SampleSource& operator=(const SampleSource&) = delete;
+
+  /// The loudspeaker that each channel feeds; 1 to 32.
+  const SpeakerLayout& Speakers() const { return mSpeakers; }
+  std::size_t Channels() const { return mSpeakers.size(); }
+  int SampleRate() const { return mSampleRate; }  // Hz, 8000 ... 192000
+
+  /// Reads up to `frames` interleaved frames, full scale 1.0, and returns how many there were:
+  /// fewer only at the end.
+  virtual std::size_t Read(double* samples, std::size_t frames) = 0;
+
+ protected:
+  SampleSource(SpeakerLayout speakers, int sampleRate)
+      : mSpeakers(std::move(speakers)), mSampleRate(sampleRate) {}
+
+ private:
+  SpeakerLayout mSpeakers;
+  int mSampleRate;
+};
+
+}  // namespace louddesk
