@@ -12,9 +12,9 @@ namespace {
 constexpr float kBinWidthSingle = 0.02F;  // LU, for coding a loudness
 constexpr double kBinWidth = 0.02;        // LU, for everything read back
 
-// Power to loudness. The first term is the level of the power that the DSP stage delivers for a
-// mean square of 1.0; the second takes the place of the -0.691 of ITU-R BS.1770-3, Annex 1, which
-// takes back the gain of the K-weighting at 1 kHz.
+// Power to loudness. Together the two terms are the level of the power that stands for 0 LKFS in
+// the DSP stage's scale; the -0.691 of ITU-R BS.1770-3, Annex 1, which takes back the gain of the
+// K-weighting at 1 kHz, is contained in them.
 constexpr double kPowerScaleDb = 152.6905962;
 constexpr double kWeightingOffsetDb = 0.6974;
 

@@ -9,10 +9,14 @@ cJsonParser* gpFetchedDispatcher = nullptr;
 
 }  // namespace
 
-void SetDispatcherFetch(DispatcherFetch_t fetch) { gDispatcherFetch = fetch; }
+void SetDispatcherFetch(DispatcherFetch_t fetch) {
+  gDispatcherFetch = fetch;
+}
 
 void FetchDispatcher() {
   gpFetchedDispatcher = gDispatcherFetch != nullptr ? gDispatcherFetch() : nullptr;
 }
 
-cJsonParser* FetchedDispatcher() { return gpFetchedDispatcher; }
+cJsonParser* FetchedDispatcher() {
+  return gpFetchedDispatcher;
+}

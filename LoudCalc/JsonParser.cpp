@@ -41,19 +41,6 @@ namespace {
 
 constexpr char kUnitName[] = "JsonParser";
 
-// Topics are compared over at most this many characters.
-constexpr std::size_t kTopicSize = 128;
-
-// Application commands that end the service.
-constexpr int kSoftwareUpgradeCommand = 100;
-constexpr int kRebootCommand = 9;
-
-using Topic_t = char[kTopicSize];
-
-void FormatTopic(Topic_t& topic, const char* prefix, std::uint32_t number) {
-  std::snprintf(topic, sizeof topic, "%s%d", prefix, static_cast<int>(number));
-}
-
 bool Contains(const char* topic, const char* text) {
   return std::strstr(topic, text) != nullptr;
 }
@@ -63,9 +50,9 @@ bool Equals(const char* topic, const char* text) {
 }
 
 bool IsTopicOf(const char* topic, const char* prefix, std::uint32_t number) {
-  Topic_t expected = {};
-  FormatTopic(expected, prefix, number);
-  return std::strncmp(topic, expected, kTopicSize) == 0;
+  NumberedTopic_t expected = {};
+  FormatNumberedTopic(expected, prefix, number);
+  return std::strncmp(topic, expected, sizeof expected) == 0;
 }
 
 // A payload for printing; messages may come without one.
@@ -191,7 +178,7 @@ int cJsonParser::HandleApplicationCommand(const char*, const char* payload) {
     LOUDCALC_LOG(Error, "\"Failed to parse application.\"");
     return 0;
   }
-  if (command != kSoftwareUpgradeCommand && command != kRebootCommand)
+  if (command != kAppCommandSwUpgrade && command != kAppCommandReboot)
     return 0;
   LOUDCALC_LOG(Warn, "\"Got app command %d. Exiting ...\"", command);
   return -1;
@@ -228,6 +215,7 @@ void cJsonParser::ApplyConfiguration(const char* payload) const {
   SetLraWinTime(mlLraWindow);
   SetIntegWinTime(mlLoudnessWindowTime);
   SetOriginFromFP4Conf(mbIsConfOriginFromFp);
+  // The last byte is never written, so that at most 1022 characters are kept.
   std::memset(gsLuConf, 0, sizeof gsLuConf);
   std::snprintf(gsLuConf, sizeof gsLuConf - 1,
                 "{\"ClusterId\":%u,\"MeterSet\":%u,\"UID\":%u,\"Conf\":%s}", mlClusterNo,
@@ -317,7 +305,7 @@ bool cJsonParser::ParseLoudnessRawData(zframe_t* peaks, zframe_t* powers, zframe
                  zframe_size(peaks), zframe_size(powers), zframe_size(spare));
     return true;
   }
-  // The engine is never given a plain 0; its lowest 16 bits are all that it takes of a peak.
+  // A sum or a peak of 0 counts as 1. Only the low 16 bits of a peak go on.
   LoudCalcUpdate(block.power != 0 ? block.power : 1,
                  static_cast<std::uint16_t>(block.peak != 0 ? block.peak : 1));
   return false;

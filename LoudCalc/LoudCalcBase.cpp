@@ -36,11 +36,6 @@ constexpr std::uint8_t kMaxShortTermSubSample = 59;
 constexpr float kNoTruePeakDbtp = -99.0F;
 constexpr double kFullScalePeakDb = 90.3087;  // 20 log10(32768), the level of a full-scale peak
 
-constexpr LoudnessData_t kNoReadings = {
-    kNoLoudnessCode, kNoLoudnessCode, kNoLoudnessCode, kNoLoudnessCode, 0,
-    kNoLoudnessCode, kNoTruePeakCode, kNoTruePeakCode,
-};
-
 }  // namespace
 
 ChanConfig_s ChanConfig;
@@ -56,8 +51,8 @@ std::uint64_t DspPowerSum = 0;
 std::array<std::uint64_t, kMomentaryBlocks> DspCircBuf{};
 std::uint8_t DspCircBufIndex = 0;
 LoudCalcResultsAll_s LoudCalcResultsAll;
-LoudnessData_t LuData = kNoReadings;
-LoudnessData_t LuPausedData = kNoReadings;
+LoudnessData_t LuData;
+LoudnessData_t LuPausedData;
 
 namespace {
 
@@ -94,7 +89,7 @@ void ResetResults() {
   const float program = LoudCalcResultsAll.Program;
   LoudCalcResultsAll = LoudCalcResultsAll_s{};
   LoudCalcResultsAll.Program = program;
-  LuData = kNoReadings;
+  LuData = LoudnessData_t{};
 }
 
 bool IsWarmingUp() {

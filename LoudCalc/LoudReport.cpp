@@ -27,7 +27,7 @@ constexpr char kConfigurationMessage[] = "HwmSetLoudnessConfiguration";
 constexpr std::uint64_t kInvalidSrcMessages = 10;
 constexpr std::uint64_t kInvalidSrcMarkedValid = 5;
 
-using Topic_t = char[128];
+using Topic_t = char[kMqTopicSize];
 
 std::uint32_t MeterSetNo() {
   return cLcReactor::mpReactor != nullptr ? cLcReactor::mlMeterSetNo : 1;
@@ -52,8 +52,7 @@ void PublishInvalidSource() {
   if (glInvalidSrcCount >= kInvalidSrcMessages)
     return;
   cJsonParser::mLastCmdExecuted = LU_CMD_NONE;
-  LoudnessData_t noReading{kNoLoudnessCode, kNoLoudnessCode, kNoLoudnessCode, kNoLoudnessCode, 0,
-                           kNoLoudnessCode, kNoTruePeakCode, kNoTruePeakCode};
+  LoudnessData_t noReading;
   Publish(noReading, glInvalidSrcCount < kInvalidSrcMarkedValid);
   ++glInvalidSrcCount;
 }

@@ -27,8 +27,8 @@ constexpr std::uint32_t kMaxCluster = 8;
 using AddressText_t = char[16];
 
 struct Options {
-  std::uint32_t slot = 1;      // 0: main board, 1: optical board
-  std::string interface;       // network interface; empty: not given
+  std::uint32_t slot = 1;  // 0: main board, 1: optical board
+  std::string interface = kDefaultInterface;
   std::uint32_t meterSet = 1;  // 0: none
   std::uint32_t cluster = 0;   // 1 to 8; 0: not given
 };
@@ -92,8 +92,6 @@ Options ReadOptions(int argc, char** argv) {
     std::fprintf(stderr, "Please provide valid cluster number, 1,2,...,or 8");
     std::exit(1);
   }
-  if (options.interface.empty())
-    options.interface = kDefaultInterface;
   return options;
 }
 

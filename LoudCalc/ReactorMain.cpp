@@ -33,7 +33,6 @@ constexpr std::size_t kSecondPeriodMs = 1000;
 constexpr std::size_t kLuDataPeriodMs = 100;
 constexpr unsigned kSecondsPerRepublication = 5;
 
-constexpr std::size_t kTopicSize = 128;
 constexpr std::size_t kEndpointSize = 2048;
 
 constexpr bool kText = false;
@@ -41,12 +40,6 @@ constexpr bool kBinary = true;
 
 // What the log macro asks for; every line of the wiring is written.
 constexpr MsgLevel_e mLogLevel = MsgLevel_Debug;
-
-using TopicRow_t = char[kTopicSize];
-
-void FormatNumbered(char* text, std::size_t size, const char* prefix, std::uint32_t number) {
-  std::snprintf(text, size, "%s%d", prefix, static_cast<int>(number));
-}
 
 void MakeIpcDirectory() {
   Logger* const mpLogger = gpLogger;
@@ -65,7 +58,7 @@ void StartHeartbeat(std::uint32_t meterSet) {
   if (meterSet == 0)
     std::snprintf(name, sizeof name, "%s", kHeartbeatProcessName);
   else
-    FormatNumbered(name, sizeof name, kHeartbeatProcessName, meterSet);
+    std::snprintf(name, sizeof name, "%s%d", kHeartbeatProcessName, static_cast<int>(meterSet));
   heartBeater->SetHeartBeatJson(name, kHeartbeatVersion, PS_PROCESSING);
   if (heartBeater->mbIsValidJson)
     heartBeater->ConnectMqOverTcp(MainBoardAddress());
@@ -87,9 +80,9 @@ void StartPublishers(std::int32_t slot, const char* address, std::uint32_t meter
 
 void addHbMonMq(cLcReactor& reactor) {
   LOUDCALC_PRINT(stdout, "\"addHbMonMq %s:%u\"", MainBoardAddress(), kHbMonPort);
-  TopicRow_t topics[2] = {};
-  std::snprintf(topics[0], kTopicSize, "%s", kSystemStatusTopic);
-  std::snprintf(topics[1], kTopicSize, "%s", kApplicationCommandTopic);
+  NumberedTopic_t topics[2] = {};
+  std::snprintf(topics[0], kMqTopicSize, "%s", kSystemStatusTopic);
+  std::snprintf(topics[1], kMqTopicSize, "%s", kApplicationCommandTopic);
   const bool ret = reactor.AddMqSubsOverTcp(MainBoardAddress(), kHbMonPort, topics, 2, kText);
   LOUDCALC_ASSERT(ret == true, "ret == true");
   LOUDCALC_PRINT(stdout, "\"addHbMonMq %d\"", 1);
@@ -97,28 +90,28 @@ void addHbMonMq(cLcReactor& reactor) {
 
 // Connects the text socket to one more server of the unit, with its first topic.
 void ConnectServer(cLcReactor& reactor, const char* address, unsigned port, const char* topic) {
-  TopicRow_t topics[1] = {};
-  std::snprintf(topics[0], kTopicSize, "%s", topic);
+  NumberedTopic_t topics[1] = {};
+  std::snprintf(topics[0], kMqTopicSize, "%s", topic);
   const bool ret = reactor.AddMqSubsOverTcp(address, port, topics, 1, kText);
   LOUDCALC_ASSERT(ret == true, "ret == true");
 }
 
 // The hardware manager runs on the main board whatever slot this process is in.
-void addHwmAtSlot(cLcReactor& reactor) {
+void addHwmAtSlot(cLcReactor& reactor, std::int32_t /*slot*/) {
   ConnectServer(reactor, MainBoardAddress(), kHwmPort, kHwmStatusTopic);
 }
 
 void addHwmMbForLuDspDataMq(cLcReactor& reactor, std::uint32_t meterSet) {
   LOUDCALC_PRINT(stdout, "\"addHwmMbForLuDspDataMq %d\"", static_cast<int>(meterSet));
   char endpoint[kEndpointSize] = {};
-  TopicRow_t topics[1] = {};
+  NumberedTopic_t topics[1] = {};
   if (meterSet == 0) {
     std::snprintf(endpoint, sizeof endpoint, "%s", kRawDataEndpoint);
-    std::snprintf(topics[0], kTopicSize, "%s", kRawDataTopic);
+    std::snprintf(topics[0], kMqTopicSize, "%s", kRawDataTopic);
   } else {
     std::snprintf(endpoint, sizeof endpoint, "%s%d.ipc", kRawDataEndpointPrefix,
                   static_cast<int>(meterSet));
-    FormatNumbered(topics[0], kTopicSize, kRawDataTopicPrefix, meterSet);
+    FormatNumberedTopic(topics[0], kRawDataTopicPrefix, meterSet);
     LOUDCALC_PRINT(stdout, "\"IPC :: %s\"", endpoint);
     LOUDCALC_PRINT(stdout, "\"Topic :: %s\"", topics[0]);
   }
@@ -129,8 +122,8 @@ void addHwmMbForLuDspDataMq(cLcReactor& reactor, std::uint32_t meterSet) {
 void SubscribeMeterSetTopics(cLcReactor& reactor, std::uint32_t meterSet) {
   Logger* const mpLogger = gpLogger;
   for (const char* prefix : {kPresetTopicPrefix, kConfigurationTopicPrefix, kCommandTopicPrefix}) {
-    TopicRow_t topic = {};
-    FormatNumbered(topic, sizeof topic, prefix, meterSet);
+    NumberedTopic_t topic = {};
+    FormatNumberedTopic(topic, prefix, meterSet);
     const int length = static_cast<int>(std::strlen(topic));
     if (!reactor.SubscribeTopic(topic, length, kText))
       LOUDCALC_LOG(Error, "\"Failed to subscribe Appserver MQ topic %s/%d\"", topic, length);
@@ -141,7 +134,7 @@ void addAppserverMq(cLcReactor& reactor, std::uint32_t meterSet) {
   LOUDCALC_PRINT(stdout, "\"addAppserverMq mainboard app server\"");
   ConnectServer(reactor, MainBoardAddress(), kAppserverPort, kAppLoudnessCommandTopic);
   LOUDCALC_PRINT(stdout, "\"addAppserverMq %d %d/%d\"", 1, static_cast<int>(meterSet), 1);
-  // Only the first meter set is driven by the application server of the main board.
+  // The services of further meter sets are left without these topics on purpose.
   if (meterSet <= 1)
     SubscribeMeterSetTopics(reactor, meterSet);
 }
@@ -151,9 +144,9 @@ void addQVAppserverMq(cLcReactor& reactor) {
   ConnectServer(reactor, OpticalBoardAddress(), kAppserverPort, kEnableReportingTopic);
 }
 
-void Subscribe(cLcReactor& reactor, std::uint32_t meterSet) {
+void Subscribe(cLcReactor& reactor, std::int32_t slot, std::uint32_t meterSet) {
   addHbMonMq(reactor);
-  addHwmAtSlot(reactor);
+  addHwmAtSlot(reactor, slot);
   addHwmMbForLuDspDataMq(reactor, meterSet);
   addAppserverMq(reactor, meterSet);
   addQVAppserverMq(reactor);
@@ -187,7 +180,7 @@ bool initReactorLoop(std::int32_t iSlot_in, const char* cpIp_in, std::uint32_t m
   LoudCalcInit();
   StartHeartbeat(meter_set);
   StartPublishers(iSlot_in, cpIp_in, meter_set, cluster_no);
-  Subscribe(*preactor, meter_set);
+  Subscribe(*preactor, iSlot_in, meter_set);
   AddTimers(*preactor);
   return true;
 }

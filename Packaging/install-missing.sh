@@ -6,7 +6,7 @@ set -euo pipefail
 build=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev libsndfile1-dev libcli11-dev)
 demo=(alsa-utils)
 check=(clang clang-format libgtest-dev libgmock-dev libbenchmark-dev
-       alsa-utils sound-theme-freedesktop ffmpeg libebur128-dev)
+       alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev)
 
 case "${1:-}" in
   build) wanted=("${build[@]}") ;;

@@ -20,9 +20,8 @@ constexpr float kNoLoudnessLkfs = -99.0F;
 /// The absolute gate of ITU-R BS.1770-3, Annex 1; also the lower edge of bin 1.
 constexpr float kAbsoluteGateLkfs = -70.0F;
 
-/// Loudness in LKFS of a block power in the DSP stage's integer scale: 10 log10(power) -
-/// 152.6905962
-/// - 0.6974, computed in double precision. `power` must not be 0.
+/// Loudness in LKFS of a block power in the DSP stage's integer scale, in double precision:
+/// 10 log10(power) - 152.6905962 - 0.6974. `power` must not be 0.
 float LoudnessOfPower(std::uint64_t power);
 
 /// Prints "LOUD C ERR: " and the formatted text on standard output, at once. For the few faults of

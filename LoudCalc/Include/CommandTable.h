@@ -6,7 +6,7 @@
 
 #include "LuEnumerations.h"
 
-// Changes of `gluCalcActions` that the dispatcher also makes without a command.
+/// A change of `gluCalcActions`.
 struct ActionChange {
   std::uint32_t clear;  // bits to clear first
   std::uint32_t set;    // bits to set then

@@ -1,4 +1,5 @@
-// The engine's one reach upward: how it comes by the dispatcher without knowing what a dispatcher is.
+// The engine's one reach upward: how it comes by the dispatcher without knowing what a dispatcher
+// is.
 
 #pragma once
 

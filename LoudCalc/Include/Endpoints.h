@@ -3,6 +3,19 @@
 
 #pragma once
 
+#include <cstdint>
+#include <cstdio>
+
+#include "MqReactor.h"
+
+/// A topic made of a prefix and a number, zero-terminated.
+using NumberedTopic_t = char[kMqTopicSize];
+
+/// Writes `prefix` and `number` as a signed decimal into `topic`, cut at 127 characters.
+inline void FormatNumberedTopic(NumberedTopic_t& topic, const char* prefix, std::uint32_t number) {
+  std::snprintf(topic, sizeof topic, "%s%d", prefix, static_cast<int>(number));
+}
+
 // Process monitor, TCP, main board.
 constexpr unsigned kHbMonPort = 10001;
 constexpr char kSystemStatusTopic[] = "HbSysStatusEvent";

@@ -15,9 +15,9 @@
 #include "ProbeMatrixConf.h"
 #include "RawLoudnessData.h"
 
-/// Weight of a loudspeaker position in the programme's power sum (ITU-R BS.1770, table of channel
-/// weightings; positions without a weighting of their own do not count). Indexed by
-/// `AudioSpeakerType_e`.
+/// Weight of a loudspeaker position in the programme's power sum, after the channel weightings of
+/// ITU-R BS.1770: back surrounds weigh as surrounds, a mono surround as a front speaker, all
+/// further positions do not count. Indexed by `AudioSpeakerType_e`.
 extern const float LoudnessSpeakerWeight[AST_SPEAKER_MAX];
 
 class cJsonParser : public cJsonParseSysStatus, public cLuSettingsParser {
@@ -30,8 +30,9 @@ class cJsonParser : public cJsonParseSysStatus, public cLuSettingsParser {
   static void DeleteInstance();
 
   /// Acts on a text message. `payload` may be null. Returns 0, or -1 to end the event loop: on an
-  /// application command to reboot or upgrade, without a topic or without an instance. A message
-  /// that is refused leaves the configuration, command and programme in force.
+  /// application command to reboot or upgrade, without a topic or without an instance. A refused
+  /// configuration leaves the settings in force, but not the mode that commands go by; a refused
+  /// command raises no action; a refused preset empties the programme.
   static int ParseMessage(const char* topic, const char* payload);
 
   /// Acts on a binary message that holds the frames after the topic; does not destroy it. Returns

@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "LuEnumerations.h"
@@ -11,9 +12,10 @@
 // Bits of `gluCalcActions`.
 constexpr std::uint32_t kActionStart = 0x001;  // acknowledge a start
 constexpr std::uint32_t kActionReset = 0x002;  // restart every measurement
-constexpr std::uint32_t kActionStop = 0x004;   // freeze the results; publishing ends with kRunning
-constexpr std::uint32_t kActionPause = 0x008;  // freeze the results, go on publishing them
-constexpr std::uint32_t kActionPlay = 0x010;   // publish live results again
+constexpr std::uint32_t kActionStop =
+    0x004;  // freeze the results; raised while kActionRunning is cleared
+constexpr std::uint32_t kActionPause = 0x008;    // freeze the results, go on publishing them
+constexpr std::uint32_t kActionPlay = 0x010;     // publish live results again
 constexpr std::uint32_t kActionRunning = 0x100;  // not pending: data goes out on every tick
 
 /// Size of `gsLuConf` in bytes, terminator included.

@@ -17,8 +17,8 @@ extern cPubHandler* gpLcPubs;
 /// stops when the publisher cannot be made.
 void PublishLoudnessInit();
 
-/// Publishes the loudness-data message (see PubHandler.h). The data socket must be bound. Returns
-/// 0.
+/// Publishes the loudness-data message (see PubHandler.h) and returns 0. The data socket must be
+/// bound.
 int PublishLoudnessData(LoudnessData_t& Lu_in, std::int16_t is_valid_src_in, std::int16_t cmd_in,
                         std::int16_t cluster_id);
 

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -25,14 +25,12 @@
 namespace {
 
 constexpr char kFence[] = "```";
-constexpr char kCode[] = "python";  // language of a fence that is no example
 
 /// A fenced block.
 struct Fence {
-  unsigned line;         // where it begins, from 1
-  std::string language;  // after the opening fence
-  std::string caption;   // the last line before it that is not empty
-  std::string content;   // with the line feed of its last line
+  unsigned line;        // where it begins, from 1
+  std::string caption;  // the last line before it that is not empty
+  std::string content;  // with the line feed of its last line
 };
 
 std::string ReadDocument() {
@@ -53,7 +51,7 @@ std::vector<Fence> FencesOf(const std::string& document) {
   for (std::string line; std::getline(stream, line);) {
     ++number;
     if (IsFence(line) && !isOpen)
-      fences.push_back({number, line.substr(3), caption, ""});
+      fences.push_back({number, caption, ""});
     else if (!IsFence(line) && isOpen)
       fences.back().content += line + "\n";
     else if (!line.empty())
@@ -72,12 +70,21 @@ std::set<std::string> ExampleFiles() {
   return names;
 }
 
-/// The example file that a caption names, for instance "`heartbeat.frames`:"; empty: none.
-std::string FileOf(const std::string& caption) {
-  for (const std::string& name : ExampleFiles())
-    if (caption.find("`" + name + "`") != std::string::npos)
-      return name;
-  return "";
+/// What a caption begins to speak of: the first text in backticks.
+std::string SubjectOf(const std::string& caption) {
+  const std::size_t begin = caption.find('`');
+  const std::size_t end = begin != std::string::npos ? caption.find('`', begin + 1) : begin;
+  return end != std::string::npos ? caption.substr(begin + 1, end - begin - 1) : "";
+}
+
+/// How a heading is linked to: in lower case, blanks as hyphens, without full stops.
+std::string AnchorOf(const std::string& heading) {
+  std::string anchor = "#";
+  for (const char c : heading.substr(heading.find(' ') + 1)) {
+    if (c != '.')
+      anchor += c == ' ' ? '-' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  }
+  return anchor;
 }
 
 /// A row of one of the document's tables, of its first cells.
@@ -110,11 +117,10 @@ class ProtocolDocumentTest : public testing::Test {
 };
 
 TEST_F(ProtocolDocumentTest, EveryFencedExampleIsTheFileThatItsCaptionNames) {
+  const std::set<std::string> files = ExampleFiles();
   for (const Fence& fence : FencesOf(mDocument)) {
-    if (fence.language == kCode)
-      continue;
-    const std::string file = FileOf(fence.caption);
-    ASSERT_NE("", file) << "line " << fence.line << " has no example file: " << fence.caption;
+    const std::string file = SubjectOf(fence.caption);
+    ASSERT_EQ(1u, files.count(file)) << "line " << fence.line << ": " << fence.caption;
     EXPECT_EQ(ReadGolden(file) + "\n", fence.content) << file << ", line " << fence.line;
   }
 }
@@ -122,9 +128,24 @@ TEST_F(ProtocolDocumentTest, EveryFencedExampleIsTheFileThatItsCaptionNames) {
 TEST_F(ProtocolDocumentTest, EveryExampleFileIsShown) {
   std::set<std::string> shown;
   for (const Fence& fence : FencesOf(mDocument))
-    shown.insert(FileOf(fence.caption));
-  for (const std::string& file : ExampleFiles())
-    EXPECT_EQ(1u, shown.count(file)) << file;
+    shown.insert(SubjectOf(fence.caption));
+  EXPECT_EQ(ExampleFiles(), shown);
+}
+
+TEST_F(ProtocolDocumentTest, EveryLinkHasItsHeading) {
+  std::set<std::string> anchors;
+  std::istringstream stream(mDocument);
+  for (std::string line; std::getline(stream, line);)
+    if (line.compare(0, 2, "##") == 0)
+      anchors.insert(AnchorOf(line));
+  unsigned links = 0;
+  for (std::size_t at = mDocument.find("](#"); at != std::string::npos;
+       at = mDocument.find("](#", at + 1)) {
+    ++links;
+    const std::string anchor = mDocument.substr(at + 2, mDocument.find(')', at) - at - 2);
+    EXPECT_EQ(1u, anchors.count(anchor)) << anchor;
+  }
+  EXPECT_GT(links, 0u);
 }
 
 TEST_F(ProtocolDocumentTest, EveryMessageFileHoldsAMessage) {

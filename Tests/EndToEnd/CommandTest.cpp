@@ -9,7 +9,6 @@ using louddesk::Peer;
 using Texts = std::vector<std::string>;
 
 constexpr char kTopic[] = "AppIOQVLoudnessCmd-1";
-constexpr char kUnit[] = "JsonParser";
 constexpr char kConfigurationAnswer[] = "Configuration";
 constexpr unsigned kUser = 21;
 
@@ -24,16 +23,29 @@ LuCmd_e CodeOf(const std::string& command) {
   return codes.at(command);
 }
 
-/// What the service writes about an accepted command.
-Texts Accepted(const std::string& json, const std::string& command, int code, unsigned timeStamp,
-               unsigned user, int mode) {
-  return {Printed(kUnit, std::string("\"") + kTopic + "\\n\\" + json + "\\n\""),
-          Printed(kUnit, std::string("\"") + kTopic + "\\n\\ parsed\\n\""),
-          "",
-          "\tLoudness command ",
-          "\t\tLuCmd: " + command + " : " + std::to_string(code),
-          "\t\tLuUID: " + std::to_string(user) + " , CmdTS" + std::to_string(timeStamp),
-          Printed(kUnit, "\"Mode " + std::to_string(mode) + ", 1\"")};
+/// What commands lead to.
+struct Outcome {
+  Texts changes;     // that the action machine tells, one a tick
+  Texts answers;     // acknowledged commands, or the configuration
+  const char* last;  // the last command as later messages tell it; null: there are none
+};
+
+const Outcome kStopped = {{"0x4 --> 0x0"}, {"Stop"}, nullptr};
+const Outcome kPaused = {{"0x108 --> 0x100"}, {"Pause"}, "Pause"};
+const Outcome kPlayed = {{"0x110 --> 0x100"}, {"Play"}, "Play"};
+const Outcome kStarted = {
+    {"0x103 --> 0x101", "0x101 --> 0x100"}, {"Reset", kConfigurationAnswer, "Start"}, "Start"};
+const Outcome kResetAndPaused = {
+    {"0x10A --> 0x108", "0x108 --> 0x100"}, {"Reset", "Pause"}, "Pause"};
+const Outcome kResetAndPlayed = {{"0x112 --> 0x110", "0x110 --> 0x100"}, {"Reset", "Play"}, "Play"};
+const Outcome kResetAndStopped = {{"0x6 --> 0x4", "0x4 --> 0x0"}, {"Reset", "Stop"}, nullptr};
+
+Outcome ResetAfter(const char* last) {
+  return {{"0x102 --> 0x100"}, {"Reset"}, last};
+}
+
+Outcome NothingAfter(const char* last) {
+  return {{}, {}, last};
 }
 
 /// A service of which commands are watched, measuring a steady level in one of the modes.
@@ -65,17 +77,31 @@ class CommandTest : public WatchedService {
     mUnit.SendText(Peer::kMainAppServer, kTopic, message.Json());
   }
 
-  /// Gives a command that was never given before and waits until it is carried out.
+  /// Gives a command while the measurement runs and waits until it is carried out.
   void CarryOut(const std::string& command) {
     static const std::map<std::string, Texts> changes = {
-        {"Stop", {"0x4 --> 0x0"}}, {"Pause", {"0x108 --> 0x100"}}, {"Play", {"0x110 --> 0x100"}}};
+        {"Stop", kStopped.changes}, {"Pause", kPaused.changes}, {"Play", kPlayed.changes}};
     Give(command);
     ExpectTransitions(changes.at(command));
     ExpectAcknowledged(command, mTimeStamp, kUser);
     mLast = command;
   }
 
-  /// Expects the answers: acknowledged commands, or the configuration.
+  /// Expects everything that the outcome says, and no more.
+  void ExpectOutcome(const Outcome& outcome) {
+    ExpectTransitions(outcome.changes);
+    ExpectAnswers(outcome.answers);
+    ExpectMessages(outcome);
+    ExpectNoTransition();
+    ExpectNoAnswer();
+  }
+
+  LoudnessConfiguration mConfiguration;
+  unsigned mTimeStamp = 100;    // of the last command
+  std::string mLast = "Start";  // the last command that was carried out
+  std::vector<int> mMeasured;   // the figures of the steady level
+
+ private:
   void ExpectAnswers(const Texts& answers) {
     for (const std::string& answer : answers) {
       if (answer == kConfigurationAnswer)
@@ -85,49 +111,54 @@ class CommandTest : public WatchedService {
     }
   }
 
-  MessageRun RunOf(const std::string& command, const std::vector<int>& figures) const {
+  // A reset tells no figures in one message of the command before it; what is told from then on has
+  // the last command.
+  void ExpectMessages(const Outcome& outcome) {
+    const bool withReset = !outcome.answers.empty() && outcome.answers.front() == "Reset";
+    const std::vector<int> figures = withReset ? kNoFigures : mMeasured;
+    std::vector<MessageRun> expected;
+    if (withReset)
+      expected.push_back(RunOf(mLast, kNoFigures));
+    if (outcome.last != nullptr && (!withReset || outcome.last != mLast))
+      expected.push_back(RunOf(outcome.last, figures));
+
+    std::vector<MessageRun> runs =
+        outcome.last != nullptr ? RunsUntil(RunOf(outcome.last, figures)) : RunsUntilSilence();
+    if (outcome.last != nullptr && !runs.empty())
+      runs.back().count = 1;  // it lasts for as long as anybody looks
+    DropFirst(runs, expected);
+    EXPECT_EQ(expected, runs);
+  }
+
+  // Drops what was told until the command was carried out, however long that took.
+  void DropFirst(std::vector<MessageRun>& runs, const std::vector<MessageRun>& expected) const {
+    const MessageRun before = RunOf(mLast, mMeasured);
+    const bool isExpected = !expected.empty() && IsSameKind(before, expected.front());
+    if (!isExpected && !runs.empty() && IsSameKind(before, runs.front()))
+      runs.erase(runs.begin());
+  }
+
+  static MessageRun RunOf(const std::string& command, const std::vector<int>& figures) {
     MessageRun run;
     run.command = CodeOf(command);
     run.figures = figures;
     return run;
   }
-
-  /// Expects the data messages that follow what changes the last command `mLast`, whose messages
-  /// may still come: with a reset one message without figures, then, unless the service is silent
-  /// from then on, messages of the last command `last`.
-  void ExpectMessages(bool withReset, const std::string& last, bool isSilent) {
-    const std::vector<int> after = withReset ? kNoFigures : mMeasured;
-    std::vector<MessageRun> runs = isSilent ? RunsUntilSilence() : RunsUntil(RunOf(last, after));
-    std::vector<MessageRun> expected;
-    if (withReset)
-      expected.push_back(RunOf(mLast, kNoFigures));
-    if (!isSilent && (expected.empty() || last != mLast))
-      expected.push_back(RunOf(last, after));
-    // Whatever came before the command was carried out, however long that took.
-    if (!runs.empty() && IsSameKind(runs.front(), RunOf(mLast, mMeasured)) &&
-        (expected.empty() || !IsSameKind(runs.front(), expected.front())))
-      runs.erase(runs.begin());
-    if (!isSilent && !runs.empty())
-      runs.back().count = 1;  // as long as the test cares to look
-    EXPECT_EQ(expected, runs);
-  }
-
-  LoudnessConfiguration mConfiguration;
-  unsigned mTimeStamp = 100;
-  std::string mLast = "Start";  // the last command that was carried out
-  std::vector<int> mMeasured;   // the figures of the steady level
 };
+
+template <typename Case>
+std::string NameOf(const testing::TestParamInfo<Case>& info) {
+  return info.param.name;
+}
 
 // ---- Every command in every state ----
 
 struct Row {
   const char* name;
   const char* mode;
-  Texts before;  // carried out one by one
+  Texts before;  // commands that are carried out first
   const char* command;
-  Texts changes;
-  Texts answers;
-  const char* last;  // as later messages tell; null: there are none
+  Outcome outcome;
 };
 
 void PrintTo(const Row& row, std::ostream* stream) {
@@ -142,81 +173,50 @@ TEST_P(CommandRowTest, IsCarriedOutAcknowledgedAndTold) {
   for (const std::string& command : row.before)
     CarryOut(command);
   mUnit.DropLoudnessData();
-
   Give(row.command);
   Hear();
-  ExpectTransitions(row.changes);
-  ExpectAnswers(row.answers);
-
-  const bool withReset = !row.answers.empty() && row.answers.front() == "Reset";
-  ExpectMessages(withReset, row.last != nullptr ? row.last : "", row.last == nullptr);
-  ExpectNoTransition();
-  ExpectNoAnswer();
-}
-
-const Texts kStopChange = {"0x4 --> 0x0"};
-const Texts kPauseChange = {"0x108 --> 0x100"};
-const Texts kPlayChange = {"0x110 --> 0x100"};
-const Texts kResetChange = {"0x102 --> 0x100"};
-const Texts kStartChanges = {"0x103 --> 0x101", "0x101 --> 0x100"};
-const Texts kResetPauseChanges = {"0x10A --> 0x108", "0x108 --> 0x100"};
-const Texts kResetStopChanges = {"0x6 --> 0x4", "0x4 --> 0x0"};
-const Texts kStartAnswers = {"Reset", kConfigurationAnswer, "Start"};
-
-template <typename Case>
-std::string NameOf(const testing::TestParamInfo<Case>& info) {
-  return info.param.name;
+  ExpectOutcome(row.outcome);
 }
 
 const Row kContinuousRows[] = {
-    {"StopWhileRunning", kContinuous, {}, "Stop", {}, {}, "Start"},
-    {"StopWhilePaused", kContinuous, {"Pause"}, "Stop", {}, {}, "Pause"},
-    {"PauseWhileRunning", kContinuous, {}, "Pause", kPauseChange, {"Pause"}, "Pause"},
-    {"PauseTwice", kContinuous, {"Pause"}, "Pause", kPauseChange, {"Pause"}, "Pause"},
-    {"PauseAfterPlay", kContinuous, {"Pause", "Play"}, "Pause", kPauseChange, {"Pause"}, "Pause"},
-    {"StartWhileRunning", kContinuous, {}, "Start", kStartChanges, kStartAnswers, "Start"},
-    {"StartWhilePaused", kContinuous, {"Pause"}, "Start", kStartChanges, kStartAnswers, "Start"},
-    {"PlayWhileRunning", kContinuous, {}, "Play", kPlayChange, {"Play"}, "Play"},
-    {"PlayWhilePaused", kContinuous, {"Pause"}, "Play", kPlayChange, {"Play"}, "Play"},
-    {"ResetWhileRunning", kContinuous, {}, "Reset", kResetChange, {"Reset"}, "Start"},
-    {"ResetAfterPlay", kContinuous, {"Play"}, "Reset", kResetChange, {"Reset"}, "Play"},
-    {"ResetWhilePaused",
-     kContinuous,
-     {"Pause"},
-     "Reset",
-     kResetPauseChanges,
-     {"Reset", "Pause"},
-     "Pause"},
-    {"PrintWhileRunning", kContinuous, {}, "Print", {}, {}, "Start"},
-    {"UnknownCommand", kContinuous, {}, "Wait", {}, {}, "Start"},
+    {"StopWhileRunning", kContinuous, {}, "Stop", NothingAfter("Start")},
+    {"StopWhilePaused", kContinuous, {"Pause"}, "Stop", NothingAfter("Pause")},
+    {"PauseWhileRunning", kContinuous, {}, "Pause", kPaused},
+    {"PauseTwice", kContinuous, {"Pause"}, "Pause", kPaused},
+    {"PauseAfterPlay", kContinuous, {"Pause", "Play"}, "Pause", kPaused},
+    {"StartWhileRunning", kContinuous, {}, "Start", kStarted},
+    {"StartWhilePaused", kContinuous, {"Pause"}, "Start", kStarted},
+    {"PlayWhileRunning", kContinuous, {}, "Play", kPlayed},
+    {"PlayWhilePaused", kContinuous, {"Pause"}, "Play", kPlayed},
+    {"PlayTwice", kContinuous, {"Play"}, "Play", kPlayed},
+    {"ResetWhileRunning", kContinuous, {}, "Reset", ResetAfter("Start")},
+    {"ResetAfterPlay", kContinuous, {"Play"}, "Reset", ResetAfter("Play")},
+    {"ResetWhilePaused", kContinuous, {"Pause"}, "Reset", kResetAndPaused},
+    {"PrintWhileRunning", kContinuous, {}, "Print", NothingAfter("Start")},
+    {"UnknownCommand", kContinuous, {}, "Wait", NothingAfter("Start")},
 };
 
 INSTANTIATE_TEST_SUITE_P(Continuous, CommandRowTest, testing::ValuesIn(kContinuousRows),
                          NameOf<Row>);
 
 const Row kManualRows[] = {
-    {"StopWhileRunning", kManual, {}, "Stop", kStopChange, {"Stop"}, nullptr},
-    {"StopWhilePaused", kManual, {"Pause"}, "Stop", kStopChange, {"Stop"}, nullptr},
-    {"StopAfterPlay", kManual, {"Play"}, "Stop", kStopChange, {"Stop"}, nullptr},
-    {"StopTwice", kManual, {"Stop"}, "Stop", kStopChange, {"Stop"}, nullptr},
-    {"PauseWhileRunning", kManual, {}, "Pause", kPauseChange, {"Pause"}, "Pause"},
-    {"PauseAfterStop", kManual, {"Stop"}, "Pause", kStopChange, {"Stop"}, nullptr},
-    {"StartWhileRunning", kManual, {}, "Start", kStartChanges, kStartAnswers, "Start"},
-    {"StartAfterStop", kManual, {"Stop"}, "Start", kStartChanges, kStartAnswers, "Start"},
-    {"RestartCountsAsStart", kManual, {"Stop"}, "Restart", kStartChanges, kStartAnswers, "Start"},
-    {"PlayWhilePaused", kManual, {"Pause"}, "Play", kPlayChange, {"Play"}, "Play"},
-    {"PlayAfterStop", kManual, {"Stop"}, "Play", kStartChanges, kStartAnswers, "Start"},
-    {"ResetWhileRunning", kManual, {}, "Reset", kResetChange, {"Reset"}, "Start"},
-    {"ResetAfterPlay", kManual, {"Play"}, "Reset", kResetChange, {"Reset"}, "Play"},
-    {"ResetAfterStop", kManual, {"Stop"}, "Reset", kResetStopChanges, {"Reset", "Stop"}, nullptr},
-    {"ResetWhilePaused",
-     kManual,
-     {"Pause"},
-     "Reset",
-     kResetStopChanges,
-     {"Reset", "Stop"},
-     nullptr},
-    {"PrintAfterStop", kManual, {"Stop"}, "Print", {}, {}, nullptr},
+    {"StopWhileRunning", kManual, {}, "Stop", kStopped},
+    {"StopWhilePaused", kManual, {"Pause"}, "Stop", kStopped},
+    {"StopAfterPlay", kManual, {"Play"}, "Stop", kStopped},
+    {"StopTwice", kManual, {"Stop"}, "Stop", kStopped},
+    {"PauseWhileRunning", kManual, {}, "Pause", kPaused},
+    {"PauseAfterStop", kManual, {"Stop"}, "Pause", kStopped},
+    {"StartWhileRunning", kManual, {}, "Start", kStarted},
+    {"StartAfterStop", kManual, {"Stop"}, "Start", kStarted},
+    {"RestartCountsAsStart", kManual, {"Stop"}, "Restart", kStarted},
+    {"PlayWhilePaused", kManual, {"Pause"}, "Play", kPlayed},
+    {"PlayAfterStop", kManual, {"Stop"}, "Play", kStarted},
+    {"ResetWhileRunning", kManual, {}, "Reset", ResetAfter("Start")},
+    {"ResetAfterPlay", kManual, {"Play"}, "Reset", ResetAfter("Play")},
+    {"ResetAfterStop", kManual, {"Stop"}, "Reset", kResetAndStopped},
+    {"ResetWhilePaused", kManual, {"Pause"}, "Reset", kResetAndStopped},
+    {"PrintAfterStop", kManual, {"Stop"}, "Print", NothingAfter(nullptr)},
+    {"UnknownCommandAfterStop", kManual, {"Stop"}, "Wait", NothingAfter(nullptr)},
 };
 
 INSTANTIATE_TEST_SUITE_P(Manual, CommandRowTest, testing::ValuesIn(kManualRows), NameOf<Row>);
@@ -226,167 +226,76 @@ INSTANTIATE_TEST_SUITE_P(Manual, CommandRowTest, testing::ValuesIn(kManualRows),
 struct WaitingRow {
   const char* name;
   const char* mode;
-  Texts before;           // carried out one by one
-  const char* laterMode;  // null: no configuration comes
-  Texts commands;         // come while reporting is off
-  Texts changes;
-  Texts answers;
-  const char* last;
+  Texts waiting;  // commands that come while reporting is off
+  Outcome outcome;
 };
 
 void PrintTo(const WaitingRow& row, std::ostream* stream) {
   *stream << row.name;
 }
 
-class WaitingCommandTest : public CommandTest, public testing::WithParamInterface<WaitingRow> {};
+class WaitingCommandTest : public CommandTest, public testing::WithParamInterface<WaitingRow> {
+ protected:
+  /// Switches reporting off while commands come, and on again.
+  void GiveWhileReportingIsOff(const Texts& commands, const char* newMode = nullptr) {
+    EnableReporting(false);
+    if (newMode != nullptr)
+      Configure(newMode);
+    for (const std::string& command : commands)
+      Give(command);
+    Hear();
+    RunsUntilSilence();
+    ExpectNoTransition();
+    ExpectNoAnswer();
+    EnableReporting();
+  }
+};
 
 TEST_P(WaitingCommandTest, AreCarriedOutWhenReportingIsOn) {
-  const WaitingRow& row = GetParam();
-  MeasureInMode(row.mode);
-  for (const std::string& command : row.before)
-    CarryOut(command);
-  EnableReporting(false);
-  if (row.laterMode != nullptr)
-    Configure(row.laterMode);
-  for (const std::string& command : row.commands)
-    Give(command);
-  Hear();
-  RunsUntilSilence();
-  ExpectNoTransition();
-  ExpectNoAnswer();
-
-  EnableReporting();
-  ExpectTransitions(row.changes);
-  ExpectAnswers(row.answers);
-  const bool withReset = !row.answers.empty() && row.answers.front() == "Reset";
-  ExpectMessages(withReset, row.last != nullptr ? row.last : "", row.last == nullptr);
-  ExpectNoTransition();
+  MeasureInMode(GetParam().mode);
+  GiveWhileReportingIsOff(GetParam().waiting);
+  ExpectOutcome(GetParam().outcome);
 }
 
+// A stop ends the run, and neither a pause nor a play before it is carried out brings it back.
 const WaitingRow kWaitingRows[] = {
-    {"PlayReplacesPause",
-     kContinuous,
-     {},
-     nullptr,
-     {"Pause", "Play"},
-     kPlayChange,
-     {"Play"},
-     "Play"},
-    {"PauseReplacesPlay",
-     kContinuous,
-     {},
-     nullptr,
-     {"Play", "Pause"},
-     kPauseChange,
-     {"Pause"},
-     "Pause"},
-    {"ResetComesBeforePause",
-     kContinuous,
-     {},
-     nullptr,
-     {"Pause", "Reset"},
-     kResetPauseChanges,
-     {"Reset", "Pause"},
-     "Pause"},
-    {"PauseReplacesTheStartButNotItsReset",
-     kContinuous,
-     {},
-     nullptr,
-     {"Start", "Pause"},
-     kResetPauseChanges,
-     {"Reset", "Pause"},
-     "Pause"},
-    {"PlayReplacesTheStartButNotItsReset",
-     kContinuous,
-     {},
-     nullptr,
-     {"Start", "Play"},
-     {"0x112 --> 0x110", "0x110 --> 0x100"},
-     {"Reset", "Play"},
-     "Play"},
-    {"StartReplacesEverything",
-     kContinuous,
-     {},
-     nullptr,
-     {"Pause", "Reset", "Play", "Start"},
-     kStartChanges,
-     kStartAnswers,
-     "Start"},
-    {"StopReplacesTheStartButNotItsReset",
-     kManual,
-     {},
-     nullptr,
-     {"Start", "Stop"},
-     kResetStopChanges,
-     {"Reset", "Stop"},
-     nullptr},
-    {"StartReplacesStop",
-     kManual,
-     {},
-     nullptr,
-     {"Stop", "Start"},
-     kStartChanges,
-     kStartAnswers,
-     "Start"},
-    {"ResetComesBeforeStop",
-     kManual,
-     {},
-     nullptr,
-     {"Stop", "Reset"},
-     kResetStopChanges,
-     {"Reset", "Stop"},
-     nullptr},
-    {"StopThatWaitsEndsTheRunAPauseDoesNotBringBack",
-     kManual,
-     {},
-     nullptr,
-     {"Stop", "Pause"},
-     {"0x8 --> 0x0"},
-     {"Pause"},
-     nullptr},
-    {"StopThatWaitsEndsTheRunAPlayDoesNotBringBack",
-     kManual,
-     {},
-     nullptr,
-     {"Stop", "Play"},
-     {"0x10 --> 0x0"},
-     {"Play"},
-     nullptr},
-    {"PauseAfterAStopInContinuousMode",
-     kManual,
-     {"Stop"},
-     kContinuous,
-     {"Pause"},
-     kResetPauseChanges,
-     {"Reset", "Pause"},
-     "Pause"},
-    {"ResetAfterAStopInContinuousMode",
-     kManual,
-     {"Stop"},
-     kContinuous,
-     {"Reset"},
-     kStartChanges,
-     kStartAnswers,
-     "Start"},
-    {"PlayAfterAStopInContinuousMode",
-     kManual,
-     {"Stop"},
-     kContinuous,
-     {"Play"},
-     kStartChanges,
-     kStartAnswers,
-     "Start"},
-    {"StopAfterAStopInContinuousMode",
-     kManual,
-     {"Stop"},
-     kContinuous,
-     {"Stop"},
-     kStartChanges,
-     kStartAnswers,
-     "Start"},
+    {"NothingWaits", kContinuous, {}, NothingAfter("Start")},
+    {"PlayReplacesPause", kContinuous, {"Pause", "Play"}, kPlayed},
+    {"PauseReplacesPlay", kContinuous, {"Play", "Pause"}, kPaused},
+    {"ResetComesBeforePause", kContinuous, {"Pause", "Reset"}, kResetAndPaused},
+    {"PauseReplacesStartButNotItsReset", kContinuous, {"Start", "Pause"}, kResetAndPaused},
+    {"PlayReplacesStartButNotItsReset", kContinuous, {"Start", "Play"}, kResetAndPlayed},
+    {"StartReplacesEverything", kContinuous, {"Pause", "Reset", "Play", "Start"}, kStarted},
+    {"StartReplacesStop", kManual, {"Stop", "Start"}, kStarted},
+    {"StopReplacesStartButNotItsReset", kManual, {"Start", "Stop"}, kResetAndStopped},
+    {"StopReplacesPause", kManual, {"Pause", "Stop"}, kStopped},
+    {"StopReplacesPlay", kManual, {"Play", "Stop"}, kStopped},
+    {"ResetComesBeforeStop", kManual, {"Stop", "Reset"}, kResetAndStopped},
+    {"PauseReplacesStop", kManual, {"Stop", "Pause"}, {{"0x8 --> 0x0"}, {"Pause"}, nullptr}},
+    {"PlayReplacesStop", kManual, {"Stop", "Play"}, {{"0x10 --> 0x0"}, {"Play"}, nullptr}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rows, WaitingCommandTest, testing::ValuesIn(kWaitingRows),
+                         NameOf<WaitingRow>);
+
+/// Commands in continuous mode when the last one that was carried out is a stop: they come before
+/// the start that every configuration brings about.
+class StoppedBeforeContinuousTest : public WaitingCommandTest {};
+
+TEST_P(StoppedBeforeContinuousTest, CommandIsCarriedOutAfterTheReset) {
+  MeasureInMode(kManual);
+  CarryOut("Stop");
+  GiveWhileReportingIsOff(GetParam().waiting, GetParam().mode);
+  ExpectOutcome(GetParam().outcome);
+}
+
+const WaitingRow kStoppedRows[] = {
+    {"Pause", kContinuous, {"Pause"}, kResetAndPaused}, {"Reset", kContinuous, {"Reset"}, kStarted},
+    {"Play", kContinuous, {"Play"}, kStarted},          {"Stop", kContinuous, {"Stop"}, kStarted},
+    {"Start", kContinuous, {"Start"}, kStarted},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, StoppedBeforeContinuousTest, testing::ValuesIn(kStoppedRows),
                          NameOf<WaitingRow>);
 
 // ---- What is frozen ----
@@ -398,7 +307,7 @@ TEST_F(CommandTest, PausedFiguresStayWhileTheMeasurementGoesOn) {
   EXPECT_EQ(mMeasured, SettledFigures());
   // A second pause freezes what has been measured meanwhile.
   Give("Pause");
-  ExpectTransitions(kPauseChange);
+  ExpectTransitions(kPaused.changes);
   // -10 LKFS a channel, weights 3 x 1 + 2 x 1.41: 10 log10 5.82 = 7.65 above it.
   EXPECT_NEAR(-24, SettledFigures()[1], 1);
 }
@@ -416,133 +325,8 @@ TEST_F(CommandTest, StartAfterAStopForgetsWhatWasMeasured) {
   CarryOut("Stop");
   Feed(8, -10);
   Give("Start");
-  ExpectTransitions(kStartChanges);
+  ExpectTransitions(kStarted.changes);
   EXPECT_EQ(kNoFigures, SettledFigures());
-}
-
-// ---- The message itself ----
-
-TEST_F(CommandTest, AcceptedCommandIsPrintedAndAcknowledgedWithItsStampAndUser) {
-  StartMeasuring();
-  Hear();
-  const std::string json =
-      R"({"UserID":4294967295,"CmdTS":77,"Command":"Pause","ClusterId":1,"More":[1]})";
-  const Speech speech = SayTo(kTopic, json);
-  EXPECT_EQ((Speech{Accepted(json, "Pause", 2, 77, 4294967295, 0), {}}), speech);
-  ExpectAcknowledged("Pause", 77, 4294967295);
-}
-
-TEST_F(CommandTest, CommandWithoutStampAndUserCarriesTheLastOnes) {
-  StartMeasuring();
-  SayTo(kTopic, R"({"ClusterId":1,"Command":"Pause","CmdTS":5,"UserID":6})");
-  ExpectAcknowledged("Pause", 5, 6);
-  const std::string json = R"({"ClusterId":1,"Command":"Play"})";
-  EXPECT_EQ((Speech{Accepted(json, "Play", 4, 5, 6, 0), {}}), SayTo(kTopic, json));
-  ExpectAcknowledged("Play", 5, 6);
-}
-
-TEST_F(CommandTest, UserZeroStandsForTheUserOfTheConfiguration) {
-  MeasureInMode(kContinuous);
-  SayTo(kTopic, R"({"ClusterId":1,"Command":"Pause","UserID":6})");
-  ExpectAcknowledged("Pause", 0, 6);
-  SayTo(kTopic, R"({"ClusterId":1,"Command":"Play","UserID":0})");
-  ExpectAcknowledged("Play", 0, kUser);
-}
-
-TEST_F(CommandTest, PrintOnlyPrints) {
-  StartMeasuring();
-  Hear();
-  const std::string json = R"({"ClusterId":1,"Command":"Print","CmdTS":1,"UserID":2})";
-  EXPECT_EQ((Speech{Accepted(json, "Print", 6, 1, 2, 0), {}}), SayTo(kTopic, json));
-  ExpectNoAnswer();
-}
-
-TEST_F(CommandTest, UnknownCommandIsNamedByItsValue) {
-  StartMeasuring();
-  Hear();
-  const std::string json = R"({"ClusterId":1,"Command":"Wait","CmdTS":1,"UserID":2})";
-  Texts output = Accepted(json, "Wait", 0, 1, 2, 0);
-  output.push_back(Printed(kUnit, "\"Topic AppIOQVLoudnessCmd-1 :: Unknown commad 0\""));
-  EXPECT_EQ((Speech{output, {}}), SayTo(kTopic, json));
-  ExpectNoAnswer();
-}
-
-TEST_F(CommandTest, CommandToClusterZeroOrNoneIsTakenByEveryCluster) {
-  StartMeasuring();
-  for (const char* cluster :
-       {R"("ClusterId":0,)", "", R"("ClusterId":"2",)", R"("ClusterId":-1,)"}) {
-    SCOPED_TRACE(cluster);
-    SayTo(kTopic, std::string("{") + cluster + R"("Command":"Play"})");
-    ExpectAcknowledged("Play");
-  }
-}
-
-TEST_F(CommandTest, RefusedCommandsArePrintedAndChangeNothing) {
-  StartMeasuring();
-  ExpectTransitions(kStartChanges);
-  Hear();
-  struct {
-    std::optional<std::string> json;
-    int cluster;  // as far as it was read
-  } const cases[] = {
-      {std::nullopt, 0},
-      {"", 0},
-      {"Reset", 0},
-      {"[]", 0},
-      {"null", 0},
-      {"{}", 0},
-      {R"({"ClusterId":1,"Command":"Reset")", 0},
-      {R"({"ClusterId":1})", 1},
-      {R"({"ClusterId":1,"Command":5})", 1},
-      {R"({"ClusterId":1,"Command":null})", 1},
-      {R"({"ClusterId":1,"command":"Reset"})", 1},
-      {R"({"ClusterId":2,"Command":"Reset"})", 2},
-      {R"({"ClusterId":8,"Command":"Reset"})", 8},
-      {R"({"ClusterId":4294967295,"Command":"Reset"})", -1},
-      {R"({"Command":["Reset"]})", 0},
-  };
-  for (const auto& [json, cluster] : cases) {
-    SCOPED_TRACE(json.value_or("no payload"));
-    const std::string topic = std::string("\"") + kTopic;
-    const Speech expected{
-        {Printed(kUnit, topic + "\\n\\" + json.value_or("(null)") + "\\n\""),
-         Printed(kUnit, topic + "\\n\\ failed parsing 1 : " + std::to_string(cluster) + "\\n\"")},
-        {}};
-    EXPECT_EQ(expected, SayTo(kTopic, json));
-  }
-  ExpectNoAnswer();
-  ExpectNoTransition();
-}
-
-TEST_F(CommandTest, RefusedCommandLeavesItsStampButNotItsUser) {
-  StartMeasuring();
-  SayTo(kTopic, R"({"ClusterId":1,"Command":7,"CmdTS":55,"UserID":9})");
-  SayTo(kTopic, R"({"ClusterId":2,"Command":"Reset","CmdTS":66,"UserID":9})");
-  SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json());
-  ExpectAcknowledged("Reset", 55, 0);
-}
-
-TEST_F(CommandTest, ForeignAndLookAlikeTopicsAreIgnoredSilently) {
-  StartMeasuring();
-  ExpectTransitions(kStartChanges);
-  Hear();
-  for (const char* topic : {"AppIOQVLoudnessCmd-12", "AppIOQVLoudnessCmd-1 ",
-                            "AppIOQVLoudnessCmd-1AppIOQVLoudnessCmd-1",
-                            "AppLoudnessCmdAppIOQVLoudnessCmd-1", "HbAppCmd AppIOQVLoudnessCmd-"}) {
-    SCOPED_TRACE(topic);
-    EXPECT_EQ(Speech{}, SayTo(topic, R"({"ClusterId":1,"Command":"Reset"})"));
-  }
-  ExpectNoAnswer();
-  ExpectNoTransition();
-}
-
-TEST_F(CommandTest, CommandsAreTakenFromEveryServer) {
-  StartMeasuring();
-  for (const Peer peer : {Peer::kProcessMonitor, Peer::kHardwareManager, Peer::kMainAppServer,
-                          Peer::kOpticalAppServer}) {
-    mUnit.SendText(peer, kTopic, R"({"ClusterId":1,"Command":"Play"})");
-    ExpectAcknowledged("Play");
-  }
 }
 
 }  // namespace

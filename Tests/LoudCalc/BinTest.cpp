@@ -14,8 +14,8 @@ namespace {
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 // The lower edge of a bin in LKFS, and what a bin of its own reads back as: the two constants of
-// the table are 1857398385681617.0 = 10^15.2689052 and 0.7074, those of the way back 152.6905962
-// and 0.6974, so it lies 152.689052 + 0.7074 - 152.6905962 - 0.6974 = 0.0085 LU above the edge.
+// the table are 1857398385681617.0 = 10^15.2689051 and 0.7074, those of the way back 152.6905962
+// and 0.6974, so it lies 152.689051 + 0.7074 - 152.6905962 - 0.6974 = 0.0085 LU above the edge.
 double LowerEdge(int code) {
   return -70.0 + 0.02 * (code - 1);
 }

@@ -21,10 +21,11 @@ class BoardAddressesTest : public testing::Test {
   std::string error_;
 };
 
-TEST_F(BoardAddressesTest, DefaultsAreTheLinkLocalAddressesOfTheUnit) {
+TEST_F(BoardAddressesTest, DefaultsAreTheAddressesConfiguredForTheBuild) {
   ASSERT_TRUE(LoadBoardAddresses(error_));
   EXPECT_STREQ(DEFAULT_MAIN_BOARD_ADDRESS, MainBoardAddress());
   EXPECT_STREQ(DEFAULT_OPTICAL_BOARD_ADDRESS, OpticalBoardAddress());
+  EXPECT_STRNE(MainBoardAddress(), OpticalBoardAddress());
 }
 
 TEST_F(BoardAddressesTest, EnvironmentOverridesEachAddress) {

@@ -192,7 +192,9 @@ TEST_F(JsonParserTest, CommandWithoutAClusterCountsAsForClusterZero) {
 
 TEST_F(JsonParserTest, RefusedCommandForClusterZeroIsLoggedOnce) {
   Send("AppIOQVLoudnessCmd-1", R"({"Command":7,"ClusterId":0})");
-  EXPECT_THAT(out_, HasSubstr("failed parsing 1 : 0\\n\"\n"));
+  const std::string line = "failed parsing 1 : 0\\n\"\n";
+  ASSERT_THAT(out_, HasSubstr(line));
+  EXPECT_EQ(out_.find(line), out_.rfind(line));
   EXPECT_EQ(0u, gluCalcActions);
 }
 
@@ -262,6 +264,7 @@ TEST_F(JsonParserTest, OtherApplicationCommandsAreIgnored) {
 TEST_F(JsonParserTest, UnreadableApplicationCommandIsLogged) {
   for (const char* payload : {"", "{}", "[]", "{\"Command\":\"9\"}", "{\"Command\":-1}"}) {
     EXPECT_EQ(0, Send("HbAppCmd", payload));
+    EXPECT_THAT(err_, HasSubstr("|ERROR|JsonParser|")) << payload;
     EXPECT_THAT(err_, HasSubstr("|\"Failed to parse application.\"")) << payload;
   }
 }
@@ -404,9 +407,10 @@ TEST_F(JsonParserTest, LowFrequencyEffectsEnterTheProgrammeWithoutWeight) {
   Send("AppProbeIOMatrixStream-1", Preset("Left", "LowFrequencyEffects"));
   EXPECT_EQ(0x3u, cJsonParser::mlMetersInProgram);
   EXPECT_EQ(0.0, cJsonParser::mChannelWeights[1]);
-  SendRaw({Frame<std::uint32_t>({10, 32768}), Frame<std::uint64_t>({0, 1ull << 60}), "x"});
-  EXPECT_EQ(1u, DspPowerSum) << "its power does not count";
-  EXPECT_EQ(0u, SampleCounts.MomSample);
+  for (int block = 0; block < 4; ++block)
+    SendRaw({Frame<std::uint32_t>({10, 32768}), Frame<std::uint64_t>({0, 1ull << 60}), "x"});
+  EXPECT_EQ(4u, DspPowerSum) << "its power does not count: each block sums to 0, taken as 1";
+  EXPECT_EQ(0, LuData.TruePeak) << "its peak counts";
 }
 
 TEST_F(JsonParserTest, MetersWithoutChannelOrInputStayOut) {
@@ -467,6 +471,29 @@ TEST_F(JsonParserTest, PresetClearsTheActionsOfAStopAndThenRestarts) {
   EXPECT_EQ(0x103u, gluCalcActions);
 }
 
+TEST_F(JsonParserTest, LevelledLinesFollowTheThreshold) {
+  EXPECT_EQ(MsgLevel_Info, cJsonParser::mLogLevel);
+  cJsonParser::SetLogLevel(MsgLevel_Error);
+  Send("Nonsense", "{}");
+  EXPECT_EQ("", err_);
+  Send("HbAppCmd", "{}");
+  EXPECT_THAT(err_, HasSubstr("Failed to parse application."));
+  cJsonParser::SetLogLevel(MsgLevel_Critical);
+  Send("HbAppCmd", "{}");
+  EXPECT_EQ("", err_);
+}
+
+TEST_F(JsonParserTest, WithoutAReactorCommandsAndConfigurationsStillTakeEffect) {
+  cJsonParser::mpReactor = nullptr;
+  Send("AppProbeSetLuConf-1", kConfiguration);
+  EXPECT_EQ(60u, GetLraWinTime());
+  EXPECT_EQ(0u, cLcReactor::GetConfUserId());
+  gluCalcActions = 0;
+  SendCommand("Start");
+  EXPECT_EQ(0x103u, gluCalcActions);
+  EXPECT_EQ(0u, cLcReactor::GetCmdUserId());
+}
+
 TEST_F(JsonParserTest, ConsoleLinesCanBeSwitchedOff) {
   for (const LogLevel_e level : {MsgLevel_None, MsgLevel_Notset}) {
     cJsonParser::SetLogLevel(level);
@@ -513,6 +540,12 @@ TEST_F(RawMessageTest, OnlyTheLow16BitsOfAPeakReachTheEngine) {
   for (int block = 0; block < 4; ++block)
     SendRaw(Block(0x10000u + 32768u, 5000));
   EXPECT_EQ(0, LuData.TruePeak);
+}
+
+TEST_F(RawMessageTest, PeakWhoseLow16BitsAreZeroArrivesAsZero) {
+  for (int block = 0; block < 4; ++block)
+    SendRaw(Block(0x10000u, 5000));
+  EXPECT_EQ(-9900, LuData.TruePeak);
 }
 
 TEST_F(RawMessageTest, AnyTopicContainingTheTextIsTaken) {
@@ -604,7 +637,7 @@ TEST_F(JsonParserTest, ChannelWeightPutsAMeterIntoTheProgramme) {
   EXPECT_EQ(0.0, cJsonParser::mChannelWeights[0]);
 }
 
-TEST(SpeakerWeightTest, WeightsAreThoseOfTheStandard) {
+TEST(SpeakerWeightTest, SurroundsWeighMoreAndFurtherPositionsDoNotCount) {
   const std::vector<float> expected = {0, 1, 1, 1, 0, 1.41f, 1.41f, 1.41f, 1.41f, 1,
                                        0, 0, 0, 0, 0, 0,     0,     0,     0,     0};
   EXPECT_THAT(LoudnessSpeakerWeight, testing::ElementsAreArray(expected));

@@ -209,20 +209,23 @@ TEST_F(LoudIntegTest, ReadingsBelowTheRelativeGateDoNotCount) {
   EXPECT_NEAR(mGate20.GetGatedLkfsReading(), ungated, 0.0001);
 }
 
-// The mean of -20 LKFS and silence at -70 is dominated by the loud part; yet a gate of -99 would
-// lie below the absolute one and so has no effect.
+// One reading at +9 and 27 at -70 LKFS: mean 9 - 10 log10(28) = -5.47 LKFS. Silence (code 0) does
+// not count, although a gate 99 LU below the mean is far under it.
 TEST_F(LoudIntegTest, GateOfMinus99ReportsTheAbsolutelyGatedMean) {
   AddLevel(9.0, 1);
-  AddLevel(-70.0, 29);
-  EXPECT_NEAR(mUngated.GetGatedLkfsReading(), ReadBack(9.0 - 10.0 * std::log10(30.0)), 0.0001);
+  AddLevel(-70.0, 27);
+  Add(0, 2);
+  EXPECT_NEAR(mUngated.GetGatedLkfsReading(), ReadBack(9.0 - 10.0 * std::log10(28.0)), 0.0001);
 }
 
 // One reading at -50.5 and 29 at -69 LKFS: mean 10 log10((10^-5.05 + 29 * 10^-6.9) / 30) = -63.77
 // LKFS, the gate 10 LU lower is below -70, so the mean stands although the loud reading alone is
-// far higher.
+// far higher. Silence (code 0) still does not count: the histogram never sums it, whatever the
+// gate.
 TEST_F(LoudIntegTest, BelowMinus60TheRelativeGateHasNoEffect) {
   AddLevel(-50.5, 1);
   AddLevel(-69.0, 29);
+  Add(0, 5);
   const double mean =
       10.0 * std::log10((std::pow(10.0, -5.05) + 29.0 * std::pow(10.0, -6.9)) / 30.0);
   ASSERT_LT(mean, -60.0);

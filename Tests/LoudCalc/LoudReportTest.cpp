@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "DispatcherHook.h"
 #include "JsonParser.h"
 #include "LcReactor.h"
@@ -183,7 +185,7 @@ TEST_F(LoudReportTest, StopFreezesTheResultsAndEndsPublishing) {
   EXPECT_THAT(published_.Data(), IsEmpty());
   EXPECT_THAT(published_.State(),
               ElementsAre(ElementsAre("IOQVHwmLoudnessCmd_1", Acknowledgement("Stop"))));
-  EXPECT_EQ(kLive.ShortTerm, LuPausedData.ShortTerm);
+  EXPECT_EQ(0, std::memcmp(&kLive, &LuPausedData, sizeof kLive));
   EXPECT_EQ(LU_CMD_STOP, cJsonParser::mLastCmdExecuted);
 }
 
@@ -252,6 +254,16 @@ TEST_F(LoudReportTest, WithoutAMeterSetTheAcknowledgementCarriesNoCluster) {
   EXPECT_THAT(published_.State(),
               ElementsAre(ElementsAre("IOQVHwmLoudnessCmd_0",
                                       "{\"Command\":\"Reset\",\"OriginFromFp\":false}")));
+}
+
+TEST_F(LoudReportTest, WithoutADispatcherTheTimeStampIsZero) {
+  LoudCalcCleanup();
+  SetDispatcherFetch(nullptr);
+  LoudCalcInit();
+  SendCommand(LU_CMD_RESET, false);
+  const std::vector<Message> state = published_.State();
+  ASSERT_THAT(state, SizeIs(1));
+  EXPECT_THAT(state[0][1], HasSubstr("\"CmdTS\":0,"));
 }
 
 TEST_F(LoudReportTest, WithoutAReactorMeterSetAndClusterAreOne) {

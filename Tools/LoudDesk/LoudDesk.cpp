@@ -4,6 +4,7 @@
 
 #include "MeasureCommand.h"
 #include "UnitCommand.h"
+#include "VerifyCommand.h"
 
 int main(int argc, char** argv) {
   CLI::App app("LoudDesk: loudness by the service's own engine, on a desk", "LoudDesk");
@@ -11,6 +12,7 @@ int main(int argc, char** argv) {
   int status = 0;
   louddesk::AddMeasureCommand(app, status);
   louddesk::AddUnitCommand(app, status);
+  louddesk::AddVerifyCommand(app, status);
   CLI11_PARSE(app, argc, argv);
   return status;
 }

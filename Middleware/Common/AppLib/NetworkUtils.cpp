@@ -64,6 +64,11 @@ const char* AddressText(const ifreq& answer) {
   return inet_ntoa(address.sin_addr);
 }
 
+// A text for printing; callers may pass none.
+const char* Printable(const char* text) {
+  return text != nullptr ? text : "(null)";
+}
+
 }  // namespace
 
 bool IpAddrIsValid(const char* ip) {
@@ -87,7 +92,7 @@ bool IpAddrAndMaskAreValid(const char* ip, const char* mask, bool print) {
   if (!IpAddrIsValid(ip))
     return false;
   if (!NetmaskIsValid(mask))
-    return Refuse(print, "The IP Mask (%s) is invalid.\n", mask);
+    return Refuse(print, "The IP Mask (%s) is invalid.\n", Printable(mask));
   const std::uint32_t ones = GetUint32FromIpString(mask);
   const std::uint32_t network = GetUint32FromIpString(ip) & ones;
   const std::uint32_t host = GetUint32FromIpString(ip) & ~ones;
@@ -113,7 +118,7 @@ bool IpAddrAndMaskAreValid(const char* ip, const char* mask, bool print) {
 
 bool GatewayIsValid(const char* ip, const char* mask, const char* gateway, bool print) {
   if (!IpAddrIsValid(gateway))
-    return Refuse(print, "The gateway address %s is invalid.\n", gateway);
+    return Refuse(print, "The gateway address %s is invalid.\n", Printable(gateway));
   const std::uint32_t own = GetUint32FromIpString(ip);
   const std::uint32_t other = GetUint32FromIpString(gateway);
   if (((own ^ other) & GetUint32FromIpString(mask)) != 0)

@@ -2,17 +2,14 @@
 
 #include "Measure.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
-#include <sstream>
+#include <optional>
+#include <vector>
 
-#include "BlockMeter.h"
-#include "MeasureCommand.h"
 #include "TestAudio.h"
 
 namespace louddesk {
@@ -20,15 +17,11 @@ namespace {
 
 using test_audio::Amplitude;
 using test_audio::AudioDirectory;
-using test_audio::CutOff;
 using test_audio::Interleaved;
 using test_audio::Joined;
-using test_audio::Noise;
 using test_audio::Repeated;
 using test_audio::Samples;
 using test_audio::Sine;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 constexpr int kRate = 48000;
 constexpr std::size_t kBlock = 4800;
@@ -264,127 +257,27 @@ TEST_F(MeasureTest, FiguresWhoseSumsHaveWrappedAreLeftOut) {
   EXPECT_EQ(mMeter.Read().lra.value(), 0.0);
 }
 
+// The window holds 72000 readings of 400 ms, one a block: the loud beginning has left it when as
+// many readings without it have come.
+TEST_F(MeasureTest, IntegratedLoudnessIsThatOfTheLastTwoHours) {
+  mMeter.Start({"Center"});
+  for (int block = 0; block < 20; ++block)
+    mMeter.Feed(ReadingOf(-10.0, 3));
+  for (int block = 0; block < 3 + 72000 - 1; ++block)
+    mMeter.Feed(ReadingOf(-50.0, 3));
+  // One reading with a quarter of its power from the beginning, -10 + 10 log10(1/4) = -16.02, is
+  // left among 71999 of -50: 10 log10((10^-1.602 + 71999 x 10^-5) / 72000) = -49.852, no reading
+  // gated.
+  EXPECT_NEAR(mMeter.Read().integrated.value(), -49.852, kBin);
+  mMeter.Feed(ReadingOf(-50.0, 3));
+  EXPECT_NEAR(mMeter.Read().integrated.value(), -50.0, kBin);
+}
+
 TEST_F(MeasureTest, ProgressIsToldOnceABlock) {
   AudioFile file(mDirectory.Write("a.wav", kFloatWav, kRate, 1, Tone(-20.0, 0.35)));
   std::vector<std::uint64_t> told;
   MeasureFile(mMeter, file, {"Center"}, [&told](std::uint64_t frames) { told.push_back(frames); });
   EXPECT_EQ(told, (std::vector<std::uint64_t>{kBlock, 2 * kBlock, 3 * kBlock}));
-}
-
-// The files of a command line; each test builds its own engine through `MeasureFiles`.
-class MeasureFilesTest : public testing::Test {
- protected:
-  std::string WriteTone(const std::string& name, double seconds = 1.0) const {
-    return mDirectory.Write(name, kFloatWav, kRate, 2, StereoTone(-20.0, seconds));
-  }
-
-  int Run(const MeasureOptions& options, ProgressColumns columns = std::nullopt) {
-    mOut.str("");
-    mErrors.str("");
-    return MeasureFiles(options, mOut, mErrors, columns);
-  }
-
-  AudioDirectory mDirectory;
-  std::ostringstream mOut;
-  std::ostringstream mErrors;
-};
-
-TEST_F(MeasureFilesTest, TableHasOneHeadingForAllFiles) {
-  const std::string a = WriteTone("a.wav");
-  const std::string b = WriteTone("b.wav");
-  EXPECT_EQ(Run({{a, b}, FigureStyle::kTable, std::nullopt}), 0);
-  EXPECT_EQ(mErrors.str(), "");
-  const std::string text = mOut.str();
-  EXPECT_THAT(text, StartsWith("Integrated  "));
-  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 5);
-  EXPECT_EQ(text.find("Integrated"), text.rfind("Integrated"));
-  EXPECT_LT(text.find(a), text.find(b));
-}
-
-TEST_F(MeasureFilesTest, JsonHasNothingButOneObjectAFile) {
-  const std::string a = WriteTone("a.wav");
-  EXPECT_EQ(Run({{a, a}, FigureStyle::kJson, std::nullopt}), 0);
-  const std::string text = mOut.str();
-  const std::string line = text.substr(0, text.find('\n') + 1);
-  EXPECT_EQ(text, line + line);
-  EXPECT_THAT(line, StartsWith("{\"File\":\"" + a + "\",\"Seconds\":1.00,\"Integrated\":-"));
-}
-
-TEST_F(MeasureFilesTest, AFileThatFailsIsOneLineAndTheOthersAreMeasured) {
-  const std::string good = WriteTone("good.wav");
-  const std::string cut = WriteTone("cut.wav");
-  CutOff(cut, 100000);
-  const std::string gone = mDirectory.Path("gone.wav");
-  EXPECT_EQ(Run({{gone, good, cut, good}, FigureStyle::kJson, std::nullopt}), 1);
-  const std::string out = mOut.str();
-  const std::string errors = mErrors.str();
-  EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 2);
-  EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 2);
-  EXPECT_THAT(errors, StartsWith("LoudDesk: " + gone + ": no such file\n"));
-  EXPECT_THAT(errors, HasSubstr("LoudDesk: " + cut + ": is truncated: "));
-}
-
-TEST_F(MeasureFilesTest, ATableWithoutARowHasNoHeading) {
-  EXPECT_EQ(Run({{mDirectory.Path("gone.wav")}, FigureStyle::kTable, std::nullopt}), 1);
-  EXPECT_EQ(mOut.str(), "");
-}
-
-TEST_F(MeasureFilesTest, AFileThatTurnsOutTruncatedHasNoFigures) {
-  const std::string path = mDirectory.Write("cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 1,
-                                            Noise(0.5, 96000, 1));
-  CutOff(path, 100000);
-  EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 1);
-  EXPECT_EQ(mOut.str(), "");
-  EXPECT_THAT(mErrors.str(), StartsWith("LoudDesk: " + path + ": is truncated or damaged: "));
-}
-
-TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedByItsPosition) {
-  for (const double bad :
-       {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
-    Samples samples = StereoTone(-20.0, 1.0);
-    samples[2 * 24000 + 1] = bad;
-    const std::string path = mDirectory.Write("bad.wav", kFloatWav, kRate, 2, samples);
-    EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 1);
-    EXPECT_EQ(mOut.str(), "");
-    EXPECT_EQ(mErrors.str(), "LoudDesk: " + path +
-                                 ": holds a sample that is no number in channel 2, frame 24000 "
-                                 "(0.500 s)\n");
-  }
-}
-
-TEST_F(MeasureFilesTest, SpeakersCountForEveryFile) {
-  const std::string stereo = WriteTone("stereo.wav");
-  const std::string mono = mDirectory.Write("mono.wav", kFloatWav, kRate, 1, Tone(-20.0, 1.0));
-  EXPECT_EQ(Run({{stereo, mono}, FigureStyle::kTable, SpeakerLayout{"Left", "Right"}}), 1);
-  EXPECT_EQ(mErrors.str(), "LoudDesk: " + mono + ": has 1 channel, but --speakers names 2\n");
-  EXPECT_THAT(mOut.str(), HasSubstr(stereo));
-}
-
-TEST_F(MeasureFilesTest, AStreamThatTakesNothingIsAFailure) {
-  std::ostringstream full;
-  full.setstate(std::ios::badbit);
-  const MeasureOptions options = {{WriteTone("a.wav")}, FigureStyle::kTable, std::nullopt};
-  EXPECT_EQ(MeasureFiles(options, full, mErrors, std::nullopt), 1);
-  EXPECT_EQ(mErrors.str(), "LoudDesk: the figures could not be written\n");
-}
-
-// 32 channels at 192 kHz make a long file of little more than three seconds; block 17 ends at
-// 17 x 19200 of 625000 frames.
-TEST_F(MeasureFilesTest, LongFilesShowProgressOnATerminalOnly) {
-  const std::string path = mDirectory.Write("long.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 192000,
-                                            32, Samples(20'000'000, 0.0));
-  const MeasureOptions options = {{path}, FigureStyle::kJson, SpeakerLayout(32, "Left")};
-  EXPECT_EQ(Run(options), 0);
-  EXPECT_EQ(mErrors.str(), "");
-  EXPECT_EQ(Run(options, 80), 0);
-  EXPECT_THAT(mErrors.str(), StartsWith("\r[.............................."));
-  EXPECT_THAT(mErrors.str(), HasSubstr("\r[###############...............]  52 %  "));
-  EXPECT_THAT(mErrors.str(), testing::EndsWith(" \r"));
-}
-
-TEST_F(MeasureFilesTest, ShortFilesShowNoProgress) {
-  EXPECT_EQ(Run({{WriteTone("short.wav", 5.0)}, FigureStyle::kJson, std::nullopt}, 80), 0);
-  EXPECT_EQ(mErrors.str(), "");
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-// Shares of a burst in blocks, readings and windows; times in whole milliseconds, so that nothing
-// is nearly silent.
+// Powers of blocks, millisecond by millisecond.
 
 #include "BlockGrid.h"
 
@@ -10,56 +9,53 @@ namespace louddesk {
 namespace {
 
 constexpr int kBlockMs = 100;
-constexpr int kBlocksInReading = 4;
 constexpr int kReadingsInShortTerm = 30;
 
-// Number of the first reading, which ends with the fourth block.
-constexpr int kFirstReading = kBlocksInReading;
-
-// The reading behind the last one that the burst reaches into.
-int EndOfReadings(const Burst& burst) {
-  return (burst.startMs + burst.lengthMs + kBlockMs - 1) / kBlockMs + kBlocksInReading;
+double Power(double level) {
+  return std::pow(10.0, level / 10.0);
 }
 
-// Share of the burst in the 400 ms that end with a block.
-double ShareInReading(const Burst& burst, int reading) {
-  const int endMs = reading * kBlockMs;
-  const int beginMs = endMs - kBlocksInReading * kBlockMs;
-  const int covered =
-      std::min(endMs, burst.startMs + burst.lengthMs) - std::max(beginMs, burst.startMs);
-  return std::max(covered, 0) / static_cast<double>(kBlocksInReading * kBlockMs);
-}
-
-// Mean of the last thirty readings that there are and that are not silent.
-double MeanOfReadings(const Burst& burst, int lastReading) {
-  double sum = 0.0;
-  int count = 0;
-  const int first = std::max(kFirstReading, lastReading - kReadingsInShortTerm + 1);
-  for (int reading = first; reading <= lastReading; ++reading) {
-    const double share = ShareInReading(burst, reading);
-    sum += share;
-    count += share > 0.0 ? 1 : 0;
-  }
-  return count > 0 ? sum / count : 0.0;
-}
-
-// The largest of a figure over all readings, in LU.
-template <typename Figure>
-double Highest(const Burst& burst, Figure figure) {
-  double highest = 0.0;
-  for (int reading = kFirstReading; reading < EndOfReadings(burst); ++reading)
-    highest = std::max(highest, figure(burst, reading));
-  return 10.0 * std::log10(highest);
+double Level(double power) {
+  return 10.0 * std::log10(power);
 }
 
 }  // namespace
 
-double HighestMomentaryDeviation(const Burst& burst) {
-  return Highest(burst, ShareInReading);
+BlockGrid::BlockGrid(const StepSignal& signal) {
+  int doneMs = 0;
+  double sum = 0.0;
+  for (const SignalStep& step : signal.steps) {
+    const double power = Power(step.levels.front());
+    for (auto ms = std::lround(step.seconds * 1000.0); ms > 0; --ms) {
+      sum += power;
+      if (++doneMs % kBlockMs == 0) {
+        mPowers.push_back(sum / kBlockMs);
+        sum = 0.0;
+      }
+    }
+  }
 }
 
-double HighestShortTermDeviation(const Burst& burst) {
-  return Highest(burst, MeanOfReadings);
+double BlockGrid::Momentary(int blocks) const {
+  return Level(MomentaryPower(blocks));
+}
+
+double BlockGrid::ShortTerm(int blocks) const {
+  double sum = 0.0;
+  int count = 0;
+  for (int i = std::max(kFirstReading, blocks - kReadingsInShortTerm + 1); i <= blocks; ++i) {
+    const double power = MomentaryPower(i);
+    sum += power;
+    count += power > 0.0 ? 1 : 0;
+  }
+  return Level(count > 0 ? sum / count : 0.0);
+}
+
+double BlockGrid::MomentaryPower(int blocks) const {
+  double sum = 0.0;
+  for (int i = blocks - kFirstReading; i < blocks; ++i)
+    sum += mPowers.at(static_cast<std::size_t>(i));
+  return sum / kFirstReading;
 }
 
 }  // namespace louddesk

@@ -25,6 +25,7 @@ std::optional<double> Pluck(const MeterReadings& readings, Quantity quantity) {
     case Quantity::kMomentary:
       return readings.momentary;
     case Quantity::kShortTerm:
+    case Quantity::kMaxShortTerm:
       return readings.shortTerm;
     case Quantity::kIntegrated:
       return readings.integrated;
@@ -173,28 +174,24 @@ bool IsWithin(double measured, double expected, const Tolerance& tolerance) {
 
 }  // namespace
 
-std::vector<ComplianceRow> RunCase(const ComplianceCase& complianceCase, int sampleRate,
-                                   MeterUnderTest& meter) {
-  std::vector<ComplianceRow> rows;
+void RunCase(const ComplianceCase& complianceCase, int sampleRate, MeterUnderTest& meter,
+             const RowSink& sink) {
+  if (complianceCase.runs.empty())
+    sink({complianceCase.id, complianceCase.signal, std::nullopt, std::nullopt, Verdict::kNotRun});
   for (const ComplianceRun& run : complianceCase.runs) {
     Measurement measurement(run, sampleRate, meter);
     measurement.Perform();
     for (const Observation& observation : measurement.Observations())
-      rows.push_back({complianceCase.id, complianceCase.signal, observation.Expected(),
-                      observation.Result(), Judge(observation.Expected(), observation.Result())});
+      sink({complianceCase.id, complianceCase.signal, observation.Expected(), observation.Result(),
+            Judge(observation.Expected(), observation.Result())});
   }
-  if (rows.empty())
-    rows.push_back(
-        {complianceCase.id, complianceCase.signal, std::nullopt, std::nullopt, Verdict::kNotRun});
-  return rows;
 }
 
 Verdict Judge(const Expectation& expectation, const std::optional<double>& measured) {
-  if (!measured || !IsWithin(*measured, expectation.expected, expectation.tolerance))
+  const Tolerance& tolerance = expectation.tolerance;
+  if (!measured || !IsWithin(*measured, expectation.expected, tolerance))
     return Verdict::kFail;
-  return IsWithin(expectation.expected, expectation.standard, expectation.tolerance)
-             ? Verdict::kPass
-             : Verdict::kGrid;
+  return IsWithin(*measured, expectation.standard, tolerance) ? Verdict::kPass : Verdict::kGrid;
 }
 
 }  // namespace louddesk

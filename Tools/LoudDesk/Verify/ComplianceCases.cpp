@@ -3,6 +3,7 @@
 
 #include "ComplianceCases.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -44,11 +45,12 @@ double Seconds(const Steps& steps) {
   return seconds;
 }
 
-// "-36 dBFS 10 s, -23 dBFS 60 s".
+// "-36 dBFS 10 s, -23 60 s".
 std::string InWords(const Steps& steps) {
   std::string words;
   for (const SignalStep& step : steps)
-    words += Format("%s%g dBFS %g s", words.empty() ? "" : ", ", step.levels.front(), step.seconds);
+    words +=
+        Format(words.empty() ? "%g dBFS %g s" : ", %g %g s", step.levels.front(), step.seconds);
   return words;
 }
 
@@ -57,15 +59,34 @@ Expectation AtTheEnd(Quantity quantity, double seconds, double level, Tolerance 
   return {quantity, "", Pick::kLast, end, end, level, level, tolerance};
 }
 
+double ReadingOnGrid(const BlockGrid& grid, Quantity quantity, int blocks) {
+  const bool isShortTerm = quantity == Quantity::kShortTerm || quantity == Quantity::kMaxShortTerm;
+  return isShortTerm ? grid.ShortTerm(blocks) : grid.Momentary(blocks);
+}
+
+double LowestOnGrid(const BlockGrid& grid, Quantity quantity, int firstBlock, int lastBlock) {
+  double lowest = ReadingOnGrid(grid, quantity, firstBlock);
+  for (int blocks = firstBlock; blocks <= lastBlock; ++blocks)
+    lowest = std::min(lowest, ReadingOnGrid(grid, quantity, blocks));
+  return lowest;
+}
+
+double HighestOnGrid(const BlockGrid& grid, Quantity quantity, int firstBlock, int lastBlock) {
+  double highest = ReadingOnGrid(grid, quantity, firstBlock);
+  for (int blocks = firstBlock; blocks <= lastBlock; ++blocks)
+    highest = std::max(highest, ReadingOnGrid(grid, quantity, blocks));
+  return highest;
+}
+
 // The extremes of a reading that has to be constant from some time on.
-Expectations Constant(Quantity quantity, double from, double to, double level) {
-  const auto extreme = [&](const char* name, Pick pick) {
-    return Expectation{quantity,   Format("%s from %g s", name, from),
-                       pick,       Blocks(from),
-                       Blocks(to), level,
-                       level,      kLoudnessTolerance};
-  };
-  return {extreme("lowest", Pick::kLowest), extreme("highest", Pick::kHighest)};
+Expectations Constant(const StepSignal& signal, Quantity quantity, double from, double level) {
+  const BlockGrid grid(signal);
+  const int first = Blocks(from);
+  const int last = grid.Blocks();
+  return {{quantity, Format("lowest from %g s", from), Pick::kLowest, first, last, level,
+           LowestOnGrid(grid, quantity, first, last), kLoudnessTolerance},
+          {quantity, Format("highest from %g s", from), Pick::kHighest, first, last, level,
+           HighestOnGrid(grid, quantity, first, last), kLoudnessTolerance}};
 }
 
 ComplianceCase Recording(const char* id) {
@@ -77,8 +98,8 @@ ComplianceCase Recording(const char* id) {
 ComplianceRun GainRun(double hertz, int sampleRate, double gainDb, double tolerance) {
   constexpr double kSettlingAndMeasured = 3.0;  // s
   StepSignal sine = {{"Left"}, {{kSettlingAndMeasured, {0.0}}}, Carrier::kSine, {hertz}};
-  Expectation gain = AtTheEnd(Quantity::kWeightingGain, kSettlingAndMeasured, gainDb,
-                              {tolerance, tolerance});
+  Expectation gain =
+      AtTheEnd(Quantity::kWeightingGain, kSettlingAndMeasured, gainDb, {tolerance, tolerance});
   gain.detail = Format("%g Hz at %g kHz", hertz, sampleRate / 1000.0);
   return {sine, {gain}, sampleRate};
 }
@@ -100,7 +121,7 @@ ComplianceCase FullScaleLevels() {
        {8000, 11025, 16000, 22050, 32000, 44100, 48000, 88200, 96000, 176400, 192000}) {
     // A mean square of 1/2: 10 log10(1/2) = -3.01.
     Expectation level = AtTheEnd(Quantity::kIntegrated, kLength, -3.01, kLoudnessTolerance);
-    level.detail = Format("at %g kHz", sampleRate / 1000.0);
+    level.detail = Format("%g kHz", sampleRate / 1000.0);
     levels.runs.push_back(
         {StepSignal{{"Left"}, {{kLength, {0.0}}}, Carrier::kSine, {997.0}}, {level}, sampleRate});
   }
@@ -135,19 +156,17 @@ ComplianceCase Surround() {
 }
 
 ComplianceCase AlternatingForShortTerm() {
-  const StepSignal signal =
-      Repeated({kStereo, {{1.34, {-20.0}}, {1.66, {-30.0}}}}, 5);
+  const StepSignal signal = Repeated({kStereo, {{1.34, {-20.0}}, {1.66, {-30.0}}}}, 5);
   return {"3341-9",
-          "(-20 dBFS 1.34 s, -30 dBFS 1.66 s) x 5",
-          {{signal, Constant(Quantity::kShortTerm, 3.0, Seconds(signal.steps), -23.0)}}};
+          "(-20 dBFS 1.34 s, -30 1.66 s) x 5",
+          {{signal, Constant(signal, Quantity::kShortTerm, 3.0, -23.0)}}};
 }
 
 ComplianceCase AlternatingForMomentary() {
-  const StepSignal signal =
-      Repeated({kStereo, {{0.18, {-20.0}}, {0.22, {-30.0}}}}, 25);
+  const StepSignal signal = Repeated({kStereo, {{0.18, {-20.0}}, {0.22, {-30.0}}}}, 25);
   return {"3341-12",
-          "(-20 dBFS 0.18 s, -30 dBFS 0.22 s) x 25",
-          {{signal, Constant(Quantity::kMomentary, 1.0, Seconds(signal.steps), -23.0)}}};
+          "(-20 dBFS 0.18 s, -30 0.22 s) x 25",
+          {{signal, Constant(signal, Quantity::kMomentary, 1.0, -23.0)}}};
 }
 
 // Bursts at twenty offsets from the blocks: what they have in common.
@@ -155,40 +174,39 @@ struct BurstFamily {
   int stepMs;    // what an offset lies behind the one before it
   int lengthMs;  // of the burst
   Quantity quantity;
-  Pick pick;                           // of the readings since the beginning
-  double (*deviation)(const Burst&);  // of a meter that works in blocks
+  Pick pick;  // of the readings since the beginning
 };
 
-constexpr BurstFamily kShortTermBursts = {150, 3000, Quantity::kShortTerm, Pick::kHighest,
-                                          HighestShortTermDeviation};
-constexpr BurstFamily kMomentaryBursts = {20, 400, Quantity::kMaxMomentary, Pick::kLast,
-                                          HighestMomentaryDeviation};
+constexpr BurstFamily kShortTermBursts = {150, 3000, Quantity::kMaxShortTerm, Pick::kHighest};
+constexpr BurstFamily kMomentaryBursts = {20, 400, Quantity::kMaxMomentary, Pick::kLast};
 
-Expectation HighestOfBurst(const BurstFamily& family, int offset, int startMs, int lastBlock,
-                           double level) {
+SignalStep Step(int ms, double level) {
+  return {ms / 1000.0, {level}};
+}
+
+Expectation HighestOfBurst(const BurstFamily& family, const BlockGrid& grid, int offset,
+                           int lastBlock, double level) {
+  const int first = family.pick == Pick::kLast ? lastBlock : BlockGrid::kFirstReading;
   return {family.quantity,
           Format("i = %d", offset),
           family.pick,
-          family.pick == Pick::kLast ? lastBlock : 0,
+          first,
           lastBlock,
           level,
-          level + family.deviation({startMs, family.lengthMs}),
+          HighestOnGrid(grid, family.quantity, BlockGrid::kFirstReading, lastBlock),
           kLoudnessTolerance};
 }
 
 // One measurement for each offset: silence, the burst, and a second of silence.
 ComplianceCase SeparateBursts(const char* id, const char* words, const BurstFamily& family) {
   constexpr double kLevel = -23.0;
-  constexpr int kSilenceBehindMs = 1000;
   ComplianceCase bursts = {id, words, {}};
   for (int i = 0; i < kOffsets; ++i) {
-    const int startMs = i * family.stepMs;
-    const int lastBlock = (startMs + family.lengthMs + kSilenceBehindMs) / 100;
-    const Steps steps = {{startMs / 1000.0, {kSilenceDb}},
-                         {family.lengthMs / 1000.0, {kLevel}},
-                         {kSilenceBehindMs / 1000.0, {kSilenceDb}}};
-    bursts.runs.push_back({StepSignal{kStereo, steps},
-                           {HighestOfBurst(family, i, startMs, lastBlock, kLevel)}});
+    const StepSignal signal = {kStereo,
+                               {Step(i * family.stepMs, kSilenceDb), Step(family.lengthMs, kLevel),
+                                Step(1000, kSilenceDb)}};
+    const BlockGrid grid(signal);
+    bursts.runs.push_back({signal, {HighestOfBurst(family, grid, i, grid.Blocks(), kLevel)}});
   }
   return bursts;
 }
@@ -198,16 +216,17 @@ ComplianceCase SeparateBursts(const char* id, const char* words, const BurstFami
 ComplianceCase RisingBursts(const char* id, const char* words, const BurstFamily& family) {
   constexpr double kFirstLevel = -38.0;
   StepSignal signal = {kStereo, {}};
-  Expectations expectations;
   for (int i = 0; i < kOffsets; ++i) {
-    const int periodMs = 2 * family.lengthMs;
-    const int delayMs = i * family.stepMs;
-    signal.steps.push_back({delayMs / 1000.0, {kSilenceDb}});
-    signal.steps.push_back({family.lengthMs / 1000.0, {kFirstLevel + i}});
-    signal.steps.push_back({(family.lengthMs - delayMs) / 1000.0, {kSilenceDb}});
-    expectations.push_back(HighestOfBurst(family, i, i * periodMs + delayMs,
-                                          (i + 1) * periodMs / 100, kFirstLevel + i));
+    signal.steps.push_back(Step(i * family.stepMs, kSilenceDb));
+    signal.steps.push_back(Step(family.lengthMs, kFirstLevel + i));
+    signal.steps.push_back(Step(family.lengthMs - i * family.stepMs, kSilenceDb));
   }
+  const BlockGrid grid(signal);
+  const int blocksInPeriod = grid.Blocks() / kOffsets;
+  Expectations expectations;
+  for (int i = 0; i < kOffsets; ++i)
+    expectations.push_back(
+        HighestOfBurst(family, grid, i, (i + 1) * blocksInPeriod, kFirstLevel + i));
   return {id, words, {{signal, expectations}}};
 }
 
@@ -219,10 +238,10 @@ ComplianceCase TruePeakOfSine(const char* id, int shareOfRate, double amplitude,
   sine.frequency = {1.0 / shareOfRate, Frequency::Unit::kShareOfNominalRate};
   sine.phaseDegrees = phaseDegrees;
   sine.fadeSeconds = 0.01;
-  return {id,
-          Format("fs/%d, amplitude %.2f, %g degrees", shareOfRate, amplitude, phaseDegrees),
-          {{sine,
-            {AtTheEnd(Quantity::kMaxTruePeak, kTruePeakLength, expected, kTruePeakTolerance)}}}};
+  return {
+      id,
+      Format("fs/%d, amplitude %.2f, %g degrees", shareOfRate, amplitude, phaseDegrees),
+      {{sine, {AtTheEnd(Quantity::kMaxTruePeak, kTruePeakLength, expected, kTruePeakTolerance)}}}};
 }
 
 ComplianceCase HiddenCrest(const char* id, int offset) {
@@ -284,8 +303,9 @@ std::vector<ComplianceCase> MakeCases() {
       SteadyLevel("3341-1", -23.0),
       SteadyLevel("3341-2", -33.0),
       GatedLevel("3341-3", {{10.0, {-36.0}}, {60.0, {-23.0}}, {10.0, {-36.0}}}),
-      GatedLevel("3341-4",
-                 {{10.0, {-72.0}}, {10.0, {-36.0}}, {60.0, {-23.0}}, {10.0, {-36.0}}, {10.0, {-72.0}}}),
+      GatedLevel(
+          "3341-4",
+          {{10.0, {-72.0}}, {10.0, {-36.0}}, {60.0, {-23.0}}, {10.0, {-36.0}}, {10.0, {-72.0}}}),
       GatedLevel("3341-5", {{20.0, {-26.0}}, {20.1, {-20.0}}, {20.0, {-26.0}}}),
       Surround(),
       Recording("3341-7"),

@@ -1,21 +1,31 @@
 // The engine as a meter under test.
 
+#include "Measure.h"
 #include "MeterUnderTest.h"
 
 namespace louddesk {
+namespace {
 
-void EngineUnderTest::Start(const SpeakerLayout& speakers, Subject) {
-  mMeter.Start(speakers);
-}
+class EngineUnderTest : public MeterUnderTest {
+ public:
+  void Start(const SpeakerLayout& speakers, Subject) override { mMeter.Start(speakers); }
 
-void EngineUnderTest::Feed(const BlockReading& block) {
-  mMeter.Feed(block);
-}
+  void Feed(const BlockReading& block) override { mMeter.Feed(block); }
 
-MeterReadings EngineUnderTest::Read() {
-  const Figures figures = mMeter.Read();
-  return {figures.momentary, figures.shortTerm,    figures.integrated,
-          figures.lra,       figures.maxMomentary, figures.maxTruePeak};
+  MeterReadings Read() override {
+    const Figures figures = mMeter.Read();
+    return {figures.momentary, figures.shortTerm,    figures.integrated,
+            figures.lra,       figures.maxMomentary, figures.maxTruePeak};
+  }
+
+ private:
+  ServiceMeter mMeter;
+};
+
+}  // namespace
+
+std::unique_ptr<MeterUnderTest> MakeEngineUnderTest() {
+  return std::make_unique<EngineUnderTest>();
 }
 
 }  // namespace louddesk

@@ -80,7 +80,6 @@ void cAudChannelOutputRouting::PrintAudChannelOutputRouting() const {
       .Add("\n\t\tVolumeControl:", mbVolumeControl)
       .Add("\n\t\tOutputTrim:", miOutputTrimDb)
       .Add("\n\t\tSpeakerType:", mSpeakerType)
-      .Add("\n\t\t")
       .Add(mMeterSources.empty() ? "No Meter sources !!" : "Meter sources >>");
   for (const int meter : mMeterSources)
     block.Add(" ", meter);
@@ -197,6 +196,7 @@ int cAudOutputRouting::ParseAOROutputChannel(const rapidjson::Value& channel) {
   mAcor.mMeterSources.clear();
   if (!channel.IsObject())
     return 0;
+  // A channel without a speaker must not take that of the channel before it.
   const bool hasTrim = json::Read(channel, "OutputTrimDb", mAcor.miOutputTrimDb);
   const rapidjson::Value* speaker = json::Find(channel, "Speaker");
   const bool speakerIsText = speaker != nullptr && speaker->IsString();

@@ -2,7 +2,7 @@
 
 #include "JsonParseLuMessages.h"
 
-#include "JsonAccess.h"
+#include "JsonTextMember.h"
 #include "LuMessageKeys.h"
 
 namespace {
@@ -21,10 +21,7 @@ class RequiredKeys {
   template <typename Enumeration>
   void ReadText(const char* key, std::string& text, Enumeration& value,
                 Enumeration (*convert)(const char*)) {
-    const bool found = json::Read(object_, key, text);
-    if (found)
-      value = convert(text.c_str());
-    Note(found);
+    Note(json::ReadText(object_, key, text, value, convert));
   }
 
   bool AllFound() const { return allFound_; }

@@ -183,6 +183,9 @@ TEST(IpAddrAndMaskAreValidTest, FirstRuleThatFailsIsNamed) {
 TEST(IpAddrAndMaskAreValidTest, MissingTextsAreInvalid) {
   EXPECT_FALSE(IpAddrAndMaskAreValid(nullptr, "255.255.255.0", false));
   EXPECT_FALSE(IpAddrAndMaskAreValid("192.168.1.10", nullptr, false));
+  const std::string output =
+      OutputOf([] { EXPECT_FALSE(IpAddrAndMaskAreValid("192.168.1.10", nullptr, true)); });
+  EXPECT_EQ(output, "NET ERROR : The IP Mask ((null)) is invalid.\n");
 }
 
 TEST(GatewayIsValidTest, AnotherHostOfTheNetworkPassesInSilence) {
@@ -227,6 +230,9 @@ TEST(GatewayIsValidTest, FirstRuleThatFailsIsNamed) {
 
 TEST(GatewayIsValidTest, MissingGatewayIsInvalid) {
   EXPECT_FALSE(GatewayIsValid("192.168.1.10", "255.255.255.0", nullptr, false));
+  const std::string output = OutputOf(
+      [] { EXPECT_FALSE(GatewayIsValid("192.168.1.10", "255.255.255.0", nullptr, true)); });
+  EXPECT_EQ(output, "NET ERROR : The gateway address (null) is invalid.\n");
 }
 
 TEST(GetMaskFromNumBitsTest, MaskHasThatManyLeadingOnes) {

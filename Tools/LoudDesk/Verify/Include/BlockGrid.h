@@ -1,25 +1,40 @@
-// What a meter that works in blocks of 100 ms must read of a single burst of tone, derived from the
-// blocks that the burst covers and from nothing of the meter. Stateless.
+// What a meter that works in blocks of 100 ms must read of a signal, derived from where the steps
+// of the signal lie in the blocks and from nothing of the meter. Immutable.
 
 #pragma once
 
+#include <vector>
+
+#include "TestSignals.h"
+
 namespace louddesk {
 
-/// A burst of constant level in silence.
-struct Burst {
-  int startMs;   // from the beginning of the measurement
-  int lengthMs;  // above 0
+/// The mean power of each block of 100 ms, and the readings that are means of blocks.
+///
+/// A momentary reading is the mean of four blocks, so that there is one every 100 ms from the
+/// fourth block on. A short-term reading is the mean of the momentary readings of the last 3 s,
+/// thirty, as far as there are any and they are not silent.
+class BlockGrid {
+ public:
+  /// REQUIRES: a sine of 1 kHz with the same levels on Left and Right, in steps of whole
+  /// milliseconds. Of such a one a peak level of 0 dBFS is 0 LKFS (ITU-R BS.1770).
+  explicit BlockGrid(const StepSignal& signal);
+
+  /// Whole blocks of the signal.
+  int Blocks() const { return static_cast<int>(mPowers.size()); }
+
+  /// Readings in LKFS when `blocks` blocks have been measured, -infinity in silence.
+  /// REQUIRES: kFirstReading <= blocks <= Blocks().
+  double Momentary(int blocks) const;
+  double ShortTerm(int blocks) const;
+
+  /// Blocks that the first reading takes.
+  static constexpr int kFirstReading = 4;
+
+ private:
+  double MomentaryPower(int blocks) const;
+
+  std::vector<double> mPowers;  // of each block, 1.0 for 0 LKFS; exactly 0 in silence
 };
-
-/// How much the highest momentary loudness falls short of the level of the burst, in LU, 0 or less.
-/// A momentary reading is the mean power of four blocks, so a burst of 400 ms that begins within a
-/// block loses its share of that block at one of its ends: at best 10 log10(1 - d / 4) LU, where d
-/// is the distance of its beginning from the nearest border of two blocks, in blocks.
-double HighestMomentaryDeviation(const Burst& burst);
-
-/// The same for the highest short-term loudness, which is the mean of the momentary readings of the
-/// last 3 s, as far as there are any and they are not silent. A burst of 3 s fills 27 readings, or
-/// 26 when it begins within a block; the others of the best thirty reach over its ends.
-double HighestShortTermDeviation(const Burst& burst);
 
 }  // namespace louddesk

@@ -2,9 +2,9 @@
 
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "ComplianceCases.h"
 #include "MeterUnderTest.h"
@@ -13,8 +13,8 @@ namespace louddesk {
 
 enum class Verdict {
   kPass,    // as the standard asks, within its tolerance
-  kGrid,    // as a meter must read that works in blocks of 100 ms, which the standard's tolerance
-            // does not cover
+  kGrid,    // as a meter must read that works in blocks of 100 ms, and outside of the standard's
+            // tolerance
   kFail,    // neither
   kNotRun,  // there is no signal
 };
@@ -28,10 +28,13 @@ struct ComplianceRow {
   Verdict verdict = Verdict::kNotRun;
 };
 
-/// Measures every run of a case at the sample rate, unless the run has its own, and returns one row
+/// Told each row as soon as it is known.
+using RowSink = std::function<void(const ComplianceRow&)>;
+
+/// Measures every run of a case at the sample rate, unless the run has its own. There is one row
 /// for each figure, or a single one for a case without a signal.
-std::vector<ComplianceRow> RunCase(const ComplianceCase& complianceCase, int sampleRate,
-                                   MeterUnderTest& meter);
+void RunCase(const ComplianceCase& complianceCase, int sampleRate, MeterUnderTest& meter,
+             const RowSink& sink);
 
 /// The verdict on a reading; one that is missing fails.
 Verdict Judge(const Expectation& expectation, const std::optional<double>& measured);

@@ -14,6 +14,7 @@ namespace louddesk {
 enum class Quantity {
   kMomentary,      // LKFS
   kShortTerm,      // LKFS
+  kMaxShortTerm,   // the highest of the short-term readings, LKFS
   kIntegrated,     // LKFS
   kLra,            // LU
   kMaxMomentary,   // LKFS
@@ -40,10 +41,10 @@ struct Expectation {
   Quantity quantity;
   std::string detail;  // which of several, in words; empty when there is but one
   Pick pick;
-  int firstBlock;      // the first and the last reading that count, by the number of blocks of
-  int lastBlock;       // 100 ms that have been measured
-  double standard;     // what the standard asks for
-  double expected;     // what a meter reads that works in blocks of 100 ms
+  int firstBlock;       // the first and the last reading that count, by the number of blocks of
+  int lastBlock;        // 100 ms that have been measured
+  double standard;      // what the standard asks for
+  double expected;      // what a meter reads that works in blocks of 100 ms
   Tolerance tolerance;  // about `expected`
 };
 

@@ -2,10 +2,10 @@
 
 #pragma once
 
+#include <memory>
 #include <optional>
 
 #include "BlockReading.h"
-#include "Measure.h"
 #include "SpeakerLayout.h"
 
 namespace louddesk {
@@ -40,15 +40,7 @@ class MeterUnderTest {
   virtual MeterReadings Read() = 0;
 };
 
-/// The service's engine in this process; one at a time.
-class EngineUnderTest : public MeterUnderTest {
- public:
-  void Start(const SpeakerLayout& speakers, Subject subject) override;
-  void Feed(const BlockReading& block) override;
-  MeterReadings Read() override;
-
- private:
-  ServiceMeter mMeter;
-};
+/// The service's engine in this process, behind its dispatcher; one at a time.
+std::unique_ptr<MeterUnderTest> MakeEngineUnderTest();
 
 }  // namespace louddesk

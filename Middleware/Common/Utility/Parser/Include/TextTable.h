@@ -14,7 +14,7 @@ struct TextEntry {
 };
 
 /// The value of the first row whose text occurs anywhere in `text` (case-sensitive), so the longer
-/// of two texts that contain one another must stand first. `nullFallback` for a null text,
+/// of two texts of which one contains the other must stand first. `nullFallback` for a null text,
 /// `fallback` for a text that contains none of the rows.
 template <typename Value, std::size_t kRows>
 Value FindBySubstring(const TextEntry<Value> (&table)[kRows], const char* text, Value fallback,

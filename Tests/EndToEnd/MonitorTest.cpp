@@ -1,0 +1,270 @@
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <utility>
+
+#include "BoardAddresses.h"
+#include "WatchedService.h"
+
+namespace {
+
+using louddesk::Frames;
+using louddesk::Peer;
+using testing::ElementsAre;
+using testing::Optional;
+
+using Texts = std::vector<std::string>;
+
+constexpr char kStatusTopic[] = "HbSysStatusEvent";
+constexpr char kCommandTopic[] = "HbAppCmd";
+constexpr char kStatusUnit[] = "JsonParseHbMonMessages";
+
+constexpr char kBeat[] = R"({"HbKey":"QvOptLuCal1","Version":"Telvon8-v1.9.3","State":1})";
+constexpr int kShortQueue = 8;  // messages
+constexpr char kFailedBeat[] = "\"Failed to send HB Topic.\"";
+
+std::string StatusLine(const std::string& status, bool inOrder) {
+  return Warned(kStatusUnit,
+                "\"Got System status " + status + (inOrder ? " 1." : " 0.") + std::string("\""));
+}
+
+std::string DefaultLine() {
+  return Failed(kStatusUnit, "\"Failed to parse message setting default to 0\"");
+}
+
+std::string DecoderLine() {
+  return Warned(kStatusUnit, "\"Dolby decoder detected.\"");
+}
+
+std::string StatusWithDecoder(const std::string& status, const std::string& decoder) {
+  return "{\"SystemStatus\":\"" + status + "\",\"DolbyDecoder\":" + decoder + "}";
+}
+
+/// A service and its process monitor.
+class MonitorTest : public WatchedService {
+ protected:
+  void SetUp() override { ASSERT_NO_FATAL_FAILURE(StartWatched()); }
+
+  Speech Tell(const std::string& topic, const std::optional<std::string>& payload) {
+    mUnit.SendText(Peer::kProcessMonitor, topic, payload);
+    return Hear(Peer::kProcessMonitor);
+  }
+
+  void ExpectErrors(const Texts& errors, const std::string& status) {
+    EXPECT_EQ((Speech{{}, errors}), Tell(kStatusTopic, status)) << status;
+  }
+};
+
+// ---- System status ----
+
+TEST_F(MonitorTest, StatusIsInOrderWhenItBeginsWithOkay) {
+  for (const char* status : {"Okay", "Okay.", "Okayish", "Okay Okay"})
+    ExpectErrors({StatusLine(status, true)}, std::string("{\"SystemStatus\":\"") + status + "\"}");
+  for (const char* status : {"okay", "OKAY", "Oka", "", " Okay", "Not Okay"})
+    ExpectErrors({StatusLine(status, false)}, std::string("{\"SystemStatus\":\"") + status + "\"}");
+}
+
+TEST_F(MonitorTest, UnusableStatusIsLogged) {
+  EXPECT_EQ((Speech{{}, {DefaultLine()}}), Tell(kStatusTopic, std::nullopt));
+  ExpectErrors({DefaultLine()}, "{}");
+  ExpectErrors({DefaultLine()}, R"({"systemStatus":"Okay","DolbyDecoder":7})");
+  for (const char* text :
+       {"", "Okay", "{\"SystemStatus\":\"Okay\"", "{\"SystemStatus\":\"Okay\"}}"})
+    ExpectErrors({Failed(kStatusUnit, std::string("\"Not a valid json string ") + text + ".\""),
+                  DefaultLine()},
+                 text);
+}
+
+TEST_F(MonitorTest, DecoderIsDetectedOnceAndForGood) {
+  const std::string processing = StatusWithDecoder("Okay", R"({"State":"Processing audio"})");
+  ExpectErrors({StatusLine("Okay", true)}, StatusWithDecoder("Okay", R"({"State":"Idle"})"));
+  ExpectErrors({StatusLine("Okay", true)}, StatusWithDecoder("Okay", R"({"State":"processing"})"));
+  ExpectErrors({StatusLine("Okay", true)}, StatusWithDecoder("Okay", "{}"));
+  ExpectErrors({StatusLine("Fault", false)},
+               StatusWithDecoder("Fault", R"({"State":"Processing"})"));
+  ExpectErrors({StatusLine("Okay", true), DecoderLine()}, processing);
+  ExpectErrors({StatusLine("Okay", true)}, processing);
+  ExpectErrors({StatusLine("Okay", true)}, StatusWithDecoder("Okay", R"({"State":"Idle"})"));
+  ExpectErrors({StatusLine("Okay", true)}, processing);
+}
+
+TEST_F(MonitorTest, DecoderThatIsNotLookedAtMayHaveAnyForm) {
+  for (const char* decoder : {"\"Processing\"", "null", "[]", R"({"State":1})"})
+    ExpectErrors({StatusLine("Fault", false)}, StatusWithDecoder("Fault", decoder));
+  ExpectErrors({StatusLine("Okay", true), DecoderLine()},
+               StatusWithDecoder("Okay", R"({"State":"Processing"})"));
+  for (const char* decoder : {"\"Processing\"", "null", "[]", R"({"State":1})"})
+    ExpectErrors({StatusLine("Okay", true)}, StatusWithDecoder("Okay", decoder));
+}
+
+TEST_F(MonitorTest, StatusOfAnUnexpectedFormStopsTheService) {
+  mUnit.SendText(Peer::kProcessMonitor, kStatusTopic, std::string("[\"Okay\"]"));
+  ExpectStopByAssertion("doc.IsObject()");
+}
+
+TEST_F(MonitorTest, StatusThatIsNoTextStopsTheService) {
+  mUnit.SendText(Peer::kProcessMonitor, kStatusTopic, std::string(R"({"SystemStatus":["Okay"]})"));
+  ExpectStopByAssertion("vSysStatus.IsString()");
+}
+
+TEST_F(MonitorTest, DecoderThatIsNoObjectStopsTheService) {
+  mUnit.SendText(Peer::kProcessMonitor, kStatusTopic, StatusWithDecoder("Okay", "[]"));
+  ExpectStopByAssertion("vDolbyDec.IsObject()");
+}
+
+TEST_F(MonitorTest, DecoderStateThatIsNoTextStopsTheService) {
+  mUnit.SendText(Peer::kProcessMonitor, kStatusTopic,
+                 StatusWithDecoder("Okay", R"({"State":null})"));
+  ExpectStopByAssertion("vState.IsString()");
+}
+
+// ---- Application commands ----
+
+TEST_F(MonitorTest, OtherApplicationCommandsAreIgnoredSilently) {
+  for (const char* command : {"0", "1", "4", "8", "10", "99", "101", "-9", "2147483647"})
+    EXPECT_EQ(Speech{}, Tell(kCommandTopic, std::string("{\"Command\":") + command + "}"))
+        << command;
+}
+
+TEST_F(MonitorTest, UnreadableApplicationCommandsAreLogged) {
+  const Speech refused = {{}, {Failed("JsonParser", "\"Failed to parse application.\"")}};
+  EXPECT_EQ(refused, Tell(kCommandTopic, std::nullopt));
+  for (const char* payload : {"", "9", "100", "[9]", "{}", R"({"Command":"9"})",
+                              R"({"Command":9.0})", R"({"Command":null})", R"({"command":9})",
+                              R"({"Command":4294967305})", R"({"Command":9)", R"({"Command":-1})"})
+    EXPECT_EQ(refused, Tell(kCommandTopic, std::string(payload))) << payload;
+}
+
+class EndingCommandTest : public MonitorTest, public testing::WithParamInterface<int> {};
+
+TEST_P(EndingCommandTest, EndsTheServiceWithItsLines) {
+  StartMeasuring();
+  const std::string command = std::to_string(GetParam());
+  const std::size_t before = mService->LineCount();
+  mUnit.SendText(Peer::kProcessMonitor, kCommandTopic, "{\"Command\":" + command + ",\"More\":{}}");
+  const auto report = mService->WaitForExit(kPatience);
+  ASSERT_TRUE(report) << "still running";
+  EXPECT_EQ(0, report->signal);
+  EXPECT_EQ(0, report->status);
+  Speech speech;
+  const std::vector<OutputLine> lines = mService->Lines();
+  for (std::size_t i = before; i < lines.size(); ++i) {
+    const std::string line = Normalised(lines[i].text);
+    if (!line.empty() && line.rfind("LuCalc States", 0) != 0)  // the end of the last line's colour
+      (lines[i].isError ? speech.errors : speech.output).push_back(line);
+  }
+  const Speech expected = {
+      {Printed("Main", "\"LoudCalc exiting...\""), Printed("Logger", "\"Logger MQ cleanup!!!\""),
+       Printed("HeartBeater", "\"Heart Beater MQ cleanup!!!\"")},
+      {Warned("JsonParser", "\"Got app command " + command + ". Exiting ...\""),
+       Failed("MqReactor", "\"Got rv = -1. Exiting from reactor loop ...\"")}};
+  EXPECT_EQ(expected, speech);
+}
+
+INSTANTIATE_TEST_SUITE_P(RebootAndUpgrade, EndingCommandTest, testing::Values(9, 100));
+
+// ---- Heartbeats ----
+
+TEST_F(MonitorTest, GetsWholeHeartbeatsAndNothingElse) {
+  StartMeasuring();
+  Tell(kStatusTopic, std::string(R"({"SystemStatus":"Okay"})"));
+  Tell(kCommandTopic, std::string(R"({"Command":4})"));
+  SendCommand("Reset");
+  for (int beat = 1; beat <= 3; ++beat)
+    EXPECT_THAT(mUnit.NextHeartbeat(kPatience), Optional(ElementsAre("HbProc", kBeat)));
+}
+
+class AbsentMonitorTest : public WatchedService {
+ protected:
+  void TearDown() override {
+    if (mListener >= 0)
+      close(mListener);
+    WatchedService::TearDown();
+  }
+
+  /// Starts a service whose queues hold so few messages that its heartbeats soon fail. All
+  /// subscriptions at once must fit in.
+  void StartWithShortQueues() {
+    mUnit.OpenAll({Peer::kHeartbeatReceiver});
+    mService = std::make_unique<ServiceProcess>(
+        LOUDCALC_BINARY, Texts{"-m", "1", "-c", "1"},
+        std::map<std::string, std::string>{{"ZSYS_SNDHWM", std::to_string(kShortQueue)}});
+    ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
+  }
+
+  /// Listens in the monitor's place; whoever connects is accepted by the kernel and never read.
+  void ListenWithoutReading() {
+    mListener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int reuse = 1;
+    setsockopt(mListener, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(10000);
+    inet_pton(AF_INET, MainBoardAddress(), &address.sin_addr);
+    ASSERT_EQ(0, bind(mListener, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    ASSERT_EQ(0, listen(mListener, 8));
+  }
+
+  std::size_t FailedBeats() const {
+    std::size_t count = 0;
+    for (const OutputLine& line : mService->Lines())
+      count += line.isError && Normalised(line.text) == Failed("HeartBeater", kFailedBeat) ? 1 : 0;
+    return count;
+  }
+
+  void ExpectWholeBeats(int count) {
+    for (int beat = 1; beat <= count; ++beat)
+      EXPECT_THAT(mUnit.NextHeartbeat(kPatience), Optional(ElementsAre("HbProc", kBeat))) << beat;
+  }
+
+  /// Time stamp of the next line at the log sink about a beat that failed, in milliseconds.
+  long long NextFailure() {
+    auto line = mUnit.NextLogLine(kPatience);
+    while (line && line->message.find(kFailedBeat) == std::string::npos)
+      line = mUnit.NextLogLine(kPatience);
+    EXPECT_TRUE(line) << "no failed beat";
+    return line ? std::stoll(line->message) : 0;
+  }
+
+  /// Expects one line for each beat, and loudness data all the while.
+  void ExpectBeatsToFail() {
+    MarkCadence();
+    const long long first = NextFailure();
+    const long long second = NextFailure();
+    EXPECT_NEAR(1000, static_cast<double>(second - first), 200);
+    ExpectCadenceKept();
+  }
+
+  int mListener = -1;
+};
+
+TEST_F(AbsentMonitorTest, DoesNotHoldUpTheDataAndGetsTheBeatsThatWait) {
+  ASSERT_NO_FATAL_FAILURE(Start({Peer::kHeartbeatReceiver}));
+  StartMeasuring();
+  for (int i = 0; i < 4; ++i)  // for two beats and more
+    ExpectCadence();
+  ExpectMeasures(-20);
+  mUnit.Open(Peer::kHeartbeatReceiver);
+  ExpectWholeBeats(3);
+  EXPECT_EQ(0u, FailedBeats());
+}
+
+TEST_F(AbsentMonitorTest, FullQueueIsReportedOnceABeatUntilAMonitorReads) {
+  ASSERT_NO_FATAL_FAILURE(StartWithShortQueues());
+  StartMeasuring();
+  ExpectBeatsToFail();
+  ASSERT_NO_FATAL_FAILURE(ListenWithoutReading());
+  ExpectBeatsToFail();
+  close(std::exchange(mListener, -1));
+
+  mUnit.Open(Peer::kHeartbeatReceiver);
+  ExpectWholeBeats(kShortQueue + 1);  // those that waited, and the first that came later
+  const std::size_t failed = FailedBeats();
+  ExpectWholeBeats(1);
+  EXPECT_EQ(failed, FailedBeats());
+  ExpectMeasures(-20);
+}
+
+}  // namespace

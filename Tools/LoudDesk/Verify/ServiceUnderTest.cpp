@@ -1,0 +1,182 @@
+// The messages between the test signals and a running service.
+
+#include "ServiceUnderTest.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "Endpoints.h"
+#include "JsonAccess.h"
+#include "LoudCalcBase.h"
+#include "PresetBuilder.h"
+#include "UnitDocuments.h"
+
+namespace louddesk {
+namespace {
+
+constexpr unsigned kMeterSet = 1;  // the only one whose service takes presets
+constexpr char kConfigurationStateTopic[] = "IOQVHwmSetLoudnessConfiguration_";
+
+// The longest windows that the service has, so that its figures cover the whole signal.
+constexpr unsigned kLongestIntegratedWindow = 7200;
+constexpr unsigned kLongestLraWindow = 10800;
+
+constexpr Patience kStartPatience{5000};
+constexpr Patience kSettlePatience{5000};
+
+// Half of the thousand messages that either side of a connection keeps before it drops any.
+constexpr unsigned kMostUnsettled = 500;
+
+// Blocks of a measurement that the service publishes nothing of.
+constexpr unsigned kWarmUpBlocks = kMomentaryBlocks - 1;
+
+// Marks are peaks of 1 to 700, up to -33 dBTP, whose codes in hundredths of dBTP all differ. None
+// comes again while a message may still be under way that carries it.
+constexpr std::uint32_t kMarks = 700;
+static_assert(kMarks > kMostUnsettled);
+
+std::int16_t CodeOfPeak(std::uint32_t peak) {
+  return static_cast<std::int16_t>(
+      std::lround(GetTruePeak(static_cast<std::uint16_t>(peak)) * 100));
+}
+
+std::optional<double> FromCode(std::int16_t code, std::int16_t noReading, double steps) {
+  if (code == noReading)
+    return std::nullopt;
+  return code / steps;
+}
+
+std::optional<double> FromTenths(std::int16_t code) {
+  return FromCode(code, kNoLoudnessCode, 10.0);
+}
+
+Patience Remaining(std::chrono::steady_clock::time_point due) {
+  const auto left = std::chrono::ceil<Patience>(due - std::chrono::steady_clock::now());
+  return std::max(left, Patience{0});
+}
+
+[[noreturn]] void Fail(const std::string& reason) {
+  throw ServiceError(zsys_interrupted ? "interrupted" : reason);
+}
+
+}  // namespace
+
+ServiceUnderTest::ServiceUnderTest(unsigned cluster)
+    : mUnit(kMeterSet, cluster), mUserId(static_cast<unsigned>(getpid())) {
+  mUnit.OpenAll();
+}
+
+void ServiceUnderTest::Connect(Patience patience) {
+  if (!mUnit.WaitUntilSubscribed(patience))
+    Fail(mUnit.HasSubscribers() ? "the service lacks something: " + mUnit.MissingSubscriptions()
+                                : "no service has subscribed in time; start LoudCalc -m 1 -c " +
+                                      std::to_string(mUnit.Cluster()));
+  mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic, EnableReportingJson(true));
+}
+
+void ServiceUnderTest::Start(const SpeakerLayout& speakers, Subject subject) {
+  mUnit.DropStates();
+  mUnit.DropHeartbeats();
+  mUnit.DropLogLines();
+  SendProgramme(speakers);
+  const auto end = std::chrono::steady_clock::now() + kStartPatience;
+  std::optional<StateMessage> state;
+  do {
+    state = mUnit.NextState(Remaining(end));
+    if (!state)
+      Fail("the service has not started to measure");
+  } while (!HasStarted(*state));
+  mUnit.DropLoudnessData();
+  mSubject = subject;
+  mBlocks = 0;
+  mUnsettled = 0;
+}
+
+void ServiceUnderTest::Feed(const BlockReading& block) {
+  if (mSubject == Subject::kLoudness)
+    SendMarked(block);
+  else
+    Send(block);
+  ++mBlocks;
+  if (mUnsettled >= kMostUnsettled)
+    Settle();
+}
+
+MeterReadings ServiceUnderTest::Read() {
+  if (mBlocks <= kWarmUpBlocks)
+    return {};
+  if (mUnsettled > 0)
+    Settle();
+  MeterReadings readings;
+  if (mSubject == Subject::kTruePeak) {
+    readings.maxTruePeak = FromCode(mPublished.MaxTruePeak, kNoTruePeakCode, 100.0);
+    return readings;
+  }
+  readings.momentary = FromTenths(mPublished.Momentary);
+  readings.shortTerm = FromTenths(mPublished.ShortTerm);
+  readings.integrated = FromTenths(mPublished.Integrated);
+  readings.lra = mPublished.Lra / 10.0;
+  readings.maxMomentary = FromTenths(mPublished.MaxMomentary);
+  return readings;
+}
+
+// A configuration starts the measurement anew; a preset is needed only for other speakers.
+void ServiceUnderTest::SendProgramme(const SpeakerLayout& speakers) {
+  if (speakers != mSpeakers)
+    mUnit.SendText(Peer::kMainAppServer, TopicFor(kPresetTopicPrefix, kMeterSet),
+                   PresetForSpeakers(speakers, mUnit.Cluster()).Json());
+  mSpeakers = speakers;
+  LoudnessConfiguration configuration;
+  configuration.clusterId = mUnit.Cluster();
+  configuration.loudnessWindow = "Custom";
+  configuration.loudnessWindowTime = kLongestIntegratedWindow;
+  configuration.lraWindow = kLongestLraWindow;
+  configuration.userId = ++mUserId;
+  mUnit.SendText(Peer::kMainAppServer, TopicFor(kConfigurationTopicPrefix, kMeterSet),
+                 configuration.Json());
+}
+
+// The service publishes the configuration in force when it has reset and starts.
+bool ServiceUnderTest::HasStarted(const StateMessage& state) const {
+  rapidjson::Document document;
+  unsigned user = 0;
+  return state.topic == TopicFor(kConfigurationStateTopic, kMeterSet) &&
+         json::ParseObject(state.json.c_str(), document) && json::Read(document, "UID", user) &&
+         user == mUserId;
+}
+
+void ServiceUnderTest::Send(const BlockReading& block) {
+  mUnit.SendRaw(block);
+  ++mUnsettled;
+}
+
+void ServiceUnderTest::SendMarked(const BlockReading& block) {
+  mMark = mMark % kMarks + 1;
+  BlockReading marked = block;
+  marked.peaks.fill(0);
+  marked.peaks.front() = mMark;
+  Send(marked);
+}
+
+void ServiceUnderTest::Settle() {
+  if (mSubject == Subject::kTruePeak)
+    SendMarked(BlockReading{});
+  mPublished = AwaitMark().data;
+  mUnsettled = 0;
+}
+
+LoudnessMessage ServiceUnderTest::AwaitMark() {
+  const std::int16_t code = CodeOfPeak(mMark);
+  const auto end = std::chrono::steady_clock::now() + kSettlePatience;
+  for (;;) {
+    const auto message = mUnit.NextLoudnessData(Remaining(end));
+    if (!message)
+      Fail("the service has not published the figures of the last block");
+    if (message->data.TruePeak == code)
+      return *message;
+  }
+}
+
+}  // namespace louddesk

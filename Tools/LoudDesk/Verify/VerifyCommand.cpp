@@ -1,0 +1,158 @@
+// `LoudDesk verify`: command line, and the cases one after another.
+
+#include "VerifyCommand.h"
+
+#include <czmq.h>
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <memory>
+
+#include "BlockMeter.h"
+#include "ServiceUnderTest.h"
+
+namespace louddesk {
+namespace {
+
+constexpr char kErrorPrefix[] = "LoudDesk: ";
+
+constexpr double kLongestWait = 3600.0;  // s
+
+constexpr char kTableFormat[] = "table";
+constexpr char kJsonFormat[] = "json";
+constexpr char kMarkdownFormat[] = "markdown";
+
+constexpr char kFooter[] =
+    "\nExample:\n"
+    "  LoudDesk verify\n"
+    "  LoudDesk verify --case 3341-5 --case 3342 --rate 44100 --format json\n"
+    "  LoudDesk verify --service --case 3341-1\n"
+    "\n"
+    "Generates the test signals of EBU Tech 3341 and 3342 and of ITU-R BS.1770,\n"
+    "measures each through front end, dispatcher and engine, and says of every figure:\n"
+    "  pass     what the standard asks for, within its tolerance\n"
+    "  grid     what a meter must read that works in blocks of 100 ms, as derived from\n"
+    "           where the signal lies in them; the standard's tolerance does not cover\n"
+    "           it. \"Standard\" is what the standard asks for, \"Expected\" what follows\n"
+    "           from the blocks\n"
+    "  FAIL     neither\n"
+    "  not run  the signal is a recording that must not be passed on\n"
+    "Signals are sines of 1 kHz, on Left and Right, unless said otherwise; levels are\n"
+    "peak levels of each channel, fs the sample rate. A case is asked for by its\n"
+    "identifier (3341-5) or by its document (1770, 3341, 3342); those of 1770 have\n"
+    "sample rates of their own. Docs/COMPLIANCE.md explains every row.\n"
+    "With --service the signals go as raw blocks to a running service, LoudCalc -m 1\n"
+    "-c 1, and the figures are those that it publishes. The places of its peers must\n"
+    "be free, as for LoudDesk unit. Figures that must be seen at every block, as in\n"
+    "the cases 3341-9 to 3341-12, take real time: all cases take about five minutes.\n"
+    "The status is 1 when a figure failed or could not be measured.\n";
+
+bool IsWanted(const ComplianceCase& complianceCase, const std::vector<std::string>& wanted) {
+  return wanted.empty() || std::any_of(wanted.begin(), wanted.end(), [&](const std::string& id) {
+           return IsMeantBy(complianceCase, id);
+         });
+}
+
+// What is wrong with an identifier; empty when it means a case.
+std::string CheckCase(const std::string& id) {
+  const auto& cases = ComplianceCases();
+  const bool isKnown = std::any_of(cases.begin(), cases.end(), [&](const ComplianceCase& known) {
+    return IsMeantBy(known, id);
+  });
+  if (isKnown)
+    return "";
+  std::string complaint = "\"" + id + "\" is no case; there are";
+  for (const ComplianceCase& known : cases)
+    complaint += " " + known.id;
+  return complaint;
+}
+
+ComplianceStyle StyleOf(const std::string& format) {
+  if (format == kJsonFormat)
+    return ComplianceStyle::kJson;
+  return format == kMarkdownFormat ? ComplianceStyle::kMarkdown : ComplianceStyle::kTable;
+}
+
+struct ServiceOptions {
+  bool isWanted = false;
+  unsigned cluster = 1;  // of the service, 1 to 8
+  double wait = 10.0;    // s, for the service
+};
+
+int VerifyEngine(const VerifyOptions& options) {
+  // The messaging library must leave the signals alone: Ctrl-C ends a verification at once.
+  zsys_handler_set(nullptr);
+  return Verify(options, *MakeEngineUnderTest(), std::cout, std::cerr);
+}
+
+int VerifyService(const VerifyOptions& options, const ServiceOptions& serviceOptions) {
+  try {
+    ServiceUnderTest meter(serviceOptions.cluster);
+    meter.Connect(Patience{std::llround(serviceOptions.wait * 1000.0)});
+    return Verify(options, meter, std::cout, std::cerr);
+  } catch (const std::runtime_error& error) {
+    std::cerr << kErrorPrefix << error.what() << "\n";
+    return 1;
+  }
+}
+
+}  // namespace
+
+int Verify(const VerifyOptions& options, MeterUnderTest& meter, std::ostream& out,
+           std::ostream& errors) {
+  std::vector<ComplianceRow> allRows;
+  out << ComplianceHeader(options.style);
+  for (const ComplianceCase& complianceCase : ComplianceCases()) {
+    if (!IsWanted(complianceCase, options.cases))
+      continue;
+    bool isFirst = true;
+    RunCase(complianceCase, options.sampleRate, meter, [&](const ComplianceRow& row) {
+      out << ComplianceText(row, isFirst, options.style) << std::flush;
+      isFirst = false;
+      allRows.push_back(row);
+    });
+  }
+  out << ComplianceSummary(allRows, options.style) << std::flush;
+  if (!out) {
+    errors << kErrorPrefix << "the figures could not be written\n";
+    return 1;
+  }
+  return std::any_of(allRows.begin(), allRows.end(),
+                     [](const ComplianceRow& row) { return row.verdict == Verdict::kFail; })
+             ? 1
+             : 0;
+}
+
+void AddVerifyCommand(CLI::App& app, int& status) {
+  CLI::App* command = app.add_subcommand("verify", "Prove the figures by the standards' signals");
+  auto options = std::make_shared<VerifyOptions>();
+  auto serviceOptions = std::make_shared<ServiceOptions>();
+  auto format = std::make_shared<std::string>(kTableFormat);
+  command->add_option("--case", options->cases, "Only this case; may be given again")
+      ->check(CheckCase);
+  command->add_option("--rate", options->sampleRate, "Sample rate of the signals in Hz")
+      ->capture_default_str()
+      ->check(CLI::Range(kLowestSampleRate, kHighestSampleRate));
+  command->add_option("--format", *format, "How the figures are written")
+      ->capture_default_str()
+      ->check(CLI::IsMember({kTableFormat, kJsonFormat, kMarkdownFormat}));
+  CLI::Option* service = command->add_flag("--service", serviceOptions->isWanted,
+                                           "Through the messages of a running service");
+  command->add_option("--cluster", serviceOptions->cluster, "Cluster of the service")
+      ->needs(service)
+      ->capture_default_str()
+      ->check(CLI::Range(1, 8));
+  command->add_option("--wait", serviceOptions->wait, "Seconds to wait for the service")
+      ->needs(service)
+      ->capture_default_str()
+      ->check(CLI::Range(0.0, kLongestWait));
+  command->footer(kFooter);
+  command->callback([=, &status] {
+    options->style = StyleOf(*format);
+    status = serviceOptions->isWanted ? VerifyService(*options, *serviceOptions)
+                                      : VerifyEngine(*options);
+  });
+}
+
+}  // namespace louddesk
