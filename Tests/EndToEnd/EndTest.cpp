@@ -29,6 +29,21 @@ class EndTest : public WatchedService {
   }
 };
 
+TEST_F(EndTest, IsCleanAtAnyMomentAfterTheFirstLine) {
+  // The start takes some milliseconds.
+  constexpr std::chrono::microseconds kStep{200};
+  constexpr int kSteps = 40;
+  for (int step = 0; step < kSteps; ++step) {
+    SCOPED_TRACE(step);
+    StartProcess();
+    ASSERT_TRUE(mService->WaitForLine("Tryig to connect", kPatience));
+    const auto moment = std::chrono::steady_clock::now() + step * kStep;
+    while (std::chrono::steady_clock::now() < moment) {
+    }
+    ExpectCleanEnd(step % 2 == 0 ? SIGTERM : SIGINT);
+  }
+}
+
 struct Moment {
   const char* name;
   const char* line;  // after which the signal comes
@@ -143,11 +158,11 @@ TEST_F(EndTest, NothingIsSentAfterTheEnd) {
 TEST_F(EndTest, SuspendedServiceGoesOn) {
   ASSERT_NO_FATAL_FAILURE(StartWatched());
   StartMeasuring();
-  ExpectCadence();
+  MarkCadence();
   mService->Signal(SIGSTOP);
-  RunsUntilSilence();
+  mUnit.WaitFor([] { return false; }, 5 * kPeriod);
   mService->Signal(SIGCONT);
-  ExpectCadence();
+  ExpectCadenceKept();
   ExpectMeasures(-20);
   EndBy(SIGTERM);
 }

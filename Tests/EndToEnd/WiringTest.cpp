@@ -114,21 +114,6 @@ TEST_F(MeterSetOneTest, BeatsOnceASecond) {
   EXPECT_NEAR(2.0, elapsed.count(), 0.4);
 }
 
-TEST_F(MeterSetOneTest, FindsEveryPeerAgainThatRestarts) {
-  ASSERT_NO_FATAL_FAILURE(Start());
-  for (const Peer peer : louddesk::kAllPeers) {
-    mUnit.Close(peer);
-    mUnit.Open(peer);
-    ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
-  }
-  mUnit.DropHeartbeats();
-  EXPECT_TRUE(mUnit.NextHeartbeat(kPatience));
-  mUnit.SendText(Peer::kMainAppServer, "AppLoudnessCmd");
-  ExpectLogLine("\"Topic AppLoudnessCmd not handled\"");
-  StartMeasuring();
-  ExpectMeasures(-20);
-}
-
 TEST_F(MeterSetOneTest, MeasuresWithoutLogSinkAndProcessMonitor) {
   ASSERT_NO_FATAL_FAILURE(Start(
       {Peer::kLogSink, Peer::kProcessMonitor, Peer::kHeartbeatReceiver, Peer::kHardwareManager}));

@@ -91,14 +91,15 @@ std::string TableText(const ComplianceRow& row, bool isFirstOfCase) {
 // Markdown.
 
 std::string MarkdownText(const ComplianceRow& row, bool isFirstOfCase) {
-  const std::string signal = isFirstOfCase ? row.caseId + " | " + row.signal : " | ";
+  const std::string start = isFirstOfCase ? "| " + row.caseId + " | " + row.signal + " |" : "| | |";
   if (!row.expectation)
-    return "| " + signal + " | | | | | | " + NameOf(row.verdict) + " |\n";
+    return start + " | | | | | " + NameOf(row.verdict) + " |\n";
   const Expectation& e = *row.expectation;
-  return "| " + signal + " | " + NameOf(e) + " | " + FigureOf(e, e.standard, "") + " | " +
+  const std::string measured = FigureOf(e, row.measured, kMissingInTable);
+  return start + " " + NameOf(e) + " | " + FigureOf(e, e.standard, "") + " | " +
          FigureOf(e, e.expected, "") + " | " + ToleranceText(e.tolerance, "±") + " | " +
-         FigureOf(e, row.measured, kMissingInTable) + " " + UnitOf(e) + " | " +
-         NameOf(row.verdict) + " |\n";
+         (row.measured ? measured + " " + UnitOf(e) : measured) + " | " + NameOf(row.verdict) +
+         " |\n";
 }
 
 constexpr char kMarkdownHeader[] =

@@ -1,194 +1,14 @@
-#include "RunningService.h"
+#include "BadInputTest.h"
 
 namespace {
 
 using louddesk::Figures;
-using louddesk::Frames;
-using louddesk::LoudnessMessage;
 using louddesk::Peer;
-using louddesk::PresetBuilder;
-
-constexpr std::size_t kPeakBytes = 32 * 4;
-constexpr std::size_t kPowerBytes = 32 * 8;
-
-constexpr std::size_t kDeep = 1000000;  // brackets
-
-/// `count` times `text`.
-std::string Repeat(const std::string& text, std::size_t count) {
-  std::string result;
-  result.reserve(text.size() * count);
-  for (std::size_t i = 0; i < count; ++i)
-    result += text;
-  return result;
-}
-
-std::string DeepArray() {
-  return Repeat("[", kDeep) + Repeat("]", kDeep);
-}
-
-std::string GoodPreset() {
-  return louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json();
-}
-
-/// The good preset with its first `from` replaced by `to`.
-std::string Altered(const std::string& from, const std::string& to) {
-  std::string preset = GoodPreset();
-  const std::size_t place = preset.find(from);
-  EXPECT_NE(std::string::npos, place) << from;
-  return preset.replace(place, from.size(), to);
-}
-
-/// The good preset with one more member of "MeterSet".
-std::string WithMeter(const std::string& name) {
-  return Altered("\"MeterSet\":{", "\"MeterSet\":{\"" + name + "\":{\"Speaker\":\"Left\"},");
-}
-
-/// A service that measures, and goes on to.
-class BadInputTest : public RunningService {
- protected:
-  void SetUp() override {
-    ASSERT_NO_FATAL_FAILURE(Start());
-    StartMeasuring();
-    ExpectMeasures(-20);
-    mUnit.DropLogLines();
-    MarkCadence();
-  }
-
-  void ExpectMeasuresOn() {
-    ExpectCadenceKept();
-    ExpectMeasures(-30);
-  }
-};
-
-// ---- Raw messages ----
-
-struct RawCase {
-  const char* name;
-  Frames frames;
-};
-
-void PrintTo(const RawCase& raw, std::ostream* stream) {
-  *stream << raw.name;
-}
-
-template <typename Case>
-std::string NameOf(const testing::TestParamInfo<Case>& info) {
-  return info.param.name;
-}
-
-class UnusableRawMessageTest : public BadInputTest, public testing::WithParamInterface<RawCase> {};
-
-TEST_P(UnusableRawMessageTest, IsLoggedAndDropped) {
-  mUnit.SendRawFrames(GetParam().frames);
-  ExpectLogLine("\"Raw loudness data dropped: ");
-  ExpectMeasuresOn();
-}
-
-const std::string kPeaks(kPeakBytes, '\1');
-const std::string kPowers(kPowerBytes, '\1');
-
-INSTANTIATE_TEST_SUITE_P(
-    Frames, UnusableRawMessageTest,
-    testing::Values(RawCase{"NoFrames", {}},                           //
-                    RawCase{"PeaksOnly", {kPeaks}},                    //
-                    RawCase{"PeaksAndPowersOnly", {kPeaks, kPowers}},  //
-                    RawCase{"EmptyPeaks", {"", kPowers, "x"}},         //
-                    RawCase{"EmptyPowers", {kPeaks, "", "x"}},         //
-                    RawCase{"EmptySpare", {kPeaks, kPowers, ""}},      //
-                    RawCase{"AllEmpty", {"", "", ""}},                 //
-                    RawCase{"PeaksShortOfMeterSix", {kPeaks.substr(0, 23), kPowers, "x"}},
-                    RawCase{"PowersShortOfMeterSix", {kPeaks, kPowers.substr(0, 47), "x"}},
-                    RawCase{"OneByteEach", {"a", "b", "c"}}),
-    NameOf<RawCase>);
-
-class UsableRawMessageTest : public BadInputTest, public testing::WithParamInterface<RawCase> {};
-
-TEST_P(UsableRawMessageTest, IsMeasured) {
-  for (int i = 0; i < 8; ++i)
-    mUnit.SendRawFrames(GetParam().frames);
-  ExpectCadenceKept();
-  // Powers of 0x0101010101010101 = 7.234e16: 10 log10 (5.82 x 7.234e16) - 153.388 = 22.9 LKFS.
-  ExpectData([](const LoudnessMessage& message) { return message.data.Momentary > 200; },
-             "the level of the message");
-  ExpectMeasures(-30);
-}
-
-constexpr std::size_t kHuge = 32u << 20;  // bytes
-
-INSTANTIATE_TEST_SUITE_P(
-    Frames, UsableRawMessageTest,
-    testing::Values(
-        RawCase{"FramesThatEndWithMeterSix", {kPeaks.substr(0, 24), kPowers.substr(0, 48), "x"}},
-        RawCase{"HugeFrames", {std::string(kHuge, '\1'), std::string(kHuge, '\1'), "x"}},
-        RawCase{"HugeSpare", {kPeaks, kPowers, std::string(kHuge, 'x')}},
-        RawCase{"TenThousandFramesMore",
-                [] {
-                  Frames frames = {kPeaks, kPowers};
-                  frames.resize(10000, "x");
-                  return frames;
-                }()}),
-    NameOf<RawCase>);
-
-// ---- Presets ----
-
-struct PresetCase {
-  const char* name;
-  std::string json;
-};
-
-void PrintTo(const PresetCase& preset, std::ostream* stream) {
-  *stream << preset.name;
-}
-
-class BadPresetTest : public BadInputTest, public testing::WithParamInterface<PresetCase> {};
-
-TEST_P(BadPresetTest, IsLoggedAndTheNextOneMeasuresOn) {
-  mUnit.DropStates();
-  SendPreset(GetParam().json);
-  SendPreset(GoodPreset());
-  ExpectLogLine("\"Preset parsing failed so preset is reset to initial state\"");
-  ExpectAcknowledgement("Start");
-  ExpectCadenceKept();
-  ExpectMeasures(-30);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Presets, BadPresetTest,
-    testing::Values(
-        PresetCase{"Empty", ""},                  //
-        PresetCase{"Words", "no preset at all"},  //
-        PresetCase{"CutShort", GoodPreset().substr(0, GoodPreset().size() - 1)},
-        PresetCase{"Array", "[" + GoodPreset() + "]"},        //
-        PresetCase{"Number", "42"},                           //
-        PresetCase{"Null", "null"},                           //
-        PresetCase{"EmptyObject", "{}"},                      //
-        PresetCase{"DeepArray", DeepArray()},                 //
-        PresetCase{"DeepUnclosedArray", Repeat("[", kDeep)},  //
-        PresetCase{"DeepObject", Repeat("{\"a\":", kDeep) + "0" + Repeat("}", kDeep)},
-        PresetCase{"DeepClusters", Altered("\"Clusters\":[", "\"Clusters\":[" + DeepArray() + ",")},
-        PresetCase{"MeterZero", WithMeter("0")},          //
-        PresetCase{"MeterThirtyThree", WithMeter("33")},  //
-        PresetCase{"NegativeMeter", WithMeter("-1")},     //
-        PresetCase{"MeterBeyondTheIntegers", WithMeter("99999999999")},
-        PresetCase{"NamedMeter", WithMeter("left")},  //
-        PresetCase{"NamelessMeter", WithMeter("")},   //
-        PresetCase{"MeterIsNoObject", Altered("\"MeterSet\":{", "\"MeterSet\":{\"7\":7,")},
-        PresetCase{"MetersAreAnArray", R"({"Clusters":[],"MeterSet":[],"SystemClockSource":{}})"},
-        PresetCase{"ClustersAreAnObject",
-                   R"({"Clusters":{},"MeterSet":{},"SystemClockSource":{}})"},
-        PresetCase{"NoClock",
-                   louddesk::PresetForSpeakers(SurroundSpeakers(), 1).WithoutSystemClock().Json()},
-        PresetCase{"PresetWithoutGroup", Altered("{", R"({"Name":{"Preset":"News"},)")},
-        PresetCase{"PresetWithGroupOfAnotherType",
-                   Altered("{", R"({"Name":{"Preset":"News","Group":7},)")}),
-    NameOf<PresetCase>);
-
-// ---- Topics and payloads ----
 
 struct MessageCase {
   const char* name;
   Peer peer;
-  Frames frames;
+  Texts frames;
   const char* line;  // what the service says to it; empty: nothing
 };
 
@@ -205,7 +25,7 @@ TEST_P(HarmlessMessageTest, LeavesTheMeasurementAlone) {
   MarkCadence();
   const std::size_t lines = mService->LineCount();
 
-  mUnit.SendFrames(GetParam().peer, GetParam().frames);
+  mUnit.SendFrames(GetParam().peer, FramesOf(GetParam().frames));
 
   if (*GetParam().line != '\0') {
     EXPECT_TRUE(mService->WaitForLine(GetParam().line, kPatience, lines)) << GetParam().line;
@@ -254,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
                                 "\"Topic QVProbeOptInputDataCmd2 not handled\""},
                     MessageCase{"TopicOfAMegabyte",
                                 Peer::kProcessMonitor,
-                                {"HbAppCmd" + std::string(1u << 20, 'x'), "{}"},
+                                {[] { return "HbAppCmd" + std::string(1u << 20, 'x'); }, "{}"},
                                 "not handled"},
                     MessageCase{"TopicWithFormat",
                                 Peer::kProcessMonitor,
@@ -326,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(
                     {kCommandTopic, R"({"ClusterId":1,"Command":"Wait"})"},
                     "\"Topic AppIOQVLoudnessCmd-1 :: Unknown commad 0\""},
         MessageCase{
-            "DeepCommand", Peer::kMainAppServer, {kCommandTopic, DeepArray()}, kCommandRefused},
+            "DeepCommand", Peer::kMainAppServer, {kCommandTopic, DeepArray}, kCommandRefused},
         MessageCase{"ConfigurationArray",
                     Peer::kMainAppServer,
                     {kConfigurationTopic, "[]"},
@@ -337,7 +157,7 @@ INSTANTIATE_TEST_SUITE_P(
                     kConfigurationRefused},
         MessageCase{"DeepConfiguration",
                     Peer::kMainAppServer,
-                    {kConfigurationTopic, Repeat("{\"Mode\":", kDeep)},
+                    {kConfigurationTopic, [] { return Repeat("{\"Mode\":", kDeep); }},
                     kConfigurationRefused},
         MessageCase{"ApplicationCommandText",
                     Peer::kProcessMonitor,
@@ -353,7 +173,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ""},
         MessageCase{"DeepApplicationCommand",
                     Peer::kProcessMonitor,
-                    {kMonitorTopic, DeepArray()},
+                    {kMonitorTopic, DeepArray},
                     kApplicationCommandRefused},
         MessageCase{"StatusIsNoJson",
                     Peer::kProcessMonitor,
@@ -363,7 +183,7 @@ INSTANTIATE_TEST_SUITE_P(
             "StatusWithoutStatus", Peer::kProcessMonitor, {kStatusTopic, "{}"}, kStatusRefused},
         MessageCase{"DeepUnclosedStatus",
                     Peer::kProcessMonitor,
-                    {kStatusTopic, Repeat("[", kDeep)},
+                    {kStatusTopic, DeepUnclosedArray},
                     kStatusRefused},
         MessageCase{"EnableWithManyFrames",
                     Peer::kOpticalAppServer,
@@ -375,7 +195,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 struct StopCase {
   const char* name;
-  std::string json;
+  Text json;
   const char* assertion;
 };
 
@@ -387,14 +207,14 @@ class SystemStatusStopTest : public RunningService, public testing::WithParamInt
 
 TEST_P(SystemStatusStopTest, StopsTheService) {
   ASSERT_NO_FATAL_FAILURE(Start());
-  mUnit.SendText(Peer::kProcessMonitor, kStatusTopic, GetParam().json);
+  mUnit.SendText(Peer::kProcessMonitor, kStatusTopic, GetParam().json.Make());
   ExpectStopByAssertion(GetParam().assertion);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Status, SystemStatusStopTest,
     testing::Values(StopCase{"Array", "[]", "doc.IsObject()"},
-                    StopCase{"DeepArray", DeepArray(), "doc.IsObject()"},
+                    StopCase{"DeepArray", DeepArray, "doc.IsObject()"},
                     StopCase{"Text", "\"Okay\"", "doc.IsObject()"},
                     StopCase{"StatusNumber", R"({"SystemStatus":1})", "vSysStatus.IsString()"},
                     StopCase{"StatusNull", R"({"SystemStatus":null})", "vSysStatus.IsString()"},

@@ -1,0 +1,149 @@
+// The shipped `LoudDesk verify`: its command line, and that the table it prints is the one that
+// Docs/COMPLIANCE.md explains.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <sstream>
+
+#include "TestAudio.h"
+
+namespace {
+
+using test_audio::AudioDirectory;
+using test_audio::BytesOf;
+using testing::HasSubstr;
+
+constexpr char kLoudDesk[] = LOUDDESK_BINARY;
+constexpr char kDocument[] = LOUDCALC_COMPLIANCE_DOCUMENT;
+
+// The lines of the document around the table.
+constexpr char kTableBegin[] = "<!-- the output of LoudDesk verify --format markdown -->\n";
+constexpr char kTableEnd[] = "<!-- end of the output -->\n";
+
+struct Outcome {
+  int status = -1;
+  std::string out;
+  std::string errors;
+};
+
+class VerifyCommandTest : public testing::Test {
+ protected:
+  Outcome Run(const std::string& arguments, const std::string& redirection = "") const {
+    const std::string out = mDirectory.Path("out.txt");
+    const std::string errors = mDirectory.Path("errors.txt");
+    const std::string command = std::string("'") + kLoudDesk + "' verify " + arguments + " >'" +
+                                out + "' 2>'" + errors + "' " + redirection;
+    const int status = std::system(command.c_str());
+    Outcome outcome;
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    outcome.out = BytesOf(out);
+    outcome.errors = BytesOf(errors);
+    return outcome;
+  }
+
+  AudioDirectory mDirectory;
+};
+
+// The text between two others; empty when one of them is missing.
+std::string Between(const std::string& text, const std::string& begin, const std::string& end) {
+  const std::size_t from = text.find(begin);
+  const std::size_t to = text.find(end);
+  if (from == std::string::npos || to == std::string::npos || to < from)
+    return "";
+  return text.substr(from + begin.size(), to - from - begin.size());
+}
+
+TEST_F(VerifyCommandTest, TheDocumentShowsWhatTheToolPrints) {
+  const Outcome outcome = Run("--format markdown");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_NE(outcome.out, "");
+  EXPECT_EQ(Between(BytesOf(kDocument), kTableBegin, kTableEnd), outcome.out)
+      << "replace the table in " << kDocument << " by the output of LoudDesk verify";
+}
+
+TEST_F(VerifyCommandTest, TheDocumentExplainsEveryCase) {
+  const std::string document = BytesOf(kDocument);
+  const std::string text = document.substr(document.find(kTableEnd) + sizeof kTableEnd - 1);
+  std::istringstream rows(Between(document, kTableBegin, kTableEnd));
+  for (std::string row; std::getline(rows, row);) {
+    const std::string id = row.substr(2, row.find(' ', 2) - 2);
+    if (id.find('-') == 4)
+      EXPECT_THAT(text, HasSubstr("**" + id + "**"));
+  }
+}
+
+TEST_F(VerifyCommandTest, JsonIsAllThereIsOnStandardOutput) {
+  const Outcome outcome = Run("--case 3341-1 --rate 44100 --format json");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  std::istringstream lines(outcome.out);
+  int count = 0;
+  for (std::string line; std::getline(lines, line); ++count) {
+    rapidjson::Document document;
+    document.Parse(line.c_str());
+    ASSERT_FALSE(document.HasParseError()) << line;
+    EXPECT_NEAR(document["Measured"].GetDouble(), -23.0, 0.1);
+    EXPECT_STREQ(document["Verdict"].GetString(), "pass");
+  }
+  EXPECT_EQ(count, 3);
+}
+
+TEST_F(VerifyCommandTest, CasesAreGivenOneByOneOrInARow) {
+  for (const char* arguments :
+       {"--case 3341-7 --case 3342-5", "--case 3341-7 3342-5", "--case=3342-5 --case=3341-7"}) {
+    const Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.status, 0) << arguments;
+    EXPECT_THAT(outcome.out, HasSubstr("\n0 pass, 0 grid, 0 FAIL, 2 not run\n")) << arguments;
+  }
+}
+
+TEST_F(VerifyCommandTest, HelpShowsAnExampleAndEveryVerdict) {
+  const Outcome outcome = Run("--help");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_THAT(outcome.out, HasSubstr("\nExample:\n  LoudDesk verify\n"));
+  for (const char* word : {"--case", "--rate", "--format", "--service", "--cluster", "--wait",
+                           "  pass ", "  grid ", "  FAIL ", "  not run "})
+    EXPECT_THAT(outcome.out, HasSubstr(word));
+  std::istringstream lines(outcome.out);
+  for (std::string line; std::getline(lines, line);)
+    EXPECT_LE(line.size(), 80U) << line;
+}
+
+TEST_F(VerifyCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
+  struct {
+    const char* arguments;
+    const char* complaint;
+  } const cases[] = {
+      {"--case 3341-24", "--case: \"3341-24\" is no case; there are 1770-gain 1770-level 3341-1 "},
+      {"--case 334", "\"334\" is no case"},
+      {"--case ''", "\"\" is no case"},
+      {"--rate 7999", "--rate: Value 7999 not in range [8000 - 192000]"},
+      {"--rate 192001", "not in range"},
+      {"--rate fast", "--rate"},
+      {"--format xml", "--format: xml not in {table,json,markdown}"},
+      {"--cluster 2", "--cluster requires --service"},
+      {"--service --cluster 9", "--cluster: Value 9 not in range [1 - 8]"},
+      {"--service --wait -1", "--wait"},
+      {"3341-1", "3341-1"},
+  };
+  for (const auto& c : cases) {
+    const Outcome outcome = Run(c.arguments);
+    EXPECT_GT(outcome.status, 0) << c.arguments;
+    EXPECT_EQ(outcome.out, "") << c.arguments;
+    EXPECT_THAT(outcome.errors, HasSubstr(c.complaint)) << c.arguments;
+  }
+}
+
+TEST_F(VerifyCommandTest, AFullDiskIsAFailure) {
+  const Outcome outcome = Run("--case 3341-1", ">/dev/full");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, "LoudDesk: the figures could not be written\n");
+}
+
+}  // namespace

@@ -1,0 +1,133 @@
+// `LoudDesk verify --service` against the shipped service.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ServiceProcess.h"
+
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+using Arguments = std::vector<std::string>;
+
+// Enough for a machine that builds at the same time; only failures ever take so long.
+constexpr ServiceProcess::Patience kPatience{60000};
+
+class VerifyServiceTest : public testing::Test {
+ protected:
+  void StartService(const std::string& cluster = "1") {
+    mService =
+        std::make_unique<ServiceProcess>(LOUDCALC_BINARY, Arguments{"-m", "1", "-c", cluster});
+  }
+
+  void StartVerify(Arguments arguments) {
+    arguments.insert(arguments.begin(), {"verify", "--service"});
+    mVerify = std::make_unique<ServiceProcess>(LOUDDESK_BINARY, arguments);
+  }
+
+  void ExpectEnd(int status) {
+    const auto report = mVerify->WaitForExit(kPatience);
+    ASSERT_TRUE(report) << "still running";
+    EXPECT_EQ(report->signal, 0);
+    EXPECT_EQ(report->status, status) << mVerify->StandardOutput() << mVerify->StandardError();
+  }
+
+  void ExpectComplaint(const std::string& text) {
+    ExpectEnd(1);
+    EXPECT_THAT(mVerify->StandardError(), StartsWith("LoudDesk: "));
+    EXPECT_THAT(mVerify->StandardError(), HasSubstr(text));
+  }
+
+  std::unique_ptr<ServiceProcess> mService;
+  std::unique_ptr<ServiceProcess> mVerify;
+};
+
+// Published in tenths.
+TEST_F(VerifyServiceTest, FiguresAreThoseThatTheServicePublishes) {
+  StartService();
+  StartVerify({"--case", "3341-1", "3341-5", "3341-6", "3342-2"});
+  ExpectEnd(0);
+  EXPECT_EQ(mVerify->StandardError(), "");
+  const std::string out = mVerify->StandardOutput();
+  EXPECT_THAT(out, HasSubstr("  Momentary                         -23.00   -23.00     +-0.1   "
+                             "-23.00 LKFS pass\n"));
+  EXPECT_THAT(out, HasSubstr("  Loudness range                      5.00     5.00       +-1     "
+                             "5.00 LU   pass\n"));
+  EXPECT_THAT(out, EndsWith("\n6 pass, 0 grid, 0 FAIL, 0 not run\n"));
+}
+
+TEST_F(VerifyServiceTest, TruePeaksGoThroughTheServiceToo) {
+  StartService();
+  StartVerify({"--case", "3341-15", "3341-19", "3341-22"});
+  ExpectEnd(0);
+  EXPECT_EQ(mVerify->StandardError(), "");
+  EXPECT_THAT(mVerify->StandardOutput(), EndsWith("\n3 pass, 0 grid, 0 FAIL, 0 not run\n"));
+}
+
+// Each burst a measurement of its own; -23.46 is published as -23.5 and -23.22 as -23.2.
+TEST_F(VerifyServiceTest, EachRunStartsFromEmpty) {
+  StartService();
+  StartVerify({"--case", "3341-13"});
+  ExpectEnd(0);
+  EXPECT_THAT(mVerify->StandardOutput(), EndsWith("\n4 pass, 16 grid, 0 FAIL, 0 not run\n"));
+}
+
+// Ten seconds of signal, of which each block but the first ten is waited for.
+TEST_F(VerifyServiceTest, ReadingsThatMustBeConstantAreSeenAtEveryBlock) {
+  StartService();
+  StartVerify({"--case", "3341-12"});
+  ExpectEnd(0);
+  EXPECT_THAT(mVerify->StandardOutput(), EndsWith("\n2 pass, 0 grid, 0 FAIL, 0 not run\n"));
+}
+
+TEST_F(VerifyServiceTest, AnotherClusterIsReachedByItsNumber) {
+  StartService("3");
+  StartVerify({"--cluster", "3", "--case", "3341-2"});
+  ExpectEnd(0);
+  EXPECT_THAT(mVerify->StandardOutput(), EndsWith("\n3 pass, 0 grid, 0 FAIL, 0 not run\n"));
+}
+
+TEST_F(VerifyServiceTest, WithoutAServiceThereAreNoFigures) {
+  StartVerify({"--wait", "0.2", "--case", "3341-1"});
+  ExpectComplaint("no service has subscribed in time; start LoudCalc -m 1 -c 1\n");
+  EXPECT_EQ(mVerify->StandardOutput(), "");
+}
+
+TEST_F(VerifyServiceTest, AServiceThatDiesIsNoticed) {
+  StartService();
+  StartVerify({"--case", "3341-9"});
+  ASSERT_TRUE(mVerify->WaitForLine("Case  Signal", kPatience));
+  mService->Signal(SIGKILL);
+  ExpectComplaint("the service has not ");
+  EXPECT_THAT(mVerify->StandardOutput(), Not(HasSubstr(" pass")));
+}
+
+TEST_F(VerifyServiceTest, CtrlCEndsAVerification) {
+  StartService();
+  StartVerify({"--case", "3341-9"});
+  ASSERT_TRUE(mVerify->WaitForLine("Case  Signal", kPatience));
+  mVerify->Signal(SIGINT);
+  ExpectComplaint("interrupted\n");
+}
+
+TEST_F(VerifyServiceTest, APlaceThatIsTakenIsNamed) {
+  StartService();
+  StartVerify({"--case", "3341-9"});
+  ASSERT_TRUE(mVerify->WaitForLine("Case  Signal", kPatience));
+  const std::unique_ptr<ServiceProcess> first = std::move(mVerify);
+  StartVerify({"--case", "3341-1"});
+  ExpectEnd(1);
+  EXPECT_THAT(mVerify->StandardError(), StartsWith("LoudDesk: "));
+  EXPECT_EQ(mVerify->StandardOutput(), "");
+}
+
+}  // namespace
