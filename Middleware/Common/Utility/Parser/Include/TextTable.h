@@ -14,42 +14,28 @@ struct TextEntry {
 };
 
 /// The value of the first row whose text occurs anywhere in `text` (case-sensitive), so the longer
-/// of two texts of which one contains the other must stand first. `nullFallback` for a null text,
-/// `fallback` for a text that contains none of the rows.
+/// of two texts of which one contains the other must stand first. `fallback` for a null text and
+/// for one that contains none of the rows.
 template <typename Value, std::size_t kRows>
-Value FindBySubstring(const TextEntry<Value> (&table)[kRows], const char* text, Value fallback,
-                      Value nullFallback) {
+Value FindBySubstring(const TextEntry<Value> (&table)[kRows], const char* text, Value fallback) {
   if (text == nullptr)
-    return nullFallback;
+    return fallback;
   for (const TextEntry<Value>& row : table)
     if (std::strstr(text, row.text) != nullptr)
       return row.value;
   return fallback;
 }
 
-/// As above; a null text gives `fallback` too.
+/// The value of the first row whose text equals `text` (case-sensitive). `fallback` for a null text
+/// and for one that equals none of the rows.
 template <typename Value, std::size_t kRows>
-Value FindBySubstring(const TextEntry<Value> (&table)[kRows], const char* text, Value fallback) {
-  return FindBySubstring(table, text, fallback, fallback);
-}
-
-/// The value of the first row whose text equals `text` (case-sensitive). `nullFallback` for a null
-/// text, `fallback` for a text that equals none of the rows.
-template <typename Value, std::size_t kRows>
-Value FindByEquality(const TextEntry<Value> (&table)[kRows], const char* text, Value fallback,
-                     Value nullFallback) {
+Value FindByEquality(const TextEntry<Value> (&table)[kRows], const char* text, Value fallback) {
   if (text == nullptr)
-    return nullFallback;
+    return fallback;
   for (const TextEntry<Value>& row : table)
     if (std::strcmp(text, row.text) == 0)
       return row.value;
   return fallback;
-}
-
-/// As above; a null text gives `fallback` too.
-template <typename Value, std::size_t kRows>
-Value FindByEquality(const TextEntry<Value> (&table)[kRows], const char* text, Value fallback) {
-  return FindByEquality(table, text, fallback, fallback);
 }
 
 /// The text of the first row with `value`, or `fallbackText` when no row has it. The table's texts

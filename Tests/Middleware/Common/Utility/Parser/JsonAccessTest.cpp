@@ -1,3 +1,5 @@
+// Strict access to JSON documents.
+
 #include "JsonAccess.h"
 
 #include <gtest/gtest.h>

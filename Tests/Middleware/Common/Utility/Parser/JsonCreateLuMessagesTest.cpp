@@ -1,3 +1,5 @@
+// Writer of the loudness messages.
+
 #include "JsonCreateLuMessages.h"
 
 #include <gtest/gtest.h>

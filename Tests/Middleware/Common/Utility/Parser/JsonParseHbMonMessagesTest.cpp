@@ -1,3 +1,5 @@
+// Readers of the process monitor's messages.
+
 #include "JsonParseHbMonMessages.h"
 
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+// Reader of command and cluster messages.
+
 #include <gtest/gtest.h>
 
 #include "GoldenFile.h"

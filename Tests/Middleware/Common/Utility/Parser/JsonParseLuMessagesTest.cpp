@@ -1,3 +1,5 @@
+// Reader of configuration messages.
+
 #include <gtest/gtest.h>
 
 #include "DeepNesting.h"

@@ -1,3 +1,5 @@
+// Records and vocabulary of the loudness messages.
+
 #include "LuMessages.h"
 
 #include <fcntl.h>

@@ -72,20 +72,30 @@ class MeterTest : public testing::Test {
 
 }  // namespace
 
+// The values of each enumeration count up from 0 in this order.
+template <typename Value>
+void ExpectCountsFromZero(std::initializer_list<Value> values) {
+  int expected = 0;
+  for (const Value value : values)
+    EXPECT_EQ(value, expected++);
+}
+
 TEST(AudioEnumerationsTest, ValuesAreThoseOfTheInterface) {
-  EXPECT_EQ(AST_SPEAKER_RTM, 19);
-  EXPECT_EQ(AST_SPEAKER_MAX, 20);
-  EXPECT_EQ(AST_SPEAKER_INVALID, 21);
-  EXPECT_EQ(SIT_MADI, 1);
-  EXPECT_EQ(SIT_TOSLINK, 9);
-  EXPECT_EQ(SIT_UNKNOWN, 11);
-  EXPECT_EQ(SIOCT_DOLBY_DECODER, 10);
-  EXPECT_EQ(SIOCT_UNKNOWN, 12);
-  EXPECT_EQ(OPA_RIGHT, 1);
-  EXPECT_EQ(OPA_LEFT, 2);
+  ExpectCountsFromZero({AST_NONE,        AST_SPEAKER_LEFT,   AST_SPEAKER_RIGHT, AST_SPEAKER_CENTER,
+                        AST_SPEAKER_LFE, AST_SPEAKER_LS,     AST_SPEAKER_RS,    AST_SPEAKER_BSL,
+                        AST_SPEAKER_BSR, AST_SPEAKER_MS,     AST_SPEAKER_LRS,   AST_SPEAKER_RRS,
+                        AST_SPEAKER_LTR, AST_SPEAKER_RTR,    AST_SPEAKER_LHP,   AST_SPEAKER_RHP,
+                        AST_SPEAKER_LTF, AST_SPEAKER_RTF,    AST_SPEAKER_LTM,   AST_SPEAKER_RTM,
+                        AST_SPEAKER_MAX, AST_SPEAKER_INVALID});
+  ExpectCountsFromZero({SIT_NONE, SIT_MADI, SIT_SDI, SIT_AOIP, SIT_DOLBY, SIT_AES, SIT_ANALOG,
+                        SIT_ASI, SIT_TS_OVER_IP, SIT_TOSLINK, SIT_NUM_TYPES, SIT_UNKNOWN});
+  ExpectCountsFromZero({SIOCT_NONE, SIOCT_BNC, SIOCT_SFP, SIOCT_OPTICAL, SIOCT_XLR, SIOCT_DB25,
+                        SIOCT_HD15, SIOCT_RJ45, SIOCT_6_35mm, SIOCT_HDMI, SIOCT_DOLBY_DECODER,
+                        SIOCT_MAX, SIOCT_UNKNOWN});
+  ExpectCountsFromZero({OPA_NONE, OPA_RIGHT, OPA_LEFT, OPA_BOTH});
+  ExpectCountsFromZero(
+      {ACCT_NONE, ACCT_MONO, ACCT_STEREO, ACCT_5_1, ACCT_7_1, ACCT_CUSTOM, ACCT_MAX, ACCT_UNKNOWN});
   EXPECT_EQ(OPA_UNKNOWN, 255);
-  EXPECT_EQ(ACCT_7_1, 4);
-  EXPECT_EQ(ACCT_UNKNOWN, 7);
   EXPECT_TRUE((std::is_same_v<SysInputOutputConnectorType_e, SysIOConnectorType_e>));
 }
 

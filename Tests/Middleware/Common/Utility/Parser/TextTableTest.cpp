@@ -1,3 +1,5 @@
+// Ordered tables of text and value.
+
 #include "TextTable.h"
 
 #include <gtest/gtest.h>
@@ -43,13 +45,6 @@ TEST(TextTableTest, OneFallbackServesNullAndUnknownTexts) {
   EXPECT_EQ(FindBySubstring(kFruits, "", kPlum), kPlum);
   EXPECT_EQ(FindByEquality(kFruits, nullptr, kPlum), kPlum);
   EXPECT_EQ(FindByEquality(kFruits, "Pear", kPlum), kPlum);
-}
-
-TEST(TextTableTest, NullTextMayHaveAFallbackOfItsOwn) {
-  EXPECT_EQ(FindBySubstring(kFruits, nullptr, kUnknown, kNone), kNone);
-  EXPECT_EQ(FindBySubstring(kFruits, "Pear", kUnknown, kNone), kUnknown);
-  EXPECT_EQ(FindByEquality(kFruits, nullptr, kUnknown, kNone), kNone);
-  EXPECT_EQ(FindByEquality(kFruits, "Pear", kUnknown, kNone), kUnknown);
 }
 
 TEST(TextTableTest, TextOfAValueIsThatOfItsFirstRow) {

@@ -1,0 +1,92 @@
+// Reading of the state publisher's messages.
+
+#include "Acknowledgement.h"
+
+#include "JsonAccess.h"
+
+namespace louddesk {
+
+namespace {
+
+// A topic is one of these and the meter set. The longer ones stand first: the others are their
+// beginnings.
+struct TopicEntry {
+  const char* prefix;
+  StateKind kind;
+  bool isRepublished;
+};
+
+constexpr TopicEntry kTopics[] = {
+    {"IOQVHwmLoudnessCmd_Repub_", StateKind::kAcknowledgement, true},
+    {"IOQVHwmLoudnessCmd_", StateKind::kAcknowledgement, false},
+    {"IOQVHwmSetLoudnessConfiguration_Repub_", StateKind::kConfiguration, true},
+    {"IOQVHwmSetLoudnessConfiguration_", StateKind::kConfiguration, false},
+};
+
+constexpr char kConfigurationKey[] = "\"Conf\":";
+
+const TopicEntry* FindTopic(const std::string& topic) {
+  for (const TopicEntry& entry : kTopics)
+    if (topic.rfind(entry.prefix, 0) == 0)
+      return &entry;
+  return nullptr;
+}
+
+// The configuration stands at the end of its envelope, character for character as it was sent.
+std::string EnvelopedText(const std::string& json) {
+  const std::size_t key = json.find(kConfigurationKey);
+  if (key == std::string::npos)
+    return "";
+  const std::size_t begin = key + sizeof kConfigurationKey - 1;
+  return json.substr(begin, json.rfind('}') - begin);
+}
+
+std::optional<std::uint32_t> ReadUnsigned(const rapidjson::Document& document, const char* key) {
+  std::uint32_t value = 0;
+  if (!json::Read(document, key, value))
+    return std::nullopt;
+  return value;
+}
+
+std::string ConfigurationText(const std::string& configuration) {
+  rapidjson::Document document;
+  std::string standard;
+  std::string mode;
+  std::uint32_t window = 0;
+  std::uint32_t range = 0;
+  if (!json::ParseObject(configuration.c_str(), document) ||
+      !json::Read(document, "LoudnessStandard", standard) || !json::Read(document, "Mode", mode) ||
+      !json::Read(document, "LoudnessWindowTime", window) ||
+      !json::Read(document, "LraWindow", range))
+    return "Configuration in force";
+  return "Configuration in force: " + standard + ", " + mode + ", window " +
+         std::to_string(window) + " s, range " + std::to_string(range) + " s";
+}
+
+}  // namespace
+
+std::optional<ServiceAnswer> ReadAnswer(const StateMessage& message) {
+  const TopicEntry* topic = FindTopic(message.topic);
+  rapidjson::Document document;
+  if (topic == nullptr || !json::ParseObject(message.json.c_str(), document))
+    return std::nullopt;
+  ServiceAnswer answer;
+  answer.kind = topic->kind;
+  answer.isRepublished = topic->isRepublished;
+  answer.user = ReadUnsigned(document, "UID");
+  answer.cmdTime = ReadUnsigned(document, "CmdTS");
+  if (topic->kind == StateKind::kConfiguration)
+    answer.configuration = EnvelopedText(message.json);
+  else if (!json::Read(document, "Command", answer.command))
+    return std::nullopt;
+  return answer;
+}
+
+std::string AnswerText(const ServiceAnswer& answer) {
+  const std::string text = answer.kind == StateKind::kConfiguration
+                               ? ConfigurationText(answer.configuration)
+                               : answer.command + " acknowledged";
+  return answer.user ? text + ", user " + std::to_string(*answer.user) : text;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,117 @@
+// What is known of a watched service, from its published messages alone. Knows no sockets, no
+// terminal and no clock: times come with the calls.
+
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+
+#include "Acknowledgement.h"
+#include "ServiceMessages.h"
+
+namespace louddesk {
+
+enum class ServiceState {
+  kAbsent,      // nobody publishes
+  kWaiting,     // somebody does, but has said nothing yet
+  kNotStarted,  // nothing was ever started, or the source is invalid
+  kRunning,
+  kPaused,
+  kStopped,
+  kSilent,  // no data, though nothing says that the measurement has stopped: reporting is off, or
+            // the service hangs
+  kDead,    // it has published and does so no more
+};
+
+/// The name of the state, for people.
+const char* StateName(ServiceState state);
+
+/// Data comes every 100 ms; whoever sends none for so long sends none at all.
+constexpr std::chrono::milliseconds kSilenceAfter{1000};
+
+/// Every service republishes its last command every five seconds.
+constexpr std::chrono::milliseconds kDeadAfter{6000};
+
+/// How long the peak meter holds a peak.
+constexpr std::chrono::milliseconds kPeakHold{3000};
+
+/// Duration of one point of the history, and the most points kept: 20 minutes.
+constexpr std::chrono::milliseconds kHistoryStep{2000};
+constexpr std::size_t kMaxHistory = 600;
+
+class WatchModel {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+
+  struct Note {
+    std::string localTime;  // when it came, HH:MM:SS
+    std::string text;
+  };
+
+  explicit WatchModel(Time start) : mStepEnd(start + kHistoryStep) {}
+
+  /// Whether the connection to the publishers stands.
+  void SetConnected(bool isConnected) { mIsConnected = isConnected; }
+
+  /// Takes a loudness message. REQUIRES: it is well-formed.
+  void TakeData(const LoudnessMessage& message);
+
+  /// Takes an answer that came at `time`.
+  void TakeAnswer(const ServiceAnswer& answer, Time time, const std::string& localTime);
+
+  /// Lets the history go on to `now`.
+  void Advance(Time now);
+
+  ServiceState State(Time now) const;
+
+  /// Whether momentary, short-term and peak are of now (or of the pause).
+  bool IsLive(Time now) const;
+
+  /// The last figures; without readings before the first message.
+  const LoudnessData_t& Data() const { return mData; }
+
+  /// Highest short-term loudness seen since the measurement restarted or the watch began, 0.1 LKFS;
+  /// kNoLoudnessCode when there was none.
+  std::int16_t MaxShortTerm() const { return mMaxShortTerm; }
+
+  /// Highest true peak of the last seconds, 0.01 dBTP; kNoTruePeakCode when there is none.
+  std::int16_t HeldPeak() const { return mHeldPeak; }
+
+  /// Whether the programme has meters; nothing before the first message.
+  std::optional<bool> IsSourceValid() const { return mIsSourceValid; }
+
+  /// The cluster that the service says it serves; nothing before the first message.
+  std::optional<int> Cluster() const { return mCluster; }
+
+  /// Time since the last message of either publisher; nothing before the first.
+  std::optional<std::chrono::milliseconds> Age(Time now) const;
+
+  /// Short-term loudness, 0.1 LKFS, oldest first: the highest of each step; kNoLoudnessCode where
+  /// there was none. The last one is still going on.
+  const std::deque<std::int16_t>& History() const { return mHistory; }
+
+  /// What was acknowledged, oldest first.
+  const std::deque<Note>& Notes() const { return mNotes; }
+
+ private:
+  void HoldPeak(Time time);
+
+  bool mIsConnected = false;
+  std::optional<Time> mLastData;
+  std::optional<Time> mLastAnswer;
+  std::string mCommand;  // last command known to be carried out, empty: not known yet
+  LoudnessData_t mData;
+  std::optional<bool> mIsSourceValid;
+  std::optional<int> mCluster;
+  std::int16_t mMaxShortTerm = kNoLoudnessCode;
+  std::int16_t mHeldPeak = kNoTruePeakCode;
+  Time mHeldSince;
+  Time mStepEnd;  // when the history's last step ends
+  std::deque<std::int16_t> mHistory{kNoLoudnessCode};
+  std::deque<Note> mNotes;
+};
+
+}  // namespace louddesk

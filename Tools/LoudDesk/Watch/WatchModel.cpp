@@ -1,0 +1,114 @@
+// The watched service's state, inferred from its messages and from their absence.
+
+#include "WatchModel.h"
+
+#include <algorithm>
+
+#include "LuMessages.h"
+
+namespace louddesk {
+
+namespace {
+
+constexpr std::size_t kMaxNotes = 50;
+
+constexpr char kNone[] = "None";
+constexpr char kStop[] = "Stop";
+constexpr char kPause[] = "Pause";
+constexpr char kReset[] = "Reset";
+
+}  // namespace
+
+const char* StateName(ServiceState state) {
+  switch (state) {
+    case ServiceState::kAbsent:
+      return "NO SERVICE";
+    case ServiceState::kWaiting:
+      return "WAITING";
+    case ServiceState::kNotStarted:
+      return "NOT STARTED";
+    case ServiceState::kRunning:
+      return "RUNNING";
+    case ServiceState::kPaused:
+      return "PAUSED";
+    case ServiceState::kStopped:
+      return "STOPPED";
+    case ServiceState::kSilent:
+      return "SILENT";
+    case ServiceState::kDead:
+      return "DEAD";
+  }
+  return "";
+}
+
+void WatchModel::TakeData(const LoudnessMessage& message) {
+  Advance(message.time);
+  mLastData = message.time;
+  mData = message.data;
+  mIsSourceValid = message.validSource != 0;
+  mCluster = message.cluster;
+  mCommand = cLuCmd::ConvertToLuCmdStrFromEnum(static_cast<LuCmd_e>(message.command));
+  // Only a restarted measurement has no maximum.
+  if (mData.MaxMomentary == kNoLoudnessCode)
+    mMaxShortTerm = kNoLoudnessCode;
+  mMaxShortTerm = std::max(mMaxShortTerm, mData.ShortTerm);
+  mHistory.back() = std::max(mHistory.back(), mData.ShortTerm);
+  HoldPeak(message.time);
+}
+
+void WatchModel::HoldPeak(Time time) {
+  if (mData.TruePeak < mHeldPeak && time - mHeldSince < kPeakHold)
+    return;
+  mHeldPeak = mData.TruePeak;
+  mHeldSince = time;
+}
+
+void WatchModel::TakeAnswer(const ServiceAnswer& answer, Time time, const std::string& localTime) {
+  mLastAnswer = time;
+  // A reset does not become the last command.
+  if (answer.kind == StateKind::kAcknowledgement && answer.command != kReset)
+    mCommand = answer.command;
+  if (answer.isRepublished)
+    return;
+  mNotes.push_back({localTime, AnswerText(answer)});
+  if (mNotes.size() > kMaxNotes)
+    mNotes.pop_front();
+}
+
+void WatchModel::Advance(Time now) {
+  for (; now >= mStepEnd; mStepEnd += kHistoryStep) {
+    mHistory.push_back(kNoLoudnessCode);
+    if (mHistory.size() > kMaxHistory)
+      mHistory.pop_front();
+  }
+}
+
+std::optional<std::chrono::milliseconds> WatchModel::Age(Time now) const {
+  const std::optional<Time> last = std::max(mLastData, mLastAnswer);
+  if (!last)
+    return std::nullopt;
+  return std::chrono::duration_cast<std::chrono::milliseconds>(now - *last);
+}
+
+ServiceState WatchModel::State(Time now) const {
+  const auto age = Age(now);
+  if (!age)
+    return mIsConnected ? ServiceState::kWaiting : ServiceState::kAbsent;
+  const bool hasData = mLastData && now - *mLastData < kSilenceAfter;
+  if (!hasData && (!mIsConnected || *age >= kDeadAfter))
+    return ServiceState::kDead;
+  if (mCommand == kStop)
+    return ServiceState::kStopped;
+  if (mCommand == kNone)
+    return ServiceState::kNotStarted;
+  if (!hasData)
+    return ServiceState::kSilent;
+  return mCommand == kPause ? ServiceState::kPaused : ServiceState::kRunning;
+}
+
+bool WatchModel::IsLive(Time now) const {
+  const ServiceState state = State(now);
+  return state == ServiceState::kRunning || state == ServiceState::kPaused;
+}
+
+}  // namespace louddesk
