@@ -3,10 +3,11 @@
 # Usage: install-missing.sh build|demo|check
 set -euo pipefail
 
-build=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev libsndfile1-dev libcli11-dev)
+build=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev libsndfile1-dev libcli11-dev
+       libncurses-dev)
 demo=(alsa-utils)
 check=(clang clang-format libgtest-dev libgmock-dev libbenchmark-dev
-       alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev)
+       alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev tmux)
 
 case "${1:-}" in
   build) wanted=("${build[@]}") ;;

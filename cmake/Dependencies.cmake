@@ -10,6 +10,8 @@ target_include_directories(rapidjson SYSTEM INTERFACE "${RAPIDJSON_INCLUDE_DIR}"
 if(LOUDCALC_BUILD_TOOLS)
   find_package(CLI11 REQUIRED)
   pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
+  set(CURSES_NEED_WIDE TRUE)
+  find_package(Curses REQUIRED)
 endif()
 if(LOUDCALC_BUILD_TESTS)
   find_package(GTest REQUIRED)

@@ -1,3 +1,5 @@
+// The command message: what is printed about an accepted, a refused and a foreign one.
+
 #include "WatchedService.h"
 
 namespace {

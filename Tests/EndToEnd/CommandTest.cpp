@@ -1,3 +1,5 @@
+// Every command in every state: what the action machine tells, what is acknowledged and published.
+
 #include "WatchedService.h"
 
 namespace {
@@ -55,9 +57,9 @@ class CommandTest : public WatchedService {
 
   void MeasureInMode(const std::string& mode) {
     StartMeasuring();
-    ExpectTransitions({"0x103 --> 0x101", "0x101 --> 0x100"});
+    ExpectTransitions(kStarted.changes);
     Configure(mode);
-    ExpectTransitions({"0x103 --> 0x101", "0x101 --> 0x100"});
+    ExpectTransitions(kStarted.changes);
     ExpectAcknowledgement("Start");
     ExpectMeasures(-20);
     mMeasured = SettledFigures();

@@ -1,3 +1,5 @@
+// The orderly end of the service, whenever a signal comes.
+
 #include <csignal>
 
 #include "WatchedService.h"

@@ -20,6 +20,8 @@ constexpr std::uint16_t kAnyFixedPort = 7000;
 /// A listening socket, or -1.
 int Listen(const char* address, std::uint16_t port) {
   const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int yes = 1;  // connections of an earlier test may still be winding down
+  setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
   sockaddr_in name{};
   name.sin_family = AF_INET;
   name.sin_port = htons(port);

@@ -64,6 +64,12 @@ TEST(LiveLineTest, TerminalLineIsRefreshedInPlace) {
   EXPECT_EQ("\rlonger\rshort \n", out.str());
 }
 
+TEST(LiveLineTest, TerminalLineIsEndedWithItsOwner) {
+  std::ostringstream out;
+  { LiveLine(out, 80).Show("text", kStart); }
+  EXPECT_EQ("\rtext\n", out.str());
+}
+
 TEST(LiveLineTest, TerminalLineNeverReachesTheLastColumn) {
   std::ostringstream out;
   LiveLine line(out, 6);

@@ -1,3 +1,5 @@
+// What the log sink gets, and what becomes of it while there is none.
+
 #include <chrono>
 
 #include "CollectorPeer.h"

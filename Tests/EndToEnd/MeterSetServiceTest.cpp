@@ -1,3 +1,5 @@
+// Services of the meter sets 0, 1, 2 and above: their endpoints and what they do not take.
+
 #include <filesystem>
 #include <fstream>
 

@@ -1,3 +1,5 @@
+// The process monitor: system status, application commands, heartbeats, and its absence.
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>

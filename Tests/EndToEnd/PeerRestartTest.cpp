@@ -1,3 +1,5 @@
+// Peers, clients and the service itself that end and come back.
+
 #include "WatchedService.h"
 
 namespace {

@@ -1,3 +1,5 @@
+// Presets: the programme and its weights, republications, invalid sources and what is refused.
+
 #include <cmath>
 
 #include "WatchedService.h"

@@ -1,3 +1,5 @@
+// Reporting, the hardware manager, raw data, and topics that only look like those of the service.
+
 #include "WatchedService.h"
 
 namespace {

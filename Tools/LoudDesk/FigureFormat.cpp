@@ -52,15 +52,9 @@ bool IsUtf8(const std::string& text) {
   return writer.String(text.c_str(), static_cast<rapidjson::SizeType>(text.size()));
 }
 
-// A file name may be any bytes; a JSON text may not.
-std::string ToUtf8(const std::string& text) {
-  constexpr char kReplacement[] = "\xEF\xBF\xBD";
-  if (IsUtf8(text))
-    return text;
-  std::string result;
-  for (const char c : text)
-    result += static_cast<unsigned char>(c) < 0x80 ? std::string(1, c) : kReplacement;
-  return result;
+std::vector<std::optional<double>> ColumnValues(const Figures& figures) {
+  return {figures.integrated,   figures.lra,         figures.maxMomentary,
+          figures.maxShortTerm, figures.maxTruePeak, figures.seconds};
 }
 
 void AddNumber(JsonWriter& writer, const char* key, const std::optional<double>& figure) {
@@ -79,19 +73,38 @@ std::string FigureText(const std::optional<double>& figure, const char* missing)
   return std::strcmp(text, "-0.00") == 0 ? "0.00" : text;
 }
 
+std::vector<WrittenFigure> WrittenFigures(const Figures& figures) {
+  std::vector<WrittenFigure> written;
+  const Column* column = kColumns;
+  for (const auto& value : ColumnValues(figures)) {
+    const std::string space = *column->continued == '\0' ? "" : " ";
+    written.push_back({column->name + space + column->continued, column->unit,
+                       FigureText(value, kMissingInTable)});
+    ++column;
+  }
+  return written;
+}
+
+std::string ToUtf8(const std::string& text) {
+  constexpr char kReplacement[] = "\xEF\xBF\xBD";
+  if (IsUtf8(text))
+    return text;
+  std::string result;
+  for (const char c : text)
+    result += static_cast<unsigned char>(c) < 0x80 ? std::string(1, c) : kReplacement;
+  return result;
+}
+
 std::string TableHeader() {
   return HeadingLine(&Column::name) + "\n" + HeadingLine(&Column::continued) + "\n" +
          HeadingLine(&Column::unit) + kFileHeading + "\n";
 }
 
 std::string TableRow(const std::string& file, const Figures& figures) {
-  const std::optional<double> cells[] = {figures.integrated,   figures.lra,
-                                         figures.maxMomentary, figures.maxShortTerm,
-                                         figures.maxTruePeak,  figures.seconds};
-  static_assert(std::size(cells) == std::size(kColumns));
   std::string row;
-  for (std::size_t i = 0; i < std::size(cells); ++i)
-    row += Cell(FigureText(cells[i], kMissingInTable).c_str(), kColumns[i].width);
+  const Column* column = kColumns;
+  for (const WrittenFigure& figure : WrittenFigures(figures))
+    row += Cell(figure.text.c_str(), (column++)->width);
   return row + "  " + file + "\n";
 }
 

@@ -3,8 +3,10 @@
 #include <CLI/CLI.hpp>
 
 #include "MeasureCommand.h"
+#include "SendCommand.h"
 #include "UnitCommand.h"
 #include "VerifyCommand.h"
+#include "WatchCommand.h"
 
 int main(int argc, char** argv) {
   CLI::App app("LoudDesk: loudness by the service's own engine, on a desk", "LoudDesk");
@@ -13,6 +15,8 @@ int main(int argc, char** argv) {
   louddesk::AddMeasureCommand(app, status);
   louddesk::AddUnitCommand(app, status);
   louddesk::AddVerifyCommand(app, status);
+  louddesk::AddWatchCommand(app, status);
+  louddesk::AddSendCommand(app, status);
   CLI11_PARSE(app, argc, argv);
   return status;
 }

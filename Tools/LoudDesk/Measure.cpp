@@ -28,6 +28,12 @@ constexpr std::uint64_t kWarmUpBlocks = kMomentaryBlocks - 1;
 constexpr float kLraGateLu = 20.0F;
 constexpr float kAbsoluteGateLkfs = -70.0F;
 
+// Lower end of the loudness range (EBU Tech 3342).
+constexpr std::uint64_t kLraLowPercent = 10;
+
+// What the loudness codes of the engine differ by.
+constexpr double kCodeWidthLu = 0.02;
+
 constexpr double kTwoTo64 = 18446744073709551616.0;
 
 std::optional<double> Reading(float loudness) {
@@ -50,6 +56,45 @@ std::optional<double> LraReading() {
   if (pLraLoud->GetGatedLkfsReading() - kLraGateLu < kAbsoluteGateLkfs)
     return std::nullopt;
   return pLraLoud->GetLra();
+}
+
+std::optional<double> PeakReading(std::uint32_t peak) {
+  if (peak == 0)
+    return std::nullopt;
+  return GetTruePeak(static_cast<std::uint16_t>(peak));
+}
+
+// The relative gate has an effect only above the absolute one.
+std::optional<double> RelativeGate(const cLoudInteg& integrator) {
+  const float gate = integrator.Bins.GetLoudnessLkfs(kAbsoluteGateLkfs) + integrator.RelativeGate;
+  if (gate < kAbsoluteGateLkfs)
+    return std::nullopt;
+  return gate;
+}
+
+double LoudnessOfCode(std::size_t code) {
+  return kAbsoluteGateLkfs + kCodeWidthLu * (static_cast<double>(code) - 1.0);
+}
+
+// Both ends of the loudness range, by the counting of `Cbin::GetLra`, which tells only their
+// distance.
+void ReadLraEnds(const cLoudInteg& integrator, LoudnessDistribution& distribution) {
+  const float gate = integrator.GetGatedLkfsReading() - kLraGateLu;
+  if (gate < kAbsoluteGateLkfs)
+    return;
+  const auto& bins = integrator.Bins.Bins;
+  const std::size_t lowest = Cbin::GetBinIndx(gate);
+  std::uint64_t total = 0;
+  for (std::size_t code = lowest; code < bins.size(); ++code)
+    total += bins[code];
+  if (total == 0)
+    return;
+  std::uint64_t below = 0;
+  std::size_t low = lowest;
+  while ((below += bins[low]) * 100 / total < kLraLowPercent)
+    ++low;
+  distribution.lraLow = LoudnessOfCode(low);
+  distribution.lraHigh = *distribution.lraLow + integrator.GetLra();
 }
 
 std::string Position(const AudioFile& file, const BadSample& sample) {
@@ -82,6 +127,7 @@ void ServiceMeter::Start(const SpeakerLayout& speakers) {
   mBlocks = 0;
   mWarmUpPeak = 0;
   mLargestPeak = 0;
+  mLastPeak = 0;
   mMaxShortTerm = kNoLoudnessLkfs;
 }
 
@@ -93,8 +139,8 @@ void ServiceMeter::Feed(const BlockReading& reading) {
   cJsonParser::ParseBinaryMessage(kRawDataTopic, message);
   zmsg_destroy(&message);
 
-  mLargestPeak =
-      std::max(mLargestPeak, *std::max_element(reading.peaks.begin(), reading.peaks.end()));
+  mLastPeak = *std::max_element(reading.peaks.begin(), reading.peaks.end());
+  mLargestPeak = std::max(mLargestPeak, mLastPeak);
   if (mBlocks < kWarmUpBlocks)
     mWarmUpPeak = mLargestPeak;
   mMaxShortTerm = std::max(mMaxShortTerm, LoudCalcResultsAll.ShortTerm);
@@ -103,6 +149,7 @@ void ServiceMeter::Feed(const BlockReading& reading) {
 
 Figures ServiceMeter::Read() const {
   Figures figures;
+  figures.truePeak = PeakReading(mLastPeak);
   if (mLargestPeak > 0)
     figures.maxTruePeak = std::max(LoudCalcResultsAll.MaxTruePeak,
                                    GetTruePeak(static_cast<std::uint16_t>(mWarmUpPeak)));
@@ -121,6 +168,17 @@ Figures ServiceMeter::Read() const {
   else
     figures.lra = LraReading();
   return figures;
+}
+
+LoudnessDistribution ServiceMeter::ReadDistribution() const {
+  LoudnessDistribution distribution;
+  const auto& bins = pIntegLoud->Bins.Bins;
+  distribution.readings.assign(bins.begin(), bins.end());
+  if (!HasWrapped(*pIntegLoud))
+    distribution.relativeGate = RelativeGate(*pIntegLoud);
+  if (!HasWrapped(*pLraLoud))
+    ReadLraEnds(*pLraLoud, distribution);
+  return distribution;
 }
 
 Figures MeasureFile(ServiceMeter& meter, AudioFile& file, const SpeakerLayout& speakers,

@@ -6,12 +6,16 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <fstream>
+#include <functional>
 #include <iostream>
 #include <memory>
 
 #include "FigureFormat.h"
-#include "Measure.h"
+#include "MeasuredSeries.h"
 #include "ProgressBar.h"
+#include "ReportPage.h"
+#include "SeriesFormat.h"
 
 namespace louddesk {
 namespace {
@@ -25,18 +29,36 @@ constexpr std::size_t kUsualColumns = 80;
 
 constexpr char kTableFormat[] = "table";
 constexpr char kJsonFormat[] = "json";
+constexpr char kCsvFormat[] = "csv";
+
+// A report overwrites the file of its name, so a name that audio may have is refused.
+constexpr char kReportEnding[] = ".html";
+
+constexpr double kMaxToleranceLu = 20.0;
+constexpr double kLowestPeakLimitDbtp = -40.0;
+constexpr double kHighestPeakLimitDbtp = 20.0;
+constexpr double kLowestTargetLkfs = -70.0;
+constexpr double kHighestTargetLkfs = 0.0;
 
 constexpr char kFooter[] =
     "\nExample:\n"
     "  LoudDesk measure /usr/share/sounds/alsa/Front_Center.wav\n"
     "  LoudDesk measure --format json --speakers Left,Right,Center *.flac\n"
+    "  LoudDesk measure --report loudness.html *.wav\n"
+    "  LoudDesk measure --report web.html --target -16 --tolerance 1 song.ogg\n"
+    "  LoudDesk measure --format csv song.ogg >series.csv\n"
     "\n"
     "Speakers are Left, Right, Center, LowFrequencyEffects, LeftSurround,\n"
     "RightSurround, BackSurroundLeft, BackSurroundRight and MonoSurround. Without\n"
     "--speakers one channel is Center, two are Left and Right, and six are the first\n"
     "six of these.\n"
-    "A figure without a reading, as in silence, is - in the table and null in JSON.\n"
-    "The status is 1 when a file could not be measured.\n";
+    "A figure without a reading, as in silence, is - in the table, null in JSON and\n"
+    "empty in CSV, which has one row for every 100 ms.\n"
+    "The report is one page with plots and verdicts for any browser. It judges by\n"
+    "EBU R 128 (-23 LKFS within 0.5 LU, true peak at most -1 dBTP) unless options\n"
+    "say otherwise.\n"
+    "The status is 1 when a file could not be measured, or the report not written;\n"
+    "a verdict does not change it.\n";
 
 std::unique_ptr<ProgressBar> MakeProgressBar(const AudioFile& file, std::ostream& terminal,
                                              ProgressColumns columns) {
@@ -46,22 +68,94 @@ std::unique_ptr<ProgressBar> MakeProgressBar(const AudioFile& file, std::ostream
   return std::make_unique<ProgressBar>(terminal, *columns, file.Path(), frames);
 }
 
-Figures MeasureOne(ServiceMeter& meter, const std::string& path, const MeasureOptions& options,
-                   std::ostream& errors, ProgressColumns progressColumns) {
+bool WantsSeries(const MeasureOptions& options) {
+  return options.style == FigureStyle::kCsv || !options.report.empty();
+}
+
+// Points and distribution are left empty when nobody wants them.
+MeasuredSeries MeasureOne(ServiceMeter& meter, const std::string& path,
+                          const MeasureOptions& options, std::ostream& errors,
+                          ProgressColumns progressColumns) {
   AudioFile file(path);
   const SpeakerLayout speakers = LayoutFor(file, options.speakers);
   const auto bar = MakeProgressBar(file, errors, progressColumns);
-  return MeasureFile(meter, file, speakers, [&bar](std::uint64_t frames) {
+  const Progress progress = [&bar](std::uint64_t frames) {
     if (bar != nullptr)
       bar->Show(frames);
-  });
+  };
+  if (WantsSeries(options))
+    return MeasureSeries(meter, file, speakers, progress);
+  MeasuredSeries measured;
+  measured.file = path;
+  measured.figures = MeasureFile(meter, file, speakers, progress);
+  return measured;
 }
 
-std::string Written(const std::string& path, const Figures& figures, FigureStyle style,
-                    bool isFirst) {
-  if (style == FigureStyle::kJson)
-    return JsonLine(path, figures);
-  return (isFirst ? TableHeader() : "") + TableRow(path, figures);
+std::string Written(const MeasuredSeries& measured, FigureStyle style, bool isFirst) {
+  switch (style) {
+    case FigureStyle::kJson:
+      return JsonLine(measured.file, measured.figures);
+    case FigureStyle::kCsv:
+      return (isFirst ? CsvHeader() : "") + CsvRows(measured);
+    case FigureStyle::kTable:
+      break;
+  }
+  return (isFirst ? TableHeader() : "") + TableRow(measured.file, measured.figures);
+}
+
+// Tells before hours of work whether the page can be written after them. An earlier page stays.
+bool CanWrite(const std::string& path) {
+  return std::ofstream(path, std::ios::app).good();
+}
+
+bool WriteReport(const std::string& path, const Report& report) {
+  std::ofstream file(path, std::ios::binary);
+  file << ReportPage(report) << std::flush;
+  return file.good();
+}
+
+std::string CheckReport(const std::string& path) {
+  const std::string ending = kReportEnding;
+  if (path.size() > ending.size() &&
+      path.compare(path.size() - ending.size(), ending.size(), ending) == 0)
+    return "";
+  return "the name of a report ends in " + ending;
+}
+
+// Nothing that is no number gets through, as it would through the comparison of `CLI::Range`.
+std::function<std::string(const std::string&)> Between(double low, double high) {
+  return [low, high](const std::string& text) {
+    double value = 0.0;
+    if (CLI::detail::lexical_cast(text, value) && value >= low && value <= high)
+      return std::string();
+    return "\"" + text + "\" is not between " + FigureText(low, "") + " and " +
+           FigureText(high, "");
+  };
+}
+
+void AddLimitOptions(CLI::App& command, CLI::Option* report, LoudnessLimits& limits) {
+  command.add_option("--target", limits.target, "Target of the integrated loudness, LKFS")
+      ->check(Between(kLowestTargetLkfs, kHighestTargetLkfs))
+      ->needs(report);
+  CLI::Option* tolerance =
+      command.add_option("--tolerance", limits.tolerance, "On both sides of the target, LU")
+          ->check(Between(0.0, kMaxToleranceLu))
+          ->needs(report);
+  command.add_option("--max-true-peak", limits.maxTruePeak, "Limit of the true peak, dBTP")
+      ->check(Between(kLowestPeakLimitDbtp, kHighestPeakLimitDbtp))
+      ->needs(report);
+  command
+      .add_flag_callback(
+          "--live", [&limits] { limits.tolerance = kR128LiveToleranceLu; },
+          "Tolerance of live programmes, 1 LU")
+      ->needs(report)
+      ->excludes(tolerance);
+}
+
+FigureStyle StyleNamed(const std::string& format) {
+  if (format == kJsonFormat)
+    return FigureStyle::kJson;
+  return format == kCsvFormat ? FigureStyle::kCsv : FigureStyle::kTable;
 }
 
 ProgressColumns ColumnsOfTerminal(int descriptor) {
@@ -83,25 +177,36 @@ int RunMeasure(const MeasureOptions& options) {
 
 int MeasureFiles(const MeasureOptions& options, std::ostream& out, std::ostream& errors,
                  ProgressColumns progressColumns) {
-  ServiceMeter meter;
   int status = 0;
+  const auto fail = [&errors, &status](const std::string& complaint) {
+    errors << kErrorPrefix << complaint << "\n";
+    status = 1;
+  };
+  if (!options.report.empty() && !CanWrite(options.report)) {
+    fail(options.report + ": the report cannot be written");
+    return status;
+  }
+  ServiceMeter meter;
+  Report report{{}, {}, options.limits};
   bool isFirst = true;
   for (const std::string& path : options.files) {
     try {
-      const Figures figures = MeasureOne(meter, path, options, errors, progressColumns);
-      out << Written(path, figures, options.style, isFirst) << std::flush;
-      for (const std::string& note : NotesOn(figures))
+      MeasuredSeries measured = MeasureOne(meter, path, options, errors, progressColumns);
+      out << Written(measured, options.style, isFirst) << std::flush;
+      for (const std::string& note : NotesOn(measured.figures))
         errors << kErrorPrefix << path << ": note: " << note << "\n";
       isFirst = false;
+      if (!options.report.empty())
+        report.files.push_back(std::move(measured));
     } catch (const AudioFileError& error) {
-      errors << kErrorPrefix << error.what() << "\n";
-      status = 1;
+      fail(error.what());
+      report.failures.emplace_back(error.what());
     }
   }
-  if (!out) {
-    errors << kErrorPrefix << "the figures could not be written\n";
-    status = 1;
-  }
+  if (!out)
+    fail("the figures could not be written");
+  if (!options.report.empty() && !WriteReport(options.report, report))
+    fail(options.report + ": the report could not be written");
   return status;
 }
 
@@ -111,18 +216,26 @@ void AddMeasureCommand(CLI::App& app, int& status) {
   auto files = std::make_shared<std::vector<std::string>>();
   auto format = std::make_shared<std::string>(kTableFormat);
   auto speakers = std::make_shared<std::string>();
+  auto report = std::make_shared<std::string>();
+  auto limits = std::make_shared<LoudnessLimits>();
   command->add_option("FILE", *files, "Audio files of 1 to 32 channels, 8 to 192 kHz")->required();
   command->add_option("--format", *format, "How the figures are written")
       ->capture_default_str()
-      ->check(CLI::IsMember({kTableFormat, kJsonFormat}));
+      ->check(CLI::IsMember({kTableFormat, kJsonFormat, kCsvFormat}));
   CLI::Option* speakersOption =
       command->add_option("--speakers", *speakers, "Speaker of each channel, separated by commas")
           ->check(CheckSpeakers);
+  CLI::Option* reportOption =
+      command->add_option("--report", *report, "Page to write, a name in .html")
+          ->check(CheckReport);
+  AddLimitOptions(*command, reportOption, *limits);
   command->footer(kFooter);
   command->callback([=, &status] {
     MeasureOptions options;
     options.files = *files;
-    options.style = *format == kJsonFormat ? FigureStyle::kJson : FigureStyle::kTable;
+    options.style = StyleNamed(*format);
+    options.report = *report;
+    options.limits = *limits;
     if (speakersOption->count() > 0)
       options.speakers = SplitSpeakers(*speakers);
     status = RunMeasure(options);

@@ -17,23 +17,23 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 ComplianceRow Row(const Expectation& expectation, const std::optional<double>& measured,
-                  Verdict verdict) {
+                  ComplianceVerdict verdict) {
   return {"3341-99", "a signal", expectation, measured, verdict};
 }
 
 ComplianceRow MomentaryRow() {
   return Row({Quantity::kMaxMomentary, "i = 2", Pick::kLast, 14, 14, -23.0, -23.4576, {0.1, 0.1}},
-             -23.4512, Verdict::kGrid);
+             -23.4512, ComplianceVerdict::kGrid);
 }
 
 ComplianceRow TruePeakRow() {
   return Row({Quantity::kMaxTruePeak, "", Pick::kLast, 10, 10, -6.0, -6.0, {0.4, 0.2}}, -6.5,
-             Verdict::kFail);
+             ComplianceVerdict::kFail);
 }
 
 ComplianceRow MissingRow() {
   return Row({Quantity::kLra, "", Pick::kLast, 10, 10, 10.0, 10.0, {1.0, 1.0}}, std::nullopt,
-             Verdict::kFail);
+             ComplianceVerdict::kFail);
 }
 
 ComplianceRow FineRow() {
@@ -45,11 +45,11 @@ ComplianceRow FineRow() {
               0.6938,
               0.6938,
               {5e-5, 5e-5}},
-             0.69381, Verdict::kPass);
+             0.69381, ComplianceVerdict::kPass);
 }
 
 ComplianceRow RecordingRow() {
-  return {"3341-7", "a recording", std::nullopt, std::nullopt, Verdict::kNotRun};
+  return {"3341-7", "a recording", std::nullopt, std::nullopt, ComplianceVerdict::kNotRun};
 }
 
 // What the widest rows of all cases look like: every figure at its widest.
@@ -57,10 +57,11 @@ std::vector<ComplianceRow> WideRows() {
   std::vector<ComplianceRow> rows;
   for (const ComplianceCase& known : ComplianceCases()) {
     if (known.runs.empty())
-      rows.push_back({known.id, known.signal, std::nullopt, std::nullopt, Verdict::kNotRun});
+      rows.push_back(
+          {known.id, known.signal, std::nullopt, std::nullopt, ComplianceVerdict::kNotRun});
     for (const ComplianceRun& run : known.runs)
       for (const Expectation& expectation : run.expectations)
-        rows.push_back({known.id, known.signal, expectation, -150.0, Verdict::kFail});
+        rows.push_back({known.id, known.signal, expectation, -99.0, ComplianceVerdict::kFail});
   }
   return rows;
 }

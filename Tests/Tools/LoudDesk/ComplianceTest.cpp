@@ -294,7 +294,7 @@ TEST_F(RunCaseTest, ACaseWithoutASignalIsNotRun) {
   EXPECT_EQ(rows[0].caseId, "3341-7");
   EXPECT_EQ(rows[0].signal, "recording, not redistributable");
   EXPECT_FALSE(rows[0].expectation.has_value());
-  EXPECT_EQ(rows[0].verdict, Verdict::kNotRun);
+  EXPECT_EQ(rows[0].verdict, ComplianceVerdict::kNotRun);
   EXPECT_EQ(mMeter.mStarts, 0);
 }
 
@@ -302,42 +302,42 @@ TEST_F(RunCaseTest, GainsAreThoseOfTheFrontEndAlone) {
   const auto rows = Rows(CaseOf("1770-gain"), mMeter);
   ASSERT_THAT(rows, SizeIs(7));
   for (const ComplianceRow& row : rows)
-    EXPECT_EQ(row.verdict, Verdict::kPass) << row.expectation->detail;
+    EXPECT_EQ(row.verdict, ComplianceVerdict::kPass) << row.expectation->detail;
   EXPECT_EQ(mMeter.mReads, 0);
 }
 
-Verdict VerdictOn(double standard, double expected, const std::optional<double>& measured,
-                  Tolerance tolerance = {0.1, 0.1}) {
+ComplianceVerdict VerdictOn(double standard, double expected, const std::optional<double>& measured,
+                            Tolerance tolerance = {0.1, 0.1}) {
   return Judge({Quantity::kMomentary, "", Pick::kLast, 1, 1, standard, expected, tolerance},
                measured);
 }
 
 TEST(JudgeTest, WithinTheToleranceOfTheStandardIsAPass) {
   for (const double measured : {-23.1, -23.0, -22.9})
-    EXPECT_EQ(VerdictOn(-23.0, -23.0, measured), Verdict::kPass) << measured;
+    EXPECT_EQ(VerdictOn(-23.0, -23.0, measured), ComplianceVerdict::kPass) << measured;
 }
 
 TEST(JudgeTest, OutsideOfTheToleranceIsAFailure) {
   for (const double measured : {-23.11, -22.89, -99.0, 0.0, std::nan("")})
-    EXPECT_EQ(VerdictOn(-23.0, -23.0, measured), Verdict::kFail) << measured;
+    EXPECT_EQ(VerdictOn(-23.0, -23.0, measured), ComplianceVerdict::kFail) << measured;
 }
 
 TEST(JudgeTest, ToleranceMayBeUneven) {
-  EXPECT_EQ(VerdictOn(-6.0, -6.0, -5.8, {0.4, 0.2}), Verdict::kPass);
-  EXPECT_EQ(VerdictOn(-6.0, -6.0, -6.4, {0.4, 0.2}), Verdict::kPass);
-  EXPECT_EQ(VerdictOn(-6.0, -6.0, -5.79, {0.4, 0.2}), Verdict::kFail);
-  EXPECT_EQ(VerdictOn(-6.0, -6.0, -6.41, {0.4, 0.2}), Verdict::kFail);
+  EXPECT_EQ(VerdictOn(-6.0, -6.0, -5.8, {0.4, 0.2}), ComplianceVerdict::kPass);
+  EXPECT_EQ(VerdictOn(-6.0, -6.0, -6.4, {0.4, 0.2}), ComplianceVerdict::kPass);
+  EXPECT_EQ(VerdictOn(-6.0, -6.0, -5.79, {0.4, 0.2}), ComplianceVerdict::kFail);
+  EXPECT_EQ(VerdictOn(-6.0, -6.0, -6.41, {0.4, 0.2}), ComplianceVerdict::kFail);
 }
 
 TEST(JudgeTest, NoReadingIsAFailure) {
-  EXPECT_EQ(VerdictOn(-23.0, -23.0, std::nullopt), Verdict::kFail);
+  EXPECT_EQ(VerdictOn(-23.0, -23.0, std::nullopt), ComplianceVerdict::kFail);
 }
 
 TEST(JudgeTest, WhatTheGridExplainsIsNeitherPassNorFailure) {
-  EXPECT_EQ(VerdictOn(-23.0, -23.46, -23.45), Verdict::kGrid);
-  EXPECT_EQ(VerdictOn(-23.0, -23.46, -23.0), Verdict::kFail);
-  EXPECT_EQ(VerdictOn(-23.0, -23.08, -23.07), Verdict::kPass);
-  EXPECT_EQ(VerdictOn(-23.0, -23.08, -23.12), Verdict::kGrid);
+  EXPECT_EQ(VerdictOn(-23.0, -23.46, -23.45), ComplianceVerdict::kGrid);
+  EXPECT_EQ(VerdictOn(-23.0, -23.46, -23.0), ComplianceVerdict::kFail);
+  EXPECT_EQ(VerdictOn(-23.0, -23.08, -23.07), ComplianceVerdict::kPass);
+  EXPECT_EQ(VerdictOn(-23.0, -23.08, -23.12), ComplianceVerdict::kGrid);
 }
 
 }  // namespace

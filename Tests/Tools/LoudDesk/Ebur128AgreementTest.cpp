@@ -1,14 +1,19 @@
 // Front end and engine against libebur128 over generated noise: loudness within 0.05 LU, true peak
 // within 0.2 dB, at several sample rates and numbers of channels.
+//
+// The noise has nothing at half of the sample rate, as nothing has that went through a converter.
+// Noise that is white up to there has no true peak that an interpolator of this size could find:
+// both meters miss it by more than a decibel, and not by the same.
 
 #include <ebur128.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
-#include <optional>
 #include <ostream>
+#include <utility>
 #include <vector>
 
 #include "BlockMeter.h"
@@ -56,6 +61,7 @@ class BothMeters {
     std::vector<double> samples(frames * mSound.channels);
     BlockReading reading;
     while (source->Read(samples.data(), frames) == frames) {
+      Smooth(samples);
       ASSERT_FALSE(mFrontEnd.Measure(samples.data(), reading).has_value());
       mOurs.Feed(reading);
       ASSERT_EQ(ebur128_add_frames_double(mTheirs.get(), samples.data(), frames), EBUR128_SUCCESS);
@@ -99,11 +105,24 @@ class BothMeters {
   int Blocks() const { return mBlocks; }
 
  private:
+  // (1 + cos w) / 2, over every channel: half the amplitude at a quarter of the sample rate.
+  void Smooth(std::vector<double>& samples) {
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      auto& [newer, older] = mPrevious[i % mSound.channels];
+      const double sample = samples[i];
+      samples[i] = (sample + 2.0 * newer + older) / 4.0;
+      older = newer;
+      newer = sample;
+    }
+  }
+
   Sound mSound;
   BlockMeter mFrontEnd;
   ServiceMeter mOurs;
   std::unique_ptr<ebur128_state, DestroyEbur128> mTheirs;
   int mBlocks = 0;
+  // The last two samples of each channel before smoothing.
+  std::array<std::pair<double, double>, kMeters> mPrevious{};
 };
 
 StepSignal NoiseInSteps(const std::vector<SignalStep>& steps) {

@@ -52,6 +52,17 @@ TEST(FigureFormatTest, TableIsAlignedUnderItsHeading) {
             "         -         -          -           -          -      3.00  b c.flac\n");
 }
 
+TEST(FigureFormatTest, WrittenFiguresAreTheColumnsOfTheTable) {
+  std::string text;
+  for (const WrittenFigure& figure : WrittenFigures(Programme()))
+    text += figure.name + " " + figure.text + " " + figure.unit + "\n";
+  EXPECT_EQ(text,
+            "Integrated loudness -23.00 LKFS\nLoudness range 5.12 LU\n"
+            "Maximum momentary -18.20 LKFS\nMaximum short-term -20.00 LKFS\n"
+            "Maximum true peak -1.00 dBTP\nDuration 123.46 s\n");
+  EXPECT_EQ(WrittenFigures(Silence()).front().text, "-");
+}
+
 TEST(FigureFormatTest, JsonIsOneObjectALine) {
   EXPECT_EQ(JsonLine("a.wav", Programme()),
             "{\"File\":\"a.wav\",\"Seconds\":123.46,\"Integrated\":-23.00,\"Lra\":5.12,"

@@ -165,6 +165,49 @@ TEST_F(MeasureCommandTest, JsonIsAllThereIsOnStandardOutput) {
   EXPECT_EQ(document["Seconds"].GetDouble(), 2.0);
 }
 
+TEST_F(MeasureCommandTest, CsvIsTheSeriesOfTheFile) {
+  const std::string path = WriteTone("tone.wav");
+  const Outcome outcome = Run("measure --format csv " + Quoted(path));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_THAT(outcome.out,
+              StartsWith("File,Seconds,Momentary,ShortTerm,Integrated,Lra,TruePeak\n"));
+  EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 21);
+}
+
+TEST_F(MeasureCommandTest, AReportIsWrittenBesideTheTable) {
+  const std::string path = WriteTone("tone.wav");
+  const std::string report = mDirectory.Path("report.html");
+  const Outcome outcome = Run("measure " + Quoted(path) + " --report " + Quoted(report));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_THAT(outcome.out, HasSubstr(path + "\n"));
+  EXPECT_THAT(test_audio::BytesOf(report), HasSubstr("EBU R 128: integrated loudness -23.00"));
+}
+
+TEST_F(MeasureCommandTest, LimitsOfTheReportAreChosenByOptions) {
+  const std::string path = Quoted(WriteTone("tone.wav"));
+  const std::string report = mDirectory.Path("report.html");
+  struct {
+    const char* options;
+    const char* named;
+  } const cases[] = {
+      {"--live",
+       "EBU R 128, live: integrated loudness -23.00 LKFS \xC2\xB1"
+       "1.00 LU"},
+      {"--target -16 --tolerance 2",
+       "Chosen limits: integrated loudness -16.00 LKFS \xC2\xB1"
+       "2.00 LU, true peak at most -1.00 dBTP"},
+      {"--max-true-peak -2", "0.50 LU, true peak at most -2.00 dBTP"},
+  };
+  for (const auto& c : cases) {
+    const Outcome outcome =
+        Run("measure " + path + " --report " + Quoted(report) + " " + c.options);
+    EXPECT_EQ(outcome.status, 0) << c.options;
+    EXPECT_THAT(test_audio::BytesOf(report), HasSubstr(c.named)) << c.options;
+  }
+}
+
 TEST_F(MeasureCommandTest, AFailedFileIsStatus1AndTheOthersAreMeasured) {
   const std::string good = WriteTone("good.wav");
   const std::string gone = mDirectory.Path("gone.wav");
@@ -192,8 +235,9 @@ TEST_F(MeasureCommandTest, HelpShowsAnExampleAndEverySpeaker) {
   EXPECT_EQ(outcome.errors, "");
   EXPECT_THAT(outcome.out, HasSubstr("\nExample:\n  LoudDesk measure "));
   for (const char* word :
-       {"FILE", "--format", "--speakers", "Left", "Right", "Center", "LowFrequencyEffects",
-        "LeftSurround", "RightSurround", "BackSurroundLeft", "BackSurroundRight", "MonoSurround"})
+       {"FILE", "--format", "--speakers", "--report", "--target", "--tolerance", "--max-true-peak",
+        "--live", "csv", "Left", "Right", "Center", "LowFrequencyEffects", "LeftSurround",
+        "RightSurround", "BackSurroundLeft", "BackSurroundRight", "MonoSurround"})
     EXPECT_THAT(outcome.out, HasSubstr(word));
   std::istringstream lines(outcome.out);
   for (std::string line; std::getline(lines, line);)
@@ -208,10 +252,25 @@ TEST_F(MeasureCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
       {"", "subcommand is required"},
       {"weigh a.wav", "subcommand is required"},
       {"measure", "FILE is required"},
-      {"measure --format xml a.wav", "--format: xml not in {table,json}"},
+      {"measure --format xml a.wav", "--format: xml not in {table,json,csv}"},
       {"measure --loud a.wav", "--loud"},
       {"measure --speakers Left,Middle a.wav", "--speakers: \"Middle\" is no speaker; there are"},
       {"measure --speakers '' a.wav", "--speakers: \"\" is no speaker"},
+      {"measure --report a.wav b.wav", "--report: the name of a report ends in .html"},
+      {"measure --report .html b.wav", "--report: the name of a report ends in .html"},
+      {"measure --target -16 a.wav", "--target requires --report"},
+      {"measure --tolerance 1 a.wav", "--tolerance requires --report"},
+      {"measure --max-true-peak -2 a.wav", "--max-true-peak requires --report"},
+      {"measure --live a.wav", "--live requires --report"},
+      {"measure --report r.html --live --tolerance 1 a.wav", "excludes --"},
+      {"measure --report r.html --target loud a.wav",
+       "--target: \"loud\" is not between -70.00 and 0.00"},
+      {"measure --report r.html --target nan a.wav", "--target: \"nan\" is not between"},
+      {"measure --report r.html --target 1 a.wav", "--target: \"1\" is not between"},
+      {"measure --report r.html --tolerance -1 a.wav",
+       "--tolerance: \"-1\" is not between 0.00 and 20.00"},
+      {"measure --report r.html --max-true-peak inf a.wav",
+       "--max-true-peak: \"inf\" is not between -40.00 and 20.00"},
   };
   for (const auto& c : cases) {
     const Outcome outcome = Run(c.arguments);

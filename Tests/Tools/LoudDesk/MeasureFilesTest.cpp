@@ -133,6 +133,90 @@ TEST_F(MeasureFilesTest, AStreamThatTakesNothingIsAFailure) {
   EXPECT_EQ(mErrors.str(), "LoudDesk: the figures could not be written\n");
 }
 
+std::string LastLine(const std::string& text) {
+  const std::size_t end = text.rfind('\n', text.size() - 2);
+  return text.substr(end == std::string::npos ? 0 : end + 1);
+}
+
+// A second has ten blocks.
+TEST_F(MeasureFilesTest, CsvHasOneHeadingAndARowForEveryBlock) {
+  const std::string a = WriteTone("a.wav");
+  const std::string b = WriteTone("b.wav");
+  EXPECT_EQ(Run({{a, b}, FigureStyle::kCsv, std::nullopt}), 0);
+  EXPECT_EQ(mErrors.str(), "");
+  const std::string text = mOut.str();
+  EXPECT_THAT(text, StartsWith("File,Seconds,Momentary,ShortTerm,Integrated,Lra,TruePeak\n" + a +
+                               ",0.10,,,,,-"));
+  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 21);
+  EXPECT_EQ(text.find("File"), text.rfind("File"));
+  EXPECT_THAT(LastLine(text), StartsWith(b + ",1.00,-"));
+}
+
+TEST_F(MeasureFilesTest, AFileThatTurnsOutTruncatedHasNoRow) {
+  const std::string path = mDirectory.Write("cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 1,
+                                            Noise(0.5, 96000, 1));
+  CutOff(path, 100000);
+  EXPECT_EQ(Run({{path}, FigureStyle::kCsv, std::nullopt}), 1);
+  EXPECT_EQ(mOut.str(), "");
+}
+
+TEST_F(MeasureFilesTest, AReportStandsBesideTheTable) {
+  const std::string a = WriteTone("a.wav");
+  const std::string report = mDirectory.Path("report.html");
+  EXPECT_EQ(Run({{a}, FigureStyle::kTable, std::nullopt}), 0);
+  const std::string table = mOut.str();
+  EXPECT_EQ(Run({{a}, FigureStyle::kTable, std::nullopt, report}), 0);
+  EXPECT_EQ(mOut.str(), table);
+  EXPECT_EQ(mErrors.str(), "");
+  const std::string page = test_audio::BytesOf(report);
+  EXPECT_THAT(page, StartsWith("<!DOCTYPE html>"));
+  EXPECT_THAT(page, HasSubstr("<bdi>a.wav</bdi>"));
+  EXPECT_THAT(page, testing::EndsWith("</html>\n"));
+}
+
+TEST_F(MeasureFilesTest, AReportReplacesAnEarlierOne) {
+  const std::string report = mDirectory.WriteBytes("report.html", std::string(2'000'000, 'x'));
+  EXPECT_EQ(Run({{WriteTone("a.wav")}, FigureStyle::kTable, std::nullopt, report}), 0);
+  EXPECT_THAT(test_audio::BytesOf(report), StartsWith("<!DOCTYPE html>"));
+  EXPECT_THAT(test_audio::BytesOf(report), testing::EndsWith("</html>\n"));
+}
+
+TEST_F(MeasureFilesTest, AReportCoversEveryFileAlsoThoseThatFail) {
+  const std::string gone = mDirectory.Path("gone.wav");
+  const std::string report = mDirectory.Path("report.html");
+  EXPECT_EQ(Run({{WriteTone("a.wav"), gone, WriteTone("b.wav")},
+                 FigureStyle::kTable,
+                 std::nullopt,
+                 report}),
+            1);
+  const std::string page = test_audio::BytesOf(report);
+  EXPECT_THAT(page, HasSubstr("id=\"file-2\""));
+  EXPECT_THAT(page, HasSubstr("<bdi>" + gone + ": no such file</bdi>"));
+}
+
+// A tone of -20 dBFS reads -20 LKFS: 3 LU above the target of EBU R 128, on the one chosen.
+TEST_F(MeasureFilesTest, AReportJudgesByTheLimitsGivenAndLeavesTheStatusAlone) {
+  const std::string a = WriteTone("a.wav");
+  const std::string report = mDirectory.Path("report.html");
+  EXPECT_EQ(Run({{a}, FigureStyle::kTable, std::nullopt, report}), 0);
+  EXPECT_THAT(test_audio::BytesOf(report), HasSubstr(" Fail</span>"));
+  EXPECT_EQ(Run({{a}, FigureStyle::kTable, std::nullopt, report, {-20.0, 0.5, -1.0}}), 0);
+  EXPECT_THAT(test_audio::BytesOf(report), testing::Not(HasSubstr(" Fail</span>")));
+}
+
+TEST_F(MeasureFilesTest, NothingIsMeasuredForAReportThatCannotBeWritten) {
+  const std::string report = mDirectory.Path("missing/report.html");
+  EXPECT_EQ(Run({{WriteTone("a.wav")}, FigureStyle::kTable, std::nullopt, report}), 1);
+  EXPECT_EQ(mOut.str(), "");
+  EXPECT_EQ(mErrors.str(), "LoudDesk: " + report + ": the report cannot be written\n");
+}
+
+TEST_F(MeasureFilesTest, AReportThatFindsTheDiskFullIsAFailure) {
+  EXPECT_EQ(Run({{WriteTone("a.wav")}, FigureStyle::kJson, std::nullopt, "/dev/full"}), 1);
+  EXPECT_EQ(mErrors.str(), "LoudDesk: /dev/full: the report could not be written\n");
+  EXPECT_THAT(mOut.str(), StartsWith("{\"File\":"));
+}
+
 // 32 channels at 192 kHz make a long file of little more than three seconds; block 17 ends at
 // 17 x 19200 of 625000 frames.
 TEST_F(MeasureFilesTest, LongFilesShowProgressOnATerminalOnly) {

@@ -235,10 +235,10 @@ double Largest(const Samples& samples) {
 }
 
 // A sample lies at most 2 of the 16 steps of the hidden period beside its crest: cos(45 degrees).
-// The low pass takes a little from the crest.
+// The low pass changes them a little.
 TEST(TestSignalsTest, AHiddenCrestLiesOnASampleOrBetweenTwo) {
-  EXPECT_NEAR(Largest(HiddenCrest(0, 48000)), 1.0, 0.02);
-  EXPECT_NEAR(Largest(HiddenCrest(2, 48000)), std::sqrt(0.5), 0.02);
+  EXPECT_NEAR(Largest(HiddenCrest(0, 48000)), 1.0, 0.05);
+  EXPECT_NEAR(Largest(HiddenCrest(2, 48000)), std::sqrt(0.5), 0.05);
 }
 
 TEST(TestSignalsTest, AHiddenCrestStandsInTheMiddleOfASteadySine) {

@@ -72,8 +72,9 @@ TEST_F(VerifyCommandTest, TheDocumentExplainsEveryCase) {
   std::istringstream rows(Between(document, kTableBegin, kTableEnd));
   for (std::string row; std::getline(rows, row);) {
     const std::string id = row.substr(2, row.find(' ', 2) - 2);
-    if (id.find('-') == 4)
+    if (id.find('-') == 4) {
       EXPECT_THAT(text, HasSubstr("**" + id + "**"));
+    }
   }
 }
 

@@ -13,6 +13,20 @@ namespace louddesk {
 /// A figure with two decimals, `missing` where there is no reading. Never "-0.00".
 std::string FigureText(const std::optional<double>& figure, const char* missing);
 
+/// A figure ready to be shown: "Integrated loudness", "LKFS", "-23.00".
+struct WrittenFigure {
+  std::string name;
+  const char* unit;
+  std::string text;  // "-" where there is no reading
+};
+
+/// The figures of a row of the table, in the order of its columns, with their names and units.
+std::vector<WrittenFigure> WrittenFigures(const Figures& figures);
+
+/// `text` with U+FFFD for every byte beyond ASCII when it is not UTF-8 as a whole: a file name may
+/// be any bytes, a JSON text or a page may not.
+std::string ToUtf8(const std::string& text);
+
 /// The three lines over the rows: names and units. Ends with a line feed.
 std::string TableHeader();
 

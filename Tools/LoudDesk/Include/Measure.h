@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <vector>
 
 #include "AudioFile.h"
 #include "BlockReading.h"
@@ -30,6 +31,16 @@ struct Figures {
                                        // behind them, 64 bits in the engine, have wrapped around
   std::optional<double> momentary;     // loudness of the last 400 ms, LKFS
   std::optional<double> shortTerm;     // loudness of the last 3 s, LKFS
+  std::optional<double> truePeak;      // of the last block, dBTP
+};
+
+/// What the gated figures of a programme are made from.
+struct LoudnessDistribution {
+  std::vector<std::uint32_t> readings;  // momentary readings in the window of the integrated
+                                        // loudness by loudness code (see `Cbin`), 0 ... 4000
+  std::optional<double> relativeGate;   // of the integrated loudness, LKFS; nothing: no effect
+  std::optional<double> lraLow;         // 10 % of the short-term readings lie below it, LKFS
+  std::optional<double> lraHigh;        // 95 % of the short-term readings lie below it, LKFS
 };
 
 /// The service's engine as a meter of programmes.
@@ -61,14 +72,18 @@ class ServiceMeter {
   /// peaks were 0.
   Figures Read() const;
 
+  /// The histograms behind the integrated loudness and the loudness range as they stand.
+  LoudnessDistribution ReadDistribution() const;
+
  private:
   std::uint64_t mBlocks = 0;       // since the start
   std::uint32_t mWarmUpPeak = 0;   // largest peak of the blocks whose peaks the engine passes over
   std::uint32_t mLargestPeak = 0;  // largest peak since the start
+  std::uint32_t mLastPeak = 0;     // largest peak of the last block
   float mMaxShortTerm;             // LKFS
 };
 
-/// Told the frames measured so far, once a block.
+/// Told the frames measured so far, once a block that `Feed` has just taken.
 using Progress = std::function<void(std::uint64_t)>;
 
 /// Measures a file from where it stands to its end, block by block. What is left behind the last

@@ -1,4 +1,5 @@
-// The subcommand `LoudDesk measure`: the figures of audio files as a table or as JSON.
+// The subcommand `LoudDesk measure`: the figures of audio files as a table or as JSON, their series
+// as CSV, and a report on both.
 
 #pragma once
 
@@ -9,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "LoudnessLimits.h"
 #include "SpeakerLayout.h"
 
 namespace louddesk {
@@ -16,12 +18,15 @@ namespace louddesk {
 enum class FigureStyle {
   kTable,  // for people
   kJson,   // one object a line
+  kCsv,    // the series instead of the figures, one row for each 100 ms
 };
 
 struct MeasureOptions {
   std::vector<std::string> files;
   FigureStyle style = FigureStyle::kTable;
   std::optional<SpeakerLayout> speakers;  // for every file; nothing: by the number of channels
+  std::string report = {};                // path of the page to write; empty: none
+  LoudnessLimits limits = {};             // that the report judges by
 };
 
 /// Columns of the terminal that progress is shown on; nothing: progress is not shown.
@@ -29,7 +34,9 @@ using ProgressColumns = std::optional<std::size_t>;
 
 /// Measures the files one after another, each row on `out` as soon as it is known. A file that
 /// cannot be measured is one line on `errors` that names it, and the others are measured still.
-/// Returns the status of the program: 0, or 1 when a file failed or `out` did.
+/// The report, where one is wanted, is written at the end and covers all files; when it cannot be
+/// written at all, nothing is measured. Returns the status of the program: 0, or 1 when a file,
+/// `out` or the report failed. Verdicts do not count.
 int MeasureFiles(const MeasureOptions& options, std::ostream& out, std::ostream& errors,
                  ProgressColumns progressColumns);
 

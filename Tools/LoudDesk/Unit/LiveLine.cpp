@@ -17,6 +17,10 @@ constexpr std::chrono::milliseconds kPipeTolerance{50};
 
 LiveLine::LiveLine(std::ostream& out, TerminalColumns columns) : mOut(out), mColumns(columns) {}
 
+LiveLine::~LiveLine() {
+  Finish();
+}
+
 void LiveLine::Show(const std::string& text, Time now) {
   if (mColumns) {
     Refresh(text);

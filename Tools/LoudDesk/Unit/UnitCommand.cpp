@@ -61,12 +61,12 @@ std::string CheckMeterSet(const std::string& value) {
 }
 
 void Run(const UnitOptions& options, std::ostream& out, TerminalColumns columns) {
-  UnitSession session(options, out, columns);
-  session.Connect();
+  UnitPlayer player(options, out, columns);
+  player.Connect();
   for (const std::string& path : options.files)
-    if (!UnitSession::IsInterrupted())
-      session.Play(path);
-  session.Finish();
+    if (!UnitPlayer::IsInterrupted())
+      player.Play(path);
+  player.Finish();
 }
 
 }  // namespace

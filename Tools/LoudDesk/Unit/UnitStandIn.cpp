@@ -90,6 +90,14 @@ auto TakeFirst(Queue& queue) {
 
 }  // namespace
 
+std::string DataPublisherFile(unsigned meterSet, unsigned cluster) {
+  return PublisherFile(kDataPublisherPrefix, meterSet, cluster);
+}
+
+std::string StatePublisherFile(unsigned meterSet, unsigned cluster) {
+  return PublisherFile(kStatePublisherPrefix, meterSet, cluster);
+}
+
 std::string TopicFor(const std::string& prefix, unsigned meterSet) {
   return prefix + std::to_string(meterSet);
 }
@@ -97,8 +105,8 @@ std::string TopicFor(const std::string& prefix, unsigned meterSet) {
 UnitStandIn::UnitStandIn(unsigned meterSet, unsigned cluster)
     : mMeterSet(meterSet),
       mCluster(cluster),
-      mDataClient(PublisherFile(kDataPublisherPrefix, meterSet, cluster)),
-      mStateClient(PublisherFile(kStatePublisherPrefix, meterSet, cluster)) {
+      mDataClient(DataPublisherFile(meterSet, cluster)),
+      mStateClient(StatePublisherFile(meterSet, cluster)) {
   SettleBoardAddresses();
   const auto onMainBoard = [](unsigned port) { return Endpoint::Tcp(MainBoardAddress(), port); };
   mPublishers.try_emplace(Peer::kProcessMonitor, onMainBoard(kHbMonPort));

@@ -77,6 +77,7 @@ class Observation {
   void Add(const std::optional<double>& reading) {
     if (!reading)
       return;
+    ++mReadings;
     mFirst = mFirst.value_or(*reading);
     mLast = *reading;
     mLowest = std::min(mLowest.value_or(*reading), *reading);
@@ -90,7 +91,7 @@ class Observation {
       case Pick::kHighest:
         return mHighest;
       case Pick::kChange:
-        return mFirst ? std::optional<double>(*mLast - *mFirst) : std::nullopt;
+        return mReadings == 2 ? std::optional<double>(*mLast - *mFirst) : std::nullopt;
       case Pick::kLast:
         break;
     }
@@ -101,6 +102,7 @@ class Observation {
 
  private:
   Expectation mExpectation;
+  int mReadings = 0;
   std::optional<double> mFirst;
   std::optional<double> mLast;
   std::optional<double> mLowest;
@@ -177,7 +179,8 @@ bool IsWithin(double measured, double expected, const Tolerance& tolerance) {
 void RunCase(const ComplianceCase& complianceCase, int sampleRate, MeterUnderTest& meter,
              const RowSink& sink) {
   if (complianceCase.runs.empty())
-    sink({complianceCase.id, complianceCase.signal, std::nullopt, std::nullopt, Verdict::kNotRun});
+    sink({complianceCase.id, complianceCase.signal, std::nullopt, std::nullopt,
+          ComplianceVerdict::kNotRun});
   for (const ComplianceRun& run : complianceCase.runs) {
     Measurement measurement(run, sampleRate, meter);
     measurement.Perform();
@@ -187,11 +190,12 @@ void RunCase(const ComplianceCase& complianceCase, int sampleRate, MeterUnderTes
   }
 }
 
-Verdict Judge(const Expectation& expectation, const std::optional<double>& measured) {
+ComplianceVerdict Judge(const Expectation& expectation, const std::optional<double>& measured) {
   const Tolerance& tolerance = expectation.tolerance;
   if (!measured || !IsWithin(*measured, expectation.expected, tolerance))
-    return Verdict::kFail;
-  return IsWithin(*measured, expectation.standard, tolerance) ? Verdict::kPass : Verdict::kGrid;
+    return ComplianceVerdict::kFail;
+  return IsWithin(*measured, expectation.standard, tolerance) ? ComplianceVerdict::kPass
+                                                              : ComplianceVerdict::kGrid;
 }
 
 }  // namespace louddesk

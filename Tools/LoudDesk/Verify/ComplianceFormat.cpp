@@ -173,13 +173,14 @@ std::string ComplianceText(const ComplianceRow& row, bool isFirstOfCase, Complia
 std::string ComplianceSummary(const std::vector<ComplianceRow>& rows, ComplianceStyle style) {
   if (style != ComplianceStyle::kTable)
     return "";
-  const auto count = [&](Verdict verdict) {
+  const auto count = [&](ComplianceVerdict verdict) {
     return static_cast<int>(std::count_if(rows.begin(), rows.end(), [=](const ComplianceRow& row) {
       return row.verdict == verdict;
     }));
   };
-  return Format("\n%d pass, %d grid, %d FAIL, %d not run\n", count(Verdict::kPass),
-                count(Verdict::kGrid), count(Verdict::kFail), count(Verdict::kNotRun));
+  return Format("\n%d pass, %d grid, %d FAIL, %d not run\n", count(ComplianceVerdict::kPass),
+                count(ComplianceVerdict::kGrid), count(ComplianceVerdict::kFail),
+                count(ComplianceVerdict::kNotRun));
 }
 
 std::string NameOf(const Expectation& expectation) {
@@ -187,15 +188,15 @@ std::string NameOf(const Expectation& expectation) {
   return expectation.detail.empty() ? name : name + ", " + expectation.detail;
 }
 
-const char* NameOf(Verdict verdict) {
+const char* NameOf(ComplianceVerdict verdict) {
   switch (verdict) {
-    case Verdict::kPass:
+    case ComplianceVerdict::kPass:
       return "pass";
-    case Verdict::kGrid:
+    case ComplianceVerdict::kGrid:
       return "grid";
-    case Verdict::kFail:
+    case ComplianceVerdict::kFail:
       return "FAIL";
-    case Verdict::kNotRun:
+    case ComplianceVerdict::kNotRun:
       break;
   }
   return "not run";

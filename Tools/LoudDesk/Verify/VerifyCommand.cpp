@@ -1,4 +1,4 @@
-// `LoudDesk verify`: command line, and the cases one after another.
+// `LoudDesk verify`: command line, and one line for everything that goes wrong.
 
 #include "VerifyCommand.h"
 
@@ -11,6 +11,7 @@
 
 #include "BlockMeter.h"
 #include "ServiceUnderTest.h"
+#include "Verification.h"
 
 namespace louddesk {
 namespace {
@@ -47,12 +48,6 @@ constexpr char kFooter[] =
     "be free, as for LoudDesk unit. Figures that must be seen at every block, as in\n"
     "the cases 3341-9 to 3341-12, take real time: all cases take about five minutes.\n"
     "The status is 1 when a figure failed or could not be measured.\n";
-
-bool IsWanted(const ComplianceCase& complianceCase, const std::vector<std::string>& wanted) {
-  return wanted.empty() || std::any_of(wanted.begin(), wanted.end(), [&](const std::string& id) {
-           return IsMeantBy(complianceCase, id);
-         });
-}
 
 // What is wrong with an identifier; empty when it means a case.
 std::string CheckCase(const std::string& id) {
@@ -98,31 +93,6 @@ int VerifyService(const VerifyOptions& options, const ServiceOptions& serviceOpt
 }
 
 }  // namespace
-
-int Verify(const VerifyOptions& options, MeterUnderTest& meter, std::ostream& out,
-           std::ostream& errors) {
-  std::vector<ComplianceRow> allRows;
-  out << ComplianceHeader(options.style);
-  for (const ComplianceCase& complianceCase : ComplianceCases()) {
-    if (!IsWanted(complianceCase, options.cases))
-      continue;
-    bool isFirst = true;
-    RunCase(complianceCase, options.sampleRate, meter, [&](const ComplianceRow& row) {
-      out << ComplianceText(row, isFirst, options.style) << std::flush;
-      isFirst = false;
-      allRows.push_back(row);
-    });
-  }
-  out << ComplianceSummary(allRows, options.style) << std::flush;
-  if (!out) {
-    errors << kErrorPrefix << "the figures could not be written\n";
-    return 1;
-  }
-  return std::any_of(allRows.begin(), allRows.end(),
-                     [](const ComplianceRow& row) { return row.verdict == Verdict::kFail; })
-             ? 1
-             : 0;
-}
 
 void AddVerifyCommand(CLI::App& app, int& status) {
   CLI::App* command = app.add_subcommand("verify", "Prove the figures by the standards' signals");

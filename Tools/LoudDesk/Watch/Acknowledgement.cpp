@@ -58,9 +58,9 @@ std::string ConfigurationText(const std::string& configuration) {
       !json::Read(document, "LoudnessStandard", standard) || !json::Read(document, "Mode", mode) ||
       !json::Read(document, "LoudnessWindowTime", window) ||
       !json::Read(document, "LraWindow", range))
-    return "Configuration in force";
-  return "Configuration in force: " + standard + ", " + mode + ", window " +
-         std::to_string(window) + " s, range " + std::to_string(range) + " s";
+    return "Configuration";
+  return "Configuration: " + standard + ", " + mode + ", window " + std::to_string(window) +
+         " s, range " + std::to_string(range) + " s";
 }
 
 }  // namespace

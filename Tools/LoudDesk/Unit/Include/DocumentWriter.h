@@ -32,6 +32,12 @@ class DocumentWriter {
     mWriter.Uint(value);
     return *this;
   }
+  /// A number, or null, as it is written.
+  DocumentWriter& Number(const char* key, const std::string& text) {
+    Key(key);
+    mWriter.RawValue(text.c_str(), text.size(), rapidjson::kNumberType);
+    return *this;
+  }
   DocumentWriter& Flag(const char* key, bool value) {
     Key(key);
     mWriter.Bool(value);

@@ -20,6 +20,12 @@ class LiveLine {
   /// Needs nothing of a terminal but the carriage return.
   LiveLine(std::ostream& out, TerminalColumns columns);
 
+  /// Leaves a terminal at the beginning of a line.
+  ~LiveLine();
+
+  LiveLine(const LiveLine&) = delete;
+  LiveLine& operator=(const LiveLine&) = delete;
+
   /// Shows `text`, cut to the terminal's width. Without a terminal only when the last line was
   /// shown at least a second before `now`.
   void Show(const std::string& text, Time now);

@@ -6,7 +6,7 @@
 #include <ostream>
 
 #include "LiveLine.h"
-#include "UnitSession.h"
+#include "UnitPlayer.h"
 
 namespace louddesk {
 

@@ -119,6 +119,10 @@ class UnitStandIn {
   DataClient mStateClient;  // of the state publisher; without a meter set both share an endpoint
 };
 
+/// IPC files of the service's publishers. Without a meter set both are the same.
+std::string DataPublisherFile(unsigned meterSet, unsigned cluster);
+std::string StatePublisherFile(unsigned meterSet, unsigned cluster);
+
 /// Topic with the meter-set number that ends it.
 std::string TopicFor(const std::string& prefix, unsigned meterSet);
 

@@ -11,7 +11,7 @@
 
 namespace louddesk {
 
-enum class Verdict {
+enum class ComplianceVerdict {
   kPass,    // as the standard asks, within its tolerance
   kGrid,    // as a meter must read that works in blocks of 100 ms, and outside of the standard's
             // tolerance
@@ -25,7 +25,7 @@ struct ComplianceRow {
   std::string signal;                      // in words
   std::optional<Expectation> expectation;  // nothing when there is no signal
   std::optional<double> measured;          // in the unit of the quantity
-  Verdict verdict = Verdict::kNotRun;
+  ComplianceVerdict verdict = ComplianceVerdict::kNotRun;
 };
 
 /// Told each row as soon as it is known.
@@ -37,6 +37,6 @@ void RunCase(const ComplianceCase& complianceCase, int sampleRate, MeterUnderTes
              const RowSink& sink);
 
 /// The verdict on a reading; one that is missing fails.
-Verdict Judge(const Expectation& expectation, const std::optional<double>& measured);
+ComplianceVerdict Judge(const Expectation& expectation, const std::optional<double>& measured);
 
 }  // namespace louddesk

@@ -30,6 +30,6 @@ std::string ComplianceSummary(const std::vector<ComplianceRow>& rows, Compliance
 std::string NameOf(const Expectation& expectation);
 
 /// "pass", "grid", "FAIL" or "not run".
-const char* NameOf(Verdict verdict);
+const char* NameOf(ComplianceVerdict verdict);
 
 }  // namespace louddesk

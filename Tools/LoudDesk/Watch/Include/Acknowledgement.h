@@ -15,11 +15,11 @@ enum class StateKind { kAcknowledgement, kConfiguration };
 
 struct ServiceAnswer {
   StateKind kind = StateKind::kAcknowledgement;
-  bool isRepublished = false;           // every five seconds, for those who join late
-  std::string command;                  // of an acknowledgement: "Start", "Stop", ... or "None"
-  std::optional<std::uint32_t> user;    // nothing from a service without a meter set
+  bool isRepublished = false;            // every five seconds, for those who join late
+  std::string command;                   // of an acknowledgement: "Start", "Stop", ... or "None"
+  std::optional<std::uint32_t> user;     // nothing from a service without a meter set
   std::optional<std::uint32_t> cmdTime;  // time stamp of the last command, as its sender gave it
-  std::string configuration;            // of a configuration: its text as it was sent
+  std::string configuration;             // of a configuration: its text as it was sent
 };
 
 /// Nothing for a message that is neither of both.

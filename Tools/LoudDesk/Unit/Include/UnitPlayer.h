@@ -25,24 +25,24 @@ struct UnitOptions {
   std::optional<SpeakerLayout> speakers;  // for every file; nothing: by the number of channels
 };
 
-/// What ends a session early. The text is one line for the user.
-class SessionError : public std::runtime_error {
+/// What ends a play early. The text is one line for the user.
+class PlayError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-class UnitSession {
+class UnitPlayer {
  public:
   /// Takes the places of the service's peers. Throws `BindError`.
-  UnitSession(const UnitOptions& options, std::ostream& out, TerminalColumns columns);
+  UnitPlayer(const UnitOptions& options, std::ostream& out, TerminalColumns columns);
 
-  /// Waits until the service has subscribed and switches its reporting on. Throws `SessionError`
+  /// Waits until the service has subscribed and switches its reporting on. Throws `PlayError`
   /// when it does not in time.
   void Connect();
 
   /// Plays one file in real time, or `speed` times that, and shows the figures that the service
   /// publishes. The measurement starts anew when the speakers are others than before. Returns early
-  /// when the user interrupts. Throws `SessionError` when the service does not answer,
+  /// when the user interrupts. Throws `PlayError` when the service does not answer,
   /// `AudioFileError` when the file cannot be played to its end.
   void Play(const std::string& path);
 

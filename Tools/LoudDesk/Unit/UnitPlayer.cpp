@@ -1,6 +1,6 @@
-// A session of the played unit. Everything happens on one thread, between two messages.
+// The played unit. Everything happens on one thread, between two messages.
 
-#include "UnitSession.h"
+#include "UnitPlayer.h"
 
 #include <unistd.h>
 
@@ -39,7 +39,7 @@ Patience Remaining(std::chrono::steady_clock::time_point due) {
 
 }  // namespace
 
-UnitSession::UnitSession(const UnitOptions& options, std::ostream& out, TerminalColumns columns)
+UnitPlayer::UnitPlayer(const UnitOptions& options, std::ostream& out, TerminalColumns columns)
     : mOptions(options),
       mOut(out),
       mLine(out, columns),
@@ -48,26 +48,25 @@ UnitSession::UnitSession(const UnitOptions& options, std::ostream& out, Terminal
   mUnit.OpenAll();
 }
 
-bool UnitSession::IsInterrupted() {
+bool UnitPlayer::IsInterrupted() {
   return zsys_interrupted != 0;
 }
 
-void UnitSession::Connect() {
+void UnitPlayer::Connect() {
   const Patience patience{std::llround(mOptions.wait * 1000)};
   if (!mUnit.WaitUntilSubscribed(patience)) {
     if (IsInterrupted())
       return;
     const std::string service = "LoudCalc -m " + std::to_string(mOptions.meterSet) + " -c " +
                                 std::to_string(mOptions.cluster);
-    throw SessionError(mUnit.HasSubscribers()
-                           ? "a service has subscribed, but not as " + service +
-                                 " does: " + mUnit.MissingSubscriptions()
-                           : "no service has subscribed in time; start " + service);
+    throw PlayError(mUnit.HasSubscribers() ? "a service has subscribed, but not as " + service +
+                                                 " does: " + mUnit.MissingSubscriptions()
+                                           : "no service has subscribed in time; start " + service);
   }
   mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic, EnableReportingJson(true));
 }
 
-void UnitSession::Play(const std::string& path) {
+void UnitPlayer::Play(const std::string& path) {
   FileBlocks blocks(path);
   const AudioFile& file = blocks.File();
   const SpeakerLayout speakers = LayoutFor(file, mOptions.speakers);
@@ -79,7 +78,7 @@ void UnitSession::Play(const std::string& path) {
   mLine.Finish();
 }
 
-void UnitSession::StartMeasuring(const SpeakerLayout& speakers) {
+void UnitPlayer::StartMeasuring(const SpeakerLayout& speakers) {
   if (speakers == mSpeakers || IsInterrupted())
     return;
   Finish();
@@ -95,10 +94,10 @@ void UnitSession::StartMeasuring(const SpeakerLayout& speakers) {
     return;
   }
   if (!IsInterrupted())
-    throw SessionError("the service has not started to measure" + LastComplaint());
+    throw PlayError("the service has not started to measure" + LastComplaint());
 }
 
-void UnitSession::SendProgramme(const SpeakerLayout& speakers) {
+void UnitPlayer::SendProgramme(const SpeakerLayout& speakers) {
   const PresetBuilder preset = PresetForSpeakers(speakers, mOptions.cluster);
   LoudnessConfiguration configuration;
   configuration.clusterId = mOptions.cluster;
@@ -114,7 +113,7 @@ void UnitSession::SendProgramme(const SpeakerLayout& speakers) {
 
 // The service publishes the configuration in force when it has reset and starts. Whatever it
 // publishes before that answers the preset alone, and another reset is still to come.
-bool UnitSession::HasStarted(const StateMessage& state) const {
+bool UnitPlayer::HasStarted(const StateMessage& state) const {
   rapidjson::Document document;
   unsigned user = 0;
   return state.topic == TopicFor(kConfigurationStateTopic, mOptions.meterSet) &&
@@ -122,7 +121,7 @@ bool UnitSession::HasStarted(const StateMessage& state) const {
          user == mUserId;
 }
 
-void UnitSession::Stream(FileBlocks& blocks) {
+void UnitPlayer::Stream(FileBlocks& blocks) {
   const std::chrono::duration<double> period(1.0 / (kBlocksPerSecond * mOptions.speed));
   const Clock::time_point start = Clock::now();
   BlockReading block;
@@ -134,7 +133,7 @@ void UnitSession::Stream(FileBlocks& blocks) {
   }
 }
 
-void UnitSession::Finish() {
+void UnitPlayer::Finish() {
   int same = 0;
   const auto end = Clock::now() + kSettlePatience;
   while (mBlocks > 0 && same < kSettledMessages) {
@@ -151,7 +150,7 @@ void UnitSession::Finish() {
 }
 
 // Shows what the service publishes, at least what has already come.
-void UnitSession::ShowUntil(Clock::time_point due) {
+void UnitPlayer::ShowUntil(Clock::time_point due) {
   for (;;) {
     const auto message = mUnit.NextLoudnessData(Remaining(due));
     if (message)
@@ -161,7 +160,7 @@ void UnitSession::ShowUntil(Clock::time_point due) {
   }
 }
 
-void UnitSession::Show(const LoudnessMessage& message) {
+void UnitPlayer::Show(const LoudnessMessage& message) {
   mLastSign = message.time;
   mLast = message;
   mUnit.DropStates();
@@ -170,13 +169,13 @@ void UnitSession::Show(const LoudnessMessage& message) {
   mLine.Show(LiveText(SecondsPlayed(), message.data), message.time);
 }
 
-void UnitSession::CheckService() const {
+void UnitPlayer::CheckService() const {
   if (Clock::now() - mLastSign > kSilenceOfADeadService)
-    throw SessionError("the service has fallen silent");
+    throw PlayError("the service has fallen silent");
 }
 
 // The last error that the service logged, as the end of a line.
-std::string UnitSession::LastComplaint() {
+std::string UnitPlayer::LastComplaint() {
   std::string complaint;
   while (const auto line = mUnit.NextLogLine(Patience{0}))
     if (line->level >= kErrorLevel)
@@ -184,7 +183,7 @@ std::string UnitSession::LastComplaint() {
   return complaint;
 }
 
-double UnitSession::SecondsPlayed() const {
+double UnitPlayer::SecondsPlayed() const {
   return static_cast<double>(mBlocks) / kBlocksPerSecond;
 }
 

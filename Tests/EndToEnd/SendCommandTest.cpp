@@ -1,0 +1,229 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "Endpoints.h"
+#include "RunningService.h"
+
+namespace {
+
+using louddesk::Peer;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+using Arguments = std::vector<std::string>;
+
+class SendCommandTest : public RunningService {
+ protected:
+  /// A service whose place of the main board's application server is free.
+  void StartWithoutMain() { Start({Peer::kMainAppServer}); }
+
+  /// The same, measuring.
+  void StartMeasured() {
+    ASSERT_NO_FATAL_FAILURE(StartWithoutMain());
+    EnableReporting();
+    mUnit.SendText(Peer::kOpticalAppServer, louddesk::TopicFor(kPresetTopicPrefix, 1),
+                   louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json());
+    ExpectAcknowledgement("Start");
+  }
+
+  void Send(Arguments arguments) {
+    arguments.insert(arguments.begin(), "send");
+    mSend = std::make_unique<ServiceProcess>(LOUDDESK_BINARY, arguments);
+    const auto report = mSend->WaitForExit(kPatience);
+    ASSERT_TRUE(report) << "still running";
+    EXPECT_EQ(0, report->signal);
+    mStatus = report->status;
+  }
+
+  void ExpectSent(const Arguments& arguments, const std::string& answer) {
+    ASSERT_NO_FATAL_FAILURE(Send(arguments));
+    EXPECT_EQ(0, mStatus);
+    EXPECT_EQ("", mSend->StandardError());
+    EXPECT_THAT(mSend->StandardOutput(), HasSubstr(answer));
+  }
+
+  /// Status 1 and one line that contains `text`.
+  void ExpectRefused(const Arguments& arguments, const std::string& text) {
+    ASSERT_NO_FATAL_FAILURE(Send(arguments));
+    EXPECT_EQ(1, mStatus);
+    const std::string errors = mSend->StandardError();
+    EXPECT_THAT(errors, AllOf(StartsWith("LoudDesk: "), HasSubstr(text)));
+    EXPECT_EQ(1, std::count(errors.begin(), errors.end(), '\n')) << errors;
+  }
+
+  std::string WritePreset(const std::string& json) {
+    const std::string path = testing::TempDir() + "preset-" + std::to_string(getpid()) + ".json";
+    std::ofstream(path) << json;
+    return path;
+  }
+
+  std::string SurroundPreset(unsigned cluster = 1) {
+    return WritePreset(louddesk::PresetForSpeakers(SurroundSpeakers(), cluster).Json());
+  }
+
+  std::unique_ptr<ServiceProcess> mSend;
+  int mStatus = -1;
+};
+
+TEST_F(SendCommandTest, PresetIsAcknowledgedAsAStart) {
+  ASSERT_NO_FATAL_FAILURE(StartWithoutMain());
+  EnableReporting();
+  ExpectSent({"preset", SurroundPreset()},
+             "Reset acknowledged, user 0\nStart acknowledged, user 0\n");
+}
+
+TEST_F(SendCommandTest, PresetWithoutMetersForTheClusterIsAnInvalidSource) {
+  StartMeasured();
+  ExpectRefused({"preset", SurroundPreset(2)}, "the source is invalid");
+}
+
+TEST_F(SendCommandTest, GoodPresetRightAfterABadOneIsAcknowledged) {
+  StartMeasured();
+  ExpectRefused({"preset", SurroundPreset(2)}, "the source is invalid");
+  ExpectSent({"preset", SurroundPreset()}, "Start acknowledged");
+}
+
+TEST_F(SendCommandTest, FileThatIsNoPresetIsNotSent) {
+  ExpectRefused({"preset", "/missing.json"}, "/missing.json: No such file or directory");
+  ExpectRefused({"preset", WritePreset("[1]")}, ": not a JSON object");
+}
+
+TEST_F(SendCommandTest, WithReportingOffNothingIsAcknowledged) {
+  ASSERT_NO_FATAL_FAILURE(StartWithoutMain());
+  ExpectRefused({"preset", SurroundPreset(), "--timeout", "0.5"},
+                "no acknowledgement in 0.5 s; nothing is carried out while reporting is off");
+  ExpectSent({"enable"}, "Reporting is on");
+}
+
+TEST_F(SendCommandTest, EnableAndDisableAreSeenInTheData) {
+  StartMeasured();
+  ExpectSent({"disable"}, "Reporting is off: the loudness data has ended\n");
+  mUnit.DropLoudnessData();
+  ExpectNoData();
+  ExpectSent({"enable"}, "Reporting is on");
+  EXPECT_TRUE(mUnit.NextLoudnessData(kPatience));
+}
+
+TEST_F(SendCommandTest, DisableWithoutDataSaysSo) {
+  ASSERT_NO_FATAL_FAILURE(StartWithoutMain());
+  ExpectSent({"disable"}, "Sent; no loudness data came before or after\n");
+}
+
+TEST_F(SendCommandTest, EnableWithNothingStartedIsNotAcknowledged) {
+  ASSERT_NO_FATAL_FAILURE(StartWithoutMain());
+  ExpectRefused({"enable", "--timeout", "0.5"}, "no loudness data in 0.5 s: ");
+}
+
+TEST_F(SendCommandTest, CommandsAreAcknowledged) {
+  StartMeasured();
+  ExpectSent({"command", "pause", "--user", "17"}, "Pause acknowledged, user 17\n");
+  ExpectSent({"command", "play", "--user", "17"}, "Play acknowledged, user 17\n");
+  ExpectSent({"command", "RESET", "--user", "18"}, "Reset acknowledged, user 18\n");
+  ExpectSent({"command", "start"}, "Reset acknowledged, user 0\nStart acknowledged, user 0\n");
+}
+
+TEST_F(SendCommandTest, StopInContinuousModeIsNotObeyed) {
+  StartMeasured();
+  ExpectRefused({"command", "stop", "--timeout", "0.5"},
+                "in the mode Continuous a stop is not obeyed");
+}
+
+TEST_F(SendCommandTest, StoppedMeasurementAnswersInItsOwnWay) {
+  StartMeasured();
+  ExpectSent({"config", "--mode", "manual"}, "Manual");
+  ExpectSent({"command", "stop"}, "Stop acknowledged");
+  ExpectSent({"command", "pause"}, "Stop acknowledged");
+  ExpectSent({"command", "play"}, "Start acknowledged");
+}
+
+TEST_F(SendCommandTest, ConfigurationComesBackAsItWasSent) {
+  StartMeasured();
+  mUnit.DropStates();
+  ExpectSent({"config", "--mode", "manual", "--window", "custom", "--window-time", "600",
+              "--lra-window", "60", "--standard", "ebu+18", "--reference", "-23", "--alarm", "over",
+              "--tolerance", "1", "--user", "17"},
+             "Configuration: EBU R128 (+18), Manual, window 600 s, range 60 s, user 17\n"
+             "Start acknowledged, user 17\n");
+  louddesk::LoudnessConfiguration expected;
+  expected.lraWindow = 60;
+  expected.loudnessStandard = "EBU R128 (+18)";
+  expected.loudnessWindow = "Custom";
+  expected.alarmTolerance = 1;
+  expected.alarm = "Over";
+  expected.referenceLevel = -23;
+  expected.mode = "Manual";
+  expected.loudnessWindowTime = 600;
+  expected.userId = 17;
+  std::string published;
+  while (const auto state = mUnit.NextState(kPatience)) {
+    published = state->json;
+    if (state->topic == "IOQVHwmSetLoudnessConfiguration_1")
+      break;
+  }
+  EXPECT_THAT(published, HasSubstr("\"Conf\":" + expected.Json() + "}"));
+}
+
+TEST_F(SendCommandTest, MissingServiceIsOneLine) {
+  ExpectRefused({"command", "pause", "--timeout", "0.2"},
+                "no service has subscribed in 0.2 s; start LoudCalc -m 1 -c 1");
+}
+
+TEST_F(SendCommandTest, ServiceOfAnotherClusterIsOneLine) {
+  StartMeasured();
+  ExpectRefused({"command", "pause", "--cluster", "2", "--timeout", "1"},
+                "not as LoudCalc -m 1 -c 2 does: no publisher of loudness data");
+}
+
+TEST_F(SendCommandTest, HeldPlaceIsOneLineThatNamesTheHolder) {
+  mUnit.Open(Peer::kMainAppServer);
+  ExpectRefused({"enable"}, "sending needs the place of the application server: cannot bind " +
+                                mUnit.EndpointOf(Peer::kMainAppServer) +
+                                ": held by SendCommandTest (process " + std::to_string(getpid()) +
+                                ")");
+}
+
+struct WrongCase {
+  const char* name;
+  Arguments arguments;
+  const char* complaint;  // what the line must contain
+};
+
+class SendWrongArgumentTest : public SendCommandTest,
+                              public testing::WithParamInterface<WrongCase> {};
+
+TEST_P(SendWrongArgumentTest, IsRefused) {
+  ASSERT_NO_FATAL_FAILURE(Send(GetParam().arguments));
+  EXPECT_NE(0, mStatus);
+  EXPECT_THAT(mSend->StandardError(), HasSubstr(GetParam().complaint));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Arguments, SendWrongArgumentTest,
+    testing::Values(WrongCase{"Nothing", {}, "subcommand"},                            //
+                    WrongCase{"UnknownKind", {"preset5"}, "subcommand"},               //
+                    WrongCase{"NoFile", {"preset"}, "FILE"},                           //
+                    WrongCase{"NoCommand", {"command"}, "NAME"},                       //
+                    WrongCase{"UnknownCommand", {"command", "rewind"}, "rewind"},      //
+                    WrongCase{"UnknownMode", {"config", "--mode", "auto"}, "--mode"},  //
+                    WrongCase{"WindowTimeZero", {"config", "--window-time", "0"}, "--window-time"},
+                    WrongCase{"TimeoutZero", {"enable", "--timeout", "0"}, "--timeout"},  //
+                    WrongCase{"MeterSetTwo", {"enable", "--meter-set", "2"}, "--meter-set"}),
+    [](const auto& wrong) { return wrong.param.name; });
+
+class SendHelpTest : public SendCommandTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(SendHelpTest, HasAnExample) {
+  ASSERT_NO_FATAL_FAILURE(Send({GetParam(), "--help"}));
+  EXPECT_EQ(0, mStatus);
+  EXPECT_THAT(mSend->StandardOutput(),
+              HasSubstr(std::string("Example:\n  LoudDesk send ") + GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, SendHelpTest,
+                         testing::Values("enable", "disable", "preset", "config", "command"),
+                         [](const auto& kind) { return std::string(kind.param); });
+
+}  // namespace

@@ -1,0 +1,222 @@
+#include <rapidjson/document.h>
+
+#include <csignal>
+#include <sstream>
+
+#include "RunningService.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+
+using Arguments = std::vector<std::string>;
+
+constexpr char kHeader[] =
+    "Time,MaxMomentary,Momentary,ShortTerm,Integrated,Lra,Program,MaxTruePeak,TruePeak,ValidSource,"
+    "Command,Cluster";
+
+constexpr char kTimePattern[] =
+    "[0-9]+-[0-9][0-9]-[0-9][0-9]T[0-9][0-9]:[0-9][0-9]:[0-9][0-9]\\.[0-9][0-9][0-9]Z";
+
+std::vector<std::string> Split(const std::string& text, char separator) {
+  std::vector<std::string> parts;
+  std::istringstream stream(text);
+  for (std::string part; std::getline(stream, part, separator);)
+    parts.push_back(part);
+  return parts;
+}
+
+class WatchCommandTest : public RunningService {
+ protected:
+  void StartWatch(Arguments arguments) {
+    arguments.insert(arguments.begin(), "watch");
+    mWatch = std::make_unique<ServiceProcess>(LOUDDESK_BINARY, arguments);
+  }
+
+  void ExpectEnd(int status) {
+    const auto report = mWatch->WaitForExit(kPatience);
+    ASSERT_TRUE(report) << "still running";
+    EXPECT_EQ(0, report->signal);
+    EXPECT_EQ(status, report->status) << mWatch->StandardError();
+  }
+
+  /// A service that measures a 5.1 programme of -23 LKFS on each of its five full channels.
+  void StartMeasured() {
+    ASSERT_NO_FATAL_FAILURE(Start());
+    StartMeasuring();
+    ExpectMeasures(-30);
+  }
+
+  std::vector<std::string> Rows() { return Split(mWatch->StandardOutput(), '\n'); }
+
+  std::unique_ptr<ServiceProcess> mWatch;
+};
+
+TEST_F(WatchCommandTest, CsvHasARowAMessage) {
+  StartMeasured();
+  StartWatch({"--format", "csv", "--count", "3"});
+  ExpectEnd(0);
+  const auto rows = Rows();
+  ASSERT_EQ(4u, rows.size());
+  EXPECT_EQ(kHeader, rows[0]);
+  for (std::size_t i = 1; i < rows.size(); ++i)
+    EXPECT_THAT(rows[i], MatchesRegex(std::string(kTimePattern) + "(,-?[0-9.]*){8},1,Start,1"));
+  EXPECT_EQ("", mWatch->StandardError());
+}
+
+TEST_F(WatchCommandTest, RowsHaveTheFiguresOfTheMessages) {
+  StartMeasured();
+  mUnit.DropLoudnessData();
+  const auto message = mUnit.NextLoudnessData(kPatience);
+  ASSERT_TRUE(message);
+  StartWatch({"--format", "csv", "--count", "1"});
+  ExpectEnd(0);
+  ASSERT_EQ(2u, Rows().size());
+  const auto fields = Split(Rows()[1], ',');
+  ASSERT_EQ(12u, fields.size());
+  // Nothing is fed: the figures stand still but for those refreshed once a second.
+  EXPECT_DOUBLE_EQ(message->data.MaxMomentary / 10.0, std::stod(fields[1]));
+  EXPECT_DOUBLE_EQ(message->data.Momentary / 10.0, std::stod(fields[2]));
+  EXPECT_DOUBLE_EQ(message->data.MaxTruePeak / 100.0, std::stod(fields[7]));
+  EXPECT_DOUBLE_EQ(message->data.TruePeak / 100.0, std::stod(fields[8]));
+}
+
+TEST_F(WatchCommandTest, JsonHasAnObjectAMessage) {
+  StartMeasured();
+  StartWatch({"--format", "json", "--count", "2"});
+  ExpectEnd(0);
+  ASSERT_EQ(2u, Rows().size());
+  for (const std::string& row : Rows()) {
+    rapidjson::Document document;
+    ASSERT_FALSE(document.Parse(row.c_str()).HasParseError()) << row;
+    EXPECT_TRUE(document["Momentary"].IsNumber());
+    EXPECT_TRUE(document["ValidSource"].GetBool());
+    EXPECT_STREQ("Start", document["Command"].GetString());
+  }
+}
+
+TEST_F(WatchCommandTest, NoReadingIsNull) {
+  ASSERT_NO_FATAL_FAILURE(Start());
+  StartMeasuring();
+  StartWatch({"--format", "json", "--count", "1"});
+  ExpectEnd(0);
+  EXPECT_THAT(mWatch->StandardOutput(), HasSubstr(R"("Momentary":null)"));
+}
+
+TEST_F(WatchCommandTest, RowsComeAtOnce) {
+  StartMeasured();
+  StartWatch({"--format", "csv"});
+  EXPECT_TRUE(mWatch->WaitForLine(",Start,1", kPatience)) << "a row is kept back";
+  mWatch->Signal(SIGINT);
+  ExpectEnd(0);
+}
+
+TEST_F(WatchCommandTest, SecondsEndIt) {
+  StartMeasured();
+  StartWatch({"--format", "csv", "--seconds", "0.55"});
+  ExpectEnd(0);
+  // Ten a second, less what passes before the connection stands.
+  EXPECT_THAT(Rows().size(), testing::AllOf(testing::Ge(3u), testing::Le(8u)));
+}
+
+TEST_F(WatchCommandTest, TimeWithoutDataIsOneLine) {
+  StartWatch({"--format", "csv", "--seconds", "0.2"});
+  ExpectEnd(1);
+  EXPECT_EQ("LoudDesk: no loudness data from meter set 1, cluster 1 in 0.2 s (NO SERVICE)\n",
+            mWatch->StandardError());
+}
+
+TEST_F(WatchCommandTest, OtherClusterIsNotSeen) {
+  StartMeasured();
+  StartWatch({"--cluster", "2", "--seconds", "0.3"});
+  ExpectEnd(1);
+  EXPECT_THAT(mWatch->StandardError(), HasSubstr("cluster 2"));
+}
+
+TEST_F(WatchCommandTest, PipeGetsPlainLinesAndAnswers) {
+  StartMeasured();
+  StartWatch({});
+  ASSERT_TRUE(mWatch->WaitForLine("RUNNING", kPatience));
+  ASSERT_TRUE(mWatch->WaitForLine(" LKFS  LRA", kPatience));
+  SendCommand("Pause");
+  EXPECT_TRUE(mWatch->WaitForLine("  Pause acknowledged", kPatience));
+  EXPECT_TRUE(mWatch->WaitForLine("PAUSED", kPatience));
+  mWatch->Signal(SIGTERM);
+  ExpectEnd(0);
+  EXPECT_THAT(mWatch->StandardOutput(), Not(HasSubstr("\x1b")));
+}
+
+TEST_F(WatchCommandTest, DeadServiceIsSaidAndItsReturnToo) {
+  StartMeasured();
+  StartWatch({});
+  ASSERT_TRUE(mWatch->WaitForLine("RUNNING", kPatience));
+  mService->Signal(SIGKILL);
+  EXPECT_TRUE(mWatch->WaitForLine("DEAD", kPatience));
+  const std::size_t before = mWatch->LineCount();
+  StartProcess();
+  ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience));
+  StartMeasuring();
+  EXPECT_TRUE(mWatch->WaitForLine("RUNNING", kPatience, before));
+}
+
+TEST_F(WatchCommandTest, HangingServiceIsSilentWithinASecondOrTwo) {
+  StartMeasured();
+  StartWatch({});
+  ASSERT_TRUE(mWatch->WaitForLine("RUNNING", kPatience));
+  mService->Signal(SIGSTOP);
+  EXPECT_TRUE(mWatch->WaitForLine("SILENT", std::chrono::seconds(2)));
+  mService->Signal(SIGCONT);
+}
+
+TEST_F(WatchCommandTest, SwitchedOffReportingIsSilence) {
+  StartMeasured();
+  StartWatch({});
+  ASSERT_TRUE(mWatch->WaitForLine("RUNNING", kPatience));
+  EnableReporting(false);
+  EXPECT_TRUE(mWatch->WaitForLine("SILENT", kPatience));
+}
+
+TEST_F(WatchCommandTest, FullDeviceIsOneLine) {
+  StartMeasured();
+  mWatch = std::make_unique<ServiceProcess>(
+      "/bin/sh", Arguments{"-c", "exec \"$0\" watch --format csv > /dev/full", LOUDDESK_BINARY});
+  ExpectEnd(1);
+  EXPECT_EQ("LoudDesk: the figures could not be written\n", mWatch->StandardError());
+}
+
+struct OptionCase {
+  const char* name;
+  Arguments options;
+};
+
+class WatchOptionTest : public WatchCommandTest, public testing::WithParamInterface<OptionCase> {};
+
+TEST_P(WatchOptionTest, IsRefused) {
+  StartWatch(GetParam().options);
+  const auto report = mWatch->WaitForExit(kPatience);
+  ASSERT_TRUE(report);
+  EXPECT_NE(0, report->status);
+  EXPECT_THAT(mWatch->StandardError(), HasSubstr(GetParam().options.front()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Options, WatchOptionTest,
+                         testing::Values(OptionCase{"ScaleTwelve", {"--scale", "12"}},        //
+                                         OptionCase{"TargetAboveZero", {"--target", "3"}},    //
+                                         OptionCase{"TargetWord", {"--target", "loud"}},      //
+                                         OptionCase{"FormatXml", {"--format", "xml"}},        //
+                                         OptionCase{"CountZero", {"--count", "0"}},           //
+                                         OptionCase{"SecondsNegative", {"--seconds", "-1"}},  //
+                                         OptionCase{"ClusterNine", {"--cluster", "9"}},       //
+                                         OptionCase{"Unknown", {"--colour"}}),
+                         [](const auto& option) { return option.param.name; });
+
+TEST_F(WatchCommandTest, HelpHasAnExample) {
+  StartWatch({"--help"});
+  ExpectEnd(0);
+  EXPECT_THAT(mWatch->StandardOutput(), HasSubstr("\n  LoudDesk watch --format csv"));
+}
+
+}  // namespace

@@ -1,0 +1,197 @@
+#include "WatchLayout.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "LuEnumerations.h"
+
+namespace {
+
+using louddesk::ComposeWatch;
+using louddesk::LoudnessMessage;
+using louddesk::ScreenSize;
+using louddesk::TextScreen;
+using louddesk::WatchLook;
+using louddesk::WatchModel;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using testing::HasSubstr;
+using testing::Not;
+
+const WatchModel::Time kStart = WatchModel::Time{} + seconds(100);
+constexpr ScreenSize kUsual = {80, 24};
+
+class WatchLayoutTest : public testing::Test {
+ protected:
+  WatchLayoutTest() {
+    mModel.SetConnected(true);
+    mData = {-201, -230, -215, -228, 35, -229, -120, -602};
+  }
+
+  void Take(LuCmd_e command = LU_CMD_START, int valid = 1) {
+    LoudnessMessage message;
+    message.data = mData;
+    message.command = static_cast<std::int16_t>(command);
+    message.validSource = static_cast<std::int16_t>(valid);
+    message.time = kStart;
+    mModel.TakeData(message);
+  }
+
+  void Note(const std::string& command) {
+    louddesk::ServiceAnswer answer;
+    answer.command = command;
+    mModel.TakeAnswer(answer, kStart, "12:34:56");
+  }
+
+  std::string Picture(ScreenSize size = kUsual, milliseconds at = milliseconds(100)) const {
+    const TextScreen screen = ComposeWatch(mModel, mLook, size, kStart + at);
+    EXPECT_EQ(size.rows, screen.Rows());
+    std::string text;
+    for (std::size_t row = 0; row < screen.Rows(); ++row)
+      text += screen.Text(row) + "\n";
+    return text;
+  }
+
+  /// The line that begins with `name`.
+  std::string Line(const std::string& name, ScreenSize size = kUsual) const {
+    const std::string picture = Picture(size);
+    const std::size_t begin = picture.find("\n " + name);
+    EXPECT_NE(std::string::npos, begin) << picture;
+    return picture.substr(begin + 1, picture.find('\n', begin + 1) - begin - 1);
+  }
+
+  LoudnessData_t mData;
+  WatchModel mModel{kStart};
+  WatchLook mLook;
+};
+
+TEST_F(WatchLayoutTest, UsualWindowHasEveryPart) {
+  Take();
+  Note("Pause");
+  const std::string picture = Picture();
+  for (const char* part :
+       {"meter set 1, cluster 1", "PAUSED", "Source valid", "last message 0.1 s ago", "Momentary",
+        "-23.0 LKFS", "Short-term", "-21.5 LKFS", "True peak", "-6.02 dBTP",
+        "Integrated loudness  -22.8 LKFS  +0.2 LU", "Programme loudness   -22.9 LKFS  +0.1 LU",
+        "Loudness range         3.5 LU", "Maximum momentary    -20.1 LKFS",
+        "Maximum short-term   -21.5 LKFS", "Maximum true peak    -1.20 dBTP",
+        "Short-term, last 2 min 26 s", "12:34:56  Pause acknowledged", "q quits"})
+    EXPECT_THAT(picture, HasSubstr(part));
+}
+
+TEST_F(WatchLayoutTest, BarEndsAtTheLoudness) {
+  // 27 LU on 55 cells: 0 LU, the target, ends 55 * 18 / 27 = 36.67 cells from the left.
+  Take();
+  std::string bar;
+  for (int i = 0; i < 36; ++i)
+    bar += "█";
+  EXPECT_THAT(Line("Momentary"), HasSubstr(" " + bar + "▋·"));
+}
+
+TEST_F(WatchLayoutTest, TargetMovesTheScale) {
+  Take();
+  mLook.target = -24.0;
+  EXPECT_THAT(Line("Integrated"), HasSubstr("-22.8 LKFS  +1.2 LU"));
+  EXPECT_THAT(Picture(), HasSubstr("target -24.0 LKFS"));
+}
+
+TEST_F(WatchLayoutTest, ScalesReachAsFarAsTheirNames) {
+  Take();
+  EXPECT_THAT(Line("LU"), testing::AllOf(HasSubstr("-18 "), HasSubstr("+9")));
+  mLook.scale = louddesk::LoudnessScale::kPlus18;
+  EXPECT_THAT(Line("LU"), testing::AllOf(HasSubstr("-36 "), HasSubstr("+18")));
+}
+
+TEST_F(WatchLayoutTest, NoReadingIsADash) {
+  mData = LoudnessData_t{};
+  Take();
+  EXPECT_THAT(Line("Momentary"), HasSubstr("      - LKFS"));
+  EXPECT_THAT(Line("True peak"), HasSubstr("      - dBTP"));
+  EXPECT_THAT(Line("Integrated"), HasSubstr("  - LKFS"));
+  EXPECT_THAT(Line("Integrated"), Not(HasSubstr("LU")));
+}
+
+TEST_F(WatchLayoutTest, SilentServiceIsNotShownFrozen) {
+  Take();
+  const std::string picture = Picture(kUsual, milliseconds(1000));
+  EXPECT_THAT(picture, HasSubstr("SILENT"));
+  EXPECT_THAT(picture, HasSubstr("last message 1.0 s ago"));
+  EXPECT_THAT(picture, HasSubstr("Last known"));
+  EXPECT_THAT(picture, Not(HasSubstr("-23.0 LKFS\n")));
+  EXPECT_THAT(picture, HasSubstr("Integrated loudness  -22.8 LKFS"));
+}
+
+TEST_F(WatchLayoutTest, DeadServiceIsShownDead) {
+  Take();
+  mModel.SetConnected(false);
+  EXPECT_THAT(Picture(kUsual, milliseconds(1000)), HasSubstr("DEAD"));
+}
+
+TEST_F(WatchLayoutTest, AbsentServiceIsSaid) {
+  mModel.SetConnected(false);
+  const std::string picture = Picture();
+  EXPECT_THAT(picture, HasSubstr("NO SERVICE"));
+  EXPECT_THAT(picture, HasSubstr("no message yet"));
+}
+
+TEST_F(WatchLayoutTest, InvalidSourceIsSaid) {
+  Take(LU_CMD_NONE, 0);
+  EXPECT_THAT(Picture(), HasSubstr("No source"));
+}
+
+TEST_F(WatchLayoutTest, PeakAboveThePermittedOneIsSaidWithoutColours) {
+  mData.MaxTruePeak = -100;
+  Take();
+  // At -1 dBTP, the permitted maximum, it is not over.
+  EXPECT_THAT(Picture({120, 24}), Not(HasSubstr("OVER")));
+  mData.MaxTruePeak = -99;
+  Take();
+  EXPECT_THAT(Picture({120, 24}), HasSubstr("OVER"));
+}
+
+TEST_F(WatchLayoutTest, WideWindowShowsLuBesideTheBars) {
+  Take();
+  EXPECT_THAT(Line("Short-term", {120, 40}), HasSubstr("+1.5 LU  -21.5 LKFS"));
+}
+
+TEST_F(WatchLayoutTest, LastAcknowledgementsStay) {
+  for (int i = 0; i < 30; ++i)
+    Note("Reset");
+  Note("Start");
+  EXPECT_THAT(Picture(), HasSubstr("Start acknowledged"));
+}
+
+TEST_F(WatchLayoutTest, SmallestWindowHasStateAndBars) {
+  Take();
+  const std::string picture = Picture(louddesk::kSmallestWindow);
+  for (const char* part : {"RUNNING", "Momentary", "-23.0 LKFS", "Short-term", "-21.5 LKFS"})
+    EXPECT_THAT(picture, HasSubstr(part));
+}
+
+TEST_F(WatchLayoutTest, SmallerWindowSaysWhatItNeeds) {
+  EXPECT_THAT(Picture({39, 24}), HasSubstr("needs 40x3"));
+  EXPECT_THAT(Picture({80, 2}), HasSubstr("needs 40x3"));
+}
+
+TEST_F(WatchLayoutTest, EverySizeIsFilledWithoutOverlap) {
+  Take();
+  Note("Start");
+  for (std::size_t columns = 1; columns <= 200; columns += 7)
+    for (std::size_t rows = 1; rows <= 70; ++rows) {
+      const TextScreen screen = ComposeWatch(mModel, mLook, {columns, rows}, kStart);
+      EXPECT_EQ(columns, screen.Columns());
+      EXPECT_EQ(rows, screen.Rows());
+      if (columns < 40 || rows < 3)
+        continue;
+      EXPECT_THAT(screen.Text(0), HasSubstr("RUNNING")) << columns << "x" << rows;
+    }
+}
+
+TEST_F(WatchLayoutTest, AsciiTerminalGetsAscii) {
+  Take();
+  mLook.glyphs = louddesk::Glyphs::kAscii;
+  for (const char c : Picture())
+    EXPECT_GE(c, 0) << "not ASCII";
+}
+
+}  // namespace

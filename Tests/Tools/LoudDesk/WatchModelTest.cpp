@@ -1,0 +1,262 @@
+#include "WatchModel.h"
+
+#include <gtest/gtest.h>
+
+#include "LuEnumerations.h"
+
+namespace {
+
+using louddesk::Arrival;
+using louddesk::LoudnessMessage;
+using louddesk::ReadAnswer;
+using louddesk::ServiceAnswer;
+using louddesk::ServiceState;
+using louddesk::StateMessage;
+using louddesk::WatchModel;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+const WatchModel::Time kStart = WatchModel::Time{} + seconds(100);
+
+ServiceAnswer Answer(const std::string& topic, const std::string& json) {
+  const auto answer = ReadAnswer(StateMessage{topic, json, {}});
+  EXPECT_TRUE(answer) << topic << " " << json;
+  return answer.value_or(ServiceAnswer{});
+}
+
+ServiceAnswer Acknowledged(const std::string& command) {
+  return Answer("IOQVHwmLoudnessCmd_1", R"({"Command":")" + command +
+                                            R"(","ClusterId":1,"CmdTS":5,"UID":17,"MeterSet":1})");
+}
+
+ServiceAnswer Republished(const std::string& command) {
+  return Answer(
+      "IOQVHwmLoudnessCmd_Repub_1",
+      R"({"Command":")" + command + R"(","ClusterId":1,"CmdTS":5,"UID":17,"MeterSet":1})");
+}
+
+constexpr char kConfiguration[] =
+    R"json({"ClusterId":2,"LraWindow":60,"LoudnessStandard":"EBU R128 (+18)",)json"
+    R"json("LoudnessWindow":"Custom","AlarmTolerance":1,"Alarm":"Over","ReferenceLevel":-23,)json"
+    R"json("Mode":"Manual","LoudnessWindowTime":600,"UserID":17})json";
+
+TEST(AcknowledgementTest, HasCommandTimeAndUser) {
+  const ServiceAnswer answer = Acknowledged("Start");
+  EXPECT_EQ(louddesk::StateKind::kAcknowledgement, answer.kind);
+  EXPECT_FALSE(answer.isRepublished);
+  EXPECT_EQ("Start", answer.command);
+  EXPECT_EQ(5u, answer.cmdTime);
+  EXPECT_EQ(17u, answer.user);
+  EXPECT_EQ("Start acknowledged, user 17", AnswerText(answer));
+}
+
+TEST(AcknowledgementTest, RepublicationIsKnownByItsTopic) {
+  EXPECT_TRUE(Republished("None").isRepublished);
+}
+
+TEST(AcknowledgementTest, WithoutMeterSetHasCommandOnly) {
+  const ServiceAnswer answer =
+      Answer("IOQVHwmLoudnessCmd_0", R"({"Command":"Stop","OriginFromFp":false})");
+  EXPECT_EQ(std::nullopt, answer.user);
+  EXPECT_EQ("Stop acknowledged", AnswerText(answer));
+}
+
+TEST(AcknowledgementTest, ConfigurationIsKeptCharacterForCharacter) {
+  const ServiceAnswer answer =
+      Answer("IOQVHwmSetLoudnessConfiguration_1",
+             std::string(R"({"ClusterId":1,"MeterSet":1,"UID":17,"Conf":)") + kConfiguration + "}");
+  EXPECT_EQ(louddesk::StateKind::kConfiguration, answer.kind);
+  EXPECT_EQ(kConfiguration, answer.configuration);
+  EXPECT_EQ("Configuration: EBU R128 (+18), Manual, window 600 s, range 60 s, user 17",
+            AnswerText(answer));
+}
+
+TEST(AcknowledgementTest, OtherMessagesAreNone) {
+  for (const StateMessage& message :
+       {StateMessage{"HbProc", "{}", {}}, StateMessage{"IOQVHwmLoudnessCmd_1", "", {}},
+        StateMessage{"IOQVHwmLoudnessCmd_1", "[]", {}},
+        StateMessage{"IOQVHwmLoudnessCmd_1", R"({"Command":3})", {}}})
+    EXPECT_FALSE(ReadAnswer(message)) << message.topic << " " << message.json;
+}
+
+class WatchModelTest : public testing::Test {
+ protected:
+  WatchModelTest() { mModel.SetConnected(true); }
+
+  void Data(milliseconds at, LoudnessData_t data, LuCmd_e command = LU_CMD_START, int valid = 1) {
+    LoudnessMessage message;
+    message.data = data;
+    message.command = static_cast<std::int16_t>(command);
+    message.validSource = static_cast<std::int16_t>(valid);
+    message.cluster = 1;
+    message.time = kStart + at;
+    message.wellFormed = true;
+    mModel.TakeData(message);
+  }
+
+  void Data(milliseconds at, LuCmd_e command = LU_CMD_START) {
+    Data(at, LoudnessData_t{}, command);
+  }
+
+  void Take(milliseconds at, const ServiceAnswer& answer) {
+    mModel.TakeAnswer(answer, kStart + at, "12:00:00");
+  }
+
+  ServiceState StateAt(milliseconds at) const { return mModel.State(kStart + at); }
+
+  WatchModel mModel{kStart};
+};
+
+TEST_F(WatchModelTest, NobodyIsThereBeforeAConnection) {
+  mModel.SetConnected(false);
+  EXPECT_EQ(ServiceState::kAbsent, StateAt(seconds(10)));
+}
+
+TEST_F(WatchModelTest, ConnectedServiceThatSaidNothingIsWaitedFor) {
+  EXPECT_EQ(ServiceState::kWaiting, StateAt(seconds(10)));
+}
+
+TEST_F(WatchModelTest, DataTellsTheState) {
+  Data(milliseconds(0), LU_CMD_START);
+  EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(100)));
+  Data(milliseconds(100), LU_CMD_PAUSE);
+  EXPECT_EQ(ServiceState::kPaused, StateAt(milliseconds(200)));
+  Data(milliseconds(200), LU_CMD_PLAY);
+  EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(300)));
+  Data(milliseconds(300), LU_CMD_NONE);
+  EXPECT_EQ(ServiceState::kNotStarted, StateAt(milliseconds(400)));
+}
+
+TEST_F(WatchModelTest, AcknowledgementTellsTheStateBeforeTheData) {
+  Data(milliseconds(0), LU_CMD_START);
+  Take(milliseconds(50), Acknowledged("Pause"));
+  EXPECT_EQ(ServiceState::kPaused, StateAt(milliseconds(60)));
+}
+
+TEST_F(WatchModelTest, ResetIsNoState) {
+  Data(milliseconds(0), LU_CMD_START);
+  Take(milliseconds(50), Acknowledged("Reset"));
+  EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(60)));
+}
+
+TEST_F(WatchModelTest, StoppedServiceMayBeSilent) {
+  Data(milliseconds(0), LU_CMD_START);
+  Take(milliseconds(100), Acknowledged("Stop"));
+  EXPECT_EQ(ServiceState::kStopped, StateAt(milliseconds(200)));
+  EXPECT_EQ(ServiceState::kStopped, StateAt(seconds(5)));
+  Take(seconds(5), Republished("Stop"));
+  EXPECT_EQ(ServiceState::kStopped, StateAt(seconds(10)));
+}
+
+TEST_F(WatchModelTest, RunningServiceMayNotBeSilentForASecond) {
+  Data(milliseconds(0), LU_CMD_START);
+  EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(999)));
+  EXPECT_EQ(ServiceState::kSilent, StateAt(milliseconds(1000)));
+  EXPECT_FALSE(mModel.IsLive(kStart + milliseconds(1000)));
+}
+
+TEST_F(WatchModelTest, ServiceWithoutConnectionIsDeadAfterASecond) {
+  Data(milliseconds(0), LU_CMD_START);
+  mModel.SetConnected(false);
+  EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(999)));
+  EXPECT_EQ(ServiceState::kDead, StateAt(milliseconds(1000)));
+}
+
+TEST_F(WatchModelTest, StoppedServiceWithoutConnectionIsDead) {
+  Take(milliseconds(0), Acknowledged("Stop"));
+  mModel.SetConnected(false);
+  EXPECT_EQ(ServiceState::kDead, StateAt(milliseconds(10)));
+}
+
+TEST_F(WatchModelTest, HangingServiceIsDeadWhenARepublicationIsMissing) {
+  Data(milliseconds(0), LU_CMD_START);
+  EXPECT_EQ(ServiceState::kSilent, StateAt(milliseconds(5999)));
+  EXPECT_EQ(ServiceState::kDead, StateAt(milliseconds(6000)));
+  Take(milliseconds(6100), Republished("Start"));
+  EXPECT_EQ(ServiceState::kSilent, StateAt(milliseconds(6200)));
+}
+
+TEST_F(WatchModelTest, RepublicationTellsLateJoinersTheState) {
+  Take(milliseconds(0), Republished("None"));
+  EXPECT_EQ(ServiceState::kNotStarted, StateAt(milliseconds(10)));
+  EXPECT_TRUE(mModel.Notes().empty());
+}
+
+TEST_F(WatchModelTest, AcknowledgementsAreNotedWithTheirTime) {
+  Take(milliseconds(0), Acknowledged("Reset"));
+  Take(milliseconds(100), Acknowledged("Start"));
+  ASSERT_EQ(2u, mModel.Notes().size());
+  EXPECT_EQ("12:00:00", mModel.Notes()[1].localTime);
+  EXPECT_EQ("Start acknowledged, user 17", mModel.Notes()[1].text);
+}
+
+TEST_F(WatchModelTest, AgeIsThatOfTheLastMessageOfEitherPublisher) {
+  EXPECT_EQ(std::nullopt, mModel.Age(kStart));
+  Data(milliseconds(0));
+  Take(milliseconds(300), Republished("Start"));
+  EXPECT_EQ(milliseconds(200), mModel.Age(kStart + milliseconds(500)));
+}
+
+LoudnessData_t WithShortTerm(std::int16_t shortTerm) {
+  LoudnessData_t data;
+  data.MaxMomentary = -100;
+  data.ShortTerm = shortTerm;
+  return data;
+}
+
+TEST_F(WatchModelTest, MaximumShortTermIsSeenUntilTheRestart) {
+  Data(milliseconds(0), WithShortTerm(-200));
+  Data(milliseconds(100), WithShortTerm(-300));
+  EXPECT_EQ(-200, mModel.MaxShortTerm());
+  Data(milliseconds(200), LoudnessData_t{});
+  EXPECT_EQ(kNoLoudnessCode, mModel.MaxShortTerm());
+}
+
+LoudnessData_t WithPeak(std::int16_t peak) {
+  LoudnessData_t data;
+  data.TruePeak = peak;
+  return data;
+}
+
+TEST_F(WatchModelTest, PeakIsHeldForThreeSeconds) {
+  Data(milliseconds(0), WithPeak(-100));
+  Data(milliseconds(2900), WithPeak(-2000));
+  EXPECT_EQ(-100, mModel.HeldPeak());
+  Data(milliseconds(3000), WithPeak(-2000));
+  EXPECT_EQ(-2000, mModel.HeldPeak());
+}
+
+TEST_F(WatchModelTest, HigherPeakIsHeldAnew) {
+  Data(milliseconds(0), WithPeak(-600));
+  Data(milliseconds(2000), WithPeak(-500));
+  Data(milliseconds(4000), WithPeak(-2000));
+  EXPECT_EQ(-500, mModel.HeldPeak());
+}
+
+TEST_F(WatchModelTest, HistoryKeepsTheHighestOfTwoSeconds) {
+  Data(milliseconds(0), WithShortTerm(-250));
+  Data(milliseconds(1900), WithShortTerm(-200));
+  Data(milliseconds(2000), WithShortTerm(-300));
+  EXPECT_EQ((std::deque<std::int16_t>{-200, -300}), mModel.History());
+}
+
+TEST_F(WatchModelTest, HistoryGoesOnWithoutMessages) {
+  Data(milliseconds(0), WithShortTerm(-250));
+  mModel.Advance(kStart + milliseconds(4000));
+  EXPECT_EQ((std::deque<std::int16_t>{-250, kNoLoudnessCode, kNoLoudnessCode}), mModel.History());
+}
+
+TEST_F(WatchModelTest, HistoryIsBounded) {
+  Data(milliseconds(0), WithShortTerm(-250));
+  mModel.Advance(kStart + 2 * louddesk::kMaxHistory * louddesk::kHistoryStep);
+  EXPECT_EQ(louddesk::kMaxHistory, mModel.History().size());
+}
+
+TEST_F(WatchModelTest, SourceAndClusterAreThoseOfTheLastMessage) {
+  EXPECT_EQ(std::nullopt, mModel.IsSourceValid());
+  Data(milliseconds(0), LoudnessData_t{}, LU_CMD_NONE, 0);
+  EXPECT_EQ(false, mModel.IsSourceValid());
+  EXPECT_EQ(1, mModel.Cluster());
+}
+
+}  // namespace

@@ -1,0 +1,39 @@
+// One file measured block by block: what the report and the table of series are made from.
+
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Measure.h"
+
+namespace louddesk {
+
+/// What the meter shows at the end of a block; nothing where there is no reading. Single precision
+/// is what the engine computes in.
+struct SeriesPoint {
+  double seconds = 0.0;             // end of the block since the start of the file, s
+  std::optional<float> momentary;   // loudness of the last 400 ms, LKFS
+  std::optional<float> shortTerm;   // loudness of the last 3 s, LKFS
+  std::optional<float> integrated;  // gated loudness so far, LKFS
+  std::optional<float> lra;         // loudness range so far, LU
+  std::optional<float> truePeak;    // of the block, dBTP
+};
+
+/// A file with everything that was measured in it.
+struct MeasuredSeries {
+  std::string file;                   // path, any bytes
+  Figures figures;                    // of the whole file
+  std::vector<SeriesPoint> points;    // one for each 100 ms block, in time
+  LoudnessDistribution distribution;  // at the end of the file
+};
+
+/// The point of a block that ends at `seconds`, from the figures read after it.
+SeriesPoint PointOf(double seconds, const Figures& figures);
+
+/// Measures a file as `MeasureFile` does and keeps the figures after every block. Throws
+/// `AudioFileError`.
+MeasuredSeries MeasureSeries(ServiceMeter& meter, AudioFile& file, const SpeakerLayout& speakers,
+                             const Progress& progress);
+
+}  // namespace louddesk

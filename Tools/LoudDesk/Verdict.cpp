@@ -1,0 +1,107 @@
+// Verdicts, counted in hundredths.
+
+#include "Verdict.h"
+
+#include <cmath>
+
+#include "FigureFormat.h"
+
+namespace louddesk {
+namespace {
+
+constexpr char kPlusMinus[] = "\xC2\xB1";  // the sign in UTF-8
+
+constexpr char kIntegratedName[] = "Integrated loudness";
+constexpr char kTruePeakName[] = "Maximum true peak";
+constexpr char kNothingMeasured[] = "There is no reading, so nothing is judged";
+
+// Read back from the text, because that is what decides where a tie goes.
+long Hundredths(double figure) {
+  return std::lround(std::stod(FigureText(figure, "")) * 100.0);
+}
+
+std::string Text(long hundredths) {
+  return FigureText(static_cast<double>(hundredths) / 100.0, "");
+}
+
+std::string AllowedLoudness(const LoudnessLimits& limits) {
+  return FigureText(limits.target, "") + " LKFS " + kPlusMinus + FigureText(limits.tolerance, "") +
+         " LU";
+}
+
+Verdict JudgeLoudness(const std::optional<double>& integrated, const LoudnessLimits& limits) {
+  Verdict verdict{Judgement::kNoReading, kIntegratedName, AllowedLoudness(limits),
+                  kNothingMeasured};
+  if (!integrated)
+    return verdict;
+  const long distance = Hundredths(*integrated) - Hundredths(limits.target);
+  const bool passes = std::labs(distance) <= Hundredths(limits.tolerance);
+  verdict.judgement = passes ? Judgement::kPass : Judgement::kFail;
+  verdict.finding = FigureText(integrated, "") + " LKFS, ";
+  if (distance == 0)
+    verdict.finding += "on the target";
+  else
+    verdict.finding +=
+        Text(std::labs(distance)) + " LU " + (distance > 0 ? "above" : "below") + " the target";
+  return verdict;
+}
+
+Verdict JudgeTruePeak(const std::optional<double>& maxTruePeak, const LoudnessLimits& limits) {
+  Verdict verdict{Judgement::kNoReading, kTruePeakName,
+                  "at most " + FigureText(limits.maxTruePeak, "") + " dBTP", kNothingMeasured};
+  if (!maxTruePeak)
+    return verdict;
+  const long excess = Hundredths(*maxTruePeak) - Hundredths(limits.maxTruePeak);
+  verdict.judgement = excess <= 0 ? Judgement::kPass : Judgement::kFail;
+  verdict.finding = FigureText(maxTruePeak, "") + " dBTP, ";
+  if (excess == 0)
+    verdict.finding += "on the limit";
+  else
+    verdict.finding +=
+        Text(std::labs(excess)) + " dB " + (excess > 0 ? "above" : "below") + " the limit";
+  return verdict;
+}
+
+}  // namespace
+
+std::string NameOf(const LoudnessLimits& limits) {
+  const bool isR128 = Hundredths(limits.target) == Hundredths(kR128TargetLkfs) &&
+                      Hundredths(limits.maxTruePeak) == Hundredths(kR128MaxTruePeakDbtp);
+  const long tolerance = Hundredths(limits.tolerance);
+  std::string name = "Chosen limits";
+  if (isR128 && tolerance == Hundredths(kR128ToleranceLu))
+    name = "EBU R 128";
+  else if (isR128 && tolerance == Hundredths(kR128LiveToleranceLu))
+    name = "EBU R 128, live";
+  return name + ": integrated loudness " + AllowedLoudness(limits) + ", true peak at most " +
+         FigureText(limits.maxTruePeak, "") + " dBTP";
+}
+
+std::vector<Verdict> Judge(const Figures& figures, const LoudnessLimits& limits) {
+  return {JudgeLoudness(figures.integrated, limits), JudgeTruePeak(figures.maxTruePeak, limits)};
+}
+
+const char* WordFor(Judgement judgement) {
+  switch (judgement) {
+    case Judgement::kPass:
+      return "Pass";
+    case Judgement::kFail:
+      return "Fail";
+    case Judgement::kNoReading:
+      break;
+  }
+  return "No reading";
+}
+
+Judgement Overall(const std::vector<Verdict>& verdicts) {
+  Judgement overall = Judgement::kPass;
+  for (const Verdict& verdict : verdicts) {
+    if (verdict.judgement == Judgement::kFail)
+      return Judgement::kFail;
+    if (verdict.judgement == Judgement::kNoReading)
+      overall = Judgement::kNoReading;
+  }
+  return overall;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,106 @@
+// Rows of the watched figures.
+
+#include "WatchRows.h"
+
+#include <ctime>
+
+#include <cstdio>
+
+#include "DocumentWriter.h"
+#include "FiguresText.h"
+#include "LuMessages.h"
+
+namespace louddesk {
+
+namespace {
+
+// The fields between time and source, in the order of the message, by the names of
+// `LoudDesk measure`.
+struct Field {
+  const char* name;
+  std::int16_t LoudnessData_t::*code;
+  bool isPeak;  // hundredths of dBTP, otherwise tenths of LKFS or LU
+};
+
+constexpr Field kFields[] = {
+    {"MaxMomentary", &LoudnessData_t::MaxMomentary, false},
+    {"Momentary", &LoudnessData_t::Momentary, false},
+    {"ShortTerm", &LoudnessData_t::ShortTerm, false},
+    {"Integrated", &LoudnessData_t::Integrated, false},
+    {"Lra", &LoudnessData_t::Lra, false},
+    {"Program", &LoudnessData_t::Program, false},
+    {"MaxTruePeak", &LoudnessData_t::MaxTruePeak, true},
+    {"TruePeak", &LoudnessData_t::TruePeak, true},
+};
+
+constexpr char kTimeName[] = "Time";
+constexpr char kSourceName[] = "ValidSource";
+constexpr char kCommandName[] = "Command";
+constexpr char kClusterName[] = "Cluster";
+
+// The figure, or `missing` where there is no reading.
+std::string ValueText(const LoudnessData_t& data, const Field& field, const char* missing) {
+  const std::int16_t code = data.*field.code;
+  if (code == (field.isPeak ? kNoTruePeakCode : kNoLoudnessCode))
+    return missing;
+  return field.isPeak ? HundredthsText(code) : TenthsText(code);
+}
+
+const char* CommandText(const LoudnessMessage& message) {
+  return cLuCmd::ConvertToLuCmdStrFromEnum(static_cast<LuCmd_e>(message.command));
+}
+
+std::string Formatted(const char* format, const std::tm& time) {
+  char text[64];
+  std::strftime(text, sizeof text, format, &time);
+  return text;
+}
+
+}  // namespace
+
+std::string UtcText(WallTime time) {
+  const auto sinceEpoch =
+      std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
+  const std::time_t seconds = sinceEpoch / 1000;
+  std::tm broken{};
+  gmtime_r(&seconds, &broken);
+  char milliseconds[16];
+  std::snprintf(milliseconds, sizeof milliseconds, ".%03dZ", static_cast<int>(sinceEpoch % 1000));
+  return Formatted("%Y-%m-%dT%H:%M:%S", broken) + milliseconds;
+}
+
+std::string LocalClockText(WallTime time) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+  std::tm broken{};
+  localtime_r(&seconds, &broken);
+  return Formatted("%H:%M:%S", broken);
+}
+
+std::string WatchCsvHeader() {
+  std::string header = kTimeName;
+  for (const Field& field : kFields)
+    header += std::string(",") + field.name;
+  return header + "," + kSourceName + "," + kCommandName + "," + kClusterName + "\n";
+}
+
+std::string WatchCsvRow(const LoudnessMessage& message, WallTime time) {
+  std::string row = UtcText(time);
+  for (const Field& field : kFields)
+    row += "," + ValueText(message.data, field, "");
+  return row + (message.validSource != 0 ? ",1," : ",0,") + CommandText(message) + "," +
+         std::to_string(message.cluster) + "\n";
+}
+
+std::string WatchJsonRow(const LoudnessMessage& message, WallTime time) {
+  DocumentWriter row;
+  row.Text(kTimeName, UtcText(time));
+  for (const Field& field : kFields)
+    row.Number(field.name, ValueText(message.data, field, "null"));
+  return row.Flag(kSourceName, message.validSource != 0)
+             .Text(kCommandName, CommandText(message))
+             .Signed(kClusterName, message.cluster)
+             .Finish() +
+         "\n";
+}
+
+}  // namespace louddesk

@@ -1,0 +1,70 @@
+// Views of a watched service.
+
+#include "WatchViews.h"
+
+#include "FiguresText.h"
+
+namespace louddesk {
+
+namespace {
+
+constexpr std::chrono::milliseconds kFirstMoments{500};
+
+}  // namespace
+
+RowView::RowView(std::ostream& out, Style style) : mOut(out), mStyle(style) {
+  if (mStyle == Style::kCsv)
+    mOut << WatchCsvHeader() << std::flush;
+}
+
+void RowView::ShowData(const LoudnessMessage& message, WallTime time) {
+  mOut << (mStyle == Style::kCsv ? WatchCsvRow(message, time) : WatchJsonRow(message, time))
+       << std::flush;
+}
+
+LineView::LineView(std::ostream& out, WatchModel::Time start)
+    : mOut(out), mLine(out, std::nullopt), mStart(start) {}
+
+void LineView::ShowData(const LoudnessMessage& message, WallTime) {
+  mMessage = message;
+}
+
+void LineView::ShowAnswer(const std::string& text, WallTime time) {
+  mOut << LocalClockText(time) << "  " << text << "\n" << std::flush;
+}
+
+void LineView::Refresh(const WatchModel& model, WatchModel::Time now) {
+  ShowState(model.State(now), now);
+  if (!mMessage)
+    return;
+  const std::chrono::duration<double> seconds = mMessage->time - mStart;
+  mLine.Show(LiveText(seconds.count(), mMessage->data), mMessage->time);
+  mMessage.reset();
+}
+
+// The first moments, in which nothing can have come yet, are no state worth a line.
+void LineView::ShowState(ServiceState state, WatchModel::Time now) {
+  const bool isEarly = state == ServiceState::kAbsent || state == ServiceState::kWaiting;
+  if (mShown == state || (isEarly && now - mStart < kFirstMoments))
+    return;
+  mShown = state;
+  mOut << LocalClockText(std::chrono::system_clock::now()) << "  " << StateName(state) << "\n"
+       << std::flush;
+}
+
+ScreenView::ScreenView(const WatchLook& look) : mLook(look) {
+  mLook.glyphs = mTerminal.Glyph();
+}
+
+void ScreenView::Refresh(const WatchModel& model, WatchModel::Time now) {
+  mTerminal.Show(ComposeWatch(model, mLook, mTerminal.Size(), now));
+}
+
+bool ScreenView::WantsEnd() {
+  for (int key = mTerminal.ReadKey(); key != 0; key = mTerminal.ReadKey())
+    if (key == 'q' || key == 'Q')
+      return true;
+  return false;
+}
+
+}  // namespace louddesk
