@@ -100,8 +100,13 @@ void RunningService::SendCommand(const std::string& command) {
 
 void RunningService::ExpectAcknowledgement(const std::string& command) {
   const std::string topic = louddesk::TopicFor("IOQVHwmLoudnessCmd_", mUnit.MeterSet());
+  // States keep coming by republication.
+  const auto end = std::chrono::steady_clock::now() + kPatience;
   std::string seen;
-  while (const auto state = mUnit.NextState(kPatience)) {
+  while (std::chrono::steady_clock::now() < end) {
+    const auto state = mUnit.NextState(kPatience);
+    if (!state)
+      break;
     if (state->topic == topic && CommandOf(*state) == command)
       return;
     seen += state->topic + " " + state->json + "\n";

@@ -15,6 +15,8 @@ using louddesk::StateMessage;
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr char kColourEnd[] = "\033[0m";
 constexpr char kErrorColour[] = "\033[1;31m";
 constexpr char kWarnColour[] = "\033[1;33m";
@@ -217,21 +219,26 @@ void WatchedService::ExpectTransitions(const std::vector<std::string>& changes) 
 }
 
 void WatchedService::ExpectNoTransition() {
-  EXPECT_EQ(mService->LineCount(), IndexOf(kTransition, mNextTransition));
+  const std::vector<OutputLine> lines = mService->Lines();
+  for (std::size_t i = mNextTransition; i < lines.size(); ++i)
+    EXPECT_FALSE(Contains(lines[i].text, kTransition)) << lines[i].text;
 }
 
 std::optional<StateMessage> WatchedService::NextAnswer(Patience patience) {
-  auto state = mUnit.NextState(patience);
-  while (state && Contains(state->topic, kRepublished))
-    state = mUnit.NextState(patience);
-  return state;
+  return NextStateOf(false, patience);
 }
 
 std::optional<StateMessage> WatchedService::NextRepublication(Patience patience) {
-  auto state = mUnit.NextState(patience);
-  while (state && !Contains(state->topic, kRepublished))
-    state = mUnit.NextState(patience);
-  return state;
+  return NextStateOf(true, patience);
+}
+
+std::optional<StateMessage> WatchedService::NextStateOf(bool isRepublished, Patience patience) {
+  const auto end = Clock::now() + patience;
+  for (auto left = patience;; left = std::chrono::ceil<Patience>(end - Clock::now())) {
+    const auto state = mUnit.NextState(std::max(left, Patience{0}));
+    if (!state || Contains(state->topic, kRepublished) == isRepublished)
+      return state;
+  }
 }
 
 void WatchedService::ExpectAnswer(const std::string& topic, const std::string& json) {

@@ -100,6 +100,8 @@ class WatchedService : public RunningService {
   std::vector<MessageRun> RunsUntilSilence();
 
  private:
+  std::optional<louddesk::StateMessage> NextStateOf(bool isRepublished,
+                                                    louddesk::Patience patience);
   std::string Mark();
   void SendMark(louddesk::Peer peer, const std::string& mark);
   void ExpectAtSink(const std::string& mark, const std::vector<std::string>& errors);

@@ -118,7 +118,7 @@ footer { font-size: 14px; color: var(--muted); }
   :root { --page: #ffffff; }
   body { max-width: none; padding: 0; font-size: 11pt; }
   section, .figures { padding: 0; border: 0; }
-  section { break-before: page; }
+  section + section { break-before: page; }
   figure, .verdicts li, tr { break-inside: avoid; }
   .drawing { height: 200px; }
   .target, .forbidden, .peaks, .counted, .aim, .sample-counted, li {

@@ -20,7 +20,7 @@ bool IsWanted(const ComplianceCase& complianceCase, const std::vector<std::strin
 int Verify(const VerifyOptions& options, MeterUnderTest& meter, std::ostream& out,
            std::ostream& errors) {
   std::vector<ComplianceRow> allRows;
-  out << ComplianceHeader(options.style);
+  out << ComplianceHeader(options.style) << std::flush;
   for (const ComplianceCase& complianceCase : ComplianceCases()) {
     if (!IsWanted(complianceCase, options.cases))
       continue;
