@@ -218,16 +218,16 @@ TEST_F(LoudIntegTest, GateOfMinus99ReportsTheAbsolutelyGatedMean) {
   EXPECT_NEAR(mUngated.GetGatedLkfsReading(), ReadBack(9.0 - 10.0 * std::log10(28.0)), 0.0001);
 }
 
-// One reading at -50.5 and 29 at -69 LKFS: mean 10 log10((10^-5.05 + 29 * 10^-6.9) / 30) = -63.77
+// One reading at -50.5 and 24 at -69 LKFS: mean 10 log10((10^-5.05 + 24 * 10^-6.9) / 25) = -63.21
 // LKFS, the gate 10 LU lower is below -70, so the mean stands although the loud reading alone is
 // far higher. Silence (code 0) still does not count: the histogram never sums it, whatever the
 // gate.
 TEST_F(LoudIntegTest, BelowMinus60TheRelativeGateHasNoEffect) {
   AddLevel(-50.5, 1);
-  AddLevel(-69.0, 29);
+  AddLevel(-69.0, 24);
   Add(0, 5);
   const double mean =
-      10.0 * std::log10((std::pow(10.0, -5.05) + 29.0 * std::pow(10.0, -6.9)) / 30.0);
+      10.0 * std::log10((std::pow(10.0, -5.05) + 24.0 * std::pow(10.0, -6.9)) / 25.0);
   ASSERT_LT(mean, -60.0);
   EXPECT_NEAR(mGate10.GetGatedLkfsReading(), ReadBack(mean), 0.001);
 }
