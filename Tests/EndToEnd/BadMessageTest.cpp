@@ -1,3 +1,5 @@
+// Text messages that the service must survive, and the few that must stop it.
+
 #include "BadInputTest.h"
 
 namespace {

@@ -1,3 +1,5 @@
+// Presets that are refused: logged, reset, and the next one measures on.
+
 #include "BadInputTest.h"
 
 namespace {

@@ -1,3 +1,5 @@
+// Raw blocks with missing, empty, short or huge frames.
+
 #include "BadInputTest.h"
 
 namespace {

@@ -1,3 +1,5 @@
+// The place of its own that every test process gets.
+
 #include "Isolation.h"
 
 #include <arpa/inet.h>

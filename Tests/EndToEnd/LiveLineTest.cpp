@@ -1,3 +1,5 @@
+// The desk tool's live output on terminals and in pipes.
+
 #include "LiveLine.h"
 
 #include <gtest/gtest.h>

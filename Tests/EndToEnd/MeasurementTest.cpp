@@ -1,3 +1,5 @@
+// Figures of the running service against a second computation.
+
 #include <random>
 
 #include "RunningService.h"

@@ -1,3 +1,5 @@
+// Reporting on and off, the action machine and the invalid source.
+
 #include "RunningService.h"
 
 namespace {

@@ -1,3 +1,5 @@
+// The desk tool's subcommand `send` against the shipped service.
+
 #include <unistd.h>
 
 #include <algorithm>

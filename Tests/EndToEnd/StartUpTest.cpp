@@ -1,3 +1,5 @@
+// Command line, board addresses and the end of the service.
+
 #include <sys/stat.h>
 
 #include <csignal>

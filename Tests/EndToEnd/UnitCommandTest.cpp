@@ -1,3 +1,5 @@
+// The desk tool's subcommand `unit` against the shipped service.
+
 #include <sndfile.h>
 
 #include <csignal>

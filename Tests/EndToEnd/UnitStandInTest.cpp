@@ -1,3 +1,5 @@
+// The stand-in for the unit itself.
+
 #include "UnitStandIn.h"
 
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+// The desk tool's subcommand `watch` in pipes, against the shipped service.
+
 #include <rapidjson/document.h>
 
 #include <csignal>

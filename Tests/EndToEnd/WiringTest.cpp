@@ -1,3 +1,5 @@
+// What the service subscribes to and publishes on.
+
 #include "RunningService.h"
 
 namespace {

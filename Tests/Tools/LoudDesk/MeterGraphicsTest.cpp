@@ -1,3 +1,5 @@
+// Bars and history of the live meter.
+
 #include "MeterGraphics.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// The live meter as lines of text, for every size.
+
 #include "WatchLayout.h"
 
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+// What the live meter knows of a service from its messages.
+
 #include "WatchModel.h"
 
 #include <gtest/gtest.h>

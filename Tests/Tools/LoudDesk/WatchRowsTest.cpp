@@ -1,3 +1,5 @@
+// The live meter's rows for pipes.
+
 #include "WatchRows.h"
 
 #include <gtest/gtest.h>
