@@ -10,6 +10,7 @@
 #include "CommandTable.h"
 #include "Endpoints.h"
 #include "HeartBeater.h"
+#include "JsonAccess.h"
 #include "LogMacros.h"
 #include "LoudCalcBase.h"
 #include "LoudConfigUser.h"
@@ -107,6 +108,10 @@ void cJsonParser::DeleteInstance() {
 int cJsonParser::ParseMessage(const char* topic, const char* payload) {
   if (topic == nullptr || mpJsonParser == nullptr)
     return -1;
+  if (payload != nullptr && strnlen(payload, json::kMaxDocumentSize + 1) > json::kMaxDocumentSize) {
+    LOUDCALC_LOG(Warn, "\"Topic %s dropped: more than %zu bytes\"", topic, json::kMaxDocumentSize);
+    return 0;
+  }
   return FindHandler(topic)(topic, payload);
 }
 

@@ -2,7 +2,6 @@
 
 #include <getopt.h>
 
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -11,8 +10,10 @@
 
 #include "Assertion.h"
 #include "BoardAddresses.h"
+#include "Console.h"
 #include "LogMacros.h"
 #include "NetworkUtils.h"
+#include "ProcessSetup.h"
 #include "ReactorMain.h"
 
 namespace {
@@ -33,13 +34,15 @@ struct Options {
   std::uint32_t cluster = 0;   // 1 to 8; 0: not given
 };
 
-// A line for a peer that has gone away must not end the service.
-void IgnoreBrokenPipes() {
-  std::signal(SIGPIPE, SIG_IGN);
+void SettleProcess() {
+  EndOnTermination();
+  IgnoreStraySignals();
+  ForgetLibraryEnvironment();
+  OpenMissingStandardStreams();
+  MakeConsoleNeverWait();
 }
 
 Logger* PrepareLogger() {
-  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   Logger* logger = Logger::GetInstance();
   if (logger == nullptr)
     return nullptr;
@@ -125,7 +128,7 @@ void RunService(const Options& options, const char* address) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  IgnoreBrokenPipes();
+  SettleProcess();
   Logger* const mpLogger = PrepareLogger();
   constexpr MsgLevel_e mLogLevel = MsgLevel_Debug;
   const Options options = ReadOptions(argc, argv);

@@ -19,11 +19,13 @@
 #include "MqNames.h"
 #include "PubHandler.h"
 #include "PublishLoudness.h"
+#include "ServiceManager.h"
 #include "Utilities.h"
 
 Logger* gpLogger = nullptr;
 std::int32_t oneSecondTimer = -1;
 std::int32_t oneLuDataTimer = -1;
+std::int32_t oneUpkeepTimer = -1;
 
 namespace {
 
@@ -31,6 +33,7 @@ constexpr char kUnitName[] = "ReactorMain";
 
 constexpr std::size_t kSecondPeriodMs = 1000;
 constexpr std::size_t kLuDataPeriodMs = 100;
+constexpr std::size_t kUpkeepPeriodMs = 250;
 constexpr unsigned kSecondsPerRepublication = 5;
 
 constexpr std::size_t kEndpointSize = 2048;
@@ -157,6 +160,12 @@ void AddTimers(cLcReactor& reactor) {
   LOUDCALC_ASSERT(oneSecondTimer != -1, "oneSecondTimer != -1");
   oneLuDataTimer = reactor.AddTimer(LuDataUpdateCallback, nullptr, kLuDataPeriodMs, 0);
   LOUDCALC_ASSERT(oneLuDataTimer != -1, "oneLuDataTimer != -1");
+  oneUpkeepTimer = reactor.AddTimer(Upkeep, nullptr, kUpkeepPeriodMs, 0);
+}
+
+ServiceManager& Manager() {
+  static ServiceManager manager;
+  return manager;
 }
 
 }  // namespace
@@ -195,10 +204,11 @@ bool startReactorLoop() {
 }
 
 void cleanReactorLoop() {
+  Manager().TellStopping();
   cLcReactor* preactor = cLcReactor::mpReactor;
   LOUDCALC_ASSERT(preactor != nullptr, "preactor != nullptr");
   if (preactor->IsValidReactor()) {
-    for (const std::int32_t timer : {oneSecondTimer, oneLuDataTimer}) {
+    for (const std::int32_t timer : {oneSecondTimer, oneLuDataTimer, oneUpkeepTimer}) {
       if (timer != -1)
         preactor->EndTimer(timer);
     }
@@ -224,6 +234,18 @@ int DoEverySecond(zloop_t*, int, void*) {
 
 int LuDataUpdateCallback(zloop_t*, int, void*) {
   SendLoudnessData();
+  return 0;
+}
+
+int Upkeep(zloop_t*, int, void*) {
+  Manager().TellReady();
+  Manager().TellAlive();
+  if (cLcReactor::mpReactor != nullptr)
+    cLcReactor::mpReactor->TendLinks();
+  if (cHeartBeater::mpHeartBeater != nullptr)
+    cHeartBeater::mpHeartBeater->TendLink();
+  if (gpLogger != nullptr)
+    gpLogger->TendLink();
   return 0;
 }
 

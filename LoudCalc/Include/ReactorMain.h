@@ -28,6 +28,10 @@ int DoEverySecond(zloop_t* loop, int timer, void* argument);
 /// Timer, every 100 ms: one step of the reporting.
 int LuDataUpdateCallback(zloop_t* loop, int timer, void* argument);
 
+/// Timer, every 250 ms: signs of life to the service manager, and connections that peers broke
+/// made anew.
+int Upkeep(zloop_t* loop, int timer, void* argument);
+
 /// Readers of the reactor; they hand each message to the dispatcher.
 int mqReader(const char* topic, const char* data);
 int mqReaderForBinaryData(const char* topic, zmsg_t* message);
@@ -35,3 +39,4 @@ int mqReaderForBinaryData(const char* topic, zmsg_t* message);
 extern Logger* gpLogger;             // the logger, set by `initReactorLoop`
 extern std::int32_t oneSecondTimer;  // timer id, -1: none
 extern std::int32_t oneLuDataTimer;  // timer id, -1: none
+extern std::int32_t oneUpkeepTimer;  // timer id, -1: none

@@ -7,6 +7,13 @@ namespace {
 using louddesk::Figures;
 using louddesk::Peer;
 
+/// A command as good as any, made `size` bytes long by an unknown member.
+std::string GoodCommandOf(std::size_t size) {
+  const std::string begin = R"({"ClusterId":1,"Command":"Reset","Remark":")";
+  const std::string end = R"("})";
+  return begin + std::string(size - begin.size() - end.size(), 'x') + end;
+}
+
 struct MessageCase {
   const char* name;
   Peer peer;
@@ -74,9 +81,9 @@ INSTANTIATE_TEST_SUITE_P(
                                 Peer::kOpticalAppServer,
                                 {"QVProbeOptInputDataCmd2", "false"},
                                 "\"Topic QVProbeOptInputDataCmd2 not handled\""},
-                    MessageCase{"TopicOfAMegabyte",
+                    MessageCase{"TopicOfAQuarterMegabyte",
                                 Peer::kProcessMonitor,
-                                {[] { return "HbAppCmd" + std::string(1u << 20, 'x'); }, "{}"},
+                                {[] { return "HbAppCmd" + std::string(1u << 18, 'x'); }, "{}"},
                                 "not handled"},
                     MessageCase{"TopicWithFormat",
                                 Peer::kProcessMonitor,
@@ -187,6 +194,11 @@ INSTANTIATE_TEST_SUITE_P(
                     Peer::kProcessMonitor,
                     {kStatusTopic, DeepUnclosedArray},
                     kStatusRefused},
+        MessageCase{"DeepStatus", Peer::kProcessMonitor, {kStatusTopic, DeepArray}, kStatusRefused},
+        MessageCase{"CommandOverTheLargestSize",
+                    Peer::kMainAppServer,
+                    {kCommandTopic, [] { return GoodCommandOf(256 * 1024 + 1); }},
+                    "\"Topic AppIOQVLoudnessCmd-1 dropped: more than 262144 bytes\""},
         MessageCase{"EnableWithManyFrames",
                     Peer::kOpticalAppServer,
                     {kEnableTopic, "untrue", "false", "false"},
@@ -215,17 +227,14 @@ TEST_P(SystemStatusStopTest, StopsTheService) {
 
 INSTANTIATE_TEST_SUITE_P(
     Status, SystemStatusStopTest,
-    testing::Values(StopCase{"Array", "[]", "doc.IsObject()"},
-                    StopCase{"DeepArray", DeepArray, "doc.IsObject()"},
-                    StopCase{"Text", "\"Okay\"", "doc.IsObject()"},
-                    StopCase{"StatusNumber", R"({"SystemStatus":1})", "vSysStatus.IsString()"},
-                    StopCase{"StatusNull", R"({"SystemStatus":null})", "vSysStatus.IsString()"},
-                    StopCase{"DecoderText",
-                             R"({"SystemStatus":"Okay","DolbyDecoder":"Processing"})",
-                             "vDolbyDec.IsObject()"},
-                    StopCase{"DecoderStateNumber",
-                             R"({"SystemStatus":"Okay","DolbyDecoder":{"State":1}})",
-                             "vState.IsString()"}),
+    testing::Values(
+        StopCase{"Array", "[]", "doc.IsObject()"}, StopCase{"Text", "\"Okay\"", "doc.IsObject()"},
+        StopCase{"StatusNumber", R"({"SystemStatus":1})", "vSysStatus.IsString()"},
+        StopCase{"StatusNull", R"({"SystemStatus":null})", "vSysStatus.IsString()"},
+        StopCase{"DecoderText", R"({"SystemStatus":"Okay","DolbyDecoder":"Processing"})",
+                 "vDolbyDec.IsObject()"},
+        StopCase{"DecoderStateNumber", R"({"SystemStatus":"Okay","DolbyDecoder":{"State":1}})",
+                 "vState.IsString()"}),
     NameOf<StopCase>);
 
 }  // namespace

@@ -167,8 +167,8 @@ int zframe_send(zframe_t** frame, void* socket, int flags) {
   return GoesOn(Call::FrameSend) ? LIBRARY(zframe_send)(frame, socket, flags) : -1;
 }
 
-zmsg_t* zmsg_recv_nowait(void* socket) {
-  return GoesOn(Call::MessageReceive) ? LIBRARY(zmsg_recv_nowait)(socket) : nullptr;
+zframe_t* zframe_recv_nowait(void* socket) {
+  return GoesOn(Call::FrameReceive) ? LIBRARY(zframe_recv_nowait)(socket) : nullptr;
 }
 
 char* zmsg_popstr(zmsg_t* message) {

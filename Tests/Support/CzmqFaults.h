@@ -19,7 +19,7 @@ enum class Call {
   SendPicture,     // zsock_send
   FrameNew,        // zframe_new
   FrameSend,       // zframe_send
-  MessageReceive,  // zmsg_recv_nowait
+  FrameReceive,    // zframe_recv_nowait
   PopText,         // zmsg_popstr
   LoopNew,         // zloop_new
   LoopDestroy,     // zloop_destroy of a loop

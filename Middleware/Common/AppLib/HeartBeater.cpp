@@ -8,11 +8,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "JsonAccess.h"
 #include "LogMacros.h"
 #include "MqNames.h"
-#include "MqSupport.h"
 
 namespace {
 
@@ -86,11 +86,11 @@ bool cHeartBeater::SetHeartBeatJson(const char* cpHbKey, const char* cpVersion,
 
 bool cHeartBeater::ConnectMqOverTcp(const char* ipStr_in) {
   const char* address = ipStr_in != nullptr ? ipStr_in : kLocalHostAddress;
-  return Connect(MqEndpoint::Tcp(address, kMonitorInletPort).Text());
+  return Connect(MqEndpoint::Tcp(address, kMonitorInletPort));
 }
 
 bool cHeartBeater::ConnectMqOverIpc() {
-  return Connect(MqEndpoint::Ipc(kMonitorInletIpcName).Text());
+  return Connect(MqEndpoint::Ipc(kMonitorInletIpcName));
 }
 
 bool cHeartBeater::SendBeat() {
@@ -130,15 +130,22 @@ int cHeartBeater::ParseAppCommand(const char* cpEncMessage_in) {
   return command;
 }
 
+void cHeartBeater::TendLink() {
+  mLink.Tend([](const char* endpoint) {
+    LOUDCALC_LOG(Warn, "\"Connection to %s broke the protocol, connecting again\"", endpoint);
+  });
+}
+
 void cHeartBeater::CloseMq() {
   if (pPushSocket != nullptr)
     LOUDCALC_PRINT(stdout, "\"Heart Beater MQ cleanup!!!\"");
+  mLink.Stop();
   zsock_destroy(&pPushSocket);
 }
 
-bool cHeartBeater::Connect(const char* endpoint) {
+bool cHeartBeater::Connect(const MqEndpoint& endpoint) {
   if (pPushSocket != nullptr) {
-    LOUDCALC_LOG(Error, "\"Seems this instance already connected to %s\"", endpoint);
+    LOUDCALC_LOG(Error, "\"Seems this instance already connected to %s\"", endpoint.Text());
     return false;
   }
   const auto connect = [&] {
@@ -147,14 +154,19 @@ bool cHeartBeater::Connect(const char* endpoint) {
       return false;
     // The reactor must not wait for an absent monitor once its share of messages is kept.
     zsock_set_sndtimeo(socket.get(), 0);
-    LOUDCALC_LOG(Debug, "\"Tryig to connect %s\"", endpoint);
-    if (zsock_connect(socket.get(), "%s", endpoint) == -1) {
+    MqPrepareLink(socket.get(), endpoint.IsTcp());
+    MqLinkWatch link;  // gone before the socket when something goes wrong
+    link.Start(socket.get());
+    LOUDCALC_LOG(Debug, "\"Tryig to connect %s\"", endpoint.Text());
+    if (zsock_connect(socket.get(), "%s", endpoint.Text()) == -1) {
+      link.Stop();
       socket.reset();
-      LOUDCALC_LOG(Error, "\"Failed to connect to %s\"", endpoint);
+      LOUDCALC_LOG(Error, "\"Failed to connect to %s\"", endpoint.Text());
       return false;
     }
     pPushSocket = socket.release();
-    LOUDCALC_LOG(Info, "\"Connected to %s\"", endpoint);
+    mLink = std::move(link);
+    LOUDCALC_LOG(Info, "\"Connected to %s\"", endpoint.Text());
     return true;
   };
   return MqGuard(connect, [](const char* title, const char* description) {

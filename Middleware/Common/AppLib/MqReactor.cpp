@@ -9,7 +9,6 @@
 
 #include "Assertion.h"
 #include "LogMacros.h"
-#include "MqSupport.h"
 
 namespace {
 
@@ -27,14 +26,48 @@ int LoopResult(int handlerResult) {
   return zsys_interrupted != 0 || handlerResult == -1 ? -1 : 0;
 }
 
-// The message that woke the loop. A signal that arrives meanwhile is no reason to go without.
+// Most frames of a message that are kept; a raw block has four.
+constexpr std::size_t kMostFrames = 64;
+
+// Most frames beyond those that are dropped in one go: about as much work as a message.
+constexpr std::size_t kMostFramesDropped = 1000;
+
+// The next frame, null when none is there. A signal that arrives meanwhile is no reason to go
+// without.
+zframe_t* ReceiveFrame(zsock_t* socket) {
+  zframe_t* frame = nullptr;
+  do {
+    frame = zframe_recv_nowait(socket);
+  } while (frame == nullptr && errno == EINTR);
+  return frame;
+}
+
+// The message that woke the loop, as far as its frames are kept. The library says nothing of their
+// number before all of them are there.
 zmsg_t* ReceiveMessage(zsock_t* socket) {
   zmsg_t* pMessage = nullptr;
-  do {
-    pMessage = zmsg_recv_nowait(socket);
-  } while (pMessage == nullptr && errno == EINTR);
+  zframe_t* frame = ReceiveFrame(socket);
+  while (frame != nullptr) {
+    if (pMessage == nullptr)
+      pMessage = zmsg_new();
+    zmsg_append(pMessage, &frame);
+    if (zsock_rcvmore(socket) != 0 && zmsg_size(pMessage) < kMostFrames)
+      frame = ReceiveFrame(socket);
+  }
   LOUDCALC_ASSERT(nullptr != pMessage, "nullptr != pMessage");
   return pMessage;
+}
+
+// Whether the socket was in the middle of a message of too many frames, some more of which are now
+// dropped. The timers come in between.
+bool DropSomeOfTheRest(zsock_t* socket) {
+  if (zsock_rcvmore(socket) == 0)
+    return false;
+  for (std::size_t i = 0; i < kMostFramesDropped && zsock_rcvmore(socket) != 0; ++i) {
+    zframe_t* frame = ReceiveFrame(socket);
+    zframe_destroy(&frame);
+  }
+  return true;
 }
 
 }  // namespace
@@ -53,6 +86,8 @@ bool MqReactor::Guarded(Operation operation) {
 // Takes one message, hands its topic and the frames after it to `handler` and disposes of both.
 template <typename Handler>
 int MqReactor::ReadMessage(zsock_t* socket, Handler handler) {
+  if (DropSomeOfTheRest(socket))
+    return LoopResult(0);
   zmsg_t* pMessage = ReceiveMessage(socket);
   char* cpTopic = zmsg_popstr(pMessage);
   LOUDCALC_ASSERT(nullptr != cpTopic, "nullptr != cpTopic");
@@ -77,6 +112,8 @@ MqReactor::MqReactor() {
   mpSock = sock.release();
   mpSockBin = sockBin.release();
   mpLoop = loop;
+  mLinks.Start(mpSock);
+  mBinLinks.Start(mpSockBin);
   mbIsValidReactor = true;
 }
 
@@ -90,7 +127,7 @@ bool MqReactor::AddMqSubsOverTcp(const char* cpIp_in, std::uint32_t port, mqTopi
   LOUDCALC_ASSERT(IsValidReactor() && cpIp_in != nullptr && topics != nullptr && noTopics > 0,
                   "IsValidReactor() && cpIp_in != nullptr && topics != nullptr && noTopics > 0");
   return Guarded([&] {
-    if (!Connect(binary, MqEndpoint::Tcp(cpIp_in, port).Text()))
+    if (!Connect(binary, MqEndpoint::Tcp(cpIp_in, port)))
       return false;
     for (std::int32_t i = 0; i < noTopics; ++i) {
       const std::string topic = TopicOf(topics[i]);
@@ -107,7 +144,7 @@ bool MqReactor::AddMqSubsOverIpc(const char* cpIpc_in, mqTopics_t topics, std::i
   LOUDCALC_ASSERT(IsValidReactor() && cpIpc_in != nullptr && topics != nullptr && noTopics > 0,
                   "IsValidReactor() && cpIpc_in != nullptr && topics != nullptr && noTopics > 0");
   return Guarded([&] {
-    if (!Connect(binary, MqEndpoint::Ipc(cpIpc_in).Text()))
+    if (!Connect(binary, MqEndpoint::Ipc(cpIpc_in)))
       return false;
     for (std::int32_t i = 0; i < noTopics; ++i) {
       const std::string topic = TopicOf(topics[i]);
@@ -167,7 +204,8 @@ std::int32_t MqReactor::AddTimer(pReactorTimerCallback handler, void* argument, 
                                  std::size_t times) {
   if (!IsValidReactor())
     return -1;
-  const int rc = zloop_timer(mpLoop, delay, times, handler, argument);
+  MqTimer& timer = mTimers.emplace_back(handler, argument, delay, times == 0);
+  const int rc = zloop_timer(mpLoop, delay, times, MqTimer::Callback, &timer);
   LOUDCALC_ASSERT(rc != -1, "rc != -1");
   ++mlTimers;
   return rc;
@@ -195,10 +233,18 @@ bool MqReactor::StartLoop(MqDataType_e type) {
   return true;
 }
 
+void MqReactor::TendLinks() {
+  const auto report = [](const char* endpoint) {
+    LOUDCALC_LOG(Warn, "\"Connection to %s broke the protocol, connecting again\"", endpoint);
+  };
+  mLinks.Tend(report);
+  mBinLinks.Tend(report);
+}
+
 void MqReactor::CloseMq() {
-  Destroy(UsableSock(false));
+  Destroy(false);
   mpSock = nullptr;
-  Destroy(UsableSock(true));
+  Destroy(true);
   mpSockBin = nullptr;
   mbIsValidReactor = false;
 }
@@ -229,25 +275,29 @@ zsock_t* MqReactor::UsableSock(bool binary) const {
   return mbSockIsGone ? nullptr : mpSock;
 }
 
-// Destroys a socket, if it is one, after taking it out of the loop, which would go on polling it.
-void MqReactor::Destroy(zsock_t* socket) {
+// Destroys the chosen socket, if it is there, after taking it out of the loop, which would go on
+// polling it.
+void MqReactor::Destroy(bool binary) {
+  zsock_t* socket = UsableSock(binary);
+  (binary ? mBinLinks : mLinks).Stop();
   if (socket != nullptr && mpLoop != nullptr)
     zloop_reader_end(mpLoop, socket);
   zsock_destroy(&socket);
 }
 
-bool MqReactor::Connect(bool binary, const char* endpoint) {
+bool MqReactor::Connect(bool binary, const MqEndpoint& endpoint) {
   zsock_t* socket = UsableSock(binary);
   if (socket == nullptr)
     return false;
-  LOUDCALC_LOG(Debug, "\"Tryig to connect %s\"", endpoint);
-  if (zsock_connect(socket, "%s", endpoint) == -1) {
-    Destroy(socket);
+  LOUDCALC_LOG(Debug, "\"Tryig to connect %s\"", endpoint.Text());
+  MqPrepareLink(socket, endpoint.IsTcp());
+  if (zsock_connect(socket, "%s", endpoint.Text()) == -1) {
+    Destroy(binary);
     (binary ? mbSockBinIsGone : mbSockIsGone) = true;
-    LOUDCALC_LOG(Error, "\"Failed to connect to %s\"", endpoint);
+    LOUDCALC_LOG(Error, "\"Failed to connect to %s\"", endpoint.Text());
     return false;
   }
-  LOUDCALC_LOG(Info, "\"Connected to %s\"", endpoint);
+  LOUDCALC_LOG(Info, "\"Connected to %s\"", endpoint.Text());
   return true;
 }
 

@@ -10,6 +10,8 @@
 #include <cstdint>
 
 #include "Logger.h"
+#include "MqLink.h"
+#include "MqSupport.h"
 
 /// State of a process as the monitor knows it.
 enum ProcessStatus_e : std::int32_t {
@@ -67,6 +69,10 @@ class cHeartBeater {
   /// else.
   static int ParseAppCommand(const char* cpEncMessage_in);
 
+  /// Renews the connection when the library has given it up, which it does when the peer breaks the
+  /// protocol; logged at Warn, once until it works again. To be called several times a second.
+  void TendLink();
+
   /// Destroys the socket, if there is one. The heartbeat text stays.
   void CloseMq();
 
@@ -83,6 +89,8 @@ class cHeartBeater {
   cHeartBeater() = default;
   ~cHeartBeater() = default;
 
-  bool Connect(const char* endpoint);
+  bool Connect(const MqEndpoint& endpoint);
   void SendAppCommand(int command);
+
+  MqLinkWatch mLink;  // of `pPushSocket`
 };

@@ -8,8 +8,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 
 #include "Logger.h"
+#include "MqLink.h"
+#include "MqSupport.h"
+#include "MqTimer.h"
 
 /// Size of a row of a topic list. A topic has at most one character less.
 constexpr std::size_t kMqTopicSize = 128;
@@ -35,7 +39,7 @@ using pReactorReaderCallback = int (*)(const char* topic, const char* data);
 using pReactorReaderCallbackForBinaryData = int (*)(const char* topic, zmsg_t* message);
 
 /// Handler of a timer: loop, timer id, argument given to AddTimer. A result of -1 ends the loop.
-using pReactorTimerCallback = int (*)(zloop_t* loop, int timerId, void* argument);
+using pReactorTimerCallback = MqTimer::Handler_t;
 
 /// In every operation the flag `binary` chooses the binary socket when true and the text socket
 /// when false. An operation on a socket that is not there returns false. Exceptions inside an
@@ -92,7 +96,8 @@ class MqReactor {
 
   /// Adds a timer that fires every `delay` milliseconds, `times` times or, with 0, for ever.
   /// Returns its id, -1 for an invalid reactor. A timer that the loop does not take stops the
-  /// process.
+  /// process. After a loop that was held up a timer of the latter kind makes the latest of the
+  /// ticks that are due and leaves out those before it.
   std::int32_t AddTimer(pReactorTimerCallback handler, void* argument, std::size_t delay,
                         std::size_t times);
 
@@ -107,6 +112,11 @@ class MqReactor {
   /// handler or timer returns -1 or the process is interrupted (SIGINT, SIGTERM). Other signals do
   /// not end it. False at once for an invalid reactor, else true.
   bool StartLoop(MqDataType_e type);
+
+  /// Renews the connections that the library has given up, which it does when a peer breaks the
+  /// protocol; each is logged at Warn, once until it works again. To be called several times a
+  /// second.
+  void TendLinks();
 
   /// Destroys the text socket and the binary socket, as far as they are there. The reactor is
   /// invalid afterwards.
@@ -143,8 +153,8 @@ class MqReactor {
 
  private:
   zsock_t* UsableSock(bool binary) const;
-  void Destroy(zsock_t* socket);
-  bool Connect(bool binary, const char* endpoint);
+  void Destroy(bool binary);
+  bool Connect(bool binary, const MqEndpoint& endpoint);
   void RegisterReader(bool binary, zloop_reader_fn* reader);
 
   template <typename Operation>
@@ -155,4 +165,8 @@ class MqReactor {
   // A socket destroyed by a failed connect stays in its field; these say that it is gone.
   bool mbSockIsGone = false;     // of `mpSock`
   bool mbSockBinIsGone = false;  // of `mpSockBin`
+
+  MqLinkWatch mLinks;           // of `mpSock`
+  MqLinkWatch mBinLinks;        // of `mpSockBin`
+  std::deque<MqTimer> mTimers;  // all timers ever added; the loop holds their addresses
 };

@@ -22,6 +22,7 @@ class MqEndpoint {
   static MqEndpoint Tcp(const char* address, std::uint32_t port) {
     MqEndpoint endpoint;
     std::snprintf(endpoint.mText, sizeof endpoint.mText, MQ_TCP_ENDPOINT_FORMAT, address, port);
+    endpoint.mIsTcp = true;
     return endpoint;
   }
 
@@ -35,11 +36,13 @@ class MqEndpoint {
   }
 
   const char* Text() const { return mText; }
+  bool IsTcp() const { return mIsTcp; }
 
  private:
   MqEndpoint() = default;
 
   char mText[2048] = {};  // zero-terminated
+  bool mIsTcp = false;    // over TCP, else IPC
 };
 
 /// Destroys a socket that goes out of use.

@@ -11,10 +11,10 @@
 #include <ctime>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "LogMacros.h"
 #include "MqNames.h"
-#include "MqSupport.h"
 
 namespace {
 
@@ -186,21 +186,29 @@ void Logger::Fprintf(FILE* stream, const char* format, ...) {
 }
 
 int Logger::AttachMqOverTcp() {
-  return Attach(MqEndpoint::Tcp(kLocalHostAddress, kSinkPort).Text());
+  return Attach(MqEndpoint::Tcp(kLocalHostAddress, kSinkPort));
 }
 
 int Logger::AttachMqOverIpc() {
-  return Attach(MqEndpoint::Ipc(kSinkIpcName).Text());
+  return Attach(MqEndpoint::Ipc(kSinkIpcName));
 }
 
 int Logger::DetachMq() {
   const auto detach = [&] {
     if (isMqAttached())
       LOUDCALC_PRINT(stdout, "\"Logger MQ cleanup!!!\"");
+    mLink.Stop();
     zsock_destroy(&mpSock);
     return 1;
   };
   return MqGuard(detach, ReportException);
+}
+
+void Logger::TendLink() {
+  mLink.Tend([this](const char* endpoint) {
+    Warn("%s|%u|\"Connection to %s broke the protocol, connecting again\"", kUnitName,
+         static_cast<unsigned>(__LINE__), endpoint);
+  });
 }
 
 const char* Logger::GetLevelName(MsgLevel_e level) {
@@ -268,9 +276,9 @@ void Logger::Compose(const std::string& message) {
   std::snprintf(mMsg, sizeof mMsg, "%s", message.c_str());
 }
 
-int Logger::Attach(const char* endpoint) {
+int Logger::Attach(const MqEndpoint& endpoint) {
   if (isMqAttached()) {
-    Error("Seems this instance already connected to %s", endpoint);
+    Error("Seems this instance already connected to %s", endpoint.Text());
     return 0;
   }
   const auto attach = [&] {
@@ -279,14 +287,19 @@ int Logger::Attach(const char* endpoint) {
       return 0;
     // The reactor must not wait for an absent or stalled sink.
     zsock_set_sndtimeo(socket.get(), 0);
-    Debug("Tryig to connect %s", endpoint);
-    if (zsock_connect(socket.get(), "%s", endpoint) == -1) {
+    MqPrepareLink(socket.get(), endpoint.IsTcp());
+    MqLinkWatch link;  // gone before the socket when something goes wrong
+    link.Start(socket.get());
+    Debug("Tryig to connect %s", endpoint.Text());
+    if (zsock_connect(socket.get(), "%s", endpoint.Text()) == -1) {
+      link.Stop();
       socket.reset();
-      Error("Failed to connect to %s", endpoint);
+      Error("Failed to connect to %s", endpoint.Text());
       return 0;
     }
     mpSock = socket.release();
-    Info("Connected to %s", endpoint);
+    mLink = std::move(link);
+    Info("Connected to %s", endpoint.Text());
     return 1;
   };
   return MqGuard(attach, ReportException);

@@ -2,14 +2,73 @@
 
 #include "JsonAccess.h"
 
+#include <rapidjson/reader.h>
+
+#include <cstring>
+
 namespace json {
 
+namespace {
+
+// Hands what the reader finds on to the document under construction, and stops the reader as soon
+// as the document becomes deeper or larger than any that is taken.
+class BoundedDocument {
+ public:
+  using Size = rapidjson::SizeType;
+
+  explicit BoundedDocument(rapidjson::Document& document) : mDocument(document) {}
+
+  bool Null() { return CountValue() && mDocument.Null(); }
+  bool Bool(bool value) { return CountValue() && mDocument.Bool(value); }
+  bool Int(int value) { return CountValue() && mDocument.Int(value); }
+  bool Uint(unsigned value) { return CountValue() && mDocument.Uint(value); }
+  bool Int64(std::int64_t value) { return CountValue() && mDocument.Int64(value); }
+  bool Uint64(std::uint64_t value) { return CountValue() && mDocument.Uint64(value); }
+  bool Double(double value) { return CountValue() && mDocument.Double(value); }
+  bool RawNumber(const char* text, Size length, bool copy) {
+    return CountValue() && mDocument.RawNumber(text, length, copy);
+  }
+  bool String(const char* text, Size length, bool copy) {
+    return CountValue() && mDocument.String(text, length, copy);
+  }
+  bool Key(const char* text, Size length, bool copy) {
+    return CountValue() && mDocument.Key(text, length, copy);
+  }
+  bool StartObject() { return CountValue() && Enter() && mDocument.StartObject(); }
+  bool StartArray() { return CountValue() && Enter() && mDocument.StartArray(); }
+  bool EndObject(Size members) { return Leave() && mDocument.EndObject(members); }
+  bool EndArray(Size elements) { return Leave() && mDocument.EndArray(elements); }
+
+ private:
+  bool CountValue() { return ++mValues <= kMaxValues; }
+  bool Enter() { return ++mNesting <= kMaxNesting; }
+  bool Leave() {
+    --mNesting;
+    return true;
+  }
+
+  rapidjson::Document& mDocument;
+  std::size_t mValues = 0;   // values and keys so far
+  std::size_t mNesting = 0;  // objects and arrays that are open
+};
+
+}  // namespace
+
 bool Parse(const char* text, rapidjson::Document& document) {
-  if (text == nullptr)
+  document.SetNull();
+  if (text == nullptr || strnlen(text, kMaxDocumentSize + 1) > kMaxDocumentSize)
     return false;
-  // The recursive parser would overflow the stack on a deeply nested text.
-  document.Parse<rapidjson::kParseIterativeFlag>(text);
-  return !document.HasParseError();
+  bool isRead = false;
+  auto read = [&](rapidjson::Document& root) {
+    rapidjson::Reader reader;
+    rapidjson::StringStream stream(text);
+    BoundedDocument bounded(root);
+    // The recursive parser would take as much stack as the text is nested.
+    isRead = !reader.Parse<rapidjson::kParseIterativeFlag>(stream, bounded).IsError();
+    return isRead;
+  };
+  document.Populate(read);
+  return isRead;
 }
 
 bool ParseObject(const char* text, rapidjson::Document& document) {

@@ -2,6 +2,7 @@
 
 #include "JsonParseAudioRouting.h"
 
+#include <iterator>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -93,7 +94,12 @@ int cAudOutputRouting::ParseAudOutputRouting(const rapidjson::Value& value, bool
                                              int routingArg) {
   if (!value.IsObject())
     return 0;
-  return routingFlag ? ParseAllSlots(value) : ParseOneSlot(value, routingArg);
+  mChannelsMet = 0;
+  const int result = routingFlag ? ParseAllSlots(value) : ParseOneSlot(value, routingArg);
+  if (mChannelsMet > kMaxRoutedChannels)
+    LOUDCALC_LOG(Warn, "\"Audio routing: channels beyond the first %zu skipped\"",
+                 kMaxRoutedChannels);
+  return result;
 }
 
 int cAudOutputRouting::ParseAllSlots(const rapidjson::Value& slots) {
@@ -179,6 +185,8 @@ int cAudOutputRouting::ParseAOROutputChannels(const rapidjson::Value& channels) 
   int result = 1;
   std::int32_t index = 0;
   for (const rapidjson::Value& channel : channels.GetArray()) {
+    if (++mChannelsMet > kMaxRoutedChannels)
+      return 0;
     const std::int32_t channelIndex = index++;
     if (ParseAOROutputChannel(channel) == 0) {
       result = 0;
@@ -224,12 +232,20 @@ void cAudOutputRouting::ClearRoutingContents() {
 }
 
 void cAudOutputRouting::InsertAudChannelOutputRouting(const cAudChannelOutputRouting& record) {
+  if (mAcorMap.size() >= kMaxRoutedChannels && mAcorMap.count(record) == 0)
+    ForgetUnusedChannels();
   std::shared_ptr<cAudChannelOutputRouting>& entry = mAcorMap[record];
   if (entry == nullptr)
     entry = std::make_shared<cAudChannelOutputRouting>(record);
   else
     *entry = record;
   record.PrintAudChannelOutputRouting();
+}
+
+// Makes room in the map; of the channels that the document at hand has named none goes.
+void cAudOutputRouting::ForgetUnusedChannels() {
+  for (auto entry = mAcorMap.begin(); entry != mAcorMap.end();)
+    entry = entry->second->miPair == -1 ? mAcorMap.erase(entry) : std::next(entry);
 }
 
 void cAudOutputRouting::PrintAudOutputRouting() const {

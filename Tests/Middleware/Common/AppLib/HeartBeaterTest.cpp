@@ -528,13 +528,15 @@ TEST(HeartBeaterCommandTest, OnlyAnObjectWithAnIntegerCommandIsRead) {
   EXPECT_EQ("", console.Errors());
 }
 
-TEST(HeartBeaterCommandTest, DeepNestingIsHarmless) {
-  constexpr std::size_t kLevels = 1000000;
-  const std::string open(kLevels, '[');
-  const std::string close(kLevels, ']');
-  EXPECT_EQ(-1, cHeartBeater::ParseAppCommand(open.c_str()));
-  EXPECT_EQ(
-      9, cHeartBeater::ParseAppCommand(("{\"Deep\":" + open + close + ",\"Command\":9}").c_str()));
+TEST(HeartBeaterCommandTest, NestedCommandIsReadAsFarAsItIsTaken) {
+  const auto command = [](std::size_t levels) {
+    const std::string text =
+        "{\"Deep\":" + std::string(levels, '[') + std::string(levels, ']') + ",\"Command\":9}";
+    return cHeartBeater::ParseAppCommand(text.c_str());
+  };
+  EXPECT_EQ(9, command(10));
+  EXPECT_EQ(-1, command(1000000));
+  EXPECT_EQ(-1, cHeartBeater::ParseAppCommand(std::string(1000000, '[').c_str()));
 }
 
 }  // namespace

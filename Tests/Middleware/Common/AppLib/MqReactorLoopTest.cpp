@@ -164,6 +164,35 @@ TEST_F(MqReactorLoopTest, FurtherFramesOfATextMessageAreDropped) {
   EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", "data"}, Frames{"Text", "next"}));
 }
 
+TEST_F(MqReactorLoopTest, FramesOfAnEndlessMessageAreDroppedALittleAtATime) {
+  Frames message(10000, "x");
+  message[0] = "Text";
+  DeliverText(message);
+  ReadText();
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", "x"}));
+  DeliverText({"Text", "next"});
+  int calls = 1;
+  while (gMessages.size() == 1 && calls < 1000) {
+    EXPECT_EQ(0, ReadText());
+    ++calls;
+  }
+  EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", "x"}, Frames{"Text", "next"}));
+  EXPECT_GE(calls, 10);
+}
+
+TEST_F(MqReactorLoopTest, FramesBeyondThoseThatAnyMessageHasAreDropped) {
+  Frames message(100, "x");
+  message[0] = "Binary";
+  DeliverBinary(message);
+  ReadBinary();
+  ReadBinary();
+  ASSERT_EQ(1u, gMessages.size());
+  EXPECT_EQ(64u, gMessages[0].size());
+  DeliverBinary({"Binary", "next"});
+  ReadBinary();
+  EXPECT_EQ((Frames{"Binary", "next"}), gMessages.back());
+}
+
 TEST_F(MqReactorLoopTest, BinaryReaderHandsOverTopicAndTheOtherFrames) {
   const std::string bytes("\0\xff\0\x01", 4);
   DeliverBinary({"Binary-1", bytes, "", "last"});
@@ -241,7 +270,7 @@ TEST_F(MqReactorLoopTest, InterruptEndsTheLoopAfterTheMessage) {
 
 TEST_F(MqReactorLoopTest, SignalWhileReadingLosesNoMessage) {
   DeliverText({"Text", "data"});
-  faults::Fail(Call::MessageReceive, 1, EINTR);
+  faults::Fail(Call::FrameReceive, 1, EINTR);
   EXPECT_EQ(0, ReadText());
   EXPECT_THAT(gMessages, ElementsAre(Frames{"Text", "data"}));
 }

@@ -10,6 +10,9 @@
 #include <cstdio>
 #include <string>
 
+#include "MqLink.h"
+#include "MqSupport.h"
+
 /// Severity of a message. A message is written when its level is at least the threshold.
 enum MsgLevel_e : std::int32_t {
   MsgLevel_Notset = 0,
@@ -72,6 +75,11 @@ class Logger {
   /// exception.
   int DetachMq();
 
+  /// Renews the connection to the sink when the library has given it up, which it does when the
+  /// peer breaks the protocol; a warning says so, once until it works again. To be called several
+  /// times a second.
+  void TendLink();
+
   /// Whether a sink socket is attached (its peer need not be there).
   bool isMqAttached() const { return mpSock != nullptr; }
 
@@ -101,5 +109,7 @@ class Logger {
   int Log(MsgLevel_e level, const char* format, va_list arguments);
   std::string Prefix(MsgLevel_e level) const;
   void Compose(const std::string& message);
-  int Attach(const char* endpoint);
+  int Attach(const MqEndpoint& endpoint);
+
+  MqLinkWatch mLink;  // of `mpSock`
 };

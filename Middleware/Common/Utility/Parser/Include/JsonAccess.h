@@ -1,21 +1,29 @@
 // Strict access to JSON documents that come from the network. Every reader uses these functions, so
-// that nesting cannot exhaust the stack and a value of the wrong type always counts as missing.
+// that no document can exhaust stack, memory or time and a value of the wrong type always counts as
+// missing.
 
 #pragma once
 
 #include <rapidjson/document.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
 namespace json {
 
-/// Parses the zero-terminated `text` without recursion. False when it is null, is not JSON or its
-/// root is not an object; `document` then holds nothing of use.
+/// The largest document that is taken, several times any that a unit has use for: a meter takes
+/// about 500 bytes of a preset, an output channel 130, an Emset flow 600.
+constexpr std::size_t kMaxDocumentSize = 256 * 1024;  // bytes
+constexpr std::size_t kMaxValues = 32 * 1024;         // values and keys together
+constexpr std::size_t kMaxNesting = 64;               // objects and arrays in one another
+
+/// Parses the zero-terminated `text` without recursion. False when it is null, is not JSON, exceeds
+/// a limit above or its root is not an object; `document` then holds nothing of use.
 bool ParseObject(const char* text, rapidjson::Document& document);
 
-/// Parses the zero-terminated `text` without recursion, whatever its root. False when it is null or
-/// is not JSON.
+/// Parses the zero-terminated `text` without recursion, whatever its root. False when it is null,
+/// is not JSON or exceeds a limit above.
 bool Parse(const char* text, rapidjson::Document& document);
 
 /// The member of `object` with exactly that key, or null. `object` must be a JSON object. Of

@@ -64,6 +64,10 @@ class cAudChannelOutputRouting : public cAudChannelOutputRoutingKey {
 using AudChannelOutputRoutingMap_t =
     std::map<cAudChannelOutputRoutingKey, std::shared_ptr<cAudChannelOutputRouting>>;
 
+/// Most channels that are read of one document. Each is printed, and its key outlives the document
+/// for as long as there is room for so many.
+constexpr std::size_t kMaxRoutedChannels = 512;
+
 class cAudOutputRouting {
  public:
   static Logger* mpLogger;      // null: silent; shared with the preset object
@@ -73,13 +77,15 @@ class cAudOutputRouting {
   /// them channel pairs. With `routingFlag` every slot is read, without it only the slot
   /// `routingArg`. Each complete channel goes into `mAcorMap` and is printed. A slot whose name
   /// begins with no number is skipped with a log line. 1 when everything met was well formed and,
-  /// without `routingFlag`, the slot was there; else 0, and what could be read has been.
+  /// without `routingFlag`, the slot was there; else 0, and what could be read has been. Channels
+  /// beyond the first `kMaxRoutedChannels` are skipped with one log line.
   int ParseAudOutputRouting(const rapidjson::Value& value, bool routingFlag, int routingArg);
 
   /// Clears the contents of every entry of the map; the keys stay.
   void ClearRoutingContents();
 
-  /// Enters a copy of `record` into the map in place of what stood under its key, and prints it.
+  /// Enters a copy of `record` into the map in place of what stood under its key, and prints it. A
+  /// new key in a map of `kMaxRoutedChannels` or more drives out those whose contents are cleared.
   void InsertAudChannelOutputRouting(const cAudChannelOutputRouting& record);
 
   /// Prints a heading and every entry of the map.
@@ -103,4 +109,7 @@ class cAudOutputRouting {
   int ParseAOROutputChannels(const rapidjson::Value& channels);
   int ParseAOROutputChannel(const rapidjson::Value& channel);
   bool SetChannel(std::int32_t index);
+  void ForgetUnusedChannels();
+
+  std::size_t mChannelsMet = 0;  // in the document at hand
 };

@@ -5,14 +5,15 @@
 #include <cstddef>
 #include <string>
 
-/// Far more levels than a recursive reader survives on the usual 8 MB stack.
-constexpr std::size_t kDeepLevels = 1000000;
+/// Far more levels than any that is taken, and than a recursive reader in a build for debugging
+/// survives; their texts are still short enough to be read.
+constexpr std::size_t kDeepLevels = 40000;
 
-/// `piece` repeated `kDeepLevels` times.
-inline std::string Deep(const std::string& piece) {
+/// `piece` repeated `levels` times.
+inline std::string Deep(const std::string& piece, std::size_t levels = kDeepLevels) {
   std::string text;
-  text.reserve(piece.size() * kDeepLevels);
-  for (std::size_t level = 0; level < kDeepLevels; ++level)
+  text.reserve(piece.size() * levels);
+  for (std::size_t level = 0; level < levels; ++level)
     text += piece;
   return text;
 }
@@ -25,10 +26,10 @@ inline std::string UnclosedObjects() {
   return Deep("{\"a\":");
 }
 
-/// Valid documents of that depth.
-inline std::string NestedArrays() {
-  return Deep("[") + Deep("]");
+/// Valid documents of that depth, or of `levels` levels.
+inline std::string NestedArrays(std::size_t levels = kDeepLevels) {
+  return Deep("[", levels) + Deep("]", levels);
 }
-inline std::string NestedObjects() {
-  return Deep("{\"a\":") + "1" + Deep("}");
+inline std::string NestedObjects(std::size_t levels = kDeepLevels) {
+  return Deep("{\"a\":", levels) + "1" + Deep("}", levels);
 }

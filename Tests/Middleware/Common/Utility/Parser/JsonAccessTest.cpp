@@ -72,23 +72,66 @@ TEST(JsonAccessTest, OnlyAnObjectIsAnObject) {
   }
 }
 
-TEST(JsonAccessTest, MillionUnclosedLevelsAreRefused) {
-  for (const std::string& text : {UnclosedArrays(), UnclosedObjects()}) {
-    rapidjson::Document document;
-    EXPECT_FALSE(json::Parse(text.c_str(), document)) << text.substr(0, 5);
-    EXPECT_FALSE(json::ParseObject(text.c_str(), document)) << text.substr(0, 5);
-  }
+// A document of exactly `size` bytes.
+std::string DocumentOf(std::size_t size) {
+  constexpr std::size_t kFrame = sizeof R"({"a":""})" - 1;
+  return R"({"a":")" + std::string(size - kFrame, 'x') + R"("})";
 }
 
-TEST(JsonAccessTest, MillionClosedLevelsAreReadAndReleased) {
-  {
-    rapidjson::Document document;
-    ASSERT_TRUE(json::ParseObject(NestedObjects().c_str(), document));
-    EXPECT_NE(json::FindObject(document, "a"), nullptr);
-  }
+// An array of `elements` numbers is so many values and one more.
+std::string ArrayOf(std::size_t elements) {
+  std::string text = "[0";
+  for (std::size_t i = 1; i < elements; ++i)
+    text += ",0";
+  return text + "]";
+}
+
+// Each member is a key and a value; the object itself is one more.
+std::string ObjectOf(std::size_t members) {
+  std::string text = R"({"":0)";
+  for (std::size_t i = 1; i < members; ++i)
+    text += R"(,"":0)";
+  return text + "}";
+}
+
+bool IsTaken(const std::string& text) {
   rapidjson::Document document;
-  EXPECT_TRUE(json::Parse(NestedArrays().c_str(), document));
-  EXPECT_FALSE(json::ParseObject(NestedArrays().c_str(), document));
+  const bool isTaken = json::Parse(text.c_str(), document);
+  EXPECT_TRUE(isTaken || document.IsNull());
+  return isTaken;
+}
+
+TEST(JsonAccessTest, TensOfThousandsOfLevelsAreRefused) {
+  for (const std::string& text :
+       {UnclosedArrays(), UnclosedObjects(), NestedArrays(), NestedObjects()})
+    EXPECT_FALSE(IsTaken(text)) << text.substr(0, 5);
+}
+
+TEST(JsonAccessTest, NestingIsTakenUpToItsLimit) {
+  EXPECT_TRUE(IsTaken(NestedArrays(json::kMaxNesting)));
+  EXPECT_TRUE(IsTaken(NestedObjects(json::kMaxNesting)));
+  EXPECT_FALSE(IsTaken(NestedArrays(json::kMaxNesting + 1)));
+  EXPECT_FALSE(IsTaken(NestedObjects(json::kMaxNesting + 1)));
+}
+
+TEST(JsonAccessTest, ObjectsAndArraysSideBySideDoNotCountAsNesting) {
+  std::string text = "[[]";
+  for (std::size_t i = 0; i < 10 * json::kMaxNesting; ++i)
+    text += ",{},[{}]";
+  EXPECT_TRUE(IsTaken(text + "]"));
+}
+
+TEST(JsonAccessTest, SizeIsTakenUpToItsLimit) {
+  EXPECT_TRUE(IsTaken(DocumentOf(json::kMaxDocumentSize)));
+  EXPECT_FALSE(IsTaken(DocumentOf(json::kMaxDocumentSize + 1)));
+  EXPECT_FALSE(IsTaken(std::string(json::kMaxDocumentSize, ' ') + "{}"));
+}
+
+TEST(JsonAccessTest, ValuesAndKeysAreTakenUpToTheirLimit) {
+  EXPECT_TRUE(IsTaken(ArrayOf(json::kMaxValues - 1)));
+  EXPECT_FALSE(IsTaken(ArrayOf(json::kMaxValues)));
+  EXPECT_TRUE(IsTaken(ObjectOf((json::kMaxValues - 1) / 2)));
+  EXPECT_FALSE(IsTaken(ObjectOf((json::kMaxValues + 1) / 2)));
 }
 
 TEST(JsonAccessTest, DocumentCanBeUsedAgainAfterARefusedText) {

@@ -43,6 +43,14 @@ class AudioRoutingTest : public testing::Test {
     return result;
   }
 
+  // Parses `count` channels of slot 1, counted from the one with index `first`.
+  int ParseChannels(std::size_t count, std::size_t first = 0) {
+    std::string pairs;
+    for (std::size_t i = first; i < first + count; ++i)
+      pairs += (i > first ? "," : "") + Pair(std::to_string(i), kChannel);
+    return Parse(Routing("1", pairs));
+  }
+
   // Parses one pair of slot 1 with these channel objects.
   int ParsePair(const std::string& number, const std::string& channels) {
     return Parse(Routing("1", Pair(number, channels)));
@@ -358,4 +366,51 @@ TEST_F(AudioRoutingTest, ClearingContentsKeepsTheKeys) {
   EXPECT_EQ(record.mSpeakerType, AST_NONE);
   EXPECT_EQ(record.miPair, -1);
   EXPECT_THAT(record.mMeterSources, IsEmpty());
+}
+
+TEST_F(AudioRoutingTest, ChannelsAreReadUpToTheLimit) {
+  EXPECT_EQ(ParseChannels(kMaxRoutedChannels), 1);
+  EXPECT_EQ(mRouting.mAcorMap.size(), kMaxRoutedChannels);
+  mRouting.mAcorMap.clear();
+  EXPECT_EQ(ParseChannels(kMaxRoutedChannels + 100), 0);
+  EXPECT_EQ(mRouting.mAcorMap.size(), kMaxRoutedChannels);
+}
+
+TEST_F(AudioRoutingTest, RepeatedChannelsCountToo) {
+  std::string channels = kChannel;
+  for (std::size_t i = 1; i <= kMaxRoutedChannels; ++i)
+    channels += "," + std::string(kChannel);
+  EXPECT_EQ(Parse(Routing("1", Pair("1", channels))), 0);
+  EXPECT_EQ(Parse(Routing("1", Pair("1", kChannel))), 1);
+}
+
+TEST_F(AudioRoutingTest, ChannelsBeyondTheLimitAreLoggedInOneLine) {
+  Logger* logger = Logger::GetInstance();
+  logger->mConsoleAttached = true;
+  cAudOutputRouting::mpLogger = logger;
+  testing::internal::CaptureStderr();
+  ParseChannels(kMaxRoutedChannels);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  testing::internal::CaptureStderr();
+  ParseChannels(kMaxRoutedChannels + 100);
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              testing::ContainsRegex("^[^\n]*\"Audio routing: channels beyond the first 512 "
+                                     "skipped\"\n[^\n]*$"));
+  cAudOutputRouting::mpLogger = nullptr;
+}
+
+TEST_F(AudioRoutingTest, ChannelsOfEarlierDocumentsMakeRoomForNewOnes) {
+  EXPECT_EQ(ParseChannels(kMaxRoutedChannels), 1);
+  mRouting.ClearRoutingContents();
+  EXPECT_EQ(ParseChannels(kMaxRoutedChannels, kMaxRoutedChannels), 1);
+  EXPECT_EQ(mRouting.mAcorMap.size(), kMaxRoutedChannels);
+  EXPECT_EQ(mRouting.mAcorMap.begin()->second->miPair, static_cast<int>(kMaxRoutedChannels));
+}
+
+TEST_F(AudioRoutingTest, ChannelsOfTheDocumentAtHandAreNotDrivenOut) {
+  EXPECT_EQ(ParseChannels(kMaxRoutedChannels), 1);
+  mRouting.ClearRoutingContents();
+  EXPECT_EQ(ParseChannels(100), 1);
+  EXPECT_EQ(ParseChannels(1, kMaxRoutedChannels), 1);
+  EXPECT_EQ(mRouting.mAcorMap.size(), 101U);
 }

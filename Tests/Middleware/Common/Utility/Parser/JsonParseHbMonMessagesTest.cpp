@@ -209,7 +209,7 @@ TEST_F(SysStatusTest, UnusableMessageSetsTheCallersDefault) {
   }
 }
 
-TEST_F(SysStatusTest, MillionLevelsAreUnusable) {
+TEST_F(SysStatusTest, TensOfThousandsOfLevelsAreUnusable) {
   for (const std::string& text : {UnclosedArrays(), UnclosedObjects(), NestedObjects()}) {
     cJsonParseSysStatus::mbSysStatus = false;
     EXPECT_FALSE(Read(text, true, true)) << text.substr(0, 5);
@@ -340,7 +340,7 @@ TEST_F(MonitorCommandTest, UnusableMessageGivesMinusOne) {
   EXPECT_EQ(parser_.miHBMonCommand, -1);
 }
 
-TEST_F(MonitorCommandTest, MillionLevelsAreUnusable) {
+TEST_F(MonitorCommandTest, TensOfThousandsOfLevelsAreUnusable) {
   for (const std::string& text : {UnclosedArrays(), UnclosedObjects(), NestedObjects()}) {
     EXPECT_FALSE(Read(text)) << text.substr(0, 5);
     EXPECT_EQ(parser_.miHBMonCommand, -1) << text.substr(0, 5);

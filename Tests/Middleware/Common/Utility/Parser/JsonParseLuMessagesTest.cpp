@@ -4,6 +4,7 @@
 
 #include "DeepNesting.h"
 #include "GoldenFile.h"
+#include "JsonAccess.h"
 #include "LuMessageReader.h"
 
 namespace {
@@ -84,13 +85,13 @@ TEST_F(JsonParseLuMessagesTest, TextThatIsNoObjectChangesNothing) {
     ExpectRefusedByEveryEntry(text);
 }
 
-TEST_F(JsonParseLuMessagesTest, MillionLevelsAreRefused) {
+TEST_F(JsonParseLuMessagesTest, TensOfThousandsOfLevelsAreRefused) {
   for (const std::string& text : {UnclosedArrays(), UnclosedObjects(), NestedArrays()})
     ExpectRefusedByEveryEntry(text.c_str());
 }
 
-TEST_F(JsonParseLuMessagesTest, MillionLevelsUnderAnUnknownKeyDoNoHarm) {
-  const std::string deep = NestedArrays();
+TEST_F(JsonParseLuMessagesTest, LevelsUnderAnUnknownKeyDoNoHarm) {
+  const std::string deep = NestedArrays(json::kMaxNesting - 1);
   EXPECT_TRUE(ReadConf("{\"Extra\":" + deep + "," + Text(kConf).substr(1)));
   EXPECT_TRUE(ReadCommand("{\"Extra\":" + deep + "," + Text(kCommand).substr(1)));
   EXPECT_TRUE(ReadCommandFor(1, "{\"Extra\":" + deep + "," + Text(kCommand).substr(1)));

@@ -1,0 +1,17 @@
+// What the process settles with its surroundings before it does anything else: who may end it, and
+// what its environment may change.
+
+#pragma once
+
+/// Makes SIGTERM and SIGINT end the event loop from now on, and with it the process with status 0,
+/// also when they come before the loop runs. Both are let through even when the process was started
+/// with them blocked: who starts it can so be sure that none takes its default action.
+void EndOnTermination();
+
+/// Makes the process indifferent to signals that would otherwise end it by default: hang-up of a
+/// terminal, broken pipes, alarms, and those without a fixed meaning.
+void IgnoreStraySignals();
+
+/// Takes all variables ZSYS_... out of the environment, by which the messaging library's queues,
+/// threads and signal handling could be changed. To be called before the library's first use.
+void ForgetLibraryEnvironment();

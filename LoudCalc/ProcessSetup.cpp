@@ -1,0 +1,53 @@
+// The process and its surroundings. Main thread, before anything else runs.
+
+#include "ProcessSetup.h"
+
+#include <czmq.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr char kLibraryVariablePrefix[] = "ZSYS_";
+
+constexpr int kEndingSignals[] = {SIGTERM, SIGINT};
+constexpr int kStraySignals[] = {SIGHUP, SIGUSR1, SIGUSR2, SIGPIPE, SIGALRM};
+
+void Interrupt(int) {
+  zsys_interrupted = 1;
+}
+
+}  // namespace
+
+void EndOnTermination() {
+  // The library's own handler does the same, but only from its first use on.
+  zsys_handler_set(nullptr);
+  struct sigaction action = {};
+  action.sa_handler = Interrupt;
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : kEndingSignals) {
+    sigaction(signal, &action, nullptr);
+    sigaddset(&signals, signal);
+  }
+  sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+void IgnoreStraySignals() {
+  for (const int signal : kStraySignals)
+    std::signal(signal, SIG_IGN);
+}
+
+void ForgetLibraryEnvironment() {
+  std::vector<std::string> names;
+  for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable)
+    if (std::strncmp(*variable, kLibraryVariablePrefix, sizeof kLibraryVariablePrefix - 1) == 0)
+      names.emplace_back(*variable, std::strcspn(*variable, "="));
+  for (const std::string& name : names)
+    unsetenv(name.c_str());
+}

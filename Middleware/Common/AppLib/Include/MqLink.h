@@ -1,0 +1,91 @@
+// Connecting sockets that come back by themselves. A link is one connection of a socket to a remote
+// endpoint. ZeroMQ renews a link that broke, with two exceptions that this unit is for: a peer that
+// vanished without closing, and a peer that broke the protocol, to which ZeroMQ never connects
+// again. Used from the thread that owns the socket.
+
+#pragma once
+
+#include <czmq.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+/// How soon a vanished TCP peer is noticed. An idle peer answers the heartbeats of ZeroMQ (4.2 and
+/// later) on its own and is never taken for a vanished one.
+constexpr int kMqHeartbeatPeriodMs = 1000;   // between two questions to the peer
+constexpr int kMqHeartbeatTimeoutMs = 3000;  // for any sign of life after a question
+constexpr int kMqConnectTimeoutMs = 1000;    // for the TCP handshake; then the next attempt
+constexpr int kMqHandshakeTimeoutMs = 3000;  // for the ZeroMQ handshake; then the next attempt
+constexpr int kMqKeepAliveIdleS = 5;         // of silence before the first TCP probe
+constexpr int kMqKeepAlivePeriodS = 2;       // between two probes
+constexpr int kMqKeepAliveProbes = 3;        // unanswered ones that end the link
+
+/// The largest frame that is taken, well over any document that a reader takes (JsonAccess.h). A
+/// peer that sends more breaks the protocol.
+constexpr int kMqMaxFrameSize = 512 * 1024;  // bytes
+
+/// How long a link may be lost before it is taken for lost for good. ZeroMQ announces its own next
+/// attempt at once.
+constexpr std::int64_t kMqLostLinkPatienceMs = 500;
+
+/// Sets the options above for the connections that `socket` makes from now on. Only over TCP is a
+/// quiet peer asked for signs of life: one on the same board cannot vanish without closing.
+void MqPrepareLink(zsock_t* socket, bool isOverTcp);
+
+/// Watches the links of one socket and renews those that ZeroMQ has given up.
+class MqLinkWatch {
+ public:
+  MqLinkWatch() = default;
+  ~MqLinkWatch() { Stop(); }
+  MqLinkWatch(const MqLinkWatch&) = delete;
+  MqLinkWatch& operator=(const MqLinkWatch&) = delete;
+
+  /// Takes over what `other` watches, which gets what this one watched.
+  MqLinkWatch& operator=(MqLinkWatch&& other) noexcept;
+
+  /// Watches `socket` from now on, which must not be destroyed before Stop; to be called before it
+  /// connects. False when the socket cannot be watched; it is then used as it is.
+  bool Start(zsock_t* socket);
+
+  /// Ends the watch; harmless when there is none.
+  void Stop();
+
+  /// Takes note of what happened to the links since the last call and renews those that are lost
+  /// for good; subscriptions stay with the socket. Never waits. `report(endpoint)` is called for
+  /// each of them, once until the link works again. To be called several times a second.
+  template <typename Report>
+  void Tend(Report report) {
+    if (mpEvents == nullptr)
+      return;
+    TakeEvents();
+    const std::int64_t now = zclock_mono();
+    for (auto& [endpoint, link] : mLinks) {
+      if (!IsLost(link, now))
+        continue;
+      Renew(endpoint, link);
+      if (!link.isReported)
+        report(endpoint.c_str());
+      link.isReported = true;
+    }
+  }
+
+ private:
+  static constexpr std::int64_t kNotLost = -1;
+
+  struct Link {
+    std::int64_t lostSince = kNotLost;  // ms of the monotonic clock; kNotLost: up or being renewed
+    bool isReported = false;            // renewed and reported since it last worked
+  };
+
+  static bool IsLost(const Link& link, std::int64_t now) {
+    return link.lostSince != kNotLost && now - link.lostSince >= kMqLostLinkPatienceMs;
+  }
+  void TakeEvents();
+  void TakeEvent(std::uint16_t event, const std::string& endpoint);
+  void Renew(const std::string& endpoint, Link& link);
+
+  zsock_t* mpSocket = nullptr;         // the watched socket, not owned
+  void* mpEvents = nullptr;            // libzmq socket where its events arrive, owned
+  std::map<std::string, Link> mLinks;  // by endpoint, as far as anything happened to them
+};

@@ -1,0 +1,32 @@
+// A timer of the event loop that keeps to its grid. When the loop was held up for longer than a
+// period, for example because the process was stopped, it makes up for the missed ticks back to
+// back; a cadence is better served by the latest one alone. Reactor thread only.
+
+#pragma once
+
+#include <czmq.h>
+
+#include <cstddef>
+#include <cstdint>
+
+class MqTimer {
+ public:
+  using Handler_t = int (*)(zloop_t* loop, int timerId, void* argument);
+
+  /// A timer that is added to its loop now, with a period of `delay` ms. One that `repeats` for
+  /// ever leaves out the ticks that the next one has overtaken; one with a number of ticks makes
+  /// all of them.
+  MqTimer(Handler_t handler, void* argument, std::size_t delay, bool repeats);
+
+  /// What the loop calls, with the timer as its argument. Returns what the handler returned, 0 for
+  /// a tick that is left out.
+  static int Callback(zloop_t* loop, int timerId, void* timer);
+
+ private:
+  bool IsOvertaken();
+
+  Handler_t mHandler;   // who is called
+  void* mArgument;      // its argument
+  std::int64_t mDelay;  // ms; 0: every tick is made
+  std::int64_t mDue;    // ms of the monotonic clock, when the next tick is due
+};

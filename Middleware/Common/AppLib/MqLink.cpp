@@ -1,0 +1,120 @@
+// Options and watch of connecting sockets. The watch belongs to the socket's owner and thread.
+
+#include "MqLink.h"
+
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+namespace {
+
+// What is needed to tell a link that ZeroMQ renews from one that it has given up: only the former
+// is followed by an announcement of the next attempt.
+constexpr int kWatchedEvents =
+    ZMQ_EVENT_CONNECTED | ZMQ_EVENT_CONNECT_RETRIED | ZMQ_EVENT_DISCONNECTED |
+    ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL |
+    ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL | ZMQ_EVENT_HANDSHAKE_FAILED_AUTH;
+
+// First frame of an event message: 16-bit event, 32-bit value, without padding.
+constexpr std::size_t kEventFrameSize = 6;
+
+std::string MonitorEndpointOf(const zsock_t* socket) {
+  char text[64] = {};
+  std::snprintf(text, sizeof text, "inproc://links-of-%p", static_cast<const void*>(socket));
+  return text;
+}
+
+// The next frame; false when there is none yet.
+bool TakeFrame(void* socket, std::string& bytes) {
+  zmq_msg_t frame;
+  zmq_msg_init(&frame);
+  const bool isThere = zmq_msg_recv(&frame, socket, ZMQ_DONTWAIT) != -1;
+  if (isThere)
+    bytes.assign(static_cast<const char*>(zmq_msg_data(&frame)), zmq_msg_size(&frame));
+  zmq_msg_close(&frame);
+  return isThere;
+}
+
+}  // namespace
+
+void MqPrepareLink(zsock_t* socket, bool isOverTcp) {
+  zsock_set_maxmsgsize(socket, kMqMaxFrameSize);
+  zsock_set_handshake_ivl(socket, kMqHandshakeTimeoutMs);
+  zsock_set_connect_timeout(socket, kMqConnectTimeoutMs);
+  zsock_set_heartbeat_ivl(socket, isOverTcp ? kMqHeartbeatPeriodMs : 0);
+  zsock_set_heartbeat_timeout(socket, kMqHeartbeatTimeoutMs);
+  zsock_set_tcp_keepalive(socket, 1);
+  zsock_set_tcp_keepalive_idle(socket, kMqKeepAliveIdleS);
+  zsock_set_tcp_keepalive_intvl(socket, kMqKeepAlivePeriodS);
+  zsock_set_tcp_keepalive_cnt(socket, kMqKeepAliveProbes);
+}
+
+MqLinkWatch& MqLinkWatch::operator=(MqLinkWatch&& other) noexcept {
+  std::swap(mpSocket, other.mpSocket);
+  std::swap(mpEvents, other.mpEvents);
+  mLinks.swap(other.mLinks);
+  return *this;
+}
+
+bool MqLinkWatch::Start(zsock_t* socket) {
+  Stop();
+  const std::string endpoint = MonitorEndpointOf(socket);
+  if (zmq_socket_monitor(zsock_resolve(socket), endpoint.c_str(), kWatchedEvents) == -1)
+    return false;
+  mpSocket = socket;
+  mpEvents = zmq_socket(zsys_init(), ZMQ_PAIR);
+  // The library's thread must never wait for room for an event.
+  constexpr int kNoLimit = 0;
+  if (mpEvents != nullptr &&
+      zmq_setsockopt(mpEvents, ZMQ_RCVHWM, &kNoLimit, sizeof kNoLimit) == 0 &&
+      zmq_connect(mpEvents, endpoint.c_str()) == 0)
+    return true;
+  Stop();
+  return false;
+}
+
+void MqLinkWatch::Stop() {
+  // In this order: an event that nobody can take would hold up the library's thread.
+  if (mpSocket != nullptr)
+    zmq_socket_monitor(zsock_resolve(mpSocket), nullptr, 0);
+  mpSocket = nullptr;
+  if (mpEvents != nullptr)
+    zmq_close(mpEvents);
+  mpEvents = nullptr;
+  mLinks.clear();
+}
+
+void MqLinkWatch::TakeEvents() {
+  std::string event;
+  std::string endpoint;
+  while (TakeFrame(mpEvents, event) && TakeFrame(mpEvents, endpoint)) {
+    std::uint16_t number = 0;
+    if (event.size() != kEventFrameSize)
+      continue;
+    std::memcpy(&number, event.data(), sizeof number);
+    TakeEvent(number, endpoint);
+  }
+}
+
+void MqLinkWatch::TakeEvent(std::uint16_t event, const std::string& endpoint) {
+  Link& link = mLinks[endpoint];
+  switch (event) {
+    case ZMQ_EVENT_HANDSHAKE_SUCCEEDED:
+      link = Link();
+      break;
+    case ZMQ_EVENT_CONNECTED:
+    case ZMQ_EVENT_CONNECT_RETRIED:
+      link.lostSince = kNotLost;
+      break;
+    default:
+      link.lostSince = zclock_mono();
+      break;
+  }
+}
+
+void MqLinkWatch::Renew(const std::string& endpoint, Link& link) {
+  link.lostSince = kNotLost;
+  // What is left of the old link, if anything, would make the new one a second one.
+  zsock_disconnect(mpSocket, "%s", endpoint.c_str());
+  zsock_connect(mpSocket, "%s", endpoint.c_str());
+}

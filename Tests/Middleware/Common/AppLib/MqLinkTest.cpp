@@ -1,0 +1,192 @@
+// Links that ZeroMQ gives up, and those that it does not, over real sockets.
+
+#include "MqLink.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "MqTestKit.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr char kTopic[] = "Topic";
+
+// A SUB socket under watch, and a TCP place whose holder changes.
+class MqLinkTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    mqtest::MakeIpcDirectory();
+    ASSERT_TRUE(mWatch.Start(mSocket));
+    MqPrepareLink(mSocket, true);
+    zsock_set_subscribe(mSocket, kTopic);
+  }
+
+  void TearDown() override {
+    mWatch.Stop();
+    zsock_destroy(&mSocket);
+    zsock_destroy(&mPeer);
+  }
+
+  // Puts a peer of a type into the place, once the one before has left it; the first one chooses
+  // the port.
+  void BindPeer(int type) {
+    zsock_destroy(&mPeer);
+    mPeer = zsock_new(type);
+    if (mPort == 0)
+      mPort = zsock_bind(mPeer, "tcp://127.0.0.1:*");
+    else
+      ASSERT_TRUE(
+          TendUntil([this] { return zsock_bind(mPeer, "tcp://127.0.0.1:%d", mPort) == mPort; }));
+    ASSERT_GT(mPort, 0);
+    mEndpoint = "tcp://127.0.0.1:" + std::to_string(mPort);
+  }
+
+  void Connect() { ASSERT_EQ(zsock_connect(mSocket, "%s", mEndpoint.c_str()), 0); }
+
+  // Tends the links until `condition` holds, as a loop does; false at the deadline.
+  template <typename Condition>
+  bool TendUntil(Condition condition) {
+    const std::int64_t end = zclock_mono() + mqtest::kDeadlineMs;
+    while (!condition()) {
+      if (zclock_mono() > end)
+        return false;
+      mWatch.Tend([this](const char* endpoint) { mRenewed.emplace_back(endpoint); });
+      // A loop polls its sockets, which is when they send their subscriptions to a new peer.
+      mqtest::HasMessage(mSocket);
+      zclock_sleep(10);
+    }
+    return true;
+  }
+
+  void TendFor(std::int64_t milliseconds) {
+    const std::int64_t end = zclock_mono() + milliseconds;
+    TendUntil([end] { return zclock_mono() >= end; });
+  }
+
+  // The next subscription that an XPUB peer gets, while the links are tended.
+  std::string NextSubscription() {
+    if (!TendUntil([this] { return mqtest::HasMessage(mPeer); }))
+      return "none";
+    return mqtest::Receive(mPeer).front();
+  }
+
+  zsock_t* mSocket = zsock_new(ZMQ_SUB);
+  MqLinkWatch mWatch;
+  zsock_t* mPeer = nullptr;
+  int mPort = 0;
+  std::string mEndpoint;
+  std::vector<std::string> mRenewed;  // endpoints, in the order of their reports
+};
+
+const std::string kSubscription = std::string("\1") + kTopic;
+
+TEST_F(MqLinkTest, PeerOfTheWrongTypeDoesNotDeafenTheSocket) {
+  BindPeer(ZMQ_PUSH);
+  Connect();
+  ASSERT_TRUE(TendUntil([this] { return !mRenewed.empty(); }));
+  BindPeer(ZMQ_XPUB);
+  EXPECT_EQ(NextSubscription(), kSubscription);
+  mqtest::Send(mPeer, {kTopic, "data"});
+  EXPECT_THAT(mqtest::Receive(mSocket), ElementsAre(kTopic, "data"));
+}
+
+TEST_F(MqLinkTest, LinkIsReportedOnceUntilItWorksAgain) {
+  BindPeer(ZMQ_PUSH);
+  Connect();
+  TendFor(4 * kMqLostLinkPatienceMs);
+  EXPECT_THAT(mRenewed, ElementsAre(mEndpoint));
+  BindPeer(ZMQ_XPUB);
+  ASSERT_EQ(NextSubscription(), kSubscription);
+  BindPeer(ZMQ_PUSH);
+  EXPECT_TRUE(TendUntil([this] { return mRenewed.size() == 2; }));
+}
+
+TEST_F(MqLinkTest, FrameOverTheLargestSizeBreaksTheLinkForAMomentOnly) {
+  BindPeer(ZMQ_XPUB);
+  Connect();
+  ASSERT_EQ(NextSubscription(), kSubscription);
+  mqtest::Send(mPeer, {kTopic, std::string(kMqMaxFrameSize, 'x')});
+  EXPECT_EQ(mqtest::Receive(mSocket).size(), 2u);
+  mqtest::Send(mPeer, {kTopic, std::string(kMqMaxFrameSize + 1, 'x')});
+  // The old connection's subscription ends, the new one's begins.
+  EXPECT_EQ(NextSubscription(), std::string("\0", 1) + kTopic);
+  EXPECT_EQ(NextSubscription(), kSubscription);
+  mqtest::Send(mPeer, {kTopic, "data"});
+  EXPECT_THAT(mqtest::Receive(mSocket), ElementsAre(kTopic, "data"));
+  EXPECT_FALSE(mqtest::HasMessage(mSocket));
+}
+
+TEST_F(MqLinkTest, PeersThatComeAndGoAreLeftToTheLibrary) {
+  BindPeer(ZMQ_XPUB);
+  Connect();
+  ASSERT_EQ(NextSubscription(), kSubscription);
+  zsock_destroy(&mPeer);
+  TendFor(2 * kMqLostLinkPatienceMs);
+  BindPeer(ZMQ_XPUB);
+  EXPECT_EQ(NextSubscription(), kSubscription);
+  TendFor(2 * kMqLostLinkPatienceMs);
+  EXPECT_FALSE(mqtest::HasMessage(mPeer));  // no second connection
+  EXPECT_THAT(mRenewed, IsEmpty());
+}
+
+TEST_F(MqLinkTest, AbsentPeerIsNoBrokenLink) {
+  BindPeer(ZMQ_XPUB);
+  zsock_destroy(&mPeer);
+  Connect();
+  TendFor(3 * kMqLostLinkPatienceMs);
+  EXPECT_THAT(mRenewed, IsEmpty());
+}
+
+TEST_F(MqLinkTest, QuietPeerIsNoBrokenLink) {
+  BindPeer(ZMQ_XPUB);
+  Connect();
+  ASSERT_EQ(NextSubscription(), kSubscription);
+  TendFor(kMqHeartbeatPeriodMs + kMqHeartbeatTimeoutMs + 1000);
+  EXPECT_FALSE(mqtest::HasMessage(mPeer));
+  EXPECT_THAT(mRenewed, IsEmpty());
+}
+
+TEST_F(MqLinkTest, OtherLinksOfTheSocketAreLeftAlone) {
+  BindPeer(ZMQ_XPUB);
+  Connect();
+  ASSERT_EQ(NextSubscription(), kSubscription);
+  zsock_t* wrong = zsock_new(ZMQ_PUSH);
+  const int port = zsock_bind(wrong, "tcp://127.0.0.1:*");
+  ASSERT_EQ(zsock_connect(mSocket, "tcp://127.0.0.1:%d", port), 0);
+  TendFor(3 * kMqLostLinkPatienceMs);
+  EXPECT_THAT(mRenewed, ElementsAre("tcp://127.0.0.1:" + std::to_string(port)));
+  EXPECT_FALSE(mqtest::HasMessage(mPeer));
+  mqtest::Send(mPeer, {kTopic});
+  EXPECT_THAT(mqtest::Receive(mSocket), ElementsAre(kTopic));
+  zsock_destroy(&wrong);
+}
+
+TEST_F(MqLinkTest, WatchThatHasBeenStoppedDoesNothing) {
+  BindPeer(ZMQ_PUSH);
+  Connect();
+  mWatch.Stop();
+  TendFor(2 * kMqLostLinkPatienceMs);
+  EXPECT_THAT(mRenewed, IsEmpty());
+  mWatch.Stop();
+}
+
+TEST_F(MqLinkTest, WatchCanBeHandedOn) {
+  MqLinkWatch first;
+  zsock_t* socket = zsock_new(ZMQ_SUB);
+  ASSERT_TRUE(first.Start(socket));
+  mWatch = std::move(first);
+  BindPeer(ZMQ_PUSH);
+  ASSERT_EQ(zsock_connect(socket, "%s", mEndpoint.c_str()), 0);
+  EXPECT_TRUE(TendUntil([this] { return !mRenewed.empty(); }));
+  mWatch.Stop();
+  first.Stop();
+  zsock_destroy(&socket);
+}
+
+}  // namespace

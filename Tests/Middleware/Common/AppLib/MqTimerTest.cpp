@@ -1,0 +1,92 @@
+// Timers on their grid, driven by a real loop.
+
+#include "MqTimer.h"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <vector>
+
+namespace {
+
+// Takes down when it is called and, on the call with number `stallAt`, holds up the loop.
+struct Recorder {
+  std::vector<std::int64_t> ticks;  // ms of the monotonic clock
+  std::size_t stallAt = 0;          // counted from one; 0: never
+  std::int64_t stall = 0;           // ms
+  std::size_t enough = 0;           // ticks after which the loop ends
+};
+
+void HoldUp(std::int64_t milliseconds) {
+  const std::int64_t end = zclock_mono() + milliseconds;
+  while (zclock_mono() < end) {
+  }
+}
+
+int Record(zloop_t*, int, void* argument) {
+  auto* recorder = static_cast<Recorder*>(argument);
+  recorder->ticks.push_back(zclock_mono());
+  if (recorder->ticks.size() == recorder->stallAt)
+    HoldUp(recorder->stall);
+  return recorder->ticks.size() == recorder->enough ? -1 : 0;
+}
+
+// Runs a loop with one timer until the recorder has enough.
+void RunLoop(Recorder& recorder, std::size_t delay, std::size_t times) {
+  zloop_t* loop = zloop_new();
+  MqTimer timer(Record, &recorder, delay, times == 0);
+  ASSERT_NE(zloop_timer(loop, delay, times, MqTimer::Callback, &timer), -1);
+  zloop_start(loop);
+  zloop_destroy(&loop);
+}
+
+constexpr std::int64_t kPeriod = 20;  // ms
+
+TEST(MqTimerTest, TicksThatTheNextOneHasOvertakenAreLeftOut) {
+  Recorder recorder;
+  recorder.stallAt = 2;
+  recorder.stall = 10 * kPeriod + kPeriod / 2;
+  recorder.enough = 5;
+  RunLoop(recorder, kPeriod, 0);
+  ASSERT_EQ(recorder.ticks.size(), 5u);
+  // Ten ticks fell due in the stall. The last is made at once; those before it are not.
+  EXPECT_GE(recorder.ticks[2] - recorder.ticks[1], recorder.stall);
+  EXPECT_GE(recorder.ticks[4] - recorder.ticks[2], kPeriod);
+}
+
+TEST(MqTimerTest, GridOutlastsAStall) {
+  Recorder recorder;
+  recorder.stallAt = 1;
+  recorder.stall = 3 * kPeriod + 1;
+  recorder.enough = 4;
+  const std::int64_t start = zclock_mono();
+  RunLoop(recorder, kPeriod, 0);
+  ASSERT_EQ(recorder.ticks.size(), 4u);
+  // Ticks 1 and 4 (made late), 5 and 6 of the grid that began with the timer.
+  EXPECT_GE(recorder.ticks[3], start + 6 * kPeriod);
+}
+
+TEST(MqTimerTest, TimerWithANumberOfTicksMakesAllOfThem) {
+  Recorder recorder;
+  recorder.stallAt = 1;
+  recorder.stall = 5 * kPeriod;
+  recorder.enough = 4;
+  RunLoop(recorder, kPeriod, 4);
+  EXPECT_EQ(recorder.ticks.size(), 4u);
+}
+
+TEST(MqTimerTest, TimerWithoutADelayMakesEveryTick) {
+  Recorder recorder;
+  recorder.enough = 100;
+  RunLoop(recorder, 0, 0);
+  EXPECT_EQ(recorder.ticks.size(), 100u);
+}
+
+TEST(MqTimerTest, HandlersResultReachesTheLoop) {
+  Recorder recorder;
+  recorder.enough = 1;
+  RunLoop(recorder, 1, 0);
+  EXPECT_EQ(recorder.ticks.size(), 1u);
+}
+
+}  // namespace
