@@ -6,8 +6,9 @@ set -euo pipefail
 build=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev libsndfile1-dev libcli11-dev
        libncurses-dev)
 demo=(alsa-utils)
-check=(clang clang-format libgtest-dev libgmock-dev libbenchmark-dev
-       alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev tmux)
+check=(clang libclang-rt-dev llvm clang-format libgtest-dev libgmock-dev libbenchmark-dev
+       alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev tmux libfaketime nftables
+       valgrind)
 
 case "${1:-}" in
   build) wanted=("${build[@]}") ;;

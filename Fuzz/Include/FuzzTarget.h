@@ -1,0 +1,92 @@
+// What every fuzz target is made of: the input taken apart, properties that must hold, and the
+// assertions of the code under test, which here are thrown instead of ending the process.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+/// Stops the run with `text` and the place when `condition` does not hold; alive in every build
+/// type. `text` says what should have been.
+#define FUZZ_PROPERTY(condition, text) \
+  ((condition) ? static_cast<void>(0) : fuzz::FailProperty((text), __FILE__, __LINE__))
+
+namespace fuzz {
+
+/// Prints "FILE:LINE: Property `TEXT' does not hold." on the process's standard error, whatever has
+/// been silenced, and aborts.
+[[noreturn]] void FailProperty(const char* text, const char* file, int line);
+
+/// Thrown by a failed assertion of the code under test. No standard exception, so that nothing
+/// between the assertion and the target catches it.
+struct ReachedAssertion {
+  const char* text;  // of the assertion
+  const char* file;
+  int line;
+};
+
+/// Bytes in a buffer of exactly their size and a zero after them, so that a sanitizer notices a
+/// reader that goes beyond.
+class Text {
+ public:
+  Text(const std::uint8_t* data, std::size_t size);
+
+  const char* c_str() const { return mBytes.get(); }
+  std::size_t size() const { return mSize; }
+
+ private:
+  std::unique_ptr<char[]> mBytes;
+  std::size_t mSize;  // without the zero
+};
+
+/// An input, taken from the front. What is taken beyond its end is zero or empty.
+class Input {
+ public:
+  Input(const std::uint8_t* data, std::size_t size) : mData(data), mSize(size) {}
+
+  bool IsEmpty() const { return mSize == 0; }
+
+  std::uint8_t TakeByte();
+
+  /// An unsigned number of `bytes` bytes (at most 8), the lowest first.
+  std::uint64_t TakeNumber(std::size_t bytes);
+
+  /// The next `size` bytes, or as many as there are.
+  Text TakeText(std::size_t size);
+
+  /// The bytes before the next zero, which is taken too; all when there is none.
+  Text TakeTerminatedText();
+
+  /// All the rest.
+  Text TakeRest() { return TakeText(mSize); }
+
+ private:
+  const std::uint8_t* mData;
+  std::size_t mSize;  // bytes not taken yet
+};
+
+/// Defined by each target: runs the code under test on one input and asserts its properties. What
+/// it throws counts as a failed property. It must leave nothing behind that changes the next run.
+void TestOneInput(Input input);
+
+/// Runs the target on one input; called by libFuzzer and by the replay.
+void Run(const std::uint8_t* data, std::size_t size);
+
+/// Sends what the code under test writes to standard output and standard error nowhere. Sanitizers,
+/// libFuzzer and failed properties still reach the process's standard error.
+void Silence();
+
+/// Runs `operation` and returns the text of the assertion that it failed, null when none.
+template <typename Operation>
+const char* AssertionOf(Operation operation) {
+  try {
+    operation();
+  } catch (const ReachedAssertion& assertion) {
+    return assertion.text;
+  }
+  return nullptr;
+}
+
+}  // namespace fuzz

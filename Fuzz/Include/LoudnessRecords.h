@@ -1,0 +1,22 @@
+// What holds for every loudness configuration and command, however it came about.
+
+#pragma once
+
+#include "JsonParseLuMessages.h"
+
+namespace fuzz {
+
+/// Whether all fields are equal.
+bool IsSame(const cLuConf& left, const cLuConf& right);
+bool IsSame(const cLuCmd& left, const cLuCmd& right);
+bool IsSame(const cLuSettingsParser& left, const cLuSettingsParser& right);
+
+/// Asserts that every enumeration is a value that a message can bring and that its text, which
+/// stands beside it, means it.
+void CheckRecord(const cLuConf& configuration);
+void CheckRecord(const cLuCmd& command);
+
+/// A reader of which no field has its default, as messages before this one may have left it.
+cLuSettingsParser UsedReader();
+
+}  // namespace fuzz

@@ -1,0 +1,25 @@
+// What holds for every routing map, whichever document it was read from.
+
+#pragma once
+
+#include "FuzzTarget.h"
+#include "JsonParseAudioRouting.h"
+
+namespace fuzz {
+
+/// Asserts that each entry stands under its own key, with enumerations that a document can bring.
+inline void CheckRouting(const AudChannelOutputRoutingMap_t& map) {
+  FUZZ_PROPERTY(map.size() <= kMaxRoutedChannels, "no more channels are kept than a unit has");
+  for (const auto& [key, entry] : map) {
+    FUZZ_PROPERTY(entry != nullptr, "no key is without an entry");
+    FUZZ_PROPERTY(!(key < *entry) && !(*entry < key), "an entry stands under its own key");
+    FUZZ_PROPERTY(key.mConnectorType >= SIOCT_NONE && key.mConnectorType < SIOCT_MAX,
+                  "the connector is one that has a text");
+    FUZZ_PROPERTY(key.mOutputType >= SOT_NONE && key.mOutputType < SOT_HP,
+                  "the output type is one that has a text");
+    FUZZ_PROPERTY(entry->mSpeakerType >= AST_NONE && entry->mSpeakerType <= AST_SPEAKER_MS,
+                  "the speaker is one that has a text");
+  }
+}
+
+}  // namespace fuzz
