@@ -4,7 +4,7 @@
 
 namespace {
 
-using louddesk::Figures;
+using louddesk::FiguresOf;
 using louddesk::Peer;
 
 /// A command as good as any, made `size` bytes long by an unknown member.
@@ -42,7 +42,7 @@ TEST_P(HarmlessMessageTest, LeavesTheMeasurementAlone) {
   ExpectCadenceKept();
   const auto after = mUnit.NextLoudnessData(kPatience);
   ASSERT_TRUE(after);
-  EXPECT_EQ(Figures(before->data), Figures(after->data)) << "the measurement was restarted";
+  EXPECT_EQ(FiguresOf(before->data), FiguresOf(after->data)) << "the measurement was restarted";
   EXPECT_EQ(before->command, after->command);
   ExpectMeasures(-30);
 }

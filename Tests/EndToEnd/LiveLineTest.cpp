@@ -66,6 +66,35 @@ TEST(LiveLineTest, TerminalLineIsRefreshedInPlace) {
   EXPECT_EQ("\rlonger\rshort \n", out.str());
 }
 
+TEST(LiveLineTest, PrintedLineTakesThePlaceOfTheTerminalLine) {
+  std::ostringstream out;
+  LiveLine line(out, 80);
+  line.Show("longer", kStart);
+  line.Print("word");
+  line.Show("next", kStart + milliseconds(100));
+  line.Print("a longer word");
+  line.Finish();
+  EXPECT_EQ("\rlonger\rword  \n\rnext\ra longer word\n", out.str());
+}
+
+TEST(LiveLineTest, PrintedLineBeforeTheTerminalLineIsALine) {
+  std::ostringstream out;
+  LiveLine line(out, 80);
+  line.Print("word");
+  line.Finish();
+  EXPECT_EQ("word\n", out.str());
+}
+
+TEST(LiveLineTest, PrintedLineInAPipeDelaysNothing) {
+  std::ostringstream out;
+  LiveLine line(out, std::nullopt);
+  line.Show("0", kStart);
+  line.Print("word");
+  line.Show("5", kStart + milliseconds(500));
+  line.Show("10", kStart + milliseconds(1000));
+  EXPECT_EQ("0\nword\n10\n", out.str());
+}
+
 TEST(LiveLineTest, TerminalLineIsEndedWithItsOwner) {
   std::ostringstream out;
   { LiveLine(out, 80).Show("text", kStart); }

@@ -8,7 +8,7 @@
 namespace {
 
 using louddesk::BlockReading;
-using louddesk::Figures;
+using louddesk::FiguresOf;
 using louddesk::LoudnessConfiguration;
 using louddesk::LoudnessMessage;
 
@@ -62,12 +62,12 @@ TEST_P(MeasurementTest, EveryFieldEqualsASecondComputation) {
 
   ConfigureAndFeed(blocks);
 
-  const std::vector<int> figures = Figures(expected);
-  ExpectData([&](const LoudnessMessage& message) { return Figures(message.data) == figures; },
+  const std::vector<int> figures = FiguresOf(expected);
+  ExpectData([&](const LoudnessMessage& message) { return FiguresOf(message.data) == figures; },
              "the figures " + testing::PrintToString(figures));
   const auto next = mUnit.NextLoudnessData(kPatience);
   ASSERT_TRUE(next);
-  EXPECT_EQ(figures, Figures(next->data)) << "the figures did not stay";
+  EXPECT_EQ(figures, FiguresOf(next->data)) << "the figures did not stay";
   EXPECT_EQ(1, next->validSource);
   EXPECT_EQ(LU_CMD_START, next->command);
   EXPECT_EQ(1, next->cluster);

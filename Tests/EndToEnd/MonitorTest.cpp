@@ -1,13 +1,5 @@
 // The process monitor: system status, application commands, heartbeats, and its absence.
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <utility>
-
-#include "BoardAddresses.h"
 #include "WatchedService.h"
 
 namespace {
@@ -24,7 +16,6 @@ constexpr char kCommandTopic[] = "HbAppCmd";
 constexpr char kStatusUnit[] = "JsonParseHbMonMessages";
 
 constexpr char kBeat[] = R"({"HbKey":"QvOptLuCal1","Version":"Telvon8-v1.9.3","State":1})";
-constexpr int kShortQueue = 8;  // messages
 constexpr char kFailedBeat[] = "\"Failed to send HB Topic.\"";
 
 std::string StatusLine(const std::string& status, bool inOrder) {
@@ -180,35 +171,6 @@ TEST_F(MonitorTest, GetsWholeHeartbeatsAndNothingElse) {
 
 class AbsentMonitorTest : public WatchedService {
  protected:
-  void TearDown() override {
-    if (mListener >= 0)
-      close(mListener);
-    WatchedService::TearDown();
-  }
-
-  /// Starts a service whose queues hold so few messages that its heartbeats soon fail. All
-  /// subscriptions at once must fit in.
-  void StartWithShortQueues() {
-    mUnit.OpenAll({Peer::kHeartbeatReceiver});
-    mService = std::make_unique<ServiceProcess>(
-        LOUDCALC_BINARY, Texts{"-m", "1", "-c", "1"},
-        std::map<std::string, std::string>{{"ZSYS_SNDHWM", std::to_string(kShortQueue)}});
-    ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
-  }
-
-  /// Listens in the monitor's place; whoever connects is accepted by the kernel and never read.
-  void ListenWithoutReading() {
-    mListener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const int reuse = 1;
-    setsockopt(mListener, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(10000);
-    inet_pton(AF_INET, MainBoardAddress(), &address.sin_addr);
-    ASSERT_EQ(0, bind(mListener, reinterpret_cast<const sockaddr*>(&address), sizeof address));
-    ASSERT_EQ(0, listen(mListener, 8));
-  }
-
   std::size_t FailedBeats() const {
     std::size_t count = 0;
     for (const OutputLine& line : mService->Lines())
@@ -220,26 +182,6 @@ class AbsentMonitorTest : public WatchedService {
     for (int beat = 1; beat <= count; ++beat)
       EXPECT_THAT(mUnit.NextHeartbeat(kPatience), Optional(ElementsAre("HbProc", kBeat))) << beat;
   }
-
-  /// Time stamp of the next line at the log sink about a beat that failed, in milliseconds.
-  long long NextFailure() {
-    auto line = mUnit.NextLogLine(kPatience);
-    while (line && line->message.find(kFailedBeat) == std::string::npos)
-      line = mUnit.NextLogLine(kPatience);
-    EXPECT_TRUE(line) << "no failed beat";
-    return line ? std::stoll(line->message) : 0;
-  }
-
-  /// Expects one line for each beat, and loudness data all the while.
-  void ExpectBeatsToFail() {
-    MarkCadence();
-    const long long first = NextFailure();
-    const long long second = NextFailure();
-    EXPECT_NEAR(1000, static_cast<double>(second - first), 200);
-    ExpectCadenceKept();
-  }
-
-  int mListener = -1;
 };
 
 TEST_F(AbsentMonitorTest, DoesNotHoldUpTheDataAndGetsTheBeatsThatWait) {
@@ -251,22 +193,6 @@ TEST_F(AbsentMonitorTest, DoesNotHoldUpTheDataAndGetsTheBeatsThatWait) {
   mUnit.Open(Peer::kHeartbeatReceiver);
   ExpectWholeBeats(3);
   EXPECT_EQ(0u, FailedBeats());
-}
-
-TEST_F(AbsentMonitorTest, FullQueueIsReportedOnceABeatUntilAMonitorReads) {
-  ASSERT_NO_FATAL_FAILURE(StartWithShortQueues());
-  StartMeasuring();
-  ExpectBeatsToFail();
-  ASSERT_NO_FATAL_FAILURE(ListenWithoutReading());
-  ExpectBeatsToFail();
-  close(std::exchange(mListener, -1));
-
-  mUnit.Open(Peer::kHeartbeatReceiver);
-  ExpectWholeBeats(kShortQueue + 1);  // those that waited, and the first that came later
-  const std::size_t failed = FailedBeats();
-  ExpectWholeBeats(1);
-  EXPECT_EQ(failed, FailedBeats());
-  ExpectMeasures(-20);
 }
 
 }  // namespace

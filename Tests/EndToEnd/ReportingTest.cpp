@@ -4,7 +4,7 @@
 
 namespace {
 
-using louddesk::Figures;
+using louddesk::FiguresOf;
 using louddesk::LoudnessConfiguration;
 using louddesk::LoudnessMessage;
 using louddesk::Peer;
@@ -66,7 +66,7 @@ class ReportingTest : public RunningService {
     for (int i = 0; i < 5; ++i) {
       const auto message = mUnit.NextLoudnessData(kPatience);
       ASSERT_TRUE(message);
-      EXPECT_EQ(figures, Figures(message->data));
+      EXPECT_EQ(figures, FiguresOf(message->data));
       EXPECT_EQ(command, message->command);
     }
   }
@@ -81,7 +81,7 @@ class ReportingTest : public RunningService {
     for (int i = 1; i <= 10; ++i) {
       const auto message = mUnit.NextLoudnessData(kPatience);
       ASSERT_TRUE(message) << "only " << i - 1 << " messages";
-      EXPECT_EQ(kNoFigures, Figures(message->data));
+      EXPECT_EQ(kNoFigures, FiguresOf(message->data));
       EXPECT_EQ(i <= 5 ? 1 : 0, message->validSource) << "message " << i;
       EXPECT_EQ(LU_CMD_NONE, message->command);
       EXPECT_EQ(1, message->cluster);
@@ -93,7 +93,7 @@ class ReportingTest : public RunningService {
     mUnit.DropLoudnessData();
     const auto message = mUnit.NextLoudnessData(kPatience);
     EXPECT_TRUE(message);
-    return message ? Figures(message->data) : std::vector<int>{};
+    return message ? FiguresOf(message->data) : std::vector<int>{};
   }
 };
 
@@ -131,7 +131,7 @@ TEST_F(ReportingTest, PresetResetsThenStartsThenPublishes) {
 
   const auto reset = mUnit.NextLoudnessData(kPatience);
   ASSERT_TRUE(reset);
-  EXPECT_EQ(kNoFigures, Figures(reset->data));
+  EXPECT_EQ(kNoFigures, FiguresOf(reset->data));
   EXPECT_EQ(1, reset->validSource);
   EXPECT_EQ(LU_CMD_NONE, reset->command);
   const auto live = mUnit.NextLoudnessData(kPatience);

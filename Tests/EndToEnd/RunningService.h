@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -34,6 +35,13 @@ const std::vector<std::string>& SurroundSpeakers();
 /// L = 10 log10(P) - 152.6905962 - 0.6974.
 std::uint64_t PowerOf(double lkfs);
 
+/// What a service finds at its start, apart from its command line.
+struct ServiceStart {
+  std::map<std::string, std::string> environment;  // on top of the test's
+  ProcessOptions options;
+  std::vector<std::string> runner;  // program and arguments that run the service; none: directly
+};
+
 class RunningService : public testing::Test {
  protected:
   /// Verbs for a service of one meter set and cluster. Nothing is started.
@@ -44,10 +52,10 @@ class RunningService : public testing::Test {
 
   /// Opens the unit's peers but `absent`, starts the service and waits until it has subscribed to
   /// all that are open. Fails the test otherwise: use with ASSERT_NO_FATAL_FAILURE.
-  void Start(const std::set<louddesk::Peer>& absent = {});
+  void Start(const std::set<louddesk::Peer>& absent = {}, const ServiceStart& start = {});
 
   /// Starts the service alone.
-  void StartProcess();
+  void StartProcess(const ServiceStart& start = {});
 
   /// Switches reporting and waits until the service has taken it.
   void EnableReporting(bool enable = true);
@@ -74,7 +82,8 @@ class RunningService : public testing::Test {
   void ExpectCadence();
 
   /// The same over a stretch that something may disturb: between the two calls no loudness data may
-  /// be taken. Ticks that come late are made up for, so that none may be missing in the end.
+  /// be taken. A tick that the next one overtakes is left out, so that a busy machine costs a few;
+  /// a service that publishes nothing for over a second fails.
   void MarkCadence();
   void ExpectCadenceKept();
 

@@ -207,7 +207,7 @@ TEST(ServiceMessagesTest, TwelveFramesAreDecodedInTheirOrder) {
                     "\x22\xFC",     {"\1\0", 2}, {"\3\0", 2}, {"\10\0", 2}};
   const louddesk::LoudnessMessage message = louddesk::DecodeLoudnessMessage(arrival);
   EXPECT_TRUE(message.wellFormed);
-  EXPECT_THAT(louddesk::Figures(message.data), testing::ElementsAre(1, 2, 3, 4, 5, 6, 7, -990));
+  EXPECT_THAT(louddesk::FiguresOf(message.data), testing::ElementsAre(1, 2, 3, 4, 5, 6, 7, -990));
   EXPECT_EQ(1, message.validSource);
   EXPECT_EQ(3, message.command);
   EXPECT_EQ(8, message.cluster);

@@ -1,88 +1,18 @@
-// The live meter in a real terminal: tmux plays it, its keyboard and its windows' sizes.
-
-#include <unistd.h>
+// The live meter in a real terminal.
 
 #include <csignal>
-#include <cstdio>
 #include <fstream>
-#include <thread>
 
-#include "RunningService.h"
+#include "TerminalService.h"
 
 namespace {
 
-using testing::AllOf;
 using testing::HasSubstr;
-using testing::Not;
 
-// What a program writes, to its end.
-std::string OutputOf(const std::string& command) {
-  std::string output;
-  FILE* pipe = popen(command.c_str(), "r");
-  char buffer[4096];
-  while (pipe != nullptr && std::fgets(buffer, sizeof buffer, pipe) != nullptr)
-    output += buffer;
-  if (pipe != nullptr)
-    pclose(pipe);
-  return output;
-}
-
-class WatchTerminalTest : public RunningService {
+class WatchTerminalTest : public TerminalService {
  protected:
-  /// A terminal of that size in which a shell waits for commands.
-  void OpenTerminal(unsigned columns, unsigned rows) {
-    const std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
-    mSocket = testing::TempDir() + "tmux-" + name + "-" + std::to_string(getpid());
-    Tmux("new-session -d -x " + std::to_string(columns) + " -y " + std::to_string(rows) +
-         " \"env PS1='ready> ' LC_ALL=C.UTF-8 sh\"");
-    ASSERT_TRUE(WaitForText("ready>"));
-  }
-
-  void TearDown() override {
-    if (!mSocket.empty())
-      Tmux("kill-server");
-    RunningService::TearDown();
-  }
-
-  std::string Tmux(const std::string& command) {
-    return OutputOf("tmux -f /dev/null -S " + mSocket + " " + command + " 2>&1");
-  }
-
-  void Type(const std::string& line) { Tmux("send-keys '" + line + "' Enter"); }
-
   void Watch(const std::string& options = "") {
     Type(std::string(LOUDDESK_BINARY) + " watch " + options);
-  }
-
-  std::string Screen() { return Tmux("capture-pane -p"); }
-
-  bool WaitForText(const std::string& text) { return WaitFor("capture-pane -p", text); }
-
-  /// Waits until the answer of tmux to `command` contains `text`.
-  bool WaitFor(const std::string& command, const std::string& text) {
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    do {
-      if (Tmux(command).find(text) != std::string::npos)
-        return true;
-      // A terminal tells nobody that it has changed.
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    } while (std::chrono::steady_clock::now() < end);
-    ADD_FAILURE() << "no \"" << text << "\" in\n" << Screen();
-    return false;
-  }
-
-  /// The shell has the terminal again: its own screen, cursor, echo, line editing and signals.
-  void ExpectSaneTerminal(const std::string& status) {
-    ASSERT_TRUE(WaitFor("display-message -p 'alternate #{alternate_on}'", "alternate 0"));
-    Type("echo ended with $?; stty -a");
-    ASSERT_TRUE(WaitForText("ended with " + status));
-    ASSERT_TRUE(WaitForText("-extproc"));
-    const std::string screen = Screen();
-    EXPECT_THAT(screen, AllOf(HasSubstr(" icanon"), HasSubstr(" echo "), HasSubstr("isig "),
-                              HasSubstr(" onlcr"), HasSubstr("icrnl")));
-    EXPECT_THAT(screen, Not(HasSubstr("-icanon")));
-    EXPECT_THAT(screen, Not(HasSubstr("-echo ")));
-    EXPECT_EQ("0 1\n", Tmux("display-message -p '#{alternate_on} #{cursor_flag}'"));
   }
 
   /// Until the watch has drawn itself, on a screen of its own.
@@ -96,8 +26,6 @@ class WatchTerminalTest : public RunningService {
     StartMeasuring();
     ExpectMeasures(-30);
   }
-
-  std::string mSocket;
 };
 
 TEST_F(WatchTerminalTest, ShowsTheRunningService) {
@@ -139,7 +67,7 @@ TEST_F(WatchTerminalTest, KeyLeavesTheTerminalSane) {
 
 TEST_F(WatchTerminalTest, TerminationLeavesTheTerminalSane) {
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
-  const std::string file = mSocket + ".pid";
+  const std::string file = FileOfItsOwn(".pid");
   Type("sh -c \"echo \\$\\$ > " + file + "; exec " + std::string(LOUDDESK_BINARY) + " watch\"");
   ExpectMeter();
   pid_t pid = 0;

@@ -8,25 +8,25 @@
 namespace faults {
 
 enum class Call {
-  SockNew,         // zsock_new
-  SockDestroy,     // zsock_destroy of a socket
-  Connect,         // zsock_connect
-  Bind,            // zsock_bind
-  Subscribe,       // zsock_set_subscribe
-  Unsubscribe,     // zsock_set_unsubscribe
-  SendPart,        // zstr_sendm
-  SendLast,        // zstr_send
-  SendPicture,     // zsock_send
-  FrameNew,        // zframe_new
-  FrameSend,       // zframe_send
-  FrameReceive,    // zframe_recv_nowait
-  PopText,         // zmsg_popstr
-  LoopNew,         // zloop_new
-  LoopDestroy,     // zloop_destroy of a loop
-  LoopReader,      // zloop_reader
-  LoopTolerant,    // zloop_reader_set_tolerant
-  LoopTimer,       // zloop_timer
-  LoopStart,       // zloop_start
+  SockNew,       // zsock_new
+  SockDestroy,   // zsock_destroy of a socket
+  Connect,       // zsock_connect
+  Bind,          // zsock_bind
+  Subscribe,     // zsock_set_subscribe
+  Unsubscribe,   // zsock_set_unsubscribe
+  SendPart,      // zstr_sendm
+  SendLast,      // zstr_send
+  SendPicture,   // zsock_send
+  FrameNew,      // zframe_new
+  FrameSend,     // zframe_send
+  FrameReceive,  // zframe_recv_nowait
+  PopText,       // zmsg_popstr
+  LoopNew,       // zloop_new
+  LoopDestroy,   // zloop_destroy of a loop
+  LoopReader,    // zloop_reader
+  LoopTolerant,  // zloop_reader_set_tolerant
+  LoopTimer,     // zloop_timer
+  LoopStart,     // zloop_start
 };
 
 /// Description of the exceptions that ThrowRuntimeError brings about.

@@ -15,12 +15,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <utility>
 
 namespace {
 
 constexpr int kCannotExecute = 127;
 constexpr std::size_t kReadSize = 65536;
+
+// Room for the output of a busy second: programs need not wait for a test that is late.
+constexpr int kPipeSize = 1024 * 1024;
 
 struct Pipe {
   int readEnd = -1;
@@ -36,6 +40,7 @@ Pipe MakePipe() {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0)
     GiveUp("pipe");
+  fcntl(ends[1], F_SETPIPE_SZ, kPipeSize);
   return {ends[0], ends[1]};
 }
 
@@ -60,18 +65,33 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
   return pointers;
 }
 
+sigset_t SetOf(const std::set<int>& signals) {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int signal : signals)
+    sigaddset(&set, signal);
+  return set;
+}
+
+// What the child has of this process from its fork on.
+struct Inheritance {
+  pid_t parent;
+  sigset_t mask;
+  int streams[3];  // in the order of their numbers; ProcessOptions::kClosed: none
+};
+
 // In the child of a process with threads: only calls that are safe there.
-[[noreturn]] void Execute(pid_t parent, int input, int output, int errors, char* const* arguments,
+[[noreturn]] void Execute(const Inheritance& inheritance, char* const* arguments,
                           char* const* environment) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() != parent)
+  if (getppid() != inheritance.parent)
     _exit(kCannotExecute);
-  dup2(input, STDIN_FILENO);
-  dup2(output, STDOUT_FILENO);
-  dup2(errors, STDERR_FILENO);
-  sigset_t none;
-  sigemptyset(&none);
-  sigprocmask(SIG_SETMASK, &none, nullptr);
+  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
+    if (inheritance.streams[stream] == ProcessOptions::kClosed)
+      close(stream);
+    else
+      dup2(inheritance.streams[stream], stream);
+  sigprocmask(SIG_SETMASK, &inheritance.mask, nullptr);
   execve(arguments[0], arguments, environment);
   _exit(kCannotExecute);
 }
@@ -79,8 +99,12 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 // One stream, cut into lines.
 class LineReader {
  public:
-  explicit LineReader(int file) : mFile(file) {}
-  ~LineReader() { close(mFile); }
+  // Of nothing when `file` is negative.
+  explicit LineReader(int file) : mFile(file), mIsOpen(file >= 0) {}
+  ~LineReader() {
+    if (mFile >= 0)
+      close(mFile);
+  }
 
   pollfd PollItem() const { return {mIsOpen ? mFile : -1, POLLIN, 0}; }
   bool IsOpen() const { return mIsOpen; }
@@ -110,7 +134,7 @@ class LineReader {
   }
 
   int mFile;
-  bool mIsOpen = true;
+  bool mIsOpen;
   std::string mRest;  // the beginning of a line
 };
 
@@ -118,26 +142,36 @@ class LineReader {
 
 ServiceProcess::ServiceProcess(const std::string& program,
                                const std::vector<std::string>& arguments,
-                               const std::map<std::string, std::string>& environment) {
+                               const std::map<std::string, std::string>& environment,
+                               const ProcessOptions& options) {
   std::vector<std::string> command = {program};
   command.insert(command.end(), arguments.begin(), arguments.end());
   std::vector<std::string> variables = Environment(environment);
   const std::vector<char*> commandPointers = Pointers(command);
   const std::vector<char*> variablePointers = Pointers(variables);
   const int input = open("/dev/null", O_RDONLY | O_CLOEXEC);
-  const Pipe output = MakePipe();
-  const Pipe errors = MakePipe();
+  const Pipe output = options.output ? Pipe{} : MakePipe();
+  const Pipe errors = options.errors ? Pipe{} : MakePipe();
+  const Inheritance inheritance = {
+      getpid(),
+      SetOf(options.blockedSignals),
+      {options.input.value_or(input), options.output.value_or(output.writeEnd),
+       options.errors.value_or(errors.writeEnd)}};
 
-  const pid_t parent = getpid();
+  // The child must not meet a signal before its mask stands.
+  sigset_t before;
+  pthread_sigmask(SIG_BLOCK, &inheritance.mask, &before);
   mPid = fork();
+  if (mPid == 0)
+    Execute(inheritance, commandPointers.data(), variablePointers.data());
+  const int error = errno;
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  errno = error;
   if (mPid < 0)
     GiveUp("fork");
-  if (mPid == 0)
-    Execute(parent, input, output.writeEnd, errors.writeEnd, commandPointers.data(),
-            variablePointers.data());
-  close(input);
-  close(output.writeEnd);
-  close(errors.writeEnd);
+  for (const int file : {input, output.writeEnd, errors.writeEnd})
+    if (file >= 0)
+      close(file);
   mObserver = std::thread(&ServiceProcess::Observe, this, output.readEnd, errors.readEnd);
 }
 
@@ -175,6 +209,18 @@ void ServiceProcess::Signal(int signal) {
 bool ServiceProcess::IsRunning() const {
   const std::lock_guard<std::mutex> lock(mMutex);
   return !mExit;
+}
+
+std::string ServiceProcess::StatusOf(const std::string& field) const {
+  std::ifstream status("/proc/" + std::to_string(mPid) + "/status");
+  for (std::string line; std::getline(status, line);)
+    if (line.compare(0, field.size() + 1, field + ":") == 0)
+      return line.substr(line.find_first_not_of(" \t", field.size() + 1));
+  return "";
+}
+
+long ServiceProcess::ResidentKib() const {
+  return std::strtol(StatusOf("VmRSS").c_str(), nullptr, 10);
 }
 
 std::optional<ExitReport> ServiceProcess::WaitForExit(Patience patience) {

@@ -10,6 +10,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,15 +27,30 @@ struct OutputLine {
   std::string text;
 };
 
+/// What a process finds at its start.
+struct ProcessOptions {
+  static constexpr int kClosed = -1;
+
+  /// Blocked from before its first instruction on: one that is sent waits until the program itself
+  /// lets it through.
+  std::set<int> blockedSignals;
+
+  /// Descriptors of the test, or kClosed, in the place of the streams. Without one the input is
+  /// empty and the output is observed; of a stream given here no line is seen.
+  std::optional<int> input;
+  std::optional<int> output;
+  std::optional<int> errors;
+};
+
 class ServiceProcess {
  public:
   using Patience = std::chrono::milliseconds;
 
-  /// Starts `program` with `arguments`, its standard input empty, in the environment of the test
-  /// with `environment` on top. The process dies with the test. Ends the test process when it
-  /// cannot be started.
+  /// Starts `program` with `arguments` in the environment of the test with `environment` on top.
+  /// The process dies with the test. Ends the test process when it cannot be started.
   ServiceProcess(const std::string& program, const std::vector<std::string>& arguments,
-                 const std::map<std::string, std::string>& environment = {});
+                 const std::map<std::string, std::string>& environment = {},
+                 const ProcessOptions& options = {});
 
   /// Kills the process when it still runs.
   ~ServiceProcess();
@@ -58,6 +74,12 @@ class ServiceProcess {
   void Signal(int signal);
 
   bool IsRunning() const;
+
+  /// Its value of a field of /proc/PID/status, for example "VmRSS"; empty when there is none.
+  std::string StatusOf(const std::string& field) const;
+
+  /// Memory that it occupies, in KiB.
+  long ResidentKib() const;
 
   /// Waits for the end of the process and of its output. None when `patience` ends first.
   std::optional<ExitReport> WaitForExit(Patience patience);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 
 namespace louddesk {
@@ -31,6 +32,15 @@ double Conditioned(double sample) {
 }
 
 }  // namespace
+
+std::string BadSampleText(const BadSample& sample, int sampleRate) {
+  char text[128];
+  std::snprintf(text, sizeof text,
+                "holds a sample that is no number in channel %zu, frame %llu (%.3f s)",
+                sample.channel + 1, static_cast<unsigned long long>(sample.frame),
+                static_cast<double>(sample.frame) / sampleRate);
+  return text;
+}
 
 std::uint64_t BlockPower(double meanSquare, std::size_t channels) {
   const double largest = std::ldexp(1.0, 61) / static_cast<double>(channels);

@@ -1,22 +1,11 @@
-// LoudDesk: the loudness meter on a desk. Parses the command line; the subcommands do the rest.
+// LoudDesk: the loudness meter on a desk.
 
-#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <iostream>
 
-#include "MeasureCommand.h"
-#include "SendCommand.h"
-#include "UnitCommand.h"
-#include "VerifyCommand.h"
-#include "WatchCommand.h"
+#include "CommandLine.h"
 
 int main(int argc, char** argv) {
-  CLI::App app("LoudDesk: loudness by the service's own engine, on a desk", "LoudDesk");
-  app.require_subcommand(1);
-  int status = 0;
-  louddesk::AddMeasureCommand(app, status);
-  louddesk::AddUnitCommand(app, status);
-  louddesk::AddVerifyCommand(app, status);
-  louddesk::AddWatchCommand(app, status);
-  louddesk::AddSendCommand(app, status);
-  CLI11_PARSE(app, argc, argv);
-  return status;
+  const int own = std::min(argc, 1);  // even the name of the program may be missing
+  return louddesk::RunCommandLine({argv + own, argv + argc}, std::cout, std::cerr);
 }

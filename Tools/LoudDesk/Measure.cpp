@@ -97,14 +97,6 @@ void ReadLraEnds(const cLoudInteg& integrator, LoudnessDistribution& distributio
   distribution.lraHigh = *distribution.lraLow + integrator.GetLra();
 }
 
-std::string Position(const AudioFile& file, const BadSample& sample) {
-  const double seconds = static_cast<double>(sample.frame) / file.SampleRate();
-  char text[96];
-  std::snprintf(text, sizeof text, "channel %zu, frame %llu (%.3f s)", sample.channel + 1,
-                static_cast<unsigned long long>(sample.frame), seconds);
-  return text;
-}
-
 }  // namespace
 
 ServiceMeter::ServiceMeter() : mMaxShortTerm(kNoLoudnessLkfs) {
@@ -189,8 +181,7 @@ Figures MeasureFile(ServiceMeter& meter, AudioFile& file, const SpeakerLayout& s
   meter.Start(speakers);
   while (file.Read(samples.data(), frontEnd.FramesInNextBlock()) == frontEnd.FramesInNextBlock()) {
     if (const auto badSample = frontEnd.Measure(samples.data(), reading))
-      throw AudioFileError(file.Path(),
-                           "holds a sample that is no number in " + Position(file, *badSample));
+      throw AudioFileError(file.Path(), BadSampleText(*badSample, file.SampleRate()));
     meter.Feed(reading);
     progress(file.FramesRead());
   }

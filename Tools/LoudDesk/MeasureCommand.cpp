@@ -6,21 +6,20 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <functional>
 #include <iostream>
 #include <memory>
 
+#include "Complaints.h"
 #include "FigureFormat.h"
 #include "MeasuredSeries.h"
+#include "NumberCheck.h"
+#include "PageFile.h"
 #include "ProgressBar.h"
 #include "ReportPage.h"
 #include "SeriesFormat.h"
 
 namespace louddesk {
 namespace {
-
-constexpr char kErrorPrefix[] = "LoudDesk: ";
 
 // Files from this many samples on get a progress bar: four minutes of stereo at 48 kHz.
 constexpr std::uint64_t kSamplesOfLongFile = 20'000'000;
@@ -30,9 +29,6 @@ constexpr std::size_t kUsualColumns = 80;
 constexpr char kTableFormat[] = "table";
 constexpr char kJsonFormat[] = "json";
 constexpr char kCsvFormat[] = "csv";
-
-// A report overwrites the file of its name, so a name that audio may have is refused.
-constexpr char kReportEnding[] = ".html";
 
 constexpr double kMaxToleranceLu = 20.0;
 constexpr double kLowestPeakLimitDbtp = -40.0;
@@ -103,37 +99,11 @@ std::string Written(const MeasuredSeries& measured, FigureStyle style, bool isFi
   return (isFirst ? TableHeader() : "") + TableRow(measured.file, measured.figures);
 }
 
-// Tells before hours of work whether the page can be written after them. An earlier page stays.
-bool CanWrite(const std::string& path) {
-  return std::ofstream(path, std::ios::app).good();
-}
-
-bool WriteReport(const std::string& path, const Report& report) {
-  std::ofstream file(path, std::ios::binary);
-  file << ReportPage(report) << std::flush;
-  return file.good();
-}
-
-std::string CheckReport(const std::string& path) {
-  const std::string ending = kReportEnding;
-  if (path.size() > ending.size() &&
-      path.compare(path.size() - ending.size(), ending.size(), ending) == 0)
-    return "";
-  return "the name of a report ends in " + ending;
-}
-
-// Nothing that is no number gets through, as it would through the comparison of `CLI::Range`.
-std::function<std::string(const std::string&)> Between(double low, double high) {
-  return [low, high](const std::string& text) {
-    double value = 0.0;
-    if (CLI::detail::lexical_cast(text, value) && value >= low && value <= high)
-      return std::string();
-    return "\"" + text + "\" is not between " + FigureText(low, "") + " and " +
-           FigureText(high, "");
-  };
-}
-
-void AddLimitOptions(CLI::App& command, CLI::Option* report, LoudnessLimits& limits) {
+void AddReportOptions(CLI::App& command, MeasureOptions& options) {
+  LoudnessLimits& limits = options.limits;
+  CLI::Option* report =
+      command.add_option("--report", options.report, "Page to write, a name in .html")
+          ->check(CheckPageName);
   command.add_option("--target", limits.target, "Target of the integrated loudness, LKFS")
       ->check(Between(kLowestTargetLkfs, kHighestTargetLkfs))
       ->needs(report);
@@ -173,19 +143,9 @@ int RunMeasure(const MeasureOptions& options) {
   return MeasureFiles(options, std::cout, std::cerr, ColumnsOfTerminal(STDERR_FILENO));
 }
 
-}  // namespace
-
-int MeasureFiles(const MeasureOptions& options, std::ostream& out, std::ostream& errors,
-                 ProgressColumns progressColumns) {
-  int status = 0;
-  const auto fail = [&errors, &status](const std::string& complaint) {
-    errors << kErrorPrefix << complaint << "\n";
-    status = 1;
-  };
-  if (!options.report.empty() && !CanWrite(options.report)) {
-    fail(options.report + ": the report cannot be written");
-    return status;
-  }
+// One file after another, each row on `out` as soon as it is known.
+Report MeasureAll(const MeasureOptions& options, std::ostream& out, std::ostream& errors,
+                  ProgressColumns progressColumns, Complaints& complaints) {
   ServiceMeter meter;
   Report report{{}, {}, options.limits};
   bool isFirst = true;
@@ -194,51 +154,54 @@ int MeasureFiles(const MeasureOptions& options, std::ostream& out, std::ostream&
       MeasuredSeries measured = MeasureOne(meter, path, options, errors, progressColumns);
       out << Written(measured, options.style, isFirst) << std::flush;
       for (const std::string& note : NotesOn(measured.figures))
-        errors << kErrorPrefix << path << ": note: " << note << "\n";
+        complaints.Note(path + ": note: " + note);
       isFirst = false;
       if (!options.report.empty())
         report.files.push_back(std::move(measured));
     } catch (const AudioFileError& error) {
-      fail(error.what());
+      complaints.Add(error.what());
       report.failures.emplace_back(error.what());
     }
   }
+  return report;
+}
+
+}  // namespace
+
+int MeasureFiles(const MeasureOptions& options, std::ostream& out, std::ostream& errors,
+                 ProgressColumns progressColumns) {
+  Complaints complaints(errors);
+  if (!complaints.CheckReport(options.report))
+    return complaints.Status();
+  const Report report = MeasureAll(options, out, errors, progressColumns, complaints);
   if (!out)
-    fail("the figures could not be written");
-  if (!options.report.empty() && !WriteReport(options.report, report))
-    fail(options.report + ": the report could not be written");
-  return status;
+    complaints.Add("the figures could not be written");
+  if (!options.report.empty())
+    complaints.WriteReport(options.report, ReportPage(report));
+  return complaints.Status();
 }
 
 void AddMeasureCommand(CLI::App& app, int& status) {
   CLI::App* command =
       app.add_subcommand("measure", "Measure audio files (WAV, FLAC, Ogg and others)");
-  auto files = std::make_shared<std::vector<std::string>>();
+  auto options = std::make_shared<MeasureOptions>();
   auto format = std::make_shared<std::string>(kTableFormat);
   auto speakers = std::make_shared<std::string>();
-  auto report = std::make_shared<std::string>();
-  auto limits = std::make_shared<LoudnessLimits>();
-  command->add_option("FILE", *files, "Audio files of 1 to 32 channels, 8 to 192 kHz")->required();
+  command->add_option("FILE", options->files, "Audio files of 1 to 32 channels, 8 to 192 kHz")
+      ->required();
   command->add_option("--format", *format, "How the figures are written")
       ->capture_default_str()
       ->check(CLI::IsMember({kTableFormat, kJsonFormat, kCsvFormat}));
   CLI::Option* speakersOption =
       command->add_option("--speakers", *speakers, "Speaker of each channel, separated by commas")
           ->check(CheckSpeakers);
-  CLI::Option* reportOption =
-      command->add_option("--report", *report, "Page to write, a name in .html")
-          ->check(CheckReport);
-  AddLimitOptions(*command, reportOption, *limits);
+  AddReportOptions(*command, *options);
   command->footer(kFooter);
   command->callback([=, &status] {
-    MeasureOptions options;
-    options.files = *files;
-    options.style = StyleNamed(*format);
-    options.report = *report;
-    options.limits = *limits;
+    options->style = StyleNamed(*format);
     if (speakersOption->count() > 0)
-      options.speakers = SplitSpeakers(*speakers);
-    status = RunMeasure(options);
+      options->speakers = SplitSpeakers(*speakers);
+    status = RunMeasure(*options);
   });
 }
 

@@ -3,68 +3,39 @@
 #include "ReportPage.h"
 
 #include "FigureFormat.h"
+#include "Page.h"
 #include "ReportPlots.h"
-#include "ReportStyle.h"
 #include "SvgPlot.h"
 #include "Verdict.h"
 
 namespace louddesk {
 namespace {
 
-// The policy holds every browser to it that nothing is fetched or run.
-constexpr char kHead[] =
-    "<!DOCTYPE html>\n"
-    "<html xmlns=\"http://www.w3.org/1999/xhtml\" lang=\"en\">\n<head>\n"
-    "<meta charset=\"utf-8\"/>\n"
-    "<meta http-equiv=\"Content-Security-Policy\" "
-    "content=\"default-src 'none'; style-src 'unsafe-inline'\"/>\n"
-    "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>\n"
-    "<meta name=\"color-scheme\" content=\"light dark\"/>\n";
-
 constexpr char kFooter[] =
-    "<footer><p>Measured by LoudDesk: loudness by ITU-R BS.1770, loudness range by EBU Tech 3342. "
+    "<p>Measured by LoudDesk: loudness by ITU-R BS.1770, loudness range by EBU Tech 3342. "
     "LKFS is the same as LUFS. Momentary loudness is that of the last 400 ms, short-term loudness "
     "that of the last 3 s; a figure without a reading, as in silence, is -. Verdicts judge the "
-    "figures as they are written, to a hundredth.</p></footer>\n";
+    "figures as they are written, to a hundredth.</p>";
 
-const char* StyleFor(Judgement judgement) {
+Badge BadgeFor(Judgement judgement) {
   switch (judgement) {
     case Judgement::kPass:
-      return "pass";
+      return Badge::kGood;
     case Judgement::kFail:
-      return "fail";
+      return Badge::kBad;
     case Judgement::kNoReading:
       break;
   }
-  return "none";
-}
-
-// A sign beside the word, for the quick eye.
-const char* SignFor(Judgement judgement) {
-  switch (judgement) {
-    case Judgement::kPass:
-      return "\xE2\x9C\x93";  // check mark
-    case Judgement::kFail:
-      return "\xE2\x9C\x97";  // ballot X
-    case Judgement::kNoReading:
-      break;
-  }
-  return "\xE2\x80\x93";  // dash
+  return Badge::kNone;
 }
 
 std::string VerdictText(Judgement judgement) {
-  return std::string("<span class=\"verdict ") + StyleFor(judgement) + "\">" + SignFor(judgement) +
-         " " + WordFor(judgement) + "</span>";
+  return BadgeText(BadgeFor(judgement), WordFor(judgement));
 }
 
 std::string FileNameOf(const std::string& path) {
   const std::size_t slash = path.find_last_of('/');
   return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-// The name may run from right to left; what stands around it does not.
-std::string Isolated(const std::string& text) {
-  return "<bdi>" + Escaped(text) + "</bdi>";
 }
 
 std::string IdOf(std::size_t index) {
@@ -108,7 +79,7 @@ std::string FigureTable(const Report& report) {
 std::string VerdictList(const std::vector<Verdict>& verdicts) {
   std::string list = "<ul class=\"verdicts\">\n";
   for (const Verdict& verdict : verdicts)
-    list += std::string("<li class=\"is-") + StyleFor(verdict.judgement) + "\"><p>" +
+    list += std::string("<li class=\"is-") + StyleFor(BadgeFor(verdict.judgement)) + "\"><p>" +
             verdict.limit + ": " + verdict.allowed + "</p><p class=\"finding\">" +
             VerdictText(verdict.judgement) + " " + verdict.finding + ".</p></li>\n";
   return list + "</ul>\n";
@@ -154,13 +125,11 @@ std::string TitleOf(const Report& report) {
 }  // namespace
 
 std::string ReportPage(const Report& report) {
-  std::string page = std::string(kHead) + "<title>" + Escaped(TitleOf(report)) +
-                     "</title>\n<style>" + kReportStyle +
-                     "</style>\n</head>\n<body>\n<header>\n<h1>Loudness report</h1>\n<p>" +
-                     NameOf(report.limits) + ".</p>\n</header>\n<main>\n" + FigureTable(report);
+  std::string contents = FigureTable(report);
   for (std::size_t i = 0; i < report.files.size(); ++i)
-    page += FileSection(report.files[i], report.limits, IdOf(i));
-  return page + FailureSection(report.failures) + "</main>\n" + kFooter + "</body>\n</html>\n";
+    contents += FileSection(report.files[i], report.limits, IdOf(i));
+  return Page({TitleOf(report), "Loudness report", NameOf(report.limits) + ".",
+               contents + FailureSection(report.failures), kFooter});
 }
 
 }  // namespace louddesk

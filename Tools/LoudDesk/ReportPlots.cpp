@@ -8,6 +8,7 @@
 
 #include "Bin.h"
 #include "FigureFormat.h"
+#include "PlotFigure.h"
 #include "SvgPlot.h"
 
 namespace louddesk {
@@ -40,45 +41,13 @@ constexpr double kHistogramStep = 10.0;
 constexpr double kMostBarTicks = 4.0;
 constexpr int kMarkHeight = 17;  // pixels for each line of text over the histogram
 
-struct LegendEntry {
-  const char* style;  // of the sample
-  std::string text;
-};
-
 std::string Text(double figure) {
   return FigureText(figure, "-");
-}
-
-// A label of an axis: no decimals where none are needed.
-std::string Label(double value) {
-  std::string text = FigureText(value, "-");
-  while (text.back() == '0')
-    text.pop_back();
-  if (text.back() == '.')
-    text.pop_back();
-  return text;
 }
 
 LegendEntry TargetEntry(const LoudnessLimits& limits) {
   return {"aim band",
           "Target " + Text(limits.target) + " LKFS \xC2\xB1" + Text(limits.tolerance) + " LU"};
-}
-
-std::string Legend(const std::vector<LegendEntry>& entries) {
-  std::string list = "<ul class=\"legend\">\n";
-  for (const LegendEntry& entry : entries)
-    list += std::string("<li><svg aria-hidden=\"true\" class=\"sample\" viewBox=\"0 0 28 12\">") +
-            "<path class=\"" + entry.style + "\" d=\"M1 6H27\"/></svg>" + Escaped(entry.text) +
-            "</li>\n";
-  return list + "</ul>\n";
-}
-
-std::string Figure(const std::string& heading, const std::string& unit,
-                   const std::vector<LegendEntry>& legend, const std::string& drawing,
-                   const std::string& axis, const std::string& explanation) {
-  return "<figure>\n<h3>" + Escaped(heading) + " <span class=\"unit\">" + Escaped(unit) +
-         "</span></h3>\n" + Legend(legend) + drawing + "<p class=\"axis\">" + Escaped(axis) +
-         "</p>\n<figcaption>" + Escaped(explanation) + "</figcaption>\n</figure>\n";
 }
 
 double EndOf(const MeasuredSeries& series) {
@@ -112,7 +81,8 @@ std::vector<Tick> LoudnessTicks(const Scale& scale, double target) {
   const auto first = static_cast<int>(std::ceil((scale.low - target) / kLuStep - 1e-9));
   for (int i = first; target + i * kLuStep <= scale.high + 1e-9; ++i) {
     const double lu = i * kLuStep;
-    ticks.push_back({target + lu, Label(target + lu), (lu > 0 ? "+" : "") + Label(lu) + " LU"});
+    ticks.push_back(
+        {target + lu, AxisLabel(target + lu), (lu > 0 ? "+" : "") + AxisLabel(lu) + " LU"});
   }
   return ticks;
 }
@@ -141,7 +111,7 @@ std::vector<Tick> StepTicks(const Scale& scale, double step) {
   std::vector<Tick> ticks;
   const auto first = static_cast<int>(std::ceil(scale.low / step - 1e-9));
   for (int i = first; i * step <= scale.high + 1e-9; ++i)
-    ticks.push_back({i * step, Label(i * step)});
+    ticks.push_back({i * step, AxisLabel(i * step)});
   return ticks;
 }
 
@@ -222,7 +192,7 @@ struct Mark {
 // inner side of their lines.
 std::vector<Mark> MarksOf(const MeasuredSeries& series, const Scale& scale) {
   const LoudnessDistribution& distribution = series.distribution;
-  std::vector<Mark> marks = {{kAbsoluteGate, "Absolute gate " + Label(kAbsoluteGate), "gate"}};
+  std::vector<Mark> marks = {{kAbsoluteGate, "Absolute gate " + AxisLabel(kAbsoluteGate), "gate"}};
   const auto add = [&marks](const std::optional<double>& value, const char* name,
                             const char* style) {
     if (value)
@@ -308,9 +278,9 @@ std::string LoudnessFigure(const MeasuredSeries& series, const LoudnessLimits& l
                                            {"short", "Short-term, 3 s"},
                                            {"integrated", "Integrated so far"},
                                            TargetEntry(limits)};
-  return Figure("Loudness over time", "LKFS", legend, plot.Text(), TimeAxis(series),
-                "Scale from " + Label(scale.low) + " to " + Label(scale.high) +
-                    " LKFS; what lies beyond is drawn at its edge. 0 LU is the target.");
+  return FigureElement({"Loudness over time", "LKFS", legend, plot.Text(), TimeAxis(series),
+                        "Scale from " + AxisLabel(scale.low) + " to " + AxisLabel(scale.high) +
+                            " LKFS; what lies beyond is drawn at its edge. 0 LU is the target."});
 }
 
 std::string TruePeakFigure(const MeasuredSeries& series, const LoudnessLimits& limits,
@@ -332,10 +302,10 @@ std::string TruePeakFigure(const MeasuredSeries& series, const LoudnessLimits& l
                                      {"limit", "Limit: " + limit}};
   if (highest != nullptr)
     plot.AddDot(highest->seconds, *highest->truePeak, "peak-dot");
-  return Figure("True peak over time", "dBTP", legend, plot.Text(), TimeAxis(series),
-                "Scale from " + Label(scale.low) +
-                    " dBTP; what lies below is drawn at its edge. "
-                    "The dot marks the highest peak.");
+  return FigureElement({"True peak over time", "dBTP", legend, plot.Text(), TimeAxis(series),
+                        "Scale from " + AxisLabel(scale.low) +
+                            " dBTP; what lies below is drawn at its edge. "
+                            "The dot marks the highest peak."});
 }
 
 std::string HistogramFigure(const MeasuredSeries& series, const LoudnessLimits& limits,
@@ -344,12 +314,14 @@ std::string HistogramFigure(const MeasuredSeries& series, const LoudnessLimits& 
   if (histogram.highest <= 0.0)
     return "<p>No reading lies above the absolute gate of -70 LKFS, so there is no "
            "histogram.</p>\n";
-  return Figure("Loudness histogram", "% of readings",
-                {{"sample-counted", "Counts in the integrated loudness"},
-                 {"sample-gated", "Below the relative gate"},
-                 TargetEntry(limits)},
-                HistogramDrawing(series, histogram, limits, id), "Loudness, LKFS",
-                HistogramExplanation(series, histogram));
+  return FigureElement({"Loudness histogram",
+                        "% of readings",
+                        {{"sample-counted", "Counts in the integrated loudness"},
+                         {"sample-gated", "Below the relative gate"},
+                         TargetEntry(limits)},
+                        HistogramDrawing(series, histogram, limits, id),
+                        "Loudness, LKFS",
+                        HistogramExplanation(series, histogram)});
 }
 
 }  // namespace louddesk

@@ -11,7 +11,7 @@ const char kReportStyle[] = R"css(
   --page: #f4f6f8; --card: #ffffff; --edge: #dfe4ea; --text: #18212c; --muted: #566273;
   --grid: #e6eaef; --momentary: #6c97d2; --short: #1d5dbf; --integrated: #c2470a;
   --target: #12805a; --peak: #6a48c2; --limit: #c01f3c; --gate: #45505e; --range: #7b3aa0;
-  --bar: #6f9bd6; --pass: #0e6b46; --fail: #b2152f;
+  --bar: #6f9bd6; --pass: #0e6b46; --fail: #b2152f; --noted: #8a5a00;
 }
 @media screen and (prefers-color-scheme: dark) {
   :root {
@@ -19,7 +19,7 @@ const char kReportStyle[] = R"css(
     --page: #0f1319; --card: #171d26; --edge: #2a3340; --text: #e8edf4; --muted: #9fabbb;
     --grid: #26303c; --momentary: #4d76b3; --short: #82b4ff; --integrated: #ffb070;
     --target: #4fd1a1; --peak: #b7a2ff; --limit: #ff8296; --gate: #b6c0cd; --range: #d9a3f5;
-    --bar: #4f7fc0; --pass: #5fdcab; --fail: #ff8b9d;
+    --bar: #4f7fc0; --pass: #5fdcab; --fail: #ff8b9d; --noted: #f0bd62;
   }
 }
 * { box-sizing: border-box; }
@@ -55,6 +55,7 @@ td .unit { display: none; }
 .verdict { font-weight: 700; white-space: nowrap; }
 .pass { color: var(--pass); }
 .fail { color: var(--fail); }
+.noted { color: var(--noted); }
 .none { color: var(--muted); }
 li.is-pass { border-left-color: var(--pass); }
 li.is-fail { border-left-color: var(--fail); border-left-style: double; }
@@ -98,6 +99,21 @@ line { stroke-linecap: butt; }
 .gated { stroke: var(--bar); }
 .sample-counted { stroke: var(--bar); stroke-width: 10px; stroke-linecap: butt; }
 .sample-gated { stroke: var(--bar); stroke-width: 2px; stroke-dasharray: 5 3; }
+.stripe { fill: var(--text); fill-opacity: 0.05; }
+.predicted { fill: var(--noted); fill-opacity: 0.22; stroke: var(--noted); }
+.sample-predicted { stroke: var(--noted); stroke-width: 10px; stroke-opacity: 0.35; }
+.sample-target { stroke: var(--target); stroke-width: 10px; stroke-opacity: 0.3; }
+.met-dot { fill: var(--pass); stroke: var(--card); }
+.noted-dot { fill: var(--card); stroke: var(--noted); stroke-width: 2px; }
+.failed-dot { fill: var(--fail); stroke: var(--text); stroke-width: 2px; }
+.cases tbody th { font-weight: normal; }
+.cases .case th { padding-top: 18px; font-weight: 600; }
+.cases .case p { margin: 4px 0; font-size: 14px; font-weight: normal; color: var(--muted); }
+.case .verdict { margin-left: 10px; }
+.cases tbody .case + tr { border-top: 0; }
+.cases th:first-child { width: 38%; }
+.summary .meaning, .summary th:last-child { padding-left: 32px; text-align: left; }
+.meaning { white-space: normal; }
 footer { font-size: 14px; color: var(--muted); }
 @media screen and (max-width: 760px) {
   body { padding: 20px 12px 32px; }
@@ -109,10 +125,14 @@ footer { font-size: 14px; color: var(--muted); }
   thead { position: absolute; width: 1px; height: 1px; overflow: hidden; clip-path: inset(50%); }
   tbody tr { padding: 10px 0; }
   tbody tr:first-child { border-top: 0; padding-top: 0; }
-  th:first-child { width: auto; padding: 0 0 4px; }
+  th:first-child, .cases th:first-child { width: auto; padding: 0 0 4px; }
   td { display: flex; justify-content: space-between; padding: 3px 0; }
   td::before { content: attr(data-name); color: var(--muted); }
   td .unit { display: inline; }
+  .summary .meaning { display: block; padding-left: 0; color: var(--muted); }
+  .cases tbody tr { display: grid; grid-template-columns: 1fr 1fr; column-gap: 28px; }
+  .cases tbody th { grid-column: 1 / -1; }
+  .case .verdict { margin-left: 0; }
 }
 @media print {
   :root { --page: #ffffff; }

@@ -2,9 +2,10 @@
 
 #include "MqLink.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -18,10 +19,10 @@ constexpr int kWatchedEvents =
 // First frame of an event message: 16-bit event, 32-bit value, without padding.
 constexpr std::size_t kEventFrameSize = 6;
 
-std::string MonitorEndpointOf(const zsock_t* socket) {
-  char text[64] = {};
-  std::snprintf(text, sizeof text, "inproc://links-of-%p", static_cast<const void*>(socket));
-  return text;
+// A name that no watch had before: those of earlier ones are given back some time later.
+std::string NewMonitorEndpoint() {
+  static unsigned long watches = 0;
+  return "inproc://links-" + std::to_string(++watches);
 }
 
 // The next frame; false when there is none yet.
@@ -38,7 +39,7 @@ bool TakeFrame(void* socket, std::string& bytes) {
 }  // namespace
 
 void MqPrepareLink(zsock_t* socket, bool isOverTcp) {
-  zsock_set_maxmsgsize(socket, kMqMaxFrameSize);
+  zsock_set_maxmsgsize(socket, isOverTcp ? kMqMaxFrameSize : kMqMaxLocalFrameSize);
   zsock_set_handshake_ivl(socket, kMqHandshakeTimeoutMs);
   zsock_set_connect_timeout(socket, kMqConnectTimeoutMs);
   zsock_set_heartbeat_ivl(socket, isOverTcp ? kMqHeartbeatPeriodMs : 0);
@@ -58,7 +59,7 @@ MqLinkWatch& MqLinkWatch::operator=(MqLinkWatch&& other) noexcept {
 
 bool MqLinkWatch::Start(zsock_t* socket) {
   Stop();
-  const std::string endpoint = MonitorEndpointOf(socket);
+  const std::string endpoint = NewMonitorEndpoint();
   if (zmq_socket_monitor(zsock_resolve(socket), endpoint.c_str(), kWatchedEvents) == -1)
     return false;
   mpSocket = socket;
@@ -98,23 +99,48 @@ void MqLinkWatch::TakeEvents() {
 
 void MqLinkWatch::TakeEvent(std::uint16_t event, const std::string& endpoint) {
   Link& link = mLinks[endpoint];
+  const std::int64_t now = zclock_mono();
   switch (event) {
     case ZMQ_EVENT_HANDSHAKE_SUCCEEDED:
-      link = Link();
+      link.lostSince = kNever;
+      link.upSince = now;
       break;
     case ZMQ_EVENT_CONNECTED:
     case ZMQ_EVENT_CONNECT_RETRIED:
-      link.lostSince = kNotLost;
+      link.lostSince = kNever;
       break;
     default:
-      link.lostSince = zclock_mono();
+      if (link.upSince != kNever && now - link.upSince >= kMqGoodLinkMs)
+        link.isReported = false;
+      link.upSince = kNever;
+      link.lostSince = now;
       break;
   }
 }
 
-void MqLinkWatch::Renew(const std::string& endpoint, Link& link) {
-  link.lostSince = kNotLost;
-  // What is left of the old link, if anything, would make the new one a second one.
-  zsock_disconnect(mpSocket, "%s", endpoint.c_str());
-  zsock_connect(mpSocket, "%s", endpoint.c_str());
+bool MqLinkWatch::IsAnyLostForGood() const {
+  const std::int64_t now = zclock_mono();
+  return std::any_of(mLinks.begin(), mLinks.end(), [now](const auto& entry) {
+    const std::int64_t lostSince = entry.second.lostSince;
+    return lostSince != kNever && now - lostSince >= kMqLostLinkPatienceMs;
+  });
+}
+
+// All lost links are taken down before the first is made anew, also those that were lost a moment
+// ago. The library keeps the address of a connection that it has given up and freed until it is
+// told to disconnect, and then ends whatever lives there: that might be a new connection of another
+// link, which nobody would be told of.
+void MqLinkWatch::RenewLost() {
+  std::vector<std::string> lost;
+  for (const auto& [endpoint, link] : mLinks)
+    if (link.lostSince != kNever)
+      lost.push_back(endpoint);
+  for (const std::string& endpoint : lost)
+    zsock_disconnect(mpSocket, "%s", endpoint.c_str());
+  for (const std::string& endpoint : lost) {
+    zsock_connect(mpSocket, "%s", endpoint.c_str());
+    Link& link = mLinks[endpoint];
+    link.lostSince = kNever;
+    link.isReportDue = !std::exchange(link.isReported, true);
+  }
 }

@@ -3,7 +3,8 @@
 //
 // The noise has nothing at half of the sample rate, as nothing has that went through a converter.
 // Noise that is white up to there has no true peak that an interpolator of this size could find:
-// both meters miss it by more than a decibel, and not by the same.
+// both meters miss it by more than a decibel, and not by the same. Of such noise only the loudness
+// is compared.
 
 #include <ebur128.h>
 #include <gtest/gtest.h>
@@ -35,6 +36,13 @@ void PrintTo(const Sound& sound, std::ostream* out) {
   *out << sound.channels << " channels at " << sound.sampleRate << " Hz";
 }
 
+// What is made of the white noise.
+enum class Colour {
+  kWhite,     // left as it is
+  kSmoothed,  // with nothing at half of the sample rate
+  kPink,      // 3 dB less for each octave upwards, and nothing at half of the sample rate
+};
+
 struct DestroyEbur128 {
   void operator()(ebur128_state* state) const { ebur128_destroy(&state); }
 };
@@ -42,8 +50,9 @@ struct DestroyEbur128 {
 // Both meters side by side, fed with the same blocks.
 class BothMeters {
  public:
-  explicit BothMeters(const Sound& sound)
+  explicit BothMeters(const Sound& sound, Colour colour = Colour::kSmoothed)
       : mSound(sound),
+        mColour(colour),
         mFrontEnd(sound.channels, sound.sampleRate),
         mTheirs(ebur128_init(static_cast<unsigned>(sound.channels),
                              static_cast<unsigned long>(sound.sampleRate),
@@ -61,7 +70,10 @@ class BothMeters {
     std::vector<double> samples(frames * mSound.channels);
     BlockReading reading;
     while (source->Read(samples.data(), frames) == frames) {
-      Smooth(samples);
+      if (mColour == Colour::kPink)
+        MakePink(samples);
+      if (mColour != Colour::kWhite)
+        Smooth(samples);
       ASSERT_FALSE(mFrontEnd.Measure(samples.data(), reading).has_value());
       mOurs.Feed(reading);
       ASSERT_EQ(ebur128_add_frames_double(mTheirs.get(), samples.data(), frames), EBUR128_SUCCESS);
@@ -116,13 +128,33 @@ class BothMeters {
     }
   }
 
+  // Three low passes of the first order, each four octaves above the one before it and a fourth
+  // as high: their sum falls by about 3 dB an octave.
+  void MakePink(std::vector<double>& samples) {
+    constexpr double kMakeUp = 4.0;                        // for most of what the low passes take
+    constexpr double kCorners[] = {0.000625, 0.01, 0.16};  // in shares of the sample rate
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      auto& states = mPinkStates[i % mSound.channels];
+      double sum = 0.0;
+      double gain = 1.0;
+      for (std::size_t k = 0; k < states.size(); ++k, gain /= 4.0) {
+        const double share = 1.0 - std::exp(-2.0 * M_PI * kCorners[k]);
+        states[k] += share * (samples[i] - states[k]);
+        sum += gain * states[k];
+      }
+      samples[i] = kMakeUp * sum;
+    }
+  }
+
   Sound mSound;
+  Colour mColour;
   BlockMeter mFrontEnd;
   ServiceMeter mOurs;
   std::unique_ptr<ebur128_state, DestroyEbur128> mTheirs;
   int mBlocks = 0;
   // The last two samples of each channel before smoothing.
   std::array<std::pair<double, double>, kMeters> mPrevious{};
+  std::array<std::array<double, 3>, kMeters> mPinkStates{};
 };
 
 StepSignal NoiseInSteps(const std::vector<SignalStep>& steps) {
@@ -159,6 +191,20 @@ TEST_P(Ebur128AgreementTest, NoiseInPassagesIsGatedTheSame) {
                             {2.0, {-50.0}}}));
   meters.ExpectSameIntegrated();
   meters.ExpectSameTruePeak();
+}
+
+// From close to full scale down to where the absolute gate is near.
+TEST_P(Ebur128AgreementTest, NoiseOfAnyLevelAndColourReadsTheSame) {
+  for (const double level : {-1.0, -20.0, -45.0})
+    for (const Colour colour : {Colour::kWhite, Colour::kSmoothed, Colour::kPink}) {
+      SCOPED_TRACE(testing::Message() << level << " dBFS, colour " << static_cast<int>(colour));
+      BothMeters meters(GetParam(), colour);
+      meters.Play(NoiseInSteps({{0.7, {level}}}));
+      meters.ExpectSameMomentary();
+      meters.ExpectSameIntegrated();
+      if (colour != Colour::kWhite)
+        meters.ExpectSameTruePeak();
+    }
 }
 
 std::vector<Sound> Sounds() {

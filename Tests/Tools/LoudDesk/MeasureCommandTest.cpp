@@ -249,8 +249,8 @@ TEST_F(MeasureCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
     const char* arguments;
     const char* complaint;
   } const cases[] = {
-      {"", "subcommand is required"},
-      {"weigh a.wav", "subcommand is required"},
+      {"", "a subcommand is missing behind LoudDesk: measure, unit, "},
+      {"weigh a.wav", "weigh: no such subcommand; there are measure, unit, "},
       {"measure", "FILE is required"},
       {"measure --format xml a.wav", "--format: xml not in {table,json,csv}"},
       {"measure --loud a.wav", "--loud"},
@@ -264,19 +264,44 @@ TEST_F(MeasureCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
       {"measure --live a.wav", "--live requires --report"},
       {"measure --report r.html --live --tolerance 1 a.wav", "excludes --"},
       {"measure --report r.html --target loud a.wav",
-       "--target: \"loud\" is not between -70.00 and 0.00"},
+       "--target: \"loud\" is not between -70 and 0"},
       {"measure --report r.html --target nan a.wav", "--target: \"nan\" is not between"},
       {"measure --report r.html --target 1 a.wav", "--target: \"1\" is not between"},
       {"measure --report r.html --tolerance -1 a.wav",
-       "--tolerance: \"-1\" is not between 0.00 and 20.00"},
+       "--tolerance: \"-1\" is not between 0 and 20"},
       {"measure --report r.html --max-true-peak inf a.wav",
-       "--max-true-peak: \"inf\" is not between -40.00 and 20.00"},
+       "--max-true-peak: \"inf\" is not between -40 and 20"},
   };
   for (const auto& c : cases) {
     const Outcome outcome = Run(c.arguments);
-    EXPECT_GT(outcome.status, 0) << c.arguments;
+    EXPECT_EQ(outcome.status, 2) << c.arguments;
     EXPECT_EQ(outcome.out, "") << c.arguments;
-    EXPECT_THAT(outcome.errors, HasSubstr(c.complaint)) << c.arguments;
+    EXPECT_THAT(outcome.errors, AllOf(StartsWith("LoudDesk: "), HasSubstr(c.complaint)))
+        << c.arguments;
+    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << c.arguments;
+  }
+}
+
+// What a new user gives for a file, each with its one line.
+TEST_F(MeasureCommandTest, WhatIsNoAudioFileIsNamedWithTheReason) {
+  const std::string directory = mDirectory.Path(".");
+  const std::string empty = mDirectory.WriteBytes("empty.wav", "");
+  const std::string text = mDirectory.WriteBytes("text.wav", "Not a sound.\n");
+  struct {
+    std::string path;
+    const char* reason;
+  } const cases[] = {
+      {directory, "is a directory"},
+      {empty, "is empty"},
+      {text, "is no audio file that can be read (Format not recognised)"},
+      {"/dev/null", "is no regular file"},
+      {mDirectory.Path("gone.wav"), "no such file"},
+  };
+  for (const auto& c : cases) {
+    const Outcome outcome = Run("measure " + Quoted(c.path));
+    EXPECT_EQ(outcome.status, 1) << c.path;
+    EXPECT_EQ(outcome.out, "") << c.path;
+    EXPECT_EQ(outcome.errors, "LoudDesk: " + c.path + ": " + c.reason + "\n");
   }
 }
 

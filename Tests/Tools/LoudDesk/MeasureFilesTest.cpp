@@ -3,7 +3,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sndfile.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <limits>
@@ -208,13 +210,27 @@ TEST_F(MeasureFilesTest, NothingIsMeasuredForAReportThatCannotBeWritten) {
   const std::string report = mDirectory.Path("missing/report.html");
   EXPECT_EQ(Run({{WriteTone("a.wav")}, FigureStyle::kTable, std::nullopt, report}), 1);
   EXPECT_EQ(mOut.str(), "");
-  EXPECT_EQ(mErrors.str(), "LoudDesk: " + report + ": the report cannot be written\n");
+  EXPECT_EQ(mErrors.str(),
+            "LoudDesk: " + report + ": the report cannot be written: No such file or directory\n");
 }
 
-TEST_F(MeasureFilesTest, AReportThatFindsTheDiskFullIsAFailure) {
-  EXPECT_EQ(Run({{WriteTone("a.wav")}, FigureStyle::kJson, std::nullopt, "/dev/full"}), 1);
-  EXPECT_EQ(mErrors.str(), "LoudDesk: /dev/full: the report could not be written\n");
+TEST_F(MeasureFilesTest, NothingIsMeasuredForAReportInThePlaceOfADirectory) {
+  const std::string report = mDirectory.Path(".");
+  EXPECT_EQ(Run({{WriteTone("a.wav")}, FigureStyle::kTable, std::nullopt, report}), 1);
+  EXPECT_EQ(mOut.str(), "");
+  EXPECT_EQ(mErrors.str(),
+            "LoudDesk: " + report + ": the report cannot be written: is a directory\n");
+}
+
+TEST_F(MeasureFilesTest, AReportThatFindsTheDiskFullIsAFailureAndLeavesTheEarlierOne) {
+  const std::string tone = WriteTone("a.wav");
+  const std::string report = mDirectory.WriteBytes("report.html", "earlier");
+  const test_audio::FileSizeLimit limit(100);
+  EXPECT_EQ(Run({{tone}, FigureStyle::kJson, std::nullopt, report}), 1);
+  EXPECT_EQ(mErrors.str(),
+            "LoudDesk: " + report + ": the report could not be written: File too large\n");
   EXPECT_THAT(mOut.str(), StartsWith("{\"File\":"));
+  EXPECT_EQ(test_audio::BytesOf(report), "earlier");
 }
 
 // 32 channels at 192 kHz make a long file of little more than three seconds; block 17 ends at

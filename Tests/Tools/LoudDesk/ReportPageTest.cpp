@@ -4,58 +4,22 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <libxml/parser.h>
-#include <libxml/xpath.h>
-#include <libxml/xpathInternals.h>
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <set>
 
 #include "Bin.h"
+#include "ParsedPage.h"
 
 namespace louddesk {
 namespace {
 
+using test_page::ParsedPage;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
-
-// A page after parsing. XPath names elements of the page with h:, those of drawings with s:.
-class ParsedPage {
- public:
-  explicit ParsedPage(const std::string& page)
-      : mDocument(xmlReadMemory(page.data(), static_cast<int>(page.size()), "page", "UTF-8",
-                                XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
-                  xmlFreeDoc) {}
-
-  bool IsWellFormed() const { return mDocument != nullptr; }
-
-  // The text of each element or attribute found, in the order of the page.
-  std::vector<std::string> Texts(const std::string& path) const {
-    std::vector<std::string> texts;
-    const std::unique_ptr<xmlXPathContext, decltype(&xmlXPathFreeContext)> context(
-        xmlXPathNewContext(mDocument.get()), xmlXPathFreeContext);
-    xmlXPathRegisterNs(context.get(), BAD_CAST "h", BAD_CAST "http://www.w3.org/1999/xhtml");
-    xmlXPathRegisterNs(context.get(), BAD_CAST "s", BAD_CAST "http://www.w3.org/2000/svg");
-    const std::unique_ptr<xmlXPathObject, decltype(&xmlXPathFreeObject)> found(
-        xmlXPathEvalExpression(BAD_CAST path.c_str(), context.get()), xmlXPathFreeObject);
-    EXPECT_NE(found, nullptr) << path;
-    for (int i = 0; found && found->nodesetval && i < found->nodesetval->nodeNr; ++i) {
-      xmlChar* text = xmlNodeGetContent(found->nodesetval->nodeTab[i]);
-      texts.emplace_back(reinterpret_cast<const char*>(text));
-      xmlFree(text);
-    }
-    return texts;
-  }
-
-  std::size_t Count(const std::string& path) const { return Texts(path).size(); }
-
- private:
-  std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> mDocument;
-};
 
 SeriesPoint Point(double seconds, float loudness, float truePeak) {
   SeriesPoint point;
@@ -389,6 +353,19 @@ TEST(ReportPageTest, APageOfTwoHoursStaysSmall) {
   const std::string page = PageOf({series});
   EXPECT_LT(page.size(), 250000U);
   EXPECT_TRUE(ParsedPage(page).IsWellFormed());
+}
+
+// 900 columns at most, of which an outline needs two points each and the corners of its ends.
+TEST(ReportPageTest, TheNumberOfPointsIsBoundedHoweverLongTheFile) {
+  MeasuredSeries series = Programme();
+  series.points.clear();
+  for (int i = 1; i <= 72000; ++i)
+    series.points.push_back(Point(i / 10.0, -23.0F - static_cast<float>(i % 7), -12.0F));
+  const auto curves = ParsedPage(PageOf({series})).Texts("//s:svg/s:svg/s:path/@d");
+  EXPECT_GE(curves.size(), 5U);
+  for (const std::string& data : curves)
+    EXPECT_LE(std::count_if(data.begin(), data.end(), [](char c) { return c == 'M' || c == 'L'; }),
+              2 * 900 + 2);
 }
 
 TEST(ReportPageTest, LightAndDarkNarrowAndPaperAreProvidedFor) {

@@ -3,7 +3,9 @@
 #include "TestAudio.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sndfile.h>
+#include <sys/resource.h>
 
 #include <cmath>
 #include <cstdlib>
@@ -103,6 +105,17 @@ std::string AudioDirectory::WriteBytes(const std::string& name, const std::strin
   file << bytes;
   EXPECT_TRUE(file.flush()) << path;
   return path;
+}
+
+FileSizeLimit::FileSizeLimit(std::uint64_t bytes) {
+  signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit = {bytes, RLIM_INFINITY};
+  EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
+FileSizeLimit::~FileSizeLimit() {
+  const rlimit none = {RLIM_INFINITY, RLIM_INFINITY};
+  EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
 }
 
 std::string BytesOf(const std::string& path) {

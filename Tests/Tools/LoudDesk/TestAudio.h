@@ -53,6 +53,15 @@ class AudioDirectory {
   std::string mPath;
 };
 
+/// While it lives, writes of this process beyond so many bytes of a file fail, as on a full disk.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(std::uint64_t bytes);
+  ~FileSizeLimit();
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+};
+
 /// The bytes of a file.
 std::string BytesOf(const std::string& path);
 

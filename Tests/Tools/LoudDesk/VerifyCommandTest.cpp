@@ -6,9 +6,11 @@
 #include <rapidjson/document.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <sstream>
 
+#include "ComplianceExplanations.h"
 #include "TestAudio.h"
 
 namespace {
@@ -66,16 +68,59 @@ TEST_F(VerifyCommandTest, TheDocumentShowsWhatTheToolPrints) {
       << "replace the table in " << kDocument << " by the output of LoudDesk verify";
 }
 
-TEST_F(VerifyCommandTest, TheDocumentExplainsEveryCase) {
+// Words with a single blank between them, whatever the lines.
+std::string InOneLine(const std::string& text) {
+  std::istringstream words(text);
+  std::string line;
+  for (std::string word; words >> word;)
+    line += (line.empty() ? "" : " ") + word;
+  return line;
+}
+
+// "**3341-1** and **3341-2**: ".
+std::string Heading(const std::vector<std::string>& ids) {
+  std::string heading;
+  for (std::size_t i = 0; i < ids.size(); ++i)
+    heading += (i == 0 ? "" : i + 1 == ids.size() ? " and " : ", ") + ("**" + ids[i] + "**");
+  return heading + ": ";
+}
+
+// The page and the document explain the cases in the same words.
+TEST_F(VerifyCommandTest, TheDocumentExplainsEveryCaseAsTheReportDoes) {
   const std::string document = BytesOf(kDocument);
-  const std::string text = document.substr(document.find(kTableEnd) + sizeof kTableEnd - 1);
+  const std::string text = InOneLine(document);
+  for (const louddesk::CaseExplanation& explanation : louddesk::CaseExplanations())
+    EXPECT_THAT(text, HasSubstr(Heading(explanation.caseIds) + explanation.text));
   std::istringstream rows(Between(document, kTableBegin, kTableEnd));
+  int cases = 0;
   for (std::string row; std::getline(rows, row);) {
     const std::string id = row.substr(2, row.find(' ', 2) - 2);
-    if (id.find('-') == 4) {
-      EXPECT_THAT(text, HasSubstr("**" + id + "**"));
-    }
+    if (id.find('-') != 4)
+      continue;
+    ++cases;
+    EXPECT_NE(louddesk::ExplanationOf(id), "") << id;
   }
+  EXPECT_GT(cases, 30);
+}
+
+TEST_F(VerifyCommandTest, AReportIsWrittenBesideTheTable) {
+  const std::string report = mDirectory.Path("report.html");
+  const Outcome outcome =
+      Run("--case 3341-1 --rate 44100 --format markdown --report '" + report + "'");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_THAT(outcome.out, testing::StartsWith("| Case | Signal |"));
+  EXPECT_THAT(BytesOf(report),
+              testing::AllOf(HasSubstr("id=\"case-3341-1\""), HasSubstr("at 44.1 kHz, measured")));
+}
+
+TEST_F(VerifyCommandTest, AReportThatCannotBeWrittenIsOneLine) {
+  const std::string report = mDirectory.Path("missing/report.html");
+  const Outcome outcome = Run("--case 3341-7 --report '" + report + "'");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.errors,
+            "LoudDesk: " + report + ": the report cannot be written: No such file or directory\n");
 }
 
 TEST_F(VerifyCommandTest, JsonIsAllThereIsOnStandardOutput) {
@@ -108,8 +153,8 @@ TEST_F(VerifyCommandTest, HelpShowsAnExampleAndEveryVerdict) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.errors, "");
   EXPECT_THAT(outcome.out, HasSubstr("\nExample:\n  LoudDesk verify\n"));
-  for (const char* word : {"--case", "--rate", "--format", "--service", "--cluster", "--wait",
-                           "  pass ", "  grid ", "  FAIL ", "  not run "})
+  for (const char* word : {"--case", "--rate", "--format", "--report", "--service", "--cluster",
+                           "--wait", "  pass ", "  grid ", "  FAIL ", "  not run "})
     EXPECT_THAT(outcome.out, HasSubstr(word));
   std::istringstream lines(outcome.out);
   for (std::string line; std::getline(lines, line);)
@@ -130,14 +175,16 @@ TEST_F(VerifyCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
       {"--format xml", "--format: xml not in {table,json,markdown}"},
       {"--cluster 2", "--cluster requires --service"},
       {"--service --cluster 9", "--cluster: Value 9 not in range 1 to 8"},
-      {"--service --wait -1", "--wait"},
+      {"--service --wait -1", "--wait: \"-1\" is not between 0 and 3600"},
+      {"--report page.wav", "--report: the name of a report ends in .html"},
       {"3341-1", "3341-1"},
   };
   for (const auto& c : cases) {
     const Outcome outcome = Run(c.arguments);
-    EXPECT_GT(outcome.status, 0) << c.arguments;
+    EXPECT_EQ(outcome.status, 2) << c.arguments;
     EXPECT_EQ(outcome.out, "") << c.arguments;
     EXPECT_THAT(outcome.errors, HasSubstr(c.complaint)) << c.arguments;
+    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << c.arguments;
   }
 }
 

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "TestAudio.h"
+
 namespace louddesk {
 namespace {
 
@@ -56,6 +58,7 @@ class VerifyTest : public testing::Test {
     return Verify(options, meter, mOut, mErrors);
   }
 
+  test_audio::AudioDirectory mDirectory;
   std::ostringstream mOut;
   std::ostringstream mErrors;
 };
@@ -129,6 +132,39 @@ TEST_F(VerifyTest, StylesDifferInNothingButTheText) {
   options.style = ComplianceStyle::kMarkdown;
   EXPECT_EQ(Run(options, *MakeEngineUnderTest()), 0);
   EXPECT_THAT(mOut.str(), StartsWith("| Case | Signal |"));
+}
+
+TEST_F(VerifyTest, AReportIsWrittenBesideTheRows) {
+  VerifyOptions options;
+  options.cases = {"3341-2", "3341-7"};
+  options.style = ComplianceStyle::kJson;
+  options.report = mDirectory.Path("report.html");
+  EXPECT_EQ(Run(options, *MakeEngineUnderTest()), 0);
+  EXPECT_EQ(mErrors.str(), "");
+  EXPECT_THAT(mOut.str(), StartsWith("{\"Case\":\"3341-2\","));
+  EXPECT_THAT(test_audio::BytesOf(options.report),
+              AllOf(StartsWith("<!DOCTYPE html>"), HasSubstr("id=\"case-3341-2\""),
+                    HasSubstr("id=\"case-3341-7\""), Not(HasSubstr("id=\"case-3341-1\"")),
+                    HasSubstr("front end, dispatcher and engine"), EndsWith("</html>\n")));
+}
+
+TEST_F(VerifyTest, AReportShowsWhatFailed) {
+  WrongMeter meter(-0.5);
+  VerifyOptions options;
+  options.cases = {"3341-2"};
+  options.report = mDirectory.Path("report.html");
+  EXPECT_EQ(Run(options, meter), 1);
+  EXPECT_THAT(test_audio::BytesOf(options.report), HasSubstr("FAIL</span>"));
+}
+
+TEST_F(VerifyTest, NothingIsMeasuredForAReportThatCannotBeWritten) {
+  VerifyOptions options;
+  options.cases = {"3341-2"};
+  options.report = mDirectory.Path("missing/report.html");
+  EXPECT_EQ(Run(options, *MakeEngineUnderTest()), 1);
+  EXPECT_EQ(mOut.str(), "");
+  EXPECT_EQ(mErrors.str(), "LoudDesk: " + options.report +
+                               ": the report cannot be written: No such file or directory\n");
 }
 
 TEST_F(VerifyTest, AStreamThatTakesNothingIsAFailure) {

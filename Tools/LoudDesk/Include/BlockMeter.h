@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "BlockReading.h"
 #include "KWeighting.h"
@@ -23,6 +24,10 @@ struct BadSample {
   std::size_t channel;  // counted from zero
   std::uint64_t frame;  // counted from zero at the beginning of the stream
 };
+
+/// What is wrong with a source that holds such a sample, for messages: channel (from 1), frame and
+/// time.
+std::string BadSampleText(const BadSample& sample, int sampleRate);
 
 /// Power of a channel in the service's integer scale, in which loudness is
 /// 10 log10(P) - 152.6905962 - 0.6974 LKFS, from its K-weighted mean square, full scale 1.0. Powers

@@ -32,6 +32,15 @@ void LiveLine::Show(const std::string& text, Time now) {
   mOut << text << "\n" << std::flush;
 }
 
+void LiveLine::Print(const std::string& text) {
+  if (mShown > 0)
+    mOut << '\r' << text << std::string(mShown - std::min(mShown, text.size()), ' ');
+  else
+    mOut << text;
+  mOut << "\n" << std::flush;
+  mShown = 0;
+}
+
 void LiveLine::Finish() {
   if (mShown > 0)
     mOut << "\n" << std::flush;

@@ -65,7 +65,7 @@ LogLine DecodeLogLine(const Frames& frames) {
   return line;
 }
 
-std::vector<int> Figures(const LoudnessData_t& data) {
+std::vector<int> FiguresOf(const LoudnessData_t& data) {
   return {data.MaxMomentary, data.Momentary, data.ShortTerm,   data.Integrated,
           data.Lra,          data.Program,   data.MaxTruePeak, data.TruePeak};
 }

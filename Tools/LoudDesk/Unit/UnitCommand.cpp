@@ -2,11 +2,16 @@
 
 #include "UnitCommand.h"
 
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <iostream>
 #include <memory>
+
+#include "NumberCheck.h"
+#include "PlayList.h"
+#include "UnitPlayer.h"
 
 namespace louddesk {
 
@@ -17,7 +22,9 @@ constexpr std::size_t kUsualColumns = 80;
 
 constexpr double kSlowestSpeed = 0.01;
 constexpr double kFastestSpeed = 1000;
-constexpr double kLongestWait = 3600;  // s
+constexpr double kLongestWait = 3600;       // s
+constexpr double kShortestDuration = 0.1;   // s, a block
+constexpr double kLongestDuration = 86400;  // s
 
 constexpr char kFooter[] =
     "\nExample, with the service of the first cluster on the same machine:\n"
@@ -25,13 +32,32 @@ constexpr char kFooter[] =
     "  export LOUDCALC_OPTICAL_BOARD_ADDRESS=127.0.0.2\n"
     "  LoudCalc -m 1 -c 1 &\n"
     "  LoudDesk unit /usr/share/sounds/alsa/Front_Center.wav\n"
+    "  LoudDesk unit --tone 997,-23\n"
+    "  LoudDesk unit --noise -20 --duration 10 --case 3341-5 --loop\n"
+    "  (sleep 5; echo pause; sleep 5; echo play) | LoudDesk unit --tone 997,-23\n"
     "\n"
     "The places of the unit's application servers, hardware manager, process\n"
     "monitor, log sink and signal processor must be free. The figures shown are those\n"
     "that the service publishes: momentary (M), short-term (S) and integrated (I)\n"
     "loudness, loudness range (LRA) and true peak (TP); - stands for no reading.\n"
-    "Files of the same speakers are measured on; others start a new measurement.\n"
-    "Ctrl-C ends with the figures so far.\n";
+    "\n"
+    "Files are played first, then tones, noises and cases, each in the order given.\n"
+    "Tones and noises are stereo, at 48 kHz; levels are dBFS, of a tone its peak, of\n"
+    "a noise its rms. Without --duration they last until Ctrl-C. Cases are those of\n"
+    "LoudDesk verify but the recordings. Sources of the same speakers are measured\n"
+    "on; others start a new measurement, and so does each signal of a case.\n"
+    "\n"
+    "While something is played, the service takes orders: on a terminal keys, from a\n"
+    "pipe or a file lines with the words. An order is shown, and what the service\n"
+    "acknowledges; the next one is taken then. The end of the input ends nothing.\n"
+    "  key word           key word           key word\n"
+    "  s   start          t   stop           +   reporting on\n"
+    "  p   pause          r   reset          -   reporting off\n"
+    "  y   play           i   print          h   help           q   quit\n"
+    "print makes the service print the order on its own console. With reporting off,\n"
+    "orders wait. The service is in the mode Manual, in which a stop is obeyed; it\n"
+    "also stops when reset in a pause.\n"
+    "Ctrl-C and quit end with the figures so far.\n";
 
 TerminalColumns ColumnsOfTerminal() {
   if (isatty(STDOUT_FILENO) == 0)
@@ -42,17 +68,10 @@ TerminalColumns ColumnsOfTerminal() {
   return size.ws_col;
 }
 
-bool AllCanBePlayed(const UnitOptions& options, std::ostream& errors) {
-  bool result = true;
-  for (const std::string& path : options.files) {
-    try {
-      LayoutFor(AudioFile(path), options.speakers);
-    } catch (const AudioFileError& error) {
-      errors << kErrorPrefix << error.what() << "\n";
-      result = false;
-    }
-  }
-  return result;
+// The number of a closed standard input would go to the next thing that is opened.
+void HoldStandardInput() {
+  if (fcntl(STDIN_FILENO, F_GETFD) == -1)
+    open("/dev/null", O_RDONLY);
 }
 
 // Services of the other meter sets subscribe to no presets, or to no data that they take.
@@ -60,57 +79,106 @@ std::string CheckMeterSet(const std::string& value) {
   return value == "1" ? "" : "only a service of meter set 1 takes presets and raw data from a unit";
 }
 
-void Run(const UnitOptions& options, std::ostream& out, TerminalColumns columns) {
-  UnitPlayer player(options, out, columns);
-  player.Connect();
-  for (const std::string& path : options.files)
-    if (!UnitPlayer::IsInterrupted())
-      player.Play(path);
-  player.Finish();
+bool AllCanBePlayed(const std::vector<Playable>& list) {
+  bool result = true;
+  for (const Playable& playable : list) {
+    try {
+      playable.open();
+    } catch (const AudioFileError& error) {
+      std::cerr << kErrorPrefix << error.what() << "\n";
+      result = false;
+    }
+  }
+  return result;
 }
 
-}  // namespace
+void PlayAll(UnitPlayer& player, const std::vector<Playable>& list, bool isLooped) {
+  do {
+    unsigned long played = 0;
+    for (const Playable& playable : list)
+      if (!player.IsOver())
+        played += player.Play(playable);
+    if (isLooped && played == 0 && !player.IsOver())
+      throw PlayError("nothing to play again: there is no block of 100 ms");
+  } while (isLooped && !player.IsOver());
+}
 
-int PlayUnit(const UnitOptions& options, std::ostream& out, std::ostream& errors,
-             TerminalColumns columns) {
-  if (!AllCanBePlayed(options, errors))
+// What cannot be played as it is asked for is a fault of the command line.
+std::vector<Playable> ListOf(const PlayListOptions& options) {
+  try {
+    return MakePlayList(options);
+  } catch (const PlayListError& error) {
+    throw CLI::ValidationError(error.what());
+  }
+}
+
+int PlayUnit(const std::vector<Playable>& list, bool isLooped, const PlayerOptions& options) {
+  HoldStandardInput();
+  if (!AllCanBePlayed(list))
     return 1;
   try {
-    Run(options, out, columns);
+    UnitPlayer player(options, std::cout, ColumnsOfTerminal());
+    player.Connect();
+    player.TakeOrdersFrom(STDIN_FILENO);
+    PlayAll(player, list, isLooped);
+    player.Finish();
   } catch (const std::runtime_error& error) {
-    errors << kErrorPrefix << error.what() << "\n";
+    std::cerr << kErrorPrefix << error.what() << "\n";
     return 1;
   }
   return 0;
 }
 
-void AddUnitCommand(CLI::App& app, int& status) {
-  CLI::App* command =
-      app.add_subcommand("unit", "Play audio files as a unit around a running service");
-  auto options = std::make_shared<UnitOptions>();
-  auto speakers = std::make_shared<std::string>();
-  command->add_option("FILE", options->files, "Audio files of 1 to 32 channels, 8 to 192 kHz")
-      ->required();
-  command->add_option("--speed", options->speed, "Times real time")
+void AddSourceOptions(CLI::App* command, const std::shared_ptr<PlayListOptions>& sources) {
+  command->add_option("FILE", sources->files, "Audio files of 1 to 32 channels, 8 to 192 kHz");
+  command->add_option("--tone", sources->tones, "FREQ,LEVEL of a sine; may be given again")
+      ->check(CheckTone)
+      ->allow_extra_args(false);
+  command->add_option("--noise", sources->noises, "LEVEL of white noise; may be given again")
+      ->check(CheckNoise)
+      ->allow_extra_args(false);
+  command->add_option("--case", sources->cases, "Test signal of a case; may be given again")
+      ->check(CheckTestSignal)
+      ->allow_extra_args(false);
+  command->add_option("--duration", sources->seconds, "Seconds of each tone and noise")
+      ->check(Between(kShortestDuration, kLongestDuration));
+  command->add_flag("--loop", sources->isLooped, "Play everything again and again");
+}
+
+void AddPlayerOptions(CLI::App* command, const std::shared_ptr<PlayerOptions>& player) {
+  command->add_option("--speed", player->speed, "Times real time")
       ->capture_default_str()
-      ->check(CLI::Range(kSlowestSpeed, kFastestSpeed));
-  command->add_option("--meter-set", options->meterSet, "Meter set of the service")
+      ->check(Between(kSlowestSpeed, kFastestSpeed));
+  command->add_option("--meter-set", player->meterSet, "Meter set of the service")
       ->capture_default_str()
       ->check(CheckMeterSet);
-  command->add_option("--cluster", options->cluster, "Cluster of the service")
+  command->add_option("--cluster", player->cluster, "Cluster of the service")
       ->capture_default_str()
       ->check(CLI::Range(1, 8));
-  command->add_option("--wait", options->wait, "Seconds to wait for the service")
+  command->add_option("--wait", player->wait, "Seconds to wait for the service")
       ->capture_default_str()
-      ->check(CLI::Range(0.0, kLongestWait));
+      ->check(Between(0.0, kLongestWait));
+}
+
+}  // namespace
+
+void AddUnitCommand(CLI::App& app, int& status) {
+  CLI::App* command =
+      app.add_subcommand("unit", "Play files and test signals as a unit around a running service");
+  auto sources = std::make_shared<PlayListOptions>();
+  auto player = std::make_shared<PlayerOptions>();
+  auto speakers = std::make_shared<std::string>();
+  AddSourceOptions(command, sources);
+  AddPlayerOptions(command, player);
   CLI::Option* speakersOption =
-      command->add_option("--speakers", *speakers, "Speaker of each channel, separated by commas")
+      command
+          ->add_option("--speakers", *speakers, "Speaker of each channel of the files, with commas")
           ->check(CheckSpeakers);
   command->footer(kFooter);
   command->callback([=, &status] {
     if (speakersOption->count() > 0)
-      options->speakers = SplitSpeakers(*speakers);
-    status = PlayUnit(*options, std::cout, std::cerr, ColumnsOfTerminal());
+      sources->speakers = SplitSpeakers(*speakers);
+    status = PlayUnit(ListOf(*sources), sources->isLooped, *player);
   });
 }
 

@@ -2,175 +2,193 @@
 
 #include "UnitPlayer.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
 
-#include "Endpoints.h"
 #include "FiguresText.h"
-#include "JsonAccess.h"
-#include "PresetBuilder.h"
-#include "UnitDocuments.h"
 
 namespace louddesk {
 
 namespace {
 
-constexpr char kConfigurationStateTopic[] = "IOQVHwmSetLoudnessConfiguration_";
-
-// The longest windows that the service has, so that its figures cover everything played.
-constexpr unsigned kIntegratedWindow = 7200;
-constexpr unsigned kLoudnessRangeWindow = 10800;
-
 constexpr Patience kStartPatience{5000};
-constexpr std::chrono::seconds kSilenceOfADeadService{3};
 
 // The service has taken everything in once this many messages in a row say the same.
 constexpr int kSettledMessages = 5;
 constexpr std::chrono::seconds kSettlePatience{10};
 
+// How long an order or an answer may wait for attention while no loudness data comes.
+constexpr Patience kAttention{20};
+
 constexpr int kErrorLevel = 40;
 
-Patience Remaining(std::chrono::steady_clock::time_point due) {
-  const auto left = std::chrono::ceil<Patience>(due - std::chrono::steady_clock::now());
-  return std::max(left, Patience{0});
+bool IsInterrupted() {
+  return zsys_interrupted != 0;
 }
 
 }  // namespace
 
-UnitPlayer::UnitPlayer(const UnitOptions& options, std::ostream& out, TerminalColumns columns)
+UnitPlayer::UnitPlayer(const PlayerOptions& options, std::ostream& out, TerminalColumns columns)
     : mOptions(options),
       mOut(out),
       mLine(out, columns),
       mUnit(options.meterSet, options.cluster),
-      mUserId(static_cast<unsigned>(getpid())) {
+      mStarter(mUnit),
+      mControl(mUnit, mLine) {
   mUnit.OpenAll();
 }
 
-bool UnitPlayer::IsInterrupted() {
-  return zsys_interrupted != 0;
+bool UnitPlayer::IsOver() const {
+  return mHasQuit || IsInterrupted();
 }
 
 void UnitPlayer::Connect() {
   const Patience patience{std::llround(mOptions.wait * 1000)};
-  if (!mUnit.WaitUntilSubscribed(patience)) {
+  if (!mStarter.Connect(patience) && !IsInterrupted())
+    throw PlayError(mStarter.WhyNotConnected());
+}
+
+void UnitPlayer::TakeOrdersFrom(int descriptor) {
+  mOrders.emplace(descriptor);
+  if (mOrders->HasKeys())
+    TellOrders();
+}
+
+unsigned long UnitPlayer::Play(const Playable& playable) {
+  BlockStream blocks(playable.name, playable.open());
+  const SampleSource& source = blocks.Source();
+  if (playable.isMeasuredFromZero || source.Speakers() != mSpeakers)
+    StartMeasuring(source.Speakers());
+  mLine.Print("Playing " + playable.name + " (" + std::to_string(source.Channels()) +
+              (source.Channels() == 1 ? " channel, " : " channels, ") +
+              std::to_string(source.SampleRate()) + " Hz)");
+  const unsigned long played = Stream(blocks);
+  mLine.Finish();
+  return played;
+}
+
+// With its reporting off the service answers nothing: it starts when the user switches that on.
+void UnitPlayer::StartMeasuring(const SpeakerLayout& speakers) {
+  Finish();
+  if (IsOver())
+    return;
+  mStarter.Restart(speakers);
+  if (mControl.IsReporting() && !mStarter.AwaitRestart(kStartPatience)) {
     if (IsInterrupted())
       return;
-    const std::string service = "LoudCalc -m " + std::to_string(mOptions.meterSet) + " -c " +
-                                std::to_string(mOptions.cluster);
-    throw PlayError(mUnit.HasSubscribers() ? "a service has subscribed, but not as " + service +
-                                                 " does: " + mUnit.MissingSubscriptions()
-                                           : "no service has subscribed in time; start " + service);
-  }
-  mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic, EnableReportingJson(true));
-}
-
-void UnitPlayer::Play(const std::string& path) {
-  FileBlocks blocks(path);
-  const AudioFile& file = blocks.File();
-  const SpeakerLayout speakers = LayoutFor(file, mOptions.speakers);
-  StartMeasuring(speakers);
-  mOut << "Playing " << path << " (" << file.Channels()
-       << (file.Channels() == 1 ? " channel, " : " channels, ") << file.SampleRate() << " Hz)"
-       << std::endl;
-  Stream(blocks);
-  mLine.Finish();
-}
-
-void UnitPlayer::StartMeasuring(const SpeakerLayout& speakers) {
-  if (speakers == mSpeakers || IsInterrupted())
-    return;
-  Finish();
-  SendProgramme(speakers);
-  const auto end = Clock::now() + kStartPatience;
-  while (const auto state = mUnit.NextState(Remaining(end))) {
-    if (!HasStarted(*state))
-      continue;
-    mSpeakers = speakers;
-    mBlocks = 0;
-    mLastSign = Clock::now();
-    mUnit.DropLoudnessData();
-    return;
-  }
-  if (!IsInterrupted())
     throw PlayError("the service has not started to measure" + LastComplaint());
+  }
+  mControl.Start(mStarter.User());
+  mSpeakers = speakers;
+  mBlocks = 0;
+  mUnit.DropLoudnessData();
 }
 
-void UnitPlayer::SendProgramme(const SpeakerLayout& speakers) {
-  const PresetBuilder preset = PresetForSpeakers(speakers, mOptions.cluster);
-  LoudnessConfiguration configuration;
-  configuration.clusterId = mOptions.cluster;
-  configuration.loudnessWindow = "Custom";
-  configuration.loudnessWindowTime = kIntegratedWindow;
-  configuration.lraWindow = kLoudnessRangeWindow;
-  configuration.userId = ++mUserId;
-  mUnit.SendText(Peer::kMainAppServer, TopicFor(kPresetTopicPrefix, mOptions.meterSet),
-                 preset.Json());
-  mUnit.SendText(Peer::kMainAppServer, TopicFor(kConfigurationTopicPrefix, mOptions.meterSet),
-                 configuration.Json());
-}
-
-// The service publishes the configuration in force when it has reset and starts. Whatever it
-// publishes before that answers the preset alone, and another reset is still to come.
-bool UnitPlayer::HasStarted(const StateMessage& state) const {
-  rapidjson::Document document;
-  unsigned user = 0;
-  return state.topic == TopicFor(kConfigurationStateTopic, mOptions.meterSet) &&
-         json::ParseObject(state.json.c_str(), document) && json::Read(document, "UID", user) &&
-         user == mUserId;
-}
-
-void UnitPlayer::Stream(FileBlocks& blocks) {
+unsigned long UnitPlayer::Stream(BlockStream& blocks) {
   const std::chrono::duration<double> period(1.0 / (kBlocksPerSecond * mOptions.speed));
   const Clock::time_point start = Clock::now();
   BlockReading block;
-  for (unsigned long sent = 0; !IsInterrupted() && blocks.Next(block); ++sent) {
-    ShowUntil(start + std::chrono::duration_cast<Clock::duration>(period * sent));
+  unsigned long sent = 0;
+  for (; !IsOver() && blocks.Next(block); ++sent) {
+    AttendUntil(start + std::chrono::duration_cast<Clock::duration>(period * sent));
     mUnit.SendRaw(block);
     ++mBlocks;
+  }
+  return sent;
+}
+
+// Attends to the user and to the service, at least to what has already come.
+void UnitPlayer::AttendUntil(Clock::time_point due) {
+  for (;;) {
+    const bool hasObeyed = ObeyNextOrder();
+    TakeAnswers();
+    const Patience patience = hasObeyed ? Patience{0} : std::min(Remaining(due), kAttention);
+    if (const auto message = mUnit.NextLoudnessData(patience)) {
+      Show(*message);
+      continue;
+    }
+    if (IsOver())
+      return;
     CheckService();
+    if (Clock::now() >= due)
+      return;
+  }
+}
+
+void UnitPlayer::AttendUntilSettled() {
+  int same = 0;
+  const auto end = Clock::now() + kSettlePatience;
+  while (same < kSettledMessages && mControl.IsDataExpected() && Clock::now() < end) {
+    TakeAnswers();
+    const auto message = mUnit.NextLoudnessData(kAttention);
+    if (!message && IsInterrupted())
+      return;
+    if (!message)
+      continue;
+    same = mLast && FiguresOf(mLast->data) == FiguresOf(message->data) ? same + 1 : 1;
+    Show(*message);
   }
 }
 
 void UnitPlayer::Finish() {
-  int same = 0;
-  const auto end = Clock::now() + kSettlePatience;
-  while (mBlocks > 0 && same < kSettledMessages) {
-    const auto message = mUnit.NextLoudnessData(Remaining(end));
-    if (!message)
-      break;
-    same = mLast && Figures(mLast->data) == Figures(message->data) ? same + 1 : 1;
-    Show(*message);
-  }
+  if (mBlocks > 0)
+    AttendUntilSettled();
   mLine.Finish();
-  if (mLast)
-    mOut << FinalText(SecondsPlayed(), mLast->data) << std::flush;
+  if (!mLast)
+    return;
+  const std::string caveat = mControl.Caveat();
+  if (!caveat.empty())
+    mLine.Print(caveat);
+  mOut << FinalText(SecondsMeasured(), mLast->data) << std::flush;
   mLast.reset();
 }
 
-// Shows what the service publishes, at least what has already come.
-void UnitPlayer::ShowUntil(Clock::time_point due) {
-  for (;;) {
-    const auto message = mUnit.NextLoudnessData(Remaining(due));
-    if (message)
-      Show(*message);
-    else if (IsInterrupted() || Clock::now() >= due)
-      return;
+bool UnitPlayer::ObeyNextOrder() {
+  if (!mOrders || !mControl.IsReady())
+    return false;
+  const auto typed = mOrders->Next();
+  if (typed)
+    Obey(*typed);
+  return typed.has_value();
+}
+
+void UnitPlayer::Obey(const TypedOrder& typed) {
+  if (typed.order == nullptr) {
+    mLine.Print(mOrders->HasKeys() ? UnknownKey(typed.text) : UnknownWord(typed.text));
+    return;
+  }
+  switch (typed.order->kind) {
+    case OrderKind::kHelp:
+      TellOrders();
+      break;
+    case OrderKind::kQuit:
+      mHasQuit = true;
+      break;
+    case OrderKind::kCommand:
+    case OrderKind::kReportingOn:
+    case OrderKind::kReportingOff:
+      mControl.Send(*typed.order);
+      break;
   }
 }
 
+void UnitPlayer::TellOrders() {
+  mLine.Print(mOrders->HasKeys() ? OrderKeys() : "Orders: " + OrderWords());
+}
+
+void UnitPlayer::TakeAnswers() {
+  if (mControl.TakeAnswers())
+    mBlocks = 0;
+}
+
 void UnitPlayer::Show(const LoudnessMessage& message) {
-  mLastSign = message.time;
+  mControl.TakeData(message);
   mLast = message;
-  mUnit.DropStates();
-  mUnit.DropHeartbeats();
-  mUnit.DropLogLines();
-  mLine.Show(LiveText(SecondsPlayed(), message.data), message.time);
+  mLine.Show(LiveText(SecondsMeasured(), message.data), message.time);
 }
 
 void UnitPlayer::CheckService() const {
-  if (Clock::now() - mLastSign > kSilenceOfADeadService)
+  if (mControl.IsSilent())
     throw PlayError("the service has fallen silent");
 }
 
@@ -183,7 +201,7 @@ std::string UnitPlayer::LastComplaint() {
   return complaint;
 }
 
-double UnitPlayer::SecondsPlayed() const {
+double UnitPlayer::SecondsMeasured() const {
   return static_cast<double>(mBlocks) / kBlocksPerSecond;
 }
 

@@ -90,6 +90,11 @@ auto TakeFirst(Queue& queue) {
 
 }  // namespace
 
+Patience Remaining(std::chrono::steady_clock::time_point due) {
+  const auto left = std::chrono::ceil<Patience>(due - std::chrono::steady_clock::now());
+  return std::max(left, Patience{0});
+}
+
 std::string DataPublisherFile(unsigned meterSet, unsigned cluster) {
   return PublisherFile(kDataPublisherPrefix, meterSet, cluster);
 }
@@ -157,8 +162,8 @@ bool UnitStandIn::WaitFor(const std::function<bool()>& condition, Patience patie
     ReadEverything();
     if (condition())
       return true;
-    const auto left = std::chrono::ceil<Patience>(end - std::chrono::steady_clock::now());
-    if (left.count() <= 0 || zsys_interrupted)
+    const Patience left = Remaining(end);
+    if (left.count() == 0 || zsys_interrupted)
       return false;
     PollEverything(left);
   }

@@ -23,17 +23,18 @@ struct QuantityName {
   Quantity quantity;
   const char* name;
   const char* unit;
+  const char* differenceUnit;
 };
 
 constexpr QuantityName kQuantityNames[] = {
-    {Quantity::kMomentary, "Momentary", "LKFS"},
-    {Quantity::kShortTerm, "Short-term", "LKFS"},
-    {Quantity::kIntegrated, "Integrated loudness", "LKFS"},
-    {Quantity::kLra, "Loudness range", "LU"},
-    {Quantity::kMaxShortTerm, "Maximum short-term", "LKFS"},
-    {Quantity::kMaxMomentary, "Maximum momentary", "LKFS"},
-    {Quantity::kMaxTruePeak, "Maximum true peak", "dBTP"},
-    {Quantity::kWeightingGain, "K-weighting", "dB"},
+    {Quantity::kMomentary, "Momentary", "LKFS", "LU"},
+    {Quantity::kShortTerm, "Short-term", "LKFS", "LU"},
+    {Quantity::kIntegrated, "Integrated loudness", "LKFS", "LU"},
+    {Quantity::kLra, "Loudness range", "LU", "LU"},
+    {Quantity::kMaxShortTerm, "Maximum short-term", "LKFS", "LU"},
+    {Quantity::kMaxMomentary, "Maximum momentary", "LKFS", "LU"},
+    {Quantity::kMaxTruePeak, "Maximum true peak", "dBTP", "dB"},
+    {Quantity::kWeightingGain, "K-weighting", "dB", "dB"},
 };
 
 template <typename... Arguments>
@@ -79,12 +80,11 @@ std::string TableText(const ComplianceRow& row, bool isFirstOfCase) {
   const std::string signal = row.caseId + "  " + row.signal;
   if (!row.expectation)
     return signal + ": " + NameOf(row.verdict) + "\n";
-  const Expectation& e = *row.expectation;
+  const WrittenRow written = Written(row, "+-");
   return (isFirstOfCase ? signal + "\n" : "") +
-         Format(kTableLine, NameOf(e).c_str(), FigureOf(e, e.standard, "").c_str(),
-                FigureOf(e, e.expected, "").c_str(), ToleranceText(e.tolerance, "+-").c_str(),
-                FigureOf(e, row.measured, kMissingInTable).c_str(), UnitOf(e),
-                NameOf(row.verdict)) +
+         Format(kTableLine, written.figure.c_str(), written.standard.c_str(),
+                written.expected.c_str(), written.tolerance.c_str(), written.measured.c_str(),
+                written.unit, NameOf(row.verdict)) +
          "\n";
 }
 
@@ -94,11 +94,10 @@ std::string MarkdownText(const ComplianceRow& row, bool isFirstOfCase) {
   const std::string start = isFirstOfCase ? "| " + row.caseId + " | " + row.signal + " |" : "| | |";
   if (!row.expectation)
     return start + " | | | | | " + NameOf(row.verdict) + " |\n";
-  const Expectation& e = *row.expectation;
-  const std::string measured = FigureOf(e, row.measured, kMissingInTable);
-  return start + " " + NameOf(e) + " | " + FigureOf(e, e.standard, "") + " | " +
-         FigureOf(e, e.expected, "") + " | " + ToleranceText(e.tolerance, "±") + " | " +
-         (row.measured ? measured + " " + UnitOf(e) : measured) + " | " + NameOf(row.verdict) +
+  const WrittenRow written = Written(row, "±");
+  return start + " " + written.figure + " | " + written.standard + " | " + written.expected +
+         " | " + written.tolerance + " | " + written.measured +
+         (row.measured ? std::string(" ") + written.unit : "") + " | " + NameOf(row.verdict) +
          " |\n";
 }
 
@@ -173,14 +172,29 @@ std::string ComplianceText(const ComplianceRow& row, bool isFirstOfCase, Complia
 std::string ComplianceSummary(const std::vector<ComplianceRow>& rows, ComplianceStyle style) {
   if (style != ComplianceStyle::kTable)
     return "";
-  const auto count = [&](ComplianceVerdict verdict) {
-    return static_cast<int>(std::count_if(rows.begin(), rows.end(), [=](const ComplianceRow& row) {
-      return row.verdict == verdict;
-    }));
-  };
-  return Format("\n%d pass, %d grid, %d FAIL, %d not run\n", count(ComplianceVerdict::kPass),
-                count(ComplianceVerdict::kGrid), count(ComplianceVerdict::kFail),
-                count(ComplianceVerdict::kNotRun));
+  return Format("\n%d pass, %d grid, %d FAIL, %d not run\n",
+                CountOf(rows, ComplianceVerdict::kPass), CountOf(rows, ComplianceVerdict::kGrid),
+                CountOf(rows, ComplianceVerdict::kFail), CountOf(rows, ComplianceVerdict::kNotRun));
+}
+
+WrittenRow Written(const ComplianceRow& row, const char* plusMinus) {
+  const Expectation& e = *row.expectation;
+  return {NameOf(e),
+          UnitOf(e),
+          FigureOf(e, e.standard, ""),
+          FigureOf(e, e.expected, ""),
+          ToleranceText(e.tolerance, plusMinus),
+          FigureOf(e, row.measured, kMissingInTable)};
+}
+
+const char* DifferenceUnitOf(const ComplianceRow& row) {
+  return EntryOf(row.expectation->quantity).differenceUnit;
+}
+
+int CountOf(const std::vector<ComplianceRow>& rows, ComplianceVerdict verdict) {
+  return static_cast<int>(
+      std::count_if(rows.begin(), rows.end(),
+                    [verdict](const ComplianceRow& row) { return row.verdict == verdict; }));
 }
 
 std::string NameOf(const Expectation& expectation) {

@@ -2,26 +2,14 @@
 
 #include "ServiceUnderTest.h"
 
-#include <unistd.h>
-
-#include <algorithm>
 #include <cmath>
 
-#include "Endpoints.h"
-#include "JsonAccess.h"
 #include "LoudCalcBase.h"
-#include "PresetBuilder.h"
-#include "UnitDocuments.h"
 
 namespace louddesk {
 namespace {
 
 constexpr unsigned kMeterSet = 1;  // the only one whose service takes presets
-constexpr char kConfigurationStateTopic[] = "IOQVHwmSetLoudnessConfiguration_";
-
-// The longest windows that the service has, so that its figures cover the whole signal.
-constexpr unsigned kLongestIntegratedWindow = 7200;
-constexpr unsigned kLongestLraWindow = 10800;
 
 constexpr Patience kStartPatience{5000};
 constexpr Patience kSettlePatience{5000};
@@ -52,42 +40,28 @@ std::optional<double> FromTenths(std::int16_t code) {
   return FromCode(code, kNoLoudnessCode, 10.0);
 }
 
-Patience Remaining(std::chrono::steady_clock::time_point due) {
-  const auto left = std::chrono::ceil<Patience>(due - std::chrono::steady_clock::now());
-  return std::max(left, Patience{0});
-}
-
 [[noreturn]] void Fail(const std::string& reason) {
   throw ServiceError(zsys_interrupted ? "interrupted" : reason);
 }
 
 }  // namespace
 
-ServiceUnderTest::ServiceUnderTest(unsigned cluster)
-    : mUnit(kMeterSet, cluster), mUserId(static_cast<unsigned>(getpid())) {
+ServiceUnderTest::ServiceUnderTest(unsigned cluster) : mUnit(kMeterSet, cluster), mStarter(mUnit) {
   mUnit.OpenAll();
 }
 
 void ServiceUnderTest::Connect(Patience patience) {
-  if (!mUnit.WaitUntilSubscribed(patience))
-    Fail(mUnit.HasSubscribers() ? "the service lacks something: " + mUnit.MissingSubscriptions()
-                                : "no service has subscribed in time; start LoudCalc -m 1 -c " +
-                                      std::to_string(mUnit.Cluster()));
-  mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic, EnableReportingJson(true));
+  if (!mStarter.Connect(patience))
+    Fail(mStarter.WhyNotConnected());
 }
 
 void ServiceUnderTest::Start(const SpeakerLayout& speakers, Subject subject) {
   mUnit.DropStates();
   mUnit.DropHeartbeats();
   mUnit.DropLogLines();
-  SendProgramme(speakers);
-  const auto end = std::chrono::steady_clock::now() + kStartPatience;
-  std::optional<StateMessage> state;
-  do {
-    state = mUnit.NextState(Remaining(end));
-    if (!state)
-      Fail("the service has not started to measure");
-  } while (!HasStarted(*state));
+  mStarter.Restart(speakers);
+  if (!mStarter.AwaitRestart(kStartPatience))
+    Fail("the service has not started to measure");
   mUnit.DropLoudnessData();
   mSubject = subject;
   mBlocks = 0;
@@ -120,31 +94,6 @@ MeterReadings ServiceUnderTest::Read() {
   readings.lra = mPublished.Lra / 10.0;
   readings.maxMomentary = FromTenths(mPublished.MaxMomentary);
   return readings;
-}
-
-// A configuration starts the measurement anew; a preset is needed only for other speakers.
-void ServiceUnderTest::SendProgramme(const SpeakerLayout& speakers) {
-  if (speakers != mSpeakers)
-    mUnit.SendText(Peer::kMainAppServer, TopicFor(kPresetTopicPrefix, kMeterSet),
-                   PresetForSpeakers(speakers, mUnit.Cluster()).Json());
-  mSpeakers = speakers;
-  LoudnessConfiguration configuration;
-  configuration.clusterId = mUnit.Cluster();
-  configuration.loudnessWindow = "Custom";
-  configuration.loudnessWindowTime = kLongestIntegratedWindow;
-  configuration.lraWindow = kLongestLraWindow;
-  configuration.userId = ++mUserId;
-  mUnit.SendText(Peer::kMainAppServer, TopicFor(kConfigurationTopicPrefix, kMeterSet),
-                 configuration.Json());
-}
-
-// The service publishes the configuration in force when it has reset and starts.
-bool ServiceUnderTest::HasStarted(const StateMessage& state) const {
-  rapidjson::Document document;
-  unsigned user = 0;
-  return state.topic == TopicFor(kConfigurationStateTopic, kMeterSet) &&
-         json::ParseObject(state.json.c_str(), document) && json::Read(document, "UID", user) &&
-         user == mUserId;
 }
 
 void ServiceUnderTest::Send(const BlockReading& block) {

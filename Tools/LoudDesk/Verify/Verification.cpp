@@ -4,10 +4,11 @@
 
 #include <algorithm>
 
+#include "Complaints.h"
+#include "CompliancePage.h"
+
 namespace louddesk {
 namespace {
-
-constexpr char kErrorPrefix[] = "LoudDesk: ";
 
 bool IsWanted(const ComplianceCase& complianceCase, const std::vector<std::string>& wanted) {
   return wanted.empty() || std::any_of(wanted.begin(), wanted.end(), [&](const std::string& id) {
@@ -15,11 +16,10 @@ bool IsWanted(const ComplianceCase& complianceCase, const std::vector<std::strin
          });
 }
 
-}  // namespace
-
-int Verify(const VerifyOptions& options, MeterUnderTest& meter, std::ostream& out,
-           std::ostream& errors) {
-  std::vector<ComplianceRow> allRows;
+// Writes every row as soon as it is known.
+std::vector<ComplianceRow> RunCases(const VerifyOptions& options, MeterUnderTest& meter,
+                                    std::ostream& out) {
+  std::vector<ComplianceRow> rows;
   out << ComplianceHeader(options.style) << std::flush;
   for (const ComplianceCase& complianceCase : ComplianceCases()) {
     if (!IsWanted(complianceCase, options.cases))
@@ -28,19 +28,27 @@ int Verify(const VerifyOptions& options, MeterUnderTest& meter, std::ostream& ou
     RunCase(complianceCase, options.sampleRate, meter, [&](const ComplianceRow& row) {
       out << ComplianceText(row, isFirst, options.style) << std::flush;
       isFirst = false;
-      allRows.push_back(row);
+      rows.push_back(row);
     });
   }
-  out << ComplianceSummary(allRows, options.style) << std::flush;
-  if (!out) {
-    errors << kErrorPrefix << "the figures could not be written\n";
-    return 1;
-  }
-  return std::any_of(
-             allRows.begin(), allRows.end(),
-             [](const ComplianceRow& row) { return row.verdict == ComplianceVerdict::kFail; })
-             ? 1
-             : 0;
+  out << ComplianceSummary(rows, options.style) << std::flush;
+  return rows;
+}
+
+}  // namespace
+
+int Verify(const VerifyOptions& options, MeterUnderTest& meter, std::ostream& out,
+           std::ostream& errors) {
+  Complaints complaints(errors);
+  if (!complaints.CheckReport(options.report))
+    return complaints.Status();
+  const std::vector<ComplianceRow> rows = RunCases(options, meter, out);
+  if (!out)
+    complaints.Add("the figures could not be written");
+  if (!options.report.empty())
+    complaints.WriteReport(options.report,
+                           CompliancePage({rows, options.sampleRate, options.meter}));
+  return CountOf(rows, ComplianceVerdict::kFail) > 0 ? 1 : complaints.Status();
 }
 
 }  // namespace louddesk

@@ -10,6 +10,8 @@
 #include <memory>
 
 #include "BlockMeter.h"
+#include "NumberCheck.h"
+#include "PageFile.h"
 #include "ServiceUnderTest.h"
 #include "Verification.h"
 
@@ -28,6 +30,7 @@ constexpr char kFooter[] =
     "\nExample:\n"
     "  LoudDesk verify\n"
     "  LoudDesk verify --case 3341-5 --case 3342 --rate 44100 --format json\n"
+    "  LoudDesk verify --report verification.html\n"
     "  LoudDesk verify --service --case 3341-1\n"
     "\n"
     "Generates the test signals of EBU Tech 3341 and 3342 and of ITU-R BS.1770,\n"
@@ -41,12 +44,14 @@ constexpr char kFooter[] =
     "Signals are sines of 1 kHz, on Left and Right, unless said otherwise; levels are\n"
     "peak levels of each channel, fs the sample rate. A case is asked for by its\n"
     "identifier (3341-5) or by its document (1770, 3341, 3342); those of 1770 have\n"
-    "sample rates of their own. Docs/COMPLIANCE.md explains every row.\n"
+    "sample rates of their own. Docs/COMPLIANCE.md explains every row, and so does\n"
+    "the report, one page with plots for any browser.\n"
     "With --service the signals go as raw blocks to a running service, LoudCalc -m 1\n"
     "-c 1, and the figures are those that it publishes. The places of its peers must\n"
     "be free, as for LoudDesk unit. Figures that must be seen at every block, as in\n"
     "the cases 3341-9 to 3341-12, take real time: all cases take about five minutes.\n"
-    "The status is 1 when a figure failed or could not be measured.\n";
+    "The status is 1 when a figure failed or could not be measured, or the report not\n"
+    "written.\n";
 
 // What is wrong with an identifier; empty when it means a case.
 std::string CheckCase(const std::string& id) {
@@ -80,7 +85,10 @@ int VerifyEngine(const VerifyOptions& options) {
   return Verify(options, *MakeEngineUnderTest(), std::cout, std::cerr);
 }
 
-int VerifyService(const VerifyOptions& options, const ServiceOptions& serviceOptions) {
+int VerifyService(VerifyOptions options, const ServiceOptions& serviceOptions) {
+  options.meter =
+      "a running service, cluster " + std::to_string(serviceOptions.cluster) +
+      ", which publishes loudness in steps of 0.1 LU and true peaks in steps of 0.01 dB";
   try {
     ServiceUnderTest meter(serviceOptions.cluster);
     meter.Connect(Patience{std::llround(serviceOptions.wait * 1000.0)});
@@ -91,6 +99,32 @@ int VerifyService(const VerifyOptions& options, const ServiceOptions& serviceOpt
   }
 }
 
+void AddCaseOptions(CLI::App& command, VerifyOptions& options, std::string& format) {
+  command.add_option("--case", options.cases, "Only this case; may be given again")
+      ->check(CheckCase);
+  command.add_option("--rate", options.sampleRate, "Sample rate of the signals in Hz")
+      ->capture_default_str()
+      ->check(CLI::Range(kLowestSampleRate, kHighestSampleRate));
+  command.add_option("--format", format, "How the figures are written")
+      ->capture_default_str()
+      ->check(CLI::IsMember({kTableFormat, kJsonFormat, kMarkdownFormat}));
+  command.add_option("--report", options.report, "Page to write, a name in .html")
+      ->check(CheckPageName);
+}
+
+void AddServiceOptions(CLI::App& command, ServiceOptions& options) {
+  CLI::Option* service =
+      command.add_flag("--service", options.isWanted, "Through the messages of a running service");
+  command.add_option("--cluster", options.cluster, "Cluster of the service")
+      ->needs(service)
+      ->capture_default_str()
+      ->check(CLI::Range(1, 8));
+  command.add_option("--wait", options.wait, "Seconds to wait for the service")
+      ->needs(service)
+      ->capture_default_str()
+      ->check(Between(0.0, kLongestWait));
+}
+
 }  // namespace
 
 void AddVerifyCommand(CLI::App& app, int& status) {
@@ -98,24 +132,8 @@ void AddVerifyCommand(CLI::App& app, int& status) {
   auto options = std::make_shared<VerifyOptions>();
   auto serviceOptions = std::make_shared<ServiceOptions>();
   auto format = std::make_shared<std::string>(kTableFormat);
-  command->add_option("--case", options->cases, "Only this case; may be given again")
-      ->check(CheckCase);
-  command->add_option("--rate", options->sampleRate, "Sample rate of the signals in Hz")
-      ->capture_default_str()
-      ->check(CLI::Range(kLowestSampleRate, kHighestSampleRate));
-  command->add_option("--format", *format, "How the figures are written")
-      ->capture_default_str()
-      ->check(CLI::IsMember({kTableFormat, kJsonFormat, kMarkdownFormat}));
-  CLI::Option* service = command->add_flag("--service", serviceOptions->isWanted,
-                                           "Through the messages of a running service");
-  command->add_option("--cluster", serviceOptions->cluster, "Cluster of the service")
-      ->needs(service)
-      ->capture_default_str()
-      ->check(CLI::Range(1, 8));
-  command->add_option("--wait", serviceOptions->wait, "Seconds to wait for the service")
-      ->needs(service)
-      ->capture_default_str()
-      ->check(CLI::Range(0.0, kLongestWait));
+  AddCaseOptions(*command, *options, *format);
+  AddServiceOptions(*command, *serviceOptions);
   command->footer(kFooter);
   command->callback([=, &status] {
     options->style = StyleOf(*format);

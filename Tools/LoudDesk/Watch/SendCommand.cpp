@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -15,6 +16,7 @@
 #include <string>
 
 #include "JsonAccess.h"
+#include "NumberCheck.h"
 #include "ServiceSender.h"
 
 namespace louddesk {
@@ -45,9 +47,10 @@ constexpr char kFooter[] =
     "  LoudDesk send command pause\n"
     "\n"
     "What the service answers is printed; the status is 1 when it does not answer in\n"
-    "time. While its reporting is off, as when it starts, a service keeps what it is\n"
-    "sent but carries out and acknowledges nothing: the first preset goes without an\n"
-    "acknowledgement until the reporting is switched on.\n"
+    "time: it subscribes first and acknowledges then. While its reporting is off, as\n"
+    "when it starts, a service keeps what it is sent but carries out and acknowledges\n"
+    "nothing: the first preset goes without an acknowledgement until the reporting is\n"
+    "switched on.\n"
     "Sending needs the place of the application server of the main board\n"
     "(LOUDCALC_MAIN_BOARD_ADDRESS, port 7000), which no other program may hold.\n";
 
@@ -112,10 +115,13 @@ int Send(const SendOptions& options, const std::function<void(ServiceSender&)>& 
 
 // A service that is sent something else is left without a programme; that is no slip worth making.
 std::string ReadPreset(const std::string& path) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error))
+    throw SendError(path + ": is a directory");
   std::ifstream file(path, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
   if (!file)
     throw SendError(path + ": " + std::strerror(errno));
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
   rapidjson::Document document;
   if (!json::ParseObject(text.c_str(), document))
     throw SendError(path + ": not a JSON object");
@@ -247,10 +253,9 @@ void AddSendCommand(CLI::App& app, int& status) {
   send->add_option("--cluster", options->cluster, "Cluster of the service")
       ->capture_default_str()
       ->check(CLI::Range(1, 8));
-  send->add_option("--timeout", options->timeout,
-                   "Seconds for the service to subscribe, and again to acknowledge")
+  send->add_option("--timeout", options->timeout, "Seconds for each answer of the service")
       ->capture_default_str()
-      ->check(CLI::Range(kShortestTimeout, kLongestTimeout));
+      ->check(Between(kShortestTimeout, kLongestTimeout));
   send->footer(kFooter);
   AddReporting(send, options, status);
   AddPreset(send, options, status);

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "NumberCheck.h"
 #include "WatchSession.h"
 
 namespace louddesk {
@@ -73,14 +74,14 @@ void AddWatchCommand(CLI::App& app, int& status) {
       ->check(CLI::IsMember({9, 18}));
   command->add_option("--target", look.target, "Target loudness in LKFS, 0 LU on the scale")
       ->capture_default_str()
-      ->check(CLI::Range(kLowestTarget, 0.0));
+      ->check(Between(kLowestTarget, 0.0));
   command->add_option("--format", arguments->format, "Rows for other programs: csv or json")
       ->check(CLI::IsMember({kCsv, kJson}));
   CLI::Option* count =
       command->add_option("--count", arguments->count, "End after so many loudness messages")
-          ->check(CLI::PositiveNumber);
+          ->check(CheckCount);
   CLI::Option* seconds = command->add_option("--seconds", arguments->seconds, "End after so long")
-                             ->check(CLI::Range(0.0, kLongestWatch));
+                             ->check(Between(0.0, kLongestWatch));
   command->footer(kFooter);
   command->callback([=, &status] {
     WatchOptions& options = arguments->options;

@@ -21,13 +21,19 @@ constexpr int kMqKeepAliveIdleS = 5;         // of silence before the first TCP 
 constexpr int kMqKeepAlivePeriodS = 2;       // between two probes
 constexpr int kMqKeepAliveProbes = 3;        // unanswered ones that end the link
 
-/// The largest frame that is taken, well over any document that a reader takes (JsonAccess.h). A
-/// peer that sends more breaks the protocol.
-constexpr int kMqMaxFrameSize = 512 * 1024;  // bytes
+/// The largest frame that is taken over TCP, well over any document that a reader takes
+/// (JsonAccess.h), and over IPC, where raw blocks may be of any size that is no fault. A peer that
+/// sends more breaks the protocol.
+constexpr int kMqMaxFrameSize = 512 * 1024;             // bytes
+constexpr int kMqMaxLocalFrameSize = 64 * 1024 * 1024;  // bytes
 
 /// How long a link may be lost before it is taken for lost for good. ZeroMQ announces its own next
 /// attempt at once.
 constexpr std::int64_t kMqLostLinkPatienceMs = 500;
+
+/// How long a link must have worked to count as a good one. A peer that breaks the protocol only
+/// after the handshake has not, however often it is connected to.
+constexpr std::int64_t kMqGoodLinkMs = 3000;
 
 /// Sets the options above for the connections that `socket` makes from now on. Only over TCP is a
 /// quiet peer asked for signs of life: one on the same board cannot vanish without closing.
@@ -53,37 +59,36 @@ class MqLinkWatch {
 
   /// Takes note of what happened to the links since the last call and renews those that are lost
   /// for good; subscriptions stay with the socket. Never waits. `report(endpoint)` is called for
-  /// each of them, once until the link works again. To be called several times a second.
+  /// each of them, once until it has been a good link again. To be called several times a second.
   template <typename Report>
   void Tend(Report report) {
     if (mpEvents == nullptr)
       return;
     TakeEvents();
-    const std::int64_t now = zclock_mono();
-    for (auto& [endpoint, link] : mLinks) {
-      if (!IsLost(link, now))
-        continue;
-      Renew(endpoint, link);
-      if (!link.isReported)
+    if (!IsAnyLostForGood())
+      return;
+    RenewLost();
+    for (auto& [endpoint, link] : mLinks)
+      if (link.isReportDue) {
+        link.isReportDue = false;
         report(endpoint.c_str());
-      link.isReported = true;
-    }
+      }
   }
 
  private:
-  static constexpr std::int64_t kNotLost = -1;
+  static constexpr std::int64_t kNever = -1;
 
   struct Link {
-    std::int64_t lostSince = kNotLost;  // ms of the monotonic clock; kNotLost: up or being renewed
-    bool isReported = false;            // renewed and reported since it last worked
+    std::int64_t lostSince = kNever;  // ms of the monotonic clock; kNever: up or being renewed
+    std::int64_t upSince = kNever;    // ms of the monotonic clock; kNever: not up
+    bool isReported = false;          // renewed and reported since it last was a good link
+    bool isReportDue = false;         // renewed for the first time since then
   };
 
-  static bool IsLost(const Link& link, std::int64_t now) {
-    return link.lostSince != kNotLost && now - link.lostSince >= kMqLostLinkPatienceMs;
-  }
   void TakeEvents();
   void TakeEvent(std::uint16_t event, const std::string& endpoint);
-  void Renew(const std::string& endpoint, Link& link);
+  bool IsAnyLostForGood() const;
+  void RenewLost();
 
   zsock_t* mpSocket = nullptr;         // the watched socket, not owned
   void* mpEvents = nullptr;            // libzmq socket where its events arrive, owned

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -103,6 +104,7 @@ TEST_F(MqLinkTest, LinkIsReportedOnceUntilItWorksAgain) {
   EXPECT_THAT(mRenewed, ElementsAre(mEndpoint));
   BindPeer(ZMQ_XPUB);
   ASSERT_EQ(NextSubscription(), kSubscription);
+  TendFor(kMqGoodLinkMs);
   BindPeer(ZMQ_PUSH);
   EXPECT_TRUE(TendUntil([this] { return mRenewed.size() == 2; }));
 }
@@ -120,6 +122,51 @@ TEST_F(MqLinkTest, FrameOverTheLargestSizeBreaksTheLinkForAMomentOnly) {
   mqtest::Send(mPeer, {kTopic, "data"});
   EXPECT_THAT(mqtest::Receive(mSocket), ElementsAre(kTopic, "data"));
   EXPECT_FALSE(mqtest::HasMessage(mSocket));
+}
+
+TEST_F(MqLinkTest, LinkThatBreaksAfterEveryHandshakeIsReportedOnce) {
+  BindPeer(ZMQ_XPUB);
+  Connect();
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(NextSubscription(), kSubscription);
+    mqtest::Send(mPeer, {kTopic, std::string(kMqMaxFrameSize + 1, 'x')});
+    ASSERT_EQ(NextSubscription(), std::string("\0", 1) + kTopic);
+  }
+  ASSERT_EQ(NextSubscription(), kSubscription);
+  EXPECT_THAT(mRenewed, ElementsAre(mEndpoint));
+}
+
+TEST_F(MqLinkTest, LinksThatAreLostTogetherAllComeBack) {
+  constexpr int kLinks = 4;
+  std::vector<zsock_t*> peers(kLinks);
+  std::vector<int> ports(kLinks, 0);
+  const auto bindAll = [&](int type) {
+    for (std::size_t i = 0; i < peers.size(); ++i) {
+      zsock_destroy(&peers[i]);
+      peers[i] = zsock_new(type);
+      const std::string port = ports[i] == 0 ? "*" : std::to_string(ports[i]);
+      ASSERT_TRUE(TendUntil([&] {
+        const int bound = zsock_bind(peers[i], "tcp://127.0.0.1:%s", port.c_str());
+        ports[i] = bound == -1 ? ports[i] : bound;
+        return bound != -1;
+      }));
+    }
+  };
+  const auto allSubscribed = [&] {
+    return std::all_of(peers.begin(), peers.end(), mqtest::HasMessage);
+  };
+  bindAll(ZMQ_XPUB);
+  for (const int port : ports)
+    zsock_connect(mSocket, "tcp://127.0.0.1:%d", port);
+  ASSERT_TRUE(TendUntil(allSubscribed));
+
+  bindAll(ZMQ_PUSH);
+  TendFor(6 * kMqLostLinkPatienceMs);
+  bindAll(ZMQ_XPUB);
+
+  EXPECT_TRUE(TendUntil(allSubscribed));
+  for (zsock_t* peer : peers)
+    zsock_destroy(&peer);
 }
 
 TEST_F(MqLinkTest, PeersThatComeAndGoAreLeftToTheLibrary) {

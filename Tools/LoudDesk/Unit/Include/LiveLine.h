@@ -30,6 +30,10 @@ class LiveLine {
   /// shown at least a second before `now`.
   void Show(const std::string& text, Time now);
 
+  /// Writes a line that stays; on a terminal in the place of the live line, which comes back below
+  /// it with the next call of Show.
+  void Print(const std::string& text);
+
   /// Ends the line on a terminal, so that other output can follow.
   void Finish();
 

@@ -50,6 +50,6 @@ StateMessage DecodeStateMessage(const Arrival& arrival);
 LogLine DecodeLogLine(const Frames& frames);
 
 /// The eight coded figures in the order of the message, to compare and print them at once.
-std::vector<int> Figures(const LoudnessData_t& data);
+std::vector<int> FiguresOf(const LoudnessData_t& data);
 
 }  // namespace louddesk

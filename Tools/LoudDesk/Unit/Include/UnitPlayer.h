@@ -7,22 +7,22 @@
 #include <ostream>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
-#include "FileBlocks.h"
+#include "BlockStream.h"
 #include "LiveLine.h"
-#include "SpeakerLayout.h"
+#include "OrderInput.h"
+#include "PlayList.h"
+#include "ServiceControl.h"
+#include "ServiceStarter.h"
 #include "UnitStandIn.h"
 
 namespace louddesk {
 
-struct UnitOptions {
-  std::vector<std::string> files;         // played one after another
-  double speed = 1.0;                     // times real time, above 0
-  unsigned meterSet = 1;                  // of the service
-  unsigned cluster = 1;                   // of the service, 1 to 8
-  double wait = 10.0;                     // s, for the service
-  std::optional<SpeakerLayout> speakers;  // for every file; nothing: by the number of channels
+struct PlayerOptions {
+  double speed = 1.0;     // times real time, above 0
+  unsigned meterSet = 1;  // of the service
+  unsigned cluster = 1;   // of the service, 1 to 8
+  double wait = 10.0;     // s, for the service
 };
 
 /// What ends a play early. The text is one line for the user.
@@ -34,46 +34,57 @@ class PlayError : public std::runtime_error {
 class UnitPlayer {
  public:
   /// Takes the places of the service's peers. Throws `BindError`.
-  UnitPlayer(const UnitOptions& options, std::ostream& out, TerminalColumns columns);
+  UnitPlayer(const PlayerOptions& options, std::ostream& out, TerminalColumns columns);
 
   /// Waits until the service has subscribed and switches its reporting on. Throws `PlayError`
   /// when it does not in time.
   void Connect();
 
-  /// Plays one file in real time, or `speed` times that, and shows the figures that the service
-  /// publishes. The measurement starts anew when the speakers are others than before. Returns early
-  /// when the user interrupts. Throws `PlayError` when the service does not answer,
-  /// `AudioFileError` when the file cannot be played to its end.
-  void Play(const std::string& path);
+  /// From now on obeys the orders that come from an open descriptor, and tells the user of a
+  /// terminal what keys there are.
+  void TakeOrdersFrom(int descriptor);
 
-  /// Waits until the service has measured everything played and shows its final figures.
+  /// Plays one source in real time, or `speed` times that, and shows the figures that the service
+  /// publishes. Returns how many blocks were played. The measurement starts anew when the speakers
+  /// are others than before, or the source asks for it. Returns early when the user ends the play.
+  /// Throws `PlayError` when the service does not answer, `AudioFileError` when the source cannot
+  /// be played to its end.
+  unsigned long Play(const Playable& playable);
+
+  /// Waits until the service has measured everything played and shows its final figures: of a
+  /// service that publishes none any more the last ones that came.
   void Finish();
 
-  /// Whether the user has asked for the end (Ctrl-C).
-  static bool IsInterrupted();
+  /// Whether the user has asked for the end, by Ctrl-C or by an order.
+  bool IsOver() const;
 
  private:
   using Clock = std::chrono::steady_clock;
 
   void StartMeasuring(const SpeakerLayout& speakers);
-  void SendProgramme(const SpeakerLayout& speakers);
-  bool HasStarted(const StateMessage& state) const;
-  void Stream(FileBlocks& blocks);
-  void ShowUntil(Clock::time_point due);
+  unsigned long Stream(BlockStream& blocks);
+  void AttendUntil(Clock::time_point due);
+  void AttendUntilSettled();
+  bool ObeyNextOrder();
+  void Obey(const TypedOrder& typed);
+  void TellOrders();
+  void TakeAnswers();
   void Show(const LoudnessMessage& message);
   void CheckService() const;
   std::string LastComplaint();
-  double SecondsPlayed() const;
+  double SecondsMeasured() const;
 
-  UnitOptions mOptions;
+  PlayerOptions mOptions;
   std::ostream& mOut;
   LiveLine mLine;
   UnitStandIn mUnit;
+  ServiceStarter mStarter;
+  ServiceControl mControl;
+  std::optional<OrderInput> mOrders;
+  bool mHasQuit = false;                 // by an order
   SpeakerLayout mSpeakers;               // in force; empty: none yet
-  unsigned mUserId;                      // by which the service's answers to us are told apart
-  unsigned long mBlocks = 0;             // played since the measurement started
-  std::optional<LoudnessMessage> mLast;  // last figures since then
-  Clock::time_point mLastSign;           // when the service last published something
+  unsigned long mBlocks = 0;             // played since the measurement started or was reset
+  std::optional<LoudnessMessage> mLast;  // last figures since it started
 };
 
 }  // namespace louddesk

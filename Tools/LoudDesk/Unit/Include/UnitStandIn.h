@@ -23,6 +23,9 @@ namespace louddesk {
 /// How long to wait for something at most.
 using Patience = std::chrono::milliseconds;
 
+/// What is left until `due`; 0 when it has passed.
+Patience Remaining(std::chrono::steady_clock::time_point due);
+
 /// The service's peers.
 enum class Peer {
   kHeartbeatReceiver,  // process monitor, receiving side

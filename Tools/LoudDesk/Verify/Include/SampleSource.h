@@ -1,4 +1,4 @@
-// Where generated samples come from: a stream that is read like an audio file. One reader per
+// Where samples come from: a stream that is read like an audio file, or is one. One reader per
 // source.
 
 #pragma once
@@ -22,7 +22,7 @@ class SampleSource {
   int SampleRate() const { return mSampleRate; }  // Hz, 8000 ... 192000
 
   /// Reads up to `frames` interleaved frames, full scale 1.0, and returns how many there were:
-  /// fewer only at the end.
+  /// fewer only at the end. Throws `AudioFileError` when a file cannot be read on.
   virtual std::size_t Read(double* samples, std::size_t frames) = 0;
 
  protected:

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "MeterUnderTest.h"
+#include "ServiceStarter.h"
 #include "UnitStandIn.h"
 
 namespace louddesk {
@@ -43,17 +44,14 @@ class ServiceUnderTest : public MeterUnderTest {
   MeterReadings Read() override;
 
  private:
-  void SendProgramme(const SpeakerLayout& speakers);
-  bool HasStarted(const StateMessage& state) const;
   void Send(const BlockReading& block);
   void SendMarked(const BlockReading& block);
   void Settle();
   LoudnessMessage AwaitMark();
 
   UnitStandIn mUnit;
-  SpeakerLayout mSpeakers;  // in force; empty: none yet
+  ServiceStarter mStarter;
   Subject mSubject = Subject::kLoudness;
-  unsigned mUserId;             // by which the service's answers to us are told apart
   std::uint32_t mMark = 0;      // peak of the last marked block
   unsigned mBlocks = 0;         // since the start
   unsigned mUnsettled = 0;      // blocks that the service has not been seen to have measured

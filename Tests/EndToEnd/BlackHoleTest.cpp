@@ -1,0 +1,116 @@
+// TCP links that vanish for a while without being closed.
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "Isolation.h"
+#include "LinkTest.h"
+#include "NetworkHole.h"
+
+namespace {
+
+using louddesk::Peer;
+
+/// What else happens while packets vanish.
+enum class Occasion { kOrdinary, kStartOfTheService, kRestartOfThePeers };
+
+struct HoleCase {
+  const char* name;
+  std::chrono::milliseconds length;
+  Occasion occasion;
+};
+
+void PrintTo(const HoleCase& hole, std::ostream* stream) {
+  *stream << hole.name;
+}
+
+class BlackHoleTest : public LinkTest, public testing::WithParamInterface<HoleCase> {
+ protected:
+  void SetUp() override {
+    if (std::getenv(kNoNamespacesVariable) != nullptr)
+      GTEST_SKIP() << kNoNamespacesVariable << " is set, and no machine may lose its own network";
+    ASSERT_TRUE(NetworkHole::CanBeMade()) << "needs a network namespace";
+  }
+
+  std::vector<std::string> TcpEndpoints() const {
+    std::vector<std::string> endpoints;
+    for (const Peer peer : kTcpPeers)
+      endpoints.push_back(mUnit.EndpointOf(peer));
+    return endpoints;
+  }
+
+  /// Lets the time of the hole pass, with something under way in every direction.
+  void PassHole() {
+    for (const Peer peer : kTcpPeers)
+      if (peer != Peer::kHeartbeatReceiver)
+        Say(peer, "HwmStatusOrRequest", "{}");
+    CountedPeer& receiver = At(Peer::kHeartbeatReceiver);
+    PollUntil([] { return false; }, kPeriod);
+    receiver.Messages().clear();
+    EXPECT_FALSE(PollUntil([&] { return !receiver.Messages().empty(); }, GetParam().length))
+        << "a heartbeat came through the hole";
+  }
+
+  void OpenHoleAtTheStart() {
+    OpenPeers(kEveryPeer);
+    const NetworkHole hole(TcpEndpoints());
+    StartProcess();
+    ASSERT_TRUE(mService->WaitForLine("addQVAppserverMq local optkria", kPatience));
+    PassHole();
+    for (const Peer peer : kTcpPeers)
+      EXPECT_EQ(0, At(peer).Connections()) << NameOf(peer);
+  }
+
+  void OpenHoleInTheMiddle() {
+    const NetworkHole hole(TcpEndpoints());
+    if (GetParam().occasion == Occasion::kRestartOfThePeers) {
+      ClosePeers(kTcpPeers);
+      OpenPeers(kTcpPeers);
+    }
+    PassHole();
+  }
+
+  /// A link that was given up comes back with everything, and with nothing twice.
+  void ExpectEachSubscriptionOncePerConnection() {
+    for (const Peer peer : kTcpPeers)
+      for (const auto& [topic, times] : At(peer).Subscriptions())
+        EXPECT_EQ(At(peer).Connections(), times) << topic << " at the " << NameOf(peer);
+  }
+};
+
+TEST_P(BlackHoleTest, PeersAreServedAfterIt) {
+  const bool isAtTheStart = GetParam().occasion == Occasion::kStartOfTheService;
+  if (isAtTheStart) {
+    ASSERT_NO_FATAL_FAILURE(OpenHoleAtTheStart());
+  } else {
+    ASSERT_NO_FATAL_FAILURE(StartLinked());
+    MarkCadence();
+    OpenHoleInTheMiddle();
+  }
+
+  ExpectServed(kTcpPeers, Clock::now(), GetParam().name);
+
+  if (isAtTheStart)
+    ASSERT_NO_FATAL_FAILURE(StartReporting());
+  else
+    ExpectCadenceKept();
+  ExpectOneAnswer();
+  ExpectNothingHeardTwice();
+  ExpectEachSubscriptionOncePerConnection();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Holes, BlackHoleTest,
+    testing::Values(HoleCase{"OneSecond", std::chrono::milliseconds{1000}, Occasion::kOrdinary},
+                    HoleCase{"TwoAndAHalfSeconds", std::chrono::milliseconds{2500},
+                             Occasion::kOrdinary},
+                    HoleCase{"SixSeconds", std::chrono::milliseconds{6000}, Occasion::kOrdinary},
+                    HoleCase{"BeforeTheFirstConnection", std::chrono::milliseconds{2500},
+                             Occasion::kStartOfTheService},
+                    HoleCase{"ShortWithRestartOfThePeers", std::chrono::milliseconds{1000},
+                             Occasion::kRestartOfThePeers},
+                    HoleCase{"LongWithRestartOfThePeers", std::chrono::milliseconds{6000},
+                             Occasion::kRestartOfThePeers}),
+    [](const auto& test) { return test.param.name; });
+
+}  // namespace

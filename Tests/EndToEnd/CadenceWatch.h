@@ -1,0 +1,50 @@
+// A client of the loudness data that looks at nothing but when it comes.
+
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+/// How the loudness data came over a stretch of time.
+struct Cadence {
+  std::size_t messages = 0;
+  std::size_t ticks = 0;                     // of the 100 ms grid, one a message when all came
+  std::size_t onTime = 0;                    // messages within 10 ms of a tick
+  std::chrono::milliseconds longestGap{};    // without a message, the end of the watch included
+  std::chrono::milliseconds longestStall{};  // for which the machine kept the watch from looking
+};
+
+class CadenceWatch {
+ public:
+  using Patience = std::chrono::milliseconds;
+
+  /// Subscribes to `file` in the unit's IPC directory, in a thread of its own.
+  explicit CadenceWatch(std::string file);
+  ~CadenceWatch();
+  CadenceWatch(const CadenceWatch&) = delete;
+  CadenceWatch& operator=(const CadenceWatch&) = delete;
+
+  /// Waits for the first message, from which on it counts. False when `patience` ends first.
+  bool WaitForFirst(Patience patience);
+
+  /// Ends the watch.
+  Cadence Stop();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void Watch(const std::string& file);
+  void Add(Clock::time_point time);
+
+  std::mutex mMutex;                      // guards what follows, up to the thread
+  std::condition_variable mChanged;       // the first message came
+  std::vector<Clock::time_point> mTimes;  // of the messages
+  std::chrono::milliseconds mLongestStall{};
+  bool mIsOver = false;
+  std::thread mThread;
+};

@@ -1,0 +1,179 @@
+// A console that takes nothing: the service neither waits for it nor minds.
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+
+#include "FaultyUnit.h"
+
+namespace {
+
+using louddesk::Peer;
+
+constexpr char kLossNote[] = " bytes of console output lost]\n";
+
+// In lines of a kilobyte four times what a pipe holds, on either stream.
+constexpr int kLines = 256;
+constexpr std::size_t kLineSize = 1000;
+
+/// Two connected descriptors, of which the service gets the second.
+struct Channel {
+  int reader = -1;
+  int writer = -1;
+};
+
+Channel Pipe() {
+  int ends[2];
+  EXPECT_EQ(0, pipe2(ends, O_CLOEXEC));
+  return {ends[0], ends[1]};
+}
+
+Channel SocketPair() {
+  int ends[2];
+  EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends));
+  return {ends[0], ends[1]};
+}
+
+Channel FullDevice() {
+  return {-1, open("/dev/full", O_WRONLY | O_CLOEXEC)};
+}
+
+/// A service whose standard output and standard error go to one channel.
+class ConsoleFaultTest : public FaultyUnit {
+ protected:
+  void TearDown() override {
+    FaultyUnit::TearDown();
+    CloseReader();
+    if (mChannel.writer >= 0)
+      close(mChannel.writer);
+  }
+
+  void StartWith(Channel channel) {
+    mChannel = channel;
+    ServiceStart start;
+    start.options.output = start.options.errors = channel.writer;
+    ASSERT_NO_FATAL_FAILURE(StartInOrder(start));
+    if (mChannel.writer >= 0)
+      close(mChannel.writer);
+    mChannel.writer = ProcessOptions::kClosed;
+  }
+
+  void CloseReader() {
+    if (mChannel.reader >= 0)
+      close(std::exchange(mChannel.reader, -1));
+  }
+
+  /// Makes the service write to both streams, far more than a pipe holds.
+  void MakeTalk() {
+    for (int i = 0; i < kLines; ++i) {
+      SayUnknown(std::string(kLineSize, 'e'));
+      // A refused command is told on standard output.
+      mUnit.SendText(Peer::kMainAppServer, "AppIOQVLoudnessCmd-1", std::string(kLineSize, 'o'));
+    }
+    SayUnknown(" the end.");
+    ExpectLogLine("AppLoudnessCmd the end.");
+  }
+
+  /// The service talks, goes on measuring and obeying, and ends with status 0.
+  void ExpectUnimpressed() {
+    ASSERT_NO_FATAL_FAILURE(BeginWatch());
+    MakeTalk();
+    SendCommand("Reset");
+    ExpectAcknowledgement("Reset");
+    ExpectMeasures(-23);
+    ExpectWatchedWell();
+  }
+
+  void ExpectEnd() {
+    mService->Signal(SIGTERM);
+    const auto report = mService->WaitForExit(kPatience);
+    ASSERT_TRUE(report) << "still running";
+    EXPECT_EQ(0, report->signal);
+    EXPECT_EQ(0, report->status);
+  }
+
+  /// Reads on while the service writes, until it tells that something was lost.
+  void ExpectLossTold() {
+    std::string seen;
+    for (int i = 0; i < 100 && seen.find(kLossNote) == std::string::npos; ++i) {
+      seen += ReadPending();
+      const std::string text = " back " + std::to_string(i) + ".";
+      SayUnknown(text);
+      ExpectLogLine(text);
+    }
+    EXPECT_NE(std::string::npos, seen.find(kLossNote));
+  }
+
+  std::string ReadPending() const {
+    std::string text;
+    std::array<char, 65536> buffer;
+    pollfd item{mChannel.reader, POLLIN, 0};
+    while (poll(&item, 1, 0) > 0)
+      text.append(buffer.data(),
+                  static_cast<std::size_t>(read(mChannel.reader, buffer.data(), buffer.size())));
+    return text;
+  }
+
+  Channel mChannel;
+};
+
+struct ConsoleCase {
+  const char* name;
+  Channel (*make)();
+};
+
+void PrintTo(const ConsoleCase& console, std::ostream* stream) {
+  *stream << console.name;
+}
+
+const auto kNameOfCase = [](const auto& test) { return std::string(test.param.name); };
+
+class DeadConsoleTest : public ConsoleFaultTest, public testing::WithParamInterface<ConsoleCase> {};
+
+TEST_P(DeadConsoleTest, DisturbsNothing) {
+  ASSERT_NO_FATAL_FAILURE(StartWith(GetParam().make()));
+  ExpectUnimpressed();
+  ExpectEnd();
+}
+
+INSTANTIATE_TEST_SUITE_P(Consoles, DeadConsoleTest,
+                         testing::Values(ConsoleCase{"UnreadPipe", Pipe},
+                                         ConsoleCase{"UnreadSocket", SocketPair},
+                                         ConsoleCase{"FullDevice", FullDevice},
+                                         ConsoleCase{"Closed", [] { return Channel{}; }}),
+                         kNameOfCase);
+
+class ReadConsoleTest : public ConsoleFaultTest, public testing::WithParamInterface<ConsoleCase> {};
+
+TEST_P(ReadConsoleTest, IsToldWhatItMissedWhenItReadsAgain) {
+  ASSERT_NO_FATAL_FAILURE(StartWith(GetParam().make()));
+  ExpectUnimpressed();
+  ExpectLossTold();
+  ExpectEnd();
+}
+
+TEST_P(ReadConsoleTest, MayGoAway) {
+  ASSERT_NO_FATAL_FAILURE(StartWith(GetParam().make()));
+  CloseReader();
+  ExpectUnimpressed();
+  ExpectEnd();
+}
+
+INSTANTIATE_TEST_SUITE_P(Consoles, ReadConsoleTest,
+                         testing::Values(ConsoleCase{"Pipe", Pipe},
+                                         ConsoleCase{"Socket", SocketPair}),
+                         kNameOfCase);
+
+TEST_F(ConsoleFaultTest, AllStandardStreamsMayBeClosed) {
+  ServiceStart start;
+  start.options.input = start.options.output = start.options.errors = ProcessOptions::kClosed;
+  ASSERT_NO_FATAL_FAILURE(StartInOrder(start));
+  ExpectUnimpressed();
+  ExpectEnd();
+}
+
+}  // namespace

@@ -1,0 +1,57 @@
+// A well-behaved peer of the service that counts what happens to its connections: every connection
+// made and lost, every subscription each of them brings.
+
+#pragma once
+
+#include <czmq.h>
+
+#include <deque>
+#include <map>
+#include <string>
+
+#include "Frames.h"
+
+class CountedPeer {
+ public:
+  /// A socket of the ZeroMQ type `type` (ZMQ_XPUB or ZMQ_PULL), bound to `endpoint`, whose place
+  /// must be free. Fails the test when it cannot be bound.
+  CountedPeer(int type, const std::string& endpoint);
+
+  /// Closes it; its place is free on return.
+  ~CountedPeer();
+
+  CountedPeer(const CountedPeer&) = delete;
+  CountedPeer& operator=(const CountedPeer&) = delete;
+
+  /// Takes everything that has arrived. What follows tells as much as was read.
+  void ReadPending();
+
+  /// Connections that were made (whose handshake succeeded), that were lost.
+  int Connections() const { return mConnections; }
+  int Losses() const { return mLosses; }
+
+  /// How often each topic was subscribed to. Nothing is merged: two connections that bring the same
+  /// topic count twice.
+  const std::map<std::string, int>& Subscriptions() const { return mSubscriptions; }
+
+  /// Messages received and not yet taken.
+  std::deque<louddesk::Frames>& Messages() { return mMessages; }
+
+  /// Publishes a message whose first frame is its topic.
+  void Publish(const louddesk::Frames& frames);
+
+  zsock_t* Socket() const { return mSocket; }
+
+ private:
+  void ReadEvents();
+  void TakeMessage(louddesk::Frames frames);
+
+  std::string mEndpoint;
+  zsock_t* mSocket = nullptr;   // owned
+  zsock_t* mMonitor = nullptr;  // owned
+  int mConnections = 0;
+  int mLosses = 0;
+  bool mIsClosed = false;  // no longer listening
+  std::map<std::string, int> mSubscriptions;
+  std::deque<louddesk::Frames> mMessages;
+};

@@ -1,0 +1,143 @@
+// What lies in the places of the service's own endpoints, and an IPC directory that it cannot use.
+// A directory in the place of the data publisher is StartUpTest's; files that a killed service or
+// peer leaves behind are PeerRestartTest's and PeerFaultTest's.
+
+#include <sys/mount.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include "Endpoints.h"
+#include "FaultyUnit.h"
+#include "Isolation.h"
+
+namespace {
+
+using louddesk::Peer;
+
+constexpr char kDirectory[] = "/run/shm/mq";
+constexpr char kParent[] = "/run/shm";
+
+std::string PathOf(const std::string& file) {
+  return std::string(kDirectory) + "/" + file;
+}
+
+void WriteFile(const std::string& path) {
+  std::ofstream(path) << "not a socket";
+}
+
+class EndpointFilesTest : public FaultyUnit {
+ protected:
+  /// A machine that was never used, for each test.
+  void SetUp() override {
+    if (!HasOwnNamespaces())
+      GTEST_SKIP() << "the directory is shared with other processes of this machine";
+    std::filesystem::remove_all(kDirectory);
+  }
+
+  void TearDown() override {
+    FaultyUnit::TearDown();
+    for (const std::string& mounted : mMounted)
+      umount(mounted.c_str());
+  }
+
+  /// Puts an empty file system that nobody can write to in the place of a directory.
+  void MountReadOnly(const std::string& path) {
+    ASSERT_EQ(0, mount("tmpfs", path.c_str(), "tmpfs", MS_RDONLY, nullptr));
+    mMounted.push_back(path);
+  }
+
+  void ExpectLine(const std::string& text) {
+    EXPECT_TRUE(mService->WaitForLine(text, kPatience)) << text;
+  }
+
+  /// Expects that the service starts without publishers, says so, and stops by the assertion of the
+  /// first message that it would publish.
+  void ExpectUnusableDirectory(const std::string& reason) {
+    mUnit.OpenAll({Peer::kSignalProcessor, Peer::kLogSink});
+    StartProcess();
+    ExpectLine(reason);
+    ExpectLine("|CRITICAL|ReactorMain|");
+    ExpectLine("\"Failed to initialize HWM Pubs.\"");
+    ExpectLine("addQVAppserverMq local optkria");
+    ASSERT_TRUE(mUnit.WaitFor(
+        [this] {
+          return mUnit.SubscriptionsAt(Peer::kMainAppServer).count("AppProbeIOMatrixStream-1") &&
+                 mUnit.SubscriptionsAt(Peer::kOpticalAppServer).count(kEnableReportingTopic);
+        },
+        kPatience));
+    EnableReporting();
+    SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json());
+    ExpectStopByAssertion("__null != mpLuDataPubSocket");
+  }
+
+  std::vector<std::string> mMounted;
+};
+
+TEST_F(EndpointFilesTest, RegularFilesInThePlacesOfThePublishersAreReplaced) {
+  const std::string files[] = {PathOf(louddesk::DataPublisherFile(1, 1)),
+                               PathOf(louddesk::StatePublisherFile(1, 1))};
+  mUnit.OpenAll();
+  for (const std::string& file : files)
+    WriteFile(file);
+  StartProcess();
+  ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
+  StartMeasuring();
+  ExpectMeasures(-20);
+  for (const std::string& file : files)
+    EXPECT_TRUE(std::filesystem::is_socket(file)) << file;
+}
+
+TEST_F(EndpointFilesTest, RegularFilesInThePlacesOfPeersAreReplacedByThem) {
+  std::filesystem::create_directories(kDirectory);
+  const std::string files[] = {PathOf("hwmProbeLuRawDataPub-1.ipc"), PathOf("loggerSinkMq.ipc")};
+  for (const std::string& file : files)
+    WriteFile(file);
+  ASSERT_NO_FATAL_FAILURE(Start({Peer::kSignalProcessor, Peer::kLogSink}));
+  StartMeasuring();
+  ExpectCadence();
+  mUnit.OpenAll();
+  ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
+  ExpectMeasures(-20);
+  ExpectLogLine("Connected to ipc");
+}
+
+TEST_F(EndpointFilesTest, DirectoryInThePlaceOfTheStatesIsReportedAndStopsTheFirstState) {
+  mUnit.OpenAll();
+  const std::string path = PathOf(louddesk::StatePublisherFile(1, 1));
+  std::filesystem::create_directory(path);
+  StartProcess();
+  ExpectLine("|CRITICAL|ReactorMain|");
+  ExpectLine("\"Failed to initialize HWM Pubs.\"");
+  // At the latest when the state is published anew, after five seconds.
+  ExpectStopByAssertion("__null != mpLuStatePubSocket");
+}
+
+TEST_F(EndpointFilesTest, FileInThePlaceOfTheDirectoryIsReportedAndEndsWithStatusZero) {
+  WriteFile(kDirectory);
+  mUnit.OpenAll({Peer::kSignalProcessor, Peer::kLogSink});
+  StartProcess();
+  ExpectLine("\"Failed to make directory /run/shm/mq: Not a directory\"");
+  ExpectLine("\"Failed to initialize HWM Pubs.\"");
+  ExpectLine("addQVAppserverMq local optkria");
+  ExpectCleanEnd(SIGTERM);
+}
+
+TEST_F(EndpointFilesTest, FileInThePlaceOfTheDirectoryStopsTheFirstMessage) {
+  WriteFile(kDirectory);
+  ExpectUnusableDirectory("\"Failed to make directory /run/shm/mq: Not a directory\"");
+}
+
+TEST_F(EndpointFilesTest, DirectoryThatCannotBeMadeIsReported) {
+  ASSERT_NO_FATAL_FAILURE(MountReadOnly(kParent));
+  ExpectUnusableDirectory("\"Failed to make directory /run/shm/mq: Read-only file system\"");
+}
+
+TEST_F(EndpointFilesTest, DirectoryThatCannotBeWrittenToIsReported) {
+  std::filesystem::create_directories(kDirectory);
+  ASSERT_NO_FATAL_FAILURE(MountReadOnly(kDirectory));
+  ExpectUnusableDirectory("\"Failed to bind to ipc:///run/shm/mq/");
+}
+
+}  // namespace

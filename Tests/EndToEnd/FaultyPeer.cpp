@@ -1,0 +1,227 @@
+// Faulty peers, byte by byte: greeting, handshake and frames of ZMTP 3.0 (ZeroMQ RFC 23).
+
+#include "FaultyPeer.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "MqLink.h"
+
+namespace {
+
+struct FaultName {
+  PeerFault fault;
+  const char* name;
+  bool endsTheLink;  // ZeroMQ does not connect again by itself
+};
+
+constexpr FaultName kFaultNames[] = {
+    {PeerFault::kAnotherProtocol, "AnotherProtocol", false},
+    {PeerFault::kZeros, "Zeros", true},
+    {PeerFault::kSilence, "Silence", false},
+    {PeerFault::kGarbageAfterGreeting, "GarbageAfterGreeting", true},
+    {PeerFault::kGarbageAfterHandshake, "GarbageAfterHandshake", true},
+    {PeerFault::kWrongSocketType, "WrongSocketType", true},
+    {PeerFault::kTooLargeFrame, "TooLargeFrame", true},
+    {PeerFault::kCutInGreeting, "CutInGreeting", false},
+    {PeerFault::kCutInHandshake, "CutInHandshake", false},
+    {PeerFault::kCutInFrame, "CutInFrame", false},
+};
+
+const FaultName& RowOf(PeerFault fault) {
+  const FaultName* row = kFaultNames;
+  while (row->fault != fault)
+    ++row;
+  return *row;
+}
+
+constexpr char kWebAnswer[] =
+    "HTTP/1.1 400 Bad Request\r\nContent-Type: text/html\r\nConnection: close\r\n\r\n"
+    "<html><head><title>400 Bad Request</title></head><body>400 Bad Request</body></html>\r\n";
+bool HangsUp(PeerFault fault) {
+  return fault == PeerFault::kAnotherProtocol || fault == PeerFault::kCutInGreeting ||
+         fault == PeerFault::kCutInHandshake || fault == PeerFault::kCutInFrame;
+}
+
+constexpr char kOtherType[] = "REP";  // goes with neither a subscriber nor a pusher
+
+constexpr std::size_t kGreetingSize = 64;
+constexpr char kLongFrame = 2;
+
+// Signature, version 3.0, mechanism NULL, and zeros to the end.
+std::string Greeting() {
+  std::string greeting("\xFF\0\0\0\0\0\0\0\0\x7F\3\0NULL", 16);
+  greeting.resize(kGreetingSize);
+  return greeting;
+}
+
+std::string Length(std::uint64_t length, int bytes) {
+  std::string text;
+  for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
+    text += static_cast<char>(length >> shift & 0xFF);
+  return text;
+}
+
+// The handshake of the mechanism NULL: one command with the socket's type.
+std::string Ready(const std::string& type) {
+  constexpr char kCommand = 4;
+  const std::string body =
+      std::string("\5READY") + "\13Socket-Type" + Length(type.size(), 4) + type;
+  return kCommand + Length(body.size(), 1) + body;
+}
+
+std::string Garbage() {
+  return std::string(1000, '\xAA');
+}
+
+// The beginning of a long frame.
+std::string FrameOf(std::uint64_t length, std::size_t sent) {
+  return kLongFrame + Length(length, 8) + std::string(sent, 'x');
+}
+
+[[noreturn]] void GiveUp(const std::string& endpoint, const char* what) {
+  std::fprintf(stderr, "FaultyPeer: %s: %s: %s.\n", endpoint.c_str(), what, std::strerror(errno));
+  std::exit(1);
+}
+
+int ListenOnFile(const std::string& endpoint, const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  unlink(path.c_str());
+  if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
+    GiveUp(endpoint, "bind");
+  return listener;
+}
+
+int ListenOnPort(const std::string& endpoint, const std::string& addressAndPort) {
+  const std::size_t colon = addressAndPort.find(':');
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(addressAndPort.substr(colon + 1))));
+  inet_pton(AF_INET, addressAndPort.substr(0, colon).c_str(), &address.sin_addr);
+  const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int on = 1;
+  setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
+    GiveUp(endpoint, "bind");
+  return listener;
+}
+
+// False when the other side has closed; what it says does not matter.
+bool Discard(int connection) {
+  std::array<char, 4096> buffer;
+  const ssize_t size = recv(connection, buffer.data(), buffer.size(), MSG_DONTWAIT);
+  return size > 0 || (size < 0 && (errno == EAGAIN || errno == EINTR));
+}
+
+}  // namespace
+
+const char* NameOf(PeerFault fault) {
+  return RowOf(fault).name;
+}
+
+void PrintTo(PeerFault fault, std::ostream* stream) {
+  *stream << NameOf(fault);
+}
+
+bool EndsTheLink(PeerFault fault) {
+  return RowOf(fault).endsTheLink;
+}
+
+FaultyPeer::FaultyPeer(const std::string& endpoint, std::string type, PeerFault fault)
+    : mType(std::move(type)), mFault(fault) {
+  const std::string place = endpoint.substr(endpoint.find("://") + 3);
+  if (endpoint.compare(0, 3, "ipc") == 0)
+    mPath = place;
+  mListener = mPath.empty() ? ListenOnPort(endpoint, place) : ListenOnFile(endpoint, mPath);
+  if (listen(mListener, SOMAXCONN) != 0)
+    GiveUp(endpoint, "listen");
+  // Not inherited: a service that held the other end would keep the thread from ending.
+  if (pipe2(mStop, O_CLOEXEC) != 0)
+    GiveUp(endpoint, "pipe");
+  mThread = std::thread(&FaultyPeer::Serve, this);
+}
+
+FaultyPeer::~FaultyPeer() {
+  close(mStop[1]);
+  mThread.join();
+  close(mStop[0]);
+  close(mListener);
+  if (!mPath.empty())
+    unlink(mPath.c_str());
+}
+
+void FaultyPeer::Serve() {
+  const std::string speech = Speech();
+  const bool hangsUp = HangsUp(mFault);
+  std::vector<pollfd> items = {{mStop[0], POLLIN, 0}, {mListener, POLLIN, 0}};
+  while (poll(items.data(), items.size(), -1) < 0 || items[0].revents == 0) {
+    for (std::size_t i = items.size() - 1; i > 1; --i)
+      if (items[i].revents != 0 && !Discard(items[i].fd)) {
+        close(items[i].fd);
+        items.erase(items.begin() + static_cast<std::ptrdiff_t>(i));
+      }
+    if ((items[1].revents & POLLIN) == 0)
+      continue;
+    const int connection = accept4(mListener, nullptr, nullptr, SOCK_CLOEXEC);
+    if (connection < 0)
+      continue;
+    ++mConnections;
+    send(connection, speech.data(), speech.size(), MSG_NOSIGNAL);
+    if (hangsUp)
+      close(connection);
+    else
+      items.push_back({connection, POLLIN, 0});
+  }
+  for (std::size_t i = 2; i < items.size(); ++i)
+    close(items[i].fd);
+}
+
+// What the service takes at most over this transport.
+std::uint64_t FaultyPeer::LargestFrame() const {
+  return mPath.empty() ? kMqMaxFrameSize : kMqMaxLocalFrameSize;
+}
+
+// What a connection gets to read before its fault.
+std::string FaultyPeer::Speech() const {
+  constexpr std::uint64_t kFrame = 1000;
+  switch (mFault) {
+    case PeerFault::kAnotherProtocol:
+      return kWebAnswer;
+    case PeerFault::kZeros:
+      return std::string(kGreetingSize, '\0');
+    case PeerFault::kSilence:
+      return "";
+    case PeerFault::kGarbageAfterGreeting:
+      return Greeting() + Garbage();
+    case PeerFault::kGarbageAfterHandshake:
+      return Greeting() + Ready(mType) + Garbage();
+    case PeerFault::kWrongSocketType:
+      return Greeting() + Ready(kOtherType);
+    case PeerFault::kTooLargeFrame:
+      return Greeting() + Ready(mType) + FrameOf(LargestFrame() + 1, kFrame);
+    case PeerFault::kCutInGreeting:
+      return Greeting().substr(0, kGreetingSize / 2);
+    case PeerFault::kCutInHandshake:
+      return Greeting() + Ready(mType).substr(0, 10);
+    case PeerFault::kCutInFrame:
+      break;
+  }
+  return Greeting() + Ready(mType) + FrameOf(kFrame, kFrame / 2);
+}

@@ -1,0 +1,59 @@
+// A peer that breaks the protocol: whatever connects to its endpoint is served the same fault.
+
+#pragma once
+
+#include <atomic>
+#include <ostream>
+#include <string>
+#include <thread>
+
+/// What is wrong with a peer.
+enum class PeerFault {
+  kAnotherProtocol,        // answers as a web server would and hangs up
+  kZeros,                  // sends zeros instead of a greeting
+  kSilence,                // takes the connection and never says a word
+  kGarbageAfterGreeting,   // sends garbage instead of a handshake
+  kGarbageAfterHandshake,  // sends garbage instead of a frame
+  kWrongSocketType,        // says in the handshake that it is a socket of another kind
+  kTooLargeFrame,          // sends a frame of one byte more than is taken
+  kCutInGreeting,          // closes the connection in the middle of the greeting
+  kCutInHandshake,         // in the middle of the handshake
+  kCutInFrame,             // in the middle of a frame
+};
+
+/// The fault as the name of a test.
+const char* NameOf(PeerFault fault);
+void PrintTo(PeerFault fault, std::ostream* stream);
+
+/// Whether ZeroMQ gives a link to such a peer up, so that the service must renew it by itself.
+bool EndsTheLink(PeerFault fault);
+
+class FaultyPeer {
+ public:
+  /// Listens on `endpoint` (tcp://ADDRESS:PORT or ipc://PATH), whose place must be free, as a peer
+  /// of the socket type `type` (its name in a handshake, for example "XPUB") but for its fault. A
+  /// thread of its own serves the connections. Ends the test process when it cannot listen.
+  FaultyPeer(const std::string& endpoint, std::string type, PeerFault fault);
+
+  /// Closes every connection and frees the place.
+  ~FaultyPeer();
+
+  FaultyPeer(const FaultyPeer&) = delete;
+  FaultyPeer& operator=(const FaultyPeer&) = delete;
+
+  /// Connections that were made so far.
+  int Connections() const { return mConnections; }
+
+ private:
+  void Serve();
+  std::uint64_t LargestFrame() const;
+  std::string Speech() const;
+
+  std::string mType;
+  PeerFault mFault;
+  std::string mPath;        // of the socket file; empty: TCP
+  int mListener = -1;       // owned
+  int mStop[2] = {-1, -1};  // a pipe whose closed end ends the thread; owned
+  std::atomic<int> mConnections{0};
+  std::thread mThread;
+};

@@ -1,0 +1,224 @@
+// Verbs of the tests under faults.
+
+#include "FaultyUnit.h"
+
+#include <algorithm>
+#include <csignal>
+#include <iostream>
+
+#include "Endpoints.h"
+
+using louddesk::Peer;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr char kStoppedState[] = "T";  // in /proc/PID/status
+
+constexpr char kClientPlace[] = "DataClient";
+
+constexpr std::chrono::milliseconds kLongestGap{1000};
+constexpr std::chrono::milliseconds kServedSoon{5000};
+
+// What the queues of all peers hold when full, ten times over. Freed memory that a sanitizer holds
+// back counts too.
+#ifdef __SANITIZE_ADDRESS__
+constexpr long kMostGrowthKib = 400 * 1024;
+#else
+constexpr long kMostGrowthKib = 32 * 1024;
+#endif
+
+struct PeerPlace {
+  Peer peer;
+  const char* place;
+  const char* line;  // of the service about what the peer publishes in a process of its own
+};
+
+constexpr PeerPlace kPeerPlaces[] = {
+    {Peer::kHeartbeatReceiver, "HeartbeatReceiver", nullptr},
+    {Peer::kProcessMonitor, "ProcessMonitor", "\"Got System status Okay 1.\""},
+    {Peer::kHardwareManager, "HardwareManager", "\"Topic HwmStatusOrRequest? not handled\""},
+    {Peer::kMainAppServer, "MainAppServer", "\"Topic AppLoudnessCmd not handled\""},
+    {Peer::kOpticalAppServer, "OpticalAppServer", "\"Topic QVProbeOptInputDataCmd? not handled\""},
+    {Peer::kSignalProcessor, "SignalProcessor", nullptr},
+    {Peer::kLogSink, "LogSink", nullptr},
+};
+
+const PeerPlace& RowOf(Peer peer) {
+  const PeerPlace* row = kPeerPlaces;
+  while (row->peer != peer)
+    ++row;
+  return *row;
+}
+
+std::chrono::milliseconds Since(Clock::time_point time) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - time);
+}
+
+}  // namespace
+
+void RecordFigure(const std::string& name, double value) {
+  testing::Test::RecordProperty(name, std::to_string(value));
+  std::cout << "[  FIGURE  ] " << name << ' ' << value << std::endl;
+}
+
+const char* PlaceOf(Peer peer) {
+  return RowOf(peer).place;
+}
+
+void FaultyUnit::StartInOrder(const ServiceStart& start) {
+  ASSERT_NO_FATAL_FAILURE(Start({}, start));
+  StartMeasuringUnheard();
+}
+
+void FaultyUnit::StartMeasuringUnheard() {
+  mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic,
+                 louddesk::EnableReportingJson(true));
+  SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), mUnit.Cluster()).Json());
+  ExpectAcknowledgement("Start");
+  mUnit.DropLoudnessData();
+  EXPECT_TRUE(mUnit.NextLoudnessData(kPatience)) << "no data";
+}
+
+void FaultyUnit::Pass(Milliseconds time) {
+  mUnit.WaitFor([] { return false; }, time);
+}
+
+void FaultyUnit::Suspend(ServiceProcess& process) {
+  process.Signal(SIGSTOP);
+  const auto end = Clock::now() + kPatience;
+  while (process.StatusOf("State").rfind(kStoppedState, 0) != 0) {
+    ASSERT_LT(Clock::now(), end) << "not stopped but " << process.StatusOf("State");
+    Pass(Milliseconds{1});
+  }
+}
+
+void FaultyUnit::BeginWatch() {
+  mResidentKib = mService->ResidentKib();
+  mWatch = std::make_unique<CadenceWatch>(
+      louddesk::DataPublisherFile(mUnit.MeterSet(), mUnit.Cluster()));
+  ASSERT_TRUE(mWatch->WaitForFirst(kPatience)) << "no data";
+}
+
+void FaultyUnit::ExpectWatchedWell() {
+  const Cadence cadence = mWatch->Stop();
+  const long growth = mService->ResidentKib() - mResidentKib;
+  RecordFigure("on_time_percent", 100.0 * static_cast<double>(cadence.onTime) /
+                                      static_cast<double>(std::max<std::size_t>(cadence.ticks, 1)));
+  RecordFigure("longest_gap_ms", static_cast<double>(cadence.longestGap.count()));
+  RecordFigure("longest_stall_of_the_machine_ms",
+               static_cast<double>(cadence.longestStall.count()));
+  RecordFigure("memory_growth_kib", static_cast<double>(growth));
+  EXPECT_LE(cadence.longestGap.count(), (kLongestGap + 2 * cadence.longestStall).count());
+  EXPECT_GE(2 * cadence.messages, cadence.ticks) << "over half of the ticks left out";
+  EXPECT_LE(cadence.messages, cadence.ticks + 2) << "more messages than ticks";
+  EXPECT_LE(growth, kMostGrowthKib);
+}
+
+void FaultyUnit::StartRemote(const Peers& peers) {
+  std::vector<std::string> places;
+  for (const Peer peer : peers) {
+    mUnit.Close(peer);
+    places.push_back(std::string(PlaceOf(peer)) + "=" + mUnit.EndpointOf(peer));
+  }
+  mRemotePeers = peers;
+  StartRemoteProcess(places);
+}
+
+void FaultyUnit::StartRemoteClient() {
+  mIsClientRemote = true;
+  StartRemoteProcess(
+      {std::string(kClientPlace) + "=" +
+       louddesk::Endpoint::Ipc(louddesk::DataPublisherFile(mUnit.MeterSet(), mUnit.Cluster()))
+           .Text()});
+}
+
+void FaultyUnit::KillRemote() {
+  mRemote->Signal(SIGKILL);
+  EXPECT_TRUE(mRemote->WaitForExit(kPatience)) << "still there";
+}
+
+void FaultyUnit::StopRemote() {
+  Suspend(*mRemote);
+}
+
+void FaultyUnit::ContinueRemote() {
+  MarkReturn();
+  mRemote->Signal(SIGCONT);
+}
+
+void FaultyUnit::ListenSilently() {
+  for (const Peer peer : mRemotePeers)
+    mSilent.push_back(std::make_unique<SilentListener>(mUnit.EndpointOf(peer)));
+}
+
+void FaultyUnit::EndSilence() {
+  mSilent.clear();
+}
+
+FaultyUnit::Milliseconds FaultyUnit::AwaitServed() {
+  for (const Peer peer : mRemotePeers) {
+    const auto end = Clock::now() + kPatience;
+    while (!IsServed(peer, kPeriod / 2) && !HasFatalFailure())
+      if (Clock::now() > end) {
+        ADD_FAILURE() << PlaceOf(peer) << " is not served";
+        break;
+      }
+  }
+  if (mIsClientRemote) {
+    EXPECT_TRUE(WaitForRemoteLine(kClientPlace, kPatience)) << "client is not served";
+  }
+  return Since(mReturn);
+}
+
+void FaultyUnit::ExpectServedSoon() {
+  const Milliseconds time = AwaitServed();
+  RecordFigure("served_after_ms", static_cast<double>(time.count()));
+  EXPECT_LE(time.count(), kServedSoon.count());
+  Pass(5 * kPeriod);
+  MarkReturn();
+  AwaitServed();
+}
+
+void FaultyUnit::SayUnknown(const std::string& text) {
+  mUnit.SendText(Peer::kMainAppServer, kAppLoudnessCommandTopic + text, std::string("{}"));
+}
+
+bool FaultyUnit::IsServed(Peer peer, Milliseconds patience) {
+  const PeerPlace& row = RowOf(peer);
+  if (row.line != nullptr)
+    return mService->WaitForLine(row.line, patience, mServiceLines);
+  if (peer == Peer::kSignalProcessor)
+    return HasNewFigures(patience);
+  // A remote server makes the service write lines all the time.
+  if (peer == Peer::kLogSink && mRemotePeers.count(Peer::kMainAppServer) == 0)
+    SayUnknown("");
+  return WaitForRemoteLine(row.place, patience);
+}
+
+bool FaultyUnit::HasNewFigures(Milliseconds patience) {
+  const auto message = mUnit.NextLoudnessData(patience);
+  return message && louddesk::FiguresOf(message->data) != mFrozen;
+}
+
+bool FaultyUnit::WaitForRemoteLine(const std::string& place, Milliseconds patience) {
+  return mRemote->WaitForLine(place, patience, mRemoteLines);
+}
+
+void FaultyUnit::StartRemoteProcess(const std::vector<std::string>& places) {
+  mRemote.reset();
+  MarkReturn();
+  mRemote = std::make_unique<ServiceProcess>(PEER_PROCESS_BINARY, places);
+}
+
+void FaultyUnit::MarkReturn() {
+  mUnit.DropLoudnessData();
+  mFrozen.clear();
+  if (mRemotePeers.count(Peer::kSignalProcessor) != 0)
+    if (const auto message = mUnit.NextLoudnessData(5 * kPeriod))
+      mFrozen = louddesk::FiguresOf(message->data);
+  mServiceLines = mService->LineCount();
+  mRemoteLines = mRemote ? mRemote->LineCount() : 0;
+  mReturn = Clock::now();
+}

@@ -1,0 +1,92 @@
+// A running service whose peers misbehave: verbs and figures of the tests under faults.
+
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "CadenceWatch.h"
+#include "SilentListener.h"
+#include "WatchedService.h"
+
+/// Writes a measured figure to the output of the test and to its report.
+void RecordFigure(const std::string& name, double value);
+
+/// One word for a peer.
+const char* PlaceOf(louddesk::Peer peer);
+
+class FaultyUnit : public WatchedService {
+ protected:
+  using WatchedService::WatchedService;
+  using Milliseconds = std::chrono::milliseconds;
+  using Peers = std::set<louddesk::Peer>;
+
+  /// Starts the service and its measuring, all peers being in order.
+  void StartInOrder(const ServiceStart& start = {});
+
+  /// As StartMeasuring, of a service whose console nobody hears.
+  void StartMeasuringUnheard();
+
+  /// Lets time pass, while everything that comes is read.
+  void Pass(Milliseconds time);
+
+  /// Stops a process and waits until it stands still.
+  void Suspend(ServiceProcess& process);
+
+  /// Watches the cadence at an independent client from now on, and the memory of the service.
+  void BeginWatch();
+
+  /// Expects that data kept coming since then, and bounded memory; records the figures. A gap of
+  /// up to a second is left to a busy machine, and that for which it kept the client itself from
+  /// looking.
+  void ExpectWatchedWell();
+
+  /// Moves the peers to a process of their own, or starts them there anew.
+  void StartRemote(const Peers& peers);
+
+  /// Starts a client of the loudness data in a process of its own.
+  void StartRemoteClient();
+
+  /// Kills or stops that process and waits until it is so, or continues it.
+  void KillRemote();
+  void StopRemote();
+  void ContinueRemote();
+
+  /// Puts listeners without a reader in the places of the remote peers, which were killed, or ends
+  /// them.
+  void ListenSilently();
+  void EndSilence();
+
+  /// Waits until the service and each remote peer, or the client, hear each other, counted from
+  /// the last start or continuation. Returns how long it took since then.
+  Milliseconds AwaitServed();
+
+  /// The same as an expectation of at most five seconds, recorded. An idle machine takes less than
+  /// two. What follows must come too: the first may have waited in a buffer.
+  void ExpectServedSoon();
+
+  /// Publishes a text message that nobody knows, which makes the service log its topic.
+  void SayUnknown(const std::string& text);
+
+  std::unique_ptr<ServiceProcess> mRemote;  // the peers of the other process
+
+ private:
+  bool IsServed(louddesk::Peer peer, Milliseconds patience);
+  bool HasNewFigures(Milliseconds patience);
+  bool WaitForRemoteLine(const std::string& place, Milliseconds patience);
+  void StartRemoteProcess(const std::vector<std::string>& places);
+  void MarkReturn();
+
+  Peers mRemotePeers;
+  bool mIsClientRemote = false;
+  std::chrono::steady_clock::time_point mReturn;  // of the remote peers
+  std::size_t mServiceLines = 0;                  // at that moment
+  std::size_t mRemoteLines = 0;                   // at that moment
+  std::vector<int> mFrozen;                       // figures at that moment
+  std::vector<std::unique_ptr<SilentListener>> mSilent;
+  std::unique_ptr<CadenceWatch> mWatch;
+  long mResidentKib = 0;  // of the service at the beginning of the watch
+};

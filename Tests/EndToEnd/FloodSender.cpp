@@ -1,0 +1,172 @@
+// A peer that floods the service: takes its place and publishes one message over and over, in a
+// process of its own and behind everybody else in the queue for the processor. The arguments are
+// the endpoint, what to send, and how often a second (0: as fast as the socket takes it). "Sink"
+// takes messages instead and throws them away. Ends by a signal only; tells each second on standard
+// output how many messages it has sent.
+
+#include <czmq.h>
+#include <sys/resource.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "BlockReading.h"
+#include "Frames.h"
+#include "JsonAccess.h"
+#include "PresetBuilder.h"
+#include "UnitDocuments.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using louddesk::Frames;
+
+constexpr int kNiceness = 10;
+constexpr std::chrono::milliseconds kPace{1};
+
+constexpr char kPresetTopic[] = "AppProbeIOMatrixStream-1";
+constexpr char kCommandTopic[] = "AppIOQVLoudnessCmd-1";
+constexpr char kConfigurationTopic[] = "AppProbeSetLuConf-1";
+
+const std::vector<std::string> kSurround = {"Left", "Right", "Center", "LeftSurround",
+                                            "RightSurround"};
+
+Frames Block() {
+  louddesk::BlockReading block;
+  block.powers.fill(1000000000000000);
+  block.peaks.fill(1000);
+  const auto bytes = [](const auto& entries) {
+    return std::string(reinterpret_cast<const char*>(entries.data()), sizeof entries);
+  };
+  return {"ProbeLuRawData-1", bytes(block.peaks), bytes(block.powers), "spare"};
+}
+
+Frames CommandOfAnotherCluster() {
+  louddesk::LoudnessCommand command;
+  command.command = "Reset";
+  command.clusterId = 2;
+  return {kCommandTopic, command.Json()};
+}
+
+Frames Preset() {
+  return {kPresetTopic, louddesk::PresetForSpeakers(kSurround, 1).Json()};
+}
+
+// `text` between a good preset's opening brace and its first member.
+std::string PresetWith(const std::string& members) {
+  return "{" + members + "," + louddesk::PresetForSpeakers(kSurround, 1).Json().substr(1);
+}
+
+std::string Repeated(const std::string& text, std::size_t count) {
+  std::string result = text;
+  for (std::size_t i = 1; i < count; ++i)
+    result += "," + text;
+  return result;
+}
+
+// As many members as are taken, long enough to fill the largest document.
+Frames LargestPreset() {
+  constexpr std::size_t kRest = 1000;  // values and bytes of the good preset, generously
+  constexpr std::size_t kMembers = (json::kMaxValues - kRest) / 2;
+  constexpr std::size_t kShell = 5;  // "": and a comma and the value
+  const std::size_t room = (json::kMaxDocumentSize - 4 * kRest) / kMembers - kShell;
+  return {kPresetTopic, PresetWith(Repeated("\"" + std::string(room, 'x') + "\":1", kMembers))};
+}
+
+// As many routed channels as are taken, several times more than are kept.
+Frames RoutingPreset() {
+  constexpr std::size_t kChannels = 12000;
+  const std::string channels = Repeated(R"({"OutputTrimDb":0,"MeterSources":[]})", kChannels);
+  return {kPresetTopic, PresetWith(R"("AudioOutputRouting":{"0":{"BNC":{"SDI":{"Pairs":[{"Pair":1,)"
+                                   R"("OutputChannels":[)" +
+                                   channels + "]}]}}}}")};
+}
+
+struct Kind {
+  const char* name;
+  std::function<Frames()> make;
+};
+
+const std::vector<Kind>& Kinds() {
+  static const std::vector<Kind> kinds = {
+      {"Blocks", Block},
+      {"CommandsOfAnotherCluster", CommandOfAnotherCluster},
+      {"UnknownTopics",
+       [] {
+         return Frames{"AppLoudnessCmd", "{}"};
+       }},
+      {"BrokenConfigurations",
+       [] {
+         return Frames{kConfigurationTopic, "{\"Mode\":"};
+       }},
+      {"Presets", Preset},
+      {"LargestPresets", LargestPreset},
+      {"RoutingPresets", RoutingPreset},
+  };
+  return kinds;
+}
+
+[[noreturn]] void GiveUp(const std::string& what) {
+  std::fprintf(stderr, "FloodSender: %s: %s.\n", what.c_str(), zmq_strerror(zmq_errno()));
+  std::exit(1);
+}
+
+zsock_t* Bind(int type, const char* endpoint) {
+  zsock_t* socket = zsock_new(type);
+  if (zsock_bind(socket, "%s", endpoint) == -1)
+    GiveUp(endpoint);
+  return socket;
+}
+
+// Straight to the library: nothing is made and nothing copied twice for each message.
+void Send(void* socket, const Frames& frames) {
+  for (std::size_t i = 0; i < frames.size(); ++i)
+    zmq_send(socket, frames[i].data(), frames[i].size(),
+             ZMQ_DONTWAIT | (i + 1 < frames.size() ? ZMQ_SNDMORE : 0));
+}
+
+[[noreturn]] void Swallow(zsock_t* socket) {
+  for (zmsg_t* message = zmsg_recv(socket);; message = zmsg_recv(socket))
+    zmsg_destroy(&message);
+}
+
+[[noreturn]] void Flood(zsock_t* socket, const Frames& frames, unsigned long rate) {
+  zmsg_t* subscription = zmsg_recv(socket);
+  zmsg_destroy(&subscription);
+  const Clock::time_point start = Clock::now();
+  unsigned long sent = 0;
+  for (long seconds = 0;;) {
+    const Clock::duration passed = Clock::now() - start;
+    const auto due = static_cast<unsigned long>(static_cast<double>(rate) *
+                                                std::chrono::duration<double>(passed).count());
+    if (rate != 0 && sent >= due)
+      zclock_sleep(static_cast<int>(kPace.count()));
+    else
+      Send(zsock_resolve(socket), frames), ++sent;
+    if (passed / std::chrono::seconds(1) > seconds) {
+      seconds = passed / std::chrono::seconds(1);
+      std::printf("%lu messages in %ld s\n", sent, seconds);
+      std::fflush(stdout);
+    }
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  zsys_handler_set(nullptr);
+  setpriority(PRIO_PROCESS, 0, kNiceness);
+  if (argc != 4)
+    GiveUp("endpoint, kind and rate are missing");
+  if (std::strcmp(argv[2], "Sink") == 0)
+    Swallow(Bind(ZMQ_PULL, argv[1]));
+  for (const Kind& kind : Kinds())
+    if (std::strcmp(argv[2], kind.name) == 0)
+      Flood(Bind(ZMQ_XPUB, argv[1]), kind.make(), std::strtoul(argv[3], nullptr, 10));
+  GiveUp(std::string("no kind ") + argv[2]);
+}

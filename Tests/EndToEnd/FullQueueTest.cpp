@@ -1,0 +1,115 @@
+// Clients of the loudness data that come and go, stop or say nothing, and queues that run full.
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "FaultyUnit.h"
+
+namespace {
+
+using louddesk::Peer;
+
+constexpr std::size_t kQueue = 1000;     // lines that wait for the log sink
+constexpr unsigned kLines = 4 * kQueue;  // enough for the kernel's buffers too
+constexpr std::chrono::milliseconds kAbsence{2500};
+
+/// A service with a client of its data in a process of its own.
+class DataClientFaultTest : public FaultyUnit {
+ protected:
+  void SetUp() override {
+    ASSERT_NO_FATAL_FAILURE(StartInOrder());
+    StartRemoteClient();
+    AwaitServed();
+    ASSERT_NO_FATAL_FAILURE(BeginWatch());
+  }
+};
+
+TEST_F(DataClientFaultTest, KilledClientDisturbsNobodyAndIsServedAgain) {
+  KillRemote();
+  Pass(kAbsence);
+  StartRemoteClient();
+  ExpectServedSoon();
+  ExpectWatchedWell();
+}
+
+TEST_F(DataClientFaultTest, StoppedClientDisturbsNobodyAndGetsWhatWaited) {
+  StopRemote();
+  const std::size_t before = mRemote->LineCount();
+  Pass(kAbsence);
+  ContinueRemote();
+  ExpectServedSoon();
+  // Two and a half seconds of data, all but what a busy machine leaves out.
+  mUnit.WaitFor([&] { return mRemote->LineCount() >= before + 12; }, kPatience);
+  EXPECT_GE(mRemote->LineCount(), before + 12);
+  ExpectWatchedWell();
+}
+
+TEST_F(DataClientFaultTest, ClientsThatConnectAndSayNothingDisturbNobody) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  const std::string path = "/run/shm/mq/" + louddesk::DataPublisherFile(1, 1);
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  std::vector<int> clients;
+  for (int i = 0; i < 20; ++i) {
+    clients.push_back(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    ASSERT_EQ(0,
+              connect(clients.back(), reinterpret_cast<const sockaddr*>(&address), sizeof address));
+  }
+  Pass(kAbsence);
+  for (const int client : clients)
+    close(client);
+  ExpectMeasures(-20);
+  ExpectWatchedWell();
+}
+
+/// A service whose log sink takes nothing while thousands of lines are written.
+class FullSinkTest : public FaultyUnit {
+ protected:
+  void SetUp() override {
+    ASSERT_NO_FATAL_FAILURE(StartInOrder());
+    StartRemote({Peer::kLogSink});
+    AwaitServed();
+    ASSERT_NO_FATAL_FAILURE(BeginWatch());
+  }
+
+  void WriteLines() {
+    for (unsigned i = 0; i < kLines; ++i)
+      SayUnknown(kRemark + std::string(1000, 'x'));
+    SendCommand("Reset");
+    ExpectAcknowledgement("Reset");
+  }
+
+  /// Expects that one queue of those lines has come. The kernel and the sink's side hold some
+  /// more; what was taken out of the queue the library counts only by halves of it.
+  void ExpectOneQueueAtTheReturn() {
+    ExpectServedSoon();
+    std::size_t lines = 0;
+    for (const OutputLine& line : mRemote->Lines())
+      lines += line.text.find(kRemark) != std::string::npos ? 1 : 0;
+    RecordFigure("lines_at_the_return", static_cast<double>(lines));
+    EXPECT_GE(lines, kQueue / 2);
+    EXPECT_LE(lines, 2 * kQueue);
+    ExpectWatchedWell();
+  }
+
+  static constexpr char kRemark[] = " remark ";
+};
+
+TEST_F(FullSinkTest, StoppedSinkCostsNoCadenceAndGetsOneQueueOfLines) {
+  StopRemote();
+  WriteLines();
+  ContinueRemote();
+  ExpectOneQueueAtTheReturn();
+}
+
+TEST_F(FullSinkTest, SilentSinkCostsNoCadenceAndItsSuccessorGetsOneQueueOfLines) {
+  KillRemote();
+  ListenSilently();
+  WriteLines();
+  EndSilence();
+  StartRemote({Peer::kLogSink});
+  ExpectOneQueueAtTheReturn();
+}
+
+}  // namespace

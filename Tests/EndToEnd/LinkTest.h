@@ -1,0 +1,81 @@
+// A running service whose every connection is served by a counted peer, which can be taken away,
+// replaced and asked whether the service hears it.
+
+#pragma once
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "CountedPeer.h"
+#include "RunningService.h"
+
+/// Any of the peers whose links may be disturbed, as the name of a test.
+const char* NameOf(louddesk::Peer peer);
+
+/// How soon a peer must be served after its link can work again, on the busiest machine. The
+/// service's own promise is `kPromisedReturn`; what was measured is printed.
+constexpr std::chrono::milliseconds kLenientReturn{6000};
+constexpr std::chrono::milliseconds kPromisedReturn{2000};
+
+class LinkTest : public RunningService {
+ protected:
+  using Clock = std::chrono::steady_clock;
+  using Peers = std::set<louddesk::Peer>;
+
+  /// Every peer; those that are reached over TCP.
+  static const Peers kEveryPeer;
+  static const Peers kTcpPeers;
+
+  /// Opens every peer, starts the service, waits until it is connected to all of them and makes it
+  /// report.
+  void StartLinked();
+
+  /// Waits until the service is connected to every peer, all being open.
+  void AwaitEveryPeer();
+
+  /// Switches the reporting on and hands the service a programme.
+  void StartReporting();
+
+  /// Opens peers, closes them.
+  void OpenPeers(const Peers& peers);
+  void ClosePeers(const Peers& peers);
+
+  CountedPeer& At(louddesk::Peer peer) { return *mPeers.at(peer); }
+
+  /// Reads at every peer until the condition holds.
+  bool PollUntil(const std::function<bool()>& condition, std::chrono::milliseconds patience);
+
+  /// Waits until each of the peers is served: the service handles what it says, or is heard by it.
+  /// Prints and records how long that took since `since`; fails a peer for which it took longer
+  /// than `kLenientReturn`. `what` names the occasion.
+  void ExpectServed(const Peers& peers, Clock::time_point since, const std::string& what);
+
+  /// Expects that each of the peers has one connection, never lost, that brought every subscription
+  /// of the service once, and that no other follows.
+  void ExpectOneConnectionEach(const Peers& peers);
+
+  /// Sends a command and expects that it is handled once and acknowledged once.
+  void ExpectOneAnswer();
+
+  /// Whether two and more lines were written about any message of ExpectServed.
+  void ExpectNothingHeardTwice();
+
+  /// Lines so far that contain `text`.
+  int CountLines(const std::string& text) const;
+
+  /// Publishes as one of the text peers.
+  void Say(louddesk::Peer peer, const std::string& topic, const std::string& payload);
+
+ private:
+  bool IsConnected(louddesk::Peer peer);
+  void Probe(louddesk::Peer peer);
+  bool IsServed(louddesk::Peer peer, std::size_t firstLine);
+  std::string ProbeLine(louddesk::Peer peer, int number) const;
+
+  std::map<louddesk::Peer, std::unique_ptr<CountedPeer>> mPeers;  // the open ones
+  int mFirstProbe = 1;                                            // of the present ExpectServed
+  int mNextProbe = 1;                                             // number of the next message
+  unsigned mCommands = 0;                                         // sent by ExpectOneAnswer
+};

@@ -1,0 +1,125 @@
+// Two services of the same meter set and cluster: the second takes over the files of the
+// publishers; who is connected to the first stays with it. Neither minds the other.
+
+#include <csignal>
+
+#include "Endpoints.h"
+#include "FaultyUnit.h"
+
+namespace {
+
+using louddesk::DataClient;
+using louddesk::Peer;
+
+class TwinServiceTest : public FaultyUnit {
+ protected:
+  /// The first service measures; the stand-in is its client. Then the second does too, of which
+  /// `mNewClient` is one.
+  void SetUp() override {
+    ASSERT_NO_FATAL_FAILURE(StartInOrder());
+    mFirst = std::move(mService);
+    StartProcess();
+    mSecond = std::move(mService);
+    ASSERT_TRUE(mSecond->WaitForLine("addQVAppserverMq local optkria", kPatience));
+    mNewClient = std::make_unique<DataClient>(louddesk::DataPublisherFile(1, 1));
+    // Nobody tells when its subscriptions have come.
+    ASSERT_TRUE(mUnit.WaitFor(
+        [this] {
+          return mSecond->WaitForLine("enable true", Milliseconds{0}) || (SayEnable(), false);
+        },
+        kPatience));
+    SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json());
+    ASSERT_TRUE(GetsData(*mNewClient));
+  }
+
+  void TearDown() override {
+    for (std::unique_ptr<ServiceProcess>* service : {&mFirst, &mSecond})
+      if (*service && (*service)->IsRunning())
+        ExpectEndOf(*service);
+    FaultyUnit::TearDown();
+  }
+
+  void SayEnable() {
+    mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic,
+                   louddesk::EnableReportingJson(true));
+    SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json());
+    Pass(kPeriod);
+  }
+
+  /// Ends one of the services and expects that it minds nothing.
+  void ExpectEndOf(std::unique_ptr<ServiceProcess>& service) {
+    mService = std::move(service);
+    ExpectCleanEnd(SIGTERM);
+    mService.reset();
+  }
+
+  bool GetsData(DataClient& client, Milliseconds patience = kPatience) {
+    client.ReadPending();
+    client.Messages().clear();
+    return mUnit.WaitFor(
+        [&client] {
+          client.ReadPending();
+          return client.Messages().size() >= 3;
+        },
+        patience);
+  }
+
+  /// Whether the stand-in, client of the first service, gets data.
+  bool OldClientGetsData() {
+    mUnit.DropLoudnessData();
+    return mUnit.NextLoudnessData(kPatience) && mUnit.NextLoudnessData(kPatience);
+  }
+
+  std::unique_ptr<ServiceProcess> mFirst;
+  std::unique_ptr<ServiceProcess> mSecond;
+  std::unique_ptr<DataClient> mNewClient;
+};
+
+TEST_F(TwinServiceTest, OldClientsStayWithTheFirstAndNewOnesGoToTheSecond) {
+  EXPECT_TRUE(OldClientGetsData());
+  ASSERT_NO_FATAL_FAILURE(Suspend(*mFirst));
+  Pass(kPeriod);
+  mUnit.DropLoudnessData();
+  ExpectNoData();
+  EXPECT_TRUE(GetsData(*mNewClient));
+  mFirst->Signal(SIGCONT);
+  EXPECT_TRUE(OldClientGetsData());
+
+  ASSERT_NO_FATAL_FAILURE(Suspend(*mSecond));
+  Pass(kPeriod);
+  EXPECT_FALSE(GetsData(*mNewClient, 5 * kPeriod));
+  EXPECT_TRUE(OldClientGetsData());
+  mSecond->Signal(SIGCONT);
+  EXPECT_TRUE(GetsData(*mNewClient));
+}
+
+TEST_F(TwinServiceTest, EndOfTheFirstLeavesTheSecondToNewClients) {
+  ExpectEndOf(mFirst);
+  EXPECT_TRUE(GetsData(*mNewClient));
+  DataClient newest(louddesk::DataPublisherFile(1, 1));
+  EXPECT_TRUE(GetsData(newest));
+  // Also the client of the first comes over.
+  EXPECT_TRUE(OldClientGetsData());
+}
+
+TEST_F(TwinServiceTest, EndOfTheSecondLeavesTheFirstToItsOldClientsOnly) {
+  ExpectEndOf(mSecond);
+  EXPECT_TRUE(OldClientGetsData());
+  EXPECT_FALSE(GetsData(*mNewClient, 5 * kPeriod));
+  DataClient newest(louddesk::DataPublisherFile(1, 1));
+  EXPECT_FALSE(GetsData(newest, 5 * kPeriod));
+
+  // A start over cures it.
+  ExpectEndOf(mFirst);
+  StartProcess();
+  ASSERT_TRUE(mUnit.WaitFor(
+      [this] {
+        return mService->WaitForLine("enable true", Milliseconds{0}) || (SayEnable(), false);
+      },
+      kPatience));
+  SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json());
+  EXPECT_TRUE(GetsData(newest));
+  EXPECT_TRUE(GetsData(*mNewClient));
+}
+
+}  // namespace

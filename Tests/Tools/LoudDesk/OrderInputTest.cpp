@@ -1,0 +1,236 @@
+// Orders as words, keys and lines of an input.
+
+#include "OrderInput.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <set>
+#include <sstream>
+#include <vector>
+
+namespace {
+
+using louddesk::Order;
+using louddesk::OrderInput;
+using louddesk::OrderKind;
+using louddesk::OrderOfKey;
+using louddesk::OrderOfWord;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+struct OrderCase {
+  const char* word;
+  char key;
+  OrderKind kind;
+  const char* command;
+};
+
+constexpr OrderCase kCases[] = {
+    {"start", 's', OrderKind::kCommand, "Start"},
+    {"pause", 'p', OrderKind::kCommand, "Pause"},
+    {"play", 'y', OrderKind::kCommand, "Play"},
+    {"stop", 't', OrderKind::kCommand, "Stop"},
+    {"reset", 'r', OrderKind::kCommand, "Reset"},
+    {"print", 'i', OrderKind::kCommand, "Print"},
+    {"reporting on", '+', OrderKind::kReportingOn, ""},
+    {"reporting off", '-', OrderKind::kReportingOff, ""},
+    {"help", 'h', OrderKind::kHelp, ""},
+    {"quit", 'q', OrderKind::kQuit, ""},
+};
+
+TEST(OrdersTest, EveryOrderHasAWordAndAKey) {
+  for (const OrderCase& expected : kCases) {
+    const Order* order = OrderOfWord(expected.word);
+    ASSERT_NE(nullptr, order) << expected.word;
+    EXPECT_EQ(order, OrderOfKey(expected.key)) << expected.word;
+    EXPECT_EQ(expected.kind, order->kind) << expected.word;
+    EXPECT_STREQ(expected.command, order->command) << expected.word;
+  }
+}
+
+TEST(OrdersTest, CaseAndBlanksAroundAWordDoNotMatter) {
+  EXPECT_EQ(OrderOfWord("pause"), OrderOfWord("\t Pause \r"));
+  EXPECT_EQ(OrderOfWord("reporting off"), OrderOfWord("REPORTING OFF"));
+}
+
+TEST(OrdersTest, OtherWordsAndKeysAreNoOrders) {
+  for (const char* word : {"", "p", "paus", "pauses", "pause now", "reporting", "reporting  on"})
+    EXPECT_EQ(nullptr, OrderOfWord(word)) << word;
+  for (const char key : {'x', 'P', ' ', '\n', '\0'})
+    EXPECT_EQ(nullptr, OrderOfKey(key)) << key;
+}
+
+TEST(OrdersTest, TextsNameEveryOrder) {
+  EXPECT_EQ("start, pause, play, stop, reset, print, reporting on, reporting off, help and quit",
+            louddesk::OrderWords());
+  EXPECT_EQ("\"x\" is no key; there are s p y t r i + - h q", louddesk::UnknownKey("x"));
+  EXPECT_EQ("\"word\" is not known; there are " + louddesk::OrderWords(),
+            louddesk::UnknownWord("word"));
+  for (const OrderCase& expected : kCases)
+    EXPECT_THAT(louddesk::OrderKeys(),
+                HasSubstr(std::string("  ") + expected.key + " " + expected.word));
+}
+
+TEST(OrdersTest, KeysFitATerminalOfEightyColumns) {
+  std::istringstream lines(louddesk::OrderKeys());
+  std::size_t count = 0;
+  for (std::string line; std::getline(lines, line); ++count)
+    EXPECT_LT(line.size(), 80u) << line;
+  EXPECT_EQ(2u, count);
+}
+
+/// The reading end of a pipe as the input.
+class OrderInputTest : public testing::Test {
+ protected:
+  OrderInputTest() {
+    EXPECT_EQ(0, pipe2(mEnds, O_CLOEXEC));
+    mInput.emplace(mEnds[0]);
+  }
+
+  ~OrderInputTest() override {
+    close(mEnds[0]);
+    CloseWriter();
+  }
+
+  void Write(const std::string& text) {
+    ASSERT_EQ(static_cast<ssize_t>(text.size()), write(mEnds[1], text.data(), text.size()));
+  }
+
+  void CloseWriter() {
+    if (mEnds[1] >= 0)
+      close(mEnds[1]);
+    mEnds[1] = -1;
+  }
+
+  /// Texts of everything that can be read now.
+  std::vector<std::string> Texts() {
+    std::vector<std::string> texts;
+    while (const auto typed = mInput->Next()) {
+      texts.push_back(typed->text);
+      if (texts.size() > 10000)
+        break;
+    }
+    return texts;
+  }
+
+  int mEnds[2] = {-1, -1};
+  std::optional<OrderInput> mInput;
+};
+
+TEST_F(OrderInputTest, NothingIsWaitedFor) {
+  EXPECT_FALSE(mInput->Next());
+  EXPECT_FALSE(mInput->HasKeys());
+}
+
+TEST_F(OrderInputTest, LinesAreOrders) {
+  Write("pause\nreporting off\n");
+  const auto first = mInput->Next();
+  ASSERT_TRUE(first);
+  EXPECT_EQ("pause", first->text);
+  EXPECT_EQ(OrderOfWord("pause"), first->order);
+  const auto second = mInput->Next();
+  ASSERT_TRUE(second);
+  EXPECT_EQ(OrderOfWord("reporting off"), second->order);
+  EXPECT_FALSE(mInput->Next());
+}
+
+TEST_F(OrderInputTest, LineIsWholeBeforeItCounts) {
+  Write("pa");
+  EXPECT_FALSE(mInput->Next());
+  Write("use\npl");
+  EXPECT_THAT(Texts(), ElementsAre("pause"));
+  Write("ay\n");
+  EXPECT_THAT(Texts(), ElementsAre("play"));
+}
+
+TEST_F(OrderInputTest, LastLineNeedsNoEnd) {
+  Write("pause\nplay");
+  CloseWriter();
+  EXPECT_THAT(Texts(), ElementsAre("pause", "play"));
+  EXPECT_FALSE(mInput->Next());
+}
+
+TEST_F(OrderInputTest, EndOfTheInputIsForGood) {
+  CloseWriter();
+  for (int i = 0; i < 3; ++i)
+    EXPECT_FALSE(mInput->Next());
+}
+
+TEST_F(OrderInputTest, EmptyLinesDoNotCount) {
+  Write("\n\r\n \t\n\npause\n\n");
+  EXPECT_THAT(Texts(), ElementsAre("pause"));
+}
+
+TEST_F(OrderInputTest, OtherLinesHaveNoOrder) {
+  Write("restart\n");
+  const auto typed = mInput->Next();
+  ASSERT_TRUE(typed);
+  EXPECT_EQ("restart", typed->text);
+  EXPECT_EQ(nullptr, typed->order);
+}
+
+TEST_F(OrderInputTest, WhatCannotBePrintedIsNotPassedOn) {
+  Write("\033[2Jpau\x07se\n");
+  EXPECT_THAT(Texts(), ElementsAre("?[2Jpau?se"));
+}
+
+TEST_F(OrderInputTest, LongLineIsCut) {
+  Write(std::string(450, 'x') + "\npause\n");
+  EXPECT_THAT(Texts(), ElementsAre(std::string(200, 'x'), std::string(200, 'x'),
+                                   std::string(50, 'x'), "pause"));
+}
+
+TEST_F(OrderInputTest, EndlessLineIsNotCollected) {
+  Write(std::string(300, 'x'));
+  const auto typed = mInput->Next();
+  ASSERT_TRUE(typed);
+  EXPECT_EQ(200u, typed->text.size());
+}
+
+TEST(OrderInputFileTest, NullDeviceHasNoOrders) {
+  const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  OrderInput input(null);
+  EXPECT_FALSE(input.Next());
+  EXPECT_FALSE(input.Next());
+  close(null);
+}
+
+TEST(OrderInputFileTest, DescriptorThatIsClosedHasNoOrders) {
+  const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  close(null);
+  OrderInput input(null);
+  EXPECT_FALSE(input.Next());
+  EXPECT_FALSE(input.Next());
+}
+
+TEST(OrderInputFileTest, DirectoryHasNoOrders) {
+  const int directory = open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  OrderInput input(directory);
+  EXPECT_FALSE(input.Next());
+  EXPECT_FALSE(input.Next());
+  close(directory);
+}
+
+// A terminal that is not this process's own is as one in the background.
+TEST(OrderInputTerminalTest, ForeignTerminalIsLeftAlone) {
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  ASSERT_GE(terminal, 0);
+  ASSERT_EQ(0, grantpt(terminal));
+  ASSERT_EQ(0, unlockpt(terminal));
+  const int shell = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
+  ASSERT_GE(shell, 0);
+  {
+    OrderInput input(shell);
+    EXPECT_FALSE(input.HasKeys());
+    ASSERT_EQ(2, write(terminal, "p\n", 2));
+    EXPECT_FALSE(input.Next());
+  }
+  close(shell);
+  close(terminal);
+}
+
+}  // namespace

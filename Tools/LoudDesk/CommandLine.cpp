@@ -1,0 +1,132 @@
+// Subcommands, and what to say of a command line that none of them understands.
+
+#include "CommandLine.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "MeasureCommand.h"
+#include "SendCommand.h"
+#include "UnitCommand.h"
+#include "VerifyCommand.h"
+#include "WatchCommand.h"
+
+namespace louddesk {
+namespace {
+
+constexpr char kName[] = "LoudDesk";
+
+// A word with more wrong letters than this means something else.
+constexpr std::size_t kMostSlips = 2;
+
+// Letters to be put in, left out or replaced to make one word of the other.
+std::size_t SlipsBetween(const std::string& a, const std::string& b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    std::size_t diagonal = row[0]++;
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+    }
+  }
+  return row.back();
+}
+
+// The subcommand that was reached, and the words that lead to it.
+struct Reached {
+  const CLI::App* app;
+  std::string words;
+};
+
+Reached InnermostOf(const CLI::App& app) {
+  Reached reached = {&app, kName};
+  while (!reached.app->get_subcommands().empty()) {
+    reached.app = reached.app->get_subcommands().front();
+    reached.words += " " + reached.app->get_name();
+  }
+  return reached;
+}
+
+std::vector<std::string> SubcommandsOf(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* subcommand : app.get_subcommands(nullptr))
+    names.push_back(subcommand->get_name());
+  return names;
+}
+
+// "measure, unit, verify, watch or send".
+std::string Choice(const std::vector<std::string>& names) {
+  std::string text;
+  for (std::size_t i = 0; i < names.size(); ++i)
+    text += (i == 0 ? "" : i + 1 == names.size() ? " or " : ", ") + names[i];
+  return text;
+}
+
+// Where a subcommand should stand: the first word that nobody has taken.
+std::string ComplaintOnWord(const Reached& reached, const std::vector<std::string>& leftOver) {
+  const std::vector<std::string> names = SubcommandsOf(*reached.app);
+  if (leftOver.empty())
+    return "a subcommand is missing behind " + reached.words + ": " + Choice(names);
+  const std::string& word = leftOver.front();
+  if (word[0] == '-')
+    return word + ": no such option";
+  const std::string likeliest = LikeliestName(word, names);
+  return word + ": no such subcommand; there are " + Choice(names) +
+         (likeliest.empty() ? "" : " (did you mean " + likeliest + "?)");
+}
+
+bool LacksSubcommand(const CLI::App& app) {
+  return app.get_require_subcommand_min() > 0 && app.get_subcommands().empty();
+}
+
+std::string ComplaintOn(const CLI::App& app, const CLI::ParseError& error) {
+  const Reached reached = InnermostOf(app);
+  const std::vector<std::string> leftOver = app.remaining(true);
+  return LacksSubcommand(*reached.app) ? ComplaintOnWord(reached, leftOver)
+                                       : std::string(error.what());
+}
+
+}  // namespace
+
+void AddSubcommands(CLI::App& app, int& status) {
+  app.require_subcommand(1);
+  AddMeasureCommand(app, status);
+  AddUnitCommand(app, status);
+  AddVerifyCommand(app, status);
+  AddWatchCommand(app, status);
+  AddSendCommand(app, status);
+}
+
+int RunCommandLine(std::vector<std::string> arguments, std::ostream& out, std::ostream& errors) {
+  CLI::App app("LoudDesk: loudness by the service's own engine, on a desk", kName);
+  int status = 0;
+  AddSubcommands(app, status);
+  std::reverse(arguments.begin(), arguments.end());  // as CLI11 takes them
+  try {
+    app.parse(std::move(arguments));
+    return status;
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0)
+      return app.exit(error, out, errors);
+    errors << kName << ": " << ComplaintOn(app, error) << " (see " << InnermostOf(app).words
+           << " --help)\n";
+    return kWrongUsage;
+  }
+}
+
+std::string LikeliestName(const std::string& word, const std::vector<std::string>& names) {
+  std::string likeliest;
+  std::size_t fewest = kMostSlips + 1;
+  for (const std::string& name : names) {
+    const std::size_t slips = SlipsBetween(word, name);
+    if (slips < fewest && slips < name.size() / 2 + 1) {
+      fewest = slips;
+      likeliest = name;
+    }
+  }
+  return likeliest;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,35 @@
+// What goes wrong in a run of the program: one line each, and the status that follows.
+
+#pragma once
+
+#include <ostream>
+#include <string>
+
+namespace louddesk {
+
+class Complaints {
+ public:
+  explicit Complaints(std::ostream& errors) : mErrors(errors) {}
+
+  /// A line for the user. The run has failed.
+  void Add(const std::string& text);
+
+  /// What a reader of the figures must know. The run has not failed.
+  void Note(const std::string& text);
+
+  /// Complains when no page can be written to `path`; an empty path means that none is wanted.
+  /// Returns whether all is well.
+  bool CheckReport(const std::string& path);
+
+  /// Writes a page, unless `path` is empty, and complains when that fails.
+  void WriteReport(const std::string& path, const std::string& page);
+
+  /// Of the program: 0, or 1 after a complaint.
+  int Status() const { return mStatus; }
+
+ private:
+  std::ostream& mErrors;
+  int mStatus = 0;
+};
+
+}  // namespace louddesk

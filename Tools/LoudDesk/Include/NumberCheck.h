@@ -1,0 +1,19 @@
+// Checks of numbers on the command line, for CLI::Option::check. Stateless.
+
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace louddesk {
+
+using NumberCheck = std::function<std::string(const std::string&)>;
+
+/// A number from `low` to `high`. Nothing that is no number gets through, as "nan" does through the
+/// comparison of `CLI::Range`.
+NumberCheck Between(double low, double high);
+
+/// A whole number of at least 1, as far as the machine counts.
+std::string CheckCount(const std::string& text);
+
+}  // namespace louddesk

@@ -1,0 +1,233 @@
+// Summary, plots and tables of a verification.
+
+#include "CompliancePage.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "ComplianceExplanations.h"
+#include "ComplianceFormat.h"
+#include "CompliancePlots.h"
+#include "FigureFormat.h"
+#include "Page.h"
+#include "SvgPlot.h"
+
+namespace louddesk {
+namespace {
+
+constexpr char kPlusMinus[] = "\xC2\xB1";
+
+constexpr char kFooter[] =
+    "<p>Measured by LoudDesk. Signals are sines of 1 kHz, in phase on Left and Right, unless said "
+    "otherwise; levels are peak levels of each channel, fs the sample rate. Standard is what the "
+    "document asks for, Expected what a meter reads that works in blocks of 100 ms, computed from "
+    "the signal alone; the tolerance is that of the document. LKFS is the same as LUFS.</p>";
+
+constexpr char kPlotsHead[] =
+    "<section id=\"deviations\">\n<h2>Deviations</h2>\n"
+    "<p>How far each figure lies from what the standard asks for, counted in the tolerance of that "
+    "side: from -1 to +1 it is met.</p>\n";
+
+struct VerdictMeaning {
+  ComplianceVerdict verdict;
+  Badge badge;
+  const char* meaning;
+};
+
+// From the worst to the best.
+constexpr VerdictMeaning kVerdicts[] = {
+    {ComplianceVerdict::kFail, Badge::kBad, "Not met: neither as the standard asks nor predicted"},
+    {ComplianceVerdict::kGrid, Badge::kNoted,
+     "Listed deviation: outside of the standard's tolerance, but within it of what a meter must "
+     "read that works in blocks of 100 ms"},
+    {ComplianceVerdict::kPass, Badge::kGood,
+     "Met: what the standard asks for, within its tolerance"},
+    {ComplianceVerdict::kNotRun, Badge::kNone,
+     "Not run: the signal is a recording that must not be passed on"},
+};
+
+struct Document {
+  const char* prefix;  // of the identifiers of its cases
+  const char* name;
+};
+
+constexpr Document kDocuments[] = {
+    {"1770-", "ITU-R BS.1770"}, {"3341-", "EBU Tech 3341"}, {"3342-", "EBU Tech 3342"}};
+
+// All rows of one case.
+struct CaseRows {
+  std::string id;
+  std::vector<ComplianceRow> rows;
+};
+
+std::vector<CaseRows> CasesOf(const std::vector<ComplianceRow>& rows) {
+  std::vector<CaseRows> cases;
+  for (const ComplianceRow& row : rows) {
+    if (cases.empty() || cases.back().id != row.caseId)
+      cases.push_back({row.caseId, {}});
+    cases.back().rows.push_back(row);
+  }
+  return cases;
+}
+
+// The worst of the verdicts.
+ComplianceVerdict VerdictOn(const CaseRows& known) {
+  for (const VerdictMeaning& entry : kVerdicts)
+    if (CountOf(known.rows, entry.verdict) > 0)
+      return entry.verdict;
+  return ComplianceVerdict::kNotRun;
+}
+
+int CountOf(const std::vector<CaseRows>& cases, ComplianceVerdict verdict) {
+  return static_cast<int>(
+      std::count_if(cases.begin(), cases.end(),
+                    [verdict](const CaseRows& known) { return VerdictOn(known) == verdict; }));
+}
+
+std::string VerdictText(ComplianceVerdict verdict) {
+  for (const VerdictMeaning& entry : kVerdicts)
+    if (entry.verdict == verdict)
+      return BadgeText(entry.badge, NameOf(verdict));
+  return "";
+}
+
+std::string Cell(const char* name, const std::string& content) {
+  return std::string("<td data-name=\"") + name + "\"><span>" + content + "</span></td>";
+}
+
+std::string IdOf(const std::string& caseId) {
+  return "case-" + caseId;
+}
+
+// How far the furthest figure with a verdict lies from the standard.
+std::string FurthestText(const CaseRows& known, ComplianceVerdict verdict) {
+  double furthest = 0.0;
+  const char* unit = "";
+  for (const ComplianceRow& row : known.rows) {
+    if (row.verdict != verdict)
+      continue;
+    if (!row.measured)
+      return "without a reading";
+    const double deviation = *row.measured - row.expectation->standard;
+    unit = DifferenceUnitOf(row);
+    if (std::abs(deviation) > std::abs(furthest))
+      furthest = deviation;
+  }
+  return FigureText(std::abs(furthest), "") + " " + unit + " " +
+         (furthest < 0.0 ? "below" : "above") + " the standard at most";
+}
+
+// Every case that is not met, with how many of its figures and by how much.
+std::string DeviationList(const std::vector<CaseRows>& cases, ComplianceVerdict verdict,
+                          const char* heading) {
+  std::string list;
+  for (const CaseRows& known : cases) {
+    const int count = CountOf(known.rows, verdict);
+    if (count > 0)
+      list += "<li><a href=\"#" + IdOf(known.id) + "\">" + known.id +
+              "</a>: " + std::to_string(count) + " of " + std::to_string(known.rows.size()) +
+              " figures, " + FurthestText(known, verdict) + "</li>\n";
+  }
+  return list.empty()
+             ? ""
+             : std::string("<h3>") + heading + "</h3>\n<ul class=\"notes\">\n" + list + "</ul>\n";
+}
+
+std::string SummaryLine(const VerdictMeaning& entry, const ComplianceReport& report,
+                        const std::vector<CaseRows>& cases) {
+  return "<tr><th scope=\"row\">" + BadgeText(entry.badge, NameOf(entry.verdict)) + "</th>" +
+         Cell("Cases", std::to_string(CountOf(cases, entry.verdict))) +
+         Cell("Figures", entry.verdict == ComplianceVerdict::kNotRun
+                             ? "-"
+                             : std::to_string(CountOf(report.rows, entry.verdict))) +
+         "<td class=\"meaning\">" + Escaped(entry.meaning) + "</td></tr>\n";
+}
+
+std::string Summary(const ComplianceReport& report, const std::vector<CaseRows>& cases) {
+  std::string section =
+      "<section id=\"summary\" class=\"summary\">\n<h2>Summary</h2>\n<table>\n<thead><tr>"
+      "<th scope=\"col\">Verdict</th><th scope=\"col\">Cases</th><th scope=\"col\">Figures</th>"
+      "<th scope=\"col\">Meaning</th></tr></thead>\n<tbody>\n";
+  for (const VerdictMeaning& entry : kVerdicts)
+    section += SummaryLine(entry, report, cases);
+  return section + "</tbody></table>\n<p>A case has the worst verdict of its figures.</p>\n" +
+         DeviationList(cases, ComplianceVerdict::kFail, "Not met") +
+         DeviationList(cases, ComplianceVerdict::kGrid, "Listed deviations") + "</section>\n";
+}
+
+// Words between backquotes are what is typed.
+std::string Prose(const std::string& text) {
+  std::string prose;
+  bool isCode = false;
+  for (const char c : Escaped(text)) {
+    if (c != '`') {
+      prose += c;
+      continue;
+    }
+    prose += isCode ? "</code>" : "<code>";
+    isCode = !isCode;
+  }
+  return prose;
+}
+
+std::string CaseHead(const CaseRows& known) {
+  return "<tr class=\"case\"><th colspan=\"6\" scope=\"rowgroup\">" + known.id + ": " +
+         Escaped(known.rows.front().signal) + " " + VerdictText(VerdictOn(known)) + "<p>" +
+         Prose(ExplanationOf(known.id)) + "</p></th></tr>\n";
+}
+
+std::string FigureLine(const ComplianceRow& row) {
+  const WrittenRow written = Written(row, kPlusMinus);
+  return "<tr><th scope=\"row\">" + Escaped(written.figure) + " <span class=\"unit\">" +
+         written.unit + "</span></th>" + Cell("Standard", written.standard) +
+         Cell("Expected", written.expected) + Cell("Tolerance", written.tolerance) +
+         Cell("Measured", written.measured) + Cell("Verdict", VerdictText(row.verdict)) + "</tr>\n";
+}
+
+std::string CaseBody(const CaseRows& known) {
+  std::string body = "<tbody id=\"" + IdOf(known.id) + "\">\n" + CaseHead(known);
+  for (const ComplianceRow& row : known.rows)
+    if (row.expectation)
+      body += FigureLine(row);
+  return body + "</tbody>\n";
+}
+
+std::string DocumentSection(const Document& document, const std::vector<CaseRows>& cases) {
+  std::string bodies;
+  for (const CaseRows& known : cases)
+    if (known.id.rfind(document.prefix, 0) == 0)
+      bodies += CaseBody(known);
+  if (bodies.empty())
+    return "";
+  return std::string("<section>\n<h2>") + document.name +
+         "</h2>\n<table class=\"cases\">\n<thead><tr><th scope=\"col\">Figure</th>"
+         "<th scope=\"col\">Standard</th><th scope=\"col\">Expected</th>"
+         "<th scope=\"col\">Tolerance</th><th scope=\"col\">Measured</th>"
+         "<th scope=\"col\">Verdict</th></tr></thead>\n" +
+         bodies + "</table>\n</section>\n";
+}
+
+std::string Plots(const std::vector<ComplianceRow>& rows) {
+  const std::string figures = DeviationFigures(rows);
+  return figures.empty() ? "" : kPlotsHead + figures + "</section>\n";
+}
+
+std::string Lead(const ComplianceReport& report) {
+  char rate[32];
+  std::snprintf(rate, sizeof rate, "%g kHz", report.sampleRate / 1000.0);
+  return "Test signals of ITU-R BS.1770, EBU Tech 3341 and EBU Tech 3342 at " + std::string(rate) +
+         ", measured by " + report.meter + ".";
+}
+
+}  // namespace
+
+std::string CompliancePage(const ComplianceReport& report) {
+  const std::vector<CaseRows> cases = CasesOf(report.rows);
+  std::string contents = Summary(report, cases) + Plots(report.rows);
+  for (const Document& document : kDocuments)
+    contents += DocumentSection(document, cases);
+  return Page({"Loudness verification", "Verification report", Lead(report), contents, kFooter});
+}
+
+}  // namespace louddesk

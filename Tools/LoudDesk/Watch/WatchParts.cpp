@@ -1,0 +1,330 @@
+// Header, bars, figures, history, acknowledgements and footer of the live meter.
+
+#include "WatchParts.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <deque>
+
+#include "FiguresText.h"
+
+namespace louddesk {
+
+namespace {
+
+constexpr std::size_t kMargin = 1;
+constexpr std::size_t kLabelWidth = 11;
+constexpr std::size_t kValueWidth = 13;          // " -23.00 LKFS" and the margin
+constexpr std::size_t kRelativeWidth = 9;        // "+12.3 LU "
+constexpr std::size_t kColumnsForRelative = 92;  // from here on the bars show LU besides
+constexpr std::size_t kColumnsForTwoColumns = 76;
+constexpr std::size_t kAxisWidth = 5;
+constexpr std::size_t kFigureWidth = 43;
+
+// Live loudness more than this above the target is shown as too loud: the tolerance of EBU R 128
+// for live programmes.
+constexpr double kToleranceLu = 1.0;
+
+// Permitted maximum true peak, EBU R 128, and the ends of its bar, dBTP.
+constexpr double kMaxPermittedPeak = -1.0;
+constexpr double kLowestPeak = -60.0;
+constexpr double kHighestPeak = 3.0;
+constexpr double kPeakStep = 10.0;
+
+struct Scale {
+  double low;   // LU
+  double high;  // LU
+  double step;  // LU
+};
+
+constexpr Scale kPlus9 = {-18, 9, 3};
+constexpr Scale kPlus18 = {-36, 18, 6};
+
+std::optional<double> Decibels(std::int16_t code, std::int16_t none, double scale) {
+  if (code == none)
+    return std::nullopt;
+  return code / scale;
+}
+
+std::optional<double> Loudness(std::int16_t code) {
+  return Decibels(code, kNoLoudnessCode, 10.0);
+}
+
+std::optional<double> Peak(std::int16_t code) {
+  return Decibels(code, kNoTruePeakCode, 100.0);
+}
+
+const Scale& ScaleOf(const WatchLook& look) {
+  return look.scale == LoudnessScale::kPlus9 ? kPlus9 : kPlus18;
+}
+
+ValueRange LuRange(const WatchLook& look) {
+  const Scale& scale = ScaleOf(look);
+  return {scale.low, scale.high, kToleranceLu};
+}
+
+// A loudness relative to the target, for example "+1.5 LU"; empty without one.
+std::string RelativeText(std::int16_t code, double target) {
+  const auto value = Loudness(code);
+  if (!value)
+    return "";
+  char text[32];
+  std::snprintf(text, sizeof text, "%+.1f LU", *value - target);
+  return text;
+}
+
+CellRun BarRun(const PartView& view, std::size_t row) {
+  const std::size_t columns = view.screen.Columns();
+  const std::size_t begin = kMargin + kLabelWidth;
+  const std::size_t relative = columns >= kColumnsForRelative ? kRelativeWidth : 0;
+  return {row, begin, columns - begin - kValueWidth - relative};
+}
+
+void DrawRule(const PartView& view, std::size_t row, const std::string& title) {
+  const char32_t line = view.look.glyphs == Glyphs::kBlocks ? U'\u2500' : U'-';
+  for (std::size_t i = kMargin; i + kMargin < view.screen.Columns(); ++i)
+    view.screen.Put(row, i, line, Ink::kFaint);
+  view.screen.Write(row, kMargin + 2, " " + title + " ", Ink::kPlain);
+}
+
+// A service that should say something and does not.
+bool IsAlarming(ServiceState state) {
+  return state == ServiceState::kAbsent || state == ServiceState::kSilent ||
+         state == ServiceState::kDead;
+}
+
+std::string SourceText(const WatchModel& model) {
+  if (!model.IsSourceValid())
+    return "Source unknown";
+  return *model.IsSourceValid() ? "Source valid" : "No source";
+}
+
+// What to do or to think of a state that the user may not expect.
+const char* Hint(ServiceState state) {
+  switch (state) {
+    case ServiceState::kAbsent:
+      return "nobody publishes here";
+    case ServiceState::kWaiting:
+      return "connected, nothing said yet";
+    case ServiceState::kNotStarted:
+      return "nothing measured yet";
+    case ServiceState::kSilent:
+      return "no data: reporting is off, or it hangs";
+    case ServiceState::kDead:
+      return "the service is gone";
+    default:
+      return "";
+  }
+}
+
+std::string AgeText(const PartView& view) {
+  const auto age = view.model.Age(view.now);
+  if (!age)
+    return "no message yet";
+  char text[64];
+  std::snprintf(text, sizeof text, "last message %.1f s ago",
+                static_cast<double>(age->count()) / 1000);
+  return text;
+}
+
+void DrawLoudness(const PartView& view, std::size_t row, const char* name, std::int16_t code) {
+  const std::size_t columns = view.screen.Columns();
+  const std::int16_t shown = view.model.IsLive(view.now) ? code : kNoLoudnessCode;
+  auto level = Loudness(shown);
+  if (level)
+    *level -= view.look.target;
+  view.screen.Write(row, kMargin, name, Ink::kStrong);
+  DrawBar(view.screen, BarRun(view, row), LuRange(view.look), level, 0.0, view.look.glyphs);
+  view.screen.WriteRight(row, columns - kMargin - 5, TenthsText(shown), Ink::kStrong);
+  view.screen.WriteRight(row, columns - kMargin, "LKFS", Ink::kPlain);
+  if (columns >= kColumnsForRelative)
+    view.screen.WriteRight(row, columns - kValueWidth, RelativeText(shown, view.look.target),
+                           Ink::kPlain);
+}
+
+constexpr ValueRange kPeakRange = {kLowestPeak, kHighestPeak, kMaxPermittedPeak};
+
+struct Figure {
+  const char* name;
+  std::string value;
+  const char* unit;
+  std::string relative;  // to the target; empty where that means nothing
+  bool isAlert;
+};
+
+bool IsAbove(std::optional<double> value, double limit) {
+  return value && *value > limit;
+}
+
+// In the order of importance.
+std::array<Figure, 6> FiguresOf(const PartView& view) {
+  const LoudnessData_t& data = view.model.Data();
+  const double target = view.look.target;
+  const auto loudness = [target](const char* name, std::int16_t code, bool isAlert) {
+    return Figure{name, TenthsText(code), "LKFS", RelativeText(code, target), isAlert};
+  };
+  const auto isLoud = [target](std::int16_t code) {
+    return IsAbove(Loudness(code), target + kToleranceLu);
+  };
+  const bool isHot = IsAbove(Peak(data.MaxTruePeak), kMaxPermittedPeak);
+  return {
+      {loudness("Integrated loudness", data.Integrated, isLoud(data.Integrated)),
+       {"Maximum true peak", HundredthsText(data.MaxTruePeak), "dBTP", isHot ? "OVER" : "", isHot},
+       loudness("Programme loudness", data.Program, isLoud(data.Program)),
+       loudness("Maximum momentary", data.MaxMomentary, false),
+       {"Loudness range", TenthsText(data.Lra), "LU", "", false},
+       loudness("Maximum short-term", view.model.MaxShortTerm(), false)}};
+}
+
+void DrawFigure(const PartView& view, std::size_t row, std::size_t column, const Figure& figure) {
+  constexpr std::size_t kValueEnd = 26;
+  constexpr std::size_t kUnitBegin = kValueEnd + 1;
+  constexpr std::size_t kRelativeEnd = kUnitBegin + 13;
+  const Ink ink = figure.isAlert ? Ink::kAlert : Ink::kStrong;
+  view.screen.Write(row, column, figure.name, Ink::kPlain);
+  view.screen.WriteRight(row, column + kValueEnd, figure.value, ink);
+  view.screen.Write(row, column + kUnitBegin, figure.unit, Ink::kPlain);
+  if (column + kRelativeEnd < view.screen.Columns())
+    view.screen.WriteRight(row, column + kRelativeEnd, figure.relative,
+                           figure.isAlert ? Ink::kAlert : Ink::kPlain);
+}
+
+std::string SpanText(std::size_t columns) {
+  const auto seconds = static_cast<std::size_t>(
+      std::chrono::duration_cast<std::chrono::seconds>(kHistoryStep).count() *
+      static_cast<long>(columns));
+  return "Short-term, last " + std::to_string(seconds / 60) + " min " +
+         std::to_string(seconds % 60) + " s";
+}
+
+std::deque<std::optional<double>> RelativeHistory(const PartView& view) {
+  std::deque<std::optional<double>> values;
+  for (const std::int16_t code : view.model.History()) {
+    auto value = Loudness(code);
+    if (value)
+      *value -= view.look.target;
+    values.push_back(value);
+  }
+  return values;
+}
+
+void DrawAxis(const PartView& view, const CellArea& area, double lu) {
+  char text[16];
+  std::snprintf(text, sizeof text, lu > 0 ? "%+.0f" : "%.0f", lu);
+  view.screen.WriteRight(area.row + RowOf(area, LuRange(view.look), lu), kMargin + kAxisWidth - 1,
+                         text, Ink::kFaint);
+}
+
+}  // namespace
+
+void DrawHeader(const PartView& view, RowSpan rows) {
+  TextScreen& screen = view.screen;
+  const std::string place = "meter set " + std::to_string(view.look.meterSet) + ", cluster " +
+                            std::to_string(view.look.cluster);
+  const bool isWide = screen.Columns() >= 60;
+  if (isWide)
+    screen.Write(rows.first, kMargin, "LoudDesk watch", Ink::kStrong);
+  screen.Write(rows.first, isWide ? 18 : kMargin, place, Ink::kPlain);
+  const ServiceState state = view.model.State(view.now);
+  screen.WriteRight(rows.first, screen.Columns() - kMargin,
+                    std::string("  ") + StateName(state) + "  ",
+                    IsAlarming(state) ? Ink::kAlertBadge : Ink::kBadge);
+}
+
+void DrawStatus(const PartView& view, RowSpan rows) {
+  std::string text = SourceText(view.model);
+  const std::string hint = Hint(view.model.State(view.now));
+  if (!hint.empty())
+    text += text.empty() ? hint : "; " + hint;
+  const bool isBad = view.model.IsSourceValid() == std::optional<bool>(false);
+  const std::string age = AgeText(view);
+  const std::size_t columns = view.screen.Columns();
+  const std::size_t room = columns - std::min(columns, age.size() + 2 * kMargin + 2);
+  view.screen.Write(rows.first, kMargin, text.substr(0, room), isBad ? Ink::kAlert : Ink::kPlain);
+  view.screen.WriteRight(rows.first, columns - kMargin, age,
+                         IsAlarming(view.model.State(view.now)) ? Ink::kAlert : Ink::kPlain);
+}
+
+void DrawLoudnessScale(const PartView& view, RowSpan rows) {
+  const ValueRange range = LuRange(view.look);
+  DrawScale(view.screen, BarRun(view, rows.first), range, ScaleOf(view.look).step, true);
+  view.screen.Write(rows.first, kMargin, "LU", Ink::kFaint);
+}
+
+void DrawLoudnessBars(const PartView& view, RowSpan rows) {
+  DrawLoudness(view, rows.first, "Momentary", view.model.Data().Momentary);
+  DrawLoudness(view, rows.first + 1, "Short-term", view.model.Data().ShortTerm);
+}
+
+// The figure beside the bar is the held one: the peak of 100 ms is gone before it can be read.
+void DrawPeakBar(const PartView& view, RowSpan rows) {
+  const std::size_t columns = view.screen.Columns();
+  const bool isLive = view.model.IsLive(view.now);
+  const std::int16_t peak = isLive ? view.model.Data().TruePeak : kNoTruePeakCode;
+  const std::int16_t held = isLive ? view.model.HeldPeak() : kNoTruePeakCode;
+  view.screen.Write(rows.first, kMargin, "True peak", Ink::kStrong);
+  DrawBar(view.screen, BarRun(view, rows.first), kPeakRange, Peak(peak), Peak(held),
+          view.look.glyphs);
+  view.screen.WriteRight(rows.first, columns - kMargin - 5, HundredthsText(held), Ink::kStrong);
+  view.screen.WriteRight(rows.first, columns - kMargin, "dBTP", Ink::kPlain);
+  if (columns >= kColumnsForRelative)
+    view.screen.WriteRight(rows.first, columns - kValueWidth, "held", Ink::kFaint);
+}
+
+void DrawPeakScale(const PartView& view, RowSpan rows) {
+  DrawScale(view.screen, BarRun(view, rows.first), kPeakRange, kPeakStep, false);
+  view.screen.Write(rows.first, kMargin, "dBTP", Ink::kFaint);
+}
+
+void DrawFiguresRule(const PartView& view, RowSpan rows) {
+  const bool isKnown = !IsAlarming(view.model.State(view.now));
+  char title[64];
+  std::snprintf(title, sizeof title, "%s; target %.1f LKFS",
+                isKnown ? "Since the restart" : "Last known", view.look.target);
+  DrawRule(view, rows.first, title);
+}
+
+void DrawFigures(const PartView& view, RowSpan rows) {
+  const auto figures = FiguresOf(view);
+  const std::size_t across = view.screen.Columns() >= kColumnsForTwoColumns ? 2 : 1;
+  const std::size_t second = std::max(kFigureWidth, view.screen.Columns() / 2);
+  for (std::size_t i = 0; i < std::min(figures.size(), rows.count * across); ++i) {
+    const std::size_t column = kMargin + (i % across == 0 ? 0 : second - kMargin);
+    DrawFigure(view, rows.first + i / across, column, figures[i]);
+  }
+}
+
+void DrawHistoryPart(const PartView& view, RowSpan rows) {
+  const std::size_t left = kMargin + kAxisWidth;
+  const CellArea area = {rows.first + 1, left, view.screen.Columns() - left - kMargin,
+                         rows.count - 1};
+  DrawRule(view, rows.first, SpanText(std::min(area.width, kMaxHistory)) + " (LU)");
+  DrawHistory(view.screen, area, LuRange(view.look), 0.0, RelativeHistory(view), view.look.glyphs);
+  for (const double lu : {ScaleOf(view.look).low, ScaleOf(view.look).high, 0.0})
+    DrawAxis(view, area, lu);
+}
+
+// The newest at the bottom.
+void DrawNotes(const PartView& view, RowSpan rows) {
+  DrawRule(view, rows.first, "Acknowledgements");
+  const auto& notes = view.model.Notes();
+  if (notes.empty())
+    view.screen.Write(rows.first + 1, kMargin, "none yet", Ink::kFaint);
+  const std::size_t count = std::min(notes.size(), rows.count - 1);
+  for (std::size_t i = 0; i < count; ++i) {
+    const WatchModel::Note& note = notes[notes.size() - count + i];
+    view.screen.Write(rows.first + 1 + i, kMargin, note.localTime, Ink::kFaint);
+    view.screen.Write(rows.first + 1 + i, kMargin + note.localTime.size() + 2, note.text,
+                      Ink::kPlain);
+  }
+}
+
+void DrawFooter(const PartView& view, RowSpan rows) {
+  view.screen.Write(rows.first, kMargin, "q quits", Ink::kFaint);
+  view.screen.WriteRight(
+      rows.first, view.screen.Columns() - kMargin,
+      view.look.scale == LoudnessScale::kPlus9 ? "EBU +9 scale" : "EBU +18 scale", Ink::kFaint);
+}
+
+}  // namespace louddesk
