@@ -130,7 +130,8 @@ TEST(AssertionOfTest, AssertionIsCaughtWithItsText) {
 }
 
 TEST(FuzzInputTest, NumbersAreTakenLowestByteFirst) {
-  fuzz::Input input = InputOf("\x01\x02\x03\xff");
+  const std::string bytes = "\x01\x02\x03\xff";
+  fuzz::Input input = InputOf(bytes);
   EXPECT_EQ(0x01, input.TakeByte());
   EXPECT_EQ(0x0302u, input.TakeNumber(2));
   EXPECT_EQ(0xffu, input.TakeNumber(8));
@@ -138,7 +139,8 @@ TEST(FuzzInputTest, NumbersAreTakenLowestByteFirst) {
 }
 
 TEST(FuzzInputTest, BeyondTheEndIsNothing) {
-  fuzz::Input input = InputOf("a");
+  const std::string bytes = "a";
+  fuzz::Input input = InputOf(bytes);
   EXPECT_EQ("a", String(input.TakeText(2)));
   EXPECT_EQ(0, input.TakeByte());
   EXPECT_EQ(0u, input.TakeNumber(8));
@@ -147,7 +149,8 @@ TEST(FuzzInputTest, BeyondTheEndIsNothing) {
 }
 
 TEST(FuzzInputTest, TerminatedTextEndsBeforeTheZeroOrAtTheEnd) {
-  fuzz::Input input = InputOf(std::string("ab\0\0cd", 6));
+  const std::string bytes("ab\0\0cd", 6);
+  fuzz::Input input = InputOf(bytes);
   EXPECT_EQ("ab", String(input.TakeTerminatedText()));
   EXPECT_EQ("", String(input.TakeTerminatedText()));
   EXPECT_EQ("cd", String(input.TakeTerminatedText()));
