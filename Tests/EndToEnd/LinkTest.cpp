@@ -228,11 +228,14 @@ bool LinkTest::IsConnected(Peer peer) {
          At(peer).Subscriptions().size() == SubscriptionsDue(peer, mUnit).size();
 }
 
-// A block that is dropped tells by the size of its last frame which one it was.
+// A block that is dropped tells by the size of its last frame which one it was. The log sink hears
+// of what another peer says: without that the service has nothing to log.
 void LinkTest::Probe(Peer peer) {
   if (peer == Peer::kSignalProcessor)
     At(peer).Publish(
         {mUnit.RawTopic(), "", "", std::string(static_cast<std::size_t>(mNextProbe), 'x')});
+  else if (peer == Peer::kLogSink)
+    Say(Peer::kMainAppServer, ProbeTopic(peer, mNextProbe), "{}");
   else if (!IsCollector(peer))
     Say(peer, ProbeTopic(peer, mNextProbe), "{}");
 }
