@@ -66,6 +66,19 @@ class PeerRestartTest : public WatchedService {
     ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
   }
 
+  /// Starts the service anew after its end, once the peers know of that, and expects that each of
+  /// them is connected.
+  void ExpectSuccessorServesEveryPeer() {
+    ASSERT_TRUE(mUnit.WaitFor(
+        [this] { return mUnit.SubscriptionsAt(Peer::kMainAppServer).empty(); }, kPatience));
+    StartProcess();
+    ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
+    mUnit.DropStates();
+    StartMeasuring();
+    for (const Peer peer : louddesk::kAllPeers)
+      ExpectConnected(peer);
+  }
+
  private:
   void ExpectBeats() {
     mUnit.DropHeartbeats();
@@ -159,14 +172,7 @@ TEST_F(PeerRestartTest, ServiceThatIsStartedAgainIsHeardByEveryPeer) {
   ASSERT_NO_FATAL_FAILURE(Start());
   StartMeasuring();
   ExpectCleanEnd(SIGTERM);
-  ASSERT_TRUE(mUnit.WaitFor([this] { return mUnit.SubscriptionsAt(Peer::kMainAppServer).empty(); },
-                            kPatience));
-  StartProcess();
-  ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
-  mUnit.DropStates();
-  StartMeasuring();
-  for (const Peer peer : louddesk::kAllPeers)
-    ExpectConnected(peer);
+  ExpectSuccessorServesEveryPeer();
 }
 
 TEST_F(PeerRestartTest, KilledServiceIsReplacedByItsSuccessor) {
@@ -174,14 +180,7 @@ TEST_F(PeerRestartTest, KilledServiceIsReplacedByItsSuccessor) {
   StartMeasuring();
   mService->Signal(SIGKILL);
   ASSERT_TRUE(mService->WaitForExit(kPatience));
-  ASSERT_TRUE(mUnit.WaitFor([this] { return mUnit.SubscriptionsAt(Peer::kMainAppServer).empty(); },
-                            kPatience));
-  StartProcess();
-  ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
-  mUnit.DropStates();
-  StartMeasuring();
-  for (const Peer peer : louddesk::kAllPeers)
-    ExpectConnected(peer);
+  ExpectSuccessorServesEveryPeer();
 }
 
 }  // namespace

@@ -1,111 +1,21 @@
-// Proves that the calculator allocates nothing once it is built: in this program every operator new
-// counts.
+// Proves that the calculator allocates nothing once it is built.
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <new>
 #include <random>
 
+#include "AllocationCount.h"
 #include "EngineFixture.h"
 #include "LoudCalcBase.h"
-
-namespace {
-
-std::atomic<std::uint64_t> gAllocations{0};
-std::atomic<std::uint64_t> gReleases{0};
-
-constexpr std::size_t kUsualAlignment = alignof(std::max_align_t);
-
-// Not inlined: seen together, the compiler takes the pair of aligned_alloc and operator delete for
-// a mistake.
-[[gnu::noinline]] void* Allocate(std::size_t size, std::size_t alignment) noexcept {
-  ++gAllocations;
-  const std::size_t units = size == 0 ? 1 : (size + alignment - 1) / alignment;
-  return std::aligned_alloc(alignment, units * alignment);
-}
-
-[[gnu::noinline]] void Release(void* memory) noexcept {
-  if (memory != nullptr)
-    ++gReleases;
-  std::free(memory);
-}
-
-void* AllocateOrThrow(std::size_t size, std::size_t alignment) {
-  void* memory = Allocate(size, alignment);
-  if (memory == nullptr)
-    throw std::bad_alloc();
-  return memory;
-}
-
-}  // namespace
-
-// Every form, because a sanitizer's runtime brings all of them and its own do not count.
-void* operator new(std::size_t size) {
-  return AllocateOrThrow(size, kUsualAlignment);
-}
-void* operator new[](std::size_t size) {
-  return AllocateOrThrow(size, kUsualAlignment);
-}
-void* operator new(std::size_t size, std::align_val_t alignment) {
-  return AllocateOrThrow(size, static_cast<std::size_t>(alignment));
-}
-void* operator new[](std::size_t size, std::align_val_t alignment) {
-  return AllocateOrThrow(size, static_cast<std::size_t>(alignment));
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return Allocate(size, kUsualAlignment);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  return Allocate(size, kUsualAlignment);
-}
-void operator delete(void* memory) noexcept {
-  Release(memory);
-}
-void operator delete[](void* memory) noexcept {
-  Release(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  Release(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-  Release(memory);
-}
-void operator delete(void* memory, std::align_val_t) noexcept {
-  Release(memory);
-}
-void operator delete[](void* memory, std::align_val_t) noexcept {
-  Release(memory);
-}
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-  Release(memory);
-}
-void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
-  Release(memory);
-}
-void operator delete(void* memory, const std::nothrow_t&) noexcept {
-  Release(memory);
-}
-void operator delete[](void* memory, const std::nothrow_t&) noexcept {
-  Release(memory);
-}
 
 namespace {
 
 // Kept where the compiler cannot see that nobody reads it, so that it does not remove the
 // allocation.
 volatile void* gKeptVisible = nullptr;
-
-template <typename Work>
-std::uint64_t AllocationsOf(Work work) {
-  const std::uint64_t before = gAllocations;
-  work();
-  return gAllocations - before;
-}
 
 class EngineAllocationTest : public EngineFixture {};
 
@@ -136,7 +46,7 @@ TEST_F(EngineAllocationTest, BuildingTheCalculatorIsCounted) {
 
 TEST_F(EngineAllocationTest, TenThousandBlocksWithResetsAllocateNothing) {
   std::mt19937_64 random(1770);
-  const std::uint64_t releases = gReleases;
+  const std::uint64_t releases = ReleasesSoFar();
   const std::uint64_t allocations = AllocationsOf([&] {
     for (int block = 0; block < 10000; ++block) {
       if (block % 1000 == 500) {
@@ -149,7 +59,7 @@ TEST_F(EngineAllocationTest, TenThousandBlocksWithResetsAllocateNothing) {
     }
   });
   EXPECT_EQ(allocations, 0U);
-  EXPECT_EQ(gReleases - releases, 0U);
+  EXPECT_EQ(ReleasesSoFar() - releases, 0U);
   EXPECT_GT(pProgramLoud->Bins.NumBinnedValues, 0U);
 }
 

@@ -10,6 +10,7 @@
 
 #include "ComplianceExplanations.h"
 #include "ComplianceFormat.h"
+#include "ComplianceRows.h"
 #include "ParsedPage.h"
 
 namespace louddesk {
@@ -40,17 +41,7 @@ ComplianceRow Recording() {
 
 // All cases, each figure as the blocks predict it.
 std::vector<ComplianceRow> AllRows() {
-  std::vector<ComplianceRow> rows;
-  for (const ComplianceCase& known : ComplianceCases()) {
-    if (known.runs.empty())
-      rows.push_back(
-          {known.id, known.signal, std::nullopt, std::nullopt, ComplianceVerdict::kNotRun});
-    for (const ComplianceRun& run : known.runs)
-      for (const Expectation& expectation : run.expectations)
-        rows.push_back({known.id, known.signal, expectation, expectation.expected,
-                        Judge(expectation, expectation.expected)});
-  }
-  return rows;
+  return RowsOfAllCases([](const Expectation& expectation) { return expectation.expected; });
 }
 
 std::string PageOf(const std::vector<ComplianceRow>& rows) {

@@ -1,0 +1,96 @@
+// Counted memory. Every form of operator new and delete, because a sanitizer's runtime brings all
+// of them and its own do not count.
+
+#include "AllocationCount.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<std::uint64_t> gAllocations{0};
+std::atomic<std::uint64_t> gReleases{0};
+
+constexpr std::size_t kUsualAlignment = alignof(std::max_align_t);
+
+// Not inlined: seen together, the compiler takes the pair of aligned_alloc and operator delete for
+// a mistake.
+[[gnu::noinline]] void* Allocate(std::size_t size, std::size_t alignment) noexcept {
+  ++gAllocations;
+  const std::size_t units = size == 0 ? 1 : (size + alignment - 1) / alignment;
+  return std::aligned_alloc(alignment, units * alignment);
+}
+
+[[gnu::noinline]] void Release(void* memory) noexcept {
+  if (memory != nullptr)
+    ++gReleases;
+  std::free(memory);
+}
+
+void* AllocateOrThrow(std::size_t size, std::size_t alignment) {
+  void* memory = Allocate(size, alignment);
+  if (memory == nullptr)
+    throw std::bad_alloc();
+  return memory;
+}
+
+}  // namespace
+
+std::uint64_t AllocationsSoFar() {
+  return gAllocations;
+}
+
+std::uint64_t ReleasesSoFar() {
+  return gReleases;
+}
+
+void* operator new(std::size_t size) {
+  return AllocateOrThrow(size, kUsualAlignment);
+}
+void* operator new[](std::size_t size) {
+  return AllocateOrThrow(size, kUsualAlignment);
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  return AllocateOrThrow(size, static_cast<std::size_t>(alignment));
+}
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+  return AllocateOrThrow(size, static_cast<std::size_t>(alignment));
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return Allocate(size, kUsualAlignment);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return Allocate(size, kUsualAlignment);
+}
+void operator delete(void* memory) noexcept {
+  Release(memory);
+}
+void operator delete[](void* memory) noexcept {
+  Release(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  Release(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+  Release(memory);
+}
+void operator delete(void* memory, std::align_val_t) noexcept {
+  Release(memory);
+}
+void operator delete[](void* memory, std::align_val_t) noexcept {
+  Release(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+  Release(memory);
+}
+void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
+  Release(memory);
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+  Release(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+  Release(memory);
+}
