@@ -118,6 +118,7 @@ void FinishSecond() {
 // Each of these figures costs a pass over all bins, so each has its own block of the second.
 void UpdateSlowFigures() {
   if (SampleCounts.MomSample == kLraSample) {
+    // Always so: the counter stops there, and the range is computed from the first second on.
     if (SampleCounts.ShortTermSubSample <= kMaxShortTermSubSample)
       LoudCalcResultsAll.LRA = pLraLoud->GetLra();
   } else if (SampleCounts.MomSample == kProgramSample) {

@@ -8,7 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Highest loudness code; its bin is open-ended and holds everything from +9.98 LKFS up.
+/// Highest loudness code; its bin is open-ended and holds everything from +9.98 LKFS up. In single
+/// precision that begins with the next number above 9.98F, which itself is 9.9799995.
 constexpr std::uint16_t kMaxLoudnessCode = 4000;
 
 /// Codes 0 (below the absolute gate) to `kMaxLoudnessCode`.
@@ -53,8 +54,7 @@ class Cbin {
   static void InitBinCenters();
 
   /// The code of a loudness in LKFS: 1 for -70.0, 0 for anything below it and for a value that is
-  /// no number, 4000 for +9.98 and everything above. Steps of 0.02 LU, computed in single
-  /// precision.
+  /// no number, `kMaxLoudnessCode` from +9.98 up. Steps of 0.02 LU, computed in single precision.
   static std::uint16_t GetBinIndx(float loudness);
 
   /// Adds one reading.

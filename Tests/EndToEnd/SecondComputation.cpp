@@ -29,11 +29,12 @@ unsigned CodeOf(float loudness) {
   return x + 1.0f >= 4001.0f ? 4000u : static_cast<unsigned>(x + 1.0f);
 }
 
-// The power that stands for a code: 1857398385681617 x 10^((-70 + 0.02 (k - 1) + 0.7074) / 10).
+// The power that stands for a code: 1857398385681617 x 10^((-70 + 0.02 (k - 1) + 0.7074) / 10),
+// the 0.7074 taken as 0.6974 and the single-precision 0.01.
 std::uint64_t PowerOfCode(unsigned code) {
   if (code == 0)
     return 0;
-  const double exponent = (-70.0 + 0.02 * (code - 1.0) + static_cast<double>(0.7074f)) / 10.0;
+  const double exponent = (-70.0 + 0.02 * (code - 1.0) + 0.7073999997764826) / 10.0;
   return static_cast<std::uint64_t>(exponent < 0 ? 1857398385681617.0 / std::pow(10.0, -exponent)
                                                  : 1857398385681617.0 * std::pow(10.0, exponent));
 }

@@ -309,8 +309,11 @@ TEST_F(CbinTest, EmptyHistogramHasNoRange) {
 }
 
 TEST_F(CbinTest, ReadingsOfOneBinHaveNoRange) {
-  Add(2345, 37);
-  EXPECT_EQ(mBin.GetLra(1), 0.0F);
+  for (const std::uint16_t code : std::initializer_list<std::uint16_t>{1, 2, 2345, 3999, 4000}) {
+    mBin.Reset();
+    Add(code, 37);
+    EXPECT_EQ(mBin.GetLra(1), 0.0F) << "code " << code;
+  }
 }
 
 // One reading in each of 100 bins: the 10th from below is code 1009, the 5th from above 1095.

@@ -95,6 +95,34 @@ TEST_F(LoudReportTest, WithReportingOffNothingIsSentAndPendingActionsWait) {
   EXPECT_THAT(published_.State(), IsEmpty());
 }
 
+TEST_F(LoudReportTest, WithReportingOffTheMessagesOfAnInvalidSourceWait) {
+  glEnableProbeData = 0;
+  gbIsInvalidSrc = true;
+  Tick();
+  EXPECT_THAT(published_.Data(), IsEmpty());
+  EXPECT_EQ(0u, glInvalidSrcCount);
+  glEnableProbeData = 1;
+  Tick();
+  EXPECT_THAT(published_.Data(), SizeIs(1));
+  EXPECT_EQ(1u, glInvalidSrcCount);
+}
+
+TEST_F(LoudReportTest, EveryOtherValueThanZeroSwitchesReportingOn) {
+  gluCalcActions = 0x100;
+  for (const std::uint32_t value : {1U, 2U, 0x80000000U}) {
+    glEnableProbeData = value;
+    Tick();
+    EXPECT_THAT(published_.Data(), SizeIs(1)) << value;
+  }
+}
+
+TEST_F(LoudReportTest, DataFlowsOnlyWhileRunningIsTheOnlyBit) {
+  gluCalcActions = 0x300;
+  EXPECT_EQ("", Tick());
+  EXPECT_THAT(published_.Data(), IsEmpty());
+  EXPECT_EQ(0x300u, gluCalcActions);
+}
+
 TEST_F(LoudReportTest, WithNoActionAndNotRunningNothingIsSent) {
   gluCalcActions = 0;
   EXPECT_EQ("", Tick());

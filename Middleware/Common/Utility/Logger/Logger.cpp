@@ -15,6 +15,7 @@
 
 #include "LogMacros.h"
 #include "MqNames.h"
+#include "Utf8Text.h"
 
 namespace {
 
@@ -233,10 +234,10 @@ bool Logger::SendJson(MsgType_e type, MsgLevel_e level, const char* message, con
     writer.Key("Name");
     writer.String(mName);
     writer.Key("Message");
-    writer.String(message);
+    writer.String(Utf8Of(message).c_str());
     if (type == MsgType_Notify && title != nullptr) {
       writer.Key("Title");
-      writer.String(title);
+      writer.String(Utf8Of(title).c_str());
     }
     writer.EndObject();
     return zstr_send(mpSock, text.GetString()) == 0;

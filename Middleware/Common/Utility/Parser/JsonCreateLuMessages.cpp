@@ -18,23 +18,23 @@ class MessageObject {
   void AddUnsigned(const char* key, std::uint32_t value) { Add(key, rapidjson::Value(value)); }
   void AddText(const char* key, const std::string& text) {
     const auto length = static_cast<rapidjson::SizeType>(text.size());
-    Add(key, rapidjson::Value(text.data(), length, document_.GetAllocator()));
+    Add(key, rapidjson::Value(text.data(), length, mDocument.GetAllocator()));
   }
 
   /// Replaces what `buffer` holds by this message and returns its zero-terminated text.
   const char* WriteTo(rapidjson::StringBuffer& buffer) const {
     buffer.Clear();
     rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
-    document_.Accept(writer);
+    mDocument.Accept(writer);
     return buffer.GetString();
   }
 
  private:
   void Add(const char* key, rapidjson::Value value) {
-    document_.AddMember(rapidjson::StringRef(key), value, document_.GetAllocator());
+    mDocument.AddMember(rapidjson::StringRef(key), value, mDocument.GetAllocator());
   }
 
-  rapidjson::Document document_{rapidjson::kObjectType};
+  rapidjson::Document mDocument{rapidjson::kObjectType};
 };
 
 void AddCommand(MessageObject& message, LuCmd_e command) {

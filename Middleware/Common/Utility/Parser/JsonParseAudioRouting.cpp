@@ -109,7 +109,7 @@ int cAudOutputRouting::ParseAllSlots(const rapidjson::Value& slots) {
     if (SlotNumber(member.name.GetString(), mAcor.miSlot)) {
       result &= ParseAORSlot(member.value);
     } else {
-      LOUDCALC_LOG(Warn, "\"Audio routing slot %.40s skipped: its name is no number\"",
+      LOUDCALC_LOG(Warn, "\"Audio routing slot %.40s skipped: its name is no number in range\"",
                    member.name.GetString());
       result = 0;
     }
@@ -234,11 +234,11 @@ void cAudOutputRouting::ClearRoutingContents() {
 void cAudOutputRouting::InsertAudChannelOutputRouting(const cAudChannelOutputRouting& record) {
   if (mAcorMap.size() >= kMaxRoutedChannels && mAcorMap.count(record) == 0)
     ForgetUnusedChannels();
-  std::shared_ptr<cAudChannelOutputRouting>& entry = mAcorMap[record];
-  if (entry == nullptr)
-    entry = std::make_shared<cAudChannelOutputRouting>(record);
+  const auto entry = mAcorMap.find(record);
+  if (entry == mAcorMap.end())
+    mAcorMap.emplace(record, std::make_shared<cAudChannelOutputRouting>(record));
   else
-    *entry = record;
+    *entry->second = record;
   record.PrintAudChannelOutputRouting();
 }
 

@@ -10,27 +10,27 @@ namespace {
 /// Reads keys that a message must have and remembers whether one was not there.
 class RequiredKeys {
  public:
-  explicit RequiredKeys(const rapidjson::Value& object) : object_(object) {}
+  explicit RequiredKeys(const rapidjson::Value& object) : mObject(object) {}
 
   template <typename Number>
   void ReadNumber(const char* key, Number& out) {
-    Note(json::Read(object_, key, out));
+    Note(json::Read(mObject, key, out));
   }
 
   /// Stores the text and the enumeration that it stands for, so that they never disagree.
   template <typename Enumeration>
   void ReadText(const char* key, std::string& text, Enumeration& value,
                 Enumeration (*convert)(const char*)) {
-    Note(json::ReadText(object_, key, text, value, convert));
+    Note(json::ReadText(mObject, key, text, value, convert));
   }
 
-  bool AllFound() const { return allFound_; }
+  bool AllFound() const { return mAllFound; }
 
  private:
-  void Note(bool found) { allFound_ = allFound_ && found; }
+  void Note(bool found) { mAllFound = mAllFound && found; }
 
-  const rapidjson::Value& object_;
-  bool allFound_ = true;
+  const rapidjson::Value& mObject;
+  bool mAllFound = true;
 };
 
 /// The sender's mark of a message that began at the front panel; false unless it says so.
@@ -41,10 +41,8 @@ bool ReadOrigin(const rapidjson::Value& message) {
 }
 
 bool ReadCommand(const rapidjson::Value& message, cLuCmd& command) {
-  RequiredKeys keys(message);
-  keys.ReadText(lu_key::kCommand, command.msLuCmd, command.mLuCmd,
-                cLuCmd::ConvertToLuCmdFromString);
-  return keys.AllFound();
+  return json::ReadText(message, lu_key::kCommand, command.msLuCmd, command.mLuCmd,
+                        cLuCmd::ConvertToLuCmdFromString);
 }
 
 void ReadTimeAndUser(const rapidjson::Value& message, cLuCmd& command) {

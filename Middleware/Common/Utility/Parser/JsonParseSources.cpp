@@ -90,7 +90,7 @@ int cVideoSource::ParseVideoSource(const rapidjson::Value& value) {
   json::ReadText(value, kTypeKey, msVideoInputType, mVideoInputType, InputType);
   ReadConnector(value, msVideoConnectorType, mVideoConnectorType);
   ReadPlace(value, {miVideoSlot, miVideoCage, miVideoInputNo, miVideoPair});
-  std::uint32_t bitRate = 0;  // bit/s
+  std::uint32_t bitRate = 0;
   if (json::Read(value, kBitRateKey, bitRate))
     msStreamBitRate = std::to_string(bitRate);
   else

@@ -56,6 +56,15 @@ TEST_F(LoggerSinkTest, CharactersThatJsonReservesAreEscaped) {
             "\"Message\":\"a \\\"b\\\" \\\\ /\\n\\t\\u001B \xc3\xa9\"}");
 }
 
+TEST_F(LoggerSinkTest, BytesThatAreNoTextReachTheSinkAsReplacementCharacters) {
+  Sink sink(kIpcEndpoint);
+  AttachQuietly();
+  EXPECT_TRUE(mpLogger->SendJson(MsgType_Notify, MsgLevel_Warn, "a\xFFz", "\xC3"));
+  EXPECT_EQ(sink.Next(),
+            "{\"MsgType\":1,\"Level\":30,\"Name\":\"LoudC\",\"Message\":\"a\xEF\xBF\xBDz\","
+            "\"Title\":\"\xEF\xBF\xBD\"}");
+}
+
 TEST_F(LoggerSinkTest, NothingIsSentWithoutMessageOrSink) {
   EXPECT_FALSE(Send("text"));
   AttachQuietly();
