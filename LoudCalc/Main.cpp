@@ -38,6 +38,7 @@ void SettleProcess() {
   EndOnTermination();
   IgnoreStraySignals();
   ForgetLibraryEnvironment();
+  AllowManyClients();
   OpenMissingStandardStreams();
   MakeConsoleNeverWait();
 }

@@ -3,8 +3,10 @@
 #include "ProcessSetup.h"
 
 #include <czmq.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -50,4 +52,12 @@ void ForgetLibraryEnvironment() {
       names.emplace_back(*variable, std::strcspn(*variable, "="));
   for (const std::string& name : names)
     unsetenv(name.c_str());
+}
+
+void AllowManyClients() {
+  rlimit limit = {};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= kMostOpenFiles)
+    return;
+  limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, kMostOpenFiles);
+  setrlimit(RLIMIT_NOFILE, &limit);
 }

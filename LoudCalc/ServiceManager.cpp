@@ -56,9 +56,7 @@ ServiceManager::~ServiceManager() {
 }
 
 void ServiceManager::TellReady() {
-  if (!mIsReadyTold)
-    Tell(kReady);
-  mIsReadyTold = true;
+  mIsReadyTold = mIsReadyTold || Tell(kReady);
 }
 
 void ServiceManager::TellStopping() {
@@ -70,13 +68,13 @@ void ServiceManager::TellAlive() {
     Tell(kAlive);
 }
 
-void ServiceManager::Tell(const char* state) const {
+bool ServiceManager::Tell(const char* state) const {
   if (mFd == -1)
-    return;
+    return false;
   sockaddr_un address = {};
   address.sun_family = AF_UNIX;
   std::memcpy(address.sun_path, mAddress.data(), mAddress.size());
   const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + mAddress.size());
-  sendto(mFd, state, std::strlen(state), MSG_DONTWAIT | MSG_NOSIGNAL,
-         reinterpret_cast<const sockaddr*>(&address), length);
+  return sendto(mFd, state, std::strlen(state), MSG_DONTWAIT | MSG_NOSIGNAL,
+                reinterpret_cast<const sockaddr*>(&address), length) != -1;
 }

@@ -15,3 +15,10 @@ void IgnoreStraySignals();
 /// Takes all variables ZSYS_... out of the environment, by which the messaging library's queues,
 /// threads and signal handling could be changed. To be called before the library's first use.
 void ForgetLibraryEnvironment();
+
+/// Open files that AllowManyClients asks for at most; a client that is served costs 50 KB.
+constexpr unsigned long kMostOpenFiles = 8192;
+
+/// Lets the process open as many files as it may, up to `kMostOpenFiles`: every client of the
+/// publishers takes one, and the messaging library ends the process when none is left.
+void AllowManyClients();

@@ -17,7 +17,8 @@ class ServiceManager {
   /// Whether there is a manager to be told.
   bool IsPresent() const { return mFd != -1; }
 
-  /// The service runs: "READY=1", once, however often it is called.
+  /// The service runs: "READY=1", once, however often it is called. A manager that has no room for
+  /// it is told at the next call.
   void TellReady();
 
   /// The service is about to end: "STOPPING=1".
@@ -28,10 +29,10 @@ class ServiceManager {
   void TellAlive();
 
  private:
-  void Tell(const char* state) const;
+  bool Tell(const char* state) const;
 
   int mFd = -1;               // datagram socket; -1: there is no manager
   std::string mAddress;       // socket name, with a zero byte in front for an abstract one
   bool mWantsLife = false;    // the manager watches over the loop
-  bool mIsReadyTold = false;  // "READY=1" was sent
+  bool mIsReadyTold = false;  // "READY=1" was taken
 };

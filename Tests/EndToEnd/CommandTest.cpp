@@ -300,6 +300,57 @@ const WaitingRow kStoppedRows[] = {
 INSTANTIATE_TEST_SUITE_P(Rows, StoppedBeforeContinuousTest, testing::ValuesIn(kStoppedRows),
                          NameOf<WaitingRow>);
 
+// ---- Whose stamp and user are told ----
+
+/// Commands with a time stamp of their own and a user of the same number.
+class CommandUserTest : public WatchedService {
+ protected:
+  void SetUp() override {
+    ASSERT_NO_FATAL_FAILURE(StartWatched());
+    StartMeasuring();
+    ExpectTransitions(kStarted.changes);
+  }
+
+  void Give(const std::string& command, unsigned stampAndUser) {
+    LoudnessCommand message;
+    message.command = command;
+    message.timeStamp = stampAndUser;
+    message.userId = stampAndUser;
+    SayTo(kTopic, message.Json());
+  }
+
+  /// Gives a command that changes nothing after a start, and expects the start's republication.
+  void ExpectStartRepublishedAfter(const std::string& command) {
+    Give("Start", 11);
+    ExpectTransitions(kStarted.changes);
+    Give(command, 12);
+    mUnit.DropStates();
+    const std::string expected = Acknowledgement("Start", 12, 12);
+    auto state = NextRepublication(kPatience);
+    if (state && state->json != expected)
+      state = NextRepublication(kPatience);  // that one was under way
+    ASSERT_TRUE(state);
+    EXPECT_EQ(expected, state->json);
+  }
+};
+
+TEST_F(CommandUserTest, WaitingCommandsAreAcknowledgedWithStampAndUserOfTheLast) {
+  EnableReporting(false);
+  Give("Reset", 11);
+  Give("Pause", 12);
+  EnableReporting();
+  ExpectAcknowledged("Reset", 12, 12);
+  ExpectAcknowledged("Pause", 12, 12);
+}
+
+TEST_F(CommandUserTest, PrintGivesTheRepublishedStartItsStampAndUser) {
+  ExpectStartRepublishedAfter("Print");
+}
+
+TEST_F(CommandUserTest, UnknownCommandGivesTheRepublishedStartItsStampAndUser) {
+  ExpectStartRepublishedAfter("Wait");
+}
+
 // ---- What is frozen ----
 
 TEST_F(CommandTest, PausedFiguresStayWhileTheMeasurementGoesOn) {

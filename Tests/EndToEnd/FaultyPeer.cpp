@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "Endpoints.h"
 #include "MqLink.h"
 
 namespace {
@@ -37,6 +38,7 @@ constexpr FaultName kFaultNames[] = {
     {PeerFault::kGarbageAfterHandshake, "GarbageAfterHandshake", true},
     {PeerFault::kWrongSocketType, "WrongSocketType", true},
     {PeerFault::kTooLargeFrame, "TooLargeFrame", true},
+    {PeerFault::kGarbageAfterBacklog, "GarbageAfterBacklog", true},
     {PeerFault::kCutInGreeting, "CutInGreeting", false},
     {PeerFault::kCutInHandshake, "CutInHandshake", false},
     {PeerFault::kCutInFrame, "CutInFrame", false},
@@ -61,6 +63,7 @@ constexpr char kOtherType[] = "REP";  // goes with neither a subscriber nor a pu
 
 constexpr std::size_t kGreetingSize = 64;
 constexpr char kLongFrame = 2;
+constexpr char kMore = 1;  // a short frame that another follows
 
 // Signature, version 3.0, mechanism NULL, and zeros to the end.
 std::string Greeting() {
@@ -91,6 +94,16 @@ std::string Garbage() {
 // The beginning of a long frame.
 std::string FrameOf(std::uint64_t length, std::size_t sent) {
   return kLongFrame + Length(length, 8) + std::string(sent, 'x');
+}
+
+// A message of a topic that the service asks for and as many empty frames as can be.
+std::string EndlessMessage() {
+  constexpr std::size_t kFrames = 3000000;
+  const std::string topic = kHwmStatusTopic;
+  std::string message = kMore + Length(topic.size(), 1) + topic;
+  for (std::size_t i = 0; i < kFrames; ++i)
+    message += std::string({kMore, 0});
+  return message + std::string(2, '\0');
 }
 
 [[noreturn]] void GiveUp(const std::string& endpoint, const char* what) {
@@ -193,14 +206,16 @@ void FaultyPeer::Serve() {
     close(items[i].fd);
 }
 
-// What the service takes at most over this transport.
+// What the service takes at most from this peer.
 std::uint64_t FaultyPeer::LargestFrame() const {
+  if (mType == "PULL")
+    return kMqMaxWordSize;
   return mPath.empty() ? kMqMaxFrameSize : kMqMaxLocalFrameSize;
 }
 
 // What a connection gets to read before its fault.
 std::string FaultyPeer::Speech() const {
-  constexpr std::uint64_t kFrame = 1000;
+  constexpr std::uint64_t kFrame = 200;
   switch (mFault) {
     case PeerFault::kAnotherProtocol:
       return kWebAnswer;
@@ -216,6 +231,8 @@ std::string FaultyPeer::Speech() const {
       return Greeting() + Ready(kOtherType);
     case PeerFault::kTooLargeFrame:
       return Greeting() + Ready(mType) + FrameOf(LargestFrame() + 1, kFrame);
+    case PeerFault::kGarbageAfterBacklog:
+      return Greeting() + Ready(mType) + EndlessMessage() + Garbage();
     case PeerFault::kCutInGreeting:
       return Greeting().substr(0, kGreetingSize / 2);
     case PeerFault::kCutInHandshake:

@@ -16,6 +16,7 @@ enum class PeerFault {
   kGarbageAfterHandshake,  // sends garbage instead of a frame
   kWrongSocketType,        // says in the handshake that it is a socket of another kind
   kTooLargeFrame,          // sends a frame of one byte more than is taken
+  kGarbageAfterBacklog,    // sends garbage after a message that takes a second and more to read
   kCutInGreeting,          // closes the connection in the middle of the greeting
   kCutInHandshake,         // in the middle of the handshake
   kCutInFrame,             // in the middle of a frame

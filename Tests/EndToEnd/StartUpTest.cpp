@@ -55,7 +55,8 @@ TEST_P(InvalidClusterTest, EndsWithTheClusterMessage) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Clusters, InvalidClusterTest,
-                         testing::Values("0", "9", "-1", "4294967297000", "left", ""));
+                         testing::Values("0", "9", "-1", "4294967297000", "left", "",
+                                         "010"));  // ten, whatever the zero
 
 class InvalidSlotTest : public testing::TestWithParam<const char*> {};
 
@@ -64,6 +65,11 @@ TEST_P(InvalidSlotTest, EndsWithTheUsageText) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Slots, InvalidSlotTest, testing::Values("2", "3", "-1"));
+
+TEST(CommandLineTest, OptionWithoutItsValueEndsWithTheUsageText) {
+  const std::string errors = ErrorsOfRefusedStart({"-m", "1", "-c"});
+  EXPECT_NE(std::string::npos, errors.find(UsageText())) << errors;
+}
 
 TEST(CommandLineTest, InvalidSlotStopsBeforeLaterOptionsAreRead) {
   EXPECT_EQ(UsageText(), ErrorsOfRefusedStart({"-s", "2", "-x"}));
@@ -120,6 +126,13 @@ TEST_F(StartUpTest, LoopbackAddressIsTheDefault) {
   ExpectWired();
 }
 
+TEST_F(StartUpTest, WhatFollowsANumberIsIgnored) {
+  StartWith({"-m", "2x", "-c", "1 and more", "-s", "1."});
+  ExpectLine("ProbeLc1LoudnessDataPub-m2c1.ipc");
+  ExpectLine("slot 1\"");
+  ExpectWired();
+}
+
 TEST_F(StartUpTest, LinesCarryTheCutNameOfTheLogger) {
   StartWith({"-c", "1"});
   ExpectLine("|HwMana|INFO|Main|");
@@ -150,9 +163,13 @@ TEST_F(StartUpTest, MakesTheIpcDirectory) {
   if (HasOwnNamespaces()) {
     ASSERT_FALSE(std::filesystem::exists(kIpcDirectory));
   }
+  umask(0);
   StartWith({"-c", "1"});
   ExpectWired();
-  EXPECT_TRUE(std::filesystem::is_directory(kIpcDirectory));
+  const std::filesystem::file_status status = std::filesystem::status(kIpcDirectory);
+  EXPECT_EQ(std::filesystem::file_type::directory, status.type());
+  // The peers run as other users and put their sockets there.
+  EXPECT_EQ(std::filesystem::perms::all, status.permissions());
 }
 
 TEST_F(StartUpTest, TerminationEndsCleanly) {

@@ -151,6 +151,17 @@ TEST_F(JsonParserTest, CommandTopicMustBeThatOfTheMeterSet) {
   EXPECT_EQ(0x103u, gluCalcActions);
 }
 
+// For meter set 2 every topic that contains the text is that of a configuration.
+TEST_F(JsonParserTest, TopicThatContainsTwoTextsBelongsToTheFirstInTheOrderOfTheTopics) {
+  ServeMeterSet(2);
+  EXPECT_EQ(0, Send("AppProbeSetLuConf-AppIOQVLoudnessCmd-", kConfiguration));
+  EXPECT_EQ("", out_ + err_) << "a command for another meter set";
+  EXPECT_EQ(0u, gluCalcActions);
+  EXPECT_EQ(0, Send("AppProbeIOMatrixStream-AppProbeSetLuConf-", kConfiguration));
+  EXPECT_THAT(out_, HasSubstr("\"Mode ")) << "an accepted configuration";
+  EXPECT_EQ(0x103u, gluCalcActions);
+}
+
 TEST_F(JsonParserTest, AcceptedCommandPrintsItsLines) {
   Send("AppIOQVLoudnessCmd-1", R"({"Command":"Start","ClusterId":1,"UserID":5,"CmdTS":6})");
   EXPECT_THAT(

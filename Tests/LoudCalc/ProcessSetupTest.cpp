@@ -5,7 +5,9 @@
 #include <czmq.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 
@@ -69,6 +71,32 @@ TEST_F(ProcessSetupTest, VariablesOfTheLibraryAreForgottenAndOthersKept) {
   EXPECT_STREQ(std::getenv("XZSYS_SNDHWM"), "1");
   EXPECT_STREQ(std::getenv("ZSYSTEM"), "2");
   EXPECT_NE(std::getenv("PATH"), nullptr);
+}
+
+TEST_F(ProcessSetupTest, AsManyFilesAsAreAllowedMayBeOpen) {
+  for (const rlim_t allowed : {rlim_t{512}, rlim_t{300}}) {  // each is less than before
+    const rlimit limit = {100, allowed};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    AllowManyClients();
+    rlimit found = {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &found), 0);
+    EXPECT_EQ(found.rlim_cur, allowed);
+  }
+}
+
+TEST_F(ProcessSetupTest, NoMoreFilesAreAskedForThanAreNeeded) {
+  rlimit before = {};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  if (before.rlim_max <= kMostOpenFiles)
+    GTEST_SKIP() << "only " << before.rlim_max << " files are allowed";
+  for (const rlim_t soft : {rlim_t{100}, before.rlim_max}) {
+    const rlimit limit = {soft, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    AllowManyClients();
+    rlimit found = {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &found), 0);
+    EXPECT_EQ(found.rlim_cur, std::max<rlim_t>(soft, kMostOpenFiles));
+  }
 }
 
 }  // namespace

@@ -130,6 +130,7 @@ TEST_F(PubHandlerTest, EndpointsCarryMeterSetAndCluster) {
       {2, 3, "ProbeLc1LoudnessDataPub-m2c3.ipc", "ProbeLc1LoudnessStatePub-m2c3.ipc"},
       {1, 8, "ProbeLc1LoudnessDataPub-m1c8.ipc", "ProbeLc1LoudnessStatePub-m1c8.ipc"},
       {12, 0, "ProbeLc1LoudnessDataPub-m12c0.ipc", "ProbeLc1LoudnessStatePub-m12c0.ipc"},
+      {4294967295U, 1, "ProbeLc1LoudnessDataPub-m-1c1.ipc", "ProbeLc1LoudnessStatePub-m-1c1.ipc"},
       {0, 3, "Lc1LoudnessDataPub.ipc", "Lc1LoudnessDataPub.ipc"},
       {0, 0, "Lc1LoudnessDataPub.ipc", "Lc1LoudnessDataPub.ipc"},
   };

@@ -88,6 +88,20 @@ TEST_F(ServiceManagerTest, ReadyIsToldOnceAndStoppingWhenAsked) {
   EXPECT_THAT(end.Heard(), ElementsAre("STOPPING=1"));
 }
 
+TEST_F(ServiceManagerTest, ReadyIsToldAgainToAManagerThatHadNoRoomForIt) {
+  const ManagerEnd end(OwnName());
+  setenv("WATCHDOG_USEC", "3000000", 1);
+  ServiceManager manager;
+  // More than any queue of datagrams holds.
+  for (int i = 0; i < 100000; ++i)
+    manager.TellAlive();
+  manager.TellReady();
+  EXPECT_THAT(end.Heard(), testing::Each("WATCHDOG=1"));
+  manager.TellReady();
+  manager.TellReady();
+  EXPECT_THAT(end.Heard(), ElementsAre("READY=1"));
+}
+
 TEST_F(ServiceManagerTest, PathIsAnAddressToo) {
   const std::string path = "/tmp/LoudCalc-test-" + std::to_string(getpid());
   const ManagerEnd end(path);

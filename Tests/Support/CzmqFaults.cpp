@@ -17,13 +17,14 @@
 namespace faults {
 namespace {
 
-enum class Outcome { Fail, BadAlloc, RuntimeError };
+enum class Outcome { Fail, BadAlloc, RuntimeError, Late };
 
 struct Plan {
   std::atomic<int> count{0};  // calls so far
   std::atomic<int> due{0};    // calls until the fault; 0: none is planned
   Outcome outcome = Outcome::Fail;
   int error = 0;
+  int delay = 0;  // ms
 };
 
 constexpr std::size_t kCalls = static_cast<std::size_t>(Call::LoopStart) + 1;
@@ -52,6 +53,12 @@ bool GoesOn(Call call) {
     throw std::bad_alloc();
   if (plan.outcome == Outcome::RuntimeError)
     throw std::runtime_error(kRuntimeErrorText);
+  if (plan.outcome == Outcome::Late) {
+    const std::int64_t end = zclock_mono() + plan.delay;
+    while (zclock_mono() < end) {
+    }
+    return true;
+  }
   errno = plan.error;
   return false;
 }
@@ -81,6 +88,11 @@ void ThrowBadAlloc(Call call, int nth) {
 
 void ThrowRuntimeError(Call call, int nth) {
   Arm(call, nth, Outcome::RuntimeError, 0);
+}
+
+void HoldUp(Call call, int milliseconds, int nth) {
+  PlanOf(call).delay = milliseconds;
+  Arm(call, nth, Outcome::Late, 0);
 }
 
 int Count(Call call) {

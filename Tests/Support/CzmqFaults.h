@@ -42,6 +42,9 @@ void Fail(Call call, int nth = 1, int error = 0);
 void ThrowBadAlloc(Call call, int nth = 1);
 void ThrowRuntimeError(Call call, int nth = 1);
 
+/// The nth call from now goes on to the library after `milliseconds`.
+void HoldUp(Call call, int milliseconds, int nth = 1);
+
 /// Number of calls since the last Reset, failed ones included.
 int Count(Call call);
 

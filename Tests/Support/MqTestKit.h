@@ -50,6 +50,9 @@ class Publisher {
   /// The next change: "+TOPIC" for a subscription, "-TOPIC" for the end of one.
   std::string NextChange();
 
+  /// Whether there has been a change that was not asked for yet.
+  bool HasChange() { return HasMessage(socket_); }
+
   void Publish(const Frames& frames) { Send(socket_, frames); }
 
  private:

@@ -16,8 +16,23 @@ constexpr int kWatchedEvents =
     ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL |
     ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL | ZMQ_EVENT_HANDSHAKE_FAILED_AUTH;
 
+constexpr char kTcpPrefix[] = "tcp:";
+
 // First frame of an event message: 16-bit event, 32-bit value, without padding.
 constexpr std::size_t kEventFrameSize = 6;
+
+bool IsReader(zsock_t* socket) {
+  return zsock_type(socket) == ZMQ_SUB;
+}
+
+// The options that a connection over TCP and one over IPC do not share.
+void PrepareForTransport(zsock_t* socket, bool isOverTcp) {
+  if (IsReader(socket))
+    zsock_set_maxmsgsize(socket, isOverTcp ? kMqMaxFrameSize : kMqMaxLocalFrameSize);
+  else
+    zsock_set_maxmsgsize(socket, kMqMaxWordSize);
+  zsock_set_heartbeat_ivl(socket, isOverTcp ? kMqHeartbeatPeriodMs : 0);
+}
 
 // A name that no watch had before: those of earlier ones are given back some time later.
 std::string NewMonitorEndpoint() {
@@ -39,15 +54,21 @@ bool TakeFrame(void* socket, std::string& bytes) {
 }  // namespace
 
 void MqPrepareLink(zsock_t* socket, bool isOverTcp) {
-  zsock_set_maxmsgsize(socket, isOverTcp ? kMqMaxFrameSize : kMqMaxLocalFrameSize);
+  PrepareForTransport(socket, isOverTcp);
+  if (!IsReader(socket))
+    zsock_set_rcvhwm(socket, kMqUnreadMessages);
   zsock_set_handshake_ivl(socket, kMqHandshakeTimeoutMs);
   zsock_set_connect_timeout(socket, kMqConnectTimeoutMs);
-  zsock_set_heartbeat_ivl(socket, isOverTcp ? kMqHeartbeatPeriodMs : 0);
   zsock_set_heartbeat_timeout(socket, kMqHeartbeatTimeoutMs);
   zsock_set_tcp_keepalive(socket, 1);
   zsock_set_tcp_keepalive_idle(socket, kMqKeepAliveIdleS);
   zsock_set_tcp_keepalive_intvl(socket, kMqKeepAlivePeriodS);
   zsock_set_tcp_keepalive_cnt(socket, kMqKeepAliveProbes);
+}
+
+void MqPrepareListener(zsock_t* socket) {
+  zsock_set_maxmsgsize(socket, kMqMaxWordSize);
+  zsock_set_handshake_ivl(socket, kMqHandshakeTimeoutMs);
 }
 
 MqLinkWatch& MqLinkWatch::operator=(MqLinkWatch&& other) noexcept {
@@ -78,6 +99,10 @@ void MqLinkWatch::Stop() {
   // In this order: an event that nobody can take would hold up the library's thread.
   if (mpSocket != nullptr)
     zmq_socket_monitor(zsock_resolve(mpSocket), nullptr, 0);
+  StopWithoutSocket();
+}
+
+void MqLinkWatch::StopWithoutSocket() {
   mpSocket = nullptr;
   if (mpEvents != nullptr)
     zmq_close(mpEvents);
@@ -118,12 +143,25 @@ void MqLinkWatch::TakeEvent(std::uint16_t event, const std::string& endpoint) {
   }
 }
 
-bool MqLinkWatch::IsAnyLostForGood() const {
+bool MqLinkWatch::IsAnyLostFor(std::int64_t milliseconds) const {
   const std::int64_t now = zclock_mono();
-  return std::any_of(mLinks.begin(), mLinks.end(), [now](const auto& entry) {
+  return std::any_of(mLinks.begin(), mLinks.end(), [=](const auto& entry) {
     const std::int64_t lostSince = entry.second.lostSince;
-    return lostSince != kNever && now - lostSince >= kMqLostLinkPatienceMs;
+    return lostSince != kNever && now - lostSince >= milliseconds;
   });
+}
+
+// Whether no message waits on the socket, nor the rest of one.
+bool MqLinkWatch::IsIdle() const {
+  return (zsock_events(mpSocket) & ZMQ_POLLIN) == 0;
+}
+
+// The options of the socket are those of its last connection, which may have been of another kind.
+// Its queues must be left alone: libzmq tells a change of theirs to every connection, also to one
+// that it is about to free, and crashes.
+bool MqLinkWatch::ConnectAgain(const std::string& endpoint) {
+  PrepareForTransport(mpSocket, endpoint.compare(0, sizeof kTcpPrefix - 1, kTcpPrefix) == 0);
+  return zsock_connect(mpSocket, "%s", endpoint.c_str()) == 0;
 }
 
 // All lost links are taken down before the first is made anew, also those that were lost a moment
@@ -138,7 +176,8 @@ void MqLinkWatch::RenewLost() {
   for (const std::string& endpoint : lost)
     zsock_disconnect(mpSocket, "%s", endpoint.c_str());
   for (const std::string& endpoint : lost) {
-    zsock_connect(mpSocket, "%s", endpoint.c_str());
+    if (!ConnectAgain(endpoint))
+      continue;  // still lost, and tried again
     Link& link = mLinks[endpoint];
     link.lostSince = kNever;
     link.isReportDue = !std::exchange(link.isReported, true);

@@ -3,6 +3,7 @@
 #include "MqPubHandler.h"
 
 #include "LogMacros.h"
+#include "MqLink.h"
 #include "MqSupport.h"
 
 namespace {
@@ -69,6 +70,8 @@ MqSock_t* MqPubHandler::Bind(const char* endpoint, MqSock_t* existing) {
       LOUDCALC_PRINT(stdout, "\"zsock_new failed %s\"", endpoint);
       return nullptr;
     }
+    if (created != nullptr)
+      MqPrepareListener(socket);
     LOUDCALC_PRINT(stdout, "\"Tryig to bind %s\"", endpoint);
     if (zsock_bind(socket, "%s", endpoint) == -1) {
       created.reset();

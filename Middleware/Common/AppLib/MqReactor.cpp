@@ -32,6 +32,10 @@ constexpr std::size_t kMostFrames = 64;
 // Most frames beyond those that are dropped in one go: about as much work as a message.
 constexpr std::size_t kMostFramesDropped = 1000;
 
+// Longest topic that is looked at, well over any that is subscribed to; the topics of the rest only
+// begin like one.
+constexpr std::size_t kLongestTopic = 4096;
+
 // The next frame, null when none is there. A signal that arrives meanwhile is no reason to go
 // without.
 zframe_t* ReceiveFrame(zsock_t* socket) {
@@ -83,12 +87,25 @@ bool MqReactor::Guarded(Operation operation) {
   });
 }
 
+// A topic is copied, compared and logged, which must cost next to nothing.
+bool MqReactor::IsTopicTooLong(zmsg_t* message) {
+  zframe_t* topic = zmsg_first(message);
+  const std::size_t size = topic != nullptr ? zframe_size(topic) : 0;
+  if (size > kLongestTopic)
+    LOUDCALC_LOG(Warn, "\"Message dropped: topic of %zu bytes\"", size);
+  return size > kLongestTopic;
+}
+
 // Takes one message, hands its topic and the frames after it to `handler` and disposes of both.
 template <typename Handler>
 int MqReactor::ReadMessage(zsock_t* socket, Handler handler) {
   if (DropSomeOfTheRest(socket))
     return LoopResult(0);
   zmsg_t* pMessage = ReceiveMessage(socket);
+  if (IsTopicTooLong(pMessage)) {
+    zmsg_destroy(&pMessage);
+    return LoopResult(0);
+  }
   char* cpTopic = zmsg_popstr(pMessage);
   LOUDCALC_ASSERT(nullptr != cpTopic, "nullptr != cpTopic");
   const int rv = handler(cpTopic, pMessage);
@@ -207,6 +224,7 @@ std::int32_t MqReactor::AddTimer(pReactorTimerCallback handler, void* argument, 
   MqTimer& timer = mTimers.emplace_back(handler, argument, delay, times == 0);
   const int rc = zloop_timer(mpLoop, delay, times, MqTimer::Callback, &timer);
   LOUDCALC_ASSERT(rc != -1, "rc != -1");
+  timer.Begin();
   ++mlTimers;
   return rc;
 }
@@ -233,12 +251,15 @@ bool MqReactor::StartLoop(MqDataType_e type) {
   return true;
 }
 
+void MqReactor::ReportRenewal(const char* endpoint) {
+  LOUDCALC_LOG(Warn, "\"Connection to %s broke the protocol, connecting again\"", endpoint);
+}
+
 void MqReactor::TendLinks() {
-  const auto report = [](const char* endpoint) {
-    LOUDCALC_LOG(Warn, "\"Connection to %s broke the protocol, connecting again\"", endpoint);
-  };
-  mLinks.Tend(report);
-  mBinLinks.Tend(report);
+  if (UsableSock(false) != nullptr)
+    mLinks.Tend(ReportRenewal);
+  if (UsableSock(true) != nullptr)
+    mBinLinks.Tend(ReportRenewal);
 }
 
 void MqReactor::CloseMq() {
@@ -250,22 +271,28 @@ void MqReactor::CloseMq() {
 }
 
 int MqReactor::ReaderCallback(zloop_t*, zsock_t* socket, void* reactor) {
-  const auto* self = static_cast<const MqReactor*>(reactor);
+  auto* self = static_cast<MqReactor*>(reactor);
   if (self == nullptr || self->mpReactorReaderCallback == nullptr)
     return LoopResult(0);
-  return ReadMessage(socket, [self](const char* topic, zmsg_t* message) {
+  const int result = ReadMessage(socket, [self](const char* topic, zmsg_t* message) {
     char* cpData = zmsg_popstr(message);
     const int rv = self->mpReactorReaderCallback(topic, cpData);
     zstr_free(&cpData);
     return rv;
   });
+  if (zsock_rcvmore(socket) == 0)
+    self->mLinks.TendBetweenMessages(ReportRenewal);
+  return result;
 }
 
 int MqReactor::ReaderCallbackForBinaryData(zloop_t*, zsock_t* socket, void* reactor) {
-  const auto* self = static_cast<const MqReactor*>(reactor);
+  auto* self = static_cast<MqReactor*>(reactor);
   if (self == nullptr || self->mpReactorReaderCallbackForBinaryData == nullptr)
     return LoopResult(0);
-  return ReadMessage(socket, self->mpReactorReaderCallbackForBinaryData);
+  const int result = ReadMessage(socket, self->mpReactorReaderCallbackForBinaryData);
+  if (zsock_rcvmore(socket) == 0)
+    self->mBinLinks.TendBetweenMessages(ReportRenewal);
+  return result;
 }
 
 // The chosen socket, null when it is empty or was destroyed by a failed connect.
@@ -279,7 +306,11 @@ zsock_t* MqReactor::UsableSock(bool binary) const {
 // polling it.
 void MqReactor::Destroy(bool binary) {
   zsock_t* socket = UsableSock(binary);
-  (binary ? mBinLinks : mLinks).Stop();
+  MqLinkWatch& links = binary ? mBinLinks : mLinks;
+  if (socket != nullptr)
+    links.Stop();
+  else
+    links.StopWithoutSocket();
   if (socket != nullptr && mpLoop != nullptr)
     zloop_reader_end(mpLoop, socket);
   zsock_destroy(&socket);

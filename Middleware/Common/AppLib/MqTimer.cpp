@@ -5,8 +5,11 @@
 MqTimer::MqTimer(Handler_t handler, void* argument, std::size_t delay, bool repeats)
     : mHandler(handler),
       mArgument(argument),
-      mDelay(repeats ? static_cast<std::int64_t>(delay) : 0),
-      mDue(zclock_mono() + mDelay) {}
+      mDelay(repeats ? static_cast<std::int64_t>(delay) : 0) {}
+
+void MqTimer::Begin() {
+  mDue = zclock_mono() + mDelay;
+}
 
 int MqTimer::Callback(zloop_t* loop, int timerId, void* timer) {
   auto* self = static_cast<MqTimer*>(timer);

@@ -1,4 +1,5 @@
-// The assertion of the whole service: for broken preconditions inside the program, never for input.
+// The assertion of the whole service, for broken preconditions. Of all input only that of the
+// process monitor can break one: what it says of the system's status is a contract.
 
 #pragma once
 

@@ -27,17 +27,32 @@ constexpr int kMqKeepAliveProbes = 3;        // unanswered ones that end the lin
 constexpr int kMqMaxFrameSize = 512 * 1024;             // bytes
 constexpr int kMqMaxLocalFrameSize = 64 * 1024 * 1024;  // bytes
 
+/// The largest frame that is taken where the other side has next to nothing to say: a subscription
+/// of a data client, which is a topic of at most 127 characters, and the handshake of any peer.
+/// Where it has nothing to say at all, one message is kept; nobody reads it.
+constexpr int kMqMaxWordSize = 256;  // bytes
+constexpr int kMqUnreadMessages = 1;
+
 /// How long a link may be lost before it is taken for lost for good. ZeroMQ announces its own next
 /// attempt at once.
 constexpr std::int64_t kMqLostLinkPatienceMs = 500;
+
+/// How long a lost link is left as it is for the sake of messages that wait on its socket: what has
+/// come over the link would be lost with it.
+constexpr std::int64_t kMqBusyLinkPatienceMs = 5000;
 
 /// How long a link must have worked to count as a good one. A peer that breaks the protocol only
 /// after the handshake has not, however often it is connected to.
 constexpr std::int64_t kMqGoodLinkMs = 3000;
 
-/// Sets the options above for the connections that `socket` makes from now on. Only over TCP is a
-/// quiet peer asked for signs of life: one on the same board cannot vanish without closing.
+/// Sets the options above for the connections that `socket`, a SUB or PUSH socket, makes from now
+/// on. Only over TCP is a quiet peer asked for signs of life: one on the same board cannot vanish
+/// without closing.
 void MqPrepareLink(zsock_t* socket, bool isOverTcp);
+
+/// Limits what the clients that connect to `socket`, a PUB socket, can make it take. To be called
+/// before it is bound.
+void MqPrepareListener(zsock_t* socket);
 
 /// Watches the links of one socket and renews those that ZeroMQ has given up.
 class MqLinkWatch {
@@ -57,22 +72,30 @@ class MqLinkWatch {
   /// Ends the watch; harmless when there is none.
   void Stop();
 
+  /// Ends the watch over a socket that somebody has destroyed already.
+  void StopWithoutSocket();
+
   /// Takes note of what happened to the links since the last call and renews those that are lost
-  /// for good; subscriptions stay with the socket. Never waits. `report(endpoint)` is called for
-  /// each of them, once until it has been a good link again. To be called several times a second.
+  /// for good, unless messages wait on the socket; subscriptions stay with the socket. Never waits.
+  /// `report(endpoint)` is called for each of them, once until it has been a good link again. To be
+  /// called several times a second.
   template <typename Report>
   void Tend(Report report) {
     if (mpEvents == nullptr)
       return;
     TakeEvents();
-    if (!IsAnyLostForGood())
-      return;
-    RenewLost();
-    for (auto& [endpoint, link] : mLinks)
-      if (link.isReportDue) {
-        link.isReportDue = false;
-        report(endpoint.c_str());
-      }
+    if (IsAnyLostFor(kMqLostLinkPatienceMs) && IsIdle())
+      Renew(report);
+  }
+
+  /// Renews links that have been lost for so long that no message may delay it any more. To be
+  /// called when a message has been received to its last frame and the socket was not polled since:
+  /// in the middle of a message, to which one that a poll has found belongs, the library aborts
+  /// when its link goes.
+  template <typename Report>
+  void TendBetweenMessages(Report report) {
+    if (mpEvents != nullptr && IsAnyLostFor(kMqBusyLinkPatienceMs))
+      Renew(report);
   }
 
  private:
@@ -85,9 +108,21 @@ class MqLinkWatch {
     bool isReportDue = false;         // renewed for the first time since then
   };
 
+  template <typename Report>
+  void Renew(Report report) {
+    RenewLost();
+    for (auto& [endpoint, link] : mLinks)
+      if (link.isReportDue) {
+        link.isReportDue = false;
+        report(endpoint.c_str());
+      }
+  }
+
   void TakeEvents();
   void TakeEvent(std::uint16_t event, const std::string& endpoint);
-  bool IsAnyLostForGood() const;
+  bool IsAnyLostFor(std::int64_t milliseconds) const;
+  bool IsIdle() const;
+  bool ConnectAgain(const std::string& endpoint);
   void RenewLost();
 
   zsock_t* mpSocket = nullptr;         // the watched socket, not owned

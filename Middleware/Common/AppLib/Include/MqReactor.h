@@ -101,8 +101,9 @@ class MqReactor {
   std::int32_t AddTimer(pReactorTimerCallback handler, void* argument, std::size_t delay,
                         std::size_t times);
 
-  /// Ends a timer. To be called before the loop starts or after it has ended; a handler that wants
-  /// no further calls is better served by the `times` of its timer.
+  /// Ends a timer. To be called while the loop does not run; one that is due already may fire once
+  /// more when the loop starts. A handler that wants no further calls is better served by the
+  /// `times` of its timer.
   void EndTimer(std::int32_t timerId);
 
   /// Number of timers that the loop takes once it has been started.
@@ -114,8 +115,8 @@ class MqReactor {
   bool StartLoop(MqDataType_e type);
 
   /// Renews the connections that the library has given up, which it does when a peer breaks the
-  /// protocol; each is logged at Warn, once until it works again. To be called several times a
-  /// second.
+  /// protocol; each is logged at Warn, once until it works again. What a peer said before is read
+  /// first, for a few seconds at most. To be called several times a second.
   void TendLinks();
 
   /// Destroys the text socket and the binary socket, as far as they are there. The reactor is
@@ -159,6 +160,8 @@ class MqReactor {
 
   template <typename Operation>
   static bool Guarded(Operation operation);
+  static void ReportRenewal(const char* endpoint);
+  static bool IsTopicTooLong(zmsg_t* message);
   template <typename Handler>
   static int ReadMessage(zsock_t* socket, Handler handler);
 

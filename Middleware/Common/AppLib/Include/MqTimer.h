@@ -13,10 +13,13 @@ class MqTimer {
  public:
   using Handler_t = int (*)(zloop_t* loop, int timerId, void* argument);
 
-  /// A timer that is added to its loop now, with a period of `delay` ms. One that `repeats` for
-  /// ever leaves out the ticks that the next one has overtaken; one with a number of ticks makes
-  /// all of them.
+  /// A timer with a period of `delay` ms. One that `repeats` for ever leaves out the ticks that the
+  /// next one has overtaken; one with a number of ticks makes all of them.
   MqTimer(Handler_t handler, void* argument, std::size_t delay, bool repeats);
+
+  /// Lays the grid. To be called once the timer is in its loop: the loop's own grid must not be the
+  /// later one by a period, or every tick would count as overtaken.
+  void Begin();
 
   /// What the loop calls, with the timer as its argument. Returns what the handler returned, 0 for
   /// a tick that is left out.
@@ -28,5 +31,5 @@ class MqTimer {
   Handler_t mHandler;   // who is called
   void* mArgument;      // its argument
   std::int64_t mDelay;  // ms; 0: every tick is made
-  std::int64_t mDue;    // ms of the monotonic clock, when the next tick is due
+  std::int64_t mDue{};  // ms of the monotonic clock, when the next tick is due
 };

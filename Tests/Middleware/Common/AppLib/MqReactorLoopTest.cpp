@@ -362,6 +362,16 @@ TEST_F(MqReactorLoopTest, TimerKeepsItsDelay) {
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(3 * 20 - 2));
 }
 
+TEST_F(MqReactorLoopTest, TimerThatTheLoopGotLateTicksAllTheSame) {
+  constexpr int kDelay = 10;
+  int calls = 0;
+  faults::HoldUp(Call::LoopTimer, 3 * kDelay);
+  reactor_->AddTimer(EndAtThirdCall, &calls, kDelay, 0);
+  reactor_->AddTimer(EndLoop, nullptr, mqtest::kDeadlineMs, 1);
+  Run();
+  EXPECT_EQ(3, calls);
+}
+
 TEST_F(MqReactorLoopTest, TimerFiresAsOftenAsAskedFor) {
   int counted = 0;
   int calls = 0;

@@ -318,6 +318,7 @@ TEST_F(MqReactorTest, EmptySocketServesNothing) {
   EXPECT_FALSE(ConnectTcp(publisher, topics, 1, kBinary));
   EXPECT_FALSE(reactor_->SubscribeTopic("Topic", 5, kBinary));
   EXPECT_FALSE(reactor_->UnsubscribeTopics(topics, 1, kBinary));
+  reactor_->TendLinks();
   EXPECT_EQ("", console_.Output());
   EXPECT_EQ("", console_.Errors());
 }

@@ -36,6 +36,7 @@ void RunLoop(Recorder& recorder, std::size_t delay, std::size_t times) {
   zloop_t* loop = zloop_new();
   MqTimer timer(Record, &recorder, delay, times == 0);
   ASSERT_NE(zloop_timer(loop, delay, times, MqTimer::Callback, &timer), -1);
+  timer.Begin();
   zloop_start(loop);
   zloop_destroy(&loop);
 }

@@ -137,6 +137,16 @@ TEST(SfpPTPSettingsTest, WithoutCountItIsMinusOneAndTheRestStays) {
   EXPECT_EQ(ptp.miDSCP, 46);
 }
 
+TEST(SfpPTPSettingsTest, AbsentOrMistypedCageLeavesItsField) {
+  cEmsetSfpPTPSettings ptp;
+  std::string printed;
+  ParsePtp(ptp, R"({"SfpCageNo":2})", printed);
+  for (const char* text : {"{}", R"({"SfpCageNo":"3"})"}) {
+    EXPECT_EQ(ParsePtp(ptp, text, printed), 1) << text;
+    EXPECT_EQ(ptp.miSfpCageNo, 2) << text;
+  }
+}
+
 TEST(SfpPTPSettingsTest, TextThatIsNoObjectFailsWithoutPrinting) {
   cEmsetSfpPTPSettings ptp;
   for (const char* text : kNoDocuments) {

@@ -5,10 +5,11 @@
 
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace {
 
-bool gFailNext = false;
+std::size_t gUntilFailure = 0;  // objects, the one that fails among them; 0: none will fail
 
 void* Allocate(std::size_t size) {
   return std::malloc(size == 0 ? 1 : size);
@@ -17,12 +18,20 @@ void* Allocate(std::size_t size) {
 }  // namespace
 
 void FailNextNew() {
-  gFailNext = true;
+  FailNewAfter(0);
+}
+
+void FailNewAfter(std::size_t others) {
+  gUntilFailure = others + 1;
+}
+
+bool StopFailingNew() {
+  return std::exchange(gUntilFailure, 0) == 0;
 }
 
 void* operator new(std::size_t size) {
-  void* memory = gFailNext ? nullptr : Allocate(size);
-  gFailNext = false;
+  const bool fails = gUntilFailure != 0 && --gUntilFailure == 0;
+  void* memory = fails ? nullptr : Allocate(size);
   if (memory == nullptr)
     throw std::bad_alloc();
   return memory;

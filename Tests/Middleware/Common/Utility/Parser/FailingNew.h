@@ -2,6 +2,14 @@
 
 #pragma once
 
+#include <cstddef>
+
 /// The next `new` of one object in this process throws std::bad_alloc; the ones after it work
 /// again.
 void FailNextNew();
+
+/// The same once `others` have worked.
+void FailNewAfter(std::size_t others);
+
+/// Every `new` works again from now on. Whether the one that was to fail has been.
+bool StopFailingNew();

@@ -235,6 +235,18 @@ TEST_F(AudioRoutingTest, EachSlotBeginsWithAClearedRecord) {
   EXPECT_THAT(mRouting.mAcor.mMeterSources, IsEmpty());
 }
 
+TEST_F(AudioRoutingTest, SlotClearsTheContentsOfTheRecordButNotItsKey) {
+  mRouting.mAcor = Record(1, SIOCT_XLR, SOT_AES, 7);
+  mRouting.mAcor.mbSpeakerMix = mRouting.mAcor.mbSoloMute = true;
+  mRouting.mAcor.mbHeadphoneMute = mRouting.mAcor.mbVolumeControl = true;
+  EXPECT_EQ(Parse(R"({"2":{}})"), 1);
+  EXPECT_FALSE(mRouting.mAcor.mbSpeakerMix || mRouting.mAcor.mbSoloMute);
+  EXPECT_FALSE(mRouting.mAcor.mbHeadphoneMute || mRouting.mAcor.mbVolumeControl);
+  EXPECT_EQ(mRouting.mAcor.mConnectorType, SIOCT_XLR);
+  EXPECT_EQ(mRouting.mAcor.mOutputType, SOT_AES);
+  EXPECT_EQ(mRouting.mAcor.miChannel, 7);
+}
+
 TEST_F(AudioRoutingTest, EachChannelBeginsWithoutMeterSources) {
   EXPECT_EQ(ParsePair("1", std::string(kChannel) + ",[]"), 0);
   EXPECT_THAT(mRouting.mAcor.mMeterSources, IsEmpty());

@@ -163,6 +163,26 @@ TEST_F(DolbyDecoderSettingsTest, IncompleteCompressionStoresWhatIsThere) {
   EXPECT_EQ(mSettings.miAudioPresentation, 3);
 }
 
+TEST_F(DolbyDecoderSettingsTest, CompressionBoostIsStoredWhicheverMemberBeforeItFails) {
+  for (const char* before : {"", R"("CompressionMode":"RF",)", R"("CompressionCut":0.5,)",
+                             R"("CompressionMode":1,"CompressionCut":0.5,)",
+                             R"("CompressionMode":"RF","CompressionCut":"0.5",)"}) {
+    mSettings.ResetDolbyDecoderSettings();
+    const std::string ddPlus =
+        std::string(R"("DDPlusConfig":{)") + before + R"("CompressionBoost":0.25})";
+    EXPECT_EQ(Parse(Settings({kDecoder, ddPlus.c_str(), kED2, kLoudness, kPresent, kStatus})), 0)
+        << before;
+    EXPECT_EQ(mSettings.mfCompressionBoost, 0.25F) << before;
+  }
+}
+
+TEST_F(DolbyDecoderSettingsTest, WithoutDecoderConfigTheOthersAreStored) {
+  EXPECT_EQ(Parse(Settings({kDDPlus, kED2, kLoudness, kPresent, kStatus})), 0);
+  EXPECT_EQ(mSettings.msCompressionMode, "RF");
+  EXPECT_EQ(mSettings.miAudioPresentation, 3);
+  EXPECT_EQ(mSettings.msRegulation, "EBU");
+}
+
 TEST_F(DolbyDecoderSettingsTest, DecoderAndLoudnessMembersAreOptional) {
   EXPECT_EQ(Parse(Settings({R"("DecoderConfig":{})", kDDPlus, kED2, R"("LoudnessConfig":{})",
                             kPresent, kStatus})),

@@ -223,6 +223,12 @@ TEST_F(MeterSetTest, RepeatedMeterIsReadEachTime) {
   EXPECT_EQ(mSet.GetDelayMs(0, 0), 5);
 }
 
+TEST_F(MeterSetTest, MetersOfTheSameNameAreReadOneOverTheOtherMemberByMember) {
+  EXPECT_EQ(Parse(R"({"1":{"VolumeDb":1,"DelayMs":5},"1":{"VolumeDb":2},"1":{}})"), 1);
+  EXPECT_EQ(mSet.GetVolumeDb(0, 0), 2);
+  EXPECT_EQ(mSet.GetDelayMs(0, 0), 5);
+}
+
 TEST_F(MeterSetTest, EntriesOutsideTheSetAreNotReached) {
   for (const std::int32_t meter : {-1, kMeters}) {
     mSet.mMeters.emplace(meter, std::make_shared<cMeter>(meter));

@@ -164,6 +164,9 @@ TEST_F(MeterTest, InputTextsAreFoundByTheNamesTheyContain) {
       {"3G-SDI 1", SIT_SDI, SIT_SDI},
       // The order of the search decides where two names occur.
       {"SDI None", SIT_NONE, SIT_NONE},
+      {"Analog None", SIT_NONE, SIT_NONE},
+      {"AES None", SIT_NONE, SIT_NONE},
+      {"VoIP.MPEG None", SIT_NONE, SIT_NONE},
       {"AES Internal", SIT_NONE, SIT_NONE},
       {"SDI Internal", SIT_NONE, SIT_SDI},
       {"Analog Internal", SIT_NONE, SIT_NONE},

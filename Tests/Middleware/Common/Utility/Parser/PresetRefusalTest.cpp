@@ -14,7 +14,27 @@ namespace {
 
 using testing::ContainsRegex;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::Not;
+
+constexpr char kEmset[] =
+    R"("EmsetConfig":[{"Slot":1,"Cage":2,"Signals":{"Flows":{"Primary":[{}]}}}])";
+
+// Members of documents of which one of the sections that must be there is missing or bad.
+const std::vector<std::string> kIncomplete[] = {
+    {kMeterSet, kClock},
+    {kClusters, kClock},
+    {kClusters, kMeterSet},
+    {R"("Clusters":{})", kMeterSet, kClock},
+    {kClusters, R"("MeterSet":[])", kClock},
+    {kClusters, kMeterSet, R"("SystemClockSource":[])"},
+};
+
+// The document with these members and `more` behind them.
+std::string DocumentWith(std::vector<std::string> members, const std::string& more) {
+  members.push_back(more);
+  return Document(members);
+}
 
 class PresetRefusalTest : public PresetTest {
  protected:
@@ -82,6 +102,52 @@ TEST_F(PresetRefusalTest, SectionOfAnotherTypeFailsTheDocument) {
   for (const std::vector<std::string>& members : cases) {
     EXPECT_EQ(Parse(Document(members)), 0) << Document(members);
     ExpectResetState();
+  }
+}
+
+// What a reset keeps tells that its section was read.
+TEST_F(PresetRefusalTest, SectionsBehindOneThatFailsAreRead) {
+  int slot = 0;
+  for (const std::vector<std::string>& members : kIncomplete) {
+    const std::string number = std::to_string(++slot);
+    const std::string text =
+        DocumentWith(members, R"("DolbyInputSource":{"Slot":)" + number +
+                                  R"(},"VideoSource":{"Type":")" + number + "\"}");
+    EXPECT_EQ(Parse(text), 0) << text;
+    EXPECT_EQ(mPreset.miDolbySlot, slot) << text;
+    EXPECT_EQ(mPreset.msVideoInputType, number) << text;
+  }
+}
+
+TEST_F(PresetRefusalTest, VideoSourceBehindABadDolbyInputIsRead) {
+  EXPECT_EQ(Parse(Document({kClusters, kMeterSet, kClock, R"("DolbyInputSource":[])", kVideo})), 0);
+  EXPECT_EQ(mPreset.msVideoInputType, "SDI");
+}
+
+TEST_F(PresetRefusalTest, RoutingOfARefusedDocumentIsRead) {
+  for (const std::vector<std::string>& members : kIncomplete) {
+    mPreset.mAcorMap.clear();
+    const std::string text = DocumentWith(members, kRouting);
+    EXPECT_EQ(Parse(text), 0) << text;
+    EXPECT_EQ(mPreset.mAcorMap.size(), 1U) << text;
+  }
+}
+
+TEST_F(PresetRefusalTest, RefusedDocumentReadWithoutRoutingEmptiesTheMap) {
+  for (const std::vector<std::string>& members : kIncomplete) {
+    EXPECT_EQ(Parse(Accepted(kRouting)), 1);
+    const std::string text = DocumentWith(members, kRouting);
+    EXPECT_EQ(Parse(text.c_str(), false, false, 0, nullptr), 0) << text;
+    EXPECT_THAT(mPreset.mAcorMap, IsEmpty()) << text;
+  }
+}
+
+TEST_F(PresetRefusalTest, EmsetConfigurationOfARefusedDocumentIsRead) {
+  for (const std::vector<std::string>& members : kIncomplete) {
+    cEmsetConfParser emset;
+    const std::string text = DocumentWith(members, kEmset);
+    EXPECT_EQ(Parse(text.c_str(), false, false, 0, &emset), 0) << text;
+    EXPECT_NE(emset.GetEmsetInfoForSFP(1, 2), nullptr) << text;
   }
 }
 

@@ -1,0 +1,121 @@
+// Links of a reactor that are lost while messages wait to be read. The library aborts when the link
+// of a message that is half read goes, and what has come over a link is lost with it.
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "MqLink.h"
+#include "MqReactor.h"
+#include "MqTestKit.h"
+
+namespace {
+
+using mqtest::Frames;
+using mqtest::Publisher;
+using testing::ElementsAre;
+
+constexpr char kIpcName[] = "mqReactorLinkTest.ipc";
+constexpr char kTopics[1][kMqTopicSize] = {"Text"};
+constexpr bool kText = false;
+
+std::vector<std::string> gHeard;  // data of the messages that were read
+
+int HandleText(const char*, const char* data) {
+  gHeard.emplace_back(data != nullptr ? data : "");
+  return 0;
+}
+
+// A reactor with two publishers on its text socket: one over TCP, whose link breaks, and another.
+class MqReactorLinkTest : public testing::Test {
+ protected:
+  MqReactorLinkTest() {
+    mqtest::MakeIpcDirectory();
+    gHeard.clear();
+    reactor_.SetReactorReader(HandleText);
+    publisher_ = std::make_unique<Publisher>(nullptr);
+    EXPECT_TRUE(reactor_.AddMqSubsOverTcp("127.0.0.1", publisher_->Port(), kTopics, 1, kText));
+    EXPECT_EQ("+Text", publisher_->NextChange());
+    other_ = std::make_unique<Publisher>(kIpcName);
+    EXPECT_TRUE(reactor_.AddMqSubsOverIpc(kIpcName, kTopics, 1, kText));
+    EXPECT_EQ("+Text", other_->NextChange());
+  }
+
+  // A message with more frames than are dropped at once.
+  static Frames LongMessage() {
+    Frames frames(5000);
+    frames.front() = "Text";
+    return frames;
+  }
+
+  // By a frame that is larger than the service takes.
+  void BreakTheLink() {
+    publisher_->Publish({"Text", std::string(kMqMaxFrameSize + 1, 'x')});
+    EXPECT_EQ("-Text", publisher_->NextChange());
+  }
+
+  void TendFor(std::int64_t milliseconds) {
+    const std::int64_t end = zclock_mono() + milliseconds;
+    while (zclock_mono() < end)
+      reactor_.TendLinks();
+  }
+
+  void Read() { MqReactor::ReaderCallback(reactor_.mpLoop, reactor_.mpSock, &reactor_); }
+
+  // Reads and tends the links, as a loop does, until the publisher hears of the new link.
+  bool IsRenewed() {
+    const std::int64_t end = zclock_mono() + mqtest::kDeadlineMs;
+    while (!publisher_->HasChange() && zclock_mono() < end) {
+      reactor_.TendLinks();
+      if (mqtest::HasMessage(reactor_.mpSock))
+        Read();
+    }
+    return publisher_->NextChange() == "+Text";
+  }
+
+  MqReactor reactor_;
+  std::unique_ptr<Publisher> publisher_;
+  std::unique_ptr<Publisher> other_;
+};
+
+TEST_F(MqReactorLinkTest, MessageThatIsHalfReadIsReadToItsEndFirst) {
+  publisher_->Publish(LongMessage());
+  ASSERT_TRUE(mqtest::AwaitMessage(reactor_.mpSock));
+  Read();
+  BreakTheLink();
+  TendFor(2 * kMqLostLinkPatienceMs);
+  Read();
+  EXPECT_TRUE(IsRenewed());
+  publisher_->Publish({"Text", "after"});
+  ASSERT_TRUE(mqtest::AwaitMessage(reactor_.mpSock));
+  Read();
+  EXPECT_THAT(gHeard, ElementsAre("", "after"));
+}
+
+TEST_F(MqReactorLinkTest, MessagesThatWaitAreReadFirst) {
+  publisher_->Publish({"Text", "first"});
+  publisher_->Publish({"Text", "second"});
+  ASSERT_TRUE(mqtest::AwaitMessage(reactor_.mpSock));
+  BreakTheLink();
+  TendFor(2 * kMqLostLinkPatienceMs);
+  EXPECT_TRUE(IsRenewed());
+  EXPECT_THAT(gHeard, ElementsAre("first", "second"));
+}
+
+TEST_F(MqReactorLinkTest, AnotherPeersFloodHoldsUpTheRenewalForAWhileOnly) {
+  BreakTheLink();
+  const std::int64_t lost = zclock_mono();
+  other_->Publish({"Text", "flood"});
+  while (!publisher_->HasChange() && zclock_mono() < lost + mqtest::kDeadlineMs) {
+    other_->Publish({"Text", "flood"});
+    ASSERT_TRUE(mqtest::AwaitMessage(reactor_.mpSock));
+    reactor_.TendLinks();
+    Read();
+  }
+  EXPECT_EQ("+Text", publisher_->NextChange());
+  EXPECT_GE(zclock_mono() - lost, kMqBusyLinkPatienceMs);
+}
+
+}  // namespace
