@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "CzmqFaults.h"
+#include "MqLink.h"
 #include "MqTestKit.h"
 
 namespace {
@@ -103,6 +104,31 @@ TEST_F(MqPubHandlerTest, ExistingSocketIsBoundAndReturned) {
   EXPECT_EQ(socket_, BindIpc(socket_));
   EXPECT_EQ(socket_, handler_.BindMqOverTcp(kLocalHost, FreePort(), socket_));
   EXPECT_EQ(ZMQ_XPUB, zsock_type(socket_));
+}
+
+// Waits until the library tells of a connection of `socket` that was closed.
+bool AwaitDisconnection(zactor_t* monitor) {
+  zsock_set_rcvtimeo(zactor_sock(monitor), mqtest::kDeadlineMs);
+  char* event = zstr_recv(monitor);
+  const bool isClosed = event != nullptr && std::strcmp(event, "DISCONNECTED") == 0;
+  zstr_free(&event);
+  return isClosed;
+}
+
+TEST_F(MqPubHandlerTest, ClientWhoseTopicNoMessageCouldHaveIsDropped) {
+  Subscriber other = Subscribe();
+  zsock_t* client = zsock_new(ZMQ_SUB);
+  zactor_t* monitor = zactor_new(zmonitor, client);
+  zstr_sendx(monitor, "LISTEN", "DISCONNECTED", nullptr);
+  zstr_send(monitor, "START");
+  zsock_wait(monitor);
+  zsock_set_subscribe(client, std::string(kMqMaxWordSize, 'x').c_str());
+  ASSERT_EQ(0, zsock_connect(client, "%s", IpcEndpoint(kIpcName).c_str()));
+  EXPECT_TRUE(AwaitDisconnection(monitor));
+  EXPECT_TRUE(handler_.SendJson(socket_, "Topic", "{}"));
+  EXPECT_EQ((Frames{"Topic", "{}"}), other.Next());
+  zactor_destroy(&monitor);
+  zsock_destroy(&client);
 }
 
 TEST_F(MqPubHandlerTest, BindWithoutNameAddressOrPortDoesNothing) {
