@@ -4,26 +4,67 @@
 #include "Console.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <mutex>
 
 namespace {
 
-// Pieces of at most this size are taken whole or not at all by a pipe.
-constexpr std::size_t kPieceSize = 4096;
+// A pipe takes a piece of at most this size whole or not at all; one that is ready takes it.
+constexpr std::size_t kPieceSize = PIPE_BUF;
+
+// A terminal that is ready has room for a piece of this size, but may be full after each character
+// that it replaces, as a line feed by two: those are pieces of their own.
+constexpr std::size_t kTerminalPieceSize = 64;
+
+std::size_t TerminalPiece(const char* text, std::size_t size) {
+  const char* end = text + std::min(size, kTerminalPieceSize);
+  const char* control =
+      std::find_if(text, end, [](char c) { return std::iscntrl(static_cast<unsigned char>(c)); });
+  return control == text ? 1 : static_cast<std::size_t>(control - text);
+}
+
+// Held from the question for room to the write: both streams may lead to the same place.
+std::mutex gRoom;
+
+// Writes a piece only if the descriptor has room for it now. Another process may take the room
+// before the write, which then waits.
+ssize_t WriteIntoRoom(int fd, const char* text, std::size_t size) {
+  const std::lock_guard<std::mutex> lock(gRoom);
+  pollfd room = {fd, POLLOUT, 0};
+  if (poll(&room, 1, 0) == -1)
+    return -1;
+  if ((room.revents & POLLOUT) != 0)
+    return write(fd, text, size);
+  errno = EAGAIN;
+  return -1;
+}
+
+// Writes a piece without waiting to a descriptor whose description says to wait. Newer kernels can
+// for pipes; whatever else it is, is asked for room.
+ssize_t WriteWithoutWaiting(int fd, const char* text, std::size_t size) {
+  const iovec piece = {const_cast<char*>(text), size};
+  const ssize_t written = pwritev2(fd, &piece, 1, -1, RWF_NOWAIT);
+  return written == -1 && errno == EOPNOTSUPP ? WriteIntoRoom(fd, text, size) : written;
+}
 
 // What stands behind one of the two streams.
 class Outlet {
  public:
-  explicit Outlet(int standardFd) : mFd(standardFd), mIsSocket(false) {}
+  explicit Outlet(int standardFd) : mFd(standardFd) {}
 
   // Pipes and terminals are opened once more: a flag on the inherited description would make every
-  // process that shares it fail instead of wait. A file never makes its writer wait.
+  // process that shares it fail instead of wait. One that cannot be opened, as another user's or a
+  // named pipe without a reader, is written to with more care. A file never makes its writer wait.
   void Prepare() {
     struct stat status {};
     if (fstat(mFd, &status) == -1)
@@ -34,7 +75,9 @@ class Outlet {
     char path[32] = {};
     std::snprintf(path, sizeof path, "/proc/self/fd/%d", mFd);
     const int own = open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (own != -1)
+    mMayWait = own == -1;
+    mIsTerminal = isatty(mFd) == 1;
+    if (!mMayWait)
       mFd = own;
   }
 
@@ -47,41 +90,58 @@ class Outlet {
  private:
   void Take(const char* text, std::size_t size) {
     const int error = errno;  // who prints does not expect it to change
+    std::size_t taken = 0;
     if (mLost == 0 || TellLoss())
-      while (size > 0) {
-        const std::size_t piece = std::min(size, kPieceSize);
-        const ssize_t written = WriteNow(text, piece);
-        if (written <= 0)
-          break;
-        text += written;
-        size -= static_cast<std::size_t>(written);
-      }
-    mLost += size;
+      taken = WritePieces(text, size);
+    mLost += size - taken;
     errno = error;
   }
 
   // Begins a line of its own: what was lost may have ended in the middle of one.
   bool TellLoss() {
     char line[64] = {};
-    const int length =
-        std::snprintf(line, sizeof line, "\n[%llu bytes of console output lost]\n", mLost);
-    if (WriteNow(line, static_cast<std::size_t>(length)) != length)
+    const auto length = static_cast<std::size_t>(
+        std::snprintf(line, sizeof line, "\n[%llu bytes of console output lost]\n", mLost));
+    if (WritePieces(line, length) != length)
       return false;
     mLost = 0;
     return true;
   }
 
+  // As many of the bytes as are taken now; returns their number.
+  std::size_t WritePieces(const char* text, std::size_t size) const {
+    std::size_t taken = 0;
+    while (taken < size) {
+      const ssize_t written = WriteNow(text + taken, PieceSize(text + taken, size - taken));
+      if (written <= 0)
+        break;
+      taken += static_cast<std::size_t>(written);
+    }
+    return taken;
+  }
+
+  std::size_t PieceSize(const char* text, std::size_t size) const {
+    return mMayWait && mIsTerminal ? TerminalPiece(text, size) : std::min(size, kPieceSize);
+  }
+
   ssize_t WriteNow(const char* text, std::size_t size) const {
     ssize_t written = 0;
     do {
-      written =
-          mIsSocket ? send(mFd, text, size, MSG_DONTWAIT | MSG_NOSIGNAL) : write(mFd, text, size);
+      written = WriteOnce(text, size);
     } while (written == -1 && errno == EINTR);
     return written;
   }
 
+  ssize_t WriteOnce(const char* text, std::size_t size) const {
+    if (mIsSocket)
+      return send(mFd, text, size, MSG_DONTWAIT | MSG_NOSIGNAL);
+    return mMayWait ? WriteWithoutWaiting(mFd, text, size) : write(mFd, text, size);
+  }
+
   int mFd;                       // where the text goes
-  bool mIsSocket;                // of it
+  bool mIsSocket = false;        // of it
+  bool mIsTerminal = false;      // of it
+  bool mMayWait = false;         // of a write to it
   unsigned long long mLost = 0;  // bytes not taken since the last that were
 };
 

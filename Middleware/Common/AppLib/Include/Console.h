@@ -12,4 +12,8 @@ void OpenMissingStandardStreams();
 /// the reader does not take at that moment is lost, and once it takes lines again one of them says
 /// how much. Other processes on the same pipe or terminal are not affected. To be called once,
 /// before anything is printed; without memory for it the streams stay as they are.
+///
+/// A pipe or terminal of another user, which this process may write to but not open, is looked at
+/// before each write. There another process that takes the last room in that very moment makes the
+/// write wait after all, except for pipes under Linux kernels that can write without waiting.
 void MakeConsoleNeverWait();
