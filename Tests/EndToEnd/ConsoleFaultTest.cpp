@@ -3,12 +3,15 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <csignal>
+#include <filesystem>
 
 #include "FaultyUnit.h"
+#include "Isolation.h"
 
 namespace {
 
@@ -19,6 +22,9 @@ constexpr char kLossNote[] = " bytes of console output lost]\n";
 // In lines of a kilobyte four times what a pipe holds, on either stream.
 constexpr int kLines = 256;
 constexpr std::size_t kLineSize = 1000;
+
+constexpr uid_t kNobody = 65534;
+constexpr char kSetPrivileges[] = "/usr/bin/setpriv";
 
 /// Two connected descriptors, of which the service gets the second.
 struct Channel {
@@ -38,9 +44,49 @@ Channel SocketPair() {
   return {ends[0], ends[1]};
 }
 
+/// Full before the service starts.
+Channel FullPipe() {
+  const Channel pipe = Pipe();
+  const std::string text(static_cast<std::size_t>(fcntl(pipe.writer, F_GETPIPE_SZ)), '.');
+  EXPECT_EQ(static_cast<ssize_t>(text.size()), write(pipe.writer, text.data(), text.size()));
+  return pipe;
+}
+
 Channel FullDevice() {
   return {-1, open("/dev/full", O_WRONLY | O_CLOEXEC)};
 }
+
+/// Whether there is another user, who may run the service and use the IPC directory.
+bool OtherUserMayRunService() {
+  const uid_t user = geteuid();
+  const bool may = HasOwnNamespaces() && seteuid(kNobody) == 0 &&
+                   faccessat(AT_FDCWD, LOUDCALC_BINARY, X_OK, AT_EACCESS) == 0;
+  EXPECT_EQ(0, seteuid(user));
+  return may;
+}
+
+/// What runs the service so that it may not open what allows its owner nothing: another user or,
+/// for want of one, root without its privileges. An ordinary user needs nothing.
+std::vector<std::string> StrangerRunner() {
+  if (geteuid() != 0)
+    return {};
+  if (!OtherUserMayRunService())
+    return {kSetPrivileges, "--bounding-set=-all", "--inh-caps=-all"};
+  const std::string id = std::to_string(kNobody);
+  return {kSetPrivileges, "--reuid=" + id, "--regid=" + id, "--clear-groups", "--pdeathsig=keep"};
+}
+
+struct ConsoleCase {
+  const char* name;
+  Channel (*make)();
+  bool isForeign = false;  // the service may write to it but not open it
+};
+
+void PrintTo(const ConsoleCase& console, std::ostream* stream) {
+  *stream << console.name;
+}
+
+const auto kNameOfCase = [](const auto& test) { return std::string(test.param.name); };
 
 /// A service whose standard output and standard error go to one channel.
 class ConsoleFaultTest : public FaultyUnit {
@@ -52,14 +98,34 @@ class ConsoleFaultTest : public FaultyUnit {
       close(mChannel.writer);
   }
 
-  void StartWith(Channel channel) {
-    mChannel = channel;
+  void StartWith(const ConsoleCase& console) {
+    mChannel = console.make();
     ServiceStart start;
-    start.options.output = start.options.errors = channel.writer;
-    ASSERT_NO_FATAL_FAILURE(StartInOrder(start));
+    start.options.output = start.options.errors = mChannel.writer;
+    if (console.isForeign) {
+      ASSERT_EQ(0, fchmod(mChannel.writer, 0));
+      start.runner = StrangerRunner();
+    }
+    const mode_t mask = umask(0);  // the peers' sockets are for every user
+    StartInOrder(start);
+    umask(mask);
+    ASSERT_FALSE(HasFatalFailure());
+    if (console.isForeign)
+      ExpectOnlyInherited();
     if (mChannel.writer >= 0)
       close(mChannel.writer);
     mChannel.writer = ProcessOptions::kClosed;
+  }
+
+  /// Expects that the service has the channel as its two standard streams, but not opened anew.
+  void ExpectOnlyInherited() {
+    namespace fs = std::filesystem;
+    const fs::path channel = fs::read_symlink("/proc/self/fd/" + std::to_string(mChannel.writer));
+    std::error_code gone;  // closed in the meantime
+    int count = 0;
+    for (const auto& entry : fs::directory_iterator("/proc/" + mService->StatusOf("Pid") + "/fd"))
+      count += fs::read_symlink(entry, gone) == channel ? 1 : 0;
+    EXPECT_EQ(2, count);
   }
 
   void CloseReader() {
@@ -99,7 +165,7 @@ class ConsoleFaultTest : public FaultyUnit {
   /// Reads on while the service writes, until it tells that something was lost.
   void ExpectLossTold() {
     std::string seen;
-    for (int i = 0; i < 100 && seen.find(kLossNote) == std::string::npos; ++i) {
+    for (int i = 0; i < 100 && !HasFailure() && seen.find(kLossNote) == std::string::npos; ++i) {
       seen += ReadPending();
       const std::string text = " back " + std::to_string(i) + ".";
       SayUnknown(text);
@@ -121,21 +187,10 @@ class ConsoleFaultTest : public FaultyUnit {
   Channel mChannel;
 };
 
-struct ConsoleCase {
-  const char* name;
-  Channel (*make)();
-};
-
-void PrintTo(const ConsoleCase& console, std::ostream* stream) {
-  *stream << console.name;
-}
-
-const auto kNameOfCase = [](const auto& test) { return std::string(test.param.name); };
-
 class DeadConsoleTest : public ConsoleFaultTest, public testing::WithParamInterface<ConsoleCase> {};
 
 TEST_P(DeadConsoleTest, DisturbsNothing) {
-  ASSERT_NO_FATAL_FAILURE(StartWith(GetParam().make()));
+  ASSERT_NO_FATAL_FAILURE(StartWith(GetParam()));
   ExpectUnimpressed();
   ExpectEnd();
 }
@@ -143,6 +198,7 @@ TEST_P(DeadConsoleTest, DisturbsNothing) {
 INSTANTIATE_TEST_SUITE_P(Consoles, DeadConsoleTest,
                          testing::Values(ConsoleCase{"UnreadPipe", Pipe},
                                          ConsoleCase{"UnreadSocket", SocketPair},
+                                         ConsoleCase{"FullPipeOfAnotherUser", FullPipe, true},
                                          ConsoleCase{"FullDevice", FullDevice},
                                          ConsoleCase{"Closed", [] { return Channel{}; }}),
                          kNameOfCase);
@@ -150,14 +206,14 @@ INSTANTIATE_TEST_SUITE_P(Consoles, DeadConsoleTest,
 class ReadConsoleTest : public ConsoleFaultTest, public testing::WithParamInterface<ConsoleCase> {};
 
 TEST_P(ReadConsoleTest, IsToldWhatItMissedWhenItReadsAgain) {
-  ASSERT_NO_FATAL_FAILURE(StartWith(GetParam().make()));
+  ASSERT_NO_FATAL_FAILURE(StartWith(GetParam()));
   ExpectUnimpressed();
   ExpectLossTold();
   ExpectEnd();
 }
 
 TEST_P(ReadConsoleTest, MayGoAway) {
-  ASSERT_NO_FATAL_FAILURE(StartWith(GetParam().make()));
+  ASSERT_NO_FATAL_FAILURE(StartWith(GetParam()));
   CloseReader();
   ExpectUnimpressed();
   ExpectEnd();
@@ -165,6 +221,7 @@ TEST_P(ReadConsoleTest, MayGoAway) {
 
 INSTANTIATE_TEST_SUITE_P(Consoles, ReadConsoleTest,
                          testing::Values(ConsoleCase{"Pipe", Pipe},
+                                         ConsoleCase{"PipeOfAnotherUser", Pipe, true},
                                          ConsoleCase{"Socket", SocketPair}),
                          kNameOfCase);
 

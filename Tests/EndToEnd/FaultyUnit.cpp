@@ -14,8 +14,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr char kStoppedState[] = "T";  // in /proc/PID/status
-
 constexpr char kClientPlace[] = "DataClient";
 
 constexpr std::chrono::milliseconds kLongestGap{1000};
@@ -79,19 +77,6 @@ void FaultyUnit::StartMeasuringUnheard() {
   ExpectAcknowledgement("Start");
   mUnit.DropLoudnessData();
   EXPECT_TRUE(mUnit.NextLoudnessData(kPatience)) << "no data";
-}
-
-void FaultyUnit::Pass(Milliseconds time) {
-  mUnit.WaitFor([] { return false; }, time);
-}
-
-void FaultyUnit::Suspend(ServiceProcess& process) {
-  process.Signal(SIGSTOP);
-  const auto end = Clock::now() + kPatience;
-  while (process.StatusOf("State").rfind(kStoppedState, 0) != 0) {
-    ASSERT_LT(Clock::now(), end) << "not stopped but " << process.StatusOf("State");
-    Pass(Milliseconds{1});
-  }
 }
 
 void FaultyUnit::BeginWatch() {
@@ -173,12 +158,16 @@ FaultyUnit::Milliseconds FaultyUnit::AwaitServed() {
 }
 
 void FaultyUnit::ExpectServedSoon() {
-  const Milliseconds time = AwaitServed();
-  RecordFigure("served_after_ms", static_cast<double>(time.count()));
-  EXPECT_LE(time.count(), kServedSoon.count());
+  ExpectSoon(AwaitServed());
   Pass(5 * kPeriod);
   MarkReturn();
   AwaitServed();
+}
+
+void FaultyUnit::ExpectSoon(Clock::duration time) {
+  const double milliseconds = std::chrono::duration<double, std::milli>(time).count();
+  RecordFigure("served_after_ms", milliseconds);
+  EXPECT_LE(milliseconds, static_cast<double>(kServedSoon.count()));
 }
 
 void FaultyUnit::SayUnknown(const std::string& text) {

@@ -30,12 +30,6 @@ class FaultyUnit : public WatchedService {
   /// As StartMeasuring, of a service whose console nobody hears.
   void StartMeasuringUnheard();
 
-  /// Lets time pass, while everything that comes is read.
-  void Pass(Milliseconds time);
-
-  /// Stops a process and waits until it stands still.
-  void Suspend(ServiceProcess& process);
-
   /// Watches the cadence at an independent client from now on, and the memory of the service.
   void BeginWatch();
 
@@ -64,9 +58,13 @@ class FaultyUnit : public WatchedService {
   /// the last start or continuation. Returns how long it took since then.
   Milliseconds AwaitServed();
 
-  /// The same as an expectation of at most five seconds, recorded. An idle machine takes less than
-  /// two. What follows must come too: the first may have waited in a buffer.
+  /// The same as an expectation, see ExpectSoon. What follows must come too: the first may have
+  /// waited in a buffer.
   void ExpectServedSoon();
+
+  /// Expects that peers were served within five seconds of their return, and records how long it
+  /// took. An idle machine takes less than two.
+  void ExpectSoon(std::chrono::steady_clock::duration time);
 
   /// Publishes a text message that nobody knows, which makes the service log its topic.
   void SayUnknown(const std::string& text);

@@ -134,6 +134,7 @@ class EndingCommandTest : public MonitorTest, public testing::WithParamInterface
 
 TEST_P(EndingCommandTest, EndsTheServiceWithItsLines) {
   StartMeasuring();
+  Hear();
   const std::string command = std::to_string(GetParam());
   const std::size_t before = mService->LineCount();
   mUnit.SendText(Peer::kProcessMonitor, kCommandTopic, "{\"Command\":" + command + ",\"More\":{}}");

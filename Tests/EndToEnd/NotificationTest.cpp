@@ -84,7 +84,7 @@ TEST_F(NotificationTest, LoopThatHangsGivesNoSignOfLife) {
   ASSERT_NO_FATAL_FAILURE(Start({}, Managed(true)));
   EXPECT_EQ(NextWord(), kReady);
   EXPECT_EQ(NextWord(), kAlive);
-  mService->Signal(SIGSTOP);
+  ASSERT_NO_FATAL_FAILURE(Suspend(*mService));
   WordsSoFar();
   EXPECT_EQ(NextWord(std::chrono::milliseconds{1000}), "nothing");
   mService->Signal(SIGCONT);

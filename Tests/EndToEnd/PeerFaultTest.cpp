@@ -30,6 +30,9 @@ const char* NameOf(Fault fault) {
 constexpr std::chrono::milliseconds kAbsence{2500};
 constexpr std::chrono::milliseconds kSilence{4500};
 
+// Of a cadence that nothing disturbs.
+constexpr std::chrono::milliseconds kAWhile{1500};
+
 struct PeerSet {
   const char* name;
   std::set<Peer> peers;
@@ -123,5 +126,24 @@ TEST_P(LatePeerTest, LeavesTheDataAloneAndIsServed) {
 INSTANTIATE_TEST_SUITE_P(Faults, LatePeerTest,
                          Combine(ValuesIn(EachPeer()), testing::Values(Fault::kLate)),
                          kNameOfSetAndFault);
+
+// Without any of them nothing is measured: they are late in this process, where they have something
+// to say.
+TEST_F(LatePeerTest, AllAtOnceAreServedAndMeasuredFor) {
+  ASSERT_NO_FATAL_FAILURE(Start({louddesk::kAllPeers.begin(), louddesk::kAllPeers.end()}));
+  Pass(kAbsence);
+  const auto opening = std::chrono::steady_clock::now();
+  mUnit.OpenAll();
+  ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
+  EXPECT_TRUE(mUnit.NextHeartbeat(kPatience));
+  ExpectLogLine("Connected to ipc");
+  ExpectSoon(std::chrono::steady_clock::now() - opening);
+
+  StartMeasuringUnheard();
+  ASSERT_NO_FATAL_FAILURE(BeginWatch());
+  ExpectMeasures(-20);
+  Pass(kAWhile);
+  ExpectWatchedWell();
+}
 
 }  // namespace

@@ -66,14 +66,9 @@ class PeerRestartTest : public WatchedService {
     ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
   }
 
-  /// Starts the service anew after its end, once the peers know of that, and expects that each of
-  /// them is connected.
+  /// Starts the service anew after its end and expects that each of the peers is connected.
   void ExpectSuccessorServesEveryPeer() {
-    ASSERT_TRUE(mUnit.WaitFor(
-        [this] { return mUnit.SubscriptionsAt(Peer::kMainAppServer).empty(); }, kPatience));
-    StartProcess();
-    ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
-    mUnit.DropStates();
+    ASSERT_NO_FATAL_FAILURE(StartAgain());
     StartMeasuring();
     for (const Peer peer : louddesk::kAllPeers)
       ExpectConnected(peer);

@@ -43,11 +43,13 @@ class PlayedUnit : public RunningService {
     close(ends[0]);
   }
 
-  /// Starts the service, then the desk with a pipe for orders, and waits until it plays.
+  /// Starts the service, then the desk with a pipe for orders, and waits until it plays and what
+  /// the service publishes comes here, too.
   void StartBoth(const Arguments& arguments) {
     StartProcess();
     ASSERT_NO_FATAL_FAILURE(StartDeskWithPipe(arguments));
     ASSERT_TRUE(mDesk->WaitForLine("Playing ", kPatience)) << mDesk->StandardError();
+    ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
   }
 
   /// Writes to the desk's input, a pipe. The desk must not have ended.

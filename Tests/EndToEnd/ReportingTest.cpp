@@ -1,5 +1,7 @@
 // Reporting on and off, the action machine and the invalid source.
 
+#include <algorithm>
+
 #include "RunningService.h"
 
 namespace {
@@ -53,11 +55,13 @@ class ReportingTest : public RunningService {
     mUnit.DropStates();
   }
 
+  /// The next state but for republications, which come at any time.
   void ExpectState(const std::string& topic, const std::string& json) {
-    const auto state = mUnit.NextState(kPatience);
-    ASSERT_TRUE(state) << "instead of " << topic;
-    EXPECT_EQ(topic, state->topic);
-    EXPECT_EQ(json, state->json);
+    ExpectThat(NextAnswer(kPatience), topic, json);
+  }
+
+  void ExpectRepublication(const std::string& topic, const std::string& json) {
+    ExpectThat(NextRepublication(kPatience), topic, json);
   }
 
   /// The next messages, however many there are, carry these figures and this command.
@@ -69,12 +73,6 @@ class ReportingTest : public RunningService {
       EXPECT_EQ(figures, FiguresOf(message->data));
       EXPECT_EQ(command, message->command);
     }
-  }
-
-  /// Publishing has ended, or will within the tick under way.
-  void ExpectSilence() {
-    mUnit.NextLoudnessData(kPeriod);
-    ExpectNoData();
   }
 
   void ExpectTenMessagesWithoutReadings() {
@@ -95,13 +93,36 @@ class ReportingTest : public RunningService {
     EXPECT_TRUE(message);
     return message ? FiguresOf(message->data) : std::vector<int>{};
   }
+
+  /// Restarts the measurement of a level. Returns the time from the message of the reset to the
+  /// next one, in seconds.
+  double SecondsAfterTheReset() {
+    Feed(8, -20);
+    ExpectData([](const LoudnessMessage& message) { return message.data.MaxMomentary != -990; },
+               "a level");
+    SendSurroundPreset();
+    auto reset = mUnit.NextLoudnessData(kPatience);
+    while (reset && reset->data.MaxMomentary != -990)
+      reset = mUnit.NextLoudnessData(kPatience);
+    const auto next = mUnit.NextLoudnessData(kPatience);
+    EXPECT_TRUE(reset && next) << "no data";
+    return reset && next ? std::chrono::duration<double>(next->time - reset->time).count() : 0;
+  }
+
+ private:
+  static void ExpectThat(const std::optional<StateMessage>& state, const std::string& topic,
+                         const std::string& json) {
+    ASSERT_TRUE(state) << "instead of " << topic;
+    EXPECT_EQ(topic, state->topic);
+    EXPECT_EQ(json, state->json);
+  }
 };
 
 TEST_F(ReportingTest, NothingIsPublishedAndNoActionTakenUntilItIsEnabled) {
   SendSurroundPreset();
   ASSERT_TRUE(mService->WaitForLine("\"#5 cl 1/0 ", kPatience)) << "the preset was not taken";
   ExpectNoData();
-  EXPECT_FALSE(mUnit.NextState(std::chrono::milliseconds{0}));
+  EXPECT_FALSE(NextAnswer(std::chrono::milliseconds{0}));
   EnableReporting();
   ExpectAcknowledgement("Reset");
   ExpectAcknowledgement("Start");
@@ -118,7 +139,7 @@ TEST_F(ReportingTest, CanBeSwitchedOffAndOn) {
   ExpectMeasures(-20);
   const std::vector<int> before = LastFigures();
   EnableReporting(false);
-  ExpectSilence();
+  ExpectDataEnded();
   EnableReporting(true);
   EXPECT_EQ(before, LastFigures()) << "the measurement was restarted";
   ExpectCadence();
@@ -137,14 +158,22 @@ TEST_F(ReportingTest, PresetResetsThenStartsThenPublishes) {
   const auto live = mUnit.NextLoudnessData(kPatience);
   ASSERT_TRUE(live);
   EXPECT_EQ(LU_CMD_START, live->command);
-  // One tick without data lies between them, the one of the start.
-  const std::chrono::duration<double> gap = live->time - reset->time;
-  EXPECT_NEAR(0.2, gap.count(), 0.08);
-
   ExpectState(kCommandTopic, CommandJson("Reset", 0));
   ExpectState(kCommandTopic, CommandJson("Start", 0));
   EXPECT_TRUE(mService->WaitForLine("LuCalc States chnages 0x103 --> 0x101 . ", kPatience));
   EXPECT_TRUE(mService->WaitForLine("LuCalc States chnages 0x101 --> 0x100 . ", kPatience));
+}
+
+// The tick of the start, between that of the reset and the next, has no data. A busy machine may
+// hold any of these messages up, but not most of them.
+TEST_F(ReportingTest, StartTakesATickWithoutData) {
+  constexpr std::size_t kRestarts = 7;
+  StartMeasuring();
+  std::vector<double> gaps;
+  while (gaps.size() < kRestarts && !HasFailure())
+    gaps.push_back(SecondsAfterTheReset());
+  std::sort(gaps.begin(), gaps.end());
+  EXPECT_NEAR(0.2, gaps[gaps.size() / 2], 0.05) << testing::PrintToString(gaps);
 }
 
 TEST_F(ReportingTest, ConfigurationRestartsAndIsPublishedInItsEnvelope) {
@@ -207,7 +236,7 @@ TEST_F(ReportingTest, StopEndsPublishingUntilAStart) {
   StartMeasuringInManualMode();
   SendCommand("Stop");
   ExpectAcknowledgement("Stop");
-  ExpectSilence();
+  ExpectDataEnded();
   SendCommand("Start");
   ExpectAcknowledgement("Reset");
   ExpectAcknowledgement("Start");
@@ -221,7 +250,7 @@ TEST_F(ReportingTest, PauseAfterAStopRepeatsTheStop) {
   ExpectState(kCommandTopic, CommandJson("Stop", 0));
   SendCommand("Pause");
   ExpectState(kCommandTopic, CommandJson("Stop", 0));
-  ExpectSilence();
+  ExpectDataEnded();
 }
 
 TEST_F(ReportingTest, PlayAfterAStopStarts) {
@@ -237,14 +266,13 @@ TEST_F(ReportingTest, ResetAfterAStopResetsAndStaysStopped) {
   StartMeasuringInManualMode();
   SendCommand("Stop");
   ExpectAcknowledgement("Stop");
-  mUnit.NextLoudnessData(kPeriod);
-  mUnit.DropLoudnessData();
+  ExpectDataEnded();
   SendCommand("Reset");
   ExpectState(kCommandTopic, CommandJson("Reset", 0));
   ExpectState(kCommandTopic, CommandJson("Stop", 0));
   const auto reset = mUnit.NextLoudnessData(kPatience);
   ASSERT_TRUE(reset);
-  EXPECT_EQ(kNoFigures[0], reset->data.MaxMomentary);
+  EXPECT_EQ(kNoFigures, FiguresOf(reset->data));
   ExpectNoData();
 }
 
@@ -287,34 +315,18 @@ TEST_F(ReportingTest, RepublishedPresetKeepsTheProgrammeInForce) {
 }
 
 TEST_F(ReportingTest, LastCommandAndConfigurationAreRepublishedEveryFifthSecond) {
-  const auto isRepublication = [](const StateMessage& state) {
-    return state.topic.find("_Repub_") != std::string::npos;
-  };
-  const auto nextRepublication = [&] {
-    auto state = mUnit.NextState(kPatience);
-    while (state && !isRepublication(*state))
-      state = mUnit.NextState(kPatience);
-    return state.value_or(StateMessage{});
-  };
-
   // Reporting is off and no configuration has come: the command alone.
-  const StateMessage first = nextRepublication();
-  const auto firstTime = std::chrono::steady_clock::now();
-  EXPECT_EQ(kCommandRepubTopic, first.topic);
-  EXPECT_EQ(CommandJson("None", 0), first.json);
+  ExpectRepublication(kCommandRepubTopic, CommandJson("None", 0));
+  // A heartbeat goes out every second, the fifth with the first republication; it may come after
+  // that, or the next one before anybody looks.
+  EXPECT_NEAR(5, TakeHeartbeats(), 1);
 
   const LoudnessConfiguration configuration = ConfigurationOfUser(5, "Continuous");
   StartMeasuring();
   SendConfiguration(configuration);
   ExpectAcknowledgement("Start");
-  const StateMessage command = nextRepublication();
-  const auto secondTime = std::chrono::steady_clock::now();
-  EXPECT_EQ(kCommandRepubTopic, command.topic);
-  EXPECT_EQ(CommandJson("Start", 5), command.json);
-  const StateMessage conf = nextRepublication();
-  EXPECT_EQ(kConfigurationRepubTopic, conf.topic);
-  EXPECT_EQ(EnvelopeOf(configuration), conf.json);
-  EXPECT_NEAR(5.0, std::chrono::duration<double>(secondTime - firstTime).count(), 0.3);
+  ExpectRepublication(kCommandRepubTopic, CommandJson("Start", 5));
+  ExpectRepublication(kConfigurationRepubTopic, EnvelopeOf(configuration));
 }
 
 class ApplicationCommandTest : public ReportingTest, public testing::WithParamInterface<int> {};

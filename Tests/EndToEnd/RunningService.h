@@ -57,6 +57,17 @@ class RunningService : public testing::Test {
   /// Starts the service alone.
   void StartProcess(const ServiceStart& start = {});
 
+  /// Starts the service in the place of one that has ended, once every peer and client knows of
+  /// that end, and waits as Start does: what is sent then reaches the new one. Drops the data and
+  /// the states of the last one.
+  void StartAgain(const ServiceStart& start = {});
+
+  /// Lets time pass, while everything that comes is read.
+  void Pass(std::chrono::milliseconds time);
+
+  /// Stops a process and waits until it stands still.
+  void Suspend(ServiceProcess& process);
+
   /// Switches reporting and waits until the service has taken it.
   void EnableReporting(bool enable = true);
 
@@ -67,6 +78,14 @@ class RunningService : public testing::Test {
 
   /// Waits for an acknowledgement of `command` and drops the states before it.
   void ExpectAcknowledgement(const std::string& command);
+
+  /// The next message of the state publisher that is no republication, or that is one: those come
+  /// every fifth second, between whatever else is published. The others before it are dropped.
+  std::optional<louddesk::StateMessage> NextAnswer(louddesk::Patience patience);
+  std::optional<louddesk::StateMessage> NextRepublication(louddesk::Patience patience);
+
+  /// Heartbeats that have come and were not taken.
+  int TakeHeartbeats();
 
   /// Enables reporting, sends a 5.1 preset and waits until data flows.
   void StartMeasuring();
@@ -81,14 +100,17 @@ class RunningService : public testing::Test {
   /// Expects that from now on a message comes every 100 ms.
   void ExpectCadence();
 
-  /// The same over a stretch that something may disturb: between the two calls no loudness data may
-  /// be taken. A tick that the next one overtakes is left out, so that a busy machine costs a few;
-  /// a service that publishes nothing for over a second fails.
+  /// The same over a stretch of any length that something may disturb: between the two calls no
+  /// loudness data may be taken. A tick that the next one overtakes is left out, so that a busy
+  /// machine costs a few; a service that publishes nothing for over a second fails.
   void MarkCadence();
   void ExpectCadenceKept();
 
   /// Expects that no message comes for a while of several periods.
   void ExpectNoData();
+
+  /// The same where the publishing has just ended: what was on its way is dropped.
+  void ExpectDataEnded();
 
   /// Feeds blocks of a level that was not there before and expects to see it.
   void ExpectMeasures(double lkfs);
@@ -109,5 +131,8 @@ class RunningService : public testing::Test {
   std::unique_ptr<ServiceProcess> mService;
 
  private:
+  std::optional<louddesk::StateMessage> NextStateOf(bool isRepublished,
+                                                    louddesk::Patience patience);
+
   std::chrono::steady_clock::time_point mMark;  // arrival of the message the cadence counts from
 };

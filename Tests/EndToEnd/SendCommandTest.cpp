@@ -3,8 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <fstream>
 
+#include "AnsweringService.h"
 #include "Endpoints.h"
 #include "RunningService.h"
 
@@ -31,9 +33,17 @@ class SendCommandTest : public RunningService {
     ExpectAcknowledgement("Start");
   }
 
-  void Send(Arguments arguments) {
+  void StartSend(Arguments arguments) {
     arguments.insert(arguments.begin(), "send");
     mSend = std::make_unique<ServiceProcess>(LOUDDESK_BINARY, arguments);
+  }
+
+  void Send(const Arguments& arguments) {
+    StartSend(arguments);
+    ExpectEnd();
+  }
+
+  void ExpectEnd() {
     const auto report = mSend->WaitForExit(kPatience);
     ASSERT_TRUE(report) << "still running";
     EXPECT_EQ(0, report->signal);
@@ -95,8 +105,8 @@ TEST_F(SendCommandTest, FileThatIsNoPresetIsNotSent) {
 
 TEST_F(SendCommandTest, WithReportingOffNothingIsAcknowledged) {
   ASSERT_NO_FATAL_FAILURE(StartWithoutMain());
-  ExpectRefused({"preset", SurroundPreset(), "--timeout", "0.5"},
-                "no acknowledgement in 0.5 s; nothing is carried out while reporting is off");
+  ExpectRefused({"preset", SurroundPreset(), "--timeout", "2"},
+                "no acknowledgement in 2.0 s; nothing is carried out while reporting is off");
   ExpectSent({"enable"}, "Reporting is on");
 }
 
@@ -116,7 +126,7 @@ TEST_F(SendCommandTest, DisableWithoutDataSaysSo) {
 
 TEST_F(SendCommandTest, EnableWithNothingStartedIsNotAcknowledged) {
   ASSERT_NO_FATAL_FAILURE(StartWithoutMain());
-  ExpectRefused({"enable", "--timeout", "0.5"}, "no loudness data in 0.5 s: ");
+  ExpectRefused({"enable", "--timeout", "2"}, "no loudness data in 2.0 s: ");
 }
 
 TEST_F(SendCommandTest, CommandsAreAcknowledged) {
@@ -127,9 +137,53 @@ TEST_F(SendCommandTest, CommandsAreAcknowledged) {
   ExpectSent({"command", "start"}, "Reset acknowledged, user 0\nStart acknowledged, user 0\n");
 }
 
+// A service acknowledges with the stamp of the command that it read last, which of two clients' in
+// one tick may be the other's.
+TEST_F(SendCommandTest, AcknowledgementWithAnotherStampIsTakenAndSaid) {
+  AnsweringService service(mUnit);
+  StartSend({"command", "play"});
+  service.Acknowledge("Start", service.NextTimeStamp(kPatience) + 1000);
+  ASSERT_NO_FATAL_FAILURE(ExpectEnd());
+  EXPECT_EQ(0, mStatus) << mSend->StandardError();
+  EXPECT_EQ(
+      "Start acknowledged, user 7\n"
+      "Play acknowledged with the time stamp of another client's command\n",
+      mSend->StandardOutput());
+}
+
+TEST_F(SendCommandTest, AcknowledgementWithItsOwnStampIsPreferred) {
+  AnsweringService service(mUnit);
+  StartSend({"command", "pause"});
+  const unsigned timeStamp = service.NextTimeStamp(kPatience);
+  service.Acknowledge("Pause", timeStamp + 1000);
+  service.Acknowledge("Pause", timeStamp);
+  ASSERT_NO_FATAL_FAILURE(ExpectEnd());
+  EXPECT_EQ(0, mStatus) << mSend->StandardError();
+  EXPECT_EQ("Pause acknowledged, user 7\nPause acknowledged, user 7\n", mSend->StandardOutput());
+}
+
+TEST_F(SendCommandTest, AcknowledgementOfAnotherCommandIsNone) {
+  AnsweringService service(mUnit);
+  StartSend({"command", "pause", "--timeout", "2"});
+  service.Acknowledge("Play", service.NextTimeStamp(kPatience) + 1000);
+  ASSERT_NO_FATAL_FAILURE(ExpectEnd());
+  EXPECT_EQ(1, mStatus);
+  EXPECT_THAT(mSend->StandardError(), HasSubstr("no acknowledgement in 2.0 s; "));
+}
+
+TEST_F(SendCommandTest, InterruptIsOneLine) {
+  AnsweringService service(mUnit);
+  StartSend({"command", "pause"});
+  service.NextTimeStamp(kPatience);
+  mSend->Signal(SIGINT);
+  ASSERT_NO_FATAL_FAILURE(ExpectEnd());
+  EXPECT_EQ(1, mStatus);
+  EXPECT_THAT(mSend->StandardError(), StartsWith("LoudDesk: no acknowledgement: interrupted; "));
+}
+
 TEST_F(SendCommandTest, StopInContinuousModeIsNotObeyed) {
   StartMeasured();
-  ExpectRefused({"command", "stop", "--timeout", "0.5"},
+  ExpectRefused({"command", "stop", "--timeout", "2"},
                 "in the mode Continuous a stop is not obeyed");
 }
 
@@ -175,7 +229,7 @@ TEST_F(SendCommandTest, MissingServiceIsOneLine) {
 
 TEST_F(SendCommandTest, ServiceOfAnotherClusterIsOneLine) {
   StartMeasured();
-  ExpectRefused({"command", "pause", "--cluster", "2", "--timeout", "1"},
+  ExpectRefused({"command", "pause", "--cluster", "2", "--timeout", "2"},
                 "not as LoudCalc -m 1 -c 2 does: no publisher of loudness data");
 }
 
@@ -221,7 +275,8 @@ TEST_P(SendHelpTest, HasAnExample) {
   ASSERT_NO_FATAL_FAILURE(Send({GetParam(), "--help"}));
   EXPECT_EQ(0, mStatus);
   EXPECT_THAT(mSend->StandardOutput(),
-              HasSubstr(std::string("Example:\n  LoudDesk send ") + GetParam()));
+              AllOf(HasSubstr(std::string("Example:\n  LoudDesk send ") + GetParam()),
+                    HasSubstr("--timeout")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, SendHelpTest,

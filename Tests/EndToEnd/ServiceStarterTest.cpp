@@ -78,7 +78,7 @@ TEST_F(ServiceStarterTest, ServiceWithoutReportingDoesNotStart) {
 TEST_F(ServiceStarterTest, MissingServiceIsNamed) {
   mUnit.OpenAll();
   EXPECT_FALSE(mStarter.Connect(Patience{0}));
-  EXPECT_EQ("no service has subscribed in time; start LoudCalc -m 1 -c 1",
+  EXPECT_EQ("no service has subscribed in 0.0 s; start LoudCalc -m 1 -c 1",
             mStarter.WhyNotConnected());
 }
 

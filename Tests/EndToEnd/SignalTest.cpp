@@ -74,18 +74,30 @@ TEST_F(SuspensionTest, ResumedServiceSendsOneLateMessageAndThenKeepsItsGrid) {
   mUnit.DropHeartbeats();
   EXPECT_EQ(Counts(0, 0), Count(kSuspension));
 
+  const auto resumption = Clock::now();
   mService->Signal(SIGCONT);
   const auto [messages, beats] = Count(kAfter);
+  const auto periods = static_cast<std::size_t>((Clock::now() - resumption) / kPeriod);
   RecordFigure("messages_in_1500_ms", static_cast<double>(messages));
   RecordFigure("heartbeats_in_1500_ms", static_cast<double>(beats));
-  // One that is late, one at either end of the stretch; a burst would be 33 more.
-  EXPECT_LE(messages, 15u + 2u);
+  // One that is late and one at the end of the stretch, which is as long as the machine makes it; a
+  // burst would be 33 more, and 3.
+  EXPECT_LE(messages, periods + 2);
   EXPECT_GE(messages, 5u);
-  EXPECT_LE(beats, 2u + 1u);
+  EXPECT_LE(beats, periods / 10 + 2);
   EXPECT_TRUE(mUnit.NextHeartbeat(kPatience));
   ExpectMeasures(-20);
   ExpectCadence();
 }
+
+/// How long the service may take from a signal to its end, in ms: as promised, but for a sanitizer
+/// in the way; and on the busiest machine.
+#ifdef __SANITIZE_ADDRESS__
+constexpr double kMostOfTheMedian = 600;
+#else
+constexpr double kMostOfTheMedian = 150;
+#endif
+constexpr double kMostOfAny = 5000;
 
 /// A signal-processing stage that publishes blocks as fast as it can, while it lives.
 class BlockFlood {
@@ -117,11 +129,8 @@ class BlockFlood {
 class EndingSignalTest : public FaultyUnit, public testing::WithParamInterface<NamedSignal> {
  protected:
   void TearDown() override {
-    std::sort(mTimes.begin(), mTimes.end());
-    RecordFigure("median_time_to_the_end_ms", mTimes.at(mTimes.size() / 2));
-    RecordFigure("longest_time_to_the_end_ms", mTimes.back());
-    // An idle machine takes some milliseconds.
-    EXPECT_LE(mTimes.front(), 500);
+    if (!mTimes.empty())
+      ExpectPromptEnds();
     FaultyUnit::TearDown();
   }
 
@@ -132,11 +141,19 @@ class EndingSignalTest : public FaultyUnit, public testing::WithParamInterface<N
   }
 
   void StartAfresh() {
-    ASSERT_TRUE(mUnit.WaitFor([this] { return !mUnit.HasSubscribers(); }, kPatience));
-    StartProcess();
-    ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
-    mUnit.DropStates();
+    ASSERT_NO_FATAL_FAILURE(StartAgain());
     StartMeasuringUnheard();
+  }
+
+ private:
+  /// An idle machine takes some milliseconds. A busy one may hold any end up, but not most of them.
+  void ExpectPromptEnds() {
+    std::sort(mTimes.begin(), mTimes.end());
+    const double median = mTimes[mTimes.size() / 2];
+    RecordFigure("median_time_to_the_end_ms", median);
+    RecordFigure("longest_time_to_the_end_ms", mTimes.back());
+    EXPECT_LE(median, kMostOfTheMedian);
+    EXPECT_LE(mTimes.back(), kMostOfAny);
   }
 
   std::vector<double> mTimes;  // ms
@@ -169,11 +186,14 @@ TEST_P(EndingSignalTest, IsObeyedAtAnyMomentOfThePeriod) {
 }
 
 TEST_P(EndingSignalTest, IsObeyedUnderAnEndlessFloodOfBlocks) {
-  ASSERT_NO_FATAL_FAILURE(StartInOrder());
-  mUnit.Close(Peer::kSignalProcessor);
+  constexpr int kEnds = 5;
+  mUnit.OpenAll({Peer::kSignalProcessor});
   const BlockFlood flood(mUnit.EndpointOf(Peer::kSignalProcessor), mUnit.RawTopic());
-  ExpectData([](const auto& message) { return message.data.Momentary > -990; }, "a level");
-  ExpectTimedEnd();
+  for (int end = 0; end < kEnds; ++end) {
+    ASSERT_NO_FATAL_FAILURE(StartAfresh());
+    ExpectData([](const auto& message) { return message.data.Momentary > -990; }, "a level");
+    ASSERT_NO_FATAL_FAILURE(ExpectTimedEnd());
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, EndingSignalTest,

@@ -63,7 +63,7 @@ TEST_F(UnitCommandTest, SilenceHasNoReadings) {
   ExpectEnd(0);
   EXPECT_EQ("-", Final("Integrated loudness", "LKFS"));
   EXPECT_EQ("-", Final("Short-term", "LKFS"));
-  EXPECT_EQ("0.0", Final("Loudness range", "LU"));
+  EXPECT_EQ("-", Final("Loudness range", "LU"));
 }
 
 TEST_F(UnitCommandTest, SpeakersDecideTheWeights) {
@@ -144,7 +144,7 @@ TEST_F(UnitCommandTest, NothingIsPlayedWhenOneFileIsBad) {
 
 TEST_F(UnitCommandTest, MissingServiceIsOneLine) {
   StartDesk({Tone("tone.wav", 1, -23, 2), "--wait", "0.2"});
-  ExpectRefusal("no service has subscribed in time; start LoudCalc -m 1 -c 1");
+  ExpectRefusal("no service has subscribed in 0.2 s; start LoudCalc -m 1 -c 1");
 }
 
 TEST_F(UnitCommandTest, ServiceOfAnotherClusterIsOneLine) {
@@ -159,6 +159,16 @@ TEST_F(UnitCommandTest, HeldPlaceIsOneLineThatNamesTheHolder) {
   StartDesk({Tone("tone.wav", 1, -23, 2)});
   ExpectRefusal("cannot bind " + mUnit.EndpointOf(Peer::kMainAppServer) +
                 ": held by UnitCommandTest (process " + std::to_string(getpid()) + ")");
+}
+
+TEST_F(UnitCommandTest, OneAddressForBothBoardsIsOneLine) {
+  mDesk = std::make_unique<ServiceProcess>(
+      LOUDDESK_BINARY, Arguments{"unit", Tone("tone.wav", 1, -23, 2)},
+      std::map<std::string, std::string>{{"LOUDCALC_MAIN_BOARD_ADDRESS", "127.0.0.1"},
+                                         {"LOUDCALC_OPTICAL_BOARD_ADDRESS", "127.0.0.1"}});
+  ExpectRefusal(
+      "cannot bind tcp://127.0.0.1:7000: it is the other board's, too; "
+      "LOUDCALC_MAIN_BOARD_ADDRESS and LOUDCALC_OPTICAL_BOARD_ADDRESS must differ");
 }
 
 TEST_F(UnitCommandTest, HeldIpcPlaceIsNotTakenOver) {

@@ -144,14 +144,42 @@ TEST_F(UnitSourcesTest, ToneWithoutADurationLastsUntilCtrlC) {
   EXPECT_EQ("-23.0", Final("Integrated loudness", "LKFS"));
 }
 
+// As the help says: silence has a true peak in what the service publishes.
+TEST_F(UnitSourcesTest, SilenceReadsTheLowestTruePeak) {
+  StartProcess();
+  StartDesk({mAudio.Write("silence.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, kSampleRate, 1,
+                          test_audio::Samples(2 * kSampleRate)),
+             "--speed", kQuick});
+  ExpectEnd(0);
+  // 20 log10(1 / 32768)
+  EXPECT_EQ("-90.31", Final("True peak", "dBTP"));
+  EXPECT_EQ("-90.31", Final("Maximum true peak", "dBTP"));
+}
+
 TEST_F(UnitSourcesTest, HelpNamesEverySourceAndOrder) {
   StartDesk({"--help"});
   ExpectEnd(0);
   const std::string help = mDesk->StandardOutput();
-  for (const char* text :
-       {"--tone", "--noise", "--case", "--duration", "--loop", "s   start", "p   pause", "y   play",
-        "t   stop", "r   reset", "i   print", "+   reporting on", "-   reporting off", "h   help",
-        "q   quit", "Without --duration they last until Ctrl-C"})
+  for (const char* text : {"--tone",
+                           "--noise",
+                           "--case",
+                           "--duration",
+                           "--loop",
+                           "s   start",
+                           "p   pause",
+                           "y   play",
+                           "t   stop",
+                           "r   reset",
+                           "i   print",
+                           "+   reporting on",
+                           "-   reporting off",
+                           "h   help",
+                           "q   quit",
+                           "Without --duration they last until Ctrl-C",
+                           "refreshed once a second",
+                           "-90.31 dBTP",
+                           "3341 means all of that document",
+                           "quit end with the figures so far and the status 0"})
     EXPECT_THAT(help, HasSubstr(text));
 }
 

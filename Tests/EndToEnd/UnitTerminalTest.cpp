@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <sstream>
 
 #include "TerminalService.h"
 
@@ -27,6 +28,16 @@ class UnitTerminalTest : public TerminalService {
     ASSERT_NO_FATAL_FAILURE(Open());
     Type(LOUDDESK_BINARY + std::string(kTone));
     ASSERT_TRUE(WaitForText("M -23.0"));
+    ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
+  }
+
+  /// How many of the lines that can be seen contain `text`.
+  std::size_t LinesWith(const std::string& text) {
+    std::istringstream screen(Screen());
+    std::size_t count = 0;
+    for (std::string line; std::getline(screen, line);)
+      count += line.find(text) == std::string::npos ? 0 : 1;
+    return count;
   }
 
   /// The shell has the terminal again, with all modes as they were.
@@ -41,6 +52,24 @@ TEST_F(UnitTerminalTest, KeysAreNamedAtTheStart) {
   EXPECT_THAT(Screen(),
               AllOf(HasSubstr("Keys:  s start  p pause  y play  t stop  r reset  i print\n"),
                     HasSubstr("       + reporting on  - reporting off  h help  q quit\n")));
+}
+
+TEST_F(UnitTerminalTest, KeysToldAgainLeaveNothingOfTheLiveLine) {
+  ASSERT_NO_FATAL_FAILURE(StartTone());
+  Press("h");
+  ASSERT_TRUE(WaitForText("Playing tone 997,-23 (2 channels, 48000 Hz)\nKeys:"));
+  EXPECT_THAT(Screen(), HasSubstr("48000 Hz)\nKeys:  s start  p pause  y play  t stop  r reset  "
+                                  "i print\n"));
+}
+
+TEST_F(UnitTerminalTest, NarrowerTerminalStillHasOneLiveLine) {
+  ASSERT_NO_FATAL_FAILURE(StartTone());
+  Tmux("resize-window -x 50 -y 24");
+  Pass(15 * kPeriod);
+  // The terminal itself may have broken the line that stood there.
+  EXPECT_LE(LinesWith(" M -23.0 "), 2u) << Screen();
+  Tmux("resize-window -x 90 -y 24");
+  EXPECT_TRUE(WaitForText("dBTP\n"));
 }
 
 TEST_F(UnitTerminalTest, KeysNeedNoEnterAndAreNotEchoed) {
@@ -121,7 +150,8 @@ TEST_P(UnitTerminalSignalTest, LeavesTheTerminalAsItWas) {
 INSTANTIATE_TEST_SUITE_P(Signals, UnitTerminalSignalTest,
                          testing::Values(SignalCase{"Termination", SIGTERM, 0},
                                          SignalCase{"HangUp", SIGHUP, 128 + SIGHUP},
-                                         SignalCase{"Quit", SIGQUIT, 128 + SIGQUIT}),
+                                         SignalCase{"Quit", SIGQUIT, 128 + SIGQUIT},
+                                         SignalCase{"BrokenPipe", SIGPIPE, 128 + SIGPIPE}),
                          [](const auto& signal) { return signal.param.name; });
 
 TEST_F(UnitTerminalTest, StoppedJobLeavesTheTerminalAndTakesItAgain) {

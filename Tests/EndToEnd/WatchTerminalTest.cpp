@@ -8,6 +8,7 @@
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 
 class WatchTerminalTest : public TerminalService {
  protected:
@@ -19,6 +20,19 @@ class WatchTerminalTest : public TerminalService {
   void ExpectMeter() {
     ASSERT_TRUE(WaitForText("q quits"));
     EXPECT_EQ("1 0\n", Tmux("display-message -p '#{alternate_on} #{cursor_flag}'"));
+  }
+
+  /// Pauses the measurement until the watch says so: nobody tells when it is connected to the
+  /// states too.
+  void ExpectPauseSeen() {
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    do {
+      SendCommand("Pause");
+      Pass(5 * kPeriod);
+    } while (!testing::Matches(HasSubstr("Pause acknowledged"))(Screen()) &&
+             std::chrono::steady_clock::now() < end);
+    EXPECT_TRUE(WaitForText("Pause acknowledged"));
+    EXPECT_TRUE(WaitForText("PAUSED"));
   }
 
   void StartMeasured() {
@@ -34,9 +48,7 @@ TEST_F(WatchTerminalTest, ShowsTheRunningService) {
   Watch();
   ASSERT_TRUE(WaitForText("RUNNING"));
   ASSERT_TRUE(WaitForText("█"));
-  SendCommand("Pause");
-  EXPECT_TRUE(WaitForText("PAUSED"));
-  EXPECT_TRUE(WaitForText("Pause acknowledged"));
+  ExpectPauseSeen();
 }
 
 TEST_F(WatchTerminalTest, DeadServiceIsNotShownFrozen) {
@@ -65,20 +77,73 @@ TEST_F(WatchTerminalTest, KeyLeavesTheTerminalSane) {
   ExpectSaneTerminal("0");
 }
 
-TEST_F(WatchTerminalTest, TerminationLeavesTheTerminalSane) {
+struct SignalCase {
+  const char* name;
+  int signal;
+  const char* status;  // as the shell tells it
+};
+
+class WatchTerminalSignalTest : public WatchTerminalTest,
+                                public testing::WithParamInterface<SignalCase> {};
+
+TEST_P(WatchTerminalSignalTest, LeavesTheTerminalSane) {
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
   const std::string file = FileOfItsOwn(".pid");
   Type("sh -c \"echo \\$\\$ > " + file + "; exec " + std::string(LOUDDESK_BINARY) + " watch\"");
   ExpectMeter();
   pid_t pid = 0;
   ASSERT_TRUE(std::ifstream(file) >> pid);
-  ASSERT_EQ(0, kill(pid, SIGTERM));
+  ASSERT_EQ(0, kill(pid, GetParam().signal));
+  ExpectSaneTerminal(GetParam().status);
+}
+
+// Termination is an end in order; the others end the process as they always do.
+INSTANTIATE_TEST_SUITE_P(
+    Signals, WatchTerminalSignalTest,
+    testing::Values(SignalCase{"Termination", SIGTERM, "0"}, SignalCase{"HangUp", SIGHUP, "129"},
+                    SignalCase{"Quit", SIGQUIT, "131"}, SignalCase{"BrokenPipe", SIGPIPE, "141"},
+                    SignalCase{"Abortion", SIGABRT, "134"}, SignalCase{"Fault", SIGSEGV, "139"}),
+    [](const auto& signal) { return signal.param.name; });
+
+// As behind nohup.
+TEST_F(WatchTerminalTest, IgnoredHangUpStaysIgnored) {
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
+  const std::string file = FileOfItsOwn(".pid");
+  Type("sh -c \"trap \\\"\\\" HUP; echo \\$\\$ > " + file + "; exec " +
+       std::string(LOUDDESK_BINARY) + " watch\"");
+  ExpectMeter();
+  pid_t pid = 0;
+  ASSERT_TRUE(std::ifstream(file) >> pid);
+  ASSERT_EQ(0, kill(pid, SIGHUP));
+  Press("q");
+  ExpectSaneTerminal("0");
+}
+
+TEST_F(WatchTerminalTest, QuitKeyLeavesAPlainTerminalWithoutThePicture) {
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
+  Type("TERM=vt100 " + std::string(LOUDDESK_BINARY) + " watch");
+  ASSERT_TRUE(WaitForText("q quits"));
+  Press("C-\\\\");
+  ExpectSaneTerminal("131");
+  EXPECT_THAT(Screen(), Not(HasSubstr("Momentary")));
+}
+
+TEST_F(WatchTerminalTest, StoppedJobLeavesTheTerminalSaneAndTakesItAgain) {
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
+  Watch();
+  ExpectMeter();
+  Press("C-z");
+  ASSERT_TRUE(WaitForText("Stopped"));
+  ExpectSaneTerminal("148");
+  Type("clear; fg");
+  ExpectMeter();
+  Press("q");
   ExpectSaneTerminal("0");
 }
 
 TEST_F(WatchTerminalTest, EndOfTheTimeLeavesTheTerminalSane) {
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
-  Watch("--seconds 1");
+  Watch("--seconds 4");
   ExpectMeter();
   ExpectSaneTerminal("1");
 }
@@ -101,6 +166,37 @@ TEST_F(WatchTerminalTest, UnknownTerminalIsOneLine) {
   ASSERT_TRUE(WaitForText("status 1"));
   EXPECT_THAT(Screen(), HasSubstr("the terminal \"abacus\" is not known"));
 }
+
+TEST_F(WatchTerminalTest, TerminalWithoutAPlaceableCursorIsOneLine) {
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(120, 24));
+  Type("TERM=dumb " + std::string(LOUDDESK_BINARY) + " watch; echo status $?");
+  ASSERT_TRUE(WaitForText("status 1"));
+  EXPECT_THAT(Screen(), HasSubstr("\nLoudDesk: the terminal \"dumb\" cannot place its cursor; set "
+                                  "TERM, or use --format csv or json\nstatus 1\n"));
+}
+
+struct ColourCase {
+  const char* name;
+  const char* environment;
+  bool hasColours;
+};
+
+class WatchColourTest : public WatchTerminalTest, public testing::WithParamInterface<ColourCase> {};
+
+TEST_P(WatchColourTest, FollowsTheWishOfTheUser) {
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
+  Type(std::string("TERM=screen-256color ") + GetParam().environment + " " + LOUDDESK_BINARY +
+       " watch");
+  ASSERT_TRUE(WaitForText("NO SERVICE"));
+  // Red, the colour of an alert, as tmux gives it back.
+  EXPECT_EQ(GetParam().hasColours, Tmux("capture-pane -ep").find("31m") != std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(Wishes, WatchColourTest,
+                         testing::Values(ColourCase{"None", "", true},
+                                         ColourCase{"NoColour", "NO_COLOR=1", false},
+                                         ColourCase{"EmptyIsNone", "NO_COLOR=", true}),
+                         [](const auto& wish) { return wish.param.name; });
 
 TEST_F(WatchTerminalTest, WorksWithoutColoursAndBlocks) {
   StartMeasured();

@@ -2,27 +2,21 @@
 
 #include "WatchedService.h"
 
-#include <algorithm>
 #include <ostream>
 #include <utility>
 
 #include "Endpoints.h"
 
 using louddesk::LoudnessMessage;
-using louddesk::Patience;
 using louddesk::Peer;
-using louddesk::StateMessage;
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 constexpr char kColourEnd[] = "\033[0m";
 constexpr char kErrorColour[] = "\033[1;31m";
 constexpr char kWarnColour[] = "\033[1;33m";
 
 constexpr char kTransition[] = "LuCalc States chnages ";
-constexpr char kRepublished[] = "_Repub_";
 
 constexpr std::size_t kSettledMessages = 3;  // equal ones in a row, as proof that nothing changes
 
@@ -222,23 +216,6 @@ void WatchedService::ExpectNoTransition() {
   const std::vector<OutputLine> lines = mService->Lines();
   for (std::size_t i = mNextTransition; i < lines.size(); ++i)
     EXPECT_FALSE(Contains(lines[i].text, kTransition)) << lines[i].text;
-}
-
-std::optional<StateMessage> WatchedService::NextAnswer(Patience patience) {
-  return NextStateOf(false, patience);
-}
-
-std::optional<StateMessage> WatchedService::NextRepublication(Patience patience) {
-  return NextStateOf(true, patience);
-}
-
-std::optional<StateMessage> WatchedService::NextStateOf(bool isRepublished, Patience patience) {
-  const auto end = Clock::now() + patience;
-  for (auto left = patience;; left = std::chrono::ceil<Patience>(end - Clock::now())) {
-    const auto state = mUnit.NextState(std::max(left, Patience{0}));
-    if (!state || Contains(state->topic, kRepublished) == isRepublished)
-      return state;
-  }
 }
 
 void WatchedService::ExpectAnswer(const std::string& topic, const std::string& json) {

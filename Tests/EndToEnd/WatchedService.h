@@ -67,10 +67,6 @@ class WatchedService : public RunningService {
   /// Expects that the action machine told nothing since the last expected change.
   void ExpectNoTransition();
 
-  /// The next message of the state publisher that is no republication, or that is one.
-  std::optional<louddesk::StateMessage> NextAnswer(louddesk::Patience patience);
-  std::optional<louddesk::StateMessage> NextRepublication(louddesk::Patience patience);
-
   /// Expects that the next answer has exactly this topic and text.
   void ExpectAnswer(const std::string& topic, const std::string& json);
 
@@ -100,8 +96,6 @@ class WatchedService : public RunningService {
   std::vector<MessageRun> RunsUntilSilence();
 
  private:
-  std::optional<louddesk::StateMessage> NextStateOf(bool isRepublished,
-                                                    louddesk::Patience patience);
   std::string Mark();
   void SendMark(louddesk::Peer peer, const std::string& mark);
   void ExpectAtSink(const std::string& mark, const std::vector<std::string>& errors);

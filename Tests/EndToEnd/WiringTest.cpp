@@ -108,12 +108,13 @@ TEST_F(MeterSetOneTest, ListensAtThePortsOfTheBoards) {
 
 TEST_F(MeterSetOneTest, BeatsOnceASecond) {
   ASSERT_NO_FATAL_FAILURE(Start());
+  mUnit.DropHeartbeats();
   ASSERT_TRUE(mUnit.NextHeartbeat(kPatience));
   const auto first = std::chrono::steady_clock::now();
   ASSERT_TRUE(mUnit.NextHeartbeat(kPatience));
   ASSERT_TRUE(mUnit.NextHeartbeat(kPatience));
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - first;
-  EXPECT_NEAR(2.0, elapsed.count(), 0.4);
+  EXPECT_NEAR(2.0, elapsed.count(), 0.9);  // of three would be 3.0, of half a second 1.0
 }
 
 TEST_F(MeterSetOneTest, MeasuresWithoutLogSinkAndProcessMonitor) {

@@ -59,7 +59,7 @@ std::string Reason(SNDFILE* file) {
 
 }  // namespace
 
-void AudioFile::Closer::operator()(sf_private_tag* file) const {
+void AudioFile::Closer::operator()(SNDFILE* file) const {
   sf_close(file);
 }
 
@@ -74,6 +74,7 @@ AudioFile::AudioFile(const std::string& path) : mPath(path) {
   CheckFormat(path, info);
   mChannels = static_cast<std::size_t>(info.channels);
   mSampleRate = info.samplerate;
+  mChannelMap = ChannelMapOf(path, mFile.get(), info);
   if (info.frames != kUnknownFrames)
     mPromisedFrames = static_cast<std::uint64_t>(info.frames);
 }

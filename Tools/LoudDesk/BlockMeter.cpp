@@ -23,8 +23,9 @@ constexpr double kLargestSample = 1e15;
 // The service reads 10 log10(P) - 152.6905962 - 0.6974; BS.1770 reads -0.691 + 10 log10(z).
 const double kPowerScale = std::pow(10.0, (152.6905962 + 0.6974 - 0.691) / 10.0);
 
+constexpr std::uint64_t kLargestPowerOfAll = std::uint64_t{1} << 61;
+
 constexpr double kPeakFullScale = 32768.0;
-constexpr double kLargestPeak = 65535.0;
 
 double Conditioned(double sample) {
   const double limited = std::min(std::max(sample, -kLargestSample), kLargestSample);
@@ -42,14 +43,19 @@ std::string BadSampleText(const BadSample& sample, int sampleRate) {
   return text;
 }
 
+std::uint64_t LargestBlockPower(std::size_t channels) {
+  return kLargestPowerOfAll / channels;
+}
+
 std::uint64_t BlockPower(double meanSquare, std::size_t channels) {
-  const double largest = std::ldexp(1.0, 61) / static_cast<double>(channels);
-  return static_cast<std::uint64_t>(std::min(std::round(meanSquare * kPowerScale), largest));
+  const std::uint64_t largest = LargestBlockPower(channels);
+  const double power = std::round(meanSquare * kPowerScale);
+  return power < static_cast<double>(largest) ? static_cast<std::uint64_t>(power) : largest;
 }
 
 std::uint32_t BlockPeak(float peak) {
-  return static_cast<std::uint32_t>(
-      std::min(std::round(static_cast<double>(peak) * kPeakFullScale), kLargestPeak));
+  return static_cast<std::uint32_t>(std::min(std::round(static_cast<double>(peak) * kPeakFullScale),
+                                             static_cast<double>(kLargestBlockPeak)));
 }
 
 BlockMeter::BlockMeter(std::size_t channels, int sampleRate, Peaks peaks)
@@ -73,9 +79,7 @@ std::optional<BadSample> BlockMeter::Measure(const double* samples, BlockReading
     return badSample;
   ChannelEnergies energies{};
   ChannelPeaks peaks{};
-  for (std::size_t done = 0; done < frames; done += kChunkFrames)
-    MeasureChunk(samples + done * mChannels, std::min(kChunkFrames, frames - done), energies,
-                 peaks);
+  MeasureFrames(samples, frames, energies, peaks);
   reading = BlockReading{};
   for (std::size_t channel = 0; channel < mChannels; ++channel) {
     reading.powers[channel] =
@@ -83,6 +87,19 @@ std::optional<BadSample> BlockMeter::Measure(const double* samples, BlockReading
     reading.peaks[channel] = BlockPeak(peaks[channel]);
   }
   ++mBlock;
+  return std::nullopt;
+}
+
+std::optional<BadSample> BlockMeter::MeasureRest(const double* samples, std::size_t frames,
+                                                 BlockReading& reading) {
+  if (const auto badSample = FindBadSample(samples, frames))
+    return badSample;
+  ChannelEnergies energies{};
+  ChannelPeaks peaks{};
+  MeasureFrames(samples, frames, energies, peaks);
+  reading = BlockReading{};
+  for (std::size_t channel = 0; channel < mChannels; ++channel)
+    reading.peaks[channel] = BlockPeak(peaks[channel]);
   return std::nullopt;
 }
 
@@ -104,6 +121,13 @@ std::optional<BadSample> BlockMeter::FindBadSample(const double* samples,
   const auto index =
       static_cast<std::size_t>(std::find_if(samples, samples + count, isBad) - samples);
   return BadSample{index % mChannels, FirstFrameOf(mBlock) + index / mChannels};
+}
+
+void BlockMeter::MeasureFrames(const double* samples, std::size_t frames, ChannelEnergies& energies,
+                               ChannelPeaks& peaks) {
+  for (std::size_t done = 0; done < frames; done += kChunkFrames)
+    MeasureChunk(samples + done * mChannels, std::min(kChunkFrames, frames - done), energies,
+                 peaks);
 }
 
 void BlockMeter::MeasureChunk(const double* samples, std::size_t frames, ChannelEnergies& energies,

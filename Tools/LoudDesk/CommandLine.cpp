@@ -3,9 +3,11 @@
 #include "CommandLine.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <numeric>
 
 #include "MeasureCommand.h"
+#include "PrintableText.h"
 #include "SendCommand.h"
 #include "UnitCommand.h"
 #include "VerifyCommand.h"
@@ -64,14 +66,31 @@ std::string Choice(const std::vector<std::string>& names) {
   return text;
 }
 
+bool IsOption(const std::string& word) {
+  return word.size() > 1 && word[0] == '-';
+}
+
+// What is taken for an option may have been meant as a file.
+std::string ComplaintOnOption(const std::string& word) {
+  std::error_code error;
+  return word + ": no such option" +
+         (std::filesystem::exists(word, error) ? "; a file of that name goes behind --" : "");
+}
+
+// An option that nobody knows is left over, or was meant as the argument that is missing.
+bool IsBecauseOfUnknownWord(const CLI::ParseError& error) {
+  return dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr ||
+         dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
+}
+
 // Where a subcommand should stand: the first word that nobody has taken.
 std::string ComplaintOnWord(const Reached& reached, const std::vector<std::string>& leftOver) {
   const std::vector<std::string> names = SubcommandsOf(*reached.app);
   if (leftOver.empty())
     return "a subcommand is missing behind " + reached.words + ": " + Choice(names);
   const std::string& word = leftOver.front();
-  if (word[0] == '-')
-    return word + ": no such option";
+  if (IsOption(word))
+    return ComplaintOnOption(word);
   const std::string likeliest = LikeliestName(word, names);
   return word + ": no such subcommand; there are " + Choice(names) +
          (likeliest.empty() ? "" : " (did you mean " + likeliest + "?)");
@@ -84,8 +103,11 @@ bool LacksSubcommand(const CLI::App& app) {
 std::string ComplaintOn(const CLI::App& app, const CLI::ParseError& error) {
   const Reached reached = InnermostOf(app);
   const std::vector<std::string> leftOver = app.remaining(true);
-  return LacksSubcommand(*reached.app) ? ComplaintOnWord(reached, leftOver)
-                                       : std::string(error.what());
+  if (LacksSubcommand(*reached.app))
+    return ComplaintOnWord(reached, leftOver);
+  const auto unknown = std::find_if(leftOver.begin(), leftOver.end(), IsOption);
+  return unknown != leftOver.end() && IsBecauseOfUnknownWord(error) ? ComplaintOnOption(*unknown)
+                                                                    : std::string(error.what());
 }
 
 }  // namespace
@@ -110,8 +132,8 @@ int RunCommandLine(std::vector<std::string> arguments, std::ostream& out, std::o
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0)
       return app.exit(error, out, errors);
-    errors << kName << ": " << ComplaintOn(app, error) << " (see " << InnermostOf(app).words
-           << " --help)\n";
+    errors << kName << ": " << Printable(ComplaintOn(app, error)) << " (see "
+           << InnermostOf(app).words << " --help)\n";
     return kWrongUsage;
   }
 }

@@ -3,6 +3,7 @@
 #include "Complaints.h"
 
 #include "PageFile.h"
+#include "PrintableText.h"
 
 namespace louddesk {
 namespace {
@@ -17,7 +18,7 @@ void Complaints::Add(const std::string& text) {
 }
 
 void Complaints::Note(const std::string& text) {
-  mErrors << kPrefix << text << "\n";
+  mErrors << kPrefix << Printable(text) << "\n";
 }
 
 bool Complaints::CheckReport(const std::string& path) {

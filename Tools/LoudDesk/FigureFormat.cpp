@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "PrintableText.h"
+
 namespace louddesk {
 namespace {
 
@@ -18,17 +20,22 @@ struct Column {
   const char* continued;  // second line
   const char* unit;       // third line
   int width;
+  const char* key;  // in JSON
 };
 
 constexpr Column kColumns[] = {
-    {"Integrated", "loudness", "LKFS", 10}, {"Loudness", "range", "LU", 10},
-    {"Maximum", "momentary", "LKFS", 11},   {"Maximum", "short-term", "LKFS", 12},
-    {"Maximum", "true peak", "dBTP", 11},   {"Duration", "", "s", 10},
+    {"Integrated", "loudness", "LKFS", 10, "Integrated"},
+    {"Loudness", "range", "LU", 10, "Lra"},
+    {"Maximum", "momentary", "LKFS", 11, "MaxMomentary"},
+    {"Maximum", "short-term", "LKFS", 12, "MaxShortTerm"},
+    {"Maximum", "true peak", "dBTP", 11, "MaxTruePeak"},
+    {"Duration", "", "s", 10, "Seconds"},
 };
 
 constexpr char kFileHeading[] = "  File";
 constexpr char kMissingInTable[] = "-";
 constexpr char kMissingInJson[] = "null";
+constexpr char kAtLeastInTable[] = ">=";
 
 using JsonWriter =
     rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>,
@@ -52,9 +59,43 @@ bool IsUtf8(const std::string& text) {
   return writer.String(text.c_str(), static_cast<rapidjson::SizeType>(text.size()));
 }
 
-std::vector<std::optional<double>> ColumnValues(const Figures& figures) {
-  return {figures.integrated,   figures.lra,         figures.maxMomentary,
-          figures.maxShortTerm, figures.maxTruePeak, figures.seconds};
+struct ColumnValue {
+  std::optional<double> figure;
+  bool isAtLeast = false;
+};
+
+std::vector<ColumnValue> ColumnValues(const Figures& figures) {
+  return {{figures.integrated, figures.isLoudnessAtLeast},
+          {figures.lra, false},
+          {figures.maxMomentary, figures.isMomentaryAtLeast},
+          {figures.maxShortTerm, figures.isLoudnessAtLeast},
+          {figures.maxTruePeak, figures.isPeakAtLeast},
+          {figures.seconds, false}};
+}
+
+// The columns of the figures at the end of their scales.
+std::vector<const Column*> ColumnsAtLeast(const Figures& figures) {
+  std::vector<const Column*> columns;
+  const Column* column = kColumns;
+  for (const ColumnValue& value : ColumnValues(figures)) {
+    if (value.figure && value.isAtLeast)
+      columns.push_back(column);
+    ++column;
+  }
+  return columns;
+}
+
+std::string NameOf(const Column& column) {
+  return column.name + std::string(*column.continued == '\0' ? "" : " ") + column.continued;
+}
+
+// Empty when no figure is at the end of its scale.
+std::string NoteOnEnds(const Figures& figures) {
+  std::string note;
+  for (const Column* column : ColumnsAtLeast(figures))
+    note += (note.empty() ? "beyond the scale and thus at least what is shown: " : ", ") +
+            NameOf(*column);
+  return note;
 }
 
 void AddNumber(JsonWriter& writer, const char* key, const std::optional<double>& figure) {
@@ -76,10 +117,9 @@ std::string FigureText(const std::optional<double>& figure, const char* missing)
 std::vector<WrittenFigure> WrittenFigures(const Figures& figures) {
   std::vector<WrittenFigure> written;
   const Column* column = kColumns;
-  for (const auto& value : ColumnValues(figures)) {
-    const std::string space = *column->continued == '\0' ? "" : " ";
-    written.push_back({column->name + space + column->continued, column->unit,
-                       FigureText(value, kMissingInTable)});
+  for (const ColumnValue& value : ColumnValues(figures)) {
+    written.push_back({NameOf(*column), column->unit, FigureText(value.figure, kMissingInTable),
+                       value.figure && value.isAtLeast});
     ++column;
   }
   return written;
@@ -103,9 +143,11 @@ std::string TableHeader() {
 std::string TableRow(const std::string& file, const Figures& figures) {
   std::string row;
   const Column* column = kColumns;
-  for (const WrittenFigure& figure : WrittenFigures(figures))
-    row += Cell(figure.text.c_str(), (column++)->width);
-  return row + "  " + file + "\n";
+  for (const WrittenFigure& figure : WrittenFigures(figures)) {
+    const std::string text = (figure.isAtLeast ? kAtLeastInTable : "") + figure.text;
+    row += Cell(text.c_str(), (column++)->width);
+  }
+  return row + "  " + Printable(file) + "\n";
 }
 
 std::string JsonLine(const std::string& file, const Figures& figures) {
@@ -121,6 +163,11 @@ std::string JsonLine(const std::string& file, const Figures& figures) {
   AddNumber(writer, "MaxMomentary", figures.maxMomentary);
   AddNumber(writer, "MaxShortTerm", figures.maxShortTerm);
   AddNumber(writer, "MaxTruePeak", figures.maxTruePeak);
+  writer.Key("AtLeast");
+  writer.StartArray();
+  for (const Column* column : ColumnsAtLeast(figures))
+    writer.String(column->key);
+  writer.EndArray();
   writer.EndObject();
   return std::string(buffer.GetString(), buffer.GetSize()) + "\n";
 }
@@ -133,6 +180,10 @@ std::vector<std::string> NotesOn(const Figures& figures) {
     notes.emplace_back("longer than three hours; loudness range is that of the last three");
   if (figures.overflowed)
     notes.emplace_back("too loud for too long; sums of the engine have wrapped around");
+  if (const std::string note = NoteOnEnds(figures); !note.empty())
+    notes.push_back(note);
+  if (figures.isLoudnessAtLeast)
+    notes.emplace_back("louder than the scale of loudness; there is no loudness range");
   return notes;
 }
 

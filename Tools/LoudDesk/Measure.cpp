@@ -34,7 +34,14 @@ constexpr std::uint64_t kLraLowPercent = 10;
 // What the loudness codes of the engine differ by.
 constexpr double kCodeWidthLu = 0.02;
 
+// Momentary readings from here on all have the last loudness code.
+constexpr double kEndOfCodesLkfs = kAbsoluteGateLkfs + kCodeWidthLu * kMaxLoudnessCode;
+
 constexpr double kTwoTo64 = 18446744073709551616.0;
+
+float WeightOf(const std::string& speaker) {
+  return LoudnessSpeakerWeight[SpeakerTypeOf(speaker)];
+}
 
 std::optional<double> Reading(float loudness) {
   if (loudness <= kNoLoudnessLkfs)
@@ -111,16 +118,20 @@ ServiceMeter::~ServiceMeter() {
 }
 
 void ServiceMeter::Start(const SpeakerLayout& speakers) {
+  mSpeakers = speakers;
   cJsonParser::ResetLu();
   std::uint32_t meter = 0;
   for (const std::string& speaker : speakers)
-    cJsonParser::SetChannelWeight(++meter, LoudnessSpeakerWeight[SpeakerTypeOf(speaker)]);
+    cJsonParser::SetChannelWeight(++meter, WeightOf(speaker));
   LoudCalcReset();
   mBlocks = 0;
-  mWarmUpPeak = 0;
+  mHasEnded = false;
+  mUnseenPeak = 0;
   mLargestPeak = 0;
   mLastPeak = 0;
   mMaxShortTerm = kNoLoudnessLkfs;
+  mAreBlocksAtEnd = false;
+  mAreCodesAtEnd = false;
 }
 
 void ServiceMeter::Feed(const BlockReading& reading) {
@@ -131,12 +142,32 @@ void ServiceMeter::Feed(const BlockReading& reading) {
   cJsonParser::ParseBinaryMessage(kRawDataTopic, message);
   zmsg_destroy(&message);
 
+  CountPeak(reading);
+  if (mBlocks < kWarmUpBlocks)
+    mUnseenPeak = mLargestPeak;
+  mMaxShortTerm = std::max(mMaxShortTerm, LoudCalcResultsAll.ShortTerm);
+  mAreBlocksAtEnd = mAreBlocksAtEnd || ReachesTheEnd(reading);
+  mAreCodesAtEnd = mAreCodesAtEnd || LoudCalcResultsAll.Momentary >= kEndOfCodesLkfs;
+  ++mBlocks;
+}
+
+void ServiceMeter::FeedRest(const BlockReading& reading) {
+  CountPeak(reading);
+  mUnseenPeak = std::max(mUnseenPeak, mLastPeak);
+  mHasEnded = true;
+}
+
+void ServiceMeter::CountPeak(const BlockReading& reading) {
   mLastPeak = *std::max_element(reading.peaks.begin(), reading.peaks.end());
   mLargestPeak = std::max(mLargestPeak, mLastPeak);
-  if (mBlocks < kWarmUpBlocks)
-    mWarmUpPeak = mLargestPeak;
-  mMaxShortTerm = std::max(mMaxShortTerm, LoudCalcResultsAll.ShortTerm);
-  ++mBlocks;
+}
+
+bool ServiceMeter::ReachesTheEnd(const BlockReading& reading) const {
+  const std::uint64_t end = LargestBlockPower(mSpeakers.size());
+  for (std::size_t i = 0; i < mSpeakers.size(); ++i)
+    if (reading.powers[i] >= end && WeightOf(mSpeakers[i]) > 0.0F)
+      return true;
+  return false;
 }
 
 Figures ServiceMeter::Read() const {
@@ -144,22 +175,29 @@ Figures ServiceMeter::Read() const {
   figures.truePeak = PeakReading(mLastPeak);
   if (mLargestPeak > 0)
     figures.maxTruePeak = std::max(LoudCalcResultsAll.MaxTruePeak,
-                                   GetTruePeak(static_cast<std::uint16_t>(mWarmUpPeak)));
-  if (mBlocks <= kWarmUpBlocks)
-    return figures;
+                                   GetTruePeak(static_cast<std::uint16_t>(mUnseenPeak)));
+  figures.isPeakAtLeast = mLargestPeak >= kLargestBlockPeak;
+  if (mBlocks > kWarmUpBlocks)
+    ReadLoudness(figures);
+  return figures;
+}
+
+void ServiceMeter::ReadLoudness(Figures& figures) const {
+  figures.isMomentaryAtLeast = mAreBlocksAtEnd;
+  figures.isLoudnessAtLeast = mAreBlocksAtEnd || mAreCodesAtEnd;
   figures.maxMomentary = Reading(LoudCalcResultsAll.MaxMomentary);
   figures.maxShortTerm = Reading(mMaxShortTerm);
-  figures.momentary = Reading(LoudCalcResultsAll.Momentary);
-  figures.shortTerm = Reading(LoudCalcResultsAll.ShortTerm);
-  if (HasWrapped(*pIntegLoud))
-    figures.overflowed = true;
-  else
+  if (!mHasEnded) {
+    figures.momentary = Reading(LoudCalcResultsAll.Momentary);
+    figures.shortTerm = Reading(LoudCalcResultsAll.ShortTerm);
+  }
+  const bool hasIntegratedWrapped = HasWrapped(*pIntegLoud);
+  const bool hasRangeWrapped = HasWrapped(*pLraLoud);
+  figures.overflowed = hasIntegratedWrapped || hasRangeWrapped;
+  if (!hasIntegratedWrapped)
     figures.integrated = Reading(pIntegLoud->GetGatedLkfsReading());
-  if (HasWrapped(*pLraLoud))
-    figures.overflowed = true;
-  else
+  if (!hasRangeWrapped && !figures.isLoudnessAtLeast)
     figures.lra = LraReading();
-  return figures;
 }
 
 LoudnessDistribution ServiceMeter::ReadDistribution() const {
@@ -168,7 +206,7 @@ LoudnessDistribution ServiceMeter::ReadDistribution() const {
   distribution.readings.assign(bins.begin(), bins.end());
   if (!HasWrapped(*pIntegLoud))
     distribution.relativeGate = RelativeGate(*pIntegLoud);
-  if (!HasWrapped(*pLraLoud))
+  if (!HasWrapped(*pLraLoud) && !mAreBlocksAtEnd && !mAreCodesAtEnd)
     ReadLraEnds(*pLraLoud, distribution);
   return distribution;
 }
@@ -179,10 +217,20 @@ Figures MeasureFile(ServiceMeter& meter, AudioFile& file, const SpeakerLayout& s
   std::vector<double> samples(frontEnd.MaxFramesInBlock() * file.Channels());
   BlockReading reading;
   meter.Start(speakers);
-  while (file.Read(samples.data(), frontEnd.FramesInNextBlock()) == frontEnd.FramesInNextBlock()) {
-    if (const auto badSample = frontEnd.Measure(samples.data(), reading))
+  bool isWhole = true;
+  while (isWhole) {
+    const std::size_t frames = frontEnd.FramesInNextBlock();
+    const std::size_t got = file.Read(samples.data(), frames);
+    isWhole = got == frames;
+    if (got == 0)
+      break;
+    if (const auto badSample = isWhole ? frontEnd.Measure(samples.data(), reading)
+                                       : frontEnd.MeasureRest(samples.data(), got, reading))
       throw AudioFileError(file.Path(), BadSampleText(*badSample, file.SampleRate()));
-    meter.Feed(reading);
+    if (isWhole)
+      meter.Feed(reading);
+    else
+      meter.FeedRest(reading);
     progress(file.FramesRead());
   }
   Figures figures = meter.Read();

@@ -11,6 +11,7 @@
 
 #include "Complaints.h"
 #include "FigureFormat.h"
+#include "InterruptedLine.h"
 #include "MeasuredSeries.h"
 #include "NumberCheck.h"
 #include "PageFile.h"
@@ -45,16 +46,23 @@ constexpr char kFooter[] =
     "  LoudDesk measure --format csv song.ogg >series.csv\n"
     "\n"
     "Speakers are Left, Right, Center, LowFrequencyEffects, LeftSurround,\n"
-    "RightSurround, BackSurroundLeft, BackSurroundRight and MonoSurround. Without\n"
-    "--speakers one channel is Center, two are Left and Right, and six are the first\n"
-    "six of these.\n"
-    "A figure without a reading, as in silence, is - in the table, null in JSON and\n"
-    "empty in CSV, which has one row for every 100 ms.\n"
+    "RightSurround, BackSurroundLeft, BackSurroundRight and MonoSurround; a name may\n"
+    "be given to several channels. Without --speakers the file decides, by the order\n"
+    "of its format (Ogg, FLAC) or its channel mask (WAV, W64, CAF). When it does not\n"
+    "say, one channel is Center, two are Left and Right, and six are the first six of\n"
+    "these.\n"
+    "Loudness is measured in blocks of 100 ms; what a file ends with, less than a\n"
+    "block, has a true peak only. A figure without a reading, as in silence, is - in\n"
+    "the table, null in JSON and empty in CSV, which has one row for every block and\n"
+    "one for the rest.\n"
+    "Scales end at 6.02 dBTP and +10 LKFS (momentary loudness later): a figure there\n"
+    "has >= before it in the table and is named in AtLeast in JSON.\n"
     "The report is one page with plots and verdicts for any browser. It judges by\n"
     "EBU R 128 (-23 LKFS within 0.5 LU, true peak at most -1 dBTP) unless options\n"
-    "say otherwise.\n"
+    "say otherwise. A figure at the end of its scale can break a limit; whether it\n"
+    "keeps it remains open.\n"
     "The status is 1 when a file could not be measured, or the report not written;\n"
-    "a verdict does not change it.\n";
+    "a verdict does not change it. Ctrl-C ends with status 130.\n";
 
 std::unique_ptr<ProgressBar> MakeProgressBar(const AudioFile& file, std::ostream& terminal,
                                              ProgressColumns columns) {
@@ -140,7 +148,11 @@ ProgressColumns ColumnsOfTerminal(int descriptor) {
 int RunMeasure(const MeasureOptions& options) {
   // The messaging library must leave the signals alone: Ctrl-C ends a measurement at once.
   zsys_handler_set(nullptr);
-  return MeasureFiles(options, std::cout, std::cerr, ColumnsOfTerminal(STDERR_FILENO));
+  const ProgressColumns columns = ColumnsOfTerminal(STDERR_FILENO);
+  std::optional<InterruptedLine> interruptedLine;
+  if (columns)
+    interruptedLine.emplace(STDERR_FILENO, *columns);
+  return MeasureFiles(options, std::cout, std::cerr, columns);
 }
 
 // One file after another, each row on `out` as soon as it is known.

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "PrintableText.h"
+
 namespace louddesk {
 namespace {
 
@@ -20,11 +22,11 @@ std::string Line(std::uint64_t percent, const std::string& label) {
 
 }  // namespace
 
-ProgressBar::ProgressBar(std::ostream& terminal, std::size_t columns, std::string label,
+ProgressBar::ProgressBar(std::ostream& terminal, std::size_t columns, const std::string& label,
                          std::uint64_t total)
     : mTerminal(terminal),
       mColumns(columns > 0 ? columns - 1 : 0),
-      mLabel(std::move(label)),
+      mLabel(Printable(label)),
       mTotal(total),
       mPercent(kNothingShown) {}
 

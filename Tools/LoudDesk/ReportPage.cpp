@@ -11,11 +11,20 @@
 namespace louddesk {
 namespace {
 
+constexpr char kAtLeastSign[] = "\xE2\x89\xA5 ";  // in UTF-8
+
 constexpr char kFooter[] =
-    "<p>Measured by LoudDesk: loudness by ITU-R BS.1770, loudness range by EBU Tech 3342. "
-    "LKFS is the same as LUFS. Momentary loudness is that of the last 400 ms, short-term loudness "
-    "that of the last 3 s; a figure without a reading, as in silence, is -. Verdicts judge the "
-    "figures as they are written, to a hundredth.</p>";
+    "<p>Measured by LoudDesk: loudness by ITU-R BS.1770, in whole blocks of 100 ms; LKFS is the "
+    "same "
+    "as LUFS. Momentary loudness is that of the last 400 ms. Short-term loudness is the mean of "
+    "the "
+    "last thirty momentary readings: it weighs 3.3 s, the outer 0.3 s at both ends less, and "
+    "earlier "
+    "in a file whatever there is. The loudness range is that of one such reading a second, gated "
+    "after EBU Tech 3342. True peak is that of every sample. A figure without a reading, as in "
+    "silence, is -; \xE2\x89\xA5 marks one at the end of its scale. Verdicts judge the figures as "
+    "they "
+    "are written, to a hundredth.</p>";
 
 Badge BadgeFor(Judgement judgement) {
   switch (judgement) {
@@ -23,6 +32,7 @@ Badge BadgeFor(Judgement judgement) {
       return Badge::kGood;
     case Judgement::kFail:
       return Badge::kBad;
+    case Judgement::kOpen:
     case Judgement::kNoReading:
       break;
   }
@@ -61,8 +71,9 @@ std::string TableLine(const MeasuredSeries& series, const LoudnessLimits& limits
   std::string line = "<tr><th scope=\"row\"><a href=\"#" + id + "\">" +
                      Isolated(FileNameOf(series.file)) + "</a></th>";
   for (const WrittenFigure& figure : WrittenFigures(series.figures))
-    line += "<td data-name=\"" + figure.name + "\"><span>" + figure.text +
-            " <span class=\"unit\">" + figure.unit + "</span></span></td>";
+    line += "<td data-name=\"" + figure.name + "\"><span>" +
+            (figure.isAtLeast ? kAtLeastSign : "") + figure.text + " <span class=\"unit\">" +
+            figure.unit + "</span></span></td>";
   return line + "<td data-name=\"Verdict\">" + VerdictText(Overall(Judge(series.figures, limits))) +
          "</td></tr>\n";
 }
@@ -97,7 +108,7 @@ std::string List(const std::vector<std::string>& lines) {
 std::string Plots(const MeasuredSeries& series, const LoudnessLimits& limits,
                   const std::string& id) {
   if (series.points.empty())
-    return "<p>Shorter than a block of 100 ms, so there is nothing to draw.</p>\n";
+    return "<p>There is no audio in it, so there is nothing to draw.</p>\n";
   return LoudnessFigure(series, limits, id + "-loudness") +
          TruePeakFigure(series, limits, id + "-peak") +
          HistogramFigure(series, limits, id + "-histogram");

@@ -41,6 +41,8 @@ constexpr double kHistogramStep = 10.0;
 constexpr double kMostBarTicks = 4.0;
 constexpr int kMarkHeight = 17;  // pixels for each line of text over the histogram
 
+constexpr char kAtLeast[] = "at least ";
+
 std::string Text(double figure) {
   return FigureText(figure, "-");
 }
@@ -87,17 +89,18 @@ std::vector<Tick> LoudnessTicks(const Scale& scale, double target) {
   return ticks;
 }
 
-std::string InWords(const char* name, const std::optional<double>& figure, const char* unit) {
-  return figure ? std::string(name) + " " + Text(*figure) + " " + unit + ". "
+std::string InWords(const char* name, const std::optional<double>& figure, bool isAtLeast) {
+  return figure ? std::string(name) + " " + (isAtLeast ? kAtLeast : "") + Text(*figure) + " LKFS. "
                 : std::string(name) + ": no reading. ";
 }
 
 std::string LoudnessInWords(const MeasuredSeries& series, const LoudnessLimits& limits) {
-  return InWords("Integrated loudness", series.figures.integrated, "LKFS") +
-         InWords("Maximum momentary loudness", series.figures.maxMomentary, "LKFS") +
-         InWords("Maximum short-term loudness", series.figures.maxShortTerm, "LKFS") + "Target " +
-         Text(limits.target) + " LKFS, tolerance " + Text(limits.tolerance) + " LU, over " +
-         TimeText(EndOf(series)) + ".";
+  const Figures& figures = series.figures;
+  return InWords("Integrated loudness", figures.integrated, figures.isLoudnessAtLeast) +
+         InWords("Maximum momentary loudness", figures.maxMomentary, figures.isMomentaryAtLeast) +
+         InWords("Maximum short-term loudness", figures.maxShortTerm, figures.isLoudnessAtLeast) +
+         "Target " + Text(limits.target) + " LKFS, tolerance " + Text(limits.tolerance) +
+         " LU, over " + TimeText(EndOf(series)) + ".";
 }
 
 Scale PeakScale(const MeasuredSeries& series, const LoudnessLimits& limits) {
@@ -124,10 +127,11 @@ const SeriesPoint* HighestPeak(const std::vector<SeriesPoint>& points) {
   return highest;
 }
 
-std::string HighestPeakText(const SeriesPoint* highest) {
+std::string HighestPeakText(const SeriesPoint* highest, bool isAtLeast) {
   if (highest == nullptr)
     return "no peak above digital silence";
-  return "highest: " + Text(*highest->truePeak) + " dBTP at " + TimeText(highest->seconds);
+  return std::string("highest: ") + (isAtLeast ? kAtLeast : "") + Text(*highest->truePeak) +
+         " dBTP at " + TimeText(highest->seconds);
 }
 
 // The histogram, counted in percent of all readings.
@@ -200,7 +204,8 @@ std::vector<Mark> MarksOf(const MeasuredSeries& series, const Scale& scale) {
   };
   add(distribution.relativeGate, "Relative gate", "gate");
   add(distribution.lraLow, "10 % point", "range");
-  add(series.figures.integrated, "Integrated", "integrated");
+  add(series.figures.integrated,
+      series.figures.isLoudnessAtLeast ? "Integrated at least" : "Integrated", "integrated");
   add(distribution.lraHigh, "95 % point", "range");
   std::stable_sort(marks.begin(), marks.end(), [&scale](const Mark& a, const Mark& b) {
     return std::abs(Position(a.value, scale) - 0.5) > std::abs(Position(b.value, scale) - 0.5);
@@ -287,7 +292,7 @@ std::string TruePeakFigure(const MeasuredSeries& series, const LoudnessLimits& l
                            const std::string& id) {
   const Scale scale = PeakScale(series, limits);
   const SeriesPoint* highest = HighestPeak(series.points);
-  const std::string highestText = HighestPeakText(highest);
+  const std::string highestText = HighestPeakText(highest, series.figures.isPeakAtLeast);
   const std::string limit = "at most " + Text(limits.maxTruePeak) + " dBTP";
   SvgPlot plot(id, "True peak over time", "True peak, " + highestText + "; limit: " + limit + ".",
                {0.0, EndOf(series)}, scale);

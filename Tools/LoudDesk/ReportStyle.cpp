@@ -134,6 +134,9 @@ footer { font-size: 14px; color: var(--muted); }
   .cases tbody th { grid-column: 1 / -1; }
   .case .verdict { margin-left: 0; }
 }
+@media screen and (max-width: 360px) {
+  .cases tbody tr { grid-template-columns: 1fr; }
+}
 @media print {
   :root { --page: #ffffff; }
   body { max-width: none; padding: 0; font-size: 11pt; }

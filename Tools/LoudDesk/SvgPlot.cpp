@@ -14,6 +14,15 @@ namespace {
 // Side of the inner drawing in its own units; a tenth of one is less than a pixel anywhere.
 constexpr double kInnerSide = 1000.0;
 
+// What a plot is as wide as on a screen of 320 pixels, and what its labels take there at most.
+constexpr double kNarrowestWidth = 224.0;
+constexpr double kLetterWidth = 7.0;
+constexpr double kLabelGap = 3.0;
+constexpr int kLabelRowHeight = 14;
+
+constexpr int kHeadMargin = 8;   // over the head room
+constexpr int kFootMargin = 28;  // with one row of labels
+
 constexpr std::size_t kMaxTimeSteps = 6;
 constexpr double kMinute = 60.0;
 constexpr double kHour = 3600.0;
@@ -78,6 +87,19 @@ std::string Attribute(const char* name, const std::string& value) {
   return std::string(" ") + name + "=\"" + value + "\"";
 }
 
+// The first row with room for a label in the middle of which `position` lies, 0 ... 1.
+std::size_t RowFor(double position, const std::string& label, std::vector<double>& ends) {
+  const double middle = position * kNarrowestWidth;
+  const double half = kLetterWidth * static_cast<double>(label.size()) / 2.0;
+  const auto row = std::find_if(ends.begin(), ends.end(),
+                                [&](double end) { return end + kLabelGap <= middle - half; });
+  const auto index = static_cast<std::size_t>(row - ends.begin());
+  if (row == ends.end())
+    ends.push_back(0.0);
+  ends[index] = middle + half;
+  return index;
+}
+
 }  // namespace
 
 std::string Escaped(const std::string& text) {
@@ -133,12 +155,16 @@ SvgPlot::SvgPlot(std::string id, std::string title, std::string description, Sca
       mHeadRoom(headRoom) {}
 
 void SvgPlot::AddXTicks(const std::vector<Tick>& ticks) {
+  std::vector<double> ends;  // of the last label in each row
   for (const Tick& tick : ticks) {
     const std::string x = X(tick.value);
+    const std::size_t row = RowFor(Position(tick.value, mX), tick.label, ends);
     mBody += "<line class=\"grid\"" + Attribute("x1", x) + Attribute("x2", x) +
-             " y1=\"0\" y2=\"100%\"/><text class=\"x\"" + Attribute("x", x) +
-             " y=\"100%\" dy=\"18\">" + Escaped(tick.label) + "</text>\n";
+             " y1=\"0\" y2=\"100%\"/><text class=\"x\"" + Attribute("x", x) + " y=\"100%\"" +
+             Attribute("dy", std::to_string(18 + kLabelRowHeight * static_cast<int>(row))) + ">" +
+             Escaped(tick.label) + "</text>\n";
   }
+  mLabelRows = std::max(mLabelRows, ends.size());
 }
 
 void SvgPlot::AddYTicks(const std::vector<Tick>& ticks) {
@@ -240,11 +266,16 @@ std::string SvgPlot::Text() const {
   const std::string title = mId + "-title";
   const std::string description = mId + "-description";
   return "<svg xmlns=\"http://www.w3.org/2000/svg\" class=\"drawing\" role=\"img\"" +
-         Attribute("aria-labelledby", title + " " + description) +
-         Attribute("style", "margin-top:" + std::to_string(mHeadRoom + 8) + "px") + ">\n<title" +
-         Attribute("id", title) + ">" + Escaped(mTitle) + "</title>\n<desc" +
+         Attribute("aria-labelledby", title + " " + description) + Attribute("style", Margins()) +
+         ">\n<title" + Attribute("id", title) + ">" + Escaped(mTitle) + "</title>\n<desc" +
          Attribute("id", description) + ">" + Escaped(mDescription) + "</desc>\n" + mBody +
          "</svg>\n";
+}
+
+std::string SvgPlot::Margins() const {
+  const int rows = static_cast<int>(mLabelRows) - 1;
+  return "margin-top:" + std::to_string(mHeadRoom + kHeadMargin) +
+         "px;margin-bottom:" + std::to_string(kFootMargin + kLabelRowHeight * rows) + "px";
 }
 
 void SvgPlot::AddPath(const std::string& data, const char* style) {

@@ -13,6 +13,8 @@ constexpr char kPlusMinus[] = "\xC2\xB1";  // the sign in UTF-8
 
 constexpr char kIntegratedName[] = "Integrated loudness";
 constexpr char kTruePeakName[] = "Maximum true peak";
+constexpr char kAtLeast[] = "at least ";
+constexpr char kBeyond[] = "; how much more is beyond the scale";
 constexpr char kNothingMeasured[] = "There is no reading, so nothing is judged";
 
 // Read back from the text, because that is what decides where a tie goes.
@@ -24,20 +26,32 @@ std::string Text(long hundredths) {
   return FigureText(static_cast<double>(hundredths) / 100.0, "");
 }
 
+// A finding on a figure that may be more than it reads and still be within the limit.
+void LeaveOpen(Verdict& verdict, const std::string& figure) {
+  verdict.judgement = Judgement::kOpen;
+  verdict.finding = kAtLeast + figure + kBeyond;
+}
+
 std::string AllowedLoudness(const LoudnessLimits& limits) {
   return FigureText(limits.target, "") + " LKFS " + kPlusMinus + FigureText(limits.tolerance, "") +
          " LU";
 }
 
-Verdict JudgeLoudness(const std::optional<double>& integrated, const LoudnessLimits& limits) {
+Verdict JudgeLoudness(const Figures& figures, const LoudnessLimits& limits) {
+  const std::optional<double>& integrated = figures.integrated;
   Verdict verdict{Judgement::kNoReading, kIntegratedName, AllowedLoudness(limits),
                   kNothingMeasured};
   if (!integrated)
     return verdict;
   const long distance = Hundredths(*integrated) - Hundredths(limits.target);
   const bool passes = std::labs(distance) <= Hundredths(limits.tolerance);
+  const std::string written = FigureText(integrated, "") + " LKFS";
+  if (figures.isLoudnessAtLeast && distance <= Hundredths(limits.tolerance)) {
+    LeaveOpen(verdict, written);
+    return verdict;
+  }
   verdict.judgement = passes ? Judgement::kPass : Judgement::kFail;
-  verdict.finding = FigureText(integrated, "") + " LKFS, ";
+  verdict.finding = (figures.isLoudnessAtLeast ? kAtLeast : "") + written + ", ";
   if (distance == 0)
     verdict.finding += "on the target";
   else
@@ -46,14 +60,20 @@ Verdict JudgeLoudness(const std::optional<double>& integrated, const LoudnessLim
   return verdict;
 }
 
-Verdict JudgeTruePeak(const std::optional<double>& maxTruePeak, const LoudnessLimits& limits) {
+Verdict JudgeTruePeak(const Figures& figures, const LoudnessLimits& limits) {
+  const std::optional<double>& maxTruePeak = figures.maxTruePeak;
   Verdict verdict{Judgement::kNoReading, kTruePeakName,
                   "at most " + FigureText(limits.maxTruePeak, "") + " dBTP", kNothingMeasured};
   if (!maxTruePeak)
     return verdict;
   const long excess = Hundredths(*maxTruePeak) - Hundredths(limits.maxTruePeak);
+  const std::string written = FigureText(maxTruePeak, "") + " dBTP";
+  if (figures.isPeakAtLeast && excess <= 0) {
+    LeaveOpen(verdict, written);
+    return verdict;
+  }
   verdict.judgement = excess <= 0 ? Judgement::kPass : Judgement::kFail;
-  verdict.finding = FigureText(maxTruePeak, "") + " dBTP, ";
+  verdict.finding = (figures.isPeakAtLeast ? kAtLeast : "") + written + ", ";
   if (excess == 0)
     verdict.finding += "on the limit";
   else
@@ -78,7 +98,7 @@ std::string NameOf(const LoudnessLimits& limits) {
 }
 
 std::vector<Verdict> Judge(const Figures& figures, const LoudnessLimits& limits) {
-  return {JudgeLoudness(figures.integrated, limits), JudgeTruePeak(figures.maxTruePeak, limits)};
+  return {JudgeLoudness(figures, limits), JudgeTruePeak(figures, limits)};
 }
 
 const char* WordFor(Judgement judgement) {
@@ -87,6 +107,8 @@ const char* WordFor(Judgement judgement) {
       return "Pass";
     case Judgement::kFail:
       return "Fail";
+    case Judgement::kOpen:
+      return "Open";
     case Judgement::kNoReading:
       break;
   }
@@ -98,8 +120,9 @@ Judgement Overall(const std::vector<Verdict>& verdicts) {
   for (const Verdict& verdict : verdicts) {
     if (verdict.judgement == Judgement::kFail)
       return Judgement::kFail;
-    if (verdict.judgement == Judgement::kNoReading)
-      overall = Judgement::kNoReading;
+    if (verdict.judgement == Judgement::kNoReading ||
+        (verdict.judgement == Judgement::kOpen && overall == Judgement::kPass))
+      overall = verdict.judgement;
   }
   return overall;
 }

@@ -152,6 +152,10 @@ TEST_F(AudioFileTest, AMissingFileIsNamed) {
   EXPECT_EQ(RefusalOf(path), path + ": no such file");
 }
 
+TEST_F(AudioFileTest, ARefusalIsOneLineWhateverTheName) {
+  EXPECT_EQ(RefusalOf("/gone/a\n\x1B[31mb.wav"), "/gone/a\\x0A\\x1B[31mb.wav: no such file");
+}
+
 TEST_F(AudioFileTest, ADirectoryIsNoFile) {
   const std::string path = mDirectory.Path(".");
   EXPECT_EQ(RefusalOf(path), path + ": is a directory");

@@ -146,6 +146,14 @@ TEST(BlockMeterTest, FourBlocksOfTheLargestPowersStayWithin64Bits) {
   }
 }
 
+// 2^61 / 3 is 768614336404564650.67.
+TEST(BlockMeterTest, TheEndOfThePowerScaleIsSharedByTheChannels) {
+  EXPECT_EQ(LargestBlockPower(1), std::uint64_t{1} << 61);
+  EXPECT_EQ(LargestBlockPower(3), 768614336404564650U);
+  EXPECT_EQ(BlockPower(1e30, 3), LargestBlockPower(3));
+  EXPECT_LT(BlockPower(1.0, 3), LargestBlockPower(3));
+}
+
 // 1.41 x 32768 = 46202.88. Above 65535 the service, which keeps sixteen bits, would begin again at
 // 0.
 TEST(BlockMeterTest, PeakScaleIsThatOfTheService) {
@@ -155,7 +163,7 @@ TEST(BlockMeterTest, PeakScaleIsThatOfTheService) {
   EXPECT_EQ(BlockPeak(1.41F), 46203U);
   EXPECT_EQ(BlockPeak(0.4F / 32768.0F), 0U);
   EXPECT_EQ(BlockPeak(0.6F / 32768.0F), 1U);
-  EXPECT_EQ(BlockPeak(2.0F), 65535U);
+  EXPECT_EQ(BlockPeak(2.0F), kLargestBlockPeak);
   EXPECT_EQ(BlockPeak(1e15F), 65535U);
 }
 
@@ -237,6 +245,54 @@ TEST(BlockMeterTest, ARefusedBlockLeavesMeterAndReadingAsTheyWere) {
   meter.Measure(good.data(), reading);
   EXPECT_EQ(reading.powers, expected.powers);
   EXPECT_EQ(reading.peaks, expected.peaks);
+}
+
+TEST(BlockMeterTest, ARestHasThePeaksOfItsSamplesAndNoPower) {
+  BlockMeter meter(2, 48000);
+  BlockReading reading;
+  meter.Measure(Samples(2 * 4800, 0.0).data(), reading);
+  Samples rest(2 * 4799, 0.0);
+  rest[1] = 0.5;            // of the first frame, the second channel
+  rest[2 * 4798] = -0.125;  // of the last frame, the first channel
+  ASSERT_FALSE(meter.MeasureRest(rest.data(), 4799, reading).has_value());
+  EXPECT_EQ(reading.peaks[1], 16384U);
+  EXPECT_GE(reading.peaks[0], 4096U);
+  for (std::size_t channel = 0; channel < kMeters; ++channel)
+    EXPECT_EQ(reading.powers[channel], 0U) << "channel " << channel;
+  EXPECT_EQ(reading.peaks[2], 0U);
+}
+
+// The waveform between the last block and the rest is looked at as anywhere else: the same samples
+// in one block have the same peak.
+TEST(BlockMeterTest, TheInterpolationRunsOnIntoTheRest) {
+  const Samples sine = Sine(0.5, 12000.0, 48000, 4800 + 30, 45.0);
+  BlockMeter meter(1, 48000);
+  BlockReading reading;
+  meter.Measure(sine.data(), reading);
+  meter.MeasureRest(&sine[4800], 30, reading);
+  EXPECT_NEAR(reading.peaks[0], 16384.0, 200.0);  // samples alone: 0.354 x 32768 = 11585
+}
+
+TEST(BlockMeterTest, ASampleOfTheRestThatIsNoNumberIsRefusedWithItsPosition) {
+  for (const std::size_t frame : {0U, 41U}) {
+    BlockMeter meter(2, 11025);
+    Samples samples(2 * 1103, 0.1);
+    BlockReading reading;
+    ASSERT_FALSE(meter.Measure(samples.data(), reading).has_value());
+    samples[2 * frame + 1] = kNan;
+    const auto badSample = meter.MeasureRest(samples.data(), 42, reading);
+    ASSERT_TRUE(badSample.has_value()) << frame;
+    EXPECT_EQ(badSample->channel, 1U);
+    EXPECT_EQ(badSample->frame, 1102U + frame);
+  }
+}
+
+TEST(BlockMeterTest, AnEmptyRestIsNothing) {
+  BlockMeter meter(1, 48000);
+  const double none = kNan;  // not looked at
+  BlockReading reading;
+  EXPECT_FALSE(meter.MeasureRest(&none, 0, reading).has_value());
+  EXPECT_EQ(reading.peaks[0], 0U);
 }
 
 TEST(BlockMeterTest, TheLargestNumbersReadTheLargestFigures) {

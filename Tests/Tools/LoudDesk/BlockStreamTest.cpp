@@ -68,6 +68,28 @@ TEST(BlockStreamTest, BlockHasPowerAndPeakOfEachChannel) {
   EXPECT_EQ(0u, block.peaks[2]);
 }
 
+// A second of two channels is ten blocks; what follows is less than one.
+TEST(BlockStreamTest, SampleThatIsNoNumberIsNamedBehindTheLastWholeBlockToo) {
+  const test_audio::AudioDirectory audio;
+  test_audio::Samples samples(2 * (48000 + 100), 0.0);
+  samples.back() = std::numeric_limits<double>::quiet_NaN();
+  const std::string path =
+      audio.Write("bad.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 48000, 2, samples);
+  louddesk::PlayListOptions options;
+  options.files = {path};
+  BlockStream stream(path, louddesk::MakePlayList(options).front().open());
+  BlockReading block;
+  for (int i = 0; i < 10; ++i)
+    ASSERT_TRUE(stream.Next(block));
+  try {
+    stream.Next(block);
+    FAIL() << "nothing was wrong";
+  } catch (const louddesk::AudioFileError& error) {
+    EXPECT_EQ(path + ": holds a sample that is no number in channel 2, frame 48099 (1.002 s)",
+              error.what());
+  }
+}
+
 TEST(BlockStreamTest, SampleThatIsNoNumberIsNamedWithItsPlace) {
   const test_audio::AudioDirectory audio;
   test_audio::Samples samples(2 * 48000, 0.0);

@@ -142,7 +142,7 @@ TEST(CommandLineTest, WhatIsNotUnderstoodIsNamedInOneLine) {
        "NAME: strat not in {pause,play,reset,start,stop} (see LoudDesk send command --help)"},
       {{"measure"}, "FILE is required (see LoudDesk measure --help)"},
       {{"measure", "--formt", "csv", "a.wav"},
-       "The following argument was not expected: --formt (see LoudDesk measure --help)"},
+       "--formt: no such option (see LoudDesk measure --help)"},
       {{"watch", "--count", "-1"}, "--count: \"-1\" is no count (see LoudDesk watch --help)"},
       {{"watch", "--target", "nan"},
        "--target: \"nan\" is not between -60 and 0 (see LoudDesk watch --help)"},

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 #include "ComplianceExplanations.h"
@@ -155,6 +156,35 @@ TEST(CompliancePageTest, EachKindOfReadingHasAPlotThatIsNamedAndDescribed) {
                           "Deviation: Short-term loudness", "Deviation: Integrated loudness",
                           "Deviation: True peak", "Deviation: Loudness range"));
   EXPECT_EQ(page.Count("//s:svg[@role='img'][s:desc!='']"), 6U);
+}
+
+// On a screen of 320 pixels a plot is 224 pixels wide, and a letter of a label 7 at most.
+TEST(CompliancePageTest, LabelsOfCasesDoNotTouchOnANarrowScreen) {
+  const ParsedPage page(PageOf(AllRows()));
+  const std::size_t plots = page.Count("//s:svg[@role='img']");
+  for (std::size_t plot = 1; plot <= plots; ++plot) {
+    const std::string labels =
+        "(//s:svg[@role='img'])[" + std::to_string(plot) + "]/s:text[@class='x']";
+    const auto texts = page.Texts(labels);
+    const auto places = page.Texts(labels + "/@x");
+    const auto rows = page.Texts(labels + "/@dy");
+    ASSERT_EQ(rows.size(), texts.size());
+    std::map<std::string, double> ends;
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+      const double middle = std::stod(places[i]) / 100.0 * 224.0;
+      const double half = 3.5 * static_cast<double>(texts[i].size());
+      if (ends.count(rows[i]) > 0) {
+        EXPECT_GT(middle - half, ends[rows[i]]) << texts[i] << " in plot " << plot;
+      }
+      ends[rows[i]] = middle + half;
+    }
+  }
+}
+
+// Two columns hold no figure of seven letters beside its name on a screen of 320 pixels.
+TEST(CompliancePageTest, FiguresStandBelowEachOtherOnTheNarrowestScreens) {
+  EXPECT_THAT(PageOf({}), HasSubstr("@media screen and (max-width: 360px) {\n"
+                                    "  .cases tbody tr { grid-template-columns: 1fr; }"));
 }
 
 TEST(CompliancePageTest, EveryFigureIsADotInAPlot) {

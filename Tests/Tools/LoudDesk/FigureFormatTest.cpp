@@ -10,6 +10,7 @@ namespace louddesk {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 Figures Programme() {
@@ -66,13 +67,15 @@ TEST(FigureFormatTest, WrittenFiguresAreTheColumnsOfTheTable) {
 TEST(FigureFormatTest, JsonIsOneObjectALine) {
   EXPECT_EQ(JsonLine("a.wav", Programme()),
             "{\"File\":\"a.wav\",\"Seconds\":123.46,\"Integrated\":-23.00,\"Lra\":5.12,"
-            "\"MaxMomentary\":-18.20,\"MaxShortTerm\":-20.00,\"MaxTruePeak\":-1.00}\n");
+            "\"MaxMomentary\":-18.20,\"MaxShortTerm\":-20.00,\"MaxTruePeak\":-1.00,"
+            "\"AtLeast\":[]}\n");
 }
 
 TEST(FigureFormatTest, JsonSaysNullWhereThereIsNoReading) {
   EXPECT_EQ(JsonLine("silence.wav", Silence()),
             "{\"File\":\"silence.wav\",\"Seconds\":3.00,\"Integrated\":null,\"Lra\":null,"
-            "\"MaxMomentary\":null,\"MaxShortTerm\":null,\"MaxTruePeak\":null}\n");
+            "\"MaxMomentary\":null,\"MaxShortTerm\":null,\"MaxTruePeak\":null,"
+            "\"AtLeast\":[]}\n");
 }
 
 TEST(FigureFormatTest, JsonTellsAnyFileNameTruly) {
@@ -85,12 +88,49 @@ TEST(FigureFormatTest, JsonTellsAnyFileNameTruly) {
   }
 }
 
+TEST(FigureFormatTest, ANameCannotChangeTheTable) {
+  EXPECT_EQ(TableRow("red\x1B[31m\n.wav", Silence()),
+            "         -         -          -           -          -      3.00  "
+            "red\\x1B[31m\\x0A.wav\n");
+}
+
 TEST(FigureFormatTest, JsonIsValidForNamesThatAreNoUtf8) {
   const std::string line = JsonLine("caf\xE9.wav", Silence());
   rapidjson::Document document;
   document.Parse<rapidjson::kParseValidateEncodingFlag>(line.c_str());
   ASSERT_FALSE(document.HasParseError()) << line;
   EXPECT_STREQ(document["File"].GetString(), "caf\xEF\xBF\xBD.wav");
+}
+
+TEST(FigureFormatTest, FiguresAtTheEndOfTheirScalesAreMarked) {
+  Figures figures = Programme();
+  figures.isPeakAtLeast = true;
+  EXPECT_EQ(TableRow("a.wav", figures),
+            "    -23.00      5.12     -18.20      -20.00    >=-1.00    123.46  a.wav\n");
+  EXPECT_THAT(JsonLine("a.wav", figures), HasSubstr(",\"AtLeast\":[\"MaxTruePeak\"]}"));
+  EXPECT_THAT(NotesOn(figures), ElementsAre("beyond the scale and thus at least what is shown: "
+                                            "Maximum true peak"));
+  figures.isPeakAtLeast = false;
+  figures.isLoudnessAtLeast = true;
+  figures.isMomentaryAtLeast = true;
+  figures.lra = std::nullopt;
+  EXPECT_EQ(TableRow("a.wav", figures),
+            "  >=-23.00         -   >=-18.20    >=-20.00      -1.00    123.46  a.wav\n");
+  EXPECT_THAT(JsonLine("a.wav", figures),
+              HasSubstr(",\"AtLeast\":[\"Integrated\",\"MaxMomentary\",\"MaxShortTerm\"]}"));
+  EXPECT_THAT(NotesOn(figures),
+              ElementsAre("beyond the scale and thus at least what is shown: Integrated "
+                          "loudness, Maximum momentary, Maximum short-term",
+                          "louder than the scale of loudness; there is no loudness range"));
+}
+
+// Sums that have wrapped around leave no figure that could be marked.
+TEST(FigureFormatTest, AMissingFigureIsNotAtTheEndOfItsScale) {
+  Figures figures = Silence();
+  figures.isPeakAtLeast = true;
+  EXPECT_THAT(JsonLine("a.wav", figures), HasSubstr("\"AtLeast\":[]"));
+  EXPECT_THAT(TableRow("a.wav", figures), testing::Not(HasSubstr(">=")));
+  EXPECT_THAT(NotesOn(figures), IsEmpty());
 }
 
 TEST(FigureFormatTest, UsualProgrammesNeedNoNote) {

@@ -235,9 +235,12 @@ TEST_F(MeasureCommandTest, HelpShowsAnExampleAndEverySpeaker) {
   EXPECT_EQ(outcome.errors, "");
   EXPECT_THAT(outcome.out, HasSubstr("\nExample:\n  LoudDesk measure "));
   for (const char* word :
-       {"FILE", "--format", "--speakers", "--report", "--target", "--tolerance", "--max-true-peak",
-        "--live", "csv", "Left", "Right", "Center", "LowFrequencyEffects", "LeftSurround",
-        "RightSurround", "BackSurroundLeft", "BackSurroundRight", "MonoSurround"})
+       {"FILE",         "--format",      "--speakers",       "--report",
+        "--target",     "--tolerance",   "--max-true-peak",  "--live",
+        "csv",          "Left",          "status 130",       "6.02 dBTP",
+        "AtLeast",      "Right",         "Center",           "LowFrequencyEffects",
+        "LeftSurround", "RightSurround", "BackSurroundLeft", "BackSurroundRight",
+        "MonoSurround"})
     EXPECT_THAT(outcome.out, HasSubstr(word));
   std::istringstream lines(outcome.out);
   for (std::string line; std::getline(lines, line);)
@@ -253,7 +256,9 @@ TEST_F(MeasureCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
       {"weigh a.wav", "weigh: no such subcommand; there are measure, unit, "},
       {"measure", "FILE is required"},
       {"measure --format xml a.wav", "--format: xml not in {table,json,csv}"},
-      {"measure --loud a.wav", "--loud"},
+      {"measure --loud a.wav", "--loud: no such option (see "},
+      {"measure -loud.wav", "-loud.wav: no such option (see "},
+      {"measure $(printf '%b' '-\\033[31m')", "-\\x1B[31m: no such option (see "},
       {"measure --speakers Left,Middle a.wav", "--speakers: \"Middle\" is no speaker; there are"},
       {"measure --speakers '' a.wav", "--speakers: \"\" is no speaker"},
       {"measure --report a.wav b.wav", "--report: the name of a report ends in .html"},
@@ -343,6 +348,17 @@ TEST_F(MeasureCommandTest, CtrlCEndsAMeasurementAtOnce) {
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << "status " << status;
+  EXPECT_THAT(terminal.Read(), testing::EndsWith("\r" + std::string(79, ' ') + "\r"));
+}
+
+TEST_F(MeasureCommandTest, AFileThatLooksLikeAnOptionGoesBehindTwoDashes) {
+  WriteTone("-dash.wav");
+  const std::string command = "cd " + Quoted(mDirectory.Path(".")) + " && " + Quoted(kLoudDesk);
+  EXPECT_NE(std::system((command + " measure -dash.wav >out.txt 2>&1").c_str()), 0);
+  EXPECT_EQ(test_audio::BytesOf(mDirectory.Path("out.txt")),
+            "LoudDesk: -dash.wav: no such option; a file of that name goes behind -- (see LoudDesk "
+            "measure --help)\n");
+  EXPECT_EQ(std::system((command + " measure -- -dash.wav >out.txt 2>&1").c_str()), 0);
 }
 
 }  // namespace

@@ -38,6 +38,11 @@ Samples StereoTone(double levelDb, double seconds) {
   return Repeated(Tone(levelDb, seconds), 2);
 }
 
+std::string LastLine(const std::string& text) {
+  const std::size_t end = text.rfind('\n', text.size() - 2);
+  return text.substr(end == std::string::npos ? 0 : end + 1);
+}
+
 // Each test builds its own engine through `MeasureFiles`.
 class MeasureFilesTest : public testing::Test {
  protected:
@@ -119,6 +124,108 @@ TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedByItsPosition) {
   }
 }
 
+// 2016 frames are 42 ms: less than a block alone, and a rest behind one.
+TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedInTheLastIncompleteBlockToo) {
+  for (const std::size_t frames : {2016U, 4800U + 2016U}) {
+    Samples samples(2 * frames, 0.1);
+    samples.back() = std::numeric_limits<double>::quiet_NaN();
+    const std::string path = mDirectory.Write("bad.wav", kFloatWav, kRate, 2, samples);
+    EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 1);
+    EXPECT_EQ(mOut.str(), "");
+    EXPECT_THAT(mErrors.str(), HasSubstr(": holds a sample that is no number in channel 2, frame " +
+                                         std::to_string(frames - 1) + " ("));
+  }
+}
+
+TEST_F(MeasureFilesTest, APeakInTheLastIncompleteBlockFailsTheReport) {
+  Samples samples = StereoTone(-23.0, 5.0);
+  for (const double sample : StereoTone(-0.5, 0.083))
+    samples.push_back(sample);
+  const std::string path = mDirectory.Write("burst.wav", kFloatWav, kRate, 2, samples);
+  const std::string report = mDirectory.Path("report.html");
+  EXPECT_EQ(Run({{path}, FigureStyle::kCsv, std::nullopt, report}), 0);
+  EXPECT_THAT(LastLine(mOut.str()),
+              testing::MatchesRegex(".*burst.wav,5.08,,,-2[23]...,0.00,-0.[45].\n"));
+  const std::string page = test_audio::BytesOf(report);
+  EXPECT_THAT(page, HasSubstr("dB above the limit"));
+  EXPECT_THAT(page, HasSubstr(" dBTP at 5.1 s"));
+}
+
+// A tone of +18 dBFS: the scale of the true peak ends at 6.02 dBTP, that of loudness codes at +10.
+TEST_F(MeasureFilesTest, FiguresAtTheEndOfTheirScalesAreMarkedEverywhere) {
+  const std::string path = mDirectory.Write("loud.wav", kFloatWav, kRate, 2, StereoTone(18.0, 2.0));
+  const std::string note =
+      "LoudDesk: " + path +
+      ": note: beyond the scale and thus at least what is shown: Integrated loudness, Maximum "
+      "short-term, Maximum true peak\nLoudDesk: " +
+      path + ": note: louder than the scale of loudness; there is no loudness range\n";
+  EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 0);
+  EXPECT_THAT(mOut.str(), HasSubstr("    >=9.99         -      18.0"));
+  EXPECT_THAT(mOut.str(), HasSubstr("     >=6.02      2.00  "));
+  EXPECT_EQ(mErrors.str(), note);
+  EXPECT_EQ(Run({{path}, FigureStyle::kCsv, std::nullopt}), 0);
+  EXPECT_EQ(mErrors.str(), note);
+  EXPECT_EQ(Run({{path}, FigureStyle::kJson, std::nullopt}), 0);
+  EXPECT_THAT(mOut.str(),
+              HasSubstr("\"AtLeast\":[\"Integrated\",\"MaxShortTerm\",\"MaxTruePeak\"]"));
+}
+
+TEST_F(MeasureFilesTest, ALimitBeyondTheEndOfTheScaleIsNotKept) {
+  const std::string path = mDirectory.Write("loud.wav", kFloatWav, kRate, 2, StereoTone(9.0, 1.0));
+  const std::string report = mDirectory.Path("report.html");
+  EXPECT_EQ(
+      Run({{path}, FigureStyle::kTable, std::nullopt, report, LoudnessLimits{0.0, 20.0, 10.0}}), 0);
+  const std::string page = test_audio::BytesOf(report);
+  EXPECT_THAT(page, HasSubstr("Open</span> at least 6.02 dBTP; how much more is beyond the scale"));
+  EXPECT_THAT(page, HasSubstr("highest: at least 6.02 dBTP at "));
+  EXPECT_THAT(page, HasSubstr("\xE2\x89\xA5 6.02 "));
+}
+
+// 5.1 in the order of each format. A tone on the LFE channel alone reads no loudness; one of -20
+// dBFS on both surrounds reads -20 + 10 log10(1.41) = -18.51 LKFS, but for what a codec changes.
+TEST_F(MeasureFilesTest, ChannelsAreTakenInTheOrderOfTheFormat) {
+  struct {
+    const char* name;
+    int format;
+    std::size_t effects;
+    std::size_t firstSurround;
+  } const cases[] = {
+      {"a.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_24, 3, 4},
+      {"a.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_24, 3, 4},
+      {"a.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_24, 3, 4},
+      {"a.ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, 5, 3},
+      {"a.opus", SF_FORMAT_OGG | SF_FORMAT_OPUS, 5, 3},
+  };
+  for (const auto& c : cases) {
+    std::vector<Samples> channels(6, Samples(4 * kRate, 0.0));
+    channels[c.effects] = Sine(Amplitude(-6.0), 60.0, kRate, 4 * kRate);
+    const std::string effects =
+        mDirectory.Write(c.name, c.format, kRate, 6, test_audio::Interleaved(channels));
+    EXPECT_EQ(Run({{effects}, FigureStyle::kJson, std::nullopt}), 0);
+    EXPECT_THAT(mOut.str(), HasSubstr("\"Integrated\":null,")) << c.name;
+    channels[c.effects].assign(4 * kRate, 0.0);
+    channels[c.firstSurround] = Tone(-20.0, 4.0);
+    channels[c.firstSurround + 1] = Tone(-20.0, 4.0);
+    const std::string surrounds =
+        mDirectory.Write(c.name, c.format, kRate, 6, test_audio::Interleaved(channels));
+    EXPECT_EQ(Run({{surrounds}, FigureStyle::kJson, std::nullopt}), 0);
+    const std::string key = "\"Integrated\":";
+    const std::size_t figure = mOut.str().find(key + "-");
+    ASSERT_NE(figure, std::string::npos) << mOut.str();
+    EXPECT_NEAR(std::stod(mOut.str().substr(figure + key.size())), -18.51, 0.15) << c.name;
+  }
+}
+
+TEST_F(MeasureFilesTest, NamesOfFilesReachTheTerminalWithoutControlCharacters) {
+  const std::string path =
+      mDirectory.Write("red\x1B[31m\n.wav", kFloatWav, kRate, 2, StereoTone(12.0, 0.5));
+  EXPECT_EQ(Run({{path, mDirectory.Path("gone\x1B[31m")}, FigureStyle::kTable, std::nullopt}), 1);
+  EXPECT_THAT(mOut.str(), HasSubstr("/red\\x1B[31m\\x0A.wav\n"));
+  EXPECT_THAT(mErrors.str(), HasSubstr("/red\\x1B[31m\\x0A.wav: note: "));
+  EXPECT_THAT(mErrors.str(), HasSubstr("/gone\\x1B[31m: no such file\n"));
+  EXPECT_THAT(mOut.str() + mErrors.str(), testing::Not(HasSubstr("\x1B")));
+}
+
 TEST_F(MeasureFilesTest, SpeakersCountForEveryFile) {
   const std::string stereo = WriteTone("stereo.wav");
   const std::string mono = mDirectory.Write("mono.wav", kFloatWav, kRate, 1, Tone(-20.0, 1.0));
@@ -133,11 +240,6 @@ TEST_F(MeasureFilesTest, AStreamThatTakesNothingIsAFailure) {
   const MeasureOptions options = {{WriteTone("a.wav")}, FigureStyle::kTable, std::nullopt};
   EXPECT_EQ(MeasureFiles(options, full, mErrors, std::nullopt), 1);
   EXPECT_EQ(mErrors.str(), "LoudDesk: the figures could not be written\n");
-}
-
-std::string LastLine(const std::string& text) {
-  const std::size_t end = text.rfind('\n', text.size() - 2);
-  return text.substr(end == std::string::npos ? 0 : end + 1);
 }
 
 // A second has ten blocks.

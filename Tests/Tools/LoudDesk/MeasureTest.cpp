@@ -10,6 +10,7 @@
 #include <optional>
 #include <vector>
 
+#include "BlockMeter.h"
 #include "TestAudio.h"
 
 namespace louddesk {
@@ -156,15 +157,109 @@ TEST_F(MeasureTest, IntegratedLoudnessCountsEveryBlockToTheLast) {
   }
 }
 
-TEST_F(MeasureTest, WhatIsLeftBehindTheLastBlockIsNotMeasured) {
+TEST_F(MeasureTest, WhatIsLeftBehindTheLastBlockHasATruePeakAndNoLoudness) {
   const Samples whole = StereoTone(-23.0, 2.0);
   const Figures expected = Measure(2, whole);
-  Samples longer = Joined(whole, StereoTone(0.0, 0.0999));
-  const Figures figures = Measure(2, longer);
+  const Figures figures = Measure(2, Joined(whole, StereoTone(-1.0, 0.0999)));
   EXPECT_EQ(figures.integrated, expected.integrated);
+  EXPECT_EQ(figures.lra, expected.lra);
   EXPECT_EQ(figures.maxMomentary, expected.maxMomentary);
-  EXPECT_EQ(figures.maxTruePeak, expected.maxTruePeak);
+  EXPECT_EQ(figures.maxShortTerm, expected.maxShortTerm);
+  EXPECT_NEAR(figures.maxTruePeak.value(), -1.0, 0.2);
+  EXPECT_NEAR(figures.truePeak.value(), -1.0, 0.2);
   EXPECT_NEAR(figures.seconds, 2.0999, 1.0 / kRate);
+}
+
+// Before the fourth block, where the engine looks at no peaks, and behind it; a rest of one frame.
+TEST_F(MeasureTest, ThePeakOfTheVeryLastSampleCounts) {
+  for (const std::size_t blocks : {0U, 1U, 3U, 4U, 20U}) {
+    Samples samples(2 * (blocks * kBlock + 1), 0.0);
+    samples.back() = 0.5;
+    EXPECT_NEAR(Measure(2, samples).maxTruePeak.value(), -6.02, 0.005) << blocks << " blocks";
+  }
+}
+
+TEST_F(MeasureTest, AQuietRestLeavesTheMaximumAndIsTheLastTruePeak) {
+  const Samples loud = Joined(StereoTone(-6.0, 1.0), Samples(2 * kBlock, 0.0));
+  const Figures figures = Measure(2, Joined(loud, StereoTone(-40.0, 0.05)));
+  EXPECT_NEAR(figures.maxTruePeak.value(), -6.0, 0.2);
+  EXPECT_NEAR(figures.truePeak.value(), -40.0, 0.5);
+}
+
+TEST_F(MeasureTest, BehindARestThereIsNoLast400MillisecondsOr3Seconds) {
+  EXPECT_TRUE(Measure(2, StereoTone(-23.0, 1.0)).momentary.has_value());
+  const Figures figures = Measure(2, StereoTone(-23.0, 1.05));
+  EXPECT_FALSE(figures.momentary.has_value());
+  EXPECT_FALSE(figures.shortTerm.has_value());
+  EXPECT_TRUE(figures.integrated.has_value());
+}
+
+TEST_F(MeasureTest, ARestIsForgottenInTheNextProgramme) {
+  Measure(2, Joined(StereoTone(-40.0, 1.0), StereoTone(0.0, 0.05)));
+  const Figures figures = Measure(2, StereoTone(-40.0, 1.0));
+  EXPECT_NEAR(figures.maxTruePeak.value(), -40.0, 0.2);
+  EXPECT_TRUE(figures.momentary.has_value());
+}
+
+// Full scale 32768 in sixteen bits: 20 log10(65535 / 32768) = 6.02 dBTP is the end.
+TEST_F(MeasureTest, APeakAtTheEndOfItsScaleIsMarked) {
+  for (const std::uint32_t peak : {65534U, 65535U}) {
+    FeedMono({ReadingOf(-40.0, 10), ReadingOf(-40.0, peak), ReadingOf(-40.0, 10)});
+    EXPECT_EQ(mMeter.Read().isPeakAtLeast, peak == 65535U) << peak;
+    EXPECT_FALSE(mMeter.Read().isLoudnessAtLeast) << peak;
+  }
+  EXPECT_TRUE(Measure(1, Tone(18.0, 0.05)).isPeakAtLeast) << "in a rest";
+}
+
+// Codes end at +10 LKFS. A reading beyond is among them as if it were there.
+TEST_F(MeasureTest, ReadingsBeyondTheLastCodeMarkWhatIsMadeFromCodes) {
+  FeedMono(std::vector<BlockReading>(20, ReadingOf(9.95, 60000)));
+  EXPECT_FALSE(mMeter.Read().isLoudnessAtLeast);
+  EXPECT_TRUE(mMeter.Read().lra.has_value());
+  FeedMono(std::vector<BlockReading>(20, ReadingOf(15.0, 60000)));
+  const Figures figures = mMeter.Read();
+  EXPECT_TRUE(figures.isLoudnessAtLeast);
+  EXPECT_FALSE(figures.isMomentaryAtLeast);
+  EXPECT_NEAR(figures.maxMomentary.value(), 15.0, 0.01);
+  EXPECT_NEAR(figures.integrated.value(), 10.0, kBin);
+  EXPECT_FALSE(figures.lra.has_value());
+  EXPECT_FALSE(mMeter.ReadDistribution().lraLow.has_value());
+}
+
+// One block in the middle, long gone from the last four.
+TEST_F(MeasureTest, APowerAtTheEndOfItsScaleMarksAllLoudness) {
+  std::vector<BlockReading> readings(30, ReadingOf(-40.0, 10));
+  readings[10].powers[0] = LargestBlockPower(1);
+  FeedMono(readings);
+  EXPECT_TRUE(mMeter.Read().isMomentaryAtLeast);
+  EXPECT_TRUE(mMeter.Read().isLoudnessAtLeast);
+  FeedMono(std::vector<BlockReading>(30, ReadingOf(-40.0, 10)));
+  EXPECT_FALSE(mMeter.Read().isMomentaryAtLeast) << "not forgotten";
+  EXPECT_FALSE(mMeter.Read().isLoudnessAtLeast) << "not forgotten";
+}
+
+// Shared by 32 channels, the scale of each ends at +15 LKFS, so that the four-block mean of a short
+// sound stays within the codes: 15.0 - 6.02.
+TEST_F(MeasureTest, APowerAtTheEndOfItsScaleIsMarkedWhereTheReadingIsNotBeyondTheCodes) {
+  std::vector<BlockReading> readings(20, ReadingOf(-40.0, 10));
+  readings[10].powers[0] = LargestBlockPower(32);
+  mMeter.Start(SpeakerLayout(32, "Left"));
+  for (const BlockReading& reading : readings)
+    mMeter.Feed(reading);
+  EXPECT_LT(mMeter.Read().maxMomentary.value(), 9.9);
+  EXPECT_TRUE(mMeter.Read().isMomentaryAtLeast);
+  EXPECT_TRUE(mMeter.Read().isLoudnessAtLeast);
+}
+
+TEST_F(MeasureTest, APowerThatDoesNotCountIsNeverAtAnEnd) {
+  std::vector<BlockReading> readings(20, ReadingOf(-40.0, 10));
+  for (BlockReading& reading : readings)
+    reading.powers[1] = LargestBlockPower(2);
+  mMeter.Start({"Center", "LowFrequencyEffects"});
+  for (const BlockReading& reading : readings)
+    mMeter.Feed(reading);
+  EXPECT_FALSE(mMeter.Read().isMomentaryAtLeast);
+  EXPECT_FALSE(mMeter.Read().isLoudnessAtLeast);
 }
 
 TEST_F(MeasureTest, ProgrammesDoNotInfluenceEachOther) {
@@ -273,11 +368,11 @@ TEST_F(MeasureTest, IntegratedLoudnessIsThatOfTheLastTwoHours) {
   EXPECT_NEAR(mMeter.Read().integrated.value(), -50.0, kBin);
 }
 
-TEST_F(MeasureTest, ProgressIsToldOnceABlock) {
+TEST_F(MeasureTest, ProgressIsToldOnceABlockAndOfTheRest) {
   AudioFile file(mDirectory.Write("a.wav", kFloatWav, kRate, 1, Tone(-20.0, 0.35)));
   std::vector<std::uint64_t> told;
   MeasureFile(mMeter, file, {"Center"}, [&told](std::uint64_t frames) { told.push_back(frames); });
-  EXPECT_EQ(told, (std::vector<std::uint64_t>{kBlock, 2 * kBlock, 3 * kBlock}));
+  EXPECT_EQ(told, (std::vector<std::uint64_t>{kBlock, 2 * kBlock, 3 * kBlock, 16800}));
 }
 
 }  // namespace

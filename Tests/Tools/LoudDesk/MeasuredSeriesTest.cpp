@@ -43,11 +43,28 @@ class MeasuredSeriesTest : public testing::Test {
 
 TEST_F(MeasuredSeriesTest, EveryBlockIsAPointAtItsEnd) {
   const MeasuredSeries series = Measure(StereoTone(-23.0, 2.0625));
-  ASSERT_EQ(series.points.size(), 20U);
-  for (std::size_t i = 0; i < series.points.size(); ++i)
+  ASSERT_EQ(series.points.size(), 21U);
+  for (std::size_t i = 0; i < 20; ++i)
     EXPECT_NEAR(series.points[i].seconds, 0.1 * static_cast<double>(i + 1), 1e-9);
+  EXPECT_NEAR(series.points.back().seconds, 2.0625, 1e-9);
   EXPECT_NEAR(series.figures.seconds, 2.0625, 1e-9);
-  EXPECT_EQ(mProgress, 20);
+  EXPECT_EQ(mProgress, 21);
+}
+
+TEST_F(MeasuredSeriesTest, TheRestIsAPointWithATruePeakAndTheFiguresOfTheLastBlock) {
+  const MeasuredSeries series = Measure(Joined(StereoTone(-23.0, 2.0), StereoTone(-3.0, 0.0625)));
+  const SeriesPoint& block = series.points[19];
+  const SeriesPoint& rest = series.points[20];
+  EXPECT_FALSE(rest.momentary);
+  EXPECT_FALSE(rest.shortTerm);
+  EXPECT_EQ(rest.integrated, block.integrated);
+  EXPECT_EQ(rest.lra, block.lra);
+  EXPECT_NEAR(rest.truePeak.value(), -3.0, 0.2);
+  EXPECT_FLOAT_EQ(*rest.truePeak, static_cast<float>(series.figures.maxTruePeak.value()));
+}
+
+TEST_F(MeasuredSeriesTest, AFileOfWholeBlocksHasNoRest) {
+  EXPECT_EQ(Measure(StereoTone(-23.0, 2.0)).points.size(), 20U);
 }
 
 // 400 ms are four blocks.
@@ -131,9 +148,11 @@ TEST_F(MeasuredSeriesTest, AGateBelowTheAbsoluteOneHasNoEffect) {
   EXPECT_FALSE(Measure(StereoTone(-65.0, 2.0)).distribution.relativeGate);
 }
 
-TEST_F(MeasuredSeriesTest, AFileShorterThanABlockHasNoPoint) {
+TEST_F(MeasuredSeriesTest, AFileShorterThanABlockIsARest) {
   const MeasuredSeries series = Measure(StereoTone(-23.0, 0.05));
-  EXPECT_TRUE(series.points.empty());
+  ASSERT_EQ(series.points.size(), 1U);
+  EXPECT_FALSE(series.points[0].integrated);
+  EXPECT_NEAR(series.points[0].truePeak.value(), -23.0, 0.2);
   EXPECT_FALSE(series.figures.integrated);
 }
 

@@ -121,8 +121,8 @@ TEST(PlayListTest, EveryCaseButTheRecordingsCanBePlayed) {
 }
 
 TEST(PlayListTest, UnknownCaseIsRefusedWithThoseThatThereAre) {
-  // A document is no case, nor is a part of a name.
-  for (const char* id : {"", "3341", "3341-", "3341-99", "3341-7", "3342-6"}) {
+  // A part of a name means nothing.
+  for (const char* id : {"", "334", "3341-", "3341-99", "3341-7", "3342-6"}) {
     const std::string complaint = CheckTestSignal(id);
     EXPECT_THAT(complaint, testing::StartsWith("\"" + std::string(id) +
                                                "\" is no case that can be played; there are "));
@@ -231,6 +231,23 @@ TEST(PlayListTest, EverySignalOfACaseIsMeasuredFromZero) {
     EXPECT_TRUE(playable.isMeasuredFromZero);
   EXPECT_FALSE(ToneOf("997,-20").isMeasuredFromZero);
   EXPECT_FALSE(NoiseOf("-20").isMeasuredFromZero);
+}
+
+TEST(PlayListTest, DocumentMeansAllItsCasesButTheRecordings) {
+  PlayListOptions all;
+  PlayListOptions document;
+  document.cases = {"3342"};
+  for (const louddesk::ComplianceCase& known : louddesk::ComplianceCases())
+    if (known.id.rfind("3342-", 0) == 0 && !known.runs.empty())
+      all.cases.push_back(known.id);
+  ASSERT_LT(1u, all.cases.size());
+  std::vector<std::string> expected;
+  for (const Playable& playable : MakePlayList(all))
+    expected.push_back(playable.name);
+  std::vector<std::string> names;
+  for (const Playable& playable : MakePlayList(document))
+    names.push_back(playable.name);
+  EXPECT_EQ(expected, names);
 }
 
 TEST(PlayListTest, CaseHasItsOwnSampleRate) {

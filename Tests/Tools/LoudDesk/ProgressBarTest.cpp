@@ -46,6 +46,13 @@ TEST(ProgressBarTest, StaysWithinTheTerminal) {
   }
 }
 
+TEST(ProgressBarTest, ALabelCannotMoveTheCursor) {
+  std::ostringstream terminal;
+  ProgressBar bar(terminal, 80, "a\nb.wav", 100);
+  bar.Show(0);
+  EXPECT_EQ(terminal.str(), "\r[..............................]   0 %  a\\x0Ab.wav");
+}
+
 TEST(ProgressBarTest, LeavesAnEmptyLineBehind) {
   std::ostringstream terminal;
   {

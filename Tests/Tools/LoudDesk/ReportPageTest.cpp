@@ -329,10 +329,45 @@ TEST(ReportPageTest, SilenceHasNoHistogramAndNoCurve) {
               Contains(HasSubstr("No reading lies above the absolute gate")));
 }
 
-TEST(ReportPageTest, AFileShorterThanABlockSaysSo) {
+TEST(ReportPageTest, AFileShorterThanABlockHasItsTruePeakOnly) {
+  MeasuredSeries series = TooShort();
+  series.figures.maxTruePeak = -3.0;
+  series.points.emplace_back();
+  series.points.back().seconds = 0.05;
+  series.points.back().truePeak = -3.0F;
+  const ParsedPage page(PageOf({series}));
+  EXPECT_TRUE(page.IsWellFormed());
+  EXPECT_EQ(page.Count("//s:circle[@class='peak-dot']"), 1U);
+  EXPECT_THAT(page.Texts("//h:ul[@class='legend']/h:li"),
+              Contains(HasSubstr("highest: -3.00 dBTP at 0.1 s")));
+  EXPECT_THAT(page.Texts("//h:section/h:p"),
+              Contains(HasSubstr("No reading lies above the absolute gate")));
+}
+
+TEST(ReportPageTest, AFileWithoutAudioHasNothingToDraw) {
   const ParsedPage page(PageOf({TooShort()}));
   EXPECT_EQ(page.Count("//s:svg"), 0U);
-  EXPECT_THAT(page.Texts("//h:section/h:p"), Contains(HasSubstr("Shorter than a block")));
+  EXPECT_THAT(page.Texts("//h:section/h:p"), Contains(HasSubstr("nothing to draw")));
+}
+
+TEST(ReportPageTest, FiguresAtTheEndOfTheirScalesAreMarkedInTableAndPlots) {
+  MeasuredSeries series = Programme();
+  series.figures.isPeakAtLeast = true;
+  series.figures.isMomentaryAtLeast = true;
+  series.figures.isLoudnessAtLeast = true;
+  const ParsedPage page(PageOf({series}));
+  const std::string sign = "\xE2\x89\xA5 ";
+  const auto cells = page.Texts("//h:tbody/h:tr/h:td/h:span");
+  for (const char* figure : {"-23.00 LKFS", "-18.00 LKFS", "-20.00 LKFS", "-3.00 dBTP"})
+    EXPECT_THAT(cells, Contains(sign + figure));
+  EXPECT_THAT(cells, Contains("60.00 s"));
+  EXPECT_THAT(page.Texts("//h:ul[@class='legend']/h:li"),
+              Contains(HasSubstr("highest: at least -3.00 dBTP at 30.0 s")));
+  const auto descriptions = page.Texts("//s:desc");
+  EXPECT_THAT(descriptions, Contains(HasSubstr("Integrated loudness at least -23.00 LKFS. Maximum "
+                                               "momentary loudness at least -18.00 LKFS. Maximum "
+                                               "short-term loudness at least -20.00 LKFS. ")));
+  EXPECT_THAT(descriptions, Contains(HasSubstr("Integrated at least -23.00 LKFS")));
 }
 
 TEST(ReportPageTest, NotesOnTheFiguresAreShown) {

@@ -12,6 +12,7 @@ namespace louddesk {
 namespace {
 
 using test_audio::AudioDirectory;
+using test_audio::BytesOf;
 using test_audio::Samples;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -26,6 +27,16 @@ class SpeakerLayoutTest : public testing::Test {
   AudioFile FileOf(std::size_t channels) const {
     return AudioFile(mDirectory.Write("file.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, channels,
                                       Samples(channels * 10, 0.1)));
+  }
+
+  // A WAV whose mask of channels, at its byte 40, is this one: 0x3 Left and Right, 0x4 Center, 0x8
+  // LFE, 0x30 back, 0xC0 beside the centre, 0x100 back centre, 0x600 sides, 0x800 overhead.
+  AudioFile FileWithMask(unsigned mask, std::size_t channels) const {
+    std::string bytes = BytesOf(mDirectory.Write("mask.wav", SF_FORMAT_WAVEX | SF_FORMAT_PCM_16,
+                                                 48000, channels, Samples(channels * 10, 0.1)));
+    bytes[40] = static_cast<char>(mask & 0xFF);
+    bytes[41] = static_cast<char>(mask >> 8);
+    return AudioFile(mDirectory.WriteBytes("mask.wav", bytes));
   }
 
   static std::string RefusalOf(const AudioFile& file, const std::optional<SpeakerLayout>& chosen) {
@@ -84,6 +95,12 @@ TEST_F(SpeakerLayoutTest, UnknownSpeakersAreQuotedAndTheKnownOnesNamed) {
   EXPECT_THAT(CheckSpeakers("Left,Middle,Right"), StartsWith("\"Middle\" "));
 }
 
+// There are 32 channels and nine names: a name says what a channel counts, not which one it is.
+TEST_F(SpeakerLayoutTest, ASpeakerMayHaveSeveralChannels) {
+  EXPECT_EQ(CheckSpeakers("Left,Right,Left,Right"), "");
+  EXPECT_EQ(LayoutFor(FileOf(2), SpeakerLayout{"Left", "Left"}), SpeakerLayout(2, "Left"));
+}
+
 TEST_F(SpeakerLayoutTest, EveryKnownSpeakerIsNamedInTheMessage) {
   for (const std::string& speaker : SplitSpeakers(kAllSpeakers))
     EXPECT_THAT(CheckSpeakers("x"), HasSubstr(" " + speaker)) << speaker;
@@ -93,6 +110,47 @@ TEST_F(SpeakerLayoutTest, ChosenSpeakersComeBeforeTheUsualOnes) {
   const SpeakerLayout chosen = {"LeftSurround", "RightSurround"};
   EXPECT_EQ(LayoutFor(FileOf(2), chosen), chosen);
   EXPECT_EQ(LayoutFor(FileOf(2), std::nullopt), *UsualLayout(2));
+}
+
+TEST_F(SpeakerLayoutTest, TheFilesOwnPositionsComeBeforeTheUsualSpeakers) {
+  EXPECT_THAT(LayoutFor(FileWithMask(0x3F, 6), std::nullopt),
+              ElementsAre("Left", "Right", "Center", "LowFrequencyEffects", "LeftSurround",
+                          "RightSurround"));
+  EXPECT_THAT(
+      LayoutFor(FileWithMask(0x707, 6), std::nullopt),
+      ElementsAre("Left", "Right", "Center", "MonoSurround", "LeftSurround", "RightSurround"));
+  EXPECT_THAT(LayoutFor(FileWithMask(0x8, 1), std::nullopt), ElementsAre("LowFrequencyEffects"));
+}
+
+TEST_F(SpeakerLayoutTest, SpeakersAtTheBackAreBackSurroundsBehindThoseAtTheSides) {
+  EXPECT_THAT(LayoutFor(FileWithMask(0x33, 4), std::nullopt),
+              ElementsAre("Left", "Right", "LeftSurround", "RightSurround"));
+  EXPECT_THAT(LayoutFor(FileWithMask(0x633, 6), std::nullopt),
+              ElementsAre("Left", "Right", "BackSurroundLeft", "BackSurroundRight", "LeftSurround",
+                          "RightSurround"));
+}
+
+TEST_F(SpeakerLayoutTest, SpeakersBesideTheCentreCountAsFrontOnes) {
+  EXPECT_THAT(LayoutFor(FileWithMask(0xC3, 4), std::nullopt),
+              ElementsAre("Left", "Right", "Left", "Right"));
+}
+
+TEST_F(SpeakerLayoutTest, EveryPlacedSpeakerIsKnown) {
+  for (const std::string& speaker : LayoutFor(FileWithMask(0x7FF, 11), std::nullopt))
+    EXPECT_NE(SpeakerTypeOf(speaker), AST_NONE) << speaker;
+}
+
+TEST_F(SpeakerLayoutTest, ChosenSpeakersComeBeforeTheFilesOwnPositions) {
+  const SpeakerLayout chosen = {"Left", "Right", "LeftSurround", "RightSurround"};
+  EXPECT_EQ(LayoutFor(FileWithMask(0x33, 4), chosen), chosen);
+  EXPECT_EQ(LayoutFor(FileWithMask(0x803, 3), SpeakerLayout(3, "Left")), SpeakerLayout(3, "Left"));
+}
+
+TEST_F(SpeakerLayoutTest, APositionWithoutANameIsRefused) {
+  const AudioFile file = FileWithMask(0x803, 3);
+  EXPECT_EQ(RefusalOf(file, std::nullopt),
+            file.Path() +
+                ": feeds a speaker that has no name here with channel 3; name all with --speakers");
 }
 
 TEST_F(SpeakerLayoutTest, AWrongNumberOfSpeakersIsRefused) {

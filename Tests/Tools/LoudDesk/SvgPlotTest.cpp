@@ -96,6 +96,26 @@ TEST(SvgPlotTest, LinesAndBandsLieAtTheirValues) {
   EXPECT_THAT(plot.Text(), HasSubstr("x=\"25.00%\" width=\"25.00%\""));
 }
 
+// The narrowest plot is 224 pixels wide, where labels at 0, 0.25 and 0.5 of 10 lie 5.6 pixels
+// apart; a letter takes 7.
+TEST(SvgPlotTest, LabelsThatWouldTouchStandInFurtherRows) {
+  SvgPlot plot = Plot();
+  plot.AddXTicks({{0.0, "1"}, {0.25, "2"}, {0.5, "12"}, {4.0, "13"}});
+  const std::string text = plot.Text();
+  EXPECT_THAT(text, HasSubstr("x=\"0.00%\" y=\"100%\" dy=\"18\">1<"));
+  EXPECT_THAT(text, HasSubstr("x=\"2.50%\" y=\"100%\" dy=\"32\">2<"));
+  EXPECT_THAT(text, HasSubstr("x=\"5.00%\" y=\"100%\" dy=\"46\">12<"));
+  EXPECT_THAT(text, HasSubstr("x=\"40.00%\" y=\"100%\" dy=\"18\">13<"));
+  EXPECT_THAT(text, HasSubstr("margin-bottom:56px"));
+}
+
+TEST(SvgPlotTest, LabelsWithRoomStandInOneRow) {
+  SvgPlot plot = Plot();
+  plot.AddXTicks({{0.0, "0"}, {5.0, "5"}, {10.0, "10"}});
+  EXPECT_THAT(plot.Text(), Not(HasSubstr("dy=\"32\"")));
+  EXPECT_THAT(plot.Text(), HasSubstr("margin-top:8px;margin-bottom:28px"));
+}
+
 TEST(SvgPlotTest, CurvesPassThroughTheExtremesOfEachColumn) {
   SvgPlot plot = Plot();
   plot.AddCurve({{{0.0, -40.0F, -20.0F}, {10.0, -10.0F, -10.0F}}}, "curve");

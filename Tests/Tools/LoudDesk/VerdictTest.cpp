@@ -74,6 +74,49 @@ TEST(VerdictTest, WithoutAReadingThereIsNoVerdict) {
   EXPECT_EQ(PeakVerdict(std::nullopt).finding, "There is no reading, so nothing is judged");
 }
 
+// What reads the end of its scale is that or more: beyond a limit that lies lower, and nothing else
+// can be said.
+TEST(VerdictTest, ATruePeakAtTheEndOfItsScaleBreaksALimitOrLeavesItOpen) {
+  Figures figures = Programme(-23.0, 6.02);
+  figures.isPeakAtLeast = true;
+  struct {
+    double limit;
+    Judgement judgement;
+    const char* finding;
+  } const cases[] = {
+      {-1.0, Judgement::kFail, "at least 6.02 dBTP, 7.02 dB above the limit"},
+      {6.01, Judgement::kFail, "at least 6.02 dBTP, 0.01 dB above the limit"},
+      {6.02, Judgement::kOpen, "at least 6.02 dBTP; how much more is beyond the scale"},
+      {10.0, Judgement::kOpen, "at least 6.02 dBTP; how much more is beyond the scale"},
+  };
+  for (const auto& c : cases) {
+    const Verdict verdict = Judge(figures, {-23.0, 0.5, c.limit}).at(1);
+    EXPECT_EQ(verdict.judgement, c.judgement) << c.limit;
+    EXPECT_EQ(verdict.finding, c.finding) << c.limit;
+  }
+}
+
+TEST(VerdictTest, LoudnessAtTheEndOfItsScaleBreaksALimitOrLeavesItOpen) {
+  struct {
+    double integrated;
+    Judgement judgement;
+  } const cases[] = {
+      {9.99, Judgement::kFail},
+      {1.01, Judgement::kFail},
+      {1.0, Judgement::kOpen},
+      {-5.0, Judgement::kOpen},  // below the tolerance as it reads, but who knows
+  };
+  for (const auto& c : cases) {
+    Figures figures = Programme(c.integrated, -10.0);
+    figures.isLoudnessAtLeast = true;
+    EXPECT_EQ(Judge(figures, {0.0, 1.0, -1.0}).at(0).judgement, c.judgement) << c.integrated;
+  }
+  Figures figures = Programme(9.99, -10.0);
+  figures.isLoudnessAtLeast = true;
+  EXPECT_EQ(Judge(figures, {0.0, 1.0, -1.0}).at(0).finding,
+            "at least 9.99 LKFS, 9.99 LU above the target");
+}
+
 TEST(VerdictTest, FindingsSayWhichWayAndHowFar) {
   EXPECT_EQ(LoudnessVerdict(-20.0).finding, "-20.00 LKFS, 3.00 LU above the target");
   EXPECT_EQ(LoudnessVerdict(-23.1).finding, "-23.10 LKFS, 0.10 LU below the target");
@@ -97,6 +140,7 @@ TEST(VerdictTest, EachJudgementIsAWord) {
   EXPECT_STREQ(WordFor(Judgement::kPass), "Pass");
   EXPECT_STREQ(WordFor(Judgement::kFail), "Fail");
   EXPECT_STREQ(WordFor(Judgement::kNoReading), "No reading");
+  EXPECT_STREQ(WordFor(Judgement::kOpen), "Open");
 }
 
 TEST(VerdictTest, OneFailureFailsAllAndAMissingReadingLeavesItOpen) {
@@ -105,6 +149,12 @@ TEST(VerdictTest, OneFailureFailsAllAndAMissingReadingLeavesItOpen) {
   EXPECT_EQ(Overall(Judge(Programme(-23.0, 1.0), {})), Judgement::kFail);
   EXPECT_EQ(Overall(Judge(Programme(std::nullopt, -1.0), {})), Judgement::kNoReading);
   EXPECT_EQ(Overall(Judge(Programme(std::nullopt, 1.0), {})), Judgement::kFail);
+  Figures figures = Programme(-23.0, 6.02);
+  figures.isPeakAtLeast = true;
+  EXPECT_EQ(Overall(Judge(figures, {-23.0, 0.5, 10.0})), Judgement::kOpen);
+  EXPECT_EQ(Overall(Judge(figures, {-16.0, 0.5, 10.0})), Judgement::kFail);
+  figures.integrated = std::nullopt;
+  EXPECT_EQ(Overall(Judge(figures, {-23.0, 0.5, 10.0})), Judgement::kNoReading);
 }
 
 TEST(VerdictTest, OnlyTheLimitsOfEbuR128BearItsName) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
 #include <memory>
 #include <optional>
@@ -134,7 +135,7 @@ TEST_F(VerifyServiceTest, AnotherClusterIsReachedByItsNumber) {
 
 TEST_F(VerifyServiceTest, WithoutAServiceThereAreNoFigures) {
   StartVerify({"--wait", "0.2", "--case", "3341-1"});
-  ExpectComplaint("no service has subscribed in time; start LoudCalc -m 1 -c 1\n");
+  ExpectComplaint("no service has subscribed in 0.2 s; start LoudCalc -m 1 -c 1\n");
   EXPECT_EQ(mVerify->StandardOutput(), "");
 }
 
@@ -143,16 +144,50 @@ TEST_F(VerifyServiceTest, AServiceThatDiesIsNoticed) {
   StartVerify({"--case", "3341-9"});
   ASSERT_TRUE(mVerify->WaitForLine("Case  Signal", kPatience));
   mService->Signal(SIGKILL);
-  ExpectComplaint("the service has not ");
+  ExpectComplaint("the service has ended: it has not ");
   EXPECT_THAT(mVerify->StandardOutput(), Not(HasSubstr(" pass")));
 }
 
+TEST_F(VerifyServiceTest, AServiceThatDiesAmidAMeasurementIsNoticedAtOnce) {
+  StartService();
+  louddesk::ServiceUnderTest service(1);
+  service.Connect(kPatience);
+  service.Start({"Left", "Right"}, louddesk::Subject::kLoudness);
+  const louddesk::BlockReading silence;
+  for (int block = 0; block < 10; ++block)
+    service.Feed(silence);
+  service.Read();
+  mService->Signal(SIGKILL);
+  ASSERT_TRUE(mService->WaitForExit(kPatience));
+  service.Feed(silence);
+  const auto begin = std::chrono::steady_clock::now();
+  try {
+    service.Read();
+    FAIL() << "nobody published anything";
+  } catch (const louddesk::ServiceError& error) {
+    EXPECT_STREQ(error.what(),
+                 "the service has ended: it has not published the figures of the last block");
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4));
+}
+
+TEST_F(VerifyServiceTest, AServiceThatHangsIsToldFromOneThatHasEnded) {
+  StartService();
+  StartVerify({"--case", "3341-9"});
+  ASSERT_TRUE(mVerify->WaitForLine("Case  Signal", kPatience));
+  mService->Signal(SIGSTOP);
+  ExpectComplaint("the service does not answer: it has not ");
+  mService->Signal(SIGCONT);
+}
+
+// 130 as for a verification of the engine, which dies of the signal.
 TEST_F(VerifyServiceTest, CtrlCEndsAVerification) {
   StartService();
   StartVerify({"--case", "3341-9"});
   ASSERT_TRUE(mVerify->WaitForLine("Case  Signal", kPatience));
   mVerify->Signal(SIGINT);
-  ExpectComplaint("interrupted\n");
+  ExpectEnd(130);
+  EXPECT_EQ(mVerify->StandardError(), "LoudDesk: interrupted\n");
 }
 
 TEST_F(VerifyServiceTest, APlaceThatIsTakenIsNamed) {

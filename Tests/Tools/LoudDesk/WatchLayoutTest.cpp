@@ -5,6 +5,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <optional>
+#include <string>
+
 #include "LuEnumerations.h"
 
 namespace {
@@ -39,9 +43,10 @@ class WatchLayoutTest : public testing::Test {
     mModel.TakeData(message);
   }
 
-  void Note(const std::string& command) {
+  void Note(const std::string& command, std::optional<std::uint32_t> user = std::nullopt) {
     louddesk::ServiceAnswer answer;
     answer.command = command;
+    answer.user = user;
     mModel.TakeAnswer(answer, kStart, "12:34:56");
   }
 
@@ -111,6 +116,7 @@ TEST_F(WatchLayoutTest, NoReadingIsADash) {
   EXPECT_THAT(Line("True peak"), HasSubstr("      - dBTP"));
   EXPECT_THAT(Line("Integrated"), HasSubstr("  - LKFS"));
   EXPECT_THAT(Line("Integrated"), Not(HasSubstr("LU")));
+  EXPECT_THAT(Picture(), HasSubstr("Loudness range           - LU"));
 }
 
 TEST_F(WatchLayoutTest, SilentServiceIsNotShownFrozen) {
@@ -161,6 +167,48 @@ TEST_F(WatchLayoutTest, LastAcknowledgementsStay) {
     Note("Reset");
   Note("Start");
   EXPECT_THAT(Picture(), HasSubstr("Start acknowledged"));
+}
+
+TEST_F(WatchLayoutTest, UsualWindowHasTheThreeAnswersToANewStart) {
+  Take();
+  for (const unsigned user : {1u, 2u, 3u})
+    Note("Start", user);
+  const std::string picture = Picture();
+  for (const char* user : {"user 1", "user 2", "user 3"})
+    EXPECT_THAT(picture, HasSubstr(user));
+}
+
+// Of 51 columns 11 are the margin, the time and the blanks behind it, one is the other margin: 39
+// are left, 13 of them for " acknowledged".
+TEST_F(WatchLayoutTest, AnswerThatDoesNotFitEndsInDots) {
+  Take();
+  Note(std::string(26, 'a'));
+  Note(std::string(27, 'b'));
+  const std::string picture = Picture({51, 40});
+  EXPECT_THAT(picture, HasSubstr("12:34:56  " + std::string(26, 'a') + " acknowledged\n"));
+  EXPECT_THAT(picture, HasSubstr("12:34:56  " + std::string(27, 'b') + " acknowle...\n"));
+}
+
+TEST_F(WatchLayoutTest, NarrowWindowHasAllFiguresBeforeAHistory) {
+  Take();
+  const std::string picture = Picture({60, 20});
+  for (const char* figure : {"Integrated loudness", "Maximum true peak", "Programme loudness",
+                             "Maximum momentary", "Loudness range", "Maximum short-term"})
+    EXPECT_THAT(picture, HasSubstr(figure));
+  EXPECT_THAT(picture, HasSubstr("Short-term, last "));
+  // 12 rows: header, three bars, status, scale and all six figures.
+  EXPECT_THAT(Picture({60, 12}), HasSubstr("Maximum short-term"));
+  EXPECT_THAT(Picture({60, 12}), Not(HasSubstr("Short-term, last ")));
+}
+
+// In three rows of 27 LU, 0 LU and +9 LU fall into the same one: 18 / 27 of three rows are two.
+TEST_F(WatchLayoutTest, LowHistoryHasNoLabelUponAnother) {
+  Take();
+  const std::string picture = Picture({60, 20});
+  EXPECT_THAT(picture, HasSubstr("\n   +9 "));
+  EXPECT_THAT(picture, HasSubstr("\n  -18 "));
+  EXPECT_THAT(picture, Not(HasSubstr("+0 ")));
+  EXPECT_THAT(Picture(), HasSubstr("\n    0 "));
 }
 
 TEST_F(WatchLayoutTest, SmallestWindowHasStateAndBars) {

@@ -184,6 +184,45 @@ TEST_F(WatchModelTest, RepublicationTellsLateJoinersTheState) {
   EXPECT_TRUE(mModel.Notes().empty());
 }
 
+// The last command is republished every five seconds: it may well come before the first data.
+TEST_F(WatchModelTest, RepublicationBeforeTheFirstDataIsNoSilence) {
+  Take(milliseconds(0), Republished("Start"));
+  EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(0)));
+  EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(999)));
+  EXPECT_EQ(ServiceState::kSilent, StateAt(milliseconds(1000)));
+  Data(milliseconds(1100));
+  EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(1200)));
+}
+
+TEST_F(WatchModelTest, PausedServiceJoinedLateIsPausedAtOnce) {
+  Take(milliseconds(0), Republished("Pause"));
+  EXPECT_EQ(ServiceState::kPaused, StateAt(milliseconds(50)));
+}
+
+TEST_F(WatchModelTest, StartAfterAStopIsNoSilence) {
+  Data(milliseconds(0));
+  Take(milliseconds(100), Acknowledged("Stop"));
+  Take(seconds(10), Acknowledged("Start"));
+  EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(10050)));
+  EXPECT_EQ(ServiceState::kSilent, StateAt(milliseconds(11000)));
+}
+
+TEST_F(WatchModelTest, RepublicationsDoNotPutOffTheSilence) {
+  Data(milliseconds(0));
+  Take(milliseconds(900), Republished("Start"));
+  EXPECT_EQ(ServiceState::kSilent, StateAt(milliseconds(1000)));
+}
+
+// Neither says what the service does.
+TEST_F(WatchModelTest, ResetOrConfigurationAloneIsNoState) {
+  Take(milliseconds(0), Acknowledged("Reset"));
+  EXPECT_EQ(ServiceState::kWaiting, StateAt(milliseconds(10)));
+  Take(milliseconds(20), Answer("IOQVHwmSetLoudnessConfiguration_1",
+                                std::string(R"({"ClusterId":1,"MeterSet":1,"UID":17,"Conf":)") +
+                                    kConfiguration + "}"));
+  EXPECT_EQ(ServiceState::kWaiting, StateAt(milliseconds(30)));
+}
+
 TEST_F(WatchModelTest, AcknowledgementsAreNotedWithTheirTime) {
   Take(milliseconds(0), Acknowledged("Reset"));
   Take(milliseconds(100), Acknowledged("Start"));
@@ -233,6 +272,34 @@ TEST_F(WatchModelTest, HigherPeakIsHeldAnew) {
   Data(milliseconds(2000), WithPeak(-500));
   Data(milliseconds(4000), WithPeak(-2000));
   EXPECT_EQ(-500, mModel.HeldPeak());
+}
+
+TEST_F(WatchModelTest, HeldPeakIsLetGoAtTheRestart) {
+  LoudnessData_t loud = WithPeak(602);
+  loud.MaxTruePeak = 602;
+  Data(milliseconds(0), loud);
+  Data(milliseconds(100), LoudnessData_t{});
+  EXPECT_EQ(kNoTruePeakCode, mModel.HeldPeak());
+  LoudnessData_t soft = WithPeak(-2299);
+  soft.MaxTruePeak = -2299;
+  Data(milliseconds(200), soft);
+  EXPECT_EQ(-2299, mModel.HeldPeak());
+}
+
+// Even where the message without a maximum was missed.
+TEST_F(WatchModelTest, LowerMaximumIsARestart) {
+  LoudnessData_t loud = WithPeak(602);
+  loud.MaxTruePeak = 602;
+  loud.MaxMomentary = -100;
+  loud.ShortTerm = -150;
+  Data(milliseconds(0), loud);
+  LoudnessData_t soft = WithPeak(-2299);
+  soft.MaxTruePeak = -2299;
+  soft.MaxMomentary = -300;
+  soft.ShortTerm = -310;
+  Data(milliseconds(100), soft);
+  EXPECT_EQ(-2299, mModel.HeldPeak());
+  EXPECT_EQ(-310, mModel.MaxShortTerm());
 }
 
 TEST_F(WatchModelTest, HistoryKeepsTheHighestOfTwoSeconds) {

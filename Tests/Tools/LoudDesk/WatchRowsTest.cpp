@@ -49,7 +49,7 @@ TEST(WatchRowsTest, CsvRowHasAFieldForEachName) {
 }
 
 TEST(WatchRowsTest, NoReadingIsEmptyInCsv) {
-  EXPECT_EQ("2024-06-10T09:33:19.007Z,,,,,0.0,,,,0,None,8\n", WatchCsvRow(NoReadings(), kTime));
+  EXPECT_EQ("2024-06-10T09:33:19.007Z,,,,,,,,,0,None,8\n", WatchCsvRow(NoReadings(), kTime));
 }
 
 TEST(WatchRowsTest, JsonRowIsAnObject) {
@@ -62,10 +62,17 @@ TEST(WatchRowsTest, JsonRowIsAnObject) {
 
 TEST(WatchRowsTest, NoReadingIsNullInJson) {
   EXPECT_EQ(R"({"Time":"2024-06-10T09:33:19.007Z","MaxMomentary":null,"Momentary":null,)"
-            R"("ShortTerm":null,"Integrated":null,"Lra":0.0,"Program":null,"MaxTruePeak":null,)"
+            R"("ShortTerm":null,"Integrated":null,"Lra":null,"Program":null,"MaxTruePeak":null,)"
             R"("TruePeak":null,"ValidSource":false,"Command":"None","Cluster":8})"
             "\n",
             WatchJsonRow(NoReadings(), kTime));
+}
+
+TEST(WatchRowsTest, RangeOfASteadyProgrammeIsAReading) {
+  LoudnessMessage message = Message();
+  message.data.Lra = 0;
+  EXPECT_NE(std::string::npos, WatchCsvRow(message, kTime).find(",-10.4,0.0,1.6,"));
+  EXPECT_NE(std::string::npos, WatchJsonRow(message, kTime).find(R"("Lra":0.0,)"));
 }
 
 TEST(WatchRowsTest, CodeOfTheOtherKindIsAReading) {

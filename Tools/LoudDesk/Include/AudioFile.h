@@ -10,15 +10,17 @@
 #include <stdexcept>
 #include <string>
 
-struct sf_private_tag;
+#include "ChannelMap.h"
+#include "PrintableText.h"
 
 namespace louddesk {
 
-/// What keeps a file from being measured. The text is one line that begins with the file's name.
+/// What keeps a file from being measured. The text is one line that begins with the file's name, as
+/// `Printable` shows it.
 class AudioFileError : public std::runtime_error {
  public:
   AudioFileError(const std::string& path, const std::string& reason)
-      : std::runtime_error(path + ": " + reason) {}
+      : std::runtime_error(Printable(path) + ": " + reason) {}
 };
 
 /// One audio file, open for reading from its beginning.
@@ -36,6 +38,9 @@ class AudioFile {
   std::size_t Channels() const { return mChannels; }  // 1 ... 32
   int SampleRate() const { return mSampleRate; }      // Hz, 8000 ... 192000
 
+  /// Position of each channel; empty when the file does not say.
+  const ChannelMap& Positions() const { return mChannelMap; }
+
   /// Frames that the file says it holds; nothing when it does not say, as streams from a pipe.
   std::optional<std::uint64_t> PromisedFrames() const { return mPromisedFrames; }
 
@@ -49,15 +54,16 @@ class AudioFile {
 
  private:
   struct Closer {
-    void operator()(sf_private_tag* file) const;
+    void operator()(SNDFILE* file) const;
   };
 
   void CheckEnd() const;
 
   std::string mPath;
-  std::unique_ptr<sf_private_tag, Closer> mFile;
+  std::unique_ptr<SNDFILE, Closer> mFile;
   std::size_t mChannels = 0;
   int mSampleRate = 0;
+  ChannelMap mChannelMap;
   std::optional<std::uint64_t> mPromisedFrames;
   std::uint64_t mFramesRead = 0;
 };

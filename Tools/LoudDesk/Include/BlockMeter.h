@@ -29,14 +29,21 @@ struct BadSample {
 /// time.
 std::string BadSampleText(const BadSample& sample, int sampleRate);
 
+/// The end of the scale of a channel's power, 2^61 / `channels`, lest the weighted sum over all
+/// channels and four blocks wrap around in the service's 64 bits: +15 LKFS for each of 32 channels,
+/// +30 for a single one. A power that reads so was this or more.
+std::uint64_t LargestBlockPower(std::size_t channels);
+
+/// The end of the scale of the true peak, +6.02 dBTP, because the service keeps 16 bits. A peak
+/// that reads so was this or more.
+constexpr std::uint32_t kLargestBlockPeak = 65535;
+
 /// Power of a channel in the service's integer scale, in which loudness is
-/// 10 log10(P) - 152.6905962 - 0.6974 LKFS, from its K-weighted mean square, full scale 1.0. Powers
-/// above 2^61 / `channels` are given as that, lest the weighted sum over all channels and four
-/// blocks wrap around in the service's 64 bits: +15 LKFS for each of 32 channels, +30 for a single
-/// one.
+/// 10 log10(P) - 152.6905962 - 0.6974 LKFS, from its K-weighted mean square, full scale 1.0, up to
+/// `LargestBlockPower`.
 std::uint64_t BlockPower(double meanSquare, std::size_t channels);
 
-/// True peak in units of 1/32768 of full scale, at most 65535 because the service keeps 16 bits.
+/// True peak in units of 1/32768 of full scale, up to `kLargestBlockPeak`.
 std::uint32_t BlockPeak(float peak);
 
 /// Measures a stream block by block. Block n holds the frames from floor(n x rate / 10) up to but
@@ -61,9 +68,18 @@ class BlockMeter {
   /// number, returns where the first such stands; `reading` and the meter are then as before.
   std::optional<BadSample> Measure(const double* samples, BlockReading& reading);
 
+  /// Measures the `frames` that a stream ends with when they do not make a block any more. They
+  /// have a true peak, as every sample has one, but no power, which is a mean over a whole block:
+  /// the powers read 0. A sample that is no number is returned as by `Measure`. The stream is over
+  /// then. REQUIRES: frames < FramesInNextBlock().
+  std::optional<BadSample> MeasureRest(const double* samples, std::size_t frames,
+                                       BlockReading& reading);
+
  private:
   std::uint64_t FirstFrameOf(std::uint64_t block) const;
   std::optional<BadSample> FindBadSample(const double* samples, std::size_t frames) const;
+  void MeasureFrames(const double* samples, std::size_t frames, ChannelEnergies& energies,
+                     ChannelPeaks& peaks);
   void MeasureChunk(const double* samples, std::size_t frames, ChannelEnergies& energies,
                     ChannelPeaks& peaks);
 

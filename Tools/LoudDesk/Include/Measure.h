@@ -19,7 +19,9 @@ namespace louddesk {
 constexpr unsigned kIntegratedWindow = 7200;
 constexpr unsigned kLraWindow = 10800;
 
-/// The figures of a programme; nothing where there is no reading.
+/// The figures of a programme; nothing where there is no reading. Scales have an end, at which a
+/// figure means that much or more: 6.02 dBTP for true peaks, +10 LKFS for the readings that
+/// integrated and short-term loudness are made from, `LargestBlockPower` for momentary ones.
 struct Figures {
   double seconds = 0.0;                // length of the programme, s
   std::optional<double> integrated;    // gated loudness, LKFS
@@ -32,6 +34,10 @@ struct Figures {
   std::optional<double> momentary;     // loudness of the last 400 ms, LKFS
   std::optional<double> shortTerm;     // loudness of the last 3 s, LKFS
   std::optional<double> truePeak;      // of the last block, dBTP
+  bool isPeakAtLeast = false;          // maxTruePeak is the end of its scale
+  bool isMomentaryAtLeast = false;     // maxMomentary is made from powers at the end of theirs
+  bool isLoudnessAtLeast = false;      // integrated and maxShortTerm are made from readings beyond
+                                       // the end of theirs; lra is missing for the same reason
 };
 
 /// What the gated figures of a programme are made from.
@@ -63,32 +69,45 @@ class ServiceMeter {
   /// Measures the next block, as a raw data message through the dispatcher.
   void Feed(const BlockReading& reading);
 
+  /// Counts the true peaks of what a programme ends with when it is no block any more. There is no
+  /// last block for a momentary, nor last 3 s for a short-term reading then; all other figures stay
+  /// those of whole blocks.
+  void FeedRest(const BlockReading& reading);
+
   /// The figures since the start, read from the engine as it stands; `seconds` is left at 0.
   ///
   /// Integrated loudness and loudness range come from their integrators, not from the once-a-second
   /// results, so that the last block counts. No reading: for any loudness before the fourth block
   /// and in silence below -70 LKFS (the maximum momentary: -99 LKFS), for the range also while its
   /// lower gate, 20 LU below the gated loudness, lies below -70 LKFS; for the true peak when all
-  /// peaks were 0.
+  /// peaks were 0; for the range as well when readings lie beyond the end of their scale.
   Figures Read() const;
 
   /// The histograms behind the integrated loudness and the loudness range as they stand.
   LoudnessDistribution ReadDistribution() const;
 
  private:
+  void CountPeak(const BlockReading& reading);
+  bool ReachesTheEnd(const BlockReading& reading) const;
+  void ReadLoudness(Figures& figures) const;
+
+  SpeakerLayout mSpeakers;
   std::uint64_t mBlocks = 0;       // since the start
-  std::uint32_t mWarmUpPeak = 0;   // largest peak of the blocks whose peaks the engine passes over
+  bool mHasEnded = false;          // with a rest that is no block
+  std::uint32_t mUnseenPeak = 0;   // largest peak of what the engine looks at no peaks of
   std::uint32_t mLargestPeak = 0;  // largest peak since the start
   std::uint32_t mLastPeak = 0;     // largest peak of the last block
   float mMaxShortTerm;             // LKFS
+  bool mAreBlocksAtEnd = false;    // a power that counts was at the end of its scale
+  bool mAreCodesAtEnd = false;     // a momentary reading was beyond the last loudness code
 };
 
-/// Told the frames measured so far, once a block that `Feed` has just taken.
+/// Told the frames measured so far, once a block or rest that the meter has just taken.
 using Progress = std::function<void(std::uint64_t)>;
 
-/// Measures a file from where it stands to its end, block by block. What is left behind the last
-/// whole block is not measured; `seconds` counts it. Throws `AudioFileError` when the file cannot
-/// be read to its end or holds a sample that is no number.
+/// Measures a file from where it stands to its end, block by block. Of what is left behind the last
+/// whole block, less than 100 ms, the true peak counts; loudness is that of whole blocks. Throws
+/// `AudioFileError` when the file cannot be read to its end or holds a sample that is no number.
 Figures MeasureFile(ServiceMeter& meter, AudioFile& file, const SpeakerLayout& speakers,
                     const Progress& progress);
 

@@ -9,8 +9,10 @@
 
 namespace louddesk {
 
-/// What the meter shows at the end of a block; nothing where there is no reading. Single precision
-/// is what the engine computes in.
+/// What the meter shows at the end of a block; nothing where there is no reading. The point of what
+/// a file ends with when it is no block any more has a true peak of its own, no momentary and
+/// short-term loudness, and the other figures of the last block. Single precision is what the
+/// engine computes in.
 struct SeriesPoint {
   double seconds = 0.0;             // end of the block since the start of the file, s
   std::optional<float> momentary;   // loudness of the last 400 ms, LKFS
@@ -24,7 +26,7 @@ struct SeriesPoint {
 struct MeasuredSeries {
   std::string file;                   // path, any bytes
   Figures figures;                    // of the whole file
-  std::vector<SeriesPoint> points;    // one for each 100 ms block, in time
+  std::vector<SeriesPoint> points;    // one for each 100 ms block and one for a rest, in time
   LoudnessDistribution distribution;  // at the end of the file
 };
 

@@ -13,9 +13,10 @@ namespace louddesk {
 /// Needs nothing of a terminal but the carriage return.
 class ProgressBar {
  public:
-  /// A bar for work of `total` steps, in lines of `columns` characters. Writes nothing yet.
-  /// REQUIRES: total > 0.
-  ProgressBar(std::ostream& terminal, std::size_t columns, std::string label, std::uint64_t total);
+  /// A bar for work of `total` steps, in lines of `columns` characters, with the label as
+  /// `Printable` shows it. Writes nothing yet. REQUIRES: total > 0.
+  ProgressBar(std::ostream& terminal, std::size_t columns, const std::string& label,
+              std::uint64_t total);
 
   /// Empties the line.
   ~ProgressBar();

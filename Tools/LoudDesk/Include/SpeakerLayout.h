@@ -31,8 +31,11 @@ std::string CheckSpeakers(const std::string& list);
 /// Center, LowFrequencyEffects, LeftSurround, RightSurround. Nothing for any other number.
 std::optional<SpeakerLayout> UsualLayout(std::size_t channels);
 
-/// The layout of a file: `chosen` when there is one, else the usual one for its channels. Throws
-/// `AudioFileError` when the number of channels is not that of `chosen`, or has no usual layout.
+/// The layout of a file: `chosen` when there is one, else that of the file's own positions, else
+/// the usual one for its channels. Speakers beside the centre front count as Left and Right; those
+/// at the back are the back surrounds only where there are surrounds at the sides too. Throws
+/// `AudioFileError` when the number of channels is not that of `chosen`, when a position has no
+/// text, as overhead, or when there are no positions and no usual layout.
 SpeakerLayout LayoutFor(const AudioFile& file, const std::optional<SpeakerLayout>& chosen);
 
 }  // namespace louddesk

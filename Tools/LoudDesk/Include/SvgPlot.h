@@ -52,7 +52,8 @@ class SvgPlot {
   SvgPlot(std::string id, std::string title, std::string description, Scale x, Scale y,
           int headRoom = 0);
 
-  /// Grid lines with labels below the plot.
+  /// Grid lines with labels below the plot, in further rows where they would touch on the narrowest
+  /// screen.
   void AddXTicks(const std::vector<Tick>& ticks);
 
   /// Grid lines with labels on the left, and on the right where wanted.
@@ -96,6 +97,7 @@ class SvgPlot {
 
  private:
   void AddPath(const std::string& data, const char* style);
+  std::string Margins() const;                  // for a style
   std::string X(double value) const;            // percent
   std::string Y(double value) const;            // percent
   std::string Point(double x, double y) const;  // in the inner drawing
@@ -106,6 +108,7 @@ class SvgPlot {
   Scale mX;
   Scale mY;
   int mHeadRoom;
+  std::size_t mLabelRows = 1;  // below the plot
   std::string mBody;
 };
 

@@ -14,6 +14,7 @@ enum class Judgement {
   kPass,
   kFail,
   kNoReading,  // nothing to judge, as in silence
+  kOpen,       // at least what the scale ends at, which is within the limit
 };
 
 /// One limit and how a programme stands to it.
@@ -29,13 +30,14 @@ std::string NameOf(const LoudnessLimits& limits);
 
 /// The verdicts on the integrated loudness and on the true peak. Figures and limits are judged as
 /// they are written, to a hundredth, so that no verdict contradicts the figure beside it; a figure
-/// on the limit keeps it.
+/// on the limit keeps it. A figure at the end of its scale can break a limit but not keep it.
 std::vector<Verdict> Judge(const Figures& figures, const LoudnessLimits& limits);
 
-/// "Pass", "Fail" or "No reading".
+/// "Pass", "Fail", "No reading" or "Open".
 const char* WordFor(Judgement judgement);
 
-/// That of all verdicts together: fail when one fails, else no reading when one has none.
+/// That of all verdicts together: fail when one fails, else no reading when one has none, else open
+/// when one is.
 Judgement Overall(const std::vector<Verdict>& verdicts);
 
 }  // namespace louddesk

@@ -2,6 +2,9 @@
 
 #include "Acknowledgement.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "JsonAccess.h"
 
 namespace louddesk {
@@ -22,6 +25,14 @@ constexpr TopicEntry kTopics[] = {
     {"IOQVHwmSetLoudnessConfiguration_Repub_", StateKind::kConfiguration, true},
     {"IOQVHwmSetLoudnessConfiguration_", StateKind::kConfiguration, false},
 };
+
+// A command that may be acknowledged as another one.
+struct OtherOutcome {
+  const char* asked;
+  const char* done;
+};
+
+constexpr OtherOutcome kOtherOutcomes[] = {{"Pause", "Stop"}, {"Play", "Start"}};
 
 constexpr char kConfigurationKey[] = "\"Conf\":";
 
@@ -80,6 +91,16 @@ std::optional<ServiceAnswer> ReadAnswer(const StateMessage& message) {
   else if (!json::Read(document, "Command", answer.command))
     return std::nullopt;
   return answer;
+}
+
+bool Settles(const ServiceAnswer& answer, const std::string& asked) {
+  if (answer.kind != StateKind::kAcknowledgement)
+    return false;
+  return answer.command == asked ||
+         std::any_of(std::begin(kOtherOutcomes), std::end(kOtherOutcomes),
+                     [&](const OtherOutcome& other) {
+                       return asked == other.asked && answer.command == other.done;
+                     });
 }
 
 std::string AnswerText(const ServiceAnswer& answer) {

@@ -12,13 +12,16 @@ BlockStream::BlockStream(std::string name, std::unique_ptr<SampleSource> source)
       mMeter(mSource->Channels(), mSource->SampleRate()),
       mSamples(mMeter.MaxFramesInBlock() * mSource->Channels()) {}
 
+// What is left behind the last whole block is no block, but a bad sample in it is one all the same.
 bool BlockStream::Next(BlockReading& block) {
   const std::size_t frames = mMeter.FramesInNextBlock();
-  if (mSource->Read(mSamples.data(), frames) < frames)
-    return false;
-  if (const auto bad = mMeter.Measure(mSamples.data(), block))
+  const std::size_t got = mSource->Read(mSamples.data(), frames);
+  const bool isWhole = got == frames;
+  BlockReading rest;
+  if (const auto bad = isWhole ? mMeter.Measure(mSamples.data(), block)
+                               : mMeter.MeasureRest(mSamples.data(), got, rest))
     throw AudioFileError(mName, BadSampleText(*bad, mSource->SampleRate()));
-  return true;
+  return isWhole;
 }
 
 }  // namespace louddesk

@@ -46,6 +46,10 @@ void RefuseHeldFile(const Endpoint& endpoint) {
 std::string ReasonOfFailure(const Endpoint& endpoint, int error) {
   if (error == EADDRINUSE && !endpoint.IsIpc()) {
     const std::string holder = HolderOfTcpPort(endpoint.address, endpoint.port);
+    // Both boards have an application server of their own, behind the same port.
+    if (holder == ThisHolder() && std::strcmp(MainBoardAddress(), OpticalBoardAddress()) == 0)
+      return std::string("it is the other board's, too; ") + kMainBoardVariable + " and " +
+             kOpticalBoardVariable + " must differ";
     return holder.empty() ? std::string("the port is in use") : "held by " + holder;
   }
   if (error == EADDRNOTAVAIL || error == ENODEV)

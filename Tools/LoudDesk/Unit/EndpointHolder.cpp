@@ -4,6 +4,7 @@
 #include "EndpointHolder.h"
 
 #include <arpa/inet.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -99,6 +100,10 @@ std::string HolderOfTcpPort(const std::string& address, unsigned port) {
       return HolderOfInode(fields[9]);
   }
   return "";
+}
+
+std::string ThisHolder() {
+  return ProcessName(fs::path("/proc") / std::to_string(getpid()));
 }
 
 }  // namespace louddesk

@@ -10,6 +10,9 @@ namespace {
 
 constexpr char kNoReading[] = "-";
 
+constexpr char kRefreshNote[] =
+    "(integrated, programme and range as of their last refresh, once a second)\n";
+
 template <typename... Arguments>
 std::string Format(const char* format, Arguments... arguments) {
   char text[128];
@@ -31,23 +34,31 @@ std::string HundredthsText(std::int16_t code) {
   return code == kNoTruePeakCode ? kNoReading : Format("%.2f", code / 100.0);
 }
 
+bool HasRange(const LoudnessData_t& data) {
+  return data.Lra != 0 || data.Integrated != kNoLoudnessCode;
+}
+
+std::string RangeText(const LoudnessData_t& data) {
+  return HasRange(data) ? TenthsText(data.Lra) : kNoReading;
+}
+
 std::string LiveText(double seconds, const LoudnessData_t& data) {
   return Format("%7.1f s  M %5s  S %5s  I %5s LKFS  LRA %4s LU  TP %6s dBTP", seconds,
                 TenthsText(data.Momentary).c_str(), TenthsText(data.ShortTerm).c_str(),
-                TenthsText(data.Integrated).c_str(), TenthsText(data.Lra).c_str(),
+                TenthsText(data.Integrated).c_str(), RangeText(data).c_str(),
                 HundredthsText(data.TruePeak).c_str());
 }
 
 std::string FinalText(double seconds, const LoudnessData_t& data) {
   return FinalLine("Integrated loudness", TenthsText(data.Integrated), "LKFS") +
          FinalLine("Programme loudness", TenthsText(data.Program), "LKFS") +
-         FinalLine("Loudness range", TenthsText(data.Lra), "LU") +
+         FinalLine("Loudness range", RangeText(data), "LU") +
          FinalLine("Momentary", TenthsText(data.Momentary), "LKFS") +
          FinalLine("Maximum momentary", TenthsText(data.MaxMomentary), "LKFS") +
          FinalLine("Short-term", TenthsText(data.ShortTerm), "LKFS") +
          FinalLine("True peak", HundredthsText(data.TruePeak), "dBTP") +
          FinalLine("Maximum true peak", HundredthsText(data.MaxTruePeak), "dBTP") +
-         FinalLine("Duration", Format("%.1f", seconds), "s");
+         FinalLine("Duration", Format("%.1f", seconds), "s") + kRefreshNote;
 }
 
 }  // namespace louddesk

@@ -40,11 +40,6 @@ void GiveBack() {
     tcsetattr(gTerminal, TCSANOW, &gBefore);
 }
 
-void EndBySignal(int signal) {
-  GiveBack();
-  raise(signal);  // whose handler is the usual one again
-}
-
 // Ctrl-Z: stops as if there were no handler. The next `Take` is after the user has come back.
 void StopBySignal(int signal) {
   const int error = errno;
@@ -72,17 +67,13 @@ struct Handler {
 
 // SIGINT and SIGTERM are the messaging library's: they end the play, and so the object's life.
 const Handler kHandlers[] = {
-    {SIGHUP, EndBySignal, static_cast<int>(SA_RESETHAND)},
-    {SIGQUIT, EndBySignal, static_cast<int>(SA_RESETHAND)},
-    {SIGABRT, EndBySignal, static_cast<int>(SA_RESETHAND)},
-    {SIGSEGV, EndBySignal, static_cast<int>(SA_RESETHAND)},
     {SIGTSTP, StopBySignal, SA_RESTART},
     {SIGTTIN, SIG_IGN, 0},
 };
 
 struct sigaction gUsual[std::size(kHandlers)];  // what was there before the object
 
-// A signal that is ignored, as SIGHUP behind nohup, stays so.
+// A signal that is ignored stays so.
 void Install() {
   for (std::size_t i = 0; i < std::size(kHandlers); ++i) {
     struct sigaction action {};
@@ -101,7 +92,7 @@ void Uninstall() {
 
 }  // namespace
 
-KeyMode::KeyMode(int terminal) {
+KeyMode::KeyMode(int terminal) : mFatalSignals(GiveBack) {
   gTerminal = terminal;
   Install();
 }

@@ -3,6 +3,7 @@
 #include "LiveLine.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace louddesk {
 
@@ -15,7 +16,8 @@ constexpr std::chrono::milliseconds kPipeTolerance{50};
 
 }  // namespace
 
-LiveLine::LiveLine(std::ostream& out, TerminalColumns columns) : mOut(out), mColumns(columns) {}
+LiveLine::LiveLine(std::ostream& out, TerminalColumns columns)
+    : mOut(out), mColumns(std::move(columns)) {}
 
 LiveLine::~LiveLine() {
   Finish();
@@ -33,8 +35,9 @@ void LiveLine::Show(const std::string& text, Time now) {
 }
 
 void LiveLine::Print(const std::string& text) {
+  const std::string first = text.substr(0, text.find('\n'));
   if (mShown > 0)
-    mOut << '\r' << text << std::string(mShown - std::min(mShown, text.size()), ' ');
+    mOut << '\r' << first << BlanksBehind(first.size()) << text.substr(first.size());
   else
     mOut << text;
   mOut << "\n" << std::flush;
@@ -48,12 +51,20 @@ void LiveLine::Finish() {
 }
 
 void LiveLine::Refresh(const std::string& text) {
-  // One column less than there are: many terminals wrap as soon as the last one is written.
-  const std::size_t width = std::max<std::size_t>(*mColumns, 2) - 1;
-  const std::string line = text.substr(0, width);
-  const std::size_t blanks = mShown > line.size() ? std::min(mShown, width) - line.size() : 0;
-  mOut << '\r' << line << std::string(blanks, ' ') << std::flush;
+  const std::string line = text.substr(0, Width());
+  mOut << '\r' << line << BlanksBehind(line.size()) << std::flush;
   mShown = line.size();
+}
+
+// One column less than there are: many terminals wrap as soon as the last one is written.
+std::size_t LiveLine::Width() const {
+  return std::max<std::size_t>(mColumns(), 2) - 1;
+}
+
+// What hides the rest of the terminal's line, of which `length` characters are written over.
+std::string LiveLine::BlanksBehind(std::size_t length) const {
+  const std::size_t shown = std::min(mShown, Width());
+  return std::string(shown - std::min(shown, length), ' ');
 }
 
 }  // namespace louddesk

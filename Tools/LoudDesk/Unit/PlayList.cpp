@@ -82,11 +82,13 @@ std::optional<double> NoiseIn(const std::string& text) {
   return level && IsWithin(kNoiseLevels, *level) ? level : std::nullopt;
 }
 
-const ComplianceCase* FindTestSignal(const std::string& id) {
+// The cases with a signal that an identifier means: one, or all of a document.
+std::vector<const ComplianceCase*> TestSignalsOf(const std::string& id) {
+  std::vector<const ComplianceCase*> signals;
   for (const ComplianceCase& known : ComplianceCases())
-    if (known.id == id && !known.runs.empty())
-      return &known;
-  return nullptr;
+    if (IsMeantBy(known, id) && !known.runs.empty())
+      signals.push_back(&known);
+  return signals;
 }
 
 Playable File(const std::string& path, const std::optional<SpeakerLayout>& speakers) {
@@ -122,19 +124,24 @@ Playable NoisePlayable(const std::string& text, const std::optional<double>& sec
   return Generated("noise " + text, Noise(*level + kNoiseCrestDb), seconds);
 }
 
-void AddTestSignal(const std::string& id, std::vector<Playable>& list) {
-  const ComplianceCase* signal = FindTestSignal(id);
-  if (signal == nullptr)
-    throw PlayListError(CheckTestSignal(id));
+void AddTestSignal(const ComplianceCase& signal, std::vector<Playable>& list) {
   std::size_t number = 0;
-  for (const ComplianceRun& run : signal->runs) {
-    std::string name = "case " + id;
-    if (signal->runs.size() > 1)
-      name += ", " + std::to_string(++number) + " of " + std::to_string(signal->runs.size());
+  for (const ComplianceRun& run : signal.runs) {
+    std::string name = "case " + signal.id;
+    if (signal.runs.size() > 1)
+      name += ", " + std::to_string(++number) + " of " + std::to_string(signal.runs.size());
     list.push_back(
         Generated(std::move(name), run.signal, run.sampleRate > 0 ? run.sampleRate : kSampleRate));
     list.back().isMeasuredFromZero = true;
   }
+}
+
+void AddTestSignals(const std::string& id, std::vector<Playable>& list) {
+  const std::string complaint = CheckTestSignal(id);
+  if (!complaint.empty())
+    throw PlayListError(complaint);
+  for (const ComplianceCase* signal : TestSignalsOf(id))
+    AddTestSignal(*signal, list);
 }
 
 // A tone or noise without an end may only be the very last.
@@ -163,7 +170,7 @@ std::vector<Playable> MakePlayList(const PlayListOptions& options) {
   for (const std::string& noise : options.noises)
     list.push_back(NoisePlayable(noise, options.seconds));
   for (const std::string& id : options.cases)
-    AddTestSignal(id, list);
+    AddTestSignals(id, list);
   return list;
 }
 
@@ -181,7 +188,7 @@ std::string CheckNoise(const std::string& text) {
 }
 
 std::string CheckTestSignal(const std::string& id) {
-  if (FindTestSignal(id) != nullptr)
+  if (!TestSignalsOf(id).empty())
     return "";
   std::string complaint = "\"" + id + "\" is no case that can be played; there are";
   for (const ComplianceCase& known : ComplianceCases())

@@ -27,12 +27,6 @@ constexpr Patience kDataEnded{500};
 constexpr std::chrono::seconds kDataOfADeadService{3};
 constexpr std::chrono::seconds kSilenceOfADeadService{10};
 
-// What an order leads to may begin with a reset, which then settles nothing yet.
-bool IsLast(const ServiceAnswer& answer, const std::string& asked) {
-  return answer.kind == StateKind::kAcknowledgement &&
-         (answer.command != kReset || asked == kReset);
-}
-
 }  // namespace
 
 ServiceControl::ServiceControl(UnitStandIn& unit, LiveLine& line) : mUnit(unit), mLine(line) {}
@@ -106,9 +100,12 @@ void ServiceControl::TakeAnswer(const ServiceAnswer& answer) {
   if (answer.kind == StateKind::kAcknowledgement && answer.command != kReset)
     mDone = answer.command;
   mLine.Print(AnswerText(answer));
-  if (mAwaited && mAwaited->order->kind == OrderKind::kCommand &&
-      answer.cmdTime == mAwaited->timeStamp && IsLast(answer, mAwaited->order->command))
-    mAwaited.reset();
+  if (!mAwaited || mAwaited->order->kind != OrderKind::kCommand ||
+      !Settles(answer, mAwaited->order->command))
+    return;
+  if (answer.cmdTime != mAwaited->timeStamp)
+    mLine.Print(std::string(mAwaited->order->command) + " " + kOtherStampText);
+  mAwaited.reset();
 }
 
 void ServiceControl::Settle(const std::string& line) {

@@ -24,6 +24,7 @@ ServiceStarter::ServiceStarter(UnitStandIn& unit)
     : mUnit(unit), mUser(static_cast<unsigned>(getpid())) {}
 
 bool ServiceStarter::Connect(Patience patience) {
+  mPatience = patience;
   if (!mUnit.WaitUntilSubscribed(patience))
     return false;
   mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic, EnableReportingJson(true));
@@ -34,7 +35,7 @@ std::string ServiceStarter::WhyNotConnected() const {
   const std::string service =
       "LoudCalc -m " + std::to_string(mUnit.MeterSet()) + " -c " + std::to_string(mUnit.Cluster());
   if (!mUnit.HasSubscribers())
-    return "no service has subscribed in time; start " + service;
+    return "no service has subscribed" + InTimeText(mPatience) + "; start " + service;
   return "a service has subscribed, but not as " + service +
          " does: " + mUnit.MissingSubscriptions();
 }

@@ -40,12 +40,17 @@ constexpr char kFooter[] =
     "monitor, log sink and signal processor must be free. The figures shown are those\n"
     "that the service publishes: momentary (M), short-term (S) and integrated (I)\n"
     "loudness, loudness range (LRA) and true peak (TP); - stands for no reading.\n"
+    "Integrated and programme loudness and the range are refreshed once a second: at\n"
+    "the end they may lack the last second, which in a file of a few seconds shows\n"
+    "beside LoudDesk measure. The lowest true peak published is -90.31 dBTP, also of\n"
+    "silence, for which LoudDesk measure has none.\n"
     "\n"
     "Files are played first, then tones, noises and cases, each in the order given.\n"
     "Tones and noises are stereo, at 48 kHz; levels are dBFS, of a tone its peak, of\n"
     "a noise its rms. Without --duration they last until Ctrl-C. Cases are those of\n"
-    "LoudDesk verify but the recordings. Sources of the same speakers are measured\n"
-    "on; others start a new measurement, and so does each signal of a case.\n"
+    "LoudDesk verify but the recordings; 3341 means all of that document. Sources of\n"
+    "the same speakers are measured on; others start a new measurement, and so does\n"
+    "each signal of a case.\n"
     "\n"
     "While something is played, the service takes orders: on a terminal keys, from a\n"
     "pipe or a file lines with the words. An order is shown, and what the service\n"
@@ -57,15 +62,19 @@ constexpr char kFooter[] =
     "print makes the service print the order on its own console. With reporting off,\n"
     "orders wait. The service is in the mode Manual, in which a stop is obeyed; it\n"
     "also stops when reset in a pause.\n"
-    "Ctrl-C and quit end with the figures so far.\n";
+    "\n"
+    "Ctrl-C and quit end with the figures so far and the status 0. The status is 1\n"
+    "when something cannot be played or the service does not answer.\n";
 
-TerminalColumns ColumnsOfTerminal() {
-  if (isatty(STDOUT_FILENO) == 0)
-    return std::nullopt;
+std::size_t ColumnsNow() {
   winsize size{};
   if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
     return kUsualColumns;
   return size.ws_col;
+}
+
+TerminalColumns ColumnsOfTerminal() {
+  return isatty(STDOUT_FILENO) != 0 ? ColumnsNow : TerminalColumns();
 }
 
 // The number of a closed standard input would go to the next thing that is opened.
@@ -149,7 +158,7 @@ void AddPlayerOptions(CLI::App* command, const std::shared_ptr<PlayerOptions>& p
   command->add_option("--speed", player->speed, "Times real time")
       ->capture_default_str()
       ->check(Between(kSlowestSpeed, kFastestSpeed));
-  command->add_option("--meter-set", player->meterSet, "Meter set of the service")
+  command->add_option("--meter-set", player->meterSet, "Meter set of the service; no other is fit")
       ->capture_default_str()
       ->check(CheckMeterSet);
   command->add_option("--cluster", player->cluster, "Cluster of the service")

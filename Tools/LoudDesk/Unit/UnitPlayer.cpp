@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "FiguresText.h"
 
@@ -31,7 +32,7 @@ bool IsInterrupted() {
 UnitPlayer::UnitPlayer(const PlayerOptions& options, std::ostream& out, TerminalColumns columns)
     : mOptions(options),
       mOut(out),
-      mLine(out, columns),
+      mLine(out, std::move(columns)),
       mUnit(options.meterSet, options.cluster),
       mStarter(mUnit),
       mControl(mUnit, mLine) {

@@ -3,6 +3,7 @@
 #include "UnitStandIn.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <iterator>
 #include <utility>
 #include <vector>
@@ -93,6 +94,12 @@ auto TakeFirst(Queue& queue) {
 Patience Remaining(std::chrono::steady_clock::time_point due) {
   const auto left = std::chrono::ceil<Patience>(due - std::chrono::steady_clock::now());
   return std::max(left, Patience{0});
+}
+
+std::string InTimeText(Patience patience) {
+  char text[32];
+  std::snprintf(text, sizeof text, " in %.1f s", static_cast<double>(patience.count()) / 1000);
+  return text;
 }
 
 std::string DataPublisherFile(unsigned meterSet, unsigned cluster) {

@@ -2,6 +2,7 @@
 
 #include "ServiceUnderTest.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "LoudCalcBase.h"
@@ -14,8 +15,13 @@ constexpr unsigned kMeterSet = 1;  // the only one whose service takes presets
 constexpr Patience kStartPatience{5000};
 constexpr Patience kSettlePatience{5000};
 
+// How often a service is looked after that publishes nothing.
+constexpr Patience kGlance{100};
+
 // Half of the thousand messages that either side of a connection keeps before it drops any.
 constexpr unsigned kMostUnsettled = 500;
+
+constexpr char kInterrupted[] = "interrupted";
 
 // Blocks of a measurement that the service publishes nothing of.
 constexpr unsigned kWarmUpBlocks = kMomentaryBlocks - 1;
@@ -40,10 +46,6 @@ std::optional<double> FromTenths(std::int16_t code) {
   return FromCode(code, kNoLoudnessCode, 10.0);
 }
 
-[[noreturn]] void Fail(const std::string& reason) {
-  throw ServiceError(zsys_interrupted ? "interrupted" : reason);
-}
-
 }  // namespace
 
 ServiceUnderTest::ServiceUnderTest(unsigned cluster) : mUnit(kMeterSet, cluster), mStarter(mUnit) {
@@ -52,7 +54,7 @@ ServiceUnderTest::ServiceUnderTest(unsigned cluster) : mUnit(kMeterSet, cluster)
 
 void ServiceUnderTest::Connect(Patience patience) {
   if (!mStarter.Connect(patience))
-    Fail(mStarter.WhyNotConnected());
+    throw ServiceError(zsys_interrupted ? kInterrupted : mStarter.WhyNotConnected());
 }
 
 void ServiceUnderTest::Start(const SpeakerLayout& speakers, Subject subject) {
@@ -61,7 +63,7 @@ void ServiceUnderTest::Start(const SpeakerLayout& speakers, Subject subject) {
   mUnit.DropLogLines();
   mStarter.Restart(speakers);
   if (!mStarter.AwaitRestart(kStartPatience))
-    Fail("the service has not started to measure");
+    Fail("it has not started to measure");
   mUnit.DropLoudnessData();
   mSubject = subject;
   mBlocks = 0;
@@ -96,6 +98,15 @@ MeterReadings ServiceUnderTest::Read() {
   return readings;
 }
 
+// A service that ends takes its subscriptions with it.
+void ServiceUnderTest::Fail(const std::string& reason) const {
+  if (zsys_interrupted)
+    throw ServiceError(kInterrupted);
+  throw ServiceError(
+      (mUnit.HasSubscribers() ? "the service does not answer: " : "the service has ended: ") +
+      reason);
+}
+
 void ServiceUnderTest::Send(const BlockReading& block) {
   mUnit.SendRaw(block);
   ++mUnsettled;
@@ -120,10 +131,11 @@ LoudnessMessage ServiceUnderTest::AwaitMark() {
   const std::int16_t code = CodeOfPeak(mMark);
   const auto end = std::chrono::steady_clock::now() + kSettlePatience;
   for (;;) {
-    const auto message = mUnit.NextLoudnessData(Remaining(end));
-    if (!message)
-      Fail("the service has not published the figures of the last block");
-    if (message->data.TruePeak == code)
+    const Patience patience = Remaining(end);
+    const auto message = mUnit.NextLoudnessData(std::min(patience, kGlance));
+    if (!message && (patience <= kGlance || zsys_interrupted || !mUnit.HasSubscribers()))
+      Fail("it has not published the figures of the last block");
+    if (message && message->data.TruePeak == code)
       return *message;
   }
 }

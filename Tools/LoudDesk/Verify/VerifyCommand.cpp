@@ -3,6 +3,7 @@
 #include "VerifyCommand.h"
 
 #include <czmq.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <cmath>
@@ -19,6 +20,9 @@ namespace louddesk {
 namespace {
 
 constexpr char kErrorPrefix[] = "LoudDesk: ";
+
+// What a shell makes of a program that Ctrl-C has ended, as it ends a verification of the engine.
+constexpr int kInterruptedStatus = 128 + SIGINT;
 
 constexpr double kLongestWait = 3600.0;  // s
 
@@ -51,7 +55,7 @@ constexpr char kFooter[] =
     "be free, as for LoudDesk unit. Figures that must be seen at every block, as in\n"
     "the cases 3341-9 to 3341-12, take real time: all cases take about five minutes.\n"
     "The status is 1 when a figure failed or could not be measured, or the report not\n"
-    "written.\n";
+    "written, and 130 after Ctrl-C.\n";
 
 // What is wrong with an identifier; empty when it means a case.
 std::string CheckCase(const std::string& id) {
@@ -95,7 +99,7 @@ int VerifyService(VerifyOptions options, const ServiceOptions& serviceOptions) {
     return Verify(options, meter, std::cout, std::cerr);
   } catch (const std::runtime_error& error) {
     std::cerr << kErrorPrefix << error.what() << "\n";
-    return 1;
+    return zsys_interrupted ? kInterruptedStatus : 1;
   }
 }
 

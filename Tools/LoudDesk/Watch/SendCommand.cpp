@@ -47,10 +47,10 @@ constexpr char kFooter[] =
     "  LoudDesk send command pause\n"
     "\n"
     "What the service answers is printed; the status is 1 when it does not answer in\n"
-    "time: it subscribes first and acknowledges then. While its reporting is off, as\n"
-    "when it starts, a service keeps what it is sent but carries out and acknowledges\n"
-    "nothing: the first preset goes without an acknowledgement until the reporting is\n"
-    "switched on.\n"
+    "time, or Ctrl-C comes first: it subscribes first and acknowledges then. While\n"
+    "its reporting is off, as when it starts, a service keeps what it is sent but\n"
+    "carries out and acknowledges nothing: the first preset goes without an\n"
+    "acknowledgement until the reporting is switched on.\n"
     "Sending needs the place of the application server of the main board\n"
     "(LOUDCALC_MAIN_BOARD_ADDRESS, port 7000), which no other program may hold.\n";
 
@@ -88,6 +88,11 @@ constexpr char kCommandFooter[] =
     "The acknowledgement is that of the command, or of what it leads to: a start\n"
     "resets first, a play after a stop is a start, a pause while stopped stays a\n"
     "stop. A stop is obeyed in the mode Manual only (LoudDesk send config).\n";
+
+// The help of a kind of message shows only its own options.
+constexpr char kOptionsFooter[] =
+    "\nMore options, for all kinds: --meter-set, --cluster and --timeout, see\n"
+    "LoudDesk send --help.\n";
 
 struct SendOptions {
   unsigned meterSet = 1;
@@ -131,7 +136,7 @@ std::string ReadPreset(const std::string& path) {
 CLI::App* AddKind(CLI::App* send, const char* name, const char* description, const char* footer) {
   CLI::App* kind = send->add_subcommand(name, description);
   kind->fallthrough();
-  kind->footer(footer);
+  kind->footer(std::string(footer) + kOptionsFooter);
   return kind;
 }
 
@@ -247,7 +252,7 @@ void AddSendCommand(CLI::App& app, int& status) {
   CLI::App* send = app.add_subcommand("send", "Send one message to a running service");
   auto options = std::make_shared<SendOptions>();
   send->require_subcommand(1);
-  send->add_option("--meter-set", options->meterSet, "Meter set of the service")
+  send->add_option("--meter-set", options->meterSet, "Meter set of the service; no other is fit")
       ->capture_default_str()
       ->check(CheckMeterSet);
   send->add_option("--cluster", options->cluster, "Cluster of the service")

@@ -3,7 +3,6 @@
 #include "ServiceSender.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "Endpoints.h"
 
@@ -17,12 +16,13 @@ constexpr Patience kDataEnded{500};
 // The ten messages of an invalid source take a second.
 constexpr Patience kInvalidSource{1000};
 
+// What follows an acknowledgement is published in the next ticks of 100 ms.
+constexpr Patience kOwnStamp{1000};
+
 constexpr Patience kSlice{100};
 
 constexpr char kStart[] = "Start";
 constexpr char kStop[] = "Stop";
-constexpr char kPause[] = "Pause";
-constexpr char kPlay[] = "Play";
 
 constexpr char kReportingHint[] =
     "; nothing is carried out while reporting is off (LoudDesk send enable)";
@@ -33,11 +33,6 @@ constexpr char kStopHint[] = "; in the mode Continuous a stop is not obeyed";
 
 bool IsCommand(const ServiceAnswer& answer, const std::string& command) {
   return answer.kind == StateKind::kAcknowledgement && answer.command == command;
-}
-
-// Whether an acknowledgement of `done` is the last of those that `asked` leads to.
-bool Settles(const std::string& asked, const std::string& done) {
-  return done == asked || (asked == kPause && done == kStop) || (asked == kPlay && done == kStart);
 }
 
 }  // namespace
@@ -73,9 +68,9 @@ void ServiceSender::Publish(const std::string& topic, const std::string& json) {
 void ServiceSender::Enable() {
   Publish(kEnableReportingTopic, EnableReportingJson(true));
   const auto end = Clock::now() + mPatience;
-  const auto isAny = [](const ServiceAnswer&) { return true; };
+  const auto isAny = [](const ServiceAnswer&) { return Fit::kFinal; };
   while (Clock::now() < end && zsys_interrupted == 0) {
-    if (ShowAnswers(isAny, Patience{0}) || mUnit.NextLoudnessData(kSlice)) {
+    if (ShowAnswers(isAny, Patience{0}) == Fit::kFinal || mUnit.NextLoudnessData(kSlice)) {
       mOut << "Reporting is on: the service answers" << std::endl;
       return;
     }
@@ -99,7 +94,11 @@ void ServiceSender::Disable() {
 
 void ServiceSender::SendPreset(const std::string& json) {
   Publish(TopicFor(kPresetTopicPrefix, mUnit.MeterSet()), json);
-  Await([](const ServiceAnswer& answer) { return IsCommand(answer, kStart); }, kReportingHint);
+  Await(
+      [](const ServiceAnswer& answer) {
+        return IsCommand(answer, kStart) ? Fit::kFinal : Fit::kNone;
+      },
+      kReportingHint);
 }
 
 void ServiceSender::SendConfiguration(const LoudnessConfiguration& configuration) {
@@ -110,7 +109,7 @@ void ServiceSender::SendConfiguration(const LoudnessConfiguration& configuration
       [&json, &isInForce](const ServiceAnswer& answer) {
         isInForce =
             isInForce || (answer.kind == StateKind::kConfiguration && answer.configuration == json);
-        return isInForce && IsCommand(answer, kStart);
+        return isInForce && IsCommand(answer, kStart) ? Fit::kFinal : Fit::kNone;
       },
       kCommandHint);
 }
@@ -119,44 +118,54 @@ void ServiceSender::SendCommand(LoudnessCommand command) {
   command.clusterId = mUnit.Cluster();
   command.meterSet = mUnit.MeterSet();
   Publish(TopicFor(kCommandTopicPrefix, mUnit.MeterSet()), command.Json());
-  Await(
-      [&command](const ServiceAnswer& answer) {
-        return answer.kind == StateKind::kAcknowledgement && answer.cmdTime == command.timeStamp &&
-               Settles(command.command, answer.command);
-      },
-      std::string(kCommandHint) + (command.command == kStop ? kStopHint : ""));
+  const auto judge = [&command](const ServiceAnswer& answer) {
+    if (!Settles(answer, command.command))
+      return Fit::kNone;
+    return answer.cmdTime == command.timeStamp ? Fit::kFinal : Fit::kLikely;
+  };
+  const std::string hint = std::string(kCommandHint) + (command.command == kStop ? kStopHint : "");
+  if (Await(judge, hint) == Fit::kLikely)
+    mOut << command.command << " " << kOtherStampText << std::endl;
 }
 
 // Once the service has said that the source is invalid, it has nothing else to say of a preset; but
 // that may have been the preset before.
-void ServiceSender::Await(const IsFinal& isFinal, const std::string& hint) {
+ServiceSender::Fit ServiceSender::Await(const Judge& judge, const std::string& hint) {
   auto end = Clock::now() + mPatience;
+  const auto shorten = [&end](Patience left) { end = std::min(end, Clock::now() + left); };
+  Fit best = Fit::kNone;
   bool isInvalid = false;
-  while (Clock::now() < end && zsys_interrupted == 0) {
-    if (ShowAnswers(isFinal, kSlice))
-      return;
+  while (best != Fit::kFinal && Clock::now() < end && zsys_interrupted == 0) {
+    const Fit fit = ShowAnswers(judge, kSlice);
+    if (fit > best)
+      shorten(kOwnStamp);
+    best = std::max(best, fit);
     if (!isInvalid && SawInvalidSource()) {
       isInvalid = true;
-      end = std::min(end, Clock::now() + kInvalidSource);
+      shorten(kInvalidSource);
     }
   }
+  if (best != Fit::kNone)
+    return best;
   if (isInvalid)
     throw SendError("the source is invalid: the preset was refused, or has no meters for cluster " +
                     std::to_string(mUnit.Cluster()));
   throw SendError("no acknowledgement" + InTime() + hint);
 }
 
-// Whether the final one was among those that came within `patience`.
-bool ServiceSender::ShowAnswers(const IsFinal& isFinal, Patience patience) {
-  while (const auto state = mUnit.NextState(patience)) {
+// The best of those that came within `patience`; after a final one nothing is taken.
+ServiceSender::Fit ServiceSender::ShowAnswers(const Judge& judge, Patience patience) {
+  Fit best = Fit::kNone;
+  while (const auto state = mUnit.NextState(best == Fit::kNone ? patience : Patience{0})) {
     const auto answer = ReadAnswer(*state);
     if (!answer || answer->isRepublished)
       continue;
     mOut << AnswerText(*answer) << std::endl;
-    if (isFinal(*answer))
-      return true;
+    best = std::max(best, judge(*answer));
+    if (best == Fit::kFinal)
+      break;
   }
-  return false;
+  return best;
 }
 
 bool ServiceSender::SawInvalidSource() {
@@ -167,11 +176,7 @@ bool ServiceSender::SawInvalidSource() {
 }
 
 std::string ServiceSender::InTime() const {
-  if (zsys_interrupted != 0)
-    return ": interrupted";
-  char text[32];
-  std::snprintf(text, sizeof text, " in %.1f s", static_cast<double>(mPatience.count()) / 1000);
-  return text;
+  return zsys_interrupted != 0 ? ": interrupted" : InTimeText(mPatience);
 }
 
 }  // namespace louddesk

@@ -52,18 +52,36 @@ Glyphs GlyphsOfLocale() {
   return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0 ? Glyphs::kBlocks : Glyphs::kAscii;
 }
 
-std::string UnknownTerminal() {
+std::string UnusableTerminal(const char* reason) {
   const char* name = std::getenv("TERM");
-  return std::string("the terminal \"") + (name == nullptr ? "" : name) +
-         "\" is not known; set TERM, or use --format csv or json";
+  return std::string("the terminal \"") + (name == nullptr ? "" : name) + "\" " + reason +
+         "; set TERM, or use --format csv or json";
+}
+
+// Without one a picture would be a heap of characters on one line.
+bool CanPlaceCursor() {
+  return tigetstr("cup") != nullptr;
+}
+
+// https://no-color.org: present and not empty.
+bool WantsNoColours() {
+  const char* const wish = std::getenv("NO_COLOR");
+  return wish != nullptr && *wish != '\0';
 }
 
 }  // namespace
 
 Terminal::Terminal() : mGlyphs(GlyphsOfLocale()), mHasKeys(isatty(STDIN_FILENO) != 0) {
+  const ShellMode shell;
   mScreen = newterm(nullptr, stdout, stdin);
   if (mScreen == nullptr)
-    throw TerminalError(UnknownTerminal());
+    throw TerminalError(UnusableTerminal("is not known"));
+  if (!CanPlaceCursor()) {
+    endwin();
+    delscreen(mScreen);
+    throw TerminalError(UnusableTerminal("cannot place its cursor"));
+  }
+  mRescue.emplace(shell);
   cbreak();
   noecho();
   curs_set(0);
@@ -75,11 +93,12 @@ Terminal::Terminal() : mGlyphs(GlyphsOfLocale()), mHasKeys(isatty(STDIN_FILENO) 
 Terminal::~Terminal() {
   curs_set(1);
   endwin();
+  mRescue.reset();
   delscreen(mScreen);
 }
 
 void Terminal::PrepareColours() {
-  if (!has_colors() || start_color() == ERR || use_default_colors() == ERR)
+  if (WantsNoColours() || !has_colors() || start_color() == ERR || use_default_colors() == ERR)
     return;
   init_pair(kGoodPair, COLOR_GREEN, kNoBackground);
   init_pair(kAlertPair, COLOR_RED, kNoBackground);

@@ -1,10 +1,10 @@
-// Layout of the live meter. The parts are a table from top to bottom; each gets its rows by rank.
+// Layout of the live meter: the parts from top to bottom, and in which order they get their rows.
 
 #include "WatchLayout.h"
 
 #include <algorithm>
 #include <array>
-#include <iterator>
+#include <limits>
 
 namespace louddesk {
 
@@ -12,58 +12,100 @@ namespace {
 
 void DrawNothing(const PartView&, RowSpan) {}
 
-// A part of the window. Parts get their least rows in the order of rank, as far as they fit; what
-// is left goes to those that can use more.
-struct Part {
-  void (*draw)(const PartView& view, RowSpan rows);
-  unsigned rank;      // 1 comes first
-  std::size_t least;  // rows
-  std::size_t most;   // rows
-  unsigned growth;    // rows in a round of growing
+// The parts of the window from top to bottom.
+enum PartPlace : std::size_t {
+  kHeader,
+  kStatus,
+  kGapAboveBars,
+  kLoudnessScale,
+  kLoudnessBars,
+  kGapAbovePeak,
+  kPeakBar,
+  kPeakScale,
+  kFiguresRule,
+  kFigures,
+  kHistory,
+  kNotes,
+  kFooter,
+  kPartCount
 };
 
-constexpr std::size_t kAnyRows = 1000;
+using Draw = void (*)(const PartView& view, RowSpan rows);
 
-constexpr Part kParts[] = {
-    {DrawHeader, 1, 1, 1, 0},         //
-    {DrawStatus, 5, 1, 1, 0},         //
-    {DrawNothing, 12, 1, 1, 0},       //
-    {DrawLoudnessScale, 6, 1, 1, 0},  //
-    {DrawLoudnessBars, 2, 2, 2, 0},   //
-    {DrawNothing, 13, 1, 1, 0},       //
-    {DrawPeakBar, 4, 1, 1, 0},        //
-    {DrawPeakScale, 10, 1, 1, 0},     //
-    {DrawFiguresRule, 9, 1, 1, 0},    //
-    {DrawFigures, 3, 3, 3, 0},        //
-    {DrawHistoryPart, 8, 4, kAnyRows, 3},
-    {DrawNotes, 7, 2, 12, 1},
-    {DrawFooter, 11, 1, 1, 0},
+constexpr Draw kDraw[kPartCount] = {
+    DrawHeader,         //
+    DrawStatus,         //
+    DrawNothing,        //
+    DrawLoudnessScale,  //
+    DrawLoudnessBars,   //
+    DrawNothing,        //
+    DrawPeakBar,        //
+    DrawPeakScale,      //
+    DrawFiguresRule,    //
+    DrawFigures,        //
+    DrawHistoryPart,    //
+    DrawNotes,          //
+    DrawFooter,         //
 };
 
-using Heights = std::array<std::size_t, std::size(kParts)>;
+// Rows for a part. Shares are given in their order, as far as they fit.
+struct Share {
+  PartPlace part;
+  std::size_t rows;
+};
 
-std::size_t GiveLeastRows(Heights& heights, std::size_t rows) {
-  for (unsigned rank = 1; rank <= std::size(kParts); ++rank)
-    for (std::size_t i = 0; i < std::size(kParts); ++i)
-      if (kParts[i].rank == rank && kParts[i].least <= rows) {
-        heights[i] = kParts[i].least;
-        rows -= kParts[i].least;
-      }
-  return rows;
+// Figures twice: the second half needs rows of its own where the window is narrow. Notes twice: a
+// new start has three answers.
+constexpr Share kShares[] = {
+    {kHeader, 1},         //
+    {kLoudnessBars, 2},   //
+    {kFigures, 3},        //
+    {kPeakBar, 1},        //
+    {kStatus, 1},         //
+    {kLoudnessScale, 1},  //
+    {kFigures, 3},        //
+    {kFiguresRule, 1},    //
+    {kNotes, 2},          //
+    {kHistory, 4},        //
+    {kPeakScale, 1},      //
+    {kNotes, 2},          //
+    {kFooter, 1},         //
+    {kGapAboveBars, 1},   //
+    {kGapAbovePeak, 1},   //
+};
+
+// What is left goes to these, in rounds.
+constexpr Share kGrowth[] = {{kHistory, 3}, {kNotes, 1}};
+
+constexpr std::size_t kMostNotes = 12;  // with their rule
+
+using Heights = std::array<std::size_t, kPartCount>;
+
+std::size_t MostRows(PartPlace part, std::size_t columns) {
+  if (part == kFigures)
+    return FigureRows(columns);
+  return part == kNotes ? kMostNotes : std::numeric_limits<std::size_t>::max();
 }
 
-void Grow(Heights& heights, std::size_t rows) {
-  for (std::size_t before = rows + 1; rows > 0 && rows < before;) {
-    before = rows;
-    for (std::size_t i = 0; i < std::size(kParts); ++i) {
-      if (heights[i] == 0)
-        continue;
-      const std::size_t more =
-          std::min({std::size_t{kParts[i].growth}, kParts[i].most - heights[i], rows});
-      heights[i] += more;
-      rows -= more;
-    }
+Heights GiveRows(ScreenSize size) {
+  Heights heights{};
+  std::size_t left = size.rows;
+  const auto give = [&](PartPlace part, std::size_t rows) {
+    heights[part] += rows;
+    left -= rows;
+  };
+  for (const Share& share : kShares)
+    if (share.rows <= left &&
+        heights[share.part] + share.rows <= MostRows(share.part, size.columns))
+      give(share.part, share.rows);
+  for (std::size_t before = left + 1; left < before;) {
+    before = left;
+    for (const Share& share : kGrowth)
+      if (heights[share.part] > 0)
+        give(share.part, std::min({share.rows, left,
+                                   MostRows(share.part, size.columns) - heights[share.part]}));
   }
+  return heights;
 }
 
 TextScreen TooSmall(ScreenSize size) {
@@ -82,13 +124,12 @@ TextScreen ComposeWatch(const WatchModel& model, const WatchLook& look, ScreenSi
     return TooSmall(size);
   TextScreen screen(size);
   const PartView view{model, look, now, screen};
-  Heights heights{};
-  Grow(heights, GiveLeastRows(heights, size.rows));
+  const Heights heights = GiveRows(size);
   std::size_t row = 0;
-  for (std::size_t i = 0; i < std::size(kParts); ++i) {
-    if (heights[i] > 0)
-      kParts[i].draw(view, {row, heights[i]});
-    row += heights[i];
+  for (std::size_t part = 0; part < kPartCount; ++part) {
+    if (heights[part] > 0)
+      kDraw[part](view, {row, heights[part]});
+    row += heights[part];
   }
   return screen;
 }

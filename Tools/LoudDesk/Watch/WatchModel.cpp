@@ -41,19 +41,42 @@ const char* StateName(ServiceState state) {
   return "";
 }
 
+const char* StateHint(ServiceState state) {
+  switch (state) {
+    case ServiceState::kAbsent:
+      return "nobody publishes here";
+    case ServiceState::kWaiting:
+      return "connected, nothing said yet";
+    case ServiceState::kNotStarted:
+      return "nothing measured yet";
+    case ServiceState::kSilent:
+      return "no data: reporting is off, or it hangs";
+    case ServiceState::kDead:
+      return "the service is gone";
+    default:
+      return "";
+  }
+}
+
 void WatchModel::TakeData(const LoudnessMessage& message) {
   Advance(message.time);
+  if (IsRestart(message.data)) {
+    mMaxShortTerm = kNoLoudnessCode;
+    mHeldPeak = kNoTruePeakCode;
+  }
   mLastData = message.time;
   mData = message.data;
   mIsSourceValid = message.validSource != 0;
   mCluster = message.cluster;
   mCommand = cLuCmd::ConvertToLuCmdStrFromEnum(static_cast<LuCmd_e>(message.command));
-  // Only a restarted measurement has no maximum.
-  if (mData.MaxMomentary == kNoLoudnessCode)
-    mMaxShortTerm = kNoLoudnessCode;
   mMaxShortTerm = std::max(mMaxShortTerm, mData.ShortTerm);
   mHistory.back() = std::max(mHistory.back(), mData.ShortTerm);
   HoldPeak(message.time);
+}
+
+// A maximum falls only where the measurement begins anew.
+bool WatchModel::IsRestart(const LoudnessData_t& data) const {
+  return data.MaxMomentary < mData.MaxMomentary || data.MaxTruePeak < mData.MaxTruePeak;
 }
 
 void WatchModel::HoldPeak(Time time) {
@@ -65,9 +88,12 @@ void WatchModel::HoldPeak(Time time) {
 
 void WatchModel::TakeAnswer(const ServiceAnswer& answer, Time time, const std::string& localTime) {
   mLastAnswer = time;
+  const bool wasDue = IsDataDue();
   // A reset does not become the last command.
   if (answer.kind == StateKind::kAcknowledgement && answer.command != kReset)
     mCommand = answer.command;
+  if (!wasDue && IsDataDue())
+    mDueSince = time;
   if (answer.isRepublished)
     return;
   mNotes.push_back({localTime, AnswerText(answer)});
@@ -90,18 +116,25 @@ std::optional<std::chrono::milliseconds> WatchModel::Age(Time now) const {
   return std::chrono::duration_cast<std::chrono::milliseconds>(now - *last);
 }
 
+bool WatchModel::IsDataDue() const {
+  return !mCommand.empty() && mCommand != kNone && mCommand != kStop;
+}
+
 ServiceState WatchModel::State(Time now) const {
   const auto age = Age(now);
   if (!age)
     return mIsConnected ? ServiceState::kWaiting : ServiceState::kAbsent;
-  const bool hasData = mLastData && now - *mLastData < kSilenceAfter;
-  if (!hasData && (!mIsConnected || *age >= kDeadAfter))
+  const std::optional<Time> heard = std::max(mLastData, mDueSince);
+  const bool isSilent = !heard || now - *heard >= kSilenceAfter;
+  if (isSilent && (!mIsConnected || *age >= kDeadAfter))
     return ServiceState::kDead;
+  if (mCommand.empty())
+    return ServiceState::kWaiting;
   if (mCommand == kStop)
     return ServiceState::kStopped;
   if (mCommand == kNone)
     return ServiceState::kNotStarted;
-  if (!hasData)
+  if (isSilent)
     return ServiceState::kSilent;
   return mCommand == kPause ? ServiceState::kPaused : ServiceState::kRunning;
 }

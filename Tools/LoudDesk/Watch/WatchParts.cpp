@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdio>
 #include <deque>
+#include <set>
 
 #include "FiguresText.h"
 
@@ -81,6 +82,14 @@ CellRun BarRun(const PartView& view, std::size_t row) {
   return {row, begin, columns - begin - kValueWidth - relative};
 }
 
+// A text that does not end there ends in dots.
+std::string Shortened(const std::string& text, std::size_t room) {
+  constexpr char kDots[] = "...";
+  if (text.size() <= room)
+    return text;
+  return (text.substr(0, room - std::min(room, sizeof kDots - 1)) + kDots).substr(0, room);
+}
+
 void DrawRule(const PartView& view, std::size_t row, const std::string& title) {
   const char32_t line = view.look.glyphs == Glyphs::kBlocks ? U'\u2500' : U'-';
   for (std::size_t i = kMargin; i + kMargin < view.screen.Columns(); ++i)
@@ -98,24 +107,6 @@ std::string SourceText(const WatchModel& model) {
   if (!model.IsSourceValid())
     return "Source unknown";
   return *model.IsSourceValid() ? "Source valid" : "No source";
-}
-
-// What to do or to think of a state that the user may not expect.
-const char* Hint(ServiceState state) {
-  switch (state) {
-    case ServiceState::kAbsent:
-      return "nobody publishes here";
-    case ServiceState::kWaiting:
-      return "connected, nothing said yet";
-    case ServiceState::kNotStarted:
-      return "nothing measured yet";
-    case ServiceState::kSilent:
-      return "no data: reporting is off, or it hangs";
-    case ServiceState::kDead:
-      return "the service is gone";
-    default:
-      return "";
-  }
 }
 
 std::string AgeText(const PartView& view) {
@@ -157,8 +148,14 @@ bool IsAbove(std::optional<double> value, double limit) {
   return value && *value > limit;
 }
 
+constexpr std::size_t kFigureCount = 6;
+
+std::size_t FiguresAcross(std::size_t columns) {
+  return columns >= kColumnsForTwoColumns ? 2 : 1;
+}
+
 // In the order of importance.
-std::array<Figure, 6> FiguresOf(const PartView& view) {
+std::array<Figure, kFigureCount> FiguresOf(const PartView& view) {
   const LoudnessData_t& data = view.model.Data();
   const double target = view.look.target;
   const auto loudness = [target](const char* name, std::int16_t code, bool isAlert) {
@@ -173,7 +170,7 @@ std::array<Figure, 6> FiguresOf(const PartView& view) {
        {"Maximum true peak", HundredthsText(data.MaxTruePeak), "dBTP", isHot ? "OVER" : "", isHot},
        loudness("Programme loudness", data.Program, isLoud(data.Program)),
        loudness("Maximum momentary", data.MaxMomentary, false),
-       {"Loudness range", TenthsText(data.Lra), "LU", "", false},
+       {"Loudness range", RangeText(data), "LU", "", false},
        loudness("Maximum short-term", view.model.MaxShortTerm(), false)}};
 }
 
@@ -209,11 +206,18 @@ std::deque<std::optional<double>> RelativeHistory(const PartView& view) {
   return values;
 }
 
-void DrawAxis(const PartView& view, const CellArea& area, double lu) {
-  char text[16];
-  std::snprintf(text, sizeof text, lu > 0 ? "%+.0f" : "%.0f", lu);
-  view.screen.WriteRight(area.row + RowOf(area, LuRange(view.look), lu), kMargin + kAxisWidth - 1,
-                         text, Ink::kFaint);
+// Both ends of the scale, and the target where that has a row of its own.
+void DrawAxis(const PartView& view, const CellArea& area) {
+  const Scale& scale = ScaleOf(view.look);
+  std::set<std::size_t> taken;
+  for (const double lu : {scale.low, scale.high, 0.0}) {
+    const std::size_t row = area.row + RowOf(area, LuRange(view.look), lu);
+    if (!taken.insert(row).second)
+      continue;
+    char text[16];
+    std::snprintf(text, sizeof text, lu > 0 ? "%+.0f" : "%.0f", lu);
+    view.screen.WriteRight(row, kMargin + kAxisWidth - 1, text, Ink::kFaint);
+  }
 }
 
 }  // namespace
@@ -234,14 +238,14 @@ void DrawHeader(const PartView& view, RowSpan rows) {
 
 void DrawStatus(const PartView& view, RowSpan rows) {
   std::string text = SourceText(view.model);
-  const std::string hint = Hint(view.model.State(view.now));
+  const std::string hint = StateHint(view.model.State(view.now));
   if (!hint.empty())
     text += text.empty() ? hint : "; " + hint;
   const bool isBad = view.model.IsSourceValid() == std::optional<bool>(false);
   const std::string age = AgeText(view);
   const std::size_t columns = view.screen.Columns();
   const std::size_t room = columns - std::min(columns, age.size() + 2 * kMargin + 2);
-  view.screen.Write(rows.first, kMargin, text.substr(0, room), isBad ? Ink::kAlert : Ink::kPlain);
+  view.screen.Write(rows.first, kMargin, Shortened(text, room), isBad ? Ink::kAlert : Ink::kPlain);
   view.screen.WriteRight(rows.first, columns - kMargin, age,
                          IsAlarming(view.model.State(view.now)) ? Ink::kAlert : Ink::kPlain);
 }
@@ -285,9 +289,13 @@ void DrawFiguresRule(const PartView& view, RowSpan rows) {
   DrawRule(view, rows.first, title);
 }
 
+std::size_t FigureRows(std::size_t columns) {
+  return kFigureCount / FiguresAcross(columns);
+}
+
 void DrawFigures(const PartView& view, RowSpan rows) {
   const auto figures = FiguresOf(view);
-  const std::size_t across = view.screen.Columns() >= kColumnsForTwoColumns ? 2 : 1;
+  const std::size_t across = FiguresAcross(view.screen.Columns());
   const std::size_t second = std::max(kFigureWidth, view.screen.Columns() / 2);
   for (std::size_t i = 0; i < std::min(figures.size(), rows.count * across); ++i) {
     const std::size_t column = kMargin + (i % across == 0 ? 0 : second - kMargin);
@@ -301,8 +309,7 @@ void DrawHistoryPart(const PartView& view, RowSpan rows) {
                          rows.count - 1};
   DrawRule(view, rows.first, SpanText(std::min(area.width, kMaxHistory)) + " (LU)");
   DrawHistory(view.screen, area, LuRange(view.look), 0.0, RelativeHistory(view), view.look.glyphs);
-  for (const double lu : {ScaleOf(view.look).low, ScaleOf(view.look).high, 0.0})
-    DrawAxis(view, area, lu);
+  DrawAxis(view, area);
 }
 
 // The newest at the bottom.
@@ -315,8 +322,9 @@ void DrawNotes(const PartView& view, RowSpan rows) {
   for (std::size_t i = 0; i < count; ++i) {
     const WatchModel::Note& note = notes[notes.size() - count + i];
     view.screen.Write(rows.first + 1 + i, kMargin, note.localTime, Ink::kFaint);
-    view.screen.Write(rows.first + 1 + i, kMargin + note.localTime.size() + 2, note.text,
-                      Ink::kPlain);
+    const std::size_t column = kMargin + note.localTime.size() + 2;
+    view.screen.Write(rows.first + 1 + i, column,
+                      Shortened(note.text, view.screen.Columns() - kMargin - column), Ink::kPlain);
   }
 }
 

@@ -41,7 +41,8 @@ constexpr char kClusterName[] = "Cluster";
 // The figure, or `missing` where there is no reading.
 std::string ValueText(const LoudnessData_t& data, const Field& field, const char* missing) {
   const std::int16_t code = data.*field.code;
-  if (code == (field.isPeak ? kNoTruePeakCode : kNoLoudnessCode))
+  const bool isRange = field.code == &LoudnessData_t::Lra;
+  if (code == (field.isPeak ? kNoTruePeakCode : kNoLoudnessCode) || (isRange && !HasRange(data)))
     return missing;
   return field.isPeak ? HundredthsText(code) : TenthsText(code);
 }

@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
+#include <string>
 
+#include "Complaints.h"
 #include "ServiceFeed.h"
 #include "WatchViews.h"
 
@@ -14,8 +17,6 @@ namespace louddesk {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-constexpr char kErrorPrefix[] = "LoudDesk: ";
 
 // How often the picture is made anew when nothing arrives.
 constexpr std::chrono::milliseconds kRefresh{100};
@@ -26,14 +27,15 @@ WallTime WallTimeOf(WatchModel::Time time) {
   return std::chrono::system_clock::now() - ago;
 }
 
-std::unique_ptr<WatchView> MakeView(const WatchOptions& options, std::ostream& out) {
+std::unique_ptr<WatchView> MakeView(const WatchOptions& options, std::ostream& out,
+                                    std::ostream& errors) {
   switch (options.format) {
     case WatchFormat::kScreen:
       return std::make_unique<ScreenView>(options.look);
     case WatchFormat::kCsv:
-      return std::make_unique<RowView>(out, RowView::Style::kCsv);
+      return std::make_unique<RowView>(out, errors, RowView::Style::kCsv, Clock::now());
     case WatchFormat::kJson:
-      return std::make_unique<RowView>(out, RowView::Style::kJson);
+      return std::make_unique<RowView>(out, errors, RowView::Style::kJson, Clock::now());
     case WatchFormat::kLines:
       break;
   }
@@ -60,15 +62,12 @@ class WatchSession {
   }
 
   /// Lines about what the user must know and has not seen.
-  int Conclude(std::ostream& errors) const {
+  void Conclude(Complaints& complaints) const {
     if (mMalformed > 0)
-      errors << kErrorPrefix << mMalformed << " loudness messages of an unknown form passed over\n";
-    if (mTaken > 0 || !mOptions.seconds || !HasTimeEnded())
-      return 0;
-    errors << kErrorPrefix << "no loudness data from meter set " << mOptions.look.meterSet
-           << ", cluster " << mOptions.look.cluster << " in " << *mOptions.seconds << " s ("
-           << StateName(mModel.State(Clock::now())) << ")\n";
-    return 1;
+      complaints.Note(std::to_string(mMalformed) +
+                      " loudness messages of an unknown form passed over");
+    if (mTaken == 0 && HasTimeEnded())
+      complaints.Add(NoDataText());
   }
 
  private:
@@ -77,6 +76,14 @@ class WatchSession {
   bool HasTimeEnded() const {
     return mOptions.seconds &&
            Clock::now() - mStart >= std::chrono::duration<double>(*mOptions.seconds);
+  }
+
+  std::string NoDataText() const {
+    std::ostringstream text;
+    text << "no loudness data from meter set " << mOptions.look.meterSet << ", cluster "
+         << mOptions.look.cluster << " in " << *mOptions.seconds << " s ("
+         << StateName(mModel.State(Clock::now())) << ")";
+    return text.str();
   }
 
   bool IsOver() const { return IsComplete() || HasTimeEnded(); }
@@ -128,18 +135,18 @@ class WatchSession {
 }  // namespace
 
 int Watch(const WatchOptions& options, std::ostream& out, std::ostream& errors) {
+  Complaints complaints(errors);
   try {
     WatchSession session(options);
-    session.Run(*MakeView(options, out), out);
-    if (!out) {
-      errors << kErrorPrefix << "the figures could not be written\n";
-      return 1;
-    }
-    return session.Conclude(errors);
+    session.Run(*MakeView(options, out, errors), out);
+    if (out)
+      session.Conclude(complaints);
+    else
+      complaints.Add("the figures could not be written");
   } catch (const std::runtime_error& error) {
-    errors << kErrorPrefix << error.what() << "\n";
-    return 1;
+    complaints.Add(error.what());
   }
+  return complaints.Status();
 }
 
 }  // namespace louddesk

@@ -10,20 +10,37 @@ namespace {
 
 constexpr std::chrono::milliseconds kFirstMoments{500};
 
+// "NO SERVICE: nobody publishes here".
+std::string StateText(ServiceState state) {
+  const std::string hint = StateHint(state);
+  return StateName(state) + (hint.empty() ? "" : ": " + hint);
+}
+
 }  // namespace
 
-RowView::RowView(std::ostream& out, Style style) : mOut(out), mStyle(style) {
+RowView::RowView(std::ostream& out, std::ostream& errors, Style style, WatchModel::Time start)
+    : mOut(out), mComplaints(errors), mStyle(style), mLast(start) {
   if (mStyle == Style::kCsv)
     mOut << WatchCsvHeader() << std::flush;
 }
 
 void RowView::ShowData(const LoudnessMessage& message, WallTime time) {
+  mLast = message.time;
   mOut << (mStyle == Style::kCsv ? WatchCsvRow(message, time) : WatchJsonRow(message, time))
        << std::flush;
 }
 
+void RowView::Refresh(const WatchModel& model, WatchModel::Time now) {
+  const bool isQuiet = now - mLast >= kSilenceAfter;
+  if (isQuiet == mIsQuiet)
+    return;
+  mIsQuiet = isQuiet;
+  mComplaints.Note(isQuiet ? "no loudness data comes (" + StateText(model.State(now)) + ")"
+                           : "loudness data comes now");
+}
+
 LineView::LineView(std::ostream& out, WatchModel::Time start)
-    : mOut(out), mLine(out, std::nullopt), mStart(start) {}
+    : mOut(out), mLine(out, TerminalColumns()), mStart(start) {}
 
 void LineView::ShowData(const LoudnessMessage& message, WallTime) {
   mMessage = message;

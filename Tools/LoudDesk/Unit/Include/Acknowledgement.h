@@ -25,6 +25,14 @@ struct ServiceAnswer {
 /// Nothing for a message that is neither of both.
 std::optional<ServiceAnswer> ReadAnswer(const StateMessage& message);
 
+/// Whether it is the last acknowledgement of those that the command `asked` leads to: of itself, of
+/// a stop (a pause while stopped) or of a start (a play after a stop).
+bool Settles(const ServiceAnswer& answer, const std::string& asked);
+
+/// What to add where an acknowledgement settles a command, but has the time stamp of another one:
+/// the service acknowledges with the stamp of the command that it read last.
+constexpr char kOtherStampText[] = "acknowledged with the time stamp of another client's command";
+
 /// One line for people, for example "Start acknowledged, user 17".
 std::string AnswerText(const ServiceAnswer& answer);
 

@@ -13,4 +13,7 @@ std::string HolderOfFile(const std::string& path);
 /// The same for a TCP port of the IPv4 address `address` or of all addresses.
 std::string HolderOfTcpPort(const std::string& address, unsigned port);
 
+/// This process in the same form.
+std::string ThisHolder();
+
 }  // namespace louddesk

@@ -9,17 +9,25 @@
 
 namespace louddesk {
 
-/// A loudness or loudness range in tenths, "-" for -990: no reading.
+/// A loudness in tenths, "-" for -990: no reading.
 std::string TenthsText(std::int16_t code);
 
 /// A true peak in hundredths, "-" for -9900: no signal.
 std::string HundredthsText(std::int16_t code);
 
+/// Whether there is a loudness range. The service publishes 0 where there is none; with an
+/// integrated loudness, that is one.
+bool HasRange(const LoudnessData_t& data);
+
+/// The loudness range, "-" without one.
+std::string RangeText(const LoudnessData_t& data);
+
 /// What changes all the time, on one line of at most 79 characters. `seconds` is the position in
 /// what is played.
 std::string LiveText(double seconds, const LoudnessData_t& data);
 
-/// All figures, one a line, names and units of `LoudDesk measure`. Ends with a line feed.
+/// All figures, one a line, names and units of `LoudDesk measure`, and that some of them may be a
+/// second old. Ends with a line feed.
 std::string FinalText(double seconds, const LoudnessData_t& data);
 
 }  // namespace louddesk

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "FatalSignals.h"
+
 namespace louddesk {
 
 /// The terminal is as it was before whenever this process does not use it: after the object's life,
@@ -22,6 +24,9 @@ class KeyMode {
 
   /// Takes the terminal unless it is taken. False in the background, where it is somebody else's.
   bool Take();
+
+ private:
+  FatalSignals mFatalSignals;
 };
 
 }  // namespace louddesk

@@ -4,20 +4,21 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <ostream>
 #include <string>
 
 namespace louddesk {
 
-/// Columns of the terminal; nothing: no terminal.
-using TerminalColumns = std::optional<std::size_t>;
+/// Tells the columns that the terminal has now; empty: no terminal.
+using TerminalColumns = std::function<std::size_t()>;
 
 class LiveLine {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  /// Needs nothing of a terminal but the carriage return.
+  /// Needs nothing of a terminal but the carriage return, and asks for its columns each time.
   LiveLine(std::ostream& out, TerminalColumns columns);
 
   /// Leaves a terminal at the beginning of a line.
@@ -30,8 +31,8 @@ class LiveLine {
   /// shown at least a second before `now`.
   void Show(const std::string& text, Time now);
 
-  /// Writes a line that stays; on a terminal in the place of the live line, which comes back below
-  /// it with the next call of Show.
+  /// Writes a line that stays, or several; on a terminal in the place of the live line, which comes
+  /// back below with the next call of Show.
   void Print(const std::string& text);
 
   /// Ends the line on a terminal, so that other output can follow.
@@ -39,6 +40,8 @@ class LiveLine {
 
  private:
   void Refresh(const std::string& text);
+  std::size_t Width() const;
+  std::string BlanksBehind(std::size_t length) const;
 
   std::ostream& mOut;
   TerminalColumns mColumns;

@@ -36,6 +36,7 @@ class ServiceStarter {
 
  private:
   UnitStandIn& mUnit;
+  Patience mPatience{};                // of Connect
   std::vector<std::string> mSpeakers;  // last sent; empty: none yet
   unsigned mUser;                      // by which the service's answers to us are told apart
 };

@@ -26,6 +26,9 @@ using Patience = std::chrono::milliseconds;
 /// What is left until `due`; 0 when it has passed.
 Patience Remaining(std::chrono::steady_clock::time_point due);
 
+/// " in 2.0 s", for a sentence about what has not come.
+std::string InTimeText(Patience patience);
+
 /// The service's peers.
 enum class Peer {
   kHeartbeatReceiver,  // process monitor, receiving side

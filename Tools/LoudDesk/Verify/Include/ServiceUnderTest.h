@@ -48,6 +48,7 @@ class ServiceUnderTest : public MeterUnderTest {
   void SendMarked(const BlockReading& block);
   void Settle();
   LoudnessMessage AwaitMark();
+  [[noreturn]] void Fail(const std::string& reason) const;
 
   UnitStandIn mUnit;
   ServiceStarter mStarter;

@@ -49,17 +49,19 @@ class ServiceSender {
   /// for the start.
   void SendConfiguration(const LoudnessConfiguration& configuration);
 
-  /// Publishes a command and waits for the acknowledgement of what it leads to: of itself, of a
-  /// stop (a pause while stopped) or of a start (a play after a stop).
+  /// Publishes a command and waits for the acknowledgement that settles it. One with the stamp of
+  /// another client's command is taken, and that is said, when none with its own follows.
   void SendCommand(LoudnessCommand command);
 
  private:
-  using IsFinal = std::function<bool(const ServiceAnswer&)>;
+  // How much an answer is the awaited one.
+  enum class Fit { kNone, kLikely, kFinal };
+  using Judge = std::function<Fit(const ServiceAnswer&)>;
   using Clock = std::chrono::steady_clock;
 
   void Publish(const std::string& topic, const std::string& json);
-  void Await(const IsFinal& isFinal, const std::string& hint);
-  bool ShowAnswers(const IsFinal& isFinal, Patience patience);
+  Fit Await(const Judge& judge, const std::string& hint);
+  Fit ShowAnswers(const Judge& judge, Patience patience);
   bool SawInvalidSource();
   std::string InTime() const;
 

@@ -1,11 +1,14 @@
 // The user's terminal as a window of text cells. One object at a time and process, on one thread.
-// Takes the terminal over while it lives and gives it back as it was, whatever ends its life.
+// Takes the terminal over while it lives and gives it back as it was, whatever ends its life, a
+// signal that ends the process among it.
 
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 
 #include "MeterGraphics.h"
+#include "TerminalRescue.h"
 #include "TextScreen.h"
 
 struct screen;
@@ -20,7 +23,8 @@ class TerminalError : public std::runtime_error {
 
 class Terminal {
  public:
-  /// Takes over the terminal on standard output. Throws TerminalError when its kind is not known.
+  /// Takes over the terminal on standard output. Throws TerminalError when its kind is not known or
+  /// cannot place its cursor. Without colours when the environment has NO_COLOR.
   Terminal();
 
   /// Gives it back.
@@ -47,7 +51,8 @@ class Terminal {
  private:
   void PrepareColours();
 
-  struct screen* mScreen;  // owned
+  struct screen* mScreen;                 // owned
+  std::optional<TerminalRescue> mRescue;  // while ncurses has the terminal
   Glyphs mGlyphs;
   bool mHasKeys;
   bool mHasColours = false;

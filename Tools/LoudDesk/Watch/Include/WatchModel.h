@@ -16,7 +16,7 @@ namespace louddesk {
 
 enum class ServiceState {
   kAbsent,      // nobody publishes
-  kWaiting,     // somebody does, but has said nothing yet
+  kWaiting,     // somebody does, but has not said yet what it does
   kNotStarted,  // nothing was ever started, or the source is invalid
   kRunning,
   kPaused,
@@ -29,7 +29,11 @@ enum class ServiceState {
 /// The name of the state, for people.
 const char* StateName(ServiceState state);
 
-/// Data comes every 100 ms; whoever sends none for so long sends none at all.
+/// What to do or to think of a state that the user may not expect; empty for the others.
+const char* StateHint(ServiceState state);
+
+/// Data comes every 100 ms; whoever sends none for so long, from the last one on or from an answer
+/// on that lets it be expected, sends none at all.
 constexpr std::chrono::milliseconds kSilenceAfter{1000};
 
 /// Every service republishes its last command every five seconds.
@@ -77,7 +81,8 @@ class WatchModel {
   /// kNoLoudnessCode when there was none.
   std::int16_t MaxShortTerm() const { return mMaxShortTerm; }
 
-  /// Highest true peak of the last seconds, 0.01 dBTP; kNoTruePeakCode when there is none.
+  /// Highest true peak of the last seconds since the measurement restarted, 0.01 dBTP;
+  /// kNoTruePeakCode when there is none.
   std::int16_t HeldPeak() const { return mHeldPeak; }
 
   /// Whether the programme has meters; nothing before the first message.
@@ -97,12 +102,15 @@ class WatchModel {
   const std::deque<Note>& Notes() const { return mNotes; }
 
  private:
+  bool IsRestart(const LoudnessData_t& data) const;
   void HoldPeak(Time time);
+  bool IsDataDue() const;
 
   bool mIsConnected = false;
   std::optional<Time> mLastData;
   std::optional<Time> mLastAnswer;
-  std::string mCommand;  // last command known to be carried out, empty: not known yet
+  std::optional<Time> mDueSince;  // when an answer last let data be expected that was not before
+  std::string mCommand;           // last command known to be carried out, empty: not known yet
   LoudnessData_t mData;
   std::optional<bool> mIsSourceValid;
   std::optional<int> mCluster;

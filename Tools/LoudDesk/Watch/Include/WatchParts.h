@@ -57,6 +57,9 @@ void DrawPeakScale(const PartView& view, RowSpan rows);
 /// A line that says since when the figures count: one row.
 void DrawFiguresRule(const PartView& view, RowSpan rows);
 
+/// The rows that all figures need in a window of so many columns.
+std::size_t FigureRows(std::size_t columns);
+
 /// As many figures as there is room for, the most important ones first.
 void DrawFigures(const PartView& view, RowSpan rows);
 

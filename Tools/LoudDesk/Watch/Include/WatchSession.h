@@ -24,9 +24,9 @@ struct WatchOptions {
 };
 
 /// Watches until the count, the time or the user ends it. Rows and lines go to `out`, each as soon
-/// as it is known, one line for what goes wrong to `errors`. Returns the status of the program: 0,
-/// also after Ctrl-C; 1 when no message came in the time given, the terminal cannot be used or
-/// `out` takes no more.
+/// as it is known; a line for whatever goes wrong goes to `errors`, beside rows also when they do
+/// not come. Returns the status of the program: 0, also after Ctrl-C; 1 when no message came in the
+/// time given, the terminal cannot be used or `out` takes no more.
 int Watch(const WatchOptions& options, std::ostream& out, std::ostream& errors);
 
 }  // namespace louddesk

@@ -6,6 +6,7 @@
 #include <ostream>
 #include <string>
 
+#include "Complaints.h"
 #include "LiveLine.h"
 #include "Terminal.h"
 #include "WatchLayout.h"
@@ -31,19 +32,24 @@ class WatchView {
   virtual bool WantsEnd() { return false; }
 };
 
-/// Rows of CSV or JSON.
+/// Rows of CSV or JSON. That none comes for a second is told apart from them, once, and when it
+/// comes again.
 class RowView : public WatchView {
  public:
   enum class Style { kCsv, kJson };
 
-  /// Writes the header of CSV at once.
-  RowView(std::ostream& out, Style style);
+  /// Writes the header of CSV at once. Rows go to `out`, all else to `errors`.
+  RowView(std::ostream& out, std::ostream& errors, Style style, WatchModel::Time start);
 
   void ShowData(const LoudnessMessage& message, WallTime time) override;
+  void Refresh(const WatchModel& model, WatchModel::Time now) override;
 
  private:
   std::ostream& mOut;
+  Complaints mComplaints;
   Style mStyle;
+  WatchModel::Time mLast;  // when the last message came, or they were begun to be waited for
+  bool mIsQuiet = false;   // as last told
 };
 
 /// Lines for people: figures once a second, answers and changes of state as they come.

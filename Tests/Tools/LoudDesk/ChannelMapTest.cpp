@@ -1,0 +1,162 @@
+// Which speaker a channel is for, by the file: masks, orders of formats, and files that say
+// nothing.
+
+#include "ChannelMap.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "AudioFile.h"
+#include "TestAudio.h"
+
+namespace louddesk {
+namespace {
+
+using test_audio::AudioDirectory;
+using test_audio::BytesOf;
+using test_audio::Samples;
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr int kL = SF_CHANNEL_MAP_LEFT;
+constexpr int kR = SF_CHANNEL_MAP_RIGHT;
+constexpr int kC = SF_CHANNEL_MAP_CENTER;
+constexpr int kLfe = SF_CHANNEL_MAP_LFE;
+constexpr int kSl = SF_CHANNEL_MAP_SIDE_LEFT;
+constexpr int kSr = SF_CHANNEL_MAP_SIDE_RIGHT;
+constexpr int kRl = SF_CHANNEL_MAP_REAR_LEFT;
+constexpr int kRr = SF_CHANNEL_MAP_REAR_RIGHT;
+constexpr int kRc = SF_CHANNEL_MAP_REAR_CENTER;
+
+constexpr int kWavex = SF_FORMAT_WAVEX | SF_FORMAT_PCM_16;
+constexpr int kFlac = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
+constexpr int kVorbis = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
+constexpr int kOpus = SF_FORMAT_OGG | SF_FORMAT_OPUS;
+
+class ChannelMapTest : public testing::Test {
+ protected:
+  std::string Write(int format, std::size_t channels) const {
+    return mDirectory.Write("file", format, 48000, channels, Samples(channels * 4800, 0.1));
+  }
+
+  ChannelMap MapOf(int format, std::size_t channels) const {
+    return AudioFile(Write(format, channels)).Positions();
+  }
+
+  // The map of a FLAC file of six channels with a comment put in behind its first metadata block,
+  // which takes 4 + 34 bytes behind the four of the magic.
+  ChannelMap FlacMapWith(const std::string& comment) const {
+    std::string bytes = BytesOf(Write(kFlac, 6));
+    std::string block;
+    for (const std::string& text : {std::string("encoder"), std::string(), comment}) {
+      // The empty text in the middle stands for the number of comments.
+      const auto value = static_cast<char>(text.empty() ? 1 : text.size());
+      block += std::string{value, '\0', '\0', '\0'} + text;
+    }
+    const auto length = static_cast<char>(block.size());
+    bytes.insert(42, std::string{'\x04', '\0', '\0', length} + block);
+    bytes[4] = static_cast<char>(bytes[4] & 0x7F);  // not the last block any more
+    return AudioFile(mDirectory.WriteBytes("commented.flac", bytes)).Positions();
+  }
+
+  AudioDirectory mDirectory;
+};
+
+// Vorbis I specification, 4.3.9.
+TEST_F(ChannelMapTest, VorbisHasTheOrderOfItsStandard) {
+  EXPECT_THAT(MapOf(kVorbis, 1), ElementsAre(kC));
+  EXPECT_THAT(MapOf(kVorbis, 2), ElementsAre(kL, kR));
+  EXPECT_THAT(MapOf(kVorbis, 3), ElementsAre(kL, kC, kR));
+  EXPECT_THAT(MapOf(kVorbis, 4), ElementsAre(kL, kR, kRl, kRr));
+  EXPECT_THAT(MapOf(kVorbis, 5), ElementsAre(kL, kC, kR, kRl, kRr));
+  EXPECT_THAT(MapOf(kVorbis, 6), ElementsAre(kL, kC, kR, kRl, kRr, kLfe));
+  EXPECT_THAT(MapOf(kVorbis, 7), ElementsAre(kL, kC, kR, kSl, kSr, kRc, kLfe));
+  EXPECT_THAT(MapOf(kVorbis, 8), ElementsAre(kL, kC, kR, kSl, kSr, kRl, kRr, kLfe));
+  EXPECT_THAT(MapOf(kVorbis, 9), IsEmpty());
+}
+
+// RFC 7845, 5.1.1: families 0 and 1 have the order of Vorbis.
+TEST_F(ChannelMapTest, OpusHasTheOrderOfVorbis) {
+  for (const std::size_t channels : {1U, 2U, 3U, 6U, 8U})
+    EXPECT_EQ(MapOf(kOpus, channels), MapOf(kVorbis, channels)) << channels << " channels";
+}
+
+// The family is byte 18 of the first packet, which begins at byte 28. The checksum of the page, in
+// bytes 22 to 25, is that of the Ogg format: CRC-32 with the polynomial 0x04C11DB7.
+TEST_F(ChannelMapTest, OpusOfAnotherFamilyHasChannelsForNoSpeaker) {
+  std::string bytes = BytesOf(Write(kOpus, 6));
+  const std::size_t page = bytes.find("OggS", 1);
+  ASSERT_EQ(bytes[46], 1);
+  bytes[46] = '\xFF';
+  bytes.replace(22, 4, 4, '\0');
+  std::uint32_t checksum = 0;
+  for (std::size_t i = 0; i < page; ++i) {
+    checksum ^= std::uint32_t{static_cast<unsigned char>(bytes[i])} << 24;
+    for (int bit = 0; bit < 8; ++bit)
+      checksum = checksum << 1 ^ ((checksum & 0x80000000U) != 0 ? 0x04C11DB7U : 0U);
+  }
+  for (std::size_t i = 0; i < 4; ++i)
+    bytes[22 + i] = static_cast<char>(checksum >> (8 * i) & 0xFF);
+  const ChannelMap map = AudioFile(mDirectory.WriteBytes("discrete.opus", bytes)).Positions();
+  EXPECT_EQ(map.size(), 6U);
+  EXPECT_THAT(map, Each(SF_CHANNEL_MAP_INVALID));
+}
+
+// RFC 9639, 9.1.3.
+TEST_F(ChannelMapTest, FlacHasTheOrderOfItsStandard) {
+  EXPECT_THAT(MapOf(kFlac, 1), ElementsAre(kC));
+  EXPECT_THAT(MapOf(kFlac, 2), ElementsAre(kL, kR));
+  EXPECT_THAT(MapOf(kFlac, 3), ElementsAre(kL, kR, kC));
+  EXPECT_THAT(MapOf(kFlac, 4), ElementsAre(kL, kR, kRl, kRr));
+  EXPECT_THAT(MapOf(kFlac, 5), ElementsAre(kL, kR, kC, kRl, kRr));
+  EXPECT_THAT(MapOf(kFlac, 6), ElementsAre(kL, kR, kC, kLfe, kRl, kRr));
+  EXPECT_THAT(MapOf(kFlac, 7), ElementsAre(kL, kR, kC, kLfe, kRc, kSl, kSr));
+  EXPECT_THAT(MapOf(kFlac, 8), ElementsAre(kL, kR, kC, kLfe, kRl, kRr, kSl, kSr));
+}
+
+// RFC 9639, 8.6.2. Bits from the lowest: front left, right, centre, LFE, back left, right, left and
+// right of centre, back centre, side left, right. 0x707 is 6.0.
+TEST_F(ChannelMapTest, AMaskAmongTheCommentsOfAFlacIsItsOrder) {
+  EXPECT_THAT(FlacMapWith("WAVEFORMATEXTENSIBLE_CHANNEL_MASK=0x707"),
+              ElementsAre(kL, kR, kC, kRc, kSl, kSr));
+  EXPECT_THAT(FlacMapWith("WaveFormatExtensible_Channel_Mask=0x60F"),
+              ElementsAre(kL, kR, kC, kLfe, kSl, kSr));
+}
+
+TEST_F(ChannelMapTest, AMaskThatDoesNotFitTheChannelsOfAFlacSaysNothing) {
+  const ChannelMap usual = MapOf(kFlac, 6);
+  for (const char* comment :
+       {"WAVEFORMATEXTENSIBLE_CHANNEL_MASK=0x3", "WAVEFORMATEXTENSIBLE_CHANNEL_MASK=",
+        "WAVEFORMATEXTENSIBLE_CHANNEL_MASK=left", "TITLE=0x707"})
+    EXPECT_EQ(FlacMapWith(comment), usual) << comment;
+}
+
+// The mask stands at byte 40 of a WAV whose format chunk is the first: 12 bytes of header, 8 of the
+// chunk's own, 20 before the mask.
+TEST_F(ChannelMapTest, AWavHasTheOrderOfItsMask) {
+  struct {
+    int mask;
+    ChannelMap map;
+  } const cases[] = {
+      {0x3F, {kL, kR, kC, kLfe, kRl, kRr}},
+      {0x60F, {kL, kR, kC, kLfe, kSl, kSr}},
+      {0x707, {kL, kR, kC, kRc, kSl, kSr}},
+      {0, {}},
+  };
+  for (const auto& c : cases) {
+    std::string bytes = BytesOf(Write(kWavex, 6));
+    bytes[40] = static_cast<char>(c.mask & 0xFF);
+    bytes[41] = static_cast<char>(c.mask >> 8);
+    EXPECT_EQ(AudioFile(mDirectory.WriteBytes("masked.wav", bytes)).Positions(), c.map)
+        << std::hex << c.mask;
+  }
+}
+
+TEST_F(ChannelMapTest, OtherFilesSayNothing) {
+  for (const int format : {SF_FORMAT_WAV, SF_FORMAT_AIFF, SF_FORMAT_W64, SF_FORMAT_AU})
+    EXPECT_THAT(MapOf(format | SF_FORMAT_PCM_16, 6), IsEmpty()) << std::hex << format;
+}
+
+}  // namespace
+}  // namespace louddesk

@@ -1,0 +1,42 @@
+// Handlers of the signals that end a process. What they use lives outside of the object.
+
+#include "FatalSignals.h"
+
+#include <csignal>
+#include <iterator>
+
+namespace louddesk {
+
+namespace {
+
+// A lost terminal or reader, the user's Ctrl-\, and faults of this program.
+constexpr int kSignals[] = {SIGHUP, SIGQUIT, SIGPIPE, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL};
+
+void (*gGiveBack)();                           // written while no handler is installed
+struct sigaction gUsual[std::size(kSignals)];  // what was there before the object
+
+void EndBySignal(int signal) {
+  gGiveBack();
+  raise(signal);  // whose handler is the usual one again
+}
+
+}  // namespace
+
+FatalSignals::FatalSignals(void (*giveBack)()) {
+  gGiveBack = giveBack;
+  struct sigaction action {};
+  action.sa_handler = EndBySignal;
+  action.sa_flags = static_cast<int>(SA_RESETHAND);
+  for (std::size_t i = 0; i < std::size(kSignals); ++i) {
+    sigaction(kSignals[i], nullptr, &gUsual[i]);
+    if (gUsual[i].sa_handler != SIG_IGN)
+      sigaction(kSignals[i], &action, nullptr);
+  }
+}
+
+FatalSignals::~FatalSignals() {
+  for (std::size_t i = 0; i < std::size(kSignals); ++i)
+    sigaction(kSignals[i], &gUsual[i], nullptr);
+}
+
+}  // namespace louddesk
