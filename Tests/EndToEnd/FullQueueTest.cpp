@@ -1,8 +1,11 @@
 // Clients of the loudness data that come and go, stop or say nothing, and queues that run full.
 
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+
+#include <algorithm>
 
 #include "FaultyUnit.h"
 
@@ -56,8 +59,14 @@ TEST_F(DataClientFaultTest, ClientsThatConnectAndSayNothingDisturbNobody) {
   address.sun_family = AF_UNIX;
   const std::string path = "/run/shm/mq/" + louddesk::DataPublisherFile(1, 1);
   path.copy(address.sun_path, sizeof address.sun_path - 1);
+  // More than the files that a process may usually open.
+  constexpr rlim_t kClients = 1200;
+  rlimit files = {};
+  ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &files));
+  files.rlim_cur = std::max(files.rlim_cur, std::min(files.rlim_max, 2 * kClients));
+  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &files));
   std::vector<int> clients;
-  for (int i = 0; i < 20; ++i) {
+  for (rlim_t i = 0; i < kClients; ++i) {
     clients.push_back(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     ASSERT_EQ(0,
               connect(clients.back(), reinterpret_cast<const sockaddr*>(&address), sizeof address));

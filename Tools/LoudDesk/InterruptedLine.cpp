@@ -16,14 +16,14 @@ constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
 
 constexpr std::size_t kMostColumns = 500;
 
-int terminal = -1;
-std::array<char, kMostColumns + 2> emptyLine{};
-std::size_t emptyLineSize = 0;
-std::array<struct sigaction, kSignals.size()> earlierActions{};
+int gTerminal = -1;
+std::array<char, kMostColumns + 2> gEmptyLine{};
+std::size_t gEmptyLineSize = 0;
+std::array<struct sigaction, kSignals.size()> gEarlierActions{};
 
 // The action is the default again by now, and the signal comes as soon as the handler returns.
 void EmptyLineAndEnd(int signalNumber) {
-  const ssize_t written = write(terminal, emptyLine.data(), emptyLineSize);
+  const ssize_t written = write(gTerminal, gEmptyLine.data(), gEmptyLineSize);
   static_cast<void>(written);
   raise(signalNumber);
 }
@@ -31,20 +31,20 @@ void EmptyLineAndEnd(int signalNumber) {
 // A terminal may move to the next line after its last column, so that one stays free.
 void PrepareEmptyLine(std::size_t columns) {
   const std::size_t spaces = std::min(columns > 0 ? columns - 1 : 0, kMostColumns);
-  emptyLine.fill(' ');
-  emptyLine[0] = '\r';
-  emptyLine[spaces + 1] = '\r';
-  emptyLineSize = spaces + 2;
+  gEmptyLine.fill(' ');
+  gEmptyLine[0] = '\r';
+  gEmptyLine[spaces + 1] = '\r';
+  gEmptyLineSize = spaces + 2;
 }
 
 }  // namespace
 
 InterruptedLine::InterruptedLine(int terminalDescriptor, std::size_t columns) {
-  terminal = terminalDescriptor;
+  gTerminal = terminalDescriptor;
   PrepareEmptyLine(columns);
   for (std::size_t i = 0; i < kSignals.size(); ++i) {
-    sigaction(kSignals[i], nullptr, &earlierActions[i]);
-    if (earlierActions[i].sa_handler == SIG_IGN)
+    sigaction(kSignals[i], nullptr, &gEarlierActions[i]);
+    if (gEarlierActions[i].sa_handler == SIG_IGN)
       continue;
     struct sigaction action = {};
     action.sa_handler = EmptyLineAndEnd;
@@ -55,7 +55,7 @@ InterruptedLine::InterruptedLine(int terminalDescriptor, std::size_t columns) {
 
 InterruptedLine::~InterruptedLine() {
   for (std::size_t i = 0; i < kSignals.size(); ++i)
-    sigaction(kSignals[i], &earlierActions[i], nullptr);
+    sigaction(kSignals[i], &gEarlierActions[i], nullptr);
 }
 
 }  // namespace louddesk
