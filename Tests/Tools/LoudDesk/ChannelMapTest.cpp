@@ -63,7 +63,7 @@ class ChannelMapTest : public testing::Test {
   AudioDirectory mDirectory;
 };
 
-// Vorbis I specification, 4.3.9.
+// Vorbis I, 4.3.9.
 TEST_F(ChannelMapTest, VorbisHasTheOrderOfItsStandard) {
   EXPECT_THAT(MapOf(kVorbis, 1), ElementsAre(kC));
   EXPECT_THAT(MapOf(kVorbis, 2), ElementsAre(kL, kR));

@@ -16,9 +16,9 @@ using ChannelMap = std::vector<int>;
 
 /// The map of a file that has been opened from `path`; empty when neither the file nor the standard
 /// of its format says anything. WAV and its kin, and CAF: their channel mask or layout. FLAC: its
-/// channel mask, or the order of RFC 9639. Ogg Vorbis: the order of the Vorbis I specification,
-/// which is also that of Opus (RFC 7845, mapping families 0 and 1); other families of Opus leave
-/// the channels without positions.
+/// channel mask, or the order of RFC 9639. Ogg Vorbis: the order of Vorbis I, 4.3.9, which
+/// is also that of Opus (RFC 7845, mapping families 0 and 1); other families of Opus leave the
+/// channels without positions.
 ChannelMap ChannelMapOf(const std::string& path, SNDFILE* file, const SF_INFO& info);
 
 }  // namespace louddesk
