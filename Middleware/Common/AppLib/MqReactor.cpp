@@ -262,6 +262,13 @@ void MqReactor::TendLinks() {
     mBinLinks.Tend(ReportRenewal);
 }
 
+// The handler may have closed the sockets.
+void MqReactor::TendAfterReading(bool binary) {
+  zsock_t* socket = UsableSock(binary);
+  if (socket != nullptr && zsock_rcvmore(socket) == 0)
+    (binary ? mBinLinks : mLinks).TendBetweenMessages(ReportRenewal);
+}
+
 void MqReactor::CloseMq() {
   Destroy(false);
   mpSock = nullptr;
@@ -280,8 +287,7 @@ int MqReactor::ReaderCallback(zloop_t*, zsock_t* socket, void* reactor) {
     zstr_free(&cpData);
     return rv;
   });
-  if (zsock_rcvmore(socket) == 0)
-    self->mLinks.TendBetweenMessages(ReportRenewal);
+  self->TendAfterReading(false);
   return result;
 }
 
@@ -290,8 +296,7 @@ int MqReactor::ReaderCallbackForBinaryData(zloop_t*, zsock_t* socket, void* reac
   if (self == nullptr || self->mpReactorReaderCallbackForBinaryData == nullptr)
     return LoopResult(0);
   const int result = ReadMessage(socket, self->mpReactorReaderCallbackForBinaryData);
-  if (zsock_rcvmore(socket) == 0)
-    self->mBinLinks.TendBetweenMessages(ReportRenewal);
+  self->TendAfterReading(true);
   return result;
 }
 

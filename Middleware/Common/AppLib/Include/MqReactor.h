@@ -160,6 +160,7 @@ class MqReactor {
 
   template <typename Operation>
   static bool Guarded(Operation operation);
+  void TendAfterReading(bool binary);
   static void ReportRenewal(const char* endpoint);
   static bool IsTopicTooLong(zmsg_t* message);
   template <typename Handler>

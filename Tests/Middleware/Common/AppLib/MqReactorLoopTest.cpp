@@ -230,6 +230,19 @@ TEST_F(MqReactorLoopTest, MessageIsLeftUnreadWithoutAHandler) {
   EXPECT_EQ((Frames{"Binary", "data"}), mqtest::Receive(reactor_->mpSockBin));
 }
 
+MqReactor* gReactorToClose = nullptr;
+
+TEST_F(MqReactorLoopTest, HandlerMayCloseTheSockets) {
+  gReactorToClose = reactor_.get();
+  reactor_->SetReactorReader([](const char*, const char*) {
+    gReactorToClose->CloseMq();
+    return -1;
+  });
+  DeliverText({"Text", "data"});
+  EXPECT_EQ(-1, ReadText());
+  EXPECT_FALSE(reactor_->IsValidReactor());
+}
+
 TEST_F(MqReactorLoopTest, MessageIsLeftUnreadWithoutAReactor) {
   DeliverText({"Text", "data"});
   EXPECT_EQ(0, MqReactor::ReaderCallback(reactor_->mpLoop, reactor_->mpSock, nullptr));
