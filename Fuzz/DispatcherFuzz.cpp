@@ -20,6 +20,7 @@
 #include "JsonOracle.h"
 #include "JsonParser.h"
 #include "LoudReport.h"
+#include "ReportingState.h"
 #include "ServiceState.h"
 
 namespace {

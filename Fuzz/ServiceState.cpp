@@ -10,15 +10,13 @@
 #include <new>
 #include <tuple>
 
-#include "DispatcherHook.h"
 #include "FuzzTarget.h"
 #include "JsonParser.h"
 #include "LcReactor.h"
 #include "LoudCalcBase.h"
-#include "LoudReport.h"
 #include "LoudnessRecords.h"
 #include "PubHandler.h"
-#include "PublishLoudness.h"
+#include "ReportingState.h"
 
 namespace fuzz {
 
@@ -103,7 +101,6 @@ bool MakeSingletons() {
   logger->mConsoleAttached = true;
   cLcReactor::GetInstance();
   cJsonParser::GetInstance();
-  SetDispatcherFetch(&cJsonParser::GetInstance);
   LoudCalcInit();
   MakePublishers();
   return true;

@@ -2,7 +2,7 @@
 
 #include "CommandTable.h"
 
-#include "LoudReport.h"
+#include "ReportingState.h"
 
 namespace {
 

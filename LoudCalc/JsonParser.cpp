@@ -8,13 +8,14 @@
 
 #include "Assertion.h"
 #include "CommandTable.h"
+#include "DispatcherHook.h"
 #include "Endpoints.h"
 #include "HeartBeater.h"
 #include "JsonAccess.h"
 #include "LogMacros.h"
 #include "LoudCalcBase.h"
 #include "LoudConfigUser.h"
-#include "LoudReport.h"
+#include "ReportingState.h"
 
 cJsonParser* gpJsonParser = nullptr;
 
@@ -41,6 +42,12 @@ const float LoudnessSpeakerWeight[AST_SPEAKER_MAX] = {
 namespace {
 
 constexpr char kUnitName[] = "JsonParser";
+
+// Where this unit is part of the program, the engine finds the dispatcher.
+[[maybe_unused]] const bool kIsHooked = [] {
+  gpFetchDispatcher = &cJsonParser::GetInstance;
+  return true;
+}();
 
 bool Contains(const char* topic, const char* text) {
   return std::strstr(topic, text) != nullptr;
@@ -103,6 +110,7 @@ void cJsonParser::DeleteInstance() {
   delete mpJsonParser;
   mpJsonParser = nullptr;
   gpJsonParser = nullptr;
+  gpFetchedDispatcher = nullptr;
 }
 
 int cJsonParser::ParseMessage(const char* topic, const char* payload) {

@@ -192,7 +192,7 @@ std::uint32_t LoudCalcInit() {
   CreateIntegrators();
   LoudCalcReset();
   LoudInitError = false;
-  FetchDispatcher();
+  gpFetchedDispatcher = gpFetchDispatcher != nullptr ? gpFetchDispatcher() : nullptr;
   return static_cast<std::uint32_t>(LoudInitError);
 }
 

@@ -1,5 +1,5 @@
-// Reporting: the action machine of the 100 ms tick and the republication of every fifth second. The
-// globals are written here and by the dispatcher, on the reactor thread only.
+// Reporting: the action machine of the 100 ms tick and the republication of every fifth second.
+// Stateless; reactor thread only.
 
 #include "LoudReport.h"
 
@@ -11,12 +11,7 @@
 #include "LcReactor.h"
 #include "LoudCalcBase.h"
 #include "PublishLoudness.h"
-
-std::uint32_t gluCalcActions = 0;
-std::uint32_t glEnableProbeData = 0;
-bool gbIsInvalidSrc = false;
-std::uint64_t glInvalidSrcCount = 0;
-char gsLuConf[kLuConfSize] = {};
+#include "ReportingState.h"
 
 namespace {
 
@@ -144,8 +139,7 @@ void SendCommand(LuCmd_e cmd, bool repub) {
   creator.cLuCmd::Reset();
   creator.mlClusterId = ClusterNo();
   creator.cLuCmd::mlUserId = cLcReactor::mlCmdUserId;
-  const cJsonParser* dispatcher = FetchedDispatcher();
-  creator.mlCmdTS = dispatcher != nullptr ? dispatcher->mlCmdTS : 0;
+  creator.mlCmdTS = gpFetchedDispatcher != nullptr ? gpFetchedDispatcher->mlCmdTS : 0;
   const char* text = creator.PrepareLuCmdJsonStr(cmd, false, meterSet >= 1, meterSet);
   Topic_t topic = {};
   FormatTopic(topic, kCommandMessage, repub);

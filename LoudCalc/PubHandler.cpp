@@ -8,7 +8,6 @@
 #include "Assertion.h"
 #include "LogMacros.h"
 #include "MqSupport.h"
-#include "PublishLoudness.h"
 
 namespace {
 
@@ -42,6 +41,8 @@ void ReportException(const char* title, const char* description) {
 }
 
 }  // namespace
+
+cPubHandler* gpLcPubs = nullptr;
 
 cPubHandler* cPubHandler::mpPub = nullptr;
 Logger* cPubHandler::mpLogger = nullptr;

@@ -5,8 +5,6 @@
 #include "Assertion.h"
 #include "PubHandler.h"
 
-cPubHandler* gpLcPubs = nullptr;
-
 namespace {
 
 cPubHandler& Publisher() {

@@ -8,7 +8,6 @@
 
 #include "Assertion.h"
 #include "BoardAddresses.h"
-#include "DispatcherHook.h"
 #include "Endpoints.h"
 #include "HeartBeater.h"
 #include "JsonParser.h"
@@ -185,7 +184,6 @@ bool initReactorLoop(std::int32_t iSlot_in, const char* cpIp_in, std::uint32_t m
   preactor->SetSlot(iSlot_in);
   cLcReactor::SetMeterSetNo(meter_set);
   cLcReactor::SetClusterNo(cluster_no);
-  SetDispatcherFetch(&cJsonParser::GetInstance);
   LoudCalcInit();
   StartHeartbeat(meter_set);
   StartPublishers(iSlot_in, cpIp_in, meter_set, cluster_no);

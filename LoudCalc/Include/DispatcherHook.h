@@ -1,18 +1,14 @@
-// The engine's one reach upward: how it comes by the dispatcher without knowing what a dispatcher
-// is.
+// The engine's one reach upward: how `LoudCalcInit` comes by the dispatcher without knowing what a
+// dispatcher is. Reactor thread only.
 
 #pragma once
 
 class cJsonParser;
 
-using DispatcherFetch_t = cJsonParser* (*)();
+/// Finds the dispatcher or makes it. Set by the dispatcher's own unit before main, in every program
+/// that contains it; null in an engine that runs on its own.
+inline cJsonParser* (*gpFetchDispatcher)() = nullptr;
 
-/// Names the function by which `LoudCalcInit` fetches the dispatcher; null (the state at start) for
-/// an engine that runs on its own.
-void SetDispatcherFetch(DispatcherFetch_t fetch);
-
-/// Calls the named function and keeps its result. Called by `LoudCalcInit` only.
-void FetchDispatcher();
-
-/// The dispatcher that the last `LoudCalcInit` fetched, or null.
-cJsonParser* FetchedDispatcher();
+/// The dispatcher that the last `LoudCalcInit` fetched; null when there was none or it was deleted
+/// since.
+inline cJsonParser* gpFetchedDispatcher = nullptr;

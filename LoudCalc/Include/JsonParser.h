@@ -26,7 +26,7 @@ class cJsonParser : public cJsonParseSysStatus, public cLuSettingsParser {
   /// logger that exist at that moment.
   static cJsonParser* GetInstance();
 
-  /// Frees the dispatcher; harmless when there is none.
+  /// Frees the dispatcher and clears every pointer to it; harmless when there is none.
   static void DeleteInstance();
 
   /// Acts on a text message. `payload` may be null. Returns 0, or -1 to end the event loop: on an

@@ -108,3 +108,8 @@ class cPubHandler : public MqPubHandler {
   cPubHandler() = default;
   ~cPubHandler();
 };
+
+/// The publisher that the free functions of PublishLoudness.h use, mirroring `cPubHandler::mpPub`;
+/// null: none. Written by PublishLoudnessInit, by the wiring at start and by
+/// `cPubHandler::DeleteInstance`.
+extern cPubHandler* gpLcPubs;

@@ -7,12 +7,6 @@
 
 #include "LoudnessData.h"
 
-class cPubHandler;
-
-/// The publisher of this process, mirroring `cPubHandler::mpPub`; null: none. Written by
-/// PublishLoudnessInit, by the wiring at start and by `cPubHandler::DeleteInstance`.
-extern cPubHandler* gpLcPubs;
-
 /// Makes the publisher, unless it exists, and keeps it in `gpLcPubs`. Binds nothing. The process
 /// stops when the publisher cannot be made.
 void PublishLoudnessInit();

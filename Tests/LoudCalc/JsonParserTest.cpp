@@ -9,10 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "DispatcherHook.h"
 #include "LoudCalcBase.h"
 #include "LoudConfigUser.h"
-#include "LoudReport.h"
 #include "LoudnessData.h"
+#include "ReportingState.h"
 
 namespace {
 
@@ -111,6 +112,10 @@ TEST_F(JsonParserTest, GlobalPointerMirrorsTheInstance) {
   EXPECT_EQ(cJsonParser::mpJsonParser, gpJsonParser);
   EXPECT_EQ(parser_, cJsonParser::GetInstance());
   EXPECT_EQ(cLcReactor::mpReactor, cJsonParser::mpReactor);
+}
+
+TEST_F(JsonParserTest, TheEngineFetchesTheDispatcherWithoutBeingToldOfIt) {
+  EXPECT_EQ(parser_, gpFetchedDispatcher);
 }
 
 TEST_F(JsonParserTest, WithoutATopicTheLoopEnds) {

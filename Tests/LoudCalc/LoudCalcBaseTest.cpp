@@ -83,18 +83,18 @@ cJsonParser* FetchStandIn() {
 TEST_F(LoudCalcBaseTest, InitFetchesTheDispatcherOnce) {
   LoudCalcCleanup();
   gFetches = 0;
-  SetDispatcherFetch(FetchStandIn);
+  gpFetchDispatcher = FetchStandIn;
   LoudCalcInit();
   EXPECT_EQ(gFetches, 1);
-  EXPECT_EQ(FetchedDispatcher(), reinterpret_cast<cJsonParser*>(&gDispatcherStandIn));
+  EXPECT_EQ(gpFetchedDispatcher, reinterpret_cast<cJsonParser*>(&gDispatcherStandIn));
   LoudCalcReset();
   FeedPower(1, 20);
   EXPECT_EQ(gFetches, 1);
-  SetDispatcherFetch(nullptr);
+  gpFetchDispatcher = nullptr;
 }
 
 TEST_F(LoudCalcBaseTest, InitWithoutADispatcherLeavesNone) {
-  EXPECT_EQ(FetchedDispatcher(), nullptr);
+  EXPECT_EQ(gpFetchedDispatcher, nullptr);
 }
 
 TEST_F(LoudCalcBaseTest, CleanupLeavesThePointersAsTheyAre) {

@@ -12,6 +12,7 @@
 #include "LcReactor.h"
 #include "LoudCalcBase.h"
 #include "PublishedMessages.h"
+#include "ReportingState.h"
 
 namespace {
 
@@ -35,7 +36,6 @@ class LoudReportTest : public testing::Test {
     cLcReactor::SetClusterNo(kCluster);
     cLcReactor::SetCmdUserId(42);
     cJsonParser::GetInstance()->mlCmdTS = 7;
-    SetDispatcherFetch(&cJsonParser::GetInstance);
     LoudCalcInit();
     glEnableProbeData = 1;
     LuData = kLive;
@@ -286,8 +286,17 @@ TEST_F(LoudReportTest, WithoutAMeterSetTheAcknowledgementCarriesNoCluster) {
 
 TEST_F(LoudReportTest, WithoutADispatcherTheTimeStampIsZero) {
   LoudCalcCleanup();
-  SetDispatcherFetch(nullptr);
+  gpFetchDispatcher = nullptr;
   LoudCalcInit();
+  SendCommand(LU_CMD_RESET, false);
+  const std::vector<Message> state = published_.State();
+  ASSERT_THAT(state, SizeIs(1));
+  EXPECT_THAT(state[0][1], HasSubstr("\"CmdTS\":0,"));
+}
+
+TEST_F(LoudReportTest, ADeletedDispatcherIsForgotten) {
+  cJsonParser::DeleteInstance();
+  EXPECT_EQ(nullptr, gpFetchedDispatcher);
   SendCommand(LU_CMD_RESET, false);
   const std::vector<Message> state = published_.State();
   ASSERT_THAT(state, SizeIs(1));

@@ -10,7 +10,6 @@
 
 #include "CzmqFaults.h"
 #include "MqTestKit.h"
-#include "PublishLoudness.h"
 
 namespace {
 

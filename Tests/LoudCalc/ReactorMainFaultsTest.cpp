@@ -8,7 +8,6 @@
 #include "CzmqFaults.h"
 #include "LcReactor.h"
 #include "MqNames.h"
-#include "PublishLoudness.h"
 #include "ReactorMain.h"
 #include "Utilities.h"
 
