@@ -139,8 +139,7 @@ void cHeartBeater::TendLink() {
 void cHeartBeater::CloseMq() {
   if (pPushSocket != nullptr)
     LOUDCALC_PRINT(stdout, "\"Heart Beater MQ cleanup!!!\"");
-  mLink.Stop();
-  zsock_destroy(&pPushSocket);
+  mLink.Close();
 }
 
 bool cHeartBeater::Connect(const MqEndpoint& endpoint) {
@@ -149,23 +148,14 @@ bool cHeartBeater::Connect(const MqEndpoint& endpoint) {
     return false;
   }
   const auto connect = [&] {
-    MqSockOwner socket(zsock_new(ZMQ_PUSH));
+    MqSockOwner socket = MqPushLink::NewSocket(endpoint);
     if (socket == nullptr)
       return false;
-    // The reactor must not wait for an absent monitor once its share of messages is kept.
-    zsock_set_sndtimeo(socket.get(), 0);
-    MqPrepareLink(socket.get(), endpoint.IsTcp());
-    MqLinkWatch link;  // gone before the socket when something goes wrong
-    link.Start(socket.get());
     LOUDCALC_LOG(Debug, "\"Tryig to connect %s\"", endpoint.Text());
-    if (zsock_connect(socket.get(), "%s", endpoint.Text()) == -1) {
-      link.Stop();
-      socket.reset();
+    if (!mLink.Connect(std::move(socket), endpoint)) {
       LOUDCALC_LOG(Error, "\"Failed to connect to %s\"", endpoint.Text());
       return false;
     }
-    pPushSocket = socket.release();
-    mLink = std::move(link);
     LOUDCALC_LOG(Info, "\"Connected to %s\"", endpoint.Text());
     return true;
   };

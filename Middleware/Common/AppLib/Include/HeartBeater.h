@@ -10,8 +10,7 @@
 #include <cstdint>
 
 #include "Logger.h"
-#include "MqLink.h"
-#include "MqSupport.h"
+#include "MqPushLink.h"
 
 /// State of a process as the monitor knows it.
 enum ProcessStatus_e : std::int32_t {
@@ -92,5 +91,5 @@ class cHeartBeater {
   bool Connect(const MqEndpoint& endpoint);
   void SendAppCommand(int command);
 
-  MqLinkWatch mLink;  // of `pPushSocket`
+  MqPushLink mLink{pPushSocket};
 };

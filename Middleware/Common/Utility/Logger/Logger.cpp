@@ -198,8 +198,7 @@ int Logger::DetachMq() {
   const auto detach = [&] {
     if (isMqAttached())
       LOUDCALC_PRINT(stdout, "\"Logger MQ cleanup!!!\"");
-    mLink.Stop();
-    zsock_destroy(&mpSock);
+    mLink.Close();
     return 1;
   };
   return MqGuard(detach, ReportException);
@@ -283,23 +282,14 @@ int Logger::Attach(const MqEndpoint& endpoint) {
     return 0;
   }
   const auto attach = [&] {
-    MqSockOwner socket(zsock_new(ZMQ_PUSH));
+    MqSockOwner socket = MqPushLink::NewSocket(endpoint);
     if (socket == nullptr)
       return 0;
-    // The reactor must not wait for an absent or stalled sink.
-    zsock_set_sndtimeo(socket.get(), 0);
-    MqPrepareLink(socket.get(), endpoint.IsTcp());
-    MqLinkWatch link;  // gone before the socket when something goes wrong
-    link.Start(socket.get());
     Debug("Tryig to connect %s", endpoint.Text());
-    if (zsock_connect(socket.get(), "%s", endpoint.Text()) == -1) {
-      link.Stop();
-      socket.reset();
+    if (!mLink.Connect(std::move(socket), endpoint)) {
       Error("Failed to connect to %s", endpoint.Text());
       return 0;
     }
-    mpSock = socket.release();
-    mLink = std::move(link);
     Info("Connected to %s", endpoint.Text());
     return 1;
   };

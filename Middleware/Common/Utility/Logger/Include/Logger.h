@@ -10,8 +10,7 @@
 #include <cstdio>
 #include <string>
 
-#include "MqLink.h"
-#include "MqSupport.h"
+#include "MqPushLink.h"
 
 /// Severity of a message. A message is written when its level is at least the threshold.
 enum MsgLevel_e : std::int32_t {
@@ -111,5 +110,5 @@ class Logger {
   void Compose(const std::string& message);
   int Attach(const MqEndpoint& endpoint);
 
-  MqLinkWatch mLink;  // of `mpSock`
+  MqPushLink mLink{mpSock};
 };

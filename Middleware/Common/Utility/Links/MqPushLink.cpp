@@ -1,0 +1,30 @@
+// Links to collecting peers. The socket belongs to the link's owner and thread.
+
+#include "MqPushLink.h"
+
+#include <utility>
+
+MqSockOwner MqPushLink::NewSocket(const MqEndpoint& endpoint) {
+  MqSockOwner socket(zsock_new(ZMQ_PUSH));
+  if (socket == nullptr)
+    return nullptr;
+  // Whoever sends must not wait for an absent or stalled peer once the socket keeps its share.
+  zsock_set_sndtimeo(socket.get(), 0);
+  MqPrepareLink(socket.get(), endpoint.IsTcp());
+  return socket;
+}
+
+bool MqPushLink::Connect(MqSockOwner socket, const MqEndpoint& endpoint) {
+  MqLinkWatch watch;  // ends before the socket does when the connection is refused
+  watch.Start(socket.get());
+  if (zsock_connect(socket.get(), "%s", endpoint.Text()) == -1)
+    return false;
+  mpSocket = socket.release();
+  mWatch = std::move(watch);
+  return true;
+}
+
+void MqPushLink::Close() {
+  mWatch.Stop();
+  zsock_destroy(&mpSocket);
+}
