@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "DispatcherHook.h"
+#include "Endpoints.h"
 #include "JsonCreateLuMessages.h"
 #include "JsonParser.h"
 #include "LcReactor.h"
@@ -15,14 +16,9 @@
 
 namespace {
 
-constexpr char kCommandMessage[] = "HwmLoudnessCmd";
-constexpr char kConfigurationMessage[] = "HwmSetLoudnessConfiguration";
-
 // After an invalid source ten messages without readings go out, the first five still marked valid.
 constexpr std::uint64_t kInvalidSrcMessages = 10;
 constexpr std::uint64_t kInvalidSrcMarkedValid = 5;
-
-using Topic_t = char[kMqTopicSize];
 
 std::uint32_t MeterSetNo() {
   return cLcReactor::mpReactor != nullptr ? cLcReactor::mlMeterSetNo : 1;
@@ -30,11 +26,6 @@ std::uint32_t MeterSetNo() {
 
 std::uint32_t ClusterNo() {
   return cLcReactor::mpReactor != nullptr ? cLcReactor::mlClusterNo : 1;
-}
-
-void FormatTopic(Topic_t& topic, const char* message, bool repub) {
-  std::snprintf(topic, sizeof topic, repub ? "IOQV%s_Repub_%d" : "IOQV%s_%d", message,
-                static_cast<int>(MeterSetNo()));
 }
 
 void Publish(LoudnessData_t& data, bool validSource) {
@@ -141,13 +132,15 @@ void SendCommand(LuCmd_e cmd, bool repub) {
   creator.cLuCmd::mlUserId = cLcReactor::mlCmdUserId;
   creator.mlCmdTS = gpFetchedDispatcher != nullptr ? gpFetchedDispatcher->mlCmdTS : 0;
   const char* text = creator.PrepareLuCmdJsonStr(cmd, false, meterSet >= 1, meterSet);
-  Topic_t topic = {};
-  FormatTopic(topic, kCommandMessage, repub);
+  NumberedTopic_t topic = {};
+  FormatNumberedTopic(topic, repub ? kAcknowledgementRepubTopicPrefix : kAcknowledgementTopicPrefix,
+                      meterSet);
   PublishLoudnessCommand(topic, text);
 }
 
 void SendCurrentConf(bool repub) {
-  Topic_t topic = {};
-  FormatTopic(topic, kConfigurationMessage, repub);
+  NumberedTopic_t topic = {};
+  FormatNumberedTopic(topic, repub ? kCurrentConfRepubTopicPrefix : kCurrentConfTopicPrefix,
+                      MeterSetNo());
   PublishLoudnessConf(topic, gsLuConf);
 }

@@ -13,20 +13,8 @@ namespace {
 
 constexpr char kUnitName[] = "PubHandler";
 
-// Without a meter set both sockets have this name.
-constexpr char kNameWithoutMeterSet[] = "Lc1LoudnessDataPub.ipc";
-constexpr char kDataNamePrefix[] = "ProbeLc1LoudnessDataPub-";
-constexpr char kStateNamePrefix[] = "ProbeLc1LoudnessStatePub-";
-
-using EndpointName_t = char[2048];
-
-void FormatName(EndpointName_t& name, const char* prefix) {
-  if (cPubHandler::mlMeterSetNo == 0)
-    std::snprintf(name, sizeof name, "%s", kNameWithoutMeterSet);
-  else
-    std::snprintf(name, sizeof name, "%sm%dc%d.ipc", prefix,
-                  static_cast<int>(cPubHandler::mlMeterSetNo),
-                  static_cast<int>(cPubHandler::mlClusterNo));
+void FormatName(MqFileName_t& name, const char* prefix) {
+  FormatPublisherFile(name, prefix, cPubHandler::mlMeterSetNo, cPubHandler::mlClusterNo);
 }
 
 zframe_t* MakeFrame(const LuDataFrame_t& frame, const LuDataContent_t& content) {
@@ -41,6 +29,15 @@ void ReportException(const char* title, const char* description) {
 }
 
 }  // namespace
+
+void FormatPublisherFile(MqFileName_t& file, const char* prefix, std::uint32_t meterSet,
+                         std::uint32_t cluster) {
+  if (meterSet == 0)
+    std::snprintf(file, sizeof file, "%s", kSharedPublisherFile);
+  else
+    std::snprintf(file, sizeof file, "%sm%dc%d.ipc", prefix, static_cast<int>(meterSet),
+                  static_cast<int>(cluster));
+}
 
 cPubHandler* gpLcPubs = nullptr;
 
@@ -87,8 +84,8 @@ bool cPubHandler::BindMq() {
 bool cPubHandler::BindLuDataPubMq() {
   if (mpLuDataPubSocket != nullptr)
     return true;
-  EndpointName_t name = {};
-  FormatName(name, kDataNamePrefix);
+  MqFileName_t name = {};
+  FormatName(name, kDataPublisherFilePrefix);
   mpLuDataPubSocket = BindMqOverIpc(name, nullptr);
   return mpLuDataPubSocket != nullptr;
 }
@@ -96,8 +93,8 @@ bool cPubHandler::BindLuDataPubMq() {
 bool cPubHandler::BindLuStatePubMq() {
   if (mpLuStatePubSocket != nullptr)
     return true;
-  EndpointName_t name = {};
-  FormatName(name, kStateNamePrefix);
+  MqFileName_t name = {};
+  FormatName(name, kStatePublisherFilePrefix);
   mpLuStatePubSocket = BindMqOverIpc(name, nullptr);
   return mpLuStatePubSocket != nullptr;
 }

@@ -35,8 +35,6 @@ constexpr std::size_t kLuDataPeriodMs = 100;
 constexpr std::size_t kUpkeepPeriodMs = 250;
 constexpr unsigned kSecondsPerRepublication = 5;
 
-constexpr std::size_t kEndpointSize = 2048;
-
 constexpr bool kText = false;
 constexpr bool kBinary = true;
 
@@ -105,25 +103,21 @@ void addHwmAtSlot(cLcReactor& reactor, std::int32_t /*slot*/) {
 
 void addHwmMbForLuDspDataMq(cLcReactor& reactor, std::uint32_t meterSet) {
   LOUDCALC_PRINT(stdout, "\"addHwmMbForLuDspDataMq %d\"", static_cast<int>(meterSet));
-  char endpoint[kEndpointSize] = {};
+  MqFileName_t file = {};
   NumberedTopic_t topics[1] = {};
-  if (meterSet == 0) {
-    std::snprintf(endpoint, sizeof endpoint, "%s", kRawDataEndpoint);
-    std::snprintf(topics[0], kMqTopicSize, "%s", kRawDataTopic);
-  } else {
-    std::snprintf(endpoint, sizeof endpoint, "%s%d.ipc", kRawDataEndpointPrefix,
-                  static_cast<int>(meterSet));
-    FormatNumberedTopic(topics[0], kRawDataTopicPrefix, meterSet);
-    LOUDCALC_PRINT(stdout, "\"IPC :: %s\"", endpoint);
+  FormatRawDataFile(file, meterSet);
+  FormatRawDataTopic(topics[0], meterSet);
+  if (meterSet != 0) {
+    LOUDCALC_PRINT(stdout, "\"IPC :: %s\"", file);
     LOUDCALC_PRINT(stdout, "\"Topic :: %s\"", topics[0]);
   }
-  const bool ret = reactor.AddMqSubsOverIpc(endpoint, topics, 1, kBinary);
+  const bool ret = reactor.AddMqSubsOverIpc(file, topics, 1, kBinary);
   LOUDCALC_ASSERT(ret == true, "ret == true");
 }
 
 void SubscribeMeterSetTopics(cLcReactor& reactor, std::uint32_t meterSet) {
   Logger* const mpLogger = gpLogger;
-  for (const char* prefix : {kPresetTopicPrefix, kConfigurationTopicPrefix, kCommandTopicPrefix}) {
+  for (const char* prefix : kMeterSetTopicPrefixes) {
     NumberedTopic_t topic = {};
     FormatNumberedTopic(topic, prefix, meterSet);
     const int length = static_cast<int>(std::strlen(topic));
@@ -136,8 +130,7 @@ void addAppserverMq(cLcReactor& reactor, std::uint32_t meterSet) {
   LOUDCALC_PRINT(stdout, "\"addAppserverMq mainboard app server\"");
   ConnectServer(reactor, MainBoardAddress(), kAppserverPort, kAppLoudnessCommandTopic);
   LOUDCALC_PRINT(stdout, "\"addAppserverMq %d %d/%d\"", 1, static_cast<int>(meterSet), 1);
-  // The services of further meter sets are left without these topics on purpose.
-  if (meterSet <= 1)
+  if (meterSet <= kLastMeterSetWithTopics)
     SubscribeMeterSetTopics(reactor, meterSet);
 }
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "MqNames.h"
 #include "MqReactor.h"
 
 /// A topic made of a prefix and a number, zero-terminated.
@@ -33,12 +34,32 @@ constexpr char kConfigurationTopicPrefix[] = "AppProbeSetLuConf-";
 constexpr char kCommandTopicPrefix[] = "AppIOQVLoudnessCmd-";
 constexpr char kEnableReportingTopic[] = "QVProbeOptInputDataCmd";
 
+/// The topics of a meter set, which only the services up to this one subscribe to.
+constexpr const char* kMeterSetTopicPrefixes[] = {kPresetTopicPrefix, kConfigurationTopicPrefix,
+                                                  kCommandTopicPrefix};
+constexpr std::uint32_t kLastMeterSetWithTopics = 1;
+
 // Signal-processing stage, IPC: endpoint and topic without a meter set, and their beginnings with
 // one.
 constexpr char kRawDataEndpoint[] = "hwmProg1LoudnessDataPub.ipc";
 constexpr char kRawDataEndpointPrefix[] = "hwmProbeLuRawDataPub-";
 constexpr char kRawDataTopic[] = "LoudnessDspData";
 constexpr char kRawDataTopicPrefix[] = "ProbeLuRawData-";
+
+/// Write where and under which topic the raw blocks of a meter set come, 0 for none.
+inline void FormatRawDataFile(MqFileName_t& file, std::uint32_t meterSet) {
+  if (meterSet == 0)
+    std::snprintf(file, sizeof file, "%s", kRawDataEndpoint);
+  else
+    std::snprintf(file, sizeof file, "%s%d.ipc", kRawDataEndpointPrefix,
+                  static_cast<int>(meterSet));
+}
+inline void FormatRawDataTopic(NumberedTopic_t& topic, std::uint32_t meterSet) {
+  if (meterSet == 0)
+    std::snprintf(topic, sizeof topic, "%s", kRawDataTopic);
+  else
+    FormatNumberedTopic(topic, kRawDataTopicPrefix, meterSet);
+}
 
 // Heartbeat of this service.
 constexpr char kHeartbeatProcessName[] = "QvOptLuCal";

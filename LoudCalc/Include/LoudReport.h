@@ -5,6 +5,12 @@
 
 #include "LuEnumerations.h"
 
+// Topics on the state socket; each is a prefix with the meter set behind it.
+constexpr char kAcknowledgementTopicPrefix[] = "IOQVHwmLoudnessCmd_";
+constexpr char kAcknowledgementRepubTopicPrefix[] = "IOQVHwmLoudnessCmd_Repub_";
+constexpr char kCurrentConfTopicPrefix[] = "IOQVHwmSetLoudnessConfiguration_";
+constexpr char kCurrentConfRepubTopicPrefix[] = "IOQVHwmSetLoudnessConfiguration_Repub_";
+
 /// One step of the action machine or one data message; the 100 ms tick. Does nothing while
 /// reporting is off. The publisher sockets must be bound.
 void SendLoudnessData();

@@ -9,7 +9,18 @@
 
 #include "Logger.h"
 #include "LoudnessData.h"
+#include "MqNames.h"
 #include "MqPubHandler.h"
+
+/// Files of the two sockets in the unit's IPC directory. A prefix is followed by meter set and
+/// cluster; without a meter set (0) both sockets have the one name without a prefix.
+constexpr char kSharedPublisherFile[] = "Lc1LoudnessDataPub.ipc";
+constexpr char kDataPublisherFilePrefix[] = "ProbeLc1LoudnessDataPub-";
+constexpr char kStatePublisherFilePrefix[] = "ProbeLc1LoudnessStatePub-";
+
+/// Writes the name that begins with one of these prefixes into `file`.
+void FormatPublisherFile(MqFileName_t& file, const char* prefix, std::uint32_t meterSet,
+                         std::uint32_t cluster);
 
 /// Topic of the loudness-data message, its first frame.
 constexpr char kLoudnessDataTopic[] = "LoudnessData";

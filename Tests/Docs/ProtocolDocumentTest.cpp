@@ -16,7 +16,10 @@
 #include "Endpoints.h"
 #include "GoldenFile.h"
 #include "GoldenMessage.h"
+#include "HeartBeater.h"
 #include "JsonParser.h"
+#include "Logger.h"
+#include "LoudReport.h"
 #include "LuMessages.h"
 #include "Meters.h"
 #include "MqNames.h"
@@ -166,16 +169,20 @@ TEST_F(ProtocolDocumentTest, EveryTopicIsNamed) {
         kForwardedCommandTopic, kLoudnessDataTopic})
     ExpectText(Code(topic));
   for (const char* prefix :
-       {kPresetTopicPrefix, kConfigurationTopicPrefix, kCommandTopicPrefix, kRawDataTopicPrefix})
+       {kPresetTopicPrefix, kConfigurationTopicPrefix, kCommandTopicPrefix, kRawDataTopicPrefix,
+        kAcknowledgementTopicPrefix, kAcknowledgementRepubTopicPrefix, kCurrentConfTopicPrefix,
+        kCurrentConfRepubTopicPrefix})
     ExpectText("`" + std::string(prefix) + "<n>`");
 }
 
 TEST_F(ProtocolDocumentTest, EveryEndpointIsNamed) {
   for (const unsigned port : {kHbMonPort, kHwmPort, kAppserverPort, kMonitorInletPort})
     ExpectText(":" + std::to_string(port) + "`");
-  ExpectText(Code("ipc://" + std::string(kIpcDirectory) + "/" + kRawDataEndpoint));
-  ExpectText(
-      Code("ipc://" + std::string(kIpcDirectory) + "/" + kRawDataEndpointPrefix + "<n>.ipc"));
+  for (const std::string& file :
+       {std::string(kRawDataEndpoint), kRawDataEndpointPrefix + std::string("<n>.ipc"),
+        std::string(kSharedPublisherFile), kDataPublisherFilePrefix + std::string("m<n>c<c>.ipc"),
+        kStatePublisherFilePrefix + std::string("m<n>c<c>.ipc"), std::string(kLogSinkIpcName)})
+    ExpectText(Code("ipc://" + std::string(kIpcDirectory) + "/" + file));
 }
 
 TEST_F(ProtocolDocumentTest, EveryFrameOfTheDataMessageHasItsRow) {

@@ -7,14 +7,11 @@
 #include "GoldenMessage.h"
 #include "HeartBeater.h"
 #include "Logger.h"
-#include "MqNames.h"
 #include "MqTestKit.h"
 
 namespace {
 
 using golden::IsMessage;
-
-constexpr char kLogSinkFile[] = "loggerSinkMq.ipc";
 
 /// The receiving end of an inlet in the unit's IPC directory.
 class Inlet {
@@ -69,7 +66,7 @@ class LogMessagesTest : public testing::Test {
  protected:
   ~LogMessagesTest() override { Logger::DeleteInstance(); }
 
-  Inlet mSink{kLogSinkFile};
+  Inlet mSink{kLogSinkIpcName};
 };
 
 TEST_F(LogMessagesTest, NotificationIsItsExample) {

@@ -12,6 +12,7 @@
 
 #include "Endpoints.h"
 #include "JsonAccess.h"
+#include "LoudReport.h"
 
 using louddesk::Peer;
 
@@ -147,7 +148,7 @@ void RunningService::SendCommand(const std::string& command) {
 }
 
 void RunningService::ExpectAcknowledgement(const std::string& command) {
-  const std::string topic = louddesk::TopicFor("IOQVHwmLoudnessCmd_", mUnit.MeterSet());
+  const std::string topic = louddesk::TopicFor(kAcknowledgementTopicPrefix, mUnit.MeterSet());
   // States keep coming by republication.
   const auto end = Clock::now() + kPatience;
   std::string seen;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Endpoints.h"
+#include "LoudReport.h"
 
 using louddesk::LoudnessMessage;
 using louddesk::Peer;
@@ -243,11 +244,11 @@ std::string WatchedService::Acknowledgement(const std::string& command, unsigned
 }
 
 std::string WatchedService::CommandTopic() const {
-  return louddesk::TopicFor("IOQVHwmLoudnessCmd_", mUnit.MeterSet());
+  return louddesk::TopicFor(kAcknowledgementTopicPrefix, mUnit.MeterSet());
 }
 
 std::string WatchedService::ConfigurationTopic() const {
-  return louddesk::TopicFor("IOQVHwmSetLoudnessConfiguration_", mUnit.MeterSet());
+  return louddesk::TopicFor(kCurrentConfTopicPrefix, mUnit.MeterSet());
 }
 
 std::string WatchedService::Envelope(const std::string& json, unsigned user) const {

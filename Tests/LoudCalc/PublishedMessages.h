@@ -27,10 +27,8 @@ class PublishedMessages {
     gpLcPubs->SetMeterSetNo(meterSet);
     gpLcPubs->SetClusterNo(cluster);
     EXPECT_TRUE(gpLcPubs->Init("127.0.0.1"));
-    const std::string suffix =
-        "-m" + std::to_string(meterSet) + "c" + std::to_string(cluster) + ".ipc";
-    data_ = Subscribe("ProbeLc1LoudnessDataPub" + suffix);
-    state_ = Subscribe("ProbeLc1LoudnessStatePub" + suffix);
+    data_ = Subscribe(kDataPublisherFilePrefix, meterSet, cluster);
+    state_ = Subscribe(kStatePublisherFilePrefix, meterSet, cluster);
     Synchronise(data_, gpLcPubs->mpLuDataPubSocket);
     Synchronise(state_, gpLcPubs->mpLuStatePubSocket);
   }
@@ -60,10 +58,12 @@ class PublishedMessages {
   static constexpr int kDeadlineMs = 10000;
   static constexpr int kRetryMs = 5;
 
-  static zsock_t* Subscribe(const std::string& file) {
+  static zsock_t* Subscribe(const char* prefix, std::uint32_t meterSet, std::uint32_t cluster) {
+    MqFileName_t file = {};
+    FormatPublisherFile(file, prefix, meterSet, cluster);
     zsock_t* socket = zsock_new(ZMQ_SUB);
     zsock_set_subscribe(socket, "");
-    EXPECT_EQ(0, zsock_connect(socket, MQ_IPC_ENDPOINT_FORMAT, kIpcDirectory, file.c_str()));
+    EXPECT_EQ(0, zsock_connect(socket, MQ_IPC_ENDPOINT_FORMAT, kIpcDirectory, file));
     return socket;
   }
 

@@ -5,10 +5,11 @@
 #include <chrono>
 #include <filesystem>
 
+#include "MqNames.h"
+
 namespace mqtest {
 namespace {
 
-constexpr char kIpcPath[] = "/run/shm/mq";
 constexpr std::size_t kLongestIpcPath = 107;
 constexpr char kGreeting[] = "mqtest-greeting";
 constexpr int kGreetingIntervalMs = 10;
@@ -21,15 +22,15 @@ bool WaitFor(zsock_t* socket, int milliseconds) {
 }  // namespace
 
 void MakeIpcDirectory() {
-  std::filesystem::create_directories(kIpcPath);
+  std::filesystem::create_directories(kIpcDirectory);
 }
 
 std::string IpcEndpoint(const std::string& fileName) {
-  return std::string("ipc://") + kIpcPath + "/" + fileName;
+  return std::string("ipc://") + kIpcDirectory + "/" + fileName;
 }
 
 std::string TooLongIpcName() {
-  const std::size_t directoryAndSlash = sizeof kIpcPath;
+  const std::size_t directoryAndSlash = sizeof kIpcDirectory;
   return std::string(kLongestIpcPath + 1 - directoryAndSlash, 'x');
 }
 

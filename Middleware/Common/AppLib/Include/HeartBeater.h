@@ -12,6 +12,15 @@
 #include "Logger.h"
 #include "MqPushLink.h"
 
+/// Inlet of the process monitor, which takes heartbeats and requests: TCP port, IPC file name.
+constexpr unsigned kMonitorInletPort = 10000;
+constexpr char kMonitorInletIpcName[] = "hbMonPullMq.ipc";
+
+/// Topics at that inlet.
+constexpr char kHeartBeatTopic[] = "HbProc";
+constexpr char kRepublicationTopic[] = "HbReqRepubSysStatus";
+constexpr char kForwardedCommandTopic[] = "HbFwdAppCmd";
+
 /// State of a process as the monitor knows it.
 enum ProcessStatus_e : std::int32_t {
   PS_NO_SHOW = 0,

@@ -21,10 +21,6 @@ namespace {
 
 constexpr char kUnitName[] = "Logger";
 
-// The log sink's inlet: TCP port, IPC file name.
-constexpr unsigned kSinkPort = 9000;
-constexpr char kSinkIpcName[] = "loggerSinkMq.ipc";
-
 constexpr char kNotifyColour[] = "\033[0;33m";
 constexpr char kLineEnd[] = "\n\033[0m";  // what follows on the terminal has no colour
 
@@ -187,11 +183,11 @@ void Logger::Fprintf(FILE* stream, const char* format, ...) {
 }
 
 int Logger::AttachMqOverTcp() {
-  return Attach(MqEndpoint::Tcp(kLocalHostAddress, kSinkPort));
+  return Attach(MqEndpoint::Tcp(kLocalHostAddress, kLogSinkPort));
 }
 
 int Logger::AttachMqOverIpc() {
-  return Attach(MqEndpoint::Ipc(kSinkIpcName));
+  return Attach(MqEndpoint::Ipc(kLogSinkIpcName));
 }
 
 int Logger::DetachMq() {
@@ -226,16 +222,16 @@ bool Logger::SendJson(MsgType_e type, MsgLevel_e level, const char* message, con
     rapidjson::StringBuffer text;
     rapidjson::Writer<rapidjson::StringBuffer> writer(text);
     writer.StartObject();
-    writer.Key("MsgType");
+    writer.Key(log_key::kType);
     writer.Int(type);
-    writer.Key("Level");
+    writer.Key(log_key::kLevel);
     writer.Int(level);
-    writer.Key("Name");
+    writer.Key(log_key::kName);
     writer.String(mName);
-    writer.Key("Message");
+    writer.Key(log_key::kMessage);
     writer.String(Utf8Of(message).c_str());
     if (type == MsgType_Notify && title != nullptr) {
-      writer.Key("Title");
+      writer.Key(log_key::kTitle);
       writer.String(Utf8Of(title).c_str());
     }
     writer.EndObject();

@@ -1,9 +1,12 @@
-// Names of the unit's messaging network that more than one component uses.
+// Names of the unit's messaging network that belong to no single component.
 
 #pragma once
 
 /// Directory of every IPC endpoint of the unit.
 constexpr char kIpcDirectory[] = "/run/shm/mq";
+
+/// Name of a file in that directory, zero-terminated.
+using MqFileName_t = char[2048];
 
 /// Endpoint of an IPC socket: directory, file name.
 #define MQ_IPC_ENDPOINT_FORMAT "ipc://%s/%s"
@@ -13,12 +16,3 @@ constexpr char kIpcDirectory[] = "/run/shm/mq";
 
 /// Address of this very board.
 constexpr char kLocalHostAddress[] = "127.0.0.1";
-
-/// Inlet of the process monitor, which takes heartbeats and requests: TCP port, IPC file name.
-constexpr unsigned kMonitorInletPort = 10000;
-constexpr char kMonitorInletIpcName[] = "hbMonPullMq.ipc";
-
-/// Topics at that inlet.
-constexpr char kHeartBeatTopic[] = "HbProc";
-constexpr char kRepublicationTopic[] = "HbReqRepubSysStatus";
-constexpr char kForwardedCommandTopic[] = "HbFwdAppCmd";

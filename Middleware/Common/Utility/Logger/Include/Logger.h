@@ -26,6 +26,19 @@ enum MsgLevel_e : std::int32_t {
 };
 using LogLevel_e = MsgLevel_e;
 
+/// The log sink's inlet on this board: TCP port, IPC file name.
+constexpr unsigned kLogSinkPort = 9000;
+constexpr char kLogSinkIpcName[] = "loggerSinkMq.ipc";
+
+/// Keys of a message at the log sink.
+namespace log_key {
+constexpr char kType[] = "MsgType";
+constexpr char kLevel[] = "Level";
+constexpr char kName[] = "Name";
+constexpr char kMessage[] = "Message";
+constexpr char kTitle[] = "Title";
+}  // namespace log_key
+
 /// Kind of a message at the log sink.
 enum MsgType_e : std::int32_t {
   MsgType_Logging = 0,
