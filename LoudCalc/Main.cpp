@@ -23,15 +23,16 @@ constexpr char kLoggerName[] = "HwManagerMb";
 constexpr int kLoggerNameSize = 7;  // bytes, terminator included; the sink knows the cut name
 constexpr char kDefaultInterface[] = "lo";
 constexpr char kNoAddress[] = "0.0.0.0";
-constexpr std::uint32_t kMaxCluster = 8;
+constexpr std::uint64_t kMaxSlot = 1;
+constexpr std::uint64_t kMaxCluster = 8;
 
 using AddressText_t = char[16];
 
 struct Options {
-  std::uint32_t slot = 1;  // 0: main board, 1: optical board
+  std::uint64_t slot = 1;  // 0: main board, 1: optical board
   std::string interface = kDefaultInterface;
   std::uint32_t meterSet = 1;  // 0: none
-  std::uint32_t cluster = 0;   // 1 to 8; 0: not given
+  std::uint64_t cluster = 0;   // 1 to 8; 0: not given
 };
 
 void SettleProcess() {
@@ -63,22 +64,24 @@ Logger* PrepareLogger() {
   std::exit(1);
 }
 
-std::uint32_t Number(const char* text) {
-  return static_cast<std::uint32_t>(std::strtol(text, nullptr, 10));
+// As given, not yet narrowed to what it will be: the range checks look at all of it. A negative
+// number counts as a very large one.
+std::uint64_t Number(const char* text) {
+  return static_cast<std::uint64_t>(std::strtol(text, nullptr, 10));
 }
 
 void TakeOption(int option, const char* program, Options& options) {
   switch (option) {
     case 's':
       options.slot = Number(optarg);
-      if (options.slot > 1)
+      if (options.slot > kMaxSlot)
         ExitWithUsage(program);
       break;
     case 'i':
       options.interface = optarg;
       break;
     case 'm':
-      options.meterSet = Number(optarg);
+      options.meterSet = static_cast<std::uint32_t>(Number(optarg));
       break;
     case 'c':
       options.cluster = Number(optarg);
@@ -120,7 +123,7 @@ void FindAddress(const Options& options, AddressText_t& address) {
 
 void RunService(const Options& options, const char* address) {
   if (!initReactorLoop(static_cast<std::int32_t>(options.slot), address, options.meterSet,
-                       options.cluster))
+                       static_cast<std::uint32_t>(options.cluster)))
     return;
   startReactorLoop();
   cleanReactorLoop();

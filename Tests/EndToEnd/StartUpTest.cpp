@@ -55,8 +55,12 @@ TEST_P(InvalidClusterTest, EndsWithTheClusterMessage) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Clusters, InvalidClusterTest,
-                         testing::Values("0", "9", "-1", "4294967297000", "left", "",
-                                         "010"));  // ten, whatever the zero
+                         testing::Values("0", "9", "-1", "left", "",
+                                         "010",                  // ten, whatever the zero
+                                         "4294967297",           // 1 in 32 bits
+                                         "-4294967295",          // the same
+                                         "18446744073709551617"  // 1 in 64 bits
+                                         ));
 
 class InvalidSlotTest : public testing::TestWithParam<const char*> {};
 
@@ -64,7 +68,12 @@ TEST_P(InvalidSlotTest, EndsWithTheUsageText) {
   EXPECT_EQ(UsageText(), ErrorsOfRefusedStart({"-c", "1", "-s", GetParam()}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Slots, InvalidSlotTest, testing::Values("2", "3", "-1"));
+INSTANTIATE_TEST_SUITE_P(Slots, InvalidSlotTest,
+                         testing::Values("2", "3", "-1",
+                                         "4294967296",              // 0 in 32 bits
+                                         "4294967297",              // 1 in 32 bits
+                                         "-4294967296",             // 0 in 32 bits
+                                         "18446744073709551616"));  // 0 in 64 bits
 
 TEST(CommandLineTest, OptionWithoutItsValueEndsWithTheUsageText) {
   const std::string errors = ErrorsOfRefusedStart({"-m", "1", "-c"});
