@@ -81,6 +81,24 @@ class cAudOutputRouting {
   /// been. Channels beyond the first `kMaxRoutedChannels` are skipped with one log line.
   int ParseAudOutputRouting(const rapidjson::Value& value, bool routingFlag, int routingArg);
 
+  /// The inner levels of the document, read into `mAcor`, whose slot, connector and output type
+  /// stand already. Each returns 1, or 0 when something met was not well formed; what could be read
+  /// has been. All channels count towards the `kMaxRoutedChannels` of the last document.
+
+  /// An array of pair objects.
+  int ParseAORPairs(const rapidjson::Value& pairs);
+
+  /// An object with the number ("Pair", -1 without it), the flags and the channels of a pair.
+  int ParseAORPair(const rapidjson::Value& pair);
+
+  /// An array of channel objects. Element i, counted from 0, goes into the map as channel
+  /// i + 2 x pair - 1 of the output; in a pair without number it is read only.
+  int ParseAOROutputChannels(const rapidjson::Value& channels);
+
+  /// An object with the trim ("OutputTrimDb", required), the "Speaker" (none without it) and the
+  /// "MeterSources" (required) of one channel, which does not go into the map yet.
+  int ParseAOROutputChannel(const rapidjson::Value& channel);
+
   /// Clears the contents of every entry of the map; the keys stay.
   void ClearRoutingContents();
 
@@ -104,10 +122,6 @@ class cAudOutputRouting {
   int ParseAORSlot(const rapidjson::Value& connectors);
   int ParseAORConnector(const rapidjson::Value& outputTypes);
   int ParseAOROutputType(const rapidjson::Value& outputType);
-  int ParseAORPairs(const rapidjson::Value& pairs);
-  int ParseAORPair(const rapidjson::Value& pair);
-  int ParseAOROutputChannels(const rapidjson::Value& channels);
-  int ParseAOROutputChannel(const rapidjson::Value& channel);
   bool SetChannel(std::int32_t index);
   void ForgetUnusedChannels();
 

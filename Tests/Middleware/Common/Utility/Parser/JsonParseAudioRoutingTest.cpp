@@ -28,6 +28,8 @@ std::string Pair(const std::string& number, const std::string& channels) {
   return R"({"Pair":)" + number + R"(,"OutputChannels":[)" + channels + "]}";
 }
 
+constexpr char kSecondChannel[] = R"({"OutputTrimDb":2,"MeterSources":[9]})";
+
 // The routing section with these pairs at one output of one slot.
 std::string Routing(const std::string& slot, const std::string& pairs) {
   return "{\"" + slot + R"(":{"BNC":{"SDI":{"Pairs":[)" + pairs + "]}}}}";
@@ -364,6 +366,79 @@ TEST_F(AudioRoutingTest, ChannelBeyondIntFailsWithoutOverflow) {
   mRouting.mAcorMap.clear();
   EXPECT_EQ(ParsePair("-1073741824", std::string(kChannel) + "," + kChannel), 0);
   EXPECT_THAT(Channels(), ElementsAre(kLowest));
+}
+
+// ----- the inner levels by themselves
+
+class AudioRoutingLevelsTest : public AudioRoutingTest {
+ protected:
+  AudioRoutingLevelsTest() { mRouting.mAcor = Record(3, SIOCT_BNC, SOT_SDI, -1); }
+
+  using Level_t = int (cAudOutputRouting::*)(const rapidjson::Value&);
+
+  int ParseLevel(Level_t level, const std::string& text) {
+    const rapidjson::Document document = Json(text);
+    testing::internal::CaptureStdout();
+    const int result = (mRouting.*level)(document);
+    mPrinted = testing::internal::GetCapturedStdout();
+    return result;
+  }
+};
+
+TEST_F(AudioRoutingLevelsTest, PairsAreAnArrayOfPairs) {
+  const Level_t pairs = &cAudOutputRouting::ParseAORPairs;
+  for (const char* text : {"{}", "null", "1"})
+    EXPECT_EQ(ParseLevel(pairs, text), 0) << text;
+  EXPECT_EQ(ParseLevel(pairs, "[]"), 1);
+  EXPECT_THAT(mRouting.mAcorMap, IsEmpty());
+  EXPECT_EQ(ParseLevel(pairs, "[" + Pair("1", kChannel) + "," + Pair("4", kChannel) + "]"), 1);
+  EXPECT_THAT(Channels(), ElementsAre(1, 7));
+  EXPECT_EQ(ParseLevel(pairs, "[[]," + Pair("5", kChannel) + "]"), 0);
+  EXPECT_EQ(Entry(3, 9).miPair, 5);
+}
+
+TEST_F(AudioRoutingLevelsTest, PairHasNumberFlagsAndChannels) {
+  const Level_t pair = &cAudOutputRouting::ParseAORPair;
+  for (const char* text : {"[]", "null", "1", R"({"Pair":1})"})
+    EXPECT_EQ(ParseLevel(pair, text), 0) << text;
+  EXPECT_EQ(ParseLevel(pair, R"({"Pair":2,"SoloMute":true,"OutputChannels":[]})"), 1);
+  EXPECT_EQ(mRouting.mAcor.miPair, 2);
+  EXPECT_TRUE(mRouting.mAcor.mbSoloMute);
+  EXPECT_FALSE(mRouting.mAcor.mbSpeakerMix);
+  EXPECT_THAT(mRouting.mAcorMap, IsEmpty());
+  EXPECT_EQ(ParseLevel(pair, Pair("2", kChannel)), 1);
+  EXPECT_EQ(Entry(3, 3).miPair, 2);
+}
+
+TEST_F(AudioRoutingLevelsTest, ChannelsAreNumberedFromTheirPair) {
+  const Level_t channels = &cAudOutputRouting::ParseAOROutputChannels;
+  const std::string two = std::string("[") + kChannel + "," + kSecondChannel + "]";
+  for (const char* text : {"{}", "null", "1"})
+    EXPECT_EQ(ParseLevel(channels, text), 0) << text;
+  EXPECT_EQ(ParseLevel(channels, "[]"), 1);
+  EXPECT_EQ(ParseLevel(channels, two), 1);
+  EXPECT_THAT(mRouting.mAcorMap, IsEmpty()) << "there is no pair";
+  mRouting.mAcor.miPair = 3;
+  EXPECT_EQ(ParseLevel(channels, two), 1);
+  EXPECT_THAT(Channels(), ElementsAre(5, 6));
+  EXPECT_EQ(Entry(3, 5).miOutputTrimDb, -3);
+  EXPECT_EQ(Entry(3, 6).miOutputTrimDb, 2);
+}
+
+TEST_F(AudioRoutingLevelsTest, ChannelIsReadAndNotInserted) {
+  const Level_t channel = &cAudOutputRouting::ParseAOROutputChannel;
+  mRouting.mAcor.miPair = 1;
+  EXPECT_EQ(ParseLevel(channel, kChannel), 1);
+  EXPECT_EQ(mRouting.mAcor.miOutputTrimDb, -3);
+  EXPECT_EQ(mRouting.mAcor.mSpeakerType, AST_SPEAKER_LEFT);
+  EXPECT_THAT(mRouting.mAcor.mMeterSources, ElementsAre(1, 2));
+  EXPECT_EQ(ParseLevel(channel, kSecondChannel), 1);
+  EXPECT_EQ(mRouting.mAcor.mSpeakerType, AST_NONE);
+  EXPECT_THAT(mRouting.mAcor.mMeterSources, ElementsAre(9));
+  for (const char* text : {"[]", "null", R"({"MeterSources":[1]})", R"({"OutputTrimDb":0})",
+                           R"({"OutputTrimDb":0,"Speaker":1,"MeterSources":[1]})"})
+    EXPECT_EQ(ParseLevel(channel, text), 0) << text;
+  EXPECT_THAT(mRouting.mAcorMap, IsEmpty());
 }
 
 TEST_F(AudioRoutingTest, ClearingContentsKeepsTheKeys) {
