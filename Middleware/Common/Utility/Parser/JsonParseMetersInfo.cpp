@@ -70,6 +70,7 @@ int cPresetParser::ParsePreset(const char* json, bool parseRouting, bool routing
     ok = ParseDocument(document, parseRouting, routingFlag, routingArg, emset);
   } catch (const std::exception& fault) {
     LOUDCALC_LOG(Error, "\"Preset rejected: %s\"", fault.what());
+    ClearRouting(parseRouting);
   }
   if (ok == 0)
     ResetPreset();
@@ -86,10 +87,9 @@ int cPresetParser::ParseDocument(const rapidjson::Value& document, bool parseRou
   ParseCounters(document);
   if (emset != nullptr)
     ParseEmset(document, *emset);
+  ClearRouting(parseRouting);
   if (parseRouting)
     ParseRouting(document, routingFlag, routingArg);
-  else
-    mAcorMap.clear();
   return ok;
 }
 
@@ -119,9 +119,16 @@ void cPresetParser::ParseCounters(const rapidjson::Value& document) {
   json::Read(document, "Repub", mbRepub);
 }
 
+// Nothing that an earlier document routed stands beside what this one says.
+void cPresetParser::ClearRouting(bool keepKeys) {
+  if (keepKeys)
+    ClearRoutingContents();
+  else
+    mAcorMap.clear();
+}
+
 void cPresetParser::ParseRouting(const rapidjson::Value& document, bool routingFlag,
                                  int routingArg) {
-  ClearRoutingContents();
   const rapidjson::Value* routing = json::Find(document, "AudioOutputRouting");
   if (routing == nullptr)
     return;

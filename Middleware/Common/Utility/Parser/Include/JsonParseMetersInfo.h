@@ -37,9 +37,10 @@ class cPresetParser : public cSystemClockSource,
   /// which may be null, receives the Emset configuration. Returns 1, or 0 when the document is
   /// null, no JSON object, lacks "Clusters", "MeterSet" or "SystemClockSource" or has a bad one,
   /// or has a "DolbyInputSource" or "VideoSource" that is no object; the preset is then in its
-  /// reset state. A document with a meter name that is no number in the
-  /// range of int, or with a string "Preset" but no string "Group", also leaves an error line that
-  /// names the fault. Decoder settings, routing and Emset configuration never decide the result.
+  /// reset state. A document with a meter name that is no number in the range of int, or with a
+  /// string "Preset" but no string "Group", is read no further: it also leaves an error line that
+  /// names the fault, and the routing without contents. Decoder settings, routing and Emset
+  /// configuration never decide the result.
   int ParsePreset(const char* json, bool parseRouting, bool routingFlag, int routingArg,
                   cEmsetConfParser* emset);
 
@@ -63,6 +64,7 @@ class cPresetParser : public cSystemClockSource,
   int ParseSections(const rapidjson::Value& document);
   void ParseName(const rapidjson::Value& document);
   void ParseCounters(const rapidjson::Value& document);
+  void ClearRouting(bool keepKeys);
   void ParseRouting(const rapidjson::Value& document, bool routingFlag, int routingArg);
   int ParseDocument(const rapidjson::Value& document, bool parseRouting, bool routingFlag,
                     int routingArg, cEmsetConfParser* emset);

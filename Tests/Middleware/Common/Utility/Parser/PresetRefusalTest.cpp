@@ -30,6 +30,13 @@ const std::vector<std::string> kIncomplete[] = {
     {kClusters, kMeterSet, R"("SystemClockSource":[])"},
 };
 
+// Members of documents that are not read to their end.
+const std::vector<std::string> kFatal[] = {
+    {kClusters, R"("MeterSet":{"rear":{}})", kClock},
+    {kClusters, R"("MeterSet":{"2147483648":{}})", kClock},
+    {kClusters, kMeterSet, kClock, R"("Name":{"Preset":"News"})"},
+};
+
 // The document with these members and `more` behind them.
 std::string DocumentWith(std::vector<std::string> members, const std::string& more) {
   members.push_back(more);
@@ -139,6 +146,27 @@ TEST_F(PresetRefusalTest, RefusedDocumentReadWithoutRoutingEmptiesTheMap) {
     const std::string text = DocumentWith(members, kRouting);
     EXPECT_EQ(Parse(text.c_str(), false, false, 0, nullptr), 0) << text;
     EXPECT_THAT(mPreset.mAcorMap, IsEmpty()) << text;
+  }
+}
+
+TEST_F(PresetRefusalTest, FatalFaultClearsTheRouting) {
+  for (const std::vector<std::string>& members : kFatal) {
+    EXPECT_EQ(Parse(Accepted(kRouting)), 1);
+    const std::string text = DocumentWith(members, kRouting);
+    EXPECT_EQ(Parse(text), 0) << text;
+    ASSERT_EQ(mPreset.mAcorMap.size(), 1U) << text;
+    const cAudChannelOutputRouting& record = *mPreset.mAcorMap.begin()->second;
+    EXPECT_EQ(record.miPair, -1) << text;
+    EXPECT_EQ(record.miOutputTrimDb, 0) << text;
+    EXPECT_THAT(record.mMeterSources, IsEmpty()) << text;
+  }
+}
+
+TEST_F(PresetRefusalTest, FatalFaultEmptiesTheMapOfADocumentReadWithoutRouting) {
+  for (const std::vector<std::string>& members : kFatal) {
+    EXPECT_EQ(Parse(Accepted(kRouting)), 1);
+    EXPECT_EQ(Parse(DocumentWith(members, kRouting).c_str(), false, false, 0, nullptr), 0);
+    EXPECT_THAT(mPreset.mAcorMap, IsEmpty()) << members.back();
   }
 }
 
