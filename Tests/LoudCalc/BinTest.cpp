@@ -205,6 +205,19 @@ TEST_F(CbinTest, DecrementOfNothingAtAllPrintsBothLines) {
   EXPECT_EQ(mBin.Bins[0], 0U);
 }
 
+// Readings that leave without having come take the count down to 0 while others are still there:
+// for every figure the histogram is then empty.
+TEST_F(CbinTest, CountOfZeroIsAnEmptyHistogramWhateverItsBinsHold) {
+  Add(1000);
+  Add(3000);
+  OutputOfDecrement(0);
+  OutputOfDecrement(0);
+  ASSERT_EQ(mBin.Bins[1000] + mBin.Bins[3000], 2U);
+  ASSERT_EQ(mBin.NumBinnedValues, 0U);
+  EXPECT_EQ(mBin.GetLoudnessLkfs(-70.0F), -99.0F);
+  EXPECT_EQ(mBin.GetLra(1), 0.0F);
+}
+
 // --- Gated loudness ----------------------------------------------------------------------------
 
 TEST_F(CbinTest, EmptyHistogramReadsNoLoudness) {
@@ -277,6 +290,23 @@ TEST_F(CbinTest, SumOfPowersWrapsAtSixtyFourBits) {
   const auto exact = static_cast<long double>(Cbin::BinCenters[4000]) * 1000.0L;
   ASSERT_GT(exact, std::pow(2.0L, 64.0L));
   const long double wrapped = exact - std::pow(2.0L, 64.0L);
+  EXPECT_NEAR(mBin.GetLoudnessLkfs(-70.0F),
+              LkfsOf(static_cast<double>(wrapped / 1000.0L)) - 153.3879962, 0.0001);
+}
+
+// 800 readings in the top bin are 1.744e19 and 200 in the bin below 4.34e18: each fits, their sum
+// is beyond 2^64 and wraps all the same.
+TEST_F(CbinTest, SumOfPowersWrapsBetweenBinsToo) {
+  mBin.Bins[4000] = 800;
+  mBin.Bins[3999] = 200;
+  mBin.NumBinnedValues = 1000;
+  const long double top = static_cast<long double>(Cbin::BinCenters[4000]) * 800.0L;
+  const long double next = static_cast<long double>(Cbin::BinCenters[3999]) * 200.0L;
+  const long double range = std::pow(2.0L, 64.0L);
+  ASSERT_LT(top, range);
+  ASSERT_LT(next, range);
+  const long double wrapped = top - range + next;
+  ASSERT_GT(wrapped, 0.0L);
   EXPECT_NEAR(mBin.GetLoudnessLkfs(-70.0F),
               LkfsOf(static_cast<double>(wrapped / 1000.0L)) - 153.3879962, 0.0001);
 }

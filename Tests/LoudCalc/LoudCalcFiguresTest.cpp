@@ -157,6 +157,32 @@ TEST_F(CodingTest, ShortTermAndMomentaryAreCodedEveryBlock) {
   EXPECT_EQ(LuData.ShortTerm, -235);
 }
 
+// --- The start ---------------------------------------------------------------------------------
+
+// The momentary loudness is that of the mean power of four blocks, from the fourth on. Programme
+// and integrated loudness have their first readings on the fourth and the seventh block after the
+// three of warm-up.
+TEST_F(LoudCalcFiguresTest, FirstSixBlocksAfterTheStart) {
+  const std::vector<double> levels = {-20.0, -30.0, -23.0, -40.0, -26.0, -33.0};
+  const auto power = [&](std::size_t block) { return std::pow(10.0, levels[block] / 10.0); };
+  for (std::size_t block = 0; block < levels.size(); ++block) {
+    FeedLevel(levels[block], 1);
+    SCOPED_TRACE(testing::Message() << "block " << block + 1);
+    EXPECT_EQ(LoudCalcResultsAll.Program, -99.0F);
+    EXPECT_EQ(LuData.Program, -990);
+    EXPECT_EQ(LoudCalcResultsAll.Integrated, -99.0F);
+    EXPECT_EQ(LuData.Integrated, -990);
+    if (block < kWarmUpBlocks) {
+      EXPECT_EQ(LoudCalcResultsAll.Momentary, -99.0F);
+      EXPECT_EQ(LuData.Momentary, -990);
+      continue;
+    }
+    const double mean = (power(block) + power(block - 1) + power(block - 2) + power(block - 3)) / 4;
+    EXPECT_NEAR(LoudCalcResultsAll.Momentary, 10.0 * std::log10(mean), 0.0001);
+    EXPECT_EQ(LuData.Momentary, std::lround(100.0 * std::log10(mean)));
+  }
+}
+
 // --- Windows -----------------------------------------------------------------------------------
 
 TEST_F(LoudCalcFiguresTest, ShortTermForgetsWhatIsOlderThanThreeSeconds) {

@@ -258,6 +258,16 @@ TEST_F(LoudIntegTest, BelowMinus50ThereIsNoRange) {
   EXPECT_EQ(mGate20.GetLra(), 0.0F);
 }
 
+// Four readings at -57.54 and one at -43.68 LKFS: 10 log10((4 * 10^-5.754 + 10^-4.368) / 5) is
+// -50.0085 LKFS and reads back as -50, exactly so in single precision with its steps of 0.0000038.
+// The range's gate is then -70, which is not below the absolute one: all five readings count.
+TEST_F(LoudIntegTest, AtMinus50ThereIsARange) {
+  AddLevel(-57.54, 4);
+  AddLevel(-43.68, 1);
+  ASSERT_EQ(mGate20.GetGatedLkfsReading(), -50.0F);
+  EXPECT_EQ(mGate20.GetLra(), 13.86F);
+}
+
 TEST_F(LoudIntegTest, JustAboveMinus50ThereIsARange) {
   AddLevel(-58.0, 15);
   AddLevel(-46.0, 15);  // mean about -48.7, the range's gate about -68.7
