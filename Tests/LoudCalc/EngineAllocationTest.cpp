@@ -1,4 +1,4 @@
-// Proves that the calculator allocates nothing once it is built.
+// Proves that the calculator allocates nothing once it is built, and keeps nothing after its end.
 
 #include <gtest/gtest.h>
 
@@ -18,6 +18,13 @@ namespace {
 volatile void* gKeptVisible = nullptr;
 
 class EngineAllocationTest : public EngineFixture {};
+
+TEST_F(EngineAllocationTest, ReleaseIsSeen) {
+  auto number = std::make_unique<int>(1);
+  gKeptVisible = number.get();
+  EXPECT_FALSE(IsReleasedBy(number.get(), [] {}));
+  EXPECT_TRUE(IsReleasedBy(number.get(), [&] { number.reset(); }));
+}
 
 TEST_F(EngineAllocationTest, CounterCounts) {
   EXPECT_EQ(AllocationsOf([] {}), 0U);
@@ -42,6 +49,24 @@ TEST_F(EngineAllocationTest, CounterCounts) {
 TEST_F(EngineAllocationTest, BuildingTheCalculatorIsCounted) {
   LoudCalcCleanup();
   EXPECT_EQ(AllocationsOf([] { LoudCalcInit(); }), 8U);  // two rings, their codes, four integrators
+}
+
+TEST_F(EngineAllocationTest, CleanupGivesBackEveryRingAndIntegrator) {
+  const struct {
+    const char* name;
+    const void* (*memory)();
+  } kCases[] = {
+      {"momentary ring", []() -> const void* { return pCbBinMomLoud; }},
+      {"range ring", []() -> const void* { return pCbBinLra; }},
+      {"programme", []() -> const void* { return pProgramLoud; }},
+      {"short-term", []() -> const void* { return pShortTermLoud; }},
+      {"range", []() -> const void* { return pLraLoud; }},
+      {"integrated", []() -> const void* { return pIntegLoud; }},
+  };
+  for (const auto& [name, memory] : kCases) {
+    EXPECT_TRUE(IsReleasedBy(memory(), LoudCalcCleanup)) << name;
+    LoudCalcInit();
+  }
 }
 
 TEST_F(EngineAllocationTest, TenThousandBlocksWithResetsAllocateNothing) {

@@ -71,6 +71,13 @@ TEST_F(ReactorMainFaultsTest, TimerThatTheLoopRefusesStopsTheProcess) {
   EXPECT_DEATH((faults::Fail(Call::LoopTimer, 2), Wire()), "`rc != -1'");
 }
 
+TEST_F(ReactorMainFaultsTest, CleaningEndsEveryTimer) {
+  Wire();
+  cleanReactorLoop();
+  EXPECT_THAT(faults::EndedTimers(),
+              testing::ElementsAre(oneSecondTimer, oneLuDataTimer, oneUpkeepTimer));
+}
+
 TEST_F(ReactorMainFaultsTest, LoopWithoutWiringStopsTheProcess) {
   EXPECT_DEATH(startReactorLoop(), "`preactor != nullptr'");
   EXPECT_DEATH(cleanReactorLoop(), "`preactor != nullptr'");

@@ -9,11 +9,13 @@
 #include <set>
 #include <string>
 
+#include "AllocationCount.h"
 #include "BoardAddresses.h"
 #include "Endpoints.h"
 #include "HeartBeater.h"
 #include "JsonParser.h"
 #include "LcReactor.h"
+#include "LoudCalcBase.h"
 #include "MqNames.h"
 #include "PublishedMessages.h"
 
@@ -175,6 +177,12 @@ TEST_F(ReactorMainTest, NumbersReachEverySingleton) {
   EXPECT_EQ(gpReactor, cLcReactor::mpReactor);
 }
 
+TEST_F(ReactorMainTest, PublisherLogsFromInfoUp) {
+  ASSERT_NE(MsgLevel_Info, cPubHandler::mLogLevel);
+  Start(1);
+  EXPECT_EQ(MsgLevel_Info, cPubHandler::mLogLevel);
+}
+
 TEST_F(ReactorMainTest, MissingIpcDirectoryIsMade) {
   ASSERT_EQ(0, std::system((std::string("rm -rf ") + kIpcDirectory).c_str()));
   Start(1);
@@ -205,6 +213,11 @@ TEST_F(ReactorMainTest, ReaderResultMinusOneEndsTheLoopAndCleaningLeavesNothing)
   EXPECT_FALSE(cLcReactor::mpReactor->IsValidReactor());
   EXPECT_EQ(nullptr, gpLcPubs->mpLuDataPubSocket);
   EXPECT_EQ(nullptr, gpLcPubs->mpLuStatePubSocket);
+}
+
+TEST_F(ReactorMainTest, CleaningFreesTheEngine) {
+  Start(1);
+  EXPECT_TRUE(IsReleasedBy(pProgramLoud, cleanReactorLoop));
 }
 
 TEST_F(ReactorMainTest, StateIsRepublishedOnEveryFifthSecond) {

@@ -12,6 +12,7 @@ namespace {
 
 std::atomic<std::uint64_t> gAllocations{0};
 std::atomic<std::uint64_t> gReleases{0};
+std::atomic<const void*> gWatched{nullptr};
 
 constexpr std::size_t kUsualAlignment = alignof(std::max_align_t);
 
@@ -26,6 +27,8 @@ constexpr std::size_t kUsualAlignment = alignof(std::max_align_t);
 [[gnu::noinline]] void Release(void* memory) noexcept {
   if (memory != nullptr)
     ++gReleases;
+  const void* watched = memory;
+  gWatched.compare_exchange_strong(watched, nullptr);
   std::free(memory);
 }
 
@@ -44,6 +47,14 @@ std::uint64_t AllocationsSoFar() {
 
 std::uint64_t ReleasesSoFar() {
   return gReleases;
+}
+
+void WatchRelease(const void* memory) {
+  gWatched = memory;
+}
+
+bool IsWatchedReleased() {
+  return gWatched == nullptr;
 }
 
 void* operator new(std::size_t size) {

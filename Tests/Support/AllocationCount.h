@@ -17,3 +17,16 @@ std::uint64_t AllocationsOf(Work work) {
   work();
   return AllocationsSoFar() - before;
 }
+
+/// Watches for the end of one block, not null, in place of the one before; tells whether the
+/// watched one was given back.
+void WatchRelease(const void* memory);
+bool IsWatchedReleased();
+
+/// Whether the block at `memory` was given back while `work()` ran.
+template <typename Work>
+bool IsReleasedBy(const void* memory, Work work) {
+  WatchRelease(memory);
+  work();
+  return IsWatchedReleased();
+}

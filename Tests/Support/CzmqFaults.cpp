@@ -31,6 +31,7 @@ constexpr std::size_t kCalls = static_cast<std::size_t>(Call::LoopStart) + 1;
 
 std::array<Plan, kCalls> gPlans;
 std::vector<const void*> gDestroyed;
+std::vector<int> gEndedTimers;
 
 Plan& PlanOf(Call call) {
   return gPlans[static_cast<std::size_t>(call)];
@@ -76,6 +77,7 @@ void Reset() {
     plan.due = 0;
   }
   gDestroyed.clear();
+  gEndedTimers.clear();
 }
 
 void Fail(Call call, int nth, int error) {
@@ -101,6 +103,10 @@ int Count(Call call) {
 
 std::vector<const void*> Destroyed() {
   return gDestroyed;
+}
+
+std::vector<int> EndedTimers() {
+  return gEndedTimers;
 }
 
 }  // namespace faults
@@ -210,6 +216,11 @@ void zloop_reader_set_tolerant(zloop_t* loop, zsock_t* socket) {
 
 int zloop_timer(zloop_t* loop, size_t delay, size_t times, zloop_timer_fn handler, void* argument) {
   return GoesOn(Call::LoopTimer) ? LIBRARY(zloop_timer)(loop, delay, times, handler, argument) : -1;
+}
+
+int zloop_timer_end(zloop_t* loop, int timer) {
+  faults::gEndedTimers.push_back(timer);
+  return GoesOn(Call::LoopTimerEnd) ? LIBRARY(zloop_timer_end)(loop, timer) : -1;
 }
 
 int zloop_start(zloop_t* loop) {

@@ -26,6 +26,7 @@ enum class Call {
   LoopReader,    // zloop_reader
   LoopTolerant,  // zloop_reader_set_tolerant
   LoopTimer,     // zloop_timer
+  LoopTimerEnd,  // zloop_timer_end
   LoopStart,     // zloop_start
 };
 
@@ -50,5 +51,8 @@ int Count(Call call);
 
 /// Sockets and loops destroyed since the last Reset, in that order.
 std::vector<const void*> Destroyed();
+
+/// Ids of the timers ended since the last Reset, in that order.
+std::vector<int> EndedTimers();
 
 }  // namespace faults
