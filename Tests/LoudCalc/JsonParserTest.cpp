@@ -510,16 +510,54 @@ TEST_F(JsonParserTest, WithoutAReactorCommandsAndConfigurationsStillTakeEffect) 
   EXPECT_EQ(0u, cLcReactor::GetCmdUserId());
 }
 
-TEST_F(JsonParserTest, ConsoleLinesCanBeSwitchedOff) {
-  for (const LogLevel_e level : {MsgLevel_None, MsgLevel_Notset}) {
-    cJsonParser::SetLogLevel(level);
-    Send("AppProbeIOMatrixStream-1", Preset("Left", "Right", "MADI", 1, ",\"Repub\":true"));
-    EXPECT_EQ("", out_);
-    Send("AppProbeSetLuConf-1", "{}");
-    EXPECT_EQ("", out_);
-    SendCommand("Wait");
-    EXPECT_THAT(out_, testing::Not(HasSubstr("Unknown commad")));
-    EXPECT_THAT(out_, HasSubstr("\"Mode 0, 1\"")) << "some lines are always written";
+// What is printed for each kind of message while the lines that can be switched off are on, and
+// while they are off. The refused configuration puts the mode back to that of the start.
+TEST_F(JsonParserTest, SomeConsoleLinesCanBeSwitchedOffAndSomeAreAlwaysWritten) {
+  const std::string preset = Preset("Left", "Right");
+  const std::string republished = Preset("Left", "Right", "MADI", 1, ",\"Repub\":true");
+  const struct {
+    const char* topic;
+    std::string payload;
+    std::vector<std::string> gated;   // parts of the lines that can be switched off
+    std::vector<std::string> always;  // parts of the lines that are always written
+  } kCases[] = {
+      {"AppIOQVLoudnessCmd-1",
+       R"({"Command":"Start","ClusterId":1})",
+       {R"("AppIOQVLoudnessCmd-1\n\{"Command":"Start","ClusterId":1}\n")",
+        R"("AppIOQVLoudnessCmd-1\n\ parsed\n")"},
+       {"\tLoudness command ", "\"Mode 0, 1\""}},
+      {"AppIOQVLoudnessCmd-1",
+       R"({"Command":"Wait","ClusterId":1})",
+       {R"("AppIOQVLoudnessCmd-1\n\{"Command":"Wait","ClusterId":1}\n")",
+        R"("AppIOQVLoudnessCmd-1\n\ parsed\n")",
+        R"("Topic AppIOQVLoudnessCmd-1 :: Unknown commad 0")"},
+       {"\tLoudness command ", "\"Mode 0, 1\""}},
+      {"AppIOQVLoudnessCmd-1",
+       "{}",
+       {R"("AppIOQVLoudnessCmd-1\n\{}\n")", R"("AppIOQVLoudnessCmd-1\n\ failed parsing 1 : 0\n")"},
+       {}},
+      {"AppProbeSetLuConf-1", kConfiguration, {}, {"\"Mode 1\""}},
+      {"AppProbeSetLuConf-1", "{}", {R"("AppProbeSetLuConf-1\n\ failed parsing\n")"}, {}},
+      {"QVProbeOptInputDataCmd", "true", {}, {R"("QVProbeOptInputDataCmd: true   enable true")"}},
+      {"AppProbeIOMatrixStream-1",
+       preset,
+       {},
+       {"\"#0 cl 1/0  1.000000 -> 0x1 :: 1.000000\"",
+        "\"#1 cl 1/0  1.000000 -> 0x3 :: 1.000000\""}},
+      {"AppProbeIOMatrixStream-1", republished, {R"("Preset republished!\n")"}, {}},
+  };
+  for (const LogLevel_e level :
+       {MsgLevel_Info, MsgLevel_Critical, MsgLevel_None, MsgLevel_Notset}) {
+    const bool isGateOpen = level != MsgLevel_None && level != MsgLevel_Notset;
+    for (const auto& row : kCases) {
+      SCOPED_TRACE(testing::Message() << row.topic << " " << row.payload << " at " << level);
+      cJsonParser::SetLogLevel(level);
+      Send(row.topic, row.payload);
+      for (const std::string& part : row.gated)
+        EXPECT_EQ(isGateOpen, out_.find(part) != std::string::npos) << part << " in " << out_;
+      for (const std::string& part : row.always)
+        EXPECT_THAT(out_, HasSubstr(part));
+    }
   }
 }
 
