@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstring>
 #include <deque>
 #include <memory>
 #include <thread>
@@ -193,6 +194,23 @@ TEST_F(MqReactorLoopTest, FramesBeyondThoseThatAnyMessageHasAreDropped) {
   EXPECT_EQ((Frames{"Binary", "next"}), gMessages.back());
 }
 
+TEST_F(MqReactorLoopTest, MessageWithATopicOverTheLongestIsDroppedWithALogLine) {
+  constexpr std::size_t kLongestTopic = 4096;
+  for (const std::size_t size : {kLongestTopic, kLongestTopic + 1}) {
+    DeliverText({"Text" + std::string(size - std::strlen("Text"), 'x'), "data"});
+    EXPECT_EQ(0, ReadText());
+    DeliverBinary({"Binary" + std::string(size - std::strlen("Binary"), 'x'), "data"});
+    EXPECT_EQ(0, ReadBinary());
+  }
+  std::vector<std::size_t> topics;
+  for (const Frames& message : gMessages)
+    topics.push_back(message.front().size());
+  EXPECT_THAT(topics, ElementsAre(kLongestTopic, kLongestTopic));
+  const std::string line = "\"Message dropped: topic of 4097 bytes\"";
+  EXPECT_THAT(console_.Errors(), Logged("WARN", kUnit, line));
+  EXPECT_EQ(2u, mqtest::Occurrences(console_.Errors(), line));
+}
+
 TEST_F(MqReactorLoopTest, BinaryReaderHandsOverTopicAndTheOtherFrames) {
   const std::string bytes("\0\xff\0\x01", 4);
   DeliverBinary({"Binary-1", bytes, "", "last"});
@@ -241,6 +259,22 @@ TEST_F(MqReactorLoopTest, HandlerMayCloseTheSockets) {
   DeliverText({"Text", "data"});
   EXPECT_EQ(-1, ReadText());
   EXPECT_FALSE(reactor_->IsValidReactor());
+}
+
+// Without a complaint, and without a poll of a socket that is no longer there.
+TEST_F(MqReactorLoopTest, HandlerMayCloseTheSocketsAndGoOn) {
+  gReactorToClose = reactor_.get();
+  reactor_->SetReactorReader([](const char*, const char*) {
+    gReactorToClose->CloseMq();
+    return 0;
+  });
+  int calls = 0;
+  reactor_->AddTimer(EndAtThirdCall, &calls, 50, 0);
+  DeliverText({"Text", "data"});
+  EXPECT_TRUE(Run());
+  EXPECT_FALSE(reactor_->IsValidReactor());
+  EXPECT_EQ(3, calls);
+  EXPECT_EQ(1, faults::Count(Call::LoopStart));
 }
 
 TEST_F(MqReactorLoopTest, MessageIsLeftUnreadWithoutAReactor) {

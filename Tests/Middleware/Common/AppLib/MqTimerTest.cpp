@@ -12,6 +12,8 @@ namespace {
 // Takes down when it is called and, on the call with number `stallAt`, holds up the loop.
 struct Recorder {
   std::vector<std::int64_t> ticks;  // ms of the monotonic clock
+  zloop_t* loop = nullptr;          // of the last call
+  int timerId = 0;                  // of the last call
   std::size_t stallAt = 0;          // counted from one; 0: never
   std::int64_t stall = 0;           // ms
   std::size_t enough = 0;           // ticks after which the loop ends
@@ -23,8 +25,10 @@ void HoldUp(std::int64_t milliseconds) {
   }
 }
 
-int Record(zloop_t*, int, void* argument) {
+int Record(zloop_t* loop, int timerId, void* argument) {
   auto* recorder = static_cast<Recorder*>(argument);
+  recorder->loop = loop;
+  recorder->timerId = timerId;
   recorder->ticks.push_back(zclock_mono());
   if (recorder->ticks.size() == recorder->stallAt)
     HoldUp(recorder->stall);
@@ -35,9 +39,12 @@ int Record(zloop_t*, int, void* argument) {
 void RunLoop(Recorder& recorder, std::size_t delay, std::size_t times) {
   zloop_t* loop = zloop_new();
   MqTimer timer(Record, &recorder, delay, times == 0);
-  ASSERT_NE(zloop_timer(loop, delay, times, MqTimer::Callback, &timer), -1);
+  const int timerId = zloop_timer(loop, delay, times, MqTimer::Callback, &timer);
+  ASSERT_NE(timerId, -1);
   timer.Begin();
   zloop_start(loop);
+  EXPECT_EQ(recorder.loop, loop) << "the handler's loop";
+  EXPECT_EQ(recorder.timerId, timerId) << "the handler's timer";
   zloop_destroy(&loop);
 }
 
