@@ -31,8 +31,8 @@
 #include <vector>
 
 #include "BlockMeter.h"
+#include "EngineMeter.h"
 #include "LoudCalcBase.h"
-#include "Measure.h"
 #include "SpeakerLayout.h"
 #include "TestSignals.h"
 
@@ -83,7 +83,7 @@ class OurMeter {
 
  private:
   BlockMeter mFrontEnd;
-  louddesk::ServiceMeter mMeter;
+  louddesk::EngineMeter mMeter;
 };
 
 struct DestroyEbur128 {

@@ -24,10 +24,14 @@ if(LOUDCALC_SANITIZERS)
 endif()
 
 # loudcalc_add_library(NAME SOURCES files... [LINK libraries...]): a static library whose headers
-# stand in Include/ beside the calling CMakeLists.txt.
+# stand beside the calling CMakeLists.txt, in Include/ where there is one.
 function(loudcalc_add_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
-  target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}/Include")
+  set(headers "${CMAKE_CURRENT_SOURCE_DIR}/Include")
+  if(NOT IS_DIRECTORY "${headers}")
+    set(headers "${CMAKE_CURRENT_SOURCE_DIR}")
+  endif()
+  target_include_directories(${name} PUBLIC "${headers}")
   target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE loudcalc_build_settings)
 endfunction()

@@ -4,8 +4,8 @@
 
 namespace {
 
-using louddesk::FiguresOf;
 using louddesk::Peer;
+using louddesk::PublishedCodes;
 
 /// A command as good as any, made `size` bytes long by an unknown member.
 std::string GoodCommandOf(std::size_t size) {
@@ -42,7 +42,8 @@ TEST_P(HarmlessMessageTest, LeavesTheMeasurementAlone) {
   ExpectCadenceKept();
   const auto after = mUnit.NextLoudnessData(kPatience);
   ASSERT_TRUE(after);
-  EXPECT_EQ(FiguresOf(before->data), FiguresOf(after->data)) << "the measurement was restarted";
+  EXPECT_EQ(PublishedCodes(before->data), PublishedCodes(after->data))
+      << "the measurement was restarted";
   EXPECT_EQ(before->command, after->command);
   ExpectMeasures(-30);
 }

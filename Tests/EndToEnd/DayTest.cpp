@@ -13,9 +13,9 @@
 namespace {
 
 using louddesk::BlockReading;
-using louddesk::FiguresOf;
 using louddesk::LoudnessMessage;
 using louddesk::Peer;
+using louddesk::PublishedCodes;
 using Clock = std::chrono::steady_clock;
 
 constexpr unsigned kBlocksPerHour = 10 * 60 * 60;
@@ -109,7 +109,7 @@ class EngineAlone {
     LoudCalcUpdate(power, static_cast<std::uint16_t>(peak));
   }
 
-  std::vector<int> Figures() const { return FiguresOf(LuData); }
+  std::vector<int> Figures() const { return PublishedCodes(LuData); }
 };
 
 class DayTest : public RunningService, public testing::WithParamInterface<Stretch> {
@@ -140,8 +140,9 @@ class DayTest : public RunningService, public testing::WithParamInterface<Stretc
 
   void ExpectFiguresOfTheEngine() {
     const std::vector<int> expected = mEngine.Figures();
-    ExpectData([&](const LoudnessMessage& message) { return FiguresOf(message.data) == expected; },
-               "the engine's figures " + testing::PrintToString(expected));
+    ExpectData(
+        [&](const LoudnessMessage& message) { return PublishedCodes(message.data) == expected; },
+        "the engine's figures " + testing::PrintToString(expected));
     // None of them may be one that a service without blocks would show too.
     for (std::size_t i = 0; i < expected.size(); ++i)
       EXPECT_TRUE(expected[i] != -990 && expected[i] != -9900 && expected[i] != 0) << i;

@@ -188,7 +188,7 @@ bool FaultyUnit::IsServed(Peer peer, Milliseconds patience) {
 
 bool FaultyUnit::HasNewFigures(Milliseconds patience) {
   const auto message = mUnit.NextLoudnessData(patience);
-  return message && louddesk::FiguresOf(message->data) != mFrozen;
+  return message && louddesk::PublishedCodes(message->data) != mFrozen;
 }
 
 bool FaultyUnit::WaitForRemoteLine(const std::string& place, Milliseconds patience) {
@@ -206,7 +206,7 @@ void FaultyUnit::MarkReturn() {
   mFrozen.clear();
   if (mRemotePeers.count(Peer::kSignalProcessor) != 0)
     if (const auto message = mUnit.NextLoudnessData(5 * kPeriod))
-      mFrozen = louddesk::FiguresOf(message->data);
+      mFrozen = louddesk::PublishedCodes(message->data);
   mServiceLines = mService->LineCount();
   mRemoteLines = mRemote ? mRemote->LineCount() : 0;
   mReturn = Clock::now();

@@ -8,9 +8,9 @@
 namespace {
 
 using louddesk::BlockReading;
-using louddesk::FiguresOf;
 using louddesk::LoudnessConfiguration;
 using louddesk::LoudnessMessage;
+using louddesk::PublishedCodes;
 
 // Weights of a 5.1 programme: surrounds count 1.41, low-frequency effects not at all.
 const std::vector<float> kSurroundWeights = {1.0f, 1.0f, 1.0f, 0.0f, 1.41f, 1.41f};
@@ -62,12 +62,13 @@ TEST_P(MeasurementTest, EveryFieldEqualsASecondComputation) {
 
   ConfigureAndFeed(blocks);
 
-  const std::vector<int> figures = FiguresOf(expected);
-  ExpectData([&](const LoudnessMessage& message) { return FiguresOf(message.data) == figures; },
-             "the figures " + testing::PrintToString(figures));
+  const std::vector<int> figures = PublishedCodes(expected);
+  ExpectData(
+      [&](const LoudnessMessage& message) { return PublishedCodes(message.data) == figures; },
+      "the figures " + testing::PrintToString(figures));
   const auto next = mUnit.NextLoudnessData(kPatience);
   ASSERT_TRUE(next);
-  EXPECT_EQ(figures, FiguresOf(next->data)) << "the figures did not stay";
+  EXPECT_EQ(figures, PublishedCodes(next->data)) << "the figures did not stay";
   EXPECT_EQ(1, next->validSource);
   EXPECT_EQ(LU_CMD_START, next->command);
   EXPECT_EQ(1, next->cluster);

@@ -6,11 +6,11 @@
 
 namespace {
 
-using louddesk::FiguresOf;
 using louddesk::LoudnessConfiguration;
 using louddesk::LoudnessMessage;
 using louddesk::Peer;
 using louddesk::PresetBuilder;
+using louddesk::PublishedCodes;
 using louddesk::StateMessage;
 
 constexpr char kCommandTopic[] = "IOQVHwmLoudnessCmd_1";
@@ -70,7 +70,7 @@ class ReportingTest : public RunningService {
     for (int i = 0; i < 5; ++i) {
       const auto message = mUnit.NextLoudnessData(kPatience);
       ASSERT_TRUE(message);
-      EXPECT_EQ(figures, FiguresOf(message->data));
+      EXPECT_EQ(figures, PublishedCodes(message->data));
       EXPECT_EQ(command, message->command);
     }
   }
@@ -79,7 +79,7 @@ class ReportingTest : public RunningService {
     for (int i = 1; i <= 10; ++i) {
       const auto message = mUnit.NextLoudnessData(kPatience);
       ASSERT_TRUE(message) << "only " << i - 1 << " messages";
-      EXPECT_EQ(kNoFigures, FiguresOf(message->data));
+      EXPECT_EQ(kNoFigures, PublishedCodes(message->data));
       EXPECT_EQ(i <= 5 ? 1 : 0, message->validSource) << "message " << i;
       EXPECT_EQ(LU_CMD_NONE, message->command);
       EXPECT_EQ(1, message->cluster);
@@ -91,7 +91,7 @@ class ReportingTest : public RunningService {
     mUnit.DropLoudnessData();
     const auto message = mUnit.NextLoudnessData(kPatience);
     EXPECT_TRUE(message);
-    return message ? FiguresOf(message->data) : std::vector<int>{};
+    return message ? PublishedCodes(message->data) : std::vector<int>{};
   }
 
   /// Restarts the measurement of a level. Returns the time from the message of the reset to the
@@ -152,7 +152,7 @@ TEST_F(ReportingTest, PresetResetsThenStartsThenPublishes) {
 
   const auto reset = mUnit.NextLoudnessData(kPatience);
   ASSERT_TRUE(reset);
-  EXPECT_EQ(kNoFigures, FiguresOf(reset->data));
+  EXPECT_EQ(kNoFigures, PublishedCodes(reset->data));
   EXPECT_EQ(1, reset->validSource);
   EXPECT_EQ(LU_CMD_NONE, reset->command);
   const auto live = mUnit.NextLoudnessData(kPatience);
@@ -272,7 +272,7 @@ TEST_F(ReportingTest, ResetAfterAStopResetsAndStaysStopped) {
   ExpectState(kCommandTopic, CommandJson("Stop", 0));
   const auto reset = mUnit.NextLoudnessData(kPatience);
   ASSERT_TRUE(reset);
-  EXPECT_EQ(kNoFigures, FiguresOf(reset->data));
+  EXPECT_EQ(kNoFigures, PublishedCodes(reset->data));
   ExpectNoData();
 }
 

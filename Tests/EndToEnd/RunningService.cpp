@@ -43,7 +43,7 @@ std::string CommandOf(const louddesk::StateMessage& state) {
 std::string Describe(const std::optional<louddesk::LoudnessMessage>& message) {
   if (!message)
     return "no message";
-  return testing::PrintToString(louddesk::FiguresOf(message->data)) + " valid " +
+  return testing::PrintToString(louddesk::PublishedCodes(message->data)) + " valid " +
          std::to_string(message->validSource) + " command " + std::to_string(message->command);
 }
 

@@ -69,7 +69,7 @@ std::string AtSink(const std::string& line) {
 
 MessageRun KindOf(const LoudnessMessage& message) {
   MessageRun run;
-  run.figures = louddesk::FiguresOf(message.data);
+  run.figures = louddesk::PublishedCodes(message.data);
   run.command = static_cast<LuCmd_e>(message.command);
   run.validSource = message.validSource;
   run.cluster = message.cluster;

@@ -20,7 +20,7 @@ constexpr double kRounding = 1e-6;
 // Power of a sine of 0 dBFS before any weighting.
 constexpr double kSineMeanSquare = 0.5;
 
-std::optional<double> Pluck(const MeterReadings& readings, Quantity quantity) {
+std::optional<double> ReadingOf(const MeterReadings& readings, Quantity quantity) {
   switch (quantity) {
     case Quantity::kMomentary:
       return readings.momentary;
@@ -158,7 +158,7 @@ class Measurement {
       }
       if (!readings)
         readings = mMeter.Read();
-      observation.Add(Pluck(*readings, quantity));
+      observation.Add(ReadingOf(*readings, quantity));
     }
   }
 
@@ -186,11 +186,12 @@ void RunCase(const ComplianceCase& complianceCase, int sampleRate, MeterUnderTes
     measurement.Perform();
     for (const Observation& observation : measurement.Observations())
       sink({complianceCase.id, complianceCase.signal, observation.Expected(), observation.Result(),
-            Judge(observation.Expected(), observation.Result())});
+            ComplianceVerdictOn(observation.Expected(), observation.Result())});
   }
 }
 
-ComplianceVerdict Judge(const Expectation& expectation, const std::optional<double>& measured) {
+ComplianceVerdict ComplianceVerdictOn(const Expectation& expectation,
+                                      const std::optional<double>& measured) {
   const Tolerance& tolerance = expectation.tolerance;
   if (!measured || !IsWithin(*measured, expectation.expected, tolerance))
     return ComplianceVerdict::kFail;

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "FigureFormat.h"
+#include "FigureText.h"
 
 namespace louddesk {
 namespace {
@@ -79,12 +79,12 @@ std::string TableHeading() {
 std::string TableText(const ComplianceRow& row, bool isFirstOfCase) {
   const std::string signal = row.caseId + "  " + row.signal;
   if (!row.expectation)
-    return signal + ": " + NameOf(row.verdict) + "\n";
-  const WrittenRow written = Written(row, "+-");
+    return signal + ": " + VerdictWord(row.verdict) + "\n";
+  const WrittenRow written = WrittenRowOf(row, "+-");
   return (isFirstOfCase ? signal + "\n" : "") +
          Format(kTableLine, written.figure.c_str(), written.standard.c_str(),
                 written.expected.c_str(), written.tolerance.c_str(), written.measured.c_str(),
-                written.unit, NameOf(row.verdict)) +
+                written.unit, VerdictWord(row.verdict)) +
          "\n";
 }
 
@@ -93,11 +93,11 @@ std::string TableText(const ComplianceRow& row, bool isFirstOfCase) {
 std::string MarkdownText(const ComplianceRow& row, bool isFirstOfCase) {
   const std::string start = isFirstOfCase ? "| " + row.caseId + " | " + row.signal + " |" : "| | |";
   if (!row.expectation)
-    return start + " | | | | | " + NameOf(row.verdict) + " |\n";
-  const WrittenRow written = Written(row, "±");
+    return start + " | | | | | " + VerdictWord(row.verdict) + " |\n";
+  const WrittenRow written = WrittenRowOf(row, "±");
   return start + " " + written.figure + " | " + written.standard + " | " + written.expected +
          " | " + written.tolerance + " | " + written.measured +
-         (row.measured ? std::string(" ") + written.unit : "") + " | " + NameOf(row.verdict) +
+         (row.measured ? std::string(" ") + written.unit : "") + " | " + VerdictWord(row.verdict) +
          " |\n";
 }
 
@@ -121,7 +121,7 @@ void AddText(JsonWriter& writer, const char* key, const std::string& text) {
 
 void AddFigures(JsonWriter& writer, const ComplianceRow& row) {
   const Expectation& e = *row.expectation;
-  AddText(writer, "Figure", NameOf(e));
+  AddText(writer, "Figure", FigureNameOf(e));
   AddText(writer, "Unit", UnitOf(e));
   AddNumber(writer, "Standard", FigureOf(e, e.standard, kMissingInJson));
   AddNumber(writer, "Expected", FigureOf(e, e.expected, kMissingInJson));
@@ -138,7 +138,7 @@ std::string JsonText(const ComplianceRow& row) {
   AddText(writer, "Signal", row.signal);
   if (row.expectation)
     AddFigures(writer, row);
-  AddText(writer, "Verdict", NameOf(row.verdict));
+  AddText(writer, "Verdict", VerdictWord(row.verdict));
   writer.EndObject();
   return std::string(buffer.GetString(), buffer.GetSize()) + "\n";
 }
@@ -177,9 +177,9 @@ std::string ComplianceSummary(const std::vector<ComplianceRow>& rows, Compliance
                 CountOf(rows, ComplianceVerdict::kFail), CountOf(rows, ComplianceVerdict::kNotRun));
 }
 
-WrittenRow Written(const ComplianceRow& row, const char* plusMinus) {
+WrittenRow WrittenRowOf(const ComplianceRow& row, const char* plusMinus) {
   const Expectation& e = *row.expectation;
-  return {NameOf(e),
+  return {FigureNameOf(e),
           UnitOf(e),
           FigureOf(e, e.standard, ""),
           FigureOf(e, e.expected, ""),
@@ -197,12 +197,12 @@ int CountOf(const std::vector<ComplianceRow>& rows, ComplianceVerdict verdict) {
                     [verdict](const ComplianceRow& row) { return row.verdict == verdict; }));
 }
 
-std::string NameOf(const Expectation& expectation) {
+std::string FigureNameOf(const Expectation& expectation) {
   const std::string name = EntryOf(expectation.quantity).name;
   return expectation.detail.empty() ? name : name + ", " + expectation.detail;
 }
 
-const char* NameOf(ComplianceVerdict verdict) {
+const char* VerdictWord(ComplianceVerdict verdict) {
   switch (verdict) {
     case ComplianceVerdict::kPass:
       return "pass";

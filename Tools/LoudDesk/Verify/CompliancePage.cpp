@@ -9,9 +9,9 @@
 #include "ComplianceExplanations.h"
 #include "ComplianceFormat.h"
 #include "CompliancePlots.h"
-#include "FigureFormat.h"
+#include "FigureText.h"
 #include "Page.h"
-#include "SvgPlot.h"
+#include "XmlText.h"
 
 namespace louddesk {
 namespace {
@@ -88,7 +88,7 @@ int CountOf(const std::vector<CaseRows>& cases, ComplianceVerdict verdict) {
 std::string VerdictText(ComplianceVerdict verdict) {
   for (const VerdictMeaning& entry : kVerdicts)
     if (entry.verdict == verdict)
-      return BadgeText(entry.badge, NameOf(verdict));
+      return BadgeText(entry.badge, VerdictWord(verdict));
   return "";
 }
 
@@ -136,12 +136,12 @@ std::string DeviationList(const std::vector<CaseRows>& cases, ComplianceVerdict 
 
 std::string SummaryLine(const VerdictMeaning& entry, const ComplianceReport& report,
                         const std::vector<CaseRows>& cases) {
-  return "<tr><th scope=\"row\">" + BadgeText(entry.badge, NameOf(entry.verdict)) + "</th>" +
+  return "<tr><th scope=\"row\">" + BadgeText(entry.badge, VerdictWord(entry.verdict)) + "</th>" +
          Cell("Cases", std::to_string(CountOf(cases, entry.verdict))) +
          Cell("Figures", entry.verdict == ComplianceVerdict::kNotRun
                              ? "-"
                              : std::to_string(CountOf(report.rows, entry.verdict))) +
-         "<td class=\"meaning\">" + Escaped(entry.meaning) + "</td></tr>\n";
+         "<td class=\"meaning\">" + XmlEscaped(entry.meaning) + "</td></tr>\n";
 }
 
 std::string Summary(const ComplianceReport& report, const std::vector<CaseRows>& cases) {
@@ -160,7 +160,7 @@ std::string Summary(const ComplianceReport& report, const std::vector<CaseRows>&
 std::string Prose(const std::string& text) {
   std::string prose;
   bool isCode = false;
-  for (const char c : Escaped(text)) {
+  for (const char c : XmlEscaped(text)) {
     if (c != '`') {
       prose += c;
       continue;
@@ -173,13 +173,13 @@ std::string Prose(const std::string& text) {
 
 std::string CaseHead(const CaseRows& known) {
   return "<tr class=\"case\"><th colspan=\"6\" scope=\"rowgroup\">" + known.id + ": " +
-         Escaped(known.rows.front().signal) + " " + VerdictText(VerdictOn(known)) + "<p>" +
+         XmlEscaped(known.rows.front().signal) + " " + VerdictText(VerdictOn(known)) + "<p>" +
          Prose(ExplanationOf(known.id)) + "</p></th></tr>\n";
 }
 
 std::string FigureLine(const ComplianceRow& row) {
-  const WrittenRow written = Written(row, kPlusMinus);
-  return "<tr><th scope=\"row\">" + Escaped(written.figure) + " <span class=\"unit\">" +
+  const WrittenRow written = WrittenRowOf(row, kPlusMinus);
+  return "<tr><th scope=\"row\">" + XmlEscaped(written.figure) + " <span class=\"unit\">" +
          written.unit + "</span></th>" + Cell("Standard", written.standard) +
          Cell("Expected", written.expected) + Cell("Tolerance", written.tolerance) +
          Cell("Measured", written.measured) + Cell("Verdict", VerdictText(row.verdict)) + "</tr>\n";

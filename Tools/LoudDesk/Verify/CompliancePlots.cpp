@@ -73,7 +73,7 @@ std::vector<SvgPlot::Bar> PredictedBands(const Rows& rows) {
 }
 
 // Whole tolerances around all that is drawn.
-Scale ScaleOf(const Rows& rows) {
+PlotScale ScaleOf(const Rows& rows) {
   double low = -kNearestEnd;
   double high = kNearestEnd;
   const auto include = [&](double value) {
@@ -90,9 +90,9 @@ Scale ScaleOf(const Rows& rows) {
   return {std::max(low, -kFurthestEnd), std::min(high, kFurthestEnd)};
 }
 
-std::vector<Tick> ToleranceTicks(const Scale& scale) {
+std::vector<PlotTick> ToleranceTicks(const PlotScale& scale) {
   const double step = scale.high - scale.low > kMostTicks ? 2.0 : 1.0;
-  std::vector<Tick> ticks;
+  std::vector<PlotTick> ticks;
   for (double value = std::ceil(scale.low / step) * step; value <= scale.high; value += step)
     ticks.push_back({value, (value > 0.0 ? "+" : "") + AxisLabel(value)});
   return ticks;
@@ -122,7 +122,7 @@ std::string ShortId(const std::string& id) {
 }
 
 void AddCases(SvgPlot& plot, const Rows& rows) {
-  std::vector<Tick> ticks;
+  std::vector<PlotTick> ticks;
   bool isStriped = false;
   for (const CasePlace& place : PlacesOf(rows)) {
     if (isStriped)
@@ -162,7 +162,7 @@ std::string InWords(const Rows& rows) {
   std::string words;
   for (const auto verdict :
        {ComplianceVerdict::kPass, ComplianceVerdict::kGrid, ComplianceVerdict::kFail})
-    words += std::to_string(Count(rows, verdict)) + " " + NameOf(verdict) + ", ";
+    words += std::to_string(Count(rows, verdict)) + " " + VerdictWord(verdict) + ", ";
   return words + "of " + std::to_string(rows.size()) + " figures.";
 }
 
@@ -184,7 +184,8 @@ std::vector<LegendEntry> LegendOf(const Rows& rows) {
 std::string ExplanationFor(const Rows& rows) {
   std::vector<std::string> tolerances;
   for (const ComplianceRow* row : rows) {
-    const std::string text = Written(*row, "\xC2\xB1").tolerance + " " + DifferenceUnitOf(*row);
+    const std::string text =
+        WrittenRowOf(*row, "\xC2\xB1").tolerance + " " + DifferenceUnitOf(*row);
     if (std::count(tolerances.begin(), tolerances.end(), text) == 0)
       tolerances.push_back(text);
   }
@@ -198,7 +199,7 @@ std::string ExplanationFor(const Rows& rows) {
 }
 
 std::string DeviationFigure(const Kind& kind, const Rows& rows) {
-  const Scale scale = ScaleOf(rows);
+  const PlotScale scale = ScaleOf(rows);
   SvgPlot plot(std::string("deviation-") + kind.id, std::string("Deviation: ") + kind.heading,
                InWords(rows), {0.0, static_cast<double>(rows.size())}, scale);
   plot.AddHorizontalBand(-1.0, 1.0, "target");

@@ -1,6 +1,6 @@
 // The engine as a meter under test.
 
-#include "Measure.h"
+#include "EngineMeter.h"
 #include "MeterUnderTest.h"
 
 namespace louddesk {
@@ -19,7 +19,7 @@ class EngineUnderTest : public MeterUnderTest {
   }
 
  private:
-  ServiceMeter mMeter;
+  EngineMeter mMeter;
 };
 
 }  // namespace

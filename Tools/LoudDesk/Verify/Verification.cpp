@@ -6,6 +6,7 @@
 
 #include "Complaints.h"
 #include "CompliancePage.h"
+#include "PageFile.h"
 
 namespace louddesk {
 namespace {
@@ -40,14 +41,14 @@ std::vector<ComplianceRow> RunCases(const VerifyOptions& options, MeterUnderTest
 int Verify(const VerifyOptions& options, MeterUnderTest& meter, std::ostream& out,
            std::ostream& errors) {
   Complaints complaints(errors);
-  if (!complaints.CheckReport(options.report))
+  if (!CheckReport(complaints, options.report))
     return complaints.Status();
   const std::vector<ComplianceRow> rows = RunCases(options, meter, out);
   if (!out)
     complaints.Add("the figures could not be written");
   if (!options.report.empty())
-    complaints.WriteReport(options.report,
-                           CompliancePage({rows, options.sampleRate, options.meter}));
+    WriteReport(complaints, options.report,
+                CompliancePage({rows, options.sampleRate, options.meter}));
   return CountOf(rows, ComplianceVerdict::kFail) > 0 ? 1 : complaints.Status();
 }
 

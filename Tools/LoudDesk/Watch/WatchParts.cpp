@@ -33,14 +33,14 @@ constexpr double kLowestPeak = -60.0;
 constexpr double kHighestPeak = 3.0;
 constexpr double kPeakStep = 10.0;
 
-struct Scale {
+struct LuScale {
   double low;   // LU
   double high;  // LU
   double step;  // LU
 };
 
-constexpr Scale kPlus9 = {-18, 9, 3};
-constexpr Scale kPlus18 = {-36, 18, 6};
+constexpr LuScale kPlus9 = {-18, 9, 3};
+constexpr LuScale kPlus18 = {-36, 18, 6};
 
 std::optional<double> Decibels(std::int16_t code, std::int16_t none, double scale) {
   if (code == none)
@@ -56,12 +56,12 @@ std::optional<double> Peak(std::int16_t code) {
   return Decibels(code, kNoTruePeakCode, 100.0);
 }
 
-const Scale& ScaleOf(const WatchLook& look) {
+const LuScale& ScaleOf(const WatchLook& look) {
   return look.scale == LoudnessScale::kPlus9 ? kPlus9 : kPlus18;
 }
 
 ValueRange LuRange(const WatchLook& look) {
-  const Scale& scale = ScaleOf(look);
+  const LuScale& scale = ScaleOf(look);
   return {scale.low, scale.high, kToleranceLu};
 }
 
@@ -155,7 +155,7 @@ std::size_t FiguresAcross(std::size_t columns) {
 }
 
 // In the order of importance.
-std::array<Figure, kFigureCount> FiguresOf(const PartView& view) {
+std::array<Figure, kFigureCount> FiguresShown(const PartView& view) {
   const LoudnessData_t& data = view.model.Data();
   const double target = view.look.target;
   const auto loudness = [target](const char* name, std::int16_t code, bool isAlert) {
@@ -208,7 +208,7 @@ std::deque<std::optional<double>> RelativeHistory(const PartView& view) {
 
 // Both ends of the scale, and the target where that has a row of its own.
 void DrawAxis(const PartView& view, const CellArea& area) {
-  const Scale& scale = ScaleOf(view.look);
+  const LuScale& scale = ScaleOf(view.look);
   std::set<std::size_t> taken;
   for (const double lu : {scale.low, scale.high, 0.0}) {
     const std::size_t row = area.row + RowOf(area, LuRange(view.look), lu);
@@ -294,7 +294,7 @@ std::size_t FigureRows(std::size_t columns) {
 }
 
 void DrawFigures(const PartView& view, RowSpan rows) {
-  const auto figures = FiguresOf(view);
+  const auto figures = FiguresShown(view);
   const std::size_t across = FiguresAcross(view.screen.Columns());
   const std::size_t second = std::max(kFigureWidth, view.screen.Columns() / 2);
   for (std::size_t i = 0; i < std::min(figures.size(), rows.count * across); ++i) {

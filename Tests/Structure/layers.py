@@ -1,0 +1,174 @@
+#!/usr/bin/env python3
+"""Holds the include lines to the tables of libraries in Docs/ARCHITECTURE.md.
+
+The libraries stand there from the ground up, in all tables together. A file includes only files of
+its own library and of those further up in the list; no units of a checked folder include one another
+in a circle; and where a table has a column "includes", it names exactly the libraries whose files
+the library includes.
+
+Usage: layers.py ROOT [FOLDER...]: the repository, and the folders that are checked (all others are
+only included from).
+"""
+
+import pathlib
+import re
+import sys
+
+HEADER_COLUMNS = ("library", "folder")
+
+
+def cells(line):
+    return [cell.strip().replace("`", "") for cell in line.strip().strip("|").split("|")]
+
+
+def read_tables(document):
+    """The libraries in their order: name -> {column: text}."""
+    libraries = {}
+    columns = None
+    for line in document.read_text(encoding="utf-8").splitlines():
+        if not line.startswith("|"):
+            columns = None
+        elif columns is None:
+            columns = cells(line)
+        elif tuple(columns[:2]) == HEADER_COLUMNS and not line.startswith("|-"):
+            row = dict(zip(columns, cells(line)))
+            libraries[row["library"]] = row
+    return libraries
+
+
+def read_targets(folder, kind):
+    """What a folder's CMakeLists.txt makes of a kind ("library", "executable"): name -> files."""
+    text = re.sub(r"#.*", "", (folder / "CMakeLists.txt").read_text(encoding="utf-8"))
+    targets = {}
+    for name, body in re.findall(rf"\w*add_{kind}\(\s*(\w+)([^)]*)\)", text):
+        words = body.split("LINK")[0].split()
+        targets[name] = [folder / word for word in words if word.endswith((".cpp", ".h"))]
+    return targets
+
+
+class Tree:
+    """The files of the libraries, and who includes whom."""
+
+    def __init__(self, root, libraries, faults):
+        self.faults = faults
+        self.library_of = {}  # path -> library
+        self.paths = {}  # name of a header -> path
+        for folder in sorted({row["folder"] for row in libraries.values()}):
+            names = [name for name, row in libraries.items() if row["folder"] == folder]
+            self.add_folder(root / folder, names)
+
+    def add_folder(self, here, names):
+        targets = read_targets(here, "library")
+        sources = {name: {path.stem for path in files} for name, files in targets.items()}
+        for name in names:
+            if name not in sources:
+                self.faults.append(f"{here}/CMakeLists.txt has no library {name}")
+        files = [p for p in here.iterdir() if p.is_file()]
+        files += (here / "Include").iterdir() if (here / "Include").is_dir() else []
+        for path in sorted(p for p in files if p.suffix in (".cpp", ".h")):
+            owners = [name for name in names if path.stem in sources.get(name, ())]
+            if not owners and len(names) == 1 and path.suffix == ".h":
+                owners = names  # a header without a source, where only one library can have it
+            self.add_file(path, owners)
+
+    def add_file(self, path, owners):
+        if len(owners) > 1:
+            self.faults.append(f"{path.name} belongs to several libraries: {', '.join(owners)}")
+        if path.suffix == ".h":
+            if path.name in self.paths:
+                self.faults.append(f"two headers have the name {path.name}")
+            self.paths[path.name] = path
+        if owners:
+            self.library_of[path] = owners[0]
+
+    def includes(self, path):
+        """The headers of ours that a file includes."""
+        for name in re.findall(r'^#include "([^"]+)"', path.read_text(encoding="utf-8"), re.M):
+            if name in self.paths:
+                yield self.paths[name]
+            else:
+                self.faults.append(f"{path}: {name} belongs to no library of the tables")
+
+
+def check_order(tree, libraries, checked, faults):
+    """Includes go down the list only. Returns which library includes which."""
+    rank = {name: place for place, name in enumerate(libraries)}
+    used = {name: set() for name in libraries}
+    for path, own in tree.library_of.items():
+        if not checked(path):
+            continue
+        for header in tree.includes(path):
+            other = tree.library_of.get(header)
+            if other is None:
+                faults.append(f"{path} includes {header.name}, which belongs to no library")
+            elif other != own:
+                used[own].add(other)
+                if rank[other] > rank[own]:
+                    faults.append(f"{path} of {own} includes {header.name} of {other} above it")
+    return used
+
+
+def check_columns(libraries, used, faults):
+    for name, row in libraries.items():
+        if "includes" not in row:
+            continue
+        told = {word for word in re.split(r"[,\s]+", row["includes"]) if word and word != "-"}
+        for other in sorted(told - used[name]):
+            faults.append(f"ARCHITECTURE.md says that {name} includes {other}, which it does not")
+        for other in sorted(used[name] - told):
+            faults.append(f"{name} includes {other}, which ARCHITECTURE.md does not say")
+
+
+def check_circles(tree, checked, faults):
+    """A unit is a source with its header; those of a circle are found by walking down."""
+    needs = {}
+    for path in tree.library_of:
+        if checked(path):
+            unit = needs.setdefault(path.stem, set())
+            unit.update(header.stem for header in tree.includes(path) if header.stem != path.stem)
+    done = set()
+
+    def walk(unit, trail):
+        if unit in trail:
+            faults.append("a circle of units: " + " -> ".join(trail[trail.index(unit):] + [unit]))
+        elif unit not in done:
+            for other in sorted(needs.get(unit, ())):
+                walk(other, trail + [unit])
+            done.add(unit)
+
+    for unit in sorted(needs):
+        walk(unit, [])
+
+
+def main():
+    root = pathlib.Path(sys.argv[1]).resolve()
+    folders = [root / folder for folder in sys.argv[2:]]
+    faults = []
+    libraries = read_tables(root / "Docs" / "ARCHITECTURE.md")
+    if not libraries:
+        faults.append("ARCHITECTURE.md has no table of libraries")
+    tree = Tree(root, libraries, faults)
+
+    def checked(path):
+        return any(folder in path.parents for folder in folders)
+
+    if not any(checked(path) for path in tree.library_of):
+        faults.append("nothing is checked")
+    for folder in folders:
+        programs = set()  # which may include anything
+        for build_file in folder.rglob("CMakeLists.txt"):
+            programs.update(*read_targets(build_file.parent, "executable").values())
+        for path in sorted(folder.rglob("*.cpp")) + sorted(folder.rglob("*.h")):
+            if path not in tree.library_of and path not in programs:
+                faults.append(f"{path} belongs to no library of the tables")
+    used = check_order(tree, libraries, checked, faults)
+    in_tables = {n: row for n, row in libraries.items() if checked(root / row["folder"] / "file")}
+    check_columns(in_tables, used, faults)
+    check_circles(tree, checked, faults)
+    for fault in dict.fromkeys(faults):
+        print(fault.replace(f"{root}/", ""))
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,399 @@
+// The shipped LoudDesk against independent meters, over recordings of Debian's packages: momentary
+// and integrated loudness within 0.05 LU and maximum true peak within 0.2 dB of what libebur128,
+// and ffmpeg where it is installed, say of the same file. Short-term loudness and loudness range,
+// which the engine defines in its own way, follow from libebur128's momentary loudness by that
+// definition, and stay near libebur128's own.
+
+#include <ebur128.h>
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+#include <sndfile.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <ostream>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "TestAudio.h"
+
+namespace {
+
+constexpr char kLoudDesk[] = LOUDDESK_BINARY;
+
+constexpr double kLoudnessTolerance = 0.05;  // LU
+constexpr double kTruePeakTolerance = 0.2;   // dB
+
+// EBU Tech 3342 allows 1 LU of its test signals; speech and music stay within half of that.
+constexpr double kRangeDistance = 0.5;
+constexpr double kAbsoluteGate = -70.0;  // LKFS
+
+// The engine's short-term loudness is the mean of the last thirty momentary readings. Such a
+// reading is the mean of four blocks of 100 ms, so that it weighs 33 blocks.
+constexpr std::size_t kShortTermReadings = 30;
+constexpr std::size_t kMomentaryBlocks = 4;
+constexpr std::size_t kShortTermBlocks = kShortTermReadings + kMomentaryBlocks - 1;
+constexpr std::size_t kReadingsPerSecond = 10;
+
+// ffmpeg prints one decimal, so that half of it is to be added.
+constexpr double kPrintedTolerance = 0.05;
+
+struct Recording {
+  const char* name;     // of the test
+  const char* package;  // Debian package that it comes with
+  const char* path;     // of a file, or of a directory of them to be played in a row
+};
+
+void PrintTo(const Recording& recording, std::ostream* out) {
+  *out << recording.path;
+}
+
+// Voices, tones and music; WAV and Ogg; mono and stereo; 8 to 96 kHz; from 1 s to three minutes.
+constexpr Recording kRecordings[] = {
+    {"FrontCenterVoice", "alsa-utils", "/usr/share/sounds/alsa/Front_Center.wav"},
+    {"FrontLeftVoice", "alsa-utils", "/usr/share/sounds/alsa/Front_Left.wav"},
+    {"RearRightVoice", "alsa-utils", "/usr/share/sounds/alsa/Rear_Right.wav"},
+    {"Noise", "alsa-utils", "/usr/share/sounds/alsa/Noise.wav"},
+    {"VoicesAndNoiseInARow", "alsa-utils", "/usr/share/sounds/alsa"},
+    {"AlarmClock", "sound-theme-freedesktop",
+     "/usr/share/sounds/freedesktop/stereo/alarm-clock-elapsed.oga"},
+    {"CameraShutterAt96Kilohertz", "sound-theme-freedesktop",
+     "/usr/share/sounds/freedesktop/stereo/camera-shutter.oga"},
+    {"LoginAt22Kilohertz", "sound-theme-freedesktop",
+     "/usr/share/sounds/freedesktop/stereo/service-login.oga"},
+    {"BusyLineAt8Kilohertz", "sound-theme-freedesktop",
+     "/usr/share/sounds/freedesktop/stereo/phone-outgoing-busy.oga"},
+    {"IncomingCall", "sound-theme-freedesktop",
+     "/usr/share/sounds/freedesktop/stereo/phone-incoming-call.oga"},
+    {"MusicOfOneMinute", "hex-a-hop-data", "/usr/share/games/hex-a-hop/hex-a-hop/music-ending.ogg"},
+    {"MusicOfThreeMinutes", "hex-a-hop-data",
+     "/usr/share/games/hex-a-hop/hex-a-hop/music-game-1.ogg"},
+};
+
+struct Figures {
+  double integrated = 0.0;   // LKFS
+  double maxTruePeak = 0.0;  // dBTP
+  double lra = 0.0;          // LU, 0 where there is none
+};
+
+// Loudness at the end of a block, LKFS; far below any gate where there is none.
+struct Point {
+  double momentary = -200.0;
+  double shortTerm = -200.0;
+};
+
+// What a meter says of a file; one point a block.
+struct Measured {
+  Figures figures;
+  std::vector<Point> points;
+};
+
+// Everything that a command writes to its standard output, by a shell.
+std::string OutputOf(const std::string& command) {
+  const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+  std::string output;
+  std::array<char, 4096> bytes;
+  while (pipe != nullptr) {
+    const std::size_t count = std::fread(bytes.data(), 1, bytes.size(), pipe.get());
+    if (count == 0)
+      break;
+    output.append(bytes.data(), count);
+  }
+  return output;
+}
+
+// By the shipped binary.
+Figures FiguresOfLoudDesk(const std::string& path) {
+  const std::string output =
+      OutputOf("'" + std::string(kLoudDesk) + "' measure --format json '" + path + "'");
+  rapidjson::Document document;
+  document.Parse(output.c_str());
+  if (document.HasParseError() || !document.IsObject() || !document["Integrated"].IsNumber() ||
+      !document["MaxTruePeak"].IsNumber()) {
+    ADD_FAILURE() << "LoudDesk says of " << path << ": " << output;
+    return {};
+  }
+  return {document["Integrated"].GetDouble(), document["MaxTruePeak"].GetDouble(),
+          document["Lra"].IsNumber() ? document["Lra"].GetDouble() : 0.0};
+}
+
+// The fields between the commas of a line.
+std::vector<std::string> FieldsOf(const std::string& line) {
+  std::istringstream text(line);
+  std::vector<std::string> fields;
+  for (std::string field; std::getline(text, field, ',');)
+    fields.push_back(field);
+  return fields;
+}
+
+// The series of the shipped binary: File,Seconds,Momentary,ShortTerm,... without the heading. The
+// rest behind the last block has neither loudness.
+std::vector<Point> PointsOfLoudDesk(const std::string& path) {
+  std::istringstream rows(
+      OutputOf("'" + std::string(kLoudDesk) + "' measure --format csv '" + path + "'"));
+  std::vector<Point> points;
+  std::string row;
+  for (std::getline(rows, row); std::getline(rows, row);) {
+    const std::vector<std::string> fields = FieldsOf(row);
+    points.emplace_back();
+    if (fields.size() > 3 && !fields[2].empty())
+      points.back().momentary = std::stod(fields[2]);
+    if (fields.size() > 3 && !fields[3].empty())
+      points.back().shortTerm = std::stod(fields[3]);
+  }
+  return points;
+}
+
+struct CloseSndfile {
+  void operator()(SNDFILE* file) const { sf_close(file); }
+};
+
+struct DestroyEbur128 {
+  void operator()(ebur128_state* state) const { ebur128_destroy(&state); }
+};
+
+using Ebur128 = std::unique_ptr<ebur128_state, DestroyEbur128>;
+
+double MaxTruePeakOf(const Ebur128& meter) {
+  double largest = 0.0;
+  for (unsigned channel = 0; channel < meter->channels; ++channel) {
+    double peak = 0.0;
+    EXPECT_EQ(ebur128_true_peak(meter.get(), channel, &peak), EBUR128_SUCCESS);
+    largest = std::max(largest, peak);
+  }
+  return 20.0 * std::log10(largest);
+}
+
+Figures PublishedCodes(const Ebur128& meter) {
+  Figures figures;
+  EXPECT_EQ(ebur128_loudness_global(meter.get(), &figures.integrated), EBUR128_SUCCESS);
+  EXPECT_EQ(ebur128_loudness_range(meter.get(), &figures.lra), EBUR128_SUCCESS);
+  figures.maxTruePeak = MaxTruePeakOf(meter);
+  return figures;
+}
+
+Point PointOf(const Ebur128& meter) {
+  Point point;
+  EXPECT_EQ(ebur128_loudness_momentary(meter.get(), &point.momentary), EBUR128_SUCCESS);
+  EXPECT_EQ(ebur128_loudness_shortterm(meter.get(), &point.shortTerm), EBUR128_SUCCESS);
+  return point;
+}
+
+// By libebur128, fed in blocks of 100 ms and what is left behind them.
+Measured MeasuredByEbur128(const std::string& path) {
+  SF_INFO info{};
+  const std::unique_ptr<SNDFILE, CloseSndfile> file(sf_open(path.c_str(), SFM_READ, &info));
+  if (file == nullptr) {
+    ADD_FAILURE() << path << ": " << sf_strerror(nullptr);
+    return {};
+  }
+  const auto channels = static_cast<unsigned>(info.channels);
+  const Ebur128 meter(
+      ebur128_init(channels, static_cast<unsigned long>(info.samplerate),
+                   EBUR128_MODE_I | EBUR128_MODE_S | EBUR128_MODE_LRA | EBUR128_MODE_TRUE_PEAK));
+  const sf_count_t block = info.samplerate / 10;  // a whole number at every rate of the recordings
+  std::vector<double> samples(static_cast<std::size_t>(block) * channels);
+  Measured measured;
+  for (sf_count_t frames = block; frames == block;) {
+    frames = sf_readf_double(file.get(), samples.data(), block);
+    EXPECT_EQ(
+        ebur128_add_frames_double(meter.get(), samples.data(), static_cast<std::size_t>(frames)),
+        EBUR128_SUCCESS);
+    if (frames == block)
+      measured.points.push_back(PointOf(meter));
+  }
+  measured.figures = PublishedCodes(meter);
+  return measured;
+}
+
+double PowerOf(double loudness) {
+  return std::pow(10.0, loudness / 10.0);
+}
+
+// The loudness of the mean power of those readings that reach the gate; none of them: far below
+// any.
+double MeanAbove(double gate, const std::vector<double>& readings) {
+  double sum = 0.0;
+  int count = 0;
+  for (const double reading : readings)
+    if (reading >= gate) {
+      sum += PowerOf(reading);
+      ++count;
+    }
+  return count == 0 ? -200.0 : 10.0 * std::log10(sum / count);
+}
+
+// Short-term loudness as the engine defines it, from the momentary loudness of another meter. Of
+// fewer readings than thirty it is the mean of those that there are.
+std::vector<double> ShortTermOf(const std::vector<Point>& points) {
+  std::vector<double> shortTerm(points.size(), -200.0);
+  std::vector<double> window;
+  for (std::size_t i = kMomentaryBlocks - 1; i < points.size(); ++i) {
+    window.push_back(points[i].momentary);
+    if (window.size() > kShortTermReadings)
+      window.erase(window.begin());
+    shortTerm[i] = MeanAbove(kAbsoluteGate, window);
+  }
+  return shortTerm;
+}
+
+// The loudness range as the engine defines it: of one short-term reading a second, from the tenth
+// on, between the lowest that 10 % do not exceed and the highest that 5 % reach, 20 LU below their
+// gated loudness left out. Percentages are cut to whole ones.
+double RangeOf(const std::vector<double>& shortTerm) {
+  std::vector<double> readings;
+  for (std::size_t i = kMomentaryBlocks - 1 + kReadingsPerSecond - 1; i < shortTerm.size();
+       i += kReadingsPerSecond)
+    readings.push_back(shortTerm[i]);
+  const double relativeGate = MeanAbove(kAbsoluteGate, readings) - 20.0;
+  const double gate = MeanAbove(std::max(relativeGate, kAbsoluteGate), readings) - 20.0;
+  readings.erase(std::remove_if(readings.begin(), readings.end(),
+                                [gate](double reading) { return reading < gate; }),
+                 readings.end());
+  if (readings.empty() || gate < kAbsoluteGate)
+    return 0.0;
+  std::sort(readings.begin(), readings.end());
+  const std::size_t count = readings.size();
+  const auto rankOf = [count](std::size_t percent) {  // of the first reading, counted from 0
+    std::size_t rank = 0;
+    while ((rank + 1) * 100 / count < percent)
+      ++rank;
+    return rank;
+  };
+  return readings[count - 1 - rankOf(5)] - readings[rankOf(10)];
+}
+
+// The number behind the last occurrence of a label such as "I:"; NaN when there is none.
+double NumberBehind(const std::string& text, const std::string& label) {
+  const std::size_t position = text.rfind(label);
+  return position == std::string::npos ? std::nan("")
+                                       : std::strtod(&text[position + label.size()], nullptr);
+}
+
+// By ffmpeg, from the summary that its filter writes.
+Figures FiguresOfFfmpeg(const std::string& path) {
+  const std::string output = OutputOf("ffmpeg -nostdin -nostats -hide_banner -i '" + path +
+                                      "' -af ebur128=peak=true:framelog=verbose -f null - 2>&1");
+  const std::size_t summary = output.rfind("Summary:");
+  if (summary == std::string::npos) {
+    ADD_FAILURE() << "ffmpeg says of " << path << ": " << output;
+    return {};
+  }
+  const std::string text = output.substr(summary);
+  return {NumberBehind(text, "I:"), NumberBehind(text, "Peak:"), 0.0};
+}
+
+bool FfmpegIsInstalled() {
+  return std::system("ffmpeg -version >/dev/null 2>&1") == 0;
+}
+
+void ExpectSameMomentary(const std::vector<Point>& ours, const std::vector<Point>& theirs) {
+  for (std::size_t i = kMomentaryBlocks - 1; i < theirs.size(); ++i)
+    if (theirs[i].momentary >= kAbsoluteGate) {
+      ASSERT_NEAR(ours[i].momentary, theirs[i].momentary, kLoudnessTolerance) << "block " << i;
+    }
+}
+
+void ExpectShortTermByDefinition(const std::vector<Point>& ours,
+                                 const std::vector<double>& expected) {
+  for (std::size_t i = kMomentaryBlocks - 1; i < expected.size(); ++i)
+    if (expected[i] >= kAbsoluteGate) {
+      ASSERT_NEAR(ours[i].shortTerm, expected[i], kLoudnessTolerance) << "block " << i;
+    }
+}
+
+// A mean over thirty means over four blocks is also the mean of the last four means over thirty
+// blocks, which are the standard's short-term readings, 100 ms apart.
+void ExpectShortTermAmongLastFour(const std::vector<Point>& ours,
+                                  const std::vector<Point>& theirs) {
+  for (std::size_t i = kShortTermBlocks - 1; i < theirs.size(); ++i) {
+    double lowest = theirs[i].shortTerm;
+    double highest = theirs[i].shortTerm;
+    for (std::size_t back = 1; back < kMomentaryBlocks; ++back) {
+      lowest = std::min(lowest, theirs[i - back].shortTerm);
+      highest = std::max(highest, theirs[i - back].shortTerm);
+    }
+    if (lowest < kAbsoluteGate)
+      continue;
+    ASSERT_GE(ours[i].shortTerm, lowest - kLoudnessTolerance) << "block " << i;
+    ASSERT_LE(ours[i].shortTerm, highest + kLoudnessTolerance) << "block " << i;
+  }
+}
+
+class RecordingsTest : public testing::TestWithParam<Recording> {
+ protected:
+  void SetUp() override {
+    if (!std::filesystem::exists(GetParam().path))
+      GTEST_SKIP() << "NOT COMPARED: " << GetParam().path << " is missing; install the package "
+                   << GetParam().package;
+    mPath = GetParam().path;
+    if (std::filesystem::is_directory(mPath))
+      mPath = WriteInARow(mPath);
+  }
+
+  const std::string& Path() const { return mPath; }
+
+ private:
+  // All recordings of a directory, by name, in one file.
+  std::string WriteInARow(const std::string& directory) const {
+    std::set<std::string> paths;
+    for (const auto& entry : std::filesystem::directory_iterator(directory))
+      if (entry.path().extension() == ".wav")
+        paths.insert(entry.path());
+    test_audio::Samples samples;
+    for (const std::string& path : paths) {
+      SF_INFO info{};
+      const std::unique_ptr<SNDFILE, CloseSndfile> file(sf_open(path.c_str(), SFM_READ, &info));
+      EXPECT_TRUE(info.channels == 1 && info.samplerate == 48000) << path;
+      test_audio::Samples one(static_cast<std::size_t>(info.frames));
+      EXPECT_EQ(sf_readf_double(file.get(), one.data(), info.frames), info.frames) << path;
+      samples = test_audio::Joined(std::move(samples), one);
+    }
+    return mDirectory.Write("row.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, 1, samples);
+  }
+
+  test_audio::AudioDirectory mDirectory;
+  std::string mPath;
+};
+
+TEST_P(RecordingsTest, FiguresAgreeWithLibebur128) {
+  const Figures ours = FiguresOfLoudDesk(Path());
+  const Measured theirs = MeasuredByEbur128(Path());
+  EXPECT_NEAR(ours.integrated, theirs.figures.integrated, kLoudnessTolerance);
+  EXPECT_NEAR(ours.maxTruePeak, theirs.figures.maxTruePeak, kTruePeakTolerance);
+  EXPECT_NEAR(ours.lra, RangeOf(ShortTermOf(theirs.points)), kLoudnessTolerance);
+  if (theirs.points.size() >= kShortTermBlocks) {
+    EXPECT_NEAR(ours.lra, theirs.figures.lra, kRangeDistance);
+  }
+}
+
+TEST_P(RecordingsTest, SeriesFollowsFromLibebur128sAtEveryBlock) {
+  const std::vector<Point> ours = PointsOfLoudDesk(Path());
+  const std::vector<Point> theirs = MeasuredByEbur128(Path()).points;
+  ASSERT_GE(theirs.size(), kMomentaryBlocks);
+  ASSERT_GE(ours.size(), theirs.size());
+  ExpectSameMomentary(ours, theirs);
+  ExpectShortTermByDefinition(ours, ShortTermOf(theirs));
+  ExpectShortTermAmongLastFour(ours, theirs);
+}
+
+TEST_P(RecordingsTest, AgreesWithFfmpeg) {
+  if (!FfmpegIsInstalled())
+    GTEST_SKIP() << "NOT COMPARED: ffmpeg is missing; install the package ffmpeg";
+  const Figures ours = FiguresOfLoudDesk(Path());
+  const Figures theirs = FiguresOfFfmpeg(Path());
+  EXPECT_NEAR(ours.integrated, theirs.integrated, kLoudnessTolerance + kPrintedTolerance);
+  EXPECT_NEAR(ours.maxTruePeak, theirs.maxTruePeak, kTruePeakTolerance + kPrintedTolerance);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfDebian, RecordingsTest, testing::ValuesIn(kRecordings),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+}  // namespace

@@ -1,0 +1,154 @@
+// Scales, ticks and where the parts of a plot end up.
+
+#include "SvgPlot.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace louddesk {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+SvgPlot Plot() {
+  return SvgPlot("p", "Title", "Description", {0.0, 10.0}, {-40.0, 0.0});
+}
+
+std::vector<std::string> Labels(const std::vector<PlotTick>& ticks) {
+  std::vector<std::string> labels;
+  for (const PlotTick& tick : ticks)
+    labels.push_back(tick.label);
+  return labels;
+}
+
+TEST(SvgPlotTest, PositionsLieOnTheScaleOrAtItsEnds) {
+  const PlotScale scale = {-40.0, 0.0};
+  EXPECT_DOUBLE_EQ(PositionOn(-40.0, scale), 0.0);
+  EXPECT_DOUBLE_EQ(PositionOn(-10.0, scale), 0.75);
+  EXPECT_DOUBLE_EQ(PositionOn(5.0, scale), 1.0);
+  EXPECT_DOUBLE_EQ(PositionOn(-90.0, scale), 0.0);
+}
+
+TEST(SvgPlotTest, TimeTicksAreRoundAndFew) {
+  EXPECT_THAT(Labels(TimeTicks(0.6)), ElementsAre("0", "0.1", "0.2", "0.3", "0.4", "0.5", "0.6"));
+  EXPECT_THAT(Labels(TimeTicks(2.1)), ElementsAre("0", "0.5", "1", "1.5", "2"));
+  EXPECT_THAT(Labels(TimeTicks(59.9)), ElementsAre("0", "10", "20", "30", "40", "50"));
+  EXPECT_THAT(Labels(TimeTicks(60.0)),
+              ElementsAre("0:00", "0:10", "0:20", "0:30", "0:40", "0:50", "1:00"));
+  EXPECT_THAT(Labels(TimeTicks(323.4)),
+              ElementsAre("0:00", "1:00", "2:00", "3:00", "4:00", "5:00"));
+  EXPECT_THAT(Labels(TimeTicks(7200.0)),
+              ElementsAre("0:00", "0:20", "0:40", "1:00", "1:20", "1:40", "2:00"));
+}
+
+TEST(SvgPlotTest, FilesOfAnyLengthHaveTwoToSevenTicks) {
+  for (double seconds = 0.1; seconds < 1e6; seconds *= 1.1) {
+    const std::size_t count = TimeTicks(seconds).size();
+    EXPECT_GE(count, 2U) << seconds;
+    EXPECT_LE(count, 7U) << seconds;
+  }
+}
+
+TEST(SvgPlotTest, TimeUnitFollowsTheLength) {
+  EXPECT_STREQ(TimeUnitOf(59.9), "s");
+  EXPECT_STREQ(TimeUnitOf(60.0), "min:s");
+  EXPECT_STREQ(TimeUnitOf(3600.0), "h:min");
+}
+
+TEST(SvgPlotTest, PointsOfTimeAreWrittenToATenth) {
+  EXPECT_EQ(TimeText(4.2), "4.2 s");
+  EXPECT_EQ(TimeText(59.96), "1:00.0");
+  EXPECT_EQ(TimeText(305.7), "5:05.7");
+  EXPECT_EQ(TimeText(3723.4), "1:02:03.4");
+}
+
+TEST(SvgPlotTest, TitleAndDescriptionNameThePlotToThoseWhoDoNotSeeIt) {
+  const std::string text = SvgPlot("p", "A & B", "<C>", {0.0, 1.0}, {0.0, 1.0}).Text();
+  EXPECT_THAT(text, HasSubstr("role=\"img\" aria-labelledby=\"p-title p-description\""));
+  EXPECT_THAT(text, HasSubstr("<title id=\"p-title\">A &amp; B</title>"));
+  EXPECT_THAT(text, HasSubstr("<desc id=\"p-description\">&lt;C&gt;</desc>"));
+}
+
+// -10 on -40 ... 0 lies a quarter below the top; 0 and -40 are top and foot.
+TEST(SvgPlotTest, LinesAndBandsLieAtTheirValues) {
+  SvgPlot plot = Plot();
+  plot.AddHorizontalLine(-10.0, "limit");
+  plot.AddHorizontalBand(-30.0, -20.0, "target");
+  plot.AddVerticalBand(2.5, 5.0, "range");
+  EXPECT_THAT(plot.Text(), HasSubstr("class=\"limit\" x1=\"0\" x2=\"100%\" y1=\"25.00%\""));
+  EXPECT_THAT(plot.Text(), HasSubstr("y=\"50.00%\" height=\"25.00%\""));
+  EXPECT_THAT(plot.Text(), HasSubstr("x=\"25.00%\" width=\"25.00%\""));
+}
+
+// The narrowest plot is 224 pixels wide, where labels at 0, 0.25 and 0.5 of 10 lie 5.6 pixels
+// apart; a letter takes 7.
+TEST(SvgPlotTest, LabelsThatWouldTouchStandInFurtherRows) {
+  SvgPlot plot = Plot();
+  plot.AddXTicks({{0.0, "1"}, {0.25, "2"}, {0.5, "12"}, {4.0, "13"}});
+  const std::string text = plot.Text();
+  EXPECT_THAT(text, HasSubstr("x=\"0.00%\" y=\"100%\" dy=\"18\">1<"));
+  EXPECT_THAT(text, HasSubstr("x=\"2.50%\" y=\"100%\" dy=\"32\">2<"));
+  EXPECT_THAT(text, HasSubstr("x=\"5.00%\" y=\"100%\" dy=\"46\">12<"));
+  EXPECT_THAT(text, HasSubstr("x=\"40.00%\" y=\"100%\" dy=\"18\">13<"));
+  EXPECT_THAT(text, HasSubstr("margin-bottom:56px"));
+}
+
+TEST(SvgPlotTest, LabelsWithRoomStandInOneRow) {
+  SvgPlot plot = Plot();
+  plot.AddXTicks({{0.0, "0"}, {5.0, "5"}, {10.0, "10"}});
+  EXPECT_THAT(plot.Text(), Not(HasSubstr("dy=\"32\"")));
+  EXPECT_THAT(plot.Text(), HasSubstr("margin-top:8px;margin-bottom:28px"));
+}
+
+TEST(SvgPlotTest, CurvesPassThroughTheExtremesOfEachColumn) {
+  SvgPlot plot = Plot();
+  plot.AddCurve({{{0.0, -40.0F, -20.0F}, {10.0, -10.0F, -10.0F}}}, "curve");
+  EXPECT_THAT(plot.Text(), HasSubstr("d=\"M0 1000L0 500L1000 250\""));
+}
+
+TEST(SvgPlotTest, ACurveOfOnePointIsADot) {
+  SvgPlot plot = Plot();
+  plot.AddCurve({{{5.0, -10.0F, -10.0F}}, {{10.0, -20.0F, -20.0F}}}, "curve");
+  EXPECT_THAT(plot.Text(), HasSubstr("d=\"M500 250h0M1000 500h0\""));
+}
+
+TEST(SvgPlotTest, RibbonsRunAlongTheHighsAndBackAlongTheLows) {
+  SvgPlot plot = Plot();
+  plot.AddRibbon({{{0.0, -30.0F, -20.0F}, {10.0, -40.0F, -10.0F}}}, "ribbon");
+  EXPECT_THAT(plot.Text(), HasSubstr("d=\"M0 500L1000 250L1000 1000L0 750z\""));
+}
+
+TEST(SvgPlotTest, AreasStandOnTheFootOfThePlot) {
+  SvgPlot plot = Plot();
+  plot.AddArea({{{0.0, -30.0F, -20.0F}, {10.0, -40.0F, -10.0F}}}, "area");
+  EXPECT_THAT(plot.Text(), HasSubstr("d=\"M0 1000L0 500L1000 250L1000 1000z\""));
+}
+
+TEST(SvgPlotTest, BarsHaveTheirWidth) {
+  SvgPlot plot = Plot();
+  plot.AddBars({{2.0, -40.0, -20.0}}, 1.0, "bar");
+  EXPECT_THAT(plot.Text(), HasSubstr("d=\"M200 1000L200 500L300 500L300 1000z\""));
+}
+
+TEST(SvgPlotTest, NothingToDrawIsNoPath) {
+  SvgPlot plot = Plot();
+  plot.AddCurve({}, "curve");
+  plot.AddRibbon({}, "ribbon");
+  plot.AddArea({}, "area");
+  plot.AddBars({}, 1.0, "bar");
+  EXPECT_THAT(plot.Text(), Not(HasSubstr("<path")));
+}
+
+TEST(SvgPlotTest, MarksKeepTheirTextOnTheInnerSide) {
+  SvgPlot plot = Plot();
+  plot.AddVerticalMark(2.0, 34, "left", "gate");
+  plot.AddVerticalMark(8.0, 17, "right", "gate");
+  EXPECT_THAT(plot.Text(), HasSubstr("x1=\"20.00%\" x2=\"20.00%\" y1=\"-34\""));
+  EXPECT_THAT(plot.Text(), HasSubstr("class=\"mark\" x=\"20.00%\" dx=\"5\""));
+  EXPECT_THAT(plot.Text(), HasSubstr("class=\"mark end\" x=\"80.00%\" dx=\"-5\""));
+}
+
+}  // namespace
+}  // namespace louddesk

@@ -1,0 +1,67 @@
+// The frame around the contents of a page.
+
+#include "Page.h"
+
+#include "ReportStyle.h"
+#include "XmlText.h"
+
+namespace louddesk {
+namespace {
+
+// The policy holds every browser to it that nothing is fetched or run.
+constexpr char kHead[] =
+    "<!DOCTYPE html>\n"
+    "<html xmlns=\"http://www.w3.org/1999/xhtml\" lang=\"en\">\n<head>\n"
+    "<meta charset=\"utf-8\"/>\n"
+    "<meta http-equiv=\"Content-Security-Policy\" "
+    "content=\"default-src 'none'; style-src 'unsafe-inline'\"/>\n"
+    "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>\n"
+    "<meta name=\"color-scheme\" content=\"light dark\"/>\n";
+
+const char* SignFor(Badge badge) {
+  switch (badge) {
+    case Badge::kGood:
+      return "\xE2\x9C\x93";  // check mark
+    case Badge::kNoted:
+      return "\xE2\x89\x88";  // almost equal to
+    case Badge::kBad:
+      return "\xE2\x9C\x97";  // ballot X
+    case Badge::kNone:
+      break;
+  }
+  return "\xE2\x80\x93";  // dash
+}
+
+}  // namespace
+
+std::string Page(const PageParts& parts) {
+  return std::string(kHead) + "<title>" + XmlEscaped(parts.title) + "</title>\n<style>" +
+         kReportStyle + "</style>\n</head>\n<body>\n<header>\n<h1>" + XmlEscaped(parts.heading) +
+         "</h1>\n<p>" + XmlEscaped(parts.lead) + "</p>\n</header>\n<main>\n" + parts.contents +
+         "</main>\n<footer>" + parts.footer + "</footer>\n</body>\n</html>\n";
+}
+
+std::string BadgeText(Badge badge, const std::string& word) {
+  return std::string("<span class=\"verdict ") + StyleFor(badge) + "\">" + SignFor(badge) + " " +
+         XmlEscaped(word) + "</span>";
+}
+
+const char* StyleFor(Badge badge) {
+  switch (badge) {
+    case Badge::kGood:
+      return "pass";
+    case Badge::kNoted:
+      return "noted";
+    case Badge::kBad:
+      return "fail";
+    case Badge::kNone:
+      break;
+  }
+  return "none";
+}
+
+std::string Isolated(const std::string& text) {
+  return "<bdi>" + XmlEscaped(text) + "</bdi>";
+}
+
+}  // namespace louddesk

@@ -1,0 +1,183 @@
+// The sources behind the options.
+
+#include "PlayList.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <utility>
+
+#include "ComplianceCases.h"
+#include "FileSource.h"
+
+namespace louddesk {
+
+namespace {
+
+constexpr int kSampleRate = 48000;  // Hz, of what is generated, where a case does not say
+
+// What a level or a frequency may be.
+struct ValueRange {
+  double lowest;
+  double highest;
+};
+
+constexpr ValueRange kFrequencies = {1.0, 20000.0};  // Hz
+constexpr ValueRange kToneLevels = {-120.0, 0.0};    // dBFS, peak
+constexpr ValueRange kNoiseLevels = {-120.0, -5.0};  // dBFS, rms
+
+// The peak of an evenly distributed noise over its rms: its mean square is a third of the square of
+// its peak.
+const double kNoiseCrestDb = 10.0 * std::log10(3.0);
+
+struct ToneValues {
+  double hertz;
+  double level;  // dBFS, peak
+};
+
+// A whole text that is a number; infinities and what is no number are neither.
+std::optional<double> NumberIn(const std::string& text) {
+  double value = 0.0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value))
+    return std::nullopt;
+  return value;
+}
+
+bool IsWithin(const ValueRange& limits, double value) {
+  return value >= limits.lowest && value <= limits.highest;
+}
+
+std::string RangeText(const ValueRange& limits, const char* unit) {
+  return std::to_string(std::lround(limits.lowest)) + " to " +
+         std::to_string(std::lround(limits.highest)) + " " + unit;
+}
+
+std::optional<ToneValues> ToneIn(const std::string& text) {
+  const std::size_t comma = text.find(',');
+  if (comma == std::string::npos)
+    return std::nullopt;
+  const auto hertz = NumberIn(text.substr(0, comma));
+  const auto level = NumberIn(text.substr(comma + 1));
+  if (!hertz || !level || !IsWithin(kFrequencies, *hertz) || !IsWithin(kToneLevels, *level))
+    return std::nullopt;
+  return ToneValues{*hertz, *level};
+}
+
+std::optional<double> NoiseIn(const std::string& text) {
+  const auto level = NumberIn(text);
+  return level && IsWithin(kNoiseLevels, *level) ? level : std::nullopt;
+}
+
+// The cases with a signal that an identifier means: one, or all of a document.
+std::vector<const ComplianceCase*> TestSignalsOf(const std::string& id) {
+  std::vector<const ComplianceCase*> signals;
+  for (const ComplianceCase& known : ComplianceCases())
+    if (IsMeantBy(known, id) && !known.runs.empty())
+      signals.push_back(&known);
+  return signals;
+}
+
+Playable File(const std::string& path, const std::optional<SpeakerLayout>& speakers) {
+  return {path, false, [path, speakers] { return OpenFileSource(path, speakers); }};
+}
+
+Playable Generated(std::string name, Signal signal, int sampleRate = kSampleRate) {
+  return {std::move(name), false,
+          [signal = std::move(signal), sampleRate] { return MakeSource(signal, sampleRate); }};
+}
+
+Playable Generated(std::string name, StepSignal endless, const std::optional<double>& seconds) {
+  if (seconds)
+    endless.steps.front().seconds = *seconds;
+  return Generated(std::move(name), Signal(std::move(endless)));
+}
+
+Playable TonePlayable(const std::string& text, const std::optional<double>& seconds) {
+  const auto tone = ToneIn(text);
+  if (!tone)
+    throw PlayListError(CheckTone(text));
+  return Generated("tone " + text, Tone(tone->hertz, tone->level), seconds);
+}
+
+Playable NoisePlayable(const std::string& text, const std::optional<double>& seconds) {
+  const auto level = NoiseIn(text);
+  if (!level)
+    throw PlayListError(CheckNoise(text));
+  return Generated("noise " + text, Noise(*level + kNoiseCrestDb), seconds);
+}
+
+void AddTestSignal(const ComplianceCase& signal, std::vector<Playable>& list) {
+  std::size_t number = 0;
+  for (const ComplianceRun& run : signal.runs) {
+    std::string name = "case " + signal.id;
+    if (signal.runs.size() > 1)
+      name += ", " + std::to_string(++number) + " of " + std::to_string(signal.runs.size());
+    list.push_back(
+        Generated(std::move(name), run.signal, run.sampleRate > 0 ? run.sampleRate : kSampleRate));
+    list.back().isMeasuredFromZero = true;
+  }
+}
+
+void AddTestSignals(const std::string& id, std::vector<Playable>& list) {
+  const std::string complaint = CheckTestSignal(id);
+  if (!complaint.empty())
+    throw PlayListError(complaint);
+  for (const ComplianceCase* signal : TestSignalsOf(id))
+    AddTestSignal(*signal, list);
+}
+
+// A tone or noise without an end may only be the very last.
+void CheckEnds(const PlayListOptions& options) {
+  const std::size_t generated = options.tones.size() + options.noises.size();
+  if (options.seconds && generated == 0)
+    throw PlayListError("--duration is for --tone and --noise");
+  const bool isFollowed = generated > 1 || options.isLooped || !options.cases.empty();
+  if (!options.seconds && generated > 0 && isFollowed)
+    throw PlayListError(
+        "a tone or noise without --duration has no end: nothing can follow it, nor --loop");
+}
+
+}  // namespace
+
+std::vector<Playable> MakePlayList(const PlayListOptions& options) {
+  if (options.files.empty() && options.tones.empty() && options.noises.empty() &&
+      options.cases.empty())
+    throw PlayListError("nothing to play; give a FILE, --tone, --noise or --case");
+  CheckEnds(options);
+  std::vector<Playable> list;
+  for (const std::string& path : options.files)
+    list.push_back(File(path, options.speakers));
+  for (const std::string& tone : options.tones)
+    list.push_back(TonePlayable(tone, options.seconds));
+  for (const std::string& noise : options.noises)
+    list.push_back(NoisePlayable(noise, options.seconds));
+  for (const std::string& id : options.cases)
+    AddTestSignals(id, list);
+  return list;
+}
+
+std::string CheckTone(const std::string& text) {
+  if (ToneIn(text))
+    return "";
+  return "\"" + text + "\" is no tone; give FREQ,LEVEL of " + RangeText(kFrequencies, "Hz") +
+         " and " + RangeText(kToneLevels, "dBFS");
+}
+
+std::string CheckNoise(const std::string& text) {
+  if (NoiseIn(text))
+    return "";
+  return "\"" + text + "\" is no level of a noise; give " + RangeText(kNoiseLevels, "dBFS rms");
+}
+
+std::string CheckTestSignal(const std::string& id) {
+  if (!TestSignalsOf(id).empty())
+    return "";
+  std::string complaint = "\"" + id + "\" is no case that can be played; there are";
+  for (const ComplianceCase& known : ComplianceCases())
+    if (!known.runs.empty())
+      complaint += " " + known.id;
+  return complaint;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,132 @@
+// The terminal by way of ncurses.
+
+#include "Terminal.h"
+
+#include <curses.h>
+#include <langinfo.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace louddesk {
+
+namespace {
+
+// Numbers of the colour pairs; 0 is what the terminal has by itself.
+constexpr short kPlainPair = 0;
+constexpr short kGoodPair = 1;
+constexpr short kAlertPair = 2;
+constexpr short kNoBackground = -1;
+
+struct InkLook {
+  Ink ink;
+  attr_t attributes;
+  short pair;
+};
+
+// Alerts differ from the rest without colours too, and what they mean is in the text.
+constexpr InkLook kLooks[] = {
+    {Ink::kPlain, A_NORMAL, kPlainPair},
+    {Ink::kStrong, A_BOLD, kPlainPair},
+    {Ink::kFaint, A_DIM, kPlainPair},
+    {Ink::kGood, A_NORMAL, kGoodPair},
+    {Ink::kAlert, A_BOLD, kAlertPair},
+    {Ink::kBadge, A_REVERSE, kPlainPair},
+    {Ink::kAlertBadge, A_REVERSE | A_BOLD, kAlertPair},
+};
+
+const InkLook& LookOf(Ink ink) {
+  for (const InkLook& look : kLooks)
+    if (look.ink == ink)
+      return look;
+  return kLooks[0];
+}
+
+Glyphs GlyphsOfLocale() {
+  // Only the character set: numbers are written with a point everywhere.
+  std::setlocale(LC_CTYPE, "");
+  return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0 ? Glyphs::kBlocks : Glyphs::kAscii;
+}
+
+std::string UnusableTerminal(const char* reason) {
+  const char* name = std::getenv("TERM");
+  return std::string("the terminal \"") + (name == nullptr ? "" : name) + "\" " + reason +
+         "; set TERM, or use --format csv or json";
+}
+
+// Without one a picture would be a heap of characters on one line.
+bool CanPlaceCursor() {
+  return tigetstr("cup") != nullptr;
+}
+
+// https://no-color.org: present and not empty.
+bool WantsNoColours() {
+  const char* const wish = std::getenv("NO_COLOR");
+  return wish != nullptr && *wish != '\0';
+}
+
+}  // namespace
+
+Terminal::Terminal() : mGlyphs(GlyphsOfLocale()), mHasKeys(isatty(STDIN_FILENO) != 0) {
+  const ShellMode shell;
+  mScreen = newterm(nullptr, stdout, stdin);
+  if (mScreen == nullptr)
+    throw TerminalError(UnusableTerminal("is not known"));
+  if (!CanPlaceCursor()) {
+    endwin();
+    delscreen(mScreen);
+    throw TerminalError(UnusableTerminal("cannot place its cursor"));
+  }
+  mRestorer.emplace(shell);
+  cbreak();
+  noecho();
+  curs_set(0);
+  keypad(stdscr, TRUE);
+  nodelay(stdscr, TRUE);
+  PrepareColours();
+}
+
+Terminal::~Terminal() {
+  curs_set(1);
+  endwin();
+  mRestorer.reset();
+  delscreen(mScreen);
+}
+
+void Terminal::PrepareColours() {
+  if (WantsNoColours() || !has_colors() || start_color() == ERR || use_default_colors() == ERR)
+    return;
+  init_pair(kGoodPair, COLOR_GREEN, kNoBackground);
+  init_pair(kAlertPair, COLOR_RED, kNoBackground);
+  mHasColours = true;
+}
+
+ScreenSize Terminal::Size() const {
+  return {static_cast<std::size_t>(std::max(COLS, 0)),
+          static_cast<std::size_t>(std::max(LINES, 0))};
+}
+
+void Terminal::Show(const TextScreen& cells) {
+  erase();
+  for (std::size_t row = 0; row < cells.Rows(); ++row)
+    for (std::size_t column = 0; column < cells.Columns(); ++column) {
+      const TextCell& cell = cells.Row(row)[column];
+      const InkLook& look = LookOf(cell.ink);
+      const wchar_t text[] = {static_cast<wchar_t>(cell.glyph), L'\0'};
+      cchar_t character;
+      setcchar(&character, text, look.attributes, mHasColours ? look.pair : kPlainPair, nullptr);
+      mvadd_wch(static_cast<int>(row), static_cast<int>(column), &character);
+    }
+  refresh();
+}
+
+int Terminal::ReadKey() {
+  const int key = getch();
+  return key == ERR ? 0 : key;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,61 @@
+// The user's terminal as a window of text cells. One object at a time and process, on one thread.
+// Takes the terminal over while it lives and gives it back as it was, whatever ends its life, a
+// signal that ends the process among it.
+
+#pragma once
+
+#include <optional>
+#include <stdexcept>
+
+#include "MeterGraphics.h"
+#include "TerminalRestorer.h"
+#include "TextScreen.h"
+
+struct screen;
+
+namespace louddesk {
+
+/// The terminal cannot be used. The text is one line for the user.
+class TerminalError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+class Terminal {
+ public:
+  /// Takes over the terminal on standard output. Throws TerminalError when its kind is not known or
+  /// cannot place its cursor. Without colours when the environment has NO_COLOR.
+  Terminal();
+
+  /// Gives it back.
+  ~Terminal();
+
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  /// The window as it is now.
+  ScreenSize Size() const;
+
+  /// What it can show, by the user's locale.
+  Glyphs Glyph() const { return mGlyphs; }
+
+  /// Whether keys can come.
+  bool HasKeys() const { return mHasKeys; }
+
+  /// Shows the cells; only what has changed is written.
+  void Show(const TextScreen& cells);
+
+  /// The next character typed, 0 when there is none. Takes note of a new size of the window.
+  int ReadKey();
+
+ private:
+  void PrepareColours();
+
+  struct screen* mScreen;                     // owned
+  std::optional<TerminalRestorer> mRestorer;  // while ncurses has the terminal
+  Glyphs mGlyphs;
+  bool mHasKeys;
+  bool mHasColours = false;
+};
+
+}  // namespace louddesk

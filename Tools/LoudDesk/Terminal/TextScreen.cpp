@@ -1,0 +1,57 @@
+// Cells of a window.
+
+#include "TextScreen.h"
+
+#include <algorithm>
+
+namespace louddesk {
+
+namespace {
+
+char32_t AsciiOf(char c) {
+  return c >= ' ' && c <= '~' ? static_cast<char32_t>(c) : U'?';
+}
+
+// All glyphs in use lie within the first 65536 characters.
+void AppendUtf8(std::string& text, char32_t glyph) {
+  const auto byte = [&text](char32_t value) { text += static_cast<char>(value); };
+  if (glyph < 0x80) {
+    byte(glyph);
+  } else if (glyph < 0x800) {
+    byte(0xC0 | (glyph >> 6));
+    byte(0x80 | (glyph & 0x3F));
+  } else {
+    byte(0xE0 | (glyph >> 12));
+    byte(0x80 | ((glyph >> 6) & 0x3F));
+    byte(0x80 | (glyph & 0x3F));
+  }
+}
+
+}  // namespace
+
+TextScreen::TextScreen(ScreenSize size)
+    : mColumns(size.columns), mRows(size.rows, std::vector<TextCell>(size.columns)) {}
+
+void TextScreen::Put(std::size_t row, std::size_t column, char32_t glyph, Ink ink) {
+  if (row < Rows() && column < mColumns)
+    mRows[row][column] = TextCell{glyph, ink};
+}
+
+void TextScreen::Write(std::size_t row, std::size_t column, const std::string& text, Ink ink) {
+  for (std::size_t i = 0; i < text.size(); ++i)
+    Put(row, column + i, AsciiOf(text[i]), ink);
+}
+
+void TextScreen::WriteRight(std::size_t row, std::size_t column, const std::string& text, Ink ink) {
+  const std::size_t cut = text.size() - std::min(text.size(), column);
+  Write(row, column - (text.size() - cut), text.substr(cut), ink);
+}
+
+std::string TextScreen::Text(std::size_t row) const {
+  std::string text;
+  for (const TextCell& cell : mRows[row])
+    AppendUtf8(text, cell.glyph);
+  return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+}  // namespace louddesk

@@ -1,0 +1,23 @@
+// Lines on the stream of errors.
+
+#include "Complaints.h"
+
+#include "PrintableText.h"
+
+namespace louddesk {
+namespace {
+
+constexpr char kPrefix[] = "LoudDesk: ";
+
+}  // namespace
+
+void Complaints::Add(const std::string& text) {
+  Note(text);
+  mStatus = 1;
+}
+
+void Complaints::Note(const std::string& text) {
+  mErrors << kPrefix << Printable(text) << "\n";
+}
+
+}  // namespace louddesk

@@ -1,0 +1,28 @@
+// What goes wrong in a run of the program: one line each, and the status that follows.
+
+#pragma once
+
+#include <ostream>
+#include <string>
+
+namespace louddesk {
+
+class Complaints {
+ public:
+  explicit Complaints(std::ostream& errors) : mErrors(errors) {}
+
+  /// A line for the user. The run has failed.
+  void Add(const std::string& text);
+
+  /// What a reader of the figures must know. The run has not failed.
+  void Note(const std::string& text);
+
+  /// Of the program: 0, or 1 after a complaint.
+  int Status() const { return mStatus; }
+
+ private:
+  std::ostream& mErrors;
+  int mStatus = 0;
+};
+
+}  // namespace louddesk

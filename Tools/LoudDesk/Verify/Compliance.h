@@ -1,0 +1,43 @@
+// Runs the test signals of the standards through front end and meter and judges what comes out.
+
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "ComplianceCases.h"
+#include "MeterUnderTest.h"
+
+namespace louddesk {
+
+enum class ComplianceVerdict {
+  kPass,    // as the standard asks, within its tolerance
+  kGrid,    // as a meter must read that works in blocks of 100 ms, and outside of the standard's
+            // tolerance
+  kFail,    // neither
+  kNotRun,  // there is no signal
+};
+
+/// One line of the table.
+struct ComplianceRow {
+  std::string caseId;
+  std::string signal;                      // in words
+  std::optional<Expectation> expectation;  // nothing when there is no signal
+  std::optional<double> measured;          // in the unit of the quantity
+  ComplianceVerdict verdict = ComplianceVerdict::kNotRun;
+};
+
+/// Told each row as soon as it is known.
+using RowSink = std::function<void(const ComplianceRow&)>;
+
+/// Measures every run of a case at the sample rate, unless the run has its own. There is one row
+/// for each figure, or a single one for a case without a signal.
+void RunCase(const ComplianceCase& complianceCase, int sampleRate, MeterUnderTest& meter,
+             const RowSink& sink);
+
+/// The verdict on a reading; one that is missing fails.
+ComplianceVerdict ComplianceVerdictOn(const Expectation& expectation,
+                                      const std::optional<double>& measured);
+
+}  // namespace louddesk
