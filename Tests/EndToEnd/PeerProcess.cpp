@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -15,6 +14,7 @@
 
 #include "BlockReading.h"
 #include "Frames.h"
+#include "SecondComputation.h"
 
 namespace {
 
@@ -55,8 +55,7 @@ Frames NextBlock() {
   static unsigned block = 0;
   const double level = -20.0 - block++ % 8;
   louddesk::BlockReading reading;
-  reading.powers.fill(static_cast<std::uint64_t>(
-      std::llround(std::pow(10.0, (level + 152.6905962 + 0.6974) / 10))));
+  reading.powers.fill(PowerOf(level));
   reading.peaks.fill(1000);
   return {"ProbeLuRawData-1", BytesOf(reading.peaks), BytesOf(reading.powers), "spare"};
 }

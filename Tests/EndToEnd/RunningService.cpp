@@ -67,11 +67,6 @@ const std::vector<std::string>& SurroundSpeakers() {
   return speakers;
 }
 
-std::uint64_t PowerOf(double lkfs) {
-  return static_cast<std::uint64_t>(
-      std::llround(std::pow(10.0, (lkfs + 152.6905962 + 0.6974) / 10)));
-}
-
 RunningService::RunningService(unsigned meterSet, unsigned cluster) : mUnit(meterSet, cluster) {}
 
 void RunningService::TearDown() {

@@ -18,6 +18,7 @@
 
 #include "LuEnumerations.h"
 #include "PresetBuilder.h"
+#include "SecondComputation.h"
 #include "ServiceProcess.h"
 #include "UnitDocuments.h"
 #include "UnitStandIn.h"
@@ -30,10 +31,6 @@ constexpr std::chrono::milliseconds kPeriod{100};
 
 /// Speakers of a 5.1 programme on meters 1 to 6.
 const std::vector<std::string>& SurroundSpeakers();
-
-/// Power of a channel that alone on a front speaker reads `lkfs`, in the service's integer scale:
-/// L = 10 log10(P) - 152.6905962 - 0.6974.
-std::uint64_t PowerOf(double lkfs);
 
 /// What a service finds at its start, apart from its command line.
 struct ServiceStart {

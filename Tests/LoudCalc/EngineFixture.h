@@ -10,6 +10,7 @@
 
 #include "LoudCalcBase.h"
 #include "LoudConfigUser.h"
+#include "SecondComputation.h"
 
 inline bool operator==(const LoudnessData_t& a, const LoudnessData_t& b) {
   return a.MaxMomentary == b.MaxMomentary && a.Momentary == b.Momentary &&
@@ -28,12 +29,6 @@ constexpr LoudnessData_t kCodesOfNoReadings = {-990, -990, -990, -990, 0, -990, 
 
 constexpr int kWarmUpBlocks = 3;
 constexpr int kBlocksPerSecond = 10;
-
-/// What the DSP stage delivers at a loudness: the inverse of L = 10 log10(P) - 152.6905962 -
-/// 0.6974.
-inline std::uint64_t PowerOf(double lkfs) {
-  return static_cast<std::uint64_t>(std::pow(10.0, (lkfs + 153.3879962) / 10.0));
-}
 
 /// A calculator fresh from LoudCalcInit, on the settings of process start.
 class EngineFixture : public testing::Test {

@@ -1,0 +1,57 @@
+// The loudness figures computed a second time, straight from the formulas: every block since the
+// reset is kept, and each figure worked out anew from all of them. No histogram, ring, table or
+// running sum, and no code of the service. Slow and plain by intent.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "LoudnessData.h"
+
+/// What the signal-processing stage delivers at a loudness, in LKFS, rounded to a whole number: the
+/// inverse of L = 10 log10(P) - 152.6905962 - 0.6974.
+std::uint64_t PowerOf(double lkfs);
+
+class SecondComputation {
+ public:
+  /// The figures before they are coded, LKFS, LU and dBTP.
+  struct Figures {
+    float maxMomentary = -99.0F;
+    float momentary = -99.0F;
+    float shortTerm = -99.0F;
+    float integrated = -99.0F;
+    float program = -99.0F;
+    float range = 0.0F;
+    float truePeak = -99.0F;
+    float maxTruePeak = -99.0F;
+  };
+
+  /// With the user's windows of integrated loudness and loudness range, in seconds.
+  SecondComputation(std::size_t integratedWindow, std::size_t rangeWindow);
+
+  /// Forgets every block; programme loudness stands until its next reading.
+  void Reset();
+
+  /// Takes one block of the programme.
+  void Add(std::uint64_t power, std::uint16_t peak);
+
+  const Figures& Results() const { return mFigures; }
+
+  /// As they are published; no readings before the first whole 400 ms.
+  LoudnessData_t Coded() const;
+
+ private:
+  using Codes = std::vector<unsigned>;  // 0: below -70 LKFS; k: -70 + 0.02 (k - 1) LKFS and more
+
+  float MomentaryNow() const;
+  void RefreshOncePerSecond();
+
+  std::size_t mIntegratedReadings;     // window in momentary readings
+  std::size_t mRangeReadings;          // window in short-term readings
+  std::vector<std::uint64_t> mPowers;  // every block since the reset
+  Codes mMomentary;                    // every momentary reading since the reset, one a block
+  Codes mShortTerm;                    // the short-term reading of every full second since then
+  Figures mFigures;
+};
