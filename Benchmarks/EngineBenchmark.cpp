@@ -28,7 +28,6 @@ namespace {
 
 constexpr double kBlockSeconds = 0.1;
 constexpr std::size_t kSoundBlocks = 4096;
-constexpr int kBlocksPerSecond = 10;
 
 // Fills the longest window of all, that of the loudness range, besides the blocks of warm-up.
 constexpr std::uint32_t kFillingBlocks = kMaxLraWinSecs * kBlocksPerSecond + kBlocksPerSecond;

@@ -9,32 +9,22 @@
 
 namespace {
 
-constexpr float kBinWidthSingle = 0.02F;  // LU, for coding a loudness
-constexpr double kBinWidth = 0.02;        // LU, for everything read back
+// For coding a loudness; everything that is read back is in double precision.
+constexpr auto kBinWidthSingle = static_cast<float>(kBinWidthLu);
 
-// Power to loudness. Together the two terms are the level of the power that stands for 0 LKFS in
-// the DSP stage's scale; the -0.691 of ITU-R BS.1770-3, Annex 1, which takes back the gain of the
-// K-weighting at 1 kHz, is contained in them.
-constexpr double kPowerScaleDb = 152.6905962;
-constexpr double kWeightingOffsetDb = 0.6974;
-
-// Loudness to power, for the bins. The offset is the one above plus half a bin, the half held in
-// single precision. Together the two are not the exact inverse of the above: a bin reads back
-// 0.0085 LU above its lower edge, near its middle, so that coding a loudness hardly biases the
+// Loudness to power, for the bins. The offset is that of the way back plus half a bin, the half
+// held in single precision. Together the two are not the exact inverse of that way: a bin reads
+// back 0.0085 LU above its lower edge, near its middle, so that coding a loudness hardly biases the
 // mean.
 constexpr double kUnitPower = 1857398385681617.0;
 constexpr double kBinOffsetDb = 0.7073999997764826;
-
-constexpr std::uint32_t kLowPercent = 10;  // EBU Tech 3342: lower end of the loudness range
-constexpr std::uint32_t kHighPercent = 5;  // EBU Tech 3342: share of readings above its upper end
 
 std::uint16_t BinOf(std::uint16_t code) {
   return std::min(code, kMaxLoudnessCode);
 }
 
 std::uint64_t BinCenter(std::size_t code) {
-  const double lowerEdge = -70.0 + kBinWidth * static_cast<double>(code - 1);
-  const double exponent = (lowerEdge + kBinOffsetDb) / 10.0;
+  const double exponent = (LoudnessOfCode(code) + kBinOffsetDb) / 10.0;
   const double power = exponent < 0.0 ? kUnitPower / std::pow(10.0, -exponent)
                                       : kUnitPower * std::pow(10.0, exponent);
   return static_cast<std::uint64_t>(power);
@@ -49,6 +39,10 @@ std::uint32_t Percent(std::uint32_t count, std::uint32_t total) {
 float LoudnessOfPower(std::uint64_t power) {
   const double level = 10.0 * std::log10(static_cast<double>(power));
   return static_cast<float>(level - kPowerScaleDb - kWeightingOffsetDb);
+}
+
+double LoudnessOfCode(std::size_t code) {
+  return kAbsoluteGateLkfs + kBinWidthLu * static_cast<double>(code - 1);
 }
 
 void PrintEngineFault(const char* format, ...) {
@@ -75,7 +69,7 @@ void Cbin::InitBinCenters() {
 
 std::uint16_t Cbin::GetBinIndx(float loudness) {
   const float bins = (loudness - kAbsoluteGateLkfs) / kBinWidthSingle;
-  if (!(bins >= 0.0F))  // also takes what is no number
+  if (!(bins >= 0.0F))  // also takes what is not a number
     return 0;
   const float code = bins + 1.0F;
   if (code >= static_cast<float>(kNumLoudnessCodes))
@@ -116,11 +110,15 @@ float Cbin::GetLoudnessLkfs(float gate) const {
 }
 
 float Cbin::GetLra(std::uint16_t lowestCode) const {
+  const LraEnds ends = GetLraEnds(lowestCode);
+  return static_cast<float>((ends.high - ends.low) * kBinWidthLu);
+}
+
+LraEnds Cbin::GetLraEnds(std::uint16_t lowestCode) const {
   if (NumBinnedValues == 0)
-    return 0.0F;
+    return {0, 0};
   const std::uint32_t total = CountFrom(lowestCode);
-  const int bins = HighPoint(total) - LowPoint(lowestCode, total);
-  return static_cast<float>(bins * kBinWidth);
+  return {LowPoint(lowestCode, total), HighPoint(total)};
 }
 
 std::uint32_t Cbin::CountFrom(std::uint16_t lowestCode) const {
@@ -136,7 +134,7 @@ int Cbin::LowPoint(std::uint16_t lowestCode, std::uint32_t total) const {
   std::uint32_t count = 0;
   for (std::size_t code = lowestCode; code < kNumLoudnessCodes; ++code) {
     count += Bins[code];
-    if (code != 0 && Percent(count, total) >= kLowPercent)
+    if (code != 0 && Percent(count, total) >= kLraPercentBelow)
       return static_cast<int>(code);
   }
   return 0;
@@ -147,7 +145,7 @@ int Cbin::HighPoint(std::uint32_t total) const {
   std::uint32_t count = 0;
   for (std::size_t code = kMaxLoudnessCode; code > 0; --code) {
     count += Bins[code];
-    if (Percent(count, total) >= kHighPercent)
+    if (Percent(count, total) >= kLraPercentAbove)
       return static_cast<int>(code);
   }
   return 0;

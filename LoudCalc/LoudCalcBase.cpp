@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr std::uint32_t kBlocksPerSecond = 10;
 constexpr std::uint32_t kProgramBlocks = kMaxWindowReadings;
 constexpr std::uint32_t kShortTermBlocks = 30;  // the 3 s of EBU Tech 3341
 static_assert(kMaxIntegWinSecs * kBlocksPerSecond == kMaxWindowReadings);
@@ -34,7 +33,7 @@ constexpr std::uint8_t kLastSample = 9;
 constexpr std::uint8_t kMaxShortTermSubSample = 59;
 
 constexpr float kNoTruePeakDbtp = -99.0F;
-constexpr double kFullScalePeakDb = 90.3087;  // 20 log10(32768), the level of a full-scale peak
+constexpr double kFullScalePeakDb = 90.3087;  // 20 log10(kFullScalePeak)
 
 }  // namespace
 

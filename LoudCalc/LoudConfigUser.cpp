@@ -9,8 +9,6 @@ LoudConfigUser_t LoudConfigUser;
 
 namespace {
 
-constexpr std::uint32_t kMinIntegWinSecs = 1;
-
 // The values come from messages: a negative one is as far out of range as one too high.
 bool IsBelow(std::int32_t value, std::int32_t limit) {
   return value >= 0 && value < limit;

@@ -4,13 +4,6 @@
 
 #include <algorithm>
 
-namespace {
-
-// EBU Tech 3342: how far the gate of the loudness range lies below the loudness.
-constexpr float kLraGateDepthLu = 20.0F;
-
-}  // namespace
-
 cLoudInteg::cLoudInteg(float relativeGate, cCircBuf* circBuf)
     : pCircBuf(circBuf),
       MaxNumElementsInCircBuf(circBuf->MaxNumElements),
@@ -41,10 +34,12 @@ float cLoudInteg::GetGatedLkfsReading() const {
   return gate < kAbsoluteGateLkfs ? ungated : Bins.GetLoudnessLkfs(gate);
 }
 
-// The range is gated twice on purpose: 20 LU below the loudness that has already passed the
-// window's own relative gate, not below the ungated loudness.
+float cLoudInteg::GetLraGate() const {
+  return GetGatedLkfsReading() - kLraGateDepthLu;
+}
+
 float cLoudInteg::GetLra() const {
-  const float gate = GetGatedLkfsReading() - kLraGateDepthLu;
+  const float gate = GetLraGate();
   return gate < kAbsoluteGateLkfs ? 0.0F : Bins.GetLra(Cbin::GetBinIndx(gate));
 }
 

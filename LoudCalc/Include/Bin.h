@@ -21,13 +21,39 @@ constexpr float kNoLoudnessLkfs = -99.0F;
 /// The absolute gate of ITU-R BS.1770-3, Annex 1; also the lower edge of bin 1.
 constexpr float kAbsoluteGateLkfs = -70.0F;
 
+/// What one loudness code differs from the next by.
+constexpr double kBinWidthLu = 0.02;
+
+/// The loudness from which on a reading is more than the last code says.
+constexpr double kEndOfCodesLkfs = kAbsoluteGateLkfs + kBinWidthLu * kMaxLoudnessCode;
+
+/// The DSP stage's integer scale of powers: the level in dB of the power that stands for 0 LKFS is
+/// the sum of the two. The -0.691 of ITU-R BS.1770-3, Annex 1, which takes back the gain of the
+/// K-weighting at 1 kHz, is contained in them.
+constexpr double kPowerScaleDb = 152.6905962;
+constexpr double kWeightingOffsetDb = 0.6974;
+
+/// Ends of the loudness range (EBU Tech 3342) in percent of the readings: as many lie below the
+/// lower end, and above the upper one.
+constexpr std::uint32_t kLraPercentBelow = 10;
+constexpr std::uint32_t kLraPercentAbove = 5;
+
 /// Loudness in LKFS of a block power in the DSP stage's integer scale, in double precision:
 /// 10 log10(power) - 152.6905962 - 0.6974. `power` must not be 0.
 float LoudnessOfPower(std::uint64_t power);
 
+/// Lower edge in LKFS of a loudness code of 1 or more.
+double LoudnessOfCode(std::size_t code);
+
 /// Prints "LOUD C ERR: " and the formatted text on standard output, at once. For the few faults of
 /// the engine; `format` brings its own line feed.
 [[gnu::format(printf, 1, 2)]] void PrintEngineFault(const char* format, ...);
+
+/// Both ends of a loudness range, as codes; 0 where there is none.
+struct LraEnds {
+  int low;
+  int high;
+};
 
 /// Counts loudness readings by their code. Code 0 stands for anything below -70 LKFS, code k of 1
 /// or more for -70 + 0.02 (k - 1) LKFS and up to 0.02 LU above it. Codes above `kMaxLoudnessCode`
@@ -54,7 +80,8 @@ class Cbin {
   static void InitBinCenters();
 
   /// The code of a loudness in LKFS: 1 for -70.0, 0 for anything below it and for a value that is
-  /// no number, `kMaxLoudnessCode` from +9.98 up. Steps of 0.02 LU, computed in single precision.
+  /// not a number, `kMaxLoudnessCode` from +9.98 up. Steps of 0.02 LU, computed in single
+  /// precision.
   static std::uint16_t GetBinIndx(float loudness);
 
   /// Adds one reading.
@@ -68,9 +95,12 @@ class Cbin {
   /// LKFS never count, whatever the gate. `kNoLoudnessLkfs` when nothing passes the gate.
   float GetLoudnessLkfs(float gate) const;
 
-  /// Loudness range in LU, in steps of 0.02: the distance of the 10th percentile of the readings of
-  /// `lowestCode` and above from the 95th, in whole percents (EBU Tech 3342). 0.0 when empty.
+  /// Loudness range in LU, in steps of 0.02: the distance of its ends. 0.0 when empty.
   float GetLra(std::uint16_t lowestCode) const;
+
+  /// The ends of the loudness range: the 10th and the 95th percentile of the readings of
+  /// `lowestCode` and above, in whole percents (EBU Tech 3342).
+  LraEnds GetLraEnds(std::uint16_t lowestCode) const;
 
  private:
   std::uint32_t CountFrom(std::uint16_t lowestCode) const;

@@ -18,6 +18,13 @@ constexpr std::size_t kNumConfigChannels = 16;
 /// Blocks of 100 ms in the 400 ms of the momentary loudness.
 constexpr std::size_t kMomentaryBlocks = 4;
 
+/// Blocks in a second.
+constexpr std::uint32_t kBlocksPerSecond = 10;
+
+/// True peak of a full-scale signal, 0 dBTP, and the largest that a block can have, 6.02 dBTP.
+constexpr std::uint16_t kFullScalePeak = 32768;
+constexpr std::uint16_t kLargestPeak = 65535;
+
 struct ChanConfig_s {
   std::uint8_t FirstChan = 0;                               // first channel of the programme
   std::uint8_t LastChan = 0;                                // last channel of the programme
@@ -79,10 +86,10 @@ void LoudSetChanConfig(const ChanConfig_s* chanConfig);
 
 /// Takes one 100 ms block and brings every figure up to date. `power` is the channel-weighted sum
 /// of the channels' K-weighted powers in the DSP stage's scale (see `LoudnessOfPower`), `peak` the
-/// largest true peak among them, full scale 32768. The first three blocks after a reset only fill
-/// the 400 ms of the momentary loudness; the fourth gives the first readings. Integrated and
-/// programme loudness and the loudness range are refreshed once a second, each on a block of its
-/// own. Allocates nothing. REQUIRES: `LoudCalcInit`.
+/// largest true peak among them, `kFullScalePeak` for 0 dBTP. The first three blocks after a reset
+/// only fill the 400 ms of the momentary loudness; the fourth gives the first readings. Integrated
+/// and programme loudness and the loudness range are refreshed once a second, each on a block of
+/// its own. Allocates nothing. REQUIRES: `LoudCalcInit`.
 void LoudCalcUpdate(std::uint64_t power, std::uint16_t peak);
 
 /// Momentary loudness in LKFS: that of the last 400 ms with the block of this power as the newest

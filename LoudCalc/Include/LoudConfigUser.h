@@ -14,7 +14,9 @@ enum LoudAlarmToleranceLu_e : std::int32_t {
   LOUD_ALARM_TOLERANCE_MAX = 6,
 };
 
-/// Longest integrated-loudness window in seconds: what the history of momentary readings holds.
+/// Shortest and longest integrated-loudness window in seconds; the history of momentary readings
+/// holds the longest.
+constexpr std::uint32_t kMinIntegWinSecs = 1;
 constexpr std::uint32_t kMaxIntegWinSecs = 7200;
 
 /// Shortest and longest loudness-range window in seconds.

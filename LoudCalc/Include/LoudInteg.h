@@ -11,6 +11,9 @@
 /// Longest window: two hours of momentary readings, ten a second.
 constexpr std::uint32_t kMaxWindowReadings = 72000;
 
+/// EBU Tech 3342: how far the gate of the loudness range lies below the gated loudness.
+constexpr float kLraGateDepthLu = 20.0F;
+
 /// Histogram of the readings of one window. Every code goes into the ring first and then to each
 /// integrator fed from it; the integrator takes the code that leaves its window back from the ring.
 class cLoudInteg {
@@ -47,6 +50,10 @@ class cLoudInteg {
   /// BS.1770-3, Annex 1). Where the relative gate lies below the absolute one, it has no effect.
   /// -99.0 when no reading passes.
   float GetGatedLkfsReading() const;
+
+  /// Gate of the loudness range in LKFS. The range is gated twice on purpose: by the window's own
+  /// relative gate and then 20 LU below the loudness that passed it, not below the ungated one.
+  float GetLraGate() const;
 
   /// Loudness range of the window in LU (EBU Tech 3342). 0.0 when its gate lies below -70 LKFS.
   float GetLra() const;

@@ -98,6 +98,12 @@ TEST_F(CbinTest, TableSpansTheStatedRange) {
 
 // --- Loudness to code --------------------------------------------------------------------------
 
+TEST_F(CbinTest, CodesBeginAtTheAbsoluteGateAndTheLastOneEndsAtPlusTen) {
+  EXPECT_DOUBLE_EQ(LoudnessOfCode(1), -70.0);
+  EXPECT_DOUBLE_EQ(LoudnessOfCode(kMaxLoudnessCode), 9.98);
+  EXPECT_DOUBLE_EQ(kEndOfCodesLkfs, 10.0);
+}
+
 TEST_F(CbinTest, LoudnessIsCodedByItsBin) {
   const struct {
     float loudness;
@@ -351,6 +357,22 @@ TEST_F(CbinTest, RangeRunsFromTheTenthToTheNinetyFifthPercentile) {
   for (std::uint16_t code = 1000; code < 1100; ++code)
     Add(code);
   EXPECT_EQ(mBin.GetLra(1), 1.72F);  // 86 bins of 0.02 LU
+}
+
+TEST_F(CbinTest, EndsOfTheRangeAreTheirOwnCodes) {
+  for (std::uint16_t code = 1001; code <= 1100; ++code)
+    Add(code);
+  // The tenth of a hundred readings is the first at which ten percent lie at or below; the fifth
+  // from the top the first with five percent at or above.
+  const LraEnds ends = mBin.GetLraEnds(1);
+  EXPECT_EQ(ends.low, 1010);
+  EXPECT_EQ(ends.high, 1096);
+  EXPECT_FLOAT_EQ(mBin.GetLra(1), 1.72F);
+}
+
+TEST_F(CbinTest, WithoutReadingsARangeHasNoEnds) {
+  EXPECT_EQ(mBin.GetLraEnds(1).low, 0);
+  EXPECT_EQ(mBin.GetLraEnds(1).high, 0);
 }
 
 TEST_F(CbinTest, LowPointIsTheFirstToReachTenPercent) {

@@ -28,7 +28,6 @@ inline void PrintTo(const LoudnessData_t& data, std::ostream* out) {
 constexpr LoudnessData_t kCodesOfNoReadings = {-990, -990, -990, -990, 0, -990, -9900, -9900};
 
 constexpr int kWarmUpBlocks = 3;
-constexpr int kBlocksPerSecond = 10;
 
 /// A calculator fresh from LoudCalcInit, on the settings of process start.
 class EngineFixture : public testing::Test {

@@ -364,7 +364,7 @@ TEST_F(LoudCalcBaseTest, SlowFiguresAreRefreshedOnBlocksOfTheirOwn) {
   constexpr float kSpoilt = 77.0F;
   WarmUp();
   for (int second = 0; second < 3; ++second) {
-    for (int block = 1; block <= kBlocksPerSecond; ++block) {
+    for (unsigned block = 1; block <= kBlocksPerSecond; ++block) {
       LoudCalcResultsAll.LRA = LoudCalcResultsAll.Program = LoudCalcResultsAll.Integrated = kSpoilt;
       const std::uint32_t lraReadings = pCbBinLra->NumElementsInUse;
       FeedLevel(-23.0, 1);

@@ -282,6 +282,7 @@ TEST_F(LoudIntegTest, RangeIsGatedTwice) {
   AddLevel(-20.0, 3);
   AddLevel(-60.0, 24);
   AddLevel(-45.0, 3);
+  EXPECT_NEAR(mGate20.GetLraGate(), ReadBack(-43.0), 0.01);
   EXPECT_EQ(mGate20.GetLra(), 0.0F);
 }
 
