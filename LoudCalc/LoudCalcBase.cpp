@@ -117,7 +117,7 @@ void FinishSecond() {
 // Each of these figures costs a pass over all bins, so each has its own block of the second.
 void UpdateSlowFigures() {
   if (SampleCounts.MomSample == kLraSample) {
-    // Always so: the counter stops there, and the range is computed from the first second on.
+    // Always true: the counter stops at this value. The range is computed from the first second on.
     if (SampleCounts.ShortTermSubSample <= kMaxShortTermSubSample)
       LoudCalcResultsAll.LRA = pLraLoud->GetLra();
   } else if (SampleCounts.MomSample == kProgramSample) {

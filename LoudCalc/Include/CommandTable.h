@@ -22,6 +22,6 @@ extern const ActionChange kStop;
 std::uint32_t Apply(const ActionChange& change, std::uint32_t actions);
 
 /// `actions` after `command`, given the last command carried out and the configured mode, goes to
-/// `result`. False for a value that is no command of the user; `result` then equals `actions`.
+/// `result`. False for a value that no user can send; `result` then equals `actions`.
 bool ApplyCommand(LuCmd_e command, LuCmd_e last, LoudModes_e mode, std::uint32_t actions,
                   std::uint32_t& result);

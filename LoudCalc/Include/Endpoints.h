@@ -46,7 +46,7 @@ constexpr char kRawDataEndpointPrefix[] = "hwmProbeLuRawDataPub-";
 constexpr char kRawDataTopic[] = "LoudnessDspData";
 constexpr char kRawDataTopicPrefix[] = "ProbeLuRawData-";
 
-/// Write where and under which topic the raw blocks of a meter set come, 0 for none.
+/// Write the file and the topic of the raw blocks of a meter set, 0: without one.
 inline void FormatRawDataFile(MqFileName_t& file, std::uint32_t meterSet) {
   if (meterSet == 0)
     std::snprintf(file, sizeof file, "%s", kRawDataEndpoint);

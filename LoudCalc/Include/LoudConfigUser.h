@@ -38,11 +38,11 @@ struct LoudConfigUser_t {
 /// The record, for the whole life of the process.
 extern LoudConfigUser_t LoudConfigUser;
 
-/// Loudness window shown. A value that is no window type leaves the old one.
+/// Loudness window shown. Values outside the enumeration are ignored.
 LoudWinType_e GetLuWinType();
 void SetLuWinType(LoudWinType_e winType);
 
-/// Continuous or start/stop measurement. A value that is no mode leaves the old one.
+/// Continuous or start/stop measurement. Values outside the enumeration are ignored.
 teLoudModes GetLuMode();
 void SetLuMode(teLoudModes mode);
 

@@ -47,8 +47,8 @@ class cLoudInteg {
   void AddNewSample(std::uint16_t code);
 
   /// Loudness of the window in LKFS, gated twice: absolutely, then relative to that (ITU-R
-  /// BS.1770-3, Annex 1). Where the relative gate lies below the absolute one, it has no effect.
-  /// -99.0 when no reading passes.
+  /// BS.1770-3, Annex 1). A relative gate below the absolute one has no effect. -99.0 when
+  /// no reading passes.
   float GetGatedLkfsReading() const;
 
   /// Gate of the loudness range in LKFS. The range is gated twice on purpose: by the window's own

@@ -11,7 +11,7 @@ constexpr std::int16_t kNoLoudnessCode = -990;
 constexpr std::int16_t kNoTruePeakCode = -9900;
 
 /// Loudness fields in tenths of LKFS (`Lra` in tenths of LU), true-peak fields in hundredths of
-/// dBTP. New ones hold no readings.
+/// dBTP. A new record holds no readings.
 struct LoudnessData_t {
   std::int16_t MaxMomentary =
       kNoLoudnessCode;  // highest momentary loudness since the last reset, 0.1 LKFS

@@ -4,8 +4,8 @@
 #pragma once
 
 /// Makes SIGTERM and SIGINT end the event loop from now on, and with it the process with status 0,
-/// also when they come before the loop runs. Both are let through even when the process was started
-/// with them blocked: who starts it can so be sure that none takes its default action.
+/// also when they come before the loop runs. Unblocks both: whoever starts the process may have
+/// blocked them, so that they cannot end it by their default action before this.
 void EndOnTermination();
 
 /// Makes the process indifferent to signals that would otherwise end it by default: hang-up of a
@@ -20,5 +20,5 @@ void ForgetLibraryEnvironment();
 constexpr unsigned long kMostOpenFiles = 8192;
 
 /// Lets the process open as many files as it may, up to `kMostOpenFiles`: every client of the
-/// publishers takes one, and the messaging library ends the process when none is left.
+/// publishers takes one, and the messaging library aborts the process when it runs out of them.
 void AllowManyClients();

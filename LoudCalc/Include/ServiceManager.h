@@ -17,8 +17,8 @@ class ServiceManager {
   /// Whether there is a manager to be told.
   bool IsPresent() const { return mFd != -1; }
 
-  /// The service runs: "READY=1", once, however often it is called. A manager that has no room for
-  /// it is told at the next call.
+  /// The service runs: "READY=1", once, however often it is called. If the manager has no
+  /// room for the message, the next call sends it again.
   void TellReady();
 
   /// The service is about to end: "STOPPING=1".

@@ -139,10 +139,10 @@ class Outlet {
   }
 
   int mFd;                       // where the text goes
-  bool mIsSocket = false;        // of it
-  bool mIsTerminal = false;      // of it
-  bool mMayWait = false;         // of a write to it
-  unsigned long long mLost = 0;  // bytes not taken since the last that were
+  bool mIsSocket = false;        // `mFd` is a socket
+  bool mIsTerminal = false;      // `mFd` is a terminal
+  bool mMayWait = false;         // a plain write to `mFd` may wait
+  unsigned long long mLost = 0;  // bytes lost since the last that were written
 };
 
 // They live as long as the streams, which are flushed when the process ends.

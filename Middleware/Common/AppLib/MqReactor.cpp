@@ -32,12 +32,11 @@ constexpr std::size_t kMostFrames = 64;
 // Most frames beyond those that are dropped in one go: about as much work as a message.
 constexpr std::size_t kMostFramesDropped = 1000;
 
-// Longest topic that is looked at, well over any that is subscribed to; the topics of the rest only
-// begin like one.
+// Longest topic that is looked at, well over any that is subscribed to. Subscriptions match by
+// their beginning, so that a peer can send a longer one.
 constexpr std::size_t kLongestTopic = 4096;
 
-// The next frame, null when none is there. A signal that arrives meanwhile is no reason to go
-// without.
+// The next frame, null when there is none yet. A receive that a signal interrupts is repeated.
 zframe_t* ReceiveFrame(zsock_t* socket) {
   zframe_t* frame = nullptr;
   do {
@@ -79,7 +78,7 @@ bool DropSomeOfTheRest(zsock_t* socket) {
 Logger* MqReactor::mpLogger = nullptr;
 LogLevel_e MqReactor::mLogLevel = MsgLevel_Warn;
 
-// Runs an operation at whose end exceptions end too.
+// Runs an operation. An exception in it is logged and makes the result false.
 template <typename Operation>
 bool MqReactor::Guarded(Operation operation) {
   return MqGuard(operation, [](const char* title, const char* description) {

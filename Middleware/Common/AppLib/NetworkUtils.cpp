@@ -64,7 +64,7 @@ const char* AddressText(const ifreq& answer) {
   return inet_ntoa(address.sin_addr);
 }
 
-// A text for printing; callers may pass none.
+// A text for printing; callers may pass null.
 const char* Printable(const char* text) {
   return text != nullptr ? text : "(null)";
 }

@@ -30,7 +30,7 @@ class MqPubHandler {
   void DestroyMq(MqSock_t*& socket);
 
   /// Publishes two frames: topic, JSON text; both without a terminator. False when an argument is
-  /// missing or the socket refuses a frame. An empty topic is none that is missing.
+  /// missing or the socket refuses a frame. An empty topic is sent as it is.
   bool SendJson(MqSock_t* socket, const char* topic, const char* json);
 
   /// Publishes two frames: topic, and `value` as 4 bytes in the host's byte order. False as

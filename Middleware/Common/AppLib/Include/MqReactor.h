@@ -64,7 +64,7 @@ class MqReactor {
   /// subscription holds for every publisher of the socket. REQUIRES: a valid reactor and no missing
   /// argument.
   ///
-  /// False when the connection is refused outright, for example for an address that is none; the
+  /// False when the connection is refused outright, for example for an invalid address; the
   /// socket is then destroyed and the reactor no longer serves messages of that kind.
   ///
   /// Over IPC the publisher is a file name in the unit's IPC directory and a topic of more than 127

@@ -17,12 +17,12 @@ bool IpAddrIsValid(const char* ip);
 /// 255.255.255.255 among them.
 bool NetmaskIsValid(const char* mask);
 
-/// Numeric form of an address, with the notations that inet_aton knows; 0 when it is none.
+/// Numeric form of an address, in the notations that inet_aton knows; 0 for anything else.
 std::uint32_t GetUint32FromIpString(const char* ip);
 
 /// Whether `ip` may be a host's address in a network with the mask `mask`: neither the network part
 /// nor the host part is all zeros or all ones. With `print` the first rule that fails is named on
-/// standard output, save for an `ip` that is no address at all.
+/// standard output, except for an `ip` that is not an address.
 bool IpAddrAndMaskAreValid(const char* ip, const char* mask, bool print);
 
 /// Whether `gateway` is a valid address in the network of `ip` and `mask` and not `ip` itself. With

@@ -11,7 +11,8 @@ namespace {
 
 constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
 
-// A character has four bytes at most; of one that the end cuts off the decoder reads on.
+// A character has at most four bytes. When the last one of a text is cut off, the decoder reads up
+// to three bytes past the end.
 constexpr std::size_t kBytesReadBeyondTheEnd = 3;
 
 // Bytes of the character that begins at `text`; 0 when none does.

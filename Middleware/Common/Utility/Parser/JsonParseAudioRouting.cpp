@@ -29,7 +29,7 @@ constexpr TextEntry<SysOutputType_e> kOutputTexts[] = {
     {"HDMI", SOT_HDMI},
 };
 
-// The number that a slot's name begins with. False when there is none in the range of int.
+// The number that a slot's name begins with. False without one, or when an int cannot hold it.
 bool SlotNumber(const char* name, std::int32_t& slot) {
   try {
     slot = std::stoi(name);
@@ -164,8 +164,8 @@ int cAudOutputRouting::ParseAORPairs(const rapidjson::Value& pairs) {
   return result;
 }
 
-// A pair without a number is none: it must not take the number of the pair before it, whose
-// channels it would overwrite.
+// A pair without a number is ignored. With the number of the pair before it, it would overwrite
+// that pair's channels.
 int cAudOutputRouting::ParseAORPair(const rapidjson::Value& pair) {
   if (!pair.IsObject())
     return 0;
@@ -242,7 +242,7 @@ void cAudOutputRouting::InsertAudChannelOutputRouting(const cAudChannelOutputRou
   record.PrintAudChannelOutputRouting();
 }
 
-// Makes room in the map; of the channels that the document at hand has named none goes.
+// Makes room in the map. Channels that the current document has named stay.
 void cAudOutputRouting::ForgetUnusedChannels() {
   for (auto entry = mAcorMap.begin(); entry != mAcorMap.end();)
     entry = entry->second->miPair == -1 ? mAcorMap.erase(entry) : std::next(entry);

@@ -102,7 +102,7 @@ int cPresetParser::ParseSections(const rapidjson::Value& document) {
   return ok;
 }
 
-// A preset without its group cannot be told from one of the same name in another group.
+// Without its group a preset looks the same as one of the same name in another group.
 void cPresetParser::ParseName(const rapidjson::Value& document) {
   const rapidjson::Value* name = json::FindObject(document, "Name");
   if (name == nullptr)

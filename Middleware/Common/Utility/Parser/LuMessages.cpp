@@ -32,8 +32,8 @@ constexpr TextEntry<LoudModes_e> kModes[] = {
     {"Manual", LOUD_MODE_START_STOP},
 };
 
-// "None" is no row: it is what remains when nothing else is meant. A "Restart" is a start, although
-// its letters differ in case; the row stands behind "Start", which is the text that is written.
+// "None" has no row: it is the fallback. "Restart" needs a row of its own, because it contains
+// "start" and not "Start". It stands after "Start": the first text of a value is the one written.
 constexpr TextEntry<LuCmd_e> kCommands[] = {
     {"Stop", LU_CMD_STOP},     {"Pause", LU_CMD_PAUSE}, {"Start", LU_CMD_START},
     {"Restart", LU_CMD_START}, {"Play", LU_CMD_PLAY},   {"Reset", LU_CMD_RESET},

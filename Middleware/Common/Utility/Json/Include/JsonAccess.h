@@ -35,8 +35,8 @@ const rapidjson::Value* FindObject(const rapidjson::Value& object, const char* k
 const rapidjson::Value* FindArray(const rapidjson::Value& object, const char* key);
 
 /// Each reads one member into `out` and returns true; a member that is missing or of another type
-/// leaves `out` unchanged and returns false. A number with a fraction part, 9.0 included, is no
-/// integer.
+/// leaves `out` unchanged and returns false. A number with a fraction part, 9.0 included, is not
+/// an integer.
 bool Read(const rapidjson::Value& object, const char* key, bool& out);
 bool Read(const rapidjson::Value& object, const char* key, std::int32_t& out);
 bool Read(const rapidjson::Value& object, const char* key, std::uint32_t& out);

@@ -9,7 +9,7 @@
 namespace json {
 
 /// Reads the string member `key` of `object` into `text` and `convert(text)` into `value`. A member
-/// that is missing or no string leaves both unchanged and returns false. `convert` takes a
+/// that is missing or not a string leaves both unchanged and returns false. `convert` takes a
 /// zero-terminated text.
 template <typename Value, typename Convert>
 bool ReadText(const rapidjson::Value& object, const char* key, std::string& text, Value& value,

@@ -22,7 +22,7 @@ constexpr int kMqKeepAlivePeriodS = 2;       // between two probes
 constexpr int kMqKeepAliveProbes = 3;        // unanswered ones that end the link
 
 /// The largest frame that is taken over TCP, well over any document that a reader takes
-/// (JsonAccess.h), and over IPC, where raw blocks may be of any size that is no fault. A peer that
+/// (JsonAccess.h), and over IPC, where a raw block may be longer than it needs to be. A peer that
 /// sends more breaks the protocol.
 constexpr int kMqMaxFrameSize = 512 * 1024;             // bytes
 constexpr int kMqMaxLocalFrameSize = 64 * 1024 * 1024;  // bytes

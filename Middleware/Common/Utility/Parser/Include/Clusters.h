@@ -23,7 +23,7 @@ class cCluster {
   void ResetCluster() { *this = cCluster(miClusterId); }
 
   /// Reads a cluster object of the preset. Members that are missing or mistyped leave their fields.
-  /// 0 when `value` is no object, else 1.
+  /// 0 when `value` is not an object, else 1.
   int ParseCluster(const rapidjson::Value& value);
 
   /// What a "Type" text stands for, found by the name it contains; `ACCT_NONE` for a null or
@@ -57,7 +57,7 @@ class cClusterSet {
   /// Reads the "Clusters" array: element i is the cluster i; elements beyond the set are ignored.
   /// Each cluster with a first meter and a count that is not negative claims its meters in
   /// `meters`, where one is given, and counts as valid; a later claim overrides an earlier one. 1
-  /// when every element parsed, 0 when one did not or `value` is no array.
+  /// when every element parsed, 0 when one did not or `value` is not an array.
   int ParseClusterSet(const rapidjson::Value& value, cMeterSet* meters);
 
   /// The cluster itself, empty when there is none.

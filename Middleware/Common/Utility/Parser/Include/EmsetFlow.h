@@ -23,7 +23,7 @@ enum EmsetFlow_e : std::int32_t {
 class cEmsetNetworkSettings {
  public:
   /// Reads a "NetworkSettings" object. Members that are missing or mistyped leave their fields. 0
-  /// when `value` is no object, else 1.
+  /// when `value` is not an object, else 1.
   int ParseNetworkSettings(const rapidjson::Value& value);
 
   bool mbEnableIGMP = false;            // multicast group membership is announced
@@ -57,14 +57,15 @@ class cEmsetPrimaryFlow : public cEmsetNetworkSettings, public cEmsetFilter {
   /// Returns every field to its initial value.
   void ClearPrimaryFlow() { *this = cEmsetPrimaryFlow(); }
 
-  /// Reads a flow object, all of whose members are optional. 0 when `value` is no object, else 1.
+  /// Reads a flow object, all of whose members are optional. 0 when `value` is not an object,
+  /// else 1.
   int ParsePrimaryFlow(const rapidjson::Value& value);
 
   /// What a "Flow" text stands for; `EmsetFlow_UNKNOWN` for a null or unknown text. The whole text
   /// counts.
   static EmsetFlow_e ConvertFlowStrToType(const char* text);
 
-  /// The text of a flow, "Unknown" for a value that is none.
+  /// The text of a flow, "Unknown" for any other value.
   static const char* ConvertFlowTypeToStr(EmsetFlow_e flow);
 
   bool mbEnableFlow = false;                   // the flow is sent or received

@@ -9,8 +9,8 @@
 #include <cstdint>
 #include <string>
 
-/// Addresses of a cage as terminated dotted texts, the form in which the card takes them. An
-/// address that is no dotted IPv4 address in length stays empty.
+/// Addresses of a cage as terminated dotted texts, the form in which the card takes them. A text
+/// that is too long for an IPv4 address is not stored; its field stays empty.
 struct IpSet_s {
   char IpAddress[16] = {};  // address of the cage
   char Netmask[16] = {};    // netmask

@@ -76,9 +76,9 @@ class cAudOutputRouting {
   /// Reads the "AudioOutputRouting" object: slots, in them connectors, in them output types, in
   /// them channel pairs. With `routingFlag` every slot is read, without it only the slot
   /// `routingArg`. Each complete channel goes into `mAcorMap` and is printed. A slot whose name
-  /// begins with no number that an int holds is skipped with a log line. 1 when everything met was
-  /// well formed and, without `routingFlag`, the slot was there; else 0, and what could be read has
-  /// been. Channels beyond the first `kMaxRoutedChannels` are skipped with one log line.
+  /// does not begin with a number that an int holds is skipped with a log line. 1 when everything
+  /// met was well formed and, without `routingFlag`, the slot was there; else 0, and what could be
+  /// read has been. Channels beyond the first `kMaxRoutedChannels` are skipped with one log line.
   int ParseAudOutputRouting(const rapidjson::Value& value, bool routingFlag, int routingArg);
 
   /// The inner levels of the document, read into `mAcor`, whose slot, connector and output type

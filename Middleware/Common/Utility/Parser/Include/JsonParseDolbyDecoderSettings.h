@@ -20,7 +20,7 @@ class cDolbyDecoderSettingsParser {
   int ParseDolbyDecoderSettingsObject(const rapidjson::Value& value);
 
   /// Restores the defaults and reads the document `json` whose root is the settings object. 0 also
-  /// when it is null, does not parse or is no object.
+  /// when it is null, does not parse or is not an object.
   int ParseDolbyDecoderSettings(const char* json);
 
   std::string msSpeakerConfig = "2.0";        // layout of the decoded loudspeakers

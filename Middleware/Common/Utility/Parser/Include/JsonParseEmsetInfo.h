@@ -20,7 +20,7 @@ constexpr std::size_t kMaxEmsets = 4;
 class cEmsetReference {
  public:
   /// Reads a "Reference" object and prints the reference. Members that are missing or mistyped
-  /// leave their fields. 0 when `value` is no object, else 1.
+  /// leave their fields. 0 when `value` is not an object, else 1.
   int ParseReference(const rapidjson::Value& value);
 
   /// Prints the reference on standard output as one block.
@@ -54,8 +54,8 @@ class cEmsetSignals : public cEmsetReference, public cEmsetSfpPTPSettings {
 
 class cEmsetInfo : public cEmsetSignals {
  public:
-  /// Reads an Emset object. 0 when `value` is no object or its "Signals" is missing or fails; slot,
-  /// cage and name are stored all the same.
+  /// Reads an Emset object. 0 when `value` is not an object or its "Signals" is missing or fails;
+  /// slot, cage and name are stored all the same.
   int ParseEmsetInfo(const rapidjson::Value& value);
 
   bool mbIsValidConf = false;  // the last parse brought signals
@@ -77,7 +77,7 @@ class cEmsetConfParser {
   int ParseEmsetConf(const rapidjson::Value& value);
 
   /// Reads the document `json` that says whether the SFP modules are enabled. 0 when it is null,
-  /// does not parse or is no object.
+  /// does not parse or is not an object.
   int ParseSfpModuleStatus(const char* json);
 
   /// The first valid Emset at that slot and cage; null when there is none or the configuration is

@@ -3,7 +3,7 @@
 // on that thread can read them.
 //
 // The monitor is part of the same unit, so a known key of the wrong JSON type is a broken contract
-// and stops the process by an assertion. Text that is no message at all is only logged.
+// and stops the process by an assertion. A text that is not JSON is only logged.
 
 #pragma once
 

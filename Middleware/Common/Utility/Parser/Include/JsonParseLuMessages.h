@@ -11,7 +11,7 @@
 /// Each message is one JSON object in a zero-terminated text. Keys match exactly, in any order, and
 /// unknown keys are ignored. A value of the wrong type counts as missing: an unsigned key takes
 /// only integers from 0 to 4294967295, a signed one only those from -2147483648 to 2147483647,
-/// and 9.0 is no integer. Values are stored as they come, in no range of their own.
+/// and 9.0 is not an integer. Values are stored as they come; ranges are not checked.
 ///
 /// A text that is null, not JSON or not an object gives false and changes nothing here.
 class cLuSettingsParser : public cLuConf, public cLuCmd {

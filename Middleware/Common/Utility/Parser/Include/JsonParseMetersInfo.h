@@ -35,9 +35,9 @@ class cPresetParser : public cSystemClockSource,
   /// Reads a preset document. `parseRouting` asks for the routing section, `routingFlag` and
   /// `routingArg` say which slots of it (`cAudOutputRouting::ParseAudOutputRouting`); `emset`,
   /// which may be null, receives the Emset configuration. Returns 1, or 0 when the document is
-  /// null, no JSON object, lacks "Clusters", "MeterSet" or "SystemClockSource" or has a bad one,
-  /// or has a "DolbyInputSource" or "VideoSource" that is no object; the preset is then in its
-  /// reset state. A document with a meter name that is no number in the range of int, or with a
+  /// null, not a JSON object, lacks "Clusters", "MeterSet" or "SystemClockSource" or has a bad one,
+  /// or has a "DolbyInputSource" or "VideoSource" that is not an object; the preset is then in its
+  /// reset state. A document with a meter name that is not a number in the range of int, or with a
   /// string "Preset" but no string "Group", is read no further: it also leaves an error line that
   /// names the fault, and the routing without contents. Decoder settings, routing and Emset
   /// configuration never decide the result.

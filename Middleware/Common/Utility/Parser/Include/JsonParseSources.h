@@ -31,7 +31,7 @@ class cSystemClockSource {
   void ResetSystemClockSource();
 
   /// Reads the "SystemClockSource" object. Members are optional; a source without "Type" is the
-  /// internal clock. 0, leaving everything, when `value` is no object, else 1.
+  /// internal clock. 0, leaving everything, when `value` is not an object, else 1.
   int ParseSystemClockSource(const rapidjson::Value& value);
 
   /// What a clock "Type" text stands for, found by the names it contains. Everything that carries
@@ -53,7 +53,7 @@ class cSystemClockSource {
 class cDolbyInputSource {
  public:
   /// Reads the "DolbyInputSource" object. Members that are missing or mistyped leave their fields.
-  /// 0 when `value` is no object, else 1.
+  /// 0 when `value` is not an object, else 1.
   int ParseDolbyInputSource(const rapidjson::Value& value);
 
   SysInputType_e mDolbyInputType = SIT_NONE;              // input that carries the Dolby stream
@@ -72,7 +72,7 @@ class cVideoSource {
   void ResetVideoSource();
 
   /// Reads the "VideoSource" object. Members that are missing or mistyped leave their fields. 0
-  /// when `value` is no object, else 1.
+  /// when `value` is not an object, else 1.
   int ParseVideoSource(const rapidjson::Value& value);
 
   SysInputType_e mVideoInputType = SIT_NONE;              // input that carries the picture

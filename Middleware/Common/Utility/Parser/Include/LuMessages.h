@@ -74,7 +74,7 @@ class cLuCmd {
   void PrintLuCmd() const;
 
   std::string msLuCmd = kNoCommandText;  // text of `mLuCmd`, as its sender wrote it
-  LuCmd_e mLuCmd = LU_CMD_NONE;          // the command; none also for a text without meaning here
+  LuCmd_e mLuCmd = LU_CMD_NONE;          // the command; LU_CMD_NONE also for an unknown text
   std::uint32_t mlCmdTS = 0;   // time stamp that the command carries, as its sender counts it
   std::uint32_t mlUserId = 0;  // user that sent the command; 0 before the first
 };

@@ -13,7 +13,7 @@
 #include "AudioEnumerations.h"
 
 /// `number` of a document, counted from one, as an index counted from zero. The lowest integer
-/// stays as it is; it is no valid index either way.
+/// stays as it is; it is not a valid index either way.
 constexpr std::int32_t ZeroBased(std::int32_t number) {
   return number > INT32_MIN ? number - 1 : number;
 }
@@ -27,14 +27,14 @@ class cMeter {
   void ResetMeter() { *this = cMeter(miMeterNo); }
 
   /// Reads a meter object of the preset. Members that are missing or mistyped leave their fields. 0
-  /// when `value` or its "Source" is no object (fields set before stay set), else 1.
+  /// when `value` or its "Source" is not an object (fields set before stay set), else 1.
   int ParseMeter(const rapidjson::Value& value);
 
   /// What a "Speaker" text stands for; `AST_NONE` for a null or unknown text. The whole text
   /// counts.
   static AudioSpeakerType_e ConvertToSpeakerTypeFromString(const char* text);
 
-  /// Side of the stereo output for a loudspeaker position; `OPA_NONE` for anything that is none.
+  /// Side of the stereo output for a loudspeaker position; `OPA_NONE` for any other value.
   static OutputAssignments_e ConvertToOutputAssignmentsFromSpeakerType(AudioSpeakerType_e speaker);
 
   /// What an input "Type" text stands for, found by the names it contains. With `videoOnly` the
@@ -83,8 +83,9 @@ class cMeterSet {
 
   /// Reads the "MeterSet" object: each member's name is a meter number counted from one, its value
   /// the meter. 1 when every meter parsed; a meter that fails does not stop the others.
-  /// Throws std::invalid_argument for a name that begins with no number and std::out_of_range for
-  /// one beyond int, the text naming the culprit; meters read before it stay as read.
+  /// Throws std::invalid_argument for a name that does not begin with a number and
+  /// std::out_of_range for one beyond int, the text naming the culprit; meters read before it stay
+  /// as read.
   int ParseMeterSet(const rapidjson::Value& value);
 
   /// Reads one meter object into the meter `index` and its Dolby flag into `isDolby`. 0 when it
