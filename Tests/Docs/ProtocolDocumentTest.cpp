@@ -21,9 +21,9 @@
 #include "Logger.h"
 #include "LoudReport.h"
 #include "LuMessages.h"
-#include "Meters.h"
 #include "MqNames.h"
 #include "PubHandler.h"
+#include "SpeakerTexts.h"
 
 namespace {
 
@@ -204,15 +204,11 @@ TEST_F(ProtocolDocumentTest, EnumerationsHaveTheTextsOfTheCode) {
 }
 
 TEST_F(ProtocolDocumentTest, SpeakersHaveTheWeightsOfTheCode) {
-  for (const char* text :
-       {"Left", "Right", "Center", "LowFrequencyEffects", "LeftSurround", "RightSurround",
-        "BackSurroundLeft", "BackSurroundRight", "MonoSurround"}) {
-    const AudioSpeakerType_e speaker = cMeter::ConvertToSpeakerTypeFromString(text);
-    ASSERT_NE(AST_NONE, speaker) << text;
+  for (const TextEntry<AudioSpeakerType_e>& speaker : kSpeakerTexts) {
     char weight[8] = {};
     std::snprintf(weight, sizeof weight, "%.2f",
-                  static_cast<double>(LoudnessSpeakerWeight[speaker]));
-    ExpectText(Row({Code(text), std::to_string(speaker), weight}));
+                  static_cast<double>(LoudnessSpeakerWeight[speaker.value]));
+    ExpectText(Row({Code(speaker.text), std::to_string(speaker.value), weight}));
   }
 }
 

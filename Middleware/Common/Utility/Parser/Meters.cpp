@@ -6,21 +6,10 @@
 
 #include "JsonTextMember.h"
 #include "SharedField.h"
+#include "SpeakerTexts.h"
 #include "TextTable.h"
 
 namespace {
-
-constexpr TextEntry<AudioSpeakerType_e> kSpeakerTexts[] = {
-    {"Left", AST_SPEAKER_LEFT},
-    {"Right", AST_SPEAKER_RIGHT},
-    {"Center", AST_SPEAKER_CENTER},
-    {"LowFrequencyEffects", AST_SPEAKER_LFE},
-    {"LeftSurround", AST_SPEAKER_LS},
-    {"RightSurround", AST_SPEAKER_RS},
-    {"BackSurroundLeft", AST_SPEAKER_BSL},
-    {"BackSurroundRight", AST_SPEAKER_BSR},
-    {"MonoSurround", AST_SPEAKER_MS},
-};
 
 // By loudspeaker position.
 constexpr OutputAssignments_e kOutputAssignments[AST_SPEAKER_MAX] = {
