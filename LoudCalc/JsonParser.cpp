@@ -43,6 +43,10 @@ namespace {
 
 constexpr char kUnitName[] = "JsonParser";
 
+LogSource Log() {
+  return {kUnitName, cJsonParser::mpLogger, cJsonParser::mLogLevel};
+}
+
 // Where this unit is part of the program, the engine finds the dispatcher.
 [[maybe_unused]] const bool kIsHooked = [] {
   gpFetchDispatcher = &cJsonParser::GetInstance;
@@ -87,10 +91,10 @@ FrameBytes Bytes(zframe_t* frame) {
 }  // namespace
 
 // Console line that the class's threshold can switch off as a whole.
-#define LOUDCALC_CONSOLE(format, ...)                \
-  do {                                               \
-    if (ConsoleEnabled())                            \
-      LOUDCALC_PRINT(stdout, format, ##__VA_ARGS__); \
+#define LOUDCALC_CONSOLE(format, ...)                           \
+  do {                                                          \
+    if (ConsoleEnabled())                                       \
+      LOUDCALC_PRINT(kUnitName, stdout, format, ##__VA_ARGS__); \
   } while (false)
 
 cJsonParser* cJsonParser::GetInstance() {
@@ -117,7 +121,8 @@ int cJsonParser::ParseMessage(const char* topic, const char* payload) {
   if (topic == nullptr || mpJsonParser == nullptr)
     return -1;
   if (payload != nullptr && strnlen(payload, json::kMaxDocumentSize + 1) > json::kMaxDocumentSize) {
-    LOUDCALC_LOG(Warn, "\"Topic %s dropped: more than %zu bytes\"", topic, json::kMaxDocumentSize);
+    LOUDCALC_LOG(Log(), Warn, "\"Topic %s dropped: more than %zu bytes\"", topic,
+                 json::kMaxDocumentSize);
     return 0;
   }
   return FindHandler(topic)(topic, payload);
@@ -159,7 +164,7 @@ int cJsonParser::HandleCommand(const char* topic, const char* payload) {
   if (cluster != 0 && cluster != mlClusterNo)
     return 0;
   mpJsonParser->TakeCommandUser();
-  LOUDCALC_PRINT(stdout, "\"Mode %d, %d\"", mpJsonParser->mMode, 1);
+  LOUDCALC_PRINT(kUnitName, stdout, "\"Mode %d, %d\"", mpJsonParser->mMode, 1);
   mpJsonParser->RaiseCommandActions(topic);
   SetOriginFromFP4Cmd(mpJsonParser->mbIsCmdOriginFromFp);
   return 0;
@@ -188,12 +193,12 @@ void cJsonParser::RaiseCommandActions(const char* topic) const {
 int cJsonParser::HandleApplicationCommand(const char*, const char* payload) {
   const int command = cHeartBeater::ParseAppCommand(payload);
   if (command == -1) {
-    LOUDCALC_LOG(Error, "\"Failed to parse application.\"");
+    LOUDCALC_LOG(Log(), Error, "\"Failed to parse application.\"");
     return 0;
   }
   if (command != kAppCommandSwUpgrade && command != kAppCommandReboot)
     return 0;
-  LOUDCALC_LOG(Warn, "\"Got app command %d. Exiting ...\"", command);
+  LOUDCALC_LOG(Log(), Warn, "\"Got app command %d. Exiting ...\"", command);
   return -1;
 }
 
@@ -211,7 +216,7 @@ int cJsonParser::HandleConfiguration(const char* topic, const char* payload) {
     LOUDCALC_CONSOLE("\"%s\\n\\ failed parsing\\n\"", topic);
     return 0;
   }
-  LOUDCALC_PRINT(stdout, "\"Mode %d\"", mpJsonParser->mMode);
+  LOUDCALC_PRINT(kUnitName, stdout, "\"Mode %d\"", mpJsonParser->mMode);
   mpJsonParser->ApplyConfiguration(payload);
   gluCalcActions = Apply(kRestart, gluCalcActions);
   return 0;
@@ -243,7 +248,7 @@ int cJsonParser::HandleEnableReporting(const char* topic, const char* payload) {
   if (payload == nullptr)
     return 0;
   glEnableProbeData = Contains(payload, "true") ? 1 : 0;
-  LOUDCALC_PRINT(stdout, "\"%s: %s   enable %s\"", topic, payload,
+  LOUDCALC_PRINT(kUnitName, stdout, "\"%s: %s   enable %s\"", topic, payload,
                  glEnableProbeData != 0 ? "true" : "false");
   return 0;
 }
@@ -253,7 +258,7 @@ int cJsonParser::HandlePreset(const char* topic, const char* payload) {
     return 0;
   gluCalcActions = Apply(kStop, gluCalcActions);
   if (mProbeMatrixConf.ParsePreset(payload, true, false, 0, nullptr) == 0)
-    LOUDCALC_LOG(Error, "\"Preset parsing failed so preset is reset to initial state\"");
+    LOUDCALC_LOG(Log(), Error, "\"Preset parsing failed so preset is reset to initial state\"");
   if (mProbeMatrixConf.mbRepub)
     LOUDCALC_CONSOLE("\"Preset republished!\\n\"");
   else
@@ -278,12 +283,13 @@ void cJsonParser::TakeMeter(int meter) {
   const float weight = SpeakerWeight(mProbeMatrixConf.GetSpeakerType(meter));
   if (static_cast<std::uint32_t>(cluster) + 1 == mlClusterNo)
     SetChannelWeight(static_cast<std::uint32_t>(meter) + 1, weight);
-  LOUDCALC_PRINT(stdout, "\"#%d cl %d/%d  %f -> 0x%x :: %f\"", meter, static_cast<int>(mlClusterNo),
-                 cluster, static_cast<double>(weight), mlMetersInProgram, mChannelWeights[meter]);
+  LOUDCALC_PRINT(kUnitName, stdout, "\"#%d cl %d/%d  %f -> 0x%x :: %f\"", meter,
+                 static_cast<int>(mlClusterNo), cluster, static_cast<double>(weight),
+                 mlMetersInProgram, mChannelWeights[meter]);
 }
 
 int cJsonParser::HandleUnknown(const char* topic, const char*) {
-  LOUDCALC_LOG(Warn, "\"Topic %s not handled\"", topic);
+  LOUDCALC_LOG(Log(), Warn, "\"Topic %s not handled\"", topic);
   return 0;
 }
 
@@ -308,13 +314,13 @@ int cJsonParser::LoudnessRawDataParser(zmsg_t* message) {
 
 bool cJsonParser::ParseLoudnessRawData(zframe_t* peaks, zframe_t* powers, zframe_t* spare) {
   if (peaks == nullptr || powers == nullptr || spare == nullptr) {
-    LOUDCALC_LOG(Warn, "\"Raw loudness data dropped: a frame is missing\"");
+    LOUDCALC_LOG(Log(), Warn, "\"Raw loudness data dropped: a frame is missing\"");
     return false;
   }
   ProgrammeBlock block{};
   if (zframe_size(peaks) == 0 || zframe_size(powers) == 0 || zframe_size(spare) == 0 ||
       !SumProgramme(Bytes(peaks), Bytes(powers), mlMetersInProgram, mChannelWeights, block)) {
-    LOUDCALC_LOG(Warn, "\"Raw loudness data dropped: frames of %zu, %zu and %zu bytes\"",
+    LOUDCALC_LOG(Log(), Warn, "\"Raw loudness data dropped: frames of %zu, %zu and %zu bytes\"",
                  zframe_size(peaks), zframe_size(powers), zframe_size(spare));
     return true;
   }

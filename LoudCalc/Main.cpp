@@ -133,17 +133,17 @@ void RunService(const Options& options, const char* address) {
 
 int main(int argc, char** argv) {
   SettleProcess();
-  Logger* const mpLogger = PrepareLogger();
-  constexpr MsgLevel_e mLogLevel = MsgLevel_Debug;
+  Logger* const logger = PrepareLogger();
+  const LogSource log = {kUnitName, logger, MsgLevel_Debug};
   const Options options = ReadOptions(argc, argv);
   SettleBoardAddresses();
   AddressText_t address = {};
   FindAddress(options, address);
-  LOUDCALC_LOG(Info, "\"Got IP for %s : %s @ slot %d\"", options.interface.c_str(), address,
+  LOUDCALC_LOG(log, Info, "\"Got IP for %s : %s @ slot %d\"", options.interface.c_str(), address,
                static_cast<int>(options.slot));
   RunService(options, address);
-  LOUDCALC_PRINT(stdout, "\"LoudCalc exiting...\"");
-  if (mpLogger != nullptr)
-    mpLogger->DetachMq();
+  LOUDCALC_PRINT(kUnitName, stdout, "\"LoudCalc exiting...\"");
+  if (logger != nullptr)
+    logger->DetachMq();
   return 0;
 }

@@ -25,7 +25,7 @@ zframe_t* MakeFrame(const LuDataFrame_t& frame, const LuDataContent_t& content) 
 }
 
 void ReportException(const char* title, const char* description) {
-  LOUDCALC_PRINT(stderr, "\"%s %s\"", title, description);
+  LOUDCALC_PRINT(kUnitName, stderr, "\"%s %s\"", title, description);
 }
 
 }  // namespace

@@ -30,6 +30,11 @@ namespace {
 
 constexpr char kUnitName[] = "ReactorMain";
 
+// Every line of the wiring is written.
+LogSource Log() {
+  return {kUnitName, gpLogger, MsgLevel_Debug};
+}
+
 constexpr std::size_t kSecondPeriodMs = 1000;
 constexpr std::size_t kLuDataPeriodMs = 100;
 constexpr std::size_t kUpkeepPeriodMs = 250;
@@ -38,13 +43,10 @@ constexpr unsigned kSecondsPerRepublication = 5;
 constexpr bool kText = false;
 constexpr bool kBinary = true;
 
-// What the log macro asks for; every line of the wiring is written.
-constexpr MsgLevel_e mLogLevel = MsgLevel_Debug;
-
 void MakeIpcDirectory() {
-  Logger* const mpLogger = gpLogger;
   if (if_dir_exists(kIpcDirectory) == -1 && do_mkdir(kIpcDirectory, 0777) != 0)
-    LOUDCALC_LOG(Error, "\"Failed to make directory %s: %s\"", kIpcDirectory, std::strerror(errno));
+    LOUDCALC_LOG(Log(), Error, "\"Failed to make directory %s: %s\"", kIpcDirectory,
+                 std::strerror(errno));
 }
 
 void StartHeartbeat(std::uint32_t meterSet) {
@@ -66,26 +68,25 @@ void StartHeartbeat(std::uint32_t meterSet) {
 
 void StartPublishers(std::int32_t slot, const char* address, std::uint32_t meterSet,
                      std::uint32_t cluster) {
-  Logger* const mpLogger = gpLogger;
   gpLcPubs = cPubHandler::GetInstance();
   LOUDCALC_ASSERT(gpLcPubs != nullptr, "gpLcPubs != nullptr");
   gpLcPubs->SetMeterSetNo(meterSet);
   gpLcPubs->SetClusterNo(cluster);
   if (!gpLcPubs->Init(address))
-    LOUDCALC_LOG(Critical, "\"Failed to initialize HWM Pubs.\"");
+    LOUDCALC_LOG(Log(), Critical, "\"Failed to initialize HWM Pubs.\"");
   gpLcPubs->SetSlot(slot);
   cPubHandler::SetLogLevel(MsgLevel_Info);
   PublishLoudnessInit();
 }
 
 void addHbMonMq(cLcReactor& reactor) {
-  LOUDCALC_PRINT(stdout, "\"addHbMonMq %s:%u\"", MainBoardAddress(), kHbMonPort);
+  LOUDCALC_PRINT(kUnitName, stdout, "\"addHbMonMq %s:%u\"", MainBoardAddress(), kHbMonPort);
   NumberedTopic_t topics[2] = {};
   std::snprintf(topics[0], kMqTopicSize, "%s", kSystemStatusTopic);
   std::snprintf(topics[1], kMqTopicSize, "%s", kApplicationCommandTopic);
   const bool ret = reactor.AddMqSubsOverTcp(MainBoardAddress(), kHbMonPort, topics, 2, kText);
   LOUDCALC_ASSERT(ret == true, "ret == true");
-  LOUDCALC_PRINT(stdout, "\"addHbMonMq %d\"", 1);
+  LOUDCALC_PRINT(kUnitName, stdout, "\"addHbMonMq %d\"", 1);
 }
 
 // Connects the text socket to one more server of the unit, with its first topic.
@@ -102,40 +103,40 @@ void addHwmAtSlot(cLcReactor& reactor, std::int32_t /*slot*/) {
 }
 
 void addHwmMbForLuDspDataMq(cLcReactor& reactor, std::uint32_t meterSet) {
-  LOUDCALC_PRINT(stdout, "\"addHwmMbForLuDspDataMq %d\"", static_cast<int>(meterSet));
+  LOUDCALC_PRINT(kUnitName, stdout, "\"addHwmMbForLuDspDataMq %d\"", static_cast<int>(meterSet));
   MqFileName_t file = {};
   NumberedTopic_t topics[1] = {};
   FormatRawDataFile(file, meterSet);
   FormatRawDataTopic(topics[0], meterSet);
   if (meterSet != 0) {
-    LOUDCALC_PRINT(stdout, "\"IPC :: %s\"", file);
-    LOUDCALC_PRINT(stdout, "\"Topic :: %s\"", topics[0]);
+    LOUDCALC_PRINT(kUnitName, stdout, "\"IPC :: %s\"", file);
+    LOUDCALC_PRINT(kUnitName, stdout, "\"Topic :: %s\"", topics[0]);
   }
   const bool ret = reactor.AddMqSubsOverIpc(file, topics, 1, kBinary);
   LOUDCALC_ASSERT(ret == true, "ret == true");
 }
 
 void SubscribeMeterSetTopics(cLcReactor& reactor, std::uint32_t meterSet) {
-  Logger* const mpLogger = gpLogger;
   for (const char* prefix : kMeterSetTopicPrefixes) {
     NumberedTopic_t topic = {};
     FormatNumberedTopic(topic, prefix, meterSet);
     const int length = static_cast<int>(std::strlen(topic));
     if (!reactor.SubscribeTopic(topic, length, kText))
-      LOUDCALC_LOG(Error, "\"Failed to subscribe Appserver MQ topic %s/%d\"", topic, length);
+      LOUDCALC_LOG(Log(), Error, "\"Failed to subscribe Appserver MQ topic %s/%d\"", topic, length);
   }
 }
 
 void addAppserverMq(cLcReactor& reactor, std::uint32_t meterSet) {
-  LOUDCALC_PRINT(stdout, "\"addAppserverMq mainboard app server\"");
+  LOUDCALC_PRINT(kUnitName, stdout, "\"addAppserverMq mainboard app server\"");
   ConnectServer(reactor, MainBoardAddress(), kAppserverPort, kAppLoudnessCommandTopic);
-  LOUDCALC_PRINT(stdout, "\"addAppserverMq %d %d/%d\"", 1, static_cast<int>(meterSet), 1);
+  LOUDCALC_PRINT(kUnitName, stdout, "\"addAppserverMq %d %d/%d\"", 1, static_cast<int>(meterSet),
+                 1);
   if (meterSet <= kLastMeterSetWithTopics)
     SubscribeMeterSetTopics(reactor, meterSet);
 }
 
 void addQVAppserverMq(cLcReactor& reactor) {
-  LOUDCALC_PRINT(stdout, "\"addQVAppserverMq local optkria\"");
+  LOUDCALC_PRINT(kUnitName, stdout, "\"addQVAppserverMq local optkria\"");
   ConnectServer(reactor, OpticalBoardAddress(), kAppserverPort, kEnableReportingTopic);
 }
 
@@ -166,7 +167,7 @@ bool initReactorLoop(std::int32_t iSlot_in, const char* cpIp_in, std::uint32_t m
                      std::uint32_t cluster_no) {
   cLcReactor* preactor = cLcReactor::GetInstance();
   LOUDCALC_ASSERT(preactor != nullptr, "preactor != nullptr");
-  LOUDCALC_PRINT(stdout, "\"initReactorLoop %d\"", iSlot_in);
+  LOUDCALC_PRINT(kUnitName, stdout, "\"initReactorLoop %d\"", iSlot_in);
   gpLogger = Logger::GetInstance();
   LOUDCALC_ASSERT(gpLogger != nullptr, "gpLogger != nullptr");
   gpJsonParser = cJsonParser::GetInstance();

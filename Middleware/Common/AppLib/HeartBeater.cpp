@@ -18,6 +18,10 @@ namespace {
 
 constexpr char kUnitName[] = "HeartBeater";
 
+LogSource Log() {
+  return {kUnitName, cHeartBeater::mpLogger, cHeartBeater::mLogLevel};
+}
+
 constexpr char kUnknownVersion[] = "Unknown";
 constexpr char kCommandKey[] = "Command";
 
@@ -73,7 +77,7 @@ bool cHeartBeater::SetHeartBeatJson(const char* cpHbKey, const char* cpVersion,
   if (cpHbKey == nullptr)
     return false;
   if (cpVersion == nullptr) {
-    LOUDCALC_LOG(Warn, "\"HB Version not set by this process.!\"");
+    LOUDCALC_LOG(Log(), Warn, "\"HB Version not set by this process.!\"");
     cpVersion = kUnknownVersion;
   }
   rapidjson::StringBuffer text;
@@ -97,11 +101,11 @@ bool cHeartBeater::SendBeat() {
   if (pPushSocket == nullptr || !mbIsValidJson)
     return false;
   if (zstr_sendm(pPushSocket, kHeartBeatTopic) == -1) {
-    LOUDCALC_LOG(Error, "\"Failed to send HB Topic.\"");
+    LOUDCALC_LOG(Log(), Error, "\"Failed to send HB Topic.\"");
     return false;
   }
   if (zstr_send(pPushSocket, ProcessBeat) == -1) {
-    LOUDCALC_LOG(Error, "\"Failed to send HB message.\"");
+    LOUDCALC_LOG(Log(), Error, "\"Failed to send HB message.\"");
     return false;
   }
   return true;
@@ -111,7 +115,7 @@ void cHeartBeater::RequestRepub() {
   if (pPushSocket == nullptr || !mbIsValidJson)
     return;
   if (zstr_send(pPushSocket, kRepublicationTopic) == -1)
-    LOUDCALC_LOG(Error, "\"Failed to send HB Topic.\"");
+    LOUDCALC_LOG(Log(), Error, "\"Failed to send HB Topic.\"");
 }
 
 void cHeartBeater::SendRebootCommand() {
@@ -132,35 +136,36 @@ int cHeartBeater::ParseAppCommand(const char* cpEncMessage_in) {
 
 void cHeartBeater::TendLink() {
   mLink.Tend([](const char* endpoint) {
-    LOUDCALC_LOG(Warn, "\"Connection to %s broke the protocol, connecting again\"", endpoint);
+    LOUDCALC_LOG(Log(), Warn, "\"Connection to %s broke the protocol, connecting again\"",
+                 endpoint);
   });
 }
 
 void cHeartBeater::CloseMq() {
   if (pPushSocket != nullptr)
-    LOUDCALC_PRINT(stdout, "\"Heart Beater MQ cleanup!!!\"");
+    LOUDCALC_PRINT(kUnitName, stdout, "\"Heart Beater MQ cleanup!!!\"");
   mLink.Close();
 }
 
 bool cHeartBeater::Connect(const MqEndpoint& endpoint) {
   if (pPushSocket != nullptr) {
-    LOUDCALC_LOG(Error, "\"Seems this instance already connected to %s\"", endpoint.Text());
+    LOUDCALC_LOG(Log(), Error, "\"Seems this instance already connected to %s\"", endpoint.Text());
     return false;
   }
   const auto connect = [&] {
     MqSockOwner socket = MqPushLink::NewSocket(endpoint);
     if (socket == nullptr)
       return false;
-    LOUDCALC_LOG(Debug, "\"Tryig to connect %s\"", endpoint.Text());
+    LOUDCALC_LOG(Log(), Debug, "\"Tryig to connect %s\"", endpoint.Text());
     if (!mLink.Connect(std::move(socket), endpoint)) {
-      LOUDCALC_LOG(Error, "\"Failed to connect to %s\"", endpoint.Text());
+      LOUDCALC_LOG(Log(), Error, "\"Failed to connect to %s\"", endpoint.Text());
       return false;
     }
-    LOUDCALC_LOG(Info, "\"Connected to %s\"", endpoint.Text());
+    LOUDCALC_LOG(Log(), Info, "\"Connected to %s\"", endpoint.Text());
     return true;
   };
   return MqGuard(connect, [](const char* title, const char* description) {
-    LOUDCALC_LOG(Critical, "\"%s %s\"", title, description);
+    LOUDCALC_LOG(Log(), Critical, "\"%s %s\"", title, description);
   });
 }
 
@@ -171,12 +176,12 @@ void cHeartBeater::SendAppCommand(int command) {
   try {
     rapidjson::StringBuffer text;
     if (!WriteAppCommand(text, command))
-      LOUDCALC_LOG(Error, "\"Failed to prepare app cmd toipic.\"");
+      LOUDCALC_LOG(Log(), Error, "\"Failed to prepare app cmd toipic.\"");
     else if (zstr_sendm(pPushSocket, kForwardedCommandTopic) == -1)
-      LOUDCALC_LOG(Error, "\"Failed to send App cmd Topic.\"");
+      LOUDCALC_LOG(Log(), Error, "\"Failed to send App cmd Topic.\"");
     else if (zstr_send(pPushSocket, text.GetString()) == -1)
-      LOUDCALC_LOG(Error, "\"Failed to send App cmd message.\"");
+      LOUDCALC_LOG(Log(), Error, "\"Failed to send App cmd message.\"");
   } catch (const std::exception& error) {
-    LOUDCALC_PRINT(stderr, "\"Exception %s\"", error.what());
+    LOUDCALC_PRINT(kUnitName, stderr, "\"Exception %s\"", error.what());
   }
 }

@@ -11,7 +11,7 @@ namespace {
 constexpr char kUnitName[] = "MqPubHandler";
 
 void ReportException(const char* title, const char* description) {
-  LOUDCALC_PRINT(stdout, "\"%s %s\"", title, description);
+  LOUDCALC_PRINT(kUnitName, stdout, "\"%s %s\"", title, description);
 }
 
 }  // namespace
@@ -40,7 +40,7 @@ bool MqPubHandler::SendJson(MqSock_t* socket, const char* topic, const char* jso
   if (socket == nullptr || topic == nullptr || json == nullptr)
     return false;
   if (zstr_sendm(socket, topic) == -1 || zstr_send(socket, json) == -1) {
-    LOUDCALC_PRINT(stdout, "\"Failed to published: %s/%s\"", topic, json);
+    LOUDCALC_PRINT(kUnitName, stdout, "\"Failed to published: %s/%s\"", topic, json);
     return false;
   }
   return true;
@@ -51,7 +51,7 @@ bool MqPubHandler::SendUint32(MqSock_t* socket, const char* topic, std::uint32_t
     return false;
   // A block of bytes: the library writes its own picture of a number, "4", as decimal digits.
   if (zsock_send(socket, "sb", topic, &value, sizeof value) == -1) {
-    LOUDCALC_PRINT(stdout, "\"Failed to published: %s/%u\"", topic, value);
+    LOUDCALC_PRINT(kUnitName, stdout, "\"Failed to published: %s/%u\"", topic, value);
     return false;
   }
   return true;
@@ -67,18 +67,18 @@ MqSock_t* MqPubHandler::Bind(const char* endpoint, MqSock_t* existing) {
     MqSockOwner created(existing == nullptr ? GetNewSock(ZMQ_PUB) : nullptr);
     MqSock_t* socket = existing != nullptr ? existing : created.get();
     if (socket == nullptr) {
-      LOUDCALC_PRINT(stdout, "\"zsock_new failed %s\"", endpoint);
+      LOUDCALC_PRINT(kUnitName, stdout, "\"zsock_new failed %s\"", endpoint);
       return nullptr;
     }
     if (created != nullptr)
       MqPrepareListener(socket);
-    LOUDCALC_PRINT(stdout, "\"Tryig to bind %s\"", endpoint);
+    LOUDCALC_PRINT(kUnitName, stdout, "\"Tryig to bind %s\"", endpoint);
     if (zsock_bind(socket, "%s", endpoint) == -1) {
       created.reset();
-      LOUDCALC_PRINT(stdout, "\"Failed to bind to %s\"", endpoint);
+      LOUDCALC_PRINT(kUnitName, stdout, "\"Failed to bind to %s\"", endpoint);
       return nullptr;
     }
-    LOUDCALC_PRINT(stdout, "\"Bound to %s\"", endpoint);
+    LOUDCALC_PRINT(kUnitName, stdout, "\"Bound to %s\"", endpoint);
     created.release();
     return socket;
   };

@@ -14,6 +14,10 @@ namespace {
 
 constexpr char kUnitName[] = "MqReactor";
 
+LogSource Log() {
+  return {kUnitName, MqReactor::mpLogger, MqReactor::mLogLevel};
+}
+
 using TopicRow_t = char[kMqTopicSize];
 
 // The topic of a row, also of one that has no room for a terminator.
@@ -82,7 +86,7 @@ LogLevel_e MqReactor::mLogLevel = MsgLevel_Warn;
 template <typename Operation>
 bool MqReactor::Guarded(Operation operation) {
   return MqGuard(operation, [](const char* title, const char* description) {
-    LOUDCALC_LOG(Critical, "\"%s %s\"", title, description);
+    LOUDCALC_LOG(Log(), Critical, "\"%s %s\"", title, description);
   });
 }
 
@@ -91,7 +95,7 @@ bool MqReactor::IsTopicTooLong(zmsg_t* message) {
   zframe_t* topic = zmsg_first(message);
   const std::size_t size = topic != nullptr ? zframe_size(topic) : 0;
   if (size > kLongestTopic)
-    LOUDCALC_LOG(Warn, "\"Message dropped: topic of %zu bytes\"", size);
+    LOUDCALC_LOG(Log(), Warn, "\"Message dropped: topic of %zu bytes\"", size);
   return size > kLongestTopic;
 }
 
@@ -109,7 +113,7 @@ int MqReactor::ReadMessage(zsock_t* socket, Handler handler) {
   LOUDCALC_ASSERT(nullptr != cpTopic, "nullptr != cpTopic");
   const int rv = handler(cpTopic, pMessage);
   if (rv == -1)
-    LOUDCALC_LOG(Error, "\"Got rv = %d. Exiting from reactor loop ...\"", rv);
+    LOUDCALC_LOG(Log(), Error, "\"Got rv = %d. Exiting from reactor loop ...\"", rv);
   zstr_free(&cpTopic);
   zmsg_destroy(&pMessage);
   return LoopResult(rv);
@@ -149,7 +153,7 @@ bool MqReactor::AddMqSubsOverTcp(const char* cpIp_in, std::uint32_t port, mqTopi
       const std::string topic = TopicOf(topics[i]);
       zsock_set_subscribe(UsableSock(binary), topic.c_str());
       ++mlTopics;
-      LOUDCALC_LOG(Debug, "\"%u: Subscribed %s\"", mlTopics, topic.c_str());
+      LOUDCALC_LOG(Log(), Debug, "\"%u: Subscribed %s\"", mlTopics, topic.c_str());
     }
     return true;
   });
@@ -165,12 +169,12 @@ bool MqReactor::AddMqSubsOverIpc(const char* cpIpc_in, mqTopics_t topics, std::i
     for (std::int32_t i = 0; i < noTopics; ++i) {
       const std::string topic = TopicOf(topics[i]);
       if (topic.size() >= kMqTopicSize) {
-        LOUDCALC_LOG(Error, "\"Failed to subscribed %d: %s\"", i, topic.c_str());
+        LOUDCALC_LOG(Log(), Error, "\"Failed to subscribed %d: %s\"", i, topic.c_str());
         continue;
       }
       zsock_set_subscribe(UsableSock(binary), topic.c_str());
       ++mlTopics;
-      LOUDCALC_LOG(Debug, "\"%u: Subscribed %d: %s\"", mlTopics, i, topic.c_str());
+      LOUDCALC_LOG(Log(), Debug, "\"%u: Subscribed %d: %s\"", mlTopics, i, topic.c_str());
     }
     return true;
   });
@@ -185,7 +189,7 @@ bool MqReactor::SubscribeTopic(const char* topic, std::int32_t len, bool binary)
       return false;
     zsock_set_subscribe(socket, topic);
     ++mlTopics;
-    LOUDCALC_LOG(Debug, "\"%u: Subscribed %s\"", mlTopics, topic);
+    LOUDCALC_LOG(Log(), Debug, "\"%u: Subscribed %s\"", mlTopics, topic);
     return true;
   });
 }
@@ -200,7 +204,7 @@ bool MqReactor::UnsubscribeTopics(mqTopics_t topics, std::int32_t noTopics, bool
     for (std::int32_t i = 0; i < noTopics; ++i) {
       const std::string topic = TopicOf(topics[i]);
       zsock_set_unsubscribe(socket, topic.c_str());
-      LOUDCALC_LOG(Debug, "\"%u: Unsubscribed %s\"", mlTopics, topic.c_str());
+      LOUDCALC_LOG(Log(), Debug, "\"%u: Unsubscribed %s\"", mlTopics, topic.c_str());
     }
     return true;
   });
@@ -251,7 +255,7 @@ bool MqReactor::StartLoop(MqDataType_e type) {
 }
 
 void MqReactor::ReportRenewal(const char* endpoint) {
-  LOUDCALC_LOG(Warn, "\"Connection to %s broke the protocol, connecting again\"", endpoint);
+  LOUDCALC_LOG(Log(), Warn, "\"Connection to %s broke the protocol, connecting again\"", endpoint);
 }
 
 void MqReactor::TendLinks() {
@@ -324,15 +328,15 @@ bool MqReactor::Connect(bool binary, const MqEndpoint& endpoint) {
   zsock_t* socket = UsableSock(binary);
   if (socket == nullptr)
     return false;
-  LOUDCALC_LOG(Debug, "\"Tryig to connect %s\"", endpoint.Text());
+  LOUDCALC_LOG(Log(), Debug, "\"Tryig to connect %s\"", endpoint.Text());
   MqPrepareLink(socket, endpoint.IsTcp());
   if (zsock_connect(socket, "%s", endpoint.Text()) == -1) {
     Destroy(binary);
     (binary ? mbSockBinIsGone : mbSockIsGone) = true;
-    LOUDCALC_LOG(Error, "\"Failed to connect to %s\"", endpoint.Text());
+    LOUDCALC_LOG(Log(), Error, "\"Failed to connect to %s\"", endpoint.Text());
     return false;
   }
-  LOUDCALC_LOG(Info, "\"Connected to %s\"", endpoint.Text());
+  LOUDCALC_LOG(Log(), Info, "\"Connected to %s\"", endpoint.Text());
   return true;
 }
 
@@ -345,6 +349,6 @@ void MqReactor::RegisterReader(bool binary, zloop_reader_fn* reader) {
     rc = zloop_reader(mpLoop, socket, reader, this);
   }
   LOUDCALC_ASSERT(rc != -1, "rc != -1");
-  LOUDCALC_LOG(Debug, "\"Reacter reader registered\"");
+  LOUDCALC_LOG(Log(), Debug, "\"Reacter reader registered\"");
   zloop_reader_set_tolerant(mpLoop, socket);
 }

@@ -13,7 +13,6 @@
 #include <string>
 #include <utility>
 
-#include "LogMacros.h"
 #include "MqNames.h"
 #include "Utf8Text.h"
 
@@ -193,7 +192,8 @@ int Logger::AttachMqOverIpc() {
 int Logger::DetachMq() {
   const auto detach = [&] {
     if (isMqAttached())
-      LOUDCALC_PRINT(stdout, "\"Logger MQ cleanup!!!\"");
+      Fprintf(stdout, "%s|%u| \"Logger MQ cleanup!!!\"", kUnitName,
+              static_cast<unsigned>(__LINE__));
     mLink.Close();
     return 1;
   };

@@ -18,6 +18,10 @@ namespace {
 
 constexpr char kUnitName[] = "JsonParseAudioRouting";
 
+LogSource Log() {
+  return {kUnitName, cAudOutputRouting::mpLogger, cAudOutputRouting::mLogLevel};
+}
+
 constexpr TextEntry<SysOutputType_e> kOutputTexts[] = {
     {"None", SOT_NONE},
     {"Analog", SOT_ANALOG},
@@ -97,7 +101,7 @@ int cAudOutputRouting::ParseAudOutputRouting(const rapidjson::Value& value, bool
   mChannelsMet = 0;
   const int result = routingFlag ? ParseAllSlots(value) : ParseOneSlot(value, routingArg);
   if (mChannelsMet > kMaxRoutedChannels)
-    LOUDCALC_LOG(Warn, "\"Audio routing: channels beyond the first %zu skipped\"",
+    LOUDCALC_LOG(Log(), Warn, "\"Audio routing: channels beyond the first %zu skipped\"",
                  kMaxRoutedChannels);
   return result;
 }
@@ -109,7 +113,8 @@ int cAudOutputRouting::ParseAllSlots(const rapidjson::Value& slots) {
     if (SlotNumber(member.name.GetString(), mAcor.miSlot)) {
       result &= ParseAORSlot(member.value);
     } else {
-      LOUDCALC_LOG(Warn, "\"Audio routing slot %.40s skipped: its name is no number in range\"",
+      LOUDCALC_LOG(Log(), Warn,
+                   "\"Audio routing slot %.40s skipped: its name is no number in range\"",
                    member.name.GetString());
       result = 0;
     }

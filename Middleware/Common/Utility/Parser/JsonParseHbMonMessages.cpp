@@ -13,6 +13,14 @@ namespace {
 
 constexpr char kUnitName[] = "JsonParseHbMonMessages";
 
+LogSource StatusLog() {
+  return {kUnitName, cJsonParseSysStatus::mpLogger, cJsonParseSysStatus::mLogLevel};
+}
+
+LogSource CommandLog() {
+  return {kUnitName, cJsonParseHbMonCommand::mpLogger, cJsonParseHbMonCommand::mLogLevel};
+}
+
 constexpr char kSystemStatusKey[] = "SystemStatus";
 constexpr char kDolbyDecoderKey[] = "DolbyDecoder";
 constexpr char kDecoderStateKey[] = "State";
@@ -44,9 +52,9 @@ bool cJsonParseSysStatus::ParseSysStatus(const char* cpEncMessage_in, bool _dete
     if (ReadStatus(cpEncMessage_in, _detect_dlb_status))
       return true;
   } catch (const std::exception& exception) {
-    LOUDCALC_PRINT(stderr, "\"Exception %s\"", exception.what());
+    LOUDCALC_PRINT(kUnitName, stderr, "\"Exception %s\"", exception.what());
   }
-  LOUDCALC_LOG(Error, "\"Failed to parse message setting default to %lu\"",
+  LOUDCALC_LOG(StatusLog(), Error, "\"Failed to parse message setting default to %lu\"",
                static_cast<unsigned long>(_default));
   mbSysStatus = _default;
   return false;
@@ -57,7 +65,7 @@ bool cJsonParseSysStatus::ReadStatus(const char* text, bool detectDecoder) {
     return false;
   rapidjson::Document doc;
   if (!json::Parse(text, doc)) {
-    LOUDCALC_LOG(Error, "\"Not a valid json string %s.\"", text);
+    LOUDCALC_LOG(StatusLog(), Error, "\"Not a valid json string %s.\"", text);
     return false;
   }
   LOUDCALC_ASSERT(doc.IsObject(), "doc.IsObject()");
@@ -67,7 +75,8 @@ bool cJsonParseSysStatus::ReadStatus(const char* text, bool detectDecoder) {
   LOUDCALC_ASSERT(status->IsString(), "vSysStatus.IsString()");
 
   mbSysStatus = BeginsWith(*status, kStatusInOrder);
-  LOUDCALC_LOG(Warn, "\"Got System status %s %d.\"", status->GetString(), mbSysStatus ? 1 : 0);
+  LOUDCALC_LOG(StatusLog(), Warn, "\"Got System status %s %d.\"", status->GetString(),
+               mbSysStatus ? 1 : 0);
   if (mbSysStatus && detectDecoder && !mbDolbyDecoderDetected)
     DetectDecoder(doc);
   return true;
@@ -85,7 +94,7 @@ void cJsonParseSysStatus::DetectDecoder(const rapidjson::Value& message) {
 
   mbDolbyDecoderDetected = BeginsWith(*state, kDecoderRunning);
   if (mbDolbyDecoderDetected)
-    LOUDCALC_LOG(Warn, "\"Dolby decoder detected.\"");
+    LOUDCALC_LOG(StatusLog(), Warn, "\"Dolby decoder detected.\"");
 }
 
 bool cJsonParseHbMonCommand::ParseSysStatus(const char* cpEncMessage_in) {
@@ -93,9 +102,9 @@ bool cJsonParseHbMonCommand::ParseSysStatus(const char* cpEncMessage_in) {
     if (ReadCommand(cpEncMessage_in))
       return true;
   } catch (const std::exception& exception) {
-    LOUDCALC_PRINT(stderr, "\"Exception %s\"", exception.what());
+    LOUDCALC_PRINT(kUnitName, stderr, "\"Exception %s\"", exception.what());
   }
-  LOUDCALC_LOG(Error, "\"Failed to parse message HbMonitor Command\"");
+  LOUDCALC_LOG(CommandLog(), Error, "\"Failed to parse message HbMonitor Command\"");
   miHBMonCommand = kNoCommand;
   return false;
 }
@@ -105,7 +114,7 @@ bool cJsonParseHbMonCommand::ReadCommand(const char* text) {
     return false;
   rapidjson::Document doc;
   if (!json::Parse(text, doc)) {
-    LOUDCALC_LOG(Error, "\"HBMonitor Parse : Not a valid json string %s.\"", text);
+    LOUDCALC_LOG(CommandLog(), Error, "\"HBMonitor Parse : Not a valid json string %s.\"", text);
     return false;
   }
   LOUDCALC_ASSERT(doc.IsObject(), "doc.IsObject()");

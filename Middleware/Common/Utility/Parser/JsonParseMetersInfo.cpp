@@ -11,6 +11,10 @@ namespace {
 
 constexpr char kUnitName[] = "JsonParseMetersInfo";
 
+LogSource Log() {
+  return {kUnitName, cPresetParser::mpLogger, cPresetParser::mLogLevel};
+}
+
 // A section of the document and how it is read.
 struct Section {
   const char* key;
@@ -46,10 +50,10 @@ constexpr Section kSections[] = {
 void ParseEmset(const rapidjson::Value& document, cEmsetConfParser& emset) {
   const rapidjson::Value* conf = json::Find(document, "EmsetConfig");
   if (conf != nullptr) {
-    LOUDCALC_PRINT(stdout, "\"EmsetConfig Parser\"");
+    LOUDCALC_PRINT(kUnitName, stdout, "\"EmsetConfig Parser\"");
     emset.ParseEmsetConf(*conf);
   } else {
-    LOUDCALC_PRINT(stdout, "\"No EmsetConfig found\"");
+    LOUDCALC_PRINT(kUnitName, stdout, "\"No EmsetConfig found\"");
   }
 }
 
@@ -69,7 +73,7 @@ int cPresetParser::ParsePreset(const char* json, bool parseRouting, bool routing
   try {
     ok = ParseDocument(document, parseRouting, routingFlag, routingArg, emset);
   } catch (const std::exception& fault) {
-    LOUDCALC_LOG(Error, "\"Preset rejected: %s\"", fault.what());
+    LOUDCALC_LOG(Log(), Error, "\"Preset rejected: %s\"", fault.what());
     ClearRouting(parseRouting);
   }
   if (ok == 0)

@@ -1,20 +1,26 @@
-// How a unit writes its log lines: each begins with the unit's name and the line in the source. The
-// unit defines `constexpr char kUnitName[]` and uses the macros where `mpLogger` and `mLogLevel`,
-// its class's logger (null: silent) and threshold, are in scope.
+// How a unit writes its log lines: each begins with the unit's name and the line in the source.
 
 #pragma once
 
 #include "Logger.h"
 
-/// Levelled line through the class's logger, for example
-/// LOUDCALC_LOG(Warn, "\"Topic %s not handled\"", topic).
-#define LOUDCALC_LOG(level, format, ...)                                                           \
-  do {                                                                                             \
-    if (mpLogger != nullptr && mLogLevel <= MsgLevel_##level)                                      \
-      mpLogger->level("%s|%u|" format, kUnitName, static_cast<unsigned>(__LINE__), ##__VA_ARGS__); \
+/// Who writes levelled lines, and where to.
+struct LogSource {
+  const char* unit;  // name of the unit
+  Logger* logger;    // null: silent
+  int threshold;     // lowest level that is written, MsgLevel_e
+};
+
+/// Levelled line of a `LogSource`, for example
+/// LOUDCALC_LOG(Log(), Warn, "\"Topic %s not handled\"", topic).
+#define LOUDCALC_LOG(source, level, format, ...)                                                \
+  do {                                                                                          \
+    const LogSource logSource = (source);                                                       \
+    if (logSource.logger != nullptr && logSource.threshold <= MsgLevel_##level)                 \
+      logSource.logger->level("%s|%u|" format, logSource.unit, static_cast<unsigned>(__LINE__), \
+                              ##__VA_ARGS__);                                                   \
   } while (false)
 
-/// Plain console line on `stream` (stdout or stderr), whatever the threshold.
-#define LOUDCALC_PRINT(stream, format, ...)                                             \
-  Logger::Fprintf(stream, "%s|%u| " format, kUnitName, static_cast<unsigned>(__LINE__), \
-                  ##__VA_ARGS__)
+/// Plain console line of the unit of that name on `stream` (stdout or stderr).
+#define LOUDCALC_PRINT(unit, stream, format, ...) \
+  Logger::Fprintf(stream, "%s|%u| " format, unit, static_cast<unsigned>(__LINE__), ##__VA_ARGS__)

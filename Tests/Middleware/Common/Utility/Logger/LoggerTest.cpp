@@ -28,7 +28,6 @@ using testing::Not;
 
 namespace {
 
-constexpr char kUnitName[] = "LoggerTest";
 constexpr char kProcess[] = "LoudC";
 constexpr char kLineEnd[] = "\n\033[0m";
 
@@ -140,17 +139,6 @@ class BufferedStream {
   int ends_[2] = {-1, -1};
   FILE* stream_ = nullptr;
 };
-
-// A class that nobody has given a logger.
-struct ClassWithoutLogger {
-  static void Log() { LOUDCALC_LOG(Critical, "\"unheard\""); }
-
-  static Logger* mpLogger;
-  static MsgLevel_e mLogLevel;
-};
-
-Logger* ClassWithoutLogger::mpLogger = nullptr;
-MsgLevel_e ClassWithoutLogger::mLogLevel = MsgLevel_Debug;
 
 // Ends the process as a service that forgets to detach.
 void ExitWithAttachedSink() {
@@ -382,31 +370,32 @@ TEST(LoggerFprintfTest, NeedsNoLoggerAndNoFlag) {
 }
 
 TEST_F(LoggerTest, LevelledMacroBeginsWithUnitAndLine) {
-  constexpr MsgLevel_e mLogLevel = MsgLevel_Debug;
+  const LogSource source = {"Unit", mpLogger, MsgLevel_Debug};
   Console console;
-  LOUDCALC_LOG(Info, "\"Topic %s\"", "a");
+  LOUDCALC_LOG(source, Info, "\"Topic %s\"", "a");
   const std::string line = std::to_string(__LINE__ - 1);
-  EXPECT_THAT(console.Output(), Line("\033[1;32m", "INFO", "LoggerTest|" + line + "|\"Topic a\""));
+  EXPECT_THAT(console.Output(), Line("\033[1;32m", "INFO", "Unit|" + line + "|\"Topic a\""));
 }
 
-TEST_F(LoggerTest, LevelledMacroObeysTheThresholdOfItsClass) {
-  constexpr MsgLevel_e mLogLevel = MsgLevel_Warn;
+TEST_F(LoggerTest, LevelledMacroObeysTheThresholdOfItsSource) {
+  const LogSource source = {"Unit", mpLogger, MsgLevel_Warn};
   Console console;
-  LOUDCALC_LOG(Info, "\"below\"");
-  LOUDCALC_LOG(Warn, "\"at\"");
+  LOUDCALC_LOG(source, Info, "\"below\"");
+  LOUDCALC_LOG(source, Warn, "\"at\"");
   EXPECT_EQ(console.Output(), "");
-  EXPECT_THAT(console.Errors(), ContainsRegex("WARN\\|LoggerTest\\|[0-9]+\\|\"at\""));
+  EXPECT_THAT(console.Errors(), ContainsRegex("WARN\\|Unit\\|[0-9]+\\|\"at\""));
 }
 
 TEST(LogMacrosTest, LevelledMacroWithoutLoggerIsSilent) {
+  const LogSource source = {"Unit", nullptr, MsgLevel_Debug};
   Console console;
-  ClassWithoutLogger::Log();
+  LOUDCALC_LOG(source, Critical, "\"unheard\"");
   EXPECT_EQ(console.Output() + console.Errors(), "");
 }
 
 TEST(LogMacrosTest, PlainMacroBeginsWithUnitLineAndABlank) {
   Console console;
-  LOUDCALC_PRINT(stdout, "\"%d timers\"", 2);
+  LOUDCALC_PRINT("Unit", stdout, "\"%d timers\"", 2);
   const std::string line = std::to_string(__LINE__ - 1);
-  EXPECT_EQ(console.Output(), "LoggerTest|" + line + "| \"2 timers\"\n");
+  EXPECT_EQ(console.Output(), "Unit|" + line + "| \"2 timers\"\n");
 }
