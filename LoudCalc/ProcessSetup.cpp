@@ -18,7 +18,7 @@ namespace {
 constexpr char kLibraryVariablePrefix[] = "ZSYS_";
 
 constexpr int kEndingSignals[] = {SIGTERM, SIGINT};
-constexpr int kStraySignals[] = {SIGHUP, SIGUSR1, SIGUSR2, SIGPIPE, SIGALRM};
+constexpr int kStraySignals[] = {SIGHUP, SIGUSR1, SIGUSR2, SIGPIPE, SIGALRM, SIGXFSZ, SIGTTOU};
 
 void Interrupt(int) {
   zsys_interrupted = 1;

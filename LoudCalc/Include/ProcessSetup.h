@@ -8,8 +8,10 @@
 /// blocked them, so that they cannot end it by their default action before this.
 void EndOnTermination();
 
-/// Makes the process indifferent to signals that would otherwise end it by default: hang-up of a
-/// terminal, broken pipes, alarms, and those without a fixed meaning.
+/// Makes the process indifferent to signals that would otherwise end or stop it by default: hang-up
+/// of a terminal, broken pipes, alarms, those without a fixed meaning, and those that come of the
+/// console: a log file at its largest size, output from the background to a terminal that asks for
+/// none.
 void IgnoreStraySignals();
 
 /// Takes all variables ZSYS_... out of the environment, by which the messaging library's queues,

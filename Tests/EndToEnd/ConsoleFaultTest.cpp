@@ -23,8 +23,12 @@ constexpr char kLossNote[] = " bytes of console output lost]\n";
 constexpr int kLines = 256;
 constexpr std::size_t kLineSize = 1000;
 
+// Of a log file; the service writes more of it.
+constexpr std::uintmax_t kLargestFile = 16 * 1024;
+
 constexpr uid_t kNobody = 65534;
 constexpr char kSetPrivileges[] = "/usr/bin/setpriv";
+constexpr char kLimitResources[] = "/usr/bin/prlimit";
 
 /// Two connected descriptors, of which the service gets the second.
 struct Channel {
@@ -224,6 +228,19 @@ INSTANTIATE_TEST_SUITE_P(Consoles, ReadConsoleTest,
                                          ConsoleCase{"PipeOfAnotherUser", Pipe, true},
                                          ConsoleCase{"Socket", SocketPair}),
                          kNameOfCase);
+
+TEST_F(ConsoleFaultTest, LogFileMayReachTheLargestSizeAllowed) {
+  const std::string path = testing::TempDir() + "log-" + std::to_string(getpid());
+  mChannel.writer = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0600);
+  ServiceStart start;
+  start.options.output = start.options.errors = mChannel.writer;
+  start.runner = {kLimitResources, "--fsize=" + std::to_string(kLargestFile)};
+  ASSERT_NO_FATAL_FAILURE(StartInOrder(start));
+  ExpectUnimpressed();
+  EXPECT_EQ(kLargestFile, std::filesystem::file_size(path));
+  ExpectEnd();
+  std::filesystem::remove(path);
+}
 
 TEST_F(ConsoleFaultTest, AllStandardStreamsMayBeClosed) {
   ServiceStart start;

@@ -39,13 +39,13 @@ TEST_P(StraySignalTest, NeitherEndsTheServiceNorDisturbsItsCadence) {
   ExpectWatchedWell();
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, StraySignalTest,
-                         testing::Values(NamedSignal{"User1", SIGUSR1},
-                                         NamedSignal{"User2", SIGUSR2},
-                                         NamedSignal{"HangUp", SIGHUP},
-                                         NamedSignal{"Pipe", SIGPIPE},
-                                         NamedSignal{"Alarm", SIGALRM}),
-                         kNameOfSignal);
+INSTANTIATE_TEST_SUITE_P(
+    Signals, StraySignalTest,
+    testing::Values(NamedSignal{"User1", SIGUSR1}, NamedSignal{"User2", SIGUSR2},
+                    NamedSignal{"HangUp", SIGHUP}, NamedSignal{"Pipe", SIGPIPE},
+                    NamedSignal{"Alarm", SIGALRM}, NamedSignal{"FileSize", SIGXFSZ},
+                    NamedSignal{"TerminalOutput", SIGTTOU}),
+    kNameOfSignal);
 
 class SuspensionTest : public FaultyUnit {
  protected:

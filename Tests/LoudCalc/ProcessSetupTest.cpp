@@ -54,7 +54,7 @@ TEST_F(ProcessSetupTest, BlockedTerminationIsLetThrough) {
 
 TEST_F(ProcessSetupTest, StraySignalsAreIgnored) {
   IgnoreStraySignals();
-  for (const int signal : {SIGHUP, SIGUSR1, SIGUSR2, SIGPIPE, SIGALRM})
+  for (const int signal : {SIGHUP, SIGUSR1, SIGUSR2, SIGPIPE, SIGALRM, SIGXFSZ, SIGTTOU})
     EXPECT_EQ(std::raise(signal), 0) << signal;
   EXPECT_EQ(zsys_interrupted, 0);
 }
