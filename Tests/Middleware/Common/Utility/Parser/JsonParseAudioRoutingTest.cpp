@@ -289,6 +289,27 @@ TEST_F(AudioRoutingTest, PairDoesNotInheritFromThePairBefore) {
   EXPECT_THAT(record.mMeterSources, IsEmpty());
 }
 
+TEST_F(AudioRoutingTest, EachFlagIsReadFromItsOwnKey) {
+  using Record_t = cAudChannelOutputRouting;
+  const struct {
+    const char* key;
+    bool Record_t::*flag;
+  } kFlags[] = {
+      {"SpeakerMix", &Record_t::mbSpeakerMix},
+      {"SoloMute", &Record_t::mbSoloMute},
+      {"HeadphoneMute", &Record_t::mbHeadphoneMute},
+      {"VolumeControl", &Record_t::mbVolumeControl},
+  };
+  for (const auto& set : kFlags) {
+    EXPECT_EQ(Parse(Routing("1", std::string(R"({"Pair":1,")") + set.key +
+                                     R"(":true,"OutputChannels":[)" + kChannel + "]}")),
+              1);
+    const Record_t record = Entry(1, 1);
+    for (const auto& read : kFlags)
+      EXPECT_EQ(record.*read.flag, read.key == set.key) << read.key << " by " << set.key;
+  }
+}
+
 TEST_F(AudioRoutingTest, OnlyAJsonTrueSetsAFlag) {
   for (const char* value : {"false", "1", "\"true\"", "null"}) {
     const std::string flag = value;

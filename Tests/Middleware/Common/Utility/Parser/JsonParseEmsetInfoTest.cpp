@@ -19,6 +19,14 @@ std::string SignalsWith(const std::string& primary) {
   return R"({"Flows":{"Primary":)" + primary + "}}";
 }
 
+// An array that holds `element` `count` times.
+std::string ArrayOf(const std::string& element, int count) {
+  std::string array = "[" + element;
+  for (int i = 1; i < count; ++i)
+    array += "," + element;
+  return array + "]";
+}
+
 std::string Emset(unsigned slot, unsigned cage, const char* name) {
   return "{\"Slot\":" + std::to_string(slot) + ",\"Cage\":" + std::to_string(cage) +
          ",\"DisplayName\":\"" + name + "\",\"Signals\":" + kVideoSignals + "}";
@@ -266,14 +274,20 @@ TEST_F(EmsetTest, EmsetOfAnEarlierDocumentIsNotFound) {
 }
 
 TEST_F(EmsetTest, ResetClearsTheFlowsOfAllEmsetsAndPrintsTheirFilters) {
-  Parse(R"([{"Slot":1,"Cage":2,"Signals":{"Flows":{"Primary":[{"Flow":"Video",
-             "Filter":{"VLAN":true}}]}}}])");
+  const std::string primary = ArrayOf(R"({"Flow":"Video","Filter":{"VLAN":true}})", 6);
+  Parse(ArrayOf(R"({"Signals":)" + SignalsWith(primary) + "}", 4));
+  ASSERT_TRUE(mParser.mEmsets[3].mFlows[5].mbVLAN);
   testing::internal::CaptureStdout();
   mParser.ResetEmsetConfParser();
   const std::string printed = testing::internal::GetCapturedStdout();
   EXPECT_FALSE(mParser.mbIsValidConf);
-  EXPECT_EQ(mParser.mEmsets[0].mFlows[0].mEmsetFlow, EmsetFlow_UNKNOWN);
-  EXPECT_FALSE(mParser.mEmsets[0].mFlows[0].mbVLAN);
+  for (const cEmsetInfo& cleared : mParser.mEmsets) {
+    EXPECT_FALSE(cleared.mbIsValidConf);
+    for (const cEmsetPrimaryFlow& each : cleared.mFlows) {
+      EXPECT_EQ(each.mEmsetFlow, EmsetFlow_UNKNOWN);
+      EXPECT_FALSE(each.mbVLAN);
+    }
+  }
   std::string expected;
   for (int flow = 0; flow < 4 * 6; ++flow)
     expected += kClearFilter;

@@ -129,6 +129,16 @@ TEST(SystemClockSourceTest, WithoutTypeItIsTheInternalClock) {
   EXPECT_EQ(clock.msSysClockType, "");
 }
 
+TEST(SystemClockSourceTest, WithoutTypeAnEarlierTextDoesNotCount) {
+  for (const char* text : {"{}", kMistypedSource}) {
+    cSystemClockSource clock;
+    clock.ParseSystemClockSource(Json(kSource));
+    ASSERT_EQ(clock.mSysClockType, SCT_AES);
+    EXPECT_EQ(clock.ParseSystemClockSource(Json(text)), 1);
+    EXPECT_EQ(clock.mSysClockType, SCT_INTERNAL) << text;
+  }
+}
+
 TEST(SystemClockSourceTest, MistypedMembersCountAsMissing) {
   cSystemClockSource clock;
   EXPECT_EQ(clock.ParseSystemClockSource(Json(kMistypedSource)), 1);

@@ -200,8 +200,9 @@ TEST(LuMessagesTest, CommandTextsConvert) {
 }
 
 TEST(LuMessagesTest, TextThatContainsACommandIsThatCommand) {
-  ExpectFromText<LuCmd_e>(cLuCmd::ConvertToLuCmdFromString,
-                          {{"ReStart", LU_CMD_START}, {"Starting", LU_CMD_START}});
+  ExpectFromText<LuCmd_e>(
+      cLuCmd::ConvertToLuCmdFromString,
+      {{"ReStart", LU_CMD_START}, {"Starting", LU_CMD_START}, {"None Start", LU_CMD_START}});
 }
 
 TEST(LuMessagesTest, RestartIsAStartAndAStartIsWrittenAsStart) {

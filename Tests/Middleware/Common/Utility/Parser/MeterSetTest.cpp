@@ -145,9 +145,11 @@ TEST_F(MeterSetTest, ConversionErrorNamesTheMeterInBoundedLength) {
 TEST_F(MeterSetTest, ParsingOneMeterOutsideTheSetLeavesTheDolbyFlag) {
   const rapidjson::Document meter = Json(R"({"Source":{"Type":"Dolby"}})");
   for (const std::int32_t index : {kLowest, -1, kMeters, kHighest}) {
-    bool isDolby = false;
-    EXPECT_EQ(mSet.ParseMeter(index, meter, isDolby), 0) << index;
-    EXPECT_FALSE(isDolby) << index;
+    for (const bool before : {false, true}) {
+      bool isDolby = before;
+      EXPECT_EQ(mSet.ParseMeter(index, meter, isDolby), 0) << index;
+      EXPECT_EQ(isDolby, before) << index;
+    }
   }
 }
 

@@ -110,6 +110,14 @@ TEST_F(MeterTest, SpeakerTextsAreComparedWhole) {
   }
 }
 
+TEST_F(MeterTest, UnknownSpeakerTextTakesPositionAndSideOfAnEarlierOneAway) {
+  Parse(MeterWithSpeaker("Left"));
+  EXPECT_EQ(Parse(MeterWithSpeaker("Port")), 1);
+  EXPECT_EQ(mMeter.mSpeakerType, AST_NONE);
+  EXPECT_EQ(mMeter.mOutputAssignments, OPA_NONE);
+  EXPECT_EQ(mMeter.msSpeakerType, "Port");
+}
+
 TEST_F(MeterTest, MissingSpeakerTextGivesNone) {
   EXPECT_EQ(cMeter::ConvertToSpeakerTypeFromString(nullptr), AST_NONE);
 }
