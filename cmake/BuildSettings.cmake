@@ -19,7 +19,10 @@ target_compile_options(loudcalc_build_settings INTERFACE
 target_compile_definitions(loudcalc_build_settings INTERFACE _GNU_SOURCE)
 if(LOUDCALC_SANITIZERS)
   target_compile_options(loudcalc_build_settings INTERFACE
-    -fsanitize=${LOUDCALC_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fsanitize=${LOUDCALC_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer
+    # The library's own checks too: an index past the end of an array may well lie inside the object
+    # that holds it, where no sanitizer looks.
+    -D_GLIBCXX_ASSERTIONS)
   target_link_options(loudcalc_build_settings INTERFACE -fsanitize=${LOUDCALC_SANITIZERS})
 endif()
 
