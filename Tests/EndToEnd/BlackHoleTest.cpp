@@ -5,6 +5,7 @@
 
 #include "Isolation.h"
 #include "LinkTest.h"
+#include "MqLink.h"
 #include "NetworkHole.h"
 
 namespace {
@@ -24,7 +25,8 @@ void PrintTo(const HoleCase& hole, std::ostream* stream) {
   *stream << hole.name;
 }
 
-class BlackHoleTest : public LinkTest, public testing::WithParamInterface<HoleCase> {
+/// A service whose packets to and from the TCP peers may vanish.
+class LossTest : public LinkTest {
  protected:
   void SetUp() override {
     if (std::getenv(kNoNamespacesVariable) != nullptr)
@@ -38,7 +40,10 @@ class BlackHoleTest : public LinkTest, public testing::WithParamInterface<HoleCa
       endpoints.push_back(mUnit.EndpointOf(peer));
     return endpoints;
   }
+};
 
+class BlackHoleTest : public LossTest, public testing::WithParamInterface<HoleCase> {
+ protected:
   /// Lets the time of the hole pass, with something under way in every direction.
   void PassHole() {
     for (const Peer peer : kTcpPeers)
@@ -69,13 +74,6 @@ class BlackHoleTest : public LinkTest, public testing::WithParamInterface<HoleCa
     }
     PassHole();
   }
-
-  /// A link that was given up comes back with everything, and with nothing twice.
-  void ExpectEachSubscriptionOncePerConnection() {
-    for (const Peer peer : kTcpPeers)
-      for (const auto& [topic, times] : At(peer).Subscriptions())
-        EXPECT_EQ(At(peer).Connections(), times) << topic << " at the " << NameOf(peer);
-  }
 };
 
 TEST_P(BlackHoleTest, PeersAreServedAfterIt) {
@@ -97,6 +95,32 @@ TEST_P(BlackHoleTest, PeersAreServedAfterIt) {
   ExpectOneAnswer();
   ExpectNothingHeardTwice();
   ExpectEachSubscriptionOncePerConnection();
+}
+
+/// Connections over which nothing comes any more, for ever, as after the restart of a machine in
+/// between: TCP alone would hold on to them for a quarter of an hour. New ones work.
+class DeadConnectionTest : public LossTest {
+ protected:
+  /// Until a peer that says nothing is taken for vanished.
+  static constexpr std::chrono::milliseconds kNoticed{kMqHeartbeatPeriodMs + kMqHeartbeatTimeoutMs};
+};
+
+TEST_F(DeadConnectionTest, IsReplacedByOneOther) {
+  ASSERT_NO_FATAL_FAILURE(StartLinked());
+  MarkCadence();
+  const NetworkHole hole(TcpEndpoints(), NetworkHole::Scope::kPresentConnections);
+
+  ExpectServed(kTcpPeers, Clock::now(), "dead connections", kNoticed + kLenientReturn);
+
+  ExpectCadenceKept();
+  ExpectOneAnswer();
+  ExpectNothingHeardTwice();
+  ExpectEachSubscriptionOncePerConnection();
+  for (const Peer peer : kTcpPeers) {
+    EXPECT_EQ(2, At(peer).Connections()) << NameOf(peer);
+    EXPECT_EQ(1u, PortsConnectedTo(mUnit.EndpointOf(peer)).size())
+        << "connections of the service to the " << NameOf(peer);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(

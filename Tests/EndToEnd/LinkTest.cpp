@@ -135,7 +135,8 @@ bool LinkTest::PollUntil(const std::function<bool()>& condition,
   }
 }
 
-void LinkTest::ExpectServed(const Peers& peers, Clock::time_point since, const std::string& what) {
+void LinkTest::ExpectServed(const Peers& peers, Clock::time_point since, const std::string& what,
+                            std::chrono::milliseconds limit) {
   mFirstProbe = mNextProbe;
   const std::size_t firstLine = mService->LineCount();
   for (const Peer peer : peers)
@@ -151,7 +152,7 @@ void LinkTest::ExpectServed(const Peers& peers, Clock::time_point since, const s
             std::cout << what << ": " << NameOf(*peer) << " served after " << waited.count()
                       << " ms\n";
             RecordProperty(std::string(NameOf(*peer)) + "Ms", std::to_string(waited.count()));
-            EXPECT_LE(waited, kLenientReturn) << NameOf(*peer);
+            EXPECT_LE(waited, limit) << NameOf(*peer);
             peer = waiting.erase(peer);
           } else {
             ++peer;
@@ -180,6 +181,12 @@ void LinkTest::ExpectOneConnectionEach(const Peers& peers) {
     EXPECT_EQ(0, At(peer).Losses());
     EXPECT_EQ(SubscriptionsDue(peer, mUnit), At(peer).Subscriptions());
   }
+}
+
+void LinkTest::ExpectEachSubscriptionOncePerConnection() {
+  for (const Peer peer : kTcpPeers)
+    for (const auto& [topic, times] : At(peer).Subscriptions())
+      EXPECT_EQ(At(peer).Connections(), times) << topic << " at the " << NameOf(peer);
 }
 
 void LinkTest::ExpectOneAnswer() {

@@ -48,12 +48,17 @@ class LinkTest : public RunningService {
 
   /// Waits until each of the peers is served: the service handles what it says, or is heard by it.
   /// Prints and records how long that took since `since`; fails a peer for which it took longer
-  /// than `kLenientReturn`. `what` names the occasion.
-  void ExpectServed(const Peers& peers, Clock::time_point since, const std::string& what);
+  /// than `limit`. `what` names the occasion.
+  void ExpectServed(const Peers& peers, Clock::time_point since, const std::string& what,
+                    std::chrono::milliseconds limit = kLenientReturn);
 
   /// Expects that each of the peers has one connection, never lost, that brought every subscription
   /// of the service once, and that no other follows.
   void ExpectOneConnectionEach(const Peers& peers);
+
+  /// Expects that every connection to the TCP peers brought each subscription once: a link that was
+  /// given up comes back with everything, and with nothing twice.
+  void ExpectEachSubscriptionOncePerConnection();
 
   /// Sends a command and expects that it is handled once and acknowledged once.
   void ExpectOneAnswer();

@@ -3,9 +3,11 @@
 
 #include "NetworkHole.h"
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <fstream>
 
 #include "Isolation.h"
 
@@ -22,21 +24,67 @@ bool Configure(const std::string& commands) {
   return pclose(firewall) == 0;
 }
 
-std::string RulesFor(const std::string& endpoint) {
+struct Place {
+  std::string address;
+  std::string port;
+};
+
+Place PlaceOf(const std::string& endpoint) {
   const std::string place = endpoint.substr(endpoint.find("://") + 3);
-  const std::string address = place.substr(0, place.find(':'));
-  const std::string port = place.substr(place.find(':') + 1);
-  return "ip daddr " + address + " tcp dport " + port + " drop\n" +  //
-         "ip saddr " + address + " tcp sport " + port + " drop\n";
+  return {place.substr(0, place.find(':')), place.substr(place.find(':') + 1)};
+}
+
+// An endpoint as the kernel lists it: the bytes of the address as a number of this machine, then
+// the port, in hexadecimal digits.
+std::string ListedPlace(const Place& place) {
+  in_addr address = {};
+  inet_pton(AF_INET, place.address.c_str(), &address);
+  char text[14] = {};
+  std::snprintf(text, sizeof text, "%08X:%04X", address.s_addr,
+                static_cast<unsigned>(std::stoul(place.port)));
+  return text;
+}
+
+// Packets to and from the endpoint; the ends of the rules narrow them down.
+std::string RulesFor(const std::string& endpoint, const std::string& to, const std::string& from) {
+  const Place place = PlaceOf(endpoint);
+  return "ip daddr " + place.address + " tcp dport " + place.port + to + " drop\n" +  //
+         "ip saddr " + place.address + " tcp sport " + place.port + from + " drop\n";
+}
+
+std::string RulesForPresentConnections(const std::string& endpoint) {
+  const std::vector<std::uint16_t> ports = PortsConnectedTo(endpoint);
+  EXPECT_FALSE(ports.empty()) << "nothing is connected to " << endpoint;
+  std::string rules;
+  for (const std::uint16_t port : ports)
+    rules += RulesFor(endpoint, " tcp sport " + std::to_string(port),
+                      " tcp dport " + std::to_string(port));
+  return rules;
 }
 
 }  // namespace
 
-NetworkHole::NetworkHole(const std::vector<std::string>& endpoints) {
+std::vector<std::uint16_t> PortsConnectedTo(const std::string& endpoint) {
+  constexpr char kEstablished[] = "01";
+  const std::string wanted = ListedPlace(PlaceOf(endpoint));
+  std::vector<std::uint16_t> ports;
+  std::ifstream list("/proc/self/net/tcp");
+  std::string rest;
+  std::getline(list, rest);  // the heading
+  for (std::string number, local, remote, state;
+       list >> number >> local >> remote >> state && std::getline(list, rest);)
+    if (remote == wanted && state == kEstablished)
+      ports.push_back(
+          static_cast<std::uint16_t>(std::stoul(local.substr(local.find(':') + 1), nullptr, 16)));
+  return ports;
+}
+
+NetworkHole::NetworkHole(const std::vector<std::string>& endpoints, Scope scope) {
   std::string commands =
       std::string("table ") + kTable + " {\nchain arriving {\ntype filter hook input priority 0;\n";
   for (const std::string& endpoint : endpoints)
-    commands += RulesFor(endpoint);
+    commands += scope == Scope::kEverything ? RulesFor(endpoint, "", "")
+                                            : RulesForPresentConnections(endpoint);
   EXPECT_TRUE(CanBeMade() && Configure(commands + "}\n}\n")) << "nft (package nftables) refuses";
 }
 

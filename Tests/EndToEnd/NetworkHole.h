@@ -2,14 +2,22 @@
 
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
+/// Local ports of the established connections to an endpoint (tcp://ADDRESS:PORT) of this network.
+std::vector<std::uint16_t> PortsConnectedTo(const std::string& endpoint);
+
 class NetworkHole {
  public:
-  /// From now on every packet from or to the endpoints (tcp://ADDRESS:PORT) vanishes. Fails the
-  /// test when that cannot be done. REQUIRES: CanBeMade.
-  explicit NetworkHole(const std::vector<std::string>& endpoints);
+  /// What is lost: everything, or what belongs to connections that are established now.
+  enum class Scope { kEverything, kPresentConnections };
+
+  /// From now on every packet from or to the endpoints (tcp://ADDRESS:PORT) vanishes, as far as
+  /// `scope` goes. Fails the test when that cannot be done, or when an endpoint has no connection
+  /// that could be lost. REQUIRES: CanBeMade.
+  explicit NetworkHole(const std::vector<std::string>& endpoints, Scope scope = Scope::kEverything);
 
   /// Lets packets through again.
   ~NetworkHole();

@@ -87,6 +87,27 @@ class MqLinkTest : public testing::Test {
 
 const std::string kSubscription = std::string("\1") + kTopic;
 
+// Each stands in for the one above it where that does not reach: a peer that no longer answers, one
+// that never has, a kernel that knows more than the library.
+TEST(MqPrepareLinkTest, VanishedPeersAreNoticedInSeveralWays) {
+  for (const int type : {ZMQ_SUB, ZMQ_PUSH}) {
+    for (const bool isOverTcp : {true, false}) {
+      SCOPED_TRACE(testing::Message() << type << (isOverTcp ? " over TCP" : " over IPC"));
+      zsock_t* socket = zsock_new(type);
+      MqPrepareLink(socket, isOverTcp);
+      EXPECT_EQ(zsock_heartbeat_ivl(socket), isOverTcp ? 1000 : 0);
+      EXPECT_EQ(zsock_heartbeat_timeout(socket), 3000);
+      EXPECT_EQ(zsock_connect_timeout(socket), 1000);
+      EXPECT_EQ(zsock_handshake_ivl(socket), 3000);
+      EXPECT_EQ(zsock_tcp_keepalive(socket), 1);
+      EXPECT_EQ(zsock_tcp_keepalive_idle(socket), 5);
+      EXPECT_EQ(zsock_tcp_keepalive_intvl(socket), 2);
+      EXPECT_EQ(zsock_tcp_keepalive_cnt(socket), 3);
+      zsock_destroy(&socket);
+    }
+  }
+}
+
 TEST_F(MqLinkTest, PeerOfTheWrongTypeDoesNotDeafenTheSocket) {
   BindPeer(ZMQ_PUSH);
   Connect();
