@@ -2,9 +2,9 @@
 """Holds the include lines to the tables of libraries in Docs/ARCHITECTURE.md.
 
 The libraries stand there from the ground up, in all tables together. A file includes only files of
-its own library and of those further up in the list; no units of a checked folder include one another
-in a circle; and where a table has a column "includes", it names exactly the libraries whose files
-the library includes.
+its own library and of those further up in the list; no units and no folders that are checked include
+one another in a circle; and where a table has a column "includes", it names exactly the libraries
+whose files the library includes.
 
 Usage: layers.py ROOT [FOLDER...]: the repository, and the folders that are checked (all others are
 only included from).
@@ -119,25 +119,36 @@ def check_columns(libraries, used, faults):
             faults.append(f"{name} includes {other}, which ARCHITECTURE.md does not say")
 
 
-def check_circles(tree, checked, faults):
-    """A unit is a source with its header; those of a circle are found by walking down."""
+def unit_of(path):
+    """A unit is a source with its header."""
+    return path.stem
+
+
+def folder_of(path):
+    return path.parent.parent.name if path.parent.name == "Include" else path.parent.name
+
+
+def check_circles(tree, checked, group_of, what, faults):
+    """Groups of files, by `group_of`, that include one another; found by walking down."""
     needs = {}
     for path in tree.library_of:
         if checked(path):
-            unit = needs.setdefault(path.stem, set())
-            unit.update(header.stem for header in tree.includes(path) if header.stem != path.stem)
+            group = needs.setdefault(group_of(path), set())
+            group.update(group_of(header) for header in tree.includes(path))
+            group.discard(group_of(path))
     done = set()
 
-    def walk(unit, trail):
-        if unit in trail:
-            faults.append("a circle of units: " + " -> ".join(trail[trail.index(unit):] + [unit]))
-        elif unit not in done:
-            for other in sorted(needs.get(unit, ())):
-                walk(other, trail + [unit])
-            done.add(unit)
+    def walk(group, trail):
+        if group in trail:
+            circle = trail[trail.index(group):] + [group]
+            faults.append(f"a circle of {what}: " + " -> ".join(circle))
+        elif group not in done:
+            for other in sorted(needs.get(group, ())):
+                walk(other, trail + [group])
+            done.add(group)
 
-    for unit in sorted(needs):
-        walk(unit, [])
+    for group in sorted(needs):
+        walk(group, [])
 
 
 def main():
@@ -164,7 +175,8 @@ def main():
     used = check_order(tree, libraries, checked, faults)
     in_tables = {n: row for n, row in libraries.items() if checked(root / row["folder"] / "file")}
     check_columns(in_tables, used, faults)
-    check_circles(tree, checked, faults)
+    check_circles(tree, checked, unit_of, "units", faults)
+    check_circles(tree, checked, folder_of, "folders", faults)
     for fault in dict.fromkeys(faults):
         print(fault.replace(f"{root}/", ""))
     return 1 if faults else 0
