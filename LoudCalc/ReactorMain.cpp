@@ -79,6 +79,21 @@ void StartPublishers(std::int32_t slot, const char* address, std::uint32_t meter
   PublishLoudnessInit();
 }
 
+// A publisher that could not be bound is not there.
+void WatchClients(cLcReactor& reactor) {
+  for (zsock_t* publisher : {gpLcPubs->mpLuDataPubSocket, gpLcPubs->mpLuStatePubSocket})
+    if (publisher != nullptr)
+      reactor.WatchClients(publisher);
+}
+
+void DestroyPublishers(cLcReactor& reactor) {
+  LOUDCALC_ASSERT(gpLcPubs != nullptr, "gpLcPubs != nullptr");
+  for (zsock_t* publisher : {gpLcPubs->mpLuDataPubSocket, gpLcPubs->mpLuStatePubSocket})
+    reactor.UnwatchClients(publisher);
+  gpLcPubs->DestroyLuDataPubMq();
+  gpLcPubs->DestroyLuStatePubMq();
+}
+
 void addHbMonMq(cLcReactor& reactor) {
   LOUDCALC_PRINT(kUnitName, stdout, "\"addHbMonMq %s:%u\"", MainBoardAddress(), kHbMonPort);
   NumberedTopic_t topics[2] = {};
@@ -181,6 +196,7 @@ bool initReactorLoop(std::int32_t iSlot_in, const char* cpIp_in, std::uint32_t m
   LoudCalcInit();
   StartHeartbeat(meter_set);
   StartPublishers(iSlot_in, cpIp_in, meter_set, cluster_no);
+  WatchClients(*preactor);
   Subscribe(*preactor, iSlot_in, meter_set);
   AddTimers(*preactor);
   return true;
@@ -205,9 +221,7 @@ void cleanReactorLoop() {
         preactor->EndTimer(timer);
     }
   }
-  LOUDCALC_ASSERT(gpLcPubs != nullptr, "gpLcPubs != nullptr");
-  gpLcPubs->DestroyLuDataPubMq();
-  gpLcPubs->DestroyLuStatePubMq();
+  DestroyPublishers(*preactor);
   preactor->CloseMq();
   LoudCalcCleanup();
 }

@@ -1,4 +1,4 @@
-// Faulty peers, byte by byte: greeting, handshake and frames of ZMTP 3.0 (ZeroMQ RFC 23).
+// Faulty peers, byte by byte.
 
 #include "FaultyPeer.h"
 
@@ -21,8 +21,13 @@
 
 #include "Endpoints.h"
 #include "MqLink.h"
+#include "Zmtp.h"
 
 namespace {
+
+using zmtp::Greeting;
+using zmtp::kGreetingSize;
+using zmtp::Ready;
 
 struct FaultName {
   PeerFault fault;
@@ -61,48 +66,22 @@ bool HangsUp(PeerFault fault) {
 
 constexpr char kOtherType[] = "REP";  // goes with neither a subscriber nor a pusher
 
-constexpr std::size_t kGreetingSize = 64;
-constexpr char kLongFrame = 2;
-constexpr char kMore = 1;  // a short frame that another follows
-
-// Signature, version 3.0, mechanism NULL, and zeros to the end.
-std::string Greeting() {
-  std::string greeting("\xFF\0\0\0\0\0\0\0\0\x7F\3\0NULL", 16);
-  greeting.resize(kGreetingSize);
-  return greeting;
-}
-
-std::string Length(std::uint64_t length, int bytes) {
-  std::string text;
-  for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
-    text += static_cast<char>(length >> shift & 0xFF);
-  return text;
-}
-
-// The handshake of the mechanism NULL: one command with the socket's type.
-std::string Ready(const std::string& type) {
-  constexpr char kCommand = 4;
-  const std::string body =
-      std::string("\5READY") + "\13Socket-Type" + Length(type.size(), 4) + type;
-  return kCommand + Length(body.size(), 1) + body;
-}
-
 std::string Garbage() {
   return std::string(1000, '\xAA');
 }
 
 // The beginning of a long frame.
 std::string FrameOf(std::uint64_t length, std::size_t sent) {
-  return kLongFrame + Length(length, 8) + std::string(sent, 'x');
+  return zmtp::kLongFrame + zmtp::Length(length, 8) + std::string(sent, 'x');
 }
 
 // A message of a topic that the service asks for and as many empty frames as can be.
 std::string EndlessMessage() {
   constexpr std::size_t kFrames = 3000000;
   const std::string topic = kHwmStatusTopic;
-  std::string message = kMore + Length(topic.size(), 1) + topic;
+  std::string message = zmtp::ShortFrame(zmtp::kMore, topic);
   for (std::size_t i = 0; i < kFrames; ++i)
-    message += std::string({kMore, 0});
+    message += std::string({zmtp::kMore, 0});
   return message + std::string(2, '\0');
 }
 

@@ -272,6 +272,21 @@ void MqReactor::TendAfterReading(bool binary) {
     (binary ? mBinLinks : mLinks).TendBetweenMessages(ReportRenewal);
 }
 
+// There is never anything to read: that the loop polls the socket is all it takes.
+void MqReactor::WatchClients(zsock_t* publisher) {
+  LOUDCALC_ASSERT(IsValidReactor() && publisher != nullptr,
+                  "IsValidReactor() && publisher != nullptr");
+  const auto nothing = [](zloop_t*, zsock_t*, void*) { return 0; };
+  const int rc = zloop_reader(mpLoop, publisher, nothing, nullptr);
+  LOUDCALC_ASSERT(rc != -1, "rc != -1");
+  zloop_reader_set_tolerant(mpLoop, publisher);
+}
+
+void MqReactor::UnwatchClients(zsock_t* publisher) {
+  if (mpLoop != nullptr && publisher != nullptr)
+    zloop_reader_end(mpLoop, publisher);
+}
+
 void MqReactor::CloseMq() {
   Destroy(false);
   mpSock = nullptr;

@@ -119,6 +119,16 @@ class MqReactor {
   /// first, for a few seconds at most. To be called several times a second.
   void TendLinks();
 
+  /// Lets the loop deal with the clients of `publisher`, a bound PUB socket, as they come,
+  /// subscribe and leave. The library does so by itself only when something is sent: what came in
+  /// between is kept, a connection with all its queues, however many there are. A publisher that
+  /// the loop does not take stops the process. REQUIRES: a valid reactor and a socket that is not
+  /// watched.
+  void WatchClients(zsock_t* publisher);
+
+  /// Ends that, before the publisher is destroyed; harmless without a socket or a watch.
+  void UnwatchClients(zsock_t* publisher);
+
   /// Destroys the text socket and the binary socket, as far as they are there. The reactor is
   /// invalid afterwards.
   void CloseMq();

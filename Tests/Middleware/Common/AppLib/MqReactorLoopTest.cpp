@@ -381,6 +381,67 @@ TEST_F(MqReactorLoopDeathTest, SocketLostByARefusedConnectionCannotBeRead) {
   EXPECT_DEATH(Run(), "`rc != -1'");
 }
 
+// ----- clients of publishers
+
+// Whether something waits that the library does not take up before its socket is used.
+bool IsAnythingWaiting(zsock_t* socket, int milliseconds = 0) {
+  zmq_pollitem_t item{nullptr, static_cast<int>(zsock_fd(socket)), ZMQ_POLLIN, 0};
+  return zmq_poll(&item, 1, milliseconds) > 0;
+}
+
+// Ends the loop when nothing waits for the publisher behind the argument, or when it has taken too
+// long.
+int EndWhenNothingWaits(zloop_t*, int, void* argument) {
+  static const std::int64_t end = zclock_mono() + mqtest::kDeadlineMs;
+  const bool isOver = !IsAnythingWaiting(static_cast<zsock_t*>(argument)) || zclock_mono() > end;
+  return isOver ? -1 : 0;
+}
+
+// A publisher of which nothing is sent, and a client of it.
+class PublisherInLoopTest : public MqReactorLoopTest {
+ protected:
+  PublisherInLoopTest() : silent_(zsock_new(ZMQ_PUB)), client_(zsock_new(ZMQ_SUB)) {
+    const std::string endpoint = mqtest::IpcEndpoint("mqReactorLoopTestSilent.ipc");
+    zsock_bind(silent_, "%s", endpoint.c_str());
+    zsock_events(silent_);  // what the bind itself left to do
+    zsock_connect(client_, "%s", endpoint.c_str());
+  }
+
+  ~PublisherInLoopTest() override {
+    zsock_destroy(&client_);
+    zsock_destroy(&silent_);
+  }
+
+  zsock_t* silent_;
+  zsock_t* client_;
+};
+
+TEST_F(PublisherInLoopTest, ClientIsDealtWithAlthoughNothingIsSent) {
+  reactor_->WatchClients(silent_);
+  ASSERT_TRUE(IsAnythingWaiting(silent_, mqtest::kDeadlineMs));
+  reactor_->AddTimer(EndWhenNothingWaits, silent_, 10, 0);
+  Run();
+  EXPECT_FALSE(IsAnythingWaiting(silent_));
+  reactor_->UnwatchClients(silent_);
+}
+
+TEST_F(PublisherInLoopTest, PublisherThatIsNoLongerWatchedMayBeDestroyed) {
+  reactor_->WatchClients(silent_);
+  reactor_->UnwatchClients(silent_);
+  reactor_->UnwatchClients(nullptr);
+  zsock_destroy(&silent_);
+  int calls = 0;
+  reactor_->AddTimer(EndAtThirdCall, &calls, 1, 0);
+  EXPECT_TRUE(Run());
+  EXPECT_EQ(3, calls);
+}
+
+TEST_F(MqReactorLoopDeathTest, PublisherThatCannotBeWatchedStopsTheProcess) {
+  EXPECT_DEATH(reactor_->WatchClients(nullptr), "`IsValidReactor\\(\\) && publisher != nullptr'");
+  faults::Fail(Call::LoopReader);
+  EXPECT_DEATH(reactor_->WatchClients(reactor_->mpSock), "`rc != -1'");
+}
+
 // ----- timers
 
 TEST_F(MqReactorLoopTest, TimersAreCountedAndTold) {

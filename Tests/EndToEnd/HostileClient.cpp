@@ -1,0 +1,175 @@
+// Clients of the service's publishers that mean no good, in a process of their own and behind
+// everybody else in the queue for the processor. The arguments are what to do and the publisher's
+// socket file; "Topics" and "Silent" want numbers too. Tells on standard output, each second or
+// once, what it has done. Ends by a signal only.
+
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "Zmtp.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kNiceness = 10;
+
+[[noreturn]] void GiveUp(const std::string& what) {
+  std::fprintf(stderr, "HostileClient: %s: %s.\n", what.c_str(), std::strerror(errno));
+  std::exit(1);
+}
+
+std::string RandomBytes(std::size_t count) {
+  static std::mt19937 random(static_cast<unsigned>(getpid()));
+  std::string bytes(count, '\0');
+  for (char& byte : bytes)
+    byte = static_cast<char>(random());
+  return bytes;
+}
+
+// One connection; it ends with the process, or earlier.
+class Connection {
+ public:
+  // Waits while the publisher has no room for it.
+  explicit Connection(const std::string& path) : mSocket(socket(AF_UNIX, SOCK_STREAM, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    if (connect(mSocket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+      GiveUp(path);
+  }
+
+  void Say(const std::string& bytes) const {
+    send(mSocket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  }
+
+  // Says what a subscriber says and hears the answer, after which it may subscribe.
+  void ShakeHands() const {
+    constexpr std::size_t kFrameHeader = 2;
+    Say(zmtp::Greeting() + zmtp::Ready("SUB"));
+    const std::string answer = Hear(zmtp::kGreetingSize + kFrameHeader);
+    if (!answer.empty())
+      Hear(static_cast<unsigned char>(answer.back()));
+  }
+
+  void End() const { close(mSocket); }
+
+ private:
+  // Nothing when the other side has closed.
+  std::string Hear(std::size_t size) const {
+    std::string bytes(size, '\0');
+    const bool isThere =
+        recv(mSocket, bytes.data(), size, MSG_WAITALL) == static_cast<ssize_t>(size);
+    return isThere ? bytes : "";
+  }
+
+  int mSocket;
+};
+
+using Numbers = std::vector<unsigned long>;
+
+// Does it over and over and tells each second how often it did.
+[[noreturn]] void Repeat(const std::function<void()>& act) {
+  const Clock::time_point start = Clock::now();
+  unsigned long count = 0;
+  for (long seconds = 0;;) {
+    act();
+    ++count;
+    const Clock::duration passed = Clock::now() - start;
+    if (passed / std::chrono::seconds(1) > seconds) {
+      seconds = passed / std::chrono::seconds(1);
+      std::printf("%lu connections in %ld s\n", count, seconds);
+      std::fflush(stdout);
+    }
+  }
+}
+
+[[noreturn]] void StayFor(const char* what, std::size_t count) {
+  std::printf("%zu %s\n", count, what);
+  std::fflush(stdout);
+  for (;;)
+    pause();
+}
+
+// Connects, never subscribes and leaves.
+void ComeAndGo(const std::string& path, const Numbers&) {
+  Repeat([&] {
+    const Connection connection(path);
+    connection.ShakeHands();
+    connection.End();
+  });
+}
+
+// The same with garbage in between, much of which are subscriptions.
+void Garbage(const std::string& path, const Numbers&) {
+  constexpr std::size_t kBytes = 4000;
+  Repeat([&] {
+    const Connection connection(path);
+    connection.ShakeHands();
+    connection.Say(RandomBytes(kBytes));
+    connection.End();
+  });
+}
+
+// CLIENTS TOPICS LENGTH: as many clients, each with as many topics of that length. All leave at
+// once, with the process.
+void Topics(const std::string& path, const Numbers& numbers) {
+  for (unsigned long client = 0; client < numbers.at(0); ++client) {
+    const Connection connection(path);
+    connection.ShakeHands();
+    for (unsigned long topic = 0; topic < numbers.at(1); ++topic)
+      connection.Say(zmtp::Subscription(RandomBytes(numbers.at(2))));
+  }
+  StayFor("clients have subscribed", numbers.at(0));
+}
+
+// CLIENTS: as many clients that connect and never say a word.
+void Silent(const std::string& path, const Numbers& numbers) {
+  for (unsigned long client = 0; client < numbers.at(0); ++client)
+    const Connection connection(path);
+  StayFor("clients are silent", numbers.at(0));
+}
+
+struct Kind {
+  const char* name;
+  void (*act)(const std::string& path, const Numbers& numbers);
+};
+
+constexpr Kind kKinds[] = {
+    {"ComeAndGo", ComeAndGo}, {"Garbage", Garbage}, {"Topics", Topics}, {"Silent", Silent}};
+
+void AllowAllFiles() {
+  rlimit files = {};
+  getrlimit(RLIMIT_NOFILE, &files);
+  files.rlim_cur = files.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &files);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  setpriority(PRIO_PROCESS, 0, kNiceness);
+  AllowAllFiles();
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  if (arguments.size() < 2)
+    GiveUp("what to do and a socket file are missing");
+  Numbers numbers;
+  for (std::size_t i = 2; i < arguments.size(); ++i)
+    numbers.push_back(std::stoul(arguments[i]));
+  for (const Kind& kind : kKinds)
+    if (arguments[0] == kind.name)
+      kind.act(arguments[1], numbers);
+  GiveUp("nothing like " + arguments[0]);
+}

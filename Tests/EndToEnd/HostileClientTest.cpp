@@ -1,0 +1,101 @@
+// Clients that mean no good: what they do to the publishers costs the others neither the cadence
+// nor their service, and the process neither its memory nor its life. The short runs belong to the
+// tests of every day, the minutes (label `soak`) do not.
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include "FaultyUnit.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kAWhile{4};
+constexpr std::chrono::seconds kAMinute{60};
+
+/// Freed memory that a sanitizer holds back counts too.
+#ifdef __SANITIZE_ADDRESS__
+constexpr long kBoundKib = 640 * 1024;
+#else
+constexpr long kBoundKib = 64 * 1024;
+#endif
+
+std::string FileOf(const std::string& name) {
+  return "/run/shm/mq/" + name;
+}
+
+const std::string kDataFile = FileOf(louddesk::DataPublisherFile(1, 1));
+const std::string kStateFile = FileOf(louddesk::StatePublisherFile(1, 1));
+
+class HostileClientTest : public FaultyUnit,
+                          public testing::WithParamInterface<std::chrono::seconds> {
+ protected:
+  void SetUp() override {
+    ASSERT_NO_FATAL_FAILURE(StartInOrder());
+    ASSERT_NO_FATAL_FAILURE(BeginWatch());
+  }
+
+  void TearDown() override {
+    for (const auto& hostile : mHostile) {
+      const std::vector<OutputLine> lines = hostile->Lines();
+      std::cout << "  " << (lines.empty() ? "nothing done" : lines.back().text) << std::endl;
+    }
+    mHostile.clear();
+    FaultyUnit::TearDown();
+  }
+
+  /// Starts one and waits until it has begun.
+  void StartHostile(const std::vector<std::string>& arguments) {
+    mHostile.push_back(std::make_unique<ServiceProcess>(HOSTILE_CLIENT_BINARY, arguments));
+    ASSERT_TRUE(mHostile.back()->WaitForLine(" ", kPatience)) << "nothing done";
+  }
+
+  /// Lets the time of the test pass by; the hostile ones go on.
+  void Endure() {
+    for (const auto end = Clock::now() + GetParam(); Clock::now() < end;) {
+      Pass(kPeriod);
+      mMostKib = std::max(mMostKib, mService->ResidentKib());
+      mUnit.DropStates();
+      mUnit.DropLoudnessData();
+      mUnit.DropHeartbeats();
+    }
+    for (const auto& hostile : mHostile)
+      EXPECT_TRUE(hostile->IsRunning()) << "ended early";
+  }
+
+  void ExpectNothingSuffered() {
+    RecordFigure("most_memory_kib", static_cast<double>(mMostKib));
+    EXPECT_LE(mMostKib, kBoundKib);
+    ExpectWatchedWell();
+  }
+
+  std::vector<std::unique_ptr<ServiceProcess>> mHostile;
+
+ private:
+  long mMostKib = 0;  // of the service's memory
+};
+
+TEST_P(HostileClientTest, WhoConnectsAndNeverSubscribesFillsNoMemory) {
+  for (const std::string& file : {kStateFile, kStateFile, kDataFile})
+    ASSERT_NO_FATAL_FAILURE(StartHostile({"ComeAndGo", file}));
+  Endure();
+  ExpectNothingSuffered();
+}
+
+TEST_P(HostileClientTest, WhoTalksGarbageCostsNoCadence) {
+  for (const std::string& file : {kStateFile, kDataFile})
+    ASSERT_NO_FATAL_FAILURE(StartHostile({"Garbage", file}));
+  Endure();
+  ExpectNothingSuffered();
+}
+
+const auto kNameOfLength = [](const testing::TestParamInfo<std::chrono::seconds>& info) {
+  return std::to_string(info.param.count()) + "Seconds";
+};
+
+INSTANTIATE_TEST_SUITE_P(Seconds, HostileClientTest, testing::Values(kAWhile), kNameOfLength);
+INSTANTIATE_TEST_SUITE_P(Soak, HostileClientTest, testing::Values(kAMinute), kNameOfLength);
+
+}  // namespace
