@@ -4,6 +4,7 @@
 
 #include <rapidjson/reader.h>
 
+#include <cmath>
 #include <cstring>
 
 namespace json {
@@ -24,7 +25,10 @@ class BoundedDocument {
   bool Uint(unsigned value) { return CountValue() && mDocument.Uint(value); }
   bool Int64(std::int64_t value) { return CountValue() && mDocument.Int64(value); }
   bool Uint64(std::uint64_t value) { return CountValue() && mDocument.Uint64(value); }
-  bool Double(double value) { return CountValue() && mDocument.Double(value); }
+  // The reader itself refuses some numbers beyond the range and makes an infinity of the others.
+  bool Double(double value) {
+    return std::isfinite(value) && CountValue() && mDocument.Double(value);
+  }
   bool RawNumber(const char* text, Size length, bool copy) {
     return CountValue() && mDocument.RawNumber(text, length, copy);
   }

@@ -60,6 +60,17 @@ TEST(JsonAccessTest, TextThatIsNotJsonIsRefused) {
   }
 }
 
+TEST(JsonAccessTest, NumberBeyondTheRangeOfADoubleRefusesTheDocument) {
+  for (const char* number : {"1e309", "-1e309", "99e308", "-99e308", "1.8e308", "1e99999"})
+    for (const std::string& text : {"{\"unknown\":" + std::string(number) + "}",
+                                    "{\"a\":1,\"b\":[{\"c\":" + std::string(number) + "}]}"}) {
+      rapidjson::Document document;
+      EXPECT_FALSE(json::Parse(text.c_str(), document)) << text;
+    }
+  for (const char* number : {"1.7e308", "-1.7e308", "1e308", "1e-400"})
+    Parsed("{\"a\":" + std::string(number) + "}");
+}
+
 TEST(JsonAccessTest, OnlyAnObjectIsAnObject) {
   for (const char* text : {"[]", "[{}]", "1", "\"{}\"", "true", "null"}) {
     rapidjson::Document document;
