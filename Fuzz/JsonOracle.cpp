@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "JsonAccess.h"
+#include "SecondReader.h"
 
 namespace fuzz {
 
@@ -24,7 +25,11 @@ bool Has(const Value& object, const char* name, bool (Value::*isOfType)() const)
 
 }  // namespace
 
-Document::Document(const Text& text) : mIsJson(json::Parse(text.c_str(), mDocument)) {}
+Document::Document(const Text& text) : mIsJson(json::Parse(text.c_str(), mDocument)) {
+  const Verdict verdict = JudgeText(text.c_str());
+  FUZZ_PROPERTY(verdict == Verdict::kEither || mIsJson == (verdict == Verdict::kTaken),
+                "a text is taken when it is JSON within the limits and only then");
+}
 
 const Value* Member(const Value& object, const char* name) {
   if (!object.IsObject())

@@ -1,5 +1,6 @@
-// What a document says, found out apart from the readers under test: the first member of a name
-// counts, and only when it is of the type asked for.
+// What a document says, found out apart from the readers under test: another library judges whether
+// it is one, and of its members the first of a name counts, and only when it is of the type asked
+// for.
 
 #pragma once
 
@@ -15,6 +16,8 @@ namespace fuzz {
 /// A text parsed with the limits that every reader shares.
 class Document {
  public:
+  /// Asserts that the service takes the text as a document when it is JSON within the limits, and
+  /// only then.
   explicit Document(const Text& text);
 
   bool IsJson() const { return mIsJson; }

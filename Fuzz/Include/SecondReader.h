@@ -1,0 +1,19 @@
+// Whether a text is JSON within the limits, judged by another JSON library than the one under test.
+
+#pragma once
+
+namespace fuzz {
+
+enum class Verdict {
+  kRefused,  // it is no JSON, or exceeds a limit
+  kTaken,    // it is JSON within the limits
+  kEither,   // a number in it lies at the very end of the range of a double, or has so many digits
+             // or so high an exponent that a reader may give it up
+};
+
+/// The verdict on a zero-terminated text. The limits are those of JsonAccess.h: size, values and
+/// keys together, nesting. Bytes above 127 and halves of surrogate pairs are taken for characters,
+/// as every reader of the service takes them.
+Verdict JudgeText(const char* text);
+
+}  // namespace fuzz
