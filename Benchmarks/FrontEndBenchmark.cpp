@@ -40,7 +40,6 @@ namespace {
 
 using louddesk::BlockMeter;
 using louddesk::BlockReading;
-using louddesk::kBlocksPerSecond;
 
 constexpr int kSampleRate = 48000;
 constexpr std::size_t kBlockFrames = kSampleRate / kBlocksPerSecond;

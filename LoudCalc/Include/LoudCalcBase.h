@@ -11,19 +11,13 @@
 #include "Circbuf.h"
 #include "LoudInteg.h"
 #include "LoudnessData.h"
+#include "RawLoudnessData.h"
 
 /// Channels that a channel configuration has weights for.
 constexpr std::size_t kNumConfigChannels = 16;
 
 /// Blocks of 100 ms in the 400 ms of the momentary loudness.
 constexpr std::size_t kMomentaryBlocks = 4;
-
-/// Blocks in a second.
-constexpr std::uint32_t kBlocksPerSecond = 10;
-
-/// True peak of a full-scale signal, 0 dBTP, and the largest that a block can have, 6.02 dBTP.
-constexpr std::uint16_t kFullScalePeak = 32768;
-constexpr std::uint16_t kLargestPeak = 65535;
 
 struct ChanConfig_s {
   std::uint8_t FirstChan = 0;                               // first channel of the programme

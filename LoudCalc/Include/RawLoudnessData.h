@@ -9,6 +9,13 @@
 /// Meters of a block; entry i of a frame belongs to meter i + 1.
 constexpr unsigned kRawMeters = 32;
 
+/// Blocks in a second.
+constexpr std::uint32_t kBlocksPerSecond = 10;
+
+/// True peak of a full-scale signal, 0 dBTP, and the largest that the engine takes, 6.02 dBTP.
+constexpr std::uint32_t kFullScalePeak = 32768;
+constexpr std::uint32_t kLargestPeak = 65535;
+
 /// Bytes of one frame as they came. The frame may be of any size and alignment.
 struct FrameBytes {
   const void* data;  // null or `size` 0: an empty frame
@@ -18,7 +25,7 @@ struct FrameBytes {
 /// One block summed over the programme.
 struct ProgrammeBlock {
   std::uint64_t power;  // weighted sum of powers, engine's integer power scale, modulo 2^64
-  std::uint32_t peak;   // largest true peak, full scale 32768
+  std::uint32_t peak;   // largest true peak, `kFullScalePeak` for 0 dBTP
 };
 
 /// Sums a block over the meters whose bit is set in `meters` (bit i: meter i + 1).

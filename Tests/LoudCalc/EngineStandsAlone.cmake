@@ -11,7 +11,7 @@ cmake_minimum_required(VERSION 3.25)
 
 set(ENGINE_HEADERS
   Bin.h Circbuf.h DispatcherHook.h LoudCalcBase.h LoudConfigUser.h LoudInteg.h LoudnessData.h
-  LuEnumerations.h)
+  LuEnumerations.h RawLoudnessData.h)
 set(FORBIDDEN_LIBRARIES "(czmq|zmq|zsock|rapidjson)")
 
 string(REPLACE "," ";" INCLUDE_DIRS "${INCLUDE_DIRS}")

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "BlockMeter.h"
+#include "Endpoints.h"
 #include "JsonParser.h"
 #include "LoudCalcBase.h"
 #include "LoudConfigUser.h"
@@ -16,26 +17,13 @@
 namespace louddesk {
 namespace {
 
-constexpr char kRawDataTopic[] = "ProbeLuRawData-1";
+constexpr std::uint32_t kMeterSet = 1;
 
 // Content of the last frame, which must be there but means nothing.
 constexpr char kSpareFrame[] = "-";
 
 // After a reset the engine only fills its 400 ms, without looking at the peaks.
 constexpr std::uint64_t kWarmUpBlocks = kMomentaryBlocks - 1;
-
-// What lies between the gated loudness and the lower gate of the loudness range (EBU Tech 3342).
-constexpr float kLraGateLu = 20.0F;
-constexpr float kAbsoluteGateLkfs = -70.0F;
-
-// Lower end of the loudness range (EBU Tech 3342).
-constexpr std::uint64_t kLraLowPercent = 10;
-
-// What the loudness codes of the engine differ by.
-constexpr double kCodeWidthLu = 0.02;
-
-// Momentary readings from here on all have the last loudness code.
-constexpr double kEndOfCodesLkfs = kAbsoluteGateLkfs + kCodeWidthLu * kMaxLoudnessCode;
 
 constexpr double kTwoTo64 = 18446744073709551616.0;
 
@@ -60,7 +48,7 @@ bool HasWrapped(const cLoudInteg& integrator) {
 }
 
 std::optional<double> LraReading() {
-  if (pLraLoud->GetGatedLkfsReading() - kLraGateLu < kAbsoluteGateLkfs)
+  if (pLraLoud->GetLraGate() < kAbsoluteGateLkfs)
     return std::nullopt;
   return pLraLoud->GetLra();
 }
@@ -79,37 +67,23 @@ std::optional<double> RelativeGate(const cLoudInteg& integrator) {
   return gate;
 }
 
-double LoudnessOfCode(std::size_t code) {
-  return kAbsoluteGateLkfs + kCodeWidthLu * (static_cast<double>(code) - 1.0);
-}
-
-// Both ends of the loudness range, by the counting of `Cbin::GetLra`, which tells only their
-// distance.
 void ReadLraEnds(const cLoudInteg& integrator, LoudnessDistribution& distribution) {
-  const float gate = integrator.GetGatedLkfsReading() - kLraGateLu;
+  const float gate = integrator.GetLraGate();
   if (gate < kAbsoluteGateLkfs)
     return;
-  const auto& bins = integrator.Bins.Bins;
-  const std::size_t lowest = Cbin::GetBinIndx(gate);
-  std::uint64_t total = 0;
-  for (std::size_t code = lowest; code < bins.size(); ++code)
-    total += bins[code];
-  if (total == 0)
+  const LraEnds ends = integrator.Bins.GetLraEnds(Cbin::GetBinIndx(gate));
+  if (ends.low == 0)
     return;
-  std::uint64_t below = 0;
-  std::size_t low = lowest;
-  while ((below += bins[low]) * 100 / total < kLraLowPercent)
-    ++low;
-  distribution.lraLow = LoudnessOfCode(low);
-  distribution.lraHigh = *distribution.lraLow + integrator.GetLra();
+  distribution.lraLow = LoudnessOfCode(static_cast<std::size_t>(ends.low));
+  distribution.lraHigh = LoudnessOfCode(static_cast<std::size_t>(ends.high));
 }
 
 }  // namespace
 
 EngineMeter::EngineMeter() : mMaxShortTerm(kNoLoudnessLkfs) {
   cJsonParser::GetInstance();
-  SetIntegWinTime(kIntegratedWindow);
-  SetLraWinTime(kLraWindow);
+  SetIntegWinTime(kMaxIntegWinSecs);
+  SetLraWinTime(kMaxLraWinSecs);
   LoudCalcInit();
 }
 
@@ -139,7 +113,9 @@ void EngineMeter::Feed(const BlockReading& reading) {
   zmsg_addmem(message, reading.peaks.data(), sizeof reading.peaks);
   zmsg_addmem(message, reading.powers.data(), sizeof reading.powers);
   zmsg_addstr(message, kSpareFrame);
-  cJsonParser::ParseBinaryMessage(kRawDataTopic, message);
+  NumberedTopic_t topic = {};
+  FormatRawDataTopic(topic, kMeterSet);
+  cJsonParser::ParseBinaryMessage(topic, message);
   zmsg_destroy(&message);
 
   CountPeak(reading);
@@ -176,7 +152,7 @@ Figures EngineMeter::Read() const {
   if (mLargestPeak > 0)
     figures.maxTruePeak = std::max(LoudCalcResultsAll.MaxTruePeak,
                                    GetTruePeak(static_cast<std::uint16_t>(mUnseenPeak)));
-  figures.isPeakAtLeast = mLargestPeak >= kLargestBlockPeak;
+  figures.isPeakAtLeast = mLargestPeak >= kLargestPeak;
   if (mBlocks > kWarmUpBlocks)
     ReadLoudness(figures);
   return figures;

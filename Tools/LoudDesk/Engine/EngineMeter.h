@@ -12,12 +12,8 @@
 
 namespace louddesk {
 
-/// Windows of the figures in seconds: the longest that the engine has. Of a longer file they cover
-/// the end.
-constexpr unsigned kIntegratedWindow = 7200;
-constexpr unsigned kLraWindow = 10800;
-
-/// The figures of a programme; nothing where there is no reading. Scales have an end, at which a
+/// The figures of a programme; nothing where there is no reading. Their windows are the longest
+/// that the engine has, and cover the end of a longer programme. Scales have an end, at which a
 /// figure means that much or more: 6.02 dBTP for true peaks, +10 LKFS for the readings that
 /// integrated and short-term loudness are made from, `LargestBlockPower` for momentary ones.
 struct Figures {

@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <limits>
 
+#include "Bin.h"
+
 namespace louddesk {
 namespace {
 
@@ -20,12 +22,10 @@ constexpr std::size_t kChunkFrames =
 constexpr double kSmallestSample = 1e-15;
 constexpr double kLargestSample = 1e15;
 
-// The service reads 10 log10(P) - 152.6905962 - 0.6974; BS.1770 reads -0.691 + 10 log10(z).
-const double kPowerScale = std::pow(10.0, (152.6905962 + 0.6974 - 0.691) / 10.0);
+// The service reads 0 LKFS at the level of its scale; BS.1770 reads -0.691 + 10 log10(z).
+const double kPowerScale = std::pow(10.0, (kPowerScaleDb + kWeightingOffsetDb - 0.691) / 10.0);
 
 constexpr std::uint64_t kLargestPowerOfAll = std::uint64_t{1} << 61;
-
-constexpr double kPeakFullScale = 32768.0;
 
 double Conditioned(double sample) {
   const double limited = std::min(std::max(sample, -kLargestSample), kLargestSample);
@@ -54,8 +54,8 @@ std::uint64_t BlockPower(double meanSquare, std::size_t channels) {
 }
 
 std::uint32_t BlockPeak(float peak) {
-  return static_cast<std::uint32_t>(std::min(std::round(static_cast<double>(peak) * kPeakFullScale),
-                                             static_cast<double>(kLargestBlockPeak)));
+  return static_cast<std::uint32_t>(std::min(std::round(static_cast<double>(peak) * kFullScalePeak),
+                                             static_cast<double>(kLargestPeak)));
 }
 
 BlockMeter::BlockMeter(std::size_t channels, int sampleRate, Peaks peaks)

@@ -34,16 +34,12 @@ std::string BadSampleText(const BadSample& sample, int sampleRate);
 /// +30 for a single one. A power that reads so was this or more.
 std::uint64_t LargestBlockPower(std::size_t channels);
 
-/// The end of the scale of the true peak, +6.02 dBTP, because the service keeps 16 bits. A peak
-/// that reads so was this or more.
-constexpr std::uint32_t kLargestBlockPeak = 65535;
-
-/// Power of a channel in the service's integer scale, in which loudness is
-/// 10 log10(P) - 152.6905962 - 0.6974 LKFS, from its K-weighted mean square, full scale 1.0, up to
-/// `LargestBlockPower`.
+/// Power of a channel in the service's integer scale (see `LoudnessOfPower`) from its K-weighted
+/// mean square, full scale 1.0, up to `LargestBlockPower`.
 std::uint64_t BlockPower(double meanSquare, std::size_t channels);
 
-/// True peak in units of 1/32768 of full scale, up to `kLargestBlockPeak`.
+/// True peak with `kFullScalePeak` for full scale, up to `kLargestPeak`, where the service's scale
+/// ends: a peak that reads so was this or more.
 std::uint32_t BlockPeak(float peak);
 
 /// Measures a stream block by block. Block n holds the frames from floor(n x rate / 10) up to but

@@ -7,18 +7,17 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "RawLoudnessData.h"
+
 namespace louddesk {
 
 /// Meters (audio channels) of a meter set.
-constexpr std::size_t kMeters = 32;
-
-/// Blocks in a second.
-constexpr unsigned kBlocksPerSecond = 10;
+constexpr std::size_t kMeters = kRawMeters;
 
 /// One block; entry i belongs to meter i + 1. Meters that nothing feeds read 0.
 struct BlockReading {
   std::array<std::uint64_t, kMeters> powers{};  // K-weighted power, the service's integer scale
-  std::array<std::uint32_t, kMeters> peaks{};   // true peak, full scale 32768, 0 ... 65535
+  std::array<std::uint32_t, kMeters> peaks{};   // true peak, 0 ... `kLargestPeak`
 };
 
 }  // namespace louddesk

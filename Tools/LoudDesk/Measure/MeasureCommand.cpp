@@ -9,6 +9,7 @@
 #include <iostream>
 #include <memory>
 
+#include "Bin.h"
 #include "Complaints.h"
 #include "FigureFormat.h"
 #include "InterruptedLine.h"
@@ -34,7 +35,7 @@ constexpr char kCsvFormat[] = "csv";
 constexpr double kMaxToleranceLu = 20.0;
 constexpr double kLowestPeakLimitDbtp = -40.0;
 constexpr double kHighestPeakLimitDbtp = 20.0;
-constexpr double kLowestTargetLkfs = -70.0;
+constexpr double kLowestTargetLkfs = kAbsoluteGateLkfs;
 constexpr double kHighestTargetLkfs = 0.0;
 
 constexpr char kFooter[] =

@@ -24,16 +24,14 @@ constexpr double kWideBelowLu = 36.0;
 constexpr double kWideAboveLu = 18.0;
 constexpr double kLuStep = 6.0;
 
-// PlotScale of the true peak.
+// Scale of the true peak.
 constexpr double kPeakStep = 10.0;
 constexpr double kLowestPeakDbtp = -40.0;
 constexpr double kHighestPeakDbtp = 3.0;
 
-// PlotScale of the histogram. Code 1 of the engine begins at the absolute gate.
-constexpr double kAbsoluteGate = -70.0;
-constexpr double kCodeWidthLu = 0.02;
+// Scale of the histogram.
 constexpr std::size_t kCodesPerBar = 25;
-constexpr double kBarLu = kCodeWidthLu * kCodesPerBar;
+constexpr double kBarLu = kBinWidthLu * kCodesPerBar;
 constexpr double kBarFilled = 0.9;       // share of a bar's place; the rest parts it from the next
 constexpr double kThinnestBandLu = 0.1;  // on both sides of a target without tolerance
 constexpr double kHistogramLow = -72.0;
@@ -145,11 +143,11 @@ std::string HighestPeakText(const SeriesPoint* highest, bool isAtLeast) {
 
 // The histogram, counted in percent of all readings.
 struct Histogram {
-  std::vector<SvgPlot::Bar> counted;  // in the integrated loudness
-  std::vector<SvgPlot::Bar> gated;    // left out by the relative gate, on top of those
-  double highest = 0.0;               // of all bars, %
-  double loudest = kAbsoluteGate;     // upper edge of the last bar, LKFS
-  double belowGate = 0.0;             // readings below the absolute gate, %
+  std::vector<SvgPlot::Bar> counted;   // in the integrated loudness
+  std::vector<SvgPlot::Bar> gated;     // left out by the relative gate, on top of those
+  double highest = 0.0;                // of all bars, %
+  double loudest = kAbsoluteGateLkfs;  // upper edge of the last bar, LKFS
+  double belowGate = 0.0;              // readings below the absolute gate, %
 };
 
 double Percentage(std::uint64_t count, std::uint64_t total) {
@@ -189,8 +187,7 @@ Histogram HistogramOf(const LoudnessDistribution& distribution) {
     std::uint64_t counted = 0;
     for (std::size_t code = first; code < std::min(first + kCodesPerBar, readings.size()); ++code)
       (code < firstCounted ? gated : counted) += readings[code];
-    AddBar(histogram, kAbsoluteGate + kCodeWidthLu * static_cast<double>(first - 1),
-           Percentage(gated, total), Percentage(counted, total));
+    AddBar(histogram, LoudnessOfCode(first), Percentage(gated, total), Percentage(counted, total));
   }
   return histogram;
 }
@@ -205,7 +202,8 @@ struct Mark {
 // inner side of their lines.
 std::vector<Mark> MarksOf(const MeasuredSeries& series, const PlotScale& scale) {
   const LoudnessDistribution& distribution = series.distribution;
-  std::vector<Mark> marks = {{kAbsoluteGate, "Absolute gate " + AxisLabel(kAbsoluteGate), "gate"}};
+  std::vector<Mark> marks = {
+      {kAbsoluteGateLkfs, "Absolute gate " + AxisLabel(kAbsoluteGateLkfs), "gate"}};
   const auto add = [&marks](const std::optional<double>& value, const char* name,
                             const char* style) {
     if (value)

@@ -16,6 +16,7 @@
 #include <string>
 
 #include "JsonAccess.h"
+#include "LoudConfigUser.h"
 #include "NumberCheck.h"
 #include "ServiceSender.h"
 
@@ -186,6 +187,10 @@ struct ConfigurationWords {
   std::string alarm = "both";
 };
 
+CLI::Range WindowBetween(std::uint32_t shortest, std::uint32_t longest) {
+  return CLI::Range(static_cast<int>(shortest), static_cast<int>(longest));
+}
+
 void AddConfigurationOptions(CLI::App* kind, ConfigurationWords& words) {
   LoudnessConfiguration& configuration = words.configuration;
   AddWord(kind, "--mode", words.mode, kModes, "Whether a stop is obeyed: in manual only");
@@ -193,10 +198,10 @@ void AddConfigurationOptions(CLI::App* kind, ConfigurationWords& words) {
   kind->add_option("--window-time", configuration.loudnessWindowTime,
                    "Window of the integrated loudness, s")
       ->capture_default_str()
-      ->check(CLI::Range(1, 7200));
+      ->check(WindowBetween(kMinIntegWinSecs, kMaxIntegWinSecs));
   kind->add_option("--lra-window", configuration.lraWindow, "Window of the loudness range, s")
       ->capture_default_str()
-      ->check(CLI::Range(9, 10800));
+      ->check(WindowBetween(kMinLraWinSecs, kMaxLraWinSecs));
   AddWord(kind, "--standard", words.standard, kStandards, "Standard and scale");
   kind->add_option("--reference", configuration.referenceLevel, "Reference level, LKFS")
       ->capture_default_str()

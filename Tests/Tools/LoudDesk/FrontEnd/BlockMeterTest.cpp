@@ -163,7 +163,7 @@ TEST(BlockMeterTest, PeakScaleIsThatOfTheService) {
   EXPECT_EQ(BlockPeak(1.41F), 46203U);
   EXPECT_EQ(BlockPeak(0.4F / 32768.0F), 0U);
   EXPECT_EQ(BlockPeak(0.6F / 32768.0F), 1U);
-  EXPECT_EQ(BlockPeak(2.0F), kLargestBlockPeak);
+  EXPECT_EQ(BlockPeak(2.0F), kLargestPeak);
   EXPECT_EQ(BlockPeak(1e15F), 65535U);
 }
 
