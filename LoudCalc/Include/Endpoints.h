@@ -39,24 +39,22 @@ constexpr const char* kMeterSetTopicPrefixes[] = {kPresetTopicPrefix, kConfigura
                                                   kCommandTopicPrefix};
 constexpr std::uint32_t kLastMeterSetWithTopics = 1;
 
-// Signal-processing stage, IPC: endpoint and topic without a meter set, and their beginnings with
-// one.
-constexpr char kRawDataEndpoint[] = "hwmProg1LoudnessDataPub.ipc";
-constexpr char kRawDataEndpointPrefix[] = "hwmProbeLuRawDataPub-";
-constexpr char kRawDataTopic[] = "LoudnessDspData";
+// Signal-processing stage, IPC: file and topic without a meter set, and their beginnings with one.
+constexpr char kSharedRawDataFile[] = "hwmProg1LoudnessDataPub.ipc";
+constexpr char kRawDataFilePrefix[] = "hwmProbeLuRawDataPub-";
+constexpr char kSharedRawDataTopic[] = "LoudnessDspData";
 constexpr char kRawDataTopicPrefix[] = "ProbeLuRawData-";
 
 /// Write the file and the topic of the raw blocks of a meter set, 0: without one.
 inline void FormatRawDataFile(MqFileName_t& file, std::uint32_t meterSet) {
   if (meterSet == 0)
-    std::snprintf(file, sizeof file, "%s", kRawDataEndpoint);
+    std::snprintf(file, sizeof file, "%s", kSharedRawDataFile);
   else
-    std::snprintf(file, sizeof file, "%s%d.ipc", kRawDataEndpointPrefix,
-                  static_cast<int>(meterSet));
+    std::snprintf(file, sizeof file, "%s%d.ipc", kRawDataFilePrefix, static_cast<int>(meterSet));
 }
 inline void FormatRawDataTopic(NumberedTopic_t& topic, std::uint32_t meterSet) {
   if (meterSet == 0)
-    std::snprintf(topic, sizeof topic, "%s", kRawDataTopic);
+    std::snprintf(topic, sizeof topic, "%s", kSharedRawDataTopic);
   else
     FormatNumberedTopic(topic, kRawDataTopicPrefix, meterSet);
 }

@@ -165,7 +165,7 @@ TEST_F(ProtocolDocumentTest, EveryMessageFileHoldsAMessage) {
 TEST_F(ProtocolDocumentTest, EveryTopicIsNamed) {
   for (const char* topic :
        {kSystemStatusTopic, kApplicationCommandTopic, kHwmStatusTopic, kAppLoudnessCommandTopic,
-        kEnableReportingTopic, kRawDataTopic, kHeartBeatTopic, kRepublicationTopic,
+        kEnableReportingTopic, kSharedRawDataTopic, kHeartBeatTopic, kRepublicationTopic,
         kForwardedCommandTopic, kLoudnessDataTopic})
     ExpectText(Code(topic));
   for (const char* prefix :
@@ -179,7 +179,7 @@ TEST_F(ProtocolDocumentTest, EveryEndpointIsNamed) {
   for (const unsigned port : {kHbMonPort, kHwmPort, kAppserverPort, kMonitorInletPort})
     ExpectText(":" + std::to_string(port) + "`");
   for (const std::string& file :
-       {std::string(kRawDataEndpoint), kRawDataEndpointPrefix + std::string("<n>.ipc"),
+       {std::string(kSharedRawDataFile), kRawDataFilePrefix + std::string("<n>.ipc"),
         std::string(kSharedPublisherFile), kDataPublisherFilePrefix + std::string("m<n>c<c>.ipc"),
         kStatePublisherFilePrefix + std::string("m<n>c<c>.ipc"), std::string(kLogSinkIpcName)})
     ExpectText(Code("ipc://" + std::string(kIpcDirectory) + "/" + file));

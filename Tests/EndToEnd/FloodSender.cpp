@@ -16,10 +16,12 @@
 #include <vector>
 
 #include "BlockReading.h"
+#include "Endpoints.h"
 #include "Frames.h"
 #include "JsonAccess.h"
 #include "PresetBuilder.h"
 #include "UnitDocuments.h"
+#include "UnitStandIn.h"
 
 namespace {
 
@@ -29,9 +31,11 @@ using louddesk::Frames;
 constexpr int kNiceness = 10;
 constexpr std::chrono::milliseconds kPace{1};
 
-constexpr char kPresetTopic[] = "AppProbeIOMatrixStream-1";
-constexpr char kCommandTopic[] = "AppIOQVLoudnessCmd-1";
-constexpr char kConfigurationTopic[] = "AppProbeSetLuConf-1";
+constexpr unsigned kMeterSet = 1;
+
+const std::string kPresetTopic = louddesk::TopicFor(kPresetTopicPrefix, kMeterSet);
+const std::string kCommandTopic = louddesk::TopicFor(kCommandTopicPrefix, kMeterSet);
+const std::string kConfigurationTopic = louddesk::TopicFor(kConfigurationTopicPrefix, kMeterSet);
 
 const std::vector<std::string> kSurround = {"Left", "Right", "Center", "LeftSurround",
                                             "RightSurround"};
@@ -40,10 +44,7 @@ Frames Block() {
   louddesk::BlockReading block;
   block.powers.fill(1000000000000000);
   block.peaks.fill(1000);
-  const auto bytes = [](const auto& entries) {
-    return std::string(reinterpret_cast<const char*>(entries.data()), sizeof entries);
-  };
-  return {"ProbeLuRawData-1", bytes(block.peaks), bytes(block.powers), "spare"};
+  return louddesk::RawMessage(kMeterSet, block);
 }
 
 Frames CommandOfAnotherCluster() {
@@ -98,7 +99,7 @@ const std::vector<Kind>& Kinds() {
       {"CommandsOfAnotherCluster", CommandOfAnotherCluster},
       {"UnknownTopics",
        [] {
-         return Frames{"AppLoudnessCmd", "{}"};
+         return Frames{kAppLoudnessCommandTopic, "{}"};
        }},
       {"BrokenConfigurations",
        [] {

@@ -65,7 +65,7 @@ std::map<std::string, int> SubscriptionsDue(Peer peer, const louddesk::UnitStand
                                     {kHwmStatusTopic, 1},
                                     {kAppLoudnessCommandTopic, 1},
                                     {kEnableReportingTopic, 1}};
-  for (const char* prefix : {kPresetTopicPrefix, kConfigurationTopicPrefix, kCommandTopicPrefix})
+  for (const char* prefix : kMeterSetTopicPrefixes)
     due[louddesk::TopicFor(prefix, unit.MeterSet())] = 1;
   return due;
 }

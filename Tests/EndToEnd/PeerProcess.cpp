@@ -13,8 +13,10 @@
 #include <vector>
 
 #include "BlockReading.h"
+#include "Endpoints.h"
 #include "Frames.h"
 #include "SecondComputation.h"
+#include "UnitStandIn.h"
 
 namespace {
 
@@ -24,6 +26,7 @@ using louddesk::Frames;
 constexpr std::chrono::milliseconds kPublishPeriod{50};
 
 constexpr char kSignalProcessor[] = "SignalProcessor";
+constexpr unsigned kMeterSet = 1;
 
 struct PlaceKind {
   const char* place;
@@ -34,20 +37,15 @@ struct PlaceKind {
 const std::vector<PlaceKind>& Kinds() {
   static const std::vector<PlaceKind> kinds = {
       {"HeartbeatReceiver", ZMQ_PULL, {}},
-      {"ProcessMonitor", ZMQ_PUB, {"HbSysStatusEvent", R"({"SystemStatus":"Okay"})"}},
-      {"HardwareManager", ZMQ_PUB, {"HwmStatusOrRequest?", "{}"}},
-      {"MainAppServer", ZMQ_PUB, {"AppLoudnessCmd", "{}"}},
-      {"OpticalAppServer", ZMQ_PUB, {"QVProbeOptInputDataCmd?", "{}"}},
+      {"ProcessMonitor", ZMQ_PUB, {kSystemStatusTopic, R"({"SystemStatus":"Okay"})"}},
+      {"HardwareManager", ZMQ_PUB, {std::string(kHwmStatusTopic) + "?", "{}"}},
+      {"MainAppServer", ZMQ_PUB, {kAppLoudnessCommandTopic, "{}"}},
+      {"OpticalAppServer", ZMQ_PUB, {std::string(kEnableReportingTopic) + "?", "{}"}},
       {kSignalProcessor, ZMQ_PUB, {}},
       {"LogSink", ZMQ_PULL, {}},
       {"DataClient", ZMQ_SUB, {}},
   };
   return kinds;
-}
-
-template <typename Entry>
-std::string BytesOf(const std::array<Entry, louddesk::kMeters>& entries) {
-  return {reinterpret_cast<const char*>(entries.data()), sizeof entries};
 }
 
 // Blocks of a level that changes from one to the next, so that the figures never stand still.
@@ -57,7 +55,7 @@ Frames NextBlock() {
   louddesk::BlockReading reading;
   reading.powers.fill(PowerOf(level));
   reading.peaks.fill(1000);
-  return {"ProbeLuRawData-1", BytesOf(reading.peaks), BytesOf(reading.powers), "spare"};
+  return louddesk::RawMessage(kMeterSet, reading);
 }
 
 [[noreturn]] void GiveUp(const std::string& what) {

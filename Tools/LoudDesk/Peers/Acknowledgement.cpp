@@ -6,6 +6,8 @@
 #include <iterator>
 
 #include "JsonAccess.h"
+#include "LoudReport.h"
+#include "LuMessageKeys.h"
 
 namespace louddesk {
 
@@ -20,10 +22,10 @@ struct TopicEntry {
 };
 
 constexpr TopicEntry kTopics[] = {
-    {"IOQVHwmLoudnessCmd_Repub_", StateKind::kAcknowledgement, true},
-    {"IOQVHwmLoudnessCmd_", StateKind::kAcknowledgement, false},
-    {"IOQVHwmSetLoudnessConfiguration_Repub_", StateKind::kConfiguration, true},
-    {"IOQVHwmSetLoudnessConfiguration_", StateKind::kConfiguration, false},
+    {kAcknowledgementRepubTopicPrefix, StateKind::kAcknowledgement, true},
+    {kAcknowledgementTopicPrefix, StateKind::kAcknowledgement, false},
+    {kCurrentConfRepubTopicPrefix, StateKind::kConfiguration, true},
+    {kCurrentConfTopicPrefix, StateKind::kConfiguration, false},
 };
 
 // A command that may be acknowledged as another one.
@@ -66,9 +68,10 @@ std::string ConfigurationText(const std::string& configuration) {
   std::uint32_t window = 0;
   std::uint32_t range = 0;
   if (!json::ParseObject(configuration.c_str(), document) ||
-      !json::Read(document, "LoudnessStandard", standard) || !json::Read(document, "Mode", mode) ||
-      !json::Read(document, "LoudnessWindowTime", window) ||
-      !json::Read(document, "LraWindow", range))
+      !json::Read(document, lu_key::kLoudnessStandard, standard) ||
+      !json::Read(document, lu_key::kMode, mode) ||
+      !json::Read(document, lu_key::kLoudnessWindowTime, window) ||
+      !json::Read(document, lu_key::kLraWindow, range))
     return "Configuration";
   return "Configuration: " + standard + ", " + mode + ", window " + std::to_string(window) +
          " s, range " + std::to_string(range) + " s";
@@ -84,11 +87,11 @@ std::optional<ServiceAnswer> ReadAnswer(const StateMessage& message) {
   ServiceAnswer answer;
   answer.kind = topic->kind;
   answer.isRepublished = topic->isRepublished;
-  answer.user = ReadUnsigned(document, "UID");
-  answer.cmdTime = ReadUnsigned(document, "CmdTS");
+  answer.user = ReadUnsigned(document, lu_key::kWrittenUser);
+  answer.cmdTime = ReadUnsigned(document, lu_key::kCommandTimeStamp);
   if (topic->kind == StateKind::kConfiguration)
     answer.configuration = EnvelopedText(message.json);
-  else if (!json::Read(document, "Command", answer.command))
+  else if (!json::Read(document, lu_key::kCommand, answer.command))
     return std::nullopt;
   return answer;
 }

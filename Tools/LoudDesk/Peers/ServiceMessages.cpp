@@ -6,13 +6,12 @@
 #include <cstring>
 
 #include "JsonAccess.h"
+#include "Logger.h"
+#include "PubHandler.h"
 
 namespace louddesk {
 
 namespace {
-
-constexpr char kLoudnessTopic[] = "LoudnessData";
-constexpr std::size_t kLoudnessFrames = 12;
 
 bool HasNumbersOnly(const Frames& frames) {
   return std::all_of(frames.begin() + 1, frames.end(),
@@ -25,18 +24,18 @@ LoudnessMessage DecodeLoudnessMessage(const Arrival& arrival) {
   LoudnessMessage message;
   message.frames = arrival.frames;
   message.time = arrival.time;
-  message.wellFormed = arrival.frames.size() == kLoudnessFrames &&
-                       arrival.frames.front() == kLoudnessTopic && HasNumbersOnly(arrival.frames);
+  message.wellFormed = arrival.frames.size() == kLuDataFrameCount &&
+                       arrival.frames.front() == kLoudnessDataTopic &&
+                       HasNumbersOnly(arrival.frames);
   if (!message.wellFormed)
     return message;
-  LoudnessData_t& data = message.data;
-  std::int16_t* const fields[kLoudnessFrames - 1] = {
-      &data.MaxMomentary, &data.Momentary, &data.ShortTerm,
-      &data.Integrated,   &data.Lra,       &data.Program,
-      &data.MaxTruePeak,  &data.TruePeak,  &message.validSource,
-      &message.command,   &message.cluster};
-  for (std::size_t i = 0; i < kLoudnessFrames - 1; ++i)
-    std::memcpy(fields[i], arrival.frames[i + 1].data(), sizeof(std::int16_t));
+  LuDataContent_t content{};
+  for (std::size_t i = 1; i < kLuDataFrameCount; ++i)
+    std::memcpy(&(content.*kLuDataFrames[i].value), arrival.frames[i].data(), sizeof(std::int16_t));
+  message.data = content;
+  message.validSource = content.ValidSrc;
+  message.command = content.Cmd;
+  message.cluster = content.ClId;
   return message;
 }
 
@@ -58,10 +57,10 @@ LogLine DecodeLogLine(const Frames& frames) {
     line.message = frames.front();
     return line;
   }
-  json::Read(document, "MsgType", line.type);
-  json::Read(document, "Level", line.level);
-  json::Read(document, "Name", line.name);
-  json::Read(document, "Message", line.message);
+  json::Read(document, log_key::kType, line.type);
+  json::Read(document, log_key::kLevel, line.level);
+  json::Read(document, log_key::kName, line.name);
+  json::Read(document, log_key::kMessage, line.message);
   return line;
 }
 

@@ -10,18 +10,13 @@
 
 #include "BoardAddresses.h"
 #include "Endpoints.h"
+#include "HeartBeater.h"
+#include "Logger.h"
+#include "PubHandler.h"
 
 namespace louddesk {
 
 namespace {
-
-constexpr unsigned kHeartbeatPort = 10000;
-constexpr char kLogSinkFile[] = "loggerSinkMq.ipc";
-constexpr char kSharedPublisherFile[] = "Lc1LoudnessDataPub.ipc";
-constexpr char kDataPublisherPrefix[] = "ProbeLc1LoudnessDataPub-";
-constexpr char kStatePublisherPrefix[] = "ProbeLc1LoudnessStatePub-";
-
-constexpr unsigned kLastMeterSetWithPresets = 1;  // services of the others are driven by nobody
 
 // A content of its own, so that the frame is neither missing nor empty.
 constexpr char kSpareFrame[] = "spare";
@@ -55,15 +50,21 @@ void SettleBoardAddresses() {
 }
 
 std::string RawDataFile(unsigned meterSet) {
-  if (meterSet == 0)
-    return kRawDataEndpoint;
-  return kRawDataEndpointPrefix + std::to_string(meterSet) + ".ipc";
+  MqFileName_t file = {};
+  FormatRawDataFile(file, meterSet);
+  return file;
 }
 
-std::string PublisherFile(const std::string& prefix, unsigned meterSet, unsigned cluster) {
-  if (meterSet == 0)
-    return kSharedPublisherFile;
-  return prefix + "m" + std::to_string(meterSet) + "c" + std::to_string(cluster) + ".ipc";
+std::string RawDataTopic(unsigned meterSet) {
+  NumberedTopic_t topic = {};
+  FormatRawDataTopic(topic, meterSet);
+  return topic;
+}
+
+std::string PublisherFile(const char* prefix, unsigned meterSet, unsigned cluster) {
+  MqFileName_t file = {};
+  FormatPublisherFile(file, prefix, meterSet, cluster);
+  return file;
 }
 
 // Every text subscription of the service; it applies to each publisher that the service connects
@@ -71,8 +72,8 @@ std::string PublisherFile(const std::string& prefix, unsigned meterSet, unsigned
 std::set<std::string> TextTopics(unsigned meterSet) {
   std::set<std::string> topics = {kSystemStatusTopic, kApplicationCommandTopic, kHwmStatusTopic,
                                   kAppLoudnessCommandTopic, kEnableReportingTopic};
-  if (meterSet <= kLastMeterSetWithPresets)
-    for (const char* prefix : {kPresetTopicPrefix, kConfigurationTopicPrefix, kCommandTopicPrefix})
+  if (meterSet <= kLastMeterSetWithTopics)
+    for (const char* prefix : kMeterSetTopicPrefixes)
       topics.insert(TopicFor(prefix, meterSet));
   return topics;
 }
@@ -103,15 +104,21 @@ std::string InTimeText(Patience patience) {
 }
 
 std::string DataPublisherFile(unsigned meterSet, unsigned cluster) {
-  return PublisherFile(kDataPublisherPrefix, meterSet, cluster);
+  return PublisherFile(kDataPublisherFilePrefix, meterSet, cluster);
 }
 
 std::string StatePublisherFile(unsigned meterSet, unsigned cluster) {
-  return PublisherFile(kStatePublisherPrefix, meterSet, cluster);
+  return PublisherFile(kStatePublisherFilePrefix, meterSet, cluster);
 }
 
 std::string TopicFor(const std::string& prefix, unsigned meterSet) {
-  return prefix + std::to_string(meterSet);
+  NumberedTopic_t topic = {};
+  FormatNumberedTopic(topic, prefix.c_str(), meterSet);
+  return topic;
+}
+
+Frames RawMessage(unsigned meterSet, const BlockReading& block) {
+  return {RawDataTopic(meterSet), FrameOf(block.peaks), FrameOf(block.powers), kSpareFrame};
 }
 
 UnitStandIn::UnitStandIn(unsigned meterSet, unsigned cluster)
@@ -127,8 +134,8 @@ UnitStandIn::UnitStandIn(unsigned meterSet, unsigned cluster)
   mPublishers.try_emplace(Peer::kOpticalAppServer,
                           Endpoint::Tcp(OpticalBoardAddress(), kAppserverPort));
   mPublishers.try_emplace(Peer::kSignalProcessor, Endpoint::Ipc(RawDataFile(meterSet)));
-  mCollectors.try_emplace(Peer::kHeartbeatReceiver, onMainBoard(kHeartbeatPort));
-  mCollectors.try_emplace(Peer::kLogSink, Endpoint::Ipc(kLogSinkFile));
+  mCollectors.try_emplace(Peer::kHeartbeatReceiver, onMainBoard(kMonitorInletPort));
+  mCollectors.try_emplace(Peer::kLogSink, Endpoint::Ipc(kLogSinkIpcName));
 }
 
 void UnitStandIn::OpenAll(const std::set<Peer>& absent) {
@@ -218,7 +225,7 @@ void UnitStandIn::SendText(Peer peer, const std::string& topic,
 }
 
 void UnitStandIn::SendRaw(const BlockReading& block) {
-  SendRawFrames({FrameOf(block.peaks), FrameOf(block.powers), kSpareFrame});
+  SendFrames(Peer::kSignalProcessor, RawMessage(mMeterSet, block));
 }
 
 void UnitStandIn::SendRawFrames(const Frames& framesAfterTopic) {
@@ -280,7 +287,7 @@ void UnitStandIn::DropLogLines() {
 }
 
 std::string UnitStandIn::RawTopic() const {
-  return mMeterSet == 0 ? kRawDataTopic : TopicFor(kRawDataTopicPrefix, mMeterSet);
+  return RawDataTopic(mMeterSet);
 }
 
 void UnitStandIn::ReadEverything() {

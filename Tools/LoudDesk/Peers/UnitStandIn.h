@@ -132,4 +132,7 @@ std::string StatePublisherFile(unsigned meterSet, unsigned cluster);
 /// Topic with the meter-set number that ends it.
 std::string TopicFor(const std::string& prefix, unsigned meterSet);
 
+/// A block as the signal-processing stage publishes it, topic and all.
+Frames RawMessage(unsigned meterSet, const BlockReading& block);
+
 }  // namespace louddesk
