@@ -3,6 +3,7 @@
 
 #include "LoudReport.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "DispatcherHook.h"
@@ -11,6 +12,7 @@
 #include "JsonParser.h"
 #include "LcReactor.h"
 #include "LoudCalcBase.h"
+#include "MqListener.h"
 #include "PublishLoudness.h"
 #include "ReportingState.h"
 
@@ -19,6 +21,13 @@ namespace {
 // After an invalid source ten messages without readings go out, the first five still marked valid.
 constexpr std::uint64_t kInvalidSrcMessages = 10;
 constexpr std::uint64_t kInvalidSrcMarkedValid = 5;
+
+constexpr std::size_t kLongestMeterSet = sizeof "-2147483648" - 1;
+constexpr std::size_t kLongestTopic =
+    std::max({sizeof kAcknowledgementTopicPrefix, sizeof kAcknowledgementRepubTopicPrefix,
+              sizeof kCurrentConfTopicPrefix, sizeof kCurrentConfRepubTopicPrefix}) -
+    1 + kLongestMeterSet;
+static_assert(kLongestTopic <= kMqLongestSubscription, "clients may subscribe to every topic");
 
 std::uint32_t MeterSetNo() {
   return cLcReactor::mpReactor != nullptr ? cLcReactor::mlMeterSetNo : 1;

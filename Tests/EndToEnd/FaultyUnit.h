@@ -34,9 +34,9 @@ class FaultyUnit : public WatchedService {
   void BeginWatch();
 
   /// Expects that data kept coming since then, and bounded memory; records the figures. A gap of
-  /// up to a second is left to a busy machine, and that for which it kept the client itself from
-  /// looking.
-  void ExpectWatchedWell();
+  /// up to a second is left to a busy machine unless more is allowed, and that for which it kept the
+  /// client itself from looking.
+  void ExpectWatchedWell(Milliseconds longestGap = Milliseconds{1000});
 
   /// Moves the peers to a process of their own, or starts them there anew.
   void StartRemote(const Peers& peers);

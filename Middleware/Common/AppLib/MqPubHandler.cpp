@@ -3,7 +3,7 @@
 #include "MqPubHandler.h"
 
 #include "LogMacros.h"
-#include "MqLink.h"
+#include "MqListener.h"
 #include "MqSupport.h"
 
 namespace {

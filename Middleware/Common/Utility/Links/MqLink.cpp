@@ -66,11 +66,6 @@ void MqPrepareLink(zsock_t* socket, bool isOverTcp) {
   zsock_set_tcp_keepalive_cnt(socket, kMqKeepAliveProbes);
 }
 
-void MqPrepareListener(zsock_t* socket) {
-  zsock_set_maxmsgsize(socket, kMqMaxWordSize);
-  zsock_set_handshake_ivl(socket, kMqHandshakeTimeoutMs);
-}
-
 MqLinkWatch& MqLinkWatch::operator=(MqLinkWatch&& other) noexcept {
   std::swap(mpSocket, other.mpSocket);
   std::swap(mpEvents, other.mpEvents);

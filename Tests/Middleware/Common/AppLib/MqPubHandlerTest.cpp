@@ -11,7 +11,7 @@
 #include <cstring>
 
 #include "CzmqFaults.h"
-#include "MqLink.h"
+#include "MqListener.h"
 #include "MqTestKit.h"
 
 namespace {
@@ -122,7 +122,7 @@ TEST_F(MqPubHandlerTest, ClientWhoseTopicNoMessageCouldHaveIsDropped) {
   zstr_sendx(monitor, "LISTEN", "DISCONNECTED", nullptr);
   zstr_send(monitor, "START");
   zsock_wait(monitor);
-  zsock_set_subscribe(client, std::string(kMqMaxWordSize, 'x').c_str());
+  zsock_set_subscribe(client, std::string(kMqLongestSubscription + 1, 'x').c_str());
   ASSERT_EQ(0, zsock_connect(client, "%s", IpcEndpoint(kIpcName).c_str()));
   EXPECT_TRUE(AwaitDisconnection(monitor));
   EXPECT_TRUE(handler_.SendJson(socket_, "Topic", "{}"));

@@ -27,9 +27,8 @@ constexpr int kMqKeepAliveProbes = 3;        // unanswered ones that end the lin
 constexpr int kMqMaxFrameSize = 512 * 1024;             // bytes
 constexpr int kMqMaxLocalFrameSize = 64 * 1024 * 1024;  // bytes
 
-/// The largest frame that is taken where the other side has next to nothing to say: a subscription
-/// of a data client, which is a topic of at most 127 characters, and the handshake of any peer.
-/// Where it has nothing to say at all, one message is kept; nobody reads it.
+/// The largest frame that is taken where the other side has nothing to say but its handshake. One
+/// message is kept; nobody reads it.
 constexpr int kMqMaxWordSize = 256;  // bytes
 constexpr int kMqUnreadMessages = 1;
 
@@ -49,10 +48,6 @@ constexpr std::int64_t kMqGoodLinkMs = 3000;
 /// on. Only over TCP is a quiet peer asked for signs of life: one on the same board cannot vanish
 /// without closing.
 void MqPrepareLink(zsock_t* socket, bool isOverTcp);
-
-/// Limits what the clients that connect to `socket`, a PUB socket, can make it take. To be called
-/// before it is bound.
-void MqPrepareListener(zsock_t* socket);
 
 /// Watches the links of one socket and renews those that ZeroMQ has given up.
 class MqLinkWatch {
