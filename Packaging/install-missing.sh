@@ -3,8 +3,8 @@
 # Usage: install-missing.sh build|demo|check
 set -euo pipefail
 
-build=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev libsndfile1-dev libcli11-dev
-       libncurses-dev)
+build=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev libutfcpp-dev libsndfile1-dev libcli11-dev
+       libfmt-dev libncurses-dev)
 demo=(alsa-utils)
 check=(clang libclang-rt-dev llvm clang-format libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
        alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev tmux libfaketime nftables

@@ -3,10 +3,11 @@
 
 #include "BlockMeter.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 
 #include "Bin.h"
@@ -35,12 +36,9 @@ double Conditioned(double sample) {
 }  // namespace
 
 std::string BadSampleText(const BadSample& sample, int sampleRate) {
-  char text[128];
-  std::snprintf(text, sizeof text,
-                "holds a sample that is no number in channel %zu, frame %llu (%.3f s)",
-                sample.channel + 1, static_cast<unsigned long long>(sample.frame),
-                static_cast<double>(sample.frame) / sampleRate);
-  return text;
+  return fmt::format("holds a sample that is not a number in channel {}, frame {} ({:.3f} s)",
+                     sample.channel + 1, sample.frame,
+                     static_cast<double>(sample.frame) / sampleRate);
 }
 
 std::uint64_t LargestBlockPower(std::size_t channels) {

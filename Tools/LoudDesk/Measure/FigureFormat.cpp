@@ -2,15 +2,13 @@
 
 #include "FigureFormat.h"
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
+#include <fmt/format.h>
 
-#include <algorithm>
-#include <cstring>
-
+#include "DocumentWriter.h"
 #include "FigureText.h"
 #include "LoudConfigUser.h"
 #include "PrintableText.h"
+#include "Utf8Text.h"
 
 namespace louddesk {
 namespace {
@@ -38,19 +36,10 @@ constexpr char kMissingInTable[] = "-";
 constexpr char kMissingInJson[] = "null";
 constexpr char kAtLeastInTable[] = ">=";
 
-using JsonWriter =
-    rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>,
-                      rapidjson::CrtAllocator, rapidjson::kWriteValidateEncodingFlag>;
-
-std::string Cell(const char* text, int width) {
-  const auto length = static_cast<int>(std::strlen(text));
-  return std::string(static_cast<std::size_t>(std::max(width - length, 0)), ' ') + text;
-}
-
 std::string HeadingLine(const char* Column::*text) {
   std::string line;
   for (const Column& column : kColumns)
-    line += Cell(column.*text, column.width);
+    line += fmt::format("{:>{}}", column.*text, column.width);
   return line.substr(0, line.find_last_not_of(' ') + 1);
 }
 
@@ -93,12 +82,6 @@ std::string NoteOnEnds(const Figures& figures) {
   return note;
 }
 
-void AddNumber(JsonWriter& writer, const char* key, const std::optional<double>& figure) {
-  const std::string text = FigureText(figure, kMissingInJson);
-  writer.Key(key);
-  writer.RawValue(text.c_str(), text.size(), rapidjson::kNumberType);
-}
-
 }  // namespace
 
 std::vector<WrittenFigure> WrittenFigures(const Figures& figures) {
@@ -122,31 +105,27 @@ std::string TableRow(const std::string& file, const Figures& figures) {
   const Column* column = kColumns;
   for (const WrittenFigure& figure : WrittenFigures(figures)) {
     const std::string text = (figure.isAtLeast ? kAtLeastInTable : "") + figure.text;
-    row += Cell(text.c_str(), (column++)->width);
+    row += fmt::format("{:>{}}", text, (column++)->width);
   }
   return row + "  " + Printable(file) + "\n";
 }
 
 std::string JsonLine(const std::string& file, const Figures& figures) {
-  rapidjson::StringBuffer buffer;
-  JsonWriter writer(buffer);
-  const std::string name = ToUtf8(file);
-  writer.StartObject();
-  writer.Key("File");
-  writer.String(name.c_str(), static_cast<rapidjson::SizeType>(name.size()));
-  AddNumber(writer, "Seconds", figures.seconds);
-  AddNumber(writer, "Integrated", figures.integrated);
-  AddNumber(writer, "Lra", figures.lra);
-  AddNumber(writer, "MaxMomentary", figures.maxMomentary);
-  AddNumber(writer, "MaxShortTerm", figures.maxShortTerm);
-  AddNumber(writer, "MaxTruePeak", figures.maxTruePeak);
-  writer.Key("AtLeast");
-  writer.StartArray();
+  const auto number = [](const std::optional<double>& figure) {
+    return FigureText(figure, kMissingInJson);
+  };
+  DocumentWriter writer;
+  writer.Text("File", Utf8Of(file))
+      .Number("Seconds", number(figures.seconds))
+      .Number("Integrated", number(figures.integrated))
+      .Number("Lra", number(figures.lra))
+      .Number("MaxMomentary", number(figures.maxMomentary))
+      .Number("MaxShortTerm", number(figures.maxShortTerm))
+      .Number("MaxTruePeak", number(figures.maxTruePeak))
+      .OpenArray("AtLeast");
   for (const Column* column : ColumnsAtLeast(figures))
-    writer.String(column->key);
-  writer.EndArray();
-  writer.EndObject();
-  return std::string(buffer.GetString(), buffer.GetSize()) + "\n";
+    writer.Text(DocumentWriter::kNoKey, column->key);
+  return writer.CloseArray().Finish() + "\n";
 }
 
 std::vector<std::string> NotesOn(const Figures& figures) {

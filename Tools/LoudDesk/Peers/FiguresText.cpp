@@ -2,7 +2,7 @@
 
 #include "FiguresText.h"
 
-#include <cstdio>
+#include <fmt/format.h>
 
 namespace louddesk {
 
@@ -13,25 +13,18 @@ constexpr char kNoReading[] = "-";
 constexpr char kRefreshNote[] =
     "(integrated, programme and range as of their last refresh, once a second)\n";
 
-template <typename... Arguments>
-std::string Format(const char* format, Arguments... arguments) {
-  char text[128];
-  std::snprintf(text, sizeof text, format, arguments...);
-  return text;
-}
-
 std::string FinalLine(const char* name, const std::string& value, const char* unit) {
-  return Format("%-20s %8s %s\n", name, value.c_str(), unit);
+  return fmt::format("{:<20} {:>8} {}\n", name, value, unit);
 }
 
 }  // namespace
 
 std::string TenthsText(std::int16_t code) {
-  return code == kNoLoudnessCode ? kNoReading : Format("%.1f", code / 10.0);
+  return code == kNoLoudnessCode ? kNoReading : fmt::format("{:.1f}", code / 10.0);
 }
 
 std::string HundredthsText(std::int16_t code) {
-  return code == kNoTruePeakCode ? kNoReading : Format("%.2f", code / 100.0);
+  return code == kNoTruePeakCode ? kNoReading : fmt::format("{:.2f}", code / 100.0);
 }
 
 bool HasRange(const LoudnessData_t& data) {
@@ -43,10 +36,9 @@ std::string RangeText(const LoudnessData_t& data) {
 }
 
 std::string LiveText(double seconds, const LoudnessData_t& data) {
-  return Format("%7.1f s  M %5s  S %5s  I %5s LKFS  LRA %4s LU  TP %6s dBTP", seconds,
-                TenthsText(data.Momentary).c_str(), TenthsText(data.ShortTerm).c_str(),
-                TenthsText(data.Integrated).c_str(), RangeText(data).c_str(),
-                HundredthsText(data.TruePeak).c_str());
+  return fmt::format("{:7.1f} s  M {:>5}  S {:>5}  I {:>5} LKFS  LRA {:>4} LU  TP {:>6} dBTP",
+                     seconds, TenthsText(data.Momentary), TenthsText(data.ShortTerm),
+                     TenthsText(data.Integrated), RangeText(data), HundredthsText(data.TruePeak));
 }
 
 std::string FinalText(double seconds, const LoudnessData_t& data) {
@@ -58,7 +50,7 @@ std::string FinalText(double seconds, const LoudnessData_t& data) {
          FinalLine("Short-term", TenthsText(data.ShortTerm), "LKFS") +
          FinalLine("True peak", HundredthsText(data.TruePeak), "dBTP") +
          FinalLine("Maximum true peak", HundredthsText(data.MaxTruePeak), "dBTP") +
-         FinalLine("Duration", Format("%.1f", seconds), "s") + kRefreshNote;
+         FinalLine("Duration", fmt::format("{:.1f}", seconds), "s") + kRefreshNote;
 }
 
 }  // namespace louddesk

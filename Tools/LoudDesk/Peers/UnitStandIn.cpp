@@ -2,8 +2,9 @@
 
 #include "UnitStandIn.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <utility>
 #include <vector>
@@ -98,9 +99,7 @@ Patience Remaining(std::chrono::steady_clock::time_point due) {
 }
 
 std::string InTimeText(Patience patience) {
-  char text[32];
-  std::snprintf(text, sizeof text, " in %.1f s", static_cast<double>(patience.count()) / 1000);
-  return text;
+  return fmt::format(" in {:.1f} s", static_cast<double>(patience.count()) / 1000);
 }
 
 std::string DataPublisherFile(unsigned meterSet, unsigned cluster) {

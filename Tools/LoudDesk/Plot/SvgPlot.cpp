@@ -2,9 +2,10 @@
 
 #include "SvgPlot.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include "XmlText.h"
 
@@ -32,16 +33,11 @@ constexpr double kTimeSteps[] = {0.1, 0.2,  0.5,  1.0,   2.0,   5.0,   10.0,  15
 
 // One decimal, none when it is 0.
 std::string Short(double value) {
-  char text[64];
-  const double rounded = std::round(value * 10.0) / 10.0;
-  std::snprintf(text, sizeof text, rounded == std::round(rounded) ? "%.0f" : "%.1f", rounded);
-  return std::string(text) == "-0" ? "0" : text;
+  return fmt::format("{:g}", std::round(value * 10.0) / 10.0 + 0.0);
 }
 
 std::string Percent(double position) {
-  char text[64];
-  std::snprintf(text, sizeof text, "%.2f%%", position * 100.0);
-  return text;
+  return fmt::format("{:.2f}%", position * 100.0);
 }
 
 double TimeStep(double seconds) {
@@ -56,9 +52,7 @@ std::string TickText(double value, double seconds) {
     return Short(value);
   const double unit = seconds < kHour ? 1.0 : kMinute;  // s or min behind the colon
   const long whole = std::lround(value / unit);
-  char text[64];
-  std::snprintf(text, sizeof text, "%ld:%02ld", whole / 60, whole % 60);
-  return text;
+  return fmt::format("{}:{:02}", whole / 60, whole % 60);
 }
 
 std::string Attribute(const char* name, const std::string& value) {
@@ -102,15 +96,11 @@ const char* TimeUnitOf(double seconds) {
 std::string TimeText(double seconds) {
   const long tenths = std::lround(seconds * 10.0);
   const long minutes = tenths / 600;
-  char text[96];
   if (minutes == 0)
-    std::snprintf(text, sizeof text, "%ld.%ld s", tenths / 10, tenths % 10);
-  else if (minutes < 60)
-    std::snprintf(text, sizeof text, "%ld:%02ld.%ld", minutes, tenths / 10 % 60, tenths % 10);
-  else
-    std::snprintf(text, sizeof text, "%ld:%02ld:%02ld.%ld", minutes / 60, minutes % 60,
-                  tenths / 10 % 60, tenths % 10);
-  return text;
+    return fmt::format("{}.{} s", tenths / 10, tenths % 10);
+  const std::string hours = minutes < 60 ? "" : fmt::format("{}:", minutes / 60);
+  return hours + fmt::format(hours.empty() ? "{}:{:02}.{}" : "{:02}:{:02}.{}", minutes % 60,
+                             tenths / 10 % 60, tenths % 10);
 }
 
 SvgPlot::SvgPlot(std::string id, std::string title, std::string description, PlotScale x,

@@ -3,9 +3,10 @@
 
 #include "ComplianceCases.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include "BlockGrid.h"
 
@@ -27,13 +28,6 @@ constexpr char kRecording[] = "recording, not redistributable";
 
 const SpeakerLayout kStereo = {"Left", "Right"};
 
-template <typename... Arguments>
-std::string Format(const char* format, Arguments... arguments) {
-  char text[128];
-  std::snprintf(text, sizeof text, format, arguments...);
-  return text;
-}
-
 int Blocks(double seconds) {
   return static_cast<int>(std::lround(seconds * 10.0));
 }
@@ -49,8 +43,8 @@ double Seconds(const Steps& steps) {
 std::string InWords(const Steps& steps) {
   std::string words;
   for (const SignalStep& step : steps)
-    words +=
-        Format(words.empty() ? "%g dBFS %g s" : ", %g %g s", step.levels.front(), step.seconds);
+    words += fmt::format(words.empty() ? "{:g} dBFS {:g} s" : ", {:g} {:g} s", step.levels.front(),
+                         step.seconds);
   return words;
 }
 
@@ -83,9 +77,9 @@ Expectations Constant(const StepSignal& signal, Quantity quantity, double from, 
   const BlockGrid grid(signal);
   const int first = Blocks(from);
   const int last = grid.Blocks();
-  return {{quantity, Format("lowest from %g s", from), Pick::kLowest, first, last, level,
+  return {{quantity, fmt::format("lowest from {:g} s", from), Pick::kLowest, first, last, level,
            LowestOnGrid(grid, quantity, first, last), kLoudnessTolerance},
-          {quantity, Format("highest from %g s", from), Pick::kHighest, first, last, level,
+          {quantity, fmt::format("highest from {:g} s", from), Pick::kHighest, first, last, level,
            HighestOnGrid(grid, quantity, first, last), kLoudnessTolerance}};
 }
 
@@ -100,7 +94,7 @@ ComplianceRun GainRun(double hertz, int sampleRate, double gainDb, double tolera
   StepSignal sine = {{"Left"}, {{kSettlingAndMeasured, {0.0}}}, Carrier::kSine, {hertz}};
   Expectation gain =
       AtTheEnd(Quantity::kWeightingGain, kSettlingAndMeasured, gainDb, {tolerance, tolerance});
-  gain.detail = Format("%g Hz at %g kHz", hertz, sampleRate / 1000.0);
+  gain.detail = fmt::format("{:g} Hz at {:g} kHz", hertz, sampleRate / 1000.0);
   return {sine, {gain}, sampleRate};
 }
 
@@ -121,7 +115,7 @@ ComplianceCase FullScaleLevels() {
        {8000, 11025, 16000, 22050, 32000, 44100, 48000, 88200, 96000, 176400, 192000}) {
     // A mean square of 1/2: 10 log10(1/2) = -3.01.
     Expectation level = AtTheEnd(Quantity::kIntegrated, kLength, -3.01, kLoudnessTolerance);
-    level.detail = Format("%g kHz", sampleRate / 1000.0);
+    level.detail = fmt::format("{:g} kHz", sampleRate / 1000.0);
     levels.runs.push_back(
         {StepSignal{{"Left"}, {{kLength, {0.0}}}, Carrier::kSine, {997.0}}, {level}, sampleRate});
   }
@@ -188,7 +182,7 @@ Expectation HighestOfBurst(const BurstFamily& family, const BlockGrid& grid, int
                            int lastBlock, double level) {
   const int first = family.pick == Pick::kLast ? lastBlock : BlockGrid::kFirstReading;
   return {family.quantity,
-          Format("i = %d", offset),
+          fmt::format("i = {}", offset),
           family.pick,
           first,
           lastBlock,
@@ -240,13 +234,13 @@ ComplianceCase TruePeakOfSine(const char* id, int shareOfRate, double amplitude,
   sine.fadeSeconds = 0.01;
   return {
       id,
-      Format("fs/%d, amplitude %.2f, %g degrees", shareOfRate, amplitude, phaseDegrees),
+      fmt::format("fs/{}, amplitude {:.2f}, {:g} degrees", shareOfRate, amplitude, phaseDegrees),
       {{sine, {AtTheEnd(Quantity::kMaxTruePeak, kTruePeakLength, expected, kTruePeakTolerance)}}}};
 }
 
 ComplianceCase HiddenCrest(const char* id, int offset) {
   return {id,
-          Format("fs/6 at 0.50 with a period of fs/4 at 1.00, offset %d", offset),
+          fmt::format("fs/6 at 0.50 with a period of fs/4 at 1.00, offset {}", offset),
           {{HiddenCrestSignal{offset},
             {AtTheEnd(Quantity::kMaxTruePeak, kTruePeakLength, 0.0, kTruePeakTolerance)}}}};
 }

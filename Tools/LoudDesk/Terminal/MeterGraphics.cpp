@@ -2,9 +2,10 @@
 
 #include "MeterGraphics.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <string>
 
 namespace louddesk {
@@ -89,9 +90,7 @@ void DrawScale(TextScreen& screen, const CellRun& run, const ValueRange& range, 
                bool withPlus) {
   std::size_t free = 0;  // first column that a number may use
   for (double value = range.low; value <= range.high; value += step) {
-    char text[16];
-    std::snprintf(text, sizeof text, withPlus && value > 0 ? "%+.0f" : "%.0f", value);
-    const std::string number = text;
+    const std::string number = fmt::format(withPlus && value > 0 ? "{:+.0f}" : "{:.0f}", value);
     const std::size_t centre = CellOf(run, range, value);
     const std::size_t begin = centre - std::min(centre, number.size() / 2);
     if (begin < free || begin + number.size() > run.column + run.width + 1)

@@ -2,7 +2,10 @@
 
 #include "TextScreen.h"
 
+#include <utf8.h>
+
 #include <algorithm>
+#include <iterator>
 
 namespace louddesk {
 
@@ -10,21 +13,6 @@ namespace {
 
 char32_t AsciiOf(char c) {
   return c >= ' ' && c <= '~' ? static_cast<char32_t>(c) : U'?';
-}
-
-// All glyphs in use lie within the first 65536 characters.
-void AppendUtf8(std::string& text, char32_t glyph) {
-  const auto byte = [&text](char32_t value) { text += static_cast<char>(value); };
-  if (glyph < 0x80) {
-    byte(glyph);
-  } else if (glyph < 0x800) {
-    byte(0xC0 | (glyph >> 6));
-    byte(0x80 | (glyph & 0x3F));
-  } else {
-    byte(0xE0 | (glyph >> 12));
-    byte(0x80 | ((glyph >> 6) & 0x3F));
-    byte(0x80 | (glyph & 0x3F));
-  }
 }
 
 }  // namespace
@@ -50,7 +38,7 @@ void TextScreen::WriteRight(std::size_t row, std::size_t column, const std::stri
 std::string TextScreen::Text(std::size_t row) const {
   std::string text;
   for (const TextCell& cell : mRows[row])
-    AppendUtf8(text, cell.glyph);
+    utf8::append(cell.glyph, std::back_inserter(text));
   return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 

@@ -2,17 +2,15 @@
 
 #include "FigureText.h"
 
-#include <cstdio>
-#include <cstring>
+#include <fmt/format.h>
 
 namespace louddesk {
 
 std::string FigureText(const std::optional<double>& figure, const char* missing) {
   if (!figure)
     return missing;
-  char text[64];
-  std::snprintf(text, sizeof text, "%.2f", *figure);
-  return std::strcmp(text, "-0.00") == 0 ? "0.00" : text;
+  const std::string text = fmt::format("{:.2f}", *figure);
+  return text == "-0.00" ? "0.00" : text;
 }
 
 }  // namespace louddesk

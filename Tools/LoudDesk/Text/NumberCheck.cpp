@@ -2,28 +2,19 @@
 
 #include "NumberCheck.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <charconv>
-#include <cstdio>
 
 namespace louddesk {
-namespace {
-
-// "0", "0.1", "3600", "10000000".
-std::string Limit(double value) {
-  char text[64];
-  std::snprintf(text, sizeof text, "%.10g", value);
-  return text;
-}
-
-}  // namespace
 
 NumberCheck Between(double low, double high) {
   return [low, high](const std::string& text) {
     double value = 0.0;
     if (CLI::detail::lexical_cast(text, value) && value >= low && value <= high)
       return std::string();
-    return "\"" + text + "\" is not between " + Limit(low) + " and " + Limit(high);
+    return fmt::format("\"{}\" is not between {:.10g} and {:.10g}", text, low, high);
   };
 }
 
@@ -33,7 +24,7 @@ std::string CheckCount(const std::string& text) {
   const auto [rest, error] = std::from_chars(text.data(), end, value);
   if (error == std::errc() && rest == end && value > 0)
     return "";
-  return "\"" + text + "\" is no count";
+  return "\"" + text + "\" is not a count";
 }
 
 }  // namespace louddesk

@@ -2,7 +2,7 @@
 
 #include "XmlText.h"
 
-#include "PrintableText.h"
+#include "Utf8Text.h"
 
 namespace louddesk {
 namespace {
@@ -33,7 +33,7 @@ std::string EscapedByte(char c) {
 
 std::string XmlEscaped(const std::string& text) {
   std::string result;
-  for (const char c : ToUtf8(text))
+  for (const char c : Utf8Of(text))
     result += EscapedByte(c);
   for (const char* bytes : kNoCharacters)
     for (std::size_t at = 0; (at = result.find(bytes, at)) != std::string::npos;)

@@ -2,12 +2,11 @@
 
 #include "ComplianceFormat.h"
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
+#include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
 
+#include "DocumentWriter.h"
 #include "FigureText.h"
 
 namespace louddesk {
@@ -37,13 +36,6 @@ constexpr QuantityName kQuantityNames[] = {
     {Quantity::kWeightingGain, "K-weighting", "dB", "dB"},
 };
 
-template <typename... Arguments>
-std::string Format(const char* format, Arguments... arguments) {
-  char text[256];
-  std::snprintf(text, sizeof text, format, arguments...);
-  return text;
-}
-
 const QuantityName& EntryOf(Quantity quantity) {
   return *std::find_if(std::begin(kQuantityNames), std::end(kQuantityNames),
                        [=](const QuantityName& entry) { return entry.quantity == quantity; });
@@ -56,25 +48,25 @@ const char* UnitOf(const Expectation& expectation) {
 std::string FigureOf(const Expectation& expectation, const std::optional<double>& figure,
                      const char* missing) {
   if (figure && expectation.tolerance.above < kFineTolerance)
-    return Format("%.4f", *figure);
+    return fmt::format("{:.4f}", *figure);
   return FigureText(figure, missing);
 }
 
 std::string ToleranceText(const Tolerance& tolerance, const char* both) {
   if (tolerance.below != tolerance.above)
-    return Format("+%g/-%g", tolerance.above, tolerance.below);
-  return Format(tolerance.above < kFineTolerance ? "%s%.5f" : "%s%g", both, tolerance.above);
+    return fmt::format("+{:g}/-{:g}", tolerance.above, tolerance.below);
+  if (tolerance.above < kFineTolerance)
+    return fmt::format("{}{:.5f}", both, tolerance.above);
+  return fmt::format("{}{:g}", both, tolerance.above);
 }
 
 // Lines for people.
 
-constexpr char kTableLine[] = "  %-31s %8s %8s %9s %8s %-4s %s";
+constexpr char kTableLine[] = "  {:<31} {:>8} {:>8} {:>9} {:>8} {:<4} {}\n";
 
-std::string TableHeading() {
-  const std::string line =
-      Format(kTableLine, "Figure", "Standard", "Expected", "Tolerance", "Measured", "", "");
-  return "Case  Signal\n" + line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
-}
+constexpr char kTableHeader[] =
+    "Case  Signal\n"
+    "  Figure                          Standard Expected Tolerance Measured\n";
 
 std::string TableText(const ComplianceRow& row, bool isFirstOfCase) {
   const std::string signal = row.caseId + "  " + row.signal;
@@ -82,65 +74,45 @@ std::string TableText(const ComplianceRow& row, bool isFirstOfCase) {
     return signal + ": " + VerdictWord(row.verdict) + "\n";
   const WrittenRow written = WrittenRowOf(row, "+-");
   return (isFirstOfCase ? signal + "\n" : "") +
-         Format(kTableLine, written.figure.c_str(), written.standard.c_str(),
-                written.expected.c_str(), written.tolerance.c_str(), written.measured.c_str(),
-                written.unit, VerdictWord(row.verdict)) +
-         "\n";
+         fmt::format(kTableLine, written.figure, written.standard, written.expected,
+                     written.tolerance, written.measured, written.unit, VerdictWord(row.verdict));
 }
 
 // Markdown.
-
-std::string MarkdownText(const ComplianceRow& row, bool isFirstOfCase) {
-  const std::string start = isFirstOfCase ? "| " + row.caseId + " | " + row.signal + " |" : "| | |";
-  if (!row.expectation)
-    return start + " | | | | | " + VerdictWord(row.verdict) + " |\n";
-  const WrittenRow written = WrittenRowOf(row, "±");
-  return start + " " + written.figure + " | " + written.standard + " | " + written.expected +
-         " | " + written.tolerance + " | " + written.measured +
-         (row.measured ? std::string(" ") + written.unit : "") + " | " + VerdictWord(row.verdict) +
-         " |\n";
-}
 
 constexpr char kMarkdownHeader[] =
     "| Case | Signal | Figure | Standard | Expected | Tolerance | Measured | Verdict |\n"
     "|---|---|---|---:|---:|---|---:|---|\n";
 
+std::string MarkdownText(const ComplianceRow& row, bool isFirstOfCase) {
+  const std::string start = isFirstOfCase ? "| " + row.caseId + " | " + row.signal + " |" : "| | |";
+  if (!row.expectation)
+    return fmt::format("{} | | | | | {} |\n", start, VerdictWord(row.verdict));
+  const WrittenRow written = WrittenRowOf(row, "±");
+  return fmt::format("{} {} | {} | {} | {} | {}{} | {} |\n", start, written.figure,
+                     written.standard, written.expected, written.tolerance, written.measured,
+                     row.measured ? std::string(" ") + written.unit : "", VerdictWord(row.verdict));
+}
+
 // JSON.
 
-using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
-
-void AddNumber(JsonWriter& writer, const char* key, const std::string& number) {
-  writer.Key(key);
-  writer.RawValue(number.c_str(), number.size(), rapidjson::kNumberType);
-}
-
-void AddText(JsonWriter& writer, const char* key, const std::string& text) {
-  writer.Key(key);
-  writer.String(text.c_str(), static_cast<rapidjson::SizeType>(text.size()));
-}
-
-void AddFigures(JsonWriter& writer, const ComplianceRow& row) {
+void AddFigures(DocumentWriter& writer, const ComplianceRow& row) {
   const Expectation& e = *row.expectation;
-  AddText(writer, "Figure", FigureNameOf(e));
-  AddText(writer, "Unit", UnitOf(e));
-  AddNumber(writer, "Standard", FigureOf(e, e.standard, kMissingInJson));
-  AddNumber(writer, "Expected", FigureOf(e, e.expected, kMissingInJson));
-  AddNumber(writer, "ToleranceBelow", Format("%g", e.tolerance.below));
-  AddNumber(writer, "ToleranceAbove", Format("%g", e.tolerance.above));
-  AddNumber(writer, "Measured", FigureOf(e, row.measured, kMissingInJson));
+  writer.Text("Figure", FigureNameOf(e))
+      .Text("Unit", UnitOf(e))
+      .Number("Standard", FigureOf(e, e.standard, kMissingInJson))
+      .Number("Expected", FigureOf(e, e.expected, kMissingInJson))
+      .Number("ToleranceBelow", fmt::format("{:g}", e.tolerance.below))
+      .Number("ToleranceAbove", fmt::format("{:g}", e.tolerance.above))
+      .Number("Measured", FigureOf(e, row.measured, kMissingInJson));
 }
 
 std::string JsonText(const ComplianceRow& row) {
-  rapidjson::StringBuffer buffer;
-  JsonWriter writer(buffer);
-  writer.StartObject();
-  AddText(writer, "Case", row.caseId);
-  AddText(writer, "Signal", row.signal);
+  DocumentWriter writer;
+  writer.Text("Case", row.caseId).Text("Signal", row.signal);
   if (row.expectation)
     AddFigures(writer, row);
-  AddText(writer, "Verdict", VerdictWord(row.verdict));
-  writer.EndObject();
-  return std::string(buffer.GetString(), buffer.GetSize()) + "\n";
+  return writer.Text("Verdict", VerdictWord(row.verdict)).Finish() + "\n";
 }
 
 }  // namespace
@@ -148,7 +120,7 @@ std::string JsonText(const ComplianceRow& row) {
 std::string ComplianceHeader(ComplianceStyle style) {
   switch (style) {
     case ComplianceStyle::kTable:
-      return TableHeading();
+      return kTableHeader;
     case ComplianceStyle::kMarkdown:
       return kMarkdownHeader;
     case ComplianceStyle::kJson:
@@ -172,9 +144,10 @@ std::string ComplianceText(const ComplianceRow& row, bool isFirstOfCase, Complia
 std::string ComplianceSummary(const std::vector<ComplianceRow>& rows, ComplianceStyle style) {
   if (style != ComplianceStyle::kTable)
     return "";
-  return Format("\n%d pass, %d grid, %d FAIL, %d not run\n",
-                CountOf(rows, ComplianceVerdict::kPass), CountOf(rows, ComplianceVerdict::kGrid),
-                CountOf(rows, ComplianceVerdict::kFail), CountOf(rows, ComplianceVerdict::kNotRun));
+  return fmt::format(
+      "\n{} pass, {} grid, {} FAIL, {} not run\n", CountOf(rows, ComplianceVerdict::kPass),
+      CountOf(rows, ComplianceVerdict::kGrid), CountOf(rows, ComplianceVerdict::kFail),
+      CountOf(rows, ComplianceVerdict::kNotRun));
 }
 
 WrittenRow WrittenRowOf(const ComplianceRow& row, const char* plusMinus) {

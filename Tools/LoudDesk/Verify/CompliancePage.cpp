@@ -2,9 +2,10 @@
 
 #include "CompliancePage.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include "ComplianceExplanations.h"
 #include "ComplianceFormat.h"
@@ -214,10 +215,9 @@ std::string Plots(const std::vector<ComplianceRow>& rows) {
 }
 
 std::string Lead(const ComplianceReport& report) {
-  char rate[32];
-  std::snprintf(rate, sizeof rate, "%g kHz", report.sampleRate / 1000.0);
-  return "Test signals of ITU-R BS.1770, EBU Tech 3341 and EBU Tech 3342 at " + std::string(rate) +
-         ", measured by " + report.meter + ".";
+  return fmt::format(
+      "Test signals of ITU-R BS.1770, EBU Tech 3341 and EBU Tech 3342 at {:g} kHz, measured by {}.",
+      report.sampleRate / 1000.0, report.meter);
 }
 
 }  // namespace

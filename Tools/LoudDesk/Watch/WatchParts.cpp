@@ -2,9 +2,10 @@
 
 #include "WatchParts.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <deque>
 #include <set>
 
@@ -70,9 +71,7 @@ std::string RelativeText(std::int16_t code, double target) {
   const auto value = Loudness(code);
   if (!value)
     return "";
-  char text[32];
-  std::snprintf(text, sizeof text, "%+.1f LU", *value - target);
-  return text;
+  return fmt::format("{:+.1f} LU", *value - target);
 }
 
 CellRun BarRun(const PartView& view, std::size_t row) {
@@ -113,10 +112,7 @@ std::string AgeText(const PartView& view) {
   const auto age = view.model.Age(view.now);
   if (!age)
     return "no message yet";
-  char text[64];
-  std::snprintf(text, sizeof text, "last message %.1f s ago",
-                static_cast<double>(age->count()) / 1000);
-  return text;
+  return fmt::format("last message {:.1f} s ago", static_cast<double>(age->count()) / 1000);
 }
 
 void DrawLoudness(const PartView& view, std::size_t row, const char* name, std::int16_t code) {
@@ -214,9 +210,8 @@ void DrawAxis(const PartView& view, const CellArea& area) {
     const std::size_t row = area.row + RowOf(area, LuRange(view.look), lu);
     if (!taken.insert(row).second)
       continue;
-    char text[16];
-    std::snprintf(text, sizeof text, lu > 0 ? "%+.0f" : "%.0f", lu);
-    view.screen.WriteRight(row, kMargin + kAxisWidth - 1, text, Ink::kFaint);
+    view.screen.WriteRight(row, kMargin + kAxisWidth - 1,
+                           fmt::format(lu > 0 ? "{:+.0f}" : "{:.0f}", lu), Ink::kFaint);
   }
 }
 
@@ -283,10 +278,9 @@ void DrawPeakScale(const PartView& view, RowSpan rows) {
 
 void DrawFiguresRule(const PartView& view, RowSpan rows) {
   const bool isKnown = !IsAlarming(view.model.State(view.now));
-  char title[64];
-  std::snprintf(title, sizeof title, "%s; target %.1f LKFS",
-                isKnown ? "Since the restart" : "Last known", view.look.target);
-  DrawRule(view, rows.first, title);
+  DrawRule(view, rows.first,
+           fmt::format("{}; target {:.1f} LKFS", isKnown ? "Since the restart" : "Last known",
+                       view.look.target));
 }
 
 std::size_t FigureRows(std::size_t columns) {

@@ -2,9 +2,9 @@
 
 #include "WatchRows.h"
 
-#include <ctime>
+#include <fmt/chrono.h>
 
-#include <cstdio>
+#include <ctime>
 
 #include "DocumentWriter.h"
 #include "FiguresText.h"
@@ -51,12 +51,6 @@ const char* CommandText(const LoudnessMessage& message) {
   return cLuCmd::ConvertToLuCmdStrFromEnum(static_cast<LuCmd_e>(message.command));
 }
 
-std::string Formatted(const char* format, const std::tm& time) {
-  char text[64];
-  std::strftime(text, sizeof text, format, &time);
-  return text;
-}
-
 }  // namespace
 
 std::string UtcText(WallTime time) {
@@ -65,16 +59,14 @@ std::string UtcText(WallTime time) {
   const std::time_t seconds = sinceEpoch / 1000;
   std::tm broken{};
   gmtime_r(&seconds, &broken);
-  char milliseconds[16];
-  std::snprintf(milliseconds, sizeof milliseconds, ".%03dZ", static_cast<int>(sinceEpoch % 1000));
-  return Formatted("%Y-%m-%dT%H:%M:%S", broken) + milliseconds;
+  return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z", broken, sinceEpoch % 1000);
 }
 
 std::string LocalClockText(WallTime time) {
   const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
   std::tm broken{};
   localtime_r(&seconds, &broken);
-  return Formatted("%H:%M:%S", broken);
+  return fmt::format("{:%H:%M:%S}", broken);
 }
 
 std::string WatchCsvHeader() {

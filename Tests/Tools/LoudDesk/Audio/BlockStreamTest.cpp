@@ -83,7 +83,7 @@ TEST(BlockStreamTest, SampleThatIsNoNumberIsNamedBehindTheLastWholeBlockToo) {
     stream.Next(block);
     FAIL() << "nothing was wrong";
   } catch (const louddesk::AudioFileError& error) {
-    EXPECT_EQ(path + ": holds a sample that is no number in channel 2, frame 48099 (1.002 s)",
+    EXPECT_EQ(path + ": holds a sample that is not a number in channel 2, frame 48099 (1.002 s)",
               error.what());
   }
 }
@@ -99,7 +99,7 @@ TEST(BlockStreamTest, SampleThatIsNoNumberIsNamedWithItsPlace) {
     BlocksIn(stream);
     FAIL() << "nothing was wrong";
   } catch (const louddesk::AudioFileError& error) {
-    EXPECT_EQ(path + ": holds a sample that is no number in channel 2, frame 24000 (0.500 s)",
+    EXPECT_EQ(path + ": holds a sample that is not a number in channel 2, frame 24000 (0.500 s)",
               error.what());
   }
 }

@@ -119,7 +119,7 @@ TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedByItsPosition) {
     EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 1);
     EXPECT_EQ(mOut.str(), "");
     EXPECT_EQ(mErrors.str(), "LoudDesk: " + path +
-                                 ": holds a sample that is no number in channel 2, frame 24000 "
+                                 ": holds a sample that is not a number in channel 2, frame 24000 "
                                  "(0.500 s)\n");
   }
 }
@@ -132,8 +132,9 @@ TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedInTheLastIncompleteBlockToo
     const std::string path = mDirectory.Write("bad.wav", kFloatWav, kRate, 2, samples);
     EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 1);
     EXPECT_EQ(mOut.str(), "");
-    EXPECT_THAT(mErrors.str(), HasSubstr(": holds a sample that is no number in channel 2, frame " +
-                                         std::to_string(frames - 1) + " ("));
+    EXPECT_THAT(mErrors.str(),
+                HasSubstr(": holds a sample that is not a number in channel 2, frame " +
+                          std::to_string(frames - 1) + " ("));
   }
 }
 

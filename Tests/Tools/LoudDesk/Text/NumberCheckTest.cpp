@@ -25,7 +25,7 @@ TEST(NumberCheckTest, ACountIsAWholeNumberOfAtLeastOne) {
   for (const char* text : {"1", "007", "18446744073709551615"})
     EXPECT_EQ(CheckCount(text), "") << text;
   for (const char* text : {"0", "-1", "+1", "1.5", "", "many", "18446744073709551616", "0x10"})
-    EXPECT_EQ(CheckCount(text), "\"" + std::string(text) + "\" is no count");
+    EXPECT_EQ(CheckCount(text), "\"" + std::string(text) + "\" is not a count");
 }
 
 }  // namespace
