@@ -4,48 +4,66 @@
 
 #include <algorithm>
 
-#include "JsonParseMetersInfo.h"
+#include "Meters.h"
+#include "SpeakerTexts.h"
 
 namespace louddesk {
 namespace {
 
 constexpr char kSeparator = ',';
 
-const SpeakerLayout kMono = {"Center"};
-const SpeakerLayout kStereo = {"Left", "Right"};
-const SpeakerLayout kSurround51 = {"Left",         "Right",        "Center", "LowFrequencyEffects",
-                                   "LeftSurround", "RightSurround"};
+// The usual layouts, by the number of their channels.
+constexpr AudioSpeakerType_e kMono[] = {AST_SPEAKER_CENTER};
+constexpr AudioSpeakerType_e kStereo[] = {AST_SPEAKER_LEFT, AST_SPEAKER_RIGHT};
+constexpr AudioSpeakerType_e kSurround51[] = {AST_SPEAKER_LEFT,   AST_SPEAKER_RIGHT,
+                                              AST_SPEAKER_CENTER, AST_SPEAKER_LFE,
+                                              AST_SPEAKER_LS,     AST_SPEAKER_RS};
 
-// For messages: every text that stands for a position.
-constexpr char kSpeakerTexts[] =
-    "Left, Right, Center, LowFrequencyEffects, LeftSurround, RightSurround, BackSurroundLeft, "
-    "BackSurroundRight, MonoSurround";
-
-// A position that a file may give a channel, and the text for it. ITU-R BS.1770 weighs speakers by
-// where they stand, so that what matters is front, side or back.
+// A position that a file may give a channel, and the speaker there. ITU-R BS.1770 weighs speakers
+// by where they stand, so that what matters is front, side or back.
 struct PlacedSpeaker {
   int position;
-  const char* text;
-  const char* textBehindSides;  // where there are surrounds at the sides as well
+  AudioSpeakerType_e speaker;
+  AudioSpeakerType_e behindSides;  // where there are surrounds at the sides as well
 };
 
 constexpr PlacedSpeaker kPlacedSpeakers[] = {
-    {SF_CHANNEL_MAP_MONO, "Center", "Center"},
-    {SF_CHANNEL_MAP_LEFT, "Left", "Left"},
-    {SF_CHANNEL_MAP_RIGHT, "Right", "Right"},
-    {SF_CHANNEL_MAP_CENTER, "Center", "Center"},
-    {SF_CHANNEL_MAP_FRONT_LEFT, "Left", "Left"},
-    {SF_CHANNEL_MAP_FRONT_RIGHT, "Right", "Right"},
-    {SF_CHANNEL_MAP_FRONT_CENTER, "Center", "Center"},
-    {SF_CHANNEL_MAP_FRONT_LEFT_OF_CENTER, "Left", "Left"},
-    {SF_CHANNEL_MAP_FRONT_RIGHT_OF_CENTER, "Right", "Right"},
-    {SF_CHANNEL_MAP_LFE, "LowFrequencyEffects", "LowFrequencyEffects"},
-    {SF_CHANNEL_MAP_SIDE_LEFT, "LeftSurround", "LeftSurround"},
-    {SF_CHANNEL_MAP_SIDE_RIGHT, "RightSurround", "RightSurround"},
-    {SF_CHANNEL_MAP_REAR_LEFT, "LeftSurround", "BackSurroundLeft"},
-    {SF_CHANNEL_MAP_REAR_RIGHT, "RightSurround", "BackSurroundRight"},
-    {SF_CHANNEL_MAP_REAR_CENTER, "MonoSurround", "MonoSurround"},
+    {SF_CHANNEL_MAP_MONO, AST_SPEAKER_CENTER, AST_SPEAKER_CENTER},
+    {SF_CHANNEL_MAP_LEFT, AST_SPEAKER_LEFT, AST_SPEAKER_LEFT},
+    {SF_CHANNEL_MAP_RIGHT, AST_SPEAKER_RIGHT, AST_SPEAKER_RIGHT},
+    {SF_CHANNEL_MAP_CENTER, AST_SPEAKER_CENTER, AST_SPEAKER_CENTER},
+    {SF_CHANNEL_MAP_FRONT_LEFT, AST_SPEAKER_LEFT, AST_SPEAKER_LEFT},
+    {SF_CHANNEL_MAP_FRONT_RIGHT, AST_SPEAKER_RIGHT, AST_SPEAKER_RIGHT},
+    {SF_CHANNEL_MAP_FRONT_CENTER, AST_SPEAKER_CENTER, AST_SPEAKER_CENTER},
+    {SF_CHANNEL_MAP_FRONT_LEFT_OF_CENTER, AST_SPEAKER_LEFT, AST_SPEAKER_LEFT},
+    {SF_CHANNEL_MAP_FRONT_RIGHT_OF_CENTER, AST_SPEAKER_RIGHT, AST_SPEAKER_RIGHT},
+    {SF_CHANNEL_MAP_LFE, AST_SPEAKER_LFE, AST_SPEAKER_LFE},
+    {SF_CHANNEL_MAP_SIDE_LEFT, AST_SPEAKER_LS, AST_SPEAKER_LS},
+    {SF_CHANNEL_MAP_SIDE_RIGHT, AST_SPEAKER_RS, AST_SPEAKER_RS},
+    {SF_CHANNEL_MAP_REAR_LEFT, AST_SPEAKER_LS, AST_SPEAKER_BSL},
+    {SF_CHANNEL_MAP_REAR_RIGHT, AST_SPEAKER_RS, AST_SPEAKER_BSR},
+    {SF_CHANNEL_MAP_REAR_CENTER, AST_SPEAKER_MS, AST_SPEAKER_MS},
 };
+
+const char* TextOf(AudioSpeakerType_e speaker) {
+  return FindText(kSpeakerTexts, speaker, "");
+}
+
+template <std::size_t kSpeakers>
+SpeakerLayout LayoutOf(const AudioSpeakerType_e (&speakers)[kSpeakers]) {
+  SpeakerLayout layout;
+  for (const AudioSpeakerType_e speaker : speakers)
+    layout.emplace_back(TextOf(speaker));
+  return layout;
+}
+
+// "Left, Right, ...": every text that stands for a position, for messages.
+std::string AllSpeakers() {
+  std::string list;
+  for (const TextEntry<AudioSpeakerType_e>& speaker : kSpeakerTexts)
+    list += std::string(list.empty() ? "" : ", ") + speaker.text;
+  return list;
+}
 
 bool Contains(const ChannelMap& map, int position) {
   return std::find(map.begin(), map.end(), position) != map.end();
@@ -72,7 +90,7 @@ SpeakerLayout PlacedLayout(const AudioFile& file) {
       throw AudioFileError(file.Path(), "feeds a speaker that has no name here with channel " +
                                             std::to_string(layout.size() + 1) +
                                             "; name all with --speakers");
-    layout.emplace_back(hasSides ? speaker->textBehindSides : speaker->text);
+    layout.emplace_back(TextOf(hasSides ? speaker->behindSides : speaker->speaker));
   }
   return layout;
 }
@@ -100,14 +118,14 @@ SpeakerLayout SplitSpeakers(const std::string& list) {
 std::string CheckSpeakers(const std::string& list) {
   for (const std::string& speaker : SplitSpeakers(list))
     if (SpeakerTypeOf(speaker) == AST_NONE)
-      return "\"" + speaker + "\" is no speaker; there are " + kSpeakerTexts;
+      return "\"" + speaker + "\" is no speaker; there are " + AllSpeakers();
   return "";
 }
 
 std::optional<SpeakerLayout> UsualLayout(std::size_t channels) {
-  for (const SpeakerLayout* layout : {&kMono, &kStereo, &kSurround51})
-    if (layout->size() == channels)
-      return *layout;
+  for (const SpeakerLayout& layout : {LayoutOf(kMono), LayoutOf(kStereo), LayoutOf(kSurround51)})
+    if (layout.size() == channels)
+      return layout;
   return std::nullopt;
 }
 
