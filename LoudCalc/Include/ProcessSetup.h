@@ -18,9 +18,9 @@ void IgnoreStraySignals();
 /// threads and signal handling could be changed. To be called before the library's first use.
 void ForgetLibraryEnvironment();
 
-/// Open files that AllowManyClients asks for at most; a client that is served costs 50 KB.
+/// Most files that the process has open; a client that is served costs 50 KB.
 constexpr unsigned long kMostOpenFiles = 8192;
 
-/// Lets the process open as many files as it may, up to `kMostOpenFiles`: every client of the
-/// publishers takes one, and the messaging library aborts the process when it runs out of them.
+/// Lets the process open as many files as it may, but no more than `kMostOpenFiles`: every client
+/// of the publishers takes one. Those beyond are turned away (MqListener.h).
 void AllowManyClients();

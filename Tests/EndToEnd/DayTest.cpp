@@ -2,7 +2,6 @@
 // growing.
 
 #include <cmath>
-#include <filesystem>
 #include <iostream>
 #include <random>
 
@@ -148,11 +147,6 @@ class DayTest : public RunningService, public testing::WithParamInterface<Stretc
       EXPECT_TRUE(expected[i] != -990 && expected[i] != -9900 && expected[i] != 0) << i;
   }
 
-  long OpenFiles() const {
-    const std::filesystem::directory_iterator files("/proc/" + mService->StatusOf("Pid") + "/fd");
-    return std::distance(begin(files), end(files));
-  }
-
   void TearDown() override {
     zsock_destroy(&mPlace);
     RunningService::TearDown();
@@ -186,14 +180,14 @@ class DayTest : public RunningService, public testing::WithParamInterface<Stretc
 
 TEST_P(DayTest, FiguresAreTheEnginesAndNothingGrows) {
   ASSERT_NO_FATAL_FAILURE(StartWithLongestWindows());
-  const long filesAtFirst = OpenFiles();
+  const long filesAtFirst = mService->OpenFiles();
   long settledKib = 0;
   long mostKib = 0;
   const Clock::time_point begin = Clock::now();
   for (unsigned hour = 1; hour <= GetParam().hours; ++hour) {
     ASSERT_NO_FATAL_FAILURE(PlayHour());
     ASSERT_NO_FATAL_FAILURE(ExpectFiguresOfTheEngine()) << "after hour " << hour;
-    EXPECT_EQ(filesAtFirst, OpenFiles()) << "after hour " << hour;
+    EXPECT_EQ(filesAtFirst, mService->OpenFiles()) << "after hour " << hour;
     if (hour == kSettlingHours)
       settledKib = mService->ResidentKib();
     mostKib = std::max(mostKib, mService->ResidentKib());

@@ -100,6 +100,17 @@ void FaultyUnit::ExpectWatchedWell(Milliseconds longestGap) {
   EXPECT_LE(growth, kMostGrowthKib);
 }
 
+bool FaultyUnit::GetsData(louddesk::DataClient& client, Milliseconds patience) {
+  client.ReadPending();
+  client.Messages().clear();
+  return mUnit.WaitFor(
+      [&client] {
+        client.ReadPending();
+        return client.Messages().size() >= 3;
+      },
+      patience);
+}
+
 void FaultyUnit::StartRemote(const Peers& peers) {
   std::vector<std::string> places;
   for (const Peer peer : peers) {

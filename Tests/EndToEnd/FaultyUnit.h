@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "CadenceWatch.h"
+#include "DataClient.h"
 #include "SilentListener.h"
 #include "WatchedService.h"
 
@@ -34,9 +35,12 @@ class FaultyUnit : public WatchedService {
   void BeginWatch();
 
   /// Expects that data kept coming since then, and bounded memory; records the figures. A gap of
-  /// up to a second is left to a busy machine unless more is allowed, and that for which it kept the
-  /// client itself from looking.
+  /// up to a second is left to a busy machine unless more is allowed, and that for which it kept
+  /// the client itself from looking.
   void ExpectWatchedWell(Milliseconds longestGap = Milliseconds{1000});
+
+  /// Whether a client gets data from now on.
+  bool GetsData(louddesk::DataClient& client, Milliseconds patience = kPatience);
 
   /// Moves the peers to a process of their own, or starts them there anew.
   void StartRemote(const Peers& peers);

@@ -64,6 +64,12 @@ class Connection {
       Hear(static_cast<unsigned char>(answer.back()));
   }
 
+  // Whether the other side has closed.
+  bool IsOver() const {
+    char byte = 0;
+    return recv(mSocket, &byte, 1, MSG_DONTWAIT | MSG_PEEK) == 0;
+  }
+
   void End() const { close(mSocket); }
 
  private:
@@ -80,13 +86,12 @@ class Connection {
 
 using Numbers = std::vector<unsigned long>;
 
-// Does it over and over and tells each second how often it did.
-[[noreturn]] void Repeat(const std::function<void()>& act) {
+// Does it over and over and tells each second how many connections it made.
+[[noreturn]] void Repeat(const std::function<unsigned long()>& connect) {
   const Clock::time_point start = Clock::now();
   unsigned long count = 0;
   for (long seconds = 0;;) {
-    act();
-    ++count;
+    count += connect();
     const Clock::duration passed = Clock::now() - start;
     if (passed / std::chrono::seconds(1) > seconds) {
       seconds = passed / std::chrono::seconds(1);
@@ -109,6 +114,7 @@ void ComeAndGo(const std::string& path, const Numbers&) {
     const Connection connection(path);
     connection.ShakeHands();
     connection.End();
+    return 1UL;
   });
 }
 
@@ -120,6 +126,7 @@ void Garbage(const std::string& path, const Numbers&) {
     connection.ShakeHands();
     connection.Say(RandomBytes(kBytes));
     connection.End();
+    return 1UL;
   });
 }
 
@@ -135,11 +142,21 @@ void Topics(const std::string& path, const Numbers& numbers) {
   StayFor("clients have subscribed", numbers.at(0));
 }
 
-// CLIENTS: as many clients that connect and never say a word.
+// CLIENTS: as many clients that connect and never say a word. Who is turned away comes again.
 void Silent(const std::string& path, const Numbers& numbers) {
+  std::vector<Connection> clients;
   for (unsigned long client = 0; client < numbers.at(0); ++client)
-    const Connection connection(path);
-  StayFor("clients are silent", numbers.at(0));
+    clients.emplace_back(path);
+  Repeat([&] {
+    unsigned long count = 0;
+    for (Connection& client : clients)
+      if (client.IsOver()) {
+        client.End();
+        client = Connection(path);
+        ++count;
+      }
+    return count;
+  });
 }
 
 struct Kind {

@@ -33,8 +33,10 @@ const std::string kStateFile = FileOf(louddesk::StatePublisherFile(1, 1));
 class HostileClientTest : public FaultyUnit,
                           public testing::WithParamInterface<std::chrono::seconds> {
  protected:
-  void SetUp() override {
-    ASSERT_NO_FATAL_FAILURE(StartInOrder());
+  void SetUp() override { Begin({}); }
+
+  void Begin(const ServiceStart& start) {
+    ASSERT_NO_FATAL_FAILURE(StartInOrder(start));
     ASSERT_NO_FATAL_FAILURE(BeginWatch());
   }
 
@@ -99,6 +101,29 @@ TEST_P(HostileClientTest, WhoHasSubscribedToLongTopicsLeavesAtNoCost) {
   ExpectNothingSuffered();
 }
 
+/// A service that may open few files.
+class FileShortageTest : public HostileClientTest {
+ protected:
+  static constexpr long kFiles = 256;
+
+  void SetUp() override {
+    ServiceStart start;
+    start.runner = {"/usr/bin/prlimit", "--nofile=" + std::to_string(kFiles)};
+    Begin(start);
+  }
+};
+
+TEST_P(FileShortageTest, WhoConnectsAndSaysNothingDoesNotEndTheService) {
+  ASSERT_NO_FATAL_FAILURE(StartHostile({"Silent", kDataFile, std::to_string(2 * kFiles)}));
+  Endure();
+  EXPECT_GE(mService->OpenFiles(), kFiles - 2 * kMqSpareFiles) << "there was no shortage";
+  ExpectMeasures(-20);
+  ExpectNothingSuffered();
+  mHostile.clear();
+  louddesk::DataClient newcomer(louddesk::DataPublisherFile(1, 1));
+  EXPECT_TRUE(GetsData(newcomer));
+}
+
 /// What remains: the library's own work for topics that may be subscribed to.
 class SubscriberCostTest : public HostileClientTest {};
 
@@ -115,6 +140,8 @@ const auto kNameOfLength = [](const testing::TestParamInfo<std::chrono::seconds>
 };
 
 INSTANTIATE_TEST_SUITE_P(Seconds, HostileClientTest, testing::Values(kAWhile), kNameOfLength);
+INSTANTIATE_TEST_SUITE_P(Seconds, FileShortageTest, testing::Values(kAWhile), kNameOfLength);
+INSTANTIATE_TEST_SUITE_P(Soak, FileShortageTest, testing::Values(kAMinute), kNameOfLength);
 INSTANTIATE_TEST_SUITE_P(Soak, SubscriberCostTest, testing::Values(kAMinute), kNameOfLength);
 INSTANTIATE_TEST_SUITE_P(Soak, HostileClientTest, testing::Values(kAMinute), kNameOfLength);
 

@@ -53,17 +53,6 @@ class TwinServiceTest : public FaultyUnit {
     mService.reset();
   }
 
-  bool GetsData(DataClient& client, Milliseconds patience = kPatience) {
-    client.ReadPending();
-    client.Messages().clear();
-    return mUnit.WaitFor(
-        [&client] {
-          client.ReadPending();
-          return client.Messages().size() >= 3;
-        },
-        patience);
-  }
-
   /// Whether the stand-in, client of the first service, gets data.
   bool OldClientGetsData() {
     mUnit.DropLoudnessData();

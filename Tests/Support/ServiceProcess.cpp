@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <utility>
 
@@ -221,6 +222,11 @@ std::string ServiceProcess::StatusOf(const std::string& field) const {
 
 long ServiceProcess::ResidentKib() const {
   return std::strtol(StatusOf("VmRSS").c_str(), nullptr, 10);
+}
+
+long ServiceProcess::OpenFiles() const {
+  const std::filesystem::directory_iterator files("/proc/" + std::to_string(mPid) + "/fd");
+  return std::distance(begin(files), end(files));
 }
 
 std::optional<ExitReport> ServiceProcess::WaitForExit(Patience patience) {

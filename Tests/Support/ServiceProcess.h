@@ -81,6 +81,9 @@ class ServiceProcess {
   /// Memory that it occupies, in KiB.
   long ResidentKib() const;
 
+  /// Number of files that it has open.
+  long OpenFiles() const;
+
   /// Waits for the end of the process and of its output. None when `patience` ends first.
   std::optional<ExitReport> WaitForExit(Patience patience);
 

@@ -15,6 +15,11 @@ constexpr int kMqLongestSubscription = 50;  // bytes
 /// more loses its connection.
 constexpr int kMqMaxClientFrameSize = 10 + kMqLongestSubscription;
 
+/// Files that the process may still open, to renew links for example, when its clients have taken
+/// all others. Further clients are turned away until one has left: libzmq would end the process
+/// when it cannot accept one for want of a descriptor.
+constexpr int kMqSpareFiles = 16;
+
 /// Limits what the clients that connect to `socket`, a PUB socket, can make it take. To be called
 /// before it is bound.
 void MqPrepareListener(zsock_t* socket);
