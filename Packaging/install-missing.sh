@@ -8,7 +8,7 @@ build=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev libutfcpp-dev 
 demo=(alsa-utils)
 check=(clang libclang-rt-dev llvm clang-format libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
        alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev tmux libfaketime nftables
-       valgrind python3)
+       valgrind iproute2 python3)
 
 case "${1:-}" in
   build) wanted=("${build[@]}") ;;

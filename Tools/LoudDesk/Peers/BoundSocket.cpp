@@ -2,7 +2,11 @@
 
 #include "BoundSocket.h"
 
+#include <fmt/format.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -10,7 +14,6 @@
 #include <utility>
 
 #include "BoardAddresses.h"
-#include "EndpointHolder.h"
 #include "MqNames.h"
 #include "SocketMonitor.h"
 
@@ -36,26 +39,36 @@ void MakeIpcDirectory(const Endpoint& endpoint) {
     Refuse(endpoint, std::string("cannot make the directory: ") + std::strerror(errno));
 }
 
+// Whether somebody listens on the file: a socket that takes connections, or has its hands full.
+bool IsInUse(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  const int probe = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+  const auto* const generic = reinterpret_cast<const sockaddr*>(&address);
+  const bool isInUse = connect(probe, generic, sizeof address) == 0 || errno == EAGAIN;
+  close(probe);
+  return isInUse;
+}
+
 // ZeroMQ would silently take the file over from its holder.
-void RefuseHeldFile(const Endpoint& endpoint) {
-  const std::string holder = HolderOfFile(std::string(kIpcDirectory) + "/" + endpoint.file);
-  if (!holder.empty())
-    Refuse(endpoint, "held by " + holder);
+void RefuseFileInUse(const Endpoint& endpoint) {
+  const std::string path = std::string(kIpcDirectory) + "/" + endpoint.file;
+  if (IsInUse(path))
+    Refuse(endpoint, "is in use; ss -lxp src " + path + " shows by whom");
 }
 
 std::string ReasonOfFailure(const Endpoint& endpoint, int error) {
-  if (error == EADDRINUSE && !endpoint.IsIpc()) {
-    const std::string holder = HolderOfTcpPort(endpoint.address, endpoint.port);
-    // Both boards have an application server of their own, behind the same port.
-    if (holder == ThisHolder() && std::strcmp(MainBoardAddress(), OpticalBoardAddress()) == 0)
-      return std::string("it is the other board's, too; ") + kMainBoardVariable + " and " +
-             kOpticalBoardVariable + " must differ";
-    return holder.empty() ? std::string("the port is in use") : "held by " + holder;
-  }
+  // Both boards have an application server of their own, behind the same port.
+  if (error == EADDRINUSE && std::strcmp(MainBoardAddress(), OpticalBoardAddress()) == 0)
+    return fmt::format("{} and {} must differ", kMainBoardVariable, kOpticalBoardVariable);
+  if (error == EADDRINUSE)
+    return fmt::format("the port is in use; ss -lptn 'sport = :{}' shows by whom", endpoint.port);
   if (error == EADDRNOTAVAIL || error == ENODEV)
-    return std::string("this machine does not have that address; set ") + kMainBoardVariable +
-           " and " + kOpticalBoardVariable + " for the service and here, for example to " +
-           "127.0.0.1 and 127.0.0.2";
+    return fmt::format(
+        "this machine does not have that address; set {} and {} for the service and here, for "
+        "example to 127.0.0.1 and 127.0.0.2",
+        kMainBoardVariable, kOpticalBoardVariable);
   return zmq_strerror(error);
 }
 
@@ -87,7 +100,7 @@ void BoundSocket::Open() {
     return;
   if (mEndpoint.IsIpc()) {
     MakeIpcDirectory(mEndpoint);
-    RefuseHeldFile(mEndpoint);
+    RefuseFileInUse(mEndpoint);
   }
   zsock_t* socket = zsock_new(mType);
   zsock_set_sndhwm(socket, 0);

@@ -9,8 +9,8 @@
 
 namespace louddesk {
 
-/// An endpoint could not be taken. The text names the endpoint, the reason and, where known, the
-/// process that holds it.
+/// An endpoint could not be taken. The text names the endpoint and the reason; of one that is in
+/// use also the command that shows by which process.
 class BindError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

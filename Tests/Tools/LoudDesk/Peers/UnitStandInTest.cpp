@@ -5,6 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdio>
 
 #include "Isolation.h"
 #include "MqNames.h"
@@ -21,7 +26,9 @@ using louddesk::Patience;
 using louddesk::Peer;
 using louddesk::PresetBuilder;
 using louddesk::UnitStandIn;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 constexpr Patience kPatience{20000};
 
@@ -35,6 +42,15 @@ std::string ErrorOf(Action action) {
   }
   ADD_FAILURE() << "nothing was refused";
   return "";
+}
+
+std::string OutputOf(const std::string& command) {
+  std::string output;
+  FILE* const pipe = popen(command.c_str(), "r");
+  for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe))
+    output += static_cast<char>(c);
+  pclose(pipe);
+  return output;
 }
 
 /// A subscriber in the place of the service, at one of the unit's publishers.
@@ -152,20 +168,41 @@ TEST_F(UnitStandInTest, ClosedPeerLeavesItsPlaceToOthers) {
   EXPECT_NO_THROW(other.Open(Peer::kHardwareManager));
 }
 
-TEST_F(UnitStandInTest, EveryHeldPlaceIsRefusedWithItsHolder) {
+// The command that shows by whom is tried out: it finds this process.
+TEST_F(UnitStandInTest, EveryEndpointInUseIsRefusedWithTheCommandThatShowsByWhom) {
   mUnit.OpenAll();
   UnitStandIn other(1, 1);
-  for (const Peer peer : kAllPeers)
-    EXPECT_EQ("cannot bind " + mUnit.EndpointOf(peer) + ": held by UnitStandInTest (process " +
-                  std::to_string(getpid()) + ")",
-              ErrorOf([&] { other.Open(peer); }));
+  for (const Peer peer : kAllPeers) {
+    const std::string error = ErrorOf([&] { other.Open(peer); });
+    EXPECT_THAT(error, StartsWith("cannot bind " + mUnit.EndpointOf(peer) + ": "));
+    EXPECT_THAT(error, HasSubstr("in use; ss -l"));
+    EXPECT_THAT(error, EndsWith(" shows by whom"));
+    const std::size_t begin = error.find("ss -l");
+    const std::string command = error.substr(begin, error.rfind(" shows by whom") - begin);
+    EXPECT_THAT(OutputOf(command), HasSubstr("pid=" + std::to_string(getpid()) + ","));
+  }
 }
 
-TEST_F(UnitStandInTest, PortHeldOnAllAddressesIsRefusedWithItsHolder) {
+TEST_F(UnitStandInTest, PortInUseOnAllAddressesIsRefused) {
   zsock_t* holder = zsock_new_pub("@tcp://*:7000");
   EXPECT_THAT(ErrorOf([this] { mUnit.Open(Peer::kMainAppServer); }),
-              HasSubstr(": held by UnitStandInTest (process "));
+              HasSubstr(": the port is in use; ss -lptn 'sport = :7000' shows by whom"));
   zsock_destroy(&holder);
+}
+
+// What a service that was killed leaves behind.
+TEST_F(UnitStandInTest, FileThatNobodyListensOnAnyMoreIsTaken) {
+  mUnit.Open(Peer::kLogSink);
+  const std::string file = mUnit.EndpointOf(Peer::kLogSink).substr(sizeof "ipc://" - 1);
+  mUnit.Close(Peer::kLogSink);
+  const int stale = socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  file.copy(address.sun_path, sizeof address.sun_path - 1);
+  unlink(file.c_str());
+  ASSERT_EQ(bind(stale, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  close(stale);
+  EXPECT_NO_THROW(mUnit.Open(Peer::kLogSink));
 }
 
 TEST_F(UnitStandInTest, AddressOfAnotherMachineIsExplained) {
