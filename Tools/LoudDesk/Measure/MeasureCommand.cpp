@@ -11,8 +11,8 @@
 
 #include "Bin.h"
 #include "Complaints.h"
+#include "FatalSignals.h"
 #include "FigureFormat.h"
-#include "InterruptedLine.h"
 #include "MeasuredSeries.h"
 #include "NumberCheck.h"
 #include "PageFile.h"
@@ -150,9 +150,9 @@ int RunMeasure(const MeasureOptions& options) {
   // The messaging library must leave the signals alone: Ctrl-C ends a measurement at once.
   zsys_handler_set(nullptr);
   const ProgressColumns columns = ColumnsOfTerminal(STDERR_FILENO);
-  std::optional<InterruptedLine> interruptedLine;
+  std::optional<FatalSignals> fatalSignals;
   if (columns)
-    interruptedLine.emplace(STDERR_FILENO, *columns);
+    fatalSignals.emplace(ClearProgressLine);
   return MeasureFiles(options, std::cout, std::cerr, columns);
 }
 

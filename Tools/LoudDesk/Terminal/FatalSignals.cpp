@@ -9,8 +9,9 @@ namespace louddesk {
 
 namespace {
 
-// A lost terminal or reader, the user's Ctrl-\, and faults of this program.
-constexpr int kSignals[] = {SIGHUP, SIGQUIT, SIGPIPE, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL};
+// The user's Ctrl-C and Ctrl-\, a lost terminal or reader, and faults of this program.
+constexpr int kSignals[] = {SIGINT,  SIGTERM, SIGHUP, SIGQUIT, SIGPIPE,
+                            SIGABRT, SIGSEGV, SIGBUS, SIGFPE,  SIGILL};
 
 void (*gGiveBack)();                           // written while no handler is installed
 struct sigaction gUsual[std::size(kSignals)];  // what was there before the object
@@ -29,7 +30,7 @@ FatalSignals::FatalSignals(void (*giveBack)()) {
   action.sa_flags = static_cast<int>(SA_RESETHAND);
   for (std::size_t i = 0; i < std::size(kSignals); ++i) {
     sigaction(kSignals[i], nullptr, &gUsual[i]);
-    if (gUsual[i].sa_handler != SIG_IGN)
+    if (gUsual[i].sa_handler == SIG_DFL)
       sigaction(kSignals[i], &action, nullptr);
   }
 }

@@ -6,10 +6,10 @@ namespace louddesk {
 
 class FatalSignals {
  public:
-  /// From now on a signal that ends the process, but SIGINT and SIGTERM, which end the subcommands
-  /// in order, calls `giveBack` first. The process then ends by that signal as it would have. A
-  /// signal that is ignored, as SIGHUP behind nohup, stays so. REQUIRES: `giveBack` may be called
-  /// in a signal handler.
+  /// From now on a signal that would end the process calls `giveBack` first; then the process ends
+  /// by that signal. Signals that are ignored, as SIGHUP behind nohup, or have a handler, as SIGINT
+  /// and SIGTERM where they end a subcommand in order, are left alone. REQUIRES: `giveBack` may be
+  /// called in a signal handler.
   explicit FatalSignals(void (*giveBack)());
 
   /// Leaves the signals as they were.

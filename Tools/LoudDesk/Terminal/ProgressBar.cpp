@@ -2,6 +2,9 @@
 
 #include "ProgressBar.h"
 
+#include <fmt/format.h>
+#include <unistd.h>
+
 #include <algorithm>
 
 #include "PrintableText.h"
@@ -14,13 +17,17 @@ constexpr std::uint64_t kNothingShown = 101;
 
 std::string Line(std::uint64_t percent, const std::string& label) {
   const std::size_t filled = kBarWidth * static_cast<std::size_t>(percent) / 100;
-  std::string number = std::to_string(percent);
-  number.insert(0, 3 - std::min<std::size_t>(number.size(), 3), ' ');
-  return "[" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] " + number +
-         " %  " + label;
+  return fmt::format("[{:#<{}}{:.<{}}] {:3} %  {}", "", filled, "", kBarWidth - filled, percent,
+                     label);
 }
 
 }  // namespace
+
+void ClearProgressLine() {
+  constexpr char kEmptyLine[] = "\r\033[K";
+  if (write(STDERR_FILENO, kEmptyLine, sizeof kEmptyLine - 1) < 0)
+    return;  // the terminal is gone, and the line with it
+}
 
 ProgressBar::ProgressBar(std::ostream& terminal, std::size_t columns, const std::string& label,
                          std::uint64_t total)

@@ -10,6 +10,9 @@
 
 namespace louddesk {
 
+/// Empties the line of a bar on standard error where its owner cannot: in a signal handler.
+void ClearProgressLine();
+
 /// Needs nothing of a terminal but the carriage return.
 class ProgressBar {
  public:

@@ -348,7 +348,7 @@ TEST_F(MeasureCommandTest, CtrlCEndsAMeasurementAtOnce) {
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << "status " << status;
-  EXPECT_THAT(terminal.Read(), testing::EndsWith("\r" + std::string(79, ' ') + "\r"));
+  EXPECT_THAT(terminal.Read(), testing::EndsWith("\r\x1B[K"));
 }
 
 TEST_F(MeasureCommandTest, AFileThatLooksLikeAnOptionGoesBehindTwoDashes) {

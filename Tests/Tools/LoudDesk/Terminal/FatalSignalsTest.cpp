@@ -1,0 +1,58 @@
+// What is given back when a signal ends the process, in processes of their own.
+
+#include "FatalSignals.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include "ProgressBar.h"
+
+namespace louddesk {
+namespace {
+
+constexpr int kSurvived = 3;
+
+TEST(FatalSignalsTest, ASignalGivesBackAndEndsTheProcessAllTheSame) {
+  for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGSEGV})
+    EXPECT_EXIT(
+        {
+          const FatalSignals signals(ClearProgressLine);
+          raise(signalNumber);
+        },
+        testing::KilledBySignal(signalNumber), "^\r\x1B\\[K$");
+}
+
+// As a shell starts jobs in the background.
+TEST(FatalSignalsTest, AnIgnoredSignalStaysIgnored) {
+  EXPECT_EXIT(
+      {
+        signal(SIGINT, SIG_IGN);
+        const FatalSignals signals(ClearProgressLine);
+        raise(SIGINT);
+        _exit(kSurvived);
+      },
+      testing::ExitedWithCode(kSurvived), "^$");
+}
+
+TEST(FatalSignalsTest, AHandlerStays) {
+  EXPECT_EXIT(
+      {
+        signal(SIGINT, [](int) { _exit(kSurvived); });
+        const FatalSignals signals(ClearProgressLine);
+        raise(SIGINT);
+      },
+      testing::ExitedWithCode(kSurvived), "^$");
+}
+
+TEST(FatalSignalsTest, AfterwardsSignalsAreAsBefore) {
+  EXPECT_EXIT(
+      {
+        { const FatalSignals signals(ClearProgressLine); }
+        raise(SIGINT);
+      },
+      testing::KilledBySignal(SIGINT), "^$");
+}
+
+}  // namespace
+}  // namespace louddesk
