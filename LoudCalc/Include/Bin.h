@@ -21,10 +21,11 @@ constexpr float kNoLoudnessLkfs = -99.0F;
 /// The absolute gate of ITU-R BS.1770-3, Annex 1; also the lower edge of bin 1.
 constexpr float kAbsoluteGateLkfs = -70.0F;
 
-/// What one loudness code differs from the next by.
+/// Distance in LU of one loudness code from the next.
 constexpr double kBinWidthLu = 0.02;
 
-/// The loudness from which on a reading is more than the last code says.
+/// Where the last loudness code would end if it were as wide as the others. Louder readings count
+/// as that code, too.
 constexpr double kEndOfCodesLkfs = kAbsoluteGateLkfs + kBinWidthLu * kMaxLoudnessCode;
 
 /// The DSP stage's integer scale of powers: the level in dB of the power that stands for 0 LKFS is
@@ -33,8 +34,8 @@ constexpr double kEndOfCodesLkfs = kAbsoluteGateLkfs + kBinWidthLu * kMaxLoudnes
 constexpr double kPowerScaleDb = 152.6905962;
 constexpr double kWeightingOffsetDb = 0.6974;
 
-/// Ends of the loudness range (EBU Tech 3342) in percent of the readings: as many lie below the
-/// lower end, and above the upper one.
+/// Percentage of the readings below the lower and above the upper end of the loudness range (EBU
+/// Tech 3342).
 constexpr std::uint32_t kLraPercentBelow = 10;
 constexpr std::uint32_t kLraPercentAbove = 5;
 

@@ -22,8 +22,8 @@ namespace {
 // A pipe takes a piece of at most this size whole or not at all; one that is ready takes it.
 constexpr std::size_t kPieceSize = PIPE_BUF;
 
-// A terminal that is ready has room for a piece of this size, but may be full after each character
-// that it replaces, as a line feed by two: those are pieces of their own.
+// A terminal that is ready has room for a piece of this size. It may replace a control character by
+// several, as a line feed by two, and be full then: each control character is a piece of its own.
 constexpr std::size_t kTerminalPieceSize = 64;
 
 std::size_t TerminalPiece(const char* text, std::size_t size) {
@@ -33,7 +33,7 @@ std::size_t TerminalPiece(const char* text, std::size_t size) {
   return control == text ? 1 : static_cast<std::size_t>(control - text);
 }
 
-// Held from the question for room to the write: both streams may lead to the same place.
+// Held from the poll for room to the write, because both streams may lead to the same place.
 std::mutex gRoom;
 
 // Writes a piece only if the descriptor has room for it now. Another process may take the room
@@ -49,22 +49,23 @@ ssize_t WriteIntoRoom(int fd, const char* text, std::size_t size) {
   return -1;
 }
 
-// Writes a piece without waiting to a descriptor whose description says to wait. Newer kernels can
-// for pipes; whatever else it is, is asked for room.
+// Writes a piece without waiting to a descriptor in blocking mode. Newer kernels can do so for
+// pipes; everything else is polled for room.
 ssize_t WriteWithoutWaiting(int fd, const char* text, std::size_t size) {
   const iovec piece = {const_cast<char*>(text), size};
   const ssize_t written = pwritev2(fd, &piece, 1, -1, RWF_NOWAIT);
   return written == -1 && errno == EOPNOTSUPP ? WriteIntoRoom(fd, text, size) : written;
 }
 
-// What stands behind one of the two streams.
+// Where one of the two streams leads.
 class Outlet {
  public:
   explicit Outlet(int standardFd) : mFd(standardFd) {}
 
-  // Pipes and terminals are opened once more: a flag on the inherited description would make every
-  // process that shares it fail instead of wait. One that cannot be opened, as another user's or a
-  // named pipe without a reader, is written to with more care. A file never makes its writer wait.
+  // Pipes and terminals are opened once more in non-blocking mode: in that mode the inherited
+  // description would make every process that shares it fail instead of wait. One that cannot be
+  // opened, such as another user's or a named pipe without a reader, is written to with more care.
+  // A regular file never makes its writer wait.
   void Prepare() {
     struct stat status {};
     if (fstat(mFd, &status) == -1)
@@ -89,7 +90,7 @@ class Outlet {
 
  private:
   void Take(const char* text, std::size_t size) {
-    const int error = errno;  // who prints does not expect it to change
+    const int error = errno;  // callers do not expect printing to change it
     std::size_t taken = 0;
     if (mLost == 0 || TellLoss())
       taken = WritePieces(text, size);

@@ -65,8 +65,8 @@ zmsg_t* ReceiveMessage(zsock_t* socket) {
   return pMessage;
 }
 
-// Whether the socket was in the middle of a message of too many frames, some more of which are now
-// dropped. The timers come in between.
+// Drops some more frames of a message that has too many, and returns whether there were any. The
+// timers run in between.
 bool DropSomeOfTheRest(zsock_t* socket) {
   if (zsock_rcvmore(socket) == 0)
     return false;

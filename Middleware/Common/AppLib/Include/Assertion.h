@@ -1,5 +1,5 @@
-// The assertion of the whole service, for broken preconditions. Of all input only that of the
-// process monitor can break one: what it says of the system's status is a contract.
+// The assertion of the whole service, for broken preconditions. The only input that can break one
+// is the process monitor's system status, whose form is a contract.
 
 #pragma once
 

@@ -13,7 +13,7 @@ void OpenMissingStandardStreams();
 /// how much. Other processes on the same pipe or terminal are not affected. To be called once,
 /// before anything is printed; without memory for it the streams stay as they are.
 ///
-/// A pipe or terminal of another user, which this process may write to but not open, is looked at
-/// before each write. There another process that takes the last room in that very moment makes the
-/// write wait after all, except for pipes under Linux kernels that can write without waiting.
+/// A pipe or terminal of another user, which this process may write to but not open, is polled for
+/// room before each write. If another process takes the last room in between, the write waits after
+/// all, except for pipes under Linux kernels that can write without waiting.
 void MakeConsoleNeverWait();

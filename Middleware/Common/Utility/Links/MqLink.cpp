@@ -9,8 +9,8 @@
 
 namespace {
 
-// What is needed to tell a link that ZeroMQ renews from one that it has given up: only the former
-// is followed by an announcement of the next attempt.
+// Enough to tell a link that ZeroMQ renews from one that it has given up: it announces its next
+// attempt only for the former.
 constexpr int kWatchedEvents =
     ZMQ_EVENT_CONNECTED | ZMQ_EVENT_CONNECT_RETRIED | ZMQ_EVENT_DISCONNECTED |
     ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL |
@@ -34,7 +34,7 @@ void PrepareForTransport(zsock_t* socket, bool isOverTcp) {
   zsock_set_heartbeat_ivl(socket, isOverTcp ? kMqHeartbeatPeriodMs : 0);
 }
 
-// A name that no watch had before: those of earlier ones are given back some time later.
+// A name that no watch has used: the library frees the name of an ended watch only some time later.
 std::string NewMonitorEndpoint() {
   static unsigned long watches = 0;
   return "inproc://links-" + std::to_string(++watches);
@@ -146,23 +146,23 @@ bool MqLinkWatch::IsAnyLostFor(std::int64_t milliseconds) const {
   });
 }
 
-// Whether no message waits on the socket, nor the rest of one.
+// Whether neither a message nor the rest of one waits on the socket.
 bool MqLinkWatch::IsIdle() const {
   return (zsock_events(mpSocket) & ZMQ_POLLIN) == 0;
 }
 
 // The options of the socket are those of its last connection, which may have been of another kind.
-// Its queues must be left alone: libzmq tells a change of theirs to every connection, also to one
+// Its queue lengths must be left alone: libzmq passes a change on to every connection, even to one
 // that it is about to free, and crashes.
 bool MqLinkWatch::ConnectAgain(const std::string& endpoint) {
   PrepareForTransport(mpSocket, endpoint.compare(0, sizeof kTcpPrefix - 1, kTcpPrefix) == 0);
   return zsock_connect(mpSocket, "%s", endpoint.c_str()) == 0;
 }
 
-// All lost links are taken down before the first is made anew, also those that were lost a moment
-// ago. The library keeps the address of a connection that it has given up and freed until it is
-// told to disconnect, and then ends whatever lives there: that might be a new connection of another
-// link, which nobody would be told of.
+// All lost links are disconnected before the first is connected again, even those that were lost a
+// moment ago. Of a link that it has given up, the library keeps the address of the freed connection
+// until it is told to disconnect, and then ends whatever lives at that address. That might be a new
+// connection of another link, and no event would say so.
 void MqLinkWatch::RenewLost() {
   std::vector<std::string> lost;
   for (const auto& [endpoint, link] : mLinks)

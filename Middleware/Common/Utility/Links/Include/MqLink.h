@@ -32,16 +32,16 @@ constexpr int kMqMaxLocalFrameSize = 64 * 1024 * 1024;  // bytes
 constexpr int kMqMaxWordSize = 256;  // bytes
 constexpr int kMqUnreadMessages = 1;
 
-/// How long a link may be lost before it is taken for lost for good. ZeroMQ announces its own next
-/// attempt at once.
+/// How long a link may be down before it counts as given up. ZeroMQ announces its own next attempt
+/// at once.
 constexpr std::int64_t kMqLostLinkPatienceMs = 500;
 
-/// How long a lost link is left as it is for the sake of messages that wait on its socket: what has
-/// come over the link would be lost with it.
+/// How long a lost link is kept while messages wait on its socket: renewing it drops what has
+/// arrived over it.
 constexpr std::int64_t kMqBusyLinkPatienceMs = 5000;
 
-/// How long a link must have worked to count as a good one. A peer that breaks the protocol only
-/// after the handshake has not, however often it is connected to.
+/// How long a link must have worked to count as a good one. The link to a peer that breaks the
+/// protocol soon after every handshake never does.
 constexpr std::int64_t kMqGoodLinkMs = 3000;
 
 /// Sets the options above for the connections that `socket`, a SUB or PUSH socket, makes from now
@@ -84,9 +84,9 @@ class MqLinkWatch {
   }
 
   /// Renews links that have been lost for so long that no message may delay it any more. To be
-  /// called when a message has been received to its last frame and the socket was not polled since:
-  /// in the middle of a message, to which one that a poll has found belongs, the library aborts
-  /// when its link goes.
+  /// called after the last frame of a message and before the socket is polled again: when a link
+  /// goes in the middle of its message, the library aborts, and a message that a poll has found
+  /// counts as begun.
   template <typename Report>
   void TendBetweenMessages(Report report) {
     if (mpEvents != nullptr && IsAnyLostFor(kMqBusyLinkPatienceMs))
