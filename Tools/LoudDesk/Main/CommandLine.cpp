@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <numeric>
 
 #include "MeasureCommand.h"
 #include "PrintableText.h"
@@ -17,24 +16,6 @@ namespace louddesk {
 namespace {
 
 constexpr char kName[] = "LoudDesk";
-
-// A word with more wrong letters than this means something else.
-constexpr std::size_t kMostSlips = 2;
-
-// Letters to be put in, left out or replaced to make one word of the other.
-std::size_t SlipsBetween(const std::string& a, const std::string& b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    std::size_t diagonal = row[0]++;
-    for (std::size_t j = 0; j < b.size(); ++j) {
-      const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
-    }
-  }
-  return row.back();
-}
 
 // The subcommand that was reached, and the words that lead to it.
 struct Reached {
@@ -89,11 +70,8 @@ std::string ComplaintOnWord(const Reached& reached, const std::vector<std::strin
   if (leftOver.empty())
     return "a subcommand is missing behind " + reached.words + ": " + Choice(names);
   const std::string& word = leftOver.front();
-  if (IsOption(word))
-    return ComplaintOnOption(word);
-  const std::string likeliest = LikeliestName(word, names);
-  return word + ": no such subcommand; there are " + Choice(names) +
-         (likeliest.empty() ? "" : " (did you mean " + likeliest + "?)");
+  return IsOption(word) ? ComplaintOnOption(word)
+                        : word + ": no such subcommand; there are " + Choice(names);
 }
 
 bool LacksSubcommand(const CLI::App& app) {
@@ -136,19 +114,6 @@ int RunCommandLine(std::vector<std::string> arguments, std::ostream& out, std::o
            << InnermostOf(app).words << " --help)\n";
     return kWrongUsage;
   }
-}
-
-std::string LikeliestName(const std::string& word, const std::vector<std::string>& names) {
-  std::string likeliest;
-  std::size_t fewest = kMostSlips + 1;
-  for (const std::string& name : names) {
-    const std::size_t slips = SlipsBetween(word, name);
-    if (slips < fewest && slips < name.size() / 2 + 1) {
-      fewest = slips;
-      likeliest = name;
-    }
-  }
-  return likeliest;
 }
 
 }  // namespace louddesk

@@ -20,7 +20,4 @@ void AddSubcommands(CLI::App& app, int& status);
 /// program.
 int RunCommandLine(std::vector<std::string> arguments, std::ostream& out, std::ostream& errors);
 
-/// The one of the names that a word was most likely meant to be; empty when none is like it.
-std::string LikeliestName(const std::string& word, const std::vector<std::string>& names);
-
 }  // namespace louddesk
