@@ -1,4 +1,4 @@
-// Keys and lines.
+// Lines of orders.
 
 #include "OrderInput.h"
 
@@ -11,64 +11,30 @@
 #include <cerrno>
 
 namespace louddesk {
-
 namespace {
 
-// What is longer is no order, and must not be collected for ever.
+// A longer line is not an order, and must not be collected for ever.
 constexpr std::size_t kLongestLine = 200;
-
-constexpr char kEscape = '\033';  // begins what the arrows and other keys without a character send
-
-bool IsPrintable(char character) {
-  return std::isprint(static_cast<unsigned char>(character)) != 0;
-}
 
 bool IsBlank(const std::string& text) {
   return text.find_first_not_of(" \t\r") == std::string::npos;
 }
 
-// Without what keys without a character have sent: an escape and what belongs to it, which is one
-// character, or behind a bracket everything up to the first letter or '~'.
-std::string WithoutEscapes(const std::string& text) {
-  std::string rest;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != kEscape) {
-      rest += text[i];
-      continue;
-    }
-    const bool isLong = ++i < text.size() && (text[i] == '[' || text[i] == 'O');
-    if (isLong)
-      ++i;
-    while (isLong && i < text.size() && text[i] < '@')
-      ++i;
-  }
-  return rest;
-}
-
 std::string WithoutUnprintable(std::string text) {
-  for (char& character : text)
-    character = IsPrintable(character) ? character : '?';
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return std::isprint(c) == 0; }, '?');
   return text;
 }
 
 }  // namespace
 
-OrderInput::OrderInput(int descriptor) : mDescriptor(descriptor) {
-  if (isatty(descriptor) != 0)
-    mKeyMode.emplace(descriptor);
-}
-
-bool OrderInput::HasKeys() {
-  return mIsOpen && mKeyMode && mKeyMode->Take();
-}
-
-std::optional<TypedOrder> OrderInput::Next() {
-  return mKeyMode ? NextKey() : NextLine();
+bool OrderInput::IsTyped() const {
+  return isatty(mDescriptor) != 0 && tcgetpgrp(mDescriptor) == getpgrp();
 }
 
 bool OrderInput::IsReadable() const {
   pollfd item = {mDescriptor, POLLIN, 0};
-  return mIsOpen && poll(&item, 1, 0) > 0;
+  return mIsOpen && (isatty(mDescriptor) == 0 || IsTyped()) && poll(&item, 1, 0) > 0;
 }
 
 void OrderInput::Read() {
@@ -76,25 +42,11 @@ void OrderInput::Read() {
   const ssize_t size = read(mDescriptor, buffer.data(), buffer.size());
   if (size > 0)
     mPending.append(buffer.data(), static_cast<std::size_t>(size));
-  else if (size == 0 || (errno != EINTR && errno != EAGAIN && errno != EIO))
-    mIsOpen = false;  // EIO: suddenly in the background
+  else if (size == 0 || (errno != EINTR && errno != EAGAIN))
+    mIsOpen = false;
 }
 
-std::optional<TypedOrder> OrderInput::NextKey() {
-  if (mPending.empty() && HasKeys() && IsReadable()) {
-    Read();
-    mPending = WithoutEscapes(mPending);
-  }
-  while (!mPending.empty()) {
-    const char key = mPending.front();
-    mPending.erase(0, 1);
-    if (IsPrintable(key) && key != ' ')
-      return TypedOrder{std::string(1, key), OrderOfKey(key)};
-  }
-  return std::nullopt;
-}
-
-std::optional<TypedOrder> OrderInput::NextLine() {
+std::optional<TypedOrder> OrderInput::Next() {
   for (;;) {
     std::size_t end = mPending.find('\n');
     while (end == std::string::npos && mPending.size() < kLongestLine && IsReadable()) {
@@ -106,7 +58,7 @@ std::optional<TypedOrder> OrderInput::NextLine() {
     const std::string line = mPending.substr(0, std::min(end, kLongestLine));
     mPending.erase(0, line.size() + (end == line.size() ? 1 : 0));
     if (!IsBlank(line))
-      return TypedOrder{WithoutUnprintable(line), OrderOfWord(line)};
+      return TypedOrder{WithoutUnprintable(line), OrderOf(line)};
     if (mPending.empty() && !mIsOpen)
       return std::nullopt;
   }

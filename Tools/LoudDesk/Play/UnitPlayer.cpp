@@ -51,7 +51,7 @@ void UnitPlayer::Connect() {
 
 void UnitPlayer::TakeOrdersFrom(int descriptor) {
   mOrders.emplace(descriptor);
-  if (mOrders->HasKeys())
+  if (mOrders->IsTyped())
     TellOrders();
 }
 
@@ -155,7 +155,7 @@ bool UnitPlayer::CarryOutNextOrder() {
 
 void UnitPlayer::CarryOut(const TypedOrder& typed) {
   if (typed.order == nullptr) {
-    mLine.Print(mOrders->HasKeys() ? UnknownKey(typed.text) : UnknownWord(typed.text));
+    mLine.Print("\"" + typed.text + "\" is not an order; there are " + OrderWords());
     return;
   }
   switch (typed.order->kind) {
@@ -174,7 +174,7 @@ void UnitPlayer::CarryOut(const TypedOrder& typed) {
 }
 
 void UnitPlayer::TellOrders() {
-  mLine.Print(mOrders->HasKeys() ? OrderKeys() : "Orders: " + OrderWords());
+  mLine.Print("Orders: " + OrderWords());
 }
 
 void UnitPlayer::TakeAnswers() {

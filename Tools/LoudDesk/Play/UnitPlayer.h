@@ -40,8 +40,8 @@ class UnitPlayer {
   /// when it does not in time.
   void Connect();
 
-  /// From now on obeys the orders that come from an open descriptor, and tells the user of a
-  /// terminal what keys there are.
+  /// From now on carries out the orders that come from an open descriptor, and tells the user of a
+  /// terminal what orders there are.
   void TakeOrdersFrom(int descriptor);
 
   /// Plays one source in real time, or `speed` times that, and shows the figures that the service

@@ -1,4 +1,4 @@
-// Orders as words, keys and lines of an input.
+// Orders as words, letters and lines of an input.
 
 #include "OrderInput.h"
 
@@ -7,9 +7,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <csignal>
-#include <set>
-#include <sstream>
 #include <vector>
 
 namespace {
@@ -17,14 +14,12 @@ namespace {
 using louddesk::Order;
 using louddesk::OrderInput;
 using louddesk::OrderKind;
-using louddesk::OrderOfKey;
-using louddesk::OrderOfWord;
+using louddesk::OrderOf;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 struct OrderCase {
   const char* word;
-  char key;
+  char letter;
   OrderKind kind;
   const char* command;
 };
@@ -42,45 +37,33 @@ constexpr OrderCase kCases[] = {
     {"quit", 'q', OrderKind::kQuit, ""},
 };
 
-TEST(OrdersTest, EveryOrderHasAWordAndAKey) {
+TEST(OrdersTest, EveryOrderHasAWordAndALetter) {
   for (const OrderCase& expected : kCases) {
-    const Order* order = OrderOfWord(expected.word);
+    const Order* order = OrderOf(expected.word);
     ASSERT_NE(nullptr, order) << expected.word;
-    EXPECT_EQ(order, OrderOfKey(expected.key)) << expected.word;
+    EXPECT_EQ(order, OrderOf(std::string(1, expected.letter))) << expected.word;
     EXPECT_EQ(expected.kind, order->kind) << expected.word;
     EXPECT_STREQ(expected.command, order->command) << expected.word;
   }
 }
 
 TEST(OrdersTest, CaseAndBlanksAroundAWordDoNotMatter) {
-  EXPECT_EQ(OrderOfWord("pause"), OrderOfWord("\t Pause \r"));
-  EXPECT_EQ(OrderOfWord("reporting off"), OrderOfWord("REPORTING OFF"));
+  EXPECT_EQ(OrderOf("pause"), OrderOf("\t Pause \r"));
+  EXPECT_EQ(OrderOf("reporting off"), OrderOf("REPORTING OFF"));
+  EXPECT_EQ(OrderOf("pause"), OrderOf(" P\r"));
 }
 
-TEST(OrdersTest, OtherWordsAndKeysAreNoOrders) {
-  for (const char* word : {"", "p", "paus", "pauses", "pause now", "reporting", "reporting  on"})
-    EXPECT_EQ(nullptr, OrderOfWord(word)) << word;
-  for (const char key : {'x', 'P', ' ', '\n', '\0'})
-    EXPECT_EQ(nullptr, OrderOfKey(key)) << key;
+TEST(OrdersTest, OtherLinesAreNoOrders) {
+  for (const char* line :
+       {"", "x", "paus", "pauses", "pause now", "pp", "reporting", "reporting  on"})
+    EXPECT_EQ(nullptr, OrderOf(line)) << line;
 }
 
-TEST(OrdersTest, TextsNameEveryOrder) {
-  EXPECT_EQ("start, pause, play, stop, reset, print, reporting on, reporting off, help and quit",
-            louddesk::OrderWords());
-  EXPECT_EQ("\"x\" is no key; there are s p y t r i + - h q", louddesk::UnknownKey("x"));
-  EXPECT_EQ("\"word\" is not known; there are " + louddesk::OrderWords(),
-            louddesk::UnknownWord("word"));
-  for (const OrderCase& expected : kCases)
-    EXPECT_THAT(louddesk::OrderKeys(),
-                HasSubstr(std::string("  ") + expected.key + " " + expected.word));
-}
-
-TEST(OrdersTest, KeysFitATerminalOfEightyColumns) {
-  std::istringstream lines(louddesk::OrderKeys());
-  std::size_t count = 0;
-  for (std::string line; std::getline(lines, line); ++count)
-    EXPECT_LT(line.size(), 80u) << line;
-  EXPECT_EQ(2u, count);
+TEST(OrdersTest, EveryOrderIsNamed) {
+  EXPECT_EQ(
+      "start (s), pause (p), play (y), stop (t), reset (r), print (i), reporting on (+), "
+      "reporting off (-), help (h) and quit (q)",
+      louddesk::OrderWords());
 }
 
 /// The reading end of a pipe as the input.
@@ -123,7 +106,7 @@ class OrderInputTest : public testing::Test {
 
 TEST_F(OrderInputTest, NothingIsWaitedFor) {
   EXPECT_FALSE(mInput->Next());
-  EXPECT_FALSE(mInput->HasKeys());
+  EXPECT_FALSE(mInput->IsTyped());
 }
 
 TEST_F(OrderInputTest, LinesAreOrders) {
@@ -131,10 +114,10 @@ TEST_F(OrderInputTest, LinesAreOrders) {
   const auto first = mInput->Next();
   ASSERT_TRUE(first);
   EXPECT_EQ("pause", first->text);
-  EXPECT_EQ(OrderOfWord("pause"), first->order);
+  EXPECT_EQ(OrderOf("pause"), first->order);
   const auto second = mInput->Next();
   ASSERT_TRUE(second);
-  EXPECT_EQ(OrderOfWord("reporting off"), second->order);
+  EXPECT_EQ(OrderOf("reporting off"), second->order);
   EXPECT_FALSE(mInput->Next());
 }
 
@@ -225,7 +208,7 @@ TEST(OrderInputTerminalTest, ForeignTerminalIsLeftAlone) {
   ASSERT_GE(shell, 0);
   {
     OrderInput input(shell);
-    EXPECT_FALSE(input.HasKeys());
+    EXPECT_FALSE(input.IsTyped());
     ASSERT_EQ(2, write(terminal, "p\n", 2));
     EXPECT_FALSE(input.Next());
   }

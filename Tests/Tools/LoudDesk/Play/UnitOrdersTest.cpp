@@ -191,9 +191,10 @@ TEST_F(UnitOrdersTest, ResetInAPauseStops) {
 TEST_F(UnitOrdersTest, UnknownWordIsAnsweredByTheKnownOnes) {
   ASSERT_NO_FATAL_FAILURE(StartTone());
   const std::string known =
-      "start, pause, play, stop, reset, print, reporting on, reporting off, help and quit";
-  ExpectAnswer("restart", "\"restart\" is not known; there are " + known);
-  ExpectAnswer("reporting", "\"reporting\" is not known; there are " + known);
+      "start (s), pause (p), play (y), stop (t), reset (r), print (i), reporting on (+), "
+      "reporting off (-), help (h) and quit (q)";
+  ExpectAnswer("restart", "\"restart\" is not an order; there are " + known);
+  ExpectAnswer("reporting", "\"reporting\" is not an order; there are " + known);
   ExpectAnswer("help", "Orders: " + known);
   Quit();
 }
@@ -203,7 +204,7 @@ TEST_F(UnitOrdersTest, CaseAndBlanksOfAWordDoNotMatter) {
   Write("\n \n");
   ExpectAnswer("  PAUSE \r", "Pause acknowledged");
   Quit();
-  EXPECT_THAT(mDesk->StandardOutput(), Not(HasSubstr("not known")));
+  EXPECT_THAT(mDesk->StandardOutput(), Not(HasSubstr("not an order")));
 }
 
 TEST_F(UnitOrdersTest, EndOfTheInputEndsNothing) {
