@@ -2,8 +2,10 @@
 
 #include "PubHandler.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "Assertion.h"
 #include "LogMacros.h"
@@ -22,6 +24,29 @@ zframe_t* MakeFrame(const LuDataFrame_t& frame, const LuDataContent_t& content) 
     return zframe_new(kLoudnessDataTopic, sizeof kLoudnessDataTopic - 1);
   const std::int16_t value = content.*frame.value;
   return zframe_new(&value, sizeof value);
+}
+
+LogSource Log() {
+  return {kUnitName, cPubHandler::mpLogger, cPubHandler::mLogLevel};
+}
+
+void LogNews(MqFileNews news, zsock_t* socket) {
+  switch (news) {
+    case MqFileNews::kNone:
+      break;
+    case MqFileNews::kTaken:
+      LOUDCALC_LOG(Log(), Warn, "\"Somebody else has taken %s: new clients do not come here\"",
+                   zsock_endpoint(socket));
+      break;
+    case MqFileNews::kBoundAnew:
+      LOUDCALC_LOG(Log(), Warn, "\"Bound anew to %s, whose file was gone\"",
+                   zsock_endpoint(socket));
+      break;
+    case MqFileNews::kNotReplaced:
+      LOUDCALC_LOG(Log(), Warn, "\"File of %s is gone and cannot be bound anew: %s\"",
+                   zsock_endpoint(socket), std::strerror(errno));
+      break;
+  }
 }
 
 void ReportException(const char* title, const char* description) {
@@ -82,34 +107,44 @@ bool cPubHandler::BindMq() {
 }
 
 bool cPubHandler::BindLuDataPubMq() {
-  if (mpLuDataPubSocket != nullptr)
-    return true;
-  MqFileName_t name = {};
-  FormatName(name, kDataPublisherFilePrefix);
-  mpLuDataPubSocket = BindMqOverIpc(name, nullptr);
-  return mpLuDataPubSocket != nullptr;
+  return BindOnce(mpLuDataPubSocket, kDataPublisherFilePrefix, mDataFile);
 }
 
 bool cPubHandler::BindLuStatePubMq() {
-  if (mpLuStatePubSocket != nullptr)
+  return BindOnce(mpLuStatePubSocket, kStatePublisherFilePrefix, mStateFile);
+}
+
+bool cPubHandler::BindOnce(MqSock_t*& socket, const char* prefix, MqListenerFile& file) {
+  if (socket != nullptr)
     return true;
   MqFileName_t name = {};
-  FormatName(name, kStatePublisherFilePrefix);
-  mpLuStatePubSocket = BindMqOverIpc(name, nullptr);
-  return mpLuStatePubSocket != nullptr;
+  FormatName(name, prefix);
+  socket = BindMqOverIpc(name, nullptr);
+  if (socket != nullptr)
+    file.Watch(socket);
+  return socket != nullptr;
 }
 
 void cPubHandler::DestroyLuDataPubMq() {
+  mDataFile.Unwatch();
   DestroyMq(mpLuDataPubSocket);
 }
 
 void cPubHandler::DestroyLuStatePubMq() {
+  mStateFile.Unwatch();
   DestroyMq(mpLuStatePubSocket);
 }
 
 void cPubHandler::Cleanup() {
   DestroyLuDataPubMq();
   DestroyLuStatePubMq();
+}
+
+void cPubHandler::TendFiles() {
+  // Without a meter set the state socket has taken the data socket's file over, on purpose.
+  if (mlMeterSetNo != 0)
+    LogNews(mDataFile.Tend(), mpLuDataPubSocket);
+  LogNews(mStateFile.Tend(), mpLuStatePubSocket);
 }
 
 bool cPubHandler::SendJson(const char* topic, const char* json) {

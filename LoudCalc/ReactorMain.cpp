@@ -250,6 +250,8 @@ int Upkeep(zloop_t*, int, void*) {
     cLcReactor::mpReactor->TendLinks();
   if (cHeartBeater::mpHeartBeater != nullptr)
     cHeartBeater::mpHeartBeater->TendLink();
+  if (gpLcPubs != nullptr)
+    gpLcPubs->TendFiles();
   if (gpLogger != nullptr)
     gpLogger->TendLink();
   return 0;

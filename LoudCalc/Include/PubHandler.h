@@ -9,6 +9,7 @@
 
 #include "Logger.h"
 #include "LoudnessData.h"
+#include "MqListenerFile.h"
 #include "MqNames.h"
 #include "MqPubHandler.h"
 
@@ -90,6 +91,10 @@ class cPubHandler : public MqPubHandler {
   /// Destroys both sockets, the data socket first.
   void Cleanup();
 
+  /// Looks whether the sockets still have the files by which clients find them, binds anew where
+  /// one is gone and logs, at Warn, what has happened to it. To be called several times a second.
+  void TendFiles();
+
   /// Publishes a JSON text on the state socket, which must be bound. False when an argument is
   /// missing or the socket refuses it.
   bool SendJson(const char* topic, const char* json);
@@ -118,6 +123,11 @@ class cPubHandler : public MqPubHandler {
  private:
   cPubHandler() = default;
   ~cPubHandler();
+
+  bool BindOnce(MqSock_t*& socket, const char* prefix, MqListenerFile& file);
+
+  MqListenerFile mDataFile;   // of the data socket
+  MqListenerFile mStateFile;  // of the state socket
 };
 
 /// The publisher that the free functions of PublishLoudness.h use, mirroring `cPubHandler::mpPub`;

@@ -28,8 +28,8 @@ int DoEverySecond(zloop_t* loop, int timer, void* argument);
 /// Timer, every 100 ms: one step of the reporting.
 int LuDataUpdateCallback(zloop_t* loop, int timer, void* argument);
 
-/// Timer, every 250 ms: signs of life to the service manager, and connections that peers broke
-/// made anew.
+/// Timer, every 250 ms: signs of life to the service manager; connections that peers broke and
+/// publishers' files that somebody removed are made anew.
 int Upkeep(zloop_t* loop, int timer, void* argument);
 
 /// Readers of the reactor; they hand each message to the dispatcher.

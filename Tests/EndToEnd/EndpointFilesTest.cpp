@@ -114,6 +114,40 @@ TEST_F(EndpointFilesTest, DirectoryInThePlaceOfTheStatesIsReportedAndStopsTheFir
   ExpectStopByAssertion("__null != mpLuStatePubSocket");
 }
 
+TEST_F(EndpointFilesTest, FilesThatAreRemovedAreMadeAnew) {
+  ASSERT_NO_FATAL_FAILURE(StartInOrder());
+  const std::string files[] = {louddesk::DataPublisherFile(1, 1),
+                               louddesk::StatePublisherFile(1, 1)};
+  for (const std::string& file : files)
+    std::filesystem::remove(PathOf(file));
+  for (const std::string& file : files)
+    ExpectLogLine("\"Bound anew to ipc://" + PathOf(file) + ", whose file was gone\"");
+  louddesk::DataClient newcomer(files[0]);
+  EXPECT_TRUE(GetsData(newcomer));
+  ExpectMeasures(-20);
+  SendCommand("Pause");
+  ExpectAcknowledgement("Pause");
+}
+
+TEST_F(EndpointFilesTest, SocketOfAnotherInTheirPlaceIsReportedOnceAndLeftAlone) {
+  ASSERT_NO_FATAL_FAILURE(StartInOrder());
+  const std::string file = louddesk::DataPublisherFile(1, 1);
+  const std::string endpoint = "ipc://" + PathOf(file);
+  const std::string warning =
+      "\"Somebody else has taken " + endpoint + ": new clients do not come here\"";
+  auto other = std::make_unique<SilentListener>(endpoint);
+  ExpectLogLine(warning);
+  Pass(std::chrono::seconds{2});
+  EXPECT_EQ(1u, LinesOf(*mService, warning));
+  louddesk::DataClient newcomer(file);
+  EXPECT_FALSE(GetsData(newcomer, 5 * kPeriod)) << "the other's place was taken back";
+  ExpectMeasures(-20);
+
+  other.reset();
+  std::filesystem::remove(PathOf(file));
+  EXPECT_TRUE(GetsData(newcomer));
+}
+
 TEST_F(EndpointFilesTest, FileInThePlaceOfTheDirectoryIsReportedAndEndsWithStatusZero) {
   WriteFile(kDirectory);
   mUnit.OpenAll({Peer::kSignalProcessor, Peer::kLogSink});

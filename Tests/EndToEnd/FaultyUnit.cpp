@@ -60,6 +60,13 @@ void RecordFigure(const std::string& name, double value) {
   std::cout << "[  FIGURE  ] " << name << ' ' << value << std::endl;
 }
 
+std::size_t LinesOf(const ServiceProcess& process, const std::string& text) {
+  const std::vector<OutputLine> lines = process.Lines();
+  return static_cast<std::size_t>(std::count_if(
+      lines.begin(), lines.end(),
+      [&](const OutputLine& line) { return line.text.find(text) != std::string::npos; }));
+}
+
 const char* PlaceOf(Peer peer) {
   return RowOf(peer).place;
 }

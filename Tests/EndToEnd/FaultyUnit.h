@@ -16,6 +16,9 @@
 /// Writes a measured figure to the output of the test and to its report.
 void RecordFigure(const std::string& name, double value);
 
+/// Number of lines of a process that contain `text`.
+std::size_t LinesOf(const ServiceProcess& process, const std::string& text);
+
 /// One word for a peer.
 const char* PlaceOf(louddesk::Peer peer);
 

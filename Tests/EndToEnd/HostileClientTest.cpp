@@ -3,11 +3,14 @@
 // tests of every day, the minutes (label `soak`) do not.
 
 #include <algorithm>
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <vector>
 
 #include "FaultyUnit.h"
 #include "MqListener.h"
+#include "MqListenerFile.h"
 
 namespace {
 
@@ -55,9 +58,10 @@ class HostileClientTest : public FaultyUnit,
     ASSERT_TRUE(mHostile.back()->WaitForLine(" ", kPatience)) << "nothing done";
   }
 
-  /// Lets the time of the test pass by; the hostile ones go on.
-  void Endure() {
+  /// Lets the time of the test pass by; the hostile ones go on, and `act` adds to it.
+  void Endure(const std::function<void()>& act = [] {}) {
     for (const auto end = Clock::now() + GetParam(); Clock::now() < end;) {
+      act();
       Pass(kPeriod);
       mMostKib = std::max(mMostKib, mService->ResidentKib());
       mUnit.DropStates();
@@ -99,6 +103,20 @@ TEST_P(HostileClientTest, WhoHasSubscribedToLongTopicsLeavesAtNoCost) {
   mHostile.clear();
   Endure();
   ExpectNothingSuffered();
+}
+
+TEST_P(HostileClientTest, WhoRemovesTheFilesAgainAndAgainKeepsNobodyOut) {
+  const long before = mService->OpenFiles();
+  Endure([] {
+    for (const std::string& file : {kDataFile, kStateFile})
+      std::filesystem::remove(file);
+  });
+  EXPECT_LE(mService->OpenFiles(), before + 4 * MqListenerFile::kMostListeners);
+  louddesk::DataClient newcomer(louddesk::DataPublisherFile(1, 1));
+  EXPECT_TRUE(GetsData(newcomer));
+  ExpectMeasures(-20);
+  // Clients of before are made to come over now and then.
+  ExpectNothingSuffered(Milliseconds{3000});
 }
 
 /// A service that may open few files.

@@ -15,13 +15,6 @@ constexpr char kFailedBeat[] = "\"Failed to send HB Topic.\"";
 
 class SoakTest : public FaultyUnit {
  protected:
-  std::size_t LinesOf(const ServiceProcess& process, const std::string& text) const {
-    std::size_t count = 0;
-    for (const OutputLine& line : process.Lines())
-      count += line.text.find(text) != std::string::npos ? 1 : 0;
-    return count;
-  }
-
   const Peers mAllPeers{louddesk::kAllPeers.begin(), louddesk::kAllPeers.end()};
 };
 

@@ -78,6 +78,10 @@ TEST_F(TwinServiceTest, OldClientsStayWithTheFirstAndNewOnesGoToTheSecond) {
   EXPECT_TRUE(OldClientGetsData());
   mSecond->Signal(SIGCONT);
   EXPECT_TRUE(GetsData(*mNewClient));
+
+  // The first says so once for each of its files and does not take them back.
+  EXPECT_EQ(2u, LinesOf(*mFirst, "Somebody else has taken"));
+  EXPECT_EQ(0u, LinesOf(*mSecond, "Somebody else has taken"));
 }
 
 TEST_F(TwinServiceTest, EndOfTheFirstLeavesTheSecondToNewClients) {

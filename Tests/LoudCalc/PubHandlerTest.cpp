@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <limits>
 
 #include "CzmqFaults.h"
@@ -17,6 +18,7 @@ using faults::Call;
 using mqtest::Escaped;
 using mqtest::Frames;
 using mqtest::IpcEndpoint;
+using mqtest::Logged;
 using mqtest::Printed;
 using mqtest::Subscriber;
 
@@ -191,6 +193,56 @@ TEST_F(PubHandlerTest, SocketsAreDestroyedOneByOne) {
   publisher_->DestroyLuDataPubMq();
   publisher_->DestroyLuStatePubMq();
   EXPECT_EQ(2, faults::Count(Call::SockDestroy));
+}
+
+// Both looks that it takes to miss a file.
+void LookTwice(cPubHandler& publisher) {
+  publisher.TendFiles();
+  publisher.TendFiles();
+}
+
+std::string PathOf(const std::string& endpoint) {
+  return endpoint.substr(sizeof "ipc://" - 1);
+}
+
+TEST_F(PubHandlerTest, FilesThatAreGoneAreMadeAnewAndReported) {
+  publisher_->Init(nullptr);
+  mqtest::TalkativeLogger();
+  for (const std::string& endpoint : {DataEndpoint(), StateEndpoint()}) {
+    std::filesystem::remove(PathOf(endpoint));
+    LookTwice(*publisher_);
+    EXPECT_TRUE(std::filesystem::is_socket(PathOf(endpoint)));
+  }
+  for (const std::string& endpoint : {DataEndpoint(), StateEndpoint()})
+    EXPECT_THAT(
+        console_.Errors(),
+        Logged("WARN", "PubHandler", "\"Bound anew to " + endpoint + ", whose file was gone\""));
+}
+
+TEST_F(PubHandlerTest, FileThatCannotBeMadeAnewIsReportedWithTheReason) {
+  publisher_->BindLuDataPubMq();
+  mqtest::TalkativeLogger();
+  const std::filesystem::path directory =
+      std::filesystem::path(PathOf(DataEndpoint())).parent_path();
+  std::filesystem::remove_all(directory);
+  LookTwice(*publisher_);
+  EXPECT_THAT(console_.Errors(),
+              Logged("WARN", "PubHandler",
+                     "\"File of " + DataEndpoint() +
+                         " is gone and cannot be bound anew: No such file or directory\""));
+}
+
+TEST_F(PubHandlerTest, WithoutAMeterSetTheFileIsTheStateSockets) {
+  SetNumbers(0, 1);
+  publisher_->Init(nullptr);
+  mqtest::TalkativeLogger();
+  LookTwice(*publisher_);
+  std::filesystem::remove(PathOf(StateEndpoint()));
+  LookTwice(*publisher_);
+  LookTwice(*publisher_);
+  Subscriber state(publisher_->mpLuStatePubSocket, StateEndpoint());
+  EXPECT_TRUE(state.IsConnected());
+  EXPECT_EQ(1u, mqtest::Occurrences(console_.Errors(), "|WARN|"));
 }
 
 // ----- the loudness-data message
