@@ -2,14 +2,7 @@
 
 #include "ServiceControl.h"
 
-#include <algorithm>
-#include <ctime>
-
-#include "Endpoints.h"
-#include "UnitDocuments.h"
-
 namespace louddesk {
-
 namespace {
 
 constexpr char kStart[] = "Start";
@@ -20,107 +13,90 @@ constexpr char kPrint[] = "Print";  // done at once, without an acknowledgement
 
 constexpr Patience kAnswerPatience{3000};
 
-// Several periods of the loudness data: after so long without any it has ended.
-constexpr Patience kDataEnded{500};
-
 // Loudness data comes ten times a second, a heartbeat once a second.
 constexpr std::chrono::seconds kDataOfADeadService{3};
 constexpr std::chrono::seconds kSilenceOfADeadService{10};
 
 }  // namespace
 
-ServiceControl::ServiceControl(UnitStandIn& unit, LiveLine& line) : mUnit(unit), mLine(line) {}
+ServiceControl::ServiceControl(UnitStandIn& unit, LiveLine& line)
+    : mUnit(unit), mLine(line), mClient(unit, [this](const auto& answer) { TakeAnswer(answer); }) {}
 
-void ServiceControl::Start(unsigned user) {
-  mUser = user;
+void ServiceControl::Connect(Patience patience) {
+  mClient.Connect(patience);
+  mClient.SwitchReporting(true);
+}
+
+bool ServiceControl::Restart(const SpeakerLayout& speakers, Patience patience) {
+  mClient.Restart(speakers);
+  mIsStarting = true;
+  const bool hasStarted = !mIsReporting || mClient.Await(patience) == Outcome::kDone;
+  mIsStarting = false;
   mDone = kStart;
-  mAwaited.reset();
+  mAwaited = nullptr;
   mLastData = mLastSign = Clock::now();
+  return hasStarted;
 }
 
 void ServiceControl::Send(const Order& order) {
-  if (order.kind == OrderKind::kCommand)
-    SendCommand(order);
-  else
-    SwitchReporting(order);
-}
-
-void ServiceControl::SendCommand(const Order& order) {
-  LoudnessCommand command;
-  command.command = order.command;
-  command.clusterId = mUnit.Cluster();
-  command.meterSet = mUnit.MeterSet();
-  command.userId = mUser;
-  // Another one each time, however fast they come.
-  command.timeStamp = mTimeStamp =
-      std::max(mTimeStamp + 1, static_cast<unsigned>(std::time(nullptr)));
-  mUnit.SendText(Peer::kMainAppServer, TopicFor(kCommandTopicPrefix, mUnit.MeterSet()),
-                 command.Json());
-  const bool waits = !mIsReporting && command.command != kPrint;
+  const std::string command = order.command;
+  const bool waits = !command.empty() && !mIsReporting && command != kPrint;
   mLine.Print(std::string("> ") + order.word + (waits ? " (waits until reporting is on)" : ""));
-  if (mIsReporting && command.command != kPrint)
-    mAwaited = Awaited{&order, command.timeStamp, Clock::now() + kAnswerPatience};
-}
-
-// The protocol has no acknowledgement of it but the data itself.
-void ServiceControl::SwitchReporting(const Order& order) {
-  mIsReporting = order.kind == OrderKind::kReportingOn;
-  mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic, EnableReportingJson(mIsReporting));
-  mLine.Print(std::string("> ") + order.word);
-  mLastData = Clock::now();
-  if (!mIsReporting || IsDataExpected())
-    mAwaited = Awaited{&order, 0, Clock::now() + kAnswerPatience};
+  bool isAnswered = mIsReporting && command != kPrint;
+  if (order.kind == OrderKind::kCommand) {
+    mClient.SendCommand(command, mClient.User());
+  } else {
+    mIsReporting = order.kind == OrderKind::kReportingOn;
+    mClient.SwitchReporting(mIsReporting);
+    mLastData = Clock::now();
+    isAnswered = !mIsReporting || IsDataExpected();
+  }
+  if (isAnswered)
+    mAwaited = &order;
+  mDue = Clock::now() + kAnswerPatience;
 }
 
 void ServiceControl::TakeData(const LoudnessMessage& message) {
   mLastData = mLastSign = message.time;
-  if (mAwaited && mAwaited->order->kind == OrderKind::kReportingOn)
-    Settle("Loudness data comes");
+  mClient.TakeData(message);
 }
 
 bool ServiceControl::TakeAnswers() {
-  bool isReset = false;
-  while (const auto state = mUnit.NextState(Patience{0})) {
-    mLastSign = Clock::now();
-    const auto answer = ReadAnswer(*state);
-    if (!answer || answer->isRepublished)
-      continue;
-    isReset |= answer->command == kReset;
-    TakeAnswer(*answer);
-  }
+  mHasReset = false;
+  const Outcome outcome = mClient.TakeAnswers(Patience{0});
   while (mUnit.NextHeartbeat(Patience{0}))
     mLastSign = Clock::now();
   mUnit.DropLogLines();
-  CheckAwaited();
-  return isReset;
+  if (mAwaited != nullptr)
+    CheckAwaited(outcome);
+  return mHasReset;
 }
 
 void ServiceControl::TakeAnswer(const ServiceAnswer& answer) {
-  mLastData = Clock::now();
+  mLastData = mLastSign = Clock::now();
+  mHasReset = mHasReset || answer.command == kReset;
   if (answer.kind == StateKind::kAcknowledgement && answer.command != kReset)
     mDone = answer.command;
-  mLine.Print(AnswerText(answer));
-  if (!mAwaited || mAwaited->order->kind != OrderKind::kCommand ||
-      !Settles(answer, mAwaited->order->command))
-    return;
-  if (answer.cmdTime != mAwaited->timeStamp)
-    mLine.Print(std::string(mAwaited->order->command) + " " + kOtherStampText);
-  mAwaited.reset();
+  if (!mIsStarting)
+    mLine.Print(AnswerText(answer));
+}
+
+void ServiceControl::CheckAwaited(Outcome outcome) {
+  if (outcome == Outcome::kOtherStamp)
+    Settle(std::string(mAwaited->command) + " " + kOtherStampText);
+  else if (outcome == Outcome::kDone && mAwaited->kind == OrderKind::kReportingOff)
+    Settle("No more loudness data comes");
+  else if (outcome == Outcome::kDone && mAwaited->kind == OrderKind::kReportingOn)
+    Settle("Loudness data comes");
+  else if (outcome == Outcome::kDone)
+    mAwaited = nullptr;
+  else if (Clock::now() >= mDue)
+    Settle(std::string("Nothing came of ") + mAwaited->word);
 }
 
 void ServiceControl::Settle(const std::string& line) {
   mLine.Print(line);
-  mAwaited.reset();
-}
-
-void ServiceControl::CheckAwaited() {
-  if (!mAwaited)
-    return;
-  const auto now = Clock::now();
-  if (mAwaited->order->kind == OrderKind::kReportingOff && now - mLastData >= kDataEnded)
-    Settle("No more loudness data comes");
-  else if (now >= mAwaited->due)
-    Settle(std::string("Nothing came of ") + mAwaited->order->word);
+  mAwaited = nullptr;
 }
 
 bool ServiceControl::IsDataExpected() const {

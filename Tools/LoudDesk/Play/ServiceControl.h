@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
-#include "Acknowledgement.h"
 #include "LiveLine.h"
 #include "Orders.h"
-#include "UnitStandIn.h"
+#include "ServiceClient.h"
+#include "SpeakerLayout.h"
 
 namespace louddesk {
 
@@ -18,12 +18,17 @@ class ServiceControl {
   /// Orders and what comes of them are shown as lines above the live line. Both must outlive it.
   ServiceControl(UnitStandIn& unit, LiveLine& line);
 
-  /// The service has been told to measure anew; the orders are now from `user`.
-  void Start(unsigned user);
+  /// Waits until the service has subscribed and switches its reporting on. Throws ServiceError when
+  /// it does not in time.
+  void Connect(Patience patience);
+
+  /// Lets the service measure these speakers anew. With its reporting off it does not answer: it
+  /// starts when the user switches that on. False when it should and has not within `patience`.
+  bool Restart(const SpeakerLayout& speakers, Patience patience);
 
   /// Whether the next order may go out: the last one is acknowledged, or long enough ago. Sooner it
   /// could take the last one's place, of which nothing would then be heard.
-  bool IsReady() const { return !mAwaited; }
+  bool IsReady() const { return mAwaited == nullptr; }
 
   /// Sends a command or switches the reporting; says so. Orders of other kinds are not for it.
   void Send(const Order& order);
@@ -34,9 +39,6 @@ class ServiceControl {
   /// Takes everything else that has come and shows what the service has acknowledged. Returns
   /// whether it has begun to measure from zero.
   bool TakeAnswers();
-
-  /// Whether orders are carried out now.
-  bool IsReporting() const { return mIsReporting; }
 
   /// Whether the service publishes loudness data as long as it lives: it does not when stopped or
   /// with its reporting off.
@@ -52,25 +54,19 @@ class ServiceControl {
  private:
   using Clock = std::chrono::steady_clock;
 
-  struct Awaited {
-    const Order* order;
-    unsigned timeStamp;     // of a command, by which its acknowledgements are known
-    Clock::time_point due;  // when it is not waited for any longer
-  };
-
-  void SendCommand(const Order& order);
-  void SwitchReporting(const Order& order);
   void TakeAnswer(const ServiceAnswer& answer);
+  void CheckAwaited(Outcome outcome);
   void Settle(const std::string& line);
-  void CheckAwaited();
 
   UnitStandIn& mUnit;
   LiveLine& mLine;
-  unsigned mUser = 0;
-  unsigned mTimeStamp = 0;   // of the last command
+  ServiceClient mClient;
+  bool mIsStarting = false;  // no answer is shown while it is
   bool mIsReporting = true;  // as last switched
+  bool mHasReset = false;    // since the last call of TakeAnswers
   std::string mDone;         // last command carried out but resets
-  std::optional<Awaited> mAwaited;
+  const Order* mAwaited = nullptr;
+  Clock::time_point mDue;       // when it is not waited for any longer
   Clock::time_point mLastData;  // when the last loudness data came, or was begun to be expected
   Clock::time_point mLastSign;  // when anything last came
 };

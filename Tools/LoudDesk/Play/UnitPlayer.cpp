@@ -34,7 +34,6 @@ UnitPlayer::UnitPlayer(const PlayerOptions& options, std::ostream& out, Terminal
       mOut(out),
       mLine(out, std::move(columns)),
       mUnit(options.meterSet, options.cluster),
-      mStarter(mUnit),
       mControl(mUnit, mLine) {
   mUnit.OpenAll();
 }
@@ -44,9 +43,12 @@ bool UnitPlayer::IsOver() const {
 }
 
 void UnitPlayer::Connect() {
-  const Patience patience{std::llround(mOptions.wait * 1000)};
-  if (!mStarter.Connect(patience) && !IsInterrupted())
-    throw PlayError(mStarter.WhyNotConnected());
+  try {
+    mControl.Connect(Patience{std::llround(mOptions.wait * 1000)});
+  } catch (const ServiceError&) {
+    if (!IsInterrupted())
+      throw;
+  }
 }
 
 void UnitPlayer::TakeOrdersFrom(int descriptor) {
@@ -68,18 +70,15 @@ unsigned long UnitPlayer::Play(const Playable& playable) {
   return played;
 }
 
-// With its reporting off the service answers nothing: it starts when the user switches that on.
 void UnitPlayer::StartMeasuring(const SpeakerLayout& speakers) {
   Finish();
   if (IsOver())
     return;
-  mStarter.Restart(speakers);
-  if (mControl.IsReporting() && !mStarter.AwaitRestart(kStartPatience)) {
-    if (IsInterrupted())
-      return;
+  const bool hasStarted = mControl.Restart(speakers, kStartPatience);
+  if (IsInterrupted())
+    return;
+  if (!hasStarted)
     throw PlayError("the service has not started to measure" + LastComplaint());
-  }
-  mControl.Start(mStarter.User());
   mSpeakers = speakers;
   mBlocks = 0;
   mUnit.DropLoudnessData();

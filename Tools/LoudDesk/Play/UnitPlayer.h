@@ -13,7 +13,6 @@
 #include "OrderInput.h"
 #include "PlayList.h"
 #include "ServiceControl.h"
-#include "ServiceStarter.h"
 #include "UnitStandIn.h"
 
 namespace louddesk {
@@ -36,7 +35,7 @@ class UnitPlayer {
   /// Takes the places of the service's peers. Throws `BindError`.
   UnitPlayer(const PlayerOptions& options, std::ostream& out, TerminalColumns columns);
 
-  /// Waits until the service has subscribed and switches its reporting on. Throws `PlayError`
+  /// Waits until the service has subscribed and switches its reporting on. Throws `ServiceError`
   /// when it does not in time.
   void Connect();
 
@@ -78,7 +77,6 @@ class UnitPlayer {
   std::ostream& mOut;
   LiveLine mLine;
   UnitStandIn mUnit;
-  ServiceStarter mStarter;
   ServiceControl mControl;
   std::optional<OrderInput> mOrders;
   bool mHasQuit = false;                 // by an order

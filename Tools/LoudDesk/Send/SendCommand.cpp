@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -15,6 +14,7 @@
 #include <memory>
 #include <string>
 
+#include "Complaints.h"
 #include "JsonAccess.h"
 #include "LoudConfigUser.h"
 #include "NumberCheck.h"
@@ -23,8 +23,6 @@
 namespace louddesk {
 
 namespace {
-
-constexpr char kErrorPrefix[] = "LoudDesk: ";
 
 constexpr double kShortestTimeout = 0.1;  // s
 constexpr double kLongestTimeout = 3600;  // s
@@ -107,30 +105,29 @@ std::string CheckMeterSet(const std::string& value) {
 }
 
 int Send(const SendOptions& options, const std::function<void(ServiceSender&)>& message) {
+  Complaints complaints(std::cerr);
   try {
     const Patience patience{std::llround(options.timeout * 1000)};
     ServiceSender sender(options.meterSet, options.cluster, patience, std::cout);
-    sender.Connect();
     message(sender);
-    return 0;
   } catch (const std::runtime_error& error) {
-    std::cerr << kErrorPrefix << error.what() << "\n";
-    return 1;
+    complaints.Add(error.what());
   }
+  return complaints.Status();
 }
 
 // A service that is sent something else is left without a programme; that is no slip worth making.
 std::string ReadPreset(const std::string& path) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error))
-    throw SendError(path + ": is a directory");
+    throw ServiceError(path + ": is a directory");
   std::ifstream file(path, std::ios::binary);
   if (!file)
-    throw SendError(path + ": " + std::strerror(errno));
+    throw ServiceError(path + ": " + std::strerror(errno));
   const std::string text{std::istreambuf_iterator<char>(file), {}};
   rapidjson::Document document;
   if (!json::ParseObject(text.c_str(), document))
-    throw SendError(path + ": not a JSON object");
+    throw ServiceError(path + ": not a JSON object");
   return text;
 }
 
@@ -165,9 +162,10 @@ int SendPresetFile(const SendOptions& options, const std::string& path) {
   std::string json;
   try {
     json = ReadPreset(path);
-  } catch (const SendError& error) {
-    std::cerr << kErrorPrefix << error.what() << "\n";
-    return 1;
+  } catch (const ServiceError& error) {
+    Complaints complaints(std::cerr);
+    complaints.Add(error.what());
+    return complaints.Status();
   }
   return Send(options, [&json](ServiceSender& sender) { sender.SendPreset(json); });
 }
@@ -238,16 +236,15 @@ void AddConfiguration(CLI::App* send, const std::shared_ptr<SendOptions>& option
 void AddLoudnessCommand(CLI::App* send, const std::shared_ptr<SendOptions>& options, int& status) {
   CLI::App* kind = AddKind(send, "command", "Send a loudness command", kCommandFooter);
   auto name = std::make_shared<std::string>();
-  auto command = std::make_shared<LoudnessCommand>();
+  auto user = std::make_shared<unsigned>(0);
   kind->add_option("NAME", *name, "What to do")
       ->required()
       ->check(CLI::IsMember(kCommands, CLI::ignore_case));
-  kind->add_option("--user", command->userId, "Number of the user; 0: that of the configuration")
+  kind->add_option("--user", *user, "Number of the user; 0: that of the configuration")
       ->capture_default_str();
   kind->callback([=, &status] {
-    command->command = Word(kCommands, *name);
-    command->timeStamp = static_cast<unsigned>(std::time(nullptr));
-    status = Send(*options, [&command](ServiceSender& sender) { sender.SendCommand(*command); });
+    const std::string& command = Word(kCommands, *name);
+    status = Send(*options, [&](ServiceSender& sender) { sender.SendCommand(command, *user); });
   });
 }
 

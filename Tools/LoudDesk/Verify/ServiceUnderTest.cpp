@@ -48,21 +48,21 @@ std::optional<double> FromTenths(std::int16_t code) {
 
 }  // namespace
 
-ServiceUnderTest::ServiceUnderTest(unsigned cluster) : mUnit(kMeterSet, cluster), mStarter(mUnit) {
+ServiceUnderTest::ServiceUnderTest(unsigned cluster) : mUnit(kMeterSet, cluster), mClient(mUnit) {
   mUnit.OpenAll();
 }
 
 void ServiceUnderTest::Connect(Patience patience) {
-  if (!mStarter.Connect(patience))
-    throw ServiceError(zsys_interrupted ? kInterrupted : mStarter.WhyNotConnected());
+  mClient.Connect(patience);
+  mClient.SwitchReporting(true);
 }
 
 void ServiceUnderTest::Start(const SpeakerLayout& speakers, Subject subject) {
   mUnit.DropStates();
   mUnit.DropHeartbeats();
   mUnit.DropLogLines();
-  mStarter.Restart(speakers);
-  if (!mStarter.AwaitRestart(kStartPatience))
+  mClient.Restart(speakers);
+  if (mClient.Await(kStartPatience) != Outcome::kDone)
     Fail("it has not started to measure");
   mUnit.DropLoudnessData();
   mSubject = subject;

@@ -4,19 +4,12 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 
 #include "MeterUnderTest.h"
-#include "ServiceStarter.h"
+#include "ServiceClient.h"
 #include "UnitStandIn.h"
 
 namespace louddesk {
-
-/// What keeps a service from being measured. The text is one line for the user.
-class ServiceError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 /// Readings are those published: loudness and its range in steps of 0.1, true peak of 0.01.
 ///
@@ -51,7 +44,7 @@ class ServiceUnderTest : public MeterUnderTest {
   [[noreturn]] void Fail(const std::string& reason) const;
 
   UnitStandIn mUnit;
-  ServiceStarter mStarter;
+  ServiceClient mClient;
   Subject mSubject = Subject::kLoudness;
   std::uint32_t mMark = 0;      // peak of the last marked block
   unsigned mBlocks = 0;         // since the start

@@ -9,7 +9,7 @@
 
 namespace {
 
-using louddesk::OrderOfWord;
+using louddesk::OrderOf;
 using louddesk::Peer;
 using testing::HasSubstr;
 using testing::Not;
@@ -19,12 +19,11 @@ class ServiceControlTest : public RunningService {
   void SetUp() override {
     mUnit.Open(Peer::kMainAppServer);
     ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
-    mControl.Start(7);
   }
 
   /// Gives the order; the time stamp under which it has gone out.
   unsigned Order(const std::string& word) {
-    mControl.Send(*OrderOfWord(word));
+    mControl.Send(*OrderOf(word));
     return mService.NextTimeStamp(kPatience);
   }
 

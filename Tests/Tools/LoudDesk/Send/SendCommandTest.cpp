@@ -181,10 +181,10 @@ TEST_F(SendCommandTest, InterruptIsOneLine) {
   EXPECT_THAT(mSend->StandardError(), StartsWith("LoudDesk: no acknowledgement: interrupted; "));
 }
 
-TEST_F(SendCommandTest, StopInContinuousModeIsNotObeyed) {
+TEST_F(SendCommandTest, StopInContinuousModeIsNotCarriedOut) {
   StartMeasured();
   ExpectRefused({"command", "stop", "--timeout", "2"},
-                "in the mode Continuous a stop is not obeyed");
+                "in the mode Continuous a stop is not carried out");
 }
 
 TEST_F(SendCommandTest, StoppedMeasurementAnswersInItsOwnWay) {

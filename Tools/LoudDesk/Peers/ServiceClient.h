@@ -1,0 +1,106 @@
+// Sends messages to a running service in the place of the main board's application server, and
+// tells what becomes of them.
+
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "Acknowledgement.h"
+#include "UnitDocuments.h"
+#include "UnitStandIn.h"
+
+namespace louddesk {
+
+/// What keeps a service from doing what it is asked for. The text is one line for the user.
+class ServiceError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// What has become of the message that was sent last.
+enum class Outcome {
+  kPending,        // nothing yet
+  kDone,           // it is acknowledged, or seen in the loudness data
+  kOtherStamp,     // a command, acknowledged with the time stamp of another client's
+  kInvalidSource,  // the service says instead that it has nothing to measure
+};
+
+class ServiceClient {
+ public:
+  /// Told every answer of the service as it comes, republications aside.
+  using AnswerSink = std::function<void(const ServiceAnswer&)>;
+
+  /// Talks to the service of `unit`, which must outlive it and have the place of the main board's
+  /// application server open.
+  explicit ServiceClient(UnitStandIn& unit, AnswerSink show = {});
+
+  /// Waits until the service has subscribed, and forgets what it has published so far. Throws
+  /// ServiceError when it does not subscribe in time or the process is interrupted.
+  void Connect(Patience patience);
+
+  /// Each of these sends one message, whose outcome is the one that is told from then on.
+
+  /// The protocol has no acknowledgement of it but the loudness data: that some comes (or that an
+  /// action that has waited is acknowledged), or that none comes any more.
+  void SwitchReporting(bool isOn);
+
+  /// Done with the start that acknowledges it.
+  void SendPreset(const std::string& json);
+
+  /// Done with the start after the service has published it as the configuration in force.
+  void SendConfiguration(const LoudnessConfiguration& configuration);
+
+  /// Done with the acknowledgement that settles it. Each command has another time stamp.
+  void SendCommand(const std::string& command, unsigned user);
+
+  /// Hands the service a programme, meter i + 1 for speaker i, with the longest windows that there
+  /// are, so that its figures cover everything measured, and in the mode Manual, in which it
+  /// carries out every command. It then measures anew, also after a stop.
+  void Restart(const std::vector<std::string>& speakers);
+
+  /// By whom the last restart was; another user each time.
+  unsigned User() const { return mUser; }
+
+  /// Takes note of loudness data that the owner of the unit has read.
+  void TakeData(const LoudnessMessage& message);
+
+  /// Takes the answers that come within `patience` of one another, until the message is settled.
+  /// Returns what has become of it.
+  Outcome TakeAnswers(Patience patience);
+
+  /// Takes answers and loudness data until the message is settled, `patience` ends or the process
+  /// is interrupted.
+  Outcome Await(Patience patience);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  // How much an answer is the awaited one.
+  enum class Fit { kNone, kLikely, kFinal };
+  using FitOf = std::function<Fit(const ServiceAnswer&)>;
+
+  // What loudness data says of the message.
+  enum class Data { kNothing, kDone, kNotYet };
+
+  void Send(const std::string& topic, const std::string& json, FitOf fitOf,
+            Data data = Data::kNothing);
+  void SettleAs(Outcome outcome, Patience unlessBetterWithin);
+
+  UnitStandIn& mUnit;
+  AnswerSink mShow;
+  std::vector<std::string> mSpeakers;  // of the last restart; empty: none yet
+  unsigned mUser;                      // by which the service's answers to us are told apart
+  unsigned mTimeStamp = 0;             // of the last command
+  Outcome mOutcome = Outcome::kDone;
+  FitOf mFitOf;
+  Data mData = Data::kNothing;
+  Outcome mFallback = Outcome::kPending;  // what the outcome is when nothing better comes
+  std::optional<Clock::time_point> mDue;  // until then
+};
+
+}  // namespace louddesk
