@@ -7,11 +7,10 @@ find_path(RAPIDJSON_INCLUDE_DIR rapidjson/document.h REQUIRED)
 add_library(rapidjson INTERFACE)
 target_include_directories(rapidjson SYSTEM INTERFACE "${RAPIDJSON_INCLUDE_DIR}")
 
-find_package(utf8cpp REQUIRED)
-
 if(LOUDCALC_BUILD_TOOLS)
   find_package(CLI11 REQUIRED)
   find_package(fmt REQUIRED)
+  find_package(utf8cpp REQUIRED)
   pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
   set(CURSES_NEED_WIDE TRUE)
   find_package(Curses REQUIRED)

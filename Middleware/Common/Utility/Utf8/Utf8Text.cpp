@@ -2,7 +2,8 @@
 
 #include "Utf8Text.h"
 
-#include <utf8.h>
+#include <rapidjson/encodings.h>
+#include <rapidjson/stream.h>
 
 #include <algorithm>
 
@@ -11,16 +12,20 @@ namespace {
 constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
 constexpr std::size_t kLargestCharacter = 4;     // bytes
 
+// The reader hands on what it has read; nobody wants it.
+struct Discard {
+  void Put(char) {}
+};
+
 }  // namespace
 
 std::size_t SizeOfUtf8At(const std::string& text, std::size_t place) {
-  const char* const begin = text.data() + place;
-  const char* const end = begin + std::min(kLargestCharacter, text.size() - place);
-  if (utf8::find_invalid(begin, end) == begin)
-    return 0;
-  const char* next = begin;
-  utf8::unchecked::next(next);
-  return static_cast<std::size_t>(next - begin);
+  // RapidJSON reads a character to its end, whether or not the text goes on so far.
+  char bytes[kLargestCharacter + 1] = {};
+  text.copy(bytes, kLargestCharacter, place);
+  rapidjson::StringStream reader(bytes);
+  Discard nowhere;
+  return rapidjson::UTF8<>::Validate(reader, nowhere) ? reader.Tell() : 0;
 }
 
 std::string Utf8Of(const std::string& text) {

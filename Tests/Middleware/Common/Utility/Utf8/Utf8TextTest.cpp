@@ -37,6 +37,14 @@ TEST(Utf8TextTest, EachByteOfNoCharacterIsReplaced) {
     EXPECT_EQ(Utf8Of(row.text), row.expected) << testing::PrintToString(row.text);
 }
 
+// The text fills its memory: under the sanitizers nothing behind it can be read unnoticed.
+TEST(Utf8TextTest, CharacterCutOffByTheEndOfTheTextIsReplaced) {
+  const std::string before(64, 'a');
+  std::string text(before.size() + 1, '\xF0');
+  text.replace(0, before.size(), before);
+  EXPECT_EQ(Utf8Of(text), before + "\xEF\xBF\xBD");
+}
+
 TEST(Utf8TextTest, ZeroIsACharacterAndTheEndIsNone) {
   EXPECT_EQ(Utf8Of(std::string("a\0b", 3)), std::string("a\0b", 3));
   EXPECT_EQ(Utf8Of(std::string("\xE2\0", 2)), std::string("\xEF\xBF\xBD\0", 4));
