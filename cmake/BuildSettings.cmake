@@ -26,6 +26,18 @@ if(LOUDCALC_SANITIZERS)
   target_link_options(loudcalc_build_settings INTERFACE -fsanitize=${LOUDCALC_SANITIZERS})
 endif()
 
+# A release leaves as little use as possible to whoever finds a fault in it: overflows of the stack and of
+# the C library's buffers end the process, code lies anywhere, and the tables of functions are read-only.
+# Marks of where jumps may lead are left out: the unit's processor does not know them.
+set(LOUDCALC_IS_HARDENED OFF)
+if(CMAKE_BUILD_TYPE STREQUAL "Release" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT LOUDCALC_SANITIZERS)
+  set(LOUDCALC_IS_HARDENED ON)
+  target_compile_options(loudcalc_build_settings INTERFACE
+    -fstack-protector-strong -fstack-clash-protection -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fPIE)
+  target_link_options(loudcalc_build_settings INTERFACE
+    -pie LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+endif()
+
 # loudcalc_add_library(NAME SOURCES files... [LINK libraries...]): a static library whose headers
 # stand beside the calling CMakeLists.txt, in Include/ where there is one.
 function(loudcalc_add_library name)
