@@ -9,6 +9,7 @@
 #include <iostream>
 
 #include "CadenceWatch.h"
+#include "Endpoints.h"
 #include "RunningService.h"
 
 namespace {
@@ -90,7 +91,7 @@ class FloodTest : public RunningService, public testing::WithParamInterface<Floo
   /// The flood comes from a place of its own, the log lines go to a sink that takes them all.
   void StartBesideTheFlood() {
     ASSERT_NO_FATAL_FAILURE(Start({FloodedPlace(), Peer::kLogSink}, Unheard()));
-    mUnit.SendText(Peer::kOpticalAppServer, "QVProbeOptInputDataCmd",
+    mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic,
                    louddesk::EnableReportingJson(true));
     SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), mUnit.Cluster()).Json());
     ExpectAcknowledgement("Start");

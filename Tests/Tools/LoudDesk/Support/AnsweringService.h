@@ -10,6 +10,7 @@
 #include "BoundSocket.h"
 #include "Endpoints.h"
 #include "JsonAccess.h"
+#include "LoudReport.h"
 #include "UnitStandIn.h"
 
 class AnsweringService {
@@ -58,7 +59,8 @@ class AnsweringService {
     const std::string json = "{\"Command\":\"" + command +
                              "\",\"ClusterId\":1,\"CmdTS\":" + std::to_string(timeStamp) +
                              ",\"UID\":7,\"MeterSet\":1}";
-    zstr_sendx(mStatePublisher.Socket(), "IOQVHwmLoudnessCmd_1", json.c_str(), nullptr);
+    zstr_sendx(mStatePublisher.Socket(), louddesk::TopicFor(kAcknowledgementTopicPrefix, 1).c_str(),
+               json.c_str(), nullptr);
   }
 
  private:
