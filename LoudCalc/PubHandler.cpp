@@ -162,8 +162,9 @@ bool cPubHandler::SendLoudnessData(const LoudnessData_t& data, std::int16_t isVa
   for (std::size_t i = 0; i < kLuDataFrameCount; ++i)
     LOUDCALC_ASSERT(nullptr != frames[i], kLuDataFrames[i].missingText);
   for (std::size_t i = 0; i < kLuDataFrameCount; ++i) {
-    const bool isLast = i + 1 == kLuDataFrameCount;
-    const int Result = zframe_send(&frames[i], mpLuDataPubSocket, isLast ? 0 : ZFRAME_MORE);
+    const int flags = i + 1 < kLuDataFrameCount ? ZFRAME_MORE : 0;
+    const auto send = [&] { return zframe_send(&frames[i], mpLuDataPubSocket, flags); };
+    const int Result = i == 0 ? MqUninterrupted(send) : MqSendFurther(send);
     LOUDCALC_ASSERT(0 == Result, "0 == Result");
   }
   return true;

@@ -5,12 +5,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
 
 #include "CzmqFaults.h"
 #include "MqTestKit.h"
+#include "SignalStorm.h"
 
 namespace {
 
@@ -255,6 +257,25 @@ TEST_F(PubHandlerTest, LoudnessDataMessageHasTwelveFramesInOrder) {
                            Bytes(-234),    Bytes(57),   Bytes(-236), Bytes(-101),
                            Bytes(-102),    Bytes(1),    Bytes(5),    Bytes(3)};
   EXPECT_EQ(expected, subscriber.Next());
+}
+
+TEST_F(PubHandlerTest, StormOfSignalsLosesNoFrameOfLoudnessData) {
+  Subscriber subscriber = SubscribeData();
+  const LoudnessData_t data{1, 2, 3, 4, 5, 6, 7, 8};
+  const Frames expected = {"LoudnessData", Bytes(1), Bytes(2), Bytes(3), Bytes(4),  Bytes(5),
+                           Bytes(6),       Bytes(7), Bytes(8), Bytes(9), Bytes(10), Bytes(11)};
+  SendUnderStorm(
+      publisher_->mpLuDataPubSocket, [&] { publisher_->SendLoudnessData(data, 9, 10, 11); },
+      [&] { EXPECT_EQ(expected, subscriber.Next()); });
+}
+
+TEST_F(PubHandlerTest, SignalBetweenTwoFramesOfLoudnessDataLosesNone) {
+  Subscriber subscriber = SubscribeData();
+  for (int frame = 1; frame <= 12; ++frame) {
+    faults::Fail(Call::FrameSend, frame, EINTR);
+    publisher_->SendLoudnessData(kResults, 1, 5, 3);
+    EXPECT_EQ(12u, subscriber.Next().size()) << frame;
+  }
 }
 
 TEST_F(PubHandlerTest, OnlyTheTwelfthFrameHasNoMoreAfterIt) {

@@ -32,6 +32,7 @@ constexpr std::size_t kCalls = static_cast<std::size_t>(Call::LoopStart) + 1;
 std::array<Plan, kCalls> gPlans;
 std::vector<const void*> gDestroyed;
 std::vector<int> gEndedTimers;
+std::atomic<int> gInterruptedSends{0};
 
 Plan& PlanOf(Call call) {
   return gPlans[static_cast<std::size_t>(call)];
@@ -64,6 +65,13 @@ bool GoesOn(Call call) {
   return false;
 }
 
+// The result of a send of the library.
+int Noted(int result) {
+  if (result == -1 && errno == EINTR)
+    ++gInterruptedSends;
+  return result;
+}
+
 template <typename Function>
 Function* Library(Function*, const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
@@ -78,6 +86,7 @@ void Reset() {
   }
   gDestroyed.clear();
   gEndedTimers.clear();
+  gInterruptedSends = 0;
 }
 
 void Fail(Call call, int nth, int error) {
@@ -101,6 +110,10 @@ int Count(Call call) {
   return PlanOf(call).count;
 }
 
+int InterruptedSends() {
+  return gInterruptedSends;
+}
+
 std::vector<const void*> Destroyed() {
   return gDestroyed;
 }
@@ -114,6 +127,7 @@ std::vector<int> EndedTimers() {
 using faults::Call;
 using faults::GoesOn;
 using faults::Library;
+using faults::Noted;
 
 #define LIBRARY(function) Library(&function, #function)
 
@@ -160,11 +174,11 @@ void zsock_set_unsubscribe(void* socket, const char* topic) {
 }
 
 int zstr_sendm(void* socket, const char* text) {
-  return GoesOn(Call::SendPart) ? LIBRARY(zstr_sendm)(socket, text) : -1;
+  return GoesOn(Call::SendPart) ? Noted(LIBRARY(zstr_sendm)(socket, text)) : -1;
 }
 
 int zstr_send(void* socket, const char* text) {
-  return GoesOn(Call::SendLast) ? LIBRARY(zstr_send)(socket, text) : -1;
+  return GoesOn(Call::SendLast) ? Noted(LIBRARY(zstr_send)(socket, text)) : -1;
 }
 
 int zsock_send(void* socket, const char* picture, ...) {
@@ -172,7 +186,7 @@ int zsock_send(void* socket, const char* picture, ...) {
     return -1;
   va_list arguments;
   va_start(arguments, picture);
-  const int result = zsock_vsend(socket, picture, arguments);
+  const int result = Noted(zsock_vsend(socket, picture, arguments));
   va_end(arguments);
   return result;
 }
@@ -182,7 +196,7 @@ zframe_t* zframe_new(const void* data, size_t size) {
 }
 
 int zframe_send(zframe_t** frame, void* socket, int flags) {
-  return GoesOn(Call::FrameSend) ? LIBRARY(zframe_send)(frame, socket, flags) : -1;
+  return GoesOn(Call::FrameSend) ? Noted(LIBRARY(zframe_send)(frame, socket, flags)) : -1;
 }
 
 zframe_t* zframe_recv_nowait(void* socket) {

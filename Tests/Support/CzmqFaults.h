@@ -49,6 +49,9 @@ void HoldUp(Call call, int milliseconds, int nth = 1);
 /// Number of calls since the last Reset, failed ones included.
 int Count(Call call);
 
+/// How many sends of the library a signal interrupted since the last Reset, planned faults aside.
+int InterruptedSends();
+
 /// Sockets and loops destroyed since the last Reset, in that order.
 std::vector<const void*> Destroyed();
 

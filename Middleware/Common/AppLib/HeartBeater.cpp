@@ -100,11 +100,11 @@ bool cHeartBeater::ConnectMqOverIpc() {
 bool cHeartBeater::SendBeat() {
   if (pPushSocket == nullptr || !mbIsValidJson)
     return false;
-  if (zstr_sendm(pPushSocket, kHeartBeatTopic) == -1) {
+  if (MqSendFirstText(pPushSocket, kHeartBeatTopic) == -1) {
     LOUDCALC_LOG(Log(), Error, "\"Failed to send HB Topic.\"");
     return false;
   }
-  if (zstr_send(pPushSocket, ProcessBeat) == -1) {
+  if (MqSendLastText(pPushSocket, ProcessBeat) == -1) {
     LOUDCALC_LOG(Log(), Error, "\"Failed to send HB message.\"");
     return false;
   }
@@ -114,7 +114,7 @@ bool cHeartBeater::SendBeat() {
 void cHeartBeater::RequestRepub() {
   if (pPushSocket == nullptr || !mbIsValidJson)
     return;
-  if (zstr_send(pPushSocket, kRepublicationTopic) == -1)
+  if (MqSendOnlyText(pPushSocket, kRepublicationTopic) == -1)
     LOUDCALC_LOG(Log(), Error, "\"Failed to send HB Topic.\"");
 }
 
@@ -177,9 +177,9 @@ void cHeartBeater::SendAppCommand(int command) {
     rapidjson::StringBuffer text;
     if (!WriteAppCommand(text, command))
       LOUDCALC_LOG(Log(), Error, "\"Failed to prepare app cmd toipic.\"");
-    else if (zstr_sendm(pPushSocket, kForwardedCommandTopic) == -1)
+    else if (MqSendFirstText(pPushSocket, kForwardedCommandTopic) == -1)
       LOUDCALC_LOG(Log(), Error, "\"Failed to send App cmd Topic.\"");
-    else if (zstr_send(pPushSocket, text.GetString()) == -1)
+    else if (MqSendLastText(pPushSocket, text.GetString()) == -1)
       LOUDCALC_LOG(Log(), Error, "\"Failed to send App cmd message.\"");
   } catch (const std::exception& error) {
     LOUDCALC_PRINT(kUnitName, stderr, "\"Exception %s\"", error.what());

@@ -39,7 +39,7 @@ void MqPubHandler::DestroyMq(MqSock_t*& socket) {
 bool MqPubHandler::SendJson(MqSock_t* socket, const char* topic, const char* json) {
   if (socket == nullptr || topic == nullptr || json == nullptr)
     return false;
-  if (zstr_sendm(socket, topic) == -1 || zstr_send(socket, json) == -1) {
+  if (MqSendFirstText(socket, topic) == -1 || MqSendLastText(socket, json) == -1) {
     LOUDCALC_PRINT(kUnitName, stdout, "\"Failed to published: %s/%s\"", topic, json);
     return false;
   }
@@ -49,8 +49,10 @@ bool MqPubHandler::SendJson(MqSock_t* socket, const char* topic, const char* jso
 bool MqPubHandler::SendUint32(MqSock_t* socket, const char* topic, std::uint32_t value) {
   if (socket == nullptr || topic == nullptr)
     return false;
-  // A block of bytes: the library writes its own picture of a number, "4", as decimal digits.
-  if (zsock_send(socket, "sb", topic, &value, sizeof value) == -1) {
+  // A block of bytes: the library writes its own picture of a number, "4", as decimal digits. It
+  // sees itself to the frames behind the first.
+  const auto send = [&] { return zsock_send(socket, "sb", topic, &value, sizeof value); };
+  if (MqUninterrupted(send) == -1) {
     LOUDCALC_PRINT(kUnitName, stdout, "\"Failed to published: %s/%u\"", topic, value);
     return false;
   }

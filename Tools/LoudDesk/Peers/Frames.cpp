@@ -2,13 +2,15 @@
 
 #include "Frames.h"
 
+#include "MqSupport.h"
+
 namespace louddesk {
 
 bool SendFrames(zsock_t* socket, const Frames& frames) {
   zmsg_t* message = zmsg_new();
   for (const std::string& frame : frames)
     zmsg_addmem(message, frame.data(), frame.size());
-  const bool sent = zmsg_send(&message, socket) == 0;
+  const bool sent = MqUninterrupted([&] { return zmsg_send(&message, socket); }) == 0;
   zmsg_destroy(&message);
   return sent;
 }

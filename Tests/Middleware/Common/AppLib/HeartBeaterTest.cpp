@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +14,7 @@
 
 #include "CzmqFaults.h"
 #include "MqTestKit.h"
+#include "SignalStorm.h"
 
 namespace {
 
@@ -407,6 +409,34 @@ TEST_F(HeartBeaterTest, RefusedFrameIsReportedAndNothingIsSentAfterIt) {
   for (const auto& refused : cases)
     EXPECT_THAT(console_.Errors(), Logged("ERROR", kUnit, refused.line));
   EXPECT_EQ(sizeof cases / sizeof cases[0], Occurrences(console_.Errors(), "Failed"));
+}
+
+TEST_F(HeartBeaterTest, StormOfSignalsLosesNoFrame) {
+  Monitor monitor(kIpcInlet);
+  SetBeat();
+  client_->ConnectMqOverIpc();
+  SendUnderStorm(
+      client_->pPushSocket, [&] { EXPECT_TRUE(client_->SendBeat()); },
+      [&] {
+        EXPECT_EQ((Frames{"HbProc", kBeat}), monitor.Next());
+      });
+}
+
+TEST_F(HeartBeaterTest, SignalAtAnyFrameLosesNone) {
+  Monitor monitor(kIpcInlet);
+  SetBeat();
+  client_->ConnectMqOverIpc();
+  for (const Call call : {Call::SendPart, Call::SendLast}) {
+    faults::Fail(call, 1, EINTR);
+    EXPECT_TRUE(client_->SendBeat());
+    EXPECT_EQ((Frames{"HbProc", kBeat}), monitor.Next());
+    faults::Fail(call, 1, EINTR);
+    client_->SendRebootCommand();
+    EXPECT_EQ((Frames{"HbFwdAppCmd", "{\"Command\":9}"}), monitor.Next());
+  }
+  faults::Fail(Call::SendLast, 1, EINTR);
+  client_->RequestRepub();
+  EXPECT_EQ((Frames{"HbReqRepubSysStatus"}), monitor.Next());
 }
 
 TEST_F(HeartBeaterTest, ExceptionInACommandEndsOnStandardError) {

@@ -8,11 +8,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "CzmqFaults.h"
 #include "MqListener.h"
 #include "MqTestKit.h"
+#include "SignalStorm.h"
 
 namespace {
 
@@ -283,6 +285,27 @@ TEST_F(MqPubHandlerTest, RefusedTextIsReported) {
   EXPECT_THAT(console_.Output(), Printed(kUnit, "\"Failed to published: Topic/{}\""));
 }
 
+TEST_F(MqPubHandlerTest, StormOfSignalsLosesNoFrameOfAJsonMessage) {
+  Subscriber subscriber = Subscribe();
+  SendUnderStorm(
+      socket_, [&] { EXPECT_TRUE(handler_.SendJson(socket_, "Topic", "{}")); },
+      [&] {
+        EXPECT_EQ((Frames{"Topic", "{}"}), subscriber.Next());
+      });
+}
+
+TEST_F(MqPubHandlerTest, SignalAtAnyFrameLosesNone) {
+  Subscriber subscriber = Subscribe();
+  for (const Call call : {Call::SendPart, Call::SendLast}) {
+    faults::Fail(call, 1, EINTR);
+    EXPECT_TRUE(handler_.SendJson(socket_, "Topic", "{}"));
+    EXPECT_EQ((Frames{"Topic", "{}"}), subscriber.Next());
+  }
+  faults::Fail(Call::SendPicture, 1, EINTR);
+  EXPECT_TRUE(handler_.SendUint32(socket_, "Number", 0));
+  EXPECT_EQ((Frames{"Number", std::string(4, '\0')}), subscriber.Next());
+}
+
 // ----- number messages
 
 TEST_F(MqPubHandlerTest, NumberMessageHasTopicAndFourBytes) {
@@ -299,6 +322,15 @@ TEST_F(MqPubHandlerTest, NumberZeroIsFourBytesOfZero) {
   Subscriber subscriber = Subscribe();
   handler_.SendUint32(socket_, "", 0);
   EXPECT_EQ((Frames{"", std::string("\0\0\0\0", 4)}), subscriber.Next());
+}
+
+TEST_F(MqPubHandlerTest, StormOfSignalsLosesNoFrameOfANumberMessage) {
+  Subscriber subscriber = Subscribe();
+  SendUnderStorm(
+      socket_, [&] { EXPECT_TRUE(handler_.SendUint32(socket_, "Number", 0)); },
+      [&] {
+        EXPECT_EQ((Frames{"Number", std::string(4, '\0')}), subscriber.Next());
+      });
 }
 
 TEST_F(MqPubHandlerTest, NumberMessageWithAnythingMissingIsRefusedSilently) {

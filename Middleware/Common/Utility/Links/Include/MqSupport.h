@@ -1,10 +1,11 @@
-// What the messaging classes have in common: endpoint texts, owned sockets and the border at which
-// exceptions end. Stateless.
+// What the messaging classes have in common: endpoint texts, owned sockets, calls that signals do
+// not cut off and the border at which exceptions end. Stateless.
 
 #pragma once
 
 #include <czmq.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -52,6 +53,42 @@ struct MqSockDestroyer {
 
 /// A socket with one owner.
 using MqSockOwner = std::unique_ptr<zsock_t, MqSockDestroyer>;
+
+/// How often a call of the library is tried when signals interrupt it. A signal interrupts one try
+/// at most, so that no storm of them comes near this; it only bounds the wait.
+constexpr int kMqTries = 1000;
+
+/// Returns what `call` returns, a call of the library that gives -1 with `errno` on failure. When a
+/// signal interrupts it, before it has done anything, it is called again, `kMqTries` times in all.
+template <typename Call>
+int MqUninterrupted(Call call) {
+  int result = call();
+  for (int tries = 1; result == -1 && errno == EINTR && tries < kMqTries; ++tries)
+    result = call();
+  return result;
+}
+
+/// The same for a `send` of a frame that is not the first of its message, which is called again
+/// until it is through. Half a message must not stay behind: the next would become its rest.
+template <typename Send>
+int MqSendFurther(Send send) {
+  int result = send();
+  while (result == -1 && errno == EINTR)
+    result = send();
+  return result;
+}
+
+/// Sends a text, so that no signal cuts it off, as the first frame of several, as the last of
+/// several or as the only one. -1 with `errno` on failure.
+inline int MqSendFirstText(zsock_t* socket, const char* text) {
+  return MqUninterrupted([=] { return zstr_sendm(socket, text); });
+}
+inline int MqSendLastText(zsock_t* socket, const char* text) {
+  return MqSendFurther([=] { return zstr_send(socket, text); });
+}
+inline int MqSendOnlyText(zsock_t* socket, const char* text) {
+  return MqUninterrupted([=] { return zstr_send(socket, text); });
+}
 
 /// Returns what `operation` returns. A standard exception ends here: `report(title, description)`
 /// is called with the title of its log line and its description, and the result is a

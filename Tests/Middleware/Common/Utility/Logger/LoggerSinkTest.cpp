@@ -6,6 +6,7 @@
 #include <string>
 
 #include "LoggerSinkFixture.h"
+#include "SignalStorm.h"
 
 using faults::Call;
 using mqtest::Console;
@@ -70,6 +71,16 @@ TEST_F(LoggerSinkTest, NothingIsSentWithoutMessageOrSink) {
   AttachQuietly();
   EXPECT_FALSE(mpLogger->SendJson(MsgType_Notify, MsgLevel_Warn, nullptr, "Title"));
   EXPECT_EQ(faults::Count(Call::SendLast), 0);
+}
+
+TEST_F(LoggerSinkTest, StormOfSignalsLosesNoMessage) {
+  Sink sink(kIpcEndpoint);
+  AttachQuietly();
+  int sent = 0;
+  int received = 0;
+  SendUnderStorm(
+      mpLogger->mpSock, [&] { EXPECT_TRUE(Send(std::to_string(sent++))); },
+      [&] { EXPECT_EQ(sink.NextText(), std::to_string(received++)); });
 }
 
 TEST_F(LoggerSinkTest, ExceptionWhileSendingIsReported) {

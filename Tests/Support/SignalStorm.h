@@ -1,0 +1,86 @@
+// Signals without end at the thread of the test, and what it sends meanwhile.
+
+#pragma once
+
+#include <czmq.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include "CzmqFaults.h"
+
+/// While it lives, another thread sends signals to the thread that made it, as fast as it can. They
+/// are handled, without SA_RESTART, while a piece of work passed to During runs, and blocked
+/// otherwise: what the test itself does is not disturbed.
+class SignalStorm {
+ public:
+  SignalStorm() {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    sigaction(kSignal, &action, &mBefore);
+    Block(true);
+    mThread = std::thread([this, target = pthread_self()] {
+      while (!mIsOver)
+        pthread_kill(target, kSignal);
+    });
+  }
+
+  ~SignalStorm() {
+    mIsOver = true;
+    mThread.join();
+    Block(false);  // the last one comes before its handler goes
+    sigaction(kSignal, &mBefore, nullptr);
+  }
+
+  SignalStorm(const SignalStorm&) = delete;
+  SignalStorm& operator=(const SignalStorm&) = delete;
+
+  template <typename Work>
+  void During(Work work) {
+    Block(false);
+    work();
+    Block(true);
+  }
+
+ private:
+  static constexpr int kSignal = SIGUSR1;
+
+  static void Block(bool isBlocked) {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, kSignal);
+    pthread_sigmask(isBlocked ? SIG_BLOCK : SIG_UNBLOCK, &set, nullptr);
+  }
+
+  struct sigaction mBefore {};  // of the signal
+  std::atomic<bool> mIsOver{false};
+  std::thread mThread;
+};
+
+/// Calls `send`, which sends on `socket`, under a storm of signals, and `receive` in calm as often,
+/// until signals have interrupted enough sends.
+template <typename Send, typename Receive>
+void SendUnderStorm(zsock_t* socket, Send send, Receive receive) {
+  constexpr int kSendsInARow = 100;
+  constexpr int kEnough = 5;
+  constexpr std::chrono::seconds kPatience{100};  // an idle machine takes about one
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  // A sender learns only every other millisecond of what was taken: enough to fill its queue.
+  zsock_set_sndhwm(socket, 0);
+  faults::Reset();
+  SignalStorm storm;
+  while (faults::InterruptedSends() < kEnough && std::chrono::steady_clock::now() < end &&
+         !testing::Test::HasFailure()) {
+    storm.During([&send] {
+      for (int i = 0; i < kSendsInARow; ++i)
+        send();
+    });
+    for (int i = 0; i < kSendsInARow && !testing::Test::HasFailure(); ++i)
+      receive();
+  }
+  EXPECT_GE(faults::InterruptedSends(), kEnough) << "signals interrupt too few sends";
+}
