@@ -27,7 +27,7 @@ struct Plan {
   int delay = 0;  // ms
 };
 
-constexpr std::size_t kCalls = static_cast<std::size_t>(Call::LoopStart) + 1;
+constexpr std::size_t kCalls = static_cast<std::size_t>(Call::AskEvents) + 1;
 
 std::array<Plan, kCalls> gPlans;
 std::vector<const void*> gDestroyed;
@@ -239,6 +239,20 @@ int zloop_timer_end(zloop_t* loop, int timer) {
 
 int zloop_start(zloop_t* loop) {
   return GoesOn(Call::LoopStart) ? LIBRARY(zloop_start)(loop) : 0;
+}
+
+int zmq_socket_monitor(void* socket, const char* endpoint, int events) {
+  return GoesOn(Call::Monitor) ? LIBRARY(zmq_socket_monitor)(socket, endpoint, events) : -1;
+}
+
+int zmq_msg_recv(zmq_msg_t* frame, void* socket, int flags) {
+  return GoesOn(Call::EventReceive) ? LIBRARY(zmq_msg_recv)(frame, socket, flags) : -1;
+}
+
+int zmq_getsockopt(void* socket, int option, void* value, size_t* size) {
+  return option != ZMQ_EVENTS || GoesOn(Call::AskEvents)
+             ? LIBRARY(zmq_getsockopt)(socket, option, value, size)
+             : -1;
 }
 
 }  // extern "C"

@@ -28,6 +28,9 @@ enum class Call {
   LoopTimer,     // zloop_timer
   LoopTimerEnd,  // zloop_timer_end
   LoopStart,     // zloop_start
+  Monitor,       // zmq_socket_monitor
+  EventReceive,  // zmq_msg_recv, by which events of links are taken
+  AskEvents,     // zmq_getsockopt of ZMQ_EVENTS
 };
 
 /// Description of the exceptions that ThrowRuntimeError brings about.

@@ -75,7 +75,7 @@ MqSock_t* MqPubHandler::Bind(const char* endpoint, MqSock_t* existing) {
     if (created != nullptr)
       MqPrepareListener(socket);
     LOUDCALC_PRINT(kUnitName, stdout, "\"Tryig to bind %s\"", endpoint);
-    if (zsock_bind(socket, "%s", endpoint) == -1) {
+    if (MqBind(socket, endpoint) == -1) {
       created.reset();
       LOUDCALC_PRINT(kUnitName, stdout, "\"Failed to bind to %s\"", endpoint);
       return nullptr;

@@ -345,7 +345,7 @@ bool MqReactor::Connect(bool binary, const MqEndpoint& endpoint) {
     return false;
   LOUDCALC_LOG(Log(), Debug, "\"Tryig to connect %s\"", endpoint.Text());
   MqPrepareLink(socket, endpoint.IsTcp());
-  if (zsock_connect(socket, "%s", endpoint.Text()) == -1) {
+  if (MqConnect(socket, endpoint.Text()) == -1) {
     Destroy(binary);
     (binary ? mbSockBinIsGone : mbSockIsGone) = true;
     LOUDCALC_LOG(Log(), Error, "\"Failed to connect to %s\"", endpoint.Text());

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "MqSupport.h"
+
 namespace {
 
 // Enough to tell a link that ZeroMQ renews from one that it has given up: it announces its next
@@ -44,7 +46,9 @@ std::string NewMonitorEndpoint() {
 bool TakeFrame(void* socket, std::string& bytes) {
   zmq_msg_t frame;
   zmq_msg_init(&frame);
-  const bool isThere = zmq_msg_recv(&frame, socket, ZMQ_DONTWAIT) != -1;
+  // Cut off in the middle of an event, the rest of it would be taken for the next one.
+  const auto receive = [&] { return zmq_msg_recv(&frame, socket, ZMQ_DONTWAIT); };
+  const bool isThere = MqUninterrupted(receive) != -1;
   if (isThere)
     bytes.assign(static_cast<const char*>(zmq_msg_data(&frame)), zmq_msg_size(&frame));
   zmq_msg_close(&frame);
@@ -76,7 +80,10 @@ MqLinkWatch& MqLinkWatch::operator=(MqLinkWatch&& other) noexcept {
 bool MqLinkWatch::Start(zsock_t* socket) {
   Stop();
   const std::string endpoint = NewMonitorEndpoint();
-  if (zmq_socket_monitor(zsock_resolve(socket), endpoint.c_str(), kWatchedEvents) == -1)
+  const auto monitor = [&] {
+    return zmq_socket_monitor(zsock_resolve(socket), endpoint.c_str(), kWatchedEvents);
+  };
+  if (MqUninterrupted(monitor) == -1)
     return false;
   mpSocket = socket;
   mpEvents = zmq_socket(zsys_init(), ZMQ_PAIR);
@@ -84,7 +91,7 @@ bool MqLinkWatch::Start(zsock_t* socket) {
   constexpr int kNoLimit = 0;
   if (mpEvents != nullptr &&
       zmq_setsockopt(mpEvents, ZMQ_RCVHWM, &kNoLimit, sizeof kNoLimit) == 0 &&
-      zmq_connect(mpEvents, endpoint.c_str()) == 0)
+      MqUninterrupted([&] { return zmq_connect(mpEvents, endpoint.c_str()); }) == 0)
     return true;
   Stop();
   return false;
@@ -146,9 +153,15 @@ bool MqLinkWatch::IsAnyLostFor(std::int64_t milliseconds) const {
   });
 }
 
-// Whether neither a message nor the rest of one waits on the socket.
+// Whether neither a message nor the rest of one waits on the socket. Asked of ZeroMQ itself: CZMQ
+// returns whatever was on its stack when a signal interrupts the question.
 bool MqLinkWatch::IsIdle() const {
-  return (zsock_events(mpSocket) & ZMQ_POLLIN) == 0;
+  int events = 0;
+  std::size_t size = sizeof events;
+  const auto ask = [&] {
+    return zmq_getsockopt(zsock_resolve(mpSocket), ZMQ_EVENTS, &events, &size);
+  };
+  return MqUninterrupted(ask) == 0 && (events & ZMQ_POLLIN) == 0;
 }
 
 // The options of the socket are those of its last connection, which may have been of another kind.
@@ -156,7 +169,7 @@ bool MqLinkWatch::IsIdle() const {
 // that it is about to free, and crashes.
 bool MqLinkWatch::ConnectAgain(const std::string& endpoint) {
   PrepareForTransport(mpSocket, endpoint.compare(0, sizeof kTcpPrefix - 1, kTcpPrefix) == 0);
-  return zsock_connect(mpSocket, "%s", endpoint.c_str()) == 0;
+  return MqConnect(mpSocket, endpoint.c_str()) == 0;
 }
 
 // All lost links are disconnected before the first is connected again, even those that were lost a
@@ -169,7 +182,7 @@ void MqLinkWatch::RenewLost() {
     if (link.lostSince != kNever)
       lost.push_back(endpoint);
   for (const std::string& endpoint : lost)
-    zsock_disconnect(mpSocket, "%s", endpoint.c_str());
+    MqUninterrupted([&] { return zsock_disconnect(mpSocket, "%s", endpoint.c_str()); });
   for (const std::string& endpoint : lost) {
     if (!ConnectAgain(endpoint))
       continue;  // still lost, and tried again

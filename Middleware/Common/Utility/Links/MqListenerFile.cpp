@@ -6,6 +6,8 @@
 #include <cstring>
 #include <utility>
 
+#include "MqSupport.h"
+
 namespace {
 
 constexpr char kIpcPrefix[] = "ipc://";
@@ -44,9 +46,10 @@ MqFileNews MqListenerFile::Look() {
 // The old listeners and their clients stay as long as they are few.
 MqFileNews MqListenerFile::BindAnew() {
   const std::string endpoint = kIpcPrefix + mPath;
-  if (mListeners == kMostListeners && zsock_unbind(mpSocket, "%s", endpoint.c_str()) == 0)
+  const auto unbind = [&] { return zsock_unbind(mpSocket, "%s", endpoint.c_str()); };
+  if (mListeners == kMostListeners && MqUninterrupted(unbind) == 0)
     mListeners = 0;
-  if (zsock_bind(mpSocket, "%s", endpoint.c_str()) == -1)
+  if (MqBind(mpSocket, endpoint.c_str()) == -1)
     return MqFileNews::kNotReplaced;
   ++mListeners;
   mIsMissed = false;

@@ -17,7 +17,7 @@ MqSockOwner MqPushLink::NewSocket(const MqEndpoint& endpoint) {
 bool MqPushLink::Connect(MqSockOwner socket, const MqEndpoint& endpoint) {
   MqLinkWatch watch;  // ends before the socket does when the connection is refused
   watch.Start(socket.get());
-  if (zsock_connect(socket.get(), "%s", endpoint.Text()) == -1)
+  if (MqConnect(socket.get(), endpoint.Text()) == -1)
     return false;
   mpSocket = socket.release();
   mWatch = std::move(watch);

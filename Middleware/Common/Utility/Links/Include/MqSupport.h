@@ -78,6 +78,15 @@ int MqSendFurther(Send send) {
   return result;
 }
 
+/// Connects, binds a socket to an endpoint, so that no signal cuts it off. -1 with `errno` on
+/// failure.
+inline int MqConnect(zsock_t* socket, const char* endpoint) {
+  return MqUninterrupted([=] { return zsock_connect(socket, "%s", endpoint); });
+}
+inline int MqBind(zsock_t* socket, const char* endpoint) {
+  return MqUninterrupted([=] { return zsock_bind(socket, "%s", endpoint); });
+}
+
 /// Sends a text, so that no signal cuts it off, as the first frame of several, as the last of
 /// several or as the only one. -1 with `errno` on failure.
 inline int MqSendFirstText(zsock_t* socket, const char* text) {

@@ -6,12 +6,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <string>
 #include <vector>
 
+#include "CzmqFaults.h"
 #include "MqTestKit.h"
 
 namespace {
+
+using faults::Call;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -233,6 +237,43 @@ TEST_F(MqLinkTest, OtherLinksOfTheSocketAreLeftAlone) {
   mqtest::Send(mPeer, {kTopic});
   EXPECT_THAT(mqtest::Receive(mSocket), ElementsAre(kTopic));
   zsock_destroy(&wrong);
+}
+
+TEST_F(MqLinkTest, SignalsDoNotStopTheWatch) {
+  // In the middle of an event, before one, and when messages are looked for.
+  for (const auto& [call, nth] :
+       {std::pair(Call::EventReceive, 2), {Call::EventReceive, 1}, {Call::AskEvents, 1}}) {
+    SCOPED_TRACE(testing::Message() << static_cast<int>(call) << ", " << nth);
+    mRenewed.clear();
+    faults::Reset();
+    faults::Fail(Call::Monitor, 2, EINTR);  // the first one ends the watch before
+    ASSERT_TRUE(mWatch.Start(mSocket));
+    BindPeer(ZMQ_PUSH);
+    Connect();
+    EXPECT_TRUE(TendUntil([this, call = call, nth = nth] {
+      faults::Fail(call, nth, EINTR);
+      return !mRenewed.empty();
+    }));
+    faults::Reset();
+    ASSERT_EQ(zsock_disconnect(mSocket, "%s", mEndpoint.c_str()), 0);
+  }
+}
+
+TEST_F(MqLinkTest, SignalDoesNotMakeTheSocketLookIdle) {
+  BindPeer(ZMQ_XPUB);
+  Connect();
+  ASSERT_EQ(NextSubscription(), kSubscription);
+  mqtest::Send(mPeer, {kTopic, "data"});
+  ASSERT_TRUE(mqtest::AwaitMessage(mSocket));
+  mqtest::Send(mPeer, {kTopic, std::string(kMqMaxFrameSize + 1, 'x')});
+  const std::int64_t end = zclock_mono() + 3 * kMqLostLinkPatienceMs;
+  TendUntil([end] {
+    faults::Fail(Call::AskEvents, 1, EINTR);
+    return zclock_mono() >= end;
+  });
+  faults::Reset();
+  EXPECT_THAT(mRenewed, IsEmpty());
+  EXPECT_THAT(mqtest::Receive(mSocket), ElementsAre(kTopic, "data"));
 }
 
 TEST_F(MqLinkTest, WatchThatHasBeenStoppedDoesNothing) {

@@ -1,0 +1,48 @@
+// Preloaded into the service: every third call of poll, on average, fails as if a signal had
+// interrupted it. The messaging library polls in each of its calls that a signal may interrupt, the
+// loop when it waits.
+
+#include <dlfcn.h>
+#include <poll.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+
+namespace {
+
+std::atomic<unsigned> gInterruptions{0};
+
+// In no rhythm, which might be that of the loop, but in the same order every time.
+bool IsInterrupted() {
+  static std::atomic<unsigned> polls{0};
+  std::minstd_rand random(++polls);
+  random.discard(2);  // the first numbers of neighbouring seeds are neighbours too
+  return random() % 3 == 0;
+}
+
+// Tells the test, where it says so, how often that was.
+struct Account {
+  ~Account() {
+    const char* path = std::getenv("INTERRUPTED_POLLS_FILE");
+    std::FILE* file = path != nullptr ? std::fopen(path, "w") : nullptr;
+    if (file == nullptr)
+      return;
+    std::fprintf(file, "%u\n", gInterruptions.load());
+    std::fclose(file);
+  }
+} gAccount;
+
+}  // namespace
+
+extern "C" int poll(pollfd* items, nfds_t count, int timeout) {
+  using Poll_t = int (*)(pollfd*, nfds_t, int);
+  static const auto next = reinterpret_cast<Poll_t>(dlsym(RTLD_NEXT, "poll"));
+  if (!IsInterrupted())
+    return next(items, count, timeout);
+  ++gInterruptions;
+  errno = EINTR;
+  return -1;
+}
