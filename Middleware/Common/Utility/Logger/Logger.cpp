@@ -227,7 +227,7 @@ bool Logger::SendJson(MsgType_e type, MsgLevel_e level, const char* message, con
     writer.Key(log_key::kLevel);
     writer.Int(level);
     writer.Key(log_key::kName);
-    writer.String(mName);
+    writer.String(Utf8Of(mName).c_str());
     writer.Key(log_key::kMessage);
     writer.String(Utf8Of(message).c_str());
     if (type == MsgType_Notify && title != nullptr) {

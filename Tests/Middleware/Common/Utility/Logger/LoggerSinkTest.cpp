@@ -66,6 +66,17 @@ TEST_F(LoggerSinkTest, BytesThatAreNoTextReachTheSinkAsReplacementCharacters) {
             "\"Title\":\"\xEF\xBF\xBD\"}");
 }
 
+TEST_F(LoggerSinkTest, NameThatIsNoTextReachesTheSinkAsReplacementCharacters) {
+  Sink sink(kIpcEndpoint);
+  AttachQuietly();
+  // The last of the seven bytes is the first of two.
+  std::snprintf(mpLogger->mName, sizeof mpLogger->mName, "Lo\xff\xc3\xa4u\xc3");
+  EXPECT_TRUE(Send("m"));
+  EXPECT_EQ(sink.Next(),
+            "{\"MsgType\":0,\"Level\":20,\"Name\":\"Lo\xef\xbf\xbd\xc3\xa4u\xef\xbf\xbd\","
+            "\"Message\":\"m\"}");
+}
+
 TEST_F(LoggerSinkTest, NothingIsSentWithoutMessageOrSink) {
   EXPECT_FALSE(Send("text"));
   AttachQuietly();
