@@ -30,6 +30,9 @@ int LoopResult(int handlerResult) {
   return zsys_interrupted != 0 || handlerResult == -1 ? -1 : 0;
 }
 
+// Until what is put off during a round of the loop is done; the loop wants more than none.
+constexpr std::size_t kTicketDelayMs = 1;
+
 // Most frames of a message that are kept; a raw block has four.
 constexpr std::size_t kMostFrames = 64;
 
@@ -132,6 +135,7 @@ MqReactor::MqReactor() {
   mpSock = sock.release();
   mpSockBin = sockBin.release();
   mpLoop = loop;
+  zloop_set_ticket_delay(mpLoop, kTicketDelayMs);
   mLinks.Start(mpSock);
   mBinLinks.Start(mpSockBin);
   mbIsValidReactor = true;
@@ -224,17 +228,26 @@ std::int32_t MqReactor::AddTimer(pReactorTimerCallback handler, void* argument, 
                                  std::size_t times) {
   if (!IsValidReactor())
     return -1;
-  MqTimer& timer = mTimers.emplace_back(handler, argument, delay, times == 0);
-  const int rc = zloop_timer(mpLoop, delay, times, MqTimer::Callback, &timer);
+  const int rc = zloop_timer(mpLoop, delay, times, TimerCallback, this);
   LOUDCALC_ASSERT(rc != -1, "rc != -1");
-  timer.Begin();
+  const auto entry = mTimers.emplace(rc, MqTimer(handler, argument, delay, times)).first;
+  entry->second.Begin();
   ++mlTimers;
   return rc;
 }
 
+// A loop that has been started again frees a timer at once, also the one that it is in the middle
+// of. While it runs, its timers are taken out when it has gone through all of them.
 void MqReactor::EndTimer(std::int32_t timerId) {
-  if (mpLoop != nullptr)
+  if (mTimers.erase(timerId) == 0)
+    return;
+  if (!mIsLooping) {
     zloop_timer_end(mpLoop, timerId);
+    return;
+  }
+  if (mEndedTimers.empty())
+    zloop_ticket(mpLoop, RemoveEndedTimers, this);
+  mEndedTimers.push_back(timerId);
 }
 
 bool MqReactor::StartLoop(MqDataType_e type) {
@@ -247,10 +260,12 @@ bool MqReactor::StartLoop(MqDataType_e type) {
   // Every handled signal makes the loop return 0. Only an interrupt is meant to end it; timers keep
   // their times when it is started again.
   int rc = 0;
+  mIsLooping = true;
   do {
     errno = 0;
     rc = zloop_start(mpLoop);
   } while (rc == 0 && errno == EINTR && zsys_interrupted == 0);
+  mIsLooping = false;
   return true;
 }
 
@@ -316,6 +331,26 @@ int MqReactor::ReaderCallbackForBinaryData(zloop_t*, zsock_t* socket, void* reac
   const int result = ReadMessage(socket, self->mpReactorReaderCallbackForBinaryData);
   self->TendAfterReading(true);
   return result;
+}
+
+int MqReactor::TimerCallback(zloop_t* loop, int timerId, void* reactor) {
+  auto& timers = static_cast<MqReactor*>(reactor)->mTimers;
+  const auto entry = timers.find(timerId);
+  if (entry == timers.end())
+    return 0;
+  const bool isMade = entry->second.Tick();
+  const MqTimer timer = entry->second;  // the handler may end it
+  if (timer.IsOver())
+    timers.erase(entry);
+  return isMade ? timer.Call(loop, timerId) : 0;
+}
+
+int MqReactor::RemoveEndedTimers(zloop_t* loop, int, void* reactor) {
+  auto& ended = static_cast<MqReactor*>(reactor)->mEndedTimers;
+  for (const std::int32_t timerId : ended)
+    zloop_timer_end(loop, timerId);
+  ended.clear();
+  return 0;
 }
 
 // The chosen socket, null when it is empty or was destroyed by a failed connect.

@@ -2,22 +2,21 @@
 
 #include "MqTimer.h"
 
-MqTimer::MqTimer(Handler_t handler, void* argument, std::size_t delay, bool repeats)
+MqTimer::MqTimer(Handler_t handler, void* argument, std::size_t delay, std::size_t times)
     : mHandler(handler),
       mArgument(argument),
-      mDelay(repeats ? static_cast<std::int64_t>(delay) : 0) {}
+      mDelay(times == 0 ? static_cast<std::int64_t>(delay) : 0),
+      mRepeats(times == 0),
+      mTicksLeft(times) {}
 
 void MqTimer::Begin() {
   mDue = zclock_mono() + mDelay;
 }
 
-int MqTimer::Callback(zloop_t* loop, int timerId, void* timer) {
-  auto* self = static_cast<MqTimer*>(timer);
-  return self->IsOvertaken() ? 0 : self->mHandler(loop, timerId, self->mArgument);
-}
-
-// Whether the tick after this one is due already.
-bool MqTimer::IsOvertaken() {
+bool MqTimer::Tick() {
+  if (mTicksLeft > 0)
+    --mTicksLeft;
   mDue += mDelay;
-  return mDelay != 0 && zclock_mono() >= mDue;
+  const bool isOvertaken = mDelay != 0 && zclock_mono() >= mDue;
+  return !isOvertaken;
 }

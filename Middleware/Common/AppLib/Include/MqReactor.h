@@ -8,7 +8,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
+#include <map>
+#include <vector>
 
 #include "Logger.h"
 #include "MqLink.h"
@@ -101,9 +102,8 @@ class MqReactor {
   std::int32_t AddTimer(pReactorTimerCallback handler, void* argument, std::size_t delay,
                         std::size_t times);
 
-  /// Ends a timer. To be called while the loop does not run; one that is due already may fire once
-  /// more when the loop starts. A handler that wants no further calls is better served by the
-  /// `times` of its timer.
+  /// Ends a timer, which does not fire any more, due or not. May be called at any time, also by the
+  /// timer's own handler. Does nothing when it has ended already.
   void EndTimer(std::int32_t timerId);
 
   /// Number of timers that the loop takes once it has been started.
@@ -168,6 +168,9 @@ class MqReactor {
   bool Connect(bool binary, const MqEndpoint& endpoint);
   void RegisterReader(bool binary, zloop_reader_fn* reader);
 
+  static int TimerCallback(zloop_t* loop, int timerId, void* reactor);
+  static int RemoveEndedTimers(zloop_t* loop, int timerId, void* reactor);
+
   template <typename Operation>
   static bool Guarded(Operation operation);
   void TendAfterReading(bool binary);
@@ -180,7 +183,9 @@ class MqReactor {
   bool mbSockIsGone = false;     // of `mpSock`
   bool mbSockBinIsGone = false;  // of `mpSockBin`
 
-  MqLinkWatch mLinks;           // of `mpSock`
-  MqLinkWatch mBinLinks;        // of `mpSockBin`
-  std::deque<MqTimer> mTimers;  // all timers ever added; the loop holds their addresses
+  MqLinkWatch mLinks;                       // of `mpSock`
+  MqLinkWatch mBinLinks;                    // of `mpSockBin`
+  std::map<std::int32_t, MqTimer> mTimers;  // those that will tick, by their ids
+  std::vector<std::int32_t> mEndedTimers;   // ended by handlers, but not yet taken out of the loop
+  bool mIsLooping = false;                  // the loop runs
 };

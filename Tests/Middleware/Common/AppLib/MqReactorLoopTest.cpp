@@ -11,6 +11,7 @@
 #include <memory>
 #include <thread>
 
+#include "AllocationCount.h"
 #include "CzmqFaults.h"
 #include "MqReactor.h"
 #include "MqTestKit.h"
@@ -501,6 +502,80 @@ TEST_F(MqReactorLoopTest, EndedTimerDoesNotFire) {
   calls = 0;
   Run();
   EXPECT_EQ(before, counted);
+}
+
+// Ends a timer, which may be the one that calls it, and counts.
+struct Ender {
+  MqReactor* reactor = nullptr;
+  std::int32_t timer = -1;
+  int calls = 0;
+};
+
+int EndTimer(zloop_t*, int, void* argument) {
+  auto& ender = *static_cast<Ender*>(argument);
+  ender.reactor->EndTimer(ender.timer);
+  ++ender.calls;
+  return 0;
+}
+
+TEST_F(MqReactorLoopTest, TimerEndedBeforeTheLoopStartsDoesNotFire) {
+  int counted = 0;
+  int calls = 0;
+  reactor_->EndTimer(reactor_->AddTimer(CountCall, &counted, 0, 0));
+  reactor_->AddTimer(EndAtThirdCall, &calls, 5, 0);
+  Run();
+  EXPECT_EQ(0, counted);
+}
+
+TEST_F(MqReactorLoopTest, HandlerMayEndItsOwnTimer) {
+  // The second time in a loop that has been started before.
+  for (int start = 0; start < 2; ++start) {
+    int calls = 0;
+    Ender ender{reactor_.get()};
+    ender.timer = reactor_->AddTimer(EndTimer, &ender, 1, 0);
+    const std::int32_t end = reactor_->AddTimer(EndAtThirdCall, &calls, 10, 0);
+    Run();
+    EXPECT_EQ(1, ender.calls);
+    reactor_->EndTimer(end);
+  }
+}
+
+TEST_F(MqReactorLoopTest, HandlerMayEndAnotherTimerThatIsDue) {
+  for (int start = 0; start < 2; ++start) {
+    int counted = 0;
+    int calls = 0;
+    Ender ender{reactor_.get()};
+    // Both are due in the first round, in this order.
+    const std::int32_t ending = reactor_->AddTimer(EndTimer, &ender, 0, 1);
+    ender.timer = reactor_->AddTimer(CountCall, &counted, 0, 0);
+    const std::int32_t end = reactor_->AddTimer(EndAtThirdCall, &calls, 10, 0);
+    Run();
+    EXPECT_EQ(1, ender.calls);
+    EXPECT_EQ(0, counted);
+    reactor_->EndTimer(ending);  // over
+    reactor_->EndTimer(end);
+  }
+}
+
+// Adds two timers, one that ends by itself and one that it ends, and makes room for the next two.
+int AddTwoTimers(zloop_t*, int, void* argument) {
+  auto& ender = *static_cast<Ender*>(argument);
+  ender.reactor->AddTimer(CountCall, &ender.calls, 0, 1);
+  ender.reactor->EndTimer(ender.timer);
+  ender.timer = ender.reactor->AddTimer(CountCall, &ender.calls, 0, 0);
+  return 0;
+}
+
+TEST_F(MqReactorLoopTest, TimersThatAreOverTakeNoMemory) {
+  constexpr std::size_t kRounds = 2000;
+  Ender ender{reactor_.get()};
+  reactor_->SetMaxTimers(kRounds);  // half of them all; the loop stops the process beyond
+  reactor_->AddTimer(AddTwoTimers, &ender, 1, kRounds);
+  reactor_->AddTimer(EndLoop, nullptr, kRounds + 100, 1);
+  const std::uint64_t before = AllocationsSoFar() - ReleasesSoFar();
+  Run();
+  EXPECT_LE(AllocationsSoFar() - ReleasesSoFar() - before, 10u);
+  EXPECT_EQ(2 + 2 * kRounds, reactor_->mlTimers);
 }
 
 TEST_F(MqReactorLoopTest, WithTimersTheLimitIsHandedToTheLoop) {

@@ -35,17 +35,23 @@ int Record(zloop_t* loop, int timerId, void* argument) {
   return recorder->ticks.size() == recorder->enough ? -1 : 0;
 }
 
-// Runs a loop with one timer until the recorder has enough.
-void RunLoop(Recorder& recorder, std::size_t delay, std::size_t times) {
+int MakeTick(zloop_t* loop, int timerId, void* timer) {
+  auto* made = static_cast<MqTimer*>(timer);
+  return made->Tick() ? made->Call(loop, timerId) : 0;
+}
+
+// Runs a loop with one timer until the recorder has enough. Whether the timer is over then.
+bool RunLoop(Recorder& recorder, std::size_t delay, std::size_t times) {
   zloop_t* loop = zloop_new();
-  MqTimer timer(Record, &recorder, delay, times == 0);
-  const int timerId = zloop_timer(loop, delay, times, MqTimer::Callback, &timer);
-  ASSERT_NE(timerId, -1);
+  MqTimer timer(Record, &recorder, delay, times);
+  const int timerId = zloop_timer(loop, delay, times, MakeTick, &timer);
+  EXPECT_NE(timerId, -1);
   timer.Begin();
   zloop_start(loop);
   EXPECT_EQ(recorder.loop, loop) << "the handler's loop";
   EXPECT_EQ(recorder.timerId, timerId) << "the handler's timer";
   zloop_destroy(&loop);
+  return timer.IsOver();
 }
 
 constexpr std::int64_t kPeriod = 20;  // ms
@@ -79,14 +85,20 @@ TEST(MqTimerTest, TimerWithANumberOfTicksMakesAllOfThem) {
   recorder.stallAt = 1;
   recorder.stall = 5 * kPeriod;
   recorder.enough = 4;
-  RunLoop(recorder, kPeriod, 4);
+  EXPECT_TRUE(RunLoop(recorder, kPeriod, 4));
   EXPECT_EQ(recorder.ticks.size(), 4u);
+}
+
+TEST(MqTimerTest, TimerIsOverWithTheLastOfItsTicksOnly) {
+  Recorder recorder;
+  recorder.enough = 3;
+  EXPECT_FALSE(RunLoop(recorder, 1, 4));
 }
 
 TEST(MqTimerTest, TimerWithoutADelayMakesEveryTick) {
   Recorder recorder;
   recorder.enough = 100;
-  RunLoop(recorder, 0, 0);
+  EXPECT_FALSE(RunLoop(recorder, 0, 0));
   EXPECT_EQ(recorder.ticks.size(), 100u);
 }
 
