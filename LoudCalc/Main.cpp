@@ -8,6 +8,7 @@
 #include <cstring>
 #include <string>
 
+#include "AdmittedClients.h"
 #include "Assertion.h"
 #include "BoardAddresses.h"
 #include "Console.h"
@@ -102,9 +103,10 @@ Options ReadOptions(int argc, char** argv) {
   return options;
 }
 
-void SettleBoardAddresses() {
+// What the environment may set; a mistake there is no reason to run with something else.
+void Settle(bool (*load)(std::string& error)) {
   std::string error;
-  if (LoadBoardAddresses(error))
+  if (load(error))
     return;
   std::fprintf(stderr, "%s\n", error.c_str());
   std::exit(1);
@@ -136,7 +138,8 @@ int main(int argc, char** argv) {
   Logger* const logger = PrepareLogger();
   const LogSource log = {kUnitName, logger, MsgLevel_Debug};
   const Options options = ReadOptions(argc, argv);
-  SettleBoardAddresses();
+  Settle(LoadBoardAddresses);
+  Settle(LoadAdmittedClients);
   AddressText_t address = {};
   FindAddress(options, address);
   LOUDCALC_LOG(log, Info, "\"Got IP for %s : %s @ slot %d\"", options.interface.c_str(), address,

@@ -1,6 +1,7 @@
 // Command line, board addresses and the end of the service.
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -16,6 +17,8 @@ using testing::HasSubstr;
 
 constexpr char kMainBoardVariable[] = "LOUDCALC_MAIN_BOARD_ADDRESS";
 constexpr char kOpticalBoardVariable[] = "LOUDCALC_OPTICAL_BOARD_ADDRESS";
+constexpr char kClientUsersVariable[] = "LOUDCALC_CLIENT_USERS";
+constexpr char kClientGroupsVariable[] = "LOUDCALC_CLIENT_GROUPS";
 constexpr char kClusterMessage[] = "Please provide valid cluster number, 1,2,...,or 8";
 constexpr char kIpcDirectory[] = "/run/shm/mq";
 
@@ -92,14 +95,14 @@ TEST(CommandLineTest, UnknownOptionEndsWithTheUsageText) {
   EXPECT_THAT(ErrorsOfRefusedStart({"-c", "1", "-x"}), HasSubstr(UsageText()));
 }
 
-struct AddressVariable {
+struct Variable {
   const char* name;
   const char* value;
 };
 
-class InvalidBoardAddressTest : public testing::TestWithParam<AddressVariable> {};
+class InvalidVariableTest : public testing::TestWithParam<Variable> {};
 
-TEST_P(InvalidBoardAddressTest, EndsWithALineThatNamesIt) {
+TEST_P(InvalidVariableTest, EndsWithALineThatNamesIt) {
   const auto& [name, value] = GetParam();
   const std::string errors = ErrorsOfRefusedStart({"-c", "1"}, {{name, value}});
   EXPECT_THAT(errors, HasSubstr(name));
@@ -107,12 +110,14 @@ TEST_P(InvalidBoardAddressTest, EndsWithALineThatNamesIt) {
   EXPECT_EQ(1, std::count(errors.begin(), errors.end(), '\n')) << errors;
 }
 
-INSTANTIATE_TEST_SUITE_P(Variables, InvalidBoardAddressTest,
-                         testing::Values(AddressVariable{kMainBoardVariable, "mainboard"},
-                                         AddressVariable{kMainBoardVariable, ""},
-                                         AddressVariable{kMainBoardVariable, "127.0.0"},
-                                         AddressVariable{kOpticalBoardVariable, "127.0.0.256"},
-                                         AddressVariable{kOpticalBoardVariable, "::1"}));
+INSTANTIATE_TEST_SUITE_P(Variables, InvalidVariableTest,
+                         testing::Values(Variable{kMainBoardVariable, "mainboard"},
+                                         Variable{kMainBoardVariable, ""},
+                                         Variable{kMainBoardVariable, "127.0.0"},
+                                         Variable{kOpticalBoardVariable, "127.0.0.256"},
+                                         Variable{kOpticalBoardVariable, "::1"},
+                                         Variable{kClientUsersVariable, "missing"},
+                                         Variable{kClientGroupsVariable, ""}));
 
 class StartUpTest : public RunningService {
  protected:
@@ -166,6 +171,21 @@ TEST_F(StartUpTest, ServiceWithInterfaceWithoutAddressMeasures) {
   ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
   StartMeasuring();
   ExpectMeasures(-20);
+}
+
+TEST_F(StartUpTest, ServesClientsWhoAreNamed) {
+  const std::string own = std::to_string(geteuid());
+  ASSERT_NO_FATAL_FAILURE(Start({}, {{{kClientUsersVariable, own}}, {}, {}}));
+  StartMeasuring();
+}
+
+TEST_F(StartUpTest, ServesNoClientsWhoAreNotNamed) {
+  constexpr char kStranger[] = "4294900000";
+  mUnit.OpenAll();
+  StartProcess({{{kClientUsersVariable, kStranger}}, {}, {}});
+  ExpectWired();
+  EXPECT_FALSE(mUnit.WaitUntilSubscribed(20 * kPeriod));
+  EXPECT_EQ("no publisher of loudness data; no publisher of states", mUnit.MissingSubscriptions());
 }
 
 TEST_F(StartUpTest, MakesTheIpcDirectory) {

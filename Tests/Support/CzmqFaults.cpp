@@ -163,6 +163,10 @@ int zsock_bind(zsock_t* socket, const char* format, ...) {
   return GoesOn(Call::Bind) ? LIBRARY(zsock_bind)(socket, "%s", endpoint) : -1;
 }
 
+int zmq_setsockopt(void* socket, int option, const void* value, size_t size) {
+  return GoesOn(Call::SetOption) ? LIBRARY(zmq_setsockopt)(socket, option, value, size) : -1;
+}
+
 void zsock_set_subscribe(void* socket, const char* topic) {
   if (GoesOn(Call::Subscribe))
     LIBRARY(zsock_set_subscribe)(socket, topic);

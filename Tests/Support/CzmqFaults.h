@@ -12,6 +12,7 @@ enum class Call {
   SockDestroy,   // zsock_destroy of a socket
   Connect,       // zsock_connect
   Bind,          // zsock_bind
+  SetOption,     // zmq_setsockopt, also by the library itself
   Subscribe,     // zsock_set_subscribe
   Unsubscribe,   // zsock_set_unsubscribe
   SendPart,      // zstr_sendm

@@ -72,10 +72,8 @@ MqSock_t* MqPubHandler::Bind(const char* endpoint, MqSock_t* existing) {
       LOUDCALC_PRINT(kUnitName, stdout, "\"zsock_new failed %s\"", endpoint);
       return nullptr;
     }
-    if (created != nullptr)
-      MqPrepareListener(socket);
     LOUDCALC_PRINT(kUnitName, stdout, "\"Tryig to bind %s\"", endpoint);
-    if (MqBind(socket, endpoint) == -1) {
+    if ((created != nullptr && !MqPrepareListener(socket)) || MqBind(socket, endpoint) == -1) {
       created.reset();
       LOUDCALC_PRINT(kUnitName, stdout, "\"Failed to bind to %s\"", endpoint);
       return nullptr;

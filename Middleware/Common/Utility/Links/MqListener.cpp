@@ -7,11 +7,23 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "MqLink.h"
 
 namespace {
+
+MqAdmitted gAdmitted;
+
+// Adds to those who are let in; nobody else is once there is one of them.
+template <typename Id>
+bool Admit(zsock_t* socket, int option, const std::vector<Id>& ids) {
+  return std::all_of(ids.begin(), ids.end(), [&](Id id) {
+    return zmq_setsockopt(zsock_resolve(socket), option, &id, sizeof id) == 0;
+  });
+}
 
 // Descriptors are given out from the lowest free one on.
 bool IsSpare(int descriptor) {
@@ -33,7 +45,13 @@ extern "C" int accept4(int listener, sockaddr* address, socklen_t* size, int fla
   return -1;
 }
 
-void MqPrepareListener(zsock_t* socket) {
+void MqAdmitOnly(MqAdmitted admitted) {
+  gAdmitted = std::move(admitted);
+}
+
+bool MqPrepareListener(zsock_t* socket) {
   zsock_set_maxmsgsize(socket, kMqMaxClientFrameSize);
   zsock_set_handshake_ivl(socket, kMqHandshakeTimeoutMs);
+  return Admit(socket, ZMQ_IPC_FILTER_UID, gAdmitted.users) &&
+         Admit(socket, ZMQ_IPC_FILTER_GID, gAdmitted.groups);
 }

@@ -133,6 +133,23 @@ TEST_F(MqPubHandlerTest, ClientWhoseTopicNoMessageCouldHaveIsDropped) {
   zsock_destroy(&client);
 }
 
+TEST_F(MqPubHandlerTest, SocketThatCannotTellItsClientsApartIsNotBound) {
+  faults::Reset();
+  socket_ = BindIpc();
+  const int options = faults::Count(Call::SetOption);  // of a socket for everybody
+  handler_.DestroyMq(socket_);
+  MqAdmitOnly({{1}, {2}});
+  for (const int filter : {1, 2}) {
+    faults::Reset();
+    faults::Fail(Call::SetOption, options + filter, EINVAL);
+    EXPECT_EQ(nullptr, BindIpc());
+    EXPECT_EQ(0, faults::Count(Call::Bind));
+    EXPECT_EQ(1, faults::Count(Call::SockDestroy));
+  }
+  EXPECT_THAT(console_.Output(),
+              Printed(kUnit, "\"Failed to bind to " + IpcEndpoint(kIpcName) + "\""));
+}
+
 TEST_F(MqPubHandlerTest, BindWithoutNameAddressOrPortDoesNothing) {
   EXPECT_EQ(nullptr, handler_.BindMqOverIpc(nullptr, nullptr));
   EXPECT_EQ(nullptr, handler_.BindMqOverTcp(nullptr, 7000, nullptr));

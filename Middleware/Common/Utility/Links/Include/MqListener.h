@@ -4,6 +4,9 @@
 #pragma once
 
 #include <czmq.h>
+#include <sys/types.h>
+
+#include <vector>
 
 /// The longest topic that a client may subscribe to, a little more than the longest that is
 /// published. When a client leaves, the library walks the tree of all topics of all clients, which
@@ -20,6 +23,17 @@ constexpr int kMqMaxClientFrameSize = 10 + kMqLongestSubscription;
 /// when it cannot accept one for want of a descriptor.
 constexpr int kMqSpareFiles = 16;
 
-/// Limits what the clients that connect to `socket`, a PUB socket, can make it take. To be called
-/// before it is bound.
-void MqPrepareListener(zsock_t* socket);
+/// Who may connect over IPC: processes of one of these users, or of one of these groups, be it that
+/// they run as the group or that the group lists their user as a member. With none of either it is
+/// everybody whom the rights of the socket file let in.
+struct MqAdmitted {
+  std::vector<uid_t> users;
+  std::vector<gid_t> groups;
+};
+
+/// Admits only these to the sockets that MqPrepareListener prepares from now on.
+void MqAdmitOnly(MqAdmitted admitted);
+
+/// Limits who may connect to `socket`, a PUB socket, and what they can make it take. To be called
+/// before it is bound. False when the library cannot tell who connects: it must not be bound then.
+bool MqPrepareListener(zsock_t* socket);
