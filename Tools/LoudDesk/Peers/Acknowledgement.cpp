@@ -10,7 +10,6 @@
 #include "LuMessageKeys.h"
 
 namespace louddesk {
-
 namespace {
 
 // A topic is one of these and the meter set. The longer ones stand first: the others are their

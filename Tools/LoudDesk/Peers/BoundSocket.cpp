@@ -18,7 +18,6 @@
 #include "SocketMonitor.h"
 
 namespace louddesk {
-
 namespace {
 
 constexpr mode_t kIpcDirectoryMode = 0777;

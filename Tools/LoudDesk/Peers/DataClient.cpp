@@ -10,7 +10,6 @@
 #include "SocketMonitor.h"
 
 namespace louddesk {
-
 namespace {
 
 constexpr int kReconnectMs = 10;  // soon after the publisher binds, so that nothing is missed

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 namespace louddesk {
-
 namespace {
 
 constexpr char kNoReading[] = "-";

@@ -5,7 +5,6 @@
 #include "DocumentWriter.h"
 
 namespace louddesk {
-
 namespace {
 
 void WritePlace(DocumentWriter& writer, int inputNo) {

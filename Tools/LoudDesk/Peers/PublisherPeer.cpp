@@ -5,7 +5,6 @@
 #include <utility>
 
 namespace louddesk {
-
 namespace {
 
 constexpr char kSubscribed = '\1';  // first byte of a subscription; the topic follows

@@ -10,7 +10,6 @@
 #include "PubHandler.h"
 
 namespace louddesk {
-
 namespace {
 
 bool HasNumbersOnly(const Frames& frames) {

@@ -16,7 +16,6 @@
 #include "PubHandler.h"
 
 namespace louddesk {
-
 namespace {
 
 // A content of its own, so that the frame is neither missing nor empty.

@@ -11,7 +11,6 @@
 #include "FileSource.h"
 
 namespace louddesk {
-
 namespace {
 
 constexpr int kSampleRate = 48000;  // Hz, of what is generated, where a case does not say

@@ -14,7 +14,6 @@
 #include "UnitPlayer.h"
 
 namespace louddesk {
-
 namespace {
 
 constexpr char kErrorPrefix[] = "LoudDesk: ";

@@ -9,7 +9,6 @@
 #include "FiguresText.h"
 
 namespace louddesk {
-
 namespace {
 
 constexpr Patience kStartPatience{5000};

@@ -21,7 +21,6 @@
 #include "ServiceSender.h"
 
 namespace louddesk {
-
 namespace {
 
 constexpr double kShortestTimeout = 0.1;  // s

@@ -6,7 +6,6 @@
 #include <iterator>
 
 namespace louddesk {
-
 namespace {
 
 // The user's Ctrl-C and Ctrl-\, a lost terminal or reader, and faults of this program.

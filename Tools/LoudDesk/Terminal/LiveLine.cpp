@@ -6,7 +6,6 @@
 #include <utility>
 
 namespace louddesk {
-
 namespace {
 
 constexpr std::chrono::seconds kPipePeriod{1};

@@ -9,7 +9,6 @@
 #include <string>
 
 namespace louddesk {
-
 namespace {
 
 constexpr unsigned kEighths = 8;

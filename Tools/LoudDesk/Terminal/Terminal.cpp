@@ -13,7 +13,6 @@
 #include <string>
 
 namespace louddesk {
-
 namespace {
 
 // Numbers of the colour pairs; 0 is what the terminal has by itself.

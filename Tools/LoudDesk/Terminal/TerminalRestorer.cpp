@@ -12,7 +12,6 @@
 #include <cstddef>
 
 namespace louddesk {
-
 namespace {
 
 termios gShellMode;                      // written by ShellMode

@@ -8,7 +8,6 @@
 #include <iterator>
 
 namespace louddesk {
-
 namespace {
 
 char32_t AsciiOf(char c) {

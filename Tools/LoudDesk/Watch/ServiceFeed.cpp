@@ -10,7 +10,6 @@
 #include "UnitStandIn.h"
 
 namespace louddesk {
-
 namespace {
 
 constexpr char kLoudnessTopic[] = "LoudnessData";

@@ -12,7 +12,6 @@
 #include "WatchSession.h"
 
 namespace louddesk {
-
 namespace {
 
 constexpr char kCsv[] = "csv";

@@ -7,7 +7,6 @@
 #include <limits>
 
 namespace louddesk {
-
 namespace {
 
 void DrawNothing(const PartView&, RowSpan) {}

@@ -7,7 +7,6 @@
 #include "LuMessages.h"
 
 namespace louddesk {
-
 namespace {
 
 constexpr std::size_t kMaxNotes = 50;

@@ -12,7 +12,6 @@
 #include "FiguresText.h"
 
 namespace louddesk {
-
 namespace {
 
 constexpr std::size_t kMargin = 1;

@@ -11,7 +11,6 @@
 #include "LuMessages.h"
 
 namespace louddesk {
-
 namespace {
 
 // The fields between time and source, in the order of the message, by the names of

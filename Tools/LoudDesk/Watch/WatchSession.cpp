@@ -13,7 +13,6 @@
 #include "WatchViews.h"
 
 namespace louddesk {
-
 namespace {
 
 using Clock = std::chrono::steady_clock;

@@ -5,7 +5,6 @@
 #include "FiguresText.h"
 
 namespace louddesk {
-
 namespace {
 
 constexpr std::chrono::milliseconds kFirstMoments{500};
