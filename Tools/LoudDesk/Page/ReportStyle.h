@@ -4,8 +4,7 @@
 
 namespace louddesk {
 
-/// The style sheet: light and dark, narrow and wide, screen and paper. Holds no character that XML
-/// would have escaped.
+/// The style sheet, ReportStyle.css.
 extern const char kReportStyle[];
 
 }  // namespace louddesk

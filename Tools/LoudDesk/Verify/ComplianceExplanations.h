@@ -1,22 +1,17 @@
-// Why the test signals are read as they are: one explanation for each case. Never changes.
+// Why the test signals are read as they are: one explanation for each case, that of
+// Docs/COMPLIANCE.md. Never changes.
 
 #pragma once
 
 #include <string>
-#include <vector>
 
 namespace louddesk {
 
-/// One or several cases that have the same to be said of them.
-struct CaseExplanation {
-  std::vector<std::string> caseIds;
-  std::string text;  // whole sentences
-};
+/// The section of the document, made a constant by the build: a paragraph for one or several cases,
+/// which begins with their identifiers, "**3341-1** and **3341-2**: ".
+extern const char kComplianceExplanations[];
 
-/// In the order of the cases.
-const std::vector<CaseExplanation>& CaseExplanations();
-
-/// The text for a case; empty when there is none.
+/// The text for a case, in one line; empty when there is none.
 std::string ExplanationOf(const std::string& caseId);
 
 }  // namespace louddesk
