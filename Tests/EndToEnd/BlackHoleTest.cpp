@@ -1,9 +1,7 @@
 // TCP links that vanish for a while without being closed.
 
 #include <algorithm>
-#include <cstdlib>
 
-#include "Isolation.h"
 #include "LinkTest.h"
 #include "MqLink.h"
 #include "NetworkHole.h"
@@ -29,9 +27,9 @@ void PrintTo(const HoleCase& hole, std::ostream* stream) {
 class LossTest : public LinkTest {
  protected:
   void SetUp() override {
-    if (std::getenv(kNoNamespacesVariable) != nullptr)
-      GTEST_SKIP() << kNoNamespacesVariable << " is set, and no machine may lose its own network";
-    ASSERT_TRUE(NetworkHole::CanBeMade()) << "needs a network namespace";
+    const std::string obstacle = NetworkHole::WhyNot();
+    if (!obstacle.empty())
+      GTEST_SKIP() << obstacle;
   }
 
   std::vector<std::string> TcpEndpoints() const {

@@ -16,7 +16,7 @@ class NetworkHole {
 
   /// From now on every packet from or to the endpoints (tcp://ADDRESS:PORT) vanishes, as far as
   /// `scope` goes. Fails the test when that cannot be done, or when an endpoint has no connection
-  /// that could be lost. REQUIRES: CanBeMade.
+  /// that could be lost. REQUIRES: nothing speaks against it.
   explicit NetworkHole(const std::vector<std::string>& endpoints, Scope scope = Scope::kEverything);
 
   /// Lets packets through again.
@@ -25,6 +25,6 @@ class NetworkHole {
   NetworkHole(const NetworkHole&) = delete;
   NetworkHole& operator=(const NetworkHole&) = delete;
 
-  /// Whether this process has a network of its own in which packets may vanish.
-  static bool CanBeMade();
+  /// What speaks against holes in this process, in one line; nothing when they can be made.
+  static std::string WhyNot();
 };
