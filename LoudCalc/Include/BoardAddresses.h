@@ -10,8 +10,8 @@ constexpr char kMainBoardVariable[] = "LOUDCALC_MAIN_BOARD_ADDRESS";
 constexpr char kOpticalBoardVariable[] = "LOUDCALC_OPTICAL_BOARD_ADDRESS";
 
 /// Settles both addresses: the environment variable where it is set, else the compiled default.
-/// False when one of them is not an IPv4 address; `error` then names the variable and its value,
-/// and the addresses in force stay as they were.
+/// False when one of them is not an IPv4 address, which ends the start of the service with status
+/// 1; `error` then names the variable and its value, and the addresses in force stay as they were.
 bool LoadBoardAddresses(std::string& error);
 
 /// IPv4 address text of the main board: application server, hardware manager, process monitor. The

@@ -353,6 +353,17 @@ TEST_F(CommandUserTest, UnknownCommandGivesTheRepublishedStartItsStampAndUser) {
 
 // ---- What is frozen ----
 
+TEST_F(CommandTest, FiguresOfTheLastBlockGoOnAsValidWhenBlocksStop) {
+  MeasureInMode(kContinuous);
+  constexpr int kMessages = 20;
+  for (int i = 0; i < kMessages; ++i) {
+    const auto message = mUnit.NextLoudnessData(kPatience);
+    ASSERT_TRUE(message);
+    EXPECT_EQ(mMeasured, louddesk::PublishedCodes(message->data));
+    EXPECT_EQ(1, message->validSource);
+  }
+}
+
 TEST_F(CommandTest, PausedFiguresStayWhileTheMeasurementGoesOn) {
   MeasureInMode(kContinuous);
   CarryOut("Pause");

@@ -450,4 +450,34 @@ TEST_F(CbinTest, PercentagesAreComputedInThirtyTwoBits) {
   EXPECT_EQ(mBin.GetLra(1), 0.0F);
 }
 
+// ----- how long a programme may be loud: the sum of powers is kept modulo 2^64
+
+struct LoudProgramme {
+  double lkfs;
+  int longestReadings;  // of these the sum still fits
+  int tooManyReadings;  // of these it does not
+};
+
+constexpr int kReadingsPerMinute = 600;
+constexpr int kTwoHours = 72000;
+
+// The sum fits while readings x 10^((level + 0.0085 + 152.6905962 + 0.6974) / 10) < 2^64, that is
+// up to 8,438 readings at 0 LKFS, 67,030 at -9 and 73,497 at -9.4.
+constexpr LoudProgramme kLoudProgrammes[] = {
+    {0.0, 8400, 8500},
+    {-9.0, 111 * kReadingsPerMinute, 112 * kReadingsPerMinute},
+    {-9.4, kTwoHours, kTwoHours + 3 * kReadingsPerMinute},
+};
+
+TEST_F(CbinTest, SumOfPowersWrapsAfterTheReadingsThatTheDocumentsName) {
+  for (const LoudProgramme& programme : kLoudProgrammes) {
+    const auto code = static_cast<std::uint16_t>(std::lround((programme.lkfs + 70.0) / 0.02) + 1);
+    mBin.Reset();
+    Add(code, programme.longestReadings);
+    EXPECT_NEAR(mBin.GetLoudnessLkfs(-70.0F), ReadBack(code), 0.001) << programme.lkfs;
+    Add(code, programme.tooManyReadings - programme.longestReadings);
+    EXPECT_LT(mBin.GetLoudnessLkfs(-70.0F), programme.lkfs - 10.0) << programme.lkfs;
+  }
+}
+
 }  // namespace
