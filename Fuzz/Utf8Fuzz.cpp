@@ -47,6 +47,9 @@ std::string Expected(const std::string& text) {
 void fuzz::TestOneInput(Input input) {
   const Text bytes = input.TakeRest();
   const std::string text(bytes.c_str(), bytes.size());
+  for (std::size_t place = 0; place < text.size(); ++place)
+    FUZZ_PROPERTY(SizeOfUtf8At(text, place) == CharacterAt(text, place),
+                  "a character begins where the other library sees one, and is as long");
   const std::string repaired = Utf8Of(text);
   FUZZ_PROPERTY(IsUtf8(repaired), "every text becomes UTF-8");
   FUZZ_PROPERTY(!IsUtf8(text) || repaired == text, "UTF-8 stays as it is");
