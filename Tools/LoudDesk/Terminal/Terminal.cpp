@@ -4,6 +4,7 @@
 
 #include <curses.h>
 #include <langinfo.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,6 +39,18 @@ constexpr InkLook kLooks[] = {
     {Ink::kAlertBadge, A_REVERSE | A_BOLD, kAlertPair},
 };
 
+termios gShellModes;  // written before the handlers are installed
+
+// Plain characters, plain keys, the cursor, and the picture of before. ncurses itself may not be
+// called in a signal handler. In the background the terminal is somebody else's, and was given back
+// when the process was stopped.
+void GiveBack() {
+  constexpr char kSequence[] = "\033[0m\033[?1l\033>\033[?25h\033[?1049l";
+  if (tcgetpgrp(STDOUT_FILENO) == getpgrp() &&
+      write(STDOUT_FILENO, kSequence, sizeof kSequence - 1) > 0)
+    tcsetattr(STDOUT_FILENO, TCSANOW, &gShellModes);
+}
+
 const InkLook& LookOf(Ink ink) {
   for (const InkLook& look : kLooks)
     if (look.ink == ink)
@@ -71,7 +84,7 @@ bool WantsNoColours() {
 }  // namespace
 
 Terminal::Terminal() : mGlyphs(GlyphsOfLocale()), mHasKeys(isatty(STDIN_FILENO) != 0) {
-  const ShellMode shell;
+  tcgetattr(STDOUT_FILENO, &gShellModes);
   mScreen = newterm(nullptr, stdout, stdin);
   if (mScreen == nullptr)
     throw TerminalError(UnusableTerminal("is not known"));
@@ -80,7 +93,7 @@ Terminal::Terminal() : mGlyphs(GlyphsOfLocale()), mHasKeys(isatty(STDIN_FILENO) 
     delscreen(mScreen);
     throw TerminalError(UnusableTerminal("cannot place its cursor"));
   }
-  mRestorer.emplace(shell);
+  mFatalSignals.emplace(GiveBack);
   cbreak();
   noecho();
   curs_set(0);
@@ -92,7 +105,7 @@ Terminal::Terminal() : mGlyphs(GlyphsOfLocale()), mHasKeys(isatty(STDIN_FILENO) 
 Terminal::~Terminal() {
   curs_set(1);
   endwin();
-  mRestorer.reset();
+  mFatalSignals.reset();
   delscreen(mScreen);
 }
 

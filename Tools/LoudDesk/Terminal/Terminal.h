@@ -7,8 +7,8 @@
 #include <optional>
 #include <stdexcept>
 
+#include "FatalSignals.h"
 #include "MeterGraphics.h"
-#include "TerminalRestorer.h"
 #include "TextScreen.h"
 
 struct screen;
@@ -52,7 +52,7 @@ class Terminal {
   void PrepareColours();
 
   struct screen* mScreen;                     // owned
-  std::optional<TerminalRestorer> mRestorer;  // while ncurses has the terminal
+  std::optional<FatalSignals> mFatalSignals;  // while ncurses has the terminal
   Glyphs mGlyphs;
   bool mHasKeys;
   bool mHasColours = false;
