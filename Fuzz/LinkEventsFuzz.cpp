@@ -87,8 +87,13 @@ int64_t zclock_mono(void) {
   return gNow;
 }
 
-int zsock_events(void*) {
-  return gIsIdle ? 0 : ZMQ_POLLIN;
+int zmq_getsockopt(void* socket, int option, void* value, size_t* size) {
+  static const auto library =
+      reinterpret_cast<decltype(&zmq_getsockopt)>(dlsym(RTLD_NEXT, "zmq_getsockopt"));
+  if (option != ZMQ_EVENTS)
+    return library(socket, option, value, size);
+  *static_cast<int*>(value) = gIsIdle ? 0 : ZMQ_POLLIN;
+  return 0;
 }
 
 int zsock_connect(zsock_t* socket, const char* format, ...) {
