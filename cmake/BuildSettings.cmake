@@ -33,9 +33,10 @@ set(LOUDCALC_IS_HARDENED OFF)
 if(CMAKE_BUILD_TYPE STREQUAL "Release" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT LOUDCALC_SANITIZERS)
   set(LOUDCALC_IS_HARDENED ON)
   target_compile_options(loudcalc_build_settings INTERFACE
-    -fstack-protector-strong -fstack-clash-protection -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fPIE)
+    -fstack-protector-strong -fstack-clash-protection -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2
+    $<$<NOT:$<STREQUAL:$<TARGET_PROPERTY:TYPE>,MODULE_LIBRARY>>:-fPIE>)
   target_link_options(loudcalc_build_settings INTERFACE
-    -pie LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+    $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-pie> LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 endif()
 
 # loudcalc_add_library(NAME SOURCES files... [LINK libraries...]): a static library whose headers
