@@ -79,7 +79,7 @@ MqSock_t* MqPubHandler::Bind(const char* endpoint, MqSock_t* existing) {
       return nullptr;
     }
     LOUDCALC_PRINT(kUnitName, stdout, "\"Bound to %s\"", endpoint);
-    created.release();
+    static_cast<void>(created.release());
     return socket;
   };
   return MqGuard(bind, ReportException);

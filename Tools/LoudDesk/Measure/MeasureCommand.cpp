@@ -167,7 +167,7 @@ Report MeasureAll(const MeasureOptions& options, std::ostream& out, std::ostream
       MeasuredSeries measured = MeasureOne(meter, path, options, errors, progressColumns);
       out << FiguresAs(measured, options.style, isFirst) << std::flush;
       for (const std::string& note : NotesOn(measured.figures))
-        complaints.Note(path + ": note: " + note);
+        complaints.Note(std::string(path).append(": note: ").append(note));
       isFirst = false;
       if (!options.report.empty())
         report.files.push_back(std::move(measured));

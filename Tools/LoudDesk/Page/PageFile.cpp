@@ -100,7 +100,7 @@ std::string CheckPageName(const std::string& path) {
 
 std::string WhyNotWritable(const std::string& path) {
   const fs::path place = Resolved(path);
-  const std::string reason = WhyNotReplaced(place);
+  std::string reason = WhyNotReplaced(place);
   if (!reason.empty())
     return reason;
   return Draft(place).IsOpen() ? "" : LastError();
@@ -108,7 +108,7 @@ std::string WhyNotWritable(const std::string& path) {
 
 std::string WritePage(const std::string& path, const std::string& page) {
   const fs::path place = Resolved(path);
-  const std::string reason = WhyNotReplaced(place);
+  std::string reason = WhyNotReplaced(place);
   if (!reason.empty())
     return reason;
   Draft draft(place);

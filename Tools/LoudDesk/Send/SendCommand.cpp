@@ -123,7 +123,7 @@ std::string ReadPreset(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file)
     throw ServiceError(path + ": " + std::strerror(errno));
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  std::string text{std::istreambuf_iterator<char>(file), {}};
   rapidjson::Document document;
   if (!json::ParseObject(text.c_str(), document))
     throw ServiceError(path + ": not a JSON object");

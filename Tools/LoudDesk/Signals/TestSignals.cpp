@@ -122,6 +122,11 @@ class StepSource : public SampleSource {
 constexpr int kLowPassReach = 64;  // samples to either side of the middle
 using LowPass = std::array<double, 2 * kLowPassReach + 1>;
 
+// Where the coefficient for `k` samples from the middle stands.
+constexpr std::size_t TapOf(int k) {
+  return static_cast<std::size_t>(std::int64_t{k} + kLowPassReach);
+}
+
 // The modified Bessel function of the first kind and order zero, by its series.
 double BesselI0(double x) {
   double sum = 1.0;
@@ -142,7 +147,7 @@ LowPass DesignLowPass() {
     const double x = static_cast<double>(k) / kLowPassReach;
     const double window = BesselI0(kBeta * std::sqrt(1.0 - x * x)) / BesselI0(kBeta);
     const double sinc = k == 0 ? 2.0 * kCutOff : std::sin(2.0 * kPi * kCutOff * k) / (kPi * k);
-    lowPass[static_cast<std::size_t>(k + kLowPassReach)] = window * sinc;
+    lowPass[TapOf(k)] = window * sinc;
     sum += window * sinc;
   }
   for (double& coefficient : lowPass)
@@ -193,7 +198,7 @@ class HiddenCrestSource : public SampleSource {
   double LowPassed(std::int64_t n) const {
     double sum = 0.0;
     for (int k = -kLowPassReach; k <= kLowPassReach; ++k)
-      sum += mLowPass[static_cast<std::size_t>(k + kLowPassReach)] * Raw(n - k);
+      sum += mLowPass[TapOf(k)] * Raw(n - k);
     return sum;
   }
 
