@@ -20,6 +20,6 @@ expect() {
 expect "with --prefix the unit starts" "$(program_of_unit "" "$place/opt")" "$place/opt/bin/LoudCalc"
 [ -x "$place/opt/bin/LoudCalc" ] || { echo "and there is nothing to start"; exit 1; }
 
-DESTDIR=$place/root "$cmake" --install "$build" --prefix /usr >/dev/null
-expect "in a package the unit starts" "$(program_of_unit "$place/root" /usr)" /usr/bin/LoudCalc
-[ -x "$place/root/usr/bin/LoudCalc" ] || { echo "and there is nothing to start"; exit 1; }
+DESTDIR=$place/package "$cmake" --install "$build" --prefix /usr >/dev/null
+expect "in a package the unit starts" "$(program_of_unit "$place/package" /usr)" /usr/bin/LoudCalc
+[ -x "$place/package/usr/bin/LoudCalc" ] || { echo "and there is nothing to start"; exit 1; }
