@@ -18,6 +18,10 @@ using testing::HasSubstr;
 
 constexpr char kEndpointFile[] = "admittedClientsTest.ipc";
 
+// A handshake that expired while the machine was held up looks like a refusal. The client tries
+// again.
+constexpr int kRefusals = 3;
+
 class AdmittedClientsTest : public testing::Test {
  protected:
   AdmittedClientsTest() {
@@ -39,15 +43,16 @@ class AdmittedClientsTest : public testing::Test {
     zstr_send(monitor, "START");
     zsock_wait(monitor);
     zsock_connect(client, "%s", endpoint.c_str());
-    zsock_set_rcvtimeo(zactor_sock(monitor), mqtest::kDeadlineMs);
-    char* event = zstr_recv(monitor);
-    const std::string first = event != nullptr ? event : "nothing";
-    zstr_free(&event);
+    bool isAdmitted = false;
+    for (int refusals = 0; !isAdmitted && refusals < kRefusals; ++refusals) {
+      const mqtest::Frames event = mqtest::Receive(zactor_sock(monitor));
+      EXPECT_FALSE(event.empty()) << "neither admitted nor turned away";
+      isAdmitted = !event.empty() && event.front() == "HANDSHAKE_SUCCEEDED";
+    }
     zactor_destroy(&monitor);
     zsock_destroy(&client);
     zsock_destroy(&publisher);
-    EXPECT_NE("nothing", first);
-    return first == "HANDSHAKE_SUCCEEDED";
+    return isAdmitted;
   }
 
   static std::string OwnUser() { return std::to_string(geteuid()); }
