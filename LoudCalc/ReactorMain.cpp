@@ -94,27 +94,27 @@ void DestroyPublishers(cLcReactor& reactor) {
   gpLcPubs->DestroyLuStatePubMq();
 }
 
-void addHbMonMq(cLcReactor& reactor) {
-  LOUDCALC_PRINT(kUnitName, stdout, "\"addHbMonMq %s:%u\"", MainBoardAddress(), kHbMonPort);
-  NumberedTopic_t topics[2] = {};
-  std::snprintf(topics[0], kMqTopicSize, "%s", kSystemStatusTopic);
-  std::snprintf(topics[1], kMqTopicSize, "%s", kApplicationCommandTopic);
-  const bool ret = reactor.AddMqSubsOverTcp(MainBoardAddress(), kHbMonPort, topics, 2, kText);
+// Connects the text socket to one more server of the unit and subscribes it to the server's topics.
+template <std::size_t kCount>
+void ConnectServer(cLcReactor& reactor, const char* address, unsigned port,
+                   const char* const (&topics)[kCount]) {
+  NumberedTopic_t rows[kCount] = {};
+  for (std::size_t i = 0; i < kCount; ++i)
+    std::snprintf(rows[i], sizeof rows[i], "%s", topics[i]);
+  const bool ret =
+      reactor.AddMqSubsOverTcp(address, port, rows, static_cast<std::int32_t>(kCount), kText);
   LOUDCALC_ASSERT(ret == true, "ret == true");
-  LOUDCALC_PRINT(kUnitName, stdout, "\"addHbMonMq %d\"", 1);
 }
 
-// Connects the text socket to one more server of the unit, with its first topic.
-void ConnectServer(cLcReactor& reactor, const char* address, unsigned port, const char* topic) {
-  NumberedTopic_t topics[1] = {};
-  std::snprintf(topics[0], kMqTopicSize, "%s", topic);
-  const bool ret = reactor.AddMqSubsOverTcp(address, port, topics, 1, kText);
-  LOUDCALC_ASSERT(ret == true, "ret == true");
+void addHbMonMq(cLcReactor& reactor) {
+  LOUDCALC_PRINT(kUnitName, stdout, "\"addHbMonMq %s:%u\"", MainBoardAddress(), kHbMonPort);
+  ConnectServer(reactor, MainBoardAddress(), kHbMonPort, kHbMonTopics);
+  LOUDCALC_PRINT(kUnitName, stdout, "\"addHbMonMq %d\"", 1);
 }
 
 // The hardware manager runs on the main board whatever slot this process is in.
 void addHwmAtSlot(cLcReactor& reactor, std::int32_t /*slot*/) {
-  ConnectServer(reactor, MainBoardAddress(), kHwmPort, kHwmStatusTopic);
+  ConnectServer(reactor, MainBoardAddress(), kHwmPort, kHwmTopics);
 }
 
 void addHwmMbForLuDspDataMq(cLcReactor& reactor, std::uint32_t meterSet) {
@@ -143,7 +143,7 @@ void SubscribeMeterSetTopics(cLcReactor& reactor, std::uint32_t meterSet) {
 
 void addAppserverMq(cLcReactor& reactor, std::uint32_t meterSet) {
   LOUDCALC_PRINT(kUnitName, stdout, "\"addAppserverMq mainboard app server\"");
-  ConnectServer(reactor, MainBoardAddress(), kAppserverPort, kAppLoudnessCommandTopic);
+  ConnectServer(reactor, MainBoardAddress(), kAppserverPort, kAppserverTopics);
   LOUDCALC_PRINT(kUnitName, stdout, "\"addAppserverMq %d %d/%d\"", 1, static_cast<int>(meterSet),
                  1);
   if (meterSet <= kLastMeterSetWithTopics)
@@ -152,7 +152,7 @@ void addAppserverMq(cLcReactor& reactor, std::uint32_t meterSet) {
 
 void addQVAppserverMq(cLcReactor& reactor) {
   LOUDCALC_PRINT(kUnitName, stdout, "\"addQVAppserverMq local optkria\"");
-  ConnectServer(reactor, OpticalBoardAddress(), kAppserverPort, kEnableReportingTopic);
+  ConnectServer(reactor, OpticalBoardAddress(), kAppserverPort, kQVAppserverTopics);
 }
 
 void Subscribe(cLcReactor& reactor, std::int32_t slot, std::uint32_t meterSet) {

@@ -21,10 +21,12 @@ inline void FormatNumberedTopic(NumberedTopic_t& topic, const char* prefix, std:
 constexpr unsigned kHbMonPort = 10001;
 constexpr char kSystemStatusTopic[] = "HbSysStatusEvent";
 constexpr char kApplicationCommandTopic[] = "HbAppCmd";
+constexpr const char* kHbMonTopics[] = {kSystemStatusTopic, kApplicationCommandTopic};
 
 // Hardware manager, TCP, main board.
 constexpr unsigned kHwmPort = 2000;
 constexpr char kHwmStatusTopic[] = "HwmStatusOrRequest";
+constexpr const char* kHwmTopics[] = {kHwmStatusTopic};
 
 // Application servers, TCP, main board and optical board. A prefix is followed by the meter set.
 constexpr unsigned kAppserverPort = 7000;
@@ -33,6 +35,8 @@ constexpr char kPresetTopicPrefix[] = "AppProbeIOMatrixStream-";
 constexpr char kConfigurationTopicPrefix[] = "AppProbeSetLuConf-";
 constexpr char kCommandTopicPrefix[] = "AppIOQVLoudnessCmd-";
 constexpr char kEnableReportingTopic[] = "QVProbeOptInputDataCmd";
+constexpr const char* kAppserverTopics[] = {kAppLoudnessCommandTopic};
+constexpr const char* kQVAppserverTopics[] = {kEnableReportingTopic};
 
 /// The topics of a meter set, which only the services up to this one subscribe to.
 constexpr const char* kMeterSetTopicPrefixes[] = {kPresetTopicPrefix, kConfigurationTopicPrefix,

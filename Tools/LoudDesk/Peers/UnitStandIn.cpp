@@ -70,8 +70,14 @@ std::string PublisherFile(const char* prefix, unsigned meterSet, unsigned cluste
 // Every text subscription of the service; it applies to each publisher that the service connects
 // to.
 std::set<std::string> TextTopics(unsigned meterSet) {
-  std::set<std::string> topics = {kSystemStatusTopic, kApplicationCommandTopic, kHwmStatusTopic,
-                                  kAppLoudnessCommandTopic, kEnableReportingTopic};
+  std::set<std::string> topics;
+  const auto add = [&topics](const auto& ofServer) {
+    topics.insert(std::begin(ofServer), std::end(ofServer));
+  };
+  add(kHbMonTopics);
+  add(kHwmTopics);
+  add(kAppserverTopics);
+  add(kQVAppserverTopics);
   if (meterSet <= kLastMeterSetWithTopics)
     for (const char* prefix : kMeterSetTopicPrefixes)
       topics.insert(TopicFor(prefix, meterSet));
