@@ -2,8 +2,6 @@
 
 #include "CommandTable.h"
 
-#include "ReportingState.h"
-
 namespace {
 
 // Which last commands a rule asks for.

@@ -1,5 +1,6 @@
-// Enumerations of the loudness settings and commands. Their values travel in messages; their texts
-// are in LuMessages.h. Plain header so that the engine needs nothing of JSON.
+// Enumerations of the loudness settings and commands, and the actions that commands lead to. The
+// values of the enumerations travel in messages; their texts are in LuMessages.h. Plain header, so
+// that the engine does not depend on JSON.
 
 #pragma once
 
@@ -51,3 +52,13 @@ enum LuCmd_e : std::int32_t {
   LU_CMD_PROCESS_LUCONF = 9,   // no text; cannot arrive by message
   LU_CMD_NUM_STATES = 10,
 };
+
+// What a command leaves to be done on the ticks after it: bits, of which the service carries out
+// one on each tick.
+constexpr std::uint32_t kActionStart = 0x001;  // acknowledge a start
+constexpr std::uint32_t kActionReset = 0x002;  // restart every measurement
+constexpr std::uint32_t kActionStop =
+    0x004;  // freeze the results; kActionRunning is cleared with it
+constexpr std::uint32_t kActionPause = 0x008;    // freeze the results, go on publishing them
+constexpr std::uint32_t kActionPlay = 0x010;     // publish live results again
+constexpr std::uint32_t kActionRunning = 0x100;  // not pending: data goes out on every tick
