@@ -4,10 +4,10 @@
 // doubles, with momentary and short-term loudness read after every block and integrated loudness
 // and loudness range after every second.
 //
-//   ours     front end (K-weighting, true peak), dispatcher and engine
+//   ours     front end (K-weighting, true peak) and the meter behind it
 //   theirs   libebur128 in histogram mode, the mode that keeps a programme of any length in the
 //   same
-//            memory, as our engine does
+//            memory, as our meter does
 //
 //   FrontEnd/Stereo/TruePeak        2 channels, true peak of each
 //   FrontEnd/Stereo/NoTruePeak      2 channels, no peaks
@@ -31,8 +31,7 @@
 #include <vector>
 
 #include "BlockMeter.h"
-#include "EngineMeter.h"
-#include "LoudCalcBase.h"
+#include "ProgrammeMeter.h"
 #include "SpeakerLayout.h"
 #include "TestSignals.h"
 
@@ -61,14 +60,13 @@ std::vector<double> SteppedNoise(const louddesk::SpeakerLayout& speakers) {
   return samples;
 }
 
-// Front end, dispatcher and engine.
+// Front end and meter.
 class OurMeter {
  public:
   OurMeter(const louddesk::SpeakerLayout& speakers, bool withTruePeak)
       : mFrontEnd(speakers.size(), kSampleRate,
-                  withTruePeak ? BlockMeter::Peaks::kTrue : BlockMeter::Peaks::kNone) {
-    mMeter.Start(speakers);
-  }
+                  withTruePeak ? BlockMeter::Peaks::kTrue : BlockMeter::Peaks::kNone),
+        mMeter(louddesk::ProgrammeOf(speakers), speakers.size()) {}
 
   void Measure(const double* block) {
     BlockReading reading;
@@ -76,13 +74,12 @@ class OurMeter {
     mMeter.Feed(reading);
   }
 
-  // The engine has by itself refreshed momentary and short-term loudness with every block, and
-  // integrated loudness, programme loudness and loudness range once.
-  void ReadSecond() { benchmark::DoNotOptimize(LoudCalcResultsAll); }
+  // The meter has by itself refreshed momentary and short-term loudness with every block.
+  void ReadSecond() { benchmark::DoNotOptimize(mMeter.Read()); }
 
  private:
   BlockMeter mFrontEnd;
-  louddesk::EngineMeter mMeter;
+  louddesk::ProgrammeMeter mMeter;
 };
 
 struct DestroyEbur128 {

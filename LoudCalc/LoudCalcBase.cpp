@@ -11,17 +11,12 @@
 namespace {
 
 constexpr std::uint32_t kProgramBlocks = kMaxWindowReadings;
-constexpr std::uint32_t kShortTermBlocks = 30;  // the 3 s of EBU Tech 3341
 static_assert(kMaxIntegWinSecs * kBlocksPerSecond == kMaxWindowReadings);
 
 // A ring holds one code more than the longest window fed from it: the newest is written before the
 // oldest is taken back.
 constexpr std::uint32_t kMomentaryRingCodes = kMaxWindowReadings + 1;
 constexpr std::uint32_t kLraRingCodes = kMaxLraWinSecs + 1;
-
-constexpr float kLoudnessGateLu = -10.0F;  // ITU-R BS.1770-3, Annex 1
-constexpr float kLraGateLu = -20.0F;       // EBU Tech 3342
-constexpr float kNoGateLu = -99.0F;        // EBU Tech 3341: the short-term loudness is not gated
 
 // The last block of warm-up, and the blocks of each second on which a figure is refreshed, apart
 // from each other so that no block bears them all.

@@ -19,6 +19,16 @@ constexpr std::size_t kNumConfigChannels = 16;
 /// Blocks of 100 ms in the 400 ms of the momentary loudness.
 constexpr std::size_t kMomentaryBlocks = 4;
 
+/// Momentary readings in the 3 s of the short-term loudness (EBU Tech 3341), one a block.
+constexpr std::uint32_t kShortTermBlocks = 30;
+
+/// Relative gates in LU: of integrated and programme loudness (ITU-R BS.1770-3, Annex 1), of the
+/// loudness range (EBU Tech 3342), and that of the short-term loudness, which is not gated (EBU
+/// Tech 3341).
+constexpr float kLoudnessGateLu = -10.0F;
+constexpr float kLraGateLu = -20.0F;
+constexpr float kNoGateLu = -99.0F;
+
 struct ChanConfig_s {
   std::uint8_t FirstChan = 0;                               // first channel of the programme
   std::uint8_t LastChan = 0;                                // last channel of the programme

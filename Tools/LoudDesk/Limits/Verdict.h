@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "EngineMeter.h"
+#include "Figures.h"
 #include "LoudnessLimits.h"
 
 namespace louddesk {

@@ -130,12 +130,6 @@ std::string JsonLine(const std::string& file, const Figures& figures) {
 
 std::vector<std::string> NotesOn(const Figures& figures) {
   std::vector<std::string> notes;
-  if (figures.seconds > kMaxIntegWinSecs)
-    notes.emplace_back("longer than two hours; integrated loudness is that of the last two");
-  if (figures.seconds > kMaxLraWinSecs)
-    notes.emplace_back("longer than three hours; loudness range is that of the last three");
-  if (figures.overflowed)
-    notes.emplace_back("too loud for too long; sums of the engine have wrapped around");
   if (const std::string note = NoteOnEnds(figures); !note.empty())
     notes.push_back(note);
   if (figures.isLoudnessAtLeast)

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "EngineMeter.h"
+#include "Figures.h"
 
 namespace louddesk {
 
@@ -35,7 +35,7 @@ std::string TableRow(const std::string& file, const Figures& figures);
 std::string JsonLine(const std::string& file, const Figures& figures);
 
 /// What a reader of the figures must know and cannot see in them, one line each without a line
-/// feed: that a programme is longer than a window, or too loud for a scale or the engine's sums.
+/// feed: that a programme is too loud for a scale.
 std::vector<std::string> NotesOn(const Figures& figures);
 
 }  // namespace louddesk

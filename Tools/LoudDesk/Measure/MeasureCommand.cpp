@@ -2,7 +2,6 @@
 
 #include "MeasureCommand.h"
 
-#include <czmq.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -78,21 +77,20 @@ bool WantsSeries(const MeasureOptions& options) {
 }
 
 // Points and distribution are left empty when nobody wants them.
-MeasuredSeries MeasureOne(EngineMeter& meter, const std::string& path,
-                          const MeasureOptions& options, std::ostream& errors,
-                          ProgressColumns progressColumns) {
+MeasuredSeries MeasureOne(const std::string& path, const MeasureOptions& options,
+                          std::ostream& errors, ProgressColumns progressColumns) {
   AudioFile file(path);
-  const SpeakerLayout speakers = LayoutFor(file, options.speakers);
+  ProgrammeMeter meter(ProgrammeOf(LayoutFor(file, options.speakers)), file.Channels());
   const auto bar = MakeProgressBar(file, errors, progressColumns);
   const Progress progress = [&bar](std::uint64_t frames) {
     if (bar != nullptr)
       bar->Show(frames);
   };
   if (WantsSeries(options))
-    return MeasureSeries(meter, file, speakers, progress);
+    return MeasureSeries(meter, file, progress);
   MeasuredSeries measured;
   measured.file = path;
-  measured.figures = MeasureFile(meter, file, speakers, progress);
+  measured.figures = MeasureFile(meter, file, progress);
   return measured;
 }
 
@@ -147,8 +145,6 @@ ProgressColumns ColumnsOfTerminal(int descriptor) {
 }
 
 int RunMeasure(const MeasureOptions& options) {
-  // The messaging library must leave the signals alone: Ctrl-C ends a measurement at once.
-  zsys_handler_set(nullptr);
   const ProgressColumns columns = ColumnsOfTerminal(STDERR_FILENO);
   std::optional<FatalSignals> fatalSignals;
   if (columns)
@@ -159,12 +155,11 @@ int RunMeasure(const MeasureOptions& options) {
 // One file after another, each row on `out` as soon as it is known.
 Report MeasureAll(const MeasureOptions& options, std::ostream& out, std::ostream& errors,
                   ProgressColumns progressColumns, Complaints& complaints) {
-  EngineMeter meter;
   Report report{{}, {}, options.limits};
   bool isFirst = true;
   for (const std::string& path : options.files) {
     try {
-      MeasuredSeries measured = MeasureOne(meter, path, options, errors, progressColumns);
+      MeasuredSeries measured = MeasureOne(path, options, errors, progressColumns);
       out << FiguresAs(measured, options.style, isFirst) << std::flush;
       for (const std::string& note : NotesOn(measured.figures))
         complaints.Note(std::string(path).append(": note: ").append(note));

@@ -1,19 +1,18 @@
-// Files through front end, dispatcher and engine.
+// Files through front end and meter.
 
 #include "MeasureFile.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "BlockMeter.h"
 
 namespace louddesk {
 
-Figures MeasureFile(EngineMeter& meter, AudioFile& file, const SpeakerLayout& speakers,
-                    const Progress& progress) {
+Figures MeasureFile(ProgrammeMeter& meter, AudioFile& file, const Progress& progress) {
   BlockMeter frontEnd(file.Channels(), file.SampleRate());
   std::vector<double> samples(frontEnd.MaxFramesInBlock() * file.Channels());
   BlockReading reading;
-  meter.Start(speakers);
   bool isWhole = true;
   while (isWhole) {
     const std::size_t frames = frontEnd.FramesInNextBlock();
@@ -32,6 +31,7 @@ Figures MeasureFile(EngineMeter& meter, AudioFile& file, const SpeakerLayout& sp
   }
   Figures figures = meter.Read();
   figures.seconds = static_cast<double>(file.FramesRead()) / file.SampleRate();
+  figures.maxTruePeakAt = std::min(figures.maxTruePeakAt, figures.seconds);
   return figures;
 }
 

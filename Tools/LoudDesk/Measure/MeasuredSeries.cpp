@@ -24,11 +24,10 @@ SeriesPoint PointOf(double seconds, const Figures& figures) {
   return point;
 }
 
-MeasuredSeries MeasureSeries(EngineMeter& meter, AudioFile& file, const SpeakerLayout& speakers,
-                             const Progress& progress) {
+MeasuredSeries MeasureSeries(ProgrammeMeter& meter, AudioFile& file, const Progress& progress) {
   MeasuredSeries series;
   series.file = file.Path();
-  series.figures = MeasureFile(meter, file, speakers, [&](std::uint64_t frames) {
+  series.figures = MeasureFile(meter, file, [&](std::uint64_t frames) {
     const double seconds = static_cast<double>(frames) / file.SampleRate();
     series.points.push_back(PointOf(seconds, meter.Read()));
     progress(frames);

@@ -35,7 +35,6 @@ SeriesPoint PointOf(double seconds, const Figures& figures);
 
 /// Measures a file as `MeasureFile` does and keeps the figures after every block. Throws
 /// `AudioFileError`.
-MeasuredSeries MeasureSeries(EngineMeter& meter, AudioFile& file, const SpeakerLayout& speakers,
-                             const Progress& progress);
+MeasuredSeries MeasureSeries(ProgrammeMeter& meter, AudioFile& file, const Progress& progress);
 
 }  // namespace louddesk

@@ -176,7 +176,7 @@ Histogram HistogramOf(const LoudnessDistribution& distribution) {
   const auto& readings = distribution.readings;
   Histogram histogram;
   std::uint64_t total = 0;
-  for (const std::uint32_t count : readings)
+  for (const std::uint64_t count : readings)
     total += count;
   if (total == 0)
     return histogram;

@@ -1,4 +1,4 @@
-// Front end and engine against libebur128 over generated noise: loudness within 0.05 LU, true peak
+// Front end and meter against libebur128 over generated noise: loudness within 0.05 LU, true peak
 // within 0.2 dB, at several sample rates and numbers of channels.
 //
 // The noise has nothing at half of the sample rate, as nothing has that went through a converter.
@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "BlockMeter.h"
-#include "EngineMeter.h"
+#include "ProgrammeMeter.h"
 #include "TestSignals.h"
 
 namespace louddesk {
@@ -54,12 +54,11 @@ class BothMeters {
       : mSound(sound),
         mColour(colour),
         mFrontEnd(sound.channels, sound.sampleRate),
+        mOurs(ProgrammeOf(UsualLayout(sound.channels).value()), sound.channels),
         mTheirs(ebur128_init(static_cast<unsigned>(sound.channels),
                              static_cast<unsigned long>(sound.sampleRate),
                              EBUR128_MODE_M | EBUR128_MODE_S | EBUR128_MODE_I | EBUR128_MODE_LRA |
-                                 EBUR128_MODE_TRUE_PEAK)) {
-    mOurs.Start(UsualLayout(sound.channels).value());
-  }
+                                 EBUR128_MODE_TRUE_PEAK)) {}
 
   // Plays a signal to its end; `afterBlock` may compare.
   template <typename AfterBlock>
@@ -149,7 +148,7 @@ class BothMeters {
   Sound mSound;
   Colour mColour;
   BlockMeter mFrontEnd;
-  EngineMeter mOurs;
+  ProgrammeMeter mOurs;
   std::unique_ptr<ebur128_state, DestroyEbur128> mTheirs;
   int mBlocks = 0;
   // The last two samples of each channel before smoothing.

@@ -120,28 +120,10 @@ TEST(FigureFormatTest, AMissingFigureIsNotAtTheEndOfItsScale) {
   EXPECT_THAT(NotesOn(figures), IsEmpty());
 }
 
-TEST(FigureFormatTest, UsualProgrammesNeedNoNote) {
+TEST(FigureFormatTest, ProgrammesWithinTheScalesNeedNoNoteHoweverLong) {
   Figures figures = Programme();
-  figures.seconds = 7200.0;
+  figures.seconds = 86400.0;
   EXPECT_THAT(NotesOn(figures), IsEmpty());
-}
-
-TEST(FigureFormatTest, ProgrammesLongerThanTheWindowsAreNoted) {
-  Figures figures = Programme();
-  figures.seconds = 7200.1;
-  EXPECT_THAT(NotesOn(figures),
-              ElementsAre("longer than two hours; integrated loudness is that of the last two"));
-  figures.seconds = 10800.1;
-  EXPECT_THAT(NotesOn(figures),
-              ElementsAre("longer than two hours; integrated loudness is that of the last two",
-                          "longer than three hours; loudness range is that of the last three"));
-}
-
-TEST(FigureFormatTest, WrappedSumsAreNoted) {
-  Figures figures = Programme();
-  figures.overflowed = true;
-  EXPECT_THAT(NotesOn(figures),
-              ElementsAre("too loud for too long; sums of the engine have wrapped around"));
 }
 
 }  // namespace

@@ -43,7 +43,6 @@ std::string LastLine(const std::string& text) {
   return text.substr(end == std::string::npos ? 0 : end + 1);
 }
 
-// Each test builds its own engine through `MeasureFiles`.
 class MeasureFilesTest : public testing::Test {
  protected:
   std::string WriteTone(const std::string& name, double seconds = 1.0) const {
@@ -154,7 +153,7 @@ TEST_F(MeasureFilesTest, APeakInTheLastIncompleteBlockFailsTheReport) {
 
 // A tone of +18 dBFS: the scale of the true peak ends at 6.02 dBTP, that of loudness codes at +10.
 TEST_F(MeasureFilesTest, FiguresAtTheEndOfTheirScalesAreMarkedEverywhere) {
-  const std::string path = mDirectory.Write("loud.wav", kFloatWav, kRate, 2, StereoTone(18.0, 2.0));
+  const std::string path = mDirectory.Write("loud.wav", kFloatWav, kRate, 2, StereoTone(18.0, 4.0));
   const std::string note =
       "LoudDesk: " + path +
       ": note: beyond the scale and thus at least what is shown: Integrated loudness, Maximum "
@@ -162,7 +161,7 @@ TEST_F(MeasureFilesTest, FiguresAtTheEndOfTheirScalesAreMarkedEverywhere) {
       path + ": note: louder than the scale of loudness; there is no loudness range\n";
   EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 0);
   EXPECT_THAT(mOut.str(), HasSubstr("    >=9.99         -      18.0"));
-  EXPECT_THAT(mOut.str(), HasSubstr("     >=6.02      2.00  "));
+  EXPECT_THAT(mOut.str(), HasSubstr("     >=6.02      4.00  "));
   EXPECT_EQ(mErrors.str(), note);
   EXPECT_EQ(Run({{path}, FigureStyle::kCsv, std::nullopt}), 0);
   EXPECT_EQ(mErrors.str(), note);

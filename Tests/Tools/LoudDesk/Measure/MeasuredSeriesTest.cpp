@@ -1,4 +1,4 @@
-// Series and distribution as the engine gives them.
+// Series and distribution as the meter gives them.
 
 #include "MeasuredSeries.h"
 
@@ -33,11 +33,11 @@ class MeasuredSeriesTest : public testing::Test {
   MeasuredSeries Measure(const Samples& samples) {
     AudioFile file(
         mDirectory.Write("measured.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, kRate, 2, samples));
-    return MeasureSeries(mMeter, file, {"Left", "Right"}, [this](std::uint64_t) { ++mProgress; });
+    ProgrammeMeter meter(ProgrammeOf({"Left", "Right"}), 2);
+    return MeasureSeries(meter, file, [this](std::uint64_t) { ++mProgress; });
   }
 
   AudioDirectory mDirectory;
-  EngineMeter mMeter;
   int mProgress = 0;
 };
 
@@ -67,9 +67,9 @@ TEST_F(MeasuredSeriesTest, AFileOfWholeBlocksHasNoRest) {
   EXPECT_EQ(Measure(StereoTone(-23.0, 2.0)).points.size(), 20U);
 }
 
-// 400 ms are four blocks.
-TEST_F(MeasuredSeriesTest, LoudnessBeginsWithTheFourthBlockAndTruePeakWithTheFirst) {
-  const MeasuredSeries series = Measure(StereoTone(-23.0, 1.0));
+// 400 ms are four blocks, 3 s thirty.
+TEST_F(MeasuredSeriesTest, TruePeakBeginsWithTheFirstBlockAndLoudnessWhenItsTimeIsFull) {
+  const MeasuredSeries series = Measure(StereoTone(-23.0, 4.0));
   for (std::size_t i = 0; i < 3; ++i) {
     EXPECT_FALSE(series.points[i].momentary);
     EXPECT_FALSE(series.points[i].shortTerm);
@@ -78,6 +78,10 @@ TEST_F(MeasuredSeriesTest, LoudnessBeginsWithTheFourthBlockAndTruePeakWithTheFir
   }
   EXPECT_NEAR(series.points[0].truePeak.value(), -23.0, 0.2);
   EXPECT_NEAR(series.points[3].momentary.value(), -23.0, 0.1);
+  EXPECT_FALSE(series.points[28].shortTerm);
+  EXPECT_NEAR(series.points[29].shortTerm.value(), -23.0, 0.1);
+  EXPECT_FALSE(series.points[31].lra);
+  EXPECT_TRUE(series.points[32].lra);
 }
 
 TEST_F(MeasuredSeriesTest, TruePeakIsThatOfItsOwnBlock) {
@@ -101,7 +105,8 @@ TEST_F(MeasuredSeriesTest, FiguresAreThoseOfAMeasurementWithoutSeries) {
   const Samples samples = Joined(StereoTone(-20.0, 4.0), StereoTone(-30.0, 3.0));
   const Figures withSeries = Measure(samples).figures;
   AudioFile file(mDirectory.Path("measured.wav"));
-  const Figures alone = MeasureFile(mMeter, file, {"Left", "Right"}, [](std::uint64_t) {});
+  ProgrammeMeter meter(ProgrammeOf({"Left", "Right"}), 2);
+  const Figures alone = MeasureFile(meter, file, [](std::uint64_t) {});
   EXPECT_EQ(withSeries.integrated, alone.integrated);
   EXPECT_EQ(withSeries.lra, alone.lra);
   EXPECT_EQ(withSeries.maxMomentary, alone.maxMomentary);
@@ -115,10 +120,10 @@ TEST_F(MeasuredSeriesTest, DistributionHoldsEveryReadingAndTheGate) {
   const MeasuredSeries series = Measure(StereoTone(-23.0, 2.0));
   const auto& readings = series.distribution.readings;
   ASSERT_EQ(readings.size(), kNumLoudnessCodes);
-  EXPECT_EQ(std::accumulate(readings.begin(), readings.end(), 0U), 17U);
+  EXPECT_EQ(std::accumulate(readings.begin(), readings.end(), std::uint64_t{0}), 17U);
   const std::size_t code = Cbin::GetBinIndx(-23.0F);
   EXPECT_EQ(std::accumulate(readings.begin() + static_cast<long>(code) - 6,
-                            readings.begin() + static_cast<long>(code) + 6, 0U),
+                            readings.begin() + static_cast<long>(code) + 6, std::uint64_t{0}),
             17U);
   EXPECT_NEAR(series.distribution.relativeGate.value(), -33.0, 0.1);
 }

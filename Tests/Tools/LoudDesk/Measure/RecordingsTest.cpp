@@ -41,6 +41,10 @@ constexpr std::size_t kShortTermReadings = 30;
 constexpr std::size_t kMomentaryBlocks = 4;
 constexpr std::size_t kShortTermBlocks = kShortTermReadings + kMomentaryBlocks - 1;
 constexpr std::size_t kReadingsPerSecond = 10;
+constexpr std::size_t kFirstShortTerm = 30;  // by the number of blocks
+
+// Of the readings for the range, one a second from 1.3 s on, the first that is one of 3 s.
+constexpr std::size_t kFirstOfRange = 33;
 
 // ffmpeg prints one decimal, so that half of it is to be added.
 constexpr double kPrintedTolerance = 0.05;
@@ -231,7 +235,7 @@ double MeanAbove(double gate, const std::vector<double>& readings) {
 }
 
 // Short-term loudness as the engine defines it, from the momentary loudness of another meter. Of
-// fewer readings than thirty it is the mean of those that there are.
+// fewer readings than thirty it is the mean of those that there are; before 3 s there is none.
 std::vector<double> ShortTermOf(const std::vector<Point>& points) {
   std::vector<double> shortTerm(points.size(), -200.0);
   std::vector<double> window;
@@ -239,18 +243,18 @@ std::vector<double> ShortTermOf(const std::vector<Point>& points) {
     window.push_back(points[i].momentary);
     if (window.size() > kShortTermReadings)
       window.erase(window.begin());
-    shortTerm[i] = MeanAbove(kAbsoluteGate, window);
+    if (i + 1 >= kFirstShortTerm)
+      shortTerm[i] = MeanAbove(kAbsoluteGate, window);
   }
   return shortTerm;
 }
 
-// The loudness range as the engine defines it: of one short-term reading a second, from the tenth
-// on, between the lowest that 10 % do not exceed and the highest that 5 % reach, 20 LU below their
-// gated loudness left out. Percentages are cut to whole ones.
+// The loudness range as the engine defines it: of one short-term reading a second, between the
+// lowest that 10 % do not exceed and the highest that 5 % reach, 20 LU below their gated loudness
+// left out. Percentages are cut to whole ones.
 double RangeOf(const std::vector<double>& shortTerm) {
   std::vector<double> readings;
-  for (std::size_t i = kMomentaryBlocks - 1 + kReadingsPerSecond - 1; i < shortTerm.size();
-       i += kReadingsPerSecond)
+  for (std::size_t i = kFirstOfRange - 1; i < shortTerm.size(); i += kReadingsPerSecond)
     readings.push_back(shortTerm[i]);
   const double relativeGate = MeanAbove(kAbsoluteGate, readings) - 20.0;
   const double gate = MeanAbove(std::max(relativeGate, kAbsoluteGate), readings) - 20.0;

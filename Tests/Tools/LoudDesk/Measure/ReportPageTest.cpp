@@ -372,9 +372,9 @@ TEST(ReportPageTest, FiguresAtTheEndOfTheirScalesAreMarkedInTableAndPlots) {
 
 TEST(ReportPageTest, NotesOnTheFiguresAreShown) {
   MeasuredSeries series = Programme();
-  series.figures.seconds = 7300.0;
+  series.figures.isPeakAtLeast = true;
   EXPECT_THAT(ParsedPage(PageOf({series})).Texts("//h:ul[@class='notes']/h:li"),
-              ElementsAre("longer than two hours; integrated loudness is that of the last two"));
+              ElementsAre("beyond the scale and thus at least what is shown: Maximum true peak"));
 }
 
 // Two hours are 72000 blocks; the highest peak must survive.

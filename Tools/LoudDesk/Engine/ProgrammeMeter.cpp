@@ -1,0 +1,157 @@
+// The calculation of the engine for each block, and what is kept of it.
+
+#include "ProgrammeMeter.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "BlockMeter.h"
+#include "JsonParser.h"
+
+namespace louddesk {
+namespace {
+
+// A ring holds one code more than the window fed from it.
+constexpr std::uint32_t kShortTermRing = kShortTermBlocks + 1;
+
+// The engine takes a reading for the range with every tenth momentary one.
+bool EndsASecond(std::uint64_t blocks) {
+  return (blocks - (kMomentaryBlocks - 1)) % kBlocksPerSecond == 0;
+}
+
+std::optional<double> Reading(float loudness) {
+  if (loudness <= kNoLoudnessLkfs)
+    return std::nullopt;
+  return loudness;
+}
+
+std::optional<double> PeakReading(std::uint32_t peak) {
+  if (peak == 0)
+    return std::nullopt;
+  return GetTruePeak(static_cast<std::uint16_t>(peak));
+}
+
+double EndOf(std::uint64_t block) {
+  return static_cast<double>(block) / kBlocksPerSecond;
+}
+
+}  // namespace
+
+template <typename Value>
+void ProgrammeMeter::Maximum<Value>::Raise(Value reading, std::uint64_t in) {
+  if (reading <= value)
+    return;
+  value = reading;
+  block = in;
+}
+
+ProgrammeMeter::ProgrammeMeter(const Programme& programme, std::size_t fileChannels)
+    : mProgramme(programme),
+      mLargestPower(LargestBlockPower(std::max(fileChannels, programme.size()))),
+      mShortTermCodes(kShortTermRing),
+      mShortTermReadings(kNoGateLu, &mShortTermCodes),
+      mIntegrated(kLoudnessGateLu),
+      mRange(kLraGateLu) {
+  mShortTermReadings.Reset(kShortTermBlocks);
+  for (std::size_t i = 0; i < programme.size(); ++i) {
+    mWeights[i] = LoudnessSpeakerWeight[SpeakerTypeOf(programme[i].speaker)];
+    mMeters |= 1U << i;
+  }
+}
+
+void ProgrammeMeter::Feed(const BlockReading& block) {
+  const ProgrammeBlock sum = SumOf(block);
+  ++mBlocks;
+  CountPeak(sum.peak, mBlocks);
+  SlideMomentary(sum.power);
+  if (mBlocks < kMomentaryBlocks)
+    return;
+  CountMomentary();
+  if (mBlocks >= kShortTermBlocks)
+    CountShortTerm();
+}
+
+void ProgrammeMeter::FeedRest(const BlockReading& rest) {
+  CountPeak(SumOf(rest).peak, mBlocks + 1);
+  mHasEnded = true;
+}
+
+// As the dispatcher sums a block up and hands it to the engine.
+ProgrammeBlock ProgrammeMeter::SumOf(const BlockReading& block) {
+  BlockReading picked;
+  for (std::size_t i = 0; i < mProgramme.size(); ++i) {
+    const std::size_t channel = mProgramme[i].channel;
+    picked.peaks[i] = block.peaks[channel];
+    picked.powers[i] = std::min(block.powers[channel], mLargestPower);
+    if (picked.powers[i] == mLargestPower && mWeights[i] > 0.0)
+      mArePowersAtEnd = true;
+  }
+  ProgrammeBlock sum{};
+  SumProgramme({picked.peaks.data(), sizeof picked.peaks},
+               {picked.powers.data(), sizeof picked.powers}, mMeters, mWeights, sum);
+  return {std::max<std::uint64_t>(sum.power, 1), sum.peak};
+}
+
+void ProgrammeMeter::CountPeak(std::uint32_t peak, std::uint64_t block) {
+  mLastPeak = peak;
+  mMaxPeak.Raise(peak, block);
+}
+
+void ProgrammeMeter::SlideMomentary(std::uint64_t power) {
+  mLastPowers[mBlocks % kMomentaryBlocks] = power;
+  const std::uint64_t sum =
+      std::accumulate(mLastPowers.begin(), mLastPowers.end(), std::uint64_t{0});
+  mMomentary = sum >= kMomentaryBlocks ? LoudnessOfPower(sum / kMomentaryBlocks) : kNoLoudnessLkfs;
+}
+
+void ProgrammeMeter::CountMomentary() {
+  const std::uint16_t code = Cbin::GetBinIndx(mMomentary);
+  mMaxMomentary.Raise(mMomentary, mBlocks);
+  mAreCodesAtEnd = mAreCodesAtEnd || mMomentary >= kEndOfCodesLkfs;
+  mIntegrated.Count(code);
+  mShortTermCodes.AddElement(code);
+  mShortTermReadings.AddNewSample(code);
+}
+
+void ProgrammeMeter::CountShortTerm() {
+  mShortTerm = mShortTermReadings.GetGatedLkfsReading();
+  mMaxShortTerm.Raise(mShortTerm, mBlocks);
+  if (EndsASecond(mBlocks))
+    mRange.Count(Cbin::GetBinIndx(mShortTerm));
+}
+
+Figures ProgrammeMeter::Read() const {
+  Figures figures;
+  figures.seconds = EndOf(mBlocks);
+  figures.integrated = mIntegrated.GatedLoudness();
+  figures.maxMomentary = Reading(mMaxMomentary.value);
+  figures.maxShortTerm = Reading(mMaxShortTerm.value);
+  figures.maxTruePeak = PeakReading(mMaxPeak.value);
+  figures.truePeak = PeakReading(mLastPeak);
+  figures.maxMomentaryAt = EndOf(mMaxMomentary.block);
+  figures.maxShortTermAt = EndOf(mMaxShortTerm.block);
+  figures.maxTruePeakAt = EndOf(mMaxPeak.block);
+  figures.isPeakAtLeast = mMaxPeak.value >= kLargestPeak;
+  figures.isMomentaryAtLeast = mArePowersAtEnd && mBlocks >= kMomentaryBlocks;
+  figures.isLoudnessAtLeast = figures.isMomentaryAtLeast || mAreCodesAtEnd;
+  if (!mHasEnded && mBlocks >= kMomentaryBlocks)
+    figures.momentary = Reading(mMomentary);
+  if (!mHasEnded)
+    figures.shortTerm = Reading(mShortTerm);
+  if (const auto range = mRange.Range(); range && !figures.isLoudnessAtLeast)
+    figures.lra = range->lu;
+  return figures;
+}
+
+LoudnessDistribution ProgrammeMeter::ReadDistribution() const {
+  LoudnessDistribution distribution;
+  distribution.readings = mIntegrated.Counts();
+  distribution.relativeGate = mIntegrated.RelativeGate();
+  if (const auto range = mRange.Range(); range && !mArePowersAtEnd && !mAreCodesAtEnd) {
+    distribution.lraLow = range->low;
+    distribution.lraHigh = range->high;
+  }
+  return distribution;
+}
+
+}  // namespace louddesk
