@@ -15,16 +15,12 @@ constexpr char kAtLeastSign[] = "\xE2\x89\xA5 ";  // in UTF-8
 
 constexpr char kFooter[] =
     "<p>Measured by LoudDesk: loudness by ITU-R BS.1770, in whole blocks of 100 ms; LKFS is the "
-    "same "
-    "as LUFS. Momentary loudness is that of the last 400 ms. Short-term loudness is the mean of "
-    "the "
-    "last thirty momentary readings: it weighs 3.3 s, the outer 0.3 s at both ends less, and "
-    "earlier "
-    "in a file whatever there is. The loudness range is that of one such reading a second, gated "
-    "after EBU Tech 3342. True peak is that of every sample. A figure without a reading, as in "
-    "silence, is -; \xE2\x89\xA5 marks one at the end of its scale. Verdicts judge the figures as "
-    "they "
-    "are written, to a hundredth.</p>";
+    "same as LUFS. Momentary loudness is that of the last 400 ms. Short-term loudness is the mean "
+    "of the last thirty momentary readings, from 3 s on: it weighs 3.3 s, the outer 0.3 s at both "
+    "ends less. The loudness range is that of one such reading a second, gated after EBU Tech "
+    "3342. True peak is that of every sample. A figure without a reading, as in silence, is -; "
+    "\xE2\x89\xA5 marks one at the end of its scale. Verdicts judge the figures as they are "
+    "written, to a hundredth.</p>";
 
 Badge BadgeFor(Judgement judgement) {
   switch (judgement) {
