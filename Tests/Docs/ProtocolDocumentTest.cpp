@@ -1,9 +1,12 @@
 // Docs/PROTOCOL.md beside the example messages and the code: its examples are the files of
 // Tests/Golden, all of them and no others; its tables name what the code names.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -36,9 +39,33 @@ struct Fence {
   std::string content;  // with the line feed of its last line
 };
 
-std::string ReadDocument() {
-  std::ifstream file(LOUDCALC_PROTOCOL_DOCUMENT, std::ios::binary);
+std::string ReadDocument(const char* path = LOUDCALC_PROTOCOL_DOCUMENT) {
+  std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// A text in which only blanks part the words.
+std::string OnOneLine(std::string text) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return text;
+}
+
+/// A number of up to six digits with a comma between its thousands.
+std::string WithComma(long number) {
+  const std::string digits = std::to_string(number);
+  return number < 1000
+             ? digits
+             : digits.substr(0, digits.size() - 3) + "," + digits.substr(digits.size() - 3);
+}
+
+std::string Rounded(double number) {
+  return std::to_string(std::lround(number));
+}
+
+/// How many readings of a loudness the 64-bit sum of their powers takes, each of a power that is
+/// 1857398385681617 at 0.7074 below 0 LKFS.
+double ReadingsThatFit(double lkfs) {
+  return std::pow(2.0, 64.0) / (1857398385681617.0 * std::pow(10.0, (lkfs + 0.7074) / 10.0));
 }
 
 bool IsFence(const std::string& line) {
@@ -210,6 +237,26 @@ TEST_F(ProtocolDocumentTest, SpeakersHaveTheWeightsOfTheCode) {
                   static_cast<double>(LoudnessSpeakerWeight[speaker.value]));
     ExpectText(Row({Code(speaker.text), std::to_string(speaker.value), weight}));
   }
+}
+
+TEST_F(ProtocolDocumentTest, LoudProgrammesLastAsLongAsTheirSumsHold) {
+  constexpr double kReadingsPerMinute = 600;
+  constexpr double kLongestWindow = 72000;
+  const double atZero = ReadingsThatFit(0);
+  const std::string readings = WithComma(100 * std::lround(atZero / 100)) + " readings";
+  const std::string minutes = Rounded(atZero / kReadingsPerMinute) + " minutes";
+  const std::string minutesAtNine = Rounded(ReadingsThatFit(-9) / kReadingsPerMinute) + " minutes";
+  // The next tenth below the level of which the longest window just fits.
+  const long tenths = std::lround(std::ceil(100.0 * std::log10(kLongestWindow / atZero)));
+  const std::string level = "-" + std::to_string(tenths / 10) + "." + std::to_string(tenths % 10);
+
+  EXPECT_THAT(OnOneLine(mDocument), testing::HasSubstr("after about " + readings + " (" + minutes +
+                                                       ") at 0 LKFS, or after " + minutesAtNine +
+                                                       " at -9 LKFS. Up to about " + level +
+                                                       " LKFS the full two hours fit."));
+  EXPECT_THAT(OnOneLine(ReadDocument(LOUDCALC_COMPLIANCE_DOCUMENT)),
+              testing::HasSubstr("about " + readings + ", ten a second; at -9 LKFS " +
+                                 minutesAtNine + "; and up to about " + level + " LKFS"));
 }
 
 }  // namespace

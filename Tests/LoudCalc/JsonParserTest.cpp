@@ -356,6 +356,21 @@ TEST_F(JsonParserTest, RefusedConfigurationIsLoggedAndKeepsTheSettings) {
   EXPECT_EQ(0x100u, gluCalcActions);
 }
 
+TEST_F(JsonParserTest, CommandsGoByTheModeOfARefusedConfiguration) {
+  constexpr char kStopCommand[] = R"({"ClusterId":0,"Command":"Stop"})";
+  Send("AppProbeSetLuConf-1", kConfiguration);
+  gluCalcActions = 0x100;
+  Send("AppProbeSetLuConf-1", "[]");  // is no record at all, and resets none
+  Send("AppIOQVLoudnessCmd-1", kStopCommand);
+  EXPECT_EQ(0x004u, gluCalcActions);
+  gluCalcActions = 0x100;
+  Send("AppProbeSetLuConf-1", "{}");
+  Send("AppIOQVLoudnessCmd-1", kStopCommand);
+  EXPECT_EQ(0x100u, gluCalcActions) << "Continuous again";
+  EXPECT_EQ(LOUD_MODE_START_STOP, GetLuMode()) << "the setting in force";
+  EXPECT_THAT(gsLuConf, HasSubstr("Manual"));
+}
+
 TEST_F(JsonParserTest, ConfigurationsAreTakenByTheRuleOfTheTwoMeterSets) {
   const struct {
     std::uint32_t meterSet;

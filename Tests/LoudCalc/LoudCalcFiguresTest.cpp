@@ -107,10 +107,20 @@ TEST_P(LoudnessCodingTest, TenthsAreRoundedWithHalvesAwayFromZero) {
 
 INSTANTIATE_TEST_SUITE_P(Values, LoudnessCodingTest,
                          testing::Values(std::pair(-23.46F, -235), std::pair(-23.44F, -234),
-                                         std::pair(-0.25F, -3), std::pair(-0.75F, -8),
-                                         std::pair(0.25F, 3), std::pair(0.0F, 0),
-                                         std::pair(9.99F, 100), std::pair(-98.99F, -990),
-                                         std::pair(-98.9F, -989), std::pair(-98.0F, -980)));
+                                         // -23.049999: ten times that is -230.49999 in double
+                                         // precision, -230.5 in single
+                                         std::pair(-23.05F, -231), std::pair(-0.25F, -3),
+                                         std::pair(-0.75F, -8), std::pair(0.25F, 3),
+                                         std::pair(0.0F, 0), std::pair(9.99F, 100),
+                                         std::pair(-98.99F, -990), std::pair(-98.9F, -989),
+                                         std::pair(-98.0F, -980)));
+
+// -6.0149999: a hundred times that is -601.49999 in double precision, -601.5 in single.
+TEST_F(CodingTest, HundredthsOfPeaksAreProductsInSinglePrecision) {
+  LoudCalcResultsAll.MaxTruePeak = -6.015F;
+  FeedPower(0);
+  EXPECT_EQ(LuData.MaxTruePeak, -602);
+}
 
 TEST_F(CodingTest, MinusNinetyNineAndBelowIsNoReading) {
   for (float loudness : {-99.0F, -99.04F, -153.4F, -1000.0F}) {

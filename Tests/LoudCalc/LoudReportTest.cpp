@@ -13,6 +13,7 @@
 #include "LoudCalcBase.h"
 #include "PublishedMessages.h"
 #include "ReportingState.h"
+#include "SecondComputation.h"
 
 namespace {
 
@@ -25,6 +26,7 @@ using Message = PublishedMessages::Message;
 
 constexpr std::uint32_t kMeterSet = 1;
 constexpr std::uint32_t kCluster = 3;
+constexpr int kWarmUpBlocks = 3;
 
 const LoudnessData_t kLive{1, 2, 3, 4, 5, 6, 7, 8};
 
@@ -114,6 +116,21 @@ TEST_F(LoudReportTest, EveryOtherValueThanZeroSwitchesReportingOn) {
     Tick();
     EXPECT_THAT(published_.Data(), SizeIs(1)) << value;
   }
+}
+
+// 9004 readings of 0 LKFS, each of 1857398385681617 x 10^0.07074 = 2.186e15, are more than 2^64 =
+// 1.845e19 by 1.236e18, or 1.37e14 a reading: 10 log10(1.37e14) - 153.388 = -12.0 LKFS.
+TEST_F(LoudReportTest, SumThatHasWrappedIsStillOfAValidSource) {
+  constexpr int kReadings = 9004;  // with the last of which the programme is refreshed
+  gluCalcActions = kActionRunning;
+  for (int block = 0; block < kWarmUpBlocks + kReadings; ++block)
+    LoudCalcUpdate(PowerOf(0.01), 1);
+  Tick();
+  const auto messages = published_.Data();
+  ASSERT_THAT(messages, SizeIs(1));
+  EXPECT_EQ(0, PublishedMessages::Field(messages[0], 3)) << "Momentary";
+  EXPECT_EQ(-120, PublishedMessages::Field(messages[0], 7)) << "Program";
+  EXPECT_EQ(1, PublishedMessages::Field(messages[0], 10)) << "ValidSrc";
 }
 
 TEST_F(LoudReportTest, DataFlowsOnlyWhileRunningIsTheOnlyBit) {

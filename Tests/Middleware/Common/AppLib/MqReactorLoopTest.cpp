@@ -509,11 +509,14 @@ struct Ender {
   MqReactor* reactor = nullptr;
   std::int32_t timer = -1;
   int calls = 0;
+  bool isTakenOutAtOnce = false;  // out of the loop, which may be in the middle of it
 };
 
 int EndTimer(zloop_t*, int, void* argument) {
   auto& ender = *static_cast<Ender*>(argument);
+  faults::Reset();
   ender.reactor->EndTimer(ender.timer);
+  ender.isTakenOutAtOnce = !faults::EndedTimers().empty();
   ++ender.calls;
   return 0;
 }
@@ -536,6 +539,8 @@ TEST_F(MqReactorLoopTest, HandlerMayEndItsOwnTimer) {
     const std::int32_t end = reactor_->AddTimer(EndAtThirdCall, &calls, 10, 0);
     Run();
     EXPECT_EQ(1, ender.calls);
+    EXPECT_FALSE(ender.isTakenOutAtOnce);
+    EXPECT_THAT(faults::EndedTimers(), ElementsAre(ender.timer));
     reactor_->EndTimer(end);
   }
 }
@@ -552,6 +557,8 @@ TEST_F(MqReactorLoopTest, HandlerMayEndAnotherTimerThatIsDue) {
     Run();
     EXPECT_EQ(1, ender.calls);
     EXPECT_EQ(0, counted);
+    EXPECT_FALSE(ender.isTakenOutAtOnce);
+    EXPECT_THAT(faults::EndedTimers(), ElementsAre(ender.timer));
     reactor_->EndTimer(ending);  // over
     reactor_->EndTimer(end);
   }

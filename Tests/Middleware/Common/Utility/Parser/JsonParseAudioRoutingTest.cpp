@@ -170,6 +170,16 @@ TEST_F(AudioRoutingTest, OneSlotIsReadAlone) {
   EXPECT_EQ(Entry(0, 1).miSlot, 0);
 }
 
+TEST_F(AudioRoutingTest, OfTwoSlotsOfOneNameTheFirstIsTheOneAskedFor) {
+  const std::string first = R"({"BNC":{"SDI":{"Pairs":[)" + Pair("1", kChannel) + "]}}}";
+  const std::string second = R"({"BNC":{"SDI":{"Pairs":[)" + Pair("2", kChannel) + "]}}}";
+  const std::string slots = R"({"1":)" + first + R"(,"1":)" + second + "}";
+  EXPECT_EQ(Parse(slots, false, 1), 1);
+  EXPECT_THAT(Channels(), ElementsAre(1));
+  EXPECT_EQ(Parse(slots, true), 1) << "asked for all";
+  EXPECT_THAT(Channels(), ElementsAre(1, 3));
+}
+
 TEST_F(AudioRoutingTest, OneSlotIsFoundByItsExactDecimalText) {
   EXPECT_EQ(Parse(Routing("01", Pair("1", kChannel)), false, 1), 0);
   EXPECT_THAT(mRouting.mAcorMap, IsEmpty());

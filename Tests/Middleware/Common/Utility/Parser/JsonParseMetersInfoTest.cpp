@@ -215,6 +215,26 @@ TEST_F(PresetTest, MetersAndClustersAreTheSameObjectsForLife) {
   EXPECT_EQ(mPreset.GetCluster(0), cluster);
 }
 
+TEST_F(PresetTest, DolbyInputKeepsWhatALaterPresetDoesNotName) {
+  EXPECT_EQ(Parse(Accepted(
+                R"("DolbyInputSource":{"Type":"AES","Slot":3,"Cage":1,"InputNo":2,"Pair":4})")),
+            1);
+  EXPECT_EQ(Parse(Accepted(R"("DolbyInputSource":{"InputNo":7})")), 1);
+  EXPECT_EQ(Parse(Accepted()), 1);
+  EXPECT_EQ(mPreset.mDolbyInputType, SIT_AES);
+  EXPECT_EQ(mPreset.miDolbySlot, 3);
+  EXPECT_EQ(mPreset.miDolbyCage, 1);
+  EXPECT_EQ(mPreset.miDolbyInputNo, 7);
+  EXPECT_EQ(mPreset.miDolbyPair, 4);
+}
+
+TEST_F(PresetTest, ClockWithoutTypeIsTheInternalOne) {
+  EXPECT_EQ(Parse(Accepted()), 1);
+  EXPECT_EQ(mPreset.mSysClockType, SCT_AES);
+  EXPECT_EQ(Parse(Document({kClusters, kMeterSet, R"("SystemClockSource":{"Slot":1})"})), 1);
+  EXPECT_EQ(mPreset.mSysClockType, SCT_INTERNAL);
+}
+
 TEST_F(PresetTest, RoutingIsReadOfTheSlotAskedFor) {
   EXPECT_EQ(Parse(Accepted(kRouting).c_str(), true, false, 1, nullptr), 1);
   EXPECT_THAT(mPreset.mAcorMap, IsEmpty());
