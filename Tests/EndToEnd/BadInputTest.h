@@ -1,46 +1,12 @@
-// What the tests of unusable input share: a service that measures and must go on to, and tables of
-// cases that cost nothing before they are run.
+// What the tests of unusable input share: a service that measures and must go on to, and the rows
+// of a table told to it one after the other.
 
 #pragma once
 
-#include <functional>
-#include <ostream>
 #include <string>
-#include <type_traits>
-#include <utility>
 #include <vector>
 
-#include "RunningService.h"
-
-/// A text, or how to make one. Every test runs in a process of its own, which builds the tables of
-/// all of them: what is large is made only by the test that sends it.
-class Text {
- public:
-  Text(const char* text) : Text(std::string(text)) {}
-  Text(std::string text) : mMake([text = std::move(text)] { return text; }) {}
-  template <typename Make, typename = std::enable_if_t<std::is_invocable_r_v<std::string, Make>>>
-  Text(Make make) : mMake(std::move(make)) {}
-
-  std::string Make() const { return mMake(); }
-
- private:
-  std::function<std::string()> mMake;
-};
-
-using Texts = std::vector<Text>;
-
-inline louddesk::Frames FramesOf(const Texts& texts) {
-  louddesk::Frames frames;
-  for (const Text& text : texts)
-    frames.push_back(text.Make());
-  return frames;
-}
-
-/// A case of a table, told apart by its `name`.
-template <typename Case>
-std::string NameOf(const testing::TestParamInfo<Case>& info) {
-  return info.param.name;
-}
+#include "FaultyUnit.h"
 
 /// `count` times `text`.
 inline std::string Repeat(const std::string& text, std::size_t count) {
@@ -62,19 +28,59 @@ inline std::string DeepUnclosedArray() {
   return Repeat("[", kDeep);
 }
 
-/// A service that measures, and goes on to.
-class BadInputTest : public RunningService {
+/// A service that measures, and goes on to with its cadence.
+class BadInputTest : public FaultyUnit {
  protected:
   void SetUp() override {
     ASSERT_NO_FATAL_FAILURE(Start());
-    StartMeasuring();
-    ExpectMeasures(-20);
-    mUnit.DropLogLines();
-    MarkCadence();
+    Measure();
   }
 
-  void ExpectMeasuresOn() {
-    ExpectCadenceKept();
-    ExpectMeasures(-30);
+  void TearDown() override {
+    if (mService && mService->IsRunning())
+      ExpectWatchedWell();
+    FaultyUnit::TearDown();
   }
+
+  /// Hands each row to `check`, all on the same service. A failure names its row and hides no
+  /// other: a service that a row has ended is started again.
+  template <typename Row, typename Check>
+  void ForEachRow(const std::vector<Row>& rows, Check check) {
+    for (const Row& row : rows) {
+      SCOPED_TRACE(std::string("row ") + row.name);
+      check(row);
+      if (HasEnded()) {
+        ASSERT_NO_FATAL_FAILURE(Replace());
+      }
+    }
+  }
+
+  /// Expects that the service goes on to measure: a level that no row before had.
+  void ExpectMeasuresOn() {
+    mLevel = mLevel > -40 ? mLevel - 2 : kLoudest;
+    ExpectMeasures(mLevel);
+  }
+
+ private:
+  static constexpr double kLoudest = -20;
+
+  void Measure() {
+    StartMeasuring();
+    ExpectMeasuresOn();
+    mUnit.DropLogLines();
+    BeginWatch();
+  }
+
+  /// Whether a row has ended the service; after a failure that may take a moment to show.
+  bool HasEnded() {
+    return mService->WaitForExit(HasFailure() ? kPeriod : std::chrono::milliseconds{0}).has_value();
+  }
+
+  void Replace() {
+    ADD_FAILURE() << "the service has ended:\n" << Output();
+    ASSERT_NO_FATAL_FAILURE(StartAgain());
+    Measure();
+  }
+
+  double mLevel = kLoudest;
 };

@@ -14,39 +14,12 @@ std::string GoodCommandOf(std::size_t size) {
   return begin + std::string(size - begin.size() - end.size(), 'x') + end;
 }
 
-struct MessageCase {
+struct MessageRow {
   const char* name;
   Peer peer;
-  Texts frames;
+  louddesk::Frames frames;
   const char* line;  // what the service says to it; empty: nothing
 };
-
-void PrintTo(const MessageCase& message, std::ostream* stream) {
-  *stream << message.name;
-}
-
-/// Messages that change nothing.
-class HarmlessMessageTest : public BadInputTest, public testing::WithParamInterface<MessageCase> {};
-
-TEST_P(HarmlessMessageTest, LeavesTheMeasurementAlone) {
-  const auto before = mUnit.NextLoudnessData(kPatience);
-  ASSERT_TRUE(before);
-  MarkCadence();
-  const std::size_t lines = mService->LineCount();
-
-  mUnit.SendFrames(GetParam().peer, FramesOf(GetParam().frames));
-
-  if (*GetParam().line != '\0') {
-    EXPECT_TRUE(mService->WaitForLine(GetParam().line, kPatience, lines)) << GetParam().line;
-  }
-  ExpectCadenceKept();
-  const auto after = mUnit.NextLoudnessData(kPatience);
-  ASSERT_TRUE(after);
-  EXPECT_EQ(PublishedCodes(before->data), PublishedCodes(after->data))
-      << "the measurement was restarted";
-  EXPECT_EQ(before->command, after->command);
-  ExpectMeasures(-30);
-}
 
 constexpr char kMonitorTopic[] = "HbAppCmd";
 constexpr char kStatusTopic[] = "HbSysStatusEvent";
@@ -60,157 +33,189 @@ constexpr char kConfigurationRefused[] = "AppProbeSetLuConf-1\\n\\ failed parsin
 constexpr char kApplicationCommandRefused[] = "\"Failed to parse application.\"";
 constexpr char kStatusRefused[] = "\"Failed to parse message setting default to 0\"";
 
-INSTANTIATE_TEST_SUITE_P(
-    UnknownTopics, HarmlessMessageTest,
-    testing::Values(MessageCase{"AppLoudnessCmd",
-                                Peer::kMainAppServer,
-                                {"AppLoudnessCmd", "{}"},
-                                "\"Topic AppLoudnessCmd not handled\""},
-                    MessageCase{"LongerMonitorTopic",
-                                Peer::kProcessMonitor,
-                                {"HbAppCmds", "{\"Command\":9}"},
-                                "\"Topic HbAppCmds not handled\""},
-                    MessageCase{"LongerStatusTopic",
-                                Peer::kProcessMonitor,
-                                {"HbSysStatusEvents", "[]"},
-                                "\"Topic HbSysStatusEvents not handled\""},
-                    MessageCase{"LongerHardwareTopic",
-                                Peer::kHardwareManager,
-                                {"HwmStatusOrRequest2", "{}"},
-                                "\"Topic HwmStatusOrRequest2 not handled\""},
-                    MessageCase{"LongerEnableTopic",
-                                Peer::kOpticalAppServer,
-                                {"QVProbeOptInputDataCmd2", "false"},
-                                "\"Topic QVProbeOptInputDataCmd2 not handled\""},
-                    MessageCase{"TopicOfAQuarterMegabyte",
-                                Peer::kProcessMonitor,
-                                {[] { return "HbAppCmd" + std::string(1u << 18, 'x'); }, "{}"},
-                                "\"Message dropped: topic of 262152 bytes\""},
-                    MessageCase{"TopicWithFormat",
-                                Peer::kProcessMonitor,
-                                {"HbAppCmd%s%n%s", "{}"},
-                                "\"Topic HbAppCmd%s%n%s not handled\""},
-                    MessageCase{"PresetOfMeterSetTwelve",
-                                Peer::kMainAppServer,
-                                {"AppProbeIOMatrixStream-12", "{}"},
-                                ""},
-                    MessageCase{"CommandOfMeterSetTwelve",
-                                Peer::kMainAppServer,
-                                {"AppIOQVLoudnessCmd-12", R"({"ClusterId":1,"Command":"Reset"})"},
-                                ""},
-                    MessageCase{"ConfigurationOfMeterSetTwelve",
-                                Peer::kMainAppServer,
-                                {"AppProbeSetLuConf-12", louddesk::LoudnessConfiguration().Json()},
-                                ""}),
-    NameOf<MessageCase>);
+/// Messages that change nothing.
+class HarmlessMessageTest : public BadInputTest {
+ protected:
+  void ExpectUnmoved(const std::vector<MessageRow>& rows) {
+    ForEachRow(rows, [this](const MessageRow& row) { ExpectUnmovedBy(row); });
+  }
 
-INSTANTIATE_TEST_SUITE_P(
-    TopicsAlone, HarmlessMessageTest,
-    testing::Values(
-        MessageCase{"Command", Peer::kMainAppServer, {kCommandTopic}, kCommandRefused},
-        MessageCase{
-            "Configuration", Peer::kMainAppServer, {kConfigurationTopic}, kConfigurationRefused},
-        MessageCase{"ApplicationCommand",
-                    Peer::kProcessMonitor,
-                    {kMonitorTopic},
-                    kApplicationCommandRefused},
-        MessageCase{"SystemStatus", Peer::kProcessMonitor, {kStatusTopic}, kStatusRefused},
-        MessageCase{"HardwareStatus", Peer::kHardwareManager, {kHardwareTopic}, ""},
-        MessageCase{"EnableReporting", Peer::kOpticalAppServer, {kEnableTopic}, ""},
-        MessageCase{"AppLoudnessCmd",
-                    Peer::kMainAppServer,
-                    {"AppLoudnessCmd"},
-                    "\"Topic AppLoudnessCmd not handled\""}),
-    NameOf<MessageCase>);
+ private:
+  void ExpectUnmovedBy(const MessageRow& row) {
+    const auto before = mUnit.NextLoudnessData(kPatience);
+    ASSERT_TRUE(before);
+    const std::size_t lines = mService->LineCount();
+    mUnit.SendFrames(row.peer, row.frames);
+    if (*row.line != '\0') {
+      ASSERT_TRUE(mService->WaitForLine(row.line, kPatience, lines)) << row.line;
+    }
+    ASSERT_NO_FATAL_FAILURE(AwaitHandled(row.peer));
+    const auto after = NextPublished();
+    ASSERT_TRUE(after);
+    EXPECT_EQ(PublishedCodes(before->data), PublishedCodes(after->data))
+        << "the measurement was restarted";
+    EXPECT_EQ(before->command, after->command);
+    ExpectMeasuresOn();
+  }
 
-INSTANTIATE_TEST_SUITE_P(
-    EmptyPayloads, HarmlessMessageTest,
-    testing::Values(
-        MessageCase{"Command", Peer::kMainAppServer, {kCommandTopic, ""}, kCommandRefused},
-        MessageCase{"Configuration",
-                    Peer::kMainAppServer,
-                    {kConfigurationTopic, ""},
-                    kConfigurationRefused},
-        MessageCase{"ApplicationCommand",
-                    Peer::kProcessMonitor,
-                    {kMonitorTopic, ""},
-                    kApplicationCommandRefused},
-        MessageCase{"SystemStatus", Peer::kProcessMonitor, {kStatusTopic, ""}, kStatusRefused},
-        MessageCase{"HardwareStatus", Peer::kHardwareManager, {kHardwareTopic, ""}, ""}),
-    NameOf<MessageCase>);
+  /// Waits until the service has handled everything that the peer sent.
+  void AwaitHandled(Peer peer) {
+    const std::string mark = "AppLoudnessCmd mark " + std::to_string(++mMarks) + ".";
+    const std::size_t lines = mService->LineCount();
+    mUnit.SendFrames(peer, {mark, "{}"});
+    ASSERT_TRUE(mService->WaitForLine(mark, kPatience, lines)) << mark;
+  }
 
-INSTANTIATE_TEST_SUITE_P(
-    BadPayloads, HarmlessMessageTest,
-    testing::Values(
-        MessageCase{"CommandArray", Peer::kMainAppServer, {kCommandTopic, "[]"}, kCommandRefused},
-        MessageCase{"CommandNumber",
-                    Peer::kMainAppServer,
-                    {kCommandTopic, R"({"ClusterId":1,"Command":5})"},
-                    "AppIOQVLoudnessCmd-1\\n\\ failed parsing 1 : 1\\n\""},
-        MessageCase{"CommandOfAnotherCluster",
-                    Peer::kMainAppServer,
-                    {kCommandTopic, R"({"ClusterId":2,"Command":"Reset"})"},
-                    "AppIOQVLoudnessCmd-1\\n\\ failed parsing 1 : 2\\n\""},
-        MessageCase{"UnknownCommand",
-                    Peer::kMainAppServer,
-                    {kCommandTopic, R"({"ClusterId":1,"Command":"Wait"})"},
-                    "\"Topic AppIOQVLoudnessCmd-1 :: Unknown commad 0\""},
-        MessageCase{
-            "DeepCommand", Peer::kMainAppServer, {kCommandTopic, DeepArray}, kCommandRefused},
-        MessageCase{"ConfigurationArray",
-                    Peer::kMainAppServer,
-                    {kConfigurationTopic, "[]"},
-                    kConfigurationRefused},
-        MessageCase{"EmptyConfiguration",
-                    Peer::kMainAppServer,
-                    {kConfigurationTopic, "{}"},
-                    kConfigurationRefused},
-        MessageCase{"DeepConfiguration",
-                    Peer::kMainAppServer,
-                    {kConfigurationTopic, [] { return Repeat("{\"Mode\":", kDeep); }},
-                    kConfigurationRefused},
-        MessageCase{"ApplicationCommandText",
-                    Peer::kProcessMonitor,
-                    {kMonitorTopic, R"({"Command":"9"})"},
-                    kApplicationCommandRefused},
-        MessageCase{"ApplicationCommandFraction",
-                    Peer::kProcessMonitor,
-                    {kMonitorTopic, R"({"Command":9.0})"},
-                    kApplicationCommandRefused},
-        MessageCase{"ApplicationCommandOfSomebodyElse",
-                    Peer::kProcessMonitor,
-                    {kMonitorTopic, R"({"Command":4})"},
-                    ""},
-        MessageCase{"DeepApplicationCommand",
-                    Peer::kProcessMonitor,
-                    {kMonitorTopic, DeepArray},
-                    kApplicationCommandRefused},
-        MessageCase{"StatusIsNoJson",
-                    Peer::kProcessMonitor,
-                    {kStatusTopic, "Okay"},
-                    "\"Not a valid json string Okay.\""},
-        MessageCase{
-            "StatusWithoutStatus", Peer::kProcessMonitor, {kStatusTopic, "{}"}, kStatusRefused},
-        MessageCase{"DeepUnclosedStatus",
-                    Peer::kProcessMonitor,
-                    {kStatusTopic, DeepUnclosedArray},
-                    kStatusRefused},
-        MessageCase{"DeepStatus", Peer::kProcessMonitor, {kStatusTopic, DeepArray}, kStatusRefused},
-        MessageCase{"CommandOverTheLargestSize",
-                    Peer::kMainAppServer,
-                    {kCommandTopic, [] { return GoodCommandOf(256 * 1024 + 1); }},
-                    "\"Topic AppIOQVLoudnessCmd-1 dropped: more than 262144 bytes\""},
-        MessageCase{"EnableWithManyFrames",
-                    Peer::kOpticalAppServer,
-                    {kEnableTopic, "untrue", "false", "false"},
-                    "enable true"}),
-    NameOf<MessageCase>);
+  /// A message that a tick from now on published: the next one may have been on its way.
+  std::optional<louddesk::LoudnessMessage> NextPublished() {
+    mUnit.DropLoudnessData();
+    mUnit.NextLoudnessData(kPatience);
+    return mUnit.NextLoudnessData(kPatience);
+  }
+
+  int mMarks = 0;  // that were sent
+};
+
+TEST_F(HarmlessMessageTest, OnAnUnknownTopicIsLogged) {
+  ExpectUnmoved({
+      {"AppLoudnessCmd",
+       Peer::kMainAppServer,
+       {"AppLoudnessCmd", "{}"},
+       "\"Topic AppLoudnessCmd not handled\""},
+      {"LongerMonitorTopic",
+       Peer::kProcessMonitor,
+       {"HbAppCmds", "{\"Command\":9}"},
+       "\"Topic HbAppCmds not handled\""},
+      {"LongerStatusTopic",
+       Peer::kProcessMonitor,
+       {"HbSysStatusEvents", "[]"},
+       "\"Topic HbSysStatusEvents not handled\""},
+      {"LongerHardwareTopic",
+       Peer::kHardwareManager,
+       {"HwmStatusOrRequest2", "{}"},
+       "\"Topic HwmStatusOrRequest2 not handled\""},
+      {"LongerEnableTopic",
+       Peer::kOpticalAppServer,
+       {"QVProbeOptInputDataCmd2", "false"},
+       "\"Topic QVProbeOptInputDataCmd2 not handled\""},
+      {"TopicOfAQuarterMegabyte",
+       Peer::kProcessMonitor,
+       {"HbAppCmd" + std::string(1u << 18, 'x'), "{}"},
+       "\"Message dropped: topic of 262152 bytes\""},
+      {"TopicWithFormat",
+       Peer::kProcessMonitor,
+       {"HbAppCmd%s%n%s", "{}"},
+       "\"Topic HbAppCmd%s%n%s not handled\""},
+      {"PresetOfMeterSetTwelve", Peer::kMainAppServer, {"AppProbeIOMatrixStream-12", "{}"}, ""},
+      {"CommandOfMeterSetTwelve",
+       Peer::kMainAppServer,
+       {"AppIOQVLoudnessCmd-12", R"({"ClusterId":1,"Command":"Reset"})"},
+       ""},
+      {"ConfigurationOfMeterSetTwelve",
+       Peer::kMainAppServer,
+       {"AppProbeSetLuConf-12", louddesk::LoudnessConfiguration().Json()},
+       ""},
+  });
+}
+
+TEST_F(HarmlessMessageTest, OfATopicAloneIsRefused) {
+  ExpectUnmoved({
+      {"Command", Peer::kMainAppServer, {kCommandTopic}, kCommandRefused},
+      {"Configuration", Peer::kMainAppServer, {kConfigurationTopic}, kConfigurationRefused},
+      {"ApplicationCommand", Peer::kProcessMonitor, {kMonitorTopic}, kApplicationCommandRefused},
+      {"SystemStatus", Peer::kProcessMonitor, {kStatusTopic}, kStatusRefused},
+      {"HardwareStatus", Peer::kHardwareManager, {kHardwareTopic}, ""},
+      {"EnableReporting", Peer::kOpticalAppServer, {kEnableTopic}, ""},
+      {"AppLoudnessCmd",
+       Peer::kMainAppServer,
+       {"AppLoudnessCmd"},
+       "\"Topic AppLoudnessCmd not handled\""},
+  });
+}
+
+TEST_F(HarmlessMessageTest, WithAnEmptyPayloadIsRefused) {
+  ExpectUnmoved({
+      {"Command", Peer::kMainAppServer, {kCommandTopic, ""}, kCommandRefused},
+      {"Configuration", Peer::kMainAppServer, {kConfigurationTopic, ""}, kConfigurationRefused},
+      {"ApplicationCommand",
+       Peer::kProcessMonitor,
+       {kMonitorTopic, ""},
+       kApplicationCommandRefused},
+      {"SystemStatus", Peer::kProcessMonitor, {kStatusTopic, ""}, kStatusRefused},
+      {"HardwareStatus", Peer::kHardwareManager, {kHardwareTopic, ""}, ""},
+  });
+}
+
+TEST_F(HarmlessMessageTest, WithABadPayloadIsRefused) {
+  ExpectUnmoved({
+      {"CommandArray", Peer::kMainAppServer, {kCommandTopic, "[]"}, kCommandRefused},
+      {"CommandNumber",
+       Peer::kMainAppServer,
+       {kCommandTopic, R"({"ClusterId":1,"Command":5})"},
+       "AppIOQVLoudnessCmd-1\\n\\ failed parsing 1 : 1\\n\""},
+      {"CommandOfAnotherCluster",
+       Peer::kMainAppServer,
+       {kCommandTopic, R"({"ClusterId":2,"Command":"Reset"})"},
+       "AppIOQVLoudnessCmd-1\\n\\ failed parsing 1 : 2\\n\""},
+      {"UnknownCommand",
+       Peer::kMainAppServer,
+       {kCommandTopic, R"({"ClusterId":1,"Command":"Wait"})"},
+       "\"Topic AppIOQVLoudnessCmd-1 :: Unknown commad 0\""},
+      {"DeepCommand", Peer::kMainAppServer, {kCommandTopic, DeepArray()}, kCommandRefused},
+      {"ConfigurationArray",
+       Peer::kMainAppServer,
+       {kConfigurationTopic, "[]"},
+       kConfigurationRefused},
+      {"EmptyConfiguration",
+       Peer::kMainAppServer,
+       {kConfigurationTopic, "{}"},
+       kConfigurationRefused},
+      {"DeepConfiguration",
+       Peer::kMainAppServer,
+       {kConfigurationTopic, Repeat("{\"Mode\":", kDeep)},
+       kConfigurationRefused},
+      {"ApplicationCommandText",
+       Peer::kProcessMonitor,
+       {kMonitorTopic, R"({"Command":"9"})"},
+       kApplicationCommandRefused},
+      {"ApplicationCommandFraction",
+       Peer::kProcessMonitor,
+       {kMonitorTopic, R"({"Command":9.0})"},
+       kApplicationCommandRefused},
+      {"ApplicationCommandOfSomebodyElse",
+       Peer::kProcessMonitor,
+       {kMonitorTopic, R"({"Command":4})"},
+       ""},
+      {"DeepApplicationCommand",
+       Peer::kProcessMonitor,
+       {kMonitorTopic, DeepArray()},
+       kApplicationCommandRefused},
+      {"StatusIsNoJson",
+       Peer::kProcessMonitor,
+       {kStatusTopic, "Okay"},
+       "\"Not a valid json string Okay.\""},
+      {"StatusWithoutStatus", Peer::kProcessMonitor, {kStatusTopic, "{}"}, kStatusRefused},
+      {"DeepUnclosedStatus",
+       Peer::kProcessMonitor,
+       {kStatusTopic, DeepUnclosedArray()},
+       kStatusRefused},
+      {"DeepStatus", Peer::kProcessMonitor, {kStatusTopic, DeepArray()}, kStatusRefused},
+      {"CommandOverTheLargestSize",
+       Peer::kMainAppServer,
+       {kCommandTopic, GoodCommandOf(256 * 1024 + 1)},
+       "\"Topic AppIOQVLoudnessCmd-1 dropped: more than 262144 bytes\""},
+      {"EnableWithManyFrames",
+       Peer::kOpticalAppServer,
+       {kEnableTopic, "untrue", "false", "false"},
+       "enable true"},
+  });
+}
 
 // ---- Broken contracts with the process monitor ----
 
 struct StopCase {
   const char* name;
-  Text json;
+  const char* json;
   const char* assertion;
 };
 
@@ -222,7 +227,7 @@ class SystemStatusStopTest : public RunningService, public testing::WithParamInt
 
 TEST_P(SystemStatusStopTest, StopsTheService) {
   ASSERT_NO_FATAL_FAILURE(Start());
-  mUnit.SendText(Peer::kProcessMonitor, kStatusTopic, GetParam().json.Make());
+  mUnit.SendText(Peer::kProcessMonitor, kStatusTopic, std::string(GetParam().json));
   ExpectStopByAssertion(GetParam().assertion);
 }
 
@@ -236,6 +241,6 @@ INSTANTIATE_TEST_SUITE_P(
                  "vDolbyDec.IsObject()"},
         StopCase{"DecoderStateNumber", R"({"SystemStatus":"Okay","DolbyDecoder":{"State":1}})",
                  "vState.IsString()"}),
-    NameOf<StopCase>);
+    [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace

@@ -1,4 +1,7 @@
-// Presets that are refused: logged, reset, and the next one measures on.
+// Presets that are refused: logged, reset, and the next one measures on. Which documents are
+// refused the preset's own tests tell; here is one of each way out of the reader.
+
+#include <optional>
 
 #include "BadInputTest.h"
 
@@ -23,71 +26,35 @@ std::string WithMeter(const std::string& name) {
   return Altered("\"MeterSet\":{", "\"MeterSet\":{\"" + name + "\":{\"Speaker\":\"Left\"},");
 }
 
-std::string DeepObject() {
-  return Repeat("{\"a\":", kDeep) + "0" + Repeat("}", kDeep);
-}
-
-std::string DeepClusters() {
-  return Altered("\"Clusters\":[", "\"Clusters\":[" + DeepArray() + ",");
-}
-
-struct PresetCase {
+struct PresetRow {
   const char* name;
-  Text json;
+  std::optional<std::string> json;  // none: the topic alone
 };
 
-void PrintTo(const PresetCase& preset, std::ostream* stream) {
-  *stream << preset.name;
+class BadPresetTest : public BadInputTest {};
+
+TEST_F(BadPresetTest, IsLoggedAndTheNextOneMeasuresOn) {
+  const std::vector<PresetRow> rows = {
+      {"TopicAlone", std::nullopt},
+      {"Empty", ""},
+      {"Words", "no preset at all"},
+      {"Array", "[" + GoodPreset() + "]"},
+      {"DeepArray", DeepArray()},
+      {"DeepUnclosedArray", DeepUnclosedArray()},
+      {"DeepObject", Repeat("{\"a\":", kDeep) + "0" + Repeat("}", kDeep)},
+      {"DeepClusters", Altered("\"Clusters\":[", "\"Clusters\":[" + DeepArray() + ",")},
+      {"MeterZero", WithMeter("0")},
+      {"NamedMeter", WithMeter("left")},
+      {"PresetWithoutGroup", Altered("{", R"({"Name":{"Preset":"News"},)")},
+  };
+  ForEachRow(rows, [this](const PresetRow& row) {
+    mUnit.DropStates();
+    mUnit.SendText(louddesk::Peer::kMainAppServer, "AppProbeIOMatrixStream-1", row.json);
+    SendPreset(GoodPreset());
+    ExpectLogLine(kRefused);
+    ExpectAcknowledgement("Start");
+    ExpectMeasuresOn();
+  });
 }
-
-class BadPresetTest : public BadInputTest, public testing::WithParamInterface<PresetCase> {};
-
-TEST_P(BadPresetTest, IsLoggedAndTheNextOneMeasuresOn) {
-  mUnit.DropStates();
-  SendPreset(GetParam().json.Make());
-  SendPreset(GoodPreset());
-  ExpectLogLine(kRefused);
-  ExpectAcknowledgement("Start");
-  ExpectMeasuresOn();
-}
-
-TEST_F(BadInputTest, PresetTopicAloneIsLoggedAndTheNextPresetMeasuresOn) {
-  mUnit.DropStates();
-  mUnit.SendText(louddesk::Peer::kMainAppServer, "AppProbeIOMatrixStream-1");
-  SendPreset(GoodPreset());
-  ExpectLogLine(kRefused);
-  ExpectAcknowledgement("Start");
-  ExpectMeasuresOn();
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Presets, BadPresetTest,
-    testing::Values(
-        PresetCase{"Empty", ""},                  //
-        PresetCase{"Words", "no preset at all"},  //
-        PresetCase{"CutShort", GoodPreset().substr(0, GoodPreset().size() - 1)},
-        PresetCase{"Array", "[" + GoodPreset() + "]"},       //
-        PresetCase{"Number", "42"},                          //
-        PresetCase{"Null", "null"},                          //
-        PresetCase{"EmptyObject", "{}"},                     //
-        PresetCase{"DeepArray", DeepArray},                  //
-        PresetCase{"DeepUnclosedArray", DeepUnclosedArray},  //
-        PresetCase{"DeepObject", DeepObject}, PresetCase{"DeepClusters", DeepClusters},
-        PresetCase{"MeterZero", WithMeter("0")},          //
-        PresetCase{"MeterThirtyThree", WithMeter("33")},  //
-        PresetCase{"NegativeMeter", WithMeter("-1")},     //
-        PresetCase{"MeterBeyondTheIntegers", WithMeter("99999999999")},
-        PresetCase{"NamedMeter", WithMeter("left")},  //
-        PresetCase{"NamelessMeter", WithMeter("")},   //
-        PresetCase{"MeterIsNoObject", Altered("\"MeterSet\":{", "\"MeterSet\":{\"7\":7,")},
-        PresetCase{"MetersAreAnArray", R"({"Clusters":[],"MeterSet":[],"SystemClockSource":{}})"},
-        PresetCase{"ClustersAreAnObject",
-                   R"({"Clusters":{},"MeterSet":{},"SystemClockSource":{}})"},
-        PresetCase{"NoClock",
-                   louddesk::PresetForSpeakers(SurroundSpeakers(), 1).WithoutSystemClock().Json()},
-        PresetCase{"PresetWithoutGroup", Altered("{", R"({"Name":{"Preset":"News"},)")},
-        PresetCase{"PresetWithGroupOfAnotherType",
-                   Altered("{", R"({"Name":{"Preset":"News","Group":7},)")}),
-    NameOf<PresetCase>);
 
 }  // namespace

@@ -9,69 +9,55 @@ using louddesk::LoudnessMessage;
 constexpr std::size_t kPeakBytes = 32 * 4;
 constexpr std::size_t kPowerBytes = 32 * 8;
 
-struct RawCase {
-  const char* name;
-  Texts frames;
-};
-
-void PrintTo(const RawCase& raw, std::ostream* stream) {
-  *stream << raw.name;
-}
-
-class UnusableRawMessageTest : public BadInputTest, public testing::WithParamInterface<RawCase> {};
-
-TEST_P(UnusableRawMessageTest, IsLoggedAndDropped) {
-  mUnit.SendRawFrames(FramesOf(GetParam().frames));
-  ExpectLogLine("\"Raw loudness data dropped: ");
-  ExpectMeasuresOn();
-}
-
 const std::string kPeaks(kPeakBytes, '\1');
 const std::string kPowers(kPowerBytes, '\1');
 
-INSTANTIATE_TEST_SUITE_P(
-    Frames, UnusableRawMessageTest,
-    testing::Values(RawCase{"NoFrames", {}},                           //
-                    RawCase{"PeaksOnly", {kPeaks}},                    //
-                    RawCase{"PeaksAndPowersOnly", {kPeaks, kPowers}},  //
-                    RawCase{"EmptyPeaks", {"", kPowers, "x"}},         //
-                    RawCase{"EmptyPowers", {kPeaks, "", "x"}},         //
-                    RawCase{"EmptySpare", {kPeaks, kPowers, ""}},      //
-                    RawCase{"AllEmpty", {"", "", ""}},                 //
-                    RawCase{"PeaksShortOfMeterSix", {kPeaks.substr(0, 23), kPowers, "x"}},
-                    RawCase{"PowersShortOfMeterSix", {kPeaks, kPowers.substr(0, 47), "x"}},
-                    RawCase{"OneByteEach", {"a", "b", "c"}}),
-    NameOf<RawCase>);
+struct RawRow {
+  const char* name;
+  louddesk::Frames frames;
+};
 
-class UsableRawMessageTest : public BadInputTest, public testing::WithParamInterface<RawCase> {};
+class BadRawMessageTest : public BadInputTest {};
 
-TEST_P(UsableRawMessageTest, IsMeasured) {
-  const louddesk::Frames frames = FramesOf(GetParam().frames);
-  for (int i = 0; i < 8; ++i)
-    mUnit.SendRawFrames(frames);
-  ExpectCadenceKept();
-  // Powers of 0x0101010101010101 = 7.234e16: 10 log10 (5.82 x 7.234e16) - 153.388 = 22.9 LKFS.
-  ExpectData([](const LoudnessMessage& message) { return message.data.Momentary > 200; },
-             "the level of the message");
-  ExpectMeasures(-30);
+TEST_F(BadRawMessageTest, UnusableOneIsLoggedAndDropped) {
+  const std::vector<RawRow> rows = {
+      {"NoFrames", {}},
+      {"PeaksOnly", {kPeaks}},
+      {"PeaksAndPowersOnly", {kPeaks, kPowers}},
+      {"EmptyPeaks", {"", kPowers, "x"}},
+      {"EmptyPowers", {kPeaks, "", "x"}},
+      {"EmptySpare", {kPeaks, kPowers, ""}},
+      {"AllEmpty", {"", "", ""}},
+      {"PeaksShortOfMeterSix", {kPeaks.substr(0, 23), kPowers, "x"}},
+      {"PowersShortOfMeterSix", {kPeaks, kPowers.substr(0, 47), "x"}},
+      {"OneByteEach", {"a", "b", "c"}},
+  };
+  ForEachRow(rows, [this](const RawRow& row) {
+    mUnit.DropLogLines();
+    mUnit.SendRawFrames(row.frames);
+    ExpectLogLine("\"Raw loudness data dropped: ");
+    ExpectMeasuresOn();
+  });
 }
 
-std::string HugeOnes() {
-  return std::string(32u << 20, '\1');
+TEST_F(BadRawMessageTest, UsableOneIsMeasured) {
+  const std::string hugeOnes(32u << 20, '\1');
+  louddesk::Frames tenThousandMore = {kPeaks, kPowers};
+  tenThousandMore.resize(10000, "x");
+  const std::vector<RawRow> rows = {
+      {"FramesThatEndWithMeterSix", {kPeaks.substr(0, 24), kPowers.substr(0, 48), "x"}},
+      {"HugeFrames", {hugeOnes, hugeOnes, "x"}},
+      {"HugeSpare", {kPeaks, kPowers, hugeOnes}},
+      {"TenThousandFramesMore", tenThousandMore},
+  };
+  ForEachRow(rows, [this](const RawRow& row) {
+    for (int i = 0; i < 8; ++i)
+      mUnit.SendRawFrames(row.frames);
+    // Powers of 0x0101010101010101 = 7.234e16: 10 log10 (5.82 x 7.234e16) - 153.388 = 22.9 LKFS.
+    ExpectData([](const LoudnessMessage& message) { return message.data.Momentary > 200; },
+               "the level of the message");
+    ExpectMeasuresOn();
+  });
 }
-
-INSTANTIATE_TEST_SUITE_P(Frames, UsableRawMessageTest,
-                         testing::Values(RawCase{"FramesThatEndWithMeterSix",
-                                                 {kPeaks.substr(0, 24), kPowers.substr(0, 48),
-                                                  "x"}},
-                                         RawCase{"HugeFrames", {HugeOnes, HugeOnes, "x"}},
-                                         RawCase{"HugeSpare", {kPeaks, kPowers, HugeOnes}},
-                                         RawCase{"TenThousandFramesMore",
-                                                 [] {
-                                                   Texts frames = {kPeaks, kPowers};
-                                                   frames.resize(10000, "x");
-                                                   return frames;
-                                                 }()}),
-                         NameOf<RawCase>);
 
 }  // namespace
