@@ -219,6 +219,10 @@ void WatchedService::ExpectNoTransition() {
     EXPECT_FALSE(Contains(lines[i].text, kTransition)) << lines[i].text;
 }
 
+void WatchedService::ForgetTransitions() {
+  mNextTransition = mService->LineCount();
+}
+
 void WatchedService::ExpectAnswer(const std::string& topic, const std::string& json) {
   const auto state = NextAnswer(kPatience);
   ASSERT_TRUE(state) << "instead of " << topic << " " << json;
@@ -233,6 +237,11 @@ void WatchedService::ExpectAcknowledged(const std::string& command, unsigned tim
 
 void WatchedService::ExpectNoAnswer() {
   const auto state = NextAnswer(4 * kPeriod);
+  EXPECT_FALSE(state) << state->topic << " " << state->json;
+}
+
+void WatchedService::ExpectNoAnswerSoFar() {
+  const auto state = NextAnswer(louddesk::Patience{0});
   EXPECT_FALSE(state) << state->topic << " " << state->json;
 }
 

@@ -67,14 +67,18 @@ class WatchedService : public RunningService {
   /// Expects that the action machine told nothing since the last expected change.
   void ExpectNoTransition();
 
+  /// Takes no notice of what the action machine has told so far.
+  void ForgetTransitions();
+
   /// Expects that the next answer has exactly this topic and text.
   void ExpectAnswer(const std::string& topic, const std::string& json);
 
   /// Expects an acknowledgement of `command` as the next answer.
   void ExpectAcknowledged(const std::string& command, unsigned timeStamp = 0, unsigned user = 0);
 
-  /// Expects that no answer comes for a while of several periods.
+  /// Expects that no answer comes for a while of several periods, or that none has come.
   void ExpectNoAnswer();
+  void ExpectNoAnswerSoFar();
 
   /// Text of an acknowledgement by a service of a meter set.
   std::string Acknowledgement(const std::string& command, unsigned timeStamp = 0,
