@@ -9,13 +9,14 @@ demo=(alsa-utils)
 check=(clang clang-tidy cppcheck libclang-rt-dev llvm clang-format libgtest-dev libgmock-dev libbenchmark-dev
        nlohmann-json3-dev alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev tmux libfaketime nftables
        valgrind iproute2 python3)
+docs=(doxygen)
 
 case "${1:-}" in
   service) wanted=("${service[@]}") ;;
   build) wanted=("${build[@]}") ;;
   demo) wanted=("${build[@]}" "${demo[@]}") ;;
-  docs) wanted=(doxygen) ;;
-  check) wanted=("${build[@]}" "${check[@]}") ;;
+  docs) wanted=("${docs[@]}") ;;
+  check) wanted=("${build[@]}" "${check[@]}" "${docs[@]}") ;;
   *) echo "usage: $0 service|build|demo|check|docs" >&2; exit 2 ;;
 esac
 
