@@ -20,6 +20,9 @@ constexpr std::uint32_t kMeterSet = 1;
 // Content of the last frame, which must be there but means nothing.
 constexpr char kSpareFrame[] = "-";
 
+// After a reset the engine only fills its 400 ms, without looking at the peaks.
+constexpr std::uint64_t kWarmUpBlocks = kMomentaryBlocks - 1;
+
 std::optional<double> Reading(float level) {
   if (level <= kNoLoudnessLkfs)
     return std::nullopt;
@@ -52,6 +55,7 @@ void EngineMeter::Start(const SpeakerLayout& speakers) {
     cJsonParser::SetChannelWeight(++meter, LoudnessSpeakerWeight[SpeakerTypeOf(speaker)]);
   LoudCalcReset();
   mBlocks = 0;
+  mUnseenPeak = 0;
   mMaxShortTerm = kNoLoudnessLkfs;
 }
 
@@ -64,15 +68,18 @@ void EngineMeter::Feed(const BlockReading& reading) {
   FormatRawDataTopic(topic, kMeterSet);
   cJsonParser::ParseBinaryMessage(topic, message);
   zmsg_destroy(&message);
-  ++mBlocks;
+  if (mBlocks++ < kWarmUpBlocks)
+    mUnseenPeak =
+        std::max(mUnseenPeak, *std::max_element(reading.peaks.begin(), reading.peaks.end()));
   mMaxShortTerm = std::max(mMaxShortTerm, LoudCalcResultsAll.ShortTerm);
 }
 
 Figures EngineMeter::Read() const {
   Figures figures;
   figures.truePeak = Reading(LoudCalcResultsAll.TruePeak);
-  figures.maxTruePeak = Reading(LoudCalcResultsAll.MaxTruePeak);
-  if (mBlocks < kMomentaryBlocks)
+  figures.maxTruePeak = Reading(std::max(LoudCalcResultsAll.MaxTruePeak,
+                                         GetTruePeak(static_cast<std::uint16_t>(mUnseenPeak))));
+  if (mBlocks <= kWarmUpBlocks)
     return figures;
   figures.momentary = Reading(LoudCalcResultsAll.Momentary);
   figures.maxMomentary = Reading(LoudCalcResultsAll.MaxMomentary);

@@ -39,13 +39,16 @@ class EngineMeter {
   /// Integrated loudness and loudness range come from their integrators, not from the once-a-second
   /// results, so that the last block counts. No reading: for any loudness before the fourth block
   /// and in silence below -70 LKFS (the maximum momentary: -99 LKFS), for the range also while its
-  /// lower gate, 20 LU below the gated loudness, lies below -70 LKFS; for true peaks before the
-  /// fourth block. In silence true peaks read -90.31 dBTP, as the dispatcher hands over at least 1.
+  /// lower gate, 20 LU below the gated loudness, lies below -70 LKFS; for the true peak of the last
+  /// block before the fourth. The maximum true peak counts the first three blocks, whose peaks the
+  /// engine does not look at; in silence true peaks read -90.31 dBTP from the fourth block on, as
+  /// the dispatcher hands over at least 1.
   Figures Read() const;
 
  private:
-  std::uint64_t mBlocks = 0;  // since the start
-  float mMaxShortTerm;        // LKFS
+  std::uint64_t mBlocks = 0;      // since the start
+  std::uint32_t mUnseenPeak = 0;  // largest of the blocks whose peaks the engine does not look at
+  float mMaxShortTerm;            // LKFS
 };
 
 }  // namespace louddesk
