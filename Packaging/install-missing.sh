@@ -8,7 +8,7 @@ build=("${service[@]}" libutfcpp-dev libsndfile1-dev libcli11-dev libfmt-dev lib
 demo=(alsa-utils)
 check=(clang clang-tidy cppcheck libclang-rt-dev llvm clang-format libgtest-dev libgmock-dev libbenchmark-dev
        nlohmann-json3-dev alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev tmux libfaketime nftables
-       valgrind iproute2 python3)
+       valgrind iproute2 python3 systemd bash-completion)
 docs=(doxygen)
 
 case "${1:-}" in

@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Looks for the protections of a release in a program. Usage: hardening.sh READELF PROGRAM
+# Looks for the protections of a release in a program, and for the folder that it was built from, which it
+# must not name. Usage: hardening.sh READELF PROGRAM FOLDER
 set -euo pipefail
 readelf=$1
 program=$2
+folder=$3
 missing=0
 
 listing=$(mktemp)
@@ -20,4 +22,8 @@ expect "read-only relocations" '^ *GNU_RELRO '
 expect "stack that is not executable" '^ *GNU_STACK .* RW  '
 expect "stack protector" '__stack_chk_fail'
 expect "checked functions of the C library" ' __(snprintf|vsnprintf|memcpy|fprintf|printf|vfprintf)_chk'
+if grep -qF -e "$folder" "$program"; then
+  echo "$program names $folder"
+  missing=1
+fi
 exit $missing

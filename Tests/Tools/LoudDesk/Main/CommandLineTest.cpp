@@ -164,5 +164,12 @@ TEST(CommandLineTest, HelpIsNoFailure) {
   EXPECT_THAT(OutcomeOf({"send", "command", "--help"}).out, HasSubstr("\nExample:\n"));
 }
 
+TEST(CommandLineTest, VersionIsThatOfTheProject) {
+  const Outcome outcome = OutcomeOf({"--version"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "LoudDesk " PROJECT_VERSION "\n");
+  EXPECT_EQ(outcome.errors, "");
+}
+
 }  // namespace
 }  // namespace louddesk

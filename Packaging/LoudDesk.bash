@@ -1,0 +1,43 @@
+# Completion of LoudDesk in bash. What there is to complete, its own help says: subcommands, options, and
+# the choices of an option or an argument as {first,second}.
+
+# The help of the subcommand that the words of the line lead to, into `help`.
+_LoudDesk_help() {
+  local word
+  local -a path=()
+  help=$("$program" --help 2>/dev/null)
+  for word in "${words[@]:1:cword-1}"; do
+    _LoudDesk_names Subcommands | grep -qxF -e "$word" || continue
+    path+=("$word")
+    help=$("$program" "${path[@]}" --help 2>/dev/null)
+  done
+}
+
+# The first words of the lines of a section of the help. Argument: its title.
+_LoudDesk_names() {
+  sed -nE "/^$1:/,/^\$/s/^  ([^ ]+).*/\1/p" <<<"$help" | tr , '\n'
+}
+
+# The choices that the help names behind an option or an argument. Argument: a pattern of it.
+_LoudDesk_choices() {
+  sed -nE "s/^  $1 [^{]*[{]([^}]*)[}].*/\1/p" <<<"$help" | tr , '\n'
+}
+
+_LoudDesk_takes_value() {
+  grep -qE -e "^  (-.,)?$1 [A-Z]{2}" <<<"$help"
+}
+
+_LoudDesk() {
+  local cur prev words cword split help program choices
+  _init_completion || return
+  program=${words[0]/#\~/$HOME}
+  _LoudDesk_help
+  if [[ $prev == -* ]] && _LoudDesk_takes_value "$prev"; then
+    choices=$(_LoudDesk_choices "$prev")
+  elif [[ $cur == -* ]]; then
+    choices=$(_LoudDesk_names Options)
+  else
+    choices="$(_LoudDesk_names Subcommands) $(_LoudDesk_choices '[A-Z]+')"
+  fi
+  mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$cur")
+} && complete -o bashdefault -o default -F _LoudDesk LoudDesk

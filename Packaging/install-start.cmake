@@ -1,0 +1,14 @@
+# Writes the unit file, and the script that it runs, while they are installed, since only then is the prefix
+# known for sure. `templates` is the folder of both; `bindir` and `libexecdir` are where the service and the
+# script lie, below the prefix unless they are absolute.
+
+cmake_path(ABSOLUTE_PATH bindir BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" NORMALIZE)
+cmake_path(ABSOLUTE_PATH libexecdir BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" NORMALIZE)
+set(unit "${CMAKE_INSTALL_PREFIX}/lib/systemd/system/loudcalc@.service")
+set(start "${libexecdir}/loudcalc/start")
+
+message(STATUS "Installing: $ENV{DESTDIR}${unit}")
+configure_file("${templates}/loudcalc@.service.in" "$ENV{DESTDIR}${unit}" @ONLY)
+message(STATUS "Installing: $ENV{DESTDIR}${start}")
+configure_file("${templates}/start.in" "$ENV{DESTDIR}${start}" @ONLY
+  FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)

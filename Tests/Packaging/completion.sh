@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Presses Tab behind beginnings of command lines of the desk tool. Usage: completion.sh COMPLETION LOUDDESK
+set -euo pipefail
+completion=$1
+program=$2
+set +u  # the library of completions does not bear it
+. /usr/share/bash-completion/bash_completion
+. "$completion"
+
+# Arguments: what is expected, then the words of the line, the last one unfinished.
+expect() {
+  local expected=$1
+  shift
+  COMP_WORDS=("$program" "$@") COMP_CWORD=$# COMP_LINE="$program $*" COMPREPLY=()
+  COMP_POINT=${#COMP_LINE}
+  _LoudDesk
+  [ "${COMPREPLY[*]}" = "$expected" ] ||
+    { printf 'LoudDesk %s: %s instead of %s\n' "$*" "${COMPREPLY[*]}" "$expected"; exit 1; }
+}
+
+expect measure mea
+expect "unit" un
+expect "--version" --ver
+expect "--max-true-peak" measure --max-true
+expect "json" measure --format j
+expect "json" measure a.wav --format j
+expect "9 18" watch --scale ""
+expect "" watch --cluster ""
+expect "" measure a
+expect "config command" send co
+expect "start stop" send command st
+expect "start stop" send --cluster 2 command st
+expect "--user" send command --us
