@@ -8,7 +8,7 @@
 #include <cstring>
 #include <utility>
 
-#include "SocketMonitor.h"
+#include "Sockets.h"
 
 namespace {
 

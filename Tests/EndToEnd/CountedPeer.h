@@ -9,7 +9,7 @@
 #include <map>
 #include <string>
 
-#include "Frames.h"
+#include "Sockets.h"
 
 class CountedPeer {
  public:

@@ -17,9 +17,8 @@
 
 #include "BlockReading.h"
 #include "Endpoints.h"
-#include "Frames.h"
 #include "JsonAccess.h"
-#include "PresetBuilder.h"
+#include "Sockets.h"
 #include "UnitDocuments.h"
 #include "UnitStandIn.h"
 

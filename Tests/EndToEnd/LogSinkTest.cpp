@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "CollectorPeer.h"
+#include "BoundSocket.h"
 #include "WatchedService.h"
 
 namespace {

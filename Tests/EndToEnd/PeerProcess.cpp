@@ -14,7 +14,7 @@
 
 #include "BlockReading.h"
 #include "Endpoints.h"
-#include "Frames.h"
+#include "Sockets.h"
 #include "SecondComputation.h"
 #include "UnitStandIn.h"
 

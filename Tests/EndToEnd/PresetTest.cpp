@@ -7,7 +7,7 @@
 namespace {
 
 using louddesk::LoudnessMessage;
-using louddesk::PresetBuilder;
+using louddesk::Preset;
 
 using Texts = std::vector<std::string>;
 
@@ -15,6 +15,16 @@ constexpr char kTopic[] = "AppProbeIOMatrixStream-1";
 constexpr char kUnit[] = "JsonParser";
 
 const Texts kRestart = {"0x103 --> 0x101", "0x101 --> 0x100"};
+
+Preset Republished(Preset preset) {
+  preset.isRepublished = true;
+  return preset;
+}
+
+Preset WithoutClock(Preset preset) {
+  preset.clock.reset();
+  return preset;
+}
 
 /// The line about a meter that has a channel and an input.
 std::string MeterLine(int meter, int ownCluster, int cluster, const char* weight,
@@ -46,7 +56,7 @@ class PresetTest : public WatchedService {
     Hear();
   }
 
-  Speech Recall(const PresetBuilder& preset) { return SayTo(kTopic, preset.Json()); }
+  Speech Recall(const Preset& preset) { return SayTo(kTopic, preset.Json()); }
 
   void ExpectRestart() {
     ExpectTransitions(kRestart);
@@ -75,13 +85,16 @@ class PresetTest : public WatchedService {
 // ---- Accepted ----
 
 TEST_F(PresetTest, TakesTheMetersOfItsClusterWithTheWeightsOfTheirSpeakers) {
-  PresetBuilder preset;
-  preset.Cluster(1, 5).Cluster(6, 2).Cluster(9, 0);
-  preset.Meter(1, "Left", 1, "MADI").Meter(2, "LowFrequencyEffects", 2, "AoIP");
-  preset.Meter(3, "LeftSurround", 0, "AES");    // no channel
-  preset.Meter(4, "RightSurround", 4, "None");  // no input
-  preset.Meter(5, "Somewhere", 5, "Dolby").Meter(6, "MonoSurround", 6, "SDI");
-  preset.Meter(7, "BackSurroundLeft", 7, "TOSLINK").Meter(32, "Right", -1, "Analog");
+  Preset preset;
+  preset.clusters = {{1, 5}, {6, 2}, {9, 0}};
+  preset.meters = {{1, "Left", 1, "MADI"},
+                   {2, "LowFrequencyEffects", 2, "AoIP"},
+                   {3, "LeftSurround", 0, "AES"},    // no channel
+                   {4, "RightSurround", 4, "None"},  // no input
+                   {5, "Somewhere", 5, "Dolby"},
+                   {6, "MonoSurround", 6, "SDI"},
+                   {7, "BackSurroundLeft", 7, "TOSLINK"},
+                   {32, "Right", -1, "Analog"}};
   const Speech speech = Recall(preset);
   const Speech expected = {{MeterLine(0, 1, 0, "1.000000", "0x1", "1.000000"),
                             MeterLine(1, 1, 0, "0.000000", "0x3", "0.000000"),
@@ -146,10 +159,10 @@ std::string NameOfSpeaker(const testing::TestParamInfo<SpeakerCase>& info) {
 class SpeakerTest : public PresetTest, public testing::WithParamInterface<SpeakerCase> {};
 
 TEST_P(SpeakerTest, WeighsInTheFigures) {
-  PresetBuilder preset;
-  preset.Cluster(3, 1).Cluster(1, 2).Cluster(4, 29);
+  Preset preset;
+  preset.clusters = {{3, 1}, {1, 2}, {4, 29}};
   for (int meter = 1; meter <= 32; ++meter)
-    preset.Meter(meter, meter == 3 ? GetParam().speaker : "Left", meter);
+    preset.meters.push_back({meter, meter == 3 ? GetParam().speaker : "Left", meter});
   Recall(preset);
   ExpectRestart();
   FeedAllMeters(-20);
@@ -194,7 +207,7 @@ TEST_F(PresetTest, RepublishedOneKeepsTheProgrammeAndRestarts) {
   Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   ExpectRestart();
   ExpectMeasures(-20);
-  const Speech speech = Recall(louddesk::PresetForSpeakers({"Left"}, 2).Repub(true));
+  const Speech speech = Recall(Republished(louddesk::PresetForSpeakers({"Left"}, 2)));
   EXPECT_EQ((Speech{{Printed(kUnit, "\"Preset republished!\\n\"")}, {}}), speech);
   ExpectRestart();
   EXPECT_EQ(kNoFigures, SettledFigures());
@@ -204,13 +217,13 @@ TEST_F(PresetTest, RepublishedOneKeepsTheProgrammeAndRestarts) {
 TEST_F(PresetTest, RepublishedOneDoesNotEndAnInvalidSource) {
   Recall(louddesk::PresetForSpeakers({"Left"}, 2));
   EXPECT_EQ(InvalidSourceRuns(), RunsUntilSilence());
-  Recall(louddesk::PresetForSpeakers({"Left"}, 1).Repub(true));
+  Recall(Republished(louddesk::PresetForSpeakers({"Left"}, 1)));
   ExpectNoData();
   ExpectNoTransition();
 }
 
 TEST_F(PresetTest, RepublishedOneBeforeAnyOtherStartsWithoutAProgramme) {
-  const Speech speech = Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Repub(true));
+  const Speech speech = Recall(Republished(louddesk::PresetForSpeakers(SurroundSpeakers(), 1)));
   EXPECT_EQ((Speech{{Printed(kUnit, "\"Preset republished!\\n\"")}, {}}), speech);
   ExpectRestart();
   Feed(8, -20);
@@ -272,8 +285,7 @@ TEST_F(PresetTest, RefusedOneIsLoggedAndMakesTheSourceInvalid) {
   ExpectRestart();
   ExpectMeasures(-20);
   const std::vector<int> measured = SettledFigures();
-  const Speech speech =
-      Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1).WithoutSystemClock());
+  const Speech speech = Recall(WithoutClock(louddesk::PresetForSpeakers(SurroundSpeakers(), 1)));
   EXPECT_EQ(
       (Speech{{},
               {Failed(kUnit, "\"Preset parsing failed so preset is reset to initial state\"")}}),
@@ -288,8 +300,7 @@ TEST_F(PresetTest, RefusedOneIsLoggedAndMakesTheSourceInvalid) {
 }
 
 TEST_F(PresetTest, RefusedOneIsNoRepublicationWhateverItSays) {
-  const Speech speech =
-      Recall(louddesk::PresetForSpeakers({"Left"}, 1).WithoutSystemClock().Repub(true));
+  const Speech speech = Recall(Republished(WithoutClock(louddesk::PresetForSpeakers({"Left"}, 1))));
   EXPECT_EQ(
       (Speech{{},
               {Failed(kUnit, "\"Preset parsing failed so preset is reset to initial state\"")}}),
@@ -325,9 +336,9 @@ class SecondClusterTest : public PresetTest {
 };
 
 TEST_F(SecondClusterTest, TakesItsOwnMeters) {
-  PresetBuilder preset;
-  preset.Cluster(1, 2).Cluster(3, 1);
-  preset.Meter(1, "Left", 1).Meter(2, "Right", 2).Meter(3, "LeftSurround", 3);
+  Preset preset;
+  preset.clusters = {{1, 2}, {3, 1}};
+  preset.meters = {{1, "Left", 1}, {2, "Right", 2}, {3, "LeftSurround", 3}};
   const Speech speech = Recall(preset);
   EXPECT_EQ((Speech{{MeterLine(0, 2, 0, "1.000000", "0x0", "0.000000"),
                      MeterLine(1, 2, 0, "1.000000", "0x0", "0.000000"),
@@ -345,9 +356,9 @@ TEST_F(SecondClusterTest, TakesItsOwnMeters) {
 }
 
 TEST_F(SecondClusterTest, LaterClusterTakesTheMetersItShares) {
-  PresetBuilder preset;
-  preset.Cluster(1, 3).Cluster(3, 1);
-  preset.Meter(1, "Left", 1).Meter(2, "Right", 2).Meter(3, "Center", 3);
+  Preset preset;
+  preset.clusters = {{1, 3}, {3, 1}};
+  preset.meters = {{1, "Left", 1}, {2, "Right", 2}, {3, "Center", 3}};
   Recall(preset);
   ExpectRestart();
   FeedAllMeters(-20);

@@ -9,7 +9,6 @@ namespace {
 using louddesk::LoudnessConfiguration;
 using louddesk::LoudnessMessage;
 using louddesk::Peer;
-using louddesk::PresetBuilder;
 using louddesk::PublishedCodes;
 using louddesk::StateMessage;
 
@@ -307,8 +306,9 @@ TEST_F(ReportingTest, RefusedPresetIsAnInvalidSourceToo) {
 
 TEST_F(ReportingTest, RepublishedPresetKeepsTheProgrammeInForce) {
   StartMeasuring();
-  PresetBuilder other = louddesk::PresetForSpeakers({"Left"}, 2);
-  SendPreset(other.Repub(true).Json());
+  louddesk::Preset other = louddesk::PresetForSpeakers({"Left"}, 2);
+  other.isRepublished = true;
+  SendPreset(other.Json());
   EXPECT_TRUE(mService->WaitForLine("\"Preset republished!\\n\"", kPatience));
   ExpectAcknowledgement("Start");
   ExpectMeasures(-20);

@@ -17,7 +17,6 @@
 #include <vector>
 
 #include "LuEnumerations.h"
-#include "PresetBuilder.h"
 #include "SecondComputation.h"
 #include "ServiceProcess.h"
 #include "UnitDocuments.h"

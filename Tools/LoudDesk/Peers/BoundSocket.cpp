@@ -11,17 +11,17 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <utility>
 
 #include "BoardAddresses.h"
 #include "MqNames.h"
-#include "SocketMonitor.h"
 
 namespace louddesk {
 namespace {
 
 constexpr mode_t kIpcDirectoryMode = 0777;
 constexpr int kCloseTimeoutMs = 2000;
+
+constexpr char kSubscribed = '\1';  // first byte of a subscription; the topic follows
 
 [[noreturn]] void Refuse(const Endpoint& endpoint, const std::string& reason) {
   throw BindError("cannot bind " + endpoint.Text() + ": " + reason);
@@ -91,7 +91,7 @@ BoundSocket::BoundSocket(int type, Endpoint endpoint)
     : mType(type), mEndpoint(std::move(endpoint)) {}
 
 BoundSocket::~BoundSocket() {
-  Close();
+  BoundSocket::Close();
 }
 
 void BoundSocket::Open() {
@@ -128,6 +128,28 @@ void BoundSocket::WaitUntilFree() {
     zmsg_t* closed = zmsg_recv(mMonitor);
     zmsg_destroy(&closed);
   }
+}
+
+void PublisherPeer::Close() {
+  BoundSocket::Close();
+  mSubscriptions.clear();
+}
+
+void PublisherPeer::ReadPending() {
+  for (Frames frames = ReceiveFrames(Socket()); !frames.empty(); frames = ReceiveFrames(Socket())) {
+    const std::string& frame = frames.front();
+    if (frame.empty())
+      continue;
+    if (frame.front() == kSubscribed)
+      mSubscriptions.insert(frame.substr(1));
+    else
+      mSubscriptions.erase(frame.substr(1));
+  }
+}
+
+void CollectorPeer::ReadPending() {
+  for (Frames frames = ReceiveFrames(Socket()); !frames.empty(); frames = ReceiveFrames(Socket()))
+    mMessages.push_back(std::move(frames));
 }
 
 }  // namespace louddesk

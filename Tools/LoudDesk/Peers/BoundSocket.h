@@ -1,11 +1,15 @@
-// A socket bound to one of the unit's fixed endpoints, in the place of the peer that owns it.
+// Sockets bound to the unit's fixed endpoints, in the place of the peers of the service that own
+// them.
 
 #pragma once
 
-#include <czmq.h>
-
+#include <deque>
+#include <set>
 #include <stdexcept>
 #include <string>
+#include <utility>
+
+#include "Sockets.h"
 
 namespace louddesk {
 
@@ -33,11 +37,11 @@ struct Endpoint {
   std::string Text() const;
 };
 
-class BoundSocket {
+class BoundSocket : public SocketReader {
  public:
   /// A socket of the ZeroMQ type `type`, closed.
   BoundSocket(int type, Endpoint endpoint);
-  ~BoundSocket();
+  ~BoundSocket() override;
   BoundSocket(const BoundSocket&) = delete;
   BoundSocket& operator=(const BoundSocket&) = delete;
 
@@ -47,7 +51,7 @@ class BoundSocket {
   void Open();
 
   /// Closes the socket and returns when the endpoint is free again.
-  void Close();
+  virtual void Close();
 
   bool IsOpen() const { return mSocket != nullptr; }
 
@@ -56,6 +60,9 @@ class BoundSocket {
 
   const Endpoint& Where() const { return mEndpoint; }
 
+  std::vector<zsock_t*> Sockets() const override { return {mSocket}; }
+  void ReadPending() override {}
+
  private:
   void WaitUntilFree();
 
@@ -63,6 +70,40 @@ class BoundSocket {
   Endpoint mEndpoint;
   zsock_t* mSocket = nullptr;   // owned
   zsock_t* mMonitor = nullptr;  // tells when the listener is closed; owned
+};
+
+/// A peer that the service subscribes to.
+class PublisherPeer : public BoundSocket {
+ public:
+  explicit PublisherPeer(Endpoint endpoint) : BoundSocket(ZMQ_XPUB, std::move(endpoint)) {}
+
+  /// The topics (beginnings of topics) that somebody subscribes to here, as far as they were read.
+  const std::set<std::string>& Subscriptions() const { return mSubscriptions; }
+
+  /// Publishes a message whose first frame is its topic. Must be open.
+  void Publish(const Frames& frames) { SendFrames(Socket(), frames); }
+
+  /// A closed peer has no subscriptions.
+  void Close() override;
+
+  void ReadPending() override;
+
+ private:
+  std::set<std::string> mSubscriptions;
+};
+
+/// A peer that the service pushes messages to. Closed, it keeps those that it has received.
+class CollectorPeer : public BoundSocket {
+ public:
+  explicit CollectorPeer(Endpoint endpoint) : BoundSocket(ZMQ_PULL, std::move(endpoint)) {}
+
+  /// Messages read and not yet taken, oldest first.
+  std::deque<Frames>& Messages() { return mMessages; }
+
+  void ReadPending() override;
+
+ private:
+  std::deque<Frames> mMessages;
 };
 
 }  // namespace louddesk

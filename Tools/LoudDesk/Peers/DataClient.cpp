@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "MqNames.h"
-#include "SocketMonitor.h"
 
 namespace louddesk {
 namespace {

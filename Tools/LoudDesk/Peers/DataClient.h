@@ -6,8 +6,7 @@
 #include <deque>
 #include <string>
 
-#include "Frames.h"
-#include "SocketReader.h"
+#include "Sockets.h"
 
 namespace louddesk {
 
@@ -32,17 +31,16 @@ class DataClient : public SocketReader {
   /// Messages read and not yet taken, oldest first.
   std::deque<Arrival>& Messages() { return mMessages; }
 
-  /// The socket that tells of connections made and lost; to be polled beside Socket().
-  zsock_t* Monitor() const { return mMonitor; }
+  zsock_t* Socket() const { return mSocket; }
 
-  zsock_t* Socket() const override { return mSocket; }
+  std::vector<zsock_t*> Sockets() const override { return {mSocket, mMonitor}; }
   void ReadPending() override;
 
  private:
   void ReadConnectionEvents();
 
   zsock_t* mSocket = nullptr;   // SUB, owned
-  zsock_t* mMonitor = nullptr;  // owned
+  zsock_t* mMonitor = nullptr;  // tells of connections made and lost; owned
   bool mIsConnected = false;
   std::deque<Arrival> mMessages;
 };

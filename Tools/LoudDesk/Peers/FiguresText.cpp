@@ -18,12 +18,22 @@ std::string FinalLine(const char* name, const std::string& value, const char* un
 
 }  // namespace
 
+std::optional<double> LoudnessOf(std::int16_t code) {
+  return code == kNoLoudnessCode ? std::nullopt : std::optional(code / 10.0);
+}
+
+std::optional<double> TruePeakOf(std::int16_t code) {
+  return code == kNoTruePeakCode ? std::nullopt : std::optional(code / 100.0);
+}
+
 std::string TenthsText(std::int16_t code) {
-  return code == kNoLoudnessCode ? kNoReading : fmt::format("{:.1f}", code / 10.0);
+  const auto loudness = LoudnessOf(code);
+  return loudness ? fmt::format("{:.1f}", *loudness) : kNoReading;
 }
 
 std::string HundredthsText(std::int16_t code) {
-  return code == kNoTruePeakCode ? kNoReading : fmt::format("{:.2f}", code / 100.0);
+  const auto truePeak = TruePeakOf(code);
+  return truePeak ? fmt::format("{:.2f}", *truePeak) : kNoReading;
 }
 
 bool HasRange(const LoudnessData_t& data) {

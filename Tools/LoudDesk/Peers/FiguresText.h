@@ -3,11 +3,18 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "LoudnessData.h"
 
 namespace louddesk {
+
+/// The loudness that a code in tenths stands for, LKFS; nothing for -990: no reading.
+std::optional<double> LoudnessOf(std::int16_t code);
+
+/// The true peak that a code in hundredths stands for, dBTP; nothing for -9900: no signal.
+std::optional<double> TruePeakOf(std::int16_t code);
 
 /// A loudness in tenths, "-" for -990: no reading.
 std::string TenthsText(std::int16_t code);

@@ -11,7 +11,6 @@
 
 #include "Endpoints.h"
 #include "LoudConfigUser.h"
-#include "PresetBuilder.h"
 
 namespace louddesk {
 namespace {

@@ -10,7 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "Acknowledgement.h"
 #include "UnitDocuments.h"
 #include "UnitStandIn.h"
 

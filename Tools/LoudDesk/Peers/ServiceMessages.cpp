@@ -2,11 +2,15 @@
 
 #include "ServiceMessages.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstring>
 
 #include "JsonAccess.h"
 #include "Logger.h"
+#include "LoudReport.h"
+#include "LuMessageKeys.h"
 #include "PubHandler.h"
 
 namespace louddesk {
@@ -15,6 +19,59 @@ namespace {
 bool HasNumbersOnly(const Frames& frames) {
   return std::all_of(frames.begin() + 1, frames.end(),
                      [](const std::string& frame) { return frame.size() == sizeof(std::int16_t); });
+}
+
+// A topic is one of these and the meter set. The longer ones stand first: the others are their
+// beginnings.
+struct TopicEntry {
+  const char* prefix;
+  StateKind kind;
+  bool isRepublished;
+};
+
+constexpr TopicEntry kTopics[] = {
+    {kAcknowledgementRepubTopicPrefix, StateKind::kAcknowledgement, true},
+    {kAcknowledgementTopicPrefix, StateKind::kAcknowledgement, false},
+    {kCurrentConfRepubTopicPrefix, StateKind::kConfiguration, true},
+    {kCurrentConfTopicPrefix, StateKind::kConfiguration, false},
+};
+
+const TopicEntry* FindTopic(const std::string& topic) {
+  for (const TopicEntry& entry : kTopics)
+    if (topic.rfind(entry.prefix, 0) == 0)
+      return &entry;
+  return nullptr;
+}
+
+// The configuration stands at the end of its envelope, character for character as it was sent.
+std::string EnvelopedText(const std::string& json) {
+  constexpr char kKey[] = "\"Conf\":";
+  const std::size_t key = json.find(kKey);
+  if (key == std::string::npos)
+    return "";
+  const std::size_t begin = key + sizeof kKey - 1;
+  return json.substr(begin, json.rfind('}') - begin);
+}
+
+std::optional<std::uint32_t> ReadUnsigned(const rapidjson::Document& document, const char* key) {
+  std::uint32_t value = 0;
+  return json::Read(document, key, value) ? std::optional(value) : std::nullopt;
+}
+
+std::string ConfigurationText(const std::string& configuration) {
+  rapidjson::Document document;
+  std::string standard;
+  std::string mode;
+  std::uint32_t window = 0;
+  std::uint32_t range = 0;
+  if (!json::ParseObject(configuration.c_str(), document) ||
+      !json::Read(document, lu_key::kLoudnessStandard, standard) ||
+      !json::Read(document, lu_key::kMode, mode) ||
+      !json::Read(document, lu_key::kLoudnessWindowTime, window) ||
+      !json::Read(document, lu_key::kLraWindow, range))
+    return "Configuration";
+  return fmt::format("Configuration: {}, {}, window {} s, range {} s", standard, mode, window,
+                     range);
 }
 
 }  // namespace
@@ -44,6 +101,37 @@ StateMessage DecodeStateMessage(const Arrival& arrival) {
   message.topic = arrival.frames.empty() ? "" : arrival.frames[0];
   message.json = arrival.frames.size() < 2 ? "" : arrival.frames[1];
   return message;
+}
+
+std::optional<ServiceAnswer> ReadAnswer(const StateMessage& message) {
+  const TopicEntry* topic = FindTopic(message.topic);
+  rapidjson::Document document;
+  if (topic == nullptr || !json::ParseObject(message.json.c_str(), document))
+    return std::nullopt;
+  ServiceAnswer answer;
+  answer.kind = topic->kind;
+  answer.isRepublished = topic->isRepublished;
+  answer.user = ReadUnsigned(document, lu_key::kWrittenUser);
+  answer.cmdTime = ReadUnsigned(document, lu_key::kCommandTimeStamp);
+  if (topic->kind == StateKind::kConfiguration)
+    answer.configuration = EnvelopedText(message.json);
+  else if (!json::Read(document, lu_key::kCommand, answer.command))
+    return std::nullopt;
+  return answer;
+}
+
+bool Settles(const ServiceAnswer& answer, const std::string& asked) {
+  const std::string& done = answer.command;
+  return answer.kind == StateKind::kAcknowledgement &&
+         (done == asked || (asked == "Pause" && done == "Stop") ||
+          (asked == "Play" && done == "Start"));
+}
+
+std::string AnswerText(const ServiceAnswer& answer) {
+  const std::string text = answer.kind == StateKind::kConfiguration
+                               ? ConfigurationText(answer.configuration)
+                               : answer.command + " acknowledged";
+  return answer.user ? text + ", user " + std::to_string(*answer.user) : text;
 }
 
 LogLine DecodeLogLine(const Frames& frames) {

@@ -5,6 +5,64 @@
 #include "DocumentWriter.h"
 
 namespace louddesk {
+namespace {
+
+void WritePlace(DocumentWriter& writer, int inputNo) {
+  writer.Text("ConnectorType", "BNC").Signed("Slot", 1).Signed("Cage", 0);
+  writer.Signed("InputNo", inputNo);
+}
+
+void WriteClock(DocumentWriter& writer, const std::string& type) {
+  writer.OpenObject("SystemClockSource").Text("Type", type);
+  WritePlace(writer, 1);
+  writer.Signed("Pair", 1).CloseObject();
+}
+
+void WriteCluster(DocumentWriter& writer, const Preset::Cluster& cluster) {
+  writer.OpenObject(DocumentWriter::kNoKey).Text("Name", "Cluster").Text("Type", cluster.type);
+  writer.Signed("FirstMeter", cluster.firstMeter).Signed("NumberOfMeters", cluster.numberOfMeters);
+  writer.Flag("MuteOnPresetRecall", true).CloseObject();
+}
+
+void WriteMeter(DocumentWriter& writer, const Preset::Meter& meter) {
+  writer.OpenObject(std::to_string(meter.number).c_str()).Signed("VolumeDb", 0);
+  writer.Signed("DelayMs", 0).Text("Speaker", meter.speaker).OpenObject("Source");
+  writer.Signed("Channel", meter.channel);
+  WritePlace(writer, meter.number);
+  writer.Text("Type", meter.type).CloseObject().CloseObject();
+}
+
+}  // namespace
+
+std::string Preset::Json() const {
+  DocumentWriter writer;
+  writer.Signed("Count", 1).Flag("Repub", isRepublished).Signed("SpeakerDelayMs", 0);
+  if (name) {
+    writer.OpenObject("Name").Text("Preset", name->preset).Text("Program", name->program);
+    writer.Text("Group", name->group).CloseObject();
+  }
+  if (clock)
+    WriteClock(writer, *clock);
+  writer.OpenArray("Clusters");
+  for (const Cluster& cluster : clusters)
+    WriteCluster(writer, cluster);
+  writer.CloseArray().OpenObject("MeterSet");
+  for (const Meter& meter : meters)
+    WriteMeter(writer, meter);
+  return writer.CloseObject().Finish();
+}
+
+Preset PresetForSpeakers(const std::vector<std::string>& speakers, unsigned cluster) {
+  Preset preset;
+  preset.clusters.assign(cluster, {1, 0});
+  preset.clusters.back().numberOfMeters = static_cast<int>(speakers.size());
+  int number = 0;
+  for (const std::string& speaker : speakers) {
+    ++number;
+    preset.meters.push_back({number, speaker, number});
+  }
+  return preset;
+}
 
 std::string LoudnessConfiguration::Json() const {
   return DocumentWriter()

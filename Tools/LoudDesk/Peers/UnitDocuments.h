@@ -1,10 +1,41 @@
-// The further documents that the unit's application server and process monitor publish.
+// The documents that the unit's application server and process monitor publish.
 
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace louddesk {
+
+/// A preset; a new one has no meters and clusters and the internal clock.
+struct Preset {
+  struct Meter {
+    int number;                // from 1
+    std::string speaker;       // loudspeaker position, for example "LeftSurround"
+    int channel;               // of the input that feeds it; 0: none
+    std::string type = "AES";  // of the input
+  };
+  struct Cluster {
+    int firstMeter;  // from 1
+    int numberOfMeters;
+    std::string type = "Custom";
+  };
+  struct Name {
+    std::string preset, program, group;
+  };
+
+  std::vector<Meter> meters;
+  std::vector<Cluster> clusters;  // counted from 1
+  std::optional<Name> name;
+  std::optional<std::string> clock = "Internal";  // type of the source; without one it is refused
+  bool isRepublished = false;                     // again the one in force
+
+  std::string Json() const;
+};
+
+/// A preset whose meters 1, 2, ... stand for `speakers` and belong to `cluster` (from 1).
+Preset PresetForSpeakers(const std::vector<std::string>& speakers, unsigned cluster);
 
 /// A loudness configuration; a new one asks for what the service starts with.
 struct LoudnessConfiguration {

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <iterator>
 #include <utility>
-#include <vector>
 
 #include "BoardAddresses.h"
 #include "Endpoints.h"
@@ -18,30 +17,18 @@
 namespace louddesk {
 namespace {
 
-// A content of its own, so that the frame is neither missing nor empty.
+// The last frame of a raw block: it must be there, its content means nothing.
 constexpr char kSpareFrame[] = "spare";
 
-struct PeerName {
-  Peer peer;
-  const char* name;  // for people
-};
-
-constexpr PeerName kPeerNames[] = {
-    {Peer::kHeartbeatReceiver, "heartbeat receiver"},
-    {Peer::kProcessMonitor, "process monitor"},
-    {Peer::kHardwareManager, "hardware manager"},
-    {Peer::kMainAppServer, "application server of the main board"},
-    {Peer::kOpticalAppServer, "application server of the optical board"},
-    {Peer::kSignalProcessor, "signal processor"},
-    {Peer::kLogSink, "log sink"},
-};
-
-const char* PeerNameOf(Peer peer) {
-  for (const PeerName& entry : kPeerNames)
-    if (entry.peer == peer)
-      return entry.name;
-  return "peer";
-}
+// For people, in the order of kAllPeers.
+constexpr const char* kPeerNames[] = {"heartbeat receiver",
+                                      "process monitor",
+                                      "hardware manager",
+                                      "application server of the main board",
+                                      "application server of the optical board",
+                                      "signal processor",
+                                      "log sink"};
+static_assert(std::size(kPeerNames) == kAllPeers.size());
 
 void SettleBoardAddresses() {
   std::string error;
@@ -59,12 +46,6 @@ std::string RawDataTopic(unsigned meterSet) {
   NumberedTopic_t topic = {};
   FormatRawDataTopic(topic, meterSet);
   return topic;
-}
-
-std::string PublisherFile(const char* prefix, unsigned meterSet, unsigned cluster) {
-  MqFileName_t file = {};
-  FormatPublisherFile(file, prefix, meterSet, cluster);
-  return file;
 }
 
 // Every text subscription of the service; it applies to each publisher that the service connects
@@ -89,13 +70,6 @@ std::string FrameOf(const std::array<Entry, kMeters>& entries) {
   return {reinterpret_cast<const char*>(entries.data()), sizeof(entries)};
 }
 
-template <typename Queue>
-auto TakeFirst(Queue& queue) {
-  auto first = std::move(queue.front());
-  queue.pop_front();
-  return first;
-}
-
 }  // namespace
 
 Patience Remaining(std::chrono::steady_clock::time_point due) {
@@ -105,14 +79,6 @@ Patience Remaining(std::chrono::steady_clock::time_point due) {
 
 std::string InTimeText(Patience patience) {
   return fmt::format(" in {:.1f} s", static_cast<double>(patience.count()) / 1000);
-}
-
-std::string DataPublisherFile(unsigned meterSet, unsigned cluster) {
-  return PublisherFile(kDataPublisherFilePrefix, meterSet, cluster);
-}
-
-std::string StatePublisherFile(unsigned meterSet, unsigned cluster) {
-  return PublisherFile(kStatePublisherFilePrefix, meterSet, cluster);
 }
 
 std::string TopicFor(const std::string& prefix, unsigned meterSet) {
@@ -126,10 +92,7 @@ Frames RawMessage(unsigned meterSet, const BlockReading& block) {
 }
 
 UnitStandIn::UnitStandIn(unsigned meterSet, unsigned cluster)
-    : mMeterSet(meterSet),
-      mCluster(cluster),
-      mDataClient(DataPublisherFile(meterSet, cluster)),
-      mStateClient(StatePublisherFile(meterSet, cluster)) {
+    : mMeterSet(meterSet), mCluster(cluster), mFeed(meterSet, cluster) {
   SettleBoardAddresses();
   const auto onMainBoard = [](unsigned port) { return Endpoint::Tcp(MainBoardAddress(), port); };
   mPublishers.try_emplace(Peer::kProcessMonitor, onMainBoard(kHbMonPort));
@@ -140,6 +103,13 @@ UnitStandIn::UnitStandIn(unsigned meterSet, unsigned cluster)
   mPublishers.try_emplace(Peer::kSignalProcessor, Endpoint::Ipc(RawDataFile(meterSet)));
   mCollectors.try_emplace(Peer::kHeartbeatReceiver, onMainBoard(kMonitorInletPort));
   mCollectors.try_emplace(Peer::kLogSink, Endpoint::Ipc(kLogSinkIpcName));
+  for (auto& [peer, publisher] : mPublishers)
+    mPeers[peer] = &publisher;
+  for (auto& [peer, collector] : mCollectors)
+    mPeers[peer] = &collector;
+  mReaders = {&mFeed};
+  for (const auto& [peer, socket] : mPeers)
+    mReaders.push_back(socket);
 }
 
 void UnitStandIn::OpenAll(const std::set<Peer>& absent) {
@@ -149,25 +119,15 @@ void UnitStandIn::OpenAll(const std::set<Peer>& absent) {
 }
 
 void UnitStandIn::Open(Peer peer) {
-  const auto publisher = mPublishers.find(peer);
-  if (publisher != mPublishers.end())
-    publisher->second.Open();
-  else
-    mCollectors.at(peer).Open();
+  mPeers.at(peer)->Open();
 }
 
 void UnitStandIn::Close(Peer peer) {
-  const auto publisher = mPublishers.find(peer);
-  if (publisher != mPublishers.end())
-    publisher->second.Close();
-  else
-    mCollectors.at(peer).Close();
+  mPeers.at(peer)->Close();
 }
 
 std::string UnitStandIn::EndpointOf(Peer peer) const {
-  const auto publisher = mPublishers.find(peer);
-  return publisher != mPublishers.end() ? publisher->second.Where().Text()
-                                        : mCollectors.at(peer).Where().Text();
+  return mPeers.at(peer)->Where().Text();
 }
 
 const std::set<std::string>& UnitStandIn::SubscriptionsAt(Peer peer) const {
@@ -176,14 +136,14 @@ const std::set<std::string>& UnitStandIn::SubscriptionsAt(Peer peer) const {
 
 bool UnitStandIn::WaitFor(const std::function<bool()>& condition, Patience patience) {
   const auto end = std::chrono::steady_clock::now() + patience;
+  ReadEverything();
   for (;;) {
-    ReadEverything();
     if (condition())
       return true;
     const Patience left = Remaining(end);
     if (left.count() == 0 || zsys_interrupted)
       return false;
-    PollEverything(left);
+    WaitAndRead(mReaders, left);
   }
 }
 
@@ -200,10 +160,11 @@ std::string UnitStandIn::MissingSubscriptions() const {
   std::string missing;
   for (const auto& [peer, publisher] : mPublishers)
     for (const std::string& topic : MissingTopics(peer, publisher))
-      missing += std::string("no subscription to ") + topic + " at the " + PeerNameOf(peer) + "; ";
-  if (!mDataClient.IsConnected())
+      missing += fmt::format("no subscription to {} at the {}; ", topic,
+                             kPeerNames[static_cast<std::size_t>(peer)]);
+  if (!mFeed.HasDataPublisher())
     missing += "no publisher of loudness data; ";
-  if (!mStateClient.IsConnected())
+  if (!mFeed.HasStatePublisher())
     missing += "no publisher of states; ";
   return missing.substr(0, missing.find_last_not_of("; ") + 1);
 }
@@ -242,82 +203,13 @@ void UnitStandIn::SendFrames(Peer peer, const Frames& frames) {
   mPublishers.at(peer).Publish(frames);
 }
 
-std::optional<LoudnessMessage> UnitStandIn::NextLoudnessData(Patience patience) {
-  auto& queue = mDataClient.Messages();
-  if (!WaitFor([&queue] { return !queue.empty(); }, patience))
-    return std::nullopt;
-  return DecodeLoudnessMessage(TakeFirst(queue));
-}
-
-std::optional<StateMessage> UnitStandIn::NextState(Patience patience) {
-  auto& queue = mStateClient.Messages();
-  if (!WaitFor([&queue] { return !queue.empty(); }, patience))
-    return std::nullopt;
-  return DecodeStateMessage(TakeFirst(queue));
-}
-
-std::optional<Frames> UnitStandIn::NextHeartbeat(Patience patience) {
-  auto& queue = mCollectors.at(Peer::kHeartbeatReceiver).Messages();
-  if (!WaitFor([&queue] { return !queue.empty(); }, patience))
-    return std::nullopt;
-  return TakeFirst(queue);
-}
-
 std::optional<LogLine> UnitStandIn::NextLogLine(Patience patience) {
-  auto& queue = mCollectors.at(Peer::kLogSink).Messages();
-  if (!WaitFor([&queue] { return !queue.empty(); }, patience))
-    return std::nullopt;
-  return DecodeLogLine(TakeFirst(queue));
-}
-
-void UnitStandIn::DropLoudnessData() {
-  ReadEverything();
-  mDataClient.Messages().clear();
-}
-
-void UnitStandIn::DropStates() {
-  ReadEverything();
-  mStateClient.Messages().clear();
-}
-
-void UnitStandIn::DropHeartbeats() {
-  ReadEverything();
-  mCollectors.at(Peer::kHeartbeatReceiver).Messages().clear();
-}
-
-void UnitStandIn::DropLogLines() {
-  ReadEverything();
-  mCollectors.at(Peer::kLogSink).Messages().clear();
+  const auto frames = Next(MessagesAt(Peer::kLogSink), patience);
+  return frames ? std::optional(DecodeLogLine(*frames)) : std::nullopt;
 }
 
 std::string UnitStandIn::RawTopic() const {
   return RawDataTopic(mMeterSet);
-}
-
-void UnitStandIn::ReadEverything() {
-  for (auto& [peer, publisher] : mPublishers)
-    publisher.ReadPending();
-  for (auto& [peer, collector] : mCollectors)
-    collector.ReadPending();
-  mDataClient.ReadPending();
-  mStateClient.ReadPending();
-}
-
-void UnitStandIn::PollEverything(Patience patience) {
-  std::vector<zmq_pollitem_t> items;
-  const auto add = [&items](zsock_t* socket) {
-    if (socket != nullptr)
-      items.push_back({zsock_resolve(socket), 0, ZMQ_POLLIN, 0});
-  };
-  for (const auto& [peer, publisher] : mPublishers)
-    add(publisher.Socket());
-  for (const auto& [peer, collector] : mCollectors)
-    add(collector.Socket());
-  for (const DataClient* client : {&mDataClient, &mStateClient}) {
-    add(client->Socket());
-    add(client->Monitor());
-  }
-  zmq_poll(items.data(), static_cast<int>(items.size()), static_cast<long>(patience.count()));
 }
 
 }  // namespace louddesk

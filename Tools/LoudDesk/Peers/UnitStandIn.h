@@ -11,17 +11,13 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "BlockReading.h"
-#include "CollectorPeer.h"
-#include "DataClient.h"
-#include "PublisherPeer.h"
-#include "ServiceMessages.h"
+#include "BoundSocket.h"
+#include "ServiceFeed.h"
 
 namespace louddesk {
-
-/// How long to wait for something at most.
-using Patience = std::chrono::milliseconds;
 
 /// What is left until `due`; 0 when it has passed.
 Patience Remaining(std::chrono::steady_clock::time_point due);
@@ -29,7 +25,7 @@ Patience Remaining(std::chrono::steady_clock::time_point due);
 /// " in 2.0 s", for a sentence about what has not come.
 std::string InTimeText(Patience patience);
 
-/// The service's peers.
+/// The service's peers, in the order of kAllPeers.
 enum class Peer {
   kHeartbeatReceiver,  // process monitor, receiving side
   kProcessMonitor,     // process monitor, publishing side
@@ -95,16 +91,22 @@ class UnitStandIn {
   void SendFrames(Peer peer, const Frames& frames);
 
   /// The next message of each kind, oldest first; none when `patience` ends first.
-  std::optional<LoudnessMessage> NextLoudnessData(Patience patience);
-  std::optional<StateMessage> NextState(Patience patience);
-  std::optional<Frames> NextHeartbeat(Patience patience);
+  std::optional<LoudnessMessage> NextLoudnessData(Patience patience) {
+    return Next(mFeed.Data(), patience);
+  }
+  std::optional<StateMessage> NextState(Patience patience) {
+    return Next(mFeed.States(), patience);
+  }
+  std::optional<Frames> NextHeartbeat(Patience patience) {
+    return Next(MessagesAt(Peer::kHeartbeatReceiver), patience);
+  }
   std::optional<LogLine> NextLogLine(Patience patience);
 
   /// Drops messages of the kind that have arrived but were not taken.
-  void DropLoudnessData();
-  void DropStates();
-  void DropHeartbeats();
-  void DropLogLines();
+  void DropLoudnessData() { Drop(mFeed.Data()); }
+  void DropStates() { Drop(mFeed.States()); }
+  void DropHeartbeats() { Drop(MessagesAt(Peer::kHeartbeatReceiver)); }
+  void DropLogLines() { Drop(MessagesAt(Peer::kLogSink)); }
 
   /// Topic of the raw blocks of this meter set.
   std::string RawTopic() const;
@@ -114,20 +116,32 @@ class UnitStandIn {
 
  private:
   std::set<std::string> MissingTopics(Peer peer, const PublisherPeer& publisher) const;
-  void ReadEverything();
-  void PollEverything(Patience patience);
+  std::deque<Frames>& MessagesAt(Peer peer) { return mCollectors.at(peer).Messages(); }
+  void ReadEverything() { WaitAndRead(mReaders, Patience{0}); }
+
+  template <typename Message>
+  std::optional<Message> Next(std::deque<Message>& queue, Patience patience) {
+    if (!WaitFor([&queue] { return !queue.empty(); }, patience))
+      return std::nullopt;
+    Message first = std::move(queue.front());
+    queue.pop_front();
+    return first;
+  }
+
+  template <typename Message>
+  void Drop(std::deque<Message>& queue) {
+    ReadEverything();
+    queue.clear();
+  }
 
   unsigned mMeterSet;
   unsigned mCluster;
   std::map<Peer, PublisherPeer> mPublishers;
   std::map<Peer, CollectorPeer> mCollectors;
-  DataClient mDataClient;   // of the loudness-data publisher
-  DataClient mStateClient;  // of the state publisher; without a meter set both share an endpoint
+  std::map<Peer, BoundSocket*> mPeers;  // both of these
+  ServiceFeed mFeed;
+  std::vector<SocketReader*> mReaders;  // all of these
 };
-
-/// IPC files of the service's publishers. Without a meter set both are the same.
-std::string DataPublisherFile(unsigned meterSet, unsigned cluster);
-std::string StatePublisherFile(unsigned meterSet, unsigned cluster);
 
 /// Topic with the meter-set number that ends it.
 std::string TopicFor(const std::string& prefix, unsigned meterSet);

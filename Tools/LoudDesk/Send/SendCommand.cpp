@@ -1,4 +1,5 @@
-// `LoudDesk send`: command line, and one line for everything that goes wrong.
+// `LoudDesk send`: command line, one message in the place of the main board's application server,
+// and the wait for what the service does about it.
 
 #include "SendCommand.h"
 
@@ -18,7 +19,7 @@
 #include "JsonAccess.h"
 #include "LoudConfigUser.h"
 #include "NumberCheck.h"
-#include "ServiceSender.h"
+#include "ServiceClient.h"
 
 namespace louddesk {
 namespace {
@@ -49,8 +50,8 @@ constexpr char kFooter[] =
     "its reporting is off, as when it starts, a service keeps what it is sent but\n"
     "carries out and acknowledges nothing: the first preset goes without an\n"
     "acknowledgement until the reporting is switched on.\n"
-    "Sending needs the place of the application server of the main board\n"
-    "(LOUDCALC_MAIN_BOARD_ADDRESS, port 7000), which no other program may hold.\n";
+    "Sending needs the endpoint of the application server of the main board\n"
+    "(LOUDCALC_MAIN_BOARD_ADDRESS, port 7000), which no other program may use.\n";
 
 constexpr char kEnableFooter[] =
     "\nExample:\n"
@@ -85,7 +86,7 @@ constexpr char kCommandFooter[] =
     "\n"
     "The acknowledgement is that of the command, or of what it leads to: a start\n"
     "resets first, a play after a stop is a start, a pause while stopped stays a\n"
-    "stop. A stop is obeyed in the mode Manual only (LoudDesk send config).\n";
+    "stop. A service stops in the mode Manual only (LoudDesk send config).\n";
 
 // The help of a kind of message shows only its own options.
 constexpr char kOptionsFooter[] =
@@ -103,11 +104,104 @@ std::string CheckMeterSet(const std::string& value) {
   return value == "1" ? "" : "only a service of meter set 1 takes messages of all kinds";
 }
 
-int Send(const SendOptions& options, const std::function<void(ServiceSender&)>& message) {
+// Data comes every 100 ms where it comes at all.
+constexpr Patience kFirstData{500};
+
+constexpr char kReportingHint[] =
+    "; nothing is carried out while reporting is off (LoudDesk send enable)";
+constexpr char kCommandHint[] =
+    "; nothing is carried out while reporting is off (LoudDesk send enable) or the source is "
+    "invalid (LoudDesk send preset)";
+constexpr char kStopHint[] = "; in the mode Continuous a stop is not carried out";
+
+class Sender {
+ public:
+  explicit Sender(const SendOptions& options)
+      : mUnit(options.meterSet, options.cluster),
+        mClient(mUnit, [](const auto& answer) { std::cout << AnswerText(answer) << std::endl; }),
+        mPatience(std::llround(options.timeout * 1000)) {}
+
+  // Each connects, sends one message as ServiceClient does and waits until it is done. Throws
+  // ServiceError when the endpoint is in use, or the service does not subscribe or answer in time.
+
+  void Enable() {
+    Connect();
+    mClient.SwitchReporting(true);
+    if (mClient.Await(mPatience) != Outcome::kDone)
+      throw ServiceError("no loudness data" + InTime() +
+                         ": the measurement was not started (LoudDesk send preset FILE) or is "
+                         "stopped (LoudDesk send command start)");
+    std::cout << "Reporting is on: the service answers" << std::endl;
+  }
+
+  // Where no loudness data came before either, nothing shows that the service has taken the
+  // message.
+  void Disable() {
+    Connect();
+    const bool wasOn = mUnit.NextLoudnessData(kFirstData).has_value();
+    mClient.SwitchReporting(false);
+    if (mClient.Await(mPatience + kFirstData) != Outcome::kDone)
+      throw ServiceError("the loudness data has not ended" + InTime());
+    std::cout << (wasOn ? "Reporting is off: the loudness data has ended"
+                        : "Sent; no loudness data came before or after")
+              << std::endl;
+  }
+
+  void SendPreset(const std::string& json) {
+    Connect();
+    mClient.SendPreset(json);
+    AwaitAcknowledgement(kReportingHint);
+  }
+
+  void SendConfiguration(const LoudnessConfiguration& configuration) {
+    Connect();
+    mClient.SendConfiguration(configuration);
+    AwaitAcknowledgement(kCommandHint);
+  }
+
+  void SendCommand(const std::string& command, unsigned user) {
+    Connect();
+    mClient.SendCommand(command, user);
+    const std::string hint = std::string(kCommandHint) + (command == "Stop" ? kStopHint : "");
+    if (AwaitAcknowledgement(hint) == Outcome::kOtherStamp)
+      std::cout << command << " " << kOtherStampText << std::endl;
+  }
+
+ private:
+  void Connect() {
+    try {
+      mUnit.Open(Peer::kMainAppServer);
+    } catch (const BindError& error) {
+      throw ServiceError(std::string("sending needs the endpoint of the application server: ") +
+                         error.what());
+    }
+    mClient.Connect(mPatience);
+  }
+
+  Outcome AwaitAcknowledgement(const std::string& hint) {
+    const Outcome outcome = mClient.Await(mPatience);
+    if (outcome == Outcome::kInvalidSource)
+      throw ServiceError(
+          "the source is invalid: the preset was refused, or has no meters for cluster " +
+          std::to_string(mUnit.Cluster()));
+    if (outcome == Outcome::kPending)
+      throw ServiceError("no acknowledgement" + InTime() + hint);
+    return outcome;
+  }
+
+  std::string InTime() const {
+    return zsys_interrupted != 0 ? ": interrupted" : InTimeText(mPatience);
+  }
+
+  UnitStandIn mUnit;
+  ServiceClient mClient;
+  Patience mPatience;  // for the service to subscribe, and again for its answer
+};
+
+int Send(const SendOptions& options, const std::function<void(Sender&)>& message) {
   Complaints complaints(std::cerr);
   try {
-    const Patience patience{std::llround(options.timeout * 1000)};
-    ServiceSender sender(options.meterSet, options.cluster, patience, std::cout);
+    Sender sender(options);
     message(sender);
   } catch (const std::runtime_error& error) {
     complaints.Add(error.what());
@@ -115,7 +209,7 @@ int Send(const SendOptions& options, const std::function<void(ServiceSender&)>& 
   return complaints.Status();
 }
 
-// A service that is sent something else is left without a programme; that is no slip worth making.
+// Anything but a preset would leave the service without a programme.
 std::string ReadPreset(const std::string& path) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error))
@@ -137,61 +231,45 @@ CLI::App* AddKind(CLI::App* send, const char* name, const char* description, con
   return kind;
 }
 
-void AddWord(CLI::App* kind, const char* name, std::string& word, const Words& words,
-             const char* description) {
-  kind->add_option(name, word, description)
-      ->capture_default_str()
-      ->check(CLI::IsMember(words, CLI::ignore_case));
-}
-
-const std::string& Word(const Words& words, std::string word) {
-  return words.at(CLI::detail::to_lower(std::move(word)));
+// An option for one of the words, which `value` holds as messages call it.
+CLI::Option* AddWord(CLI::App* kind, const char* name, std::string& value, const Words& words,
+                     const char* description) {
+  CLI::Option* option = kind->add_option(name, value, description);
+  for (const auto& [word, called] : words)
+    if (called == value)
+      option->default_str(word);
+  // The later one transforms first: to a word as it stands here, and that to what it is called.
+  return option->transform(CLI::Transformer(words).description(""))
+      ->transform(CLI::IsMember(words, CLI::ignore_case));
 }
 
 void AddReporting(CLI::App* send, const std::shared_ptr<SendOptions>& options, int& status) {
   AddKind(send, "enable", "Switch reporting on", kEnableFooter)->callback([options, &status] {
-    status = Send(*options, [](ServiceSender& sender) { sender.Enable(); });
+    status = Send(*options, [](Sender& sender) { sender.Enable(); });
   });
   AddKind(send, "disable", "Switch reporting off", kDisableFooter)->callback([options, &status] {
-    status = Send(*options, [](ServiceSender& sender) { sender.Disable(); });
+    status = Send(*options, [](Sender& sender) { sender.Disable(); });
   });
-}
-
-int SendPresetFile(const SendOptions& options, const std::string& path) {
-  std::string json;
-  try {
-    json = ReadPreset(path);
-  } catch (const ServiceError& error) {
-    Complaints complaints(std::cerr);
-    complaints.Add(error.what());
-    return complaints.Status();
-  }
-  return Send(options, [&json](ServiceSender& sender) { sender.SendPreset(json); });
 }
 
 void AddPreset(CLI::App* send, const std::shared_ptr<SendOptions>& options, int& status) {
   CLI::App* kind = AddKind(send, "preset", "Send a preset document", kPresetFooter);
   auto file = std::make_shared<std::string>();
   kind->add_option("FILE", *file, "The document, JSON")->required();
-  kind->callback([options, file, &status] { status = SendPresetFile(*options, *file); });
+  kind->callback([options, file, &status] {
+    status = Send(*options, [&](Sender& sender) { sender.SendPreset(ReadPreset(*file)); });
+  });
 }
-
-struct ConfigurationWords {
-  LoudnessConfiguration configuration;  // what is no word
-  std::string mode = "continuous";
-  std::string window = "momentary";
-  std::string standard = "bs1770";
-  std::string alarm = "both";
-};
 
 CLI::Range WindowBetween(std::uint32_t shortest, std::uint32_t longest) {
   return CLI::Range(static_cast<int>(shortest), static_cast<int>(longest));
 }
 
-void AddConfigurationOptions(CLI::App* kind, ConfigurationWords& words) {
-  LoudnessConfiguration& configuration = words.configuration;
-  AddWord(kind, "--mode", words.mode, kModes, "Whether a stop is obeyed: in manual only");
-  AddWord(kind, "--window", words.window, kWindows, "Window that the user looks at");
+void AddConfigurationOptions(CLI::App* kind, LoudnessConfiguration& configuration) {
+  AddWord(kind, "--mode", configuration.mode, kModes,
+          "Whether the service stops on command: in manual only");
+  AddWord(kind, "--window", configuration.loudnessWindow, kWindows,
+          "Window that the user looks at");
   kind->add_option("--window-time", configuration.loudnessWindowTime,
                    "Window of the integrated loudness, s")
       ->capture_default_str()
@@ -199,51 +277,36 @@ void AddConfigurationOptions(CLI::App* kind, ConfigurationWords& words) {
   kind->add_option("--lra-window", configuration.lraWindow, "Window of the loudness range, s")
       ->capture_default_str()
       ->check(WindowBetween(kMinLraWinSecs, kMaxLraWinSecs));
-  AddWord(kind, "--standard", words.standard, kStandards, "Standard and scale");
+  AddWord(kind, "--standard", configuration.loudnessStandard, kStandards, "Standard and scale");
   kind->add_option("--reference", configuration.referenceLevel, "Reference level, LKFS")
       ->capture_default_str()
       ->check(CLI::Range(-99, 0));
-  AddWord(kind, "--alarm", words.alarm, kAlarms, "Side of the reference level that alarms");
+  AddWord(kind, "--alarm", configuration.alarm, kAlarms, "Side of the reference level that alarms");
   kind->add_option("--tolerance", configuration.alarmTolerance, "Tolerance of the alarm, LU")
       ->capture_default_str()
       ->check(CLI::Range(0, 99));
   kind->add_option("--user", configuration.userId, "Number of the user")->capture_default_str();
 }
 
-LoudnessConfiguration ConfigurationOf(const ConfigurationWords& words, unsigned cluster) {
-  LoudnessConfiguration configuration = words.configuration;
-  configuration.clusterId = cluster;
-  configuration.mode = Word(kModes, words.mode);
-  configuration.loudnessWindow = Word(kWindows, words.window);
-  configuration.loudnessStandard = Word(kStandards, words.standard);
-  configuration.alarm = Word(kAlarms, words.alarm);
-  return configuration;
-}
-
 void AddConfiguration(CLI::App* send, const std::shared_ptr<SendOptions>& options, int& status) {
   CLI::App* kind = AddKind(send, "config", "Send a loudness configuration", kConfigFooter);
-  auto words = std::make_shared<ConfigurationWords>();
-  AddConfigurationOptions(kind, *words);
-  kind->callback([options, words, &status] {
-    const LoudnessConfiguration configuration = ConfigurationOf(*words, options->cluster);
-    status = Send(*options, [&configuration](ServiceSender& sender) {
-      sender.SendConfiguration(configuration);
-    });
+  auto configuration = std::make_shared<LoudnessConfiguration>();
+  AddConfigurationOptions(kind, *configuration);
+  kind->callback([=, &status] {
+    configuration->clusterId = options->cluster;
+    status = Send(*options, [&](Sender& sender) { sender.SendConfiguration(*configuration); });
   });
 }
 
 void AddLoudnessCommand(CLI::App* send, const std::shared_ptr<SendOptions>& options, int& status) {
   CLI::App* kind = AddKind(send, "command", "Send a loudness command", kCommandFooter);
-  auto name = std::make_shared<std::string>();
+  auto command = std::make_shared<std::string>();
   auto user = std::make_shared<unsigned>(0);
-  kind->add_option("NAME", *name, "What to do")
-      ->required()
-      ->check(CLI::IsMember(kCommands, CLI::ignore_case));
+  AddWord(kind, "NAME", *command, kCommands, "What to do")->required();
   kind->add_option("--user", *user, "Number of the user; 0: that of the configuration")
       ->capture_default_str();
   kind->callback([=, &status] {
-    const std::string& command = Word(kCommands, *name);
-    status = Send(*options, [&](ServiceSender& sender) { sender.SendCommand(command, *user); });
+    status = Send(*options, [&](Sender& sender) { sender.SendCommand(*command, *user); });
   });
 }
 
@@ -253,7 +316,8 @@ void AddSendCommand(CLI::App& app, int& status) {
   CLI::App* send = app.add_subcommand("send", "Send one message to a running service");
   auto options = std::make_shared<SendOptions>();
   send->require_subcommand(1);
-  send->add_option("--meter-set", options->meterSet, "Meter set of the service; no other is fit")
+  send->add_option("--meter-set", options->meterSet,
+                   "Meter set of the service; only 1 takes all messages")
       ->capture_default_str()
       ->check(CheckMeterSet);
   send->add_option("--cluster", options->cluster, "Cluster of the service")

@@ -1,15 +1,21 @@
-// `LoudDesk watch`: command line.
+// `LoudDesk watch`: command line, and the loop of a watch.
 
 #include "WatchCommand.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
 
+#include "Complaints.h"
 #include "NumberCheck.h"
-#include "WatchSession.h"
+#include "ServiceFeed.h"
+#include "WatchViews.h"
 
 namespace louddesk {
 namespace {
@@ -37,65 +43,165 @@ constexpr char kFooter[] =
     "\n"
     "States: RUNNING, PAUSED, STOPPED and NOT STARTED are what the service says.\n"
     "SILENT: for a second no data, though nothing says that it has stopped; its\n"
-    "reporting is off, or it hangs. DEAD: it has published and does so no more.\n"
+    "reporting is off, or it hangs. DEAD: it has published and no longer does.\n"
     "NO SERVICE: nobody publishes. WAITING: it has not said anything yet.\n"
     "\n"
     "The status is 0, also after Ctrl-C. It is 1 when the time given passes without a\n"
-    "loudness message, the terminal cannot be used or the output takes no more.\n";
+    "loudness message, the terminal cannot be used or the output cannot be\n"
+    "written.\n";
 
 // What the user gave on the command line.
-struct WatchArguments {
-  WatchOptions options;
+struct WatchOptions {
+  WatchLook look;
   std::string format;
-  int scale = 9;
-  unsigned long count = 0;
-  double seconds = 0;
+  std::optional<unsigned long> count;  // ends after so many loudness messages
+  std::optional<double> seconds;       // ends after so long
 };
 
-WatchFormat FormatOf(const std::string& name) {
-  if (name == kCsv)
-    return WatchFormat::kCsv;
-  if (name == kJson)
-    return WatchFormat::kJson;
-  return isatty(STDOUT_FILENO) != 0 ? WatchFormat::kScreen : WatchFormat::kLines;
+std::unique_ptr<WatchView> MakeView(const WatchOptions& options) {
+  if (options.format == kCsv)
+    return MakeCsvView(std::cout, std::cerr);
+  if (options.format == kJson)
+    return MakeJsonView(std::cout, std::cerr);
+  return isatty(STDOUT_FILENO) != 0 ? MakeScreenView(options.look) : MakeLineView(std::cout);
+}
+
+using Clock = std::chrono::steady_clock;
+
+// How often the picture is made anew when nothing arrives.
+constexpr Patience kRefresh{100};
+
+WallTime WallTimeOf(WatchModel::Time time) {
+  const auto ago =
+      std::chrono::duration_cast<std::chrono::system_clock::duration>(Clock::now() - time);
+  return std::chrono::system_clock::now() - ago;
+}
+
+class WatchSession {
+ public:
+  explicit WatchSession(const WatchOptions& options)
+      : mOptions(options),
+        mFeed(options.look.meterSet, options.look.cluster),
+        mStart(Clock::now()),
+        mModel(mStart) {}
+
+  /// Until the count, the time, the user or `out` ends it.
+  void Run(WatchView& view, const std::ostream& out) {
+    while (!IsOver() && out && zsys_interrupted == 0 && !view.WantsEnd()) {
+      WaitAndRead({&mFeed}, TimeToRefresh(), view.HasKeys() ? STDIN_FILENO : -1);
+      mModel.SetConnected(mFeed.HasDataPublisher() && mFeed.HasStatePublisher());
+      TakeMessages(view);
+      mModel.Advance(Clock::now());
+      view.Refresh(mModel, Clock::now());
+    }
+  }
+
+  /// Lines about what the user must know and has not seen.
+  void Conclude(Complaints& complaints) const {
+    if (mMalformed > 0)
+      complaints.Note(std::to_string(mMalformed) +
+                      " loudness messages of an unknown form passed over");
+    if (mTaken == 0 && HasTimeEnded())
+      complaints.Add(NoDataText());
+  }
+
+ private:
+  bool IsComplete() const { return mOptions.count && mTaken >= *mOptions.count; }
+
+  bool HasTimeEnded() const {
+    return mOptions.seconds &&
+           Clock::now() - mStart >= std::chrono::duration<double>(*mOptions.seconds);
+  }
+
+  std::string NoDataText() const {
+    return fmt::format("no loudness data from meter set {}, cluster {} in {:g} s ({})",
+                       mOptions.look.meterSet, mOptions.look.cluster, *mOptions.seconds,
+                       WordsOf(mModel.State(Clock::now())).name);
+  }
+
+  bool IsOver() const { return IsComplete() || HasTimeEnded(); }
+
+  Patience TimeToRefresh() const {
+    if (!mOptions.seconds)
+      return kRefresh;
+    const auto end = std::chrono::duration<double>(*mOptions.seconds) - (Clock::now() - mStart);
+    return std::clamp(std::chrono::ceil<Patience>(end), Patience{0}, kRefresh);
+  }
+
+  void TakeMessages(WatchView& view) {
+    for (auto& data = mFeed.Data(); !IsComplete() && !data.empty(); data.pop_front()) {
+      if (data.front().wellFormed)
+        TakeData(data.front(), view);
+      else
+        ++mMalformed;
+    }
+    for (auto& states = mFeed.States(); !states.empty(); states.pop_front())
+      if (const auto answer = ReadAnswer(states.front()))
+        TakeAnswer(*answer, view);
+  }
+
+  void TakeData(const LoudnessMessage& message, WatchView& view) {
+    ++mTaken;
+    mModel.TakeData(message);
+    view.ShowData(message, WallTimeOf(message.time));
+  }
+
+  void TakeAnswer(const ServiceAnswer& answer, WatchView& view) {
+    const WallTime now = std::chrono::system_clock::now();
+    mModel.TakeAnswer(answer, Clock::now(), LocalClockText(now));
+    if (!answer.isRepublished)
+      view.ShowAnswer(AnswerText(answer), now);
+  }
+
+  WatchOptions mOptions;
+  ServiceFeed mFeed;  // before any view: the terminal leaves the signals as they are then
+  Clock::time_point mStart;
+  WatchModel mModel;
+  unsigned long mTaken = 0;      // loudness messages
+  unsigned long mMalformed = 0;  // loudness messages that could not be read
+};
+
+int Watch(const WatchOptions& options) {
+  Complaints complaints(std::cerr);
+  try {
+    WatchSession session(options);
+    session.Run(*MakeView(options), std::cout);
+    if (std::cout)
+      session.Conclude(complaints);
+    else
+      complaints.Add("the figures could not be written");
+  } catch (const std::runtime_error& error) {
+    complaints.Add(error.what());
+  }
+  return complaints.Status();
 }
 
 }  // namespace
 
 void AddWatchCommand(CLI::App& app, int& status) {
   CLI::App* command = app.add_subcommand("watch", "Watch a running service: a live meter");
-  auto arguments = std::make_shared<WatchArguments>();
-  WatchLook& look = arguments->options.look;
+  auto options = std::make_shared<WatchOptions>();
+  WatchLook& look = options->look;
   command->add_option("--meter-set", look.meterSet, "Meter set of the service")
       ->capture_default_str()
       ->check(CLI::Range(0u, kHighestMeterSet));
   command->add_option("--cluster", look.cluster, "Cluster of the service")
       ->capture_default_str()
       ->check(CLI::Range(1, 8));
-  command->add_option("--scale", arguments->scale, "EBU scale of the bars, +9 or +18 LU")
+  command->add_option("--scale", look.scale, "EBU scale of the bars, +9 or +18 LU")
       ->capture_default_str()
       ->check(CLI::IsMember({9, 18}));
   command->add_option("--target", look.target, "Target loudness in LKFS, 0 LU on the scale")
       ->capture_default_str()
       ->check(Between(kLowestTarget, 0.0));
-  command->add_option("--format", arguments->format, "Rows for other programs: csv or json")
+  command->add_option("--format", options->format, "Rows for other programs: csv or json")
       ->check(CLI::IsMember({kCsv, kJson}));
-  CLI::Option* count =
-      command->add_option("--count", arguments->count, "End after so many loudness messages")
-          ->check(CheckCount);
-  CLI::Option* seconds = command->add_option("--seconds", arguments->seconds, "End after so long")
-                             ->check(Between(0.0, kLongestWatch));
+  command->add_option("--count", options->count, "End after so many loudness messages")
+      ->check(CheckCount);
+  command->add_option("--seconds", options->seconds, "End after so long")
+      ->check(Between(0.0, kLongestWatch));
   command->footer(kFooter);
-  command->callback([=, &status] {
-    WatchOptions& options = arguments->options;
-    options.look.scale = arguments->scale == 9 ? LoudnessScale::kPlus9 : LoudnessScale::kPlus18;
-    options.format = FormatOf(arguments->format);
-    if (count->count() > 0)
-      options.count = arguments->count;
-    if (seconds->count() > 0)
-      options.seconds = arguments->seconds;
-    status = Watch(options, std::cout, std::cerr);
-  });
+  command->callback([options, &status] { status = Watch(*options); });
 }
 
 }  // namespace louddesk

@@ -3,93 +3,47 @@
 #include "WatchLayout.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
+#include <map>
+#include <string>
 
 namespace louddesk {
 namespace {
 
-void DrawNothing(const PartView&, RowSpan) {}
-
-// The parts of the window from top to bottom.
-enum PartPlace : std::size_t {
-  kHeader,
-  kStatus,
-  kGapAboveBars,
-  kLoudnessScale,
-  kLoudnessBars,
-  kGapAbovePeak,
-  kPeakBar,
-  kPeakScale,
-  kFiguresRule,
-  kFigures,
-  kHistory,
-  kNotes,
-  kFooter,
-  kPartCount
-};
-
-using Draw = void (*)(const PartView& view, RowSpan rows);
-
-constexpr Draw kDraw[kPartCount] = {
-    DrawHeader,         //
-    DrawStatus,         //
-    DrawNothing,        //
-    DrawLoudnessScale,  //
-    DrawLoudnessBars,   //
-    DrawNothing,        //
-    DrawPeakBar,        //
-    DrawPeakScale,      //
-    DrawFiguresRule,    //
-    DrawFigures,        //
-    DrawHistoryPart,    //
-    DrawNotes,          //
-    DrawFooter,         //
-};
-
 // Rows for a part. Shares are given in their order, as far as they fit.
 struct Share {
-  PartPlace part;
+  WatchPart part;
   std::size_t rows;
 };
 
 // Figures twice: the second half needs rows of its own where the window is narrow. Notes twice: a
 // new start has three answers.
 constexpr Share kShares[] = {
-    {kHeader, 1},         //
-    {kLoudnessBars, 2},   //
-    {kFigures, 3},        //
-    {kPeakBar, 1},        //
-    {kStatus, 1},         //
-    {kLoudnessScale, 1},  //
-    {kFigures, 3},        //
-    {kFiguresRule, 1},    //
-    {kNotes, 2},          //
-    {kHistory, 4},        //
-    {kPeakScale, 1},      //
-    {kNotes, 2},          //
-    {kFooter, 1},         //
-    {kGapAboveBars, 1},   //
-    {kGapAbovePeak, 1},   //
+    {WatchPart::kHeader, 1},  {WatchPart::kLoudnessBars, 2}, {WatchPart::kFigures, 3},
+    {WatchPart::kPeakBar, 1}, {WatchPart::kStatus, 1},       {WatchPart::kLoudnessScale, 1},
+    {WatchPart::kFigures, 3}, {WatchPart::kFiguresRule, 1},  {WatchPart::kNotes, 2},
+    {WatchPart::kHistory, 4}, {WatchPart::kPeakScale, 1},    {WatchPart::kNotes, 2},
+    {WatchPart::kFooter, 1},  {WatchPart::kGapAboveBars, 1}, {WatchPart::kGapAbovePeak, 1},
 };
 
 // What is left goes to these, in rounds.
-constexpr Share kGrowth[] = {{kHistory, 3}, {kNotes, 1}};
+constexpr Share kGrowth[] = {{WatchPart::kHistory, 3}, {WatchPart::kNotes, 1}};
 
 constexpr std::size_t kMostNotes = 12;  // with their rule
 
-using Heights = std::array<std::size_t, kPartCount>;
+// Rows of each part, from top to bottom.
+using Heights = std::map<WatchPart, std::size_t>;
 
-std::size_t MostRows(PartPlace part, std::size_t columns) {
-  if (part == kFigures)
+std::size_t MostRows(WatchPart part, std::size_t columns) {
+  if (part == WatchPart::kFigures)
     return FigureRows(columns);
-  return part == kNotes ? kMostNotes : std::numeric_limits<std::size_t>::max();
+  return part == WatchPart::kNotes ? kMostNotes : std::numeric_limits<std::size_t>::max();
 }
 
 Heights GiveRows(ScreenSize size) {
-  Heights heights{};
+  Heights heights;
   std::size_t left = size.rows;
-  const auto give = [&](PartPlace part, std::size_t rows) {
+  const auto give = [&](WatchPart part, std::size_t rows) {
     heights[part] += rows;
     left -= rows;
   };
@@ -123,12 +77,11 @@ TextScreen ComposeWatch(const WatchModel& model, const WatchLook& look, ScreenSi
     return TooSmall(size);
   TextScreen screen(size);
   const PartView view{model, look, now, screen};
-  const Heights heights = GiveRows(size);
   std::size_t row = 0;
-  for (std::size_t part = 0; part < kPartCount; ++part) {
-    if (heights[part] > 0)
-      kDraw[part](view, {row, heights[part]});
-    row += heights[part];
+  for (const auto& [part, count] : GiveRows(size)) {
+    if (count > 0)
+      DrawPart(part, view, {row, count});
+    row += count;
   }
   return screen;
 }

@@ -16,45 +16,22 @@ constexpr char kStop[] = "Stop";
 constexpr char kPause[] = "Pause";
 constexpr char kReset[] = "Reset";
 
+// In the order of ServiceState.
+constexpr StateWords kWords[] = {
+    {"NO SERVICE", "nobody publishes here", true},
+    {"WAITING", "connected, nothing said yet", false},
+    {"NOT STARTED", "nothing measured yet", false},
+    {"RUNNING", "", false},
+    {"PAUSED", "", false},
+    {"STOPPED", "", false},
+    {"SILENT", "no data: reporting is off, or it hangs", true},
+    {"DEAD", "the service is gone", true},
+};
+
 }  // namespace
 
-const char* StateName(ServiceState state) {
-  switch (state) {
-    case ServiceState::kAbsent:
-      return "NO SERVICE";
-    case ServiceState::kWaiting:
-      return "WAITING";
-    case ServiceState::kNotStarted:
-      return "NOT STARTED";
-    case ServiceState::kRunning:
-      return "RUNNING";
-    case ServiceState::kPaused:
-      return "PAUSED";
-    case ServiceState::kStopped:
-      return "STOPPED";
-    case ServiceState::kSilent:
-      return "SILENT";
-    case ServiceState::kDead:
-      return "DEAD";
-  }
-  return "";
-}
-
-const char* StateHint(ServiceState state) {
-  switch (state) {
-    case ServiceState::kAbsent:
-      return "nobody publishes here";
-    case ServiceState::kWaiting:
-      return "connected, nothing said yet";
-    case ServiceState::kNotStarted:
-      return "nothing measured yet";
-    case ServiceState::kSilent:
-      return "no data: reporting is off, or it hangs";
-    case ServiceState::kDead:
-      return "the service is gone";
-    default:
-      return "";
-  }
+const StateWords& WordsOf(ServiceState state) {
+  return kWords[static_cast<std::size_t>(state)];
 }
 
 void WatchModel::TakeData(const LoudnessMessage& message) {

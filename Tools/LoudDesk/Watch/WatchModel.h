@@ -9,7 +9,6 @@
 #include <optional>
 #include <string>
 
-#include "Acknowledgement.h"
 #include "ServiceMessages.h"
 
 namespace louddesk {
@@ -23,14 +22,17 @@ enum class ServiceState {
   kStopped,
   kSilent,  // no data, though nothing says that the measurement has stopped: reporting is off, or
             // the service hangs
-  kDead,    // it has published and does so no more
+  kDead,    // it has published and no longer does
 };
 
-/// The name of the state, for people.
-const char* StateName(ServiceState state);
+/// What people are told of a state.
+struct StateWords {
+  const char* name;
+  const char* hint;  // what it means, where the name does not say enough; otherwise empty
+  bool isAlarming;   // the service should say something and does not
+};
 
-/// What to do or to think of a state that the user may not expect; empty for the others.
-const char* StateHint(ServiceState state);
+const StateWords& WordsOf(ServiceState state);
 
 /// Data comes every 100 ms; whoever sends none for so long, from the last one on or from an answer
 /// on that lets it be expected, sends none at all.

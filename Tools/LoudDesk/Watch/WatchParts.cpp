@@ -33,31 +33,18 @@ constexpr double kLowestPeak = -60.0;
 constexpr double kHighestPeak = 3.0;
 constexpr double kPeakStep = 10.0;
 
+// Scales of the loudness bars, EBU Tech 3341, section 2.7, in LU.
 struct LuScale {
-  double low;   // LU
-  double high;  // LU
-  double step;  // LU
+  double low;
+  double high;
+  double step;
 };
 
 constexpr LuScale kPlus9 = {-18, 9, 3};
 constexpr LuScale kPlus18 = {-36, 18, 6};
 
-std::optional<double> Decibels(std::int16_t code, std::int16_t none, double scale) {
-  if (code == none)
-    return std::nullopt;
-  return code / scale;
-}
-
-std::optional<double> Loudness(std::int16_t code) {
-  return Decibels(code, kNoLoudnessCode, 10.0);
-}
-
-std::optional<double> Peak(std::int16_t code) {
-  return Decibels(code, kNoTruePeakCode, 100.0);
-}
-
 const LuScale& ScaleOf(const WatchLook& look) {
-  return look.scale == LoudnessScale::kPlus9 ? kPlus9 : kPlus18;
+  return look.scale == 9 ? kPlus9 : kPlus18;
 }
 
 ValueRange LuRange(const WatchLook& look) {
@@ -67,7 +54,7 @@ ValueRange LuRange(const WatchLook& look) {
 
 // A loudness relative to the target, for example "+1.5 LU"; empty without one.
 std::string RelativeText(std::int16_t code, double target) {
-  const auto value = Loudness(code);
+  const auto value = LoudnessOf(code);
   if (!value)
     return "";
   return fmt::format("{:+.1f} LU", *value - target);
@@ -95,10 +82,8 @@ void DrawRule(const PartView& view, std::size_t row, const std::string& title) {
   view.screen.Write(row, kMargin + 2, " " + title + " ", Ink::kPlain);
 }
 
-// A service that should say something and does not.
-bool IsAlarming(ServiceState state) {
-  return state == ServiceState::kAbsent || state == ServiceState::kSilent ||
-         state == ServiceState::kDead;
+const StateWords& StateIn(const PartView& view) {
+  return WordsOf(view.model.State(view.now));
 }
 
 std::string SourceText(const WatchModel& model) {
@@ -117,7 +102,7 @@ std::string AgeText(const PartView& view) {
 void DrawLoudness(const PartView& view, std::size_t row, const char* name, std::int16_t code) {
   const std::size_t columns = view.screen.Columns();
   const std::int16_t shown = view.model.IsLive(view.now) ? code : kNoLoudnessCode;
-  auto level = Loudness(shown);
+  auto level = LoudnessOf(shown);
   if (level)
     *level -= view.look.target;
   view.screen.Write(row, kMargin, name, Ink::kStrong);
@@ -157,9 +142,9 @@ std::array<Figure, kFigureCount> FiguresShown(const PartView& view) {
     return Figure{name, TenthsText(code), "LKFS", RelativeText(code, target), isAlert};
   };
   const auto isLoud = [target](std::int16_t code) {
-    return IsAbove(Loudness(code), target + kToleranceLu);
+    return IsAbove(LoudnessOf(code), target + kToleranceLu);
   };
-  const bool isHot = IsAbove(Peak(data.MaxTruePeak), kMaxPermittedPeak);
+  const bool isHot = IsAbove(TruePeakOf(data.MaxTruePeak), kMaxPermittedPeak);
   return {
       {loudness("Integrated loudness", data.Integrated, isLoud(data.Integrated)),
        {"Maximum true peak", HundredthsText(data.MaxTruePeak), "dBTP", isHot ? "OVER" : "", isHot},
@@ -193,7 +178,7 @@ std::string SpanText(std::size_t columns) {
 std::deque<std::optional<double>> RelativeHistory(const PartView& view) {
   std::deque<std::optional<double>> values;
   for (const std::int16_t code : view.model.History()) {
-    auto value = Loudness(code);
+    auto value = LoudnessOf(code);
     if (value)
       *value -= view.look.target;
     values.push_back(value);
@@ -214,8 +199,6 @@ void DrawAxis(const PartView& view, const CellArea& area) {
   }
 }
 
-}  // namespace
-
 void DrawHeader(const PartView& view, RowSpan rows) {
   TextScreen& screen = view.screen;
   const std::string place = "meter set " + std::to_string(view.look.meterSet) + ", cluster " +
@@ -224,24 +207,23 @@ void DrawHeader(const PartView& view, RowSpan rows) {
   if (isWide)
     screen.Write(rows.first, kMargin, "LoudDesk watch", Ink::kStrong);
   screen.Write(rows.first, isWide ? 18 : kMargin, place, Ink::kPlain);
-  const ServiceState state = view.model.State(view.now);
-  screen.WriteRight(rows.first, screen.Columns() - kMargin,
-                    std::string("  ") + StateName(state) + "  ",
-                    IsAlarming(state) ? Ink::kAlertBadge : Ink::kBadge);
+  const StateWords& state = StateIn(view);
+  screen.WriteRight(rows.first, screen.Columns() - kMargin, fmt::format("  {}  ", state.name),
+                    state.isAlarming ? Ink::kAlertBadge : Ink::kBadge);
 }
 
 void DrawStatus(const PartView& view, RowSpan rows) {
   std::string text = SourceText(view.model);
-  const std::string hint = StateHint(view.model.State(view.now));
-  if (!hint.empty())
-    text += text.empty() ? hint : "; " + hint;
+  const StateWords& state = StateIn(view);
+  if (*state.hint != '\0')
+    text += std::string("; ") + state.hint;
   const bool isBad = view.model.IsSourceValid() == std::optional<bool>(false);
   const std::string age = AgeText(view);
   const std::size_t columns = view.screen.Columns();
   const std::size_t room = columns - std::min(columns, age.size() + 2 * kMargin + 2);
   view.screen.Write(rows.first, kMargin, Shortened(text, room), isBad ? Ink::kAlert : Ink::kPlain);
   view.screen.WriteRight(rows.first, columns - kMargin, age,
-                         IsAlarming(view.model.State(view.now)) ? Ink::kAlert : Ink::kPlain);
+                         state.isAlarming ? Ink::kAlert : Ink::kPlain);
 }
 
 void DrawLoudnessScale(const PartView& view, RowSpan rows) {
@@ -262,7 +244,7 @@ void DrawPeakBar(const PartView& view, RowSpan rows) {
   const std::int16_t peak = isLive ? view.model.Data().TruePeak : kNoTruePeakCode;
   const std::int16_t held = isLive ? view.model.HeldPeak() : kNoTruePeakCode;
   view.screen.Write(rows.first, kMargin, "True peak", Ink::kStrong);
-  DrawBar(view.screen, BarRun(view, rows.first), kPeakRange, Peak(peak), Peak(held),
+  DrawBar(view.screen, BarRun(view, rows.first), kPeakRange, TruePeakOf(peak), TruePeakOf(held),
           view.look.glyphs);
   view.screen.WriteRight(rows.first, columns - kMargin - 5, HundredthsText(held), Ink::kStrong);
   view.screen.WriteRight(rows.first, columns - kMargin, "dBTP", Ink::kPlain);
@@ -276,14 +258,10 @@ void DrawPeakScale(const PartView& view, RowSpan rows) {
 }
 
 void DrawFiguresRule(const PartView& view, RowSpan rows) {
-  const bool isKnown = !IsAlarming(view.model.State(view.now));
-  DrawRule(view, rows.first,
-           fmt::format("{}; target {:.1f} LKFS", isKnown ? "Since the restart" : "Last known",
-                       view.look.target));
-}
-
-std::size_t FigureRows(std::size_t columns) {
-  return kFigureCount / FiguresAcross(columns);
+  DrawRule(
+      view, rows.first,
+      fmt::format("{}; target {:.1f} LKFS",
+                  StateIn(view).isAlarming ? "Last known" : "Since the restart", view.look.target));
 }
 
 void DrawFigures(const PartView& view, RowSpan rows) {
@@ -323,9 +301,26 @@ void DrawNotes(const PartView& view, RowSpan rows) {
 
 void DrawFooter(const PartView& view, RowSpan rows) {
   view.screen.Write(rows.first, kMargin, "q quits", Ink::kFaint);
-  view.screen.WriteRight(
-      rows.first, view.screen.Columns() - kMargin,
-      view.look.scale == LoudnessScale::kPlus9 ? "EBU +9 scale" : "EBU +18 scale", Ink::kFaint);
+  view.screen.WriteRight(rows.first, view.screen.Columns() - kMargin,
+                         fmt::format("EBU +{} scale", view.look.scale), Ink::kFaint);
+}
+
+void DrawNothing(const PartView&, RowSpan) {}
+
+// In the order of WatchPart.
+constexpr void (*kDraw[])(const PartView& view, RowSpan rows) = {
+    DrawHeader,      DrawStatus,  DrawNothing,   DrawLoudnessScale, DrawLoudnessBars,
+    DrawNothing,     DrawPeakBar, DrawPeakScale, DrawFiguresRule,   DrawFigures,
+    DrawHistoryPart, DrawNotes,   DrawFooter};
+
+}  // namespace
+
+void DrawPart(WatchPart part, const PartView& view, RowSpan rows) {
+  kDraw[static_cast<std::size_t>(part)](view, rows);
+}
+
+std::size_t FigureRows(std::size_t columns) {
+  return kFigureCount / FiguresAcross(columns);
 }
 
 }  // namespace louddesk

@@ -2,85 +2,133 @@
 
 #include "WatchViews.h"
 
+#include <optional>
+
+#include "Complaints.h"
 #include "FiguresText.h"
+#include "LiveLine.h"
+#include "Terminal.h"
 
 namespace louddesk {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr std::chrono::milliseconds kFirstMoments{500};
 
-// "NO SERVICE: nobody publishes here".
-std::string StateText(ServiceState state) {
-  const std::string hint = StateHint(state);
-  return StateName(state) + (hint.empty() ? "" : ": " + hint);
-}
+class RowView : public WatchView {
+ public:
+  using Row = std::string (*)(const LoudnessMessage& message, WallTime time);
+
+  RowView(std::ostream& out, std::ostream& errors, Row row)
+      : mOut(out), mComplaints(errors), mRow(row), mLast(Clock::now()) {}
+
+  void ShowData(const LoudnessMessage& message, WallTime time) override {
+    mLast = message.time;
+    mOut << mRow(message, time) << std::flush;
+  }
+
+  void Refresh(const WatchModel& model, WatchModel::Time now) override {
+    const bool isQuiet = now - mLast >= kSilenceAfter;
+    if (isQuiet == mIsQuiet)
+      return;
+    mIsQuiet = isQuiet;
+    mComplaints.Note(isQuiet ? "no loudness data comes (" + StateText(model.State(now)) + ")"
+                             : "loudness data comes now");
+  }
+
+ private:
+  // "NO SERVICE: nobody publishes here".
+  static std::string StateText(ServiceState state) {
+    const StateWords& words = WordsOf(state);
+    return std::string(words.name) + (*words.hint == '\0' ? "" : ": ") + words.hint;
+  }
+
+  std::ostream& mOut;
+  Complaints mComplaints;
+  Row mRow;
+  WatchModel::Time mLast;  // when the last message came; at first the beginning of the watch
+  bool mIsQuiet = false;   // as last told
+};
+
+class LineView : public WatchView {
+ public:
+  explicit LineView(std::ostream& out)
+      : mOut(out), mLine(out, TerminalColumns()), mStart(Clock::now()) {}
+
+  void ShowData(const LoudnessMessage& message, WallTime) override { mMessage = message; }
+
+  void ShowAnswer(const std::string& text, WallTime time) override { Write(time, text); }
+
+  void Refresh(const WatchModel& model, WatchModel::Time now) override {
+    ShowState(model.State(now), now);
+    if (!mMessage)
+      return;
+    const std::chrono::duration<double> seconds = mMessage->time - mStart;
+    mLine.Show(LiveText(seconds.count(), mMessage->data), mMessage->time);
+    mMessage.reset();
+  }
+
+ private:
+  // Nothing can have come in the first moments; that is not worth a line.
+  void ShowState(ServiceState state, WatchModel::Time now) {
+    const bool isEarly = state == ServiceState::kAbsent || state == ServiceState::kWaiting;
+    if (mShown == state || (isEarly && now - mStart < kFirstMoments))
+      return;
+    mShown = state;
+    Write(std::chrono::system_clock::now(), WordsOf(state).name);
+  }
+
+  void Write(WallTime time, const std::string& text) {
+    mOut << LocalClockText(time) << "  " << text << "\n" << std::flush;
+  }
+
+  std::ostream& mOut;
+  LiveLine mLine;
+  WatchModel::Time mStart;
+  std::optional<LoudnessMessage> mMessage;  // the last one since the last Refresh
+  std::optional<ServiceState> mShown;       // the state last written
+};
+
+class ScreenView : public WatchView {
+ public:
+  explicit ScreenView(const WatchLook& look) : mLook(look) { mLook.glyphs = mTerminal.Glyph(); }
+
+  void Refresh(const WatchModel& model, WatchModel::Time now) override {
+    mTerminal.Show(ComposeWatch(model, mLook, mTerminal.Size(), now));
+  }
+
+  bool HasKeys() const override { return mTerminal.HasKeys(); }
+
+  bool WantsEnd() override {
+    for (int key = mTerminal.ReadKey(); key != 0; key = mTerminal.ReadKey())
+      if (key == 'q' || key == 'Q')
+        return true;
+    return false;
+  }
+
+ private:
+  WatchLook mLook;
+  Terminal mTerminal;
+};
 
 }  // namespace
 
-RowView::RowView(std::ostream& out, std::ostream& errors, Style style, WatchModel::Time start)
-    : mOut(out), mComplaints(errors), mStyle(style), mLast(start) {
-  if (mStyle == Style::kCsv)
-    mOut << WatchCsvHeader() << std::flush;
+std::unique_ptr<WatchView> MakeCsvView(std::ostream& out, std::ostream& errors) {
+  out << WatchCsvHeader() << std::flush;
+  return std::make_unique<RowView>(out, errors, WatchCsvRow);
 }
 
-void RowView::ShowData(const LoudnessMessage& message, WallTime time) {
-  mLast = message.time;
-  mOut << (mStyle == Style::kCsv ? WatchCsvRow(message, time) : WatchJsonRow(message, time))
-       << std::flush;
+std::unique_ptr<WatchView> MakeJsonView(std::ostream& out, std::ostream& errors) {
+  return std::make_unique<RowView>(out, errors, WatchJsonRow);
 }
 
-void RowView::Refresh(const WatchModel& model, WatchModel::Time now) {
-  const bool isQuiet = now - mLast >= kSilenceAfter;
-  if (isQuiet == mIsQuiet)
-    return;
-  mIsQuiet = isQuiet;
-  mComplaints.Note(isQuiet ? "no loudness data comes (" + StateText(model.State(now)) + ")"
-                           : "loudness data comes now");
+std::unique_ptr<WatchView> MakeLineView(std::ostream& out) {
+  return std::make_unique<LineView>(out);
 }
 
-LineView::LineView(std::ostream& out, WatchModel::Time start)
-    : mOut(out), mLine(out, TerminalColumns()), mStart(start) {}
-
-void LineView::ShowData(const LoudnessMessage& message, WallTime) {
-  mMessage = message;
-}
-
-void LineView::ShowAnswer(const std::string& text, WallTime time) {
-  mOut << LocalClockText(time) << "  " << text << "\n" << std::flush;
-}
-
-void LineView::Refresh(const WatchModel& model, WatchModel::Time now) {
-  ShowState(model.State(now), now);
-  if (!mMessage)
-    return;
-  const std::chrono::duration<double> seconds = mMessage->time - mStart;
-  mLine.Show(LiveText(seconds.count(), mMessage->data), mMessage->time);
-  mMessage.reset();
-}
-
-// The first moments, in which nothing can have come yet, are no state worth a line.
-void LineView::ShowState(ServiceState state, WatchModel::Time now) {
-  const bool isEarly = state == ServiceState::kAbsent || state == ServiceState::kWaiting;
-  if (mShown == state || (isEarly && now - mStart < kFirstMoments))
-    return;
-  mShown = state;
-  mOut << LocalClockText(std::chrono::system_clock::now()) << "  " << StateName(state) << "\n"
-       << std::flush;
-}
-
-ScreenView::ScreenView(const WatchLook& look) : mLook(look) {
-  mLook.glyphs = mTerminal.Glyph();
-}
-
-void ScreenView::Refresh(const WatchModel& model, WatchModel::Time now) {
-  mTerminal.Show(ComposeWatch(model, mLook, mTerminal.Size(), now));
-}
-
-bool ScreenView::WantsEnd() {
-  for (int key = mTerminal.ReadKey(); key != 0; key = mTerminal.ReadKey())
-    if (key == 'q' || key == 'Q')
-      return true;
-  return false;
+std::unique_ptr<WatchView> MakeScreenView(const WatchLook& look) {
+  return std::make_unique<ScreenView>(look);
 }
 
 }  // namespace louddesk

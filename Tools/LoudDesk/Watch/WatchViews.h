@@ -2,13 +2,10 @@
 
 #pragma once
 
-#include <optional>
+#include <memory>
 #include <ostream>
 #include <string>
 
-#include "Complaints.h"
-#include "LiveLine.h"
-#include "Terminal.h"
 #include "WatchLayout.h"
 #include "WatchRows.h"
 
@@ -21,69 +18,26 @@ class WatchView {
   /// A well-formed loudness message, and when it came.
   virtual void ShowData(const LoudnessMessage&, WallTime) {}
 
-  /// An answer that is no republication, in the words of AnswerText.
+  /// An answer that is not a republication, in the words of AnswerText.
   virtual void ShowAnswer(const std::string&, WallTime) {}
 
   /// Called after the messages, at least ten times a second.
   virtual void Refresh(const WatchModel&, WatchModel::Time) {}
 
-  /// Whether keys are to be waited for, and whether one has asked for the end.
+  /// Whether to wait for keys, and whether one has asked for the end.
   virtual bool HasKeys() const { return false; }
   virtual bool WantsEnd() { return false; }
 };
 
-/// Rows of CSV or JSON. That none comes for a second is told apart from them, once, and when it
-/// comes again.
-class RowView : public WatchView {
- public:
-  enum class Style { kCsv, kJson };
-
-  /// Writes the header of CSV at once. Rows go to `out`, all else to `errors`.
-  RowView(std::ostream& out, std::ostream& errors, Style style, WatchModel::Time start);
-
-  void ShowData(const LoudnessMessage& message, WallTime time) override;
-  void Refresh(const WatchModel& model, WatchModel::Time now) override;
-
- private:
-  std::ostream& mOut;
-  Complaints mComplaints;
-  Style mStyle;
-  WatchModel::Time mLast;  // when the last message came, or they were begun to be waited for
-  bool mIsQuiet = false;   // as last told
-};
+/// Rows for other programs on `out`, with the header of CSV at once. That no row comes for a second
+/// is a line on `errors`, once, and so is that they come again.
+std::unique_ptr<WatchView> MakeCsvView(std::ostream& out, std::ostream& errors);
+std::unique_ptr<WatchView> MakeJsonView(std::ostream& out, std::ostream& errors);
 
 /// Lines for people: figures once a second, answers and changes of state as they come.
-class LineView : public WatchView {
- public:
-  LineView(std::ostream& out, WatchModel::Time start);
+std::unique_ptr<WatchView> MakeLineView(std::ostream& out);
 
-  void ShowData(const LoudnessMessage& message, WallTime time) override;
-  void ShowAnswer(const std::string& text, WallTime time) override;
-  void Refresh(const WatchModel& model, WatchModel::Time now) override;
-
- private:
-  void ShowState(ServiceState state, WatchModel::Time now);
-
-  std::ostream& mOut;
-  LiveLine mLine;
-  WatchModel::Time mStart;
-  std::optional<LoudnessMessage> mMessage;  // the last one since the last Refresh
-  std::optional<ServiceState> mShown;       // the state last written
-};
-
-/// The meter in the terminal's window.
-class ScreenView : public WatchView {
- public:
-  /// Throws TerminalError.
-  explicit ScreenView(const WatchLook& look);
-
-  void Refresh(const WatchModel& model, WatchModel::Time now) override;
-  bool HasKeys() const override { return mTerminal.HasKeys(); }
-  bool WantsEnd() override;
-
- private:
-  WatchLook mLook;
-  Terminal mTerminal;
-};
+/// The meter in the terminal's window. Throws TerminalError.
+std::unique_ptr<WatchView> MakeScreenView(const WatchLook& look);
 
 }  // namespace louddesk

@@ -13,7 +13,6 @@
 
 #include "Isolation.h"
 #include "MqNames.h"
-#include "PresetBuilder.h"
 #include "ProbeMatrixConf.h"
 #include "UnitDocuments.h"
 
@@ -24,7 +23,6 @@ using louddesk::Frames;
 using louddesk::kAllPeers;
 using louddesk::Patience;
 using louddesk::Peer;
-using louddesk::PresetBuilder;
 using louddesk::UnitStandIn;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -285,17 +283,15 @@ TEST(ServiceMessagesTest, FramesThatAreNoLogDocumentAreKeptAsText) {
   EXPECT_EQ("1|HwMana|ERROR|text", line.message);
 }
 
-TEST(PresetBuilderTest, WritesWhatTheServiceReads) {
+TEST(PresetDocumentTest, IsWhatTheServiceReads) {
   cProbeMatrixConf preset(32);
-  const std::string json = PresetBuilder()
-                               .Cluster(1, 0)
-                               .Cluster(3, 2, "Stereo")
-                               .Meter(3, "Left", 5)
-                               .Meter(4, "Right", 6, "MADI")
-                               .Name("News", "Evening", "Studio \"1\"")
-                               .SystemClock("AES")
-                               .Repub(true)
-                               .Json();
+  louddesk::Preset document;
+  document.clusters = {{1, 0}, {3, 2, "Stereo"}};
+  document.meters = {{3, "Left", 5}, {4, "Right", 6, "MADI"}};
+  document.name = {"News", "Evening", "Studio \"1\""};
+  document.clock = "AES";
+  document.isRepublished = true;
+  const std::string json = document.Json();
   ASSERT_EQ(1, preset.ParsePreset(json.c_str(), true, false, 0, nullptr)) << json;
   EXPECT_EQ(5, preset.GetChannel(2, 0));
   EXPECT_EQ(SIT_AES, preset.GetInputType(2));
@@ -307,7 +303,7 @@ TEST(PresetBuilderTest, WritesWhatTheServiceReads) {
   EXPECT_TRUE(preset.mbRepub);
 }
 
-TEST(PresetBuilderTest, SpeakersFillTheMetersOfOneCluster) {
+TEST(PresetDocumentTest, SpeakersFillTheMetersOfOneCluster) {
   cProbeMatrixConf preset(32);
   const std::string json = louddesk::PresetForSpeakers({"Center", "LeftSurround"}, 3).Json();
   ASSERT_EQ(1, preset.ParsePreset(json.c_str(), true, false, 0, nullptr)) << json;

@@ -235,7 +235,7 @@ TEST_F(SendCommandTest, ServiceOfAnotherClusterIsOneLine) {
 
 TEST_F(SendCommandTest, EndpointInUseIsOneLine) {
   mUnit.Open(Peer::kMainAppServer);
-  ExpectRefused({"enable"}, "sending needs the place of the application server: cannot bind " +
+  ExpectRefused({"enable"}, "sending needs the endpoint of the application server: cannot bind " +
                                 mUnit.EndpointOf(Peer::kMainAppServer) + ": the port is in use; ");
 }
 

@@ -105,7 +105,7 @@ TEST_F(WatchLayoutTest, TargetMovesTheScale) {
 TEST_F(WatchLayoutTest, ScalesReachAsFarAsTheirNames) {
   Take();
   EXPECT_THAT(Line("LU"), testing::AllOf(HasSubstr("-18 "), HasSubstr("+9")));
-  mLook.scale = louddesk::LoudnessScale::kPlus18;
+  mLook.scale = 18;
   EXPECT_THAT(Line("LU"), testing::AllOf(HasSubstr("-36 "), HasSubstr("+18")));
 }
 
