@@ -12,7 +12,8 @@ BlockStream::BlockStream(std::string name, std::unique_ptr<SampleSource> source)
       mMeter(mSource->Channels(), mSource->SampleRate()),
       mSamples(mMeter.MaxFramesInBlock() * mSource->Channels()) {}
 
-// What is left behind the last whole block is no block, but a bad sample in it is one all the same.
+// Less than a block is left after the last whole one. It is not measured, but a bad sample in it is
+// still an error.
 bool BlockStream::Next(BlockReading& block) {
   const std::size_t frames = mMeter.FramesInNextBlock();
   const std::size_t got = mSource->Read(mSamples.data(), frames);

@@ -105,7 +105,8 @@ std::uint64_t BlockMeter::FirstFrameOf(std::uint64_t block) const {
   return block * mSampleRate / kBlocksPerSecond;
 }
 
-// Looked for in the whole block at once, without a branch a sample; where it is matters only if.
+// A first pass over the block, without a branch per sample, tells whether there is one; only then
+// is its place looked for.
 std::optional<BadSample> BlockMeter::FindBadSample(const double* samples,
                                                    std::size_t frames) const {
   constexpr double kLargestNumber = std::numeric_limits<double>::max();

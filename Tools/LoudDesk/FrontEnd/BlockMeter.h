@@ -19,7 +19,7 @@ namespace louddesk {
 constexpr int kLowestSampleRate = 8000;
 constexpr int kHighestSampleRate = 192000;
 
-/// Where a sample stands that is no number.
+/// The place of a sample that is not a number.
 struct BadSample {
   std::size_t channel;  // counted from zero
   std::uint64_t frame;  // counted from zero at the beginning of the stream

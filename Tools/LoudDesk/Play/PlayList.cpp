@@ -34,7 +34,7 @@ struct ToneValues {
   double level;  // dBFS, peak
 };
 
-// A whole text that is a number; infinities and what is no number are neither.
+// Nothing unless the whole text is a finite number.
 std::optional<double> NumberIn(const std::string& text) {
   double value = 0.0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -159,20 +159,20 @@ std::vector<Playable> MakePlayList(const PlayListOptions& options) {
 std::string CheckTone(const std::string& text) {
   if (ToneIn(text))
     return "";
-  return "\"" + text + "\" is no tone; give FREQ,LEVEL of " + RangeText(kFrequencies, "Hz") +
+  return "\"" + text + "\" is not a tone; give FREQ,LEVEL of " + RangeText(kFrequencies, "Hz") +
          " and " + RangeText(kToneLevels, "dBFS");
 }
 
 std::string CheckNoise(const std::string& text) {
   if (NoiseIn(text))
     return "";
-  return "\"" + text + "\" is no level of a noise; give " + RangeText(kNoiseLevels, "dBFS rms");
+  return "\"" + text + "\" is not a noise level; give " + RangeText(kNoiseLevels, "dBFS rms");
 }
 
 std::string CheckTestSignal(const std::string& id) {
   if (!TestSignalsOf(id).empty())
     return "";
-  std::string complaint = "\"" + id + "\" is no case that can be played; there are";
+  std::string complaint = "\"" + id + "\" is not a case that can be played; there are";
   for (const ComplianceCase& known : ComplianceCases())
     if (!known.runs.empty())
       complaint += " " + known.id;

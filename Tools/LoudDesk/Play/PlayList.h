@@ -53,8 +53,8 @@ std::string CheckTone(const std::string& text);
 /// full scale.
 std::string CheckNoise(const std::string& text);
 
-/// The same for the identifier of a test signal of `LoudDesk verify` that is no recording, or that
-/// of a document, which means all of its own. The line names them all.
+/// The same for the identifier of a test signal of `LoudDesk verify` that is not a recording, or
+/// that of a document, which means all of its own. The line names them all.
 std::string CheckTestSignal(const std::string& id);
 
 }  // namespace louddesk

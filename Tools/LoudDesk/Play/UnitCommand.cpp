@@ -9,6 +9,7 @@
 #include <iostream>
 #include <memory>
 
+#include "Complaints.h"
 #include "NumberCheck.h"
 #include "PlayList.h"
 #include "UnitPlayer.h"
@@ -16,7 +17,6 @@
 namespace louddesk {
 namespace {
 
-constexpr char kErrorPrefix[] = "LoudDesk: ";
 constexpr std::size_t kUsualColumns = 80;
 
 constexpr double kSlowestSpeed = 0.01;
@@ -35,21 +35,21 @@ constexpr char kFooter[] =
     "  LoudDesk unit --noise -20 --duration 10 --case 3341-5 --loop\n"
     "  (sleep 5; echo pause; sleep 5; echo play) | LoudDesk unit --tone 997,-23\n"
     "\n"
-    "The places of the unit's application servers, hardware manager, process\n"
-    "monitor, log sink and signal processor must be free. The figures shown are those\n"
-    "that the service publishes: momentary (M), short-term (S) and integrated (I)\n"
-    "loudness, loudness range (LRA) and true peak (TP); - stands for no reading.\n"
-    "Integrated and programme loudness and the range are refreshed once a second: at\n"
-    "the end they may lack the last second, which in a file of a few seconds shows\n"
-    "beside LoudDesk measure. The lowest true peak published is -90.31 dBTP, also of\n"
-    "silence, for which LoudDesk measure has none.\n"
+    "No other program may use the endpoints of the unit's application servers,\n"
+    "hardware manager, process monitor, log sink and signal processor. The figures\n"
+    "shown are those that the service publishes: momentary (M), short-term (S) and\n"
+    "integrated (I) loudness, loudness range (LRA) and true peak (TP); - stands for\n"
+    "no reading. Integrated and programme loudness and the range are refreshed once a\n"
+    "second: at the end they may lack the last second, which in a file of a few\n"
+    "seconds shows in comparison with LoudDesk measure. The lowest true peak\n"
+    "published is -90.31 dBTP, also of silence, for which LoudDesk measure has none.\n"
     "\n"
     "Files are played first, then tones, noises and cases, each in the order given.\n"
-    "Tones and noises are stereo, at 48 kHz; levels are dBFS, of a tone its peak, of\n"
-    "a noise its rms. Without --duration they last until Ctrl-C. Cases are those of\n"
-    "LoudDesk verify but the recordings; 3341 means all of that document. Sources of\n"
-    "the same speakers are measured on; others start a new measurement, and so does\n"
-    "each signal of a case.\n"
+    "Tones and noises are stereo, at 48 kHz; levels in dBFS are the peak of a tone\n"
+    "and the rms of a noise. Without --duration they last until Ctrl-C. Cases are\n"
+    "those of LoudDesk verify, without the recordings; 3341 means all of that\n"
+    "document. A source of the same speakers continues the measurement; one of others\n"
+    "starts it anew, and so does each signal of a case.\n"
     "\n"
     "While something is played, the service takes orders: lines with one of these\n"
     "words or letters, typed or from a pipe or file. An order is shown, and what the\n"
@@ -59,7 +59,7 @@ constexpr char kFooter[] =
     "  pause (p)          reset (r)          reporting off (-)\n"
     "  play (y)           print (i)          help (h)           quit (q)\n"
     "print makes the service print the order on its own console. With reporting off,\n"
-    "orders wait. The service is in the mode Manual, in which a stop is obeyed; it\n"
+    "orders wait. The service is in the mode Manual, in which it stops on command; it\n"
     "also stops when reset in a pause.\n"
     "\n"
     "Ctrl-C and quit end with the figures so far and the status 0. The status is 1\n"
@@ -87,17 +87,15 @@ std::string CheckMeterSet(const std::string& value) {
   return value == "1" ? "" : "only a service of meter set 1 takes presets and raw data from a unit";
 }
 
-bool AllCanBePlayed(const std::vector<Playable>& list) {
-  bool result = true;
+// Complains of everything that cannot be opened.
+void TryAll(const std::vector<Playable>& list, Complaints& complaints) {
   for (const Playable& playable : list) {
     try {
       playable.open();
     } catch (const AudioFileError& error) {
-      std::cerr << kErrorPrefix << error.what() << "\n";
-      result = false;
+      complaints.Add(error.what());
     }
   }
-  return result;
 }
 
 void PlayAll(UnitPlayer& player, const std::vector<Playable>& list, bool isLooped) {
@@ -122,8 +120,10 @@ std::vector<Playable> ListOf(const PlayListOptions& options) {
 
 int PlayUnit(const std::vector<Playable>& list, bool isLooped, const PlayerOptions& options) {
   HoldStandardInput();
-  if (!AllCanBePlayed(list))
-    return 1;
+  Complaints complaints(std::cerr);
+  TryAll(list, complaints);
+  if (complaints.Status() != 0)
+    return complaints.Status();
   try {
     UnitPlayer player(options, std::cout, ColumnsOfTerminal());
     player.Connect();
@@ -131,10 +131,9 @@ int PlayUnit(const std::vector<Playable>& list, bool isLooped, const PlayerOptio
     PlayAll(player, list, isLooped);
     player.Finish();
   } catch (const std::runtime_error& error) {
-    std::cerr << kErrorPrefix << error.what() << "\n";
-    return 1;
+    complaints.Add(error.what());
   }
-  return 0;
+  return complaints.Status();
 }
 
 void AddSourceOptions(CLI::App* command, const std::shared_ptr<PlayListOptions>& sources) {
@@ -157,7 +156,9 @@ void AddPlayerOptions(CLI::App* command, const std::shared_ptr<PlayerOptions>& p
   command->add_option("--speed", player->speed, "Times real time")
       ->capture_default_str()
       ->check(Between(kSlowestSpeed, kFastestSpeed));
-  command->add_option("--meter-set", player->meterSet, "Meter set of the service; no other is fit")
+  command
+      ->add_option("--meter-set", player->meterSet,
+                   "Meter set of the service; only 1 can be played to")
       ->capture_default_str()
       ->check(CheckMeterSet);
   command->add_option("--cluster", player->cluster, "Cluster of the service")
@@ -180,7 +181,8 @@ void AddUnitCommand(CLI::App& app, int& status) {
   AddPlayerOptions(command, player);
   CLI::Option* speakersOption =
       command
-          ->add_option("--speakers", *speakers, "Speaker of each channel of the files, with commas")
+          ->add_option("--speakers", *speakers,
+                       "Speakers of the channels of each file, comma-separated")
           ->check(CheckSpeakers);
   command->footer(kFooter);
   command->callback([=, &status] {

@@ -32,7 +32,7 @@ class PlayError : public std::runtime_error {
 
 class UnitPlayer {
  public:
-  /// Takes the places of the service's peers. Throws `BindError`.
+  /// Opens the endpoints of the service's peers. Throws `BindError`.
   UnitPlayer(const PlayerOptions& options, std::ostream& out, TerminalColumns columns);
 
   /// Waits until the service has subscribed and switches its reporting on. Throws `ServiceError`

@@ -15,7 +15,8 @@ namespace {
 // Side of the inner drawing in its own units; a tenth of one is less than a pixel anywhere.
 constexpr double kInnerSide = 1000.0;
 
-// What a plot is as wide as on a screen of 320 pixels, and what its labels take there at most.
+// Width of a plot on a screen of 320 pixels, and the most that a letter and a gap of its labels
+// take there.
 constexpr double kNarrowestWidth = 224.0;
 constexpr double kLetterWidth = 7.0;
 constexpr double kLabelGap = 3.0;

@@ -21,7 +21,7 @@ double Amplitude(double levelDb) {
   return std::pow(10.0, levelDb / 20.0);
 }
 
-// Samples of the nominal rate times four that make one of the rate.
+// How many samples at four times the nominal rate become one at the sample rate.
 int FourfoldSamplesPerSample(int sampleRate) {
   switch (OversamplingFor(sampleRate)) {
     case Oversampling::kFour:

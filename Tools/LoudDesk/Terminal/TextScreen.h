@@ -41,7 +41,7 @@ class TextScreen {
   /// Writes one cell; outside the screen nothing.
   void Put(std::size_t row, std::size_t column, char32_t glyph, Ink ink);
 
-  /// Writes text from `column` on, one cell a character; bytes that are no printable ASCII become
+  /// Writes text from `column` on, one cell a character; bytes that are not printable ASCII become
   /// '?'. What does not fit is cut.
   void Write(std::size_t row, std::size_t column, const std::string& text, Ink ink);
 

@@ -9,8 +9,7 @@ namespace louddesk {
 
 using NumberCheck = std::function<std::string(const std::string&)>;
 
-/// A number from `low` to `high`. Nothing that is no number gets through, as "nan" does through the
-/// comparison of `CLI::Range`.
+/// A number from `low` to `high`. Refuses "nan", which `CLI::Range` lets through.
 NumberCheck Between(double low, double high);
 
 /// A whole number of at least 1, as far as the machine counts.

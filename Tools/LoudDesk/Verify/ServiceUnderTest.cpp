@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "FiguresText.h"
 #include "LoudCalcBase.h"
 
 namespace louddesk {
@@ -34,16 +35,6 @@ static_assert(kMarks > kMostUnsettled);
 std::int16_t CodeOfPeak(std::uint32_t peak) {
   return static_cast<std::int16_t>(
       std::lround(GetTruePeak(static_cast<std::uint16_t>(peak)) * 100));
-}
-
-std::optional<double> FromCode(std::int16_t code, std::int16_t noReading, double steps) {
-  if (code == noReading)
-    return std::nullopt;
-  return code / steps;
-}
-
-std::optional<double> FromTenths(std::int16_t code) {
-  return FromCode(code, kNoLoudnessCode, 10.0);
 }
 
 }  // namespace
@@ -87,14 +78,14 @@ MeterReadings ServiceUnderTest::Read() {
     Settle();
   MeterReadings readings;
   if (mSubject == Subject::kTruePeak) {
-    readings.maxTruePeak = FromCode(mPublished.MaxTruePeak, kNoTruePeakCode, 100.0);
+    readings.maxTruePeak = TruePeakOf(mPublished.MaxTruePeak);
     return readings;
   }
-  readings.momentary = FromTenths(mPublished.Momentary);
-  readings.shortTerm = FromTenths(mPublished.ShortTerm);
-  readings.integrated = FromTenths(mPublished.Integrated);
+  readings.momentary = LoudnessOf(mPublished.Momentary);
+  readings.shortTerm = LoudnessOf(mPublished.ShortTerm);
+  readings.integrated = LoudnessOf(mPublished.Integrated);
   readings.lra = mPublished.Lra / 10.0;
-  readings.maxMomentary = FromTenths(mPublished.MaxMomentary);
+  readings.maxMomentary = LoudnessOf(mPublished.MaxMomentary);
   return readings;
 }
 

@@ -19,7 +19,7 @@ namespace louddesk {
 /// measurements of loudness have no true peak, and those of the true peak no loudness.
 class ServiceUnderTest : public MeterUnderTest {
  public:
-  /// Takes the places of the service's peers. Throws `BindError` when another has one.
+  /// Opens the endpoints of the service's peers. Throws `BindError` when one is in use.
   explicit ServiceUnderTest(unsigned cluster);
 
   /// Waits until the service has subscribed and switches its reporting on. Throws `ServiceError`.

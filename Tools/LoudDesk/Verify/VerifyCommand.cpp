@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "BlockMeter.h"
+#include "Complaints.h"
 #include "NumberCheck.h"
 #include "PageFile.h"
 #include "ServiceUnderTest.h"
@@ -18,8 +19,6 @@
 
 namespace louddesk {
 namespace {
-
-constexpr char kErrorPrefix[] = "LoudDesk: ";
 
 // What a shell makes of a program that Ctrl-C has ended, as it ends a verification of the engine.
 constexpr int kInterruptedStatus = 128 + SIGINT;
@@ -51,9 +50,10 @@ constexpr char kFooter[] =
     "sample rates of their own. Docs/COMPLIANCE.md explains every row, and so does\n"
     "the report, one page with plots for any browser.\n"
     "With --service the signals go as raw blocks to a running service, LoudCalc -m 1\n"
-    "-c 1, and the figures are those that it publishes. The places of its peers must\n"
-    "be free, as for LoudDesk unit. Figures that must be seen at every block, as in\n"
-    "the cases 3341-9 to 3341-12, take real time: all cases take about five minutes.\n"
+    "-c 1, and the figures are those that it publishes. No other program may use the\n"
+    "endpoints of its peers, as with LoudDesk unit. Figures that are needed at every\n"
+    "block, as in the cases 3341-9 to 3341-12, take real time: all cases take about\n"
+    "five minutes.\n"
     "The status is 1 when a figure failed or could not be measured, or the report not\n"
     "written, and 130 after Ctrl-C.\n";
 
@@ -65,7 +65,7 @@ std::string CheckCase(const std::string& id) {
   });
   if (isKnown)
     return "";
-  std::string complaint = "\"" + id + "\" is no case; there are";
+  std::string complaint = "\"" + id + "\" is not a case; there are";
   for (const ComplianceCase& known : cases)
     complaint += " " + known.id;
   return complaint;
@@ -98,8 +98,9 @@ int VerifyService(VerifyOptions options, const ServiceOptions& serviceOptions) {
     meter.Connect(Patience{std::llround(serviceOptions.wait * 1000.0)});
     return Verify(options, meter, std::cout, std::cerr);
   } catch (const std::runtime_error& error) {
-    std::cerr << kErrorPrefix << error.what() << "\n";
-    return zsys_interrupted ? kInterruptedStatus : 1;
+    Complaints complaints(std::cerr);
+    complaints.Add(error.what());
+    return zsys_interrupted ? kInterruptedStatus : complaints.Status();
   }
 }
 

@@ -181,7 +181,7 @@ double MaxTruePeakOf(const Ebur128& meter) {
   return 20.0 * std::log10(largest);
 }
 
-Figures PublishedCodes(const Ebur128& meter) {
+Figures FiguresOf(const Ebur128& meter) {
   Figures figures;
   EXPECT_EQ(ebur128_loudness_global(meter.get(), &figures.integrated), EBUR128_SUCCESS);
   EXPECT_EQ(ebur128_loudness_range(meter.get(), &figures.lra), EBUR128_SUCCESS);
@@ -219,7 +219,7 @@ Measured MeasuredByEbur128(const std::string& path) {
     if (frames == block)
       measured.points.push_back(PointOf(meter));
   }
-  measured.figures = PublishedCodes(meter);
+  measured.figures = FiguresOf(meter);
   return measured;
 }
 

@@ -100,7 +100,7 @@ TEST(PlayListTest, OtherTonesAreRefusedWithTheRanges) {
                            "997,-23dB", "0.9,-23", "20001,-23", "-997,-23", "997,0.1", "997,-121",
                            "nan,-23", "997,nan", "inf,-23", "997,-inf", "tone,-23", "0x3e5,-23"})
     EXPECT_EQ("\"" + std::string(text) +
-                  "\" is no tone; give FREQ,LEVEL of 1 to 20000 Hz and -120 to 0 dBFS",
+                  "\" is not a tone; give FREQ,LEVEL of 1 to 20000 Hz and -120 to 0 dBFS",
               CheckTone(text));
 }
 
@@ -111,7 +111,7 @@ TEST(PlayListTest, NoisesWithinTheirRangeAreTaken) {
 
 TEST(PlayListTest, OtherNoisesAreRefusedWithTheRange) {
   for (const char* text : {"", "-4.9", "-121", "0", "nan", "-inf", "loud", "-20,-20", " -20"})
-    EXPECT_EQ("\"" + std::string(text) + "\" is no level of a noise; give -120 to -5 dBFS rms",
+    EXPECT_EQ("\"" + std::string(text) + "\" is not a noise level; give -120 to -5 dBFS rms",
               CheckNoise(text));
 }
 
@@ -125,7 +125,7 @@ TEST(PlayListTest, UnknownCaseIsRefusedWithThoseThatThereAre) {
   for (const char* id : {"", "334", "3341-", "3341-99", "3341-7", "3342-6"}) {
     const std::string complaint = CheckTestSignal(id);
     EXPECT_THAT(complaint, testing::StartsWith("\"" + std::string(id) +
-                                               "\" is no case that can be played; there are "));
+                                               "\" is not a case that can be played; there are "));
     for (const louddesk::ComplianceCase& known : louddesk::ComplianceCases())
       EXPECT_EQ(!known.runs.empty(),
                 (complaint + " ").find(" " + known.id + " ") != std::string::npos)

@@ -201,10 +201,10 @@ TEST_P(UnitSourceOptionTest, IsRefused) {
   EXPECT_THAT(mDesk->StandardError(), HasSubstr(GetParam().text));
 }
 
-constexpr char kToneText[] = "is no tone; give FREQ,LEVEL of 1 to 20000 Hz and -120 to 0 dBFS";
-constexpr char kNoiseText[] = "is no level of a noise; give -120 to -5 dBFS rms";
+constexpr char kToneText[] = "is not a tone; give FREQ,LEVEL of 1 to 20000 Hz and -120 to 0 dBFS";
+constexpr char kNoiseText[] = "is not a noise level; give -120 to -5 dBFS rms";
 constexpr char kCaseText[] =
-    "is no case that can be played; there are 1770-gain 1770-level 3341-1 ";
+    "is not a case that can be played; there are 1770-gain 1770-level 3341-1 ";
 
 INSTANTIATE_TEST_SUITE_P(
     Options, UnitSourceOptionTest,

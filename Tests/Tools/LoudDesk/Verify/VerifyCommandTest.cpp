@@ -150,9 +150,10 @@ TEST_F(VerifyCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
     const char* arguments;
     const char* complaint;
   } const cases[] = {
-      {"--case 3341-24", "--case: \"3341-24\" is no case; there are 1770-gain 1770-level 3341-1 "},
-      {"--case 334", "\"334\" is no case"},
-      {"--case ''", "\"\" is no case"},
+      {"--case 3341-24",
+       "--case: \"3341-24\" is not a case; there are 1770-gain 1770-level 3341-1 "},
+      {"--case 334", "\"334\" is not a case"},
+      {"--case ''", "\"\" is not a case"},
       {"--rate 7999", "--rate: Value 7999 not in range 8000 to 192000"},
       {"--rate 192001", "not in range"},
       {"--rate fast", "--rate"},
