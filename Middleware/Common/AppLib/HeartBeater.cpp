@@ -100,6 +100,7 @@ bool cHeartBeater::ConnectMqOverIpc() {
 bool cHeartBeater::SendBeat() {
   if (pPushSocket == nullptr || !mbIsValidJson)
     return false;
+  mLink.TakeNote();
   if (MqSendFirstText(pPushSocket, kHeartBeatTopic) == -1) {
     LOUDCALC_LOG(Log(), Error, "\"Failed to send HB Topic.\"");
     return false;
@@ -114,6 +115,7 @@ bool cHeartBeater::SendBeat() {
 void cHeartBeater::RequestRepub() {
   if (pPushSocket == nullptr || !mbIsValidJson)
     return;
+  mLink.TakeNote();
   if (MqSendOnlyText(pPushSocket, kRepublicationTopic) == -1)
     LOUDCALC_LOG(Log(), Error, "\"Failed to send HB Topic.\"");
 }
@@ -174,6 +176,7 @@ void cHeartBeater::SendAppCommand(int command) {
   if (pPushSocket == nullptr)
     return;
   try {
+    mLink.TakeNote();
     rapidjson::StringBuffer text;
     if (!WriteAppCommand(text, command))
       LOUDCALC_LOG(Log(), Error, "\"Failed to prepare app cmd toipic.\"");

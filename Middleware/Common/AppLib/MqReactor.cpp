@@ -257,6 +257,8 @@ bool MqReactor::StartLoop(MqDataType_e type) {
   if (mlTimers > 0)
     zloop_set_max_timers(mpLoop, mlMaxTimers);
   LOUDCALC_ASSERT(ret == true, "ret == true");
+  PollLinkEvents(mLinks);
+  PollLinkEvents(mBinLinks);
   // Every handled signal makes the loop return 0. Only an interrupt is meant to end it; timers keep
   // their times when it is started again.
   int rc = 0;
@@ -271,6 +273,20 @@ bool MqReactor::StartLoop(MqDataType_e type) {
 
 void MqReactor::ReportRenewal(const char* endpoint) {
   LOUDCALC_LOG(Log(), Warn, "\"Connection to %s broke the protocol, connecting again\"", endpoint);
+}
+
+// So that a loop whose links nobody tends does not keep what happens to them for ever.
+void MqReactor::PollLinkEvents(MqLinkWatch& links) {
+  zmq_pollitem_t item = links.PollItem();
+  if (item.socket == nullptr)
+    return;
+  const auto takeNote = [](zloop_t*, zmq_pollitem_t*, void* watch) {
+    static_cast<MqLinkWatch*>(watch)->TakeNote();
+    return 0;
+  };
+  zloop_poller_end(mpLoop, &item);
+  zloop_poller(mpLoop, &item, takeNote, &links);
+  zloop_poller_set_tolerant(mpLoop, &item);
 }
 
 void MqReactor::TendLinks() {
@@ -365,6 +381,9 @@ zsock_t* MqReactor::UsableSock(bool binary) const {
 void MqReactor::Destroy(bool binary) {
   zsock_t* socket = UsableSock(binary);
   MqLinkWatch& links = binary ? mBinLinks : mLinks;
+  zmq_pollitem_t events = links.PollItem();
+  if (events.socket != nullptr && mpLoop != nullptr)
+    zloop_poller_end(mpLoop, &events);
   if (socket != nullptr)
     links.Stop();
   else

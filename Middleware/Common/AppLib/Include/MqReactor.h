@@ -173,6 +173,7 @@ class MqReactor {
 
   template <typename Operation>
   static bool Guarded(Operation operation);
+  void PollLinkEvents(MqLinkWatch& links);
   void TendAfterReading(bool binary);
   static void ReportRenewal(const char* endpoint);
   static bool IsTopicTooLong(zmsg_t* message);

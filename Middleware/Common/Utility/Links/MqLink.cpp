@@ -112,7 +112,9 @@ void MqLinkWatch::StopWithoutSocket() {
   mLinks.clear();
 }
 
-void MqLinkWatch::TakeEvents() {
+void MqLinkWatch::TakeNote() {
+  if (mpEvents == nullptr)
+    return;
   std::string event;
   std::string endpoint;
   while (TakeFrame(mpEvents, event) && TakeFrame(mpEvents, endpoint)) {

@@ -235,6 +235,7 @@ bool Logger::SendJson(MsgType_e type, MsgLevel_e level, const char* message, con
       writer.String(Utf8Of(title).c_str());
     }
     writer.EndObject();
+    mLink.TakeNote();
     return MqSendOnlyText(mpSock, text.GetString()) == 0;
   };
   return MqGuard(send, [](const char*, const char* description) {

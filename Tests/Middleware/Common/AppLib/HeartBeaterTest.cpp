@@ -439,6 +439,22 @@ TEST_F(HeartBeaterTest, SignalAtAnyFrameLosesNone) {
   EXPECT_EQ((Frames{"HbReqRepubSysStatus"}), monitor.Next());
 }
 
+// The monitor is absent; each attempt to connect is something to take note of.
+TEST_F(HeartBeaterTest, SendsTakeNoteOfWhatHappensToTheLink) {
+  SetBeat();
+  ASSERT_TRUE(client_->ConnectMqOverIpc());
+  void (*const sends[])(cHeartBeater&) = {
+      [](cHeartBeater& client) { client.SendBeat(); },
+      [](cHeartBeater& client) { client.RequestRepub(); },
+      [](cHeartBeater& client) { client.SendRebootCommand(); },
+  };
+  for (const auto& send : sends) {
+    faults::Reset();
+    send(*client_);
+    EXPECT_GT(faults::Count(Call::EventReceive), 0);
+  }
+}
+
 TEST_F(HeartBeaterTest, ExceptionInACommandEndsOnStandardError) {
   client_->ConnectMqOverIpc();
   faults::ThrowRuntimeError(Call::SendPart);

@@ -602,6 +602,31 @@ TEST_F(MqReactorLoopTest, WithoutTimersTheLimitIsLeftAlone) {
   EXPECT_NE(-1, reactor_->AddTimer(EndLoop, nullptr, 1, 1));
 }
 
+// ----- links that nobody tends
+
+// Ends the loop when it has taken note of enough.
+int EndAfterEvents(zloop_t*, int, void*) {
+  return faults::Count(Call::EventReceive) > 100 ? -1 : 0;
+}
+
+class MqReactorNoteTest : public MqReactorLoopTest, public testing::WithParamInterface<bool> {};
+
+TEST_P(MqReactorNoteTest, LoopTakesNoteOfWhatHappensToItsLinks) {
+  constexpr std::uint32_t kClosedPort = 9;
+  const char topics[1][128] = {"Topic"};
+  zsock_set_reconnect_ivl(GetParam() ? reactor_->mpSockBin : reactor_->mpSock, 1);
+  ASSERT_TRUE(reactor_->AddMqSubsOverTcp("127.0.0.1", kClosedPort, topics, 1, GetParam()));
+  reactor_->AddTimer(EndAfterEvents, nullptr, 10, 0);
+  reactor_->AddTimer(EndLoop, nullptr, mqtest::kDeadlineMs, 1);
+  for (int start = 0; start < 2; ++start) {
+    faults::Reset();
+    Run();
+    EXPECT_GT(faults::Count(Call::EventReceive), 100);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(BothSockets, MqReactorNoteTest, testing::Values(kText, kBinary));
+
 // ----- loop
 
 TEST_F(MqReactorLoopTest, HandlerResultMinusOneEndsTheLoopAndMinusTwoDoesNot) {

@@ -50,6 +50,11 @@ constexpr std::int64_t kMqGoodLinkMs = 3000;
 void MqPrepareLink(zsock_t* socket, bool isOverTcp);
 
 /// Watches the links of one socket and renews those that ZeroMQ has given up.
+///
+/// What happens to the links is kept until somebody takes note of it, without bound: ZeroMQ offers
+/// none that would not hold up its own thread. Whoever does not tend a watch several times a second
+/// must at least take note whenever the socket is used, as the reactor's loop does and whoever
+/// sends to a collecting peer.
 class MqLinkWatch {
  public:
   MqLinkWatch() = default;
@@ -70,15 +75,22 @@ class MqLinkWatch {
   /// Ends the watch over a socket that somebody has destroyed already.
   void StopWithoutSocket();
 
-  /// Takes note of what happened to the links since the last call and renews those that are lost
-  /// for good, unless messages wait on the socket; subscriptions stay with the socket. Never waits.
+  /// Takes note of what happened to the links since the last call, and no more. Never waits.
+  void TakeNote();
+
+  /// Something for a poll to wait for: readable when there is something to take note of. Its socket
+  /// is null when there is no watch.
+  zmq_pollitem_t PollItem() const { return {mpEvents, 0, ZMQ_POLLIN, 0}; }
+
+  /// Takes note, and renews links that are lost for good, unless messages wait on the socket;
+  /// subscriptions stay with the socket. Never waits.
   /// `report(endpoint)` is called for each of them, once until it has been a good link again. To be
   /// called several times a second.
   template <typename Report>
   void Tend(Report report) {
     if (mpEvents == nullptr)
       return;
-    TakeEvents();
+    TakeNote();
     if (IsAnyLostFor(kMqLostLinkPatienceMs) && IsIdle())
       Renew(report);
   }
@@ -113,7 +125,6 @@ class MqLinkWatch {
       }
   }
 
-  void TakeEvents();
   void TakeEvent(std::uint16_t event, const std::string& endpoint);
   bool IsAnyLostFor(std::int64_t milliseconds) const;
   bool IsIdle() const;

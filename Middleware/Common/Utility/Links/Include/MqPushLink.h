@@ -28,6 +28,10 @@ class MqPushLink {
     mWatch.Tend(report);
   }
 
+  /// To be called before each send, so that a link that nobody tends keeps nothing for that; see
+  /// `MqLinkWatch::TakeNote`.
+  void TakeNote() { mWatch.TakeNote(); }
+
   /// Destroys the socket, if there is one, with all that it still keeps for the peer.
   void Close();
 

@@ -276,6 +276,29 @@ TEST_F(MqLinkTest, SignalDoesNotMakeTheSocketLookIdle) {
   EXPECT_THAT(mqtest::Receive(mSocket), ElementsAre(kTopic, "data"));
 }
 
+TEST_F(MqLinkTest, TakingNoteRenewsNothing) {
+  BindPeer(ZMQ_PUSH);
+  Connect();
+  const std::int64_t end = zclock_mono() + 2 * kMqLostLinkPatienceMs;
+  while (zclock_mono() < end)
+    mWatch.TakeNote();
+  // Known to be lost for long enough, it is renewed at once.
+  mWatch.Tend([this](const char* endpoint) { mRenewed.emplace_back(endpoint); });
+  EXPECT_THAT(mRenewed, ElementsAre(mEndpoint));
+}
+
+TEST_F(MqLinkTest, PollSeesThatThereIsSomethingToTakeNoteOf) {
+  zmq_pollitem_t item = mWatch.PollItem();
+  ASSERT_NE(item.socket, nullptr);
+  EXPECT_EQ(zmq_poll(&item, 1, 0), 0);
+  BindPeer(ZMQ_XPUB);
+  Connect();
+  EXPECT_EQ(zmq_poll(&item, 1, mqtest::kDeadlineMs), 1);
+  mWatch.Stop();
+  EXPECT_EQ(mWatch.PollItem().socket, nullptr);
+  mWatch.TakeNote();
+}
+
 TEST_F(MqLinkTest, WatchThatHasBeenStoppedDoesNothing) {
   BindPeer(ZMQ_PUSH);
   Connect();

@@ -94,6 +94,14 @@ TEST_F(LoggerSinkTest, StormOfSignalsLosesNoMessage) {
       [&] { EXPECT_EQ(sink.NextText(), std::to_string(received++)); });
 }
 
+// The sink is absent; each attempt to connect is something to take note of.
+TEST_F(LoggerSinkTest, MessagesTakeNoteOfWhatHappensToTheLink) {
+  AttachQuietly();
+  faults::Reset();
+  EXPECT_TRUE(Send("text"));
+  EXPECT_GT(faults::Count(Call::EventReceive), 0);
+}
+
 TEST_F(LoggerSinkTest, ExceptionWhileSendingIsReported) {
   AttachQuietly();
   faults::ThrowRuntimeError(Call::SendLast);
