@@ -1,4 +1,4 @@
-// Users and groups of the clients. Settled once at start.
+// Users and groups that may connect. Set once at start.
 
 #include "AdmittedClients.h"
 
@@ -16,15 +16,15 @@
 
 namespace {
 
-// A number that a user or group can have; the highest stands for none.
+// A valid user or group number. The highest one means none.
 bool TakeNumber(const std::string& text, id_t& id) {
-  constexpr id_t kNobody = std::numeric_limits<id_t>::max();
+  constexpr id_t kNoId = std::numeric_limits<id_t>::max();
   constexpr std::size_t kMostDigits = 10;
   if (has_digits_only(text.c_str()) == 0 || text.size() > kMostDigits)
     return false;
   const unsigned long long number = std::stoull(text);
   id = static_cast<id_t>(number);
-  return number < kNobody;
+  return number < kNoId;
 }
 
 bool FindUser(const std::string& name, uid_t& id) {
@@ -41,24 +41,24 @@ bool FindGroup(const std::string& name, gid_t& id) {
   return found != nullptr;
 }
 
-// The parts of a list, also of an empty one, which has one that is empty.
-std::vector<std::string> PartsOf(const std::string& list) {
+// The items of a comma-separated list. An empty list has one empty item.
+std::vector<std::string> ItemsOf(const std::string& list) {
   std::istringstream stream(list + ',');
-  std::vector<std::string> parts;
-  for (std::string part; std::getline(stream, part, ',');)
-    parts.push_back(part);
-  return parts;
+  std::vector<std::string> items;
+  for (std::string item; std::getline(stream, item, ',');)
+    items.push_back(item);
+  return items;
 }
 
-bool Settle(const char* variable, bool (*find)(const std::string& name, id_t& id),
-            std::vector<id_t>& ids, std::string& error) {
+bool ReadIds(const char* variable, bool (*find)(const std::string& name, id_t& id),
+             std::vector<id_t>& ids, std::string& error) {
   const char* value = std::getenv(variable);
   if (value == nullptr)
     return true;
-  for (const std::string& part : PartsOf(value)) {
+  for (const std::string& item : ItemsOf(value)) {
     id_t id = 0;
-    if (!TakeNumber(part, id) && !find(part, id)) {
-      error = std::string(variable) + " is \"" + value + "\", but there is no \"" + part + "\"";
+    if (!TakeNumber(item, id) && !find(item, id)) {
+      error = std::string(variable) + " is \"" + value + "\", but there is no \"" + item + "\"";
       return false;
     }
     ids.push_back(id);
@@ -70,8 +70,8 @@ bool Settle(const char* variable, bool (*find)(const std::string& name, id_t& id
 
 bool LoadAdmittedClients(std::string& error) {
   MqAdmitted admitted;
-  if (!Settle(kClientUsersVariable, FindUser, admitted.users, error) ||
-      !Settle(kClientGroupsVariable, FindGroup, admitted.groups, error))
+  if (!ReadIds(kClientUsersVariable, FindUser, admitted.users, error) ||
+      !ReadIds(kClientGroupsVariable, FindGroup, admitted.groups, error))
     return false;
   MqAdmitOnly(admitted);
   return true;

@@ -9,13 +9,13 @@
 
 namespace {
 
-// For coding a loudness; everything that is read back is in double precision.
+// For converting a loudness to its code. The conversion back uses double precision.
 constexpr auto kBinWidthSingle = static_cast<float>(kBinWidthLu);
 
-// Loudness to power, for the bins. The offset is that of the way back plus half a bin, the half
-// held in single precision. Together the two are not the exact inverse of that way: a bin reads
-// back 0.0085 LU above its lower edge, near its middle, so that coding a loudness hardly biases the
-// mean.
+// Loudness to power, for the bins. The offset is that of `LoudnessOfPower` plus half a bin, the
+// half in single precision. The two constants are not the exact inverse of `LoudnessOfPower`: the
+// power of a bin converts to 0.0085 LU above the bin's lower edge. That is close to its middle, so
+// that coding a loudness hardly biases the mean.
 constexpr double kUnitPower = 1857398385681617.0;
 constexpr double kBinOffsetDb = 0.7073999997764826;
 
@@ -69,7 +69,7 @@ void Cbin::InitBinCenters() {
 
 std::uint16_t Cbin::GetBinIndx(float loudness) {
   const float bins = (loudness - kAbsoluteGateLkfs) / kBinWidthSingle;
-  if (!(bins >= 0.0F))  // also takes what is not a number
+  if (!(bins >= 0.0F))  // also true for NaN
     return 0;
   const float code = bins + 1.0F;
   if (code >= static_cast<float>(kNumLoudnessCodes))

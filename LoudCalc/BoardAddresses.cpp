@@ -1,4 +1,4 @@
-// Addresses of the unit's boards. Settled once at start, read-only afterwards.
+// Addresses of the unit's boards. Set once at start, read-only afterwards.
 
 #include "BoardAddresses.h"
 
@@ -11,13 +11,13 @@ namespace {
 std::string gMainBoardAddress = LOUDCALC_MAIN_BOARD_ADDRESS;
 std::string gOpticalBoardAddress = LOUDCALC_OPTICAL_BOARD_ADDRESS;
 
-bool Settle(const char* variable, const std::string& fallback, std::string& address,
-            std::string& error) {
+bool ReadAddress(const char* variable, const std::string& fallback, std::string& address,
+                 std::string& error) {
   const char* value = std::getenv(variable);
   address = value != nullptr ? value : fallback;
   if (IpAddrIsValid(address.c_str()))
     return true;
-  error = std::string(variable) + " is no valid IPv4 address: \"" + address + "\"";
+  error = std::string(variable) + " is not a valid IPv4 address: \"" + address + "\"";
   return false;
 }
 
@@ -26,8 +26,8 @@ bool Settle(const char* variable, const std::string& fallback, std::string& addr
 bool LoadBoardAddresses(std::string& error) {
   std::string mainBoard;
   std::string opticalBoard;
-  if (!Settle(kMainBoardVariable, LOUDCALC_MAIN_BOARD_ADDRESS, mainBoard, error) ||
-      !Settle(kOpticalBoardVariable, LOUDCALC_OPTICAL_BOARD_ADDRESS, opticalBoard, error))
+  if (!ReadAddress(kMainBoardVariable, LOUDCALC_MAIN_BOARD_ADDRESS, mainBoard, error) ||
+      !ReadAddress(kOpticalBoardVariable, LOUDCALC_OPTICAL_BOARD_ADDRESS, opticalBoard, error))
     return false;
   gMainBoardAddress = mainBoard;
   gOpticalBoardAddress = opticalBoard;

@@ -1,4 +1,4 @@
-// The dispatcher. Owned by itself as a singleton; reactor thread only.
+// The dispatcher, a singleton. Reactor thread only.
 
 #include "JsonParser.h"
 
@@ -47,7 +47,7 @@ LogSource Log() {
   return {kUnitName, cJsonParser::mpLogger, cJsonParser::mLogLevel};
 }
 
-// Where this unit is part of the program, the engine finds the dispatcher.
+// Registers the dispatcher with the engine in every program that links this file.
 [[maybe_unused]] const bool kIsHooked = [] {
   gpFetchDispatcher = &cJsonParser::GetInstance;
   return true;
@@ -67,7 +67,7 @@ bool IsTopicOf(const char* topic, const char* prefix, std::uint32_t number) {
   return std::strncmp(topic, expected, sizeof expected) == 0;
 }
 
-// A payload for printing; messages may come without one.
+// The payload as a text to print; a message may have none.
 const char* Printable(const char* payload) {
   return payload != nullptr ? payload : "(null)";
 }
@@ -90,7 +90,7 @@ FrameBytes Bytes(zframe_t* frame) {
 
 }  // namespace
 
-// Console line that the class's threshold can switch off as a whole.
+// A console line, which the class's threshold suppresses when it is None or Notset.
 #define LOUDCALC_CONSOLE(format, ...)                           \
   do {                                                          \
     if (ConsoleEnabled())                                       \
@@ -174,7 +174,7 @@ bool cJsonParser::ParseCommand(const char* payload, unsigned& cluster) {
   unsigned meterSet = 0;
   if (ParseLuCmdJsonStr(payload, meterSet, cluster, mlClusterNo))
     return true;
-  // The reader's filter asks for exactly our cluster; cluster 0 addresses all of them.
+  // The reader accepts only our own cluster; cluster 0 addresses every cluster.
   return cluster == 0 && ParseLuCmdJsonStr(payload, meterSet, cluster, 0);
 }
 
@@ -208,7 +208,7 @@ int cJsonParser::HandleSystemStatus(const char*, const char* payload) {
 }
 
 int cJsonParser::HandleConfiguration(const char* topic, const char* payload) {
-  // Meter set 1 has a topic of its own; meter set 2 takes all others of the family.
+  // Meter set 1 takes its own topic; meter set 2 takes all others with that prefix.
   const bool isFirstSet = IsTopicOf(topic, kConfigurationTopicPrefix, 1);
   if (!(mlMeterSetNo == 1 && isFirstSet) && !(mlMeterSetNo == 2 && !isFirstSet))
     return 0;
@@ -233,7 +233,7 @@ void cJsonParser::ApplyConfiguration(const char* payload) const {
   SetLraWinTime(mlLraWindow);
   SetIntegWinTime(mlLoudnessWindowTime);
   SetOriginFromFP4Conf(mbIsConfOriginFromFp);
-  // The last byte is never written, so that at most 1022 characters are kept.
+  // The last byte is never written, so at most 1022 characters are kept.
   std::memset(gsLuConf, 0, sizeof gsLuConf);
   std::snprintf(gsLuConf, sizeof gsLuConf - 1,
                 "{\"ClusterId\":%u,\"MeterSet\":%u,\"UID\":%u,\"Conf\":%s}", mlClusterNo,

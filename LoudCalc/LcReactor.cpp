@@ -1,4 +1,4 @@
-// The service's reactor. Owned by itself as a singleton; reactor thread only.
+// The service's reactor, a singleton. Reactor thread only.
 
 #include "LcReactor.h"
 

@@ -14,12 +14,12 @@ constexpr std::uint32_t kProgramBlocks = kMaxWindowReadings;
 static_assert(kMaxIntegWinSecs * kBlocksPerSecond == kMaxWindowReadings);
 
 // A ring holds one code more than the longest window fed from it: the newest is written before the
-// oldest is taken back.
+// oldest is removed.
 constexpr std::uint32_t kMomentaryRingCodes = kMaxWindowReadings + 1;
 constexpr std::uint32_t kLraRingCodes = kMaxLraWinSecs + 1;
 
-// The last block of warm-up, and the blocks of each second on which a figure is refreshed, apart
-// from each other so that no block bears them all.
+// The last block of warm-up, and the blocks of each second on which a figure is refreshed. They are
+// spread out so that no block has to compute all of them.
 constexpr std::uint8_t kLastWarmUpSubSample = 2;
 constexpr std::uint8_t kLraSample = 2;
 constexpr std::uint8_t kProgramSample = 4;
@@ -78,7 +78,7 @@ void ResetIntegrators() {
   pLraLoud->Reset(GetLraWinTime());
 }
 
-// A programme may span several measurements: its loudness stands until a new reading replaces it.
+// A programme may span several measurements, so its loudness stays until a new reading replaces it.
 void ResetResults() {
   const float program = LoudCalcResultsAll.Program;
   LoudCalcResultsAll = LoudCalcResultsAll_s{};
@@ -109,7 +109,7 @@ void FinishSecond() {
     ++SampleCounts.ShortTermSubSample;
 }
 
-// Each of these figures costs a pass over all bins, so each has its own block of the second.
+// Each of these figures takes a pass over all bins, so each has its own block of the second.
 void UpdateSlowFigures() {
   if (SampleCounts.MomSample == kLraSample) {
     // Always true: the counter stops at this value. The range is computed from the first second on.
@@ -164,7 +164,7 @@ void CodeLoudness() {
   LuData.Lra = static_cast<std::int16_t>(LoudCalcResultsAll.LRA * 10);  // toward zero, not rounded
 }
 
-// The sum is kept by adding the newest power and taking away the oldest.
+// The sum is updated by adding the newest power and subtracting the oldest.
 void SlidePowerSum(std::uint64_t power) {
   const std::uint64_t oldest = DspCircBuf[DspCircBufIndex];
   DspCircBuf[DspCircBufIndex] = power;

@@ -9,7 +9,7 @@ LoudConfigUser_t LoudConfigUser;
 
 namespace {
 
-// The values come from messages: a negative one is as far out of range as one too high.
+// The values come from messages, so a negative one is refused like one that is too high.
 bool IsBelow(std::int32_t value, std::int32_t limit) {
   return value >= 0 && value < limit;
 }

@@ -21,7 +21,7 @@ namespace {
 
 constexpr char kUnitName[] = "Main";
 constexpr char kLoggerName[] = "HwManagerMb";
-constexpr int kLoggerNameSize = 7;  // bytes, terminator included; the sink knows the cut name
+constexpr int kLoggerNameSize = 7;  // bytes, terminator included; the name is cut there
 constexpr char kDefaultInterface[] = "lo";
 constexpr char kNoAddress[] = "0.0.0.0";
 constexpr std::uint64_t kMaxSlot = 1;
@@ -36,7 +36,7 @@ struct Options {
   std::uint64_t cluster = 0;   // 1 to 8; 0: not given
 };
 
-void SettleProcess() {
+void PrepareProcess() {
   EndOnTermination();
   IgnoreStraySignals();
   ForgetLibraryEnvironment();
@@ -65,8 +65,8 @@ Logger* PrepareLogger() {
   std::exit(1);
 }
 
-// As given, not yet narrowed to what it will be: the range checks look at all of it. A negative
-// number counts as a very large one.
+// The number before it is narrowed to the option's type, so that range checks see all of it. A
+// negative number becomes a very large one.
 std::uint64_t Number(const char* text) {
   return static_cast<std::uint64_t>(std::strtol(text, nullptr, 10));
 }
@@ -103,8 +103,8 @@ Options ReadOptions(int argc, char** argv) {
   return options;
 }
 
-// What the environment may set; a mistake there is no reason to run with something else.
-void Settle(bool (*load)(std::string& error)) {
+// Loads a setting from the environment. The service does not start with an invalid one.
+void LoadOrExit(bool (*load)(std::string& error)) {
   std::string error;
   if (load(error))
     return;
@@ -112,7 +112,7 @@ void Settle(bool (*load)(std::string& error)) {
   std::exit(1);
 }
 
-// The interface's own address, or the fixed one of the slot's board when it has none.
+// The interface's own address, or the fixed one of the slot's board if it has none.
 void FindAddress(const Options& options, AddressText_t& address) {
   if (GetInterfaceAddressFromIoctl(options.interface.c_str(), address) == 0 &&
       std::strcmp(address, kNoAddress) != 0)
@@ -134,12 +134,12 @@ void RunService(const Options& options, const char* address) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  SettleProcess();
+  PrepareProcess();
   Logger* const logger = PrepareLogger();
   const LogSource log = {kUnitName, logger, MsgLevel_Debug};
   const Options options = ReadOptions(argc, argv);
-  Settle(LoadBoardAddresses);
-  Settle(LoadAdmittedClients);
+  LoadOrExit(LoadBoardAddresses);
+  LoadOrExit(LoadAdmittedClients);
   AddressText_t address = {};
   FindAddress(options, address);
   LOUDCALC_LOG(log, Info, "\"Got IP for %s : %s @ slot %d\"", options.interface.c_str(), address,

@@ -1,4 +1,4 @@
-// The process and its surroundings. Main thread, before anything else runs.
+// Signals, environment and open files of the process. Main thread, before anything else runs.
 
 #include "ProcessSetup.h"
 

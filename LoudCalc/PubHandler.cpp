@@ -1,4 +1,4 @@
-// The publisher of the loudness service. Owned by itself as a singleton; reactor thread only.
+// The publisher of the loudness service, a singleton. Reactor thread only.
 
 #include "PubHandler.h"
 
@@ -141,7 +141,7 @@ void cPubHandler::Cleanup() {
 }
 
 void cPubHandler::TendFiles() {
-  // Without a meter set the state socket has taken the data socket's file over, on purpose.
+  // Without a meter set the state socket has replaced the data socket's file on purpose.
   if (mlMeterSetNo != 0)
     LogNews(mDataFile.Tend(), mpLuDataPubSocket);
   LogNews(mStateFile.Tend(), mpLuStatePubSocket);

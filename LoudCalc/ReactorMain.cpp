@@ -30,7 +30,7 @@ namespace {
 
 constexpr char kUnitName[] = "ReactorMain";
 
-// Every line of the wiring is written.
+// Lines of every level are written.
 LogSource Log() {
   return {kUnitName, gpLogger, MsgLevel_Debug};
 }
@@ -79,7 +79,7 @@ void StartPublishers(std::int32_t slot, const char* address, std::uint32_t meter
   PublishLoudnessInit();
 }
 
-// A publisher that could not be bound is not there.
+// A publisher that could not be bound is null.
 void WatchClients(cLcReactor& reactor) {
   for (zsock_t* publisher : {gpLcPubs->mpLuDataPubSocket, gpLcPubs->mpLuStatePubSocket})
     if (publisher != nullptr)
@@ -212,7 +212,7 @@ bool startReactorLoop() {
 }
 
 void cleanReactorLoop() {
-  Manager().TellStopping();
+  Manager().NotifyStopping();
   cLcReactor* preactor = cLcReactor::mpReactor;
   LOUDCALC_ASSERT(preactor != nullptr, "preactor != nullptr");
   if (preactor->IsValidReactor()) {
@@ -244,8 +244,8 @@ int LuDataUpdateCallback(zloop_t*, int, void*) {
 }
 
 int Upkeep(zloop_t*, int, void*) {
-  Manager().TellReady();
-  Manager().TellAlive();
+  Manager().NotifyReady();
+  Manager().NotifyAlive();
   if (cLcReactor::mpReactor != nullptr)
     cLcReactor::mpReactor->TendLinks();
   if (cHeartBeater::mpHeartBeater != nullptr)

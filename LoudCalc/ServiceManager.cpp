@@ -21,7 +21,8 @@ constexpr char kReady[] = "READY=1";
 constexpr char kStopping[] = "STOPPING=1";
 constexpr char kAlive[] = "WATCHDOG=1";
 
-// A path, or a name that begins with @ for the zero byte of an abstract one; else empty.
+// A path, or an abstract name, in which a leading @ stands for a zero byte. Empty for anything
+// else.
 std::string SocketNameFrom(const char* value) {
   std::string name = value != nullptr ? value : "";
   if (name.size() < 2 || name.size() >= sizeof sockaddr_un::sun_path ||
@@ -32,8 +33,8 @@ std::string SocketNameFrom(const char* value) {
   return name;
 }
 
-// The variables may have been meant for another process that passed them on.
-bool IsLifeWanted() {
+// The variables may be meant for another process and only inherited.
+bool IsKeepAliveWanted() {
   const char* period = std::getenv(kPeriodVariable);
   const char* process = std::getenv(kProcessVariable);
   return period != nullptr && std::strtoull(period, nullptr, 10) > 0 &&
@@ -43,7 +44,7 @@ bool IsLifeWanted() {
 }  // namespace
 
 ServiceManager::ServiceManager()
-    : mAddress(SocketNameFrom(std::getenv(kSocketVariable))), mWantsLife(IsLifeWanted()) {
+    : mAddress(SocketNameFrom(std::getenv(kSocketVariable))), mWantsKeepAlive(IsKeepAliveWanted()) {
   if (!mAddress.empty())
     mFd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   for (const char* variable : {kSocketVariable, kPeriodVariable, kProcessVariable})
@@ -55,20 +56,20 @@ ServiceManager::~ServiceManager() {
     close(mFd);
 }
 
-void ServiceManager::TellReady() {
-  mIsReadyTold = mIsReadyTold || Tell(kReady);
+void ServiceManager::NotifyReady() {
+  mIsReadySent = mIsReadySent || Send(kReady);
 }
 
-void ServiceManager::TellStopping() {
-  Tell(kStopping);
+void ServiceManager::NotifyStopping() {
+  Send(kStopping);
 }
 
-void ServiceManager::TellAlive() {
-  if (mWantsLife)
-    Tell(kAlive);
+void ServiceManager::NotifyAlive() {
+  if (mWantsKeepAlive)
+    Send(kAlive);
 }
 
-bool ServiceManager::Tell(const char* state) const {
+bool ServiceManager::Send(const char* state) const {
   if (mFd == -1)
     return false;
   sockaddr_un address = {};

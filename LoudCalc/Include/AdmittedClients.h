@@ -1,17 +1,16 @@
-// Whose processes may connect to the publishers, beyond what the rights of their files say: set at
-// start, everybody by default.
+// Which users' processes may connect to the publishers, in addition to the permissions of the
+// socket files. Set at start; by default every user's.
 
 #pragma once
 
 #include <string>
 
-/// Environment variables that name the users and the groups, by names or numbers with commas
-/// between them. Once one of them is set, a process is let in only if its user or one of its groups
-/// is named.
+/// Environment variables with comma-separated lists of users and of groups, each by name or number.
+/// If either is set, a process may connect only if its user or one of its groups is listed.
 constexpr char kClientUsersVariable[] = "LOUDCALC_CLIENT_USERS";
 constexpr char kClientGroupsVariable[] = "LOUDCALC_CLIENT_GROUPS";
 
-/// Settles who may connect to the publishers that are bound from now on. False when a variable
-/// names somebody whom the system does not know; `error` then tells the variable, its value and the
-/// name, and all stays as it was.
+/// Reads both variables and admits only those clients to publishers that are bound from now on.
+/// False when a variable names a user or group that the system does not know; `error` then contains
+/// the variable, its value and the unknown name, and nothing changes.
 bool LoadAdmittedClients(std::string& error);

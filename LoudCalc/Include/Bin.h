@@ -24,13 +24,13 @@ constexpr float kAbsoluteGateLkfs = -70.0F;
 /// Distance in LU of one loudness code from the next.
 constexpr double kBinWidthLu = 0.02;
 
-/// Where the last loudness code would end if it were as wide as the others. Louder readings count
-/// as that code, too.
+/// Where the last loudness code would end if it were as wide as the others. Louder readings get
+/// that code, too.
 constexpr double kEndOfCodesLkfs = kAbsoluteGateLkfs + kBinWidthLu * kMaxLoudnessCode;
 
 /// The DSP stage's integer scale of powers: the level in dB of the power that stands for 0 LKFS is
-/// the sum of the two. The -0.691 of ITU-R BS.1770-3, Annex 1, which takes back the gain of the
-/// K-weighting at 1 kHz, is contained in them.
+/// the sum of the two. They include the -0.691 of ITU-R BS.1770-3, Annex 1, which cancels the gain
+/// of the K-weighting at 1 kHz.
 constexpr double kPowerScaleDb = 152.6905962;
 constexpr double kWeightingOffsetDb = 0.6974;
 
@@ -46,11 +46,11 @@ float LoudnessOfPower(std::uint64_t power);
 /// Lower edge in LKFS of a loudness code of 1 or more.
 double LoudnessOfCode(std::size_t code);
 
-/// Prints "LOUD C ERR: " and the formatted text on standard output, at once. For the few faults of
-/// the engine; `format` brings its own line feed.
+/// Prints "LOUD C ERR: " and the formatted text on standard output and flushes it. For the few
+/// faults of the engine. `format` ends with its own line feed.
 [[gnu::format(printf, 1, 2)]] void PrintEngineFault(const char* format, ...);
 
-/// Both ends of a loudness range, as codes; 0 where there is none.
+/// The two ends of a loudness range as codes; 0 for an end that does not exist.
 struct LraEnds {
   int low;
   int high;
@@ -88,15 +88,15 @@ class Cbin {
   /// Adds one reading.
   void Increment(std::uint16_t code);
 
-  /// Removes one reading. When there is none of that code, or none at all, a line is printed and
-  /// the counter concerned stays at 0.
+  /// Removes one reading. If there is no reading of that code, or no reading at all, a line is
+  /// printed and that counter stays at 0.
   void Decrement(std::uint16_t code);
 
   /// Power mean in LKFS of all readings at or above the bin of `gate` (LKFS). Readings below -70
   /// LKFS never count, whatever the gate. `kNoLoudnessLkfs` when nothing passes the gate.
   float GetLoudnessLkfs(float gate) const;
 
-  /// Loudness range in LU, in steps of 0.02: the distance of its ends. 0.0 when empty.
+  /// Loudness range in LU, in steps of 0.02: the distance between its ends. 0.0 when empty.
   float GetLra(std::uint16_t lowestCode) const;
 
   /// The ends of the loudness range: the 10th and the 95th percentile of the readings of

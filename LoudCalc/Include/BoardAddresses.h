@@ -9,13 +9,13 @@
 constexpr char kMainBoardVariable[] = "LOUDCALC_MAIN_BOARD_ADDRESS";
 constexpr char kOpticalBoardVariable[] = "LOUDCALC_OPTICAL_BOARD_ADDRESS";
 
-/// Settles both addresses: the environment variable where it is set, else the compiled default.
-/// False when one of them is not an IPv4 address, which ends the start of the service with status
-/// 1; `error` then names the variable and its value, and the addresses in force stay as they were.
+/// Sets both addresses: from the environment variable if it is set, otherwise to the compiled
+/// default. False when one of them is not an IPv4 address; `error` then names the variable and its
+/// value, and the addresses do not change. The service then exits with status 1.
 bool LoadBoardAddresses(std::string& error);
 
 /// IPv4 address text of the main board: application server, hardware manager, process monitor. The
-/// compiled default until `LoadBoardAddresses` succeeded.
+/// compiled default until `LoadBoardAddresses` succeeds.
 const char* MainBoardAddress();
 
 /// IPv4 address text of the optical board: its application server.

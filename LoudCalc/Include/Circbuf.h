@@ -23,11 +23,11 @@ class cCircBuf {
   cCircBuf(const cCircBuf&) = delete;
   cCircBuf& operator=(const cCircBuf&) = delete;
 
-  /// Writes one code behind the newest; in a full ring it takes the place of the oldest. The first
-  /// code of an empty ring goes to index 0.
+  /// Writes one code after the newest; in a full ring it replaces the oldest. The first code of an
+  /// empty ring goes to index 0.
   void AddElement(std::uint16_t code);
 
   /// Empties the ring and sets all its codes to 0. REQUIRES: every integrator fed from it is reset
-  /// too, for each starts to read at index 0.
+  /// too, because each starts reading at index 0.
   void Reset();
 };

@@ -1,14 +1,14 @@
-// The engine's one reach upward: how `LoudCalcInit` comes by the dispatcher without knowing what a
-// dispatcher is. Reactor thread only.
+// The engine's only upward dependency: how `LoudCalcInit` gets the dispatcher without including its
+// header. Reactor thread only.
 
 #pragma once
 
 class cJsonParser;
 
-/// Finds the dispatcher or makes it. Set by the dispatcher's own unit before main, in every program
-/// that contains it; null in an engine that runs on its own.
+/// Returns the dispatcher and makes it if necessary. Set before main by the dispatcher's source
+/// file in every program that links it; null in a program with the engine alone.
 inline cJsonParser* (*gpFetchDispatcher)() = nullptr;
 
-/// The dispatcher that the last `LoudCalcInit` fetched; null when there was none or it was deleted
-/// since.
+/// The dispatcher that the last `LoudCalcInit` fetched; null if there was none or it has been
+/// deleted.
 inline cJsonParser* gpFetchedDispatcher = nullptr;

@@ -49,7 +49,7 @@ constexpr char kRawDataFilePrefix[] = "hwmProbeLuRawDataPub-";
 constexpr char kSharedRawDataTopic[] = "LoudnessDspData";
 constexpr char kRawDataTopicPrefix[] = "ProbeLuRawData-";
 
-/// Write the file and the topic of the raw blocks of a meter set, 0: without one.
+/// Write the file and the topic of the raw blocks of a meter set; 0 means no meter set.
 inline void FormatRawDataFile(MqFileName_t& file, std::uint32_t meterSet) {
   if (meterSet == 0)
     std::snprintf(file, sizeof file, "%s", kSharedRawDataFile);

@@ -26,12 +26,12 @@ class cJsonParser : public cJsonParseSysStatus, public cLuSettingsParser {
   /// logger that exist at that moment.
   static cJsonParser* GetInstance();
 
-  /// Frees the dispatcher and clears every pointer to it; harmless when there is none.
+  /// Frees the dispatcher and clears every pointer to it. Does nothing if there is none.
   static void DeleteInstance();
 
   /// Acts on a text message. `payload` may be null. Returns 0, or -1 to end the event loop: on an
   /// application command to reboot or upgrade, without a topic or without an instance. A refused
-  /// configuration leaves the settings in force, but not the mode that commands go by; a refused
+  /// configuration changes no setting except the mode that applies to later commands; a refused
   /// command raises no action; a refused preset empties the programme.
   static int ParseMessage(const char* topic, const char* payload);
 
@@ -39,8 +39,8 @@ class cJsonParser : public cJsonParseSysStatus, public cLuSettingsParser {
   /// 0, or -1 without a topic or an instance.
   static int ParseBinaryMessage(const char* topic, zmsg_t* message);
 
-  /// Takes the next three frames of a raw block: true peaks, powers, one spare. Returns 1 when a
-  /// frame had no or too little data, else 0.
+  /// Handles the three frames of a raw block: true peaks, powers, one that is not used. Returns 1
+  /// when a frame had no or too little data, else 0.
   static int LoudnessRawDataParser(zmsg_t* message);
 
   /// Sums one raw block over the programme and runs the engine with it. False when a frame is
@@ -48,8 +48,8 @@ class cJsonParser : public cJsonParseSysStatus, public cLuSettingsParser {
   /// programme, and the block was dropped.
   static bool ParseLoudnessRawData(zframe_t* peaks, zframe_t* powers, zframe_t* spare);
 
-  /// Takes meter 1 to 32 into the programme with a weight from 0.0 to 1.5; anything else stops the
-  /// process. With a weight of 0.0 the meter's peak counts and its power does not.
+  /// Takes meter 1 to 32 into the programme with a weight from 0.0 to 1.5; other values stop the
+  /// process. With a weight of 0.0 the meter's peak counts but its power does not.
   static void SetChannelWeight(std::uint32_t meterNo, float weight);
 
   /// Sets all 32 weights to 0.0.

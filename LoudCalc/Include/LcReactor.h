@@ -1,5 +1,5 @@
-// The service's reactor: the messaging library's event loop plus the numbers that tell this process
-// from its siblings. Reactor thread only.
+// The service's reactor: the messaging library's event loop with the numbers that distinguish this
+// process from its siblings. Reactor thread only.
 
 #pragma once
 
@@ -13,7 +13,7 @@ class cLcReactor : public MqReactor {
   /// (`IsValidReactor`) when sockets could not be made.
   static cLcReactor* GetInstance();
 
-  /// Destroys the sockets and the loop and frees the reactor; harmless when there is none.
+  /// Destroys the sockets and the loop and frees the reactor. Does nothing if there is none.
   static void DeleteInstance();
 
   static void SetMeterSetNo(std::uint32_t meterSet) { mlMeterSetNo = meterSet; }

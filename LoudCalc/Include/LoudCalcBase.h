@@ -71,18 +71,18 @@ extern LoudnessData_t LuPausedData;  // the coded figures at the last pause or s
                                      // reporting functions
 
 /// Builds the table of bin powers, the rings and the integrators, resets them and fetches the
-/// dispatcher for the reporting functions. Returns 0 when done. It does not look for an earlier
+/// dispatcher for the reporting functions. Returns 0 when done. It does not free an earlier
 /// calculator: call `LoudCalcCleanup` before building another.
 std::uint32_t LoudCalcInit();
 
 /// Restarts every measurement from empty, with the windows that the user's settings name now. All
 /// coded figures become "no reading". `LoudCalcResultsAll.Program` keeps its last value until the
-/// next programme reading, and `LuPausedData` is left alone. REQUIRES: `LoudCalcInit`.
+/// next programme reading, and `LuPausedData` does not change. REQUIRES: `LoudCalcInit`.
 void LoudCalcReset();
 
-/// Frees the rings and integrators. The pointers to them are not cleared, so nothing but another
-/// `LoudCalcInit` may follow, and it is called once per `LoudCalcInit`, at shutdown. Before the
-/// first `LoudCalcInit` it does nothing.
+/// Frees the rings and integrators. The pointers to them are not cleared, so only another
+/// `LoudCalcInit` may follow. Call it once per `LoudCalcInit`, at shutdown. Before the first
+/// `LoudCalcInit` it does nothing.
 void LoudCalcCleanup();
 
 /// Keeps a copy of the channel configuration. REQUIRES: `chanConfig` is not null.

@@ -15,7 +15,7 @@ constexpr std::uint32_t kMaxWindowReadings = 72000;
 constexpr float kLraGateDepthLu = 20.0F;
 
 /// Histogram of the readings of one window. Every code goes into the ring first and then to each
-/// integrator fed from it; the integrator takes the code that leaves its window back from the ring.
+/// integrator fed from it. The code that leaves an integrator's window is read from the ring again.
 class cLoudInteg {
  public:
   cCircBuf* pCircBuf = nullptr;               // ring of the codes, not owned
@@ -29,10 +29,10 @@ class cLoudInteg {
   /// An empty window of one reading. `relativeGate` is in LU, relative to the loudness above the
   /// absolute gate; one of -99.0 switches relative gating off. REQUIRES: `circBuf` outlives the
   /// integrator and holds one code more than the longest window, because the newest code is written
-  /// before the oldest is taken back.
+  /// before the oldest is removed.
   cLoudInteg(float relativeGate, cCircBuf* circBuf);
 
-  /// Leaves the ring alone.
+  /// Does not free the ring.
   ~cLoudInteg() = default;
 
   cLoudInteg(const cLoudInteg&) = delete;

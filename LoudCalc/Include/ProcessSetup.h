@@ -1,26 +1,24 @@
-// What the process settles with its surroundings before it does anything else: who may end it, and
-// what its environment may change.
+// Set-up of the process before anything else runs: signals, environment, open files.
 
 #pragma once
 
-/// Makes SIGTERM and SIGINT end the event loop from now on, and with it the process with status 0,
-/// also when they come before the loop runs. Unblocks both: whoever starts the process may have
-/// blocked them, so that they cannot end it by their default action before this.
+/// Makes SIGTERM and SIGINT end the event loop, and so the process with status 0, even if they
+/// arrive before the loop runs. Both are unblocked: a parent may block them while it starts the
+/// process, so that their default action does not end it before this call.
 void EndOnTermination();
 
-/// Makes the process indifferent to signals that would otherwise end or stop it by default: hang-up
-/// of a terminal, broken pipes, alarms, those without a fixed meaning, and those that come of the
-/// console: a log file at its largest size, output from the background to a terminal that asks for
-/// none.
+/// Ignores the signals that would end or stop the process by default: hang-up of a terminal, broken
+/// pipes, alarms, user-defined signals, a log file that has reached its size limit, and background
+/// output to a terminal that does not allow it.
 void IgnoreStraySignals();
 
-/// Takes all variables ZSYS_... out of the environment, by which the messaging library's queues,
-/// threads and signal handling could be changed. To be called before the library's first use.
+/// Removes all ZSYS_... variables from the environment, which could change the messaging library's
+/// queues, threads and signal handling. Call it before the first use of the library.
 void ForgetLibraryEnvironment();
 
-/// Most files that the process has open; a client that is served costs 50 KB.
+/// The most files that the process may have open. Each client takes one file and 50 KB of memory.
 constexpr unsigned long kMostOpenFiles = 8192;
 
-/// Lets the process open as many files as it may, but no more than `kMostOpenFiles`: every client
-/// of the publishers takes one. Those beyond are turned away (MqListener.h).
+/// Raises the limit of open files as far as the system allows, at most to `kMostOpenFiles`: each
+/// client of the publishers takes one. Further clients are rejected (MqListener.h).
 void AllowManyClients();

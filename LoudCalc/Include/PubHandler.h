@@ -67,36 +67,36 @@ class cPubHandler : public MqPubHandler {
   /// with a line on standard error, when it cannot be made.
   static cPubHandler* GetInstance();
 
-  /// Destroys the data socket and the state socket, frees the publisher and empties `mpPub` and
-  /// `gpLcPubs`; harmless when there is none.
+  /// Destroys the data socket and the state socket, frees the publisher and clears `mpPub` and
+  /// `gpLcPubs`. Does nothing if there is none.
   static void DeleteInstance();
 
   /// Binds both sockets as BindMq does. The address is not used.
   bool Init(const char* cpIp_in);
 
-  /// Binds the data socket, then the state socket; the second is tried whatever becomes of the
-  /// first. True when both are bound. The meter set and cluster numbers must be set before.
+  /// Binds the data socket, then the state socket; the second is tried even if the first fails.
+  /// True when both are bound. The meter set and cluster numbers must be set before.
   bool BindMq();
 
-  /// Bind one socket over IPC, under a name made of the meter set and the cluster. True at once
-  /// when it is bound already; false leaves the handle empty. Without a meter set both names are
-  /// the same: the state socket, bound last, then gets the subscribers that come after it.
+  /// Bind one socket over IPC, under a name made of the meter set and the cluster. True if it is
+  /// already bound; on false the handle is null. Without a meter set both names are the same, and
+  /// the state socket, which is bound last, gets all later subscribers.
   bool BindLuDataPubMq();
   bool BindLuStatePubMq();
 
-  /// Destroy one socket, if it is there, and leave its handle empty.
+  /// Destroy one socket, if it exists, and clear its handle.
   void DestroyLuDataPubMq();
   void DestroyLuStatePubMq();
 
   /// Destroys both sockets, the data socket first.
   void Cleanup();
 
-  /// Looks whether the sockets still have the files by which clients find them, binds anew where
-  /// one is gone and logs, at Warn, what has happened to it. To be called several times a second.
+  /// Checks that the files by which clients find the sockets still exist, binds again where one is
+  /// missing and logs at Warn what happened. Call it several times a second.
   void TendFiles();
 
-  /// Publishes a JSON text on the state socket, which must be bound. False when an argument is
-  /// missing or the socket refuses it.
+  /// Publishes a JSON text on the state socket, which must be bound. False if an argument is null
+  /// or the socket refuses it.
   bool SendJson(const char* topic, const char* json);
 
   /// Publishes the loudness-data message on the data socket, which must be bound: the results, the

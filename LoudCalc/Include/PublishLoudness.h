@@ -1,5 +1,5 @@
-// The engine's way to the publishers. Reactor thread only. Every function but PublishLoudnessInit
-// needs it to have been called: without a publisher the process stops.
+// The engine's way to the publishers. Reactor thread only. Call PublishLoudnessInit before any
+// other function: without a publisher the process stops.
 
 #pragma once
 
@@ -21,7 +21,7 @@ int PublishLoudnessData(LoudnessData_t& Lu_in, std::int16_t is_valid_src_in, std
 void PublishLoudnessConf(const char* cpTopic_in, const char* cpJStr_in);
 void PublishLoudnessCommand(const char* cpTopic_in, const char* cpJStr_in);
 
-/// Publishes nothing: clusters have no message of their own.
+/// Publishes nothing: there is no message for clusters.
 void PublishLoudnessCluster();
 
 /// Does nothing: the publisher is freed at process exit.

@@ -1,5 +1,5 @@
 // The block of loudness data that the signal-processing stage publishes every 100 ms: per meter a
-// true peak and a K-weighted power, of which the meters of the programme are summed up.
+// true peak and a K-weighted power, which are summed over the meters of the programme.
 
 #pragma once
 
@@ -16,7 +16,7 @@ constexpr std::uint32_t kBlocksPerSecond = 10;
 constexpr std::uint32_t kFullScalePeak = 32768;
 constexpr std::uint32_t kLargestPeak = 65535;
 
-/// Bytes of one frame as they came. The frame may be of any size and alignment.
+/// Bytes of one frame as received. The frame may be of any size and alignment.
 struct FrameBytes {
   const void* data;  // null or `size` 0: an empty frame
   std::size_t size;  // bytes

@@ -1,5 +1,5 @@
-// The wiring of the service: makes its parts, connects them to the unit, runs the loop and takes it
-// all down again. Reactor thread only.
+// The wiring of the service: makes its parts, connects them to the unit, runs the loop and shuts
+// everything down. Reactor thread only.
 
 #pragma once
 
@@ -22,14 +22,15 @@ bool startReactorLoop();
 /// Ends the timers, destroys the publishers and the subscriber sockets and frees the engine.
 void cleanReactorLoop();
 
-/// Timer, every 1000 ms: one heartbeat; on every fifth call the state and configuration again.
+/// Timer, every 1000 ms: sends one heartbeat, and on every fifth call the state and configuration
+/// again.
 int DoEverySecond(zloop_t* loop, int timer, void* argument);
 
 /// Timer, every 100 ms: one step of the reporting.
 int LuDataUpdateCallback(zloop_t* loop, int timer, void* argument);
 
-/// Timer, every 250 ms: signs of life to the service manager; connections that peers broke and
-/// publishers' files that somebody removed are made anew.
+/// Timer, every 250 ms: notifies the service manager and restores connections that peers broke and
+/// publishers' files that were removed.
 int Upkeep(zloop_t* loop, int timer, void* argument);
 
 /// Readers of the reactor; they hand each message to the dispatcher.

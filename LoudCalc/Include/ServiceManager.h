@@ -1,5 +1,5 @@
-// The service manager that started the process, if it is one that wants to hear of it: by the
-// datagram protocol of systemd, sd_notify(3). Without such a manager nothing happens.
+// Notifications to the service manager that started the process, in the datagram protocol of
+// systemd, sd_notify(3). Without such a manager nothing happens.
 
 #pragma once
 
@@ -7,32 +7,33 @@
 
 class ServiceManager {
  public:
-  /// Takes the manager's address from NOTIFY_SOCKET, and from WATCHDOG_USEC and WATCHDOG_PID
-  /// whether it wants signs of life. Processes started by this one do not get them.
+  /// Reads the manager's address from NOTIFY_SOCKET, and from WATCHDOG_USEC and WATCHDOG_PID
+  /// whether it expects keep-alive messages. Removes the three variables, so that child processes
+  /// do not inherit them.
   ServiceManager();
   ~ServiceManager();
   ServiceManager(const ServiceManager&) = delete;
   ServiceManager& operator=(const ServiceManager&) = delete;
 
-  /// Whether there is a manager to be told.
+  /// Whether there is a manager to notify.
   bool IsPresent() const { return mFd != -1; }
 
-  /// The service runs: "READY=1", once, however often it is called. If the manager has no
-  /// room for the message, the next call sends it again.
-  void TellReady();
+  /// The service runs: "READY=1". Only the first call sends it. If the manager has no room for the
+  /// message, the next call tries again.
+  void NotifyReady();
 
   /// The service is about to end: "STOPPING=1".
-  void TellStopping();
+  void NotifyStopping();
 
-  /// The event loop runs: "WATCHDOG=1", where the manager wants it. To be called several times in
-  /// the manager's period, from the loop itself: a loop that hangs is to be noticed.
-  void TellAlive();
+  /// The event loop runs: "WATCHDOG=1", if the manager expects it. Call it several times in the
+  /// manager's period, and from the loop itself, so that the manager notices a loop that hangs.
+  void NotifyAlive();
 
  private:
-  bool Tell(const char* state) const;
+  bool Send(const char* state) const;
 
-  int mFd = -1;               // datagram socket; -1: there is no manager
-  std::string mAddress;       // socket name, with a zero byte in front for an abstract one
-  bool mWantsLife = false;    // the manager watches over the loop
-  bool mIsReadyTold = false;  // "READY=1" was taken
+  int mFd = -1;                  // datagram socket; -1: no manager
+  std::string mAddress;          // socket name, with a zero byte in front for an abstract one
+  bool mWantsKeepAlive = false;  // the manager expects "WATCHDOG=1"
+  bool mIsReadySent = false;     // "READY=1" was sent
 };

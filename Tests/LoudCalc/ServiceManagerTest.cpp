@@ -64,9 +64,9 @@ TEST_F(ServiceManagerTest, NothingHappensWithoutOne) {
     setenv("NOTIFY_SOCKET", name, 1);
     ServiceManager manager;
     EXPECT_FALSE(manager.IsPresent()) << name;
-    manager.TellReady();
-    manager.TellAlive();
-    manager.TellStopping();
+    manager.NotifyReady();
+    manager.NotifyAlive();
+    manager.NotifyStopping();
   }
   unsetenv("NOTIFY_SOCKET");
   EXPECT_FALSE(ServiceManager().IsPresent());
@@ -81,10 +81,10 @@ TEST_F(ServiceManagerTest, ReadyIsToldOnceAndStoppingWhenAsked) {
   const ManagerEnd end(OwnName());
   ServiceManager manager;
   ASSERT_TRUE(manager.IsPresent());
-  manager.TellReady();
-  manager.TellReady();
+  manager.NotifyReady();
+  manager.NotifyReady();
   EXPECT_THAT(end.Heard(), ElementsAre("READY=1"));
-  manager.TellStopping();
+  manager.NotifyStopping();
   EXPECT_THAT(end.Heard(), ElementsAre("STOPPING=1"));
 }
 
@@ -94,18 +94,18 @@ TEST_F(ServiceManagerTest, ReadyIsToldAgainToAManagerThatHadNoRoomForIt) {
   ServiceManager manager;
   // More than any queue of datagrams holds.
   for (int i = 0; i < 100000; ++i)
-    manager.TellAlive();
-  manager.TellReady();
+    manager.NotifyAlive();
+  manager.NotifyReady();
   EXPECT_THAT(end.Heard(), testing::Each("WATCHDOG=1"));
-  manager.TellReady();
-  manager.TellReady();
+  manager.NotifyReady();
+  manager.NotifyReady();
   EXPECT_THAT(end.Heard(), ElementsAre("READY=1"));
 }
 
 TEST_F(ServiceManagerTest, PathIsAnAddressToo) {
   const std::string path = "/tmp/LoudCalc-test-" + std::to_string(getpid());
   const ManagerEnd end(path);
-  ServiceManager().TellReady();
+  ServiceManager().NotifyReady();
   EXPECT_THAT(end.Heard(), ElementsAre("READY=1"));
   unlink(path.c_str());
 }
@@ -126,8 +126,8 @@ TEST_F(ServiceManagerTest, SignsOfLifeComeOnlyWhereTheyAreWanted) {
     if (!item.process.empty())
       setenv("WATCHDOG_PID", item.process.c_str(), 1);
     ServiceManager manager;
-    manager.TellAlive();
-    manager.TellAlive();
+    manager.NotifyAlive();
+    manager.NotifyAlive();
     EXPECT_THAT(end.Heard(), testing::SizeIs(item.signs))
         << (item.period != nullptr ? item.period : "no period") << " " << item.process;
   }
@@ -136,7 +136,7 @@ TEST_F(ServiceManagerTest, SignsOfLifeComeOnlyWhereTheyAreWanted) {
 TEST_F(ServiceManagerTest, SignOfLifeIsTheManagersWord) {
   const ManagerEnd end(OwnName());
   setenv("WATCHDOG_USEC", "1000000", 1);
-  ServiceManager().TellAlive();
+  ServiceManager().NotifyAlive();
   EXPECT_THAT(end.Heard(), ElementsAre("WATCHDOG=1"));
 }
 
@@ -153,7 +153,7 @@ TEST_F(ServiceManagerTest, ManagerThatDoesNotListenHoldsUpNothing) {
   setenv("WATCHDOG_USEC", "1000000", 1);
   ServiceManager manager;
   for (int sign = 0; sign < 100000; ++sign)
-    manager.TellAlive();
+    manager.NotifyAlive();
   EXPECT_GE(end.Heard().size(), 1u);
 }
 
@@ -161,7 +161,7 @@ TEST_F(ServiceManagerTest, ManagerThatIsGoneIsNoMatter) {
   { const ManagerEnd end(OwnName()); }
   ServiceManager manager;
   EXPECT_TRUE(manager.IsPresent());
-  manager.TellReady();
+  manager.NotifyReady();
 }
 
 }  // namespace
