@@ -11,8 +11,8 @@ namespace json {
 
 namespace {
 
-// Hands what the reader finds on to the document under construction, and stops the reader as soon
-// as the document becomes deeper or larger than any that is taken.
+// Passes what the reader finds to the document under construction, and stops the reader as soon as
+// the document exceeds a limit of depth or size.
 class BoundedDocument {
  public:
   using Size = rapidjson::SizeType;
@@ -25,7 +25,7 @@ class BoundedDocument {
   bool Uint(unsigned value) { return CountValue() && mDocument.Uint(value); }
   bool Int64(std::int64_t value) { return CountValue() && mDocument.Int64(value); }
   bool Uint64(std::uint64_t value) { return CountValue() && mDocument.Uint64(value); }
-  // The reader itself refuses some numbers beyond the range and makes an infinity of the others.
+  // The reader refuses some numbers beyond the range and turns the others into infinity.
   bool Double(double value) {
     return std::isfinite(value) && CountValue() && mDocument.Double(value);
   }
@@ -67,7 +67,7 @@ bool Parse(const char* text, rapidjson::Document& document) {
     rapidjson::Reader reader;
     rapidjson::StringStream stream(text);
     BoundedDocument bounded(root);
-    // The recursive parser would take as much stack as the text is nested.
+    // The recursive parser's use of the stack would grow with the nesting of the text.
     isRead = !reader.Parse<rapidjson::kParseIterativeFlag>(stream, bounded).IsError();
     return isRead;
   };

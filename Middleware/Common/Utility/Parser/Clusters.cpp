@@ -16,13 +16,13 @@ constexpr TextEntry<AudioChannelsClusterType_e> kClusterTexts[] = {
     {"5.1", ACCT_5_1},   {"7.1Surround", ACCT_7_1}, {"Custom", ACCT_CUSTOM},
 };
 
-// Whether the cluster says where its meters begin and how many they are.
+// Whether the cluster names its first meter and the number of its meters.
 bool HasMeters(const cCluster& cluster) {
   return cluster.miNumberOfMeters >= 0 && cluster.miFirstMeter != -1;
 }
 
-// Both ends come from outside: the end is computed beyond 32 bits, and meters below 0 that the
-// cluster names are passed over in one step.
+// Both numbers come from outside, so the end is computed in 64 bits, and meters below 0 are skipped
+// without a loop over them.
 void ClaimMeters(const cCluster& cluster, cMeterSet& meters) {
   const std::int64_t end = std::int64_t{cluster.miFirstMeter} + cluster.miNumberOfMeters;
   const std::int64_t last = std::min<std::int64_t>(end, meters.miMaxAudioMeters);

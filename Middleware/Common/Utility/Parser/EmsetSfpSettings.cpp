@@ -1,4 +1,4 @@
-// Settings of one SFP cage. Owned by whoever asked for the document; reactor thread only.
+// Settings of one SFP cage. Owned by the caller; reactor thread only.
 
 #include "EmsetSfpSettings.h"
 
@@ -15,7 +15,7 @@ void ReadOr(const rapidjson::Value& object, const char* key, std::int32_t& out,
     out = fallback;
 }
 
-// The members that say which request the settings answer.
+// The members that identify the request.
 void ReadRequest(const rapidjson::Value& object, std::uint64_t& requestTS, std::int32_t& count) {
   json::Read(object, "RequestTS", requestTS);
   ReadOr(object, "Count", count, -1);

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// A message under construction. Keys are literals; members come out in the order in which they
+/// A message under construction. Keys are literals; members are written in the order in which they
 /// were added, each with the JSON type that its method names.
 class MessageObject {
  public:
@@ -41,7 +41,8 @@ void AddCommand(MessageObject& message, LuCmd_e command) {
   message.AddText(lu_key::kCommand, cLuCmd::ConvertToLuCmdStrFromEnum(command));
 }
 
-/// What a command message with cluster information and a cluster message with a command end in.
+/// Adds the last members of a command message with cluster information and of a cluster message
+/// with a command.
 void AddTimeUserAndMeterSet(MessageObject& message, const cLuCmd& command, unsigned meterSet) {
   message.AddUnsigned(lu_key::kCommandTimeStamp, command.mlCmdTS);
   message.AddUnsigned(lu_key::kWrittenUser, command.mlUserId);

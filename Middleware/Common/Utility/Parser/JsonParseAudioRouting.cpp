@@ -43,7 +43,7 @@ bool SlotNumber(const char* name, std::int32_t& slot) {
   }
 }
 
-// Flags of a pair are set by a JSON true and by nothing else.
+// A flag of a pair is set only by a JSON true.
 bool IsTrue(const rapidjson::Value& object, const char* key) {
   const rapidjson::Value* value = json::Find(object, key);
   return value != nullptr && value->IsTrue();
@@ -114,7 +114,7 @@ int cAudOutputRouting::ParseAllSlots(const rapidjson::Value& slots) {
       result &= ParseAORSlot(member.value);
     } else {
       LOUDCALC_LOG(Log(), Warn,
-                   "\"Audio routing slot %.40s skipped: its name is no number in range\"",
+                   "\"Audio routing slot %.40s skipped: its name is not a number in range\"",
                    member.name.GetString());
       result = 0;
     }
@@ -169,8 +169,8 @@ int cAudOutputRouting::ParseAORPairs(const rapidjson::Value& pairs) {
   return result;
 }
 
-// A pair without a number is ignored. With the number of the pair before it, it would overwrite
-// that pair's channels.
+// A pair without a number is ignored: it must not inherit the number of the pair before it and
+// overwrite that pair's channels.
 int cAudOutputRouting::ParseAORPair(const rapidjson::Value& pair) {
   if (!pair.IsObject())
     return 0;

@@ -9,7 +9,7 @@
 
 namespace {
 
-// A flag that is present is set by a JSON true and cleared by anything else.
+// A flag that is present is set by a JSON true and cleared by any other value.
 void ReadFlag(const rapidjson::Value& object, const char* key, bool& out) {
   const rapidjson::Value* value = json::Find(object, key);
   if (value != nullptr)
@@ -32,8 +32,8 @@ void cDolbyDecoderSettingsParser::ResetDolbyDecoderSettings() {
   *this = cDolbyDecoderSettingsParser();
 }
 
-// The configurations are all read before the first failure counts, so that a document of which one
-// is missing still brings the others.
+// All configurations are read before a failure returns, so that a document without one of them
+// still sets the others.
 int cDolbyDecoderSettingsParser::ParseDolbyDecoderSettingsObject(const rapidjson::Value& value) {
   if (!value.IsObject())
     return 0;

@@ -1,4 +1,5 @@
-// Emset configuration of the preset. Owned by whoever hands it to the preset; reactor thread only.
+// Emset configuration of the preset. Owned by the caller who passes it to the preset; reactor
+// thread only.
 
 #include "JsonParseEmsetInfo.h"
 
@@ -9,7 +10,8 @@
 
 namespace {
 
-// Walks `array` along with the `places` it has; the rest of the array is ignored.
+// Calls `parse` for each of the `places` and the element of `array` at its index. Further elements
+// are ignored.
 template <typename Places, typename Parse>
 void ForEachPlace(const rapidjson::Value& array, Places& places, Parse parse) {
   const std::size_t count = std::min<std::size_t>(array.Size(), places.size());
@@ -88,7 +90,7 @@ int cEmsetInfo::ParseEmsetInfo(const rapidjson::Value& value) {
   return mbIsValidConf;
 }
 
-// An Emset that the next document does not bring must not be found any more.
+// An Emset that the next document does not contain must not be found afterwards.
 void cEmsetConfParser::ResetEmsetConfParser() {
   mbIsValidConf = false;
   for (cEmsetInfo& emset : mEmsets) {

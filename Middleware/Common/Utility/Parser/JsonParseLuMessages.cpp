@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Reads keys that a message must have and remembers whether one was not there.
+/// Reads keys that a message must have and remembers whether one was missing.
 class RequiredKeys {
  public:
   explicit RequiredKeys(const rapidjson::Value& object) : mObject(object) {}
@@ -33,7 +33,7 @@ class RequiredKeys {
   bool mAllFound = true;
 };
 
-/// The sender's mark of a message that began at the front panel; false unless it says so.
+/// Whether the sender marked the message as one from the front panel.
 bool ReadOrigin(const rapidjson::Value& message) {
   bool fromFrontPanel = false;
   json::Read(message, lu_key::kOriginFromFp, fromFrontPanel);

@@ -22,8 +22,7 @@ struct Section {
   int (*parse)(cPresetParser& preset, const rapidjson::Value& section);
 };
 
-// In the order in which the sections are read. A section that fails does not keep the others from
-// being read.
+// In the order in which the sections are read. The others are read even if one fails.
 constexpr Section kSections[] = {
     {"Clusters", 0,
      [](cPresetParser& preset, const rapidjson::Value& section) {
@@ -106,7 +105,7 @@ int cPresetParser::ParseSections(const rapidjson::Value& document) {
   return ok;
 }
 
-// Without its group a preset looks the same as one of the same name in another group.
+// Without its group a preset cannot be told from one of the same name in another group.
 void cPresetParser::ParseName(const rapidjson::Value& document) {
   const rapidjson::Value* name = json::FindObject(document, "Name");
   if (name == nullptr)
@@ -123,7 +122,7 @@ void cPresetParser::ParseCounters(const rapidjson::Value& document) {
   json::Read(document, "Repub", mbRepub);
 }
 
-// Nothing that an earlier document routed stands beside what this one says.
+// Removes what an earlier document routed.
 void cPresetParser::ClearRouting(bool keepKeys) {
   if (keepKeys)
     ClearRoutingContents();

@@ -12,8 +12,8 @@ namespace {
 constexpr char kTypeKey[] = "Type";
 constexpr char kBitRateKey[] = "StreamBitRate";
 
-// Sources that cannot carry a clock stand among the others, each at its place in the search, and
-// give the internal clock.
+// The order of the search counts. Sources that cannot carry a clock have rows too, which give the
+// internal clock.
 constexpr TextEntry<SystemClockType_e> kClockTexts[] = {
     {"None", SCT_NONE},        {"Internal", SCT_INTERNAL},  {"Analog", SCT_INTERNAL},
     {"AES", SCT_AES},          {"Dolby", SCT_INTERNAL},     {"TOSLINK", SCT_TOSLINK},

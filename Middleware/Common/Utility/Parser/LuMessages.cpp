@@ -1,4 +1,4 @@
-// Vocabulary and defaults of the loudness records. Stateless apart from the records themselves.
+// Texts and defaults of the loudness records. Stateless apart from the records themselves.
 
 #include "LuMessages.h"
 
@@ -32,8 +32,9 @@ constexpr TextEntry<LoudModes_e> kModes[] = {
     {"Manual", LOUD_MODE_START_STOP},
 };
 
-// "None" has no row: it is the fallback. "Restart" needs a row of its own, because it contains
-// "start" and not "Start". It stands after "Start": the first text of a value is the one written.
+// "None" has no row because it is the fallback. "Restart" needs its own row because it contains
+// "start", not "Start". It stands after "Start" because the first text of a value is the one that
+// is written.
 constexpr TextEntry<LuCmd_e> kCommands[] = {
     {"Stop", LU_CMD_STOP},     {"Pause", LU_CMD_PAUSE}, {"Start", LU_CMD_START},
     {"Restart", LU_CMD_START}, {"Play", LU_CMD_PLAY},   {"Reset", LU_CMD_RESET},

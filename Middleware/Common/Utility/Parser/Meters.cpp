@@ -26,7 +26,7 @@ constexpr OutputAssignments_e kOutputAssignments[AST_SPEAKER_MAX] = {
     OPA_LEFT, OPA_RIGHT,  // top middle
 };
 
-// A transport stream carries pictures and sound, so it counts among both kinds of input.
+// A transport stream carries pictures and sound, so it is in both tables of inputs.
 constexpr TextEntry<SysInputType_e> kTransportStream = {"VoIP.MPEG", SIT_TS_OVER_IP};
 constexpr TextEntry<SysInputType_e> kNoInput = {"None", SIT_NONE};
 
@@ -50,19 +50,19 @@ constexpr TextEntry<SysIOConnectorType_e> kConnectorTexts[] = {
     {"6.35mm", SIOCT_6_35mm},   {"HDMI", SIOCT_HDMI},
 };
 
-// How a complaint names a meter; the name comes from outside and may be of any length.
+// The text of an error about a meter. The name comes from outside and may be of any length.
 std::string Complaint(const std::string& meterName, const char* fault) {
   constexpr std::size_t kLongestShown = 40;
   return "meter name \"" + meterName.substr(0, kLongestShown) + "\" " + fault;
 }
 
-// The number that a meter's name begins with. The conversion's own error says nothing of the name,
-// so it goes out again with a text that does.
+// The number that a meter's name begins with. The error text of the conversion does not contain the
+// name, so the error is thrown again with a text that does.
 std::int32_t MeterNumber(const std::string& name) {
   try {
     return std::stoi(name);
   } catch (const std::invalid_argument&) {
-    throw std::invalid_argument(Complaint(name, "is no number"));
+    throw std::invalid_argument(Complaint(name, "is not a number"));
   } catch (const std::out_of_range&) {
     throw std::out_of_range(Complaint(name, "is out of range"));
   }

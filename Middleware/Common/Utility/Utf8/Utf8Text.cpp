@@ -1,4 +1,4 @@
-// Characters told from stray bytes. No state.
+// Checking and repairing UTF-8. Stateless.
 
 #include "Utf8Text.h"
 
@@ -12,7 +12,7 @@ namespace {
 constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
 constexpr std::size_t kLargestCharacter = 4;     // bytes
 
-// The reader hands on what it has read; nobody wants it.
+// Takes the validated character, which is not needed.
 struct Discard {
   void Put(char) {}
 };
@@ -20,7 +20,7 @@ struct Discard {
 }  // namespace
 
 std::size_t SizeOfUtf8At(const std::string& text, std::size_t place) {
-  // RapidJSON reads a character to its end, whether or not the text goes on so far.
+  // RapidJSON reads as many bytes as the first one announces, even past the end of the text.
   char bytes[kLargestCharacter + 1] = {};
   text.copy(bytes, kLargestCharacter, place);
   rapidjson::StringStream reader(bytes);

@@ -1,5 +1,5 @@
-// Strict access to JSON documents that come from the network. Every reader uses these functions, so
-// that no document can exhaust stack, memory or time and a value of the wrong type always counts as
+// Strict access to JSON documents that come from the network. All readers use these functions, so
+// no document can exhaust stack, memory or time, and a value of the wrong type always counts as
 // missing.
 
 #pragma once
@@ -12,22 +12,22 @@
 
 namespace json {
 
-/// The largest document that is taken, several times any that a unit has use for: a meter takes
-/// about 500 bytes of a preset, an output channel 130, an Emset flow 600.
+/// The largest document that is accepted, several times larger than any that a unit needs: in a
+/// preset, a meter takes about 500 bytes, an output channel 130, an Emset flow 600.
 constexpr std::size_t kMaxDocumentSize = 256 * 1024;  // bytes
 constexpr std::size_t kMaxValues = 32 * 1024;         // values and keys together
-constexpr std::size_t kMaxNesting = 64;               // objects and arrays in one another
+constexpr std::size_t kMaxNesting = 64;               // objects and arrays within one another
 
 /// Parses the zero-terminated `text` without recursion. False when it is null, is not JSON, exceeds
-/// a limit above or its root is not an object; `document` then holds nothing of use.
+/// a limit above or its root is not an object; the contents of `document` are then undefined.
 bool ParseObject(const char* text, rapidjson::Document& document);
 
-/// Parses the zero-terminated `text` without recursion, whatever its root. False when it is null,
-/// is not JSON or exceeds a limit above.
+/// Parses the zero-terminated `text` without recursion; its root may be any value. False when it is
+/// null, is not JSON or exceeds a limit above.
 bool Parse(const char* text, rapidjson::Document& document);
 
 /// The member of `object` with exactly that key, or null. `object` must be a JSON object. Of
-/// duplicate keys the first counts.
+/// duplicate keys the first one counts.
 const rapidjson::Value* Find(const rapidjson::Value& object, const char* key);
 
 /// The member when it is present and an object (array), else null.

@@ -1,4 +1,5 @@
-// A member of a JSON document that is kept twice: as the text received and as what it stands for.
+// Reads a member of a JSON document that is kept twice: as the text received and as the value that
+// it stands for.
 
 #pragma once
 

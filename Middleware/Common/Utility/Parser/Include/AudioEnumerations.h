@@ -66,7 +66,7 @@ enum SysIOConnectorType_e : std::int32_t {
 };
 using SysInputOutputConnectorType_e = SysIOConnectorType_e;
 
-/// Side of a stereo output that a meter is heard on. Right comes before left.
+/// Side of a stereo output on which a meter is heard. Note that right comes before left.
 enum OutputAssignments_e : std::int32_t {
   OPA_NONE = 0,
   OPA_RIGHT = 1,

@@ -60,7 +60,7 @@ class cClusterSet {
   /// when every element parsed, 0 when one did not or `value` is not an array.
   int ParseClusterSet(const rapidjson::Value& value, cMeterSet* meters);
 
-  /// The cluster itself, empty when there is none.
+  /// The cluster itself, empty if there is none.
   std::shared_ptr<cCluster> GetCluster(std::int32_t cluster) const;
 
   std::int32_t GetFirstMeter(std::int32_t cluster, std::int32_t fallback) const;

@@ -1,6 +1,5 @@
 // Settings of one SFP cage of the unit: addresses, firmware load options and precision time. Each
-// comes as a document of its own; the time settings are part of every Emset too. Reactor thread
-// only.
+// is a separate document; the time settings are also part of every Emset. Reactor thread only.
 
 #pragma once
 
@@ -22,7 +21,7 @@ struct IpSet_s {
 class cEmsetSfpIpSettings {
  public:
   /// Reads the document `json`. Members that are missing or mistyped leave their fields, except
-  /// that "Count" becomes -1. 0, leaving everything, when it is null, does not parse or is no
+  /// that "Count" becomes -1. 0, with nothing changed, when it is null, does not parse or is not an
   /// object.
   int ParseSfpIpSettings(const char* json);
 
@@ -37,7 +36,7 @@ class cEmsetSfpIpSettings {
 
 class cEmsetSfpFirmwareLoadOptions {
  public:
-  /// Reads the document `json`, as `cEmsetSfpIpSettings` its own; a missing "SfpCageNo" becomes 0.
+  /// Reads the document `json` as `ParseSfpIpSettings` does; a missing "SfpCageNo" becomes 0.
   int ParseSfpFirmwareLoadOptions(const char* json);
 
   std::int32_t miCount = -1;       // sequence counter of the publisher, -1: none
@@ -54,7 +53,7 @@ class cEmsetSfpPTPSettings {
   int ParseSfpPTPSettings(const char* json);
 
   /// Reads the settings object and prints the settings. Members that are missing or mistyped leave
-  /// their fields, except that "Count" becomes -1. 0, leaving everything, when `value` is no
+  /// their fields, except that "Count" becomes -1. 0, with nothing changed, when `value` is not an
   /// object.
   int ParseSfpPTPSettings(const rapidjson::Value& value);
 

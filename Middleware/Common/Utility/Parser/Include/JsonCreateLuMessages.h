@@ -1,5 +1,5 @@
-// Writer of the loudness messages: command, cluster and configuration. An object of it belongs to
-// one sender, on the reactor thread.
+// Writer of the loudness messages: command, cluster and configuration. Each object belongs to one
+// sender. Reactor thread only.
 
 #pragma once
 
@@ -7,11 +7,11 @@
 
 #include "LuMessages.h"
 
-/// Writes messages from the fields of its own two records, which the owner fills beforehand.
+/// Writes messages from the fields of its two base classes, which the owner sets first.
 ///
 /// Every message is compact JSON on one line; the order of its members is part of the format. All
-/// writers share one buffer: a returned text is never null and holds until the next call of any of
-/// them, or until the object goes. Writing cannot fail.
+/// writers share one buffer: a returned text is never null and valid until the next call of any
+/// writer or the end of the object. Writing cannot fail.
 class cLuSettingsCreater : public cLuConf, public cLuCmd {
  public:
   /// A command message of one of two kinds that share only "Command" (the text of `Cmd`, "None" for

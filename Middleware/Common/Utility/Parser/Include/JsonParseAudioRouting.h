@@ -64,8 +64,8 @@ class cAudChannelOutputRouting : public cAudChannelOutputRoutingKey {
 using AudChannelOutputRoutingMap_t =
     std::map<cAudChannelOutputRoutingKey, std::shared_ptr<cAudChannelOutputRouting>>;
 
-/// Most channels that are read of one document. Each is printed, and its key outlives the document
-/// for as long as there is room for so many.
+/// The most channels that are read from one document. Each is printed, and its key is kept after
+/// the document as long as the map has room for it.
 constexpr std::size_t kMaxRoutedChannels = 512;
 
 class cAudOutputRouting {
@@ -77,13 +77,14 @@ class cAudOutputRouting {
   /// them channel pairs. With `routingFlag` every slot is read, without it only the slot
   /// `routingArg`. Each complete channel goes into `mAcorMap` and is printed. A slot whose name
   /// does not begin with a number that an int holds is skipped with a log line. 1 when everything
-  /// met was well formed and, without `routingFlag`, the slot was there; else 0, and what could be
-  /// read has been. Channels beyond the first `kMaxRoutedChannels` are skipped with one log line.
+  /// was well formed and, without `routingFlag`, the slot was there; otherwise 0 with everything
+  /// read that could be. Channels beyond the first `kMaxRoutedChannels` are skipped with one log
+  /// line.
   int ParseAudOutputRouting(const rapidjson::Value& value, bool routingFlag, int routingArg);
 
-  /// The inner levels of the document, read into `mAcor`, whose slot, connector and output type
-  /// stand already. Each returns 1, or 0 when something met was not well formed; what could be read
-  /// has been. All channels count towards the `kMaxRoutedChannels` of the last document.
+  /// The inner levels of the document, read into `mAcor`, whose slot, connector and output type are
+  /// already set. Each returns 1, or 0 when something was not well formed; everything that can be
+  /// read is read. All channels count towards the `kMaxRoutedChannels` of the last document.
 
   /// An array of pair objects.
   int ParseAORPairs(const rapidjson::Value& pairs);
@@ -91,8 +92,8 @@ class cAudOutputRouting {
   /// An object with the number ("Pair", -1 without it), the flags and the channels of a pair.
   int ParseAORPair(const rapidjson::Value& pair);
 
-  /// An array of channel objects. Element i, counted from 0, goes into the map as channel
-  /// i + 2 x pair - 1 of the output; in a pair without number it is read only.
+  /// An array of channel objects. Element i, counted from 0, goes into the map as channel i + 2 x
+  /// pair - 1 of the output; in a pair without a number it is read but does not go into the map.
   int ParseAOROutputChannels(const rapidjson::Value& channels);
 
   /// An object with the trim ("OutputTrimDb", required), the "Speaker" (none without it) and the
@@ -102,8 +103,9 @@ class cAudOutputRouting {
   /// Clears the contents of every entry of the map; the keys stay.
   void ClearRoutingContents();
 
-  /// Enters a copy of `record` into the map in place of what stood under its key, and prints it. A
-  /// new key in a map of `kMaxRoutedChannels` or more drives out those whose contents are cleared.
+  /// Puts a copy of `record` into the map in place of the entry with its key, and prints it. Before
+  /// a new key goes into a map of `kMaxRoutedChannels` or more, entries with cleared contents are
+  /// removed.
   void InsertAudChannelOutputRouting(const cAudChannelOutputRouting& record);
 
   /// Prints a heading and every entry of the map.
@@ -114,7 +116,7 @@ class cAudOutputRouting {
   static SysOutputType_e ConvertToSysOutputTypeFromString(const char* text);
 
   cAudChannelOutputRouting mAcor;         // the record being filled while parsing
-  AudChannelOutputRoutingMap_t mAcorMap;  // every channel met so far, kept between documents
+  AudChannelOutputRoutingMap_t mAcorMap;  // every channel read so far, kept between documents
 
  private:
   int ParseAllSlots(const rapidjson::Value& slots);

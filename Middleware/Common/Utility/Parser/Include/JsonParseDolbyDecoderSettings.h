@@ -1,5 +1,5 @@
-// Settings of the unit's Dolby decoder, as the preset carries them or as a document of their own.
-// The loudness service keeps them and does not act on them. Reactor thread only.
+// Settings of the unit's Dolby decoder, either as part of the preset or as a separate document. The
+// loudness service keeps them and does not act on them. Reactor thread only.
 
 #pragma once
 
@@ -15,7 +15,7 @@ class cDolbyDecoderSettingsParser {
 
   /// Reads the settings object. 1 when all four configurations, the members that "DDPlusConfig" and
   /// "ED2Config" must have and both status members are there with their types; else 0. What is
-  /// present is stored all the same, except that the status members are not read after a failure in
+  /// present is stored even then, except that the status members are not read after a failure in
   /// the configurations.
   int ParseDolbyDecoderSettingsObject(const rapidjson::Value& value);
 

@@ -43,7 +43,7 @@ class cEmsetSignals : public cEmsetReference, public cEmsetSfpPTPSettings {
   /// are ignored. 1 when at least one flow parsed, else 0.
   int ParseSignals(const rapidjson::Value& value);
 
-  /// The first flow of that kind, null when there is none or `flow` lies beyond the flows.
+  /// The first flow of that kind, null if there is none or `flow` is not a flow.
   const cEmsetPrimaryFlow* GetPrimaryFlow(EmsetFlow_e flow) const;
 
   Flows_t mFlows;  // video, audio 1 to 4, ancillary
@@ -55,10 +55,10 @@ class cEmsetSignals : public cEmsetReference, public cEmsetSfpPTPSettings {
 class cEmsetInfo : public cEmsetSignals {
  public:
   /// Reads an Emset object. 0 when `value` is not an object or its "Signals" is missing or fails;
-  /// slot, cage and name are stored all the same.
+  /// slot, cage and name are stored anyway.
   int ParseEmsetInfo(const rapidjson::Value& value);
 
-  bool mbIsValidConf = false;  // the last parse brought signals
+  bool mbIsValidConf = false;  // the last parse found signals
   std::uint32_t mlSlot = 0;    // slot of the card
   std::uint32_t mlCage = 0;    // SFP cage on the card
   std::string msDisplayName;   // name for the user
@@ -73,15 +73,15 @@ class cEmsetConfParser {
   void ResetEmsetConfParser();
 
   /// Resets, then reads the "EmsetConfig" array: element i fills `mEmsets[i]`, elements beyond are
-  /// ignored. 1 when `value` is an array, whatever becomes of its Emsets, else 0.
+  /// ignored. 1 when `value` is an array, even if its Emsets fail, else 0.
   int ParseEmsetConf(const rapidjson::Value& value);
 
   /// Reads the document `json` that says whether the SFP modules are enabled. 0 when it is null,
   /// does not parse or is not an object.
   int ParseSfpModuleStatus(const char* json);
 
-  /// The first valid Emset at that slot and cage; null when there is none or the configuration is
-  /// not valid. It belongs to the parser.
+  /// The first valid Emset at that slot and cage; null if there is none or the configuration is not
+  /// valid. It belongs to the parser.
   const cEmsetInfo* GetEmsetInfoForSFP(std::uint32_t slot, std::uint32_t cage) const;
 
   bool mbIsValidConf = false;         // an array of Emsets was read since the last reset

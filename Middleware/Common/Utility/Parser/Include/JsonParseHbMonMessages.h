@@ -1,6 +1,6 @@
 // Readers of the process monitor's messages: the state of the whole system and the commands to the
-// monitor's clients. Used on the reactor thread only; their flags are class-wide so that every unit
-// on that thread can read them.
+// monitor's clients. Used on the reactor thread only; their flags are static so that all code on
+// that thread can read them.
 //
 // The monitor is part of the same unit, so a known key of the wrong JSON type is a broken contract
 // and stops the process by an assertion. A text that is not JSON is only logged.
@@ -17,15 +17,15 @@
 /// text "SystemStatus" and, optionally, the object "DolbyDecoder" with the text "State".
 class cJsonParseSysStatus {
  public:
-  /// Takes over the system status: `mbSysStatus` becomes true for a text that begins with "Okay"
-  /// and false for any other. With `_detect_dlb_status`, while the system is in order and no
-  /// decoder was seen before, `mbDolbyDecoderDetected` says whether the decoder's state begins with
+  /// Reads the system status: `mbSysStatus` becomes true for a text that begins with "Okay" and
+  /// false for any other. With `_detect_dlb_status`, while the system is in order and no decoder
+  /// was seen before, `mbDolbyDecoderDetected` says whether the decoder's state begins with
   /// "Processing".
   ///
   /// Returns true for a usable message. A null text, one that is not JSON or has no "SystemStatus"
-  /// is logged as an error, sets `mbSysStatus` to `_default`, leaves the decoder's flag and returns
-  /// false. Asserts that the root is an object, "SystemStatus" a text and, where it looks for them,
-  /// "DolbyDecoder" an object and "State" a text.
+  /// is logged as an error, sets `mbSysStatus` to `_default`, does not change the decoder's flag
+  /// and returns false. Asserts that the root is an object, "SystemStatus" a text and, if it reads
+  /// them, "DolbyDecoder" an object and "State" a text.
   bool ParseSysStatus(const char* cpEncMessage_in, bool _detect_dlb_status, bool _default);
 
   static bool mbSysStatus;             // the system was in order at the last message

@@ -1,6 +1,6 @@
 // Reader of the loudness messages: configuration, command and cluster. Owned by the dispatcher,
-// used on the reactor thread only. It writes no log lines; the caller tells a rejection from its
-// result.
+// used on the reactor thread only. It writes no log lines; the result tells the caller of a
+// rejection.
 
 #pragma once
 
@@ -19,13 +19,14 @@ class cLuSettingsParser : public cLuConf, public cLuCmd {
   /// Reads a configuration message. True when each of "ClusterId" (into `mlDefaultClusterId`),
   /// "LraWindow", "LoudnessStandard", "LoudnessWindow", "AlarmTolerance", "Alarm",
   /// "ReferenceLevel", "Mode" and "LoudnessWindowTime" is there; "OriginFromFp" and "UserID" may be
-  /// missing. Command and configuration are reset first, so after a false result the good keys
-  /// stand on top of the defaults, and the configuration must not be applied.
+  /// missing. Command and configuration are reset first, so after a false result the keys that
+  /// could be read are set, all others have their defaults, and the configuration must not be
+  /// applied.
   bool ParseLuConfJsonStr(const char* cpEncMessage_in);
 
-  /// Reads a command message. True when "Command" is a text, whatever it says; a text that is no
-  /// command gives `LU_CMD_NONE`. "OriginFromFp", "CmdTS" and "UserID" may be missing. The command
-  /// is reset first and the configuration is kept.
+  /// Reads a command message. True when "Command" is any text; one that is not a command gives
+  /// `LU_CMD_NONE`. "OriginFromFp", "CmdTS" and "UserID" may be missing. The command is reset first
+  /// and the configuration is kept.
   bool ParseLuCmdJsonStr(const char* cpEncMessage_in);
 
   /// Reads a command message addressed to one cluster. `cluster_id_out` and `meter_set_no_out` take

@@ -1,6 +1,6 @@
 // The preset document of the unit: which input feeds each meter, which loudspeaker it stands for
-// and how meters form clusters, with the further sections that travel in the same document. One
-// object, owned by the dispatcher, used from the reactor thread only.
+// and how meters form clusters, with the other sections of the same document. One object, owned by
+// the dispatcher, used from the reactor thread only.
 
 #pragma once
 
@@ -37,15 +37,15 @@ class cPresetParser : public cSystemClockSource,
   /// which may be null, receives the Emset configuration. Returns 1, or 0 when the document is
   /// null, not a JSON object, lacks "Clusters", "MeterSet" or "SystemClockSource" or has a bad one,
   /// or has a "DolbyInputSource" or "VideoSource" that is not an object; the preset is then in its
-  /// reset state. A document with a meter name that is not a number in the range of int, or with a
-  /// string "Preset" but no string "Group", is read no further: it also leaves an error line that
-  /// names the fault, and the routing without contents. Decoder settings, routing and Emset
-  /// configuration never decide the result.
+  /// reset state. Reading stops at a meter name that is not a number in the range of int and at a
+  /// string "Preset" without a string "Group". Such a document also leaves an error line that names
+  /// the fault, and the routing without contents. Decoder settings, routing and Emset configuration
+  /// do not affect the result.
   int ParsePreset(const char* json, bool parseRouting, bool routingFlag, int routingArg,
                   cEmsetConfParser* emset);
 
-  /// The reset state: initial values everywhere but in the counters `miCount`, `mllPubTS` and
-  /// `miSpeakerDelayMs`, the Dolby input, the texts that clock and video source keep, and the
+  /// Returns everything to its initial value except the counters `miCount`, `mllPubTS` and
+  /// `miSpeakerDelayMs`, the Dolby input, the texts that the clock and video sources keep, and the
   /// routing, which only a document that is read changes.
   void ResetPreset();
 

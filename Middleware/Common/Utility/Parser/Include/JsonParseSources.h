@@ -1,6 +1,6 @@
-// Three sections of the preset: where the unit takes its clock, its Dolby stream and its picture
-// from. Kept so that the preset object is complete; the loudness service reads none of them. They
-// belong to the preset object; reactor thread only.
+// Three sections of the preset: the sources of the unit's clock, Dolby stream and picture. Kept so
+// that the preset object is complete; the loudness service reads none of them. They belong to the
+// preset object; reactor thread only.
 
 #pragma once
 
@@ -34,8 +34,8 @@ class cSystemClockSource {
   /// internal clock. 0, leaving everything, when `value` is not an object, else 1.
   int ParseSystemClockSource(const rapidjson::Value& value);
 
-  /// What a clock "Type" text stands for, found by the names it contains. Everything that carries
-  /// no clock, a null and an unknown text give `SCT_INTERNAL`.
+  /// What a clock "Type" text stands for, found by the names it contains. `SCT_INTERNAL` for an
+  /// input that carries no clock, a null and an unknown text.
   static SystemClockType_e ConvertToSysClockTypeFromString(const char* text);
 
   SystemClockType_e mSysClockType = SCT_NONE;                // source of the clock

@@ -1,5 +1,5 @@
 // Composes a block of labelled values and prints it on standard output in one piece, so that blocks
-// of different units never mix on the console.
+// never mix on the console.
 
 #pragma once
 
@@ -7,7 +7,7 @@
 
 class LabelledBlock {
  public:
-  /// Appends the label, letter for letter, and the text behind it.
+  /// Appends the label and then the text.
   LabelledBlock& Add(const char* label, const std::string& value) {
     mText.append(label).append(value);
     return *this;
@@ -29,5 +29,5 @@ class LabelledBlock {
   void Print() const;
 
  private:
-  std::string mText;  // what has been composed so far
+  std::string mText;  // what has been appended so far
 };

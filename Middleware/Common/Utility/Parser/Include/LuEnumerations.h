@@ -1,6 +1,6 @@
-// Enumerations of the loudness settings and commands, and the actions that commands lead to. The
-// values of the enumerations travel in messages; their texts are in LuMessages.h. Plain header, so
-// that the engine does not depend on JSON.
+// Enumerations of the loudness settings and commands, and the actions that commands raise. The
+// values of the enumerations travel in messages; their texts are in LuMessages.h. A plain header,
+// so that the engine does not depend on JSON.
 
 #pragma once
 
@@ -53,8 +53,7 @@ enum LuCmd_e : std::int32_t {
   LU_CMD_NUM_STATES = 10,
 };
 
-// What a command leaves to be done on the ticks after it: bits, of which the service carries out
-// one on each tick.
+// Pending actions, as bits. The service carries out one on each tick.
 constexpr std::uint32_t kActionStart = 0x001;  // acknowledge a start
 constexpr std::uint32_t kActionReset = 0x002;  // restart every measurement
 constexpr std::uint32_t kActionStop =

@@ -1,4 +1,4 @@
-// Keys of the loudness messages, as their reader and their writer spell them.
+// Keys of the loudness messages, for their reader and their writer.
 
 #pragma once
 
@@ -18,8 +18,8 @@ constexpr char kMode[] = "Mode";
 constexpr char kOriginFromFp[] = "OriginFromFp";
 constexpr char kReferenceLevel[] = "ReferenceLevel";
 
-// The user: messages that arrive here name it by the first key, messages that leave by the second.
-// Neither end looks for the other key.
+// The user: incoming messages use the first key, outgoing ones the second. The two are not
+// interchangeable.
 constexpr char kReadUser[] = "UserID";
 constexpr char kWrittenUser[] = "UID";
 

@@ -9,11 +9,11 @@
 
 #include "LuEnumerations.h"
 
-/// A loudness configuration. Each text stands beside its enumeration: whoever stores one stores the
-/// other. No field is range-checked here; ranges are the business of the settings store.
+/// A loudness configuration. Each text stands beside its enumeration; set both together. Ranges are
+/// not checked here but where the settings are stored.
 class cLuConf {
  public:
-  /// Texts of the reset defaults; each also answers for every value without a text of its own.
+  /// Texts of the reset defaults. Each is also the text of all values without their own.
   static constexpr char kDefaultStandardText[] = "ITU BS1770-3";
   static constexpr char kDefaultWindowText[] = "Momentary";
   static constexpr char kDefaultAlarmText[] = "Both";
@@ -22,20 +22,20 @@ class cLuConf {
   /// The enumeration of a text. The texts are searched in the order of their values, anywhere in
   /// `text` and case-sensitively. A null text, or one that contains none of them, gives the value
   /// that a reset gives: `BS1770_3`, `LOUD_WIN_TYPE_MOMENTARY`, `LU_ALARM_BOTH` and
-  /// `LOUD_MODE_CONTINUOUS`. No text gives `LU_ALARM_NONE`.
+  /// `LOUD_MODE_CONTINUOUS`. There is no text for `LU_ALARM_NONE`.
   static LoudStandards_e ConvertToLoudnessStandardFromString(const char* text);
   static LoudWinType_e ConvertToLoudnessWindowFromString(const char* text);
   static LuAlarm_e ConvertToAlarmFromString(const char* text);
   static LoudModes_e ConvertToModeFromString(const char* text);
 
   /// The text of an enumeration, a literal that is never null and outlives every object. A value
-  /// outside the vocabulary gives the text of the reset default; `LU_ALARM_NONE` so gives "Both".
+  /// without a text gives the text of the reset default; for `LU_ALARM_NONE` that is "Both".
   static const char* ConvertToLoudnessStandardStrFromEnum(LoudStandards_e standard);
   static const char* ConvertToLoudnessWindowStrFromEnum(LoudWinType_e window);
   static const char* ConvertToAlarmStrFromEnum(LuAlarm_e alarm);
   static const char* ConvertToModeStrFromEnum(teLoudModes mode);
 
-  /// Puts every field but `mlUserId` back to the default that a new record has.
+  /// Returns every field but `mlUserId` to its default.
   void Reset();
 
   std::uint32_t mlLraWindow = 9;                          // window of the loudness range, s
@@ -50,7 +50,7 @@ class cLuConf {
   LuAlarm_e mAlarm = LU_ALARM_BOTH;         // side of the reference level that raises an alarm
   std::int32_t mlReferenceLevel = -24;      // loudness aimed at, LKFS
   std::string msMode = kDefaultModeText;    // text of `mMode`
-  LoudModes_e mMode = LOUD_MODE_DEFAULT;    // measured throughout, or from a start to a stop
+  LoudModes_e mMode = LOUD_MODE_DEFAULT;    // continuous, or from a start to a stop
   std::uint32_t mlLoudnessWindowTime = 3;   // length of the custom window, s
   std::uint32_t mlUserId = 0;               // user that sent the configuration; 0 before the first
 };
@@ -58,23 +58,23 @@ class cLuConf {
 /// A loudness command.
 class cLuCmd {
  public:
-  /// Text of `LU_CMD_NONE` and of every command that has none of its own.
+  /// Text of `LU_CMD_NONE` and of every command without its own.
   static constexpr char kNoCommandText[] = "None";
 
-  /// As the conversions of `cLuConf`, with `LU_CMD_NONE` and "None" for everything else. A text
-  /// that merely contains a command, such as "AutoStart", is that command. The commands above
-  /// `LU_CMD_PRINT` have no text and so cannot arrive by message.
+  /// Work like the conversions of `cLuConf`, with `LU_CMD_NONE` and "None" for everything else. A
+  /// text that only contains a command, such as "AutoStart", is that command. The commands above
+  /// `LU_CMD_PRINT` have no text and cannot arrive by message.
   static LuCmd_e ConvertToLuCmdFromString(const char* text);
   static const char* ConvertToLuCmdStrFromEnum(LuCmd_e command);
 
-  /// Puts the command back to none. Its time stamp and user stay.
+  /// Returns the command to none. Its time stamp and user do not change.
   void Reset();
 
   /// Shows the command on standard output, in a block of three indented lines, and flushes it.
   void PrintLuCmd() const;
 
-  std::string msLuCmd = kNoCommandText;  // text of `mLuCmd`, as its sender wrote it
+  std::string msLuCmd = kNoCommandText;  // text of `mLuCmd` as received
   LuCmd_e mLuCmd = LU_CMD_NONE;          // the command; LU_CMD_NONE also for an unknown text
-  std::uint32_t mlCmdTS = 0;   // time stamp that the command carries, as its sender counts it
-  std::uint32_t mlUserId = 0;  // user that sent the command; 0 before the first
+  std::uint32_t mlCmdTS = 0;             // time stamp of the command, in the sender's own count
+  std::uint32_t mlUserId = 0;            // user that sent the command; 0 before the first
 };

@@ -1,5 +1,5 @@
 // The audio meters of the unit as the preset sets them up: what feeds each meter, which loudspeaker
-// it stands for and which cluster claims it. Belongs to the preset object; reactor thread only.
+// it stands for and to which cluster it belongs. Belongs to the preset object; reactor thread only.
 
 #pragma once
 
@@ -13,7 +13,7 @@
 #include "AudioEnumerations.h"
 
 /// `number` of a document, counted from one, as an index counted from zero. The lowest integer
-/// stays as it is; it is not a valid index either way.
+/// stays as it is; it is not a valid index in any case.
 constexpr std::int32_t ZeroBased(std::int32_t number) {
   return number > INT32_MIN ? number - 1 : number;
 }
@@ -82,17 +82,16 @@ class cMeterSet {
   void ResetMeters();
 
   /// Reads the "MeterSet" object: each member's name is a meter number counted from one, its value
-  /// the meter. 1 when every meter parsed; a meter that fails does not stop the others.
-  /// Throws std::invalid_argument for a name that does not begin with a number and
-  /// std::out_of_range for one beyond int, the text naming the culprit; meters read before it stay
-  /// as read.
+  /// the meter. 1 when every meter parsed; a meter that fails does not stop the others. Throws
+  /// std::invalid_argument for a name that does not begin with a number and std::out_of_range for
+  /// one beyond int, with a text that contains the name; meters read before it keep what was read.
   int ParseMeterSet(const rapidjson::Value& value);
 
   /// Reads one meter object into the meter `index` and its Dolby flag into `isDolby`. 0 when it
   /// failed; for an index outside the set `isDolby` stays untouched.
   int ParseMeter(std::int32_t index, const rapidjson::Value& value, bool& isDolby);
 
-  /// The meter itself, empty when there is none.
+  /// The meter itself, empty if there is none.
   std::shared_ptr<cMeter> GetMeter(std::int32_t meter) const;
 
   std::int32_t GetClusterId(std::int32_t meter) const;                 // fallback -1

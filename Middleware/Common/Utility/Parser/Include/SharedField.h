@@ -1,4 +1,4 @@
-// Access to a field of an object that may be missing, for the getters and setters of sets.
+// Access to a field of an object that may not exist, for the getters and setters of sets.
 
 #pragma once
 

@@ -192,7 +192,7 @@ TEST_F(PresetRefusalTest, PresetNameWithoutGroupRejectsTheDocument) {
 TEST_F(PresetRefusalTest, MeterNameThatIsNoNumberRejectsTheDocument) {
   const std::string logged =
       LogOf(Document({kClusters, R"("MeterSet":{"1":{"VolumeDb":5},"rear":{}})", kClock}));
-  EXPECT_THAT(logged, HasSubstr("Preset rejected: meter name \"rear\" is no number"));
+  EXPECT_THAT(logged, HasSubstr("Preset rejected: meter name \"rear\" is not a number"));
   ExpectResetState();
 }
 
