@@ -45,11 +45,10 @@ constexpr char kFooter[] =
     "  LoudDesk send config --mode manual --window custom --window-time 600\n"
     "  LoudDesk send command pause\n"
     "\n"
-    "What the service answers is printed; the status is 1 when it does not answer in\n"
-    "time, or Ctrl-C comes first: it subscribes first and acknowledges then. While\n"
-    "its reporting is off, as when it starts, a service keeps what it is sent but\n"
-    "carries out and acknowledges nothing: the first preset goes without an\n"
-    "acknowledgement until the reporting is switched on.\n"
+    "The service's answers are printed. The status is 1 when it does not subscribe or\n"
+    "answer in time, and after Ctrl-C. While its reporting is off, as when it starts,\n"
+    "a service keeps what it is sent, but carries out and acknowledges nothing: the\n"
+    "first preset is not acknowledged until the reporting is switched on.\n"
     "Sending needs the endpoint of the application server of the main board\n"
     "(LOUDCALC_MAIN_BOARD_ADDRESS, port 7000), which no other program may use.\n";
 
@@ -58,14 +57,14 @@ constexpr char kEnableFooter[] =
     "  LoudDesk send enable\n"
     "\n"
     "The acknowledgement is the loudness data itself, or that of an action that has\n"
-    "waited for the reporting. Where nothing was started there is none.\n";
+    "waited for the reporting. Where nothing was started, none comes.\n";
 
 constexpr char kDisableFooter[] =
     "\nExample:\n"
     "  LoudDesk send disable\n"
     "\n"
     "The acknowledgement is the end of the loudness data: none for half a second.\n"
-    "Where none came before, the message is sent and that is said.\n";
+    "Where none came before, the message is sent and a line says so.\n";
 
 constexpr char kPresetFooter[] =
     "\nExample:\n"
@@ -99,7 +98,7 @@ struct SendOptions {
   double timeout = 5;  // s
 };
 
-// Services of the other meter sets hear of no presets, configurations or commands.
+// Services of the other meter sets do not subscribe to presets, configurations and commands.
 std::string CheckMeterSet(const std::string& value) {
   return value == "1" ? "" : "only a service of meter set 1 takes messages of all kinds";
 }

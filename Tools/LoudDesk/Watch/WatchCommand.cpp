@@ -32,14 +32,14 @@ constexpr char kFooter[] =
     "  LoudDesk watch\n"
     "  LoudDesk watch --format csv --seconds 60 > minute.csv\n"
     "\n"
-    "In a terminal it is a meter in the whole window; q or Ctrl-C ends it. Into a\n"
+    "In a terminal it is a meter that fills the window; q or Ctrl-C ends it. Into a\n"
     "pipe it writes a line a second or, with --format, a row for each message the\n"
     "moment it comes: LKFS, LU and dBTP, with nothing (CSV) or null (JSON) where\n"
-    "there is no reading. That no row comes for a second is said on standard error,\n"
-    "and when they come again. The maximum short-term loudness is the highest seen\n"
-    "here; the service publishes none. The true peak's figure is held for 3 s. The\n"
-    "lowest true peak published is -90.31 dBTP, also of silence. NO_COLOR in the\n"
-    "environment switches the colours off.\n"
+    "there is no reading. When no row comes for a second, a line on standard error\n"
+    "says so, and another when they come again. The maximum short-term loudness is\n"
+    "the highest seen here; the service publishes none. The true peak's figure is\n"
+    "held for 3 s. The lowest true peak published is -90.31 dBTP, also of silence.\n"
+    "NO_COLOR in the environment switches the colours off.\n"
     "\n"
     "States: RUNNING, PAUSED, STOPPED and NOT STARTED are what the service says.\n"
     "SILENT: for a second no data, though nothing says that it has stopped; its\n"
@@ -47,8 +47,7 @@ constexpr char kFooter[] =
     "NO SERVICE: nobody publishes. WAITING: it has not said anything yet.\n"
     "\n"
     "The status is 0, also after Ctrl-C. It is 1 when the time given passes without a\n"
-    "loudness message, the terminal cannot be used or the output cannot be\n"
-    "written.\n";
+    "loudness message, the terminal cannot be used or the output cannot be written.\n";
 
 // What the user gave on the command line.
 struct WatchOptions {

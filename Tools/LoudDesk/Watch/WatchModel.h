@@ -15,7 +15,7 @@ namespace louddesk {
 
 enum class ServiceState {
   kAbsent,      // nobody publishes
-  kWaiting,     // somebody does, but has not said yet what it does
+  kWaiting,     // connected, but nothing has been said yet
   kNotStarted,  // nothing was ever started, or the source is invalid
   kRunning,
   kPaused,
@@ -34,8 +34,8 @@ struct StateWords {
 
 const StateWords& WordsOf(ServiceState state);
 
-/// Data comes every 100 ms; whoever sends none for so long, from the last one on or from an answer
-/// on that lets it be expected, sends none at all.
+/// Data comes every 100 ms. A service that has sent none for this long, since the last message or
+/// since an answer after which it is due, is not sending any.
 constexpr std::chrono::milliseconds kSilenceAfter{1000};
 
 /// Every service republishes its last command every five seconds.
@@ -68,12 +68,12 @@ class WatchModel {
   /// Takes an answer that came at `time`.
   void TakeAnswer(const ServiceAnswer& answer, Time time, const std::string& localTime);
 
-  /// Lets the history go on to `now`.
+  /// Advances the history to `now`.
   void Advance(Time now);
 
   ServiceState State(Time now) const;
 
-  /// Whether momentary, short-term and peak are of now (or of the pause).
+  /// Whether momentary, short-term and peak are current, or those of the pause.
   bool IsLive(Time now) const;
 
   /// The last figures; without readings before the first message.
@@ -106,12 +106,12 @@ class WatchModel {
  private:
   bool IsRestart(const LoudnessData_t& data) const;
   void HoldPeak(Time time);
-  bool IsDataDue() const;
+  bool IsDataDue() const;  // by the last command
 
   bool mIsConnected = false;
   std::optional<Time> mLastData;
   std::optional<Time> mLastAnswer;
-  std::optional<Time> mDueSince;  // when an answer last let data be expected that was not before
+  std::optional<Time> mDueSince;  // when an answer last made data due that was not due before
   std::string mCommand;           // last command known to be carried out, empty: not known yet
   LoudnessData_t mData;
   std::optional<bool> mIsSourceValid;

@@ -18,7 +18,7 @@ constexpr std::size_t kMargin = 1;
 constexpr std::size_t kLabelWidth = 11;
 constexpr std::size_t kValueWidth = 13;          // " -23.00 LKFS" and the margin
 constexpr std::size_t kRelativeWidth = 9;        // "+12.3 LU "
-constexpr std::size_t kColumnsForRelative = 92;  // from here on the bars show LU besides
+constexpr std::size_t kColumnsForRelative = 92;  // as of this width the bars show LU too
 constexpr std::size_t kColumnsForTwoColumns = 76;
 constexpr std::size_t kAxisWidth = 5;
 constexpr std::size_t kFigureWidth = 43;
@@ -67,7 +67,7 @@ CellRun BarRun(const PartView& view, std::size_t row) {
   return {row, begin, columns - begin - kValueWidth - relative};
 }
 
-// A text that does not end there ends in dots.
+// The text, or what there is room for, ending in dots.
 std::string Shortened(const std::string& text, std::size_t room) {
   constexpr char kDots[] = "...";
   if (text.size() <= room)
@@ -120,7 +120,7 @@ struct Figure {
   const char* name;
   std::string value;
   const char* unit;
-  std::string relative;  // to the target; empty where that means nothing
+  std::string relative;  // to the target; empty where there is none
   bool isAlert;
 };
 

@@ -36,14 +36,14 @@ struct RowSpan {
 /// The parts of the window from top to bottom.
 enum class WatchPart {
   kHeader,  // the name of the meter, and the state of the service: one row
-  kStatus,  // what to think of that state, and the age of the last message: one row
+  kStatus,  // what that state means, and the age of the last message: one row
   kGapAboveBars,
   kLoudnessScale,  // the numbers over the loudness bars: one row
   kLoudnessBars,   // momentary and short-term loudness: two rows
   kGapAbovePeak,
   kPeakBar,      // the true peak, with the highest of the last seconds: one row
   kPeakScale,    // the numbers under that bar: one row
-  kFiguresRule,  // a line that says since when the figures count: one row
+  kFiguresRule,  // since when the figures count: one row
   kFigures,      // as many figures as there is room for, the most important ones first
   kHistory,      // the short-term loudness of the last minutes: two rows or more
   kNotes,        // the last acknowledgements: two rows or more
