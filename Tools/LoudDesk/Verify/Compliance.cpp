@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <numeric>
 
 #include "BlockMeter.h"
@@ -20,26 +21,11 @@ constexpr double kRounding = 1e-6;
 // Power of a sine of 0 dBFS before any weighting.
 constexpr double kSineMeanSquare = 0.5;
 
-std::optional<double> ReadingOf(const MeterReadings& readings, Quantity quantity) {
-  switch (quantity) {
-    case Quantity::kMomentary:
-      return readings.momentary;
-    case Quantity::kShortTerm:
-    case Quantity::kMaxShortTerm:
-      return readings.shortTerm;
-    case Quantity::kIntegrated:
-      return readings.integrated;
-    case Quantity::kLra:
-      return readings.lra;
-    case Quantity::kMaxMomentary:
-      return readings.maxMomentary;
-    case Quantity::kMaxTruePeak:
-      return readings.maxTruePeak;
-    case Quantity::kWeightingGain:
-      break;
-  }
-  return std::nullopt;
-}
+// Where the meter has the quantities but the weighting gain, in the order of Quantity.
+constexpr std::optional<double> Figures::*kFigures[] = {
+    &Figures::momentary, &Figures::shortTerm,    &Figures::shortTerm,  &Figures::integrated,
+    &Figures::lra,       &Figures::maxMomentary, &Figures::maxTruePeak};
+static_assert(std::size(kFigures) == static_cast<std::size_t>(Quantity::kWeightingGain));
 
 // The last second of what the front end says of the first channel.
 class GainGauge {
@@ -75,38 +61,31 @@ class Observation {
   }
 
   void Add(const std::optional<double>& reading) {
-    if (!reading)
-      return;
-    ++mReadings;
-    mFirst = mFirst.value_or(*reading);
-    mLast = *reading;
-    mLowest = std::min(mLowest.value_or(*reading), *reading);
-    mHighest = std::max(mHighest.value_or(*reading), *reading);
+    if (reading)
+      mReadings.push_back(*reading);
   }
 
   std::optional<double> Result() const {
+    if (mReadings.empty())
+      return std::nullopt;
     switch (mExpectation.pick) {
       case Pick::kLowest:
-        return mLowest;
+        return *std::min_element(mReadings.begin(), mReadings.end());
       case Pick::kHighest:
-        return mHighest;
+        return *std::max_element(mReadings.begin(), mReadings.end());
       case Pick::kChange:
-        return mReadings == 2 ? std::optional<double>(*mLast - *mFirst) : std::nullopt;
+        return mReadings.size() == 2 ? std::optional(mReadings[1] - mReadings[0]) : std::nullopt;
       case Pick::kLast:
         break;
     }
-    return mLast;
+    return mReadings.back();
   }
 
   const Expectation& Expected() const { return mExpectation; }
 
  private:
   Expectation mExpectation;
-  int mReadings = 0;
-  std::optional<double> mFirst;
-  std::optional<double> mLast;
-  std::optional<double> mLowest;
-  std::optional<double> mHighest;
+  std::vector<double> mReadings;
 };
 
 // One measurement from empty.
@@ -144,10 +123,10 @@ class Measurement {
     return mSource->Read(samples.data(), frames) == frames;
   }
 
-  // The meter is asked only when somebody wants to know, and once for all: an answer may take the
-  // time of a message.
+  // The meter is read only at blocks that an expectation needs, and once for all of them: a reading
+  // may take as long as a message.
   void Observe(int blocks) {
-    std::optional<MeterReadings> readings;
+    std::optional<Figures> figures;
     for (Observation& observation : mObservations) {
       if (!observation.Needs(blocks))
         continue;
@@ -156,9 +135,9 @@ class Measurement {
         observation.Add(mGauge.GainDb());
         continue;
       }
-      if (!readings)
-        readings = mMeter.Read();
-      observation.Add(ReadingOf(*readings, quantity));
+      if (!figures)
+        figures = mMeter.Read();
+      observation.Add((*figures).*kFigures[static_cast<std::size_t>(quantity)]);
     }
   }
 

@@ -13,7 +13,7 @@ namespace louddesk {
 
 enum class ComplianceVerdict {
   kPass,    // as the standard asks, within its tolerance
-  kGrid,    // as a meter must read that works in blocks of 100 ms, and outside of the standard's
+  kGrid,    // as a meter that works in blocks of 100 ms must read, but outside the standard's
             // tolerance
   kFail,    // neither
   kNotRun,  // there is no signal

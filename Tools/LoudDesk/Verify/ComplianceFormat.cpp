@@ -18,31 +18,23 @@ constexpr char kMissingInJson[] = "null";
 // Figures have two decimals. Those that are known to more have a tolerance finer than that.
 constexpr double kFineTolerance = 0.001;
 
-struct QuantityName {
-  Quantity quantity;
+struct QuantityWords {
   const char* name;
   const char* unit;
   const char* differenceUnit;
 };
 
-constexpr QuantityName kQuantityNames[] = {
-    {Quantity::kMomentary, "Momentary", "LKFS", "LU"},
-    {Quantity::kShortTerm, "Short-term", "LKFS", "LU"},
-    {Quantity::kIntegrated, "Integrated loudness", "LKFS", "LU"},
-    {Quantity::kLra, "Loudness range", "LU", "LU"},
-    {Quantity::kMaxShortTerm, "Maximum short-term", "LKFS", "LU"},
-    {Quantity::kMaxMomentary, "Maximum momentary", "LKFS", "LU"},
-    {Quantity::kMaxTruePeak, "Maximum true peak", "dBTP", "dB"},
-    {Quantity::kWeightingGain, "K-weighting", "dB", "dB"},
-};
+// In the order of Quantity.
+constexpr QuantityWords kQuantities[] = {
+    {"Momentary", "LKFS", "LU"},          {"Short-term", "LKFS", "LU"},
+    {"Maximum short-term", "LKFS", "LU"}, {"Integrated loudness", "LKFS", "LU"},
+    {"Loudness range", "LU", "LU"},       {"Maximum momentary", "LKFS", "LU"},
+    {"Maximum true peak", "dBTP", "dB"},  {"K-weighting", "dB", "dB"}};
 
-const QuantityName& EntryOf(Quantity quantity) {
-  return *std::find_if(std::begin(kQuantityNames), std::end(kQuantityNames),
-                       [=](const QuantityName& entry) { return entry.quantity == quantity; });
-}
+constexpr const char* kVerdictWords[] = {"pass", "grid", "FAIL", "not run"};
 
-const char* UnitOf(const Expectation& expectation) {
-  return EntryOf(expectation.quantity).unit;
+const QuantityWords& WordsFor(const Expectation& expectation) {
+  return kQuantities[static_cast<std::size_t>(expectation.quantity)];
 }
 
 std::string FigureOf(const Expectation& expectation, const std::optional<double>& figure,
@@ -99,7 +91,7 @@ std::string MarkdownText(const ComplianceRow& row, bool isFirstOfCase) {
 void AddFigures(DocumentWriter& writer, const ComplianceRow& row) {
   const Expectation& e = *row.expectation;
   writer.Text("Figure", FigureNameOf(e))
-      .Text("Unit", UnitOf(e))
+      .Text("Unit", WordsFor(e).unit)
       .Number("Standard", FigureOf(e, e.standard, kMissingInJson))
       .Number("Expected", FigureOf(e, e.expected, kMissingInJson))
       .Number("ToleranceBelow", fmt::format("{:g}", e.tolerance.below))
@@ -107,7 +99,7 @@ void AddFigures(DocumentWriter& writer, const ComplianceRow& row) {
       .Number("Measured", FigureOf(e, row.measured, kMissingInJson));
 }
 
-std::string JsonText(const ComplianceRow& row) {
+std::string JsonText(const ComplianceRow& row, bool) {
   DocumentWriter writer;
   writer.Text("Case", row.caseId).Text("Signal", row.signal);
   if (row.expectation)
@@ -115,30 +107,23 @@ std::string JsonText(const ComplianceRow& row) {
   return writer.Text("Verdict", VerdictWord(row.verdict)).Finish() + "\n";
 }
 
+// What there is of each style, in the order of ComplianceStyle.
+struct StyleParts {
+  const char* header;
+  std::string (*text)(const ComplianceRow& row, bool isFirstOfCase);
+};
+
+constexpr StyleParts kStyles[] = {
+    {kTableHeader, TableText}, {"", JsonText}, {kMarkdownHeader, MarkdownText}};
+
 }  // namespace
 
 std::string ComplianceHeader(ComplianceStyle style) {
-  switch (style) {
-    case ComplianceStyle::kTable:
-      return kTableHeader;
-    case ComplianceStyle::kMarkdown:
-      return kMarkdownHeader;
-    case ComplianceStyle::kJson:
-      break;
-  }
-  return "";
+  return kStyles[static_cast<std::size_t>(style)].header;
 }
 
 std::string ComplianceText(const ComplianceRow& row, bool isFirstOfCase, ComplianceStyle style) {
-  switch (style) {
-    case ComplianceStyle::kTable:
-      return TableText(row, isFirstOfCase);
-    case ComplianceStyle::kMarkdown:
-      return MarkdownText(row, isFirstOfCase);
-    case ComplianceStyle::kJson:
-      break;
-  }
-  return JsonText(row);
+  return kStyles[static_cast<std::size_t>(style)].text(row, isFirstOfCase);
 }
 
 std::string ComplianceSummary(const std::vector<ComplianceRow>& rows, ComplianceStyle style) {
@@ -153,7 +138,7 @@ std::string ComplianceSummary(const std::vector<ComplianceRow>& rows, Compliance
 WrittenRow WrittenRowOf(const ComplianceRow& row, const char* plusMinus) {
   const Expectation& e = *row.expectation;
   return {FigureNameOf(e),
-          UnitOf(e),
+          WordsFor(e).unit,
           FigureOf(e, e.standard, ""),
           FigureOf(e, e.expected, ""),
           ToleranceText(e.tolerance, plusMinus),
@@ -161,7 +146,7 @@ WrittenRow WrittenRowOf(const ComplianceRow& row, const char* plusMinus) {
 }
 
 const char* DifferenceUnitOf(const ComplianceRow& row) {
-  return EntryOf(row.expectation->quantity).differenceUnit;
+  return WordsFor(*row.expectation).differenceUnit;
 }
 
 int CountOf(const std::vector<ComplianceRow>& rows, ComplianceVerdict verdict) {
@@ -171,22 +156,12 @@ int CountOf(const std::vector<ComplianceRow>& rows, ComplianceVerdict verdict) {
 }
 
 std::string FigureNameOf(const Expectation& expectation) {
-  const std::string name = EntryOf(expectation.quantity).name;
+  const std::string name = WordsFor(expectation).name;
   return expectation.detail.empty() ? name : name + ", " + expectation.detail;
 }
 
 const char* VerdictWord(ComplianceVerdict verdict) {
-  switch (verdict) {
-    case ComplianceVerdict::kPass:
-      return "pass";
-    case ComplianceVerdict::kGrid:
-      return "grid";
-    case ComplianceVerdict::kFail:
-      return "FAIL";
-    case ComplianceVerdict::kNotRun:
-      break;
-  }
-  return "not run";
+  return kVerdictWords[static_cast<std::size_t>(verdict)];
 }
 
 }  // namespace louddesk

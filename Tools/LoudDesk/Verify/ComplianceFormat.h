@@ -16,7 +16,7 @@ enum class ComplianceStyle {
   kMarkdown,
 };
 
-/// What stands over the rows; empty for JSON.
+/// The lines above the rows; empty for JSON.
 std::string ComplianceHeader(ComplianceStyle style);
 
 /// One row, each line ended by a line feed and in a table of at most 80 characters. The first row
@@ -39,7 +39,7 @@ struct WrittenRow {
 /// `plusMinus` is the sign for both. REQUIRES: the row has an expectation.
 WrittenRow WrittenRowOf(const ComplianceRow& row, const char* plusMinus);
 
-/// What the figure of a row is off by is counted in: "LU", "dB". REQUIRES: an expectation.
+/// The unit of differences between figures of the row: "LU", "dB". REQUIRES: it has an expectation.
 const char* DifferenceUnitOf(const ComplianceRow& row);
 
 /// How many rows have a verdict.

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "ComplianceExplanations.h"
 #include "ComplianceFormat.h"
 #include "CompliancePlots.h"
 #include "FigureText.h"
@@ -22,7 +21,7 @@ constexpr char kPlusMinus[] = "\xC2\xB1";
 constexpr char kFooter[] =
     "<p>Measured by LoudDesk. Signals are sines of 1 kHz, in phase on Left and Right, unless said "
     "otherwise; levels are peak levels of each channel, fs the sample rate. Standard is what the "
-    "document asks for, Expected what a meter reads that works in blocks of 100 ms, computed from "
+    "document asks for, Expected what a meter that works in blocks of 100 ms reads, computed from "
     "the signal alone; the tolerance is that of the document. LKFS is the same as LUFS.</p>";
 
 constexpr char kPlotsHead[] =
@@ -40,8 +39,8 @@ struct VerdictMeaning {
 constexpr VerdictMeaning kVerdicts[] = {
     {ComplianceVerdict::kFail, Badge::kBad, "Not met: neither as the standard asks nor predicted"},
     {ComplianceVerdict::kGrid, Badge::kNoted,
-     "Listed deviation: outside of the standard's tolerance, but within it of what a meter must "
-     "read that works in blocks of 100 ms"},
+     "Listed deviation: outside the standard's tolerance, but within it of what a meter that works "
+     "in blocks of 100 ms must read"},
     {ComplianceVerdict::kPass, Badge::kGood,
      "Met: what the standard asks for, within its tolerance"},
     {ComplianceVerdict::kNotRun, Badge::kNone,
@@ -157,7 +156,7 @@ std::string Summary(const ComplianceReport& report, const std::vector<CaseRows>&
          DeviationList(cases, ComplianceVerdict::kGrid, "Listed deviations") + "</section>\n";
 }
 
-// Words between backquotes are what is typed.
+// Words between backquotes are code.
 std::string Prose(const std::string& text) {
   std::string prose;
   bool isCode = false;
@@ -221,6 +220,18 @@ std::string Lead(const ComplianceReport& report) {
 }
 
 }  // namespace
+
+std::string ExplanationOf(const std::string& caseId) {
+  const std::string all = kComplianceExplanations;
+  const std::size_t heading = all.find("**" + caseId + "**");
+  if (heading == std::string::npos)
+    return "";
+  constexpr char kEndOfHeading[] = "**: ";
+  const std::size_t begin = all.find(kEndOfHeading, heading) + sizeof kEndOfHeading - 1;
+  std::string text = all.substr(begin, all.find("\n\n", begin) - begin);
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return text;
+}
 
 std::string CompliancePage(const ComplianceReport& report) {
   const std::vector<CaseRows> cases = CasesOf(report.rows);

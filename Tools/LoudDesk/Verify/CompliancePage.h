@@ -9,6 +9,13 @@
 
 namespace louddesk {
 
+/// A section of Docs/COMPLIANCE.md, which the build makes a constant: why the test signals are read
+/// as they are. A paragraph begins with the cases that it is about, "**3341-1** and **3341-2**: ".
+extern const char kComplianceExplanations[];
+
+/// The text for a case, in one line; empty when there is none.
+std::string ExplanationOf(const std::string& caseId);
+
 /// What a page is made from.
 struct ComplianceReport {
   std::vector<ComplianceRow> rows;  // in the order of the cases

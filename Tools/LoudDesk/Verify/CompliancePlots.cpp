@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <utility>
 
 #include "ComplianceFormat.h"
 #include "PlotFigure.h"
@@ -12,13 +14,13 @@
 namespace louddesk {
 namespace {
 
-// The scale in tolerances: at least this far, and no further than that.
+// Ends of the scale, in tolerances: at least the first, at most the second.
 constexpr double kNearestEnd = 2.0;
 constexpr double kFurthestEnd = 8.0;
 constexpr double kMostTicks = 8.0;
 
-constexpr double kBandWidth = 0.8;      // of what is predicted, in places of a figure
-constexpr double kSameReading = 0.005;  // what is written with two decimals differs by more
+constexpr double kBandWidth = 0.8;      // of a predicted reading; a figure has a place of 1
+constexpr double kSameReading = 0.005;  // a difference in two decimals is larger
 
 using Rows = std::vector<const ComplianceRow*>;
 
@@ -133,15 +135,16 @@ void AddCases(SvgPlot& plot, const Rows& rows) {
   plot.AddXTicks(ticks);
 }
 
+// The verdicts on a reading, and the style of their dots.
+constexpr std::pair<ComplianceVerdict, const char*> kDots[] = {
+    {ComplianceVerdict::kPass, "met-dot"},
+    {ComplianceVerdict::kGrid, "noted-dot"},
+    {ComplianceVerdict::kFail, "failed-dot"}};
+
 const char* DotFor(ComplianceVerdict verdict) {
-  switch (verdict) {
-    case ComplianceVerdict::kPass:
-      return "met-dot";
-    case ComplianceVerdict::kGrid:
-      return "noted-dot";
-    default:
-      return "failed-dot";
-  }
+  return std::find_if(std::begin(kDots), std::end(kDots),
+                      [=](const auto& dot) { return dot.first == verdict; })
+      ->second;
 }
 
 void AddDots(SvgPlot& plot, const Rows& rows) {
@@ -160,8 +163,7 @@ std::size_t Count(const Rows& rows, ComplianceVerdict verdict) {
 
 std::string InWords(const Rows& rows) {
   std::string words;
-  for (const auto verdict :
-       {ComplianceVerdict::kPass, ComplianceVerdict::kGrid, ComplianceVerdict::kFail})
+  for (const auto& [verdict, style] : kDots)
     words += std::to_string(Count(rows, verdict)) + " " + VerdictWord(verdict) + ", ";
   return words + "of " + std::to_string(rows.size()) + " figures.";
 }
@@ -170,13 +172,10 @@ std::vector<LegendEntry> LegendOf(const Rows& rows) {
   std::vector<LegendEntry> legend = {{"sample-target", "Tolerance of the standard"}};
   if (!PredictedBands(rows).empty())
     legend.push_back({"sample-predicted", "Tolerance about what blocks of 100 ms must read"});
-  const std::pair<ComplianceVerdict, const char*> texts[] = {
-      {ComplianceVerdict::kPass, "Measured: pass"},
-      {ComplianceVerdict::kGrid, "Measured: grid"},
-      {ComplianceVerdict::kFail, "Measured: FAIL"}};
-  for (const auto& [verdict, text] : texts)
+  for (const auto& [verdict, style] : kDots)
     if (Count(rows, verdict) > 0)
-      legend.push_back({DotFor(verdict), text, LegendEntry::Sample::kDot});
+      legend.push_back(
+          {style, std::string("Measured: ") + VerdictWord(verdict), LegendEntry::Sample::kDot});
   return legend;
 }
 

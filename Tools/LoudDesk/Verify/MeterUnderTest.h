@@ -2,10 +2,9 @@
 
 #pragma once
 
-#include <memory>
-#include <optional>
-
 #include "BlockReading.h"
+#include "EngineMeter.h"
+#include "Figures.h"
 #include "SpeakerLayout.h"
 
 namespace louddesk {
@@ -14,16 +13,6 @@ namespace louddesk {
 enum class Subject {
   kLoudness,
   kTruePeak,
-};
-
-/// Figures of one moment; nothing where there is no reading.
-struct MeterReadings {
-  std::optional<double> momentary;     // LKFS
-  std::optional<double> shortTerm;     // LKFS
-  std::optional<double> integrated;    // LKFS
-  std::optional<double> lra;           // LU
-  std::optional<double> maxMomentary;  // LKFS
-  std::optional<double> maxTruePeak;   // dBTP
 };
 
 class MeterUnderTest {
@@ -36,11 +25,20 @@ class MeterUnderTest {
   /// Measures the next block.
   virtual void Feed(const BlockReading& block) = 0;
 
-  /// The figures after the last block.
-  virtual MeterReadings Read() = 0;
+  /// The figures after the last block; nothing where there is no reading. Test signals are about
+  /// loudness, its range and maxima, and the maximum true peak only.
+  virtual Figures Read() = 0;
 };
 
 /// The service's engine in this process, behind its dispatcher; one at a time.
-std::unique_ptr<MeterUnderTest> MakeEngineUnderTest();
+class EngineUnderTest : public MeterUnderTest {
+ public:
+  void Start(const SpeakerLayout& speakers, Subject) override { mMeter.Start(speakers); }
+  void Feed(const BlockReading& block) override { mMeter.Feed(block); }
+  Figures Read() override { return mMeter.Read(); }
+
+ private:
+  EngineMeter mMeter;
+};
 
 }  // namespace louddesk

@@ -14,13 +14,14 @@
 #include "Complaints.h"
 #include "NumberCheck.h"
 #include "PageFile.h"
+#include "ServiceClient.h"
 #include "ServiceUnderTest.h"
 #include "Verification.h"
 
 namespace louddesk {
 namespace {
 
-// What a shell makes of a program that Ctrl-C has ended, as it ends a verification of the engine.
+// The status by which a shell tells of a program that Ctrl-C has ended.
 constexpr int kInterruptedStatus = 128 + SIGINT;
 
 constexpr double kLongestWait = 3600.0;  // s
@@ -39,9 +40,9 @@ constexpr char kFooter[] =
     "Generates the test signals of EBU Tech 3341 and 3342 and of ITU-R BS.1770,\n"
     "measures each by front end, dispatcher and engine, and says of every figure:\n"
     "  pass     what the standard asks for, within its tolerance\n"
-    "  grid     outside of that tolerance, but within it of what a meter must read\n"
-    "           that works in blocks of 100 ms, as derived from where the signal lies\n"
-    "           in them: \"Standard\" is asked for, \"Expected\" follows from the blocks\n"
+    "  grid     outside that tolerance, but within it of what a meter that works in\n"
+    "           blocks of 100 ms must read: \"Standard\" is what the standard asks for,\n"
+    "           \"Expected\" follows from where the signal lies in the blocks\n"
     "  FAIL     neither\n"
     "  not run  the signal is a recording that must not be passed on\n"
     "Signals are sines of 1 kHz, on Left and Right, unless said otherwise; levels are\n"
@@ -54,8 +55,8 @@ constexpr char kFooter[] =
     "endpoints of its peers, as with LoudDesk unit. Figures that are needed at every\n"
     "block, as in the cases 3341-9 to 3341-12, take real time: all cases take about\n"
     "five minutes.\n"
-    "The status is 1 when a figure failed or could not be measured, or the report not\n"
-    "written, and 130 after Ctrl-C.\n";
+    "The status is 1 when a figure failed or could not be measured, or the report\n"
+    "could not be written, and 130 after Ctrl-C.\n";
 
 // What is wrong with an identifier; empty when it means a case.
 std::string CheckCase(const std::string& id) {
@@ -86,7 +87,7 @@ struct ServiceOptions {
 int VerifyEngine(const VerifyOptions& options) {
   // The messaging library must leave the signals alone: Ctrl-C ends a verification at once.
   zsys_handler_set(nullptr);
-  return Verify(options, *MakeEngineUnderTest(), std::cout, std::cerr);
+  return Verify(options, *std::make_unique<EngineUnderTest>(), std::cout, std::cerr);
 }
 
 int VerifyService(VerifyOptions options, const ServiceOptions& serviceOptions) {
@@ -94,9 +95,9 @@ int VerifyService(VerifyOptions options, const ServiceOptions& serviceOptions) {
       "a running service, cluster " + std::to_string(serviceOptions.cluster) +
       ", which publishes loudness in steps of 0.1 LU and true peaks in steps of 0.01 dB";
   try {
-    ServiceUnderTest meter(serviceOptions.cluster);
-    meter.Connect(Patience{std::llround(serviceOptions.wait * 1000.0)});
-    return Verify(options, meter, std::cout, std::cerr);
+    const Patience patience{std::llround(serviceOptions.wait * 1000.0)};
+    return Verify(options, *ConnectToService(serviceOptions.cluster, patience), std::cout,
+                  std::cerr);
   } catch (const std::runtime_error& error) {
     Complaints complaints(std::cerr);
     complaints.Add(error.what());

@@ -9,7 +9,6 @@
 #include <map>
 #include <set>
 
-#include "ComplianceExplanations.h"
 #include "ComplianceFormat.h"
 #include "ComplianceRows.h"
 #include "ParsedPage.h"

@@ -179,9 +179,9 @@ class ScriptedMeter : public MeterUnderTest {
     ++mBlocks;
   }
 
-  MeterReadings Read() override {
+  Figures Read() override {
     ++mReads;
-    MeterReadings readings;
+    Figures readings;
     const auto reading = mScript.find(mBlocks);
     if (reading != mScript.end())
       readings.momentary = reading->second;

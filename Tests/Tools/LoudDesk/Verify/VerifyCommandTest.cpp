@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "ComplianceExplanations.h"
+#include "CompliancePage.h"
 #include "TestAudio.h"
 
 namespace {

@@ -113,10 +113,9 @@ std::vector<std::optional<double>> MeasuredBy(louddesk::MeterUnderTest& meter) {
 
 TEST_F(VerifyServiceTest, EachReadingIsThatOfItsBlock) {
   StartService();
-  louddesk::ServiceUnderTest service(1);
-  service.Connect(kPatience);
-  const auto published = MeasuredBy(service);
-  const auto computed = MeasuredBy(*louddesk::MakeEngineUnderTest());
+  const auto service = louddesk::ConnectToService(1, kPatience);
+  const auto published = MeasuredBy(*service);
+  const auto computed = MeasuredBy(*std::make_unique<louddesk::EngineUnderTest>());
   ASSERT_EQ(published.size(), 12U);
   for (std::size_t i = 0; i < 12; ++i) {
     ASSERT_EQ(published[i].has_value(), i >= 3) << "block " << i + 1;
@@ -150,19 +149,18 @@ TEST_F(VerifyServiceTest, AServiceThatDiesIsNoticed) {
 
 TEST_F(VerifyServiceTest, AServiceThatDiesAmidAMeasurementIsNoticedAtOnce) {
   StartService();
-  louddesk::ServiceUnderTest service(1);
-  service.Connect(kPatience);
-  service.Start({"Left", "Right"}, louddesk::Subject::kLoudness);
+  const auto service = louddesk::ConnectToService(1, kPatience);
+  service->Start({"Left", "Right"}, louddesk::Subject::kLoudness);
   const louddesk::BlockReading silence;
   for (int block = 0; block < 10; ++block)
-    service.Feed(silence);
-  service.Read();
+    service->Feed(silence);
+  service->Read();
   mService->Signal(SIGKILL);
   ASSERT_TRUE(mService->WaitForExit(kPatience));
-  service.Feed(silence);
+  service->Feed(silence);
   const auto begin = std::chrono::steady_clock::now();
   try {
-    service.Read();
+    service->Read();
     FAIL() << "nobody published anything";
   } catch (const louddesk::ServiceError& error) {
     EXPECT_STREQ(error.what(),

@@ -35,8 +35,8 @@ class WrongMeter : public MeterUnderTest {
 
   void Feed(const BlockReading& block) override { mEngine->Feed(block); }
 
-  MeterReadings Read() override {
-    MeterReadings readings = mEngine->Read();
+  Figures Read() override {
+    Figures readings = mEngine->Read();
     for (std::optional<double>* reading :
          {&readings.momentary, &readings.shortTerm, &readings.integrated, &readings.lra,
           &readings.maxMomentary, &readings.maxTruePeak})
@@ -46,7 +46,7 @@ class WrongMeter : public MeterUnderTest {
   }
 
  private:
-  std::unique_ptr<MeterUnderTest> mEngine = MakeEngineUnderTest();
+  std::unique_ptr<MeterUnderTest> mEngine = std::make_unique<EngineUnderTest>();
   double mError;
 };
 
@@ -69,7 +69,7 @@ TEST_P(VerifyAtRateTest, TheEngineFailsInNoFigure) {
   VerifyOptions options;
   options.cases = kShortCases;
   options.sampleRate = GetParam();
-  EXPECT_EQ(Run(options, *MakeEngineUnderTest()), 0) << mOut.str();
+  EXPECT_EQ(Run(options, *std::make_unique<EngineUnderTest>()), 0) << mOut.str();
   EXPECT_EQ(mErrors.str(), "");
   EXPECT_THAT(mOut.str(), AllOf(HasSubstr(" 0 FAIL, 0 not run\n"), Not(HasSubstr(" FAIL\n"))));
 }
@@ -106,7 +106,7 @@ TEST_F(VerifyTest, AWrongLoudnessRangeFails) {
 TEST_F(VerifyTest, OnlyWhatIsAskedForIsRunInTheOrderOfTheStandards) {
   VerifyOptions options;
   options.cases = {"3341-15", "3341-2", "3341-7"};
-  EXPECT_EQ(Run(options, *MakeEngineUnderTest()), 0);
+  EXPECT_EQ(Run(options, *std::make_unique<EngineUnderTest>()), 0);
   const std::string text = mOut.str();
   EXPECT_LT(text.find("3341-2  "), text.find("3341-7  "));
   EXPECT_LT(text.find("3341-7  "), text.find("3341-15  "));
@@ -116,7 +116,7 @@ TEST_F(VerifyTest, OnlyWhatIsAskedForIsRunInTheOrderOfTheStandards) {
 TEST_F(VerifyTest, RecordingsAreNamedAndNoFailure) {
   VerifyOptions options;
   options.cases = {"3341-8"};
-  EXPECT_EQ(Run(options, *MakeEngineUnderTest()), 0);
+  EXPECT_EQ(Run(options, *std::make_unique<EngineUnderTest>()), 0);
   EXPECT_THAT(mOut.str(), HasSubstr("\n3341-8  recording, not redistributable: not run\n"));
 }
 
@@ -124,13 +124,13 @@ TEST_F(VerifyTest, StylesDifferInNothingButTheText) {
   VerifyOptions options;
   options.cases = {"3341-2"};
   options.style = ComplianceStyle::kJson;
-  EXPECT_EQ(Run(options, *MakeEngineUnderTest()), 0);
+  EXPECT_EQ(Run(options, *std::make_unique<EngineUnderTest>()), 0);
   const std::string json = mOut.str();
   EXPECT_THAT(json, StartsWith("{\"Case\":\"3341-2\",\"Signal\":\"-33 dBFS 20 s\","
                                "\"Figure\":\"Momentary\",\"Unit\":\"LKFS\",\"Standard\":-33.00,"));
   EXPECT_EQ(std::count(json.begin(), json.end(), '\n'), 3);
   options.style = ComplianceStyle::kMarkdown;
-  EXPECT_EQ(Run(options, *MakeEngineUnderTest()), 0);
+  EXPECT_EQ(Run(options, *std::make_unique<EngineUnderTest>()), 0);
   EXPECT_THAT(mOut.str(), StartsWith("| Case | Signal |"));
 }
 
@@ -139,7 +139,7 @@ TEST_F(VerifyTest, AReportIsWrittenBesideTheRows) {
   options.cases = {"3341-2", "3341-7"};
   options.style = ComplianceStyle::kJson;
   options.report = mDirectory.Path("report.html");
-  EXPECT_EQ(Run(options, *MakeEngineUnderTest()), 0);
+  EXPECT_EQ(Run(options, *std::make_unique<EngineUnderTest>()), 0);
   EXPECT_EQ(mErrors.str(), "");
   EXPECT_THAT(mOut.str(), StartsWith("{\"Case\":\"3341-2\","));
   EXPECT_THAT(test_audio::BytesOf(options.report),
@@ -161,7 +161,7 @@ TEST_F(VerifyTest, NothingIsMeasuredForAReportThatCannotBeWritten) {
   VerifyOptions options;
   options.cases = {"3341-2"};
   options.report = mDirectory.Path("missing/report.html");
-  EXPECT_EQ(Run(options, *MakeEngineUnderTest()), 1);
+  EXPECT_EQ(Run(options, *std::make_unique<EngineUnderTest>()), 1);
   EXPECT_EQ(mOut.str(), "");
   EXPECT_EQ(mErrors.str(), "LoudDesk: " + options.report +
                                ": the report cannot be written: No such file or directory\n");
@@ -171,7 +171,7 @@ TEST_F(VerifyTest, AStreamThatTakesNothingIsAFailure) {
   VerifyOptions options;
   options.cases = {"3341-7"};
   mOut.setstate(std::ios::badbit);
-  EXPECT_EQ(Verify(options, *MakeEngineUnderTest(), mOut, mErrors), 1);
+  EXPECT_EQ(Verify(options, *std::make_unique<EngineUnderTest>(), mOut, mErrors), 1);
   EXPECT_EQ(mErrors.str(), "LoudDesk: the figures could not be written\n");
 }
 
