@@ -1,9 +1,15 @@
-// The words and letters.
+// Lines of orders.
 
 #include "Orders.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <CLI/StringTools.hpp>
 #include <algorithm>
+#include <array>
+#include <cctype>
+#include <cerrno>
 #include <iterator>
 
 namespace louddesk {
@@ -21,6 +27,19 @@ constexpr Order kOrders[] = {
     {OrderKind::kHelp, "help", 'h'},
     {OrderKind::kQuit, "quit", 'q'},
 };
+
+// A longer line is not an order, and must not be collected for ever.
+constexpr std::size_t kLongestLine = 200;
+
+bool IsBlank(const std::string& text) {
+  return text.find_first_not_of(" \t\r") == std::string::npos;
+}
+
+std::string WithoutUnprintable(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return std::isprint(c) == 0; }, '?');
+  return text;
+}
 
 }  // namespace
 
@@ -40,6 +59,42 @@ std::string OrderWords() {
     words += std::string(order.word) + " (" + order.letter + ")";
   }
   return words;
+}
+
+bool OrderInput::IsTyped() const {
+  return isatty(mDescriptor) != 0 && tcgetpgrp(mDescriptor) == getpgrp();
+}
+
+bool OrderInput::IsReadable() const {
+  pollfd item = {mDescriptor, POLLIN, 0};
+  return mIsOpen && (isatty(mDescriptor) == 0 || IsTyped()) && poll(&item, 1, 0) > 0;
+}
+
+void OrderInput::Read() {
+  std::array<char, 256> buffer;
+  const ssize_t size = read(mDescriptor, buffer.data(), buffer.size());
+  if (size > 0)
+    mPending.append(buffer.data(), static_cast<std::size_t>(size));
+  else if (size == 0 || (errno != EINTR && errno != EAGAIN))
+    mIsOpen = false;
+}
+
+std::optional<TypedOrder> OrderInput::Next() {
+  for (;;) {
+    std::size_t end = mPending.find('\n');
+    while (end == std::string::npos && mPending.size() < kLongestLine && IsReadable()) {
+      Read();
+      end = mPending.find('\n');
+    }
+    if (end == std::string::npos && mIsOpen && mPending.size() < kLongestLine)
+      return std::nullopt;
+    const std::string line = mPending.substr(0, std::min(end, kLongestLine));
+    mPending.erase(0, line.size() + (end == line.size() ? 1 : 0));
+    if (!IsBlank(line))
+      return TypedOrder{WithoutUnprintable(line), OrderOf(line)};
+    if (mPending.empty() && !mIsOpen)
+      return std::nullopt;
+  }
 }
 
 }  // namespace louddesk

@@ -45,11 +45,11 @@ class PlayListError : public std::runtime_error {
 /// nothing is asked for, or something without an end would keep the rest from being played.
 std::vector<Playable> MakePlayList(const PlayListOptions& options);
 
-/// What is wrong with a frequency of 1 to 20000 Hz and a peak level of -120 to 0 dBFS, as one line;
-/// empty when nothing is.
+/// Why a text is not a frequency of 1 to 20000 Hz and a peak level of -120 to 0 dBFS, as one line;
+/// empty when it is.
 std::string CheckTone(const std::string& text);
 
-/// The same for a level of -120 to -5 dBFS rms, by which a noise of even distribution stays below
+/// The same for a noise level of -120 to -5 dBFS rms: evenly distributed noise then stays below
 /// full scale.
 std::string CheckNoise(const std::string& text);
 

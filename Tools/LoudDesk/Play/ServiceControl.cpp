@@ -5,8 +5,6 @@
 namespace louddesk {
 namespace {
 
-constexpr char kStart[] = "Start";
-constexpr char kPause[] = "Pause";
 constexpr char kStop[] = "Stop";
 constexpr char kReset[] = "Reset";
 constexpr char kPrint[] = "Print";  // done at once, without an acknowledgement
@@ -32,7 +30,7 @@ bool ServiceControl::Restart(const SpeakerLayout& speakers, Patience patience) {
   mIsStarting = true;
   const bool hasStarted = !mIsReporting || mClient.Await(patience) == Outcome::kDone;
   mIsStarting = false;
-  mDone = kStart;
+  mDone = "Start";
   mAwaited = nullptr;
   mLastData = mLastSign = Clock::now();
   return hasStarted;
@@ -91,7 +89,7 @@ void ServiceControl::CheckAwaited(Outcome outcome) {
   else if (outcome == Outcome::kDone)
     mAwaited = nullptr;
   else if (Clock::now() >= mDue)
-    Settle(std::string("Nothing came of ") + mAwaited->word);
+    Settle(std::string("No answer to ") + mAwaited->word);
 }
 
 void ServiceControl::Settle(const std::string& line) {
@@ -114,7 +112,7 @@ std::string ServiceControl::Caveat() const {
     return "Reporting is off: these are the last figures that were published";
   if (mDone == kStop)
     return "Stopped: these are the last figures that were published";
-  if (mDone == kPause)
+  if (mDone == "Pause")
     return "Paused: these are the figures of the pause";
   return "";
 }

@@ -26,8 +26,8 @@ class ServiceControl {
   /// starts when the user switches that on. False when it should and has not within `patience`.
   bool Restart(const SpeakerLayout& speakers, Patience patience);
 
-  /// Whether the next order may go out: the last one is acknowledged, or long enough ago. Sooner it
-  /// could take the last one's place, of which nothing would then be heard.
+  /// Whether the next order may go out: the last one is acknowledged, or long enough ago. Sent
+  /// sooner, it could replace the last one, which would then never be acknowledged.
   bool IsReady() const { return mAwaited == nullptr; }
 
   /// Sends a command or switches the reporting; says so. Orders of other kinds are not for it.
@@ -44,11 +44,11 @@ class ServiceControl {
   /// with its reporting off.
   bool IsDataExpected() const;
 
-  /// Whether the service has not been heard of for longer than a living one would be.
+  /// Whether the service has been silent for longer than a living one ever is.
   bool IsSilent() const;
 
-  /// What is to be known of the last figures that came, a line for the user: the service is paused,
-  /// stopped or does not report. Empty when they are of now.
+  /// Why the last figures that came are not current, a line for the user: the service is paused,
+  /// stopped or does not report. Empty when they are.
   std::string Caveat() const;
 
  private:
@@ -66,8 +66,8 @@ class ServiceControl {
   bool mHasReset = false;    // since the last call of TakeAnswers
   std::string mDone;         // last command carried out but resets
   const Order* mAwaited = nullptr;
-  Clock::time_point mDue;       // when it is not waited for any longer
-  Clock::time_point mLastData;  // when the last loudness data came, or was begun to be expected
+  Clock::time_point mDue;       // until when it is waited for
+  Clock::time_point mLastData;  // when loudness data last came, or became due
   Clock::time_point mLastSign;  // when anything last came
 };
 

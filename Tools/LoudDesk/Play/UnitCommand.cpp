@@ -1,23 +1,14 @@
-// `LoudDesk unit`: command line, and one line for everything that goes wrong.
+// `LoudDesk unit`: command line.
 
 #include "UnitCommand.h"
 
-#include <fcntl.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
-#include <iostream>
 #include <memory>
 
-#include "Complaints.h"
 #include "NumberCheck.h"
-#include "PlayList.h"
 #include "UnitPlayer.h"
 
 namespace louddesk {
 namespace {
-
-constexpr std::size_t kUsualColumns = 80;
 
 constexpr double kSlowestSpeed = 0.01;
 constexpr double kFastestSpeed = 1000;
@@ -65,48 +56,9 @@ constexpr char kFooter[] =
     "Ctrl-C and quit end with the figures so far and the status 0. The status is 1\n"
     "when something cannot be played or the service does not answer.\n";
 
-std::size_t ColumnsNow() {
-  winsize size{};
-  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
-    return kUsualColumns;
-  return size.ws_col;
-}
-
-TerminalColumns ColumnsOfTerminal() {
-  return isatty(STDOUT_FILENO) != 0 ? ColumnsNow : TerminalColumns();
-}
-
-// The number of a closed standard input would go to the next thing that is opened.
-void HoldStandardInput() {
-  if (fcntl(STDIN_FILENO, F_GETFD) == -1)
-    open("/dev/null", O_RDONLY);
-}
-
 // Services of the other meter sets subscribe to no presets, or to no data that they take.
 std::string CheckMeterSet(const std::string& value) {
   return value == "1" ? "" : "only a service of meter set 1 takes presets and raw data from a unit";
-}
-
-// Complains of everything that cannot be opened.
-void TryAll(const std::vector<Playable>& list, Complaints& complaints) {
-  for (const Playable& playable : list) {
-    try {
-      playable.open();
-    } catch (const AudioFileError& error) {
-      complaints.Add(error.what());
-    }
-  }
-}
-
-void PlayAll(UnitPlayer& player, const std::vector<Playable>& list, bool isLooped) {
-  do {
-    unsigned long played = 0;
-    for (const Playable& playable : list)
-      if (!player.IsOver())
-        played += player.Play(playable);
-    if (isLooped && played == 0 && !player.IsOver())
-      throw PlayError("nothing to play again: there is no block of 100 ms");
-  } while (isLooped && !player.IsOver());
 }
 
 // What cannot be played as it is asked for is a fault of the command line.
@@ -116,24 +68,6 @@ std::vector<Playable> ListOf(const PlayListOptions& options) {
   } catch (const PlayListError& error) {
     throw CLI::ValidationError(error.what());
   }
-}
-
-int PlayUnit(const std::vector<Playable>& list, bool isLooped, const PlayerOptions& options) {
-  HoldStandardInput();
-  Complaints complaints(std::cerr);
-  TryAll(list, complaints);
-  if (complaints.Status() != 0)
-    return complaints.Status();
-  try {
-    UnitPlayer player(options, std::cout, ColumnsOfTerminal());
-    player.Connect();
-    player.TakeOrdersFrom(STDIN_FILENO);
-    PlayAll(player, list, isLooped);
-    player.Finish();
-  } catch (const std::runtime_error& error) {
-    complaints.Add(error.what());
-  }
-  return complaints.Status();
 }
 
 void AddSourceOptions(CLI::App* command, const std::shared_ptr<PlayListOptions>& sources) {
@@ -176,20 +110,17 @@ void AddUnitCommand(CLI::App& app, int& status) {
       app.add_subcommand("unit", "Play files and test signals as a unit around a running service");
   auto sources = std::make_shared<PlayListOptions>();
   auto player = std::make_shared<PlayerOptions>();
-  auto speakers = std::make_shared<std::string>();
   AddSourceOptions(command, sources);
   AddPlayerOptions(command, player);
-  CLI::Option* speakersOption =
-      command
-          ->add_option("--speakers", *speakers,
-                       "Speakers of the channels of each file, comma-separated")
-          ->check(CheckSpeakers);
+  command
+      ->add_option_function<std::string>(
+          "--speakers",
+          [sources](const std::string& text) { sources->speakers = SplitSpeakers(text); },
+          "Speakers of the channels of each file, comma-separated")
+      ->check(CheckSpeakers);
   command->footer(kFooter);
-  command->callback([=, &status] {
-    if (speakersOption->count() > 0)
-      sources->speakers = SplitSpeakers(*speakers);
-    status = PlayUnit(ListOf(*sources), sources->isLooped, *player);
-  });
+  command->callback(
+      [=, &status] { status = PlayUnit(ListOf(*sources), sources->isLooped, *player); });
 }
 
 }  // namespace louddesk

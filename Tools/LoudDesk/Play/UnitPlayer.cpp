@@ -2,18 +2,35 @@
 
 #include "UnitPlayer.h"
 
-#include <algorithm>
-#include <cmath>
-#include <utility>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "BlockStream.h"
+#include "Complaints.h"
 #include "FiguresText.h"
+#include "LiveLine.h"
+#include "Orders.h"
+#include "ServiceControl.h"
+#include "UnitStandIn.h"
 
 namespace louddesk {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr Patience kStartPatience{5000};
 
-// The service has taken everything in once this many messages in a row say the same.
+// The service has measured everything once this many messages in a row carry the same figures.
 constexpr int kSettledMessages = 5;
 constexpr std::chrono::seconds kSettlePatience{10};
 
@@ -22,186 +39,256 @@ constexpr Patience kAttention{20};
 
 constexpr int kErrorLevel = 40;
 
-bool IsInterrupted() {
-  return zsys_interrupted != 0;
+constexpr std::size_t kUsualColumns = 80;
+
+// What ends a play early. The text is one line for the user.
+class PlayError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+std::size_t ColumnsNow() {
+  winsize size{};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+    return kUsualColumns;
+  return size.ws_col;
+}
+
+TerminalColumns ColumnsOfTerminal() {
+  return isatty(STDOUT_FILENO) != 0 ? ColumnsNow : TerminalColumns();
+}
+
+// The next file that is opened would get the number of a closed standard input.
+void HoldStandardInput() {
+  if (fcntl(STDIN_FILENO, F_GETFD) == -1)
+    open("/dev/null", O_RDONLY);
+}
+
+class UnitPlayer {
+ public:
+  // Opens the endpoints of the service's peers. Throws BindError.
+  explicit UnitPlayer(const PlayerOptions& options)
+      : mOptions(options),
+        mLine(std::cout, ColumnsOfTerminal()),
+        mUnit(options.meterSet, options.cluster),
+        mControl(mUnit, mLine) {
+    mUnit.OpenAll();
+  }
+
+  // Whether the user has asked for the end, by Ctrl-C or by an order.
+  bool IsOver() const { return mHasQuit || IsInterrupted(); }
+
+  // Waits until the service has subscribed and switches its reporting on; from then on takes
+  // orders, and tells the user of a terminal what orders there are. Throws ServiceError.
+  void Connect() {
+    try {
+      mControl.Connect(Patience{std::llround(mOptions.wait * 1000)});
+    } catch (const ServiceError&) {
+      if (!IsInterrupted())
+        throw;
+    }
+    mOrders.emplace(STDIN_FILENO);
+    if (mOrders->IsTyped())
+      TellOrders();
+  }
+
+  // Plays one source and returns how many blocks were played, fewer when the user ends the play.
+  // Throws PlayError when the service does not answer, AudioFileError when the source cannot be
+  // played to its end.
+  unsigned long Play(const Playable& playable) {
+    BlockStream blocks(playable.name, playable.open());
+    const SampleSource& source = blocks.Source();
+    if (playable.isMeasuredFromZero || source.Speakers() != mSpeakers)
+      StartMeasuring(source.Speakers());
+    mLine.Print(fmt::format("Playing {} ({} channel{}, {} Hz)", playable.name, source.Channels(),
+                            source.Channels() == 1 ? "" : "s", source.SampleRate()));
+    const unsigned long played = Stream(blocks);
+    mLine.Finish();
+    return played;
+  }
+
+  // Waits until the service has measured everything played and shows its final figures.
+  void Finish() {
+    if (mBlocks > 0)
+      AttendUntilSettled();
+    mLine.Finish();
+    if (!mLast)
+      return;
+    const std::string caveat = mControl.Caveat();
+    if (!caveat.empty())
+      mLine.Print(caveat);
+    std::cout << FinalText(SecondsMeasured(), mLast->data) << std::flush;
+    mLast.reset();
+  }
+
+ private:
+  static bool IsInterrupted() { return zsys_interrupted != 0; }
+
+  void StartMeasuring(const SpeakerLayout& speakers) {
+    Finish();
+    if (IsOver())
+      return;
+    const bool hasStarted = mControl.Restart(speakers, kStartPatience);
+    if (IsInterrupted())
+      return;
+    if (!hasStarted)
+      throw PlayError("the service has not started to measure" + LastComplaint());
+    mSpeakers = speakers;
+    mBlocks = 0;
+    mUnit.DropLoudnessData();
+  }
+
+  unsigned long Stream(BlockStream& blocks) {
+    const std::chrono::duration<double> period(1.0 / (kBlocksPerSecond * mOptions.speed));
+    const Clock::time_point start = Clock::now();
+    BlockReading block;
+    unsigned long sent = 0;
+    for (; !IsOver() && blocks.Next(block); ++sent) {
+      AttendUntil(start + std::chrono::duration_cast<Clock::duration>(period * sent));
+      mUnit.SendRaw(block);
+      ++mBlocks;
+    }
+    return sent;
+  }
+
+  // Carries out orders and reads what the service sends until `due`, at least what has come
+  // already.
+  void AttendUntil(Clock::time_point due) {
+    for (;;) {
+      const bool hasCarriedOut = CarryOutNextOrder();
+      TakeAnswers();
+      const Patience patience = hasCarriedOut ? Patience{0} : std::min(Remaining(due), kAttention);
+      if (const auto message = mUnit.NextLoudnessData(patience)) {
+        Show(*message);
+        continue;
+      }
+      if (IsOver())
+        return;
+      if (mControl.IsSilent())
+        throw PlayError("the service has fallen silent");
+      if (Clock::now() >= due)
+        return;
+    }
+  }
+
+  void AttendUntilSettled() {
+    int same = 0;
+    const auto end = Clock::now() + kSettlePatience;
+    while (same < kSettledMessages && mControl.IsDataExpected() && Clock::now() < end) {
+      TakeAnswers();
+      const auto message = mUnit.NextLoudnessData(kAttention);
+      if (!message && IsInterrupted())
+        return;
+      if (!message)
+        continue;
+      same = mLast && PublishedCodes(mLast->data) == PublishedCodes(message->data) ? same + 1 : 1;
+      Show(*message);
+    }
+  }
+
+  bool CarryOutNextOrder() {
+    if (!mOrders || !mControl.IsReady())
+      return false;
+    const auto typed = mOrders->Next();
+    if (typed)
+      CarryOut(*typed);
+    return typed.has_value();
+  }
+
+  void CarryOut(const TypedOrder& typed) {
+    if (typed.order == nullptr) {
+      mLine.Print("\"" + typed.text + "\" is not an order; there are " + OrderWords());
+      return;
+    }
+    switch (typed.order->kind) {
+      case OrderKind::kHelp:
+        TellOrders();
+        break;
+      case OrderKind::kQuit:
+        mHasQuit = true;
+        break;
+      case OrderKind::kCommand:
+      case OrderKind::kReportingOn:
+      case OrderKind::kReportingOff:
+        mControl.Send(*typed.order);
+        break;
+    }
+  }
+
+  void TellOrders() { mLine.Print("Orders: " + OrderWords()); }
+
+  void TakeAnswers() {
+    if (mControl.TakeAnswers())
+      mBlocks = 0;
+  }
+
+  void Show(const LoudnessMessage& message) {
+    mControl.TakeData(message);
+    mLast = message;
+    mLine.Show(LiveText(SecondsMeasured(), message.data), message.time);
+  }
+
+  // The last error that the service logged, as the end of a line.
+  std::string LastComplaint() {
+    std::string complaint;
+    while (const auto line = mUnit.NextLogLine(Patience{0}))
+      if (line->level >= kErrorLevel)
+        complaint = ": " + line->message;
+    return complaint;
+  }
+
+  double SecondsMeasured() const { return static_cast<double>(mBlocks) / kBlocksPerSecond; }
+
+  PlayerOptions mOptions;
+  LiveLine mLine;
+  UnitStandIn mUnit;
+  ServiceControl mControl;
+  std::optional<OrderInput> mOrders;
+  bool mHasQuit = false;                 // by an order
+  SpeakerLayout mSpeakers;               // in force; empty: none yet
+  unsigned long mBlocks = 0;             // played since the measurement started or was reset
+  std::optional<LoudnessMessage> mLast;  // last figures since it started
+};
+
+// Complains of everything that cannot be opened.
+void TryAll(const std::vector<Playable>& list, Complaints& complaints) {
+  for (const Playable& playable : list) {
+    try {
+      playable.open();
+    } catch (const AudioFileError& error) {
+      complaints.Add(error.what());
+    }
+  }
+}
+
+void PlayAll(UnitPlayer& player, const std::vector<Playable>& list, bool isLooped) {
+  do {
+    unsigned long played = 0;
+    for (const Playable& playable : list)
+      if (!player.IsOver())
+        played += player.Play(playable);
+    if (isLooped && played == 0 && !player.IsOver())
+      throw PlayError("nothing to play again: there is no block of 100 ms");
+  } while (isLooped && !player.IsOver());
 }
 
 }  // namespace
 
-UnitPlayer::UnitPlayer(const PlayerOptions& options, std::ostream& out, TerminalColumns columns)
-    : mOptions(options),
-      mOut(out),
-      mLine(out, std::move(columns)),
-      mUnit(options.meterSet, options.cluster),
-      mControl(mUnit, mLine) {
-  mUnit.OpenAll();
-}
-
-bool UnitPlayer::IsOver() const {
-  return mHasQuit || IsInterrupted();
-}
-
-void UnitPlayer::Connect() {
+int PlayUnit(const std::vector<Playable>& list, bool isLooped, const PlayerOptions& options) {
+  HoldStandardInput();
+  Complaints complaints(std::cerr);
+  TryAll(list, complaints);
+  if (complaints.Status() != 0)
+    return complaints.Status();
   try {
-    mControl.Connect(Patience{std::llround(mOptions.wait * 1000)});
-  } catch (const ServiceError&) {
-    if (!IsInterrupted())
-      throw;
+    UnitPlayer player(options);
+    player.Connect();
+    PlayAll(player, list, isLooped);
+    player.Finish();
+  } catch (const std::runtime_error& error) {
+    complaints.Add(error.what());
   }
-}
-
-void UnitPlayer::TakeOrdersFrom(int descriptor) {
-  mOrders.emplace(descriptor);
-  if (mOrders->IsTyped())
-    TellOrders();
-}
-
-unsigned long UnitPlayer::Play(const Playable& playable) {
-  BlockStream blocks(playable.name, playable.open());
-  const SampleSource& source = blocks.Source();
-  if (playable.isMeasuredFromZero || source.Speakers() != mSpeakers)
-    StartMeasuring(source.Speakers());
-  mLine.Print("Playing " + playable.name + " (" + std::to_string(source.Channels()) +
-              (source.Channels() == 1 ? " channel, " : " channels, ") +
-              std::to_string(source.SampleRate()) + " Hz)");
-  const unsigned long played = Stream(blocks);
-  mLine.Finish();
-  return played;
-}
-
-void UnitPlayer::StartMeasuring(const SpeakerLayout& speakers) {
-  Finish();
-  if (IsOver())
-    return;
-  const bool hasStarted = mControl.Restart(speakers, kStartPatience);
-  if (IsInterrupted())
-    return;
-  if (!hasStarted)
-    throw PlayError("the service has not started to measure" + LastComplaint());
-  mSpeakers = speakers;
-  mBlocks = 0;
-  mUnit.DropLoudnessData();
-}
-
-unsigned long UnitPlayer::Stream(BlockStream& blocks) {
-  const std::chrono::duration<double> period(1.0 / (kBlocksPerSecond * mOptions.speed));
-  const Clock::time_point start = Clock::now();
-  BlockReading block;
-  unsigned long sent = 0;
-  for (; !IsOver() && blocks.Next(block); ++sent) {
-    AttendUntil(start + std::chrono::duration_cast<Clock::duration>(period * sent));
-    mUnit.SendRaw(block);
-    ++mBlocks;
-  }
-  return sent;
-}
-
-// Attends to the user and to the service, at least to what has already come.
-void UnitPlayer::AttendUntil(Clock::time_point due) {
-  for (;;) {
-    const bool hasCarriedOut = CarryOutNextOrder();
-    TakeAnswers();
-    const Patience patience = hasCarriedOut ? Patience{0} : std::min(Remaining(due), kAttention);
-    if (const auto message = mUnit.NextLoudnessData(patience)) {
-      Show(*message);
-      continue;
-    }
-    if (IsOver())
-      return;
-    CheckService();
-    if (Clock::now() >= due)
-      return;
-  }
-}
-
-void UnitPlayer::AttendUntilSettled() {
-  int same = 0;
-  const auto end = Clock::now() + kSettlePatience;
-  while (same < kSettledMessages && mControl.IsDataExpected() && Clock::now() < end) {
-    TakeAnswers();
-    const auto message = mUnit.NextLoudnessData(kAttention);
-    if (!message && IsInterrupted())
-      return;
-    if (!message)
-      continue;
-    same = mLast && PublishedCodes(mLast->data) == PublishedCodes(message->data) ? same + 1 : 1;
-    Show(*message);
-  }
-}
-
-void UnitPlayer::Finish() {
-  if (mBlocks > 0)
-    AttendUntilSettled();
-  mLine.Finish();
-  if (!mLast)
-    return;
-  const std::string caveat = mControl.Caveat();
-  if (!caveat.empty())
-    mLine.Print(caveat);
-  mOut << FinalText(SecondsMeasured(), mLast->data) << std::flush;
-  mLast.reset();
-}
-
-bool UnitPlayer::CarryOutNextOrder() {
-  if (!mOrders || !mControl.IsReady())
-    return false;
-  const auto typed = mOrders->Next();
-  if (typed)
-    CarryOut(*typed);
-  return typed.has_value();
-}
-
-void UnitPlayer::CarryOut(const TypedOrder& typed) {
-  if (typed.order == nullptr) {
-    mLine.Print("\"" + typed.text + "\" is not an order; there are " + OrderWords());
-    return;
-  }
-  switch (typed.order->kind) {
-    case OrderKind::kHelp:
-      TellOrders();
-      break;
-    case OrderKind::kQuit:
-      mHasQuit = true;
-      break;
-    case OrderKind::kCommand:
-    case OrderKind::kReportingOn:
-    case OrderKind::kReportingOff:
-      mControl.Send(*typed.order);
-      break;
-  }
-}
-
-void UnitPlayer::TellOrders() {
-  mLine.Print("Orders: " + OrderWords());
-}
-
-void UnitPlayer::TakeAnswers() {
-  if (mControl.TakeAnswers())
-    mBlocks = 0;
-}
-
-void UnitPlayer::Show(const LoudnessMessage& message) {
-  mControl.TakeData(message);
-  mLast = message;
-  mLine.Show(LiveText(SecondsMeasured(), message.data), message.time);
-}
-
-void UnitPlayer::CheckService() const {
-  if (mControl.IsSilent())
-    throw PlayError("the service has fallen silent");
-}
-
-// The last error that the service logged, as the end of a line.
-std::string UnitPlayer::LastComplaint() {
-  std::string complaint;
-  while (const auto line = mUnit.NextLogLine(Patience{0}))
-    if (line->level >= kErrorLevel)
-      complaint = ": " + line->message;
-  return complaint;
-}
-
-double UnitPlayer::SecondsMeasured() const {
-  return static_cast<double>(mBlocks) / kBlocksPerSecond;
+  return complaints.Status();
 }
 
 }  // namespace louddesk

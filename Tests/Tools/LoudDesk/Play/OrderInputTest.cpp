@@ -1,6 +1,6 @@
 // Orders as words, letters and lines of an input.
 
-#include "OrderInput.h"
+#include "Orders.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -77,7 +77,7 @@ TEST_F(ServiceControlTest, ResetBeforeAStartSettlesNothingYet) {
 
 TEST_F(ServiceControlTest, OrderThatComesToNothingIsSaid) {
   Order("stop");
-  ExpectShown("Nothing came of stop\n");
+  ExpectShown("No answer to stop\n");
   EXPECT_TRUE(mControl.IsReady());
 }
 
