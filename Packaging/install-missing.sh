@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a task needs and this machine lacks; prints nothing when none is.
-# Usage: install-missing.sh service|build|demo|check|docs
+# Usage: install-missing.sh service|build|demo|package|cross-package|check|docs
 set -euo pipefail
 
 service=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev)
 build=("${service[@]}" libutfcpp-dev libsndfile1-dev libcli11-dev libfmt-dev libncurses-dev)
 demo=(alsa-utils)
+package=(dpkg-dev debhelper help2man)
+cross_package=(dpkg-dev mmdebstrap)
 check=(clang clang-tidy cppcheck libclang-rt-dev llvm clang-format libgtest-dev libgmock-dev libbenchmark-dev
        nlohmann-json3-dev alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev tmux libfaketime nftables
        valgrind iproute2 python3 systemd bash-completion)
@@ -16,8 +18,10 @@ case "${1:-}" in
   build) wanted=("${build[@]}") ;;
   demo) wanted=("${build[@]}" "${demo[@]}") ;;
   docs) wanted=("${docs[@]}") ;;
+  package) wanted=("${build[@]}" "${package[@]}") ;;
+  cross-package) wanted=("${cross_package[@]}") ;;
   check) wanted=("${build[@]}" "${check[@]}" "${docs[@]}") ;;
-  *) echo "usage: $0 service|build|demo|check|docs" >&2; exit 2 ;;
+  *) echo "usage: $0 service|build|demo|package|cross-package|check|docs" >&2; exit 2 ;;
 esac
 
 installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
