@@ -5,9 +5,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include "FaultyUnit.h"
@@ -55,6 +57,42 @@ TEST(PackagedFilesTest, OneGroupIsNamedThroughout) {
   EXPECT_NE("", group);
   EXPECT_EQ(group, WordsAfter("d /run/shm/mq", "loudcalc.tmpfiles")[2]);
   EXPECT_EQ(group, WordsAfter("SupplementaryGroups=", "loudcalc@.service.in")[0]);
+}
+
+/// Sockets of this network that anybody may connect or send to, by the kernel's numbers.
+std::set<std::string> OpenPorts() {
+  constexpr char kListening[] = "0A";
+  std::set<std::string> sockets;
+  for (const std::string protocol : {"tcp", "tcp6", "udp", "udp6"}) {
+    std::ifstream list("/proc/self/net/" + protocol);
+    std::string line;
+    std::getline(list, line);  // the heading
+    while (std::getline(list, line)) {
+      std::istringstream columns(line);
+      const std::vector<std::string> fields{std::istream_iterator<std::string>(columns), {}};
+      if (protocol.front() == 'u' || fields.at(3) == kListening)
+        sockets.insert("socket:[" + fields.at(9) + "]");
+    }
+  }
+  return sockets;
+}
+
+/// How many of `sockets` the process has.
+long CountIn(const std::string& process, const std::set<std::string>& sockets) {
+  const fs::directory_iterator files("/proc/" + process + "/fd");
+  return std::count_if(begin(files), end(files), [&](const fs::directory_entry& file) {
+    std::error_code isGone;
+    return sockets.count(fs::read_symlink(file, isGone)) != 0;
+  });
+}
+
+using OpenPortsTest = FaultyUnit;
+
+TEST_F(OpenPortsTest, ServiceHasNone) {
+  ASSERT_NO_FATAL_FAILURE(StartInOrder({}));
+  const std::set<std::string> ports = OpenPorts();
+  EXPECT_LT(0, CountIn("self", ports)) << "nor are those of the stand-in found";
+  EXPECT_EQ(0, CountIn(mService->StatusOf("Pid"), ports));
 }
 
 class TrustBoundaryTest : public FaultyUnit {
