@@ -57,7 +57,11 @@ done
 expect "status that is not tried again" 64 \
   "$(sed -n 's/^RestartPreventExitStatus=//p' "$place/opt/lib/systemd/system/loudcalc@.service")"
 
-# systemd has no complaint: about the unit, and about the directory on any kind of machine.
+# systemd makes the group, and has no complaint: about the unit, and about the directory on any kind of machine.
+mkdir -p "$place/users/etc"
+said=$(systemd-sysusers --root="$place/users" "$place/opt/lib/sysusers.d/loudcalc.conf" 2>&1) ||
+  fail "systemd-sysusers: $said"
+grep -q '^loudcalc-peers:' "$place/users/etc/group" || fail "systemd-sysusers makes no group loudcalc-peers"
 ln -s loudcalc@.service "$place/opt/lib/systemd/system/loudcalc@2-1.service"
 said=$(systemd-analyze verify --recursive-errors=no --man=no \
   "$place/opt/lib/systemd/system/loudcalc@2-1.service" 2>&1) || fail "systemd-analyze verify: $said"
