@@ -122,14 +122,15 @@ void FaultyUnit::StartRemote(const Peers& peers) {
   std::vector<std::string> places;
   for (const Peer peer : peers) {
     mUnit.Close(peer);
+    mMoved.insert(peer);
     places.push_back(std::string(PlaceOf(peer)) + "=" + mUnit.EndpointOf(peer));
   }
-  mRemotePeers = peers;
+  mRemote->peers = peers;
   StartRemoteProcess(places);
 }
 
 void FaultyUnit::StartRemoteClient() {
-  mIsClientRemote = true;
+  mRemote->isClient = true;
   StartRemoteProcess(
       {std::string(kClientPlace) + "=" +
        louddesk::Endpoint::Ipc(louddesk::DataPublisherFile(mUnit.MeterSet(), mUnit.Cluster()))
@@ -137,30 +138,30 @@ void FaultyUnit::StartRemoteClient() {
 }
 
 void FaultyUnit::KillRemote() {
-  mRemote->Signal(SIGKILL);
-  EXPECT_TRUE(mRemote->WaitForExit(kPatience)) << "still there";
+  RemoteProcess().Signal(SIGKILL);
+  EXPECT_TRUE(RemoteProcess().WaitForExit(kPatience)) << "still there";
 }
 
 void FaultyUnit::StopRemote() {
-  Suspend(*mRemote);
+  Suspend(RemoteProcess());
 }
 
 void FaultyUnit::ContinueRemote() {
   MarkReturn();
-  mRemote->Signal(SIGCONT);
+  RemoteProcess().Signal(SIGCONT);
 }
 
 void FaultyUnit::ListenSilently() {
-  for (const Peer peer : mRemotePeers)
-    mSilent.push_back(std::make_unique<SilentListener>(mUnit.EndpointOf(peer)));
+  for (const Peer peer : mRemote->peers)
+    mRemote->silences.push_back(std::make_unique<SilentListener>(mUnit.EndpointOf(peer)));
 }
 
 void FaultyUnit::EndSilence() {
-  mSilent.clear();
+  mRemote->silences.clear();
 }
 
 FaultyUnit::Milliseconds FaultyUnit::AwaitServed() {
-  for (const Peer peer : mRemotePeers) {
+  for (const Peer peer : mRemote->peers) {
     const auto end = Clock::now() + kPatience;
     while (!IsServed(peer, kPeriod / 2) && !HasFatalFailure())
       if (Clock::now() > end) {
@@ -168,10 +169,10 @@ FaultyUnit::Milliseconds FaultyUnit::AwaitServed() {
         break;
       }
   }
-  if (mIsClientRemote) {
+  if (mRemote->isClient) {
     EXPECT_TRUE(WaitForRemoteLine(kClientPlace, kPatience)) << "client is not served";
   }
-  return Since(mReturn);
+  return Since(mRemote->back);
 }
 
 void FaultyUnit::ExpectServedSoon() {
@@ -194,37 +195,37 @@ void FaultyUnit::SayUnknown(const std::string& text) {
 bool FaultyUnit::IsServed(Peer peer, Milliseconds patience) {
   const PeerPlace& row = RowOf(peer);
   if (row.line != nullptr)
-    return mService->WaitForLine(row.line, patience, mServiceLines);
+    return mService->WaitForLine(row.line, patience, mRemote->serviceLines);
   if (peer == Peer::kSignalProcessor)
     return HasNewFigures(patience);
-  // A remote server makes the service write lines all the time.
-  if (peer == Peer::kLogSink && mRemotePeers.count(Peer::kMainAppServer) == 0)
+  // A remote server that is there makes the service write lines all the time.
+  if (peer == Peer::kLogSink && mMoved.count(Peer::kMainAppServer) == 0)
     SayUnknown("");
   return WaitForRemoteLine(row.place, patience);
 }
 
 bool FaultyUnit::HasNewFigures(Milliseconds patience) {
   const auto message = mUnit.NextLoudnessData(patience);
-  return message && louddesk::PublishedCodes(message->data) != mFrozen;
+  return message && louddesk::PublishedCodes(message->data) != mRemote->frozen;
 }
 
 bool FaultyUnit::WaitForRemoteLine(const std::string& place, Milliseconds patience) {
-  return mRemote->WaitForLine(place, patience, mRemoteLines);
+  return RemoteProcess().WaitForLine(place, patience, mRemote->lines);
 }
 
 void FaultyUnit::StartRemoteProcess(const std::vector<std::string>& places) {
-  mRemote.reset();
+  mRemote->process.reset();
   MarkReturn();
-  mRemote = std::make_unique<ServiceProcess>(PEER_PROCESS_BINARY, places);
+  mRemote->process = std::make_unique<ServiceProcess>(PEER_PROCESS_BINARY, places);
 }
 
 void FaultyUnit::MarkReturn() {
   mUnit.DropLoudnessData();
-  mFrozen.clear();
-  if (mRemotePeers.count(Peer::kSignalProcessor) != 0)
+  mRemote->frozen.clear();
+  if (mRemote->peers.count(Peer::kSignalProcessor) != 0)
     if (const auto message = mUnit.NextLoudnessData(5 * kPeriod))
-      mFrozen = louddesk::PublishedCodes(message->data);
-  mServiceLines = mService->LineCount();
-  mRemoteLines = mRemote ? mRemote->LineCount() : 0;
-  mReturn = Clock::now();
+      mRemote->frozen = louddesk::PublishedCodes(message->data);
+  mRemote->serviceLines = mService->LineCount();
+  mRemote->lines = mRemote->process ? RemoteProcess().LineCount() : 0;
+  mRemote->back = Clock::now();
 }

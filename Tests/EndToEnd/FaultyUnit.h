@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -45,6 +46,10 @@ class FaultyUnit : public WatchedService {
   /// Whether a client gets data from now on.
   bool GetsData(louddesk::DataClient& client, Milliseconds patience = kPatience);
 
+  /// There may be several processes that play peers or a client. The verbs below are about the one
+  /// of that name from now on; without a name there is one.
+  void TurnTo(const std::string& remote) { mRemote = &mRemotes[remote]; }
+
   /// Moves the peers to a process of their own, or starts them there anew.
   void StartRemote(const Peers& peers);
 
@@ -55,6 +60,8 @@ class FaultyUnit : public WatchedService {
   void KillRemote();
   void StopRemote();
   void ContinueRemote();
+
+  ServiceProcess& RemoteProcess() { return *mRemote->process; }
 
   /// Puts listeners without a reader in the places of the remote peers, which were killed, or ends
   /// them.
@@ -76,22 +83,27 @@ class FaultyUnit : public WatchedService {
   /// Publishes a text message that nobody knows, which makes the service log its topic.
   void SayUnknown(const std::string& text);
 
-  std::unique_ptr<ServiceProcess> mRemote;  // the peers of the other process
-
  private:
+  struct Remote {
+    std::unique_ptr<ServiceProcess> process;
+    Peers peers;  // that it plays
+    bool isClient = false;
+    std::chrono::steady_clock::time_point back;             // of its last start or continuation
+    std::size_t serviceLines = 0;                           // at that moment
+    std::size_t lines = 0;                                  // of its own, at that moment
+    std::vector<int> frozen;                                // figures at that moment
+    std::vector<std::unique_ptr<SilentListener>> silences;  // in its place
+  };
+
   bool IsServed(louddesk::Peer peer, Milliseconds patience);
   bool HasNewFigures(Milliseconds patience);
   bool WaitForRemoteLine(const std::string& place, Milliseconds patience);
   void StartRemoteProcess(const std::vector<std::string>& places);
   void MarkReturn();
 
-  Peers mRemotePeers;
-  bool mIsClientRemote = false;
-  std::chrono::steady_clock::time_point mReturn;  // of the remote peers
-  std::size_t mServiceLines = 0;                  // at that moment
-  std::size_t mRemoteLines = 0;                   // at that moment
-  std::vector<int> mFrozen;                       // figures at that moment
-  std::vector<std::unique_ptr<SilentListener>> mSilent;
+  std::map<std::string, Remote> mRemotes;
+  Remote* mRemote = &mRemotes[""];
+  Peers mMoved;  // peers that this process plays no more
   std::unique_ptr<CadenceWatch> mWatch;
   long mResidentKib = 0;  // of the service at the beginning of the watch
 };

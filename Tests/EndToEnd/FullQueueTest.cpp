@@ -38,7 +38,7 @@ TEST_F(DataClientFaultTest, KilledClientDisturbsNobodyAndIsServedAgain) {
 
 TEST_F(DataClientFaultTest, StoppedClientDisturbsNobodyAndGetsWhatWaited) {
   StopRemote();
-  const std::size_t before = mRemote->LineCount();
+  const std::size_t before = RemoteProcess().LineCount();
   const auto stop = std::chrono::steady_clock::now();
   Pass(kAbsence);
   ContinueRemote();
@@ -47,7 +47,7 @@ TEST_F(DataClientFaultTest, StoppedClientDisturbsNobodyAndGetsWhatWaited) {
   // the absence it would never be.
   const auto missing = [&] {
     const auto ticks = (std::chrono::steady_clock::now() - stop) / kPeriod;
-    return ticks - static_cast<long>(mRemote->LineCount() - before);
+    return ticks - static_cast<long>(RemoteProcess().LineCount() - before);
   };
   EXPECT_TRUE(mUnit.WaitFor([&] { return missing() <= kAbsence / kPeriod / 2; }, kPatience))
       << missing() << " messages";
@@ -100,7 +100,7 @@ class FullSinkTest : public FaultyUnit {
   void ExpectOneQueueAtTheReturn() {
     ExpectServedSoon();
     std::size_t lines = 0;
-    for (const OutputLine& line : mRemote->Lines())
+    for (const OutputLine& line : RemoteProcess().Lines())
       lines += line.text.find(kRemark) != std::string::npos ? 1 : 0;
     RecordFigure("lines_at_the_return", static_cast<double>(lines));
     EXPECT_GE(lines, kQueue / 2);

@@ -6,15 +6,11 @@
 namespace {
 
 using louddesk::Peer;
-using testing::Combine;
-using testing::ValuesIn;
 
-enum class Fault { kLate, kKilled, kStopped, kSilent };
+enum class Fault { kKilled, kStopped, kSilent };
 
 const char* NameOf(Fault fault) {
   switch (fault) {
-    case Fault::kLate:
-      return "Late";
     case Fault::kKilled:
       return "Killed";
     case Fault::kStopped:
@@ -25,107 +21,106 @@ const char* NameOf(Fault fault) {
   return "Silent";
 }
 
+void PrintTo(Fault fault, std::ostream* stream) {
+  *stream << NameOf(fault);
+}
+
 // Longer than a gap that is left to a busy machine. For a peer that says nothing the service waits
 // three seconds before it tries anew.
 constexpr std::chrono::milliseconds kAbsence{2500};
 constexpr std::chrono::milliseconds kSilence{4500};
 
+// Between the fault of one peer and that of the next.
+constexpr std::chrono::milliseconds kStagger{300};
+
 // Of a cadence that nothing disturbs.
 constexpr std::chrono::milliseconds kAWhile{1500};
 
-struct PeerSet {
-  const char* name;
-  std::set<Peer> peers;
-};
+// Without them no data is published at all.
+const std::set<Peer> kNeededToMeasure = {Peer::kMainAppServer, Peer::kOpticalAppServer};
 
-std::vector<PeerSet> EachPeer() {
-  std::vector<PeerSet> sets;
-  for (const Peer peer : louddesk::kAllPeers)
-    sets.push_back({PlaceOf(peer), {peer}});
-  return sets;
-}
-
-std::vector<PeerSet> EachPeerAndAll() {
-  std::vector<PeerSet> sets = EachPeer();
-  sets.push_back({"All", {louddesk::kAllPeers.begin(), louddesk::kAllPeers.end()}});
-  return sets;
-}
-
-void PrintTo(const PeerSet& set, std::ostream* stream) {
-  *stream << set.name;
-}
-
-void PrintTo(Fault fault, std::ostream* stream) {
-  *stream << NameOf(fault);
-}
-
-class PeerFaultTest : public FaultyUnit,
-                      public testing::WithParamInterface<std::tuple<PeerSet, Fault>> {
+/// A service whose peers each live in a process of their own.
+class PeerFaultTest : public FaultyUnit {
  protected:
-  void Suffer(Fault fault) {
-    if (fault == Fault::kStopped)
-      return SufferStop();
-    KillRemote();
-    if (fault == Fault::kSilent)
-      ListenSilently();
-    Pass(fault == Fault::kSilent ? kSilence : kAbsence);
-    EndSilence();
-    StartRemote(Peers());
+  /// Does that with each of the peers, one after the other; a failure names its peer.
+  template <typename Action>
+  void ForEach(const std::vector<Peer>& peers, Action action) {
+    for (const Peer peer : peers) {
+      SCOPED_TRACE(std::string("row ") + PlaceOf(peer));
+      TurnTo(PlaceOf(peer));
+      action(peer);
+    }
   }
 
-  void SufferStop() {
-    StopRemote();
-    Pass(kSilence);
-    ContinueRemote();
+  void ExpectEachServedSoon(const std::vector<Peer>& peers) {
+    ForEach(peers, [this](Peer) { ExpectSoon(AwaitServed()); });
+    // What follows must come too.
+    ForEach(peers, [this](Peer) { ExpectServedSoon(); });
   }
-
-  /// Without them no data is published at all.
-  bool AreNeededToMeasure() const {
-    return Peers().count(Peer::kMainAppServer) + Peers().count(Peer::kOpticalAppServer) != 0;
-  }
-
-  const std::set<Peer>& Peers() const { return std::get<PeerSet>(GetParam()).peers; }
 };
 
-class EarlierPeerTest : public PeerFaultTest {};
+const std::vector<Peer> kEveryPeer(louddesk::kAllPeers.begin(), louddesk::kAllPeers.end());
 
+class EarlierPeerTest : public PeerFaultTest, public testing::WithParamInterface<Fault> {
+ protected:
+  void Begin() {
+    if (GetParam() == Fault::kStopped)
+      return StopRemote();
+    KillRemote();
+    if (GetParam() == Fault::kSilent)
+      ListenSilently();
+  }
+
+  void End(Peer peer) {
+    if (GetParam() == Fault::kStopped)
+      return ContinueRemote();
+    EndSilence();
+    StartRemote({peer});
+  }
+};
+
+// The first of them fails while all others are there, the last one comes back to all others, and
+// for a while there is none.
 TEST_P(EarlierPeerTest, LeavesTheDataAloneAndIsServedAgain) {
   ASSERT_NO_FATAL_FAILURE(StartInOrder());
-  StartRemote(Peers());
-  AwaitServed();
+  ForEach(kEveryPeer, [this](Peer peer) { StartRemote({peer}); });
+  ForEach(kEveryPeer, [this](Peer) { AwaitServed(); });
   ASSERT_NO_FATAL_FAILURE(BeginWatch());
-  Suffer(std::get<Fault>(GetParam()));
-  ExpectServedSoon();
+  ForEach(kEveryPeer, [this](Peer) {
+    Begin();
+    Pass(kStagger);
+  });
+  Pass(GetParam() == Fault::kKilled ? kAbsence : kSilence);
+  ForEach(kEveryPeer, [this](Peer peer) {
+    End(peer);
+    Pass(kStagger);
+  });
+  ExpectEachServedSoon(kEveryPeer);
   ExpectWatchedWell();
 }
 
-const auto kNameOfSetAndFault = [](const auto& test) {
-  return std::string(std::get<PeerSet>(test.param).name) + NameOf(std::get<Fault>(test.param));
-};
-
 INSTANTIATE_TEST_SUITE_P(Faults, EarlierPeerTest,
-                         Combine(ValuesIn(EachPeerAndAll()),
-                                 testing::Values(Fault::kKilled, Fault::kStopped, Fault::kSilent)),
-                         kNameOfSetAndFault);
+                         testing::Values(Fault::kKilled, Fault::kStopped, Fault::kSilent),
+                         [](const auto& test) { return std::string(NameOf(test.param)); });
 
 class LatePeerTest : public PeerFaultTest {};
 
-TEST_P(LatePeerTest, LeavesTheDataAloneAndIsServed) {
-  ASSERT_NO_FATAL_FAILURE(Start(Peers()));
-  if (!AreNeededToMeasure()) {
-    StartMeasuringUnheard();
-    ASSERT_NO_FATAL_FAILURE(BeginWatch());
-  }
+TEST_F(LatePeerTest, LeavesTheDataAloneAndIsServed) {
+  std::vector<Peer> late;
+  for (const Peer peer : kEveryPeer)
+    if (kNeededToMeasure.count(peer) == 0)
+      late.push_back(peer);
+  ASSERT_NO_FATAL_FAILURE(Start({late.begin(), late.end()}));
+  StartMeasuringUnheard();
+  ASSERT_NO_FATAL_FAILURE(BeginWatch());
   Pass(kAbsence);
-  StartRemote(Peers());
-  ExpectServedSoon();
-  if (!AreNeededToMeasure())
-    ExpectWatchedWell();
+  ForEach(late, [this](Peer peer) {
+    StartRemote({peer});
+    Pass(kStagger);
+  });
+  ExpectEachServedSoon(late);
+  ExpectWatchedWell();
 }
-
-INSTANTIATE_TEST_SUITE_P(Faults, LatePeerTest,
-                         Combine(ValuesIn(EachPeer()), testing::Values(Fault::kLate)),
-                         kNameOfSetAndFault);
 
 // Without any of them nothing is measured: they are late in this process, where they have something
 // to say.

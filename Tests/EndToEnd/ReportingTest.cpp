@@ -6,35 +6,19 @@
 
 namespace {
 
-using louddesk::LoudnessConfiguration;
 using louddesk::LoudnessMessage;
 using louddesk::Peer;
 using louddesk::PublishedCodes;
 using louddesk::StateMessage;
 
 constexpr char kCommandTopic[] = "IOQVHwmLoudnessCmd_1";
-constexpr char kCommandRepubTopic[] = "IOQVHwmLoudnessCmd_Repub_1";
-constexpr char kConfigurationTopic[] = "IOQVHwmSetLoudnessConfiguration_1";
-constexpr char kConfigurationRepubTopic[] = "IOQVHwmSetLoudnessConfiguration_Repub_1";
 
 /// MaxMomentary, Momentary, ShortTerm, Integrated, Lra, Program, MaxTruePeak, TruePeak.
 const std::vector<int> kNoFigures = {-990, -990, -990, -990, 0, -990, -9900, -9900};
 
-LoudnessConfiguration ConfigurationOfUser(unsigned userId, const std::string& mode) {
-  LoudnessConfiguration configuration;
-  configuration.userId = userId;
-  configuration.mode = mode;
-  return configuration;
-}
-
 std::string CommandJson(const std::string& command, unsigned userId) {
   return "{\"Command\":\"" + command +
          "\",\"ClusterId\":1,\"CmdTS\":0,\"UID\":" + std::to_string(userId) + ",\"MeterSet\":1}";
-}
-
-std::string EnvelopeOf(const LoudnessConfiguration& configuration) {
-  return "{\"ClusterId\":1,\"MeterSet\":1,\"UID\":" + std::to_string(configuration.userId) +
-         ",\"Conf\":" + configuration.Json() + "}";
 }
 
 class ReportingTest : public RunningService {
@@ -45,22 +29,9 @@ class ReportingTest : public RunningService {
     SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json());
   }
 
-  /// Measures in a mode that obeys the stop command.
-  void StartMeasuringInManualMode() {
-    StartMeasuring();
-    SendConfiguration(ConfigurationOfUser(0, "Manual"));
-    ExpectAcknowledgement("Start");
-    ExpectMeasures(-20);
-    mUnit.DropStates();
-  }
-
   /// The next state but for republications, which come at any time.
   void ExpectState(const std::string& topic, const std::string& json) {
     ExpectThat(NextAnswer(kPatience), topic, json);
-  }
-
-  void ExpectRepublication(const std::string& topic, const std::string& json) {
-    ExpectThat(NextRepublication(kPatience), topic, json);
   }
 
   /// The next messages, however many there are, carry these figures and this command.
@@ -175,20 +146,6 @@ TEST_F(ReportingTest, StartTakesATickWithoutData) {
   EXPECT_NEAR(0.2, gaps[gaps.size() / 2], 0.05) << testing::PrintToString(gaps);
 }
 
-TEST_F(ReportingTest, ConfigurationRestartsAndIsPublishedInItsEnvelope) {
-  StartMeasuring();
-  ExpectMeasures(-20);
-  mUnit.DropStates();
-  const LoudnessConfiguration configuration = ConfigurationOfUser(77, "Continuous");
-  SendConfiguration(configuration);
-  ExpectData([](const LoudnessMessage& message) { return message.data.ShortTerm == -990; },
-             "no reading after the reset");
-  ExpectState(kCommandTopic, CommandJson("Reset", 77));
-  ExpectState(kConfigurationTopic, EnvelopeOf(configuration));
-  ExpectState(kCommandTopic, CommandJson("Start", 77));
-  ExpectCadence();
-}
-
 TEST_F(ReportingTest, ResetRestartsAndKeepsTheLastCommand) {
   StartMeasuring();
   ExpectMeasures(-20);
@@ -200,79 +157,6 @@ TEST_F(ReportingTest, ResetRestartsAndKeepsTheLastCommand) {
   ExpectData([](const LoudnessMessage& message) { return message.command == LU_CMD_START; },
              "the command before the reset");
   ExpectMeasures(-30);
-}
-
-TEST_F(ReportingTest, PauseFreezesTheFiguresWhileTheMeasurementGoesOn) {
-  StartMeasuring();
-  ExpectMeasures(-20);
-  mUnit.DropStates();
-  SendCommand("Pause");
-  ExpectAcknowledgement("Pause");
-  const std::vector<int> frozen = LastFigures();
-  Feed(8, -10);
-  ExpectFrozen(frozen, LU_CMD_PAUSE);
-  ExpectCadence();
-
-  SendCommand("Play");
-  ExpectAcknowledgement("Play");
-  // -10 LKFS a channel, weights 3 x 1 + 2 x 1.41: 10 log10 5.82 = 7.65 above it.
-  ExpectData(
-      [](const LoudnessMessage& message) {
-        return std::abs(message.data.Momentary - -24) <= 1 && message.command == LU_CMD_PLAY;
-      },
-      "what was measured during the pause");
-}
-
-TEST_F(ReportingTest, StopIsIgnoredInContinuousMode) {
-  StartMeasuring();
-  SendCommand("Stop");
-  SendCommand("Pause");
-  ExpectState(kCommandTopic, CommandJson("Pause", 0));
-  ExpectCadence();
-}
-
-TEST_F(ReportingTest, StopEndsPublishingUntilAStart) {
-  StartMeasuringInManualMode();
-  SendCommand("Stop");
-  ExpectAcknowledgement("Stop");
-  ExpectDataEnded();
-  SendCommand("Start");
-  ExpectAcknowledgement("Reset");
-  ExpectAcknowledgement("Start");
-  ExpectCadence();
-  ExpectMeasures(-30);
-}
-
-TEST_F(ReportingTest, PauseAfterAStopRepeatsTheStop) {
-  StartMeasuringInManualMode();
-  SendCommand("Stop");
-  ExpectState(kCommandTopic, CommandJson("Stop", 0));
-  SendCommand("Pause");
-  ExpectState(kCommandTopic, CommandJson("Stop", 0));
-  ExpectDataEnded();
-}
-
-TEST_F(ReportingTest, PlayAfterAStopStarts) {
-  StartMeasuringInManualMode();
-  SendCommand("Stop");
-  ExpectAcknowledgement("Stop");
-  SendCommand("Play");
-  ExpectAcknowledgement("Start");
-  ExpectMeasures(-30);
-}
-
-TEST_F(ReportingTest, ResetAfterAStopResetsAndStaysStopped) {
-  StartMeasuringInManualMode();
-  SendCommand("Stop");
-  ExpectAcknowledgement("Stop");
-  ExpectDataEnded();
-  SendCommand("Reset");
-  ExpectState(kCommandTopic, CommandJson("Reset", 0));
-  ExpectState(kCommandTopic, CommandJson("Stop", 0));
-  const auto reset = mUnit.NextLoudnessData(kPatience);
-  ASSERT_TRUE(reset);
-  EXPECT_EQ(kNoFigures, PublishedCodes(reset->data));
-  ExpectNoData();
 }
 
 TEST_F(ReportingTest, ResetDuringAPauseFreezesTheResetFigures) {
@@ -312,21 +196,6 @@ TEST_F(ReportingTest, RepublishedPresetKeepsTheProgrammeInForce) {
   EXPECT_TRUE(mService->WaitForLine("\"Preset republished!\\n\"", kPatience));
   ExpectAcknowledgement("Start");
   ExpectMeasures(-20);
-}
-
-TEST_F(ReportingTest, LastCommandAndConfigurationAreRepublishedEveryFifthSecond) {
-  // Reporting is off and no configuration has come: the command alone.
-  ExpectRepublication(kCommandRepubTopic, CommandJson("None", 0));
-  // A heartbeat goes out every second, the fifth with the first republication; it may come after
-  // that, or the next one before anybody looks.
-  EXPECT_NEAR(5, TakeHeartbeats(), 1);
-
-  const LoudnessConfiguration configuration = ConfigurationOfUser(5, "Continuous");
-  StartMeasuring();
-  SendConfiguration(configuration);
-  ExpectAcknowledgement("Start");
-  ExpectRepublication(kCommandRepubTopic, CommandJson("Start", 5));
-  ExpectRepublication(kConfigurationRepubTopic, EnvelopeOf(configuration));
 }
 
 class ApplicationCommandTest : public ReportingTest, public testing::WithParamInterface<int> {};

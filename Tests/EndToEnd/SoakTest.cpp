@@ -31,7 +31,7 @@ TEST_F(SoakTest, AbsentMonitorGetsTheBeatsThatWaitedAndFullQueueIsReportedOnceAB
   StartRemote({Peer::kHeartbeatReceiver});
   ExpectServedSoon();
   Pass(std::chrono::seconds{3});
-  const double beats = static_cast<double>(LinesOf(*mRemote, "HeartbeatReceiver HbProc"));
+  const double beats = static_cast<double>(LinesOf(RemoteProcess(), "HeartbeatReceiver HbProc"));
   RecordFigure("beats_at_the_return", beats);
   EXPECT_GE(beats, kQueue);
   EXPECT_LE(beats, kQueue + 10);
@@ -44,12 +44,12 @@ TEST_F(SoakTest, ClientThatDoesNotReadGetsWhatFitsIntoItsQueue) {
   AwaitServed();
   ASSERT_NO_FATAL_FAILURE(BeginWatch());
   StopRemote();
-  const std::size_t before = mRemote->LineCount();
+  const std::size_t before = RemoteProcess().LineCount();
   Pass(kLong);
   ContinueRemote();
   ExpectServedSoon();
   Pass(std::chrono::seconds{3});
-  const double messages = static_cast<double>(mRemote->LineCount() - before);
+  const double messages = static_cast<double>(RemoteProcess().LineCount() - before);
   RecordFigure("messages_at_the_return", messages);
   // The queues of both sides and what the kernel holds between them.
   EXPECT_GE(messages, kQueue);

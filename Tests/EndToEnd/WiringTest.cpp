@@ -94,18 +94,6 @@ TEST_F(MeterSetThreeTest, SubscribesToNoPresetsConfigurationsAndCommands) {
   ExpectHeartbeat(R"({"HbKey":"QvOptLuCal3","Version":"Telvon8-v1.9.3","State":1})");
 }
 
-TEST_F(MeterSetOneTest, ListensAtThePortsOfTheBoards) {
-  const std::string mainBoard = mUnit.EndpointOf(Peer::kMainAppServer);
-  const std::string host = mainBoard.substr(0, mainBoard.rfind(':'));
-  EXPECT_EQ(host + ":7000", mainBoard);
-  EXPECT_EQ(host + ":10000", mUnit.EndpointOf(Peer::kHeartbeatReceiver));
-  EXPECT_EQ(host + ":10001", mUnit.EndpointOf(Peer::kProcessMonitor));
-  EXPECT_EQ(host + ":2000", mUnit.EndpointOf(Peer::kHardwareManager));
-  const std::string opticalBoard = mUnit.EndpointOf(Peer::kOpticalAppServer);
-  EXPECT_EQ(":7000", opticalBoard.substr(opticalBoard.rfind(':')));
-  EXPECT_NE(mainBoard, opticalBoard);
-}
-
 TEST_F(MeterSetOneTest, BeatsOnceASecond) {
   ASSERT_NO_FATAL_FAILURE(Start());
   mUnit.DropHeartbeats();
