@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Compliance.h"
+#include "ServiceClient.h"
 #include "ServiceProcess.h"
 #include "ServiceUnderTest.h"
 
