@@ -9,6 +9,7 @@
 
 #include <filesystem>
 
+#include "DraftFile.h"
 #include "TestAudio.h"
 
 namespace louddesk {
@@ -113,6 +114,12 @@ TEST_F(PageFileTest, NamesOfPagesEndInHtml) {
     EXPECT_EQ(CheckPageName(name), "") << name;
   for (const char* name : {"", ".html", "a.wav", "a.HTML", "a.html/"})
     EXPECT_EQ(CheckPageName(name), "the name of a report ends in .html") << name;
+}
+
+TEST_F(PageFileTest, NamesOfSeriesEndInCsv) {
+  EXPECT_EQ(CheckCsvName("a.csv"), "");
+  for (const char* name : {"", ".csv", "a.wav", "a.CSV"})
+    EXPECT_EQ(CheckCsvName(name), "the name of a series ends in .csv") << name;
 }
 
 }  // namespace

@@ -1,0 +1,81 @@
+// Files that take their places whole or not at all.
+
+#include "DraftFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "TestAudio.h"
+
+namespace louddesk {
+namespace {
+
+namespace fs = std::filesystem;
+
+using test_audio::BytesOf;
+using testing::ElementsAre;
+
+class DraftFileTest : public testing::Test {
+ protected:
+  std::vector<std::string> Names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(mDirectory.Path(".")))
+      names.push_back(entry.path().filename());
+    return names;
+  }
+
+  test_audio::AudioDirectory mDirectory;
+  std::string mPath = mDirectory.Path("file.csv");
+};
+
+TEST_F(DraftFileTest, WhatWasWrittenInPartsIsThereInTheEnd) {
+  DraftFile draft(mPath);
+  draft.Write("a,");
+  draft.Write("b\n");
+  EXPECT_FALSE(fs::exists(mPath));
+  EXPECT_EQ(draft.TakePlace(), "");
+  EXPECT_EQ(BytesOf(mPath), "a,b\n");
+  EXPECT_THAT(Names(), ElementsAre("file.csv"));
+}
+
+TEST_F(DraftFileTest, ADraftThatIsNotKeptLeavesNothingAndTheEarlierFile) {
+  mDirectory.WriteBytes("file.csv", "earlier");
+  DraftFile(mPath).Write("new");
+  EXPECT_EQ(BytesOf(mPath), "earlier");
+  EXPECT_THAT(Names(), ElementsAre("file.csv"));
+}
+
+TEST_F(DraftFileTest, TheFirstFaultStays) {
+  const test_audio::FileSizeLimit limit(100);
+  DraftFile draft(mPath);
+  draft.Write("short");
+  EXPECT_EQ(draft.Fault(), "");
+  draft.Write(std::string(1000, 'x'));
+  EXPECT_EQ(draft.Fault(), "File too large");
+  draft.Write("short");
+  EXPECT_EQ(draft.TakePlace(), "File too large");
+  EXPECT_FALSE(fs::exists(mPath));
+}
+
+TEST_F(DraftFileTest, DraftsOfSeveralFilesDoNotMeet) {
+  DraftFile first(mPath);
+  DraftFile second(mDirectory.Path("other.csv"));
+  first.Write("first");
+  second.Write("second");
+  EXPECT_EQ(second.TakePlace(), "");
+  EXPECT_EQ(first.TakePlace(), "");
+  EXPECT_EQ(BytesOf(mPath), "first");
+  EXPECT_EQ(BytesOf(mDirectory.Path("other.csv")), "second");
+}
+
+TEST_F(DraftFileTest, AnImpossiblePlaceIsKnownAtOnceAndInTheEnd) {
+  DraftFile draft(mDirectory.Path("missing/file.csv"));
+  EXPECT_EQ(draft.Fault(), "No such file or directory");
+  draft.Write("text");
+  EXPECT_EQ(draft.TakePlace(), "No such file or directory");
+}
+
+}  // namespace
+}  // namespace louddesk

@@ -1,0 +1,96 @@
+// Drafts on the disk.
+
+#include "DraftFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+namespace louddesk {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr mode_t kUsualMode = 0666;  // less what the user's mask takes away
+
+std::string LastError() {
+  return std::strerror(errno);
+}
+
+// The file of a link, not the link: that is what is replaced. A name whose links cannot be
+// followed stays as it is and fails when it is opened.
+fs::path Resolved(const std::string& path) {
+  std::error_code error;
+  const fs::path resolved = fs::weakly_canonical(path, error);
+  return error ? fs::path(path) : resolved;
+}
+
+// A name of its own for each, as several may lie in one directory at the same time.
+std::string DraftOf(const fs::path& place) {
+  static int drafts = 0;
+  return place.parent_path() /
+         (".LoudDesk-" + std::to_string(getpid()) + "-" + std::to_string(++drafts) + ".part");
+}
+
+// Why what lies at the place must stay; empty when nothing does.
+std::string WhyNotReplaced(const std::string& place) {
+  struct stat earlier {};
+  if (stat(place.c_str(), &earlier) != 0)
+    return errno == ENOENT ? "" : LastError();
+  if (S_ISDIR(earlier.st_mode))
+    return "is a directory";
+  if (!S_ISREG(earlier.st_mode))
+    return "is no regular file";
+  return access(place.c_str(), W_OK) == 0 ? "" : LastError();
+}
+
+}  // namespace
+
+std::string WhyNotWritable(const std::string& path) {
+  DraftFile draft(path);
+  return draft.Fault();
+}
+
+DraftFile::DraftFile(const std::string& path)
+    : mPlace(Resolved(path)), mPath(DraftOf(mPlace)), mFault(WhyNotReplaced(mPlace)) {
+  if (!mFault.empty())
+    return;
+  mFile = open(mPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kUsualMode);
+  if (mFile < 0)
+    mFault = LastError();
+}
+
+DraftFile::~DraftFile() {
+  if (mFile < 0)
+    return;
+  close(mFile);
+  if (!mIsKept)
+    unlink(mPath.c_str());
+}
+
+void DraftFile::Write(const std::string& text) {
+  for (std::size_t done = 0; mFault.empty() && done < text.size();) {
+    const ssize_t count = write(mFile, text.data() + done, text.size() - done);
+    if (count < 0 && errno != EINTR)
+      mFault = LastError();
+    done += static_cast<std::size_t>(count > 0 ? count : 0);
+  }
+}
+
+std::string DraftFile::TakePlace() {
+  if (!mFault.empty())
+    return mFault;
+  struct stat earlier {};
+  const bool hasMode =
+      stat(mPlace.c_str(), &earlier) != 0 || fchmod(mFile, earlier.st_mode & 07777) == 0;
+  mIsKept = hasMode && fsync(mFile) == 0 && std::rename(mPath.c_str(), mPlace.c_str()) == 0;
+  if (!mIsKept)
+    mFault = LastError();
+  return mFault;
+}
+
+}  // namespace louddesk
