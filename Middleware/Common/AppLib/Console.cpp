@@ -1,5 +1,5 @@
-// Console streams that never wait. Stdio's own streams would, on a full pipe, hold up the event
-// loop for as long as nobody reads. Any thread; stdio locks the streams.
+// Console streams that never wait. On a full pipe stdio's own streams would block the event loop
+// until somebody reads. Any thread; stdio locks the streams.
 
 #include "Console.h"
 
@@ -19,11 +19,13 @@
 
 namespace {
 
-// A pipe takes a piece of at most this size whole or not at all; one that is ready takes it.
+// A pipe takes a piece of up to this size either completely or not at all, and one that is ready
+// for writing takes it.
 constexpr std::size_t kPieceSize = PIPE_BUF;
 
 // A terminal that is ready has room for a piece of this size. It may replace a control character by
-// several, as a line feed by two, and be full then: each control character is a piece of its own.
+// several, for example a line feed by two, and then be full, so each control character is a
+// separate piece.
 constexpr std::size_t kTerminalPieceSize = 64;
 
 std::size_t TerminalPiece(const char* text, std::size_t size) {
@@ -33,11 +35,11 @@ std::size_t TerminalPiece(const char* text, std::size_t size) {
   return control == text ? 1 : static_cast<std::size_t>(control - text);
 }
 
-// Held from the poll for room to the write, because both streams may lead to the same place.
+// Held from the poll to the write, because both streams may lead to the same place.
 std::mutex gRoom;
 
-// Writes a piece only if the descriptor has room for it now. Another process may take the room
-// before the write, which then waits.
+// Writes a piece only if the descriptor has room for it now. If another process takes the room
+// before the write, the write waits.
 ssize_t WriteIntoRoom(int fd, const char* text, std::size_t size) {
   const std::lock_guard<std::mutex> lock(gRoom);
   pollfd room = {fd, POLLOUT, 0};
@@ -62,10 +64,10 @@ class Outlet {
  public:
   explicit Outlet(int standardFd) : mFd(standardFd) {}
 
-  // Pipes and terminals are opened once more in non-blocking mode: in that mode the inherited
-  // description would make every process that shares it fail instead of wait. One that cannot be
-  // opened, such as another user's or a named pipe without a reader, is written to with more care.
-  // A regular file never makes its writer wait.
+  // Pipes and terminals are opened again in non-blocking mode. Changing the mode of the inherited
+  // open file instead would affect every process that shares it. One that cannot be opened, such as
+  // another user's or a named pipe without a reader, is polled before each write. A regular file
+  // never makes its writer wait.
   void Prepare() {
     struct stat status {};
     if (fstat(mFd, &status) == -1)
@@ -82,7 +84,8 @@ class Outlet {
       mFd = own;
   }
 
-  // Stdio's writer: claims to have taken everything, so that no stream goes into its error state.
+  // The writer of the stream. It reports that everything was written, so that the stream never
+  // enters its error state.
   static ssize_t Write(void* outlet, const char* text, std::size_t size) {
     static_cast<Outlet*>(outlet)->Take(text, size);
     return static_cast<ssize_t>(size);
@@ -98,7 +101,7 @@ class Outlet {
     errno = error;
   }
 
-  // Begins a line of its own: what was lost may have ended in the middle of one.
+  // Begins with a line feed, because the lost part may have ended in the middle of a line.
   bool TellLoss() {
     char line[64] = {};
     const auto length = static_cast<std::size_t>(
@@ -109,7 +112,7 @@ class Outlet {
     return true;
   }
 
-  // As many of the bytes as are taken now; returns their number.
+  // Writes as many bytes as the descriptor takes now and returns their number.
   std::size_t WritePieces(const char* text, std::size_t size) const {
     std::size_t taken = 0;
     while (taken < size) {
@@ -143,10 +146,10 @@ class Outlet {
   bool mIsSocket = false;        // `mFd` is a socket
   bool mIsTerminal = false;      // `mFd` is a terminal
   bool mMayWait = false;         // a plain write to `mFd` may wait
-  unsigned long long mLost = 0;  // bytes lost since the last that were written
+  unsigned long long mLost = 0;  // bytes lost and not yet reported
 };
 
-// They live as long as the streams, which are flushed when the process ends.
+// They must outlive the streams, which are flushed when the process ends.
 Outlet gOutput(STDOUT_FILENO);
 Outlet gError(STDERR_FILENO);
 

@@ -1,4 +1,4 @@
-// The client of the process monitor. Owned by itself as a singleton; reactor thread only.
+// The client of the process monitor, a singleton. Reactor thread only.
 
 #include "HeartBeater.h"
 

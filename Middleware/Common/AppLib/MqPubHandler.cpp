@@ -49,8 +49,8 @@ bool MqPubHandler::SendJson(MqSock_t* socket, const char* topic, const char* jso
 bool MqPubHandler::SendUint32(MqSock_t* socket, const char* topic, std::uint32_t value) {
   if (socket == nullptr || topic == nullptr)
     return false;
-  // A block of bytes: the library writes its own picture of a number, "4", as decimal digits. It
-  // sees itself to the frames behind the first.
+  // Sent as bytes: the library's own format for a number, "4", writes decimal digits. The library
+  // itself retries the frames after the first.
   const auto send = [&] { return zsock_send(socket, "sb", topic, &value, sizeof value); };
   if (MqUninterrupted(send) == -1) {
     LOUDCALC_PRINT(kUnitName, stdout, "\"Failed to published: %s/%u\"", topic, value);
@@ -63,7 +63,7 @@ MqSock_t* MqPubHandler::GetNewSock(int type) {
   return zsock_new(type);
 }
 
-// Binds the existing socket, or a new one that lives on only when bound.
+// Binds the existing socket, or a new one, which is destroyed if that fails.
 MqSock_t* MqPubHandler::Bind(const char* endpoint, MqSock_t* existing) {
   const auto bind = [&]() -> MqSock_t* {
     MqSockOwner created(existing == nullptr ? GetNewSock(ZMQ_PUB) : nullptr);

@@ -1,4 +1,4 @@
-// The event loop with its subscriber sockets and timers. Owned by the deriving class; everything
+// The event loop with its subscriber sockets and timers. Owned by the derived class; everything
 // runs on the thread that calls StartLoop.
 
 #include "MqReactor.h"
@@ -20,7 +20,7 @@ LogSource Log() {
 
 using TopicRow_t = char[kMqTopicSize];
 
-// The topic of a row, also of one that has no room for a terminator.
+// The topic of a row, which may fill the row without a terminator.
 std::string TopicOf(const TopicRow_t& row) {
   return {row, strnlen(row, sizeof row)};
 }
@@ -30,20 +30,20 @@ int LoopResult(int handlerResult) {
   return zsys_interrupted != 0 || handlerResult == -1 ? -1 : 0;
 }
 
-// Until what is put off during a round of the loop is done; the loop wants more than none.
+// Delay of work that is postponed to the end of a round of the loop. The loop does not accept 0.
 constexpr std::size_t kTicketDelayMs = 1;
 
-// Most frames of a message that are kept; a raw block has four.
+// The most frames of a message that are kept; a raw block has four.
 constexpr std::size_t kMostFrames = 64;
 
-// Most frames beyond those that are dropped in one go: about as much work as a message.
+// The most excess frames that are dropped at a time, about as much work as one message.
 constexpr std::size_t kMostFramesDropped = 1000;
 
-// Longest topic that is looked at, well over any that is subscribed to. Subscriptions match by
-// their beginning, so that a peer can send a longer one.
+// The longest topic that is handled, far longer than any subscription. Subscriptions are prefixes,
+// so a peer can send longer topics.
 constexpr std::size_t kLongestTopic = 4096;
 
-// The next frame, null when there is none yet. A receive that a signal interrupts is repeated.
+// The next frame; null if there is none yet. A receive that a signal interrupts is repeated.
 zframe_t* ReceiveFrame(zsock_t* socket) {
   zframe_t* frame = nullptr;
   do {
@@ -52,8 +52,8 @@ zframe_t* ReceiveFrame(zsock_t* socket) {
   return frame;
 }
 
-// The message that woke the loop, as far as its frames are kept. The library says nothing of their
-// number before all of them are there.
+// The message that woke the loop, up to `kMostFrames` frames of it. The library hands over a
+// message only when all its frames have arrived.
 zmsg_t* ReceiveMessage(zsock_t* socket) {
   zmsg_t* pMessage = nullptr;
   zframe_t* frame = ReceiveFrame(socket);
@@ -68,8 +68,8 @@ zmsg_t* ReceiveMessage(zsock_t* socket) {
   return pMessage;
 }
 
-// Drops some more frames of a message that has too many, and returns whether there were any. The
-// timers run in between.
+// Drops some excess frames of a message that has too many. False if there were none. Timers run
+// between two calls.
 bool DropSomeOfTheRest(zsock_t* socket) {
   if (zsock_rcvmore(socket) == 0)
     return false;
@@ -93,7 +93,7 @@ bool MqReactor::Guarded(Operation operation) {
   });
 }
 
-// A topic is copied, compared and logged, which must cost next to nothing.
+// A topic is copied, compared and logged, which must stay cheap.
 bool MqReactor::IsTopicTooLong(zmsg_t* message) {
   zframe_t* topic = zmsg_first(message);
   const std::size_t size = topic != nullptr ? zframe_size(topic) : 0;
@@ -102,7 +102,7 @@ bool MqReactor::IsTopicTooLong(zmsg_t* message) {
   return size > kLongestTopic;
 }
 
-// Takes one message, hands its topic and the frames after it to `handler` and disposes of both.
+// Receives one message, passes its topic and the frames after it to `handler` and frees both.
 template <typename Handler>
 int MqReactor::ReadMessage(zsock_t* socket, Handler handler) {
   if (DropSomeOfTheRest(socket))
@@ -236,8 +236,8 @@ std::int32_t MqReactor::AddTimer(pReactorTimerCallback handler, void* argument, 
   return rc;
 }
 
-// A loop that has been started again frees a timer at once, also the one that it is in the middle
-// of. While it runs, its timers are taken out when it has gone through all of them.
+// Once a loop has been restarted, CZMQ frees a timer as soon as it is ended, even one whose handler
+// is running. While the loop runs, ended timers are therefore removed only after the round.
 void MqReactor::EndTimer(std::int32_t timerId) {
   if (mTimers.erase(timerId) == 0)
     return;
@@ -259,8 +259,8 @@ bool MqReactor::StartLoop(MqDataType_e type) {
   LOUDCALC_ASSERT(ret == true, "ret == true");
   PollLinkEvents(mLinks);
   PollLinkEvents(mBinLinks);
-  // Every handled signal makes the loop return 0. Only an interrupt is meant to end it; timers keep
-  // their times when it is started again.
+  // Every handled signal makes the loop return 0, but only an interrupt is meant to end it. Timers
+  // keep their schedule when the loop is started again.
   int rc = 0;
   mIsLooping = true;
   do {
@@ -275,7 +275,7 @@ void MqReactor::ReportRenewal(const char* endpoint) {
   LOUDCALC_LOG(Log(), Warn, "\"Connection to %s broke the protocol, connecting again\"", endpoint);
 }
 
-// So that a loop whose links nobody tends does not keep what happens to them for ever.
+// Empties the queue of the links' events in a loop that nobody calls TendLinks for.
 void MqReactor::PollLinkEvents(MqLinkWatch& links) {
   zmq_pollitem_t item = links.PollItem();
   if (item.socket == nullptr)
@@ -303,7 +303,8 @@ void MqReactor::TendAfterReading(bool binary) {
     (binary ? mBinLinks : mLinks).TendBetweenMessages(ReportRenewal);
 }
 
-// There is never anything to read: that the loop polls the socket is all it takes.
+// There is never anything to read. Polling the socket is enough to make the library handle its
+// clients.
 void MqReactor::WatchClients(zsock_t* publisher) {
   LOUDCALC_ASSERT(IsValidReactor() && publisher != nullptr,
                   "IsValidReactor() && publisher != nullptr");
@@ -369,15 +370,15 @@ int MqReactor::RemoveEndedTimers(zloop_t* loop, int, void* reactor) {
   return 0;
 }
 
-// The chosen socket, null when it is empty or was destroyed by a failed connect.
+// The chosen socket; null if there is none or a failed connect destroyed it.
 zsock_t* MqReactor::UsableSock(bool binary) const {
   if (binary)
     return mbSockBinIsGone ? nullptr : mpSockBin;
   return mbSockIsGone ? nullptr : mpSock;
 }
 
-// Destroys the chosen socket, if it is there, after taking it out of the loop, which would go on
-// polling it.
+// Destroys the chosen socket, if there is one, after removing it from the loop, which would
+// otherwise go on polling it.
 void MqReactor::Destroy(bool binary) {
   zsock_t* socket = UsableSock(binary);
   MqLinkWatch& links = binary ? mBinLinks : mLinks;

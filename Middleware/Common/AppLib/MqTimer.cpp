@@ -1,4 +1,4 @@
-// Timers on their grid. Owned by the reactor; reactor thread only.
+// Timers that skip late ticks. Owned by the reactor; reactor thread only.
 
 #include "MqTimer.h"
 

@@ -30,7 +30,7 @@ constexpr std::size_t kIpBytes = 4;
 constexpr std::size_t kMacBytes = 6;
 constexpr unsigned kMaskBits = 32;
 
-// A rule that does not hold: names it if wanted. The result is that of the validation.
+// Prints the rule that is broken, if wanted. Returns false, as the validation does.
 __attribute__((format(printf, 2, 3))) bool Refuse(bool print, const char* format, ...) {
   if (!print)
     return false;
@@ -42,7 +42,7 @@ __attribute__((format(printf, 2, 3))) bool Refuse(bool print, const char* format
   return false;
 }
 
-// Asks the kernel about an interface; `request` names the question and takes the answer.
+// Asks the kernel about an interface. `request` takes the answer.
 bool QueryInterface(unsigned long question, const char* interfaceName, ifreq& request) {
   request = {};
   if (interfaceName == nullptr)

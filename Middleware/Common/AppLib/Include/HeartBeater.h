@@ -12,11 +12,11 @@
 #include "Logger.h"
 #include "MqPushLink.h"
 
-/// Inlet of the process monitor, which takes heartbeats and requests: TCP port, IPC file name.
+/// Endpoint at which the process monitor takes heartbeats and requests: TCP port, IPC file name.
 constexpr unsigned kMonitorInletPort = 10000;
 constexpr char kMonitorInletIpcName[] = "hbMonPullMq.ipc";
 
-/// Topics at that inlet.
+/// Topics at that endpoint.
 constexpr char kHeartBeatTopic[] = "HbProc";
 constexpr char kRepublicationTopic[] = "HbReqRepubSysStatus";
 constexpr char kForwardedCommandTopic[] = "HbFwdAppCmd";
@@ -40,24 +40,24 @@ constexpr int kAppCommandSwUpgrade = 100;
 constexpr std::size_t kProcessBeatSize = 512;
 
 /// Sends never wait. While the monitor is away about a thousand messages are kept for it; what
-/// comes after that is refused whole, until it takes them.
+/// comes after that is refused as a whole until it takes them.
 class cHeartBeater {
  public:
   /// The client, made on first use, without socket and heartbeat text, and freed by an exit
   /// handler.
   static cHeartBeater* GetInstance();
 
-  /// Closes the socket and frees the client; harmless when there is none.
+  /// Closes the socket and frees the client. Does nothing if there is none.
   static void DeleteInstance();
 
   /// Makes the heartbeat text {"HbKey":KEY,"Version":VERSION,"State":STATUS}. A missing version is
   /// written as "Unknown", with a warning. A text of more than 510 characters is cut there and sent
-  /// all the same. False without a key; the text made before then stays, unsent.
+  /// anyway. False without a key; the previous text then stays but is not sent.
   bool SetHeartBeatJson(const char* cpHbKey, const char* cpVersion, ProcessStatus_e status);
 
   /// Connect to the monitor, which need not be there yet: over TCP at an IPv4 address text, or at
-  /// this board when null, or over IPC. False when connected already, which changes nothing, or
-  /// when the connection is refused outright, which leaves no socket.
+  /// this board when null, or over IPC. False when already connected, which changes nothing, or
+  /// when the connection is refused at once, which leaves no socket.
   bool ConnectMqOverTcp(const char* ipStr_in);
   bool ConnectMqOverIpc();
 

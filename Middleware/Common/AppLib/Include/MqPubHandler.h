@@ -1,6 +1,5 @@
-// How every publishing component makes, binds, uses and destroys its PUB sockets. The deriving
-// class keeps the sockets. All on the thread of the event loop; a socket is never shared between
-// threads.
+// Makes, binds, uses and destroys PUB sockets for a publishing component. The derived class owns
+// the sockets. Event-loop thread only.
 
 #pragma once
 
@@ -11,26 +10,26 @@
 /// A socket of the messaging library.
 using MqSock_t = zsock_t;
 
-/// No operation lets an exception out; what fails is written to the console (standard output).
+/// No operation throws; failures are written to standard output.
 class MqPubHandler {
  public:
   /// Binds `socket`, or a new PUB socket when it is null, to an endpoint: a file name in the unit's
   /// IPC directory, or an IPv4 address text and a port. Returns the bound socket, which the caller
-  /// then owns. Null when it fails or when the name, the address or the port (0) is missing: a
-  /// socket made here is then destroyed, one passed in stays as it was.
+  /// then owns. Null when binding fails, the name or address is null or the port is 0. A socket
+  /// made here is then destroyed; one passed in does not change.
   ///
-  /// Over IPC the file of another socket is taken over silently.
+  /// Over IPC the file of another socket is replaced without a message.
   MqSock_t* BindMqOverIpc(const char* cpIpc_in, MqSock_t* socket);
   MqSock_t* BindMqOverTcp(const char* cpIp_in, std::uint32_t port, MqSock_t* socket);
 
   /// There is no UDP transport: always null.
   MqSock_t* BindMqOverUdp(const char* cpIp_in, std::uint32_t port, MqSock_t* socket);
 
-  /// Destroys the socket, if there is one, and leaves the handle empty.
+  /// Destroys the socket, if there is one, and clears the handle.
   void DestroyMq(MqSock_t*& socket);
 
   /// Publishes two frames: topic, JSON text; both without a terminator. False when an argument is
-  /// missing or the socket refuses a frame. An empty topic is sent as it is.
+  /// null or the socket refuses a frame. An empty topic is allowed.
   bool SendJson(MqSock_t* socket, const char* topic, const char* json);
 
   /// Publishes two frames: topic, and `value` as 4 bytes in the host's byte order. False as

@@ -31,8 +31,9 @@ enum MqDataType_e : std::int32_t {
   MQ_DATA_TYPE_STATES = 4,             // neither; no reader belongs to it
 };
 
-/// Handler of a text message: topic, and the second frame or null when the message has but one.
-/// Both texts are the reactor's and end with the call. A result of -1 ends the loop.
+/// Handler of a text message: topic, and the second frame, or null when the message has only one.
+/// Both texts belong to the reactor and are valid only during the call. A result of -1 ends the
+/// loop.
 using pReactorReaderCallback = int (*)(const char* topic, const char* data);
 
 /// Handler of a binary message: topic, and the message with the frames after it. The handler may
@@ -43,8 +44,8 @@ using pReactorReaderCallbackForBinaryData = int (*)(const char* topic, zmsg_t* m
 using pReactorTimerCallback = MqTimer::Handler_t;
 
 /// In every operation the flag `binary` chooses the binary socket when true and the text socket
-/// when false. An operation on a socket that is not there returns false. Exceptions inside an
-/// operation are logged at Critical and make it return false.
+/// when false. An operation on a missing socket returns false. Exceptions inside an operation are
+/// logged at Critical and make it return false.
 class MqReactor {
  public:
   /// Makes the loop and both sockets. When one of them cannot be made nothing is kept and the
@@ -61,12 +62,12 @@ class MqReactor {
   bool IsValidReactor() const { return mbIsValidReactor; }
 
   /// Connects a socket to a publisher and subscribes it to `noTopics` topics, in order. The
-  /// publisher need not be there yet; the connection is made and renewed in the background. A
-  /// subscription holds for every publisher of the socket. REQUIRES: a valid reactor and no missing
+  /// publisher need not exist yet; the connection is made and renewed in the background. A
+  /// subscription applies to every publisher of the socket. REQUIRES: a valid reactor and no null
   /// argument.
   ///
-  /// False when the connection is refused outright, for example for an invalid address; the
-  /// socket is then destroyed and the reactor no longer serves messages of that kind.
+  /// False when the connection is refused at once, for example for an invalid address; the socket
+  /// is then destroyed and the reactor no longer receives messages of that kind.
   ///
   /// Over IPC the publisher is a file name in the unit's IPC directory and a topic of more than 127
   /// characters is skipped with an Error line; over TCP, an IPv4 address text and a port, there is
@@ -80,13 +81,13 @@ class MqReactor {
   /// a topic, and a length of 1 to 127.
   bool SubscribeTopic(const char* topic, std::int32_t len, bool binary);
 
-  /// Takes subscriptions back. `mlTopics` keeps its value. REQUIRES: a valid reactor and no missing
+  /// Cancels subscriptions. `mlTopics` does not change. REQUIRES: a valid reactor and no null
   /// argument.
   bool UnsubscribeTopics(mqTopics_t topics, std::int32_t noTopics, bool binary);
 
   /// Registers the readers of the sockets that `type` names, in place of those registered before.
-  /// False for an invalid reactor or a type that names no socket. A reader that the loop does not
-  /// take stops the process.
+  /// False for an invalid reactor or a type that names no socket. If the loop refuses a reader, the
+  /// process stops.
   bool SetMqSubsReader(MqDataType_e type);
 
   /// The handlers of text and of binary messages; null: messages are left unread.
@@ -95,15 +96,15 @@ class MqReactor {
     mpReactorReaderCallbackForBinaryData = callback;
   }
 
-  /// Adds a timer that fires every `delay` milliseconds, `times` times or, with 0, for ever.
-  /// Returns its id, -1 for an invalid reactor. A timer that the loop does not take stops the
-  /// process. After a loop that was held up a timer of the latter kind makes the latest of the
-  /// ticks that are due and leaves out those before it.
+  /// Adds a timer that fires every `delay` milliseconds, `times` times, or without end if `times`
+  /// is 0. Returns its id, -1 for an invalid reactor. If the loop refuses the timer, the process
+  /// stops. When the loop is late, a timer without end makes only the latest tick that is due and
+  /// skips those before it.
   std::int32_t AddTimer(pReactorTimerCallback handler, void* argument, std::size_t delay,
                         std::size_t times);
 
-  /// Ends a timer, which does not fire any more, due or not. May be called at any time, also by the
-  /// timer's own handler. Does nothing when it has ended already.
+  /// Ends a timer, which does not fire again even if it is due. May be called at any time, also by
+  /// the timer's own handler. Does nothing if it has already ended.
   void EndTimer(std::int32_t timerId);
 
   /// Number of timers that the loop takes once it has been started.
@@ -119,18 +120,18 @@ class MqReactor {
   /// first, for a few seconds at most. To be called several times a second.
   void TendLinks();
 
-  /// Lets the loop deal with the clients of `publisher`, a bound PUB socket, as they come,
-  /// subscribe and leave. The library does so by itself only when something is sent: what came in
-  /// between is kept, a connection with all its queues, however many there are. A publisher that
-  /// the loop does not take stops the process. REQUIRES: a valid reactor and a socket that is not
-  /// watched.
+  /// Makes the loop handle clients of `publisher`, a bound PUB socket, when they connect, subscribe
+  /// and leave. The library itself handles them only when something is sent; until then it keeps
+  /// every new connection with all its queues. If the loop refuses the publisher, the process
+  /// stops. REQUIRES: a valid reactor and a socket that is not watched.
   void WatchClients(zsock_t* publisher);
 
-  /// Ends that, before the publisher is destroyed; harmless without a socket or a watch.
+  /// Ends that; call it before the publisher is destroyed. Does nothing without a socket or a
+  /// watch.
   void UnwatchClients(zsock_t* publisher);
 
-  /// Destroys the text socket and the binary socket, as far as they are there. The reactor is
-  /// invalid afterwards.
+  /// Destroys the text socket and the binary socket, if they exist. The reactor is invalid
+  /// afterwards.
   void CloseMq();
 
   /// Readers of the two sockets, called by the loop: they take one message from `socket` and hand
@@ -180,7 +181,8 @@ class MqReactor {
   template <typename Handler>
   static int ReadMessage(zsock_t* socket, Handler handler);
 
-  // A socket destroyed by a failed connect stays in its field; these say that it is gone.
+  // A socket destroyed by a failed connect stays in its field; these flags say that it must not be
+  // used.
   bool mbSockIsGone = false;     // of `mpSock`
   bool mbSockBinIsGone = false;  // of `mpSockBin`
 

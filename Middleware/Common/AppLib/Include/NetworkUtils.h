@@ -1,8 +1,8 @@
 // IPv4 settings: validation, an interface's addresses and endpoint texts of the process monitor.
-// Any thread but for the interface look-ups, which share the system library's text buffer.
+// Any thread, except the interface look-ups, which share the system library's text buffer.
 //
 // Addresses are dotted-quad texts; numeric forms are 32-bit values in network byte order.
-// Diagnostics go to standard output. Output buffers must be there and of the size given.
+// Diagnostics go to standard output. Output buffers must not be null and must have the size given.
 
 #pragma once
 
@@ -21,7 +21,7 @@ bool NetmaskIsValid(const char* mask);
 std::uint32_t GetUint32FromIpString(const char* ip);
 
 /// Whether `ip` may be a host's address in a network with the mask `mask`: neither the network part
-/// nor the host part is all zeros or all ones. With `print` the first rule that fails is named on
+/// nor the host part is all zeros or all ones. With `print` the first rule that fails is printed on
 /// standard output, except for an `ip` that is not an address.
 bool IpAddrAndMaskAreValid(const char* ip, const char* mask, bool print);
 

@@ -11,8 +11,8 @@
 
 namespace {
 
-// Enough to tell a link that ZeroMQ renews from one that it has given up: it announces its next
-// attempt only for the former.
+// Enough to distinguish a link that ZeroMQ renews from one that it has abandoned: it reports the
+// next attempt only for the former.
 constexpr int kWatchedEvents =
     ZMQ_EVENT_CONNECTED | ZMQ_EVENT_CONNECT_RETRIED | ZMQ_EVENT_DISCONNECTED |
     ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL |
@@ -27,7 +27,7 @@ bool IsReader(zsock_t* socket) {
   return zsock_type(socket) == ZMQ_SUB;
 }
 
-// The options that a connection over TCP and one over IPC do not share.
+// The options that differ between connections over TCP and over IPC.
 void PrepareForTransport(zsock_t* socket, bool isOverTcp) {
   if (IsReader(socket))
     zsock_set_maxmsgsize(socket, isOverTcp ? kMqMaxFrameSize : kMqMaxLocalFrameSize);
@@ -36,7 +36,8 @@ void PrepareForTransport(zsock_t* socket, bool isOverTcp) {
   zsock_set_heartbeat_ivl(socket, isOverTcp ? kMqHeartbeatPeriodMs : 0);
 }
 
-// A name that no watch has used: the library frees the name of an ended watch only some time later.
+// A name that no other watch has used: the library frees the name of an ended watch only some time
+// later.
 std::string NewMonitorEndpoint() {
   static unsigned long watches = 0;
   return "inproc://links-" + std::to_string(++watches);
@@ -46,7 +47,8 @@ std::string NewMonitorEndpoint() {
 bool TakeFrame(void* socket, std::string& bytes) {
   zmq_msg_t frame;
   zmq_msg_init(&frame);
-  // Cut off in the middle of an event, the rest of it would be taken for the next one.
+  // If a signal interrupted the second frame of an event, that frame would be taken for the next
+  // event.
   const auto receive = [&] { return zmq_msg_recv(&frame, socket, ZMQ_DONTWAIT); };
   const bool isThere = MqUninterrupted(receive) != -1;
   if (isThere)
@@ -87,7 +89,7 @@ bool MqLinkWatch::Start(zsock_t* socket) {
     return false;
   mpSocket = socket;
   mpEvents = zmq_socket(zsys_init(), ZMQ_PAIR);
-  // The library's thread must never wait for room for an event.
+  // The library's thread must never wait for room in the queue.
   constexpr int kNoLimit = 0;
   if (mpEvents != nullptr &&
       zmq_setsockopt(mpEvents, ZMQ_RCVHWM, &kNoLimit, sizeof kNoLimit) == 0 &&
@@ -98,7 +100,7 @@ bool MqLinkWatch::Start(zsock_t* socket) {
 }
 
 void MqLinkWatch::Stop() {
-  // In this order: an event that nobody can take would hold up the library's thread.
+  // In this order: an event without a receiver would block the library's thread.
   if (mpSocket != nullptr)
     zmq_socket_monitor(zsock_resolve(mpSocket), nullptr, 0);
   StopWithoutSocket();
@@ -155,8 +157,8 @@ bool MqLinkWatch::IsAnyLostFor(std::int64_t milliseconds) const {
   });
 }
 
-// Whether neither a message nor the rest of one waits on the socket. Asked of ZeroMQ itself: CZMQ
-// returns whatever was on its stack when a signal interrupts the question.
+// Whether neither a message nor the rest of one waits on the socket. This calls ZeroMQ directly:
+// CZMQ returns an uninitialised value when a signal interrupts the call.
 bool MqLinkWatch::IsIdle() const {
   int events = 0;
   std::size_t size = sizeof events;

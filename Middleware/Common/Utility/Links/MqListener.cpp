@@ -1,4 +1,4 @@
-// Options of bound sockets.
+// Limits on the clients of bound sockets.
 
 #include "MqListener.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 MqAdmitted gAdmitted;
 
-// Adds to those who are let in; nobody else is once there is one of them.
+// Adds users or groups that may connect. With the first of them all others are shut out.
 template <typename Id>
 bool Admit(zsock_t* socket, int option, const std::vector<Id>& ids) {
   return std::all_of(ids.begin(), ids.end(), [&](Id id) {
@@ -25,7 +25,7 @@ bool Admit(zsock_t* socket, int option, const std::vector<Id>& ids) {
   });
 }
 
-// Descriptors are given out from the lowest free one on.
+// A new descriptor gets the lowest free number.
 bool IsSpare(int descriptor) {
   rlimit files = {};
   getrlimit(RLIMIT_NOFILE, &files);
@@ -34,8 +34,8 @@ bool IsSpare(int descriptor) {
 
 }  // namespace
 
-// Takes the place of the system's function of that name, for libzmq too, to which a client that has
-// left before it was accepted is no fault.
+// Replaces the system's function of that name, also for libzmq, which ignores the error of a client
+// that has closed before it is accepted.
 extern "C" int accept4(int listener, sockaddr* address, socklen_t* size, int flags) {
   const auto client = static_cast<int>(syscall(SYS_accept4, listener, address, size, flags));
   if (client == -1 || !IsSpare(client))

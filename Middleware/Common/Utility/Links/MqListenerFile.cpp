@@ -35,7 +35,7 @@ MqFileNews MqListenerFile::Look() {
   const bool isThere = lstat(mPath.c_str(), &found) == 0;
   const bool isGone = !isThere && errno == ENOENT;
   if (!isThere && !isGone)
-    return mTold;  // nobody knows
+    return mTold;  // unknown
   const bool wasMissed = std::exchange(mIsMissed, isGone);
   if (isGone)
     return wasMissed ? BindAnew() : mTold;
@@ -43,7 +43,7 @@ MqFileNews MqListenerFile::Look() {
   return isOwn ? MqFileNews::kNone : MqFileNews::kTaken;
 }
 
-// The old listeners and their clients stay as long as they are few.
+// The old listeners and their clients stay until there are too many listeners.
 MqFileNews MqListenerFile::BindAnew() {
   const std::string endpoint = kIpcPrefix + mPath;
   const auto unbind = [&] { return zsock_unbind(mpSocket, "%s", endpoint.c_str()); };

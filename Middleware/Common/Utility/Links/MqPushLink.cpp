@@ -8,14 +8,14 @@ MqSockOwner MqPushLink::NewSocket(const MqEndpoint& endpoint) {
   MqSockOwner socket(zsock_new(ZMQ_PUSH));
   if (socket == nullptr)
     return nullptr;
-  // Whoever sends must not wait for an absent or stalled peer once the socket keeps its share.
+  // Sends must not wait for an absent or stalled peer when the queue of the socket is full.
   zsock_set_sndtimeo(socket.get(), 0);
   MqPrepareLink(socket.get(), endpoint.IsTcp());
   return socket;
 }
 
 bool MqPushLink::Connect(MqSockOwner socket, const MqEndpoint& endpoint) {
-  MqLinkWatch watch;  // ends before the socket does when the connection is refused
+  MqLinkWatch watch;  // destroyed before the socket if the connection is refused
   watch.Start(socket.get());
   if (MqConnect(socket.get(), endpoint.Text()) == -1)
     return false;

@@ -1,5 +1,5 @@
-// The process-wide logger: console lines and messages to the log sink. Owned by itself as a
-// singleton; reactor thread only.
+// The process-wide logger: console lines and messages to the log sink. A singleton; reactor thread
+// only.
 
 #include "Logger.h"
 
@@ -21,7 +21,7 @@ namespace {
 constexpr char kUnitName[] = "Logger";
 
 constexpr char kNotifyColour[] = "\033[0;33m";
-constexpr char kLineEnd[] = "\n\033[0m";  // what follows on the terminal has no colour
+constexpr char kLineEnd[] = "\n\033[0m";  // resets the colour for what follows
 
 // How the five levelled calls differ.
 struct Severity {
@@ -49,7 +49,7 @@ constexpr LevelName kLevelNames[] = {
 
 Logger* gpInstance = nullptr;  // the logger, written by GetInstance and DeleteInstance
 
-// Of one of the five.
+// Of one of the five levels above.
 const Severity& SeverityOf(MsgLevel_e level) {
   const Severity* severity = kSeverities;
   while (severity->level != level)
@@ -82,14 +82,14 @@ int CountOf(const std::string& message) {
   return static_cast<int>(message.size());
 }
 
-// In one piece, so that processes on one console do not tear each other's lines, and at once,
-// because a service's output goes to a pipe.
+// In one write, so that the lines of processes on the same console do not mix, and flushed, because
+// a service's output goes to a pipe.
 bool Write(FILE* stream, const std::string& text) {
   return std::fwrite(text.data(), 1, text.size(), stream) == text.size() &&
          std::fflush(stream) == 0;
 }
 
-// Directly on the stream: memory for a line may be what is missing.
+// Directly on the stream: the exception may mean that there is no memory for a line.
 void ReportException(const char* title, const char* description) {
   std::fprintf(stderr, "%s|%u| \"%s %s\"\n", kUnitName, static_cast<unsigned>(__LINE__), title,
                description);

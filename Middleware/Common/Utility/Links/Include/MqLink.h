@@ -1,7 +1,7 @@
-// Connecting sockets that come back by themselves. A link is one connection of a socket to a remote
-// endpoint. ZeroMQ renews a link that broke, with two exceptions that this unit is for: a peer that
-// vanished without closing, and a peer that broke the protocol, to which ZeroMQ never connects
-// again. Used from the thread that owns the socket.
+// Renewal of broken connections. A link is one connection of a socket to a remote endpoint. ZeroMQ
+// renews broken links except in two cases, which this file handles: a peer that vanished without
+// closing, and a peer that broke the protocol, to which ZeroMQ never connects again. Used from the
+// thread that owns the socket.
 
 #pragma once
 
@@ -11,8 +11,8 @@
 #include <map>
 #include <string>
 
-/// How soon a vanished TCP peer is noticed. An idle peer answers the heartbeats of ZeroMQ (4.2 and
-/// later) on its own and is never taken for a vanished one.
+/// How soon a vanished TCP peer is noticed. The ZeroMQ library of an idle peer (4.2 and later)
+/// answers the heartbeats, so an idle peer never counts as vanished.
 constexpr int kMqHeartbeatPeriodMs = 1000;   // between two questions to the peer
 constexpr int kMqHeartbeatTimeoutMs = 3000;  // for any sign of life after a question
 constexpr int kMqConnectTimeoutMs = 1000;    // for the TCP handshake; then the next attempt
@@ -21,22 +21,22 @@ constexpr int kMqKeepAliveIdleS = 5;         // of silence before the first TCP 
 constexpr int kMqKeepAlivePeriodS = 2;       // between two probes
 constexpr int kMqKeepAliveProbes = 3;        // unanswered ones that end the link
 
-/// The largest frame that is taken over TCP, well over any document that a reader takes
-/// (JsonAccess.h), and over IPC, where a raw block may be longer than it needs to be. A peer that
-/// sends more breaks the protocol.
+/// The largest frame that is accepted over TCP, larger than any document that a reader accepts
+/// (JsonAccess.h), and over IPC, where a raw block may be longer than necessary. A peer that sends
+/// more breaks the protocol.
 constexpr int kMqMaxFrameSize = 512 * 1024;             // bytes
 constexpr int kMqMaxLocalFrameSize = 64 * 1024 * 1024;  // bytes
 
-/// The largest frame that is taken where the other side has nothing to say but its handshake. One
-/// message is kept; nobody reads it.
+/// The largest frame that is accepted where the peer sends nothing but its handshake. One message
+/// is kept and never read.
 constexpr int kMqMaxWordSize = 256;  // bytes
 constexpr int kMqUnreadMessages = 1;
 
-/// How long a link may be down before it counts as given up. ZeroMQ announces its own next attempt
-/// at once.
+/// How long a link may be down before it counts as abandoned. ZeroMQ reports its own next attempt
+/// immediately.
 constexpr std::int64_t kMqLostLinkPatienceMs = 500;
 
-/// How long a lost link is kept while messages wait on its socket: renewing it drops what has
+/// How long a lost link is kept while messages wait on its socket: renewing it drops messages that
 /// arrived over it.
 constexpr std::int64_t kMqBusyLinkPatienceMs = 5000;
 
@@ -45,16 +45,14 @@ constexpr std::int64_t kMqBusyLinkPatienceMs = 5000;
 constexpr std::int64_t kMqGoodLinkMs = 3000;
 
 /// Sets the options above for the connections that `socket`, a SUB or PUSH socket, makes from now
-/// on. Only over TCP is a quiet peer asked for signs of life: one on the same board cannot vanish
-/// without closing.
+/// on. Heartbeats are used only over TCP: a peer on the same board cannot vanish without closing.
 void MqPrepareLink(zsock_t* socket, bool isOverTcp);
 
 /// Watches the links of one socket and renews those that ZeroMQ has given up.
 ///
-/// What happens to the links is kept until somebody takes note of it, without bound: ZeroMQ offers
-/// none that would not hold up its own thread. Whoever does not tend a watch several times a second
-/// must at least take note whenever the socket is used, as the reactor's loop does and whoever
-/// sends to a collecting peer.
+/// The queue of the links' events has no limit: with one, a full queue would block ZeroMQ's own
+/// thread. An owner that does not call Tend several times a second must at least call TakeNote
+/// whenever it uses the socket, as the reactor's loop and the senders to collecting peers do.
 class MqLinkWatch {
  public:
   MqLinkWatch() = default;
@@ -62,30 +60,28 @@ class MqLinkWatch {
   MqLinkWatch(const MqLinkWatch&) = delete;
   MqLinkWatch& operator=(const MqLinkWatch&) = delete;
 
-  /// Takes over what `other` watches, which gets what this one watched.
+  /// Exchanges the watches of the two objects.
   MqLinkWatch& operator=(MqLinkWatch&& other) noexcept;
 
-  /// Watches `socket` from now on, which must not be destroyed before Stop; to be called before it
-  /// connects. False when the socket cannot be watched; it is then used as it is.
+  /// Watches `socket` from now on, which must not be destroyed before Stop. Call it before the
+  /// socket connects. False when the socket cannot be watched; it then works without renewal.
   bool Start(zsock_t* socket);
 
-  /// Ends the watch; harmless when there is none.
+  /// Ends the watch. Does nothing if there is none.
   void Stop();
 
-  /// Ends the watch over a socket that somebody has destroyed already.
+  /// Ends the watch over a socket that has already been destroyed.
   void StopWithoutSocket();
 
-  /// Takes note of what happened to the links since the last call, and no more. Never waits.
+  /// Reads what happened to the links since the last call. Never waits.
   void TakeNote();
 
-  /// Something for a poll to wait for: readable when there is something to take note of. Its socket
-  /// is null when there is no watch.
+  /// For a poll: readable when there are events to read. Its socket is null when there is no watch.
   zmq_pollitem_t PollItem() const { return {mpEvents, 0, ZMQ_POLLIN, 0}; }
 
-  /// Takes note, and renews links that are lost for good, unless messages wait on the socket;
-  /// subscriptions stay with the socket. Never waits.
-  /// `report(endpoint)` is called for each of them, once until it has been a good link again. To be
-  /// called several times a second.
+  /// Calls TakeNote and renews links that are lost for good, unless messages wait on the socket;
+  /// subscriptions stay with the socket. Never waits. `report(endpoint)` is called for each of
+  /// them, once until it has been a good link again. To be called several times a second.
   template <typename Report>
   void Tend(Report report) {
     if (mpEvents == nullptr)
@@ -133,5 +129,5 @@ class MqLinkWatch {
 
   zsock_t* mpSocket = nullptr;         // the watched socket, not owned
   void* mpEvents = nullptr;            // libzmq socket where its events arrive, owned
-  std::map<std::string, Link> mLinks;  // by endpoint, as far as anything happened to them
+  std::map<std::string, Link> mLinks;  // by endpoint; those with an event so far
 };

@@ -1,6 +1,6 @@
-// The file by which clients find a socket that is bound over IPC. Whoever may write to its
-// directory can remove it, or bind a socket of his own in its place: who was connected before stays
-// connected, and who comes later does not find the socket. Used from the thread that owns the
+// The file by which clients find a socket that is bound over IPC. Other processes with write access
+// to its directory can remove it or bind their own socket in its place. Clients that are already
+// connected stay connected; new ones do not find the socket. Used from the thread that owns the
 // socket.
 
 #pragma once
@@ -10,30 +10,30 @@
 
 #include <string>
 
-/// What has happened to such a file.
+/// What happened to such a file.
 enum class MqFileNews {
   kNone,
-  kTaken,       // another file is in its place, which is left alone
-  kBoundAnew,   // it was gone; the socket is bound to a new one
-  kNotReplaced  // it is gone, and no new one can be bound; `errno` says why
+  kTaken,       // another file is in its place and is not touched
+  kBoundAnew,   // it was missing; the socket is bound to a new one
+  kNotReplaced  // it is missing, and binding a new one failed; `errno` says why
 };
 
 class MqListenerFile {
  public:
-  /// Times that a socket is bound anew while its first clients stay connected. Each leaves a
-  /// listener behind that clients may still be connected to; those are then ended all at once, and
-  /// the clients come over to the new file.
+  /// How often a socket is bound again before its old listeners are closed. Each time leaves a
+  /// listener behind that clients may still be connected to. When the old listeners are closed, all
+  /// together, these clients connect to the new file.
   static constexpr int kMostListeners = 16;
 
   /// Watches the file to which `socket` has just been bound, which must be over IPC.
   void Watch(zsock_t* socket);
 
-  /// Ends the watch, before the socket is destroyed; harmless when there is none.
+  /// Ends the watch; call it before the socket is destroyed. Does nothing if there is none.
   void Unwatch() { mpSocket = nullptr; }
 
-  /// Looks at the file. One that is still gone at the second look is replaced: between the first
-  /// and the second another process may take the place. News are told once; a file that is taken or
-  /// not replaced again after the socket had its own is news again.
+  /// Checks the file. A missing file is replaced only at the second check, so that another process
+  /// may take its place before. Each change is returned once, and again if it recurs after the
+  /// socket had its own file.
   MqFileNews Tend();
 
  private:
@@ -43,7 +43,7 @@ class MqListenerFile {
   zsock_t* mpSocket = nullptr;           // not owned; null: no watch
   std::string mPath;                     // of the file
   struct stat mFile = {};                // the file as it was bound
-  int mListeners = 0;                    // that the socket has
-  bool mIsMissed = false;                // gone when looked at last
-  MqFileNews mTold = MqFileNews::kNone;  // since the socket had its own file
+  int mListeners = 0;                    // of the socket
+  bool mIsMissed = false;                // missing at the last check
+  MqFileNews mTold = MqFileNews::kNone;  // the last news returned
 };

@@ -1,4 +1,4 @@
-// Names of the unit's messaging network that belong to no single component.
+// Names of the unit's messaging network that do not belong to a single component.
 
 #pragma once
 
@@ -14,5 +14,5 @@ using MqFileName_t = char[2048];
 /// Endpoint of a TCP socket: IPv4 address text, port.
 #define MQ_TCP_ENDPOINT_FORMAT "tcp://%s:%u"
 
-/// Address of this very board.
+/// Address of this board.
 constexpr char kLocalHostAddress[] = "127.0.0.1";

@@ -1,5 +1,5 @@
-// What the messaging classes have in common: endpoint texts, owned sockets, calls that signals do
-// not cut off and the border at which exceptions end. Stateless.
+// What the messaging classes have in common: endpoint texts, owned sockets, calls that are retried
+// after signals, and the place where exceptions are caught. Stateless.
 
 #pragma once
 
@@ -46,7 +46,7 @@ class MqEndpoint {
   bool mIsTcp = false;    // over TCP, else IPC
 };
 
-/// Destroys a socket that goes out of use.
+/// Destroys a socket.
 struct MqSockDestroyer {
   void operator()(zsock_t* socket) const { zsock_destroy(&socket); }
 };
@@ -54,12 +54,13 @@ struct MqSockDestroyer {
 /// A socket with one owner.
 using MqSockOwner = std::unique_ptr<zsock_t, MqSockDestroyer>;
 
-/// How often a call of the library is tried when signals interrupt it. A signal interrupts one try
-/// at most, so that no storm of them comes near this; it only bounds the wait.
+/// How often a call of the library is tried when signals interrupt it. Each signal interrupts at
+/// most one try, so even a storm of signals stays far below this limit, which only bounds the wait.
 constexpr int kMqTries = 1000;
 
-/// Returns what `call` returns, a call of the library that gives -1 with `errno` on failure. When a
-/// signal interrupts it, before it has done anything, it is called again, `kMqTries` times in all.
+/// Returns what `call` returns, a call of the library that returns -1 with `errno` on failure. When
+/// a signal interrupts it before it has done anything, it is repeated, up to `kMqTries` times in
+/// all.
 template <typename Call>
 int MqUninterrupted(Call call) {
   int result = call();
@@ -68,8 +69,8 @@ int MqUninterrupted(Call call) {
   return result;
 }
 
-/// The same for a `send` of a frame that is not the first of its message, which is called again
-/// until it is through. Half a message must not stay behind: the next would become its rest.
+/// The same for a `send` of a frame that is not the first of its message, which is repeated until
+/// it succeeds. Half a message must not remain: the next message would be appended to it.
 template <typename Send>
 int MqSendFurther(Send send) {
   int result = send();
@@ -78,8 +79,7 @@ int MqSendFurther(Send send) {
   return result;
 }
 
-/// Connects, binds a socket to an endpoint, so that no signal cuts it off. -1 with `errno` on
-/// failure.
+/// Connect or bind a socket to an endpoint, repeated after signals. -1 with `errno` on failure.
 inline int MqConnect(zsock_t* socket, const char* endpoint) {
   return MqUninterrupted([=] { return zsock_connect(socket, "%s", endpoint); });
 }
@@ -87,8 +87,8 @@ inline int MqBind(zsock_t* socket, const char* endpoint) {
   return MqUninterrupted([=] { return zsock_bind(socket, "%s", endpoint); });
 }
 
-/// Sends a text, so that no signal cuts it off, as the first frame of several, as the last of
-/// several or as the only one. -1 with `errno` on failure.
+/// Send a text as the first frame of several, as the last of several or as the only one, repeated
+/// after signals. -1 with `errno` on failure.
 inline int MqSendFirstText(zsock_t* socket, const char* text) {
   return MqUninterrupted([=] { return zstr_sendm(socket, text); });
 }
@@ -99,9 +99,9 @@ inline int MqSendOnlyText(zsock_t* socket, const char* text) {
   return MqUninterrupted([=] { return zstr_send(socket, text); });
 }
 
-/// Returns what `operation` returns. A standard exception ends here: `report(title, description)`
-/// is called with the title of its log line and its description, and the result is a
-/// value-initialised one (false, null).
+/// Returns what `operation` returns. A standard exception is caught: `report(title, description)`
+/// is called with the title of its log line and its description, and the result is
+/// value-initialised (false, null).
 template <typename Operation, typename Report>
 auto MqGuard(Operation operation, Report report) -> decltype(operation()) {
   try {

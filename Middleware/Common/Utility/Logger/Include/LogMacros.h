@@ -1,10 +1,10 @@
-// How a unit writes its log lines: each begins with the unit's name and the line in the source.
+// Macros for log lines, which begin with the name of the source file's unit and the source line.
 
 #pragma once
 
 #include "Logger.h"
 
-/// Who writes levelled lines, and where to.
+/// The unit that writes levelled lines, and the logger.
 struct LogSource {
   const char* unit;  // name of the unit
   Logger* logger;    // null: silent

@@ -26,7 +26,7 @@ enum MsgLevel_e : std::int32_t {
 };
 using LogLevel_e = MsgLevel_e;
 
-/// The log sink's inlet on this board: TCP port, IPC file name.
+/// Endpoint of the log sink on this board: TCP port, IPC file name.
 constexpr unsigned kLogSinkPort = 9000;
 constexpr char kLogSinkIpcName[] = "loggerSinkMq.ipc";
 
@@ -52,15 +52,15 @@ class Logger {
   /// exhausted.
   static Logger* GetInstance();
 
-  /// Detaches the sink and frees the logger; harmless when there is none.
+  /// Detaches the sink and frees the logger. Does nothing if there is none.
   static void DeleteInstance();
 
   /// Levelled messages. Each is one line on the console, with time stamp (milliseconds since the
   /// epoch), process name and level name before it: Critical, Error and Warn on standard error,
-  /// Info and Debug on standard output, all but Critical only with `mConsoleAttached`. Each goes to
-  /// the attached sink too, there cut at 2047 characters, those before the message included. A
-  /// message whose level lies below `mLogLevel` is not written, none at all with `mDisableAll`.
-  /// Returns the character count of the whole message, 0 when it went nowhere.
+  /// Info and Debug on standard output, all but Critical only with `mConsoleAttached`. Each also
+  /// goes to the attached sink, cut at 2047 characters including the prefix. A message with a level
+  /// below `mLogLevel` is not written, and with `mDisableAll` no message is. Returns the character
+  /// count of the whole message, 0 when it went nowhere.
   int Critical(const char* format, ...) __attribute__((format(printf, 2, 3)));
   int Error(const char* format, ...) __attribute__((format(printf, 2, 3)));
   int Warn(const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -78,8 +78,8 @@ class Logger {
 
   /// Connects the sink socket (PUSH) over TCP or IPC; the sink need not be there yet. Sends to it
   /// never wait: up to the socket's limit (1000 messages) they are kept for a sink that is late or
-  /// stalled, what exceeds it is lost. Returns 1 when attached, 0 when not or when already
-  /// attached.
+  /// stalled; further messages are lost. Returns 1 when attached, 0 when that failed or a sink was
+  /// already attached.
   int AttachMqOverTcp();
   int AttachMqOverIpc();
 
@@ -95,13 +95,13 @@ class Logger {
   /// Whether a sink socket is attached (its peer need not be there).
   bool isMqAttached() const { return mpSock != nullptr; }
 
-  /// Printed name of a level; the empty string for a value that has none.
+  /// Printed name of a level; the empty string for a value without a name.
   static const char* GetLevelName(MsgLevel_e level);
 
   /// Sends one message to the sink as one frame of compact JSON,
   /// {"MsgType":0,"Level":40,"Name":"LoudC","Message":"..."}, and with "Title" at the end for a
-  /// notification that has one. False without a message or sink, or when the sink did not take it;
-  /// it is then lost.
+  /// notification that has one. False without a message or sink, or when the sink did not take the
+  /// message, which is then lost.
   bool SendJson(MsgType_e type, MsgLevel_e level, const char* message, const char* title);
 
   zsock_t* mpSock = nullptr;  // PUSH socket to the log sink, owned; null: not attached
