@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a task needs and this machine lacks; prints nothing when none is.
+# Installs the Debian packages that a task needs and this machine lacks; prints nothing if none is missing.
 # Usage: install-missing.sh service|build|demo|package|cross-package|check|docs
 set -euo pipefail
 

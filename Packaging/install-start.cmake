@@ -1,6 +1,6 @@
-# Writes the unit file, and the script that it runs, while they are installed, since only then is the prefix
-# known for sure. `templates` is the folder of both; `bindir` and `libexecdir` are where the service and the
-# script lie, below the prefix unless they are absolute.
+# Writes the unit file and the script that it runs at installation, because the prefix is known only then.
+# `templates` is the folder of both; `bindir` and `libexecdir` are the folders of the service and the script,
+# below the prefix unless they are absolute.
 
 cmake_path(ABSOLUTE_PATH bindir BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" NORMALIZE)
 cmake_path(ABSOLUTE_PATH libexecdir BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" NORMALIZE)

@@ -1,5 +1,5 @@
-# How everything of our own is compiled: the language level, the warnings and the helpers by which
-# each folder declares its library or tests in a few lines.
+# How the project's own code is compiled: language level, warnings, and the functions by which each folder
+# declares its library or tests in a few lines.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -20,15 +20,15 @@ target_compile_definitions(loudcalc_build_settings INTERFACE _GNU_SOURCE)
 if(LOUDCALC_SANITIZERS)
   target_compile_options(loudcalc_build_settings INTERFACE
     -fsanitize=${LOUDCALC_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer
-    # The library's own checks too: an index past the end of an array may well lie inside the object
-    # that holds it, where no sanitizer looks.
+    # The library's own checks too: an index past the end of an array may lie inside the object that contains it,
+    # which no sanitizer notices.
     -D_GLIBCXX_ASSERTIONS)
   target_link_options(loudcalc_build_settings INTERFACE -fsanitize=${LOUDCALC_SANITIZERS})
 endif()
 
-# A release leaves as little use as possible to whoever finds a fault in it: overflows of the stack and of
-# the C library's buffers end the process, code lies anywhere, and the tables of functions are read-only.
-# Marks of where jumps may lead are left out: the unit's processor does not know them.
+# A release is hardened against attackers: overflows of the stack and of the C library's buffers end the process,
+# code is at random addresses, and the tables of functions are read-only. Checks of jump targets are left out,
+# because the unit's processor does not support them.
 set(LOUDCALC_IS_HARDENED OFF)
 if(CMAKE_BUILD_TYPE STREQUAL "Release" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT LOUDCALC_SANITIZERS)
   set(LOUDCALC_IS_HARDENED ON)
@@ -39,8 +39,8 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" 
     $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-pie> LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 endif()
 
-# loudcalc_add_library(NAME SOURCES files... [LINK libraries...]): a static library whose headers
-# stand beside the calling CMakeLists.txt, in Include/ where there is one.
+# loudcalc_add_library(NAME SOURCES files... [LINK libraries...]): a static library. Its headers are in Include/
+# beside the calling CMakeLists.txt, or beside it directly if there is no Include/.
 function(loudcalc_add_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})

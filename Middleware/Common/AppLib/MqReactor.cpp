@@ -275,7 +275,7 @@ void MqReactor::ReportRenewal(const char* endpoint) {
   LOUDCALC_LOG(Log(), Warn, "\"Connection to %s broke the protocol, connecting again\"", endpoint);
 }
 
-// Empties the queue of the links' events in a loop that nobody calls TendLinks for.
+// Empties the queue of the links' events even if TendLinks is never called.
 void MqReactor::PollLinkEvents(MqLinkWatch& links) {
   zmq_pollitem_t item = links.PollItem();
   if (item.socket == nullptr)

@@ -78,7 +78,7 @@ class cHeartBeater {
   static int ParseAppCommand(const char* cpEncMessage_in);
 
   /// Renews the connection when the library has given it up, which it does when the peer breaks the
-  /// protocol; logged at Warn, once until it works again. To be called several times a second.
+  /// protocol; logged at Warn, once until it works again. Call it several times a second.
   void TendLink();
 
   /// Destroys the socket, if there is one. The heartbeat text stays.

@@ -117,7 +117,7 @@ class MqReactor {
 
   /// Renews the connections that the library has given up, which it does when a peer breaks the
   /// protocol; each is logged at Warn, once until it works again. What a peer said before is read
-  /// first, for a few seconds at most. To be called several times a second.
+  /// first, for a few seconds at most. Call it several times a second.
   void TendLinks();
 
   /// Makes the loop handle clients of `publisher`, a bound PUB socket, when they connect, subscribe

@@ -81,7 +81,7 @@ class MqLinkWatch {
 
   /// Calls TakeNote and renews links that are lost for good, unless messages wait on the socket;
   /// subscriptions stay with the socket. Never waits. `report(endpoint)` is called for each of
-  /// them, once until it has been a good link again. To be called several times a second.
+  /// them, once until it has been a good link again. Call it several times a second.
   template <typename Report>
   void Tend(Report report) {
     if (mpEvents == nullptr)

@@ -88,8 +88,8 @@ class Logger {
   int DetachMq();
 
   /// Renews the connection to the sink when the library has given it up, which it does when the
-  /// peer breaks the protocol; a warning says so, once until it works again. To be called several
-  /// times a second.
+  /// peer breaks the protocol; a warning says so, once until it works again. Call it several times
+  /// a second.
   void TendLink();
 
   /// Whether a sink socket is attached (its peer need not be there).
