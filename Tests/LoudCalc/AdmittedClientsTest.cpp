@@ -1,4 +1,4 @@
-// Who may connect to the publishers, as the environment names them.
+// Which clients the environment allows to connect to the publishers.
 
 #include "AdmittedClients.h"
 
@@ -30,7 +30,7 @@ class AdmittedClientsTest : public testing::Test {
     unsetenv(kClientGroupsVariable);
   }
 
-  // Whether a client of this process is let in by a publisher that is prepared now.
+  // Whether a publisher that is prepared now lets a client of this process connect.
   static bool IsAdmitted() {
     zsock_t* publisher = zsock_new(ZMQ_PUB);
     EXPECT_TRUE(MqPrepareListener(publisher));
@@ -66,7 +66,7 @@ class AdmittedClientsTest : public testing::Test {
   std::string error_;
 };
 
-// Of nobody on any machine that tests run on.
+// A number of no user on the machines that tests run on.
 constexpr char kStranger[] = "4294900000";
 
 TEST_F(AdmittedClientsTest, EverybodyIsAdmittedWhereNobodyIsNamed) {

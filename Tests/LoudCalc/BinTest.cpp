@@ -13,9 +13,10 @@ namespace {
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-// The lower edge of a bin in LKFS, and what a bin of its own reads back as: the two constants of
-// the table are 1857398385681617.0 = 10^15.2689051 and 0.7074, those of the way back 152.6905962
-// and 0.6974, so it lies 152.689051 + 0.7074 - 152.6905962 - 0.6974 = 0.0085 LU above the edge.
+// The lower edge of a bin in LKFS, and the loudness of a histogram with that bin alone: the two
+// constants of the table are 1857398385681617.0 = 10^15.2689051 and 0.7074, those of the conversion
+// back 152.6905962 and 0.6974, so it is 152.689051 + 0.7074 - 152.6905962 - 0.6974 = 0.0085 LU
+// above the edge.
 double LowerEdge(int code) {
   return -70.0 + 0.02 * (code - 1);
 }
@@ -79,7 +80,7 @@ TEST_F(CbinTest, TableHoldsTheTruncatedPowerOfEachLowerEdge) {
 
 // 0.7073999997764826 is 0.6974 and the single-precision 0.01. An offset of 0.7074 would raise every
 // entry by 10^(2.2e-11), one of 0.7074 in single precision (0.70740002) by 10^(2.4e-9): a part in
-// 2e10 or in 2e8, where the doubles themselves are good to a part in 1e14.
+// 2e10 or in 2e8, while doubles are exact to a part in 1e14.
 TEST_F(CbinTest, TableUsesTheExactOffset) {
   ASSERT_EQ(0.6974 + static_cast<double>(0.01F), 0.7073999997764826);
   for (int code : {2000, 3000, 4000}) {  // high enough for the truncation not to show
@@ -211,8 +212,8 @@ TEST_F(CbinTest, DecrementOfNothingAtAllPrintsBothLines) {
   EXPECT_EQ(mBin.Bins[0], 0U);
 }
 
-// Readings that leave without having come take the count down to 0 while others are still there:
-// for every figure the histogram is then empty.
+// Removing readings that were never added brings the count to 0 while others remain. For every
+// figure the histogram is then empty.
 TEST_F(CbinTest, CountOfZeroIsAnEmptyHistogramWhateverItsBinsHold) {
   Add(1000);
   Add(3000);
@@ -300,8 +301,8 @@ TEST_F(CbinTest, SumOfPowersWrapsAtSixtyFourBits) {
               LkfsOf(static_cast<double>(wrapped / 1000.0L)) - 153.3879962, 0.0001);
 }
 
-// 800 readings in the top bin are 1.744e19 and 200 in the bin below 4.34e18: each fits, their sum
-// is beyond 2^64 and wraps all the same.
+// 800 readings in the top bin are 1.744e19 and 200 in the bin below 4.34e18: each fits, but their
+// sum is beyond 2^64 and wraps.
 TEST_F(CbinTest, SumOfPowersWrapsBetweenBinsToo) {
   mBin.Bins[4000] = 800;
   mBin.Bins[3999] = 200;
@@ -362,8 +363,8 @@ TEST_F(CbinTest, RangeRunsFromTheTenthToTheNinetyFifthPercentile) {
 TEST_F(CbinTest, EndsOfTheRangeAreTheirOwnCodes) {
   for (std::uint16_t code = 1001; code <= 1100; ++code)
     Add(code);
-  // The tenth of a hundred readings is the first at which ten percent lie at or below; the fifth
-  // from the top the first with five percent at or above.
+  // The tenth of a hundred readings is the first with ten percent at or below it, the fifth from
+  // the top the first with five percent at or above it.
   const LraEnds ends = mBin.GetLraEnds(1);
   EXPECT_EQ(ends.low, 1010);
   EXPECT_EQ(ends.high, 1096);
@@ -427,7 +428,7 @@ TEST_F(CbinTest, CodeZeroIsNeverTheLowPoint) {
   EXPECT_EQ(mBin.GetLra(0), 2.0F);  // 101 - 1 bins
 }
 
-// Of 101 readings the only one above silence is 0 %: the walk from the top ends with 0, the low
+// Of 101 readings the only one above silence is 0 %: the search from the top ends with 0, the low
 // point is code 1, and the distance is one bin downward.
 TEST_F(CbinTest, NoHighPointEndsBelowTheLowPoint) {
   Add(0, 100);
@@ -442,7 +443,8 @@ TEST_F(CbinTest, RangeSpansTheWholeScale) {
 }
 
 // 43 000 000 * 100 is 5 032 704 modulo 2^32, 0 % of 53 000 000; all 53 000 000 are 1 005 032 704,
-// 18 %. So the walk upward passes code 1000 by and ends at 2000, where the walk downward ends too.
+// 18 %. So the search upward passes code 1000 and ends at 2000, where the search downward also
+// ends.
 TEST_F(CbinTest, PercentagesAreComputedInThirtyTwoBits) {
   mBin.Bins[1000] = 43000000;
   mBin.Bins[2000] = 10000000;
@@ -454,8 +456,8 @@ TEST_F(CbinTest, PercentagesAreComputedInThirtyTwoBits) {
 
 struct LoudProgramme {
   double lkfs;
-  int longestReadings;  // of these the sum still fits
-  int tooManyReadings;  // of these it does not
+  int longestReadings;  // with these the sum still fits
+  int tooManyReadings;  // with these it does not
 };
 
 constexpr int kReadingsPerMinute = 600;

@@ -33,7 +33,7 @@ TEST_P(CommandTableTest, ChangesExactlyItsBits) {
   const Row& row = GetParam();
   for (const LuCmd_e last : row.lasts) {
     for (const LoudModes_e mode : row.modes) {
-      // Every combination of the known bits, and bits nobody knows.
+      // Every combination of the known bits, and unknown bits.
       for (std::uint32_t before = 0; before < 0x400; ++before) {
         std::uint32_t after = 0;
         ASSERT_TRUE(ApplyCommand(row.command, last, mode, before, after));

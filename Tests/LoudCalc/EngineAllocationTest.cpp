@@ -13,8 +13,7 @@
 
 namespace {
 
-// Kept where the compiler cannot see that nobody reads it, so that it does not remove the
-// allocation.
+// Global, so that the compiler cannot see that it is never read and remove the allocation.
 volatile void* gKeptVisible = nullptr;
 
 class EngineAllocationTest : public EngineFixture {};

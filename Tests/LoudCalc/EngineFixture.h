@@ -29,7 +29,7 @@ constexpr LoudnessData_t kCodesOfNoReadings = {-990, -990, -990, -990, 0, -990, 
 
 constexpr int kWarmUpBlocks = 3;
 
-/// A calculator fresh from LoudCalcInit, on the settings of process start.
+/// A calculator after LoudCalcInit, with the settings of process start.
 class EngineFixture : public testing::Test {
  protected:
   EngineFixture() {
@@ -38,7 +38,7 @@ class EngineFixture : public testing::Test {
     LoudCalcInit();
   }
 
-  // The service ends after the cleanup; here another case follows and must find no calculator.
+  // The service ends after the cleanup. Here another case follows, so the pointers are cleared.
   ~EngineFixture() override {
     LoudCalcCleanup();
     pCbBinMomLoud = pCbBinLra = nullptr;

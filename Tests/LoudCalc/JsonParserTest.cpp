@@ -360,7 +360,7 @@ TEST_F(JsonParserTest, CommandsGoByTheModeOfARefusedConfiguration) {
   constexpr char kStopCommand[] = R"({"ClusterId":0,"Command":"Stop"})";
   Send("AppProbeSetLuConf-1", kConfiguration);
   gluCalcActions = 0x100;
-  Send("AppProbeSetLuConf-1", "[]");  // is no record at all, and resets none
+  Send("AppProbeSetLuConf-1", "[]");  // not an object, so it resets nothing
   Send("AppIOQVLoudnessCmd-1", kStopCommand);
   EXPECT_EQ(0x004u, gluCalcActions);
   gluCalcActions = 0x100;
@@ -526,7 +526,7 @@ TEST_F(JsonParserTest, WithoutAReactorCommandsAndConfigurationsStillTakeEffect) 
 }
 
 // What is printed for each kind of message while the lines that can be switched off are on, and
-// while they are off. The refused configuration puts the mode back to that of the start.
+// while they are off. The refused configuration resets the mode to its initial value.
 TEST_F(JsonParserTest, SomeConsoleLinesCanBeSwitchedOffAndSomeAreAlwaysWritten) {
   const std::string preset = Preset("Left", "Right");
   const std::string republished = Preset("Left", "Right", "MADI", 1, ",\"Repub\":true");

@@ -321,8 +321,8 @@ TEST_F(LoudCalcBaseTest, MaximumHoldsTheLoudestBlock) {
   EXPECT_EQ(LuData.Momentary, -300);
 }
 
-// Two powers of 2^63 make the sum 0 modulo 2^64; two blocks later, when the first of them is to be
-// taken away, the sum is 2.
+// Two powers of 2^63 make the sum 0 modulo 2^64; two blocks later, when the first of them has to be
+// subtracted, the sum is 2.
 TEST_F(LoudCalcBaseTest, SumThatHasWrappedRestartsFromTheNewestPower) {
   const std::uint64_t half = std::uint64_t{1} << 63;
   for (std::uint64_t power : {half, half, std::uint64_t{1}, std::uint64_t{1}})

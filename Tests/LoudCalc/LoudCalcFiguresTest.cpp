@@ -82,8 +82,8 @@ TEST_F(LoudCalcFiguresTest, MaximumTruePeakHoldsUntilReset) {
 
 // --- Coding ------------------------------------------------------------------------------------
 
-// On a silent first block of a second only the momentary and short-term figures are computed; what
-// the others hold is coded as it stands.
+// On a silent first block of a second only the momentary and short-term figures are computed; the
+// others are coded with their previous values.
 class CodingTest : public LoudCalcFiguresTest {
  protected:
   CodingTest() { WarmUp(); }
@@ -146,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(Values, LraCodingTest,
                                          std::pair(-0.02F, 0), std::pair(-0.98F, -9),
                                          std::pair(79.98F, 799)));
 
-// A range of n bins is 0.02 n LU, so its tenths are n / 5: no float on the way may lose one.
+// A range of n bins is 0.02 n LU, so its tenths are n / 5. Rounding of floats must not lose one.
 TEST_F(CodingTest, EveryPossibleRangeIsCodedAsItsWholeTenths) {
   Cbin bin;
   for (std::uint16_t bins = 0; bins < 4000; ++bins) {

@@ -15,7 +15,7 @@
 namespace {
 
 // Sound as random stretches of up to three seconds: mostly programme of a wandering level, with
-// silences and, where wanted, the extremes of what the DSP stage can deliver.
+// silences and, if wanted, the extreme values that the DSP stage can deliver.
 class RandomSound {
  public:
   RandomSound(std::uint32_t seed, double lowest, double highest, bool extremes)

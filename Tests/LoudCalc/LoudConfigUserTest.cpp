@@ -10,7 +10,7 @@ namespace {
 
 constexpr unsigned int kMaxUnsigned = std::numeric_limits<unsigned int>::max();
 
-// The record as the process found it.
+// The record at process start.
 const LoudConfigUser_t kAtStart = LoudConfigUser;
 
 // The record outlives a test; each starts from the values of process start.

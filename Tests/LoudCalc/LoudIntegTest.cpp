@@ -16,7 +16,7 @@ std::uint16_t CodeOf(double lkfs) {
   return static_cast<std::uint16_t>(std::lround((lkfs + 70.0) / 0.02) + 1);
 }
 
-// A bin reads back 0.0085 LU above its lower edge (see BinTest).
+// The power of a bin converts to 0.0085 LU above its lower edge (see BinTest).
 double ReadBack(double lkfs) {
   return lkfs + 0.0085;
 }
@@ -219,7 +219,7 @@ TEST_F(LoudIntegTest, GateOfMinus99ReportsTheAbsolutelyGatedMean) {
 }
 
 // One reading at -50.5 and 24 at -69 LKFS: mean 10 log10((10^-5.05 + 24 * 10^-6.9) / 25) = -63.21
-// LKFS, the gate 10 LU lower is below -70, so the mean stands although the loud reading alone is
+// LKFS, the gate 10 LU lower is below -70, so the mean counts although the loud reading alone is
 // far higher. Silence (code 0) still does not count: the histogram never sums it, whatever the
 // gate.
 TEST_F(LoudIntegTest, BelowMinus60TheRelativeGateHasNoEffect) {

@@ -1,5 +1,5 @@
-// The process entry where the shipped service never goes: with a wiring that fails, and on an
-// interface whose address is all zeros. The wiring and the system's answer stand in this file.
+// The process entry in cases that the shipped service never meets: a wiring that fails, and an
+// interface whose address is all zeros. This file replaces the wiring and the system's answer.
 
 #include <arpa/inet.h>
 #include <dlfcn.h>
@@ -24,7 +24,7 @@ int MainOfLoudCalc(int argc, char** argv);
 
 namespace {
 
-const char* gInterfaceAddress = nullptr;  // of whatever interface is asked for; null: the true one
+const char* gInterfaceAddress = nullptr;  // of any interface; null: the true one
 bool gIsWired = false;                    // what the wiring returns
 
 }  // namespace
@@ -44,7 +44,7 @@ void cleanReactorLoop() {
   std::printf("cleaning\n");
 }
 
-// A function that the program itself defines comes before the library's.
+// A function that the program defines replaces the library's.
 extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
   va_list arguments;
   va_start(arguments, request);
@@ -71,7 +71,7 @@ class MainDeathTest : public testing::Test {
  protected:
   MainDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
-  // Runs the service to its end. The test sees the error stream alone, so both go there.
+  // Runs the service to its end. The test sees only the error stream, so both go there.
   [[noreturn]] static void Run(std::vector<std::string> arguments) {
     dup2(STDERR_FILENO, STDOUT_FILENO);
     std::string name = "LoudCalc";

@@ -66,7 +66,7 @@ class PubHandlerTest : public PubHandlerDeathTest {
   mqtest::Console console_;
 };
 
-// The bytes of a value as they travel.
+// The bytes of a value as sent.
 std::string Bytes(std::int16_t value) {
   const auto bits = static_cast<std::uint16_t>(value);
   return {static_cast<char>(bits & 0xff), static_cast<char>(bits >> 8)};
@@ -197,7 +197,7 @@ TEST_F(PubHandlerTest, SocketsAreDestroyedOneByOne) {
   EXPECT_EQ(2, faults::Count(Call::SockDestroy));
 }
 
-// Both looks that it takes to miss a file.
+// A missing file is noticed at the second check.
 void LookTwice(cPubHandler& publisher) {
   publisher.TendFiles();
   publisher.TendFiles();
@@ -396,7 +396,7 @@ TEST_F(PubHandlerDeathTest, ExitWithBoundSocketsIsClean) {
   EXPECT_EXIT(
       {
         publisher_->Init(nullptr);
-        dup2(STDERR_FILENO, STDOUT_FILENO);  // where CZMQ complains of sockets left behind
+        dup2(STDERR_FILENO, STDOUT_FILENO);  // where CZMQ reports sockets that were left open
         std::exit(0);
       },
       testing::ExitedWithCode(0), testing::Not(testing::HasSubstr("dangling")));

@@ -19,13 +19,12 @@ using mqtest::Subscriber;
 
 enum class Allocation { Works, BadAlloc, RuntimeError };
 
-// What becomes of the next allocation of this thread; the threads of ZeroMQ are left alone.
+// What happens to the next allocation of this thread; the threads of ZeroMQ are not affected.
 thread_local Allocation gNextAllocation = Allocation::Works;
 
 }  // namespace
 
-// Not inlined, or else the compiler takes malloc and delete, new and free for pairs that do not
-// match.
+// Not inlined: otherwise the compiler warns of malloc with delete and of new with free.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   const Allocation allocation = gNextAllocation;
   gNextAllocation = Allocation::Works;

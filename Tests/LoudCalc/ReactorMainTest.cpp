@@ -44,7 +44,7 @@ class Publisher {
         break;
       const std::string text(reinterpret_cast<const char*>(zframe_data(frame)), zframe_size(frame));
       zframe_destroy(&frame);
-      EXPECT_EQ('\1', text.at(0)) << "no subscription: " << text;
+      EXPECT_EQ('\1', text.at(0)) << "not a subscription: " << text;
       topics.insert(text.substr(1));
     }
     return topics;
@@ -124,7 +124,7 @@ TEST_F(ReactorMainTest, MeterSetThreeIsNotSubscribedToPresetConfigurationAndComm
   Publisher mainServer(Tcp(MainBoardAddress(), 7000));
   Publisher raw(Ipc("hwmProbeLuRawDataPub-3.ipc"));
   Start(3);
-  // A last subscription of our own follows whatever the wiring asked for, so it ends the list.
+  // The test's own subscription follows those of the wiring, so it ends the list.
   cLcReactor::mpReactor->SubscribeTopic("end", 3, false);
   std::set<std::string> expected = kFixedTopics;
   expected.insert("end");

@@ -1,4 +1,4 @@
-// What a service manager hears, on real datagram sockets.
+// What a service manager receives, on real datagram sockets.
 
 #include "ServiceManager.h"
 
@@ -34,7 +34,7 @@ class ManagerEnd {
   }
   ~ManagerEnd() { close(mFd); }
 
-  // What has come since the last call.
+  // What has arrived since the last call.
   std::vector<std::string> Heard() const {
     std::vector<std::string> heard;
     char text[256];

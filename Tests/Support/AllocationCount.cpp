@@ -1,5 +1,5 @@
-// Counted memory. Every form of operator new and delete, because a sanitizer's runtime brings all
-// of them and its own do not count.
+// Counted memory. Replaces every form of operator new and delete, because a sanitizer's runtime has
+// all of them and its forms do not count.
 
 #include "AllocationCount.h"
 
@@ -16,8 +16,7 @@ std::atomic<const void*> gWatched{nullptr};
 
 constexpr std::size_t kUsualAlignment = alignof(std::max_align_t);
 
-// Not inlined: seen together, the compiler takes the pair of aligned_alloc and operator delete for
-// a mistake.
+// Not inlined: otherwise the compiler warns of the pair of aligned_alloc and operator delete.
 [[gnu::noinline]] void* Allocate(std::size_t size, std::size_t alignment) noexcept {
   ++gAllocations;
   const std::size_t units = size == 0 ? 1 : (size + alignment - 1) / alignment;

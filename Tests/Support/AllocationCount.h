@@ -1,16 +1,16 @@
-// In a program that links this, every operator new and delete counts, whatever thread calls it.
+// In a program that links this, every call of operator new and delete is counted, on any thread.
 
 #pragma once
 
 #include <cstdint>
 
-/// Blocks of memory that were asked for since the program began.
+/// Blocks of memory allocated since the program began.
 std::uint64_t AllocationsSoFar();
 
-/// Blocks of memory that were given back since then.
+/// Blocks of memory freed since then.
 std::uint64_t ReleasesSoFar();
 
-/// Blocks that were asked for while `work()` ran.
+/// Blocks allocated while `work()` ran.
 template <typename Work>
 std::uint64_t AllocationsOf(Work work) {
   const std::uint64_t before = AllocationsSoFar();
@@ -18,12 +18,11 @@ std::uint64_t AllocationsOf(Work work) {
   return AllocationsSoFar() - before;
 }
 
-/// Watches for the end of one block, not null, in place of the one before; tells whether the
-/// watched one was given back.
+/// Watches one block, not null, instead of the one before; says whether it was freed.
 void WatchRelease(const void* memory);
 bool IsWatchedReleased();
 
-/// Whether the block at `memory` was given back while `work()` ran.
+/// Whether the block at `memory` was freed while `work()` ran.
 template <typename Work>
 bool IsReleasedBy(const void* memory, Work work) {
   WatchRelease(memory);

@@ -1,5 +1,5 @@
-// The intercepted calls. A function that the program itself defines comes before the library's; the
-// library's own is the next one.
+// The intercepted calls. A function that the program defines replaces the library's, which
+// RTLD_NEXT finds.
 
 #include "CzmqFaults.h"
 
@@ -45,7 +45,7 @@ void Arm(Call call, int nth, Outcome outcome, int error) {
   plan.due = nth;
 }
 
-// Whether the call that is being made goes on to the library.
+// Whether the current call goes to the library.
 bool GoesOn(Call call) {
   Plan& plan = PlanOf(call);
   ++plan.count;

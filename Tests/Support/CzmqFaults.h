@@ -1,5 +1,5 @@
-// Faults of the messaging library on demand. A test program that links this has the calls below
-// counted and, when told so, failing or throwing; all others go on to the library.
+// Faults of the messaging library on demand. In a test program that links this, the calls below are
+// counted and fail or throw on request; all others go to the library.
 
 #pragma once
 
@@ -34,7 +34,7 @@ enum class Call {
   AskEvents,     // zmq_getsockopt of ZMQ_EVENTS
 };
 
-/// Description of the exceptions that ThrowRuntimeError brings about.
+/// Description of the exceptions that ThrowRuntimeError throws.
 constexpr char kRuntimeErrorText[] = "provoked by the test";
 
 /// Forgets all faults, counts and destroyed objects.
@@ -47,7 +47,7 @@ void Fail(Call call, int nth = 1, int error = 0);
 void ThrowBadAlloc(Call call, int nth = 1);
 void ThrowRuntimeError(Call call, int nth = 1);
 
-/// The nth call from now goes on to the library after `milliseconds`.
+/// The nth call from now goes to the library after `milliseconds`.
 void HoldUp(Call call, int milliseconds, int nth = 1);
 
 /// Number of calls since the last Reset, failed ones included.

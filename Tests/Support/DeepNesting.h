@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <string>
 
-/// Far more levels than any that is taken, and than a recursive reader in a build for debugging
-/// survives; their texts are still short enough to be read.
+/// Far more levels than the reader accepts, and than a recursive reader would survive in a debug
+/// build. The texts are still short enough to be parsed.
 constexpr std::size_t kDeepLevels = 40000;
 
 /// `piece` repeated `levels` times.
@@ -18,7 +18,7 @@ inline std::string Deep(const std::string& piece, std::size_t levels = kDeepLeve
   return text;
 }
 
-/// Arrays (objects) that open and never close: no JSON.
+/// Arrays (objects) that open and never close, which is not JSON.
 inline std::string UnclosedArrays() {
   return Deep("[");
 }

@@ -13,8 +13,8 @@ namespace golden {
 /// A message, one byte string a frame.
 using Frames = std::vector<std::string>;
 
-/// Reads a message as it is written in a file. Variable parts stay as they are. False, leaving
-/// `frames` alone, when a line is no frame or when there is no frame at all.
+/// Reads a message as it is written in a file. Variable parts stay as they are. False, with
+/// `frames` unchanged, when a line is not a frame or there is no frame at all.
 bool ParseMessage(const std::string& text, Frames& frames);
 
 /// The message of a file. One that is missing or malformed fails the test and has no frames.

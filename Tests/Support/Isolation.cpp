@@ -46,7 +46,7 @@ bool WriteFile(const char* path, const std::string& text) {
   return written;
 }
 
-// Without privileges a user namespace gives them, over what the other namespaces hold.
+// Without privileges, a user namespace grants them for the other namespaces.
 bool EnterUserNamespace() {
   const std::string uid = "0 " + std::to_string(geteuid()) + " 1";
   const std::string gid = "0 " + std::to_string(getegid()) + " 1";
@@ -58,7 +58,7 @@ bool MountTmpfs(const char* path) {
   return mount("tmpfs", path, "tmpfs", MS_NOSUID | MS_NODEV, kTmpfsOptions) == 0;
 }
 
-// The directory may be a symbolic link, which mount follows, or not exist at all.
+// The directory may be a symbolic link, which mount follows, or may not exist.
 bool MountSharedMemory() {
   if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
     return false;
@@ -123,7 +123,7 @@ const char* EnterNamespaces() {
   return nullptr;
 }
 
-// Tried in a child first: a refusal halfway must not leave this process without a network.
+// Tried in a child first: a failure halfway must not leave this process without a network.
 bool NamespacesAreAllowed() {
   const pid_t child = fork();
   if (child < 0)
@@ -148,7 +148,7 @@ int OpenLockFile() {
   return created >= 0 ? created : open(kLockFile, O_RDONLY | O_CLOEXEC);
 }
 
-// The lock is never released by hand: it ends with the process.
+// The lock is not released explicitly; it ends with the process.
 void WaitForOtherTests() {
   const int lock = OpenLockFile();
   int result = -1;
@@ -162,7 +162,7 @@ void WaitForOtherTests() {
 }
 
 void ShareMachine() {
-  // The child of a death test finds the lock and the ports held by its parent, who waits for it.
+  // In the child of a death test the parent, which waits for it, holds the lock and the ports.
   const bool childOfHolder = std::getenv(kLockHeldVariable) != nullptr;
   if (!childOfHolder)
     WaitForOtherTests();

@@ -106,7 +106,7 @@ Console::Console() {
   testing::internal::CaptureStderr();
 }
 
-// Failures were taken down with the rest.
+// Failure messages were captured too.
 Console::~Console() {
   Output();
   Errors();

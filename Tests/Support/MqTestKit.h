@@ -1,4 +1,4 @@
-// Peers for messaging tests and the means to see what they get, all bounded by a deadline.
+// Peers for messaging tests that record what they get. All waits have a deadline.
 
 #pragma once
 
@@ -12,7 +12,7 @@
 
 namespace mqtest {
 
-/// Longest time that anything is waited for.
+/// The longest wait.
 constexpr int kDeadlineMs = 10000;
 
 /// A message, frame by frame.
@@ -27,16 +27,16 @@ std::string IpcEndpoint(const std::string& fileName);
 /// Name of an IPC file whose path is one character too long for a socket.
 std::string TooLongIpcName();
 
-/// The next message; none of its frames when the deadline passes first.
+/// The next message; no frames if the deadline passes first.
 Frames Receive(zsock_t* socket);
 
-/// Whether a message is there at once (before the deadline).
+/// Whether a message is there now (before the deadline).
 bool HasMessage(zsock_t* socket);
 bool AwaitMessage(zsock_t* socket);
 
 void Send(zsock_t* socket, const Frames& frames);
 
-/// A publisher that sees its subscribers come and go.
+/// A publisher that sees subscriptions begin and end.
 class Publisher {
  public:
   /// Bound to an IPC file or, with a null name, to a free TCP port of this machine.
@@ -50,7 +50,7 @@ class Publisher {
   /// The next change: "+TOPIC" for a subscription, "-TOPIC" for the end of one.
   std::string NextChange();
 
-  /// Whether there has been a change that was not asked for yet.
+  /// Whether there is a change that has not been read.
   bool HasChange() { return HasMessage(socket_); }
 
   void Publish(const Frames& frames) { Send(socket_, frames); }
@@ -63,7 +63,7 @@ class Publisher {
 /// A subscriber to everything that a socket publishes.
 class Subscriber {
  public:
-  /// Connects to the endpoint and publishes on `publisher` until the connection is seen to work.
+  /// Connects to the endpoint and publishes on `publisher` until a message arrives.
   Subscriber(zsock_t* publisher, const std::string& endpoint);
   ~Subscriber();
   Subscriber(const Subscriber&) = delete;
@@ -81,7 +81,7 @@ class Subscriber {
   bool isConnected_ = false;
 };
 
-/// Takes down what goes to the console while it lives. Not for tests that end the process.
+/// Captures console output during its lifetime. Not for tests that end the process.
 class Console {
  public:
   Console();
@@ -89,7 +89,7 @@ class Console {
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
 
-  /// Everything from its making to the first call, on standard output and on standard error.
+  /// Everything from its construction to the first call, on standard output and on standard error.
   const std::string& Output();
   const std::string& Errors();
 

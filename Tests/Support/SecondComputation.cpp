@@ -29,7 +29,7 @@ unsigned CodeOf(float loudness) {
 }
 
 // The power that stands for a code: 1857398385681617 x 10^((-70 + 0.02 (k - 1) + 0.7074) / 10),
-// the 0.7074 taken as 0.6974 and the single-precision 0.01.
+// with 0.7074 as the sum of 0.6974 and the single-precision 0.01.
 std::uint64_t PowerOfCode(unsigned code) {
   const double exponent = (-70.0 + 0.02 * (code - 1.0) + 0.7073999997764826) / 10.0;
   return static_cast<std::uint64_t>(exponent < 0 ? 1857398385681617.0 / std::pow(10.0, -exponent)
@@ -60,8 +60,8 @@ float GatedMean(const Codes& codes, float relativeGate) {
   return gate < -70.0F ? ungated : MeanAbove(codes, gate);
 }
 
-// EBU Tech 3342. Among the readings above the gate: from the first code with a tenth of them at or
-// below it to the last with a twentieth of them at or above it, in whole percents.
+// EBU Tech 3342. The distance, among the readings above the gate, from the first code with 10 % of
+// them at or below it to the last with 5 % of them at or above it, in whole percents.
 float RangeOf(Codes codes) {
   const float gate = GatedMean(codes, -20.0F) - 20.0F;
   if (gate < -70.0F)
@@ -138,7 +138,7 @@ LoudnessData_t SecondComputation::Coded() const {
           Rounded(mFigures.truePeak * 100.0F)};
 }
 
-// The last 400 ms; what lies before the first block is silence.
+// The last 400 ms; silence before the first block.
 float SecondComputation::MomentaryNow() const {
   const std::size_t blocks = std::min(kMomentaryBlocks, mPowers.size());
   std::uint64_t sum = 0;

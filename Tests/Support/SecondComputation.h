@@ -1,6 +1,6 @@
-// The loudness figures computed a second time, straight from the formulas: every block since the
-// reset is kept, and each figure worked out anew from all of them. No histogram, ring, table or
-// running sum, and no code of the service. Slow and plain by intent.
+// The loudness figures computed a second time, directly from the formulas: every block since the
+// reset is kept, and each figure is computed from all of them. There is no histogram, ring, table
+// or running sum, and no code of the service. It is slow and simple on purpose.
 
 #pragma once
 
@@ -31,7 +31,7 @@ class SecondComputation {
   /// With the user's windows of integrated loudness and loudness range, in seconds.
   SecondComputation(std::size_t integratedWindow, std::size_t rangeWindow);
 
-  /// Forgets every block; programme loudness stands until its next reading.
+  /// Removes every block; programme loudness stays until its next reading.
   void Reset();
 
   /// Takes one block of the programme.
@@ -39,7 +39,7 @@ class SecondComputation {
 
   const Figures& Results() const { return mFigures; }
 
-  /// As they are published; no readings before the first whole 400 ms.
+  /// The figures as published; no readings before the first full 400 ms.
   LoudnessData_t Coded() const;
 
  private:

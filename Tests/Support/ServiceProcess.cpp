@@ -24,7 +24,7 @@ namespace {
 constexpr int kCannotExecute = 127;
 constexpr std::size_t kReadSize = 65536;
 
-// Room for the output of a busy second: programs need not wait for a test that is late.
+// Room for a second of busy output, so that programs do not wait for a test that is late.
 constexpr int kPipeSize = 1024 * 1024;
 
 struct Pipe {
@@ -45,7 +45,7 @@ Pipe MakePipe() {
   return {ends[0], ends[1]};
 }
 
-// The environment of this process with `changes` on top.
+// The environment of this process with `changes`.
 std::vector<std::string> Environment(const std::map<std::string, std::string>& changes) {
   std::vector<std::string> entries;
   for (char** entry = environ; *entry != nullptr; ++entry) {
@@ -74,14 +74,14 @@ sigset_t SetOf(const std::set<int>& signals) {
   return set;
 }
 
-// What the child has of this process from its fork on.
+// What the child gets from this process at the fork.
 struct Inheritance {
   pid_t parent;
   sigset_t mask;
   int streams[3];  // in the order of their numbers; ProcessOptions::kClosed: none
 };
 
-// In the child of a process with threads: only calls that are safe there.
+// Runs in the child of a process with threads, so it may only make calls that are safe there.
 [[noreturn]] void Execute(const Inheritance& inheritance, char* const* arguments,
                           char* const* environment) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -100,7 +100,7 @@ struct Inheritance {
 // One stream, cut into lines.
 class LineReader {
  public:
-  // Of nothing when `file` is negative.
+  // Empty if `file` is negative.
   explicit LineReader(int file) : mFile(file), mIsOpen(file >= 0) {}
   ~LineReader() {
     if (mFile >= 0)
@@ -110,7 +110,7 @@ class LineReader {
   pollfd PollItem() const { return {mIsOpen ? mFile : -1, POLLIN, 0}; }
   bool IsOpen() const { return mIsOpen; }
 
-  // The lines that became complete; at the end of the stream also what is left of it.
+  // The complete lines; at the end of the stream also the rest.
   std::vector<std::string> Read() {
     std::array<char, kReadSize> buffer;
     const ssize_t size = read(mFile, buffer.data(), buffer.size());
@@ -159,7 +159,7 @@ ServiceProcess::ServiceProcess(const std::string& program,
       {options.input.value_or(input), options.output.value_or(output.writeEnd),
        options.errors.value_or(errors.writeEnd)}};
 
-  // The child must not meet a signal before its mask stands.
+  // The child must not get a signal before its mask is set.
   sigset_t before;
   pthread_sigmask(SIG_BLOCK, &inheritance.mask, &before);
   mPid = fork();
@@ -259,7 +259,7 @@ void ServiceProcess::Reap() {
   siginfo_t info{};
   while (waitid(P_PID, static_cast<id_t>(mPid), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
   }
-  // From here on the process number may be given to somebody else: no signal may be sent to it.
+  // From here on another process may get this process number: no signal may be sent to it.
   const std::lock_guard<std::mutex> lock(mMutex);
   int status = 0;
   waitpid(mPid, &status, 0);

@@ -21,22 +21,22 @@ struct ExitReport {
   int signal = 0;  // the signal that ended it, or 0
 };
 
-/// A line of output without its line feed; the last one may have had none.
+/// A line of output without its line feed; the last line may lack one.
 struct OutputLine {
   bool isError = false;  // written to the error stream
   std::string text;
 };
 
-/// What a process finds at its start.
+/// How a process is started.
 struct ProcessOptions {
   static constexpr int kClosed = -1;
 
-  /// Blocked from before its first instruction on: one that is sent waits until the program itself
-  /// lets it through.
+  /// Signals that are blocked when the program starts; one that is sent waits until the program
+  /// unblocks it.
   std::set<int> blockedSignals;
 
-  /// Descriptors of the test, or kClosed, in the place of the streams. Without one the input is
-  /// empty and the output is observed; of a stream given here no line is seen.
+  /// Descriptors of the test, or kClosed, for the streams. By default the input is empty and the
+  /// output is observed; the lines of a stream given here are not.
   std::optional<int> input;
   std::optional<int> output;
   std::optional<int> errors;
@@ -46,13 +46,13 @@ class ServiceProcess {
  public:
   using Patience = std::chrono::milliseconds;
 
-  /// Starts `program` with `arguments` in the environment of the test with `environment` on top.
-  /// The process dies with the test. Ends the test process when it cannot be started.
+  /// Starts `program` with `arguments` in the environment of the test plus `environment`. The
+  /// process dies with the test. If it cannot be started, the test process ends.
   ServiceProcess(const std::string& program, const std::vector<std::string>& arguments,
                  const std::map<std::string, std::string>& environment = {},
                  const ProcessOptions& options = {});
 
-  /// Kills the process when it still runs.
+  /// Kills the process if it still runs.
   ~ServiceProcess();
 
   ServiceProcess(const ServiceProcess&) = delete;
@@ -70,21 +70,22 @@ class ServiceProcess {
   std::string StandardOutput() const { return Joined(false); }
   std::string StandardError() const { return Joined(true); }
 
-  /// Sends a signal; nothing happens when the process has ended.
+  /// Sends a signal; does nothing if the process has ended.
   void Signal(int signal);
 
   bool IsRunning() const;
 
-  /// Its value of a field of /proc/PID/status, for example "VmRSS"; empty when there is none.
+  /// The value of a field of its /proc/PID/status, for example "VmRSS"; empty if there is no such
+  /// field.
   std::string StatusOf(const std::string& field) const;
 
-  /// Memory that it occupies, in KiB.
+  /// Memory that it uses, in KiB.
   long ResidentKib() const;
 
   /// Number of files that it has open.
   long OpenFiles() const;
 
-  /// Waits for the end of the process and of its output. None when `patience` ends first.
+  /// Waits for the end of the process and of its output. Nothing if `patience` ends first.
   std::optional<ExitReport> WaitForExit(Patience patience);
 
  private:

@@ -1,4 +1,4 @@
-// Signals without end at the thread of the test, and what it sends meanwhile.
+// A continuous stream of signals to the thread of the test while it sends.
 
 #pragma once
 
@@ -13,9 +13,9 @@
 
 #include "CzmqFaults.h"
 
-/// While it lives, another thread sends signals to the thread that made it, as fast as it can. They
-/// are handled, without SA_RESTART, while a piece of work passed to During runs, and blocked
-/// otherwise: what the test itself does is not disturbed.
+/// During its lifetime another thread sends signals to the thread that made it, as fast as it can.
+/// They are handled, without SA_RESTART, while work passed to During runs, and blocked otherwise,
+/// so that they do not disturb the test itself.
 class SignalStorm {
  public:
   SignalStorm() {
@@ -61,15 +61,16 @@ class SignalStorm {
   std::thread mThread;
 };
 
-/// Calls `send`, which sends on `socket`, under a storm of signals, and `receive` in calm as often,
-/// until signals have interrupted enough sends.
+/// Calls `send`, which sends on `socket`, under signals, and `receive` as often without them, until
+/// signals have interrupted enough sends.
 template <typename Send, typename Receive>
 void SendUnderStorm(zsock_t* socket, Send send, Receive receive) {
   constexpr int kSendsInARow = 100;
   constexpr int kEnough = 5;
   constexpr std::chrono::seconds kPatience{100};  // an idle machine takes about one
   const auto end = std::chrono::steady_clock::now() + kPatience;
-  // A sender learns only every other millisecond of what was taken: enough to fill its queue.
+  // A sender learns only every other millisecond what the receiver has taken, which is long enough
+  // to fill its queue.
   zsock_set_sndhwm(socket, 0);
   faults::Reset();
   SignalStorm storm;

@@ -1,5 +1,5 @@
-// What the two sides of a ZeroMQ connection say to each other, byte by byte: greeting, handshake
-// and frames of ZMTP 3.0 (ZeroMQ RFC 23), for peers that say something else.
+// The bytes of a ZeroMQ connection: greeting, handshake and frames of ZMTP 3.0 (ZeroMQ RFC 23), for
+// peers that deviate from them.
 
 #pragma once
 
@@ -24,7 +24,7 @@ inline std::string Greeting() {
   return greeting;
 }
 
-/// A length of `bytes` bytes, the highest first.
+/// A length of `bytes` bytes, highest byte first.
 inline std::string Length(std::uint64_t length, int bytes) {
   std::string text;
   for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
