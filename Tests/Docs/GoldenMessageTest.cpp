@@ -1,5 +1,5 @@
-// The notation of the example messages, and that a message which differs from its example is seen
-// to.
+// The notation of the example messages, and that a message that differs from its example is
+// noticed.
 
 #include "GoldenMessage.h"
 

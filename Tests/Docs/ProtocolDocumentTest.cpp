@@ -1,5 +1,5 @@
-// Docs/PROTOCOL.md beside the example messages and the code: its examples are the files of
-// Tests/Golden, all of them and no others; its tables name what the code names.
+// Docs/PROTOCOL.md compared with the example messages and the code: its examples are exactly the
+// files of Tests/Golden, and its tables have the names of the code.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -44,13 +44,13 @@ std::string ReadDocument(const char* path = LOUDCALC_PROTOCOL_DOCUMENT) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// A text in which only blanks part the words.
+/// A text with blanks as the only white space.
 std::string OnOneLine(std::string text) {
   std::replace(text.begin(), text.end(), '\n', ' ');
   return text;
 }
 
-/// A number of up to six digits with a comma between its thousands.
+/// A number of up to six digits with a comma after the thousands.
 std::string WithComma(long number) {
   const std::string digits = std::to_string(number);
   return number < 1000
@@ -62,7 +62,7 @@ std::string Rounded(double number) {
   return std::to_string(std::lround(number));
 }
 
-/// How many readings of a loudness the 64-bit sum of their powers takes, each of a power that is
+/// How many readings of a loudness fit into the 64-bit sum of their powers, where the power is
 /// 1857398385681617 at 0.7074 below 0 LKFS.
 double ReadingsThatFit(double lkfs) {
   return std::pow(2.0, 64.0) / (1857398385681617.0 * std::pow(10.0, (lkfs + 0.7074) / 10.0));
@@ -100,7 +100,7 @@ std::set<std::string> ExampleFiles() {
   return names;
 }
 
-/// What a caption begins to speak of: the first text in backticks.
+/// The subject of a caption: its first text in backticks.
 std::string SubjectOf(const std::string& caption) {
   const std::size_t begin = caption.find('`');
   const std::size_t end = begin != std::string::npos ? caption.find('`', begin + 1) : begin;

@@ -1,4 +1,4 @@
-// Messages that the service is able to send and never does by itself: they equal their examples.
+// Messages that the library can send but the service never does: they equal their examples.
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ namespace {
 
 using golden::IsMessage;
 
-/// The receiving end of an inlet in the unit's IPC directory.
+/// The receiving end of an endpoint in the unit's IPC directory.
 class Inlet {
  public:
   explicit Inlet(const char* file) : mSocket(zsock_new(ZMQ_PULL)) {

@@ -1,5 +1,5 @@
-// What the tests of unusable input share: a service that measures and must go on to, and the rows
-// of a table told to it one after the other.
+// Shared by the tests of unusable input: a service that measures and must go on measuring, and a
+// table whose rows are sent to it one after the other.
 
 #pragma once
 
@@ -19,7 +19,7 @@ inline std::string Repeat(const std::string& text, std::size_t count) {
 
 constexpr std::size_t kDeep = 30000;  // brackets; as long as a document may be
 
-/// Arrays in one another, far deeper than any that is taken.
+/// Arrays within one another, far deeper than the limit.
 inline std::string DeepArray() {
   return Repeat("[", kDeep) + Repeat("]", kDeep);
 }
@@ -28,7 +28,7 @@ inline std::string DeepUnclosedArray() {
   return Repeat("[", kDeep);
 }
 
-/// A service that measures, and goes on to with its cadence.
+/// A service that measures and must keep its cadence.
 class BadInputTest : public FaultyUnit {
  protected:
   void SetUp() override {
@@ -42,8 +42,8 @@ class BadInputTest : public FaultyUnit {
     FaultyUnit::TearDown();
   }
 
-  /// Hands each row to `check`, all on the same service. A failure names its row and hides no
-  /// other: a service that a row has ended is started again.
+  /// Passes each row to `check`, all on the same service. A failure names its row and does not hide
+  /// others: a service that a row has ended is started again.
   template <typename Row, typename Check>
   void ForEachRow(const std::vector<Row>& rows, Check check) {
     for (const Row& row : rows) {
@@ -55,7 +55,7 @@ class BadInputTest : public FaultyUnit {
     }
   }
 
-  /// Expects that the service goes on to measure: a level that no row before had.
+  /// Expects that the service goes on measuring, with a level that no earlier row had.
   void ExpectMeasuresOn() {
     mLevel = mLevel > -40 ? mLevel - 2 : kLoudest;
     ExpectMeasures(mLevel);

@@ -7,7 +7,7 @@ namespace {
 using louddesk::Peer;
 using louddesk::PublishedCodes;
 
-/// A command as good as any, made `size` bytes long by an unknown member.
+/// A valid command, extended to `size` bytes by an unknown member.
 std::string GoodCommandOf(std::size_t size) {
   const std::string begin = R"({"ClusterId":1,"Command":"Reset","Remark":")";
   const std::string end = R"("})";
@@ -66,7 +66,7 @@ class HarmlessMessageTest : public BadInputTest {
     ASSERT_TRUE(mService->WaitForLine(mark, kPatience, lines)) << mark;
   }
 
-  /// A message that a tick from now on published: the next one may have been on its way.
+  /// A message published by a tick from now on; the next one may have been sent before.
   std::optional<louddesk::LoudnessMessage> NextPublished() {
     mUnit.DropLoudnessData();
     mUnit.NextLoudnessData(kPatience);

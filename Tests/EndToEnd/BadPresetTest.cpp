@@ -1,5 +1,5 @@
-// Presets that are refused: logged, reset, and the next one measures on. Which documents are
-// refused the preset's own tests tell; here is one of each way out of the reader.
+// Presets that are refused: logged, reset, and the next one is measured. The preset's own tests say
+// which documents are refused; here is one for each way the reader refuses.
 
 #include <optional>
 
@@ -13,7 +13,7 @@ std::string GoodPreset() {
   return louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json();
 }
 
-/// The good preset with its first `from` replaced by `to`.
+/// The valid preset with its first `from` replaced by `to`.
 std::string Altered(const std::string& from, const std::string& to) {
   std::string preset = GoodPreset();
   const std::size_t place = preset.find(from);
@@ -21,7 +21,7 @@ std::string Altered(const std::string& from, const std::string& to) {
   return preset.replace(place, from.size(), to);
 }
 
-/// The good preset with one more member of "MeterSet".
+/// The valid preset with one more member of "MeterSet".
 std::string WithMeter(const std::string& name) {
   return Altered("\"MeterSet\":{", "\"MeterSet\":{\"" + name + "\":{\"Speaker\":\"Left\"},");
 }

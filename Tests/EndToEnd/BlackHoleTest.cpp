@@ -1,4 +1,4 @@
-// TCP links that vanish for a while without being closed.
+// TCP links that are interrupted for a while without being closed.
 
 #include <algorithm>
 
@@ -10,7 +10,7 @@ namespace {
 
 using louddesk::Peer;
 
-/// What else happens while packets vanish.
+/// What else happens while packets are lost.
 enum class Occasion { kOrdinary, kStartOfTheService, kRestartOfThePeers };
 
 struct HoleCase {
@@ -23,7 +23,7 @@ void PrintTo(const HoleCase& hole, std::ostream* stream) {
   *stream << hole.name;
 }
 
-/// A service whose packets to and from the TCP peers may vanish.
+/// A service whose packets to and from the TCP peers may be lost.
 class LossTest : public LinkTest {
  protected:
   void SetUp() override {
@@ -42,7 +42,7 @@ class LossTest : public LinkTest {
 
 class BlackHoleTest : public LossTest, public testing::WithParamInterface<HoleCase> {
  protected:
-  /// Lets the time of the hole pass, with something under way in every direction.
+  /// Waits for the time of the interruption, with messages in every direction.
   void PassHole() {
     for (const Peer peer : kTcpPeers)
       if (peer != Peer::kHeartbeatReceiver)
@@ -95,11 +95,11 @@ TEST_P(BlackHoleTest, PeersAreServedAfterIt) {
   ExpectEachSubscriptionOncePerConnection();
 }
 
-/// Connections over which nothing comes any more, for ever, as after the restart of a machine in
-/// between: TCP alone would hold on to them for a quarter of an hour. New ones work.
+/// Connections that stay dead, as after the restart of a machine in between: TCP alone would keep
+/// them for a quarter of an hour. New ones work.
 class DeadConnectionTest : public LossTest {
  protected:
-  /// Until a peer that says nothing is taken for vanished.
+  /// Until a silent peer counts as vanished.
   static constexpr std::chrono::milliseconds kNoticed{kMqHeartbeatPeriodMs + kMqHeartbeatTimeoutMs};
 };
 

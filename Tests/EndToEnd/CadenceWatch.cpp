@@ -1,4 +1,4 @@
-// The watch on the cadence. Its socket belongs to its thread.
+// Watches the cadence. The socket belongs to the watch's thread.
 
 #include "CadenceWatch.h"
 
@@ -17,11 +17,11 @@ constexpr double kPeriodMs = 100;
 constexpr double kOnTimeMs = 10;
 constexpr double kTurn = 6.283185307179586;
 
-// Looked at often, so that a stall of the machine is told from one of the service.
+// Polled often, to distinguish a stall of the machine from one of the service.
 constexpr std::chrono::milliseconds kLookPeriod{10};
 
-// Where the ticks lie within the period, in ms: the mean direction of the messages' own places, to
-// which a few late ones do not matter.
+// Where the ticks lie within the period, in ms: the circular mean of the messages' positions, which
+// a few late ones hardly change.
 double PhaseOf(const std::vector<Clock::time_point>& times) {
   double sine = 0;
   double cosine = 0;

@@ -1,4 +1,4 @@
-// A client of the loudness data that looks at nothing but when it comes.
+// A client of the loudness data that only records arrival times.
 
 #pragma once
 
@@ -23,7 +23,7 @@ class CadenceWatch {
  public:
   using Patience = std::chrono::milliseconds;
 
-  /// Subscribes to `file` in the unit's IPC directory, in a thread of its own.
+  /// Subscribes to `file` in the unit's IPC directory, in its own thread.
   explicit CadenceWatch(std::string file);
   ~CadenceWatch();
   CadenceWatch(const CadenceWatch&) = delete;

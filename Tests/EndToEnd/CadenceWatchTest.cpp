@@ -1,4 +1,4 @@
-// The watch on the cadence notices what it is there for.
+// The watch on the cadence notices gaps.
 
 #include "CadenceWatch.h"
 

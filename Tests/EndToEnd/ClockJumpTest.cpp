@@ -1,4 +1,4 @@
-// A wall clock that jumps under the running service: only the stamps of the log follow it.
+// A wall clock that jumps while the service runs: only the time stamps of the log follow it.
 
 #include <cstdio>
 #include <fstream>
@@ -13,7 +13,7 @@ constexpr char kOffsetFile[] = "/run/shm/clock-offset";
 
 constexpr long long kHour = 3600 * 1000;  // ms
 
-/// A service whose wall clock is this machine's and an offset that can be set.
+/// A service whose wall clock is this machine's plus an offset that can be set.
 class ClockJumpTest : public FaultyUnit {
  protected:
   void SetUp() override {
@@ -31,14 +31,14 @@ class ClockJumpTest : public FaultyUnit {
     std::remove(kOffsetFile);
   }
 
-  /// In one step: a file half written would be another offset.
+  /// In one step, because a partly written file would be another offset.
   void SetOffset(const std::string& offset) {
     const std::string next = std::string(kOffsetFile) + ".next";
     std::ofstream(next) << offset << '\n';
     ASSERT_EQ(0, std::rename(next.c_str(), kOffsetFile));
   }
 
-  /// How far the service's clock is ahead of this machine's, as a line of its log tells, in ms.
+  /// How far the service's clock is ahead of this machine's, according to a line of its log, in ms.
   long long OffsetOfTheLog() {
     mUnit.DropLogLines();
     SayUnknown(" time.");

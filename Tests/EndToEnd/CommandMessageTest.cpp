@@ -1,4 +1,5 @@
-// The command message: what is printed about an accepted, a refused and a foreign one.
+// The command message: what is printed about an accepted command, a refused one and one for another
+// cluster.
 
 #include "WatchedService.h"
 
@@ -24,7 +25,7 @@ Texts Accepted(const std::string& json, const std::string& command, int code, un
           Printed(kUnit, "\"Mode " + std::to_string(mode) + ", 1\"")};
 }
 
-/// A service that measures; everything written before is heard.
+/// A service that measures; all earlier output has been read.
 class CommandMessageTest : public WatchedService {
  protected:
   void SetUp() override {

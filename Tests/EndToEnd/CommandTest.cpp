@@ -1,4 +1,5 @@
-// Every command in every state: what the action machine tells, what is acknowledged and published.
+// Every command in every state: what the action machine prints, what is acknowledged and what is
+// published.
 
 #include "WatchedService.h"
 
@@ -50,7 +51,7 @@ Outcome NothingAfter(const char* last) {
   return {{}, {}, last};
 }
 
-/// A service of which commands are watched, measuring a steady level in one of the modes.
+/// A service that measures a steady level in one of the modes, for tests of commands.
 class CommandTest : public WatchedService {
  protected:
   void SetUp() override {
@@ -69,8 +70,8 @@ class CommandTest : public WatchedService {
     mMeasured = SettledFigures();
   }
 
-  /// Brings that about: a mode, and the commands carried out in it while the level is measured.
-  /// What the last row left behind is used if it will do.
+  /// Puts the service into that state: sets the mode and has the commands carried out while the
+  /// level is measured. The state that the last row left is used if it fits.
   void Prepare(const std::string& mode, const Texts& commands) {
     const std::string last = commands.empty() ? "Start" : commands.back();
     if (mIsKnown && mode == mConfiguration.mode && last == mLast && (!mIsReset || last != "Pause"))
@@ -81,8 +82,8 @@ class CommandTest : public WatchedService {
       CarryOut(command);
   }
 
-  /// Hands each row to `check`, all on the same service. A failure names its row and hides no
-  /// other: the next one begins with a start.
+  /// Passes each row to `check`, all on the same service. A failure names its row and does not hide
+  /// others: the next row begins with a start.
   template <typename Rows, typename Check>
   void ForEachRow(const Rows& rows, Check check) {
     for (const auto& row : rows) {
@@ -101,7 +102,7 @@ class CommandTest : public WatchedService {
     SendConfiguration(mConfiguration);
   }
 
-  /// Gives a command with a time stamp of its own, without a user.
+  /// Sends a command with its own time stamp, without a user.
   void Give(const std::string& command) {
     LoudnessCommand message;
     message.command = command;
@@ -109,7 +110,7 @@ class CommandTest : public WatchedService {
     mUnit.SendText(Peer::kMainAppServer, kTopic, message.Json());
   }
 
-  /// Gives a command while the measurement runs and waits until it is carried out.
+  /// Sends a command while the measurement runs and waits until it is carried out.
   void CarryOut(const std::string& command) {
     static const std::map<std::string, Texts> changes = {
         {"Stop", kStopped.changes}, {"Pause", kPaused.changes}, {"Play", kPlayed.changes}};
@@ -150,7 +151,7 @@ class CommandTest : public WatchedService {
     mIsKnown = (outcome.last == nullptr) == (mLast == "Stop");
   }
 
-  // Measures the level again where a reset has made the running measurement forget it.
+  // Measures the level again after a reset of the running measurement.
   void MeasureOn() {
     if (mIsReset && mLast != "Stop") {
       Feed(8, -20);
@@ -194,7 +195,7 @@ class CommandTest : public WatchedService {
     EXPECT_EQ(expected, runs);
   }
 
-  // Drops what was told until the command was carried out, however long that took.
+  // Drops all output until the command was carried out, however long that took.
   void DropFirst(std::vector<MessageRun>& runs, const std::vector<MessageRun>& expected) const {
     const MessageRun before = RunOf(mLast, mMeasured);
     const bool isExpected = !expected.empty() && IsSameKind(before, expected.front());
@@ -233,7 +234,7 @@ class CommandRowTest : public CommandTest {
   }
 };
 
-// In an order in which most rows begin with what the one before them left.
+// Ordered so that most rows begin in the state that the row before left.
 const Row kContinuousRows[] = {
     {"StopWhileRunning", {}, "Stop", NothingAfter("Start")},
     {"PrintWhileRunning", {}, "Print", NothingAfter("Start")},
@@ -291,7 +292,7 @@ struct WaitingRow {
 
 class WaitingCommandTest : public CommandTest {
  protected:
-  /// Switches reporting off while commands come, and on again.
+  /// Switches reporting off while commands arrive, and on again.
   void GiveWhileReportingIsOff(const Texts& commands, const char* newMode = nullptr) {
     EnableReporting(false);
     if (newMode != nullptr)
@@ -339,7 +340,7 @@ const WaitingRow kStoppedRows[] = {
 };
 
 // In continuous mode when the last command that was carried out is a stop: before the start that
-// every configuration brings about.
+// every configuration causes.
 TEST_F(WaitingCommandTest, AreCarriedOutAfterTheResetWhereTheLastOneWasAStop) {
   ForEachRow(kStoppedRows, [this](const WaitingRow& row) {
     Prepare(kManual, {"Stop"});
@@ -348,9 +349,9 @@ TEST_F(WaitingCommandTest, AreCarriedOutAfterTheResetWhereTheLastOneWasAStop) {
   });
 }
 
-// ---- Whose stamp and user are told ----
+// ---- Whose time stamp and user are published ----
 
-/// Commands with a time stamp of their own and a user of the same number.
+/// Commands with different time stamps, and a user of the same number.
 class CommandUserTest : public WatchedService {
  protected:
   void SetUp() override {
@@ -367,7 +368,7 @@ class CommandUserTest : public WatchedService {
     SayTo(kTopic, message.Json());
   }
 
-  /// Gives a command that changes nothing after a start, and expects the start's republication.
+  /// Sends a command that changes nothing after a start, and expects the start's republication.
   void ExpectStartRepublishedAfter(const std::string& command) {
     Give("Start", 11);
     ExpectTransitions(kStarted.changes);
@@ -417,7 +418,7 @@ TEST_F(CommandTest, PausedFiguresStayWhileTheMeasurementGoesOn) {
   CarryOut("Pause");
   Feed(8, -10);
   EXPECT_EQ(mMeasured, SettledFigures());
-  // A second pause freezes what has been measured meanwhile.
+  // A second pause freezes the figures measured since the first.
   Give("Pause");
   ExpectTransitions(kPaused.changes);
   // -10 LKFS a channel, weights 3 x 1 + 2 x 1.41: 10 log10 5.82 = 7.65 above it.

@@ -31,7 +31,7 @@ std::string JsonOfUser(unsigned user) {
   return configuration.Json();
 }
 
-/// A good configuration with `from` replaced by `to`.
+/// A valid configuration with `from` replaced by `to`.
 std::string Altered(const std::string& from, const std::string& to) {
   std::string json = JsonOfUser(3);
   const std::size_t place = json.find(from);
@@ -43,14 +43,14 @@ class ConfigurationTest : public WatchedService {
  protected:
   void SetUp() override { ASSERT_NO_FATAL_FAILURE(StartWatched()); }
 
-  /// Measures and takes no notice of what was said up to then.
+  /// Measures and drops all earlier output.
   void Measure() {
     StartMeasuring();
     ExpectTransitions(kRestart);
     Hear();
   }
 
-  /// Expects the restart that an accepted configuration brings about.
+  /// Expects the restart that an accepted configuration causes.
   void ExpectRestart(const std::string& json, unsigned user, unsigned timeStamp = 0) {
     ExpectTransitions(kRestart);
     ExpectAcknowledged("Reset", timeStamp, user);
@@ -192,7 +192,7 @@ TEST_F(ConfigurationTest, StartsDataEvenBeforeAnyPreset) {
   EXPECT_EQ((std::vector<MessageRun>{reset, running}), runs);
 }
 
-// ---- Refused and foreign ----
+// ---- Refused and for others ----
 
 TEST_F(ConfigurationTest, RefusedOnesArePrintedAndChangeNothing) {
   SayTo(kTopic, JsonOfUser(6));
@@ -232,7 +232,7 @@ TEST_F(ConfigurationTest, RefusedOnesArePrintedAndChangeNothing) {
   ExpectNoAnswer();
   ExpectNoTransition();
   EXPECT_EQ(measured, SettledFigures());
-  // The last good one is in force: the next start publishes it.
+  // The last valid one is in force: the next start publishes it.
   SendCommand("Start");
   ExpectRestart(JsonOfUser(6), 6);
 }

@@ -1,4 +1,4 @@
-// A console that takes nothing: the service neither waits for it nor minds.
+// A console that accepts nothing: the service neither waits for it nor fails.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -69,8 +69,9 @@ bool OtherUserMayRunService() {
   return may;
 }
 
-/// What runs the service so that it may not open what allows its owner nothing: another user or,
-/// for want of one, root without its privileges. An ordinary user needs nothing.
+/// A command that runs the service without the right to open files that grant their owner nothing:
+/// as another user or, if there is none, as root without its privileges. An ordinary user needs no
+/// such command.
 std::vector<std::string> StrangerRunner() {
   if (geteuid() != 0)
     return {};
@@ -121,7 +122,8 @@ class ConsoleFaultTest : public FaultyUnit {
     mChannel.writer = ProcessOptions::kClosed;
   }
 
-  /// Expects that the service has the channel as its two standard streams, but not opened anew.
+  /// Expects that the service uses the channel for its two standard streams and has not opened it
+  /// again.
   void ExpectOnlyInherited() {
     namespace fs = std::filesystem;
     const fs::path channel = fs::read_symlink("/proc/self/fd/" + std::to_string(mChannel.writer));
@@ -141,14 +143,14 @@ class ConsoleFaultTest : public FaultyUnit {
   void MakeTalk() {
     for (int i = 0; i < kLines; ++i) {
       SayUnknown(std::string(kLineSize, 'e'));
-      // A refused command is told on standard output.
+      // A refused command is reported on standard output.
       mUnit.SendText(Peer::kMainAppServer, "AppIOQVLoudnessCmd-1", std::string(kLineSize, 'o'));
     }
     SayUnknown(" the end.");
     ExpectLogLine("AppLoudnessCmd the end.");
   }
 
-  /// The service talks, goes on measuring and obeying, and ends with status 0.
+  /// The service writes, goes on measuring and handling commands, and ends with status 0.
   void ExpectUnimpressed() {
     ASSERT_NO_FATAL_FAILURE(BeginWatch());
     MakeTalk();
@@ -166,7 +168,7 @@ class ConsoleFaultTest : public FaultyUnit {
     EXPECT_EQ(0, report->status);
   }
 
-  /// Reads on while the service writes, until it tells that something was lost.
+  /// Reads while the service writes, until it reports a loss.
   void ExpectLossTold() {
     std::string seen;
     for (int i = 0; i < 100 && !HasFailure() && seen.find(kLossNote) == std::string::npos; ++i) {

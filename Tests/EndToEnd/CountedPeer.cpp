@@ -28,7 +28,7 @@ std::uint16_t EventOf(const louddesk::Frames& frames) {
 
 CountedPeer::CountedPeer(int type, const std::string& endpoint)
     : mEndpoint(endpoint), mSocket(zsock_new(type)) {
-  // Set before the first connection: repeated subscriptions are told one by one.
+  // Set before the first connection: repeated subscriptions are reported one by one.
   if (type == ZMQ_XPUB)
     zsock_set_xpub_verbose(mSocket, 1);
   zsock_set_sndhwm(mSocket, 0);
@@ -38,7 +38,7 @@ CountedPeer::CountedPeer(int type, const std::string& endpoint)
       << endpoint << ": " << zmq_strerror(zmq_errno());
 }
 
-// ZeroMQ closes listeners in the background; a bind in between would find the place taken.
+// ZeroMQ closes listeners in the background; until then the endpoint is in use.
 CountedPeer::~CountedPeer() {
   zsock_set_rcvtimeo(mMonitor, kCloseTimeoutMs);
   if (zsock_unbind(mSocket, "%s", mEndpoint.c_str()) == 0)
@@ -71,7 +71,7 @@ void CountedPeer::ReadEvents() {
   }
 }
 
-// What reaches a publisher are subscriptions and the ends of subscriptions.
+// A publisher receives subscriptions and cancellations of subscriptions.
 void CountedPeer::TakeMessage(louddesk::Frames frames) {
   if (zsock_type(mSocket) != ZMQ_XPUB)
     mMessages.push_back(std::move(frames));

@@ -1,5 +1,5 @@
 // A well-behaved peer of the service that counts what happens to its connections: every connection
-// made and lost, every subscription each of them brings.
+// made and lost, and every subscription on each of them.
 
 #pragma once
 
@@ -13,25 +13,24 @@
 
 class CountedPeer {
  public:
-  /// A socket of the ZeroMQ type `type` (ZMQ_XPUB or ZMQ_PULL), bound to `endpoint`, whose place
-  /// must be free. Fails the test when it cannot be bound.
+  /// A socket of the ZeroMQ type `type` (ZMQ_XPUB or ZMQ_PULL), bound to `endpoint`, which must not
+  /// be in use. Fails the test when it cannot be bound.
   CountedPeer(int type, const std::string& endpoint);
 
-  /// Closes it; its place is free on return.
+  /// Closes it; its endpoint is free on return.
   ~CountedPeer();
 
   CountedPeer(const CountedPeer&) = delete;
   CountedPeer& operator=(const CountedPeer&) = delete;
 
-  /// Takes everything that has arrived. What follows tells as much as was read.
+  /// Reads everything that has arrived. The functions below report what was read.
   void ReadPending();
 
   /// Connections that were made (whose handshake succeeded), that were lost.
   int Connections() const { return mConnections; }
   int Losses() const { return mLosses; }
 
-  /// How often each topic was subscribed to. Nothing is merged: two connections that bring the same
-  /// topic count twice.
+  /// How often each topic was subscribed to. The same topic on two connections counts twice.
   const std::map<std::string, int>& Subscriptions() const { return mSubscriptions; }
 
   /// Messages received and not yet taken.

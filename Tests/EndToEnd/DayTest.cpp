@@ -1,5 +1,4 @@
-// Days of audio, as fast as the service takes them: nothing lost, nothing drifting, nothing
-// growing.
+// Days of audio, as fast as the service accepts them: nothing is lost, drifts or grows.
 
 #include <cmath>
 #include <iostream>
@@ -22,8 +21,8 @@ constexpr unsigned kBlocksPerHour = 10 * 60 * 60;
 /// Hours after which every queue has been full once and every window of the engine is filled.
 constexpr unsigned kSettlingHours = 4;
 
-/// What the memory may differ from then on. The queue of blocks is between empty and full, as the
-/// machine's load has it, which makes some two mebibytes.
+/// How much memory may vary from then on. The queue of blocks is between empty and full, depending
+/// on the load of the machine, which makes about two mebibytes.
 constexpr long kFlatKib = 4096;
 
 constexpr unsigned kIntegratedWindow = kMaxIntegWinSecs;
@@ -39,8 +38,8 @@ void PrintTo(const Stretch& stretch, std::ostream* stream) {
 }
 
 /// A programme that never repeats: passages of some seconds at levels from -55 to -10 LKFS a
-/// channel around a slow tide, so that every gate and every window has work, and peaks that grow
-/// ever rarer new maxima.
+/// channel around a slowly varying level, so that every gate and every window matters, and peaks
+/// with ever rarer new maxima.
 class EndlessProgramme {
  public:
   BlockReading Next() {
@@ -82,7 +81,7 @@ class EndlessProgramme {
   std::vector<std::uint64_t> mPowers;
 };
 
-/// The engine itself, run on the same blocks without the service around it.
+/// The engine alone, run on the same blocks.
 class EngineAlone {
  public:
   EngineAlone() {
@@ -96,7 +95,7 @@ class EngineAlone {
   EngineAlone& operator=(const EngineAlone&) = delete;
 
   void Update(const BlockReading& block) {
-    // Surrounds count 1.41, low-frequency effects not at all (ITU-R BS.1770-3, table 3).
+    // Surrounds have weight 1.41, low-frequency effects 0 (ITU-R BS.1770-3, table 3).
     constexpr float kWeights[] = {1.0f, 1.0f, 1.0f, 0.0f, 1.41f, 1.41f};
     std::uint64_t power = 0;
     std::uint32_t peak = 0;
@@ -142,7 +141,7 @@ class DayTest : public RunningService, public testing::WithParamInterface<Stretc
     ExpectData(
         [&](const LoudnessMessage& message) { return PublishedCodes(message.data) == expected; },
         "the engine's figures " + testing::PrintToString(expected));
-    // None of them may be one that a service without blocks would show too.
+    // None of them may equal the figure of a service without blocks.
     for (std::size_t i = 0; i < expected.size(); ++i)
       EXPECT_TRUE(expected[i] != -990 && expected[i] != -9900 && expected[i] != 0) << i;
   }
@@ -153,7 +152,7 @@ class DayTest : public RunningService, public testing::WithParamInterface<Stretc
   }
 
  private:
-  /// The signal processor's place, by a publisher that waits where others drop.
+  /// A signal processor whose publisher waits instead of dropping messages.
   void OpenPatientPlace() {
     mPlace = zsock_new(ZMQ_XPUB);
     zsock_set_xpub_nodrop(mPlace, 1);

@@ -85,7 +85,7 @@ INSTANTIATE_TEST_SUITE_P(Faults, DeadLinkTest,
                                          PeerFault::kCutInFrame),
                          [](const auto& test) { return NameOf(test.param); });
 
-/// A link that is broken while much of what came over it waits to be read.
+/// A link that is broken while many of its messages wait to be read.
 class BacklogLinkTest : public DeadLinkTest {};
 
 TEST_F(BacklogLinkTest, IsReadToItsEndAndMadeAnew) {

@@ -1,4 +1,4 @@
-// The orderly end of the service, whenever a signal comes.
+// The orderly end of the service, at whatever time a signal arrives.
 
 #include <csignal>
 

@@ -1,4 +1,4 @@
-// What lies in the places of the service's own endpoints, and an IPC directory that it cannot use.
+// Files that stand where the service binds its endpoints, and an IPC directory that it cannot use.
 // A directory in the place of the data publisher is StartUpTest's; files that a killed service or
 // peer leaves behind are PeerRestartTest's and PeerFaultTest's.
 
@@ -42,7 +42,7 @@ class EndpointFilesTest : public FaultyUnit {
       umount(mounted.c_str());
   }
 
-  /// Puts an empty file system that nobody can write to in the place of a directory.
+  /// Mounts an empty read-only file system on a directory.
   void MountReadOnly(const std::string& path) {
     ASSERT_EQ(0, mount("tmpfs", path.c_str(), "tmpfs", MS_RDONLY, nullptr));
     mMounted.push_back(path);
@@ -110,7 +110,7 @@ TEST_F(EndpointFilesTest, DirectoryInThePlaceOfTheStatesIsReportedAndStopsTheFir
   StartProcess();
   ExpectLine("|CRITICAL|ReactorMain|");
   ExpectLine("\"Failed to initialize HWM Pubs.\"");
-  // At the latest when the state is published anew, after five seconds.
+  // At the latest when the state is republished, after five seconds.
   ExpectStopByAssertion("__null != mpLuStatePubSocket");
 }
 

@@ -25,7 +25,7 @@ class EnvironmentTest : public FaultyUnit {
     return start;
   }
 
-  /// Expects that a service among these variables starts, measures and ends as ever.
+  /// Expects that a service started with these variables starts, measures and ends as usual.
   void ExpectOrdinary(const std::map<std::string, std::string>& variables) {
     mService.reset();
     ServiceStart start;
@@ -37,8 +37,8 @@ class EnvironmentTest : public FaultyUnit {
     ExpectCleanEnd(SIGINT);
   }
 
-  /// Counts the lines that come until a new one gets into the queue behind them. It is refused
-  /// while the queue is full: whenever nothing comes, one is provoked.
+  /// Counts the lines that arrive before a new one. New lines are refused while the queue is full,
+  /// so one is provoked whenever nothing arrives.
   std::size_t LinesBeforeANewOne() {
     constexpr char kNew[] = " new.";
     std::size_t lines = 0;

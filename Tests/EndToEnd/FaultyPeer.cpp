@@ -75,7 +75,7 @@ std::string FrameOf(std::uint64_t length, std::size_t sent) {
   return zmtp::kLongFrame + zmtp::Length(length, 8) + std::string(sent, 'x');
 }
 
-// A message of a topic that the service asks for and as many empty frames as can be.
+// A message with a subscribed topic and as many empty frames as possible.
 std::string EndlessMessage() {
   constexpr std::size_t kFrames = 3000000;
   const std::string topic = kHwmStatusTopic;
@@ -115,7 +115,7 @@ int ListenOnPort(const std::string& endpoint, const std::string& addressAndPort)
   return listener;
 }
 
-// False when the other side has closed; what it says does not matter.
+// False when the other side has closed; what it sends does not matter.
 bool Discard(int connection) {
   std::array<char, 4096> buffer;
   const ssize_t size = recv(connection, buffer.data(), buffer.size(), MSG_DONTWAIT);
@@ -185,14 +185,14 @@ void FaultyPeer::Serve() {
     close(items[i].fd);
 }
 
-// What the service takes at most from this peer.
+// The largest frame that the service accepts from this peer.
 std::uint64_t FaultyPeer::LargestFrame() const {
   if (mType == "PULL")
     return kMqMaxWordSize;
   return mPath.empty() ? kMqMaxFrameSize : kMqMaxLocalFrameSize;
 }
 
-// What a connection gets to read before its fault.
+// What a connection reads before its fault.
 std::string FaultyPeer::Speech() const {
   constexpr std::uint64_t kFrame = 200;
   switch (mFault) {

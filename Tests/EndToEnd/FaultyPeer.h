@@ -1,4 +1,4 @@
-// A peer that breaks the protocol: whatever connects to its endpoint is served the same fault.
+// A peer that breaks the protocol: every connection to its endpoint gets the same fault.
 
 #pragma once
 
@@ -26,23 +26,23 @@ enum class PeerFault {
 const char* NameOf(PeerFault fault);
 void PrintTo(PeerFault fault, std::ostream* stream);
 
-/// Whether ZeroMQ gives a link to such a peer up, so that the service must renew it by itself.
+/// Whether ZeroMQ abandons a link to such a peer, so that the service must renew it.
 bool EndsTheLink(PeerFault fault);
 
 class FaultyPeer {
  public:
-  /// Listens on `endpoint` (tcp://ADDRESS:PORT or ipc://PATH), whose place must be free, as a peer
+  /// Listens on `endpoint` (tcp://ADDRESS:PORT or ipc://PATH), which must not be in use, as a peer
   /// of the socket type `type` (its name in a handshake, for example "XPUB") but for its fault. A
-  /// thread of its own serves the connections. Ends the test process when it cannot listen.
+  /// separate thread serves the connections. Ends the test process when it cannot listen.
   FaultyPeer(const std::string& endpoint, std::string type, PeerFault fault);
 
-  /// Closes every connection and frees the place.
+  /// Closes every connection and frees the endpoint.
   ~FaultyPeer();
 
   FaultyPeer(const FaultyPeer&) = delete;
   FaultyPeer& operator=(const FaultyPeer&) = delete;
 
-  /// Connections that were made so far.
+  /// Connections made so far.
   int Connections() const { return mConnections; }
 
  private:

@@ -18,8 +18,8 @@ constexpr char kClientPlace[] = "DataClient";
 
 constexpr std::chrono::milliseconds kServedSoon{5000};
 
-// What the queues of all peers hold when full, ten times over. Freed memory that a sanitizer holds
-// back counts too.
+// Ten times what the queues of all peers hold when full. Freed memory that a sanitizer retains
+// counts too.
 #ifdef __SANITIZE_ADDRESS__
 constexpr long kMostGrowthKib = 400 * 1024;
 #else
@@ -29,7 +29,7 @@ constexpr long kMostGrowthKib = 32 * 1024;
 struct PeerPlace {
   Peer peer;
   const char* place;
-  const char* line;  // of the service about what the peer publishes in a process of its own
+  const char* line;  // of the service about what the peer publishes in its own process
 };
 
 constexpr PeerPlace kPeerPlaces[] = {

@@ -32,28 +32,28 @@ class FaultyUnit : public WatchedService {
   /// Starts the service and its measuring, all peers being in order.
   void StartInOrder(const ServiceStart& start = {});
 
-  /// As StartMeasuring, of a service whose console nobody hears.
+  /// Like StartMeasuring, for a service whose console is not read.
   void StartMeasuringUnheard();
 
   /// Watches the cadence at an independent client from now on, and the memory of the service.
   void BeginWatch();
 
-  /// Expects that data kept coming since then, and bounded memory; records the figures. A gap of
-  /// up to a second is left to a busy machine unless more is allowed, and that for which it kept
-  /// the client itself from looking.
+  /// Expects that data kept coming since then, and bounded memory; records the figures. A gap of up
+  /// to a second is allowed for a busy machine unless more is given, plus the time in which the
+  /// client itself could not run.
   void ExpectWatchedWell(Milliseconds longestGap = Milliseconds{1000});
 
   /// Whether a client gets data from now on.
   bool GetsData(louddesk::DataClient& client, Milliseconds patience = kPatience);
 
-  /// There may be several processes that play peers or a client. The verbs below are about the one
-  /// of that name from now on; without a name there is one.
+  /// Several processes may play peers or a client. The functions below act on the one of this name
+  /// from now on; without a call there is one process without a name.
   void TurnTo(const std::string& remote) { mRemote = &mRemotes[remote]; }
 
-  /// Moves the peers to a process of their own, or starts them there anew.
+  /// Moves the peers to a separate process, or starts them there again.
   void StartRemote(const Peers& peers);
 
-  /// Starts a client of the loudness data in a process of its own.
+  /// Starts a client of the loudness data in its own process.
   void StartRemoteClient();
 
   /// Kills or stops that process and waits until it is so, or continues it.
@@ -63,16 +63,15 @@ class FaultyUnit : public WatchedService {
 
   ServiceProcess& RemoteProcess() { return *mRemote->process; }
 
-  /// Puts listeners without a reader in the places of the remote peers, which were killed, or ends
-  /// them.
+  /// Replaces the killed remote peers by listeners that never read, or ends these.
   void ListenSilently();
   void EndSilence();
 
-  /// Waits until the service and each remote peer, or the client, hear each other, counted from
-  /// the last start or continuation. Returns how long it took since then.
+  /// Waits until the service and each remote peer, or the client, receive from each other, and
+  /// returns the time since the last start or continuation.
   Milliseconds AwaitServed();
 
-  /// The same as an expectation, see ExpectSoon. What follows must come too: the first may have
+  /// The same as an expectation, see ExpectSoon. Later messages must arrive too: the first may have
   /// waited in a buffer.
   void ExpectServedSoon();
 
@@ -80,7 +79,7 @@ class FaultyUnit : public WatchedService {
   /// took. An idle machine takes less than two.
   void ExpectSoon(std::chrono::steady_clock::duration time);
 
-  /// Publishes a text message that nobody knows, which makes the service log its topic.
+  /// Publishes a text message with an unknown topic, which the service logs.
   void SayUnknown(const std::string& text);
 
  private:

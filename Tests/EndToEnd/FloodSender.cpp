@@ -1,8 +1,7 @@
-// A peer that floods the service: takes its place and publishes one message over and over, in a
-// process of its own and behind everybody else in the queue for the processor. The arguments are
-// the endpoint, what to send, and how often a second (0: as fast as the socket takes it). "Sink"
-// takes messages instead and throws them away. Ends by a signal only; tells each second on standard
-// output how many messages it has sent.
+// A peer that floods the service: binds its endpoint and publishes one message over and over, in
+// its own process and at the lowest priority. The arguments are the endpoint, what to send, and how
+// often a second (0: as fast as the socket takes it). "Sink" takes messages instead and throws them
+// away. Ends by a signal only; writes to standard output each second how many messages it has sent.
 
 #include <czmq.h>
 #include <sys/resource.h>
@@ -57,7 +56,7 @@ Frames Preset() {
   return {kPresetTopic, louddesk::PresetForSpeakers(kSurround, 1).Json()};
 }
 
-// `text` between a good preset's opening brace and its first member.
+// `text` between a valid preset's opening brace and its first member.
 std::string PresetWith(const std::string& members) {
   return "{" + members + "," + louddesk::PresetForSpeakers(kSurround, 1).Json().substr(1);
 }
@@ -69,7 +68,7 @@ std::string Repeated(const std::string& text, std::size_t count) {
   return result;
 }
 
-// As many members as are taken, long enough to fill the largest document.
+// As many members as are accepted, long enough to fill the largest document.
 Frames LargestPreset() {
   constexpr std::size_t kRest = 1000;  // values and bytes of the good preset, generously
   constexpr std::size_t kMembers = (json::kMaxValues - kRest) / 2;
@@ -78,7 +77,7 @@ Frames LargestPreset() {
   return {kPresetTopic, PresetWith(Repeated("\"" + std::string(room, 'x') + "\":1", kMembers))};
 }
 
-// As many routed channels as are taken, several times more than are kept.
+// As many routed channels as are accepted, several times more than are kept.
 Frames RoutingPreset() {
   constexpr std::size_t kChannels = 12000;
   const std::string channels = Repeated(R"({"OutputTrimDb":0,"MeterSources":[]})", kChannels);
@@ -123,7 +122,7 @@ zsock_t* Bind(int type, const char* endpoint) {
   return socket;
 }
 
-// Straight to the library: nothing is made and nothing copied twice for each message.
+// Calls the library directly, without allocations and copies for each message.
 void Send(void* socket, const Frames& frames) {
   for (std::size_t i = 0; i < frames.size(); ++i)
     zmq_send(socket, frames[i].data(), frames[i].size(),

@@ -1,5 +1,5 @@
 // Peers that publish as much as they can, and a thousand times more than they should. The short
-// runs belong to the tests of every day, the minutes (label `soak`) do not.
+// runs belong to the daily tests, those of minutes (label `soak`) do not.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -21,9 +21,9 @@ constexpr std::chrono::seconds kAWhile{5};
 constexpr std::chrono::seconds kAMinute{60};
 
 /// What may wait for the service at one peer is a thousand messages, and a thousand lines and data
-/// messages for those who listen. Blocks, commands and ordinary presets of some kilobytes are far
-/// from this bound; of the largest documents it takes them at their size. Freed memory that a
-/// sanitizer holds back counts too.
+/// messages for the readers. Blocks, commands and ordinary presets of some kilobytes stay far below
+/// this limit; for the largest documents it is computed from their size. Freed memory that a
+/// sanitizer retains counts too.
 #ifdef __SANITIZE_ADDRESS__
 constexpr long kBoundKib = 640 * 1024;
 #else
@@ -31,8 +31,8 @@ constexpr long kBoundKib = 64 * 1024;
 #endif
 constexpr long kBoundOfLargestKib = 1000 * 512 + kBoundKib;
 
-/// A service that a flood keeps working all the time gets no more of a busy machine than others do.
-/// An idle one leaves 115 ms between messages.
+/// A service under a continuous flood gets no more of a busy machine than other processes. On an
+/// idle one the gaps between messages are 115 ms.
 constexpr std::chrono::milliseconds kLongestGap{2000};
 
 /// The service's promise is a second.
@@ -88,7 +88,7 @@ double Milliseconds(Clock::duration duration) {
 
 class FloodTest : public RunningService, public testing::WithParamInterface<Flood> {
  protected:
-  /// The flood comes from a place of its own, the log lines go to a sink that takes them all.
+  /// The flood comes from a separate endpoint, and the log lines go to a sink that takes them all.
   void StartBesideTheFlood() {
     ASSERT_NO_FATAL_FAILURE(Start({FloodedPlace(), Peer::kLogSink}, Unheard()));
     mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic,
@@ -103,7 +103,7 @@ class FloodTest : public RunningService, public testing::WithParamInterface<Floo
     ASSERT_TRUE(mSender->WaitForLine(" messages in ", kPatience)) << "no flood";
   }
 
-  /// Lets the flood pass by and watches what must not suffer.
+  /// Waits while the flood runs and checks what it must not disturb.
   void WatchFlood() {
     CadenceWatch watch(louddesk::DataPublisherFile(mUnit.MeterSet(), mUnit.Cluster()));
     ASSERT_TRUE(watch.WaitForFirst(kPatience));
@@ -170,7 +170,7 @@ class FloodTest : public RunningService, public testing::WithParamInterface<Floo
                                                           : Peer::kHardwareManager;
   }
 
-  /// Nobody keeps the lines of millions of messages.
+  /// The lines of millions of messages are not kept.
   static ServiceStart Unheard() {
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     ServiceStart start;

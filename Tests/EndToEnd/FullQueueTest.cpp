@@ -1,4 +1,4 @@
-// Clients of the loudness data that come and go, stop or say nothing, and queues that run full.
+// Clients of the loudness data that come and go, stop or are silent, and queues that fill up.
 
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -17,7 +17,7 @@ constexpr std::size_t kQueue = 1000;     // lines that wait for the log sink
 constexpr unsigned kLines = 4 * kQueue;  // enough for the kernel's buffers too
 constexpr std::chrono::milliseconds kAbsence{2500};
 
-/// A service with a client of its data in a process of its own.
+/// A service with a client of its data in its own process.
 class DataClientFaultTest : public FaultyUnit {
  protected:
   void SetUp() override {
@@ -43,8 +43,8 @@ TEST_F(DataClientFaultTest, StoppedClientDisturbsNobodyAndGetsWhatWaited) {
   Pass(kAbsence);
   ContinueRemote();
   ExpectServedSoon();
-  // All data of the time since the stop, but for what a busy machine leaves out: without that of
-  // the absence it would never be.
+  // All data since the stop except for ticks that a busy machine skips. Without the data of the
+  // absence this number is not reached.
   const auto missing = [&] {
     const auto ticks = (std::chrono::steady_clock::now() - stop) / kPeriod;
     return ticks - static_cast<long>(RemoteProcess().LineCount() - before);

@@ -1,5 +1,5 @@
 // The example messages against the shipped service: what it sends equals them byte for byte, what
-// it takes has the effect that Docs/PROTOCOL.md gives it.
+// it receives has the effect that Docs/PROTOCOL.md describes.
 
 #include "GoldenMessage.h"
 
@@ -20,7 +20,7 @@ using louddesk::Peer;
 using testing::ElementsAre;
 using testing::Matches;
 
-/// Who sends a topic that begins so.
+/// The sender of topics with this beginning.
 constexpr struct {
   const char* topic;
   Peer sender;
@@ -43,7 +43,7 @@ class GoldenMessagesTest : public RunningService {
 
   void SetUp() override { ASSERT_NO_FATAL_FAILURE(Start()); }
 
-  /// Sends an example message `count` times from the peer whose it is.
+  /// Sends an example message `count` times from its peer.
   void Send(const std::string& name, unsigned count = 1) {
     const Frames frames = ReadMessage(name);
     for (const auto& [topic, sender] : kSenders)
@@ -57,7 +57,7 @@ class GoldenMessagesTest : public RunningService {
       mUnit.SendFrames(sender, frames);
   }
 
-  /// The next state but for republications, which come at any time.
+  /// The next state that is not a republication; those come at any time.
   void ExpectState(const std::string& name) {
     while (const auto state = mUnit.NextState(kPatience))
       if (state->topic.find("_Repub_") == std::string::npos) {
@@ -78,7 +78,7 @@ class GoldenMessagesTest : public RunningService {
     ADD_FAILURE() << "no " << topic;
   }
 
-  /// Waits for the message, which then goes on being sent.
+  /// Waits for a message that is sent repeatedly.
   void ExpectSteadyData(const std::string& name) {
     ExpectData(
         [&](const LoudnessMessage& message) { return Matches(IsMessage(name))(message.frames); },
@@ -128,7 +128,7 @@ class GoldenMessagesTest : public RunningService {
     ExpectAcknowledgement("Start");
   }
 
-  /// The same under the example configuration, that is in the mode that obeys a stop.
+  /// The same under the example configuration, in the mode in which a stop has an effect.
   void StartConfiguredStereo() {
     StartStereo();
     Send("configuration.frames");
@@ -137,8 +137,8 @@ class GoldenMessagesTest : public RunningService {
   }
 };
 
-/// Both publishers of this service bind the same name. A client that was there before may have got
-/// hold of the first one; the one that comes now reaches the second, that of the states.
+/// Both publishers of this service bind the same name. A client that was there before may have
+/// reached the first one; a new client reaches the second, the state publisher.
 class WithoutMeterSetTest : public GoldenMessagesTest {
  protected:
   WithoutMeterSetTest() : GoldenMessagesTest(0, 1) {}
@@ -148,7 +148,7 @@ class WithoutMeterSetTest : public GoldenMessagesTest {
     mStates.emplace("Lc1LoudnessDataPub.ipc");
   }
 
-  /// The next message that is, or is not, a republication; no frames when none comes.
+  /// The next message that is, or is not, a republication; no frames if none comes.
   Frames NextFrames(bool isRepublication) {
     for (Frames frames = NextFrames(); !frames.empty(); frames = NextFrames())
       if ((frames.front().find("_Repub_") != std::string::npos) == isRepublication)

@@ -1,7 +1,6 @@
-// Clients of the service's publishers that mean no good, in a process of their own and behind
-// everybody else in the queue for the processor. The arguments are what to do and the publisher's
-// socket file; "Topics" and "Silent" want numbers too. Tells on standard output, each second or
-// once, what it has done. Ends by a signal only.
+// Hostile clients of the service's publishers, in a separate process and at the lowest priority.
+// The arguments are what to do and the publisher's socket file; "Topics" and "Silent" want numbers
+// too. Writes to standard output, each second or once, what it has done. Ends by a signal only.
 
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -55,7 +54,7 @@ class Connection {
     send(mSocket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
   }
 
-  // Says what a subscriber says and hears the answer, after which it may subscribe.
+  // Sends the handshake of a subscriber and reads the answer, after which it may subscribe.
   void ShakeHands() const {
     constexpr std::size_t kFrameHeader = 2;
     Say(zmtp::Greeting() + zmtp::Ready("SUB"));
@@ -86,7 +85,7 @@ class Connection {
 
 using Numbers = std::vector<unsigned long>;
 
-// Does it over and over and tells each second how many connections it made.
+// Repeats it and writes each second how many connections it made.
 [[noreturn]] void Repeat(const std::function<unsigned long()>& connect) {
   const Clock::time_point start = Clock::now();
   unsigned long count = 0;
@@ -118,7 +117,7 @@ void ComeAndGo(const std::string& path, const Numbers&) {
   });
 }
 
-// The same with garbage in between, much of which are subscriptions.
+// The same with random bytes in between, many of which are subscriptions.
 void Garbage(const std::string& path, const Numbers&) {
   constexpr std::size_t kBytes = 4000;
   Repeat([&] {
@@ -142,7 +141,7 @@ void Topics(const std::string& path, const Numbers& numbers) {
   StayFor("clients have subscribed", numbers.at(0));
 }
 
-// CLIENTS: as many clients that connect and never say a word. Who is turned away comes again.
+// CLIENTS: as many clients that connect and stay silent. Rejected ones connect again.
 void Silent(const std::string& path, const Numbers& numbers) {
   std::vector<Connection> clients;
   for (unsigned long client = 0; client < numbers.at(0); ++client)

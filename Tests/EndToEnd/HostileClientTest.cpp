@@ -1,6 +1,6 @@
-// Clients that mean no good: what they do to the publishers costs the others neither the cadence
-// nor their service, and the process neither its memory nor its life. The short runs belong to the
-// tests of every day, the minutes (label `soak`) do not.
+// Hostile clients: what they do to the publishers affects neither the cadence nor the service of
+// other clients, and neither the memory nor the life of the process. The short runs belong to the
+// daily tests, those of minutes (label `soak`) do not.
 
 #include <algorithm>
 #include <filesystem>
@@ -19,7 +19,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kAWhile{4};
 constexpr std::chrono::seconds kAMinute{60};
 
-/// Freed memory that a sanitizer holds back counts too.
+/// Freed memory that a sanitizer retains counts too.
 #ifdef __SANITIZE_ADDRESS__
 constexpr long kBoundKib = 640 * 1024;
 #else
@@ -58,7 +58,7 @@ class HostileClientTest : public FaultyUnit,
     ASSERT_TRUE(mHostile.back()->WaitForLine(" ", kPatience)) << "nothing done";
   }
 
-  /// Lets the time of the test pass by; the hostile ones go on, and `act` adds to it.
+  /// Waits for the time of the test while the hostile clients go on and `act` is called.
   void Endure(const std::function<void()>& act = [] {}) {
     for (const auto end = Clock::now() + GetParam(); Clock::now() < end;) {
       act();
@@ -117,7 +117,7 @@ TEST_P(HostileClientTest, WhoRemovesTheFilesAgainAndAgainKeepsNobodyOut) {
   louddesk::DataClient newcomer(louddesk::DataPublisherFile(1, 1));
   EXPECT_TRUE(GetsData(newcomer));
   ExpectMeasures(-20);
-  // Clients of before are made to come over now and then.
+  // Earlier clients have to reconnect now and then.
   ExpectNothingSuffered(Milliseconds{3000});
 }
 

@@ -15,14 +15,14 @@ namespace {
 
 std::atomic<unsigned> gInterruptions{0};
 
-// In no rhythm, which might be that of the loop: the numbers of a simpler generator have one, and
-// with an unlucky number of polls a round none ever ends. The same numbers every time.
+// Without a period, which might be that of the loop: with a simpler generator's period and an
+// unlucky number of polls a round, no round would ever end. The same numbers every time.
 bool IsInterrupted() {
   thread_local std::mt19937 random;
   return random() % 3 == 0;
 }
 
-// Tells the test, where it says so, how often that was.
+// Reports to the test, if wanted, how often that was.
 struct Account {
   ~Account() {
     const char* path = std::getenv("INTERRUPTED_POLLS_FILE");

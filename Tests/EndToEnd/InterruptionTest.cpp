@@ -1,5 +1,5 @@
-// Calls of the system that signals interrupt, all the time and from the first one on: nothing is
-// lost, nothing stops.
+// System calls that signals interrupt all the time, from the first one on: nothing is lost, nothing
+// stops.
 
 #include <cstdio>
 #include <fstream>

@@ -1,4 +1,4 @@
-// The place of its own that every test process gets.
+// The isolation of every test process.
 
 #include "Isolation.h"
 
@@ -72,7 +72,7 @@ TEST(IsolationDeathTest, ChildOfADeathTestListensWhereItsParentDoes) {
   ASSERT_TRUE(LoadBoardAddresses(error)) << error;
   const int listener = Listen(MainBoardAddress(), kAnyFixedPort);
   ASSERT_GE(listener, 0);
-  // The child runs this test anew up to here, while the parent still listens.
+  // The child runs this test again up to here, while the parent still listens.
   EXPECT_EXIT(std::_Exit(7), testing::ExitedWithCode(7), "");
   close(listener);
 }

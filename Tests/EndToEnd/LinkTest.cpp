@@ -48,7 +48,7 @@ bool IsCollector(Peer peer) {
   return RowOf(peer).type == ZMQ_PULL;
 }
 
-// A message of no use to the service, whose line about it tells that it was heard.
+// A message that the service does not handle. Its log line shows that it was received.
 std::string ProbeTopic(Peer peer, int number) {
   return std::string(kAppLoudnessCommandTopic) + "-" + NameOf(peer) + "-" + std::to_string(number) +
          ".";
@@ -235,8 +235,8 @@ bool LinkTest::IsConnected(Peer peer) {
          At(peer).Subscriptions().size() == SubscriptionsDue(peer, mUnit).size();
 }
 
-// A block that is dropped tells by the size of its last frame which one it was. The log sink hears
-// of what another peer says: without that the service has nothing to log.
+// The log line of a dropped block contains the size of its last frame, which identifies the block.
+// Messages of another peer make the service write to the log sink.
 void LinkTest::Probe(Peer peer) {
   if (peer == Peer::kSignalProcessor)
     At(peer).Publish(

@@ -1,5 +1,5 @@
-// A running service whose every connection is served by a counted peer, which can be taken away,
-// replaced and asked whether the service hears it.
+// A running service with a counted peer at each of its connections, which can be removed, replaced
+// and asked whether the service receives from it.
 
 #pragma once
 
@@ -34,7 +34,7 @@ class LinkTest : public RunningService {
   /// Waits until the service is connected to every peer, all being open.
   void AwaitEveryPeer();
 
-  /// Switches the reporting on and hands the service a programme.
+  /// Switches reporting on and sends the service a preset.
   void StartReporting();
 
   /// Opens peers, closes them.
@@ -46,9 +46,9 @@ class LinkTest : public RunningService {
   /// Reads at every peer until the condition holds.
   bool PollUntil(const std::function<bool()>& condition, std::chrono::milliseconds patience);
 
-  /// Waits until each of the peers is served: the service handles what it says, or is heard by it.
-  /// Prints and records how long that took since `since`; fails a peer for which it took longer
-  /// than `limit`. `what` names the occasion.
+  /// Waits until each of the peers is served: the service handles its messages, or it receives
+  /// those of the service. Prints and records how long that took since `since`; fails a peer for
+  /// which it took longer than `limit`. `what` names the occasion.
   void ExpectServed(const Peers& peers, Clock::time_point since, const std::string& what,
                     std::chrono::milliseconds limit = kLenientReturn);
 
@@ -56,8 +56,8 @@ class LinkTest : public RunningService {
   /// of the service once, and that no other follows.
   void ExpectOneConnectionEach(const Peers& peers);
 
-  /// Expects that every connection to the TCP peers brought each subscription once: a link that was
-  /// given up comes back with everything, and with nothing twice.
+  /// Expects that every connection to the TCP peers brought each subscription once: an abandoned
+  /// link is renewed with every subscription, and none twice.
   void ExpectEachSubscriptionOncePerConnection();
 
   /// Sends a command and expects that it is handled once and acknowledged once.

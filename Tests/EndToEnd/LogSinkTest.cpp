@@ -1,4 +1,4 @@
-// What the log sink gets, and what becomes of it while there is none.
+// What the log sink gets, and what happens to it while there is no sink.
 
 #include <chrono>
 
@@ -41,8 +41,8 @@ class LogSinkTest : public WatchedService {
     return line.value_or(LogLine{});
   }
 
-  /// The next line, which `topic` provokes: again and again, for while the queue is full it is
-  /// refused.
+  /// The next line, provoked by `topic` again and again, because lines are refused while the queue
+  /// is full.
   LogLine NextOf(const std::string& topic) {
     for (const auto end = std::chrono::steady_clock::now() + kPatience;
          std::chrono::steady_clock::now() < end;) {
@@ -130,7 +130,7 @@ TEST_F(LogSinkTest, LongMessageIsCutAndStandsWholeOnTheConsole) {
   const LogLine line = Next();
   EXPECT_EQ(kLongestMessage, line.message.size());
   const std::string console = ConsoleLine(topic + " not handled\"");
-  // The stamps are as long as each other.
+  // All time stamps have the same length.
   EXPECT_EQ(Normalised(console.substr(0, kLongestMessage)), Normalised(line.message));
 }
 
@@ -142,7 +142,7 @@ TEST_F(LogSinkTest, AbsentSinkGetsTheFirstLinesWhenItComesAndAllNewOnes) {
   ASSERT_TRUE(mService->WaitForLine("AppLoudnessCmd1499. not handled", kPatience));
 
   mUnit.Open(Peer::kLogSink);
-  // What did not fit into the queue is gone: the first lines are those of the start.
+  // What did not fit into the queue is lost: the first lines are those of the start.
   constexpr int kStartLines = 4;
   for (int i = 0; i < kStartLines; ++i)
     EXPECT_LT(Next().level, 30);

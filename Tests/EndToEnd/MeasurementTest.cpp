@@ -13,14 +13,14 @@ using louddesk::LoudnessConfiguration;
 using louddesk::LoudnessMessage;
 using louddesk::PublishedCodes;
 
-// Weights of a 5.1 programme: surrounds count 1.41, low-frequency effects not at all.
+// Weights of a 5.1 programme: surrounds 1.41, low-frequency effects 0.
 const std::vector<float> kSurroundWeights = {1.0f, 1.0f, 1.0f, 0.0f, 1.41f, 1.41f};
 
 constexpr unsigned kIntegratedWindow = 5;     // s, shorter than the longest material
 constexpr unsigned kLoudnessRangeWindow = 9;  // s
 
 /// Blocks of random levels from -76 to -2 LKFS a channel in passages of two seconds, so that both
-/// gates have work, some of them with dead channels; peaks of all sizes up to above full scale.
+/// gates matter, some of them with dead channels; peaks of all sizes up to above full scale.
 std::vector<BlockReading> RandomBlocks(unsigned count) {
   constexpr unsigned kBlocksPerPassage = 20;
   std::mt19937 random(20240229);
@@ -41,8 +41,8 @@ std::vector<BlockReading> RandomBlocks(unsigned count) {
   return blocks;
 }
 
-// What the dispatcher makes of a block: the weighted sum of the powers and the largest peak,
-// neither ever 0. All meters that have a weight are in the programme.
+// What the dispatcher computes from a block: the weighted sum of the powers and the largest peak,
+// neither of them 0. All meters that have a weight are in the programme.
 std::uint64_t ProgrammePower(const BlockReading& block) {
   std::uint64_t sum = 0;
   for (std::size_t meter = 0; meter < kSurroundWeights.size(); ++meter)

@@ -1,4 +1,4 @@
-// Services of the meter sets 0, 1, 2 and above: their endpoints and what they do not take.
+// Services of the meter sets 0, 1, 2 and above: their endpoints and what they ignore.
 
 #include <filesystem>
 #include <fstream>
@@ -18,14 +18,14 @@ int ListenersOn(const std::string& file) {
   std::ifstream table("/proc/net/unix");
   int count = 0;
   for (std::string line; std::getline(table, line);)
-    // The flag of a listening socket is told from the accepted ones, which have the same path.
+    // Only listening sockets count, not the accepted ones with the same path.
     if (line.find(" 00010000 ") != std::string::npos && line.size() > path.size() &&
         line.compare(line.size() - path.size(), path.size(), path) == 0)
       ++count;
   return count;
 }
 
-/// Takes what a publisher sends to a client of its own.
+/// Receives what a publisher sends to its own client.
 class Client {
  public:
   Client(louddesk::UnitStandIn& unit, const std::string& file) : mUnit(unit), mClient(file) {}
@@ -39,7 +39,7 @@ class Client {
         kPatience);
   }
 
-  /// The next message; no frames when none comes.
+  /// The next message; no frames if none comes.
   louddesk::Frames Next() {
     const auto hasMessage = [this] {
       mClient.ReadPending();
@@ -52,7 +52,7 @@ class Client {
     return frames;
   }
 
-  /// The next message but for republications, which come at any time.
+  /// The next message that is not a republication; those come at any time.
   louddesk::Frames NextAnswer() {
     louddesk::Frames frames = Next();
     while (!frames.empty() && frames.front().find("_Repub_") != std::string::npos)
@@ -154,7 +154,7 @@ TEST_F(MeterSetZeroServiceTest, ClientsOfTheSharedFileGetTheStates) {
   EXPECT_THAT(
       client.NextAnswer(),
       testing::ElementsAre("IOQVHwmLoudnessCmd_0", R"({"Command":"Start","OriginFromFp":false})"));
-  // What follows is no loudness data but the next state.
+  // The next message is the next state, not loudness data.
   EXPECT_THAT(client.Next(), testing::ElementsAre("IOQVHwmLoudnessCmd_Repub_0",
                                                   R"({"Command":"Start","OriginFromFp":false})"));
 }

@@ -1,5 +1,5 @@
-// Packets are dropped where they arrive, so that their senders do not notice: a rule for where they
-// leave would be reported to them.
+// Packets are dropped where they arrive, so that their senders do not notice: a rule for outgoing
+// packets would be reported to the senders.
 
 #include "NetworkHole.h"
 
@@ -17,7 +17,7 @@ namespace {
 constexpr char kFirewall[] = "PATH=$PATH:/usr/sbin:/sbin nft";
 constexpr char kTable[] = "inet loudcalc_hole";
 
-// Handed over as an argument: a pipe to a firewall that is not there would end the test.
+// Passed as an argument: a pipe to a missing firewall program would end the test.
 bool Configure(const std::string& commands) {
   return std::system((std::string(kFirewall) + " '" + commands + "'").c_str()) == 0;
 }

@@ -1,4 +1,4 @@
-// A place of the network in which packets vanish without a word, as behind a pulled cable.
+// A hole in the network in which packets are lost silently, as behind a pulled cable.
 
 #pragma once
 
@@ -14,9 +14,9 @@ class NetworkHole {
   /// What is lost: everything, or what belongs to connections that are established now.
   enum class Scope { kEverything, kPresentConnections };
 
-  /// From now on every packet from or to the endpoints (tcp://ADDRESS:PORT) vanishes, as far as
-  /// `scope` goes. Fails the test when that cannot be done, or when an endpoint has no connection
-  /// that could be lost. REQUIRES: nothing speaks against it.
+  /// From now on every packet from or to the endpoints (tcp://ADDRESS:PORT) is lost, within
+  /// `scope`. Fails the test when that cannot be done, or when an endpoint has no connection that
+  /// could be lost. REQUIRES: there is no obstacle.
   explicit NetworkHole(const std::vector<std::string>& endpoints, Scope scope = Scope::kEverything);
 
   /// Lets packets through again.
@@ -25,6 +25,6 @@ class NetworkHole {
   NetworkHole(const NetworkHole&) = delete;
   NetworkHole& operator=(const NetworkHole&) = delete;
 
-  /// What speaks against holes in this process, in one line; nothing when they can be made.
+  /// Why this process cannot make such holes, in one line; empty if it can.
   static std::string WhyNot();
 };

@@ -1,4 +1,4 @@
-// What a service manager hears of the shipped service.
+// What a service manager receives from the shipped service.
 
 #include <sys/socket.h>
 #include <sys/un.h>

@@ -1,5 +1,5 @@
 // Peers that are late, are killed, stop without closing, or accept and never read: the data keeps
-// its cadence, memory is bounded, and who comes back is served again.
+// its cadence, memory is bounded, and peers that return are served again.
 
 #include "FaultyUnit.h"
 
@@ -25,8 +25,8 @@ void PrintTo(Fault fault, std::ostream* stream) {
   *stream << NameOf(fault);
 }
 
-// Longer than a gap that is left to a busy machine. For a peer that says nothing the service waits
-// three seconds before it tries anew.
+// Longer than the gap allowed for a busy machine. With a silent peer the service waits three
+// seconds before it tries again.
 constexpr std::chrono::milliseconds kAbsence{2500};
 constexpr std::chrono::milliseconds kSilence{4500};
 
@@ -122,8 +122,8 @@ TEST_F(LatePeerTest, LeavesTheDataAloneAndIsServed) {
   ExpectWatchedWell();
 }
 
-// Without any of them nothing is measured: they are late in this process, where they have something
-// to say.
+// Without any of them nothing is measured: they are late in this process, where they can send
+// messages.
 TEST_F(LatePeerTest, AllAtOnceAreServedAndMeasuredFor) {
   ASSERT_NO_FATAL_FAILURE(Start({louddesk::kAllPeers.begin(), louddesk::kAllPeers.end()}));
   Pass(kAbsence);

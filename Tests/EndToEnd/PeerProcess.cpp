@@ -1,6 +1,6 @@
-// Peers of the service in a process of their own, which a test can stop and kill: each argument is
-// "PLACE=ENDPOINT". Publishers publish all the time; every message that comes is told on standard
-// output as "PLACE TEXT". Ends by a signal only.
+// Peers of the service in a separate process, which a test can stop and kill: each argument is
+// "PLACE=ENDPOINT". Publishers publish all the time; every message that arrives is written to
+// standard output as "PLACE TEXT". Ends by a signal only.
 
 #include <czmq.h>
 
@@ -14,8 +14,8 @@
 
 #include "BlockReading.h"
 #include "Endpoints.h"
-#include "Sockets.h"
 #include "SecondComputation.h"
+#include "Sockets.h"
 #include "UnitStandIn.h"
 
 namespace {
@@ -48,7 +48,7 @@ const std::vector<PlaceKind>& Kinds() {
   return kinds;
 }
 
-// Blocks of a level that changes from one to the next, so that the figures never stand still.
+// Blocks of a level that changes from one to the next, so that the figures keep changing.
 Frames NextBlock() {
   static unsigned block = 0;
   const double level = -20.0 - block++ % 8;

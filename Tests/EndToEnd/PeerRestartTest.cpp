@@ -33,7 +33,7 @@ const char* NameOf(Peer peer) {
 /// A service whose peers come and go.
 class PeerRestartTest : public WatchedService {
  protected:
-  /// Expects that the service and the peer hear each other.
+  /// Expects that the service and the peer receive from each other.
   void ExpectConnected(Peer peer) {
     SCOPED_TRACE(NameOf(peer));
     switch (peer) {
@@ -57,7 +57,7 @@ class PeerRestartTest : public WatchedService {
     }
   }
 
-  /// Starts the service anew after its end and expects that each of the peers is connected.
+  /// Starts the service again after its end and expects that each of the peers is connected.
   void ExpectSuccessorServesEveryPeer() {
     ASSERT_NO_FATAL_FAILURE(StartAgain());
     StartMeasuring();

@@ -174,11 +174,11 @@ TEST_P(SpeakerTest, WeighsInTheFigures) {
           ? static_cast<int>(std::lround(10 * (-20 + 10 * std::log10(GetParam().weight))))
           : -990;
   EXPECT_EQ(momentary, figures[1]);
-  // The peak counts even where the power does not.
+  // The peak counts even if the power does not.
   EXPECT_EQ(PeakCode(3000), figures[7]);
 }
 
-// Surrounds weigh 1.41, that is 1.49 dB: -18.5 instead of -20 LKFS.
+// Surrounds have weight 1.41, that is 1.49 dB: -18.5 instead of -20 LKFS.
 INSTANTIATE_TEST_SUITE_P(
     Speakers, SpeakerTest,
     testing::Values(SpeakerCase{"Left", 1}, SpeakerCase{"Right", 1}, SpeakerCase{"Center", 1},
@@ -195,8 +195,7 @@ TEST_F(PresetTest, ChannelsOfTheProgrammeAdd) {
   ExpectData([](const LoudnessMessage& message) { return message.data.TruePeak != -9900; },
              "the peak");
   const std::vector<int> figures = SettledFigures();
-  // Weights 3 x 1 + 0 + 2 x 1.41: 10 log10 5.82 = 7.65 above -30 LKFS, which lies between two
-  // codes.
+  // Weights 3 x 1 + 0 + 2 x 1.41: 10 log10 5.82 = 7.65 above -30 LKFS, which is between two codes.
   EXPECT_THAT(figures[1], testing::AnyOf(-223, -224));
   EXPECT_EQ(PeakCode(6000), figures[7]);
 }
@@ -230,7 +229,7 @@ TEST_F(PresetTest, RepublishedOneBeforeAnyOtherStartsWithoutAProgramme) {
   EXPECT_EQ(kNoFigures, SettledFigures());
 }
 
-// ---- Of another cluster, refused, foreign ----
+// ---- Of another cluster, refused, for others ----
 
 TEST_F(PresetTest, OneOfAnotherClusterMakesTheSourceInvalidUntilAGoodOne) {
   Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
@@ -250,7 +249,7 @@ TEST_F(PresetTest, OneOfAnotherClusterMakesTheSourceInvalidUntilAGoodOne) {
   ExpectNoTransition();
   ExpectNoAnswer();
 
-  // What waited is carried out now; the last command is none.
+  // What waited is carried out now; the last command is None.
   Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   MessageRun reset;
   reset.figures = kNoFigures;

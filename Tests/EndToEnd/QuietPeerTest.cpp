@@ -1,4 +1,4 @@
-// Peers that are well and have nothing to say.
+// Peers that work but send nothing.
 
 #include "LinkTest.h"
 

@@ -29,7 +29,7 @@ class ReportingTest : public RunningService {
     SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json());
   }
 
-  /// The next state but for republications, which come at any time.
+  /// The next state that is not a republication; those come at any time.
   void ExpectState(const std::string& topic, const std::string& json) {
     ExpectThat(NextAnswer(kPatience), topic, json);
   }
@@ -135,7 +135,7 @@ TEST_F(ReportingTest, PresetResetsThenStartsThenPublishes) {
 }
 
 // The tick of the start, between that of the reset and the next, has no data. A busy machine may
-// hold any of these messages up, but not most of them.
+// delay any of these messages, but not most of them.
 TEST_F(ReportingTest, StartTakesATickWithoutData) {
   constexpr std::size_t kRestarts = 7;
   StartMeasuring();

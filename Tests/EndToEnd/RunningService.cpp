@@ -24,7 +24,7 @@ constexpr char kExitLine[] = "LoudCalc exiting...";
 constexpr char kRepublished[] = "_Repub_";
 constexpr char kStoppedState[] = "T";  // in /proc/PID/status
 
-// What the stand-in says while no service publishes.
+// What the stand-in reports while no service publishes.
 constexpr const char* kNoPublishers[] = {"no publisher of loudness data", "no publisher of states"};
 
 // What a clean run never prints: failed assertions, faults of the engine, sockets left over,
@@ -51,7 +51,7 @@ bool Contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-// Whether nobody holds a connection to a service that has ended.
+// Whether no peer has a connection to a service that has ended.
 bool IsForgotten(const louddesk::UnitStandIn& unit) {
   const std::string missing = unit.MissingSubscriptions();
   return !unit.HasSubscribers() &&
@@ -232,12 +232,12 @@ void RunningService::MarkCadence() {
 
 void RunningService::ExpectCadenceKept() {
   constexpr int kEnoughMessages = 5;
-  // Left to a busy machine, ten times what an idle one needs.
+  // Allowed for a busy machine: ten times what an idle one needs.
   constexpr int kMostMissing = 10;
   double missing = 0;
   int messages = 0;
-  // What lies unread is counted first, however much that is: how far the messages are behind shows
-  // at one that had to be waited for, that they are ahead at any.
+  // Unread messages are counted first, however many there are. Only a message that had to be waited
+  // for shows how far they are behind; any message shows that they are ahead.
   for (bool isNew = false; (!isNew || messages < kEnoughMessages) && missing > -kMostMissing;) {
     auto message = mUnit.NextLoudnessData(louddesk::Patience{0});
     isNew = !message;
@@ -263,11 +263,11 @@ void RunningService::ExpectDataEnded() {
 
 void RunningService::ExpectMeasures(double lkfs) {
   mUnit.DropLoudnessData();
-  // Left, right and centre weigh 1, the two surrounds 1.41, the low-frequency effects nothing.
+  // Left, right and centre have weight 1, the two surrounds 1.41, the low-frequency effects 0.
   const double programme = lkfs + 10 * std::log10(3 + 2 * 1.41);
   const int expected = static_cast<int>(std::lround(programme * 10));
   Feed(8, lkfs);  // three blocks of warm-up after a reset, then 400 ms and more of the level
-  // 0.1 LU either way: the expected value may lie beside the border of two codes.
+  // 0.1 LU either way: the expected value may be close to the border between two codes.
   ExpectData([&](const auto& message) { return std::abs(message.data.Momentary - expected) <= 1; },
              "a momentary loudness of " + std::to_string(expected));
 }

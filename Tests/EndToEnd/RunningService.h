@@ -22,7 +22,7 @@
 #include "UnitDocuments.h"
 #include "UnitStandIn.h"
 
-/// Enough for a machine that builds at the same time; only failures ever take so long.
+/// Enough for a machine that builds at the same time; only failures take so long.
 constexpr std::chrono::milliseconds kPatience{20000};
 
 /// Period of the loudness data.
@@ -31,7 +31,7 @@ constexpr std::chrono::milliseconds kPeriod{100};
 /// Speakers of a 5.1 programme on meters 1 to 6.
 const std::vector<std::string>& SurroundSpeakers();
 
-/// What a service finds at its start, apart from its command line.
+/// How a service is started, apart from its command line.
 struct ServiceStart {
   std::map<std::string, std::string> environment;  // on top of the test's
   ProcessOptions options;
@@ -43,7 +43,8 @@ class RunningService : public testing::Test {
   /// Verbs for a service of one meter set and cluster. Nothing is started.
   explicit RunningService(unsigned meterSet = 1, unsigned cluster = 1);
 
-  /// A test whose service still runs ends it: orderly, with status 0 and without a complaint.
+  /// Ends a service that still runs, which must be orderly, with status 0 and without error
+  /// messages.
   void TearDown() override;
 
   /// Opens the unit's peers but `absent`, starts the service and waits until it has subscribed to
@@ -53,18 +54,18 @@ class RunningService : public testing::Test {
   /// Starts the service alone.
   void StartProcess(const ServiceStart& start = {});
 
-  /// Starts the service in the place of one that has ended, once every peer and client knows of
-  /// that end, and waits as Start does: what is sent then reaches the new one. Drops the data and
-  /// the states of the last one.
+  /// Starts the service again after one has ended, when every peer and client has noticed that end,
+  /// and waits as Start does, so that messages then reach the new one. Drops the data and the
+  /// states of the last one.
   void StartAgain(const ServiceStart& start = {});
 
-  /// Lets time pass, while everything that comes is read.
+  /// Waits while everything that arrives is read.
   void Pass(std::chrono::milliseconds time);
 
-  /// Stops a process and waits until it stands still.
+  /// Stops a process and waits until it is stopped.
   void Suspend(ServiceProcess& process);
 
-  /// Switches reporting and waits until the service has taken it.
+  /// Switches reporting and waits until the service has handled that.
   void EnableReporting(bool enable = true);
 
   /// Publishes a preset, a configuration, a command from the application server.
@@ -75,12 +76,13 @@ class RunningService : public testing::Test {
   /// Waits for an acknowledgement of `command` and drops the states before it.
   void ExpectAcknowledgement(const std::string& command);
 
-  /// The next message of the state publisher that is no republication, or that is one: those come
-  /// every fifth second, between whatever else is published. The others before it are dropped.
+  /// The next message of the state publisher that is not a republication, or that is one.
+  /// Republications come every fifth second between other messages. Messages of the other kind
+  /// before it are dropped.
   std::optional<louddesk::StateMessage> NextAnswer(louddesk::Patience patience);
   std::optional<louddesk::StateMessage> NextRepublication(louddesk::Patience patience);
 
-  /// Heartbeats that have come and were not taken.
+  /// Heartbeats that have arrived and were not yet read.
   int TakeHeartbeats();
 
   /// Enables reporting, sends a 5.1 preset and waits until data flows.
@@ -96,16 +98,16 @@ class RunningService : public testing::Test {
   /// Expects that from now on a message comes every 100 ms.
   void ExpectCadence();
 
-  /// The same over a stretch of any length that something may disturb: between the two calls no
-  /// loudness data may be taken. A tick that the next one overtakes is left out, so that a busy
-  /// machine costs a few; a service that publishes nothing for over a second fails.
+  /// The same for a period of any length with disturbances. Between the two calls no loudness data
+  /// may be read. A busy machine may skip a few ticks; a service that publishes nothing for over a
+  /// second fails.
   void MarkCadence();
   void ExpectCadenceKept();
 
   /// Expects that no message comes for a while of several periods.
   void ExpectNoData();
 
-  /// The same where the publishing has just ended: what was on its way is dropped.
+  /// The same where the publishing has just ended: messages on their way are dropped.
   void ExpectDataEnded();
 
   /// Feeds blocks of a level that was not there before and expects to see it.

@@ -9,7 +9,7 @@ using louddesk::Peer;
 
 class ServiceTerminalTest : public TerminalService {};
 
-// A terminal in the mode `tostop` stops who writes to it from the background.
+// A terminal in the mode `tostop` stops processes that write to it from the background.
 TEST_F(ServiceTerminalTest, OutputFromTheBackgroundStopsNothing) {
   mUnit.OpenAll();
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(160, 50));

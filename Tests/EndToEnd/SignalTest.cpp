@@ -1,5 +1,5 @@
-// Signals that mean nothing to the service, its suspension, and its end by a signal at any moment
-// from its first instruction on.
+// Signals that the service ignores, its suspension, and its end by a signal at any moment from its
+// first instruction on.
 
 #include <algorithm>
 #include <atomic>
@@ -79,7 +79,7 @@ TEST_F(SuspensionTest, ResumedServiceSendsOneLateMessageAndThenKeepsItsGrid) {
   const auto periods = static_cast<std::size_t>((Clock::now() - resumption) / kPeriod);
   RecordFigure("messages_in_1500_ms", static_cast<double>(messages));
   RecordFigure("heartbeats_in_1500_ms", static_cast<double>(beats));
-  // One that is late and one at the end of the stretch, which is as long as the machine makes it; a
+  // One that is late, and one at the end of the period, whose length depends on the machine. A
   // burst would be 33 more, and 3.
   EXPECT_LE(messages, periods + 2);
   EXPECT_GE(messages, 5u);
@@ -89,8 +89,8 @@ TEST_F(SuspensionTest, ResumedServiceSendsOneLateMessageAndThenKeepsItsGrid) {
   ExpectCadence();
 }
 
-/// How long the service may take from a signal to its end, in ms: as promised, but for a sanitizer
-/// in the way; and on the busiest machine.
+/// How long the service may take from a signal to its end, in ms: as promised, except under a
+/// sanitizer; and on the busiest machine.
 #ifdef __SANITIZE_ADDRESS__
 constexpr double kMostOfTheMedian = 600;
 #else
@@ -149,7 +149,7 @@ class EndingSignalTest : public FaultyUnit, public testing::WithParamInterface<N
   }
 
  private:
-  /// An idle machine takes some milliseconds. A busy one may hold any end up, but not most of them.
+  /// An idle machine takes some milliseconds. A busy one may delay any end, but not most of them.
   void ExpectPromptEnds() {
     std::sort(mTimes.begin(), mTimes.end());
     const double median = mTimes[mTimes.size() / 2];
@@ -165,7 +165,7 @@ class EndingSignalTest : public FaultyUnit, public testing::WithParamInterface<N
 TEST_P(EndingSignalTest, IsObeyedFromTheFirstInstructionOn) {
   constexpr int kDelays = 50;  // ms, by which the start is over
   ServiceStart start;
-  // One that comes before main is kept until main asks for it.
+  // A signal before main stays pending until main unblocks it.
   start.options.blockedSignals = {SIGTERM, SIGINT};
   for (int delay = 0; delay <= kDelays; ++delay) {
     SCOPED_TRACE(std::to_string(delay) + " ms");

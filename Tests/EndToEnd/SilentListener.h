@@ -1,5 +1,4 @@
-// A place in which somebody listens whom nothing can be got out of: connections are accepted by the
-// kernel and nobody ever reads them.
+// A listener that never answers: the kernel accepts connections, but they are never read.
 
 #pragma once
 

@@ -1,5 +1,5 @@
-// Peers that are away for longer than any queue lasts: a thousand heartbeats take a thousand
-// seconds. Not among the tests of every day; the label is `soak`.
+// Peers that are away for longer than the queues last: a thousand heartbeats take a thousand
+// seconds. Not among the daily tests; the label is `soak`.
 
 #include "FaultyUnit.h"
 

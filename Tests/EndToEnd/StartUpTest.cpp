@@ -31,8 +31,8 @@ std::string UsageText() {
 
 using Arguments = std::vector<std::string>;
 
-/// Runs the service to its end, which must come by itself with status 1, and returns what it wrote
-/// to the error stream.
+/// Runs the service, which must end with status 1 without a signal, and returns what it wrote to
+/// standard error.
 std::string ErrorsOfRefusedStart(const Arguments& arguments,
                                  const std::map<std::string, std::string>& environment = {}) {
   ServiceProcess service(LOUDCALC_BINARY, arguments, environment);

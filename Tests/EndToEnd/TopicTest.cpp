@@ -25,7 +25,7 @@ Speech Enabled(const std::string& payload, bool isOn) {
           {}};
 }
 
-/// The topics that have no test of their own.
+/// The topics without their own test.
 class TopicTest : public WatchedService {
  protected:
   void SetUp() override { ASSERT_NO_FATAL_FAILURE(StartWatched()); }
@@ -85,8 +85,8 @@ TEST_F(TopicTest, ReportingThatIsOffStopsDataAndWhatWaitsIsCarriedOutLater) {
   EnableReporting();
   ExpectTransitions({"0x108 --> 0x100"});
   ExpectAcknowledged("Pause");
-  // What was measured meanwhile is what is frozen: -30 LKFS a channel, weights 3 x 1 + 2 x 1.41:
-  // 10 log10 5.82 = 7.65 above it, which lies between two codes.
+  // The figures measured until then are frozen: -30 LKFS a channel, weights 3 x 1 + 2 x 1.41: 10
+  // log10 5.82 = 7.65 above it, which is between two codes.
   EXPECT_THAT(SettledFigures()[1], testing::AnyOf(-223, -224));
   EXPECT_NE(measured, SettledFigures());
   ExpectCadence();
@@ -145,7 +145,7 @@ TEST_F(TopicTest, RawDataOfALongerTopicIsMeasuredToo) {
       std::string(reinterpret_cast<const char*>(block.powers.data()), sizeof block.powers), "x"};
   for (int i = 0; i < 4; ++i)
     mUnit.SendFrames(Peer::kSignalProcessor, frames);
-  // 7.65 above -40 LKFS, which lies between two codes.
+  // 7.65 above -40 LKFS, which is between two codes.
   ExpectData(
       [](const LoudnessMessage& message) {
         return message.data.Momentary == -323 || message.data.Momentary == -324;

@@ -1,5 +1,5 @@
-// The boundary that the packaged files draw around the sockets: what they say, played with
-// processes of other users. Needs the right to change users, which a container may lack.
+// The access rules of the packaged files for the sockets, tested with processes of other users.
+// Needs the right to change users, which a container may lack.
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -23,7 +23,7 @@ using louddesk::Peer;
 
 constexpr char kDirectory[] = "/run/shm/mq";
 
-// Numbers that nobody else has; the first stands for the group of the packaged files.
+// Numbers that are not in use; the first is the group of the packaged files.
 constexpr char kGroup[] = "4711";
 constexpr char kServiceUser[] = "4712";
 constexpr char kMember[] = "4713";

@@ -1,5 +1,5 @@
 // Two services of the same meter set and cluster: the second takes over the files of the
-// publishers; who is connected to the first stays with it. Neither minds the other.
+// publishers; clients of the first stay connected to it. Neither disturbs the other.
 
 #include <csignal>
 
@@ -32,8 +32,8 @@ class TwinServiceTest : public FaultyUnit {
     FaultyUnit::TearDown();
   }
 
-  /// Makes the service of this client measure. Its subscriptions are those that the first service
-  /// has already, so nobody tells when they have come: what it needs is sent until data comes.
+  /// Makes the service of this client measure. Its subscriptions are the same as those of the first
+  /// service, so their arrival cannot be seen: messages are repeated until data arrives.
   bool StartsMeasuring(DataClient& client) {
     const auto end = std::chrono::steady_clock::now() + kPatience;
     do {
@@ -46,7 +46,7 @@ class TwinServiceTest : public FaultyUnit {
     return false;
   }
 
-  /// Ends one of the services and expects that it minds nothing.
+  /// Ends one of the services and expects that it reports no errors.
   void ExpectEndOf(std::unique_ptr<ServiceProcess>& service) {
     mService = std::move(service);
     ExpectCleanEnd(SIGTERM);
@@ -89,7 +89,7 @@ TEST_F(TwinServiceTest, EndOfTheFirstLeavesTheSecondToNewClients) {
   EXPECT_TRUE(GetsData(*mNewClient));
   DataClient newest(louddesk::DataPublisherFile(1, 1));
   EXPECT_TRUE(GetsData(newest));
-  // Also the client of the first comes over.
+  // The client of the first also connects to the new file.
   EXPECT_TRUE(OldClientGetsData());
 }
 
@@ -100,7 +100,7 @@ TEST_F(TwinServiceTest, EndOfTheSecondLeavesTheFirstToItsOldClientsOnly) {
   DataClient newest(louddesk::DataPublisherFile(1, 1));
   EXPECT_FALSE(GetsData(newest, 5 * kPeriod));
 
-  // A start over cures it.
+  // A restart ends this state.
   ExpectEndOf(mFirst);
   ASSERT_NO_FATAL_FAILURE(StartAgain());
   StartMeasuring();

@@ -159,7 +159,7 @@ Speech WatchedService::Hear(Peer peer) {
   return speech;
 }
 
-// A refused command is told on standard output, an unknown topic on standard error.
+// A refused command is reported on standard output, an unknown topic on standard error.
 void WatchedService::SendMark(Peer peer, const std::string& mark) {
   const std::string commandTopic = louddesk::TopicFor(kCommandTopicPrefix, mUnit.MeterSet());
   const std::string unknownTopic = kAppLoudnessCommandTopic + mark;

@@ -1,4 +1,4 @@
-// A running service of which every line and every message is told exactly.
+// A running service of which every line and every message is compared exactly.
 
 #pragma once
 
@@ -48,11 +48,11 @@ class WatchedService : public RunningService {
  protected:
   using RunningService::RunningService;
 
-  /// Starts as RunningService and takes no notice of what is said up to then.
+  /// Starts like RunningService and drops all output up to then.
   void StartWatched();
 
   /// Waits until the service has handled everything that the text peer `peer` sent, and returns
-  /// what it wrote since the last call. Every levelled line must have come to the log sink too. For
+  /// what it wrote since the last call. Every levelled line must have reached the log sink too. For
   /// the meter sets 0 and 1, whose services have a topic on which a refusal can be provoked.
   Speech Hear(louddesk::Peer peer = louddesk::Peer::kMainAppServer);
 
@@ -60,14 +60,14 @@ class WatchedService : public RunningService {
   /// service write.
   Speech SayTo(const std::string& topic, const std::optional<std::string>& payload);
 
-  /// Expects that the next lines of the action machine tell exactly these changes, for example
+  /// Expects that the next lines of the action machine report exactly these changes, for example
   /// "0x103 --> 0x101".
   void ExpectTransitions(const std::vector<std::string>& changes);
 
-  /// Expects that the action machine told nothing since the last expected change.
+  /// Expects that the action machine reported nothing since the last expected change.
   void ExpectNoTransition();
 
-  /// Takes no notice of what the action machine has told so far.
+  /// Drops what the action machine has reported so far.
   void ForgetTransitions();
 
   /// Expects that the next answer has exactly this topic and text.
@@ -91,7 +91,7 @@ class WatchedService : public RunningService {
   /// Text of a published configuration that came as `json` from the user `user`.
   std::string Envelope(const std::string& json, unsigned user) const;
 
-  /// Figures that do not change any more: those of two messages in a row.
+  /// Stable figures: those of two equal messages in a row.
   std::vector<int> SettledFigures();
 
   /// The loudness messages not taken yet and those to come: until three of the kind of `last` came

@@ -11,7 +11,7 @@ using testing::Optional;
 
 using Topics = std::set<std::string>;
 
-/// Topics of every text peer, spelled out; `meterSet` counts only where it has topics of its own.
+/// Topics of every text peer, spelled out; `meterSet` counts only if it has its own topics.
 Topics TextTopicsOf(unsigned meterSet) {
   Topics topics = {"HbSysStatusEvent", "HbAppCmd", "HwmStatusOrRequest", "AppLoudnessCmd",
                    "QVProbeOptInputDataCmd"};
@@ -109,7 +109,7 @@ TEST_F(MeterSetOneTest, MeasuresWithoutLogSinkAndProcessMonitor) {
   ASSERT_NO_FATAL_FAILURE(Start(
       {Peer::kLogSink, Peer::kProcessMonitor, Peer::kHeartbeatReceiver, Peer::kHardwareManager}));
   StartMeasuring();
-  // More lines than any queue towards the absent sink holds.
+  // More lines than the queue for the absent sink holds.
   for (int i = 0; i < 5000; ++i)
     mUnit.SendText(Peer::kMainAppServer, "AppLoudnessCmd", std::string("{}"));
   ExpectCadence();

@@ -1,4 +1,4 @@
-// Console streams that never wait, in processes of their own: the streams are replaced for good.
+// Console streams that never wait, in child processes: the streams cannot be restored.
 
 #include "Console.h"
 
@@ -31,12 +31,12 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-// What the next question for room is answered, given the right answer.
+// Replaces the result of the next poll for room.
 std::function<int(int)> gAnswer;
 
 }  // namespace
 
-// In the place of the C library's.
+// Replaces the C library's.
 extern "C" int poll(pollfd* items, nfds_t count, int timeoutMs) {
   const timespec timeout = {timeoutMs / 1000, timeoutMs % 1000 * 1000000L};
   const int ready = ppoll(items, count, timeoutMs < 0 ? nullptr : &timeout, nullptr);
@@ -64,7 +64,7 @@ Channel Pipe() {
   return {ends[0], ends[1]};
 }
 
-// Nobody else can find it.
+// No other process can find it.
 Channel NamedPipe() {
   char directory[] = "/tmp/ConsoleTestXXXXXX";
   EXPECT_NE(mkdtemp(directory), nullptr);
@@ -102,8 +102,8 @@ int OpenAgain(int fd, int flags) {
   return open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
 }
 
-// Makes the channel that of another user to this process: it can be written to, but not opened.
-// Root without privileges is a user like all others, and there is one in every namespace.
+// Makes the channel look like that of another user: it can be written to, but not opened. Root
+// without privileges is an ordinary user, and exists in every namespace.
 void Estrange(int fd) {
   EXPECT_EQ(fchmod(fd, 0), 0);
   __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
@@ -190,7 +190,7 @@ void Await(const Channel& channel) {
   EXPECT_EQ(read(channel.in, &byte, 1), 1);
 }
 
-// What `work`, in a child, prints on standard output; nobody reads before its end.
+// What `work` prints on standard output in a child, read only after its end.
 std::string PrintedTo(const Channel& channel, const std::function<void()>& work) {
   ExpectSuccess(Start(STDOUT_FILENO, channel.out, work));
   close(channel.out);
@@ -262,7 +262,7 @@ const auto kNameOfCase = [](const auto& test) { return std::string(test.param.na
 
 class UnreadTest : public ChannelTest {};
 
-// The child ends while nobody has read anything: it never waited.
+// The child ends before anything is read, so it never waited.
 TEST_P(UnreadTest, FullChannelLosesLinesInsteadOfWaiting) {
   StartWriter([] { PrintLines(stderr, kUnreadLines); });
   ExpectSuccess(mChild);
@@ -403,7 +403,7 @@ bool KernelWritesToPipesWithoutWaiting() {
   return result;
 }
 
-// Between the question and the write another process could take the room.
+// Between the poll and the write another process could take the room.
 TEST(ConsoleTest, RoomIsNotAskedForWhereTheKernelCanWriteWithoutWaiting) {
   if (!KernelWritesToPipesWithoutWaiting())
     GTEST_SKIP() << "NOT TESTED: this kernel always waits for room in a pipe";
@@ -431,7 +431,7 @@ TEST(ConsoleTest, InterruptedQuestionForRoomIsAskedAgain) {
   EXPECT_EQ(text, "line\n");
 }
 
-// Both streams want the last room of the same pipe.
+// Both streams write into the last room of the same pipe.
 TEST(ConsoleTest, RoomThatTheOtherStreamTakesFirstIsNotWaitedFor) {
   const Channel pipe = NamedPipe();
   ASSERT_NE(fcntl(pipe.out, F_SETPIPE_SZ, PIPE_BUF), -1);
@@ -447,7 +447,7 @@ TEST(ConsoleTest, RoomThatTheOtherStreamTakesFirstIsNotWaitedFor) {
         std::fputs(line.c_str(), stderr);
         Pass(done);
       });
-      // Time for the other to go ahead, which it must not.
+      // Time for the other to overtake, which it must not.
       pollfd item = {done.in, POLLIN, 0};
       EXPECT_EQ(poll(&item, 1, 200), 0);
       return ready;

@@ -439,7 +439,7 @@ TEST_F(HeartBeaterTest, SignalAtAnyFrameLosesNone) {
   EXPECT_EQ((Frames{"HbReqRepubSysStatus"}), monitor.Next());
 }
 
-// The monitor is absent; each attempt to connect is something to take note of.
+// The monitor is absent; each attempt to connect is an event.
 TEST_F(HeartBeaterTest, SendsTakeNoteOfWhatHappensToTheLink) {
   SetBeat();
   ASSERT_TRUE(client_->ConnectMqOverIpc());

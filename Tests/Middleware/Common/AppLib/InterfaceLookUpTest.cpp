@@ -1,4 +1,4 @@
-// Look-ups of an interface's addresses. They ask about the loopback device and are held against
+// Look-ups of an interface's addresses. They ask about the loopback device and are compared with
 // the system's list of interfaces.
 
 #include <arpa/inet.h>
@@ -133,7 +133,7 @@ bool GiveMac(const char* name, const Mac& mac) {
   return Configure(SIOCSIFHWADDR, request);
 }
 
-// Takes away every further file descriptor while it lives.
+// Uses up all file descriptors during its lifetime.
 class NoMoreDescriptors {
  public:
   NoMoreDescriptors() {
@@ -154,7 +154,7 @@ std::ptrdiff_t OpenDescriptors() {
   return std::distance(begin(files), end(files));
 }
 
-// One question about the address of an interface and what came of it.
+// One query for the address of an interface and its result.
 struct AddressLookUp {
   explicit AddressLookUp(const char* name) {
     std::memset(address, 'x', sizeof address);
@@ -279,7 +279,7 @@ TEST(GetInterfaceAddressFromIoctlTest, MissingBufferAborts) {
 
 TEST(GetMacFromIoctlTest, AddressOfEveryInterfaceIsTheListedOne) {
   const Mac mac = {0x02, 0xfc, 0x0a, 0x9b, 0xc1, 0xde};
-  // An address of its own for the loopback device, whose usual one is zero.
+  // A hardware address for the loopback device, whose usual one is zero.
   ASSERT_TRUE(!HasOwnNamespaces() || GiveMac(kLoopback, mac));
   const std::vector<ListedMac> listed = ListedMacs();
   ASSERT_FALSE(listed.empty());

@@ -1,4 +1,4 @@
-// Publisher sockets: binding, the two message shapes and what failures leave behind.
+// Publisher sockets: binding, the two kinds of messages, and the state after failures.
 
 #include "MqPubHandler.h"
 
@@ -28,8 +28,8 @@ constexpr char kUnit[] = "MqPubHandler";
 constexpr char kIpcName[] = "mqPubHandlerTest.ipc";
 constexpr char kLocalHost[] = "127.0.0.1";
 
-// A TCP port that was free a moment ago. Found with a socket of the system, which is gone when
-// closed.
+// A TCP port that was free a moment ago. Found with a socket of the system, which releases the port
+// when closed.
 std::uint32_t FreePort() {
   sockaddr_in address{};
   socklen_t size = sizeof address;
@@ -108,7 +108,7 @@ TEST_F(MqPubHandlerTest, ExistingSocketIsBoundAndReturned) {
   EXPECT_EQ(ZMQ_XPUB, zsock_type(socket_));
 }
 
-// Waits until the library tells of a connection of `socket` that was closed.
+// Waits until the library reports a closed connection of `socket`.
 bool AwaitDisconnection(zactor_t* monitor) {
   zsock_set_rcvtimeo(zactor_sock(monitor), mqtest::kDeadlineMs);
   char* event = zstr_recv(monitor);

@@ -1,5 +1,5 @@
 // Links of a reactor that are lost while messages wait to be read. The library aborts when the link
-// of a message that is half read goes, and what has come over a link is lost with it.
+// of a partly read message is closed, and messages that arrived over a link are lost with it.
 
 #include <gtest/gtest.h>
 
@@ -64,7 +64,7 @@ class MqReactorLinkTest : public testing::Test {
 
   void Read() { MqReactor::ReaderCallback(reactor_.mpLoop, reactor_.mpSock, &reactor_); }
 
-  // Reads and tends the links, as a loop does, until the publisher hears of the new link.
+  // Reads and tends the links, as a loop does, until the publisher sees the new link.
   bool IsRenewed() {
     const std::int64_t end = zclock_mono() + mqtest::kDeadlineMs;
     while (!publisher_->HasChange() && zclock_mono() < end) {
@@ -85,7 +85,7 @@ TEST_F(MqReactorLinkTest, MessageThatIsHalfReadIsReadToItsEndFirst) {
   ASSERT_TRUE(mqtest::AwaitMessage(reactor_.mpSock));
   Read();
   BreakTheLink();
-  // Longer than the link is left alone for the sake of messages that wait.
+  // Longer than a link is kept because messages wait.
   TendFor(kMqBusyLinkPatienceMs + kMqLostLinkPatienceMs);
   Read();
   EXPECT_NE(0, zsock_rcvmore(reactor_.mpSock)) << "still in the middle of the message";

@@ -30,7 +30,7 @@ constexpr char kMissing[] = "(null)";
 constexpr bool kText = false;
 constexpr bool kBinary = true;
 
-// What the handlers got and what they are to return; 0 when nothing is left.
+// What the handlers received and what they return; 0 when the list is empty.
 std::vector<Frames> gMessages;
 std::deque<int> gResults;
 
@@ -262,7 +262,7 @@ TEST_F(MqReactorLoopTest, HandlerMayCloseTheSockets) {
   EXPECT_FALSE(reactor_->IsValidReactor());
 }
 
-// Without a complaint, and without a poll of a socket that is no longer there.
+// Without an error message, and without polling a destroyed socket.
 TEST_F(MqReactorLoopTest, HandlerMayCloseTheSocketsAndGoOn) {
   gReactorToClose = reactor_.get();
   reactor_->SetReactorReader([](const char*, const char*) {
@@ -564,7 +564,8 @@ TEST_F(MqReactorLoopTest, HandlerMayEndAnotherTimerThatIsDue) {
   }
 }
 
-// Adds two timers, one that ends by itself and one that it ends, and makes room for the next two.
+// Adds two timers, one that is over after its last tick and one that it ends, and makes room for
+// the next two.
 int AddTwoTimers(zloop_t*, int, void* argument) {
   auto& ender = *static_cast<Ender*>(argument);
   ender.reactor->AddTimer(CountCall, &ender.calls, 0, 1);
@@ -604,7 +605,7 @@ TEST_F(MqReactorLoopTest, WithoutTimersTheLimitIsLeftAlone) {
 
 // ----- links that nobody tends
 
-// Ends the loop when it has taken note of enough.
+// Ends the loop when it has read enough events.
 int EndAfterEvents(zloop_t*, int, void*) {
   return faults::Count(Call::EventReceive) > 100 ? -1 : 0;
 }
@@ -760,7 +761,7 @@ TEST_F(MqReactorLoopTest, StraySignalsDoNotEndTheLoop) {
 }
 
 TEST_F(MqReactorLoopTest, LoopWhoseSocketsAreGoneEnds) {
-  // Anything but a signal that makes CZMQ's loop return must not make ours spin.
+  // If CZMQ's loop returns for another reason than a signal, ours must not spin.
   faults::Fail(Call::LoopStart, 1, ETERM);
   EXPECT_TRUE(Run());
   EXPECT_EQ(1, faults::Count(Call::LoopStart));

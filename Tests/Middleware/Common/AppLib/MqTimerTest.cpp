@@ -1,4 +1,4 @@
-// Timers on their grid, driven by a real loop.
+// Timers that skip late ticks, driven by a real loop.
 
 #include "MqTimer.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Takes down when it is called and, on the call with number `stallAt`, holds up the loop.
+// Records when it is called and, on the call with number `stallAt`, delays the loop.
 struct Recorder {
   std::vector<std::int64_t> ticks;  // ms of the monotonic clock
   zloop_t* loop = nullptr;          // of the last call
@@ -63,7 +63,7 @@ TEST(MqTimerTest, TicksThatTheNextOneHasOvertakenAreLeftOut) {
   recorder.enough = 5;
   RunLoop(recorder, kPeriod, 0);
   ASSERT_EQ(recorder.ticks.size(), 5u);
-  // Ten ticks fell due in the stall. The last is made at once; those before it are not.
+  // Ten ticks were due during the delay. The last is made at once; those before it are skipped.
   EXPECT_GE(recorder.ticks[2] - recorder.ticks[1], recorder.stall);
   EXPECT_GE(recorder.ticks[4] - recorder.ticks[2], kPeriod);
 }
@@ -76,7 +76,7 @@ TEST(MqTimerTest, GridOutlastsAStall) {
   const std::int64_t start = zclock_mono();
   RunLoop(recorder, kPeriod, 0);
   ASSERT_EQ(recorder.ticks.size(), 4u);
-  // Ticks 1 and 4 (made late), 5 and 6 of the grid that began with the timer.
+  // Ticks 1 and 4 (late), 5 and 6 of the timer's schedule.
   EXPECT_GE(recorder.ticks[3], start + 6 * kPeriod);
 }
 

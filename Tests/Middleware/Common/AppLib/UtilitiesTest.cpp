@@ -331,8 +331,8 @@ TEST_F(DirectoryTest, RegularFileInTheWayIsNoDirectory) {
   EXPECT_EQ(errno, ENOTDIR);
 }
 
-// A link that leads nowhere is the one thing that stat does not see and mkdir finds in its way, as
-// it finds the directory of a faster creator.
+// A dangling link is invisible to stat but makes mkdir fail, like a directory that another process
+// has just made.
 TEST_F(DirectoryTest, WhatAppearsBetweenLookingAndMakingCountsAsMade) {
   EXPECT_EQ(do_mkdir(MakeLink("nowhere").c_str(), 0777), 0);
 }

@@ -18,8 +18,8 @@ rapidjson::Document Parsed(const std::string& text) {
   return document;
 }
 
-/// What `json::Read` makes of one JSON value, nothing when it refuses. A refused value must leave
-/// the target as it was.
+/// The result of `json::Read` for one JSON value; nothing if it refuses. A refused value must not
+/// change the target.
 template <typename Target>
 std::optional<Target> ReadValue(const std::string& jsonValue, Target before) {
   const rapidjson::Document document = Parsed("{\"Key\":" + jsonValue + "}");

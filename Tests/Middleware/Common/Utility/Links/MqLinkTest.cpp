@@ -1,4 +1,4 @@
-// Links that ZeroMQ gives up, and those that it does not, over real sockets.
+// Links that ZeroMQ abandons, and those that it renews, over real sockets.
 
 #include "MqLink.h"
 
@@ -22,7 +22,7 @@ using testing::IsEmpty;
 
 constexpr char kTopic[] = "Topic";
 
-// A SUB socket under watch, and a TCP place whose holder changes.
+// A watched SUB socket, and a TCP endpoint with changing peers.
 class MqLinkTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -38,7 +38,7 @@ class MqLinkTest : public testing::Test {
     zsock_destroy(&mPeer);
   }
 
-  // Puts a peer of a type into the place, once the one before has left it; the first one chooses
+  // Binds a peer of a type to the endpoint after the previous one is closed. The first one chooses
   // the port.
   void BindPeer(int type) {
     zsock_destroy(&mPeer);
@@ -91,8 +91,8 @@ class MqLinkTest : public testing::Test {
 
 const std::string kSubscription = std::string("\1") + kTopic;
 
-// Each stands in for the one above it where that does not reach: a peer that no longer answers, one
-// that never has, a kernel that knows more than the library.
+// Each covers a case that the one above does not: a peer that no longer answers, one that never
+// did, and a dead connection that only the kernel notices.
 TEST(MqPrepareLinkTest, VanishedPeersAreNoticedInSeveralWays) {
   for (const int type : {ZMQ_SUB, ZMQ_PUSH}) {
     for (const bool isOverTcp : {true, false}) {
@@ -282,7 +282,7 @@ TEST_F(MqLinkTest, TakingNoteRenewsNothing) {
   const std::int64_t end = zclock_mono() + 2 * kMqLostLinkPatienceMs;
   while (zclock_mono() < end)
     mWatch.TakeNote();
-  // Known to be lost for long enough, it is renewed at once.
+  // Lost for long enough, it is renewed at once.
   mWatch.Tend([this](const char* endpoint) { mRenewed.emplace_back(endpoint); });
   EXPECT_THAT(mRenewed, ElementsAre(mEndpoint));
 }

@@ -1,4 +1,4 @@
-// Files of bound sockets that somebody removes or replaces.
+// Files of bound sockets that are removed or replaced.
 
 #include "MqListenerFile.h"
 
@@ -20,7 +20,7 @@ using mqtest::Subscriber;
 
 constexpr char kName[] = "mqListenerFileTest/listener.ipc";
 
-// A publisher in a directory of its own, and a client that came in time.
+// A publisher in its own directory, and a client that connected before.
 class MqListenerFileTest : public testing::Test {
  protected:
   MqListenerFileTest() {
@@ -44,7 +44,7 @@ class MqListenerFileTest : public testing::Test {
     return socket;
   }
 
-  // News of a file that has been missed before.
+  // News of a file that was already missing.
   MqFileNews SecondLook() {
     EXPECT_EQ(MqFileNews::kNone, file_.Tend());
     return file_.Tend();
@@ -145,7 +145,7 @@ TEST_F(MqListenerFileTest, ListenersDoNotPileUp) {
     ASSERT_EQ(MqFileNews::kBoundAnew, SecondLook());
     ASSERT_EQ(MqFileNews::kNone, file_.Tend());
   }
-  // The library closes them in the background, and the client comes over.
+  // The library closes them in the background, and the client connects to the new file.
   for (int waited = 0; openFiles() > before + MqListenerFile::kMostListeners; waited += 10) {
     ASSERT_LT(waited, mqtest::kDeadlineMs) << openFiles() - before << " files more";
     zclock_sleep(10);

@@ -1,4 +1,4 @@
-// What clients can make a bound socket take.
+// Limits on what clients can send to a bound socket.
 
 #include "MqListener.h"
 
@@ -84,7 +84,7 @@ class MqListenerTest : public testing::Test {
   }
   ~MqListenerTest() override { zsock_destroy(&listener_); }
 
-  // The topic of the next subscription; none when the client leaves before.
+  // The topic of the next subscription; none if the client leaves first.
   std::optional<std::string> NextSubscription() {
     const mqtest::Frames frames = mqtest::Receive(listener_);
     if (frames.empty() || frames[0].empty() || frames[0][0] != '\1')

@@ -1,4 +1,4 @@
-// Calls of the library that signals interrupt, as it tells.
+// Calls of the library that report an interruption by a signal.
 
 #include "MqSupport.h"
 

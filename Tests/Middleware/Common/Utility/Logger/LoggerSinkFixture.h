@@ -63,7 +63,7 @@ class LoggerSinkTest : public testing::Test {
     faults::Reset();
     mqtest::Console console;
     Logger::DeleteInstance();
-    // Sockets end in the background; those of the next test shall not meet them.
+    // Sockets are closed in the background; the next test must not meet them.
     zsys_shutdown();
   }
 
@@ -80,7 +80,8 @@ class LoggerSinkTest : public testing::Test {
     mpLogger->mConsoleAttached = true;
   }
 
-  // Sends numbers that nobody takes until one is refused; how many were not, at most kMostMessages.
+  // Sends numbers that are not read until one is refused. Returns how many were not refused, at
+  // most kMostMessages.
   int FillQueue() {
     int sent = 0;
     while (sent < kMostMessages && Send(std::to_string(sent)))

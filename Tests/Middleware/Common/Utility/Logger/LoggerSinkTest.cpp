@@ -1,4 +1,4 @@
-// What the log sink receives of the logger's messages and what happens while it does not take them.
+// What the log sink receives, and what happens while it does not read.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -94,7 +94,7 @@ TEST_F(LoggerSinkTest, StormOfSignalsLosesNoMessage) {
       [&] { EXPECT_EQ(sink.NextText(), std::to_string(received++)); });
 }
 
-// The sink is absent; each attempt to connect is something to take note of.
+// The sink is absent; each attempt to connect is an event.
 TEST_F(LoggerSinkTest, MessagesTakeNoteOfWhatHappensToTheLink) {
   AttachQuietly();
   faults::Reset();
@@ -270,7 +270,7 @@ TEST_F(LoggerSinkTest, LateSinkGetsWhatWasKeptInOrderAndThenWhatIsNew) {
   EXPECT_EQ(sink.NextText(), "new");
 }
 
-// How much the sink's own queue and the system take before the logger's queue fills varies.
+// How much the sink's own queue and the system hold before the logger's queue fills varies.
 TEST_F(LoggerSinkTest, StalledSinkDoesNotHoldTheLoggerUp) {
   Sink sink(kIpcEndpoint);
   AttachQuietly();

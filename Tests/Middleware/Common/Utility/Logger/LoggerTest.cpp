@@ -1,4 +1,4 @@
-// The logger: lines on the console, by way of the levelled calls, notifications and plain lines.
+// The logger: console lines of the levelled calls, notifications and plain lines.
 
 #include "Logger.h"
 
@@ -85,7 +85,7 @@ class LoggerTest : public testing::Test {
   Logger* mpLogger = nullptr;
 };
 
-// Standard error as a socket that keeps every write apart from the next one.
+// Standard error as a socket that preserves the boundaries of writes.
 class WritesToErrors {
  public:
   WritesToErrors() : saved_(dup(STDERR_FILENO)) {
@@ -112,7 +112,7 @@ class WritesToErrors {
   int ends_[2] = {-1, -1};
 };
 
-// A stream whose other end shows what has been written out of its buffer.
+// A stream whose other end shows what has left its buffer.
 class BufferedStream {
  public:
   BufferedStream() {
@@ -140,7 +140,7 @@ class BufferedStream {
   FILE* stream_ = nullptr;
 };
 
-// Ends the process as a service that forgets to detach.
+// Ends the process like a service that does not detach.
 void ExitWithAttachedSink() {
   dup2(STDERR_FILENO, STDOUT_FILENO);
   Logger::GetInstance()->AttachMqOverIpc();

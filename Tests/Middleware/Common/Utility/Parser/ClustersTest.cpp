@@ -1,4 +1,4 @@
-// Clusters of the preset: texts, cluster objects, the claims they lay to meters, access rules.
+// Clusters of the preset: texts, cluster objects, the meters that belong to them, access functions.
 
 #include "Clusters.h"
 
@@ -205,7 +205,7 @@ TEST_F(ClusterSetTest, ClaimBelowTheFirstMeterIsValidButEmpty) {
 }
 
 TEST_F(ClusterSetTest, ExtremeClaimsNeitherOverflowNorTakeTime) {
-  // 10,000 documents whose claims span 2^31 meters: walked meter by meter they would take hours.
+  // 10,000 documents with clusters of 2^31 meters: a loop over the meters would take hours.
   const std::string text = "[" + Cluster(kLowest, kHighest) + "," + Cluster(2, kHighest) + "]";
   const rapidjson::Document document = Json(text);
   for (int repetition = 0; repetition < 10000; ++repetition)

@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* kNoDocuments[] = {"", "{", "[]", "null", "1", "\"x\"", "{} {}", "{\"a\":}"};
 
-// Parses without the block that goes to standard output; `printed` receives it.
+// Parses and keeps the block for standard output in `printed`.
 template <typename Input>
 int ParsePtp(cEmsetSfpPTPSettings& ptp, const Input& input, std::string& printed) {
   testing::internal::CaptureStdout();

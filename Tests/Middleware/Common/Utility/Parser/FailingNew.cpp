@@ -1,5 +1,6 @@
 // Replaces the operators for one object, all forms together, so that each object is freed the way
-// it was obtained. A source of its own: the compiler must not see through the replacements.
+// it was obtained. A separate source file, so that the compiler cannot see through the
+// replacements.
 
 #include "FailingNew.h"
 

@@ -11,5 +11,5 @@ void FailNextNew();
 /// The same once `others` have worked.
 void FailNewAfter(std::size_t others);
 
-/// Every `new` works again from now on. Whether the one that was to fail has been.
+/// Every `new` works again from now on. True if the planned failure has happened.
 bool StopFailingNew();

@@ -42,7 +42,7 @@ class EmsetTest : public testing::Test {
     return result;
   }
 
-  // Parses an Emset of its own, at slot 1 and cage 2, with these signals.
+  // Parses a separate Emset, at slot 1 and cage 2, with these signals.
   int ParseSignals(const std::string& emsetSignals) {
     testing::internal::CaptureStdout();
     const int result = mEmset.ParseEmsetInfo(

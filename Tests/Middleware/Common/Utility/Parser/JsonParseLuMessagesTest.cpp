@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Gives back its default to the field that a required key of the configuration message fills.
+/// Resets the field of a required key of the configuration message to its default.
 struct ConfKey {
   const char* key;
   void (*restoreDefault)(cLuConf&);
@@ -51,7 +51,7 @@ const ConfKey kTextConfKeys[] = {
 
 class JsonParseLuMessagesTest : public LuMessageReader {
  protected:
-  /// The message is refused although every other key of it is taken.
+  /// The message is refused, but all its other keys are read.
   void ExpectConfRefusedButFor(const ConfKey& confKey, const Members& members) {
     StartAgain();
     EXPECT_FALSE(ReadConf(Text(members))) << Text(members);

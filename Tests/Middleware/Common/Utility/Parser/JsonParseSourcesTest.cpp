@@ -57,7 +57,7 @@ TEST(SystemClockTypeTest, TextsAreFoundByTheNamesTheyContain) {
       {"unheard of", SCT_INTERNAL},
       {"sdi", SCT_INTERNAL},
       {"ST-2110-30 sender", SCT_SDI},
-      // The order of the search decides where two names occur.
+      // If two names occur, the order of the search decides.
       {"Internal None", SCT_NONE},
       {"AES Internal", SCT_INTERNAL},
       {"AES Analog", SCT_INTERNAL},

@@ -11,7 +11,7 @@
 
 #include "JsonParseLuMessages.h"
 
-// JSON values that are no value of each type.
+// JSON values that are not of each type.
 inline constexpr const char* kNotUnsigned[] = {"9.0",   "9.5",  "1e1",  "-1",  "4294967296",
                                                "\"1\"", "true", "null", "[1]", "{}"};
 inline constexpr const char* kNotSigned[] = {"9.0",        "-23.0",       "1e1",   "2147483648",
@@ -63,8 +63,8 @@ inline auto Fields(const cLuSettingsParser& parser) {
                       parser.mbIsConfOriginFromFp));
 }
 
-/// A reader whose every field, but the reserved flag, differs from its default. Its values, but the
-/// origins, are those of no message below.
+/// A reader in which every field except the reserved flag differs from its default. Except for the
+/// origins, its values do not occur in the messages below.
 inline cLuSettingsParser UsedParser() {
   cLuSettingsParser parser;
   parser.mlLraWindow = 99;
@@ -91,7 +91,7 @@ inline cLuSettingsParser UsedParser() {
   return parser;
 }
 
-/// What a reset makes of a used reader.
+/// A used reader after a reset.
 inline cLuSettingsParser ResetParser() {
   cLuSettingsParser parser = UsedParser();
   parser.cLuConf::Reset();
@@ -185,7 +185,7 @@ class LuMessageReader : public testing::Test {
     cluster_ = kStale;
   }
 
-  /// Each entry refuses the text and keeps every field; outputs read 0.
+  /// Every function refuses the text and changes no field; outputs are 0.
   void ExpectRefusedByEveryEntry(const char* text) {
     const std::string shown = text == nullptr ? "null" : std::string(text).substr(0, 40);
     const auto before = Fields(parser_);

@@ -94,7 +94,7 @@ cLuConf ChangedConf() {
   return conf;
 }
 
-/// Standard output sent through a pipe, to see what has left the process's own buffer.
+/// Standard output through a pipe, to see what has left the process's buffer.
 class PipedStdout {
  public:
   PipedStdout() {

@@ -170,7 +170,7 @@ TEST_F(MeterTest, InputTextsAreFoundByTheNamesTheyContain) {
       {"unheard of", SIT_NONE, SIT_NONE},
       {"madi", SIT_NONE, SIT_NONE},
       {"3G-SDI 1", SIT_SDI, SIT_SDI},
-      // The order of the search decides where two names occur.
+      // If two names occur, the order of the search decides.
       {"SDI None", SIT_NONE, SIT_NONE},
       {"Analog None", SIT_NONE, SIT_NONE},
       {"AES None", SIT_NONE, SIT_NONE},

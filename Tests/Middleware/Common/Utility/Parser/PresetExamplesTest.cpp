@@ -1,4 +1,4 @@
-// The example presets as the unit sends them: each is accepted and says what its user meant.
+// The example presets as the unit sends them: each is accepted and read correctly.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

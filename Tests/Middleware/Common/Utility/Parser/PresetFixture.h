@@ -1,4 +1,4 @@
-// What the tests of the preset document share: its sections and a preset that reads it.
+// Shared by the tests of the preset document: its sections and a preset that reads it.
 
 #pragma once
 

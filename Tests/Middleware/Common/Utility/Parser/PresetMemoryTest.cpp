@@ -33,8 +33,8 @@ class PresetMemoryTest : public testing::Test {
     return result;
   }
 
-  // Reads a document while the allocation behind `others` fails. False when it took no more than
-  // these.
+  // Reads a document while the allocation after the first `others` fails. False if it needed no
+  // more than these.
   bool ParseWithFailure(const std::string& text, std::size_t others) {
     testing::internal::CaptureStdout();
     FailNewAfter(others);

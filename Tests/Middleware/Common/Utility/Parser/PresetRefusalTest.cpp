@@ -112,7 +112,7 @@ TEST_F(PresetRefusalTest, SectionOfAnotherTypeFailsTheDocument) {
   }
 }
 
-// What a reset keeps tells that its section was read.
+// Values that a reset keeps show that their section was read.
 TEST_F(PresetRefusalTest, SectionsBehindOneThatFailsAreRead) {
   int slot = 0;
   for (const std::vector<std::string>& members : kIncomplete) {

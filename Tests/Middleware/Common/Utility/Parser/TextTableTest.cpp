@@ -8,7 +8,7 @@ namespace {
 
 enum Fruit { kNone, kApple, kPineapple, kPlum, kUnknown };
 
-// "Apple" hides "Applesauce" from the search by substring.
+// In a search by substring "Apple" hides "Applesauce".
 constexpr TextEntry<Fruit> kFruits[] = {
     {"Pineapple", kPineapple},
     {"Apple", kApple},

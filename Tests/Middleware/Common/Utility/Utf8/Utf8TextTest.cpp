@@ -1,4 +1,4 @@
-// Repair of texts that are no UTF-8.
+// Repair of texts that are not UTF-8.
 
 #include "Utf8Text.h"
 
@@ -7,7 +7,7 @@
 namespace {
 
 TEST(Utf8TextTest, CharactersOfEveryLengthStay) {
-  // The first and the last of each length, and those beside the surrogates.
+  // The first and the last character of each length, and those next to the surrogates.
   for (const char* text : {"", "a", "\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xEF\xBF\xBF",
                            "\xED\x9F\xBF", "\xEE\x80\x80", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF",
                            "a\n\"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x94\x8A!"})
@@ -37,7 +37,7 @@ TEST(Utf8TextTest, EachByteOfNoCharacterIsReplaced) {
     EXPECT_EQ(Utf8Of(row.text), row.expected) << testing::PrintToString(row.text);
 }
 
-// The text fills its memory: under the sanitizers nothing behind it can be read unnoticed.
+// The text fills its memory, so that the sanitizers notice reads beyond it.
 TEST(Utf8TextTest, CharacterCutOffByTheEndOfTheTextIsReplaced) {
   const std::string before(64, 'a');
   std::string text(before.size() + 1, '\xF0');
