@@ -20,8 +20,8 @@ namespace fs = std::filesystem;
 
 std::vector<std::string> gRun;  // inputs in the order in which the target got them
 
-// What the target does with an input that asks for it.
-void Obey(const std::string& input) {
+// What the target does with an input of that name.
+void ActOn(const std::string& input) {
   FUZZ_PROPERTY(input != "bad", "no input is bad");
   LOUDCALC_ASSERT(input != "assertion", "input != \"assertion\"");
   if (input == "exception")
@@ -64,7 +64,7 @@ using ReplayDeathTest = ReplayTest;
 
 void fuzz::TestOneInput(Input input) {
   gRun.push_back(String(input.TakeRest()));
-  Obey(gRun.back());
+  ActOn(gRun.back());
 }
 
 TEST_F(ReplayTest, EveryFileRunsInTheOrderOfNames) {

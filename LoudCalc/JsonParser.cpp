@@ -178,14 +178,14 @@ bool cJsonParser::ParseCommand(const char* payload, unsigned& cluster) {
   return cluster == 0 && ParseLuCmdJsonStr(payload, meterSet, cluster, 0);
 }
 
-void cJsonParser::TakeCommandUser() const {
+void cJsonParser::TakeCommandUser() {
   if (mpReactor == nullptr)
     return;
   const std::uint32_t user = cLuCmd::mlUserId;
   mpReactor->SetCmdUserId(user != 0 ? user : mpReactor->GetConfUserId());
 }
 
-void cJsonParser::RaiseCommandActions(const char* topic) const {
+void cJsonParser::RaiseCommandActions(const char* topic) {
   if (!ApplyCommand(mLuCmd, mLastCmdExecuted, mMode, gluCalcActions, gluCalcActions))
     LOUDCALC_CONSOLE("\"Topic %s :: Unknown commad %d\"", topic, mLuCmd);
 }
@@ -222,7 +222,7 @@ int cJsonParser::HandleConfiguration(const char* topic, const char* payload) {
   return 0;
 }
 
-void cJsonParser::ApplyConfiguration(const char* payload) const {
+void cJsonParser::ApplyConfiguration(const char* payload) {
   const std::uint32_t user = cLuConf::mlUserId;
   if (mpReactor != nullptr) {
     mpReactor->SetConfUserId(user);

@@ -100,9 +100,9 @@ class cJsonParser : public cJsonParseSysStatus, public cLuSettingsParser {
 
   // Reads a command for this cluster or for all; `cluster` is the one it names, 0 for all.
   bool ParseCommand(const char* payload, unsigned& cluster);
-  void TakeCommandUser() const;
-  void RaiseCommandActions(const char* topic) const;
-  void ApplyConfiguration(const char* payload) const;
+  void TakeCommandUser();
+  void RaiseCommandActions(const char* topic);
+  void ApplyConfiguration(const char* payload);
   static void RebuildProgramme();
   static void TakeMeter(int meter);
 };
