@@ -45,8 +45,8 @@ void fuzz::TestOneInput(Input input) {
 
   const Document document(text);
   if (!document.IsObject()) {
-    FUZZ_PROPERTY(!isAccepted && meterSet == 0, "a text that is no object is refused");
-    FUZZ_PROPERTY(IsSame(reader, before), "a text that is no object changes nothing");
+    FUZZ_PROPERTY(!isAccepted && meterSet == 0, "a text that is not an object is refused");
+    FUZZ_PROPERTY(IsSame(reader, before), "a text that is not an object changes nothing");
     return;
   }
   FUZZ_PROPERTY(isAccepted == HasUnsigned(document.Root(), "ClusterId"),

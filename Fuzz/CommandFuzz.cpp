@@ -34,8 +34,8 @@ void CheckUnfiltered(const fuzz::Text& text, const fuzz::Document& document) {
   cLuSettingsParser reader = before;
   const bool isAccepted = reader.ParseLuCmdJsonStr(text.c_str());
   if (!document.IsObject()) {
-    FUZZ_PROPERTY(!isAccepted, "a text that is no object is refused");
-    FUZZ_PROPERTY(fuzz::IsSame(reader, before), "a text that is no object changes nothing");
+    FUZZ_PROPERTY(!isAccepted, "a text that is not an object is refused");
+    FUZZ_PROPERTY(fuzz::IsSame(reader, before), "a text that is not an object changes nothing");
     return;
   }
   FUZZ_PROPERTY(isAccepted == fuzz::HasText(document.Root(), "Command"),
@@ -53,7 +53,7 @@ void CheckFiltered(const fuzz::Text& text, const fuzz::Document& document, unsig
   const bool isAccepted = reader.ParseLuCmdJsonStr(text.c_str(), meterSet, cluster, filter);
   if (!document.IsObject()) {
     FUZZ_PROPERTY(!isAccepted && meterSet == 0 && cluster == 0, "no object: refused, outputs 0");
-    FUZZ_PROPERTY(fuzz::IsSame(reader, before), "a text that is no object changes nothing");
+    FUZZ_PROPERTY(fuzz::IsSame(reader, before), "a text that is not an object changes nothing");
     return;
   }
   const rapidjson::Value& message = document.Root();

@@ -75,7 +75,7 @@ fuzz::Changes AllowedChanges(const std::string& topic, const char* payload) {
   return none;
 }
 
-// A preset that is no republication, refused ones among them, makes the programme anew.
+// A preset that is not a republication, even a refused one, rebuilds the programme.
 void CheckPreset() {
   FUZZ_PROPERTY((gluCalcActions & 0x11F) == 0x103 || (gluCalcActions & 0x11C) == 0x100,
                 "a preset restarts the measurement");

@@ -251,7 +251,7 @@ class LinkEvents {
   MqLinkWatch& mWatch;
   bool mIsReader;  // a SUB socket
   Model mModel;
-  std::vector<std::pair<std::string, std::string>> mEvents;  // that nobody has tended to
+  std::vector<std::pair<std::string, std::string>> mEvents;  // that have not been read
 };
 
 // A watched socket for all inputs; a watch forgets its links when it is started again.

@@ -107,7 +107,7 @@ class Line {
     gResult = call.result;
     const int result = mRead(nullptr, mSocket, &reactor);
     FUZZ_PROPERTY(gHanded == call.handed,
-                  "a message is handed over once, as far as its frames are kept");
+                  "a message is handed over once, up to the most frames that are kept");
     FUZZ_PROPERTY(result == (!call.handed.empty() && call.result == -1 ? -1 : 0),
                   "the loop is ended by a handler and by nothing else");
   }

@@ -95,7 +95,7 @@ void CheckFreshEntries(const AudChannelOutputRoutingMap_t& map) {
 void Read(cAudOutputRouting& routing, const rapidjson::Value& value, bool allSlots, int slot) {
   const int result = routing.ParseAudOutputRouting(value, allSlots, slot);
   FUZZ_PROPERTY(result == 0 || result == 1, "the result is 0 or 1");
-  FUZZ_PROPERTY(value.IsObject() || result == 0, "a value that is no object fails");
+  FUZZ_PROPERTY(value.IsObject() || result == 0, "a value that is not an object fails");
   fuzz::CheckRouting(routing.mAcorMap);
 }
 

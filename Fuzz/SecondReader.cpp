@@ -52,7 +52,7 @@ bool IsSecondHalf(long unit) {
 }
 
 // The text with characters in the place of what this library refuses and the service takes: bytes
-// that are no UTF-8, and second halves of surrogate pairs without a first. A place where either is
+// that are not UTF-8, and second halves of surrogate pairs without a first. A place where either is
 // no part of a string stays an error.
 std::string WithPlainCharacters(const char* text) {
   const std::string original = text;

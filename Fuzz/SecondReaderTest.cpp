@@ -1,4 +1,4 @@
-// The second JSON reader: what it judges by itself, and that the first one agrees.
+// The second JSON reader: what it accepts, and that the first one agrees.
 
 #include "SecondReader.h"
 
@@ -33,7 +33,7 @@ TEST(SecondReaderTest, JsonIsTaken) {
   for (const char* text :
        {"{}", " [1,-0,0.5,1e2,-1E-2] \n", "\"\"", "null", "{\"a\":{\"a\":[true,false]}}",
         "\"\\\"\\\\\\/\\b\\f\\n\\r\\t\\u00e4\\uD83D\\uDD0A\"", "\"\x7F\"", "1.7e308", "-1e-400",
-        // What the service takes although it is no text for everybody.
+        // What the service takes although others would refuse it.
         "\"\xFF\xC3\"", "\"\\udc00\"", "\"\\\\udc00\"", "\"\\uD83D\\uDD0A\\udd0a\""})
     EXPECT_EQ(Judged(text), Verdict::kTaken) << text;
 }

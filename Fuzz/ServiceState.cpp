@@ -86,7 +86,7 @@ void MakeAnew(Object& object, Arguments... arguments) {
   new (&object) Object(arguments...);
 }
 
-// Sockets that nobody is connected to drop what is sent.
+// Sockets without a peer drop what is sent.
 void MakePublishers() {
   gpLcPubs = cPubHandler::GetInstance();
   gpLcPubs->mpLuDataPubSocket = zsock_new(ZMQ_PUB);

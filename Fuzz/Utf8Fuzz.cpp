@@ -12,7 +12,7 @@ constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
 constexpr std::size_t kReplacementSize = sizeof kReplacement - 1;
 constexpr std::size_t kLongestCharacter = 4;  // bytes
 
-// Another library's opinion: what is no UTF-8 it can write by leaving it out or by replacing it.
+// Another library's opinion: what is not UTF-8 it can write by leaving it out or by replacing it.
 bool IsUtf8(const std::string& text) {
   using Json = nlohmann::json;
   const Json value = text;

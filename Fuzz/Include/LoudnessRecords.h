@@ -1,4 +1,4 @@
-// What holds for every loudness configuration and command, however it came about.
+// What holds for every loudness configuration and command, however it was made.
 
 #pragma once
 

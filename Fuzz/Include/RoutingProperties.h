@@ -1,4 +1,4 @@
-// What holds for every routing map, whichever document it was read from.
+// What holds for every routing map, of any document.
 
 #pragma once
 

@@ -5,7 +5,7 @@
 namespace fuzz {
 
 enum class Verdict {
-  kRefused,  // it is no JSON, or exceeds a limit
+  kRefused,  // it is not JSON, or exceeds a limit
   kTaken,    // it is JSON within the limits
   kEither,   // a number in it lies at the very end of the range of a double, or has so many digits
              // or so high an exponent that a reader may give it up
