@@ -1,6 +1,6 @@
-// The dispatcher of everything the reactor receives: tells messages apart by their topic, hands
-// each payload to its reader and records the outcome in the engine's shared state. Reactor thread
-// only.
+// The dispatcher of everything that the reactor receives: distinguishes messages by their topic,
+// passes each payload to its reader and records the outcome in the engine's shared state. Reactor
+// thread only.
 
 #pragma once
 

@@ -28,7 +28,7 @@ LuCmd_e CodeOf(const std::string& command) {
 
 /// What commands lead to.
 struct Outcome {
-  Texts changes;     // that the action machine tells, one a tick
+  Texts changes;     // that the action machine reports, one a tick
   Texts answers;     // acknowledged commands, or the configuration
   const char* last;  // the last command as later messages tell it; null: there are none
 };
@@ -60,7 +60,7 @@ class CommandTest : public WatchedService {
     ExpectTransitions(kStarted.changes);
   }
 
-  /// Starts anew in that mode and measures the level.
+  /// Starts again in that mode and measures the level.
   void MeasureInMode(const std::string& mode) {
     Configure(mode);
     ExpectTransitions(kStarted.changes);

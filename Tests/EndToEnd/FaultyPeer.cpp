@@ -32,7 +32,7 @@ using zmtp::Ready;
 struct FaultName {
   PeerFault fault;
   const char* name;
-  bool endsTheLink;  // ZeroMQ does not connect again by itself
+  bool endsTheLink;  // ZeroMQ itself does not connect again
 };
 
 constexpr FaultName kFaultNames[] = {

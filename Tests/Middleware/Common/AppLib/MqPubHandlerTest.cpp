@@ -136,7 +136,7 @@ TEST_F(MqPubHandlerTest, ClientWhoseTopicNoMessageCouldHaveIsDropped) {
 TEST_F(MqPubHandlerTest, SocketThatCannotTellItsClientsApartIsNotBound) {
   faults::Reset();
   socket_ = BindIpc();
-  const int options = faults::Count(Call::SetOption);  // of a socket for everybody
+  const int options = faults::Count(Call::SetOption);  // of a socket without restrictions
   handler_.DestroyMq(socket_);
   MqAdmitOnly({{1}, {2}});
   for (const int filter : {1, 2}) {

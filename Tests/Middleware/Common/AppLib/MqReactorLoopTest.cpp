@@ -603,7 +603,7 @@ TEST_F(MqReactorLoopTest, WithoutTimersTheLimitIsLeftAlone) {
   EXPECT_NE(-1, reactor_->AddTimer(EndLoop, nullptr, 1, 1));
 }
 
-// ----- links that nobody tends
+// ----- links without calls of TendLinks
 
 // Ends the loop when it has read enough events.
 int EndAfterEvents(zloop_t*, int, void*) {

@@ -28,7 +28,7 @@ class MqPushLink {
   }
 
   /// Empties the queue of the link's events. Call it before each send, so that events do not pile
-  /// up where nobody calls Tend; see `MqLinkWatch::TakeNote`.
+  /// up if Tend is not called; see `MqLinkWatch::TakeNote`.
   void TakeNote() { mWatch.TakeNote(); }
 
   /// Destroys the socket, if there is one, with all messages that still wait for the peer.

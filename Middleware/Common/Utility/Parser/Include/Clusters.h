@@ -48,7 +48,7 @@ class cClusterSet {
   /// A set of `maxClusters` clusters in their initial state.
   explicit cClusterSet(std::int32_t maxClusters);
 
-  /// Makes the clusters 0 to `miMaxClusters` - 1 anew.
+  /// Replaces all clusters by new ones, 0 to `miMaxClusters` - 1.
   void InitClusters();
 
   /// Returns every cluster and the count of valid ones to the initial state.

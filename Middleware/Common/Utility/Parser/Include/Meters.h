@@ -75,7 +75,7 @@ class cMeterSet {
   /// A set of `maxMeters` meters in their initial state.
   explicit cMeterSet(std::int32_t maxMeters);
 
-  /// Makes the meters 0 to `miMaxAudioMeters` - 1 anew.
+  /// Replaces all meters by new ones, 0 to `miMaxAudioMeters` - 1.
   void InitMeters();
 
   /// Returns every meter and the Dolby flag to the initial state.
