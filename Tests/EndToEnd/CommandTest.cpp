@@ -176,8 +176,8 @@ class CommandTest : public WatchedService {
     }
   }
 
-  // A reset tells no figures in one message of the command before it; what is told from then on has
-  // the last command.
+  // A reset publishes one message without figures that still has the earlier command. Later
+  // messages have the last command.
   void ExpectMessages(const Outcome& outcome) {
     const bool withReset = HasReset(outcome);
     const std::vector<int> figures = withReset ? kNoFigures : mMeasured;
