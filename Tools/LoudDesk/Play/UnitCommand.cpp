@@ -30,17 +30,17 @@ constexpr char kFooter[] =
     "hardware manager, process monitor, log sink and signal processor. The figures\n"
     "shown are those that the service publishes: momentary (M), short-term (S) and\n"
     "integrated (I) loudness, loudness range (LRA) and true peak (TP); - stands for\n"
-    "no reading. Integrated and programme loudness and the range are refreshed once a\n"
-    "second: at the end they may lack the last second, which in a file of a few\n"
-    "seconds shows in comparison with LoudDesk measure. The lowest true peak\n"
-    "published is -90.31 dBTP, also of silence, for which LoudDesk measure has none.\n"
+    "no reading. Integrated loudness, programme loudness and loudness range are\n"
+    "refreshed once a second: at the end they may lack the last second, which in a\n"
+    "file of a few seconds shows in comparison with LoudDesk measure. The lowest true\n"
+    "peak published is -90.31 dBTP, also of silence, where LoudDesk measure has none.\n"
     "\n"
     "Files are played first, then tones, noises and cases, each in the order given.\n"
     "Tones and noises are stereo, at 48 kHz; levels in dBFS are the peak of a tone\n"
     "and the rms of a noise. Without --duration they last until Ctrl-C. Cases are\n"
-    "those of LoudDesk verify, without the recordings; 3341 means all of that\n"
-    "document. A source of the same speakers continues the measurement; one of others\n"
-    "starts it anew, and so does each signal of a case.\n"
+    "those of LoudDesk verify, such as 3341-5, without those that are recordings;\n"
+    "3341 means all of that document. A source of the same speakers continues the\n"
+    "measurement; one of others starts it anew, and so does each signal of a case.\n"
     "\n"
     "While something is played, the service takes orders: lines with one of these\n"
     "words or letters, typed or from a pipe or file. An order is shown, and what the\n"
@@ -116,7 +116,7 @@ void AddUnitCommand(CLI::App& app, int& status) {
       ->add_option_function<std::string>(
           "--speakers",
           [sources](const std::string& text) { sources->speakers = SplitSpeakers(text); },
-          "Speakers of the channels of each file, comma-separated")
+          "Speakers of each file's channels, comma-separated")
       ->check(CheckSpeakers);
   command->footer(kFooter);
   command->callback(

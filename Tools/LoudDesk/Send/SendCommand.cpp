@@ -266,7 +266,7 @@ CLI::Range WindowBetween(std::uint32_t shortest, std::uint32_t longest) {
 
 void AddConfigurationOptions(CLI::App* kind, LoudnessConfiguration& configuration) {
   AddWord(kind, "--mode", configuration.mode, kModes,
-          "Whether the service stops on command: in manual only");
+          "In manual only, stop commands are carried out");
   AddWord(kind, "--window", configuration.loudnessWindow, kWindows,
           "Window that the user looks at");
   kind->add_option("--window-time", configuration.loudnessWindowTime,
@@ -316,7 +316,7 @@ void AddSendCommand(CLI::App& app, int& status) {
   auto options = std::make_shared<SendOptions>();
   send->require_subcommand(1);
   send->add_option("--meter-set", options->meterSet,
-                   "Meter set of the service; only 1 takes all messages")
+                   "Meter set of the service; only 1 takes messages")
       ->capture_default_str()
       ->check(CheckMeterSet);
   send->add_option("--cluster", options->cluster, "Cluster of the service")
