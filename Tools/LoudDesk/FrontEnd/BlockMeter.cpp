@@ -18,8 +18,8 @@ namespace {
 constexpr std::size_t kChunkFrames =
     std::min(KWeightingFilter::kMaxFrames, TruePeakMeter::kMaxFrames);
 
-// What the filters are spared: magnitudes below -300 dBFS, which are silence, and above +300 dBFS.
-// Neither shows: a reading begins at -153 dB and ends far below +300.
+// The filters get no magnitudes below -300 dBFS, which become silence, or above +300 dBFS. Readings
+// do not show it: they begin at -153 dB and end far below +300.
 constexpr double kSmallestSample = 1e-15;
 constexpr double kLargestSample = 1e15;
 
@@ -73,32 +73,20 @@ std::size_t BlockMeter::MaxFramesInBlock() const {
 
 std::optional<BadSample> BlockMeter::Measure(const double* samples, BlockReading& reading) {
   const std::size_t frames = FramesInNextBlock();
-  if (const auto badSample = FindBadSample(samples, frames))
-    return badSample;
   ChannelEnergies energies{};
-  ChannelPeaks peaks{};
-  MeasureFrames(samples, frames, energies, peaks);
-  reading = BlockReading{};
-  for (std::size_t channel = 0; channel < mChannels; ++channel) {
+  if (const auto badSample = MeasureFrames(samples, frames, energies, reading))
+    return badSample;
+  for (std::size_t channel = 0; channel < mChannels; ++channel)
     reading.powers[channel] =
         BlockPower(energies[channel] / static_cast<double>(frames), mChannels);
-    reading.peaks[channel] = BlockPeak(peaks[channel]);
-  }
   ++mBlock;
   return std::nullopt;
 }
 
 std::optional<BadSample> BlockMeter::MeasureRest(const double* samples, std::size_t frames,
                                                  BlockReading& reading) {
-  if (const auto badSample = FindBadSample(samples, frames))
-    return badSample;
   ChannelEnergies energies{};
-  ChannelPeaks peaks{};
-  MeasureFrames(samples, frames, energies, peaks);
-  reading = BlockReading{};
-  for (std::size_t channel = 0; channel < mChannels; ++channel)
-    reading.peaks[channel] = BlockPeak(peaks[channel]);
-  return std::nullopt;
+  return MeasureFrames(samples, frames, energies, reading);
 }
 
 std::uint64_t BlockMeter::FirstFrameOf(std::uint64_t block) const {
@@ -122,11 +110,19 @@ std::optional<BadSample> BlockMeter::FindBadSample(const double* samples,
   return BadSample{index % mChannels, FirstFrameOf(mBlock) + index / mChannels};
 }
 
-void BlockMeter::MeasureFrames(const double* samples, std::size_t frames, ChannelEnergies& energies,
-                               ChannelPeaks& peaks) {
+std::optional<BadSample> BlockMeter::MeasureFrames(const double* samples, std::size_t frames,
+                                                   ChannelEnergies& energies,
+                                                   BlockReading& reading) {
+  if (const auto badSample = FindBadSample(samples, frames))
+    return badSample;
+  ChannelPeaks peaks{};
   for (std::size_t done = 0; done < frames; done += kChunkFrames)
     MeasureChunk(samples + done * mChannels, std::min(kChunkFrames, frames - done), energies,
                  peaks);
+  reading = BlockReading{};
+  for (std::size_t channel = 0; channel < mChannels; ++channel)
+    reading.peaks[channel] = BlockPeak(peaks[channel]);
+  return std::nullopt;
 }
 
 void BlockMeter::MeasureChunk(const double* samples, std::size_t frames, ChannelEnergies& energies,

@@ -25,13 +25,12 @@ struct BadSample {
   std::uint64_t frame;  // counted from zero at the beginning of the stream
 };
 
-/// What is wrong with a source that holds such a sample, for messages: channel (from 1), frame and
-/// time.
+/// What is wrong with a source that holds such a sample: its channel (from 1), frame and time.
 std::string BadSampleText(const BadSample& sample, int sampleRate);
 
-/// The end of the scale of a channel's power, 2^61 / `channels`, lest the weighted sum over all
-/// channels and four blocks wrap around in the service's 64 bits: +15 LKFS for each of 32 channels,
-/// +30 for a single one. A power that reads so was this or more.
+/// The end of the scale of a channel's power, 2^61 / `channels`, so that the weighted sum over
+/// all channels and four blocks does not wrap around in the service's 64 bits: +15 LKFS for each of
+/// 32 channels, +30 for a single one. A power that reads so was this or more.
 std::uint64_t LargestBlockPower(std::size_t channels);
 
 /// Power of a channel in the service's integer scale (see `LoudnessOfPower`) from its K-weighted
@@ -60,22 +59,22 @@ class BlockMeter {
   std::size_t MaxFramesInBlock() const;
 
   /// Measures the next block from `FramesInNextBlock()` interleaved frames, full scale 1.0: channel
-  /// i becomes meter i + 1, entries beyond the channels are 0. When a sample is infinite or no
-  /// number, returns where the first such stands; `reading` and the meter are then as before.
+  /// i becomes meter i + 1, entries beyond the channels are 0. When a sample is infinite or not a
+  /// number, returns the place of the first such; `reading` and the meter are then as before.
   std::optional<BadSample> Measure(const double* samples, BlockReading& reading);
 
-  /// Measures the `frames` that a stream ends with when they do not make a block any more. They
-  /// have a true peak, as every sample has one, but no power, which is a mean over a whole block:
-  /// the powers read 0. A sample that is no number is returned as by `Measure`. The stream is over
-  /// then. REQUIRES: frames < FramesInNextBlock().
+  /// Measures the `frames` that a stream ends with when they do not fill a block. They have a true
+  /// peak, as every sample has one, but no power, which is a mean over a whole block: the powers
+  /// read 0. The place of a sample that is not a number is returned as by `Measure`. Nothing can be
+  /// measured after it. REQUIRES: frames < FramesInNextBlock().
   std::optional<BadSample> MeasureRest(const double* samples, std::size_t frames,
                                        BlockReading& reading);
 
  private:
   std::uint64_t FirstFrameOf(std::uint64_t block) const;
   std::optional<BadSample> FindBadSample(const double* samples, std::size_t frames) const;
-  void MeasureFrames(const double* samples, std::size_t frames, ChannelEnergies& energies,
-                     ChannelPeaks& peaks);
+  std::optional<BadSample> MeasureFrames(const double* samples, std::size_t frames,
+                                         ChannelEnergies& energies, BlockReading& reading);
   void MeasureChunk(const double* samples, std::size_t frames, ChannelEnergies& energies,
                     ChannelPeaks& peaks);
 

@@ -4,7 +4,6 @@
 #include "KWeighting.h"
 
 #include <cmath>
-#include <complex>
 
 #include "Lanes.h"
 
@@ -58,12 +57,6 @@ BiquadCoefficients HighPassFor(double sampleRate) {
   return {1.0, -2.0, 1.0, d.a1, d.a2};
 }
 
-double Gain(const BiquadCoefficients& c, double angle) {
-  const std::complex<double> z1 = std::polar(1.0, -angle);
-  const std::complex<double> z2 = z1 * z1;
-  return std::abs((c.b0 + c.b1 * z1 + c.b2 * z2) / (1.0 + c.a1 * z1 + c.a2 * z2));
-}
-
 double Silenced(double state) {
   return std::fabs(state) < kSmallestState ? 0.0 : state;
 }
@@ -72,12 +65,6 @@ double Silenced(double state) {
 
 KWeightingCoefficients KWeightingFor(double sampleRate) {
   return {ShelfFor(sampleRate), HighPassFor(sampleRate)};
-}
-
-double KWeightingGainDb(const KWeightingCoefficients& weighting, double frequency,
-                        double sampleRate) {
-  const double angle = 2.0 * kPi * frequency / sampleRate;
-  return 20.0 * std::log10(Gain(weighting.shelf, angle) * Gain(weighting.highPass, angle));
 }
 
 KWeightingFilter::KWeightingFilter(const KWeightingCoefficients& weighting, std::size_t channels)

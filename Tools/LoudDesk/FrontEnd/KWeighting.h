@@ -27,12 +27,8 @@ struct KWeightingCoefficients {
 };
 
 /// The sections for a sample rate in Hz. The standard prints them for 48 kHz only; these are the
-/// analogue prototypes behind its figures, transformed to any rate, and equal them at 48 kHz.
+/// analogue prototypes of its figures, transformed to any rate, and equal them at 48 kHz.
 KWeightingCoefficients KWeightingFor(double sampleRate);
-
-/// Gain of both sections together in dB at a frequency in Hz, 0 < frequency < sampleRate / 2.
-double KWeightingGainDb(const KWeightingCoefficients& weighting, double frequency,
-                        double sampleRate);
 
 /// Sum of the squares of each channel's weighted samples; entries beyond the channels are not used.
 using ChannelEnergies = std::array<double, kMeters>;

@@ -1,6 +1,6 @@
-// Short vectors of the compilers' own kind (GCC and Clang), for loops that do the same on several
-// channels or samples at once. Every operation also works on the plain number, which takes what is
-// left over.
+// Short vectors as GCC and Clang have them, for loops that do the same on several channels or
+// samples at once. Every operation also works on a plain number, for the channels or samples that
+// are left over.
 
 #pragma once
 

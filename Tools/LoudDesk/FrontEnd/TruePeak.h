@@ -11,14 +11,14 @@
 
 namespace louddesk {
 
-/// How finely a true-peak meter looks between the samples.
+/// How many times a true-peak meter oversamples.
 enum class Oversampling {
-  kNone,  // samples only
-  kTwo,   // two points between neighbouring samples
-  kFour,  // four points between neighbouring samples
+  kNone = 1,  // samples only
+  kTwo = 2,   // two points between neighbouring samples
+  kFour = 4,  // four points between neighbouring samples
 };
 
-/// What a sample rate in Hz needs so that no peak slips through by much (ITU-R BS.1770-3, Annex 2):
+/// What a sample rate in Hz needs so that no peak is missed by much (ITU-R BS.1770-3, Annex 2):
 /// four below 96 kHz, two from 96 kHz, none from 192 kHz.
 Oversampling OversamplingFor(double sampleRate);
 

@@ -13,11 +13,11 @@ namespace louddesk {
 ///
 /// A momentary reading is the mean of four blocks, so that there is one every 100 ms from the
 /// fourth block on. A short-term reading is the mean of the momentary readings of the last 3 s,
-/// thirty, as far as there are any and they are not silent.
+/// thirty, without those that do not exist yet or are silent.
 class BlockGrid {
  public:
   /// REQUIRES: a sine of 1 kHz with the same levels on Left and Right, in steps of whole
-  /// milliseconds. Of such a one a peak level of 0 dBFS is 0 LKFS (ITU-R BS.1770).
+  /// milliseconds. Its loudness in LKFS is its peak level in dBFS (ITU-R BS.1770).
   explicit BlockGrid(const StepSignal& signal);
 
   /// Whole blocks of the signal.

@@ -58,18 +58,12 @@ double ReadingOnGrid(const BlockGrid& grid, Quantity quantity, int blocks) {
   return isShortTerm ? grid.ShortTerm(blocks) : grid.Momentary(blocks);
 }
 
-double LowestOnGrid(const BlockGrid& grid, Quantity quantity, int firstBlock, int lastBlock) {
-  double lowest = ReadingOnGrid(grid, quantity, firstBlock);
+std::vector<double> ReadingsOnGrid(const BlockGrid& grid, Quantity quantity, int firstBlock,
+                                   int lastBlock) {
+  std::vector<double> readings;
   for (int blocks = firstBlock; blocks <= lastBlock; ++blocks)
-    lowest = std::min(lowest, ReadingOnGrid(grid, quantity, blocks));
-  return lowest;
-}
-
-double HighestOnGrid(const BlockGrid& grid, Quantity quantity, int firstBlock, int lastBlock) {
-  double highest = ReadingOnGrid(grid, quantity, firstBlock);
-  for (int blocks = firstBlock; blocks <= lastBlock; ++blocks)
-    highest = std::max(highest, ReadingOnGrid(grid, quantity, blocks));
-  return highest;
+    readings.push_back(ReadingOnGrid(grid, quantity, blocks));
+  return readings;
 }
 
 // The extremes of a reading that has to be constant from some time on.
@@ -77,10 +71,12 @@ Expectations Constant(const StepSignal& signal, Quantity quantity, double from, 
   const BlockGrid grid(signal);
   const int first = Blocks(from);
   const int last = grid.Blocks();
+  const std::vector<double> readings = ReadingsOnGrid(grid, quantity, first, last);
+  const auto [lowest, highest] = std::minmax_element(readings.begin(), readings.end());
   return {{quantity, fmt::format("lowest from {:g} s", from), Pick::kLowest, first, last, level,
-           LowestOnGrid(grid, quantity, first, last), kLoudnessTolerance},
+           *lowest, kLoudnessTolerance},
           {quantity, fmt::format("highest from {:g} s", from), Pick::kHighest, first, last, level,
-           HighestOnGrid(grid, quantity, first, last), kLoudnessTolerance}};
+           *highest, kLoudnessTolerance}};
 }
 
 ComplianceCase Recording(const char* id) {
@@ -134,38 +130,34 @@ ComplianceCase SteadyLevel(const char* id, double level) {
   return {id, InWords(steps), {{StepSignal{kStereo, steps}, expectations}}};
 }
 
+// A figure at the end of the steps.
+ComplianceCase FigureAtEnd(const char* id, const std::string& words, const StepSignal& signal,
+                           Quantity quantity, double figure, Tolerance tolerance) {
+  return {id, words, {{signal, {AtTheEnd(quantity, Seconds(signal.steps), figure, tolerance)}}}};
+}
+
 ComplianceCase GatedLevel(const char* id, const Steps& steps) {
-  return {id,
-          InWords(steps),
-          {{StepSignal{kStereo, steps},
-            {AtTheEnd(Quantity::kIntegrated, Seconds(steps), -23.0, kLoudnessTolerance)}}}};
+  return FigureAtEnd(id, InWords(steps), {kStereo, steps}, Quantity::kIntegrated, -23.0,
+                     kLoudnessTolerance);
 }
 
 ComplianceCase Surround() {
-  const Steps steps = {{20.0, {-28.0, -28.0, -24.0, -30.0, -30.0}}};
-  return {"3341-6",
-          "5.0, 20 s: L, R -28 dBFS; C -24; Ls, Rs -30",
-          {{StepSignal{{"Left", "Right", "Center", "LeftSurround", "RightSurround"}, steps},
-            {AtTheEnd(Quantity::kIntegrated, Seconds(steps), -23.0, kLoudnessTolerance)}}}};
+  return FigureAtEnd("3341-6", "5.0, 20 s: L, R -28 dBFS; C -24; Ls, Rs -30",
+                     {{"Left", "Right", "Center", "LeftSurround", "RightSurround"},
+                      {{20.0, {-28.0, -28.0, -24.0, -30.0, -30.0}}}},
+                     Quantity::kIntegrated, -23.0, kLoudnessTolerance);
 }
 
-ComplianceCase AlternatingForShortTerm() {
-  const StepSignal signal = Repeated({kStereo, {{1.34, {-20.0}}, {1.66, {-30.0}}}}, 5);
-  return {"3341-9",
-          "(-20 dBFS 1.34 s, -30 1.66 s) x 5",
-          {{signal, Constant(signal, Quantity::kShortTerm, 3.0, -23.0)}}};
-}
-
-ComplianceCase AlternatingForMomentary() {
-  const StepSignal signal = Repeated({kStereo, {{0.18, {-20.0}}, {0.22, {-30.0}}}}, 25);
-  return {"3341-12",
-          "(-20 dBFS 0.18 s, -30 0.22 s) x 25",
-          {{signal, Constant(signal, Quantity::kMomentary, 1.0, -23.0)}}};
+// Two steps again and again, which a reading must not show.
+ComplianceCase Alternating(const char* id, const char* words, const Steps& steps, int times,
+                           Quantity quantity, double from) {
+  const StepSignal signal = Repeated({kStereo, steps}, times);
+  return {id, words, {{signal, Constant(signal, quantity, from, -23.0)}}};
 }
 
 // Bursts at twenty offsets from the blocks: what they have in common.
 struct BurstFamily {
-  int stepMs;    // what an offset lies behind the one before it
+  int stepMs;    // from one offset to the next
   int lengthMs;  // of the burst
   Quantity quantity;
   Pick pick;  // of the readings since the beginning
@@ -181,13 +173,15 @@ SignalStep Step(int ms, double level) {
 Expectation HighestOfBurst(const BurstFamily& family, const BlockGrid& grid, int offset,
                            int lastBlock, double level) {
   const int first = family.pick == Pick::kLast ? lastBlock : BlockGrid::kFirstReading;
+  const std::vector<double> readings =
+      ReadingsOnGrid(grid, family.quantity, BlockGrid::kFirstReading, lastBlock);
   return {family.quantity,
           fmt::format("i = {}", offset),
           family.pick,
           first,
           lastBlock,
           level,
-          HighestOnGrid(grid, family.quantity, BlockGrid::kFirstReading, lastBlock),
+          *std::max_element(readings.begin(), readings.end()),
           kLoudnessTolerance};
 }
 
@@ -272,10 +266,8 @@ const std::vector<RangeSignal>& RangeSignals() {
 
 ComplianceCase LoudnessRange(const RangeSignal& signal) {
   const Steps steps = RangeSteps(signal.levels);
-  return {signal.id,
-          InWords(steps),
-          {{StepSignal{kStereo, steps},
-            {AtTheEnd(Quantity::kLra, Seconds(steps), signal.range, kLraTolerance)}}}};
+  return FigureAtEnd(signal.id, InWords(steps), {kStereo, steps}, Quantity::kLra, signal.range,
+                     kLraTolerance);
 }
 
 ComplianceCase RepeatedLoudnessRanges() {
@@ -304,11 +296,13 @@ std::vector<ComplianceCase> MakeCases() {
       Surround(),
       Recording("3341-7"),
       Recording("3341-8"),
-      AlternatingForShortTerm(),
+      Alternating("3341-9", "(-20 dBFS 1.34 s, -30 1.66 s) x 5", {{1.34, {-20.0}}, {1.66, {-30.0}}},
+                  5, Quantity::kShortTerm, 3.0),
       SeparateBursts("3341-10", "i x 0.15 s silence, -23 dBFS 3 s, 1 s silence", kShortTermBursts),
       RisingBursts("3341-11", "i x 0.15 s silence, (-38 + i) dBFS 3 s, (3 - i x 0.15) s silence",
                    kShortTermBursts),
-      AlternatingForMomentary(),
+      Alternating("3341-12", "(-20 dBFS 0.18 s, -30 0.22 s) x 25",
+                  {{0.18, {-20.0}}, {0.22, {-30.0}}}, 25, Quantity::kMomentary, 1.0),
       SeparateBursts("3341-13", "i x 20 ms silence, -23 dBFS 400 ms, 1 s silence",
                      kMomentaryBursts),
       RisingBursts("3341-14", "i x 20 ms silence, (-38 + i) dBFS 400 ms, (400 - i x 20) ms silence",

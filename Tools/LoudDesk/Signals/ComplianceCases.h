@@ -39,7 +39,7 @@ struct Tolerance {
 /// A figure that a meter must read.
 struct Expectation {
   Quantity quantity;
-  std::string detail;  // which of several, in words; empty when there is but one
+  std::string detail;  // which of several, in words; empty when there is only one
   Pick pick;
   int firstBlock;       // the first and the last reading that count, by the number of blocks of
   int lastBlock;        // 100 ms that have been measured

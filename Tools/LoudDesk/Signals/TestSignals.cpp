@@ -23,15 +23,7 @@ double Amplitude(double levelDb) {
 
 // How many samples at four times the nominal rate become one at the sample rate.
 int FourfoldSamplesPerSample(int sampleRate) {
-  switch (OversamplingFor(sampleRate)) {
-    case Oversampling::kFour:
-      return 4;
-    case Oversampling::kTwo:
-      return 2;
-    case Oversampling::kNone:
-      break;
-  }
-  return 1;
+  return static_cast<int>(OversamplingFor(sampleRate));
 }
 
 double Hertz(const Frequency& frequency, int sampleRate) {
@@ -70,7 +62,7 @@ class StepSource : public SampleSource {
 
  private:
   struct Step {
-    double end;                      // number of the first frame behind it
+    double end;                      // number of the first frame after it
     std::vector<double> amplitudes;  // one a channel
   };
 
@@ -118,7 +110,7 @@ class StepSource : public SampleSource {
 };
 
 // Coefficients of a low pass at an eighth of the rate, half of the nominal one, by a Kaiser window:
-// 80 dB of attenuation behind a transition of a fiftieth of that rate either way.
+// 80 dB of attenuation after a transition of a fiftieth of that rate either way.
 constexpr int kLowPassReach = 64;  // samples to either side of the middle
 using LowPass = std::array<double, 2 * kLowPassReach + 1>;
 

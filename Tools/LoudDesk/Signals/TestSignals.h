@@ -19,7 +19,7 @@ constexpr double kSilenceDb = -std::numeric_limits<double>::infinity();
 /// A length for what never ends.
 constexpr double kEndless = std::numeric_limits<double>::infinity();
 
-/// What the levels of a signal are given to.
+/// What the levels of a signal are levels of.
 enum class Carrier {
   kSine,   // in phase on all channels, continuous over all steps
   kNoise,  // white, evenly distributed up to the peak level; another noise on each channel

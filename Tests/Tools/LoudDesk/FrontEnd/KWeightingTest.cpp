@@ -8,12 +8,14 @@
 #include <cmath>
 #include <limits>
 
+#include "KWeightingGain.h"
 #include "TestAudio.h"
 
 namespace louddesk {
 namespace {
 
 using test_audio::Interleaved;
+using test_audio::KWeightingGainDb;
 using test_audio::Noise;
 using test_audio::Repeated;
 using test_audio::Samples;
