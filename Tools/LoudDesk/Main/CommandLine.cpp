@@ -55,7 +55,7 @@ bool IsOption(const std::string& word) {
 std::string ComplaintOnOption(const std::string& word) {
   std::error_code error;
   return word + ": no such option" +
-         (std::filesystem::exists(word, error) ? "; a file of that name goes behind --" : "");
+         (std::filesystem::exists(word, error) ? "; a file of that name goes after --" : "");
 }
 
 // An option that nobody knows is left over, or was meant as the argument that is missing.
@@ -68,7 +68,7 @@ bool IsBecauseOfUnknownWord(const CLI::ParseError& error) {
 std::string ComplaintOnWord(const Reached& reached, const std::vector<std::string>& leftOver) {
   const std::vector<std::string> names = SubcommandsOf(*reached.app);
   if (leftOver.empty())
-    return "a subcommand is missing behind " + reached.words + ": " + Choice(names);
+    return "a subcommand is missing after " + reached.words + ": " + Choice(names);
   const std::string& word = leftOver.front();
   return IsOption(word) ? ComplaintOnOption(word)
                         : word + ": no such subcommand; there are " + Choice(names);

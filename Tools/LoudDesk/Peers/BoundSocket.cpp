@@ -1,4 +1,4 @@
-// Binding of the unit's endpoints, with explanations fit for the person at the desk.
+// Binding of the unit's endpoints, with reasons that help the user where it fails.
 
 #include "BoundSocket.h"
 
@@ -38,7 +38,7 @@ void MakeIpcDirectory(const Endpoint& endpoint) {
     Refuse(endpoint, std::string("cannot make the directory: ") + std::strerror(errno));
 }
 
-// Whether somebody listens on the file: a socket that takes connections, or has its hands full.
+// Whether a process listens on the file: it takes the connection, or its queue of them is full.
 bool IsInUse(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
@@ -50,7 +50,7 @@ bool IsInUse(const std::string& path) {
   return isInUse;
 }
 
-// ZeroMQ would silently take the file over from its holder.
+// ZeroMQ would silently take the file over from the process that listens on it.
 void RefuseFileInUse(const Endpoint& endpoint) {
   const std::string path = std::string(kIpcDirectory) + "/" + endpoint.file;
   if (IsInUse(path))
@@ -58,7 +58,7 @@ void RefuseFileInUse(const Endpoint& endpoint) {
 }
 
 std::string ReasonOfFailure(const Endpoint& endpoint, int error) {
-  // Both boards have an application server of their own, behind the same port.
+  // Both boards have an application server of their own, at the same port.
   if (error == EADDRINUSE && std::strcmp(MainBoardAddress(), OpticalBoardAddress()) == 0)
     return fmt::format("{} and {} must differ", kMainBoardVariable, kOpticalBoardVariable);
   if (error == EADDRINUSE)
@@ -121,7 +121,7 @@ void BoundSocket::Close() {
   zsock_destroy(&mSocket);
 }
 
-// ZeroMQ closes listeners in the background; a bind in between would find the place taken.
+// ZeroMQ closes listeners in the background; a bind in between would find the endpoint in use.
 void BoundSocket::WaitUntilFree() {
   zsock_set_rcvtimeo(mMonitor, kCloseTimeoutMs);
   if (zsock_unbind(mSocket, "%s", mEndpoint.Text().c_str()) == 0) {

@@ -1,4 +1,4 @@
-// SUB socket with a queue behind it and a monitor beside it.
+// SUB socket with a queue and a monitor.
 
 #include "DataClient.h"
 

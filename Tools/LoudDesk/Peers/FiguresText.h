@@ -29,8 +29,8 @@ bool HasRange(const LoudnessData_t& data);
 /// The loudness range, "-" without one.
 std::string RangeText(const LoudnessData_t& data);
 
-/// What changes all the time, on one line of at most 79 characters. `seconds` is the position in
-/// what is played.
+/// The figures that change all the time, on one line of at most 79 characters. `seconds` is the
+/// time since the beginning.
 std::string LiveText(double seconds, const LoudnessData_t& data);
 
 /// All figures, one a line, names and units of `LoudDesk measure`, and that some of them may be a

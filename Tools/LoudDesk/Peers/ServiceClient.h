@@ -34,18 +34,18 @@ class ServiceClient {
   /// Told every answer of the service as it comes, republications aside.
   using AnswerSink = std::function<void(const ServiceAnswer&)>;
 
-  /// Talks to the service of `unit`, which must outlive it and have the place of the main board's
-  /// application server open.
+  /// Talks to the service of `unit`, which must outlive it and have the application server of the
+  /// main board open.
   explicit ServiceClient(UnitStandIn& unit, AnswerSink show = {});
 
   /// Waits until the service has subscribed, and forgets what it has published so far. Throws
   /// ServiceError when it does not subscribe in time or the process is interrupted.
   void Connect(Patience patience);
 
-  /// Each of these sends one message, whose outcome is the one that is told from then on.
+  /// Each of these sends one message. Outcomes are those of the message sent last.
 
-  /// The protocol has no acknowledgement of it but the loudness data: that some comes (or that an
-  /// action that has waited is acknowledged), or that none comes any more.
+  /// The protocol acknowledges it by the loudness data alone: done when some comes (or an action
+  /// that has waited is acknowledged), or when none comes any more.
   void SwitchReporting(bool isOn);
 
   /// Done with the start that acknowledges it.
@@ -62,10 +62,10 @@ class ServiceClient {
   /// carries out every command. It then measures anew, also after a stop.
   void Restart(const std::vector<std::string>& speakers);
 
-  /// By whom the last restart was; another user each time.
+  /// The user of the last restart; another one each time.
   unsigned User() const { return mUser; }
 
-  /// Takes note of loudness data that the owner of the unit has read.
+  /// Considers loudness data that the owner of the unit has read.
   void TakeData(const LoudnessMessage& message);
 
   /// Takes the answers that come within `patience` of one another, until the message is settled.
@@ -79,7 +79,7 @@ class ServiceClient {
  private:
   using Clock = std::chrono::steady_clock;
 
-  // How much an answer is the awaited one.
+  // How well an answer fits the message.
   enum class Fit { kNone, kLikely, kFinal };
   using FitOf = std::function<Fit(const ServiceAnswer&)>;
 
@@ -93,7 +93,7 @@ class ServiceClient {
   UnitStandIn& mUnit;
   AnswerSink mShow;
   std::vector<std::string> mSpeakers;  // of the last restart; empty: none yet
-  unsigned mUser;                      // by which the service's answers to us are told apart
+  unsigned mUser;                      // by which the service's answers to this client are known
   unsigned mTimeStamp = 0;             // of the last command
   Outcome mOutcome = Outcome::kDone;
   FitOf mFitOf;

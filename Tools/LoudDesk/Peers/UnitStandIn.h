@@ -46,7 +46,7 @@ class UnitStandIn {
   /// The unit around the service of one meter set and cluster. Board addresses come from the
   /// environment as for the service itself. Every peer is still closed; the clients of the
   /// service's publishers connect at once. Throws BindError when an address of the environment is
-  /// no address.
+  /// not an address.
   UnitStandIn(unsigned meterSet, unsigned cluster);
 
   /// Opens every peer but `absent`. Throws BindError for the first that cannot be.

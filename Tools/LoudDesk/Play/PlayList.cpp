@@ -1,6 +1,8 @@
-// The sources behind the options.
+// Sources for the options.
 
 #include "PlayList.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <charconv>
@@ -16,14 +18,14 @@ namespace {
 constexpr int kSampleRate = 48000;  // Hz, of what is generated, where a case does not say
 
 // What a level or a frequency may be.
-struct ValueRange {
+struct Bounds {
   double lowest;
   double highest;
 };
 
-constexpr ValueRange kFrequencies = {1.0, 20000.0};  // Hz
-constexpr ValueRange kToneLevels = {-120.0, 0.0};    // dBFS, peak
-constexpr ValueRange kNoiseLevels = {-120.0, -5.0};  // dBFS, rms
+constexpr Bounds kFrequencies = {1.0, 20000.0};  // Hz
+constexpr Bounds kToneLevels = {-120.0, 0.0};    // dBFS, peak
+constexpr Bounds kNoiseLevels = {-120.0, -5.0};  // dBFS, rms
 
 // The peak of an evenly distributed noise over its rms: its mean square is a third of the square of
 // its peak.
@@ -34,38 +36,25 @@ struct ToneValues {
   double level;  // dBFS, peak
 };
 
-// Nothing unless the whole text is a finite number.
-std::optional<double> NumberIn(const std::string& text) {
+// Nothing unless the whole text is a number within the bounds.
+std::optional<double> NumberIn(const std::string& text, const Bounds& bounds) {
   double value = 0.0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value))
-    return std::nullopt;
-  return value;
+  const char* end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, value);
+  const bool isNumber = error == std::errc() && rest == end;
+  return isNumber && value >= bounds.lowest && value <= bounds.highest ? std::optional(value)
+                                                                       : std::nullopt;
 }
 
-bool IsWithin(const ValueRange& limits, double value) {
-  return value >= limits.lowest && value <= limits.highest;
-}
-
-std::string RangeText(const ValueRange& limits, const char* unit) {
-  return std::to_string(std::lround(limits.lowest)) + " to " +
-         std::to_string(std::lround(limits.highest)) + " " + unit;
+std::string BoundsText(const Bounds& bounds, const char* unit) {
+  return fmt::format("{:g} to {:g} {}", bounds.lowest, bounds.highest, unit);
 }
 
 std::optional<ToneValues> ToneIn(const std::string& text) {
-  const std::size_t comma = text.find(',');
-  if (comma == std::string::npos)
-    return std::nullopt;
-  const auto hertz = NumberIn(text.substr(0, comma));
-  const auto level = NumberIn(text.substr(comma + 1));
-  if (!hertz || !level || !IsWithin(kFrequencies, *hertz) || !IsWithin(kToneLevels, *level))
-    return std::nullopt;
-  return ToneValues{*hertz, *level};
-}
-
-std::optional<double> NoiseIn(const std::string& text) {
-  const auto level = NumberIn(text);
-  return level && IsWithin(kNoiseLevels, *level) ? level : std::nullopt;
+  const std::size_t comma = std::min(text.find(','), text.size());
+  const auto hertz = NumberIn(text.substr(0, comma), kFrequencies);
+  const auto level = NumberIn(text.substr(std::min(comma + 1, text.size())), kToneLevels);
+  return hertz && level ? std::optional(ToneValues{*hertz, *level}) : std::nullopt;
 }
 
 // The cases with a signal that an identifier means: one, or all of a document.
@@ -100,7 +89,7 @@ Playable TonePlayable(const std::string& text, const std::optional<double>& seco
 }
 
 Playable NoisePlayable(const std::string& text, const std::optional<double>& seconds) {
-  const auto level = NoiseIn(text);
+  const auto level = NumberIn(text, kNoiseLevels);
   if (!level)
     throw PlayListError(CheckNoise(text));
   return Generated("noise " + text, Noise(*level + kNoiseCrestDb), seconds);
@@ -159,14 +148,14 @@ std::vector<Playable> MakePlayList(const PlayListOptions& options) {
 std::string CheckTone(const std::string& text) {
   if (ToneIn(text))
     return "";
-  return "\"" + text + "\" is not a tone; give FREQ,LEVEL of " + RangeText(kFrequencies, "Hz") +
-         " and " + RangeText(kToneLevels, "dBFS");
+  return "\"" + text + "\" is not a tone; give FREQ,LEVEL of " + BoundsText(kFrequencies, "Hz") +
+         " and " + BoundsText(kToneLevels, "dBFS");
 }
 
 std::string CheckNoise(const std::string& text) {
-  if (NoiseIn(text))
+  if (NumberIn(text, kNoiseLevels))
     return "";
-  return "\"" + text + "\" is not a noise level; give " + RangeText(kNoiseLevels, "dBFS rms");
+  return "\"" + text + "\" is not a noise level; give " + BoundsText(kNoiseLevels, "dBFS rms");
 }
 
 std::string CheckTestSignal(const std::string& id) {

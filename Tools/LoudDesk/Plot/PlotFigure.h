@@ -16,7 +16,7 @@ struct LegendEntry {
   Sample sample = Sample::kLine;
 };
 
-/// A plot with what is to be said of it. All but the drawing is plain text.
+/// A plot and its texts. All but the drawing is plain text.
 struct PlotFigure {
   std::string heading;
   std::string unit;  // beside the heading

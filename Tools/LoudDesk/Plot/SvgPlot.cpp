@@ -51,13 +51,9 @@ double TimeStep(double seconds) {
 std::string TickText(double value, double seconds) {
   if (seconds < kMinute)
     return Short(value);
-  const double unit = seconds < kHour ? 1.0 : kMinute;  // s or min behind the colon
+  const double unit = seconds < kHour ? 1.0 : kMinute;  // s or min after the colon
   const long whole = std::lround(value / unit);
   return fmt::format("{}:{:02}", whole / 60, whole % 60);
-}
-
-std::string Attribute(const char* name, const std::string& value) {
-  return std::string(" ") + name + "=\"" + value + "\"";
 }
 
 // The first row with room for a label in the middle of which `position` lies, 0 ... 1.
@@ -116,59 +112,54 @@ SvgPlot::SvgPlot(std::string id, std::string title, std::string description, Plo
 void SvgPlot::AddXTicks(const std::vector<PlotTick>& ticks) {
   std::vector<double> ends;  // of the last label in each row
   for (const PlotTick& tick : ticks) {
-    const std::string x = X(tick.value);
     const std::size_t row = RowFor(PositionOn(tick.value, mX), tick.label, ends);
-    mBody += "<line class=\"grid\"" + Attribute("x1", x) + Attribute("x2", x) +
-             " y1=\"0\" y2=\"100%\"/><text class=\"x\"" + Attribute("x", x) + " y=\"100%\"" +
-             Attribute("dy", std::to_string(18 + kLabelRowHeight * static_cast<int>(row))) + ">" +
-             XmlEscaped(tick.label) + "</text>\n";
+    mBody += fmt::format(R"(<line class="grid" x1="{0}" x2="{0}" y1="0" y2="100%"/>)"
+                         R"(<text class="x" x="{0}" y="100%" dy="{1}">{2}</text>)"
+                         "\n",
+                         X(tick.value), 18 + kLabelRowHeight * static_cast<int>(row),
+                         XmlEscaped(tick.label));
   }
   mLabelRows = std::max(mLabelRows, ends.size());
 }
 
 void SvgPlot::AddYTicks(const std::vector<PlotTick>& ticks) {
   for (const PlotTick& tick : ticks) {
-    const std::string y = Y(tick.value);
-    mBody += "<line class=\"grid\" x1=\"0\" x2=\"100%\"" + Attribute("y1", y) + Attribute("y2", y) +
-             "/><text class=\"y\" x=\"-8\"" + Attribute("y", y) + " dy=\"4\">" +
-             XmlEscaped(tick.label) + "</text>";
+    mBody += fmt::format(R"(<line class="grid" x1="0" x2="100%" y1="{0}" y2="{0}"/>)"
+                         R"(<text class="y" x="-8" y="{0}" dy="4">{1}</text>)",
+                         Y(tick.value), XmlEscaped(tick.label));
     if (!tick.otherLabel.empty())
-      mBody += "<text class=\"other\" x=\"100%\" dx=\"8\"" + Attribute("y", y) + " dy=\"4\">" +
-               XmlEscaped(tick.otherLabel) + "</text>";
+      mBody += fmt::format(R"(<text class="other" x="100%" dx="8" y="{}" dy="4">{}</text>)",
+                           Y(tick.value), XmlEscaped(tick.otherLabel));
     mBody += "\n";
   }
 }
 
 void SvgPlot::AddHorizontalBand(double low, double high, const char* style) {
-  mBody += "<rect" + Attribute("class", style) + " x=\"0\" width=\"100%\"" +
-           Attribute("y", Y(high)) +
-           Attribute("height", Percent(PositionOn(high, mY) - PositionOn(low, mY))) + "/>\n";
+  mBody += fmt::format("<rect class=\"{}\" x=\"0\" width=\"100%\" y=\"{}\" height=\"{}\"/>\n",
+                       style, Y(high), Percent(PositionOn(high, mY) - PositionOn(low, mY)));
 }
 
 void SvgPlot::AddVerticalBand(double low, double high, const char* style) {
-  mBody += "<rect" + Attribute("class", style) + " y=\"0\" height=\"100%\"" +
-           Attribute("x", X(low)) +
-           Attribute("width", Percent(PositionOn(high, mX) - PositionOn(low, mX))) + "/>\n";
+  mBody += fmt::format("<rect class=\"{}\" y=\"0\" height=\"100%\" x=\"{}\" width=\"{}\"/>\n",
+                       style, X(low), Percent(PositionOn(high, mX) - PositionOn(low, mX)));
 }
 
 void SvgPlot::AddHorizontalLine(double y, const char* style) {
-  mBody += "<line" + Attribute("class", style) + " x1=\"0\" x2=\"100%\"" + Attribute("y1", Y(y)) +
-           Attribute("y2", Y(y)) + "/>\n";
+  mBody += fmt::format("<line class=\"{0}\" x1=\"0\" x2=\"100%\" y1=\"{1}\" y2=\"{1}\"/>\n", style,
+                       Y(y));
 }
 
 void SvgPlot::AddVerticalMark(double x, int rise, const std::string& text, const char* style) {
   const bool isLeft = PositionOn(x, mX) < 0.5;
-  const std::string top = std::to_string(-rise);
-  mBody += "<line" + Attribute("class", style) + Attribute("x1", X(x)) + Attribute("x2", X(x)) +
-           Attribute("y1", top) + " y2=\"100%\"/><text" +
-           Attribute("class", isLeft ? "mark" : "mark end") + Attribute("x", X(x)) +
-           Attribute("dx", isLeft ? "5" : "-5") + Attribute("y", top) + " dy=\"10\">" +
-           XmlEscaped(text) + "</text>\n";
+  mBody += fmt::format(R"(<line class="{0}" x1="{1}" x2="{1}" y1="{2}" y2="100%"/>)"
+                       R"(<text class="{3}" x="{1}" dx="{4}" y="{2}" dy="10">{5}</text>)"
+                       "\n",
+                       style, X(x), -rise, isLeft ? "mark" : "mark end", isLeft ? "5" : "-5",
+                       XmlEscaped(text));
 }
 
 void SvgPlot::AddDot(double x, double y, const char* style) {
-  mBody += "<circle" + Attribute("class", style) + Attribute("cx", X(x)) + Attribute("cy", Y(y)) +
-           " r=\"4\"/>\n";
+  mBody += fmt::format("<circle class=\"{}\" cx=\"{}\" cy=\"{}\" r=\"4\"/>\n", style, X(x), Y(y));
 }
 
 void SvgPlot::AddCurve(const std::vector<EnvelopeRun>& runs, const char* style) {
@@ -222,28 +213,26 @@ void SvgPlot::AddBars(const std::vector<Bar>& bars, double width, const char* st
 }
 
 std::string SvgPlot::Text() const {
-  const std::string title = mId + "-title";
-  const std::string description = mId + "-description";
-  return "<svg xmlns=\"http://www.w3.org/2000/svg\" class=\"drawing\" role=\"img\"" +
-         Attribute("aria-labelledby", title + " " + description) + Attribute("style", Margins()) +
-         ">\n<title" + Attribute("id", title) + ">" + XmlEscaped(mTitle) + "</title>\n<desc" +
-         Attribute("id", description) + ">" + XmlEscaped(mDescription) + "</desc>\n" + mBody +
-         "</svg>\n";
+  return fmt::format(
+      R"(<svg xmlns="http://www.w3.org/2000/svg" class="drawing" role="img")"
+      R"( aria-labelledby="{0}-title {0}-description" style="{1}">)"
+      "\n<title id=\"{0}-title\">{2}</title>\n<desc id=\"{0}-description\">{3}</desc>\n{4}</svg>\n",
+      mId, Margins(), XmlEscaped(mTitle), XmlEscaped(mDescription), mBody);
 }
 
 std::string SvgPlot::Margins() const {
   const int rows = static_cast<int>(mLabelRows) - 1;
-  return "margin-top:" + std::to_string(mHeadRoom + kHeadMargin) +
-         "px;margin-bottom:" + std::to_string(kFootMargin + kLabelRowHeight * rows) + "px";
+  return fmt::format("margin-top:{}px;margin-bottom:{}px", mHeadRoom + kHeadMargin,
+                     kFootMargin + kLabelRowHeight * rows);
 }
 
 void SvgPlot::AddPath(const std::string& data, const char* style) {
-  if (data.empty())
-    return;
-  mBody +=
-      "<svg width=\"100%\" height=\"100%\" viewBox=\"0 0 1000 1000\""
-      " preserveAspectRatio=\"none\"><path vector-effect=\"non-scaling-stroke\"" +
-      Attribute("class", style) + Attribute("d", data) + "/></svg>\n";
+  if (!data.empty())
+    mBody += fmt::format(
+        R"(<svg width="100%" height="100%" viewBox="0 0 1000 1000" preserveAspectRatio="none">)"
+        R"(<path vector-effect="non-scaling-stroke" class="{}" d="{}"/></svg>)"
+        "\n",
+        style, data);
 }
 
 std::string SvgPlot::X(double value) const {

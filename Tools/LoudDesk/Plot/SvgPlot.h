@@ -44,7 +44,7 @@ std::string TimeText(double seconds);
 class SvgPlot {
  public:
   /// An empty plot; `id` is unique on the page, `title` and `description` are for those who do not
-  /// see it. `headRoom` is kept free over the plot, in pixels.
+  /// see it. `headRoom` is kept free above the plot, in pixels.
   SvgPlot(std::string id, std::string title, std::string description, PlotScale x, PlotScale y,
           int headRoom = 0);
 

@@ -1,4 +1,4 @@
-// Handlers of the signals that end a process. What they use lives outside of the object.
+// Handlers of the signals that end a process. They can use only what is outside the object.
 
 #include "FatalSignals.h"
 

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::chrono::seconds kPipePeriod{1};
 
-// Messages come every 100 ms with some jitter; half of that must not cost a whole period.
+// Messages come every 100 ms with some jitter; one that is up to half of that early is shown.
 constexpr std::chrono::milliseconds kPipeTolerance{50};
 
 }  // namespace
@@ -60,7 +60,7 @@ std::size_t LiveLine::Width() const {
   return std::max<std::size_t>(mColumns(), 2) - 1;
 }
 
-// What hides the rest of the terminal's line, of which `length` characters are written over.
+// The blanks that hide what a new text of `length` characters leaves of the line.
 std::string LiveLine::BlanksBehind(std::size_t length) const {
   const std::size_t shown = std::min(mShown, Width());
   return std::string(shown - std::min(shown, length), ' ');

@@ -18,7 +18,7 @@ class LiveLine {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  /// Needs nothing of a terminal but the carriage return, and asks for its columns each time.
+  /// Uses only the carriage return of a terminal, and asks for its columns each time.
   LiveLine(std::ostream& out, TerminalColumns columns);
 
   /// Leaves a terminal at the beginning of a line.

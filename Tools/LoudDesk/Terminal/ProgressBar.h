@@ -1,5 +1,5 @@
-// A bar that shows how far the work on one file has come, on one line of a terminal that it leaves
-// empty behind.
+// A bar that shows how far the work on one file has come, on one line of a terminal. It leaves the
+// line empty.
 
 #pragma once
 
@@ -13,7 +13,7 @@ namespace louddesk {
 /// Empties the line of a bar on standard error where its owner cannot: in a signal handler.
 void ClearProgressLine();
 
-/// Needs nothing of a terminal but the carriage return.
+/// Uses only the carriage return of a terminal.
 class ProgressBar {
  public:
   /// A bar for work of `total` steps, in lines of `columns` characters, with the label as

@@ -23,39 +23,32 @@ constexpr short kAlertPair = 2;
 constexpr short kNoBackground = -1;
 
 struct InkLook {
-  Ink ink;
   attr_t attributes;
   short pair;
 };
 
-// Alerts differ from the rest without colours too, and what they mean is in the text.
+// In the order of Ink. Alerts differ from the rest without colours too, and what they mean is in
+// the text.
 constexpr InkLook kLooks[] = {
-    {Ink::kPlain, A_NORMAL, kPlainPair},
-    {Ink::kStrong, A_BOLD, kPlainPair},
-    {Ink::kFaint, A_DIM, kPlainPair},
-    {Ink::kGood, A_NORMAL, kGoodPair},
-    {Ink::kAlert, A_BOLD, kAlertPair},
-    {Ink::kBadge, A_REVERSE, kPlainPair},
-    {Ink::kAlertBadge, A_REVERSE | A_BOLD, kAlertPair},
+    {A_NORMAL, kPlainPair},
+    {A_BOLD, kPlainPair},
+    {A_DIM, kPlainPair},
+    {A_NORMAL, kGoodPair},
+    {A_BOLD, kAlertPair},
+    {A_REVERSE, kPlainPair},
+    {A_REVERSE | A_BOLD, kAlertPair},
 };
 
 termios gShellModes;  // written before the handlers are installed
 
 // Plain characters, plain keys, the cursor, and the picture of before. ncurses itself may not be
-// called in a signal handler. In the background the terminal is somebody else's, and was given back
-// when the process was stopped.
+// called in a signal handler. In the background the terminal belongs to another process, and was
+// given back when this one was stopped.
 void GiveBack() {
   constexpr char kSequence[] = "\033[0m\033[?1l\033>\033[?25h\033[?1049l";
   if (tcgetpgrp(STDOUT_FILENO) == getpgrp() &&
       write(STDOUT_FILENO, kSequence, sizeof kSequence - 1) > 0)
     tcsetattr(STDOUT_FILENO, TCSANOW, &gShellModes);
-}
-
-const InkLook& LookOf(Ink ink) {
-  for (const InkLook& look : kLooks)
-    if (look.ink == ink)
-      return look;
-  return kLooks[0];
 }
 
 Glyphs GlyphsOfLocale() {
@@ -70,7 +63,7 @@ std::string UnusableTerminal(const char* reason) {
          "; set TERM, or use --format csv or json";
 }
 
-// Without one a picture would be a heap of characters on one line.
+// A terminal without that would get the whole picture on one line.
 bool CanPlaceCursor() {
   return tigetstr("cup") != nullptr;
 }
@@ -127,7 +120,7 @@ void Terminal::Show(const TextScreen& cells) {
   for (std::size_t row = 0; row < cells.Rows(); ++row)
     for (std::size_t column = 0; column < cells.Columns(); ++column) {
       const TextCell& cell = cells.Row(row)[column];
-      const InkLook& look = LookOf(cell.ink);
+      const InkLook& look = kLooks[static_cast<std::size_t>(cell.ink)];
       const wchar_t text[] = {static_cast<wchar_t>(cell.glyph), L'\0'};
       cchar_t character;
       setcchar(&character, text, look.attributes, mHasColours ? look.pair : kPlainPair, nullptr);

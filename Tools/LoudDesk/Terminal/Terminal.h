@@ -1,6 +1,6 @@
 // The user's terminal as a window of text cells. One object at a time and process, on one thread.
-// Takes the terminal over while it lives and gives it back as it was, whatever ends its life, a
-// signal that ends the process among it.
+// Takes the terminal over while it lives and gives it back as it was, also when a signal ends the
+// process.
 
 #pragma once
 

@@ -18,48 +18,34 @@ class DocumentWriter {
   DocumentWriter() { mWriter.StartObject(); }
 
   DocumentWriter& Text(const char* key, const std::string& value) {
-    Key(key);
-    mWriter.String(value.c_str(), static_cast<rapidjson::SizeType>(value.size()));
-    return *this;
+    return Write(key, [&] {
+      mWriter.String(value.c_str(), static_cast<rapidjson::SizeType>(value.size()));
+    });
   }
   DocumentWriter& Signed(const char* key, int value) {
-    Key(key);
-    mWriter.Int(value);
-    return *this;
+    return Write(key, [&] { mWriter.Int(value); });
   }
   DocumentWriter& Unsigned(const char* key, unsigned value) {
-    Key(key);
-    mWriter.Uint(value);
-    return *this;
+    return Write(key, [&] { mWriter.Uint(value); });
+  }
+  DocumentWriter& Flag(const char* key, bool value) {
+    return Write(key, [&] { mWriter.Bool(value); });
   }
   /// A number, or null, as it is written.
   DocumentWriter& Number(const char* key, const std::string& text) {
-    Key(key);
-    mWriter.RawValue(text.c_str(), text.size(), rapidjson::kNumberType);
-    return *this;
-  }
-  DocumentWriter& Flag(const char* key, bool value) {
-    Key(key);
-    mWriter.Bool(value);
-    return *this;
+    return Write(key, [&] { mWriter.RawValue(text.c_str(), text.size(), rapidjson::kNumberType); });
   }
   DocumentWriter& OpenObject(const char* key) {
-    Key(key);
-    mWriter.StartObject();
-    return *this;
-  }
-  DocumentWriter& CloseObject() {
-    mWriter.EndObject();
-    return *this;
+    return Write(key, [&] { mWriter.StartObject(); });
   }
   DocumentWriter& OpenArray(const char* key) {
-    Key(key);
-    mWriter.StartArray();
-    return *this;
+    return Write(key, [&] { mWriter.StartArray(); });
+  }
+  DocumentWriter& CloseObject() {
+    return Write(kNoKey, [&] { mWriter.EndObject(); });
   }
   DocumentWriter& CloseArray() {
-    mWriter.EndArray();
-    return *this;
+    return Write(kNoKey, [&] { mWriter.EndArray(); });
   }
 
   /// Closes the root object and returns the text; the last call.
@@ -69,9 +55,12 @@ class DocumentWriter {
   }
 
  private:
-  void Key(const char* key) {
+  template <typename WriteValue>
+  DocumentWriter& Write(const char* key, WriteValue writeValue) {
     if (key != kNoKey)
       mWriter.Key(key);
+    writeValue();
+    return *this;
   }
 
   rapidjson::StringBuffer mBuffer;

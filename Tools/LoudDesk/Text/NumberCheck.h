@@ -12,7 +12,7 @@ using NumberCheck = std::function<std::string(const std::string&)>;
 /// A number from `low` to `high`. Refuses "nan", which `CLI::Range` lets through.
 NumberCheck Between(double low, double high);
 
-/// A whole number of at least 1, as far as the machine counts.
+/// A whole number from 1 up to the largest `unsigned long`.
 std::string CheckCount(const std::string& text);
 
 }  // namespace louddesk

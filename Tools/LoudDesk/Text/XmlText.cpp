@@ -10,7 +10,7 @@ namespace {
 constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
 
 // What XML cannot hold although UTF-8 can.
-constexpr const char* kNoCharacters[] = {"\xEF\xBF\xBE", "\xEF\xBF\xBF"};
+constexpr const char* kNoncharacters[] = {"\xEF\xBF\xBE", "\xEF\xBF\xBF"};
 
 std::string EscapedByte(char c) {
   switch (c) {
@@ -35,7 +35,7 @@ std::string XmlEscaped(const std::string& text) {
   std::string result;
   for (const char c : Utf8Of(text))
     result += EscapedByte(c);
-  for (const char* bytes : kNoCharacters)
+  for (const char* bytes : kNoncharacters)
     for (std::size_t at = 0; (at = result.find(bytes, at)) != std::string::npos;)
       result.replace(at, 3, kReplacement);
   return result;

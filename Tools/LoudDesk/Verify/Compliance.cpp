@@ -21,7 +21,7 @@ constexpr double kRounding = 1e-6;
 // Power of a sine of 0 dBFS before any weighting.
 constexpr double kSineMeanSquare = 0.5;
 
-// Where the meter has the quantities but the weighting gain, in the order of Quantity.
+// The figures of the quantities except the weighting gain, in the order of Quantity.
 constexpr std::optional<double> Figures::*kFigures[] = {
     &Figures::momentary, &Figures::shortTerm,    &Figures::shortTerm,  &Figures::integrated,
     &Figures::lra,       &Figures::maxMomentary, &Figures::maxTruePeak};

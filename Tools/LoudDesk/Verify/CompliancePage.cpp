@@ -125,13 +125,11 @@ std::string DeviationList(const std::vector<CaseRows>& cases, ComplianceVerdict 
   for (const CaseRows& known : cases) {
     const int count = CountOf(known.rows, verdict);
     if (count > 0)
-      list += "<li><a href=\"#" + IdOf(known.id) + "\">" + known.id +
-              "</a>: " + std::to_string(count) + " of " + std::to_string(known.rows.size()) +
-              " figures, " + FurthestText(known, verdict) + "</li>\n";
+      list += fmt::format("<li><a href=\"#{}\">{}</a>: {} of {} figures, {}</li>\n", IdOf(known.id),
+                          known.id, count, known.rows.size(), FurthestText(known, verdict));
   }
-  return list.empty()
-             ? ""
-             : std::string("<h3>") + heading + "</h3>\n<ul class=\"notes\">\n" + list + "</ul>\n";
+  return list.empty() ? ""
+                      : fmt::format("<h3>{}</h3>\n<ul class=\"notes\">\n{}</ul>\n", heading, list);
 }
 
 std::string SummaryLine(const VerdictMeaning& entry, const ComplianceReport& report,

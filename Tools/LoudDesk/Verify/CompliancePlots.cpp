@@ -1,4 +1,4 @@
-// Deviations drawn one beside the other, in the order of the rows.
+// Deviations drawn side by side, in the order of the rows.
 
 #include "CompliancePlots.h"
 

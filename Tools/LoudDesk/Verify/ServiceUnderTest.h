@@ -19,7 +19,7 @@ namespace louddesk {
 /// are none for the first three blocks, of which nothing is published.
 ///
 /// Blocks go out as fast as the service takes them, and it says nothing of how many it has
-/// measured. So each block, or in measurements of the true peak a silent one behind the last,
+/// measured. So each block, or in measurements of the true peak a silent one after the last,
 /// carries a small peak as its mark, by which its figures are known when they are published. Hence
 /// measurements of loudness have no true peak, and those of the true peak no loudness.
 std::unique_ptr<MeterUnderTest> ConnectToService(unsigned cluster, Patience patience);

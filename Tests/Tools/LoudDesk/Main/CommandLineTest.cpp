@@ -117,7 +117,7 @@ TEST(CommandLineTest, WhatIsNotUnderstoodIsNamedInOneLine) {
     const char* line;
   } const cases[] = {
       {{},
-       "a subcommand is missing behind LoudDesk: measure, unit, verify, watch or send"
+       "a subcommand is missing after LoudDesk: measure, unit, verify, watch or send"
        " (see LoudDesk --help)"},
       {{"meassure", "x.wav"},
        "meassure: no such subcommand; there are measure, unit, verify, watch or send"
@@ -130,7 +130,7 @@ TEST(CommandLineTest, WhatIsNotUnderstoodIsNamedInOneLine) {
        " --help)"},
       {{"--verson"}, "--verson: no such option (see LoudDesk --help)"},
       {{"send"},
-       "a subcommand is missing behind LoudDesk send: enable, disable, preset, config or command"
+       "a subcommand is missing after LoudDesk send: enable, disable, preset, config or command"
        " (see LoudDesk send --help)"},
       {{"send", "comand", "start"},
        "comand: no such subcommand; there are enable, disable, preset, config or command"

@@ -252,7 +252,7 @@ TEST_F(MeasureCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
     const char* arguments;
     const char* complaint;
   } const cases[] = {
-      {"", "a subcommand is missing behind LoudDesk: measure, unit, "},
+      {"", "a subcommand is missing after LoudDesk: measure, unit, "},
       {"weigh a.wav", "weigh: no such subcommand; there are measure, unit, "},
       {"measure", "FILE is required"},
       {"measure --format xml a.wav", "--format: xml not in {table,json,csv}"},
@@ -356,7 +356,7 @@ TEST_F(MeasureCommandTest, AFileThatLooksLikeAnOptionGoesBehindTwoDashes) {
   const std::string command = "cd " + Quoted(mDirectory.Path(".")) + " && " + Quoted(kLoudDesk);
   EXPECT_NE(std::system((command + " measure -dash.wav >out.txt 2>&1").c_str()), 0);
   EXPECT_EQ(test_audio::BytesOf(mDirectory.Path("out.txt")),
-            "LoudDesk: -dash.wav: no such option; a file of that name goes behind -- (see LoudDesk "
+            "LoudDesk: -dash.wav: no such option; a file of that name goes after -- (see LoudDesk "
             "measure --help)\n");
   EXPECT_EQ(std::system((command + " measure -- -dash.wav >out.txt 2>&1").c_str()), 0);
 }
