@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "Meters.h"
+#include "SpeakerNames.h"
 #include "SpeakerTexts.h"
 
 namespace louddesk {
@@ -57,14 +58,6 @@ SpeakerLayout LayoutOf(const AudioSpeakerType_e (&speakers)[kSpeakers]) {
   return layout;
 }
 
-// "Left, Right, ...": every text that stands for a position, for messages.
-std::string AllSpeakers() {
-  std::string list;
-  for (const TextEntry<AudioSpeakerType_e>& speaker : kSpeakerTexts)
-    list += std::string(list.empty() ? "" : ", ") + speaker.text;
-  return list;
-}
-
 bool Contains(const ChannelMap& map, int position) {
   return std::find(map.begin(), map.end(), position) != map.end();
 }
@@ -110,16 +103,21 @@ SpeakerLayout SplitSpeakers(const std::string& list) {
   std::size_t begin = 0;
   for (std::size_t end = 0; end != std::string::npos; begin = end + 1) {
     end = list.find(kSeparator, begin);
-    speakers.push_back(list.substr(begin, end == std::string::npos ? end : end - begin));
+    const std::string name = list.substr(begin, end == std::string::npos ? end : end - begin);
+    speakers.push_back(SpeakerNamed(name).value_or(name));
   }
   return speakers;
 }
 
 std::string CheckSpeakers(const std::string& list) {
-  for (const std::string& speaker : SplitSpeakers(list))
-    if (SpeakerTypeOf(speaker) == AST_NONE)
-      return "\"" + speaker + "\" is no speaker; there are " + AllSpeakers();
-  return "";
+  const SpeakerLayout speakers = SplitSpeakers(list);
+  for (const std::string& speaker : speakers)
+    if (!SpeakerNamed(speaker))
+      return "\"" + speaker + "\" is not a speaker; there are " + SpeakerNamesInWords();
+  const bool isAnyFed =
+      std::any_of(speakers.begin(), speakers.end(),
+                  [](const std::string& speaker) { return speaker != kNoSpeaker; });
+  return isAnyFed ? "" : "no channel feeds a speaker";
 }
 
 std::optional<SpeakerLayout> UsualLayout(std::size_t channels) {

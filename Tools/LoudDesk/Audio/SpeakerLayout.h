@@ -14,17 +14,19 @@
 namespace louddesk {
 
 /// Speaker text of each channel, in the order of the channels; entry i belongs to meter i + 1.
+/// `kNoSpeaker` for a channel that belongs to no programme.
 using SpeakerLayout = std::vector<std::string>;
 
 /// The position that a speaker text stands for, `AST_NONE` for a text that the preset does not
 /// know.
 AudioSpeakerType_e SpeakerTypeOf(const std::string& speaker);
 
-/// The texts at the commas of a list like "Left,Right,Center". An empty list is one empty text.
+/// The texts for the names at the commas of a list like "Left,Right,Center" or "l,r,c"; a name that
+/// is not known stays as it is. An empty list is one empty text.
 SpeakerLayout SplitSpeakers(const std::string& list);
 
-/// What is wrong with a list of speakers, as one line that names the texts that there are; empty
-/// when every text is known.
+/// What is wrong with a list of speakers, as one line that tells the names that there are; empty
+/// when every name is known and one at least is that of a speaker.
 std::string CheckSpeakers(const std::string& list);
 
 /// The layout that a number of channels usually means: 1 Center; 2 Left, Right; 6 Left, Right,

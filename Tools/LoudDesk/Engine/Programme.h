@@ -19,7 +19,14 @@ struct ProgrammeChannel {
 /// At most 32 channels; one may occur several times.
 using Programme = std::vector<ProgrammeChannel>;
 
-/// All channels of a layout, in its order.
+/// All channels of a layout that feed a speaker, in its order.
 Programme ProgrammeOf(const SpeakerLayout& speakers);
+
+/// `programme` as two loudspeakers play it when it is one channel: that channel feeds Left and
+/// Right, which reads 3.01 LU more. Programmes of more channels stay as they are.
+Programme AsDualMono(const Programme& programme);
+
+/// "1-6", "7,8": the channels of a programme, counted from 1, each once.
+std::string ChannelsInWords(const Programme& programme);
 
 }  // namespace louddesk

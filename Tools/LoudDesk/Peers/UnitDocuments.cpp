@@ -7,6 +7,9 @@
 namespace louddesk {
 namespace {
 
+// Text of a channel that belongs to no programme: no channel feeds its meter.
+constexpr char kNoSpeaker[] = "None";
+
 void WritePlace(DocumentWriter& writer, int inputNo) {
   writer.Text("ConnectorType", "BNC").Signed("Slot", 1).Signed("Cage", 0);
   writer.Signed("InputNo", inputNo);
@@ -59,7 +62,7 @@ Preset PresetForSpeakers(const std::vector<std::string>& speakers, unsigned clus
   int number = 0;
   for (const std::string& speaker : speakers) {
     ++number;
-    preset.meters.push_back({number, speaker, number});
+    preset.meters.push_back({number, speaker, speaker == kNoSpeaker ? 0 : number});
   }
   return preset;
 }

@@ -76,6 +76,7 @@ TEST_F(SpeakerLayoutTest, ListIsSplitAtItsCommas) {
   EXPECT_THAT(SplitSpeakers("Left,Right,Center"), ElementsAre("Left", "Right", "Center"));
   EXPECT_THAT(SplitSpeakers("Left,,"), ElementsAre("Left", "", ""));
   EXPECT_THAT(SplitSpeakers(""), ElementsAre(""));
+  EXPECT_THAT(SplitSpeakers("l,R,none,x"), ElementsAre("Left", "Right", "None", "x"));
 }
 
 TEST_F(SpeakerLayoutTest, AllSpeakersOfThePresetAreKnown) {
@@ -87,8 +88,9 @@ TEST_F(SpeakerLayoutTest, AllSpeakersOfThePresetAreKnown) {
 }
 
 TEST_F(SpeakerLayoutTest, UnknownSpeakersAreQuotedAndTheKnownOnesNamed) {
-  for (const char* list : {"Left,Middle", "left", "Left, Right", "", "Left,", "None"}) {
-    EXPECT_THAT(CheckSpeakers(list), HasSubstr("\" is no speaker; there are Left, Right, Center, "))
+  for (const char* list : {"Left,Middle", "Left, Right", "", "Left,"}) {
+    EXPECT_THAT(CheckSpeakers(list),
+                HasSubstr("\" is not a speaker; there are Left (L), Right (R), "))
         << "'" << list << "'";
     EXPECT_THAT(CheckSpeakers(list), HasSubstr("MonoSurround"));
   }
@@ -99,6 +101,11 @@ TEST_F(SpeakerLayoutTest, UnknownSpeakersAreQuotedAndTheKnownOnesNamed) {
 TEST_F(SpeakerLayoutTest, ASpeakerMayHaveSeveralChannels) {
   EXPECT_EQ(CheckSpeakers("Left,Right,Left,Right"), "");
   EXPECT_EQ(LayoutFor(FileOf(2), SpeakerLayout{"Left", "Left"}), SpeakerLayout(2, "Left"));
+}
+
+TEST_F(SpeakerLayoutTest, ChannelsMayFeedNoSpeakerButNotAllOfThem) {
+  EXPECT_EQ(CheckSpeakers("None,L,none,R"), "");
+  EXPECT_EQ(CheckSpeakers("None,none"), "no channel feeds a speaker");
 }
 
 TEST_F(SpeakerLayoutTest, EveryKnownSpeakerIsNamedInTheMessage) {

@@ -314,6 +314,14 @@ TEST(PresetDocumentTest, SpeakersFillTheMetersOfOneCluster) {
   EXPECT_EQ(AST_SPEAKER_LS, preset.GetSpeakerType(1));
 }
 
+TEST(PresetDocumentTest, NoChannelFeedsAMeterWithoutASpeaker) {
+  cProbeMatrixConf preset(32);
+  const std::string json = louddesk::PresetForSpeakers({"None", "Center"}, 1).Json();
+  ASSERT_EQ(1, preset.ParsePreset(json.c_str(), true, false, 0, nullptr)) << json;
+  EXPECT_EQ(0, preset.GetChannel(0, 0));
+  EXPECT_EQ(2, preset.GetChannel(1, 0));
+}
+
 TEST(UnitDocumentsTest, WriteEveryMember) {
   EXPECT_EQ(
       "{\"OriginFromFp\":false,\"ClusterId\":1,\"LraWindow\":9,\"LoudnessStandard\":\"ITU "
