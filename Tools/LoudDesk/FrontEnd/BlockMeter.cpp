@@ -110,28 +110,29 @@ std::optional<BadSample> BlockMeter::FindBadSample(const double* samples,
   return BadSample{index % mChannels, FirstFrameOf(mBlock) + index / mChannels};
 }
 
+// The powers are left at 0.
 std::optional<BadSample> BlockMeter::MeasureFrames(const double* samples, std::size_t frames,
                                                    ChannelEnergies& energies,
                                                    BlockReading& reading) {
   if (const auto badSample = FindBadSample(samples, frames))
     return badSample;
   ChannelPeaks peaks{};
-  for (std::size_t done = 0; done < frames; done += kChunkFrames)
-    MeasureChunk(samples + done * mChannels, std::min(kChunkFrames, frames - done), energies,
-                 peaks);
   reading = BlockReading{};
+  for (std::size_t done = 0; done < frames; done += kChunkFrames)
+    MeasureChunk(samples + done * mChannels, std::min(kChunkFrames, frames - done), energies, peaks,
+                 reading.samplePeaks);
   for (std::size_t channel = 0; channel < mChannels; ++channel)
     reading.peaks[channel] = BlockPeak(peaks[channel]);
   return std::nullopt;
 }
 
 void BlockMeter::MeasureChunk(const double* samples, std::size_t frames, ChannelEnergies& energies,
-                              ChannelPeaks& peaks) {
+                              ChannelPeaks& peaks, ChannelPeaks& samplePeaks) {
   std::array<double, kChunkFrames * kMeters> conditioned;
   std::transform(samples, samples + frames * mChannels, conditioned.begin(), Conditioned);
   mFilter.AddEnergies(conditioned.data(), frames, energies);
   if (mPeaks == Peaks::kTrue)
-    mTruePeak.Raise(conditioned.data(), frames, peaks);
+    mTruePeak.Raise(conditioned.data(), frames, peaks, samplePeaks);
 }
 
 }  // namespace louddesk

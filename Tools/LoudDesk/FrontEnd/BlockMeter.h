@@ -76,7 +76,7 @@ class BlockMeter {
   std::optional<BadSample> MeasureFrames(const double* samples, std::size_t frames,
                                          ChannelEnergies& energies, BlockReading& reading);
   void MeasureChunk(const double* samples, std::size_t frames, ChannelEnergies& energies,
-                    ChannelPeaks& peaks);
+                    ChannelPeaks& peaks, ChannelPeaks& samplePeaks);
 
   std::size_t mChannels;
   std::uint64_t mSampleRate;  // Hz

@@ -18,6 +18,8 @@ constexpr std::size_t kMeters = kRawMeters;
 struct BlockReading {
   std::array<std::uint64_t, kMeters> powers{};  // K-weighted power, the service's integer scale
   std::array<std::uint32_t, kMeters> peaks{};   // true peak, 0 ... `kLargestPeak`
+  std::array<float, kMeters> samplePeaks{};     // largest magnitude of a sample, full scale 1.0;
+                                                // no part of what a unit publishes
 };
 
 }  // namespace louddesk

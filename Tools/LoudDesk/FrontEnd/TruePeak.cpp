@@ -126,13 +126,16 @@ Oversampling OversamplingFor(double sampleRate) {
 TruePeakMeter::TruePeakMeter(Oversampling oversampling, std::size_t channels)
     : mOversampling(oversampling), mWindows(channels, Window{}) {}
 
-void TruePeakMeter::Raise(const double* samples, std::size_t frames, ChannelPeaks& peaks) {
+void TruePeakMeter::Raise(const double* samples, std::size_t frames, ChannelPeaks& peaks,
+                          ChannelPeaks& samplePeaks) {
   const std::size_t channels = mWindows.size();
   for (std::size_t channel = 0; channel < channels; ++channel) {
     Window& window = mWindows[channel];
     for (std::size_t n = 0; n < frames; ++n)
       window[kHistory + n] = static_cast<float>(samples[n * channels + channel]);
     peaks[channel] = std::max(peaks[channel], PeakOf(mOversampling, window.data(), frames));
+    samplePeaks[channel] =
+        std::max(samplePeaks[channel], PeakOf(Oversampling::kNone, window.data(), frames));
     std::copy_n(window.begin() + static_cast<std::ptrdiff_t>(frames), kHistory, window.begin());
   }
 }

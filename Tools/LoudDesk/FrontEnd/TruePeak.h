@@ -35,11 +35,13 @@ class TruePeakMeter {
   /// Most frames that one call takes.
   static constexpr std::size_t kMaxFrames = 256;
 
-  /// Raises `peaks` to what `frames` interleaved frames hold. Never below the largest sample: the
-  /// interpolated points lie between the samples and none of them on one, while a waveform goes
-  /// through its samples, so that these count too. Allocates nothing.
-  /// REQUIRES: frames <= kMaxFrames, and every sample is 0 or of a magnitude from 1e-15 to 1e15.
-  void Raise(const double* samples, std::size_t frames, ChannelPeaks& peaks);
+  /// Raises `peaks`, and `samplePeaks` by the samples alone, to what `frames` interleaved frames
+  /// hold. A true peak is never below the largest sample: the interpolated points lie between the
+  /// samples and none of them on one, while a waveform goes through its samples, so that these
+  /// count too. Allocates nothing. REQUIRES: frames <= kMaxFrames, and every sample is 0 or of a
+  /// magnitude from 1e-15 to 1e15.
+  void Raise(const double* samples, std::size_t frames, ChannelPeaks& peaks,
+             ChannelPeaks& samplePeaks);
 
   /// Taps of each interpolated point.
   static constexpr std::size_t kTaps = 12;

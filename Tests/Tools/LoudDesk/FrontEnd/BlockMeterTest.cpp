@@ -338,5 +338,19 @@ TEST(BlockMeterTest, ReadingDoesNotDriftOverALongStream) {
         << "block " << block;
 }
 
+TEST(BlockMeterTest, SamplePeaksAreThoseOfTheirBlockOrRest) {
+  BlockMeter meter(2, 48000);
+  Samples samples(2 * 4800, 0.0);
+  samples[2 * 100 + 1] = -0.25;
+  BlockReading reading;
+  ASSERT_FALSE(meter.Measure(samples.data(), reading));
+  EXPECT_EQ(reading.samplePeaks[0], 0.0F);
+  EXPECT_EQ(reading.samplePeaks[1], 0.25F);
+  ASSERT_FALSE(meter.Measure(Samples(2 * 4800, 0.0).data(), reading));
+  EXPECT_EQ(reading.samplePeaks[1], 0.0F);
+  ASSERT_FALSE(meter.MeasureRest(samples.data(), 1000, reading));
+  EXPECT_EQ(reading.samplePeaks[1], 0.25F);
+}
+
 }  // namespace
 }  // namespace louddesk

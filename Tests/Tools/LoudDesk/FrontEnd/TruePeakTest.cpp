@@ -17,13 +17,28 @@ using test_audio::Noise;
 using test_audio::Samples;
 using test_audio::Sine;
 
+// Of the samples alone.
+ChannelPeaks SamplePeaksOf(Oversampling oversampling, std::size_t channels,
+                           const Samples& samples) {
+  TruePeakMeter meter(oversampling, channels);
+  ChannelPeaks peaks{};
+  ChannelPeaks samplePeaks{};
+  const std::size_t frames = samples.size() / channels;
+  for (std::size_t done = 0; done < frames; done += TruePeakMeter::kMaxFrames)
+    meter.Raise(&samples[done * channels], std::min(TruePeakMeter::kMaxFrames, frames - done),
+                peaks, samplePeaks);
+  return samplePeaks;
+}
+
 ChannelPeaks PeaksOf(Oversampling oversampling, std::size_t channels, const Samples& samples,
                      std::size_t framesACall = TruePeakMeter::kMaxFrames) {
   TruePeakMeter meter(oversampling, channels);
   ChannelPeaks peaks{};
+  ChannelPeaks samplePeaks{};
   const std::size_t frames = samples.size() / channels;
   for (std::size_t done = 0; done < frames; done += framesACall)
-    meter.Raise(&samples[done * channels], std::min(framesACall, frames - done), peaks);
+    meter.Raise(&samples[done * channels], std::min(framesACall, frames - done), peaks,
+                samplePeaks);
   return peaks;
 }
 
@@ -164,8 +179,25 @@ TEST(TruePeakTest, PeaksAreRaisedNeverLowered) {
   TruePeakMeter meter(Oversampling::kFour, 1);
   ChannelPeaks peaks{0.5F};
   const Samples soft(100, 0.001);
-  meter.Raise(soft.data(), soft.size(), peaks);
+  ChannelPeaks samplePeaks{};
+  meter.Raise(soft.data(), soft.size(), peaks, samplePeaks);
   EXPECT_EQ(peaks[0], 0.5F);
+}
+
+// A sine of a quarter of the sample rate at 45 degrees: every sample lies 3 dB below the crest, and
+// one of them elsewhere is higher, at the end of an odd number of frames.
+TEST(TruePeakTest, SamplePeaksAreThoseOfTheSamplesAlone) {
+  for (const Oversampling oversampling :
+       {Oversampling::kNone, Oversampling::kTwo, Oversampling::kFour}) {
+    Samples sine = Sine(0.5, 12000.0, 48000, 1001, 45.0);
+    const Samples silence(sine.size(), 0.0);
+    ChannelPeaks peaks = SamplePeaksOf(oversampling, 2, Interleaved({silence, sine}));
+    EXPECT_EQ(peaks[0], 0.0F);
+    EXPECT_NEAR(peaks[1], 0.5 * std::sqrt(0.5), 1e-6);
+    sine.back() = -0.75;
+    peaks = SamplePeaksOf(oversampling, 1, sine);
+    EXPECT_EQ(peaks[0], 0.75F);
+  }
 }
 
 }  // namespace
