@@ -49,6 +49,15 @@ void CheckFormat(const std::string& path, const SF_INFO& info) {
                                    " Hz; 8000 to 192000 Hz can be measured");
 }
 
+// What libsndfile calls a container or a coding.
+std::string FormatName(int format) {
+  SF_FORMAT_INFO info{};
+  info.format = format;
+  return sf_command(nullptr, SFC_GET_FORMAT_INFO, &info, sizeof info) == 0 && info.name != nullptr
+             ? info.name
+             : "unknown";
+}
+
 // Without the full stop that libsndfile's texts end with.
 std::string Reason(SNDFILE* file) {
   std::string text = sf_strerror(file);
@@ -74,6 +83,8 @@ AudioFile::AudioFile(const std::string& path) : mPath(path) {
   CheckFormat(path, info);
   mChannels = static_cast<std::size_t>(info.channels);
   mSampleRate = info.samplerate;
+  mFormat = FormatName(info.format & SF_FORMAT_TYPEMASK) + ", " +
+            FormatName(info.format & SF_FORMAT_SUBMASK);
   mChannelMap = ChannelMapOf(path, mFile.get(), info);
   if (info.frames != kUnknownFrames)
     mPromisedFrames = static_cast<std::uint64_t>(info.frames);

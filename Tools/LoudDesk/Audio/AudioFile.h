@@ -38,6 +38,9 @@ class AudioFile {
   std::size_t Channels() const { return mChannels; }  // 1 ... 32
   int SampleRate() const { return mSampleRate; }      // Hz, 8000 ... 192000
 
+  /// Container and coding in words: "WAV (Microsoft), Signed 16 bit PCM".
+  const std::string& Format() const { return mFormat; }
+
   /// Position of each channel; empty when the file does not say.
   const ChannelMap& Positions() const { return mChannelMap; }
 
@@ -63,6 +66,7 @@ class AudioFile {
   std::unique_ptr<SNDFILE, Closer> mFile;
   std::size_t mChannels = 0;
   int mSampleRate = 0;
+  std::string mFormat;
   ChannelMap mChannelMap;
   std::optional<std::uint64_t> mPromisedFrames;
   std::uint64_t mFramesRead = 0;

@@ -1,10 +1,10 @@
-// The figures of a programme, and what the gated ones are made from.
+// The figures of a programme and of its channels.
 
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <optional>
-#include <vector>
+#include <string>
 
 namespace louddesk {
 
@@ -31,13 +31,13 @@ struct Figures {
                                        // the end of theirs; lra is missing for the same reason
 };
 
-/// What the gated figures of a programme are made from.
-struct LoudnessDistribution {
-  std::vector<std::uint64_t>
-      readings;  // momentary readings by loudness code (see `Cbin`), 0 ... 4000
-  std::optional<double> relativeGate;  // of the integrated loudness, LKFS; nothing: no effect
-  std::optional<double> lraLow;        // 10 % of the short-term readings lie below it, LKFS
-  std::optional<double> lraHigh;       // 5 % of the short-term readings lie above it, LKFS
+/// The peaks of one channel of a programme.
+struct ChannelFigures {
+  std::size_t channel = 0;           // of the file, counted from 0
+  std::string speakers;              // that it feeds, by the texts of the preset: "Left"
+  std::optional<double> truePeak;    // highest, dBTP; nothing in digital silence
+  std::optional<double> samplePeak;  // highest, dBFS; nothing in digital silence
+  bool isPeakAtLeast = false;        // truePeak is the end of its scale
 };
 
 }  // namespace louddesk

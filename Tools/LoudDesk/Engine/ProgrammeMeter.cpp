@@ -3,6 +3,7 @@
 #include "ProgrammeMeter.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 
 #include "BlockMeter.h"
@@ -31,6 +32,12 @@ std::optional<double> PeakReading(std::uint32_t peak) {
   return GetTruePeak(static_cast<std::uint16_t>(peak));
 }
 
+std::optional<double> SamplePeakReading(float peak) {
+  if (peak <= 0.0F)
+    return std::nullopt;
+  return 20.0 * std::log10(static_cast<double>(peak));
+}
+
 double EndOf(std::uint64_t block) {
   return static_cast<double>(block) / kBlocksPerSecond;
 }
@@ -49,9 +56,7 @@ ProgrammeMeter::ProgrammeMeter(const Programme& programme, std::size_t fileChann
     : mProgramme(programme),
       mLargestPower(LargestBlockPower(std::max(fileChannels, programme.size()))),
       mShortTermCodes(kShortTermRing),
-      mShortTermReadings(kNoGateLu, &mShortTermCodes),
-      mIntegrated(kLoudnessGateLu),
-      mRange(kLraGateLu) {
+      mShortTermReadings(kNoGateLu, &mShortTermCodes) {
   mShortTermReadings.Reset(kShortTermBlocks);
   for (std::size_t i = 0; i < programme.size(); ++i) {
     mWeights[i] = LoudnessSpeakerWeight[SpeakerTypeOf(programme[i].speaker)];
@@ -62,7 +67,7 @@ ProgrammeMeter::ProgrammeMeter(const Programme& programme, std::size_t fileChann
 void ProgrammeMeter::Feed(const BlockReading& block) {
   const ProgrammeBlock sum = SumOf(block);
   ++mBlocks;
-  CountPeak(sum.peak, mBlocks);
+  CountPeaks(block, sum.peak, mBlocks);
   SlideMomentary(sum.power);
   if (mBlocks < kMomentaryBlocks)
     return;
@@ -72,7 +77,7 @@ void ProgrammeMeter::Feed(const BlockReading& block) {
 }
 
 void ProgrammeMeter::FeedRest(const BlockReading& rest) {
-  CountPeak(SumOf(rest).peak, mBlocks + 1);
+  CountPeaks(rest, SumOf(rest).peak, mBlocks + 1);
   mHasEnded = true;
 }
 
@@ -92,9 +97,14 @@ ProgrammeBlock ProgrammeMeter::SumOf(const BlockReading& block) {
   return {std::max<std::uint64_t>(sum.power, 1), sum.peak};
 }
 
-void ProgrammeMeter::CountPeak(std::uint32_t peak, std::uint64_t block) {
-  mLastPeak = peak;
-  mMaxPeak.Raise(peak, block);
+void ProgrammeMeter::CountPeaks(const BlockReading& reading, std::uint32_t largest,
+                                std::uint64_t block) {
+  mLastPeak = largest;
+  mMaxPeak.Raise(largest, block);
+  for (std::size_t channel = 0; channel < kMeters; ++channel) {
+    mTruePeaks[channel] = std::max(mTruePeaks[channel], reading.peaks[channel]);
+    mSamplePeaks[channel] = std::max(mSamplePeaks[channel], reading.samplePeaks[channel]);
+  }
 }
 
 void ProgrammeMeter::SlideMomentary(std::uint64_t power) {
@@ -108,7 +118,7 @@ void ProgrammeMeter::CountMomentary() {
   const std::uint16_t code = Cbin::GetBinIndx(mMomentary);
   mMaxMomentary.Raise(mMomentary, mBlocks);
   mAreCodesAtEnd = mAreCodesAtEnd || mMomentary >= kEndOfCodesLkfs;
-  mIntegrated.Count(code);
+  mReadings.momentary.Count(code);
   mShortTermCodes.AddElement(code);
   mShortTermReadings.AddNewSample(code);
 }
@@ -117,13 +127,13 @@ void ProgrammeMeter::CountShortTerm() {
   mShortTerm = mShortTermReadings.GetGatedLkfsReading();
   mMaxShortTerm.Raise(mShortTerm, mBlocks);
   if (EndsASecond(mBlocks))
-    mRange.Count(Cbin::GetBinIndx(mShortTerm));
+    mReadings.shortTerm.Count(Cbin::GetBinIndx(mShortTerm));
 }
 
 Figures ProgrammeMeter::Read() const {
   Figures figures;
   figures.seconds = EndOf(mBlocks);
-  figures.integrated = mIntegrated.GatedLoudness();
+  figures.integrated = mReadings.momentary.GatedLoudness();
   figures.maxMomentary = Reading(mMaxMomentary.value);
   figures.maxShortTerm = Reading(mMaxShortTerm.value);
   figures.maxTruePeak = PeakReading(mMaxPeak.value);
@@ -138,20 +148,25 @@ Figures ProgrammeMeter::Read() const {
     figures.momentary = Reading(mMomentary);
   if (!mHasEnded)
     figures.shortTerm = Reading(mShortTerm);
-  if (const auto range = mRange.Range(); range && !figures.isLoudnessAtLeast)
+  if (const auto range = mReadings.shortTerm.Range(); range && !figures.isLoudnessAtLeast)
     figures.lra = range->lu;
   return figures;
 }
 
-LoudnessDistribution ProgrammeMeter::ReadDistribution() const {
-  LoudnessDistribution distribution;
-  distribution.readings = mIntegrated.Counts();
-  distribution.relativeGate = mIntegrated.RelativeGate();
-  if (const auto range = mRange.Range(); range && !mArePowersAtEnd && !mAreCodesAtEnd) {
-    distribution.lraLow = range->low;
-    distribution.lraHigh = range->high;
+std::vector<ChannelFigures> ProgrammeMeter::ReadChannels() const {
+  std::vector<ChannelFigures> channels;
+  for (const ProgrammeChannel& member : mProgramme) {
+    const auto known = std::find_if(
+        channels.begin(), channels.end(),
+        [&](const ChannelFigures& figures) { return figures.channel == member.channel; });
+    if (known != channels.end())
+      known->speakers += ", " + member.speaker;
+    else
+      channels.push_back({member.channel, member.speaker, PeakReading(mTruePeaks[member.channel]),
+                          SamplePeakReading(mSamplePeaks[member.channel]),
+                          mTruePeaks[member.channel] >= kLargestPeak});
   }
-  return distribution;
+  return channels;
 }
 
 }  // namespace louddesk

@@ -24,6 +24,12 @@
 
 namespace louddesk {
 
+/// All readings of a programme by loudness code.
+struct ProgrammeReadings {
+  LoudnessHistogram momentary{kLoudnessGateLu};  // one a block, of integrated loudness
+  LoudnessHistogram shortTerm{kLraGateLu};       // one a second, of the loudness range
+};
+
 class ProgrammeMeter {
  public:
   /// Starts from empty. A channel of weight 0 (low-frequency effects) counts with its true peak
@@ -50,8 +56,11 @@ class ProgrammeMeter {
   /// true peak when all peaks were 0.
   Figures Read() const;
 
+  /// The peaks of each channel, in the order of the programme; of one that occurs twice once.
+  std::vector<ChannelFigures> ReadChannels() const;
+
   /// What integrated loudness and loudness range are made from, as it stands.
-  LoudnessDistribution ReadDistribution() const;
+  const ProgrammeReadings& Readings() const { return mReadings; }
 
  private:
   // The highest reading so far, and the block it was first as high in, counted from 1.
@@ -64,7 +73,7 @@ class ProgrammeMeter {
   };
 
   ProgrammeBlock SumOf(const BlockReading& block);
-  void CountPeak(std::uint32_t peak, std::uint64_t block);
+  void CountPeaks(const BlockReading& reading, std::uint32_t largest, std::uint64_t block);
   void SlideMomentary(std::uint64_t power);
   void CountMomentary();
   void CountShortTerm();
@@ -81,13 +90,14 @@ class ProgrammeMeter {
   cCircBuf mShortTermCodes;
   cLoudInteg mShortTermReadings;
   float mShortTerm = kNoLoudnessLkfs;  // of the last 3 s, LKFS
-  LoudnessHistogram mIntegrated;
-  LoudnessHistogram mRange;
-  Maximum<float> mMaxMomentary{kNoLoudnessLkfs};  // LKFS
-  Maximum<float> mMaxShortTerm{kNoLoudnessLkfs};  // LKFS
-  Maximum<std::uint32_t> mMaxPeak{0};             // full scale 32768
-  std::uint32_t mLastPeak = 0;                    // of the last block or rest
-  bool mArePowersAtEnd = false;                   // a power that counts was at its end
+  ProgrammeReadings mReadings;
+  Maximum<float> mMaxMomentary{kNoLoudnessLkfs};    // LKFS
+  Maximum<float> mMaxShortTerm{kNoLoudnessLkfs};    // LKFS
+  Maximum<std::uint32_t> mMaxPeak{0};               // full scale 32768
+  std::uint32_t mLastPeak = 0;                      // of the last block or rest
+  std::array<std::uint32_t, kMeters> mTruePeaks{};  // highest of each channel of the file
+  std::array<float, kMeters> mSamplePeaks{};        // the same, full scale 1.0
+  bool mArePowersAtEnd = false;                     // a power that counts was at its end
   bool mAreCodesAtEnd = false;  // a momentary reading was beyond the last loudness code
 };
 

@@ -2,21 +2,45 @@
 
 #pragma once
 
+#include <optional>
+#include <string>
+
 namespace louddesk {
 
-/// EBU R 128 for finished programmes.
-constexpr double kR128TargetLkfs = -23.0;
-constexpr double kR128ToleranceLu = 0.5;
-constexpr double kR128MaxTruePeakDbtp = -1.0;
+/// The figures that limits are about.
+enum class LimitedFigure {
+  kIntegrated,
+  kMaxTruePeak,
+  kMaxShortTerm,
+  kMaxMomentary,
+  kLra,
+};
 
-/// EBU R 128 where the target cannot be met exactly, as in live production.
-constexpr double kR128LiveToleranceLu = 1.0;
+/// What is allowed, both ends included; nothing where there is no limit on that side. LKFS, dBTP or
+/// LU.
+struct AllowedRange {
+  std::optional<double> lowest;
+  std::optional<double> highest;
+};
 
-/// What is allowed; by default EBU R 128. REQUIRES: all three finite, the tolerance not negative.
+/// What is allowed, in the unit of each figure; nothing where a figure is not judged.
 struct LoudnessLimits {
-  double target = kR128TargetLkfs;            // integrated loudness, LKFS
-  double tolerance = kR128ToleranceLu;        // on both sides of the target, LU
-  double maxTruePeak = kR128MaxTruePeakDbtp;  // dBTP
+  std::optional<double> tolerance = {};     // on both sides of the target of the loudness, LU
+  std::optional<double> maxTruePeak = {};   // dBTP
+  std::optional<double> maxShortTerm = {};  // LKFS
+  std::optional<double> maxMomentary = {};  // LKFS
+  std::optional<double> minRange = {};      // LU
+  std::optional<double> maxRange = {};      // LU
+};
+
+/// What programmes are judged by, and what they are to be brought to.
+struct Criteria {
+  std::string name;              // of the profile: "ebu-r128"
+  std::string title;             // for people: "EBU R 128, version 4"
+  std::string source;            // where the limits come from, a sentence without its full stop
+  std::optional<double> target;  // of the integrated loudness, LKFS
+  std::optional<double> peakCeiling;  // what gain must not lift the true peak beyond, dBTP
+  LoudnessLimits limits;              // without any, nothing is judged
 };
 
 }  // namespace louddesk

@@ -10,6 +10,7 @@
 #include "SendCommand.h"
 #include "UnitCommand.h"
 #include "VerifyCommand.h"
+#include "Version.h"
 #include "WatchCommand.h"
 
 namespace louddesk {
@@ -101,7 +102,7 @@ void AddSubcommands(CLI::App& app, int& status) {
 
 int RunCommandLine(std::vector<std::string> arguments, std::ostream& out, std::ostream& errors) {
   CLI::App app("LoudDesk: loudness by the service's own engine, on a desk", kName);
-  app.set_version_flag("--version", std::string(kName) + " " + LOUDCALC_VERSION);
+  app.set_version_flag("--version", std::string(kName) + " " + kVersion);
   int status = 0;
   AddSubcommands(app, status);
   std::reverse(arguments.begin(), arguments.end());  // as CLI11 takes them

@@ -1,24 +1,21 @@
-// Table and JSON of figures.
+// The table of figures.
 
 #include "FigureFormat.h"
 
 #include <fmt/format.h>
 
-#include "DocumentWriter.h"
 #include "FigureText.h"
-#include "LoudConfigUser.h"
 #include "PrintableText.h"
-#include "Utf8Text.h"
 
 namespace louddesk {
 namespace {
 
-// The columns before the file, in the order of the figures.
+// The columns of figures, in their order.
 struct Column {
   const char* name;       // first line of the heading
   const char* continued;  // second line
   const char* unit;       // third line
-  int width;
+  std::size_t width;
   const char* key;  // in JSON
 };
 
@@ -29,44 +26,50 @@ constexpr Column kColumns[] = {
     {"Maximum", "short-term", "LKFS", 12, "MaxShortTerm"},
     {"Maximum", "true peak", "dBTP", 11, "MaxTruePeak"},
     {"Duration", "", "s", 10, "Seconds"},
+    {"Gain to", "target", "dB", 9, "Gain"},
+    {"Gain up to", "peak limit", "dB", 12, "GainWithinPeak"},
 };
 
+constexpr std::size_t kVerdictWidth = 12;
+
+constexpr char kVerdictHeading[] = "Verdict";
 constexpr char kFileHeading[] = "  File";
-constexpr char kMissingInTable[] = "-";
-constexpr char kMissingInJson[] = "null";
-constexpr char kAtLeastInTable[] = ">=";
+constexpr char kMissing[] = "-";
+constexpr char kAtLeast[] = ">=";
+constexpr char kNotYetStable[] = "~";
+
+std::string Cell(const std::string& text, std::size_t width) {
+  return fmt::format("{:>{}}", text, width);
+}
 
 std::string HeadingLine(const char* Column::*text) {
   std::string line;
   for (const Column& column : kColumns)
-    line += fmt::format("{:>{}}", column.*text, column.width);
-  return line.substr(0, line.find_last_not_of(' ') + 1);
+    line += Cell(column.*text, column.width);
+  return line;
 }
 
 struct ColumnValue {
   std::optional<double> figure;
   bool isAtLeast = false;
+  bool isNotYetStable = false;
+  bool isSigned = false;
 };
 
-std::vector<ColumnValue> ColumnValues(const Figures& figures) {
+std::vector<ColumnValue> ColumnValues(const Figures& figures, const TargetGain& gain) {
   return {{figures.integrated, figures.isLoudnessAtLeast},
-          {figures.lra, false},
+          {figures.lra, false, IsRangeUnstable(figures)},
           {figures.maxMomentary, figures.isMomentaryAtLeast},
           {figures.maxShortTerm, figures.isLoudnessAtLeast},
           {figures.maxTruePeak, figures.isPeakAtLeast},
-          {figures.seconds, false}};
+          {figures.seconds},
+          {gain.toTarget, false, false, true},
+          {gain.withinPeak, false, false, true}};
 }
 
-// The columns of the figures at the end of their scales.
-std::vector<const Column*> ColumnsAtLeast(const Figures& figures) {
-  std::vector<const Column*> columns;
-  const Column* column = kColumns;
-  for (const ColumnValue& value : ColumnValues(figures)) {
-    if (value.figure && value.isAtLeast)
-      columns.push_back(column);
-    ++column;
-  }
-  return columns;
+std::string TextOf(const ColumnValue& value) {
+  const std::string text = FigureText(value.figure, kMissing);
+  return value.isSigned && value.figure && text.front() != '-' ? "+" + text : text;
 }
 
 std::string ColumnName(const Column& column) {
@@ -76,56 +79,54 @@ std::string ColumnName(const Column& column) {
 // Empty when no figure is at the end of its scale.
 std::string NoteOnEnds(const Figures& figures) {
   std::string note;
-  for (const Column* column : ColumnsAtLeast(figures))
-    note += (note.empty() ? "beyond the scale and thus at least what is shown: " : ", ") +
-            ColumnName(*column);
+  for (const WrittenFigure& figure : WrittenFigures(figures, {}))
+    if (figure.isAtLeast)
+      note += (note.empty() ? "beyond the scale and thus at least what is shown: " : ", ") +
+              figure.name;
   return note;
 }
 
 }  // namespace
 
-std::vector<WrittenFigure> WrittenFigures(const Figures& figures) {
+std::vector<WrittenFigure> WrittenFigures(const Figures& figures, const TargetGain& gain) {
   std::vector<WrittenFigure> written;
   const Column* column = kColumns;
-  for (const ColumnValue& value : ColumnValues(figures)) {
-    written.push_back({ColumnName(*column), column->unit, FigureText(value.figure, kMissingInTable),
-                       value.figure && value.isAtLeast});
+  for (const ColumnValue& value : ColumnValues(figures, gain)) {
+    written.push_back({ColumnName(*column), column->unit, TextOf(value),
+                       value.figure && value.isAtLeast, value.isNotYetStable});
     ++column;
   }
   return written;
 }
 
-std::string TableHeader() {
-  return HeadingLine(&Column::name) + "\n" + HeadingLine(&Column::continued) + "\n" +
-         HeadingLine(&Column::unit) + kFileHeading + "\n";
+std::vector<std::string> KeysAtLeast(const Figures& figures) {
+  std::vector<std::string> keys;
+  const Column* column = kColumns;
+  for (const ColumnValue& value : ColumnValues(figures, {})) {
+    if (value.figure && value.isAtLeast)
+      keys.emplace_back(column->key);
+    ++column;
+  }
+  return keys;
 }
 
-std::string TableRow(const std::string& file, const Figures& figures) {
+std::string TableHeader() {
+  const std::string blank = Cell("", kVerdictWidth);
+  const std::string first = HeadingLine(&Column::name) + Cell(kVerdictHeading, kVerdictWidth);
+  std::string second = HeadingLine(&Column::continued);
+  second.resize(second.find_last_not_of(' ') + 1);
+  return first + "\n" + second + "\n" + HeadingLine(&Column::unit) + blank + kFileHeading + "\n";
+}
+
+std::string TableRow(const Subject& subject, const Assessment& assessment) {
   std::string row;
   const Column* column = kColumns;
-  for (const WrittenFigure& figure : WrittenFigures(figures)) {
-    const std::string text = (figure.isAtLeast ? kAtLeastInTable : "") + figure.text;
-    row += fmt::format("{:>{}}", text, (column++)->width);
+  for (const WrittenFigure& figure : WrittenFigures(subject.programme->figures, assessment.gain)) {
+    const char* mark = figure.isAtLeast ? kAtLeast : figure.isNotYetStable ? kNotYetStable : "";
+    row += Cell(mark + figure.text, (column++)->width);
   }
-  return row + "  " + Printable(file) + "\n";
-}
-
-std::string JsonLine(const std::string& file, const Figures& figures) {
-  const auto number = [](const std::optional<double>& figure) {
-    return FigureText(figure, kMissingInJson);
-  };
-  DocumentWriter writer;
-  writer.Text("File", Utf8Of(file))
-      .Number("Seconds", number(figures.seconds))
-      .Number("Integrated", number(figures.integrated))
-      .Number("Lra", number(figures.lra))
-      .Number("MaxMomentary", number(figures.maxMomentary))
-      .Number("MaxShortTerm", number(figures.maxShortTerm))
-      .Number("MaxTruePeak", number(figures.maxTruePeak))
-      .OpenArray("AtLeast");
-  for (const Column* column : ColumnsAtLeast(figures))
-    writer.Text(DocumentWriter::kNoKey, column->key);
-  return writer.CloseArray().Finish() + "\n";
+  return row + Cell(WordFor(assessment.judgement), kVerdictWidth) + "  " +
+         Printable(NameOf(subject)) + "\n";
 }
 
 std::vector<std::string> NotesOn(const Figures& figures) {

@@ -5,19 +5,18 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <iostream>
 #include <memory>
 
-#include "Bin.h"
 #include "Complaints.h"
 #include "FatalSignals.h"
-#include "FigureFormat.h"
-#include "MeasuredSeries.h"
-#include "NumberCheck.h"
+#include "FileHash.h"
+#include "MeasureFile.h"
+#include "MeasureOutput.h"
 #include "PageFile.h"
 #include "ProgressBar.h"
-#include "ReportPage.h"
-#include "SeriesFormat.h"
+#include "Verdict.h"
 
 namespace louddesk {
 namespace {
@@ -31,39 +30,40 @@ constexpr char kTableFormat[] = "table";
 constexpr char kJsonFormat[] = "json";
 constexpr char kCsvFormat[] = "csv";
 
-constexpr double kMaxToleranceLu = 20.0;
-constexpr double kLowestPeakLimitDbtp = -40.0;
-constexpr double kHighestPeakLimitDbtp = 20.0;
-constexpr double kLowestTargetLkfs = kAbsoluteGateLkfs;
-constexpr double kHighestTargetLkfs = 0.0;
-
 constexpr char kFooter[] =
     "\nExample:\n"
     "  LoudDesk measure /usr/share/sounds/alsa/Front_Center.wav\n"
-    "  LoudDesk measure --format json --speakers Left,Right,Center *.flac\n"
+    "  LoudDesk measure --format json --speakers L,R,C *.flac\n"
     "  LoudDesk measure --report loudness.html *.wav\n"
-    "  LoudDesk measure --report web.html --target -16 --tolerance 1 song.ogg\n"
-    "  LoudDesk measure --format csv song.ogg >series.csv\n"
+    "  LoudDesk measure --profile ebu-r128 --fail --format json programme.wav\n"
+    "  LoudDesk measure --programme 1-6=5.1 --programme 7,8=stereo master.wav\n"
+    "  LoudDesk measure --profile none --target -16 --max-true-peak -1 song.ogg\n"
+    "  LoudDesk measure --series blocks.csv song.ogg\n"
     "\n"
     "Speakers are Left, Right, Center, LowFrequencyEffects, LeftSurround,\n"
-    "RightSurround, BackSurroundLeft, BackSurroundRight and MonoSurround; a name may\n"
-    "be given to several channels. Without --speakers the file decides, by the order\n"
-    "of its format (Ogg, FLAC) or its channel mask (WAV, W64, CAF). When it does not\n"
-    "say, one channel is Center, two are Left and Right, and six are the first six of\n"
-    "these.\n"
+    "RightSurround, BackSurroundLeft, BackSurroundRight and MonoSurround, or L, R, C,\n"
+    "LFE, Ls, Rs, Lb, Rb and Cs, in any case, and None for a channel left out; a name\n"
+    "may be given to several channels. Without --speakers the file decides, by the\n"
+    "order of its format (Ogg, FLAC) or its channel mask (WAV, W64, CAF). When it\n"
+    "does not say, one channel is Center, two are Left and Right, and six are the\n"
+    "first six of these. Layouts of --programme are mono, stereo, 3.0, 5.0, 5.1 and\n"
+    "7.1, or a list of speakers; the option may be given again for each programme.\n"
     "Loudness is measured in blocks of 100 ms; what a file ends with, less than a\n"
     "block, has a true peak only. Short-term loudness and the range are those of 3 s\n"
-    "and more. A figure without a reading, as in silence, is - in\n"
-    "the table, null in JSON and empty in CSV, which has one row for every block and\n"
-    "one for the rest.\n"
-    "Scales end at 6.02 dBTP and +10 LKFS (momentary loudness later): a figure there\n"
-    "has >= before it in the table and is named in AtLeast in JSON.\n"
-    "The report is one page with plots and verdicts for any browser. It judges by\n"
-    "EBU R 128 (-23 LKFS within 0.5 LU, true peak at most -1 dBTP) unless options\n"
-    "say otherwise. A figure at the end of its scale can break a limit; whether it\n"
-    "keeps it remains open.\n"
-    "The status is 1 when a file could not be measured, or the report not written;\n"
-    "a verdict does not change it. Ctrl-C ends with status 130.\n";
+    "and more; the range of less than 60 s is not yet stable and has ~ before it. A\n"
+    "figure without a reading, as in silence, is - in the table, null in JSON and\n"
+    "empty in CSV. Scales end at 6.02 dBTP and +10 LKFS (momentary loudness later): a\n"
+    "figure there has >= before it in the table and is named in AtLeast in JSON.\n"
+    "Docs/measure.schema.json describes the objects of JSON. --series has a row for\n"
+    "every block and one for the rest.\n"
+    "Programmes are judged by the limits of a profile, EBU R 128 unless another is\n"
+    "named, and by those that options name. A figure at the end of its scale can\n"
+    "break a limit; whether it keeps it remains open. The gain to the target is that\n"
+    "of the integrated loudness; up to the peak limit, it does not lift the true peak\n"
+    "beyond the limit, and turns down what is beyond.\n"
+    "The status is 1 when a file could not be measured, or report or series not\n"
+    "written. With --fail it is also 1 when a limit could not be judged, as in\n"
+    "silence, and else 3 when a limit is broken. Ctrl-C ends with status 130.\n";
 
 std::unique_ptr<ProgressBar> MakeProgressBar(const AudioFile& file, std::ostream& terminal,
                                              ProgressColumns columns) {
@@ -73,61 +73,30 @@ std::unique_ptr<ProgressBar> MakeProgressBar(const AudioFile& file, std::ostream
   return std::make_unique<ProgressBar>(terminal, *columns, file.Path(), frames);
 }
 
-bool WantsSeries(const MeasureOptions& options) {
-  return options.style == FigureStyle::kCsv || !options.report.empty();
+// What is to be known of the file beside its samples.
+FileFacts FactsOf(const AudioFile& file, bool hasHash) {
+  FileFacts facts{file.Path(), file.Format(), file.SampleRate(), file.Channels(), {}, {}};
+  std::error_code error;
+  const std::uintmax_t bytes = std::filesystem::file_size(file.Path(), error);
+  if (!error)
+    facts.bytes = bytes;
+  if (hasHash)
+    facts.sha256 = Sha256Of(file.Path());
+  return facts;
 }
 
-// Points and distribution are left empty when nobody wants them.
-MeasuredSeries MeasureOne(const std::string& path, const MeasureOptions& options,
-                          std::ostream& errors, ProgressColumns progressColumns) {
+MeasuredFile MeasureOne(const std::string& path, const MeasureOptions& options,
+                        std::ostream& errors, ProgressColumns progressColumns) {
   AudioFile file(path);
-  ProgrammeMeter meter(ProgrammeOf(LayoutFor(file, options.speakers)), file.Channels());
+  const std::vector<Programme> programmes = ProgrammesOf(file, options.programmes);
   const auto bar = MakeProgressBar(file, errors, progressColumns);
-  const Progress progress = [&bar](std::uint64_t frames) {
-    if (bar != nullptr)
-      bar->Show(frames);
-  };
-  if (WantsSeries(options))
-    return MeasureSeries(meter, file, progress);
-  MeasuredSeries measured;
-  measured.file = path;
-  measured.figures = MeasureFile(meter, file, progress);
-  return measured;
-}
-
-std::string FiguresAs(const MeasuredSeries& measured, FigureStyle style, bool isFirst) {
-  switch (style) {
-    case FigureStyle::kJson:
-      return JsonLine(measured.file, measured.figures);
-    case FigureStyle::kCsv:
-      return (isFirst ? CsvHeader() : "") + CsvRows(measured);
-    case FigureStyle::kTable:
-      break;
-  }
-  return (isFirst ? TableHeader() : "") + TableRow(measured.file, measured.figures);
-}
-
-void AddReportOptions(CLI::App& command, MeasureOptions& options) {
-  LoudnessLimits& limits = options.limits;
-  CLI::Option* report =
-      command.add_option("--report", options.report, "Page to write, a name in .html")
-          ->check(CheckPageName);
-  command.add_option("--target", limits.target, "Target of the integrated loudness, LKFS")
-      ->check(Between(kLowestTargetLkfs, kHighestTargetLkfs))
-      ->needs(report);
-  CLI::Option* tolerance =
-      command.add_option("--tolerance", limits.tolerance, "On both sides of the target, LU")
-          ->check(Between(0.0, kMaxToleranceLu))
-          ->needs(report);
-  command.add_option("--max-true-peak", limits.maxTruePeak, "Limit of the true peak, dBTP")
-      ->check(Between(kLowestPeakLimitDbtp, kHighestPeakLimitDbtp))
-      ->needs(report);
-  command
-      .add_flag_callback(
-          "--live", [&limits] { limits.tolerance = kR128LiveToleranceLu; },
-          "Tolerance of live programmes, 1 LU")
-      ->needs(report)
-      ->excludes(tolerance);
+  const bool hasSeries = !options.report.empty() || !options.series.empty();
+  auto measured = MeasureFile(file, programmes, hasSeries ? Series::kEveryBlock : Series::kNone,
+                              [&bar](std::uint64_t frames) {
+                                if (bar != nullptr)
+                                  bar->Show(frames);
+                              });
+  return {FactsOf(file, options.hasHash), std::move(measured)};
 }
 
 FigureStyle StyleNamed(const std::string& format) {
@@ -153,26 +122,27 @@ int RunMeasure(const MeasureOptions& options) {
   return MeasureFiles(options, std::cout, std::cerr, columns);
 }
 
-// One file after another, each row on `out` as soon as it is known.
-Report MeasureAll(const MeasureOptions& options, std::ostream& out, std::ostream& errors,
-                  ProgressColumns progressColumns, Complaints& complaints) {
-  Report report{{}, {}, options.limits};
-  bool isFirst = true;
-  for (const std::string& path : options.files) {
-    try {
-      MeasuredSeries measured = MeasureOne(path, options, errors, progressColumns);
-      out << FiguresAs(measured, options.style, isFirst) << std::flush;
-      for (const std::string& note : NotesOn(measured.figures))
-        complaints.Note(std::string(path).append(": note: ").append(note));
-      isFirst = false;
-      if (!options.report.empty())
-        report.files.push_back(std::move(measured));
-    } catch (const AudioFileError& error) {
-      complaints.Add(error.what());
-      report.failures.emplace_back(error.what());
-    }
-  }
-  return report;
+// A status that could never tell anything is a mistake.
+void CheckVerdicts(const MeasureOptions& options) {
+  const Criteria criteria = CriteriaFor(options.profile);
+  if (options.failsByVerdict && VerdictsOn({}, criteria).empty())
+    throw CLI::ValidationError("--fail", criteria.name + " has no limits that a file could break");
+}
+
+void AddOutputOptions(CLI::App& command, MeasureOptions& options) {
+  command
+      .add_option_function<std::string>(
+          "--format", [&options](const std::string& format) { options.style = StyleNamed(format); },
+          "How the figures are written")
+      ->default_str(kTableFormat)
+      ->check(CLI::IsMember({kTableFormat, kJsonFormat, kCsvFormat}));
+  command.add_option("--report", options.report, "Page to write, a name in .html")
+      ->check(CheckPageName);
+  command.add_option("--series", options.series, "Table of all blocks to write, a name in .csv")
+      ->check(CheckCsvName);
+  command.add_flag("--album", options.hasAlbum, "One more row: all files as one programme");
+  command.add_flag("--hash", options.hasHash, "Tell the SHA-256 of every file");
+  command.add_flag("--fail", options.failsByVerdict, "Status 3 when a limit is broken");
 }
 
 }  // namespace
@@ -180,36 +150,32 @@ Report MeasureAll(const MeasureOptions& options, std::ostream& out, std::ostream
 int MeasureFiles(const MeasureOptions& options, std::ostream& out, std::ostream& errors,
                  ProgressColumns progressColumns) {
   Complaints complaints(errors);
-  if (!CheckReport(complaints, options.report))
-    return complaints.Status();
-  const Report report = MeasureAll(options, out, errors, progressColumns, complaints);
-  if (!out)
-    complaints.Add("the figures could not be written");
-  if (!options.report.empty())
-    WriteReport(complaints, options.report, ReportPage(report));
-  return complaints.Status();
+  MeasureOutput output(options, out, complaints);
+  if (!output.IsPossible())
+    return output.Status();
+  for (const std::string& path : options.files) {
+    try {
+      output.Add(MeasureOne(path, options, errors, progressColumns));
+    } catch (const AudioFileError& error) {
+      output.AddFailure(path, error.what());
+    }
+  }
+  output.Finish();
+  return output.Status();
 }
 
 void AddMeasureCommand(CLI::App& app, int& status) {
   CLI::App* command =
       app.add_subcommand("measure", "Measure audio files (WAV, FLAC, Ogg and others)");
   auto options = std::make_shared<MeasureOptions>();
-  auto format = std::make_shared<std::string>(kTableFormat);
-  auto speakers = std::make_shared<std::string>();
   command->add_option("FILE", options->files, "Audio files of 1 to 32 channels, 8 to 192 kHz")
       ->required();
-  command->add_option("--format", *format, "How the figures are written")
-      ->capture_default_str()
-      ->check(CLI::IsMember({kTableFormat, kJsonFormat, kCsvFormat}));
-  CLI::Option* speakersOption =
-      command->add_option("--speakers", *speakers, "Speaker of each channel, separated by commas")
-          ->check(CheckSpeakers);
-  AddReportOptions(*command, *options);
+  AddOutputOptions(*command, *options);
+  AddProgrammeOptions(*command, options->programmes);
+  AddProfileOptions(*command, options->profile);
   command->footer(kFooter);
   command->callback([=, &status] {
-    options->style = StyleNamed(*format);
-    if (speakersOption->count() > 0)
-      options->speakers = SplitSpeakers(*speakers);
+    CheckVerdicts(*options);
     status = RunMeasure(*options);
   });
 }

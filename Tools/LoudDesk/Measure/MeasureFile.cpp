@@ -1,20 +1,79 @@
-// Files through front end and meter.
+// Files through front end and meters.
 
 #include "MeasureFile.h"
 
 #include <algorithm>
-#include <vector>
+#include <memory>
 
 #include "BlockMeter.h"
 
 namespace louddesk {
+namespace {
 
-Figures MeasureFile(ProgrammeMeter& meter, AudioFile& file, const Progress& progress) {
+std::optional<float> Narrowed(const std::optional<double>& figure) {
+  if (!figure)
+    return std::nullopt;
+  return static_cast<float>(*figure);
+}
+
+SeriesPoint PointOf(double seconds, const Figures& figures) {
+  SeriesPoint point;
+  point.seconds = seconds;
+  point.momentary = Narrowed(figures.momentary);
+  point.shortTerm = Narrowed(figures.shortTerm);
+  point.integrated = Narrowed(figures.integrated);
+  point.lra = Narrowed(figures.lra);
+  point.truePeak = Narrowed(figures.truePeak);
+  return point;
+}
+
+// A programme while it is measured.
+class Measurement {
+ public:
+  Measurement(const Programme& programme, std::size_t fileChannels, Series series)
+      : mProgramme(programme), mMeter(programme, fileChannels), mSeries(series) {}
+
+  // `seconds` is where the block or rest ends.
+  void Take(const BlockReading& reading, bool isWhole, double seconds) {
+    if (isWhole)
+      mMeter.Feed(reading);
+    else
+      mMeter.FeedRest(reading);
+    if (mSeries == Series::kEveryBlock)
+      mPoints.push_back(PointOf(seconds, mMeter.Read()));
+  }
+
+  // A rest that holds the highest true peak ends with the file.
+  MeasuredProgramme Finish(double seconds) {
+    Figures figures = mMeter.Read();
+    figures.seconds = seconds;
+    figures.maxTruePeakAt = std::min(figures.maxTruePeakAt, seconds);
+    return {mProgramme, figures, mMeter.ReadChannels(), mMeter.Readings(), std::move(mPoints)};
+  }
+
+ private:
+  Programme mProgramme;
+  ProgrammeMeter mMeter;
+  Series mSeries;
+  std::vector<SeriesPoint> mPoints;
+};
+
+double SecondsRead(const AudioFile& file) {
+  return static_cast<double>(file.FramesRead()) / file.SampleRate();
+}
+
+}  // namespace
+
+std::vector<MeasuredProgramme> MeasureFile(AudioFile& file,
+                                           const std::vector<Programme>& programmes, Series series,
+                                           const Progress& progress) {
   BlockMeter frontEnd(file.Channels(), file.SampleRate());
   std::vector<double> samples(frontEnd.MaxFramesInBlock() * file.Channels());
+  std::vector<std::unique_ptr<Measurement>> measurements;
+  for (const Programme& programme : programmes)
+    measurements.push_back(std::make_unique<Measurement>(programme, file.Channels(), series));
   BlockReading reading;
-  bool isWhole = true;
-  while (isWhole) {
+  for (bool isWhole = true; isWhole;) {
     const std::size_t frames = frontEnd.FramesInNextBlock();
     const std::size_t got = file.Read(samples.data(), frames);
     isWhole = got == frames;
@@ -23,16 +82,14 @@ Figures MeasureFile(ProgrammeMeter& meter, AudioFile& file, const Progress& prog
     if (const auto badSample = isWhole ? frontEnd.Measure(samples.data(), reading)
                                        : frontEnd.MeasureRest(samples.data(), got, reading))
       throw AudioFileError(file.Path(), BadSampleText(*badSample, file.SampleRate()));
-    if (isWhole)
-      meter.Feed(reading);
-    else
-      meter.FeedRest(reading);
+    for (const auto& measurement : measurements)
+      measurement->Take(reading, isWhole, SecondsRead(file));
     progress(file.FramesRead());
   }
-  Figures figures = meter.Read();
-  figures.seconds = static_cast<double>(file.FramesRead()) / file.SampleRate();
-  figures.maxTruePeakAt = std::min(figures.maxTruePeakAt, figures.seconds);
-  return figures;
+  std::vector<MeasuredProgramme> measured;
+  for (const auto& measurement : measurements)
+    measured.push_back(measurement->Finish(SecondsRead(file)));
+  return measured;
 }
 
 }  // namespace louddesk

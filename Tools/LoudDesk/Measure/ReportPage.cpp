@@ -1,89 +1,32 @@
-// The page around the plots.
+// The page around tables and plots.
 
 #include "ReportPage.h"
+
+#include <fmt/format.h>
 
 #include "FigureFormat.h"
 #include "Page.h"
 #include "ReportPlots.h"
-#include "SvgPlot.h"
-#include "Verdict.h"
+#include "ReportTables.h"
+#include "VerdictText.h"
+#include "XmlText.h"
 
 namespace louddesk {
 namespace {
 
-constexpr char kAtLeastSign[] = "\xE2\x89\xA5 ";  // in UTF-8
-
 constexpr char kFooter[] =
-    "<p>Measured by LoudDesk: loudness by ITU-R BS.1770, in whole blocks of 100 ms; LKFS is the "
-    "same as LUFS. Momentary loudness is that of the last 400 ms. Short-term loudness is the mean "
-    "of the last thirty momentary readings, from 3 s on: it weighs 3.3 s, the outer 0.3 s at both "
-    "ends less. The loudness range is that of one such reading a second, gated after EBU Tech "
-    "3342. True peak is that of every sample. A figure without a reading, as in silence, is -; "
-    "\xE2\x89\xA5 marks one at the end of its scale. Verdicts judge the figures as they are "
-    "written, to a hundredth.</p>";
-
-Badge BadgeFor(Judgement judgement) {
-  switch (judgement) {
-    case Judgement::kPass:
-      return Badge::kGood;
-    case Judgement::kFail:
-      return Badge::kBad;
-    case Judgement::kOpen:
-    case Judgement::kNoReading:
-      break;
-  }
-  return Badge::kNone;
-}
-
-std::string VerdictText(Judgement judgement) {
-  return BadgeText(BadgeFor(judgement), WordFor(judgement));
-}
-
-std::string FileNameOf(const std::string& path) {
-  const std::size_t slash = path.find_last_of('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-std::string IdOf(std::size_t index) {
-  return "file-" + std::to_string(index + 1);
-}
-
-// A heading in two lines, as over the table on the terminal.
-std::string Broken(std::string name) {
-  const std::size_t space = name.find(' ');
-  return space == std::string::npos ? name : name.replace(space, 1, "<br/>");
-}
-
-std::string TableHead() {
-  std::string head = "<thead><tr><th scope=\"col\">File</th>";
-  for (const WrittenFigure& figure : WrittenFigures(Figures()))
-    head += "<th scope=\"col\">" + Broken(figure.name) + "<br/><span class=\"unit\">" +
-            figure.unit + "</span></th>";
-  return head + "<th scope=\"col\">Verdict</th></tr></thead>\n";
-}
-
-std::string TableLine(const MeasuredSeries& series, const LoudnessLimits& limits,
-                      const std::string& id) {
-  std::string line = "<tr><th scope=\"row\"><a href=\"#" + id + "\">" +
-                     Isolated(FileNameOf(series.file)) + "</a></th>";
-  for (const WrittenFigure& figure : WrittenFigures(series.figures))
-    line += "<td data-name=\"" + figure.name + "\"><span>" +
-            (figure.isAtLeast ? kAtLeastSign : "") + figure.text + " <span class=\"unit\">" +
-            figure.unit + "</span></span></td>";
-  return line + "<td data-name=\"Verdict\">" +
-         VerdictText(OverallJudgement(VerdictsOn(series.figures, limits))) + "</td></tr>\n";
-}
-
-std::string FigureTable(const Report& report) {
-  if (report.files.empty())
-    return "";
-  std::string table = "<div class=\"figures\"><table>\n" + TableHead() + "<tbody>\n";
-  for (std::size_t i = 0; i < report.files.size(); ++i)
-    table += TableLine(report.files[i], report.limits, IdOf(i));
-  return table + "</tbody></table></div>\n";
-}
+    "<p>Loudness by ITU-R BS.1770, in whole blocks of 100 ms; LKFS is the same as LUFS. Momentary "
+    "loudness is that of the last 400 ms. Short-term loudness is the mean of the last thirty "
+    "momentary readings, from 3 s on: it weighs 3.3 s, the outer 0.3 s at both ends less. The "
+    "loudness range is that of one such reading a second, gated after EBU Tech 3342; ~ marks that "
+    "of less than 60 s, which is not yet stable. True peak is that of every sample. A figure "
+    "without a reading, as in silence, is -; \xE2\x89\xA5 marks one at the end of its scale. "
+    "Verdicts judge the figures as they are written, to a hundredth. Times are those at which what "
+    "was read ends.</p>";
 
 std::string VerdictList(const std::vector<Verdict>& verdicts) {
+  if (verdicts.empty())
+    return "";
   std::string list = "<ul class=\"verdicts\">\n";
   for (const Verdict& verdict : verdicts)
     list += std::string("<li class=\"is-") + StyleFor(BadgeFor(verdict.judgement)) + "\"><p>" +
@@ -92,51 +35,103 @@ std::string VerdictList(const std::vector<Verdict>& verdicts) {
   return list + "</ul>\n";
 }
 
-std::string List(const std::vector<std::string>& lines) {
-  if (lines.empty())
+std::string NoteList(const Figures& figures) {
+  std::vector<std::string> notes = NotesOn(figures);
+  if (IsRangeUnstable(figures))
+    notes.emplace_back("shorter than 60 s; the loudness range is not yet stable");
+  if (notes.empty())
     return "";
   std::string list = "<ul class=\"notes\">\n";
-  for (const std::string& line : lines)
-    list += "<li>" + Isolated(line) + "</li>\n";
+  for (const std::string& note : notes)
+    list += "<li>" + Isolated(note) + "</li>\n";
   return list + "</ul>\n";
 }
 
-std::string Plots(const MeasuredSeries& series, const LoudnessLimits& limits,
-                  const std::string& id) {
-  if (series.points.empty())
+// Files as one have a histogram, but no times.
+std::string Plots(const Subject& subject, const Criteria& criteria, const std::string& id) {
+  const MeasuredProgramme& programme = *subject.programme;
+  const std::string histogram = HistogramFigure(programme, criteria, id + "-histogram");
+  if (subject.file == nullptr)
+    return histogram;
+  if (programme.points.empty())
     return "<p>There is no audio in it, so there is nothing to draw.</p>\n";
-  return LoudnessFigure(series, limits, id + "-loudness") +
-         TruePeakFigure(series, limits, id + "-peak") +
-         HistogramFigure(series, limits, id + "-histogram");
+  return LoudnessFigure(programme, criteria, id + "-loudness") +
+         TruePeakFigure(programme, criteria, id + "-peak") + histogram;
 }
 
-std::string FileSection(const MeasuredSeries& series, const LoudnessLimits& limits,
-                        const std::string& id) {
-  return "<section id=\"" + id + "\">\n<h2>" + Isolated(FileNameOf(series.file)) +
-         "</h2>\n<p class=\"path\">" + Isolated(series.file) + "</p>\n" +
-         VerdictList(VerdictsOn(series.figures, limits)) + List(NotesOn(series.figures)) +
-         Plots(series, limits, id) + "</section>\n";
-}
-
-std::string FailureSection(const std::vector<std::string>& failures) {
-  if (failures.empty())
-    return "";
-  return "<section>\n<h2>Not measured</h2>\n" + List(failures) + "</section>\n";
-}
-
-std::string TitleOf(const Report& report) {
-  return report.files.size() == 1 ? "Loudness of " + FileNameOf(report.files.front().file)
-                                  : "Loudness report";
+std::string Section(const Subject& subject, const Assessment& assessment, const Criteria& criteria,
+                    const std::string& id) {
+  const std::string name = NameOf(subject);
+  return "<section id=\"" + id + "\">\n<h2>" + Isolated(FileNameOf(name)) +
+         "</h2>\n<p class=\"path\">" + Isolated(name) + "</p>\n" +
+         VerdictList(assessment.verdicts) + NoteList(subject.programme->figures) +
+         FactList(subject, assessment, criteria) + Plots(subject, criteria, id) +
+         ChannelTable(*subject.programme) + PassageTable(*subject.programme, criteria) +
+         "</section>\n";
 }
 
 }  // namespace
 
-std::string ReportPage(const Report& report) {
-  std::string contents = FigureTable(report);
-  for (std::size_t i = 0; i < report.files.size(); ++i)
-    contents += FileSection(report.files[i], report.limits, IdOf(i));
-  return Page({TitleOf(report), "Loudness report", LimitsText(report.limits) + ".",
-               contents + FailureSection(report.failures), kFooter});
+ReportPage::ReportPage(const Criteria& criteria, std::string date, std::string version)
+    : mCriteria(criteria), mDate(std::move(date)), mVersion(std::move(version)) {}
+
+void ReportPage::Add(const Subject& subject) {
+  const Assessment assessment = AssessmentOf(subject.programme->figures, mCriteria);
+  const std::string id = "file-" + std::to_string(++mProgrammes);
+  if (mFirstName.empty())
+    mFirstName = FileNameOf(NameOf(subject));
+  if (subject.file != nullptr)
+    Count(assessment.judgement);
+  mRows += RowOf(subject, assessment, id);
+  mSections += Section(subject, assessment, mCriteria, id);
+}
+
+void ReportPage::AddFailure(const std::string& path, const std::string& reason) {
+  ++mCounts.notMeasured;
+  mRows += FailureRow(path, reason);
+}
+
+std::string ReportPage::Text() const {
+  const bool isOfOne = mProgrammes == 1 && mCounts.notMeasured == 0;
+  const std::string source = mCriteria.source.empty() ? "" : " Source: " + mCriteria.source + ".";
+  return Page({isOfOne ? "Loudness of " + mFirstName : "Loudness report", "Loudness report",
+               CriteriaText(mCriteria) + "." + source,
+               "<p class=\"made\">" +
+                   XmlEscaped("Measured on " + mDate + " by LoudDesk " + mVersion) + ".</p>\n" +
+                   Table() + mSections,
+               kFooter});
+}
+
+void ReportPage::Count(Judgement judgement) {
+  switch (judgement) {
+    case Judgement::kPass:
+      ++mCounts.pass;
+      break;
+    case Judgement::kFail:
+      ++mCounts.fail;
+      break;
+    case Judgement::kOpen:
+    case Judgement::kNoReading:
+      ++mCounts.open;
+      break;
+    case Judgement::kNotJudged:
+      ++mCounts.notJudged;
+      break;
+  }
+}
+
+std::string ReportPage::CountsInWords() const {
+  std::string words = fmt::format("{} pass, {} fail, ", mCounts.pass, mCounts.fail);
+  if (mCounts.open > 0)
+    words += fmt::format("{} open, ", mCounts.open);
+  if (mCounts.notJudged > 0)
+    words += fmt::format("{} not judged, ", mCounts.notJudged);
+  return words + fmt::format("{} not measured", mCounts.notMeasured);
+}
+
+std::string ReportPage::Table() const {
+  return "<div class=\"figures\"><table class=\"programmes\">\n<caption>" + CountsInWords() +
+         "</caption>\n" + RowHead() + "<tbody>\n" + mRows + "</tbody></table></div>\n";
 }
 
 }  // namespace louddesk

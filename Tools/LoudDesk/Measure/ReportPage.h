@@ -1,25 +1,54 @@
-// The report on measured files as one page that needs nothing but itself. Stateless.
+// The report on measured files as one page that needs nothing but itself.
 
 #pragma once
 
 #include <string>
-#include <vector>
 
-#include "LoudnessLimits.h"
-#include "MeasuredSeries.h"
+#include "Assessment.h"
 
 namespace louddesk {
 
-/// What a report is made from.
-struct Report {
-  std::vector<MeasuredSeries> files;  // in the order of the command line
-  std::vector<std::string> failures;  // one line for each file that could not be measured
-  LoudnessLimits limits;              // for all files
-};
+/// Takes the programmes one by one and keeps no more of them than the page shows: curves are
+/// thinned out, so that the size of the page hardly depends on the length of the files.
+class ReportPage {
+ public:
+  /// `date` and `version` are told as when and by what was measured.
+  ReportPage(const Criteria& criteria, std::string date, std::string version);
 
-/// The page: HTML that is well-formed XML too, without scripts or anything to fetch. It shows all
-/// figures in one table, then for each file the verdicts in words, notes and plots. Names of files
-/// are escaped. Curves are thinned out, so that its size hardly depends on the length of the files.
-std::string ReportPage(const Report& report);
+  /// Takes the next programme: its row in the table, and its section with verdicts in words, notes,
+  /// facts, plots, the peaks of its channels and the passages above limits.
+  void Add(const Subject& subject);
+
+  /// Takes a file that could not be measured, with the reason in one line that may begin with its
+  /// name.
+  void AddFailure(const std::string& path, const std::string& reason);
+
+  /// The page: HTML that is well-formed XML too, without scripts or anything to fetch. Names of
+  /// files are escaped.
+  std::string Text() const;
+
+ private:
+  // How many programmes of files have been judged how, and how many files could not be measured.
+  struct Counts {
+    int pass = 0;
+    int fail = 0;
+    int open = 0;
+    int notJudged = 0;
+    int notMeasured = 0;
+  };
+
+  void Count(Judgement judgement);
+  std::string CountsInWords() const;
+  std::string Table() const;
+
+  Criteria mCriteria;
+  std::string mDate;
+  std::string mVersion;
+  Counts mCounts;
+  std::size_t mProgrammes = 0;
+  std::string mFirstName;  // of the first programme
+  std::string mRows;       // of the table
+  std::string mSections;
+};
 
 }  // namespace louddesk

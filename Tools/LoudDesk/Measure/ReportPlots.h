@@ -6,22 +6,23 @@
 #include <string>
 
 #include "LoudnessLimits.h"
-#include "MeasuredSeries.h"
+#include "MeasuredFile.h"
 
 namespace louddesk {
 
-/// Momentary, short-term and integrated loudness over time with the target drawn in, on the EBU +9
-/// or +18 scale (EBU Tech 3341) around it. `id` is unique on the page. REQUIRES: points.
-std::string LoudnessFigure(const MeasuredSeries& series, const LoudnessLimits& limits,
+/// Momentary, short-term and integrated loudness over time with target and limits drawn in, on the
+/// EBU +9 or +18 scale (EBU Tech 3341) around the target. `id` is unique on the page. REQUIRES:
+/// points.
+std::string LoudnessFigure(const MeasuredProgramme& programme, const Criteria& criteria,
                            const std::string& id);
 
 /// True peak over time with its limit drawn in. REQUIRES: points.
-std::string TruePeakFigure(const MeasuredSeries& series, const LoudnessLimits& limits,
+std::string TruePeakFigure(const MeasuredProgramme& programme, const Criteria& criteria,
                            const std::string& id);
 
 /// The share of the momentary readings at each loudness, with both gates, the integrated loudness
 /// and the ends of the loudness range. A sentence instead when no reading passes the absolute gate.
-std::string HistogramFigure(const MeasuredSeries& series, const LoudnessLimits& limits,
+std::string HistogramFigure(const MeasuredProgramme& programme, const Criteria& criteria,
                             const std::string& id);
 
 }  // namespace louddesk

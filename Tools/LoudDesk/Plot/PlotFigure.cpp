@@ -2,7 +2,6 @@
 
 #include "PlotFigure.h"
 
-#include "FigureText.h"
 #include "XmlText.h"
 
 namespace louddesk {
@@ -31,15 +30,6 @@ std::string FigureElement(const PlotFigure& figure) {
          XmlEscaped(figure.unit) + "</span></h3>\n" + Legend(figure.legend) + figure.drawing +
          "<p class=\"axis\">" + XmlEscaped(figure.axis) + "</p>\n<figcaption>" +
          XmlEscaped(figure.explanation) + "</figcaption>\n</figure>\n";
-}
-
-std::string AxisLabel(double value) {
-  std::string text = FigureText(value, "-");
-  while (text.back() == '0')
-    text.pop_back();
-  if (text.back() == '.')
-    text.pop_back();
-  return text;
 }
 
 }  // namespace louddesk

@@ -29,7 +29,4 @@ struct PlotFigure {
 /// The figure as an element.
 std::string FigureElement(const PlotFigure& figure);
 
-/// A label of an axis: no decimals where none are needed, and two at most.
-std::string AxisLabel(double value);
-
 }  // namespace louddesk

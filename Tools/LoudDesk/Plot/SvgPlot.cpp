@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "FigureText.h"
 #include "XmlText.h"
 
 namespace louddesk {
@@ -19,13 +20,14 @@ constexpr double kInnerSide = 1000.0;
 // take there.
 constexpr double kNarrowestWidth = 224.0;
 constexpr double kLetterWidth = 7.0;
-constexpr double kLabelGap = 3.0;
+constexpr double kLabelGap = 2.0;
 constexpr int kLabelRowHeight = 14;
 
 constexpr int kHeadMargin = 8;   // over the head room
 constexpr int kFootMargin = 28;  // with one row of labels
 
-constexpr std::size_t kMaxTimeSteps = 6;
+constexpr std::size_t kMaxTimeSteps = 12;
+constexpr std::size_t kMaxNarrowTimeSteps = 6;
 constexpr double kMinute = 60.0;
 constexpr double kHour = 3600.0;
 
@@ -75,12 +77,31 @@ double PositionOn(double value, const PlotScale& scale) {
   return std::clamp((value - scale.low) / (scale.high - scale.low), 0.0, 1.0);
 }
 
+std::string AxisLabel(double value) {
+  std::string text = FigureText(value, "-");
+  while (text.back() == '0')
+    text.pop_back();
+  if (text.back() == '.')
+    text.pop_back();
+  return text;
+}
+
+std::vector<PlotTick> StepTicks(const PlotScale& scale, double step) {
+  std::vector<PlotTick> ticks;
+  const auto first = static_cast<int>(std::ceil(scale.low / step - 1e-9));
+  for (int i = first; i * step <= scale.high + 1e-9; ++i)
+    ticks.push_back({i * step, AxisLabel(i * step)});
+  return ticks;
+}
+
 std::vector<PlotTick> TimeTicks(double seconds) {
   const double step = TimeStep(seconds);
   const auto steps = static_cast<int>(seconds / step + 1e-9);
   std::vector<PlotTick> ticks;
-  for (int i = 0; i <= steps; ++i)
+  for (int i = 0; i <= steps; ++i) {
     ticks.push_back({i * step, TickText(i * step, seconds)});
+    ticks.back().isForWideScreens = seconds > step * kMaxNarrowTimeSteps && i % 2 == 1;
+  }
   return ticks;
 }
 
@@ -88,16 +109,6 @@ const char* TimeUnitOf(double seconds) {
   if (seconds < kMinute)
     return "s";
   return seconds < kHour ? "min:s" : "h:min";
-}
-
-std::string TimeText(double seconds) {
-  const long tenths = std::lround(seconds * 10.0);
-  const long minutes = tenths / 600;
-  if (minutes == 0)
-    return fmt::format("{}.{} s", tenths / 10, tenths % 10);
-  const std::string hours = minutes < 60 ? "" : fmt::format("{}:", minutes / 60);
-  return hours + fmt::format(hours.empty() ? "{}:{:02}.{}" : "{:02}:{:02}.{}", minutes % 60,
-                             tenths / 10 % 60, tenths % 10);
 }
 
 SvgPlot::SvgPlot(std::string id, std::string title, std::string description, PlotScale x,
@@ -112,12 +123,14 @@ SvgPlot::SvgPlot(std::string id, std::string title, std::string description, Plo
 void SvgPlot::AddXTicks(const std::vector<PlotTick>& ticks) {
   std::vector<double> ends;  // of the last label in each row
   for (const PlotTick& tick : ticks) {
-    const std::size_t row = RowFor(PositionOn(tick.value, mX), tick.label, ends);
-    mBody += fmt::format(R"(<line class="grid" x1="{0}" x2="{0}" y1="0" y2="100%"/>)"
-                         R"(<text class="x" x="{0}" y="100%" dy="{1}">{2}</text>)"
+    const bool isNarrow = !tick.isForWideScreens;
+    const std::size_t row =
+        isNarrow ? RowFor(PositionOn(tick.value, mX), tick.label, ends) : std::size_t{0};
+    mBody += fmt::format(R"(<g{0}><line class="grid" x1="{1}" x2="{1}" y1="0" y2="100%"/>)"
+                         R"(<text class="x" x="{1}" y="100%" dy="{2}">{3}</text></g>)"
                          "\n",
-                         X(tick.value), 18 + kLabelRowHeight * static_cast<int>(row),
-                         XmlEscaped(tick.label));
+                         isNarrow ? "" : " class=\"wide\"", X(tick.value),
+                         18 + kLabelRowHeight * static_cast<int>(row), XmlEscaped(tick.label));
   }
   mLabelRows = std::max(mLabelRows, ends.size());
 }

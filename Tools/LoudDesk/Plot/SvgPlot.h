@@ -28,17 +28,21 @@ struct PlotTick {
   double value = 0.0;
   std::string label;
   std::string otherLabel = {};  // at the far end of its grid line, where there is room
+  bool isForWideScreens = false;
 };
 
-/// At most 7 round points of time from 0 on, each labelled in the unit of `TimeUnitOf`. REQUIRES:
-/// seconds > 0.
+/// A label of an axis: no decimals where none are needed, and two at most.
+std::string AxisLabel(double value);
+
+/// The multiples of a step that lie on a scale.
+std::vector<PlotTick> StepTicks(const PlotScale& scale, double step);
+
+/// At most 13 round points of time from 0 on, each labelled in the unit of `TimeUnitOf`. Where
+/// there are more than 7, every second one is for wide screens only. REQUIRES: seconds > 0.
 std::vector<PlotTick> TimeTicks(double seconds);
 
 /// How the labels of `TimeTicks` read: "s", "min:s" or "h:min".
 const char* TimeUnitOf(double seconds);
-
-/// A point of time for a sentence: "4.2 s", "1:04.2", "1:02:03.4".
-std::string TimeText(double seconds);
 
 /// A plot under construction. Later parts are drawn over earlier ones.
 class SvgPlot {

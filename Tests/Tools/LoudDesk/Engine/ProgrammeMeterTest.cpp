@@ -246,6 +246,58 @@ TEST(ProgrammeMeterTest, OnlyTheChannelsOfTheProgrammeCount) {
   EXPECT_NEAR(figures.maxTruePeak.value(), -6.02, 0.01);
 }
 
+// Twice the power of one speaker: 10 log10(2).
+TEST(ProgrammeMeterTest, DualMonoReadsTheLoudnessOfTwoSpeakers) {
+  ProgrammeMeter meter(AsDualMono(ProgrammeOf(kMono)), 1);
+  Feed(meter, BlockAt(-26.0, 16384), 40);
+  EXPECT_NEAR(meter.Read().integrated.value(), -22.99, kBin);
+  EXPECT_NEAR(meter.Read().maxTruePeak.value(), -6.02, 0.01);
+  ASSERT_EQ(meter.ReadChannels().size(), 1U);
+  EXPECT_EQ(meter.ReadChannels().front().speakers, "Left, Right");
+}
+
+// The scale of one channel ends at 2^61, so that four blocks of twice that would be 2^64.
+TEST(ProgrammeMeterTest, DualMonoAtTheEndOfTheScaleDoesNotWrapAround) {
+  ProgrammeMeter meter(AsDualMono(ProgrammeOf(kMono)), 1);
+  BlockReading block;
+  block.powers[0] = LargestBlockPower(1);
+  Feed(meter, block, 4);
+  EXPECT_TRUE(meter.Read().isMomentaryAtLeast);
+  EXPECT_GT(meter.Read().maxMomentary.value(), 29.0);
+}
+
+TEST(ProgrammeMeterTest, EachChannelHasPeaksOfItsOwnWithTheRest) {
+  ProgrammeMeter meter({{2, "Left"}, {0, "Right"}}, 3);
+  BlockReading block;
+  block.peaks = {16384, 65535, 0};
+  block.samplePeaks = {0.25F, 1.0F, 0.0F};
+  meter.Feed(block);
+  block.peaks = {8192, 0, 0};
+  block.samplePeaks = {0.5F, 0.0F, 0.0F};
+  meter.FeedRest(block);
+  const std::vector<ChannelFigures> channels = meter.ReadChannels();
+  ASSERT_EQ(channels.size(), 2U);
+  EXPECT_EQ(channels[0].channel, 2U);
+  EXPECT_EQ(channels[0].speakers, "Left");
+  EXPECT_FALSE(channels[0].truePeak.has_value());
+  EXPECT_FALSE(channels[0].samplePeak.has_value());
+  EXPECT_EQ(channels[1].channel, 0U);
+  EXPECT_NEAR(channels[1].truePeak.value(), -6.02, 0.005);
+  EXPECT_NEAR(channels[1].samplePeak.value(), -6.02, 0.005);
+  EXPECT_FALSE(channels[1].isPeakAtLeast);
+}
+
+TEST(ProgrammeMeterTest, TheReadingsAreThoseOfTheWholeProgramme) {
+  ProgrammeMeter meter = Mono();
+  Feed(meter, BlockAt(-23.0), 53);
+  const ProgrammeReadings& readings = meter.Readings();
+  EXPECT_EQ(readings.momentary.Counts()[Cbin::GetBinIndx(-23.0F)] +
+                readings.momentary.Counts()[Cbin::GetBinIndx(-23.01F)],
+            50U);
+  EXPECT_EQ(readings.momentary.GatedLoudness(), meter.Read().integrated);
+  EXPECT_EQ(readings.shortTerm.Range().value().lu, meter.Read().lra.value());
+}
+
 // Full scale 32768 in sixteen bits: 20 log10(65535 / 32768) = 6.02 dBTP is the end.
 TEST(ProgrammeMeterTest, APeakAtTheEndOfItsScaleIsMarked) {
   for (const std::uint32_t peak : {65534U, 65535U}) {
@@ -269,7 +321,6 @@ TEST(ProgrammeMeterTest, ReadingsBeyondTheLastCodeMarkWhatIsMadeFromCodes) {
   EXPECT_NEAR(beyond.maxMomentary.value(), 15.0, 0.01);
   EXPECT_NEAR(beyond.integrated.value(), 10.0, kBin);
   EXPECT_FALSE(beyond.lra.has_value());
-  EXPECT_FALSE(meter.ReadDistribution().lraLow.has_value());
 }
 
 // One block in the middle, long gone from the last four.

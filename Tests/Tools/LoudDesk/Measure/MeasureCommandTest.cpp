@@ -145,7 +145,7 @@ TEST_F(MeasureCommandTest, FilesAreMeasuredIntoATable) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.errors, "");
   EXPECT_THAT(outcome.out, StartsWith("Integrated  Loudness "));
-  EXPECT_THAT(outcome.out, HasSubstr(" 2.00  " + path + "\n"));
+  EXPECT_THAT(outcome.out, testing::ContainsRegex(" 2\\.00 .* Pass  " + path + "\n"));
 }
 
 // A stereo tone of -23 dBFS at 1 kHz reads -23 LKFS (EBU Tech 3341, case 1).
@@ -165,14 +165,17 @@ TEST_F(MeasureCommandTest, JsonIsAllThereIsOnStandardOutput) {
   EXPECT_EQ(document["Seconds"].GetDouble(), 2.0);
 }
 
-TEST_F(MeasureCommandTest, CsvIsTheSeriesOfTheFile) {
+TEST_F(MeasureCommandTest, CsvIsARowAFileAndTheSeriesIsARowABlock) {
   const std::string path = WriteTone("tone.wav");
-  const Outcome outcome = Run("measure --format csv " + Quoted(path));
+  const std::string series = mDirectory.Path("series.csv");
+  const Outcome outcome =
+      Run("measure --format csv --series " + Quoted(series) + " " + Quoted(path));
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.errors, "");
-  EXPECT_THAT(outcome.out,
-              StartsWith("File,Seconds,Momentary,ShortTerm,Integrated,Lra,TruePeak\n"));
-  EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 21);
+  EXPECT_THAT(outcome.out, AllOf(StartsWith("File,Files,"), HasSubstr("\n" + path + ",1,")));
+  const std::string rows = test_audio::BytesOf(series);
+  EXPECT_THAT(rows, StartsWith("File,Channels,Time (s),"));
+  EXPECT_EQ(std::count(rows.begin(), rows.end(), '\n'), 21);
 }
 
 TEST_F(MeasureCommandTest, AReportIsWrittenBesideTheTable) {
@@ -182,10 +185,14 @@ TEST_F(MeasureCommandTest, AReportIsWrittenBesideTheTable) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.errors, "");
   EXPECT_THAT(outcome.out, HasSubstr(path + "\n"));
-  EXPECT_THAT(test_audio::BytesOf(report), HasSubstr("EBU R 128: integrated loudness -23.00"));
+  const std::string page = test_audio::BytesOf(report);
+  EXPECT_THAT(page, HasSubstr("EBU R 128, version 4: integrated loudness -23.00"));
+  EXPECT_THAT(page, testing::ContainsRegex("Measured on 20[0-9][0-9]-[0-9][0-9]-[0-9][0-9] "
+                                           "[0-9][0-9]:[0-9][0-9]:[0-9][0-9] [+-][0-9]{4} by "
+                                           "LoudDesk [0-9]"));
 }
 
-TEST_F(MeasureCommandTest, LimitsOfTheReportAreChosenByOptions) {
+TEST_F(MeasureCommandTest, LimitsAreChosenByOptions) {
   const std::string path = Quoted(WriteTone("tone.wav"));
   const std::string report = mDirectory.Path("report.html");
   struct {
@@ -193,18 +200,67 @@ TEST_F(MeasureCommandTest, LimitsOfTheReportAreChosenByOptions) {
     const char* named;
   } const cases[] = {
       {"--live",
-       "EBU R 128, live: integrated loudness -23.00 LKFS \xC2\xB1"
+       "EBU R 128, version 4, live: integrated loudness -23.00 LKFS \xC2\xB1"
        "1.00 LU"},
+      {"--profile op-59",
+       "Free TV OP-59: integrated loudness -24.00 LKFS \xC2\xB1"
+       "1.00 LU, maximum true peak at most -2.00 dBTP"},
       {"--target -16 --tolerance 2",
-       "Chosen limits: integrated loudness -16.00 LKFS \xC2\xB1"
-       "2.00 LU, true peak at most -1.00 dBTP"},
-      {"--max-true-peak -2", "0.50 LU, true peak at most -2.00 dBTP"},
+       "Own limits: integrated loudness -16.00 LKFS \xC2\xB1"
+       "2.00 LU, maximum true peak at most -1.00 dBTP"},
+      {"--profile none --max-range 10", "Own limits: loudness range at most 10.00 LU"},
   };
   for (const auto& c : cases) {
     const Outcome outcome =
         Run("measure " + path + " --report " + Quoted(report) + " " + c.options);
     EXPECT_EQ(outcome.status, 0) << c.options;
     EXPECT_THAT(test_audio::BytesOf(report), HasSubstr(c.named)) << c.options;
+  }
+}
+
+// A stereo tone of -23 dBFS reads -23 LKFS; its true peak is -23 dBTP.
+TEST_F(MeasureCommandTest, ThePipelineOfAReaderSeesVerdictLimitsAndStatus) {
+  const std::string path = Quoted(WriteTone("tone.wav"));
+  Outcome outcome = Run("measure --profile ebu-r128 --fail --format json " + path);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out,
+              HasSubstr("\"Verdict\":\"pass\",\"Limits\":[{\"Limit\":\"Integrated\","));
+  outcome = Run("measure --profile atsc-a85 --max-true-peak -24 --fail --format json " + path);
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_THAT(outcome.out, HasSubstr("\"Verdict\":\"fail\",\"Limits\":["));
+  outcome = Run("measure --profile none " + path);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, HasSubstr("Not judged"));
+}
+
+TEST_F(MeasureCommandTest, ProfilesAreListedWithoutAFile) {
+  const Outcome outcome = Run("measure --list-profiles");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_THAT(outcome.out, AllOf(StartsWith("Profile "), HasSubstr("\nebu-r128-s1 ")));
+}
+
+TEST_F(MeasureCommandTest, ProgrammesAndSpeakersAreChosenByOptions) {
+  const std::string path = Quoted(WriteTone("tone.wav"));
+  struct {
+    const char* options;
+    double integrated;  // of a tone of -23 dBFS: on two speakers -23.00, on one 3.01 LU less
+  } const cases[] = {
+      {"--speakers l,r", -23.0},
+      {"--speakers none,c", -26.01},
+      {"--speakers none,c --dual-mono", -23.0},
+      {"--programme 2=mono", -26.01},
+      {"--programme 1=mono --dual-mono --programme 2=mono", -23.0},
+  };
+  for (const auto& c : cases) {
+    const Outcome outcome = Run("measure --format json " + path + " " + c.options);
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    const std::string::size_type end = outcome.out.find('\n');
+    rapidjson::Document line;
+    line.Parse(outcome.out.substr(0, end).c_str());
+    ASSERT_TRUE(line.IsObject() && line.HasMember("Integrated")) << outcome.out;
+    EXPECT_NEAR(line["Integrated"].GetDouble(), c.integrated, 0.02) << c.options;
   }
 }
 
@@ -215,7 +271,7 @@ TEST_F(MeasureCommandTest, AFailedFileIsStatus1AndTheOthersAreMeasured) {
       Run("measure --format json " + Quoted(gone) + " " + Quoted(good) + " --speakers Left,Right");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.errors, "LoudDesk: " + gone + ": no such file\n");
-  EXPECT_THAT(outcome.out, StartsWith("{\"File\":\"" + good));
+  EXPECT_THAT(outcome.out, StartsWith("{\"Schema\":1,\"File\":\"" + good));
 }
 
 TEST_F(MeasureCommandTest, AFileMayHaveTheNameOfASubcommandOrAnOption) {
@@ -225,8 +281,9 @@ TEST_F(MeasureCommandTest, AFileMayHaveTheNameOfASubcommandOrAnOption) {
   const std::string command = "cd " + directory + " && " + Quoted(kLoudDesk) +
                               " measure --format json -- measure --help >out.txt 2>&1";
   EXPECT_EQ(std::system(command.c_str()), 0);
-  EXPECT_THAT(test_audio::BytesOf(mDirectory.Path("out.txt")),
-              AllOf(StartsWith("{\"File\":\"measure\","), HasSubstr("{\"File\":\"--help\",")));
+  EXPECT_THAT(
+      test_audio::BytesOf(mDirectory.Path("out.txt")),
+      AllOf(StartsWith("{\"Schema\":1,\"File\":\"measure\","), HasSubstr("\"File\":\"--help\",")));
 }
 
 TEST_F(MeasureCommandTest, HelpShowsAnExampleAndEverySpeaker) {
@@ -234,13 +291,41 @@ TEST_F(MeasureCommandTest, HelpShowsAnExampleAndEverySpeaker) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.errors, "");
   EXPECT_THAT(outcome.out, HasSubstr("\nExample:\n  LoudDesk measure "));
-  for (const char* word :
-       {"FILE",         "--format",      "--speakers",       "--report",
-        "--target",     "--tolerance",   "--max-true-peak",  "--live",
-        "csv",          "Left",          "status 130",       "6.02 dBTP",
-        "AtLeast",      "Right",         "Center",           "LowFrequencyEffects",
-        "LeftSurround", "RightSurround", "BackSurroundLeft", "BackSurroundRight",
-        "MonoSurround"})
+  for (const char* word : {"FILE",
+                           "--format",
+                           "--speakers",
+                           "--report",
+                           "--target",
+                           "--tolerance",
+                           "--max-true-peak",
+                           "--live",
+                           "csv",
+                           "Left",
+                           "status 130",
+                           "6.02 dBTP",
+                           "AtLeast",
+                           "Right",
+                           "Center",
+                           "LowFrequencyEffects",
+                           "LeftSurround",
+                           "RightSurround",
+                           "BackSurroundLeft",
+                           "BackSurroundRight",
+                           "MonoSurround",
+                           "--programme",
+                           "--dual-mono",
+                           "--profile",
+                           "--list-profiles",
+                           "--max-short-term",
+                           "--max-momentary",
+                           "--max-range",
+                           "--min-range",
+                           "--fail",
+                           "--album",
+                           "--hash",
+                           "--series",
+                           "None",
+                           "measure.schema.json"})
     EXPECT_THAT(outcome.out, HasSubstr(word));
   std::istringstream lines(outcome.out);
   for (std::string line; std::getline(lines, line);)
@@ -259,14 +344,18 @@ TEST_F(MeasureCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
       {"measure --loud a.wav", "--loud: no such option (see "},
       {"measure -loud.wav", "-loud.wav: no such option (see "},
       {"measure $(printf '%b' '-\\033[31m')", "-\\x1B[31m: no such option (see "},
-      {"measure --speakers Left,Middle a.wav", "--speakers: \"Middle\" is not a speaker; there are"},
+      {"measure --speakers Left,Middle a.wav",
+       "--speakers: \"Middle\" is not a speaker; there are"},
       {"measure --speakers '' a.wav", "--speakers: \"\" is not a speaker"},
       {"measure --report a.wav b.wav", "--report: the name of a report ends in .html"},
       {"measure --report .html b.wav", "--report: the name of a report ends in .html"},
-      {"measure --target -16 a.wav", "--target requires --report"},
-      {"measure --tolerance 1 a.wav", "--tolerance requires --report"},
-      {"measure --max-true-peak -2 a.wav", "--max-true-peak requires --report"},
-      {"measure --live a.wav", "--live requires --report"},
+      {"measure --series a.wav b.wav", "--series: the name of a series ends in .csv"},
+      {"measure --programme 1,2 a.wav", "--programme: \"1,2\" is not CHANNELS=SPEAKERS"},
+      {"measure --programme 1=mono --speakers L a.wav", "excludes --"},
+      {"measure --profile r128 a.wav",
+       "--profile: there is no profile \"r128\"; see --list-profiles"},
+      {"measure --live --profile deezer a.wav", "the profile deezer has no tolerance for live"},
+      {"measure --fail --profile spotify a.wav", "--fail: spotify has no limits that a file could"},
       {"measure --report r.html --live --tolerance 1 a.wav", "excludes --"},
       {"measure --report r.html --target loud a.wav",
        "--target: \"loud\" is not between -70 and 0"},

@@ -5,8 +5,7 @@
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
-#include <algorithm>
-#include <cmath>
+#include <numeric>
 #include <optional>
 #include <vector>
 
@@ -40,8 +39,18 @@ class MeasureFileTest : public testing::Test {
   Figures Measure(std::size_t channels, const Samples& samples,
                   const std::optional<SpeakerLayout>& speakers = std::nullopt) {
     AudioFile file(mDirectory.Write("measured.wav", kFloatWav, kRate, channels, samples));
-    ProgrammeMeter meter(ProgrammeOf(LayoutFor(file, speakers)), channels);
-    return MeasureFile(meter, file, [](std::uint64_t) {});
+    return MeasureFile(file, {ProgrammeOf(LayoutFor(file, speakers))}, Series::kNone,
+                       [](std::uint64_t) {})
+        .front()
+        .figures;
+  }
+
+  // A programme of both channels with its series.
+  MeasuredProgramme MeasureSeries(const Samples& samples) {
+    AudioFile file(mDirectory.Write("measured.wav", kFloatWav, kRate, 2, samples));
+    return MeasureFile(file, {ProgrammeOf({"Left", "Right"})}, Series::kEveryBlock,
+                       [](std::uint64_t) {})
+        .front();
   }
 
   AudioDirectory mDirectory;
@@ -187,9 +196,139 @@ TEST_F(MeasureFileTest, APeakInTheRestIsReachedAtTheEndOfTheFile) {
 TEST_F(MeasureFileTest, ProgressIsToldOnceABlockAndOfTheRest) {
   AudioFile file(mDirectory.Write("a.wav", kFloatWav, kRate, 1, Tone(-20.0, 0.35)));
   std::vector<std::uint64_t> told;
-  ProgrammeMeter meter(ProgrammeOf({"Center"}), 1);
-  MeasureFile(meter, file, [&told](std::uint64_t frames) { told.push_back(frames); });
+  MeasureFile(file, {ProgrammeOf({"Center"})}, Series::kNone,
+              [&told](std::uint64_t frames) { told.push_back(frames); });
   EXPECT_EQ(told, (std::vector<std::uint64_t>{kBlock, 2 * kBlock, 3 * kBlock, 16800}));
+}
+
+TEST_F(MeasureFileTest, EveryBlockIsAPointAtItsEnd) {
+  const MeasuredProgramme series = MeasureSeries(StereoTone(-23.0, 2.0625));
+  ASSERT_EQ(series.points.size(), 21U);
+  for (std::size_t i = 0; i < 20; ++i)
+    EXPECT_NEAR(series.points[i].seconds, 0.1 * static_cast<double>(i + 1), 1e-9);
+  EXPECT_NEAR(series.points.back().seconds, 2.0625, 1e-9);
+  EXPECT_NEAR(series.figures.seconds, 2.0625, 1e-9);
+}
+
+TEST_F(MeasureFileTest, TheRestIsAPointWithATruePeakAndTheFiguresOfTheLastBlock) {
+  const MeasuredProgramme series =
+      MeasureSeries(Joined(StereoTone(-23.0, 2.0), StereoTone(-3.0, 0.0625)));
+  const SeriesPoint& block = series.points[19];
+  const SeriesPoint& rest = series.points[20];
+  EXPECT_FALSE(rest.momentary);
+  EXPECT_FALSE(rest.shortTerm);
+  EXPECT_EQ(rest.integrated, block.integrated);
+  EXPECT_EQ(rest.lra, block.lra);
+  EXPECT_NEAR(rest.truePeak.value(), -3.0, 0.2);
+  EXPECT_FLOAT_EQ(*rest.truePeak, static_cast<float>(series.figures.maxTruePeak.value()));
+}
+
+TEST_F(MeasureFileTest, AFileOfWholeBlocksHasNoRest) {
+  EXPECT_EQ(MeasureSeries(StereoTone(-23.0, 2.0)).points.size(), 20U);
+}
+
+// 400 ms are four blocks, 3 s thirty.
+TEST_F(MeasureFileTest, TruePeakBeginsWithTheFirstBlockAndLoudnessWhenItsTimeIsFull) {
+  const MeasuredProgramme series = MeasureSeries(StereoTone(-23.0, 4.0));
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_FALSE(series.points[i].momentary);
+    EXPECT_FALSE(series.points[i].shortTerm);
+    EXPECT_FALSE(series.points[i].integrated);
+    EXPECT_FALSE(series.points[i].lra);
+  }
+  EXPECT_NEAR(series.points[0].truePeak.value(), -23.0, 0.2);
+  EXPECT_NEAR(series.points[3].momentary.value(), -23.0, 0.1);
+  EXPECT_FALSE(series.points[28].shortTerm);
+  EXPECT_NEAR(series.points[29].shortTerm.value(), -23.0, 0.1);
+  EXPECT_FALSE(series.points[31].lra);
+  EXPECT_TRUE(series.points[32].lra);
+}
+
+TEST_F(MeasureFileTest, TruePeakIsThatOfItsOwnBlock) {
+  const MeasuredProgramme series = MeasureSeries(
+      Joined(Joined(StereoTone(-6.0, 1.0), StereoTone(-30.0, 1.0)), Samples(2 * kRate, 0.0)));
+  EXPECT_NEAR(series.points[5].truePeak.value(), -6.0, 0.2);
+  EXPECT_NEAR(series.points[15].truePeak.value(), -30.0, 0.2);
+  EXPECT_FALSE(series.points[25].truePeak);
+}
+
+TEST_F(MeasureFileTest, TheLastPointAgreesWithTheFigures) {
+  const MeasuredProgramme series =
+      MeasureSeries(Joined(StereoTone(-20.0, 10.0), StereoTone(-30.0, 10.0)));
+  const SeriesPoint& last = series.points.back();
+  EXPECT_FLOAT_EQ(last.integrated.value(), static_cast<float>(series.figures.integrated.value()));
+  EXPECT_FLOAT_EQ(last.lra.value(), static_cast<float>(series.figures.lra.value()));
+  EXPECT_FLOAT_EQ(last.momentary.value(), static_cast<float>(series.figures.momentary.value()));
+  EXPECT_FLOAT_EQ(last.shortTerm.value(), static_cast<float>(series.figures.shortTerm.value()));
+}
+
+TEST_F(MeasureFileTest, SilenceHasPointsWithoutReadings) {
+  const MeasuredProgramme series = MeasureSeries(Samples(2 * kRate * 2, 0.0));
+  EXPECT_EQ(series.points.size(), 20U);
+  for (const SeriesPoint& point : series.points)
+    EXPECT_FALSE(point.momentary || point.shortTerm || point.integrated || point.lra ||
+                 point.truePeak);
+}
+
+TEST_F(MeasureFileTest, AFileShorterThanABlockIsARest) {
+  const MeasuredProgramme series = MeasureSeries(StereoTone(-23.0, 0.05));
+  ASSERT_EQ(series.points.size(), 1U);
+  EXPECT_FALSE(series.points[0].integrated);
+  EXPECT_NEAR(series.points[0].truePeak.value(), -23.0, 0.2);
+  EXPECT_FALSE(series.figures.integrated);
+}
+
+TEST_F(MeasureFileTest, FiguresAreTheSameWithAndWithoutASeries) {
+  const Samples samples = Joined(StereoTone(-20.0, 4.0), StereoTone(-30.0, 3.0));
+  const Figures withSeries = MeasureSeries(samples).figures;
+  const Figures alone = Measure(2, samples);
+  EXPECT_EQ(withSeries.integrated, alone.integrated);
+  EXPECT_EQ(withSeries.lra, alone.lra);
+  EXPECT_EQ(withSeries.maxMomentary, alone.maxMomentary);
+  EXPECT_EQ(withSeries.maxShortTerm, alone.maxShortTerm);
+  EXPECT_EQ(withSeries.maxTruePeak, alone.maxTruePeak);
+}
+
+// 20 blocks give 17 momentary readings.
+TEST_F(MeasureFileTest, ReadingsAreThoseOfTheWholeFile) {
+  const MeasuredProgramme series = MeasureSeries(StereoTone(-23.0, 2.0));
+  const auto& counts = series.readings.momentary.Counts();
+  EXPECT_EQ(std::accumulate(counts.begin(), counts.end(), std::uint64_t{0}), 17U);
+  EXPECT_EQ(series.readings.momentary.GatedLoudness(), series.figures.integrated);
+}
+
+// In one pass: a tone on the first two of three channels, another one on the third.
+TEST_F(MeasureFileTest, SeveralProgrammesOfAFileHaveFiguresOfTheirOwn) {
+  const Samples tone = Tone(-23.0, 5.0);
+  AudioFile file(mDirectory.Write("three.wav", kFloatWav, kRate, 3,
+                                  Interleaved({tone, tone, Tone(-30.0, 5.0)})));
+  const auto measured = MeasureFile(
+      file, {ProgrammeOf({"Left", "Right"}), {{2, "Center"}}, AsDualMono({{2, "Center"}})},
+      Series::kNone, [](std::uint64_t) {});
+  ASSERT_EQ(measured.size(), 3U);
+  EXPECT_NEAR(measured[0].figures.integrated.value(), -23.0, 0.05);
+  EXPECT_NEAR(measured[1].figures.integrated.value(), -33.01, 0.05);
+  EXPECT_NEAR(measured[2].figures.integrated.value(), -30.0, 0.05);
+  EXPECT_NEAR(measured[1].figures.maxTruePeak.value(), -30.0, 0.2);
+  for (const MeasuredProgramme& programme : measured) {
+    EXPECT_DOUBLE_EQ(programme.figures.seconds, 5.0);
+    EXPECT_TRUE(programme.points.empty());
+  }
+}
+
+// Crests between the samples: a quarter of the sample rate at 45 degrees.
+TEST_F(MeasureFileTest, EachChannelHasItsPeaks) {
+  const Samples crests = Sine(0.5, kRate / 4.0, kRate, kRate, 45.0);
+  const Samples quiet = Tone(-40.0, 1.0);
+  AudioFile file(mDirectory.Write("two.wav", kFloatWav, kRate, 2, Interleaved({crests, quiet})));
+  const auto channels =
+      MeasureFile(file, {ProgrammeOf({"Left", "Right"})}, Series::kNone, [](std::uint64_t) {})
+          .front()
+          .channels;
+  ASSERT_EQ(channels.size(), 2U);
+  EXPECT_NEAR(channels[0].samplePeak.value(), -9.03, 0.01);
+  EXPECT_NEAR(channels[0].truePeak.value(), -6.02, 0.2);
+  EXPECT_NEAR(channels[1].samplePeak.value(), -40.0, 0.1);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <limits>
 #include <sstream>
 
+#include "FileHash.h"
 #include "MeasureCommand.h"
 #include "TestAudio.h"
 
@@ -43,6 +44,25 @@ std::string LastLine(const std::string& text) {
   return text.substr(end == std::string::npos ? 0 : end + 1);
 }
 
+// Of files in a style, and with a report where it is named.
+MeasureOptions Options(std::vector<std::string> files, FigureStyle style = FigureStyle::kTable,
+                       const std::string& report = "") {
+  MeasureOptions options;
+  options.files = std::move(files);
+  options.style = style;
+  options.report = report;
+  return options;
+}
+
+// By an own target, tolerance and limit of the true peak.
+MeasureOptions WithLimits(MeasureOptions options, double target, double tolerance,
+                          double maxTruePeak) {
+  options.profile.target = target;
+  options.profile.limits.tolerance = tolerance;
+  options.profile.limits.maxTruePeak = maxTruePeak;
+  return options;
+}
+
 class MeasureFilesTest : public testing::Test {
  protected:
   std::string WriteTone(const std::string& name, double seconds = 1.0) const {
@@ -63,7 +83,7 @@ class MeasureFilesTest : public testing::Test {
 TEST_F(MeasureFilesTest, TableHasOneHeadingForAllFiles) {
   const std::string a = WriteTone("a.wav");
   const std::string b = WriteTone("b.wav");
-  EXPECT_EQ(Run({{a, b}, FigureStyle::kTable, std::nullopt}), 0);
+  EXPECT_EQ(Run(Options({a, b}, FigureStyle::kTable)), 0);
   EXPECT_EQ(mErrors.str(), "");
   const std::string text = mOut.str();
   EXPECT_THAT(text, StartsWith("Integrated  "));
@@ -74,11 +94,11 @@ TEST_F(MeasureFilesTest, TableHasOneHeadingForAllFiles) {
 
 TEST_F(MeasureFilesTest, JsonHasNothingButOneObjectAFile) {
   const std::string a = WriteTone("a.wav");
-  EXPECT_EQ(Run({{a, a}, FigureStyle::kJson, std::nullopt}), 0);
+  EXPECT_EQ(Run(Options({a, a}, FigureStyle::kJson)), 0);
   const std::string text = mOut.str();
   const std::string line = text.substr(0, text.find('\n') + 1);
   EXPECT_EQ(text, line + line);
-  EXPECT_THAT(line, StartsWith("{\"File\":\"" + a + "\",\"Seconds\":1.00,\"Integrated\":-"));
+  EXPECT_THAT(line, StartsWith("{\"Schema\":1,\"File\":\"" + a + "\","));
 }
 
 TEST_F(MeasureFilesTest, AFileThatFailsIsOneLineAndTheOthersAreMeasured) {
@@ -86,7 +106,7 @@ TEST_F(MeasureFilesTest, AFileThatFailsIsOneLineAndTheOthersAreMeasured) {
   const std::string cut = WriteTone("cut.wav");
   CutOff(cut, 100000);
   const std::string gone = mDirectory.Path("gone.wav");
-  EXPECT_EQ(Run({{gone, good, cut, good}, FigureStyle::kJson, std::nullopt}), 1);
+  EXPECT_EQ(Run(Options({gone, good, cut, good}, FigureStyle::kJson)), 1);
   const std::string out = mOut.str();
   const std::string errors = mErrors.str();
   EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 2);
@@ -96,7 +116,7 @@ TEST_F(MeasureFilesTest, AFileThatFailsIsOneLineAndTheOthersAreMeasured) {
 }
 
 TEST_F(MeasureFilesTest, ATableWithoutARowHasNoHeading) {
-  EXPECT_EQ(Run({{mDirectory.Path("gone.wav")}, FigureStyle::kTable, std::nullopt}), 1);
+  EXPECT_EQ(Run(Options({mDirectory.Path("gone.wav")}, FigureStyle::kTable)), 1);
   EXPECT_EQ(mOut.str(), "");
 }
 
@@ -104,7 +124,7 @@ TEST_F(MeasureFilesTest, AFileThatTurnsOutTruncatedHasNoFigures) {
   const std::string path = mDirectory.Write("cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 1,
                                             Noise(0.5, 96000, 1));
   CutOff(path, 100000);
-  EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 1);
+  EXPECT_EQ(Run(Options({path}, FigureStyle::kTable)), 1);
   EXPECT_EQ(mOut.str(), "");
   EXPECT_THAT(mErrors.str(), StartsWith("LoudDesk: " + path + ": is truncated or damaged: "));
 }
@@ -115,7 +135,7 @@ TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedByItsPosition) {
     Samples samples = StereoTone(-20.0, 1.0);
     samples[2 * 24000 + 1] = bad;
     const std::string path = mDirectory.Write("bad.wav", kFloatWav, kRate, 2, samples);
-    EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 1);
+    EXPECT_EQ(Run(Options({path}, FigureStyle::kTable)), 1);
     EXPECT_EQ(mOut.str(), "");
     EXPECT_EQ(mErrors.str(), "LoudDesk: " + path +
                                  ": holds a sample that is not a number in channel 2, frame 24000 "
@@ -129,7 +149,7 @@ TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedInTheLastIncompleteBlockToo
     Samples samples(2 * frames, 0.1);
     samples.back() = std::numeric_limits<double>::quiet_NaN();
     const std::string path = mDirectory.Write("bad.wav", kFloatWav, kRate, 2, samples);
-    EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 1);
+    EXPECT_EQ(Run(Options({path}, FigureStyle::kTable)), 1);
     EXPECT_EQ(mOut.str(), "");
     EXPECT_THAT(mErrors.str(),
                 HasSubstr(": holds a sample that is not a number in channel 2, frame " +
@@ -143,12 +163,14 @@ TEST_F(MeasureFilesTest, APeakInTheLastIncompleteBlockFailsTheReport) {
     samples.push_back(sample);
   const std::string path = mDirectory.Write("burst.wav", kFloatWav, kRate, 2, samples);
   const std::string report = mDirectory.Path("report.html");
-  EXPECT_EQ(Run({{path}, FigureStyle::kCsv, std::nullopt, report}), 0);
-  EXPECT_THAT(LastLine(mOut.str()),
-              testing::MatchesRegex(".*burst.wav,5.08,,,-2[23]...,0.00,-0.[45].\n"));
+  MeasureOptions options = Options({path}, FigureStyle::kTable, report);
+  options.series = mDirectory.Path("series.csv");
+  EXPECT_EQ(Run(options), 0);
+  EXPECT_THAT(LastLine(test_audio::BytesOf(options.series)),
+              testing::MatchesRegex(".*burst.wav,\"1,2\",5.08,,,-2[23]...,0.00,-0.[45].\n"));
   const std::string page = test_audio::BytesOf(report);
   EXPECT_THAT(page, HasSubstr("dB above the limit"));
-  EXPECT_THAT(page, HasSubstr(" dBTP at 5.1 s"));
+  EXPECT_THAT(page, HasSubstr(" dBTP at 0:00:05.1"));
 }
 
 // A tone of +18 dBFS: the scale of the true peak ends at 6.02 dBTP, that of loudness codes at +10.
@@ -159,13 +181,13 @@ TEST_F(MeasureFilesTest, FiguresAtTheEndOfTheirScalesAreMarkedEverywhere) {
       ": note: beyond the scale and thus at least what is shown: Integrated loudness, Maximum "
       "short-term, Maximum true peak\nLoudDesk: " +
       path + ": note: louder than the scale of loudness; there is no loudness range\n";
-  EXPECT_EQ(Run({{path}, FigureStyle::kTable, std::nullopt}), 0);
+  EXPECT_EQ(Run(Options({path}, FigureStyle::kTable)), 0);
   EXPECT_THAT(mOut.str(), HasSubstr("    >=9.99         -      18.0"));
   EXPECT_THAT(mOut.str(), HasSubstr("     >=6.02      4.00  "));
   EXPECT_EQ(mErrors.str(), note);
-  EXPECT_EQ(Run({{path}, FigureStyle::kCsv, std::nullopt}), 0);
+  EXPECT_EQ(Run(Options({path}, FigureStyle::kCsv)), 0);
   EXPECT_EQ(mErrors.str(), note);
-  EXPECT_EQ(Run({{path}, FigureStyle::kJson, std::nullopt}), 0);
+  EXPECT_EQ(Run(Options({path}, FigureStyle::kJson)), 0);
   EXPECT_THAT(mOut.str(),
               HasSubstr("\"AtLeast\":[\"Integrated\",\"MaxShortTerm\",\"MaxTruePeak\"]"));
 }
@@ -173,8 +195,7 @@ TEST_F(MeasureFilesTest, FiguresAtTheEndOfTheirScalesAreMarkedEverywhere) {
 TEST_F(MeasureFilesTest, ALimitBeyondTheEndOfTheScaleIsNotKept) {
   const std::string path = mDirectory.Write("loud.wav", kFloatWav, kRate, 2, StereoTone(9.0, 1.0));
   const std::string report = mDirectory.Path("report.html");
-  EXPECT_EQ(
-      Run({{path}, FigureStyle::kTable, std::nullopt, report, LoudnessLimits{0.0, 20.0, 10.0}}), 0);
+  EXPECT_EQ(Run(WithLimits(Options({path}, FigureStyle::kTable, report), 0.0, 20.0, 10.0)), 0);
   const std::string page = test_audio::BytesOf(report);
   EXPECT_THAT(page, HasSubstr("Open</span> at least 6.02 dBTP; how much more is beyond the scale"));
   EXPECT_THAT(page, HasSubstr("highest: at least 6.02 dBTP at "));
@@ -201,14 +222,14 @@ TEST_F(MeasureFilesTest, ChannelsAreTakenInTheOrderOfTheFormat) {
     channels[c.effects] = Sine(Amplitude(-6.0), 60.0, kRate, 4 * kRate);
     const std::string effects =
         mDirectory.Write(c.name, c.format, kRate, 6, test_audio::Interleaved(channels));
-    EXPECT_EQ(Run({{effects}, FigureStyle::kJson, std::nullopt}), 0);
+    EXPECT_EQ(Run(Options({effects}, FigureStyle::kJson)), 0);
     EXPECT_THAT(mOut.str(), HasSubstr("\"Integrated\":null,")) << c.name;
     channels[c.effects].assign(4 * kRate, 0.0);
     channels[c.firstSurround] = Tone(-20.0, 4.0);
     channels[c.firstSurround + 1] = Tone(-20.0, 4.0);
     const std::string surrounds =
         mDirectory.Write(c.name, c.format, kRate, 6, test_audio::Interleaved(channels));
-    EXPECT_EQ(Run({{surrounds}, FigureStyle::kJson, std::nullopt}), 0);
+    EXPECT_EQ(Run(Options({surrounds}, FigureStyle::kJson)), 0);
     const std::string key = "\"Integrated\":";
     const std::size_t figure = mOut.str().find(key + "-");
     ASSERT_NE(figure, std::string::npos) << mOut.str();
@@ -219,7 +240,7 @@ TEST_F(MeasureFilesTest, ChannelsAreTakenInTheOrderOfTheFormat) {
 TEST_F(MeasureFilesTest, NamesOfFilesReachTheTerminalWithoutControlCharacters) {
   const std::string path =
       mDirectory.Write("red\x1B[31m\n.wav", kFloatWav, kRate, 2, StereoTone(12.0, 0.5));
-  EXPECT_EQ(Run({{path, mDirectory.Path("gone\x1B[31m")}, FigureStyle::kTable, std::nullopt}), 1);
+  EXPECT_EQ(Run(Options({path, mDirectory.Path("gone\x1B[31m")}, FigureStyle::kTable)), 1);
   EXPECT_THAT(mOut.str(), HasSubstr("/red\\x1B[31m\\x0A.wav\n"));
   EXPECT_THAT(mErrors.str(), HasSubstr("/red\\x1B[31m\\x0A.wav: note: "));
   EXPECT_THAT(mErrors.str(), HasSubstr("/gone\\x1B[31m: no such file\n"));
@@ -229,7 +250,9 @@ TEST_F(MeasureFilesTest, NamesOfFilesReachTheTerminalWithoutControlCharacters) {
 TEST_F(MeasureFilesTest, SpeakersCountForEveryFile) {
   const std::string stereo = WriteTone("stereo.wav");
   const std::string mono = mDirectory.Write("mono.wav", kFloatWav, kRate, 1, Tone(-20.0, 1.0));
-  EXPECT_EQ(Run({{stereo, mono}, FigureStyle::kTable, SpeakerLayout{"Left", "Right"}}), 1);
+  MeasureOptions options = Options({stereo, mono});
+  options.programmes.speakers = SpeakerLayout{"Left", "Right"};
+  EXPECT_EQ(Run(options), 1);
   EXPECT_EQ(mErrors.str(), "LoudDesk: " + mono + ": has 1 channel, but --speakers names 2\n");
   EXPECT_THAT(mOut.str(), HasSubstr(stereo));
 }
@@ -237,39 +260,142 @@ TEST_F(MeasureFilesTest, SpeakersCountForEveryFile) {
 TEST_F(MeasureFilesTest, AStreamThatTakesNothingIsAFailure) {
   std::ostringstream full;
   full.setstate(std::ios::badbit);
-  const MeasureOptions options = {{WriteTone("a.wav")}, FigureStyle::kTable, std::nullopt};
+  const MeasureOptions options = Options({WriteTone("a.wav")});
   EXPECT_EQ(MeasureFiles(options, full, mErrors, std::nullopt), 1);
   EXPECT_EQ(mErrors.str(), "LoudDesk: the figures could not be written\n");
 }
 
 // A second has ten blocks.
-TEST_F(MeasureFilesTest, CsvHasOneHeadingAndARowForEveryBlock) {
+TEST_F(MeasureFilesTest, TheSeriesHasOneHeadingAndARowForEveryBlock) {
   const std::string a = WriteTone("a.wav");
   const std::string b = WriteTone("b.wav");
-  EXPECT_EQ(Run({{a, b}, FigureStyle::kCsv, std::nullopt}), 0);
+  MeasureOptions options = Options({a, b});
+  options.series = mDirectory.Path("series.csv");
+  EXPECT_EQ(Run(options), 0);
   EXPECT_EQ(mErrors.str(), "");
-  const std::string text = mOut.str();
-  EXPECT_THAT(text, StartsWith("File,Seconds,Momentary,ShortTerm,Integrated,Lra,TruePeak\n" + a +
-                               ",0.10,,,,,-"));
+  const std::string text = test_audio::BytesOf(options.series);
+  EXPECT_THAT(text, StartsWith("File,Channels,Time (s),"));
+  EXPECT_THAT(text, HasSubstr("\n" + a + ",\"1,2\",0.10,,,,,-"));
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 21);
   EXPECT_EQ(text.find("File"), text.rfind("File"));
-  EXPECT_THAT(LastLine(text), StartsWith(b + ",1.00,-"));
+  EXPECT_THAT(LastLine(text), StartsWith(b + ",\"1,2\",1.00,-"));
+}
+
+TEST_F(MeasureFilesTest, NothingIsMeasuredForASeriesThatCannotBeWritten) {
+  MeasureOptions options = Options({WriteTone("a.wav")});
+  options.series = mDirectory.Path("missing/series.csv");
+  EXPECT_EQ(Run(options), 1);
+  EXPECT_EQ(mOut.str(), "");
+  EXPECT_EQ(mErrors.str(), "LoudDesk: " + options.series +
+                               ": the series cannot be written: No such file or directory\n");
+}
+
+TEST_F(MeasureFilesTest, ASeriesThatFindsTheDiskFullIsAFailureAndLeavesTheEarlierOne) {
+  MeasureOptions options = Options({WriteTone("a.wav")});
+  options.series = mDirectory.WriteBytes("series.csv", "earlier");
+  const test_audio::FileSizeLimit limit(200);
+  EXPECT_EQ(Run(options), 1);
+  EXPECT_EQ(mErrors.str(),
+            "LoudDesk: " + options.series + ": the series could not be written: File too large\n");
+  EXPECT_EQ(test_audio::BytesOf(options.series), "earlier");
+}
+
+TEST_F(MeasureFilesTest, CsvHasOneHeadingAndARowForEveryFile) {
+  const std::string a = WriteTone("a.wav");
+  const std::string b = WriteTone("b.wav");
+  EXPECT_EQ(Run(Options({a, b}, FigureStyle::kCsv)), 0);
+  const std::string rows = mOut.str();
+  EXPECT_THAT(rows, StartsWith("File,Files,Channels,"));
+  EXPECT_EQ(std::count(rows.begin(), rows.end(), '\n'), 3);
+  EXPECT_THAT(LastLine(rows), StartsWith(b + ",1,"));
 }
 
 TEST_F(MeasureFilesTest, AFileThatTurnsOutTruncatedHasNoRow) {
   const std::string path = mDirectory.Write("cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 1,
                                             Noise(0.5, 96000, 1));
   CutOff(path, 100000);
-  EXPECT_EQ(Run({{path}, FigureStyle::kCsv, std::nullopt}), 1);
+  EXPECT_EQ(Run(Options({path}, FigureStyle::kCsv)), 1);
   EXPECT_EQ(mOut.str(), "");
+}
+
+// Two tones of 10 s, 6 LU apart and both above the gate: 10 log10((1 + 10^-0.6) / 2) = -2.04.
+TEST_F(MeasureFilesTest, AnAlbumIsOneMoreRowForAllFiles) {
+  const std::string loud = mDirectory.Write("a.wav", kFloatWav, kRate, 2, StereoTone(-20.0, 10.0));
+  const std::string quiet = mDirectory.Write("b.wav", kFloatWav, kRate, 2, StereoTone(-26.0, 10.0));
+  MeasureOptions options = Options({loud, mDirectory.Path("gone"), quiet}, FigureStyle::kTable,
+                                   mDirectory.Path("r.html"));
+  options.hasAlbum = true;
+  EXPECT_EQ(Run(options), 1);
+  EXPECT_NEAR(std::stod(LastLine(mOut.str())), -22.04, 0.02);  // loudness codes are 0.02 LU wide
+  EXPECT_THAT(LastLine(mOut.str()), testing::EndsWith("  all 2 files as one programme\n"));
+  EXPECT_THAT(test_audio::BytesOf(options.report), HasSubstr("all 2 files as one programme</bdi>"));
+}
+
+TEST_F(MeasureFilesTest, SeveralProgrammesHaveARowAnAlbumAndASectionEach) {
+  const std::string path = mDirectory.Write(
+      "three.wav", kFloatWav, kRate, 3,
+      test_audio::Interleaved({Tone(-20.0, 5.0), Tone(-20.0, 5.0), Tone(-30.0, 5.0)}));
+  MeasureOptions options = Options({path, path}, FigureStyle::kTable, mDirectory.Path("r.html"));
+  options.programmes.programmes = {ParseProgramme("1,2=stereo"), ParseProgramme("3=mono")};
+  options.hasAlbum = true;
+  EXPECT_EQ(Run(options), 0);
+  for (const char* name : {"three.wav [channels 1,2]\n", "three.wav [channels 3]\n",
+                           "all 2 files as one programme [channels 1,2]\n",
+                           "all 2 files as one programme [channels 3]\n"})
+    EXPECT_THAT(mOut.str(), HasSubstr(name));
+  EXPECT_THAT(test_audio::BytesOf(options.report), HasSubstr("id=\"file-6\""));
+}
+
+// A tone of -23 dBFS on two channels reads -23 LKFS.
+TEST_F(MeasureFilesTest, TheStatusTellsOfBrokenLimitsWhenItIsAskedTo) {
+  const std::string kept =
+      mDirectory.Write("kept.wav", kFloatWav, kRate, 2, StereoTone(-23.0, 4.0));
+  const std::string broken = WriteTone("broken.wav");
+  const std::string silent =
+      mDirectory.Write("silent.wav", kFloatWav, kRate, 2, Samples(2 * kRate, 0.0));
+  const std::string gone = mDirectory.Path("gone.wav");
+  struct {
+    std::vector<std::string> files;
+    int status;
+    int statusWithFail;
+  } const cases[] = {
+      {{kept}, 0, 0},   {{broken}, 0, 3}, {{kept, broken}, 0, 3}, {{broken, kept}, 0, 3},
+      {{silent}, 0, 1}, {{gone}, 1, 1},   {{gone, broken}, 1, 1}, {{broken, gone}, 1, 1},
+  };
+  for (const auto& c : cases) {
+    MeasureOptions options = Options(c.files, FigureStyle::kJson);
+    EXPECT_EQ(Run(options), c.status) << c.files.front();
+    options.failsByVerdict = true;
+    EXPECT_EQ(Run(options), c.statusWithFail) << c.files.front();
+  }
+}
+
+TEST_F(MeasureFilesTest, ALimitThatCouldNotBeJudgedIsNamedWhereTheStatusTells) {
+  const std::string silent =
+      mDirectory.Write("silent.wav", kFloatWav, kRate, 2, Samples(kRate, 0.0));
+  MeasureOptions options = Options({silent}, FigureStyle::kJson);
+  options.failsByVerdict = true;
+  EXPECT_EQ(Run(options), 1);
+  EXPECT_EQ(mErrors.str(), "LoudDesk: " + silent + ": not judged: Integrated loudness\nLoudDesk: " +
+                               silent + ": not judged: Maximum true peak\n");
+}
+
+TEST_F(MeasureFilesTest, TheHashIsToldWhenItIsWanted) {
+  const std::string path = WriteTone("a.wav");
+  MeasureOptions options = Options({path}, FigureStyle::kJson);
+  EXPECT_EQ(Run(options), 0);
+  EXPECT_THAT(mOut.str(), HasSubstr("\"Sha256\":null"));
+  options.hasHash = true;
+  EXPECT_EQ(Run(options), 0);
+  EXPECT_THAT(mOut.str(), HasSubstr("\"Sha256\":\"" + Sha256Of(path) + "\""));
 }
 
 TEST_F(MeasureFilesTest, AReportStandsBesideTheTable) {
   const std::string a = WriteTone("a.wav");
   const std::string report = mDirectory.Path("report.html");
-  EXPECT_EQ(Run({{a}, FigureStyle::kTable, std::nullopt}), 0);
+  EXPECT_EQ(Run(Options({a}, FigureStyle::kTable)), 0);
   const std::string table = mOut.str();
-  EXPECT_EQ(Run({{a}, FigureStyle::kTable, std::nullopt, report}), 0);
+  EXPECT_EQ(Run(Options({a}, FigureStyle::kTable, report)), 0);
   EXPECT_EQ(mOut.str(), table);
   EXPECT_EQ(mErrors.str(), "");
   const std::string page = test_audio::BytesOf(report);
@@ -280,7 +406,7 @@ TEST_F(MeasureFilesTest, AReportStandsBesideTheTable) {
 
 TEST_F(MeasureFilesTest, AReportReplacesAnEarlierOne) {
   const std::string report = mDirectory.WriteBytes("report.html", std::string(2'000'000, 'x'));
-  EXPECT_EQ(Run({{WriteTone("a.wav")}, FigureStyle::kTable, std::nullopt, report}), 0);
+  EXPECT_EQ(Run(Options({WriteTone("a.wav")}, FigureStyle::kTable, report)), 0);
   EXPECT_THAT(test_audio::BytesOf(report), StartsWith("<!DOCTYPE html>"));
   EXPECT_THAT(test_audio::BytesOf(report), testing::EndsWith("</html>\n"));
 }
@@ -288,29 +414,26 @@ TEST_F(MeasureFilesTest, AReportReplacesAnEarlierOne) {
 TEST_F(MeasureFilesTest, AReportCoversEveryFileAlsoThoseThatFail) {
   const std::string gone = mDirectory.Path("gone.wav");
   const std::string report = mDirectory.Path("report.html");
-  EXPECT_EQ(Run({{WriteTone("a.wav"), gone, WriteTone("b.wav")},
-                 FigureStyle::kTable,
-                 std::nullopt,
-                 report}),
-            1);
+  EXPECT_EQ(
+      Run(Options({WriteTone("a.wav"), gone, WriteTone("b.wav")}, FigureStyle::kTable, report)), 1);
   const std::string page = test_audio::BytesOf(report);
   EXPECT_THAT(page, HasSubstr("id=\"file-2\""));
-  EXPECT_THAT(page, HasSubstr("<bdi>" + gone + ": no such file</bdi>"));
+  EXPECT_THAT(page, HasSubstr("<bdi>no such file</bdi>"));
 }
 
 // A tone of -20 dBFS reads -20 LKFS: 3 LU above the target of EBU R 128, on the one chosen.
 TEST_F(MeasureFilesTest, AReportJudgesByTheLimitsGivenAndLeavesTheStatusAlone) {
   const std::string a = WriteTone("a.wav");
   const std::string report = mDirectory.Path("report.html");
-  EXPECT_EQ(Run({{a}, FigureStyle::kTable, std::nullopt, report}), 0);
+  EXPECT_EQ(Run(Options({a}, FigureStyle::kTable, report)), 0);
   EXPECT_THAT(test_audio::BytesOf(report), HasSubstr(" Fail</span>"));
-  EXPECT_EQ(Run({{a}, FigureStyle::kTable, std::nullopt, report, {-20.0, 0.5, -1.0}}), 0);
+  EXPECT_EQ(Run(WithLimits(Options({a}, FigureStyle::kTable, report), -20.0, 0.5, -1.0)), 0);
   EXPECT_THAT(test_audio::BytesOf(report), testing::Not(HasSubstr(" Fail</span>")));
 }
 
 TEST_F(MeasureFilesTest, NothingIsMeasuredForAReportThatCannotBeWritten) {
   const std::string report = mDirectory.Path("missing/report.html");
-  EXPECT_EQ(Run({{WriteTone("a.wav")}, FigureStyle::kTable, std::nullopt, report}), 1);
+  EXPECT_EQ(Run(Options({WriteTone("a.wav")}, FigureStyle::kTable, report)), 1);
   EXPECT_EQ(mOut.str(), "");
   EXPECT_EQ(mErrors.str(),
             "LoudDesk: " + report + ": the report cannot be written: No such file or directory\n");
@@ -318,7 +441,7 @@ TEST_F(MeasureFilesTest, NothingIsMeasuredForAReportThatCannotBeWritten) {
 
 TEST_F(MeasureFilesTest, NothingIsMeasuredForAReportInThePlaceOfADirectory) {
   const std::string report = mDirectory.Path(".");
-  EXPECT_EQ(Run({{WriteTone("a.wav")}, FigureStyle::kTable, std::nullopt, report}), 1);
+  EXPECT_EQ(Run(Options({WriteTone("a.wav")}, FigureStyle::kTable, report)), 1);
   EXPECT_EQ(mOut.str(), "");
   EXPECT_EQ(mErrors.str(),
             "LoudDesk: " + report + ": the report cannot be written: is a directory\n");
@@ -328,10 +451,10 @@ TEST_F(MeasureFilesTest, AReportThatFindsTheDiskFullIsAFailureAndLeavesTheEarlie
   const std::string tone = WriteTone("a.wav");
   const std::string report = mDirectory.WriteBytes("report.html", "earlier");
   const test_audio::FileSizeLimit limit(100);
-  EXPECT_EQ(Run({{tone}, FigureStyle::kJson, std::nullopt, report}), 1);
+  EXPECT_EQ(Run(Options({tone}, FigureStyle::kJson, report)), 1);
   EXPECT_EQ(mErrors.str(),
             "LoudDesk: " + report + ": the report could not be written: File too large\n");
-  EXPECT_THAT(mOut.str(), StartsWith("{\"File\":"));
+  EXPECT_THAT(mOut.str(), StartsWith("{\"Schema\":"));
   EXPECT_EQ(test_audio::BytesOf(report), "earlier");
 }
 
@@ -340,7 +463,8 @@ TEST_F(MeasureFilesTest, AReportThatFindsTheDiskFullIsAFailureAndLeavesTheEarlie
 TEST_F(MeasureFilesTest, LongFilesShowProgressOnATerminalOnly) {
   const std::string path = mDirectory.Write("long.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 192000,
                                             32, Samples(20'000'000, 0.0));
-  const MeasureOptions options = {{path}, FigureStyle::kJson, SpeakerLayout(32, "Left")};
+  MeasureOptions options = Options({path}, FigureStyle::kJson);
+  options.programmes.speakers = SpeakerLayout(32, "Left");
   EXPECT_EQ(Run(options), 0);
   EXPECT_EQ(mErrors.str(), "");
   EXPECT_EQ(Run(options, 80), 0);
@@ -350,7 +474,7 @@ TEST_F(MeasureFilesTest, LongFilesShowProgressOnATerminalOnly) {
 }
 
 TEST_F(MeasureFilesTest, ShortFilesShowNoProgress) {
-  EXPECT_EQ(Run({{WriteTone("short.wav", 5.0)}, FigureStyle::kJson, std::nullopt}, 80), 0);
+  EXPECT_EQ(Run(Options({WriteTone("short.wav", 5.0)}, FigureStyle::kJson), 80), 0);
   EXPECT_EQ(mErrors.str(), "");
 }
 

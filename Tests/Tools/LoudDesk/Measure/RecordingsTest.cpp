@@ -35,6 +35,8 @@ constexpr double kTruePeakTolerance = 0.2;   // dB
 constexpr double kRangeDistance = 0.5;
 constexpr double kAbsoluteGate = -70.0;  // LKFS
 
+constexpr std::size_t kFiguresOfRow = 6;  // of the series, at its end
+
 // How far the range of one reading a second lies from that of ten, LU: of programmes of a minute
 // and more, and of shorter ones. Docs/COMPLIANCE.md tells both.
 constexpr double kStableDeviation = 0.15;
@@ -143,20 +145,25 @@ std::vector<std::string> FieldsOf(const std::string& line) {
   return fields;
 }
 
-// The series of the shipped binary: File,Seconds,Momentary,ShortTerm,... without the heading. The
-// rest behind the last block has neither loudness.
+// The series of the shipped binary: its rows end with time, momentary and short-term loudness,
+// integrated loudness, range and true peak. The rest behind the last block has neither of the first
+// two.
 std::vector<Point> PointsOfLoudDesk(const std::string& path) {
-  std::istringstream rows(
-      OutputOf("'" + std::string(kLoudDesk) + "' measure --format csv '" + path + "'"));
+  const test_audio::AudioDirectory directory;
+  const std::string series = directory.Path("series.csv");
+  OutputOf("'" + std::string(kLoudDesk) + "' measure --series '" + series + "' '" + path + "'");
+  std::istringstream rows(test_audio::BytesOf(series));
   std::vector<Point> points;
   std::string row;
   for (std::getline(rows, row); std::getline(rows, row);) {
-    const std::vector<std::string> fields = FieldsOf(row);
+    const std::vector<std::string> fields = FieldsOf(row + ",");
+    EXPECT_GE(fields.size(), kFiguresOfRow) << row;
+    const auto figures = fields.end() - static_cast<std::ptrdiff_t>(kFiguresOfRow);
     points.emplace_back();
-    if (fields.size() > 3 && !fields[2].empty())
-      points.back().momentary = std::stod(fields[2]);
-    if (fields.size() > 3 && !fields[3].empty())
-      points.back().shortTerm = std::stod(fields[3]);
+    if (!figures[1].empty())
+      points.back().momentary = std::stod(figures[1]);
+    if (!figures[2].empty())
+      points.back().shortTerm = std::stod(figures[2]);
   }
   return points;
 }

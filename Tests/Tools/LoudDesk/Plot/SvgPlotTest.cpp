@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace louddesk {
 namespace {
 
@@ -31,37 +33,62 @@ TEST(SvgPlotTest, PositionsLieOnTheScaleOrAtItsEnds) {
   EXPECT_DOUBLE_EQ(PositionOn(-90.0, scale), 0.0);
 }
 
-TEST(SvgPlotTest, TimeTicksAreRoundAndFew) {
-  EXPECT_THAT(Labels(TimeTicks(0.6)), ElementsAre("0", "0.1", "0.2", "0.3", "0.4", "0.5", "0.6"));
-  EXPECT_THAT(Labels(TimeTicks(2.1)), ElementsAre("0", "0.5", "1", "1.5", "2"));
-  EXPECT_THAT(Labels(TimeTicks(59.9)), ElementsAre("0", "10", "20", "30", "40", "50"));
-  EXPECT_THAT(Labels(TimeTicks(60.0)),
-              ElementsAre("0:00", "0:10", "0:20", "0:30", "0:40", "0:50", "1:00"));
-  EXPECT_THAT(Labels(TimeTicks(323.4)),
-              ElementsAre("0:00", "1:00", "2:00", "3:00", "4:00", "5:00"));
-  EXPECT_THAT(Labels(TimeTicks(7200.0)),
-              ElementsAre("0:00", "0:20", "0:40", "1:00", "1:20", "1:40", "2:00"));
+// Those for narrow screens.
+std::vector<std::string> NarrowLabels(std::vector<PlotTick> ticks) {
+  ticks.erase(std::remove_if(ticks.begin(), ticks.end(),
+                             [](const PlotTick& tick) { return tick.isForWideScreens; }),
+              ticks.end());
+  return Labels(ticks);
 }
 
-TEST(SvgPlotTest, FilesOfAnyLengthHaveTwoToSevenTicks) {
+TEST(SvgPlotTest, TimeTicksAreRoundAndEnough) {
+  EXPECT_THAT(Labels(TimeTicks(0.6)), ElementsAre("0", "0.1", "0.2", "0.3", "0.4", "0.5", "0.6"));
+  EXPECT_THAT(Labels(TimeTicks(5.1)),
+              ElementsAre("0", "0.5", "1", "1.5", "2", "2.5", "3", "3.5", "4", "4.5", "5"));
+  EXPECT_THAT(Labels(TimeTicks(60.0)),
+              ElementsAre("0:00", "0:05", "0:10", "0:15", "0:20", "0:25", "0:30", "0:35", "0:40",
+                          "0:45", "0:50", "0:55", "1:00"));
+  EXPECT_THAT(Labels(TimeTicks(3600.0)),
+              ElementsAre("0:00", "0:05", "0:10", "0:15", "0:20", "0:25", "0:30", "0:35", "0:40",
+                          "0:45", "0:50", "0:55", "1:00"));
+  EXPECT_THAT(Labels(TimeTicks(86400.0)),
+              ElementsAre("0:00", "2:00", "4:00", "6:00", "8:00", "10:00", "12:00", "14:00",
+                          "16:00", "18:00", "20:00", "22:00", "24:00"));
+}
+
+TEST(SvgPlotTest, NarrowScreensHaveEverySecondTickWhereThereAreMany) {
+  EXPECT_THAT(NarrowLabels(TimeTicks(86400.0)),
+              ElementsAre("0:00", "4:00", "8:00", "12:00", "16:00", "20:00", "24:00"));
+  EXPECT_THAT(NarrowLabels(TimeTicks(0.6)),
+              ElementsAre("0", "0.1", "0.2", "0.3", "0.4", "0.5", "0.6"));
+}
+
+TEST(SvgPlotTest, FilesOfAnyLengthHaveTicksForEveryScreen) {
   for (double seconds = 0.1; seconds < 1e6; seconds *= 1.1) {
-    const std::size_t count = TimeTicks(seconds).size();
-    EXPECT_GE(count, 2U) << seconds;
-    EXPECT_LE(count, 7U) << seconds;
+    EXPECT_LE(TimeTicks(seconds).size(), 13U) << seconds;
+    EXPECT_GE(NarrowLabels(TimeTicks(seconds)).size(), 2U) << seconds;
+    EXPECT_LE(NarrowLabels(TimeTicks(seconds)).size(), 7U) << seconds;
   }
+}
+
+TEST(SvgPlotTest, TicksForWideScreensAreMarkedAndTakeNoRow) {
+  SvgPlot plot = Plot();
+  PlotTick wide = {0.25, "2"};
+  wide.isForWideScreens = true;
+  plot.AddXTicks({{0.0, "1"}, wide, {4.0, "13"}});
+  EXPECT_THAT(plot.Text(), HasSubstr("<g class=\"wide\"><line class=\"grid\" x1=\"2.50%\""));
+  EXPECT_THAT(plot.Text(), Not(HasSubstr("dy=\"32\"")));
+}
+
+TEST(SvgPlotTest, StepTicksAreTheMultiplesOnTheScale) {
+  EXPECT_THAT(Labels(StepTicks({-45.0, 3.0}, 10.0)), ElementsAre("-40", "-30", "-20", "-10", "0"));
+  EXPECT_THAT(Labels(StepTicks({0.0, 0.5}, 0.25)), ElementsAre("0", "0.25", "0.5"));
 }
 
 TEST(SvgPlotTest, TimeUnitFollowsTheLength) {
   EXPECT_STREQ(TimeUnitOf(59.9), "s");
   EXPECT_STREQ(TimeUnitOf(60.0), "min:s");
   EXPECT_STREQ(TimeUnitOf(3600.0), "h:min");
-}
-
-TEST(SvgPlotTest, PointsOfTimeAreWrittenToATenth) {
-  EXPECT_EQ(TimeText(4.2), "4.2 s");
-  EXPECT_EQ(TimeText(59.96), "1:00.0");
-  EXPECT_EQ(TimeText(305.7), "5:05.7");
-  EXPECT_EQ(TimeText(3723.4), "1:02:03.4");
 }
 
 TEST(SvgPlotTest, TitleAndDescriptionNameThePlotToThoseWhoDoNotSeeIt) {

@@ -1,0 +1,55 @@
+// Names and verdicts of programmes.
+
+#include "Assessment.h"
+
+namespace louddesk {
+namespace {
+
+// EBU Tech 3341: a meter marks the range of less as not yet stable.
+constexpr double kStableRangeSeconds = 60.0;
+
+}  // namespace
+
+Assessment AssessmentOf(const Figures& figures, const Criteria& criteria) {
+  Assessment assessment;
+  assessment.verdicts = VerdictsOn(figures, criteria);
+  assessment.judgement = OverallJudgement(assessment.verdicts);
+  assessment.gain = GainOf(figures, criteria);
+  return assessment;
+}
+
+std::vector<Subject> SubjectsOf(const MeasuredFile& file) {
+  std::vector<Subject> subjects;
+  for (const MeasuredProgramme& programme : file.programmes)
+    subjects.push_back({&file.facts, 1, file.programmes.size() > 1, &programme});
+  return subjects;
+}
+
+std::string NameOf(const Subject& subject) {
+  const std::string channels = " [channels " + ChannelsInWords(subject.programme->programme) + "]";
+  const std::string part = subject.isOneOfSeveral ? channels : "";
+  if (subject.file != nullptr)
+    return subject.file->path + part;
+  return "all " + std::to_string(subject.files) + " files as one programme" + part;
+}
+
+bool IsRangeUnstable(const Figures& figures) {
+  return figures.lra && figures.seconds < kStableRangeSeconds;
+}
+
+std::optional<std::string> MachineWordFor(Judgement judgement) {
+  switch (judgement) {
+    case Judgement::kPass:
+      return "pass";
+    case Judgement::kFail:
+      return "fail";
+    case Judgement::kOpen:
+    case Judgement::kNoReading:
+      return "open";
+    case Judgement::kNotJudged:
+      break;
+  }
+  return std::nullopt;
+}
+
+}  // namespace louddesk

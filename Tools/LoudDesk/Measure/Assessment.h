@@ -1,0 +1,46 @@
+// A programme as the formats of output show it: what it is part of, its figures, and how it stands
+// to the criteria. Stateless.
+
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "MeasuredFile.h"
+#include "Verdict.h"
+
+namespace louddesk {
+
+/// The programme that a row is about. What it points to outlives it.
+struct Subject {
+  const FileFacts* file;               // null: all files as one programme
+  std::size_t files;                   // how many the programme is made of
+  bool isOneOfSeveral;                 // of the programmes of its file
+  const MeasuredProgramme* programme;  // of all files as one: without channels
+};
+
+/// How a programme stands to the criteria.
+struct Assessment {
+  std::vector<Verdict> verdicts;
+  Judgement judgement;  // of all of them
+  TargetGain gain;
+};
+
+Assessment AssessmentOf(const Figures& figures, const Criteria& criteria);
+
+/// The subjects of a file, one a programme.
+std::vector<Subject> SubjectsOf(const MeasuredFile& file);
+
+/// What a row is called: the path of the file, with the channels behind it where it holds several
+/// programmes, or how many files it stands for. Any bytes.
+std::string NameOf(const Subject& subject);
+
+/// Whether the loudness range may still change much: that of less than 60 s (EBU Tech 3341).
+bool IsRangeUnstable(const Figures& figures);
+
+/// Verdict of several programmes together: "pass", "fail" or "open" for a program to read; nothing
+/// where nothing is judged.
+std::optional<std::string> MachineWordFor(Judgement judgement);
+
+}  // namespace louddesk

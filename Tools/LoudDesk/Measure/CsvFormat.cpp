@@ -1,0 +1,135 @@
+// Rows of fields.
+
+#include "CsvFormat.h"
+
+#include <vector>
+
+#include "FigureFormat.h"
+#include "FigureText.h"
+#include "SpeakerNames.h"
+
+namespace louddesk {
+namespace {
+
+constexpr char kMissing[] = "";
+
+std::string Field(const std::string& text) {
+  if (text.find_first_of(",\"\r\n") == std::string::npos)
+    return text;
+  std::string quoted = "\"";
+  for (const char c : text)
+    quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+  return quoted + "\"";
+}
+
+std::string Row(const std::vector<std::string>& fields) {
+  std::string row;
+  for (const std::string& field : fields)
+    row += (&field == &fields.front() ? "" : ",") + Field(field);
+  return row + "\n";
+}
+
+std::string Text(const std::optional<double>& figure) {
+  return FigureText(figure, kMissing);
+}
+
+// The time of a maximum; none where there is no reading, and none in several files.
+std::string TimeText(const std::optional<double>& maximum, double seconds) {
+  return maximum && seconds > 0.0 ? Text(seconds) : kMissing;
+}
+
+std::string SpeakersOf(const Programme& programme) {
+  std::string speakers;
+  for (const ProgrammeChannel& member : programme)
+    speakers += (speakers.empty() ? "" : " ") + ShortSpeakerName(member.speaker);
+  return speakers;
+}
+
+std::string Joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words)
+    text += (text.empty() ? "" : " ") + word;
+  return text;
+}
+
+std::string StabilityOf(const Figures& figures) {
+  return !figures.lra ? kMissing : IsRangeUnstable(figures) ? "no" : "yes";
+}
+
+const FileFacts kNoFacts;
+
+}  // namespace
+
+std::string CsvHeader() {
+  return Row({"File",
+              "Files",
+              "Channels",
+              "Speakers",
+              "Format",
+              "Sample rate (Hz)",
+              "Size (bytes)",
+              "SHA-256",
+              "Duration (s)",
+              "Integrated loudness (LKFS)",
+              "Loudness range (LU)",
+              "Loudness range is stable",
+              "Maximum momentary (LKFS)",
+              "Maximum momentary at (s)",
+              "Maximum short-term (LKFS)",
+              "Maximum short-term at (s)",
+              "Maximum true peak (dBTP)",
+              "Maximum true peak at (s)",
+              "At least",
+              "Profile",
+              "Target (LKFS)",
+              "Gain to target (dB)",
+              "Gain up to peak limit (dB)",
+              "Verdict"});
+}
+
+std::string CsvRow(const Subject& subject, const Assessment& assessment, const Criteria& criteria) {
+  const FileFacts& file = subject.file != nullptr ? *subject.file : kNoFacts;
+  const Programme& programme = subject.programme->programme;
+  const Figures& figures = subject.programme->figures;
+  return Row({file.path,
+              std::to_string(subject.files),
+              ChannelsInWords(programme),
+              SpeakersOf(programme),
+              file.format,
+              file.sampleRate > 0 ? std::to_string(file.sampleRate) : kMissing,
+              file.bytes ? std::to_string(*file.bytes) : kMissing,
+              file.sha256,
+              Text(figures.seconds),
+              Text(figures.integrated),
+              Text(figures.lra),
+              StabilityOf(figures),
+              Text(figures.maxMomentary),
+              TimeText(figures.maxMomentary, figures.maxMomentaryAt),
+              Text(figures.maxShortTerm),
+              TimeText(figures.maxShortTerm, figures.maxShortTermAt),
+              Text(figures.maxTruePeak),
+              TimeText(figures.maxTruePeak, figures.maxTruePeakAt),
+              Joined(KeysAtLeast(figures)),
+              criteria.name,
+              Text(criteria.target),
+              Text(assessment.gain.toTarget),
+              Text(assessment.gain.withinPeak),
+              MachineWordFor(assessment.judgement).value_or(kMissing)});
+}
+
+std::string SeriesHeader() {
+  return Row({"File", "Channels", "Time (s)", "Momentary (LKFS)", "Short-term (LKFS)",
+              "Integrated (LKFS)", "Loudness range (LU)", "True peak (dBTP)"});
+}
+
+std::string SeriesRows(const Subject& subject) {
+  const std::string path = subject.file->path;
+  const std::string channels = ChannelsInWords(subject.programme->programme);
+  std::string rows;
+  for (const SeriesPoint& point : subject.programme->points)
+    rows += Row({path, channels, Text(point.seconds), Text(point.momentary), Text(point.shortTerm),
+                 Text(point.integrated), Text(point.lra), Text(point.truePeak)});
+  return rows;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,31 @@
+// What a run of `LoudDesk measure` is asked for.
+
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ProfileOptions.h"
+#include "ProgrammeOptions.h"
+
+namespace louddesk {
+
+enum class FigureStyle {
+  kTable,  // for people
+  kJson,   // one object a line
+  kCsv,    // one row a programme
+};
+
+struct MeasureOptions {
+  std::vector<std::string> files = {};
+  FigureStyle style = FigureStyle::kTable;
+  ProgrammeOptions programmes = {};
+  ProfileOptions profile = {};
+  std::string report = {};      // path of the page to write; empty: none
+  std::string series = {};      // path of the table of all blocks to write; empty: none
+  bool hasAlbum = false;        // one more row for all files as one programme
+  bool hasHash = false;         // the hash of every file is told
+  bool failsByVerdict = false;  // the status tells of limits that are broken
+};
+
+}  // namespace louddesk

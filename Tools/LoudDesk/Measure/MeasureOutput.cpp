@@ -1,0 +1,139 @@
+// Results, written as they come.
+
+#include "MeasureOutput.h"
+
+#include <ctime>
+
+#include "CsvFormat.h"
+#include "FigureFormat.h"
+#include "JsonFormat.h"
+#include "PageFile.h"
+#include "Version.h"
+
+namespace louddesk {
+namespace {
+
+constexpr char kSeries[] = "the series";
+
+constexpr int kLimitBrokenStatus = 3;
+
+// What stands over the rows, and a row.
+struct Style {
+  std::string (*header)();
+  std::string (*row)(const Subject& subject, const Assessment& assessment,
+                     const Criteria& criteria);
+};
+
+std::string NoHeader() {
+  return "";
+}
+
+std::string RowOfTable(const Subject& subject, const Assessment& assessment, const Criteria&) {
+  return TableRow(subject, assessment);
+}
+
+// In the order of `FigureStyle`.
+constexpr Style kStyles[] = {{TableHeader, RowOfTable}, {NoHeader, JsonLine}, {CsvHeader, CsvRow}};
+
+// "2026-11-22 14:05:12 +0100".
+std::string DateAndTime() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  char text[64];
+  std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S %z", localtime_r(&now, &local));
+  return text;
+}
+
+}  // namespace
+
+MeasureOutput::MeasureOutput(const MeasureOptions& options, std::ostream& out,
+                             Complaints& complaints)
+    : mOptions(options),
+      mCriteria(CriteriaFor(options.profile)),
+      mOut(out),
+      mComplaints(complaints) {}
+
+bool MeasureOutput::IsPossible() {
+  if (!CheckReport(mComplaints, mOptions.report) ||
+      !CheckWritable(mComplaints, mOptions.series, kSeries))
+    return false;
+  if (!mOptions.report.empty())
+    mReport.emplace(mCriteria, DateAndTime(), kVersion);
+  if (!mOptions.series.empty())
+    mSeries.emplace(mOptions.series).Write(SeriesHeader());
+  return true;
+}
+
+void MeasureOutput::Add(const MeasuredFile& file) {
+  ++mFiles;
+  for (const Subject& subject : SubjectsOf(file)) {
+    AddRow(subject);
+    for (const std::string& note : NotesOn(subject.programme->figures))
+      mComplaints.Note(NameOf(subject) + ": note: " + note);
+    if (mSeries)
+      mSeries->Write(SeriesRows(subject));
+    if (mReport)
+      mReport->Add(subject);
+  }
+  if (mOptions.hasAlbum)
+    AddToAlbums(file);
+}
+
+void MeasureOutput::AddFailure(const std::string& path, const std::string& complaint) {
+  mComplaints.Add(complaint);
+  if (mReport)
+    mReport->AddFailure(path, complaint);
+}
+
+void MeasureOutput::Finish() {
+  FinishAlbums();
+  if (!mOut)
+    mComplaints.Add("the figures could not be written");
+  if (mSeries)
+    ComplainUnwritten(mComplaints, mOptions.series, kSeries, mSeries->TakePlace());
+  if (mReport)
+    WriteReport(mComplaints, mOptions.report, mReport->Text());
+}
+
+int MeasureOutput::Status() const {
+  if (mComplaints.Status() != 0)
+    return mComplaints.Status();
+  return mIsLimitBroken ? kLimitBrokenStatus : 0;
+}
+
+void MeasureOutput::AddRow(const Subject& subject) {
+  const Assessment assessment = AssessmentOf(subject.programme->figures, mCriteria);
+  const Style& style = kStyles[static_cast<std::size_t>(mOptions.style)];
+  mOut << (mHasRows ? "" : style.header()) << style.row(subject, assessment, mCriteria)
+       << std::flush;
+  mHasRows = true;
+  if (subject.file != nullptr && mOptions.failsByVerdict)
+    TakeVerdict(NameOf(subject), assessment);
+}
+
+void MeasureOutput::TakeVerdict(const std::string& name, const Assessment& assessment) {
+  for (const Verdict& verdict : assessment.verdicts) {
+    if (verdict.judgement == Judgement::kFail)
+      mIsLimitBroken = true;
+    else if (verdict.judgement != Judgement::kPass)
+      mComplaints.Add(name + ": not judged: " + verdict.limit);
+  }
+}
+
+void MeasureOutput::AddToAlbums(const MeasuredFile& file) {
+  mAlbums.resize(file.programmes.size());
+  for (std::size_t i = 0; i < mAlbums.size(); ++i)
+    mAlbums[i].Add(file.programmes[i]);
+}
+
+void MeasureOutput::FinishAlbums() {
+  for (const Album& album : mAlbums) {
+    const MeasuredProgramme all = album.AsOne();
+    const Subject subject = {nullptr, mFiles, mAlbums.size() > 1, &all};
+    AddRow(subject);
+    if (mReport)
+      mReport->Add(subject);
+  }
+}
+
+}  // namespace louddesk

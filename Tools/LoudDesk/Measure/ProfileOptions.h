@@ -1,0 +1,31 @@
+// What files are judged by: options of the command line.
+
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+
+#include "LoudnessLimits.h"
+#include "Profiles.h"
+
+namespace louddesk {
+
+/// A profile, and what replaces its limits or stands beside them.
+struct ProfileOptions {
+  std::string profile = kUsualProfile;
+  bool isLive = false;
+  std::optional<double> target = {};  // LKFS
+  LoudnessLimits limits = {};
+};
+
+/// Adds --profile, --live, --list-profiles and an option for each limit. `options` must outlive the
+/// parse, which fails where the profile has no tolerance for live programmes.
+void AddProfileOptions(CLI::App& command, ProfileOptions& options);
+
+/// The criteria that the options ask for. Where they differ from the profile they do not bear its
+/// name. REQUIRES: the profile is known, and has a tolerance for live programmes if one is asked
+/// for.
+Criteria CriteriaFor(const ProfileOptions& options);
+
+}  // namespace louddesk

@@ -1,0 +1,246 @@
+// Rows and cells.
+
+#include "ReportTables.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "ClockText.h"
+#include "FigureFormat.h"
+#include "FigureText.h"
+#include "Page.h"
+#include "Passages.h"
+#include "SpeakerNames.h"
+#include "VerdictText.h"
+#include "XmlText.h"
+
+namespace louddesk {
+namespace {
+
+constexpr char kAtLeastSign[] = "\xE2\x89\xA5 ";  // in UTF-8
+constexpr char kUnstableSign[] = "~ ";
+constexpr char kMissing[] = "-";
+constexpr char kDuration[] = "Duration";
+constexpr char kClockUnit[] = "h:mm:ss";
+
+// Of the passages above one limit so many are listed, and the others counted.
+constexpr std::size_t kMostPassages = 100;
+
+// What a reading covers, s.
+constexpr double kBlockSeconds = 0.1;
+constexpr double kMomentarySeconds = 0.4;
+constexpr double kShortTermSeconds = 3.0;
+
+// A heading in two lines, as over the table on the terminal.
+std::string Broken(std::string name) {
+  const std::size_t space = name.find(' ');
+  return space == std::string::npos ? name : name.replace(space, 1, "<br/>");
+}
+
+std::string HeadCell(const std::string& name, const char* unit) {
+  return "<th scope=\"col\">" + Broken(name) + "<br/><span class=\"unit\">" + unit + "</span></th>";
+}
+
+std::string Cell(const std::string& name, const std::string& text, const char* unit) {
+  return "<td data-name=\"" + name + "\"><span>" + text + " <span class=\"unit\">" + unit +
+         "</span></span></td>";
+}
+
+// A figure of the table; durations as a clock shows them.
+struct ShownFigure {
+  std::string name;
+  const char* unit;
+  std::string text;
+};
+
+std::vector<ShownFigure> ShownFigures(const Figures& figures, const TargetGain& gain) {
+  std::vector<ShownFigure> shown;
+  for (const WrittenFigure& figure : WrittenFigures(figures, gain)) {
+    const bool isDuration = figure.name == kDuration;
+    const char* sign = figure.isAtLeast ? kAtLeastSign : figure.isNotYetStable ? kUnstableSign : "";
+    shown.push_back({figure.name, isDuration ? kClockUnit : figure.unit,
+                     isDuration ? ClockText(figures.seconds) : sign + figure.text});
+  }
+  return shown;
+}
+
+// The name of a programme in the table: that of its file without the path.
+std::string ShortName(const Subject& subject) {
+  return FileNameOf(NameOf(subject));
+}
+
+// The complaint on a file without its name in front, which stands beside it.
+std::string ReasonAlone(const std::string& path, const std::string& complaint) {
+  const std::string name = path + ": ";
+  return complaint.compare(0, name.size(), name) == 0 ? complaint.substr(name.size()) : complaint;
+}
+
+using Fact = std::pair<std::string, std::string>;  // both plain text
+
+std::string List(const std::vector<Fact>& facts) {
+  std::string list = "<dl class=\"facts\">\n";
+  for (const auto& [name, text] : facts)
+    list += "<div><dt>" + XmlEscaped(name) + "</dt><dd>" + Isolated(text) + "</dd></div>\n";
+  return list + "</dl>\n";
+}
+
+std::string CountText(std::uint64_t bytes) {
+  std::string digits = std::to_string(bytes);
+  for (std::size_t i = digits.size(); i > 3; i -= 3)
+    digits.insert(i - 3, " ");
+  return digits;
+}
+
+void AddFileFacts(std::vector<Fact>& facts, const FileFacts& file) {
+  facts.emplace_back("Format", file.format);
+  facts.emplace_back("Sample rate", std::to_string(file.sampleRate) + " Hz");
+  if (file.bytes)
+    facts.emplace_back("Size", CountText(*file.bytes) + " bytes");
+  if (!file.sha256.empty())
+    facts.emplace_back("SHA-256", file.sha256);
+}
+
+std::string SpeakersInWords(const Programme& programme) {
+  std::string words;
+  for (const ProgrammeChannel& member : programme)
+    words += fmt::format("{}{} {}", words.empty() ? "" : ", ", member.channel + 1,
+                         ShortSpeakerName(member.speaker));
+  return words;
+}
+
+void AddMaximum(std::vector<Fact>& facts, const char* name, const std::optional<double>& maximum,
+                const char* unit, double at) {
+  if (maximum && at > 0.0)
+    facts.emplace_back(name, FigureText(maximum, kMissing) + unit + " at " + ClockText(at));
+}
+
+std::string GainText(const std::optional<double>& gain) {
+  return gain ? fmt::format("{:+.2f} dB", *gain) : std::string(kMissing);
+}
+
+void AddGain(std::vector<Fact>& facts, const TargetGain& gain, const Criteria& criteria) {
+  if (!criteria.target)
+    return;
+  facts.emplace_back("Gain to " + FigureText(criteria.target, kMissing) + " LKFS",
+                     GainText(gain.toTarget));
+  if (criteria.peakCeiling)
+    facts.emplace_back("The same up to " + FigureText(criteria.peakCeiling, kMissing) + " dBTP",
+                       GainText(gain.withinPeak));
+}
+
+// A limit that passages are listed for.
+struct PassageKind {
+  const char* name;
+  const char* unit;
+  std::optional<float> SeriesPoint::*figure;
+  std::optional<double> LoudnessLimits::*limit;
+  double covered;  // by a reading, s
+};
+
+constexpr PassageKind kPassageKinds[] = {
+    {"True peak", "dBTP", &SeriesPoint::truePeak, &LoudnessLimits::maxTruePeak, kBlockSeconds},
+    {"Short-term loudness", "LKFS", &SeriesPoint::shortTerm, &LoudnessLimits::maxShortTerm,
+     kShortTermSeconds},
+    {"Momentary loudness", "LKFS", &SeriesPoint::momentary, &LoudnessLimits::maxMomentary,
+     kMomentarySeconds},
+};
+
+std::string PassageRow(const PassageKind& kind, const Passage& passage) {
+  return "<tr><th scope=\"row\">" + std::string(kind.name) + "</th>" +
+         Cell("From", ClockText(passage.begin), kClockUnit) +
+         Cell("To", ClockText(passage.end), kClockUnit) +
+         Cell("Highest", FigureText(passage.highest, kMissing), kind.unit) + "</tr>\n";
+}
+
+std::string PassageRows(const PassageKind& kind, const std::vector<Passage>& passages) {
+  std::string rows;
+  for (std::size_t i = 0; i < std::min(passages.size(), kMostPassages); ++i)
+    rows += PassageRow(kind, passages[i]);
+  if (passages.size() > kMostPassages)
+    rows += fmt::format("<tr><th scope=\"row\">{}</th><td colspan=\"3\">and {} more</td></tr>\n",
+                        kind.name, passages.size() - kMostPassages);
+  return rows;
+}
+
+}  // namespace
+
+std::string FileNameOf(const std::string& path) {
+  const std::size_t slash = path.find_last_of('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+std::string RowHead() {
+  std::string head = "<thead><tr><th scope=\"col\">File</th>";
+  for (const ShownFigure& figure : ShownFigures({}, {}))
+    head += HeadCell(figure.name, figure.unit);
+  return head + "<th scope=\"col\">Verdict</th></tr></thead>\n";
+}
+
+std::string RowOf(const Subject& subject, const Assessment& assessment, const std::string& id) {
+  std::string row =
+      "<tr><th scope=\"row\"><a href=\"#" + id + "\">" + Isolated(ShortName(subject)) + "</a></th>";
+  for (const ShownFigure& figure : ShownFigures(subject.programme->figures, assessment.gain))
+    row += Cell(figure.name, figure.text, figure.unit);
+  return row + "<td data-name=\"Verdict\">" + VerdictText(assessment.judgement) + "</td></tr>\n";
+}
+
+std::string FailureRow(const std::string& path, const std::string& reason) {
+  const std::size_t columns = ShownFigures({}, {}).size() + 1;
+  return "<tr class=\"failed\"><th scope=\"row\">" + Isolated(FileNameOf(path)) +
+         "</th><td colspan=\"" + std::to_string(columns) + "\">" +
+         BadgeText(Badge::kBad, "Not measured") + " " + Isolated(ReasonAlone(path, reason)) +
+         "</td></tr>\n";
+}
+
+std::string FactList(const Subject& subject, const Assessment& assessment,
+                     const Criteria& criteria) {
+  const MeasuredProgramme& programme = *subject.programme;
+  const Figures& figures = programme.figures;
+  std::vector<Fact> facts;
+  if (subject.file != nullptr)
+    AddFileFacts(facts, *subject.file);
+  facts.emplace_back("Duration", ClockText(figures.seconds));
+  facts.emplace_back("Channels", SpeakersInWords(programme.programme));
+  AddMaximum(facts, "Maximum momentary", figures.maxMomentary, " LKFS", figures.maxMomentaryAt);
+  AddMaximum(facts, "Maximum short-term", figures.maxShortTerm, " LKFS", figures.maxShortTermAt);
+  AddMaximum(facts, "Maximum true peak", figures.maxTruePeak, " dBTP", figures.maxTruePeakAt);
+  AddGain(facts, assessment.gain, criteria);
+  return List(facts);
+}
+
+std::string ChannelTable(const MeasuredProgramme& programme) {
+  if (programme.channels.empty())
+    return "";
+  std::string table =
+      "<table class=\"small\">\n<caption>Highest peaks of each channel</caption>\n<thead><tr>"
+      "<th scope=\"col\">Channel</th>" +
+      HeadCell("True peak", "dBTP") + HeadCell("Sample peak", "dBFS") + "</tr></thead>\n<tbody>\n";
+  for (const ChannelFigures& channel : programme.channels)
+    table +=
+        fmt::format("<tr><th scope=\"row\">{} {}</th>", channel.channel + 1,
+                    XmlEscaped(channel.speakers)) +
+        Cell("True peak",
+             (channel.isPeakAtLeast ? kAtLeastSign : "") + FigureText(channel.truePeak, kMissing),
+             "dBTP") +
+        Cell("Sample peak", FigureText(channel.samplePeak, kMissing), "dBFS") + "</tr>\n";
+  return table + "</tbody></table>\n";
+}
+
+std::string PassageTable(const MeasuredProgramme& programme, const Criteria& criteria) {
+  std::string rows;
+  for (const PassageKind& kind : kPassageKinds)
+    if (const std::optional<double>& limit = criteria.limits.*kind.limit)
+      rows += PassageRows(kind, PassagesAbove(programme.points, kind.figure, *limit, kind.covered));
+  if (rows.empty())
+    return "";
+  return "<table class=\"small passages\">\n<caption>Passages above a limit; those less than a "
+         "second apart "
+         "are one</caption>\n<thead><tr><th scope=\"col\">Limit of</th>" +
+         HeadCell("From", kClockUnit) + HeadCell("To", kClockUnit) + HeadCell("Highest", "") +
+         "</tr></thead>\n<tbody>\n" + rows + "</tbody></table>\n";
+}
+
+}  // namespace louddesk

@@ -1,0 +1,17 @@
+// Tenths of a second, taken apart.
+
+#include "ClockText.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+namespace louddesk {
+
+std::string ClockText(double seconds) {
+  const long tenths = std::lround(seconds * 10.0);
+  return fmt::format("{}:{:02}:{:02}.{}", tenths / 36000, tenths / 600 % 60, tenths / 10 % 60,
+                     tenths % 10);
+}
+
+}  // namespace louddesk

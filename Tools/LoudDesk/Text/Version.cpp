@@ -1,0 +1,9 @@
+// The version from the build.
+
+#include "Version.h"
+
+namespace louddesk {
+
+const char kVersion[] = LOUDDESK_VERSION;
+
+}  // namespace louddesk
