@@ -55,8 +55,10 @@ void ReplayFile(const fs::path& path, unsigned seconds) {
 }  // namespace
 
 bool Replay(const std::vector<std::string>& folders, unsigned secondsPerInput) {
-  if (folders.empty() || FilesOf(folders.front()).empty()) {
-    dprintf(STDERR_FILENO, "No corpus: %s\n", folders.empty() ? "" : folders.front().c_str());
+  const auto isEmpty = [](const std::string& folder) { return FilesOf(folder).empty(); };
+  const auto empty = std::find_if(folders.begin(), folders.end(), isEmpty);
+  if (folders.empty() || empty != folders.end()) {
+    dprintf(STDERR_FILENO, "No corpus: %s\n", folders.empty() ? "" : empty->c_str());
     return false;
   }
   std::signal(SIGALRM, EndLateRun);

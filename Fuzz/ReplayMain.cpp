@@ -1,4 +1,4 @@
-// Entry of a fuzz target that replays: NAME CORPUS [FOLDER...].
+// Entry of a fuzz target that replays: NAME FOLDER....
 
 #include "FuzzTarget.h"
 #include "Replay.h"

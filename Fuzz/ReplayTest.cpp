@@ -75,14 +75,10 @@ TEST_F(ReplayTest, EveryFileRunsInTheOrderOfNames) {
   EXPECT_THAT(gRun, testing::ElementsAre("one", std::string("two\0x", 5), ""));
 }
 
-TEST_F(ReplayTest, FurtherFoldersMayBeMissing) {
-  EXPECT_TRUE(fuzz::Replay({Write("corpus", "a", "one"), Missing()}));
-  EXPECT_THAT(gRun, testing::ElementsAre("one"));
-}
-
-TEST_F(ReplayTest, MissingCorpusIsRefused) {
-  const std::string regressions = Write("regressions", "c", "one");
-  EXPECT_FALSE(fuzz::Replay({Missing(), regressions}));
+TEST_F(ReplayTest, MissingFolderIsRefusedBeforeAnythingRuns) {
+  const std::string corpus = Write("corpus", "a", "one");
+  EXPECT_FALSE(fuzz::Replay({Missing(), corpus}));
+  EXPECT_FALSE(fuzz::Replay({corpus, Missing()}));
   EXPECT_FALSE(fuzz::Replay({}));
   EXPECT_THAT(gRun, testing::IsEmpty());
 }

@@ -10,7 +10,7 @@ package=(dpkg-dev debhelper help2man)
 cross_package=(dpkg-dev mmdebstrap)
 check=(clang clang-tidy cppcheck libclang-rt-dev llvm clang-format libgtest-dev libgmock-dev libbenchmark-dev
        nlohmann-json3-dev alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev tmux libfaketime nftables
-       valgrind iproute2 python3 python3-jsonschema systemd bash-completion)
+       valgrind iproute2 python3 python3-jsonschema systemd bash-completion xz-utils)
 docs=(doxygen)
 
 case "${1:-}" in
