@@ -41,14 +41,26 @@ constexpr InkLook kLooks[] = {
 
 termios gShellModes;  // written before the handlers are installed
 
-// Plain characters, plain keys, the cursor, and the picture of before. ncurses itself may not be
-// called in a signal handler. In the background the terminal belongs to another process, and was
-// given back when this one was stopped.
+// Plain characters, plain keys, the cursor, an empty screen, and the previous picture where the
+// terminal has kept one. ncurses itself may not be called in a signal handler. In the background
+// the terminal belongs to another process, and was given back when this one was stopped.
 void GiveBack() {
-  constexpr char kSequence[] = "\033[0m\033[?1l\033>\033[?25h\033[?1049l";
+  constexpr char kSequence[] = "\033[0m\033[?1l\033>\033[?25h\033[H\033[2J\033[?1049l";
   if (tcgetpgrp(STDOUT_FILENO) == getpgrp() &&
       write(STDOUT_FILENO, kSequence, sizeof kSequence - 1) > 0)
     tcsetattr(STDOUT_FILENO, TCSANOW, &gShellModes);
+}
+
+// Keys one by one, as ncurses reads them, but with a line feed for the return key. Otherwise a line
+// that is typed ahead would reach the shell without its end.
+void TakeSingleKeys() {
+  cbreak();
+  termios modes;
+  if (tcgetattr(STDOUT_FILENO, &modes) != 0)
+    return;
+  modes.c_iflag |= ICRNL;
+  tcsetattr(STDOUT_FILENO, TCSANOW, &modes);
+  def_prog_mode();
 }
 
 Glyphs GlyphsOfLocale() {
@@ -87,7 +99,7 @@ Terminal::Terminal() : mGlyphs(GlyphsOfLocale()), mHasKeys(isatty(STDIN_FILENO) 
     throw TerminalError(UnusableTerminal("cannot place its cursor"));
   }
   mFatalSignals.emplace(GiveBack);
-  cbreak();
+  TakeSingleKeys();
   noecho();
   curs_set(0);
   keypad(stdscr, TRUE);

@@ -47,6 +47,12 @@ std::string TerminalService::Tmux(const std::string& command) {
   return OutputOf("tmux -f /dev/null -S " + mSocket + " " + command + " 2>&1");
 }
 
+std::string TerminalService::ModesOfTheTerminal() {
+  std::string device = Tmux("display-message -p '#{pane_tty}'");
+  device.erase(device.find_last_not_of('\n') + 1);
+  return OutputOf("stty -a -F " + device);
+}
+
 bool TerminalService::WaitFor(const std::string& command, const std::string& text) {
   const auto end = std::chrono::steady_clock::now() + kPatience;
   do {
@@ -60,7 +66,7 @@ bool TerminalService::WaitFor(const std::string& command, const std::string& tex
 }
 
 void TerminalService::ExpectSaneTerminal(const std::string& status) {
-  ASSERT_TRUE(WaitFor("display-message -p 'alternate #{alternate_on}'", "alternate 0"));
+  ASSERT_TRUE(WaitForShell());
   Type("echo ended with $?; stty -a");
   ASSERT_TRUE(WaitForText("ended with " + status));
   ASSERT_TRUE(WaitForText("-extproc"));

@@ -21,6 +21,9 @@ class TerminalService : public RunningService {
   void Type(const std::string& line) { Tmux("send-keys '" + line + "' Enter"); }
   void Press(const std::string& key) { Tmux("send-keys -- " + key); }
 
+  /// What `stty -a` tells of the terminal, asked from outside of it.
+  std::string ModesOfTheTerminal();
+
   /// What can be seen.
   std::string Screen() { return Tmux("capture-pane -p"); }
 
@@ -29,6 +32,11 @@ class TerminalService : public RunningService {
 
   /// Waits until the answer of tmux to `command` contains `text`.
   bool WaitFor(const std::string& command, const std::string& text);
+
+  /// Waits until the shell reads the keys again, the program that did so having ended or stopped.
+  bool WaitForShell() {
+    return WaitFor("display-message -p 'runs #{pane_current_command}'", "runs sh");
+  }
 
   /// Expects that the shell has the terminal again: its own screen, cursor, echo, line editing and
   /// signals. The program that had it has ended with `status`.

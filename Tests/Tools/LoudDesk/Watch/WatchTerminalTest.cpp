@@ -125,8 +125,20 @@ TEST_F(WatchTerminalTest, QuitKeyLeavesAPlainTerminalWithoutThePicture) {
   Type("TERM=vt100 " + std::string(LOUDDESK_BINARY) + " watch");
   ASSERT_TRUE(WaitForText("q quits"));
   Press("C-\\\\");
-  ExpectSaneTerminal("131");
+  ASSERT_TRUE(WaitForShell());
+  ASSERT_TRUE(WaitForText("ready>"));
   EXPECT_THAT(Screen(), Not(HasSubstr("Momentary")));
+  ExpectSaneTerminal("131");
+}
+
+// A line that is typed ahead must reach the shell with its end.
+TEST_F(WatchTerminalTest, ReturnKeyStaysTheEndOfALine) {
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
+  Watch();
+  ExpectMeter();
+  const std::string modes = ModesOfTheTerminal();
+  EXPECT_THAT(modes,
+              testing::AllOf(HasSubstr("-icanon"), HasSubstr("-echo "), HasSubstr(" icrnl")));
 }
 
 TEST_F(WatchTerminalTest, StoppedJobLeavesTheTerminalSaneAndTakesItAgain) {
