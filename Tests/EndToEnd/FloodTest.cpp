@@ -17,7 +17,7 @@ namespace {
 using louddesk::Peer;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds kAWhile{5};
+constexpr std::chrono::seconds kAWhile{3};
 constexpr std::chrono::seconds kAMinute{60};
 
 /// What may wait for the service at one peer is a thousand messages, and a thousand lines and data
