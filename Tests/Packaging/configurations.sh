@@ -1,22 +1,40 @@
 #!/usr/bin/env bash
-# Configures the project with every combination of its switches, and the service alone, which looks
-# for no library but its own two. Usage: configurations.sh CMAKE SOURCES
+# Configures the project with every combination of its switches, and builds each switch on its own and
+# the service alone, which looks for no library but its own two. What the build under test has compiled
+# with the same command is not compiled again; everything is linked.
+# Usage: configurations.sh CMAKE SOURCES BUILD
 set -euo pipefail
 cmake=$1
 sources=$2
+tested=$3
+here=$(cd "$(dirname "$0")" && pwd)
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
 
+# As the build under test has it.
+cached() { sed -n "s/^$1:[A-Z]*=//p" "$tested/CMakeCache.txt"; }
+settings=(-DCMAKE_CXX_COMPILER_LAUNCHER="$here/reuse-object.py;$tested"
+  -DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST)
+for variable in CMAKE_CXX_COMPILER CMAKE_BUILD_TYPE CMAKE_CXX_FLAGS CMAKE_COMPILE_WARNING_AS_ERROR LOUDCALC_SANITIZERS; do
+  settings+=("-D$variable=$(cached "$variable")")
+done
+
+fail() { printf '%s\n' "$1"; cat "$place/log"; exit 1; }
+
 configure() {
-  "$cmake" -S "$sources" -B "$place/build" -G Ninja --fresh "$@" >"$place/log" 2>&1 ||
-    { printf 'does not configure with %s\n' "$*"; cat "$place/log"; exit 1; }
+  "$cmake" -S "$sources" -B "$place/build" -G Ninja --fresh "${settings[@]}" "$@" >"$place/log" 2>&1 ||
+    fail "does not configure with $*"
 }
+
+build() { "$cmake" --build "$place/build" >"$place/log" 2>&1 || fail "does not build with $1"; }
 
 for tools in ON OFF; do
   for tests in ON OFF; do
     for benchmarks in ON OFF; do
-      configure -DLOUDCALC_BUILD_TOOLS=$tools -DLOUDCALC_BUILD_TESTS=$tests \
-        -DLOUDCALC_BUILD_BENCHMARKS=$benchmarks
+      switches="-DLOUDCALC_BUILD_TOOLS=$tools -DLOUDCALC_BUILD_TESTS=$tests -DLOUDCALC_BUILD_BENCHMARKS=$benchmarks"
+      # shellcheck disable=SC2086
+      configure $switches
+      case $tools$tests$benchmarks in ONOFFOFF | OFFONOFF | OFFOFFON | OFFOFFOFF) build "$switches" ;; esac
     done
   done
 done
@@ -28,7 +46,7 @@ found=$(grep -oE '^[A-Za-z0-9_]+(_DIR:PATH|_FOUND:INTERNAL|_INCLUDE_DIR:PATH)=.+
 
 # A preset of that kind is what a board's builder is told to use.
 (cd "$sources" && "$cmake" --preset service -B "$place/service" >"$place/log" 2>&1) ||
-  { cat "$place/log"; exit 1; }
+  fail "the preset does not configure"
 for switch in TOOLS TESTS BENCHMARKS; do
   grep -q "^LOUDCALC_BUILD_$switch:BOOL=OFF" "$place/service/CMakeCache.txt" ||
     { echo "the preset builds $switch"; exit 1; }
