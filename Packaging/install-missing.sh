@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a task needs and this machine lacks; prints nothing if none is missing.
-# Usage: install-missing.sh service|build|demo|package|cross-package|check|docs
+# Usage: install-missing.sh service|build|demo|package|cross-package|check|check-packages|docs
 set -euo pipefail
 
 service=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev)
@@ -8,6 +8,8 @@ build=("${service[@]}" libutfcpp-dev libsndfile1-dev libcli11-dev libfmt-dev lib
 demo=(alsa-utils)
 package=(dpkg-dev debhelper help2man)
 cross_package=(dpkg-dev mmdebstrap)
+check_packages=(lintian binutils mmdebstrap arch-test systemd-container iproute2 alsa-utils
+                qemu-user-static)
 check=(clang clang-tidy cppcheck libclang-rt-dev llvm clang-format libgtest-dev libgmock-dev libbenchmark-dev
        nlohmann-json3-dev alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev tmux libfaketime nftables
        valgrind iproute2 python3 python3-jsonschema systemd bash-completion xz-utils)
@@ -20,8 +22,9 @@ case "${1:-}" in
   docs) wanted=("${docs[@]}") ;;
   package) wanted=("${build[@]}" "${package[@]}") ;;
   cross-package) wanted=("${cross_package[@]}") ;;
+  check-packages) wanted=("${build[@]}" "${package[@]}" "${check_packages[@]}") ;;
   check) wanted=("${build[@]}" "${check[@]}" "${docs[@]}") ;;
-  *) echo "usage: $0 service|build|demo|package|cross-package|check|docs" >&2; exit 2 ;;
+  *) echo "usage: $0 service|build|demo|package|cross-package|check|check-packages|docs" >&2; exit 2 ;;
 esac
 
 installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }

@@ -1,0 +1,117 @@
+#!/usr/bin/env bash
+# Installs the packages in a clean Debian root, without systemd and under one that is booted there, runs them
+# and removes them. Needs root. Usage: packages.sh SOURCES ARCHITECTURE
+set -euo pipefail
+sources=$1
+architecture=$2
+here=$(cd "$(dirname "$0")" && pwd)
+packages=$sources/build/packages
+recording=/usr/share/sounds/alsa/Front_Center.wav
+place=$(mktemp -d)
+registered=
+tidy_up() {
+  [ -z "$registered" ] || echo -1 >/proc/sys/fs/binfmt_misc/qemu-aarch64
+  rm -rf --one-file-system "$place"
+}
+trap tidy_up EXIT
+
+fail() { printf '%s\n' "$*"; exit 1; }
+
+leave_out() {
+  echo "LEFT OUT: $*"
+  exit 0
+}
+
+# Programs of the board's processor run in QEMU, which the kernel has to know of.
+let_emulator_run() {
+  local formats=/proc/sys/fs/binfmt_misc
+  [ -e "$formats/register" ] || mount -t binfmt_misc none "$formats" ||
+    leave_out "the packages in a clean root, since this machine's kernel cannot be told of the emulator."
+  if [ ! -e "$formats/qemu-aarch64" ]; then
+    cat /usr/lib/binfmt.d/qemu-aarch64.conf >"$formats/register"
+    registered=yes
+  fi
+}
+
+# Debian's minimal system with what the packages depend on.
+make_root() {
+  local needed=() package
+  for package in "$packages"/loudcalc{,-desk}_*"_$architecture.deb"; do
+    needed+=("$(dpkg-deb -f "$package" Depends)")
+  done
+  mmdebstrap --quiet --variant=minbase --architectures="$architecture" --include=systemd-sysv \
+    --customize-hook="chroot \"\$1\" apt-get satisfy -y -qq --no-install-recommends '${needed[0]}, ${needed[1]}'" \
+    "$(. /etc/os-release && echo "$VERSION_CODENAME")" "$place/clean" >"$place/log" 2>&1 ||
+    { cat "$place/log"; fail "no clean root"; }
+}
+
+# The packages, the same with a higher version and another settings file, and a recording.
+put_in() {
+  local package
+  mkdir -p "$1/test/newer"
+  cp "$packages"/loudcalc{,-desk}_*"_$architecture.deb" "$recording" "$here"/inside-*.sh "$1/test/"
+  for package in "$1"/test/*.deb; do
+    dpkg-deb -R "$package" "$place/repack"
+    sed -i 's/^Version: .*/&+newer/' "$place/repack/DEBIAN/control"
+    [ ! -d "$place/repack/etc/default" ] || echo "# Of the newer version." >>"$place/repack/etc/default/loudcalc"
+    dpkg-deb -b "$place/repack" "$1/test/newer/${package##*/}" >/dev/null
+    rm -rf "$place/repack"
+  done
+}
+
+# Every file of a root with its kind, rights, owners and contents, but for what package managers write down.
+files_of() {
+  (cd "$1" && find . -xdev \( -path ./test -o -path ./proc -o -path ./sys -o -path ./dev -o -path ./var/lib/dpkg \
+    -o -path ./var/log -o -path ./var/cache -o -path ./tmp -o -name '*-' \) -prune -o -printf '%y %m %u %g %p %l\n' | sort
+   find etc usr/lib/systemd var/lib/systemd -xdev -type f ! -name '*-' -exec sha256sum {} + | sort)
+}
+
+# In namespaces of its own the service's addresses are free.
+in_root() {
+  unshare --net --mount --pid --fork --mount-proc="$place/$1/proc" sh -c \
+    'ip link set lo up && mount --bind /dev "$0/dev" && exec chroot "$0" "$@"' "$place/$1" "${@:2}"
+}
+
+without_systemd() {
+  cp -a "$place/clean" "$place/plain"
+  put_in "$place/plain"
+  files_of "$place/plain" >"$place/before"
+  in_root plain /test/inside-plain.sh || fail "not well in a clean root without systemd"
+  files_of "$place/plain" >"$place/after"
+  diff "$place/before" "$place/after" || fail "purge leaves that behind"
+  echo "Installed, started by hand, measured, upgraded and purged without a trace in a clean $architecture root."
+}
+
+under_systemd() {
+  cp -a "$place/clean" "$place/booted"
+  put_in "$place/booted"
+  mkdir -p "$place/booted/etc/systemd/system/multi-user.target.wants"
+  cat >"$place/booted/etc/systemd/system/inside.service" <<'END'
+[Unit]
+After=basic.target
+[Service]
+Type=oneshot
+ExecStart=/test/inside-systemd.sh
+ExecStopPost=/bin/systemctl --no-block start poweroff.target
+StandardOutput=append:/test/report
+StandardError=inherit
+END
+  ln -s ../inside.service "$place/booted/etc/systemd/system/multi-user.target.wants/"
+  timeout 300 systemd-nspawn --quiet -D "$place/booted" --register=no --keep-unit --private-network -b \
+    </dev/null >"$place/console" 2>&1 || true
+  if [ ! -e "$place/booted/test/report" ]; then
+    tail -n 20 "$place/console"
+    leave_out "the service under systemd, since this machine boots no container. See the lines above."
+  fi
+  cat "$place/booted/test/report"
+  grep -qx "All is well." "$place/booted/test/report" || fail "not well under systemd"
+}
+
+unshare --net --mount --pid --fork true ||
+  leave_out "the packages in a clean root, since this machine allows no namespaces."
+[ "$architecture" = "$(dpkg --print-architecture)" ] || let_emulator_run
+make_root
+without_systemd
+[ "$architecture" = "$(dpkg --print-architecture)" ] ||
+  leave_out "the service under systemd, which QEMU cannot boot as a user's program."
+under_systemd

@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Makes the packages in two folders of different names, one of them without git, and compares the bytes; asks
+# lintian; looks for the protections of a release in their programs, and for the folders. The packages of the
+# first are left in SOURCES/build/packages. Usage: reproducible.sh SOURCES ARCHITECTURE
+set -euo pipefail
+sources=$1
+architecture=$2
+here=$(cd "$(dirname "$0")" && pwd)
+place=$(mktemp -d)
+trap 'rm -rf "$place"' EXIT
+
+fail() { printf '%s\n' "$*"; exit 1; }
+
+"$sources/package" "$architecture"
+copy="$place/a folder of another length"
+mkdir "$copy"
+tar -c -C "$sources" --exclude=./build --exclude='./build-*' --exclude=./.git . | tar -x -C "$copy"
+(umask 027 && "$copy/package" "$architecture" >/dev/null)
+
+compared=0
+for package in "$copy"/build/packages/*.deb; do
+  cmp "$package" "$sources/build/packages/${package##*/}" || fail "not the same bytes: ${package##*/}"
+  compared=$((compared + 1))
+done
+[ "$compared" = 4 ] || fail "$compared packages instead of two and their debug symbols"
+
+lintian --fail-on error,warning "$sources/build/packages/"*"_$architecture.changes" ||
+  fail "lintian has something to say"
+
+for package in "$sources"/build/packages/loudcalc{,-desk}_*"_$architecture.deb"; do
+  dpkg-deb -x "$package" "$place/root"
+done
+for program in LoudCalc LoudDesk; do
+  for folder in "$sources" "$place" /build/loudcalc; do
+    "$here/hardening.sh" readelf "$place/root/usr/bin/$program" "$folder"
+  done
+done
+# An assertion names a file of the project, the same in every build.
+grep -qaP '\x00LoudCalc/ReactorMain\.cpp\x00' "$place/root/usr/bin/LoudCalc" || fail "assertions name other files"
+echo "The packages for $architecture are the same bytes from two folders, and lintian has nothing to say."
