@@ -12,6 +12,7 @@
 #include "LoudReport.h"
 #include "LuMessageKeys.h"
 #include "PubHandler.h"
+#include "UnitDocuments.h"
 
 namespace louddesk {
 namespace {
@@ -58,20 +59,17 @@ std::optional<std::uint32_t> ReadUnsigned(const rapidjson::Document& document, c
   return json::Read(document, key, value) ? std::optional(value) : std::nullopt;
 }
 
+// Every member; what people look for first comes first, for a narrow window cuts the end.
 std::string ConfigurationText(const std::string& configuration) {
-  rapidjson::Document document;
-  std::string standard;
-  std::string mode;
-  std::uint32_t window = 0;
-  std::uint32_t range = 0;
-  if (!json::ParseObject(configuration.c_str(), document) ||
-      !json::Read(document, lu_key::kLoudnessStandard, standard) ||
-      !json::Read(document, lu_key::kMode, mode) ||
-      !json::Read(document, lu_key::kLoudnessWindowTime, window) ||
-      !json::Read(document, lu_key::kLraWindow, range))
+  const auto read = ReadConfiguration(configuration);
+  if (!read)
     return "Configuration";
-  return fmt::format("Configuration: {}, {}, window {} s, range {} s", standard, mode, window,
-                     range);
+  return fmt::format(
+      "Configuration: {}, {}, window {} s, range {} s, reference {} LKFS, tolerance {} LU, "
+      "alarm {}, shown {}, cluster {}{}",
+      read->loudnessStandard, read->mode, read->loudnessWindowTime, read->lraWindow,
+      read->referenceLevel, read->alarmTolerance, read->alarm, read->loudnessWindow,
+      read->clusterId, read->originFromFp ? ", from the front panel" : "");
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include "UnitDocuments.h"
 
 #include "DocumentWriter.h"
+#include "JsonAccess.h"
+#include "LuMessageKeys.h"
 
 namespace louddesk {
 namespace {
@@ -81,6 +83,25 @@ std::string LoudnessConfiguration::Json() const {
       .Unsigned("LoudnessWindowTime", loudnessWindowTime)
       .Unsigned("UserID", userId)
       .Finish();
+}
+
+std::optional<LoudnessConfiguration> ReadConfiguration(const std::string& json) {
+  rapidjson::Document document;
+  LoudnessConfiguration read;
+  if (!json::ParseObject(json.c_str(), document) ||
+      !json::Read(document, lu_key::kClusterId, read.clusterId) ||
+      !json::Read(document, lu_key::kLraWindow, read.lraWindow) ||
+      !json::Read(document, lu_key::kLoudnessStandard, read.loudnessStandard) ||
+      !json::Read(document, lu_key::kLoudnessWindow, read.loudnessWindow) ||
+      !json::Read(document, lu_key::kAlarmTolerance, read.alarmTolerance) ||
+      !json::Read(document, lu_key::kAlarm, read.alarm) ||
+      !json::Read(document, lu_key::kReferenceLevel, read.referenceLevel) ||
+      !json::Read(document, lu_key::kMode, read.mode) ||
+      !json::Read(document, lu_key::kLoudnessWindowTime, read.loudnessWindowTime))
+    return std::nullopt;
+  json::Read(document, lu_key::kReadUser, read.userId);
+  json::Read(document, lu_key::kOriginFromFp, read.originFromFp);
+  return read;
 }
 
 std::string LoudnessCommand::Json() const {

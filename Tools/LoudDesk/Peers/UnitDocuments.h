@@ -55,6 +55,9 @@ struct LoudnessConfiguration {
   std::string Json() const;
 };
 
+/// The configuration in a message; nothing when the service would refuse it.
+std::optional<LoudnessConfiguration> ReadConfiguration(const std::string& json);
+
 /// A loudness command to one cluster.
 struct LoudnessCommand {
   std::string command;  // "Start", "Pause", "Play", "Stop", "Reset" or "Print"

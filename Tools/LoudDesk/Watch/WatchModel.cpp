@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "LoudConfigUser.h"
 #include "LuMessages.h"
 
 namespace louddesk {
@@ -15,6 +16,13 @@ constexpr char kNone[] = "None";
 constexpr char kStop[] = "Stop";
 constexpr char kPause[] = "Pause";
 constexpr char kReset[] = "Reset";
+
+// Published of silence: the level of a peak of 1. Without any block it is kNoTruePeakCode.
+constexpr std::int16_t kSilentPeakCode = -9031;  // 0.01 dBTP
+
+bool IsSilence(const LoudnessData_t& data) {
+  return data.Momentary == kNoLoudnessCode && data.TruePeak == kSilentPeakCode;
+}
 
 // In the order of ServiceState.
 constexpr StateWords kWords[] = {
@@ -34,8 +42,22 @@ const StateWords& WordsOf(ServiceState state) {
   return kWords[static_cast<std::size_t>(state)];
 }
 
+std::string NoChangeText(std::chrono::milliseconds duration) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration).count();
+  return "no change for " + std::to_string(seconds) + " s: no blocks, or a steady tone";
+}
+
+void WatchModel::SetConnected(bool isConnected) {
+  if (!isConnected) {
+    mConfiguration.reset();
+    mRepublished.reset();
+  }
+  mIsConnected = isConnected;
+}
+
 void WatchModel::TakeData(const LoudnessMessage& message) {
   Advance(message.time);
+  NoteChange(message);
   if (IsRestart(message.data)) {
     mMaxShortTerm = kNoLoudnessCode;
     mHeldPeak = kNoTruePeakCode;
@@ -55,6 +77,33 @@ bool WatchModel::IsRestart(const LoudnessData_t& data) const {
   return data.MaxMomentary < mData.MaxMomentary || data.MaxTruePeak < mData.MaxTruePeak;
 }
 
+// The figures of a pause are meant to stay, and begin to count when it ends; after a gap in the
+// data nobody knows what they were meanwhile.
+void WatchModel::NoteChange(const LoudnessMessage& message) {
+  const bool isSame = PublishedCodes(message.data) == PublishedCodes(mData);
+  const bool isContinued = mLastData && message.time - *mLastData < kSilenceAfter;
+  if (!mSameSince || !isSame || !isContinued || message.command == LU_CMD_PAUSE)
+    mSameSince = message.time;
+}
+
+std::optional<std::chrono::milliseconds> WatchModel::NoChangeFor(Time now) const {
+  if (!mSameSince || State(now) != ServiceState::kRunning || IsSilence(mData) ||
+      now - *mSameSince < kNoChangeAfter)
+    return std::nullopt;
+  return std::chrono::duration_cast<std::chrono::milliseconds>(now - *mSameSince);
+}
+
+std::optional<MeasurementWindows> WatchModel::Windows(Time now) const {
+  const bool hasNone = mRepublished && now - *mRepublished >= kConfigurationFollows &&
+                       mIsSourceValid == std::optional<bool>(true);
+  if (!mConfiguration && !hasNone)
+    return std::nullopt;
+  const LoudnessConfiguration inForce = mConfiguration.value_or(LoudnessConfiguration{});
+  return MeasurementWindows{
+      std::clamp<unsigned>(inForce.loudnessWindowTime, kMinIntegWinSecs, kMaxIntegWinSecs),
+      std::clamp<unsigned>(inForce.lraWindow, kMinLraWinSecs, kMaxLraWinSecs)};
+}
+
 void WatchModel::HoldPeak(Time time) {
   if (mData.TruePeak < mHeldPeak && time - mHeldSince < kPeakHold)
     return;
@@ -70,6 +119,12 @@ void WatchModel::TakeAnswer(const ServiceAnswer& answer, Time time, const std::s
     mCommand = answer.command;
   if (!wasDue && IsDataDue())
     mDueSince = time;
+  if (answer.kind == StateKind::kConfiguration) {
+    mConfiguration = ReadConfiguration(answer.configuration);
+    mRepublished.reset();
+  } else if (answer.isRepublished && !mRepublished) {
+    mRepublished = time;
+  }
   if (answer.isRepublished)
     return;
   mNotes.push_back({localTime, AnswerText(answer)});

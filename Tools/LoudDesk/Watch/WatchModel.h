@@ -10,6 +10,7 @@
 #include <string>
 
 #include "ServiceMessages.h"
+#include "UnitDocuments.h"
 
 namespace louddesk {
 
@@ -44,6 +45,22 @@ constexpr std::chrono::milliseconds kDeadAfter{6000};
 /// How long the peak meter holds a peak.
 constexpr std::chrono::milliseconds kPeakHold{3000};
 
+/// Figures of a programme change with every block. Those that have not for so long, silence aside,
+/// are those of a source whose blocks have stopped coming, or of a steady tone.
+constexpr std::chrono::milliseconds kNoChangeAfter{3000};
+
+/// "no change for 12 s: no blocks, or a steady tone".
+std::string NoChangeText(std::chrono::milliseconds duration);
+
+/// After a republished acknowledgement the configuration follows at once, where there is one.
+constexpr std::chrono::milliseconds kConfigurationFollows{500};
+
+/// Windows of the measurement, s.
+struct MeasurementWindows {
+  unsigned integrated;
+  unsigned range;
+};
+
 /// Duration of one point of the history, and the most points kept: 20 minutes.
 constexpr std::chrono::milliseconds kHistoryStep{2000};
 constexpr std::size_t kMaxHistory = 600;
@@ -59,8 +76,8 @@ class WatchModel {
 
   explicit WatchModel(Time start) : mStepEnd(start + kHistoryStep) {}
 
-  /// Whether the connection to the publishers stands.
-  void SetConnected(bool isConnected) { mIsConnected = isConnected; }
+  /// Whether the connection to the publishers stands. Behind a new one may be a new service.
+  void SetConnected(bool isConnected);
 
   /// Takes a loudness message. REQUIRES: it is well-formed.
   void TakeData(const LoudnessMessage& message);
@@ -75,6 +92,17 @@ class WatchModel {
 
   /// Whether momentary, short-term and peak are current, or those of the pause.
   bool IsLive(Time now) const;
+
+  /// How long the figures of a running measurement have been the same; nothing before
+  /// kNoChangeAfter, and nothing in silence.
+  std::optional<std::chrono::milliseconds> NoChangeFor(Time now) const;
+
+  /// The configuration in force as it was last published; nothing while none was.
+  const std::optional<LoudnessConfiguration>& Configuration() const { return mConfiguration; }
+
+  /// The windows in force, as the service keeps them within its limits; nothing while they are not
+  /// known. A service that republishes no configuration has those it starts with.
+  std::optional<MeasurementWindows> Windows(Time now) const;
 
   /// The last figures; without readings before the first message.
   const LoudnessData_t& Data() const { return mData; }
@@ -107,13 +135,17 @@ class WatchModel {
   bool IsRestart(const LoudnessData_t& data) const;
   void HoldPeak(Time time);
   bool IsDataDue() const;  // by the last command
+  void NoteChange(const LoudnessMessage& message);
 
   bool mIsConnected = false;
   std::optional<Time> mLastData;
   std::optional<Time> mLastAnswer;
   std::optional<Time> mDueSince;  // when an answer last made data due that was not due before
   std::string mCommand;           // last command known to be carried out, empty: not known yet
+  std::optional<LoudnessConfiguration> mConfiguration;
+  std::optional<Time> mRepublished;  // last acknowledgement without a configuration behind it
   LoudnessData_t mData;
+  std::optional<Time> mSameSince;  // first message with these figures; nothing before the first
   std::optional<bool> mIsSourceValid;
   std::optional<int> mCluster;
   std::int16_t mMaxShortTerm = kNoLoudnessCode;

@@ -99,6 +99,14 @@ std::string AgeText(const PartView& view) {
   return fmt::format("last message {:.1f} s ago", static_cast<double>(age->count()) / 1000);
 }
 
+// What the figures below count: maxima and programme loudness go back to the start.
+std::string WindowsText(const PartView& view) {
+  const auto windows = view.model.Windows(view.now);
+  if (!windows)
+    return "Windows not known yet";
+  return fmt::format("Integrated over {} s, range {} s", windows->integrated, windows->range);
+}
+
 void DrawLoudness(const PartView& view, std::size_t row, const char* name, std::int16_t code) {
   const std::size_t columns = view.screen.Columns();
   const std::int16_t shown = view.model.IsLive(view.now) ? code : kNoLoudnessCode;
@@ -217,7 +225,10 @@ void DrawStatus(const PartView& view, RowSpan rows) {
   const StateWords& state = StateIn(view);
   if (*state.hint != '\0')
     text += std::string("; ") + state.hint;
-  const bool isBad = view.model.IsSourceValid() == std::optional<bool>(false);
+  const auto noChange = view.model.NoChangeFor(view.now);
+  if (noChange)
+    text = NoChangeText(*noChange);
+  const bool isBad = noChange || view.model.IsSourceValid() == std::optional<bool>(false);
   const std::string age = AgeText(view);
   const std::size_t columns = view.screen.Columns();
   const std::size_t room = columns - std::min(columns, age.size() + 2 * kMargin + 2);
@@ -258,10 +269,9 @@ void DrawPeakScale(const PartView& view, RowSpan rows) {
 }
 
 void DrawFiguresRule(const PartView& view, RowSpan rows) {
-  DrawRule(
-      view, rows.first,
-      fmt::format("{}; target {:.1f} LKFS",
-                  StateIn(view).isAlarming ? "Last known" : "Since the restart", view.look.target));
+  const std::string since = StateIn(view).isAlarming ? "Last known; " : "";
+  DrawRule(view, rows.first,
+           fmt::format("{}{}; target {:.1f} LKFS", since, WindowsText(view), view.look.target));
 }
 
 void DrawFigures(const PartView& view, RowSpan rows) {

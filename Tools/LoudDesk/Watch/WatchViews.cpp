@@ -16,6 +16,24 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kFirstMoments{500};
 
+// Figures that do not change are worth a line once, and so is that they change again.
+class NoChange {
+ public:
+  std::optional<std::string> Told(const WatchModel& model, WatchModel::Time now) {
+    const auto duration = model.NoChangeFor(now);
+    const bool isRunning = model.State(now) == ServiceState::kRunning;
+    if (duration.has_value() == mIsTold || !isRunning) {
+      mIsTold = mIsTold && isRunning;
+      return std::nullopt;
+    }
+    mIsTold = duration.has_value();
+    return mIsTold ? NoChangeText(*duration) : "the figures change again";
+  }
+
+ private:
+  bool mIsTold = false;
+};
+
 class RowView : public WatchView {
  public:
   using Row = std::string (*)(const LoudnessMessage& message, WallTime time);
@@ -29,6 +47,13 @@ class RowView : public WatchView {
   }
 
   void Refresh(const WatchModel& model, WatchModel::Time now) override {
+    TellSilence(model, now);
+    if (const auto text = mNoChange.Told(model, now))
+      mComplaints.Note(*text);
+  }
+
+ private:
+  void TellSilence(const WatchModel& model, WatchModel::Time now) {
     const bool isQuiet = now - mLast >= kSilenceAfter;
     if (isQuiet == mIsQuiet)
       return;
@@ -37,7 +62,6 @@ class RowView : public WatchView {
                              : "loudness data comes now");
   }
 
- private:
   // "NO SERVICE: nobody publishes here".
   static std::string StateText(ServiceState state) {
     const StateWords& words = WordsOf(state);
@@ -49,6 +73,7 @@ class RowView : public WatchView {
   Row mRow;
   WatchModel::Time mLast;  // when the last message came; at first the beginning of the watch
   bool mIsQuiet = false;   // as last told
+  NoChange mNoChange;
 };
 
 class LineView : public WatchView {
@@ -62,6 +87,8 @@ class LineView : public WatchView {
 
   void Refresh(const WatchModel& model, WatchModel::Time now) override {
     ShowState(model.State(now), now);
+    if (const auto text = mNoChange.Told(model, now))
+      Write(std::chrono::system_clock::now(), *text);
     if (!mMessage)
       return;
     const std::chrono::duration<double> seconds = mMessage->time - mStart;
@@ -88,6 +115,7 @@ class LineView : public WatchView {
   WatchModel::Time mStart;
   std::optional<LoudnessMessage> mMessage;  // the last one since the last Refresh
   std::optional<ServiceState> mShown;       // the state last written
+  NoChange mNoChange;
 };
 
 class ScreenView : public WatchView {

@@ -201,7 +201,8 @@ TEST_F(SendCommandTest, ConfigurationComesBackAsItWasSent) {
   ExpectSent({"config", "--mode", "manual", "--window", "custom", "--window-time", "600",
               "--lra-window", "60", "--standard", "ebu+18", "--reference", "-23", "--alarm", "over",
               "--tolerance", "1", "--user", "17"},
-             "Configuration: EBU R128 (+18), Manual, window 600 s, range 60 s, user 17\n"
+             "Configuration: EBU R128 (+18), Manual, window 600 s, range 60 s, reference -23 "
+             "LKFS, tolerance 1 LU, alarm Over, shown Custom, cluster 1, user 17\n"
              "Start acknowledged, user 17\n");
   louddesk::LoudnessConfiguration expected;
   expected.lraWindow = 60;

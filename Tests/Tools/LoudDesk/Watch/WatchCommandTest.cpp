@@ -216,6 +216,35 @@ TEST_F(WatchCommandTest, DeadServiceIsSaidAndItsReturnToo) {
   EXPECT_TRUE(mWatch->WaitForLine("RUNNING", kPatience, before));
 }
 
+// Where blocks stop coming the service publishes the figures after the last one, without an end.
+TEST_F(WatchCommandTest, FrozenSourceIsSaidAndItsReturnToo) {
+  StartMeasured();
+  StartWatch({"--format", "csv"});
+  ASSERT_TRUE(
+      mWatch->WaitForLine("LoudDesk: no change for 3 s: no blocks, or a steady tone", kPatience));
+  const std::size_t before = mWatch->LineCount();
+  EXPECT_TRUE(mWatch->WaitForLine(",Start,1", kPatience, before));
+  ExpectMeasures(-20);
+  EXPECT_TRUE(mWatch->WaitForLine("LoudDesk: the figures change again", kPatience, before));
+}
+
+TEST_F(WatchCommandTest, FrozenSourceIsSaidBetweenTheLines) {
+  StartMeasured();
+  StartWatch({});
+  EXPECT_TRUE(mWatch->WaitForLine("no change for 3 s: ", kPatience));
+}
+
+TEST_F(WatchCommandTest, SilenceIsNotTakenForAFrozenSource) {
+  StartMeasured();
+  for (int i = 0; i < 40; ++i)
+    mUnit.SendRaw(louddesk::BlockReading{});
+  ExpectData([](const auto& message) { return message.data.TruePeak == -9031; }, "silence");
+  StartWatch({"--format", "csv", "--seconds", "5"});
+  ExpectEnd(0);
+  EXPECT_GT(Rows().size(), 31u);  // the header and three seconds
+  EXPECT_THAT(mWatch->StandardError(), Not(HasSubstr("no change")));
+}
+
 TEST_F(WatchCommandTest, HangingServiceIsSilentBeforeItIsDead) {
   StartMeasured();
   StartWatch({});

@@ -34,12 +34,12 @@ class WatchLayoutTest : public testing::Test {
     mData = {-201, -230, -215, -228, 35, -229, -120, -602};
   }
 
-  void Take(LuCmd_e command = LU_CMD_START, int valid = 1) {
+  void Take(LuCmd_e command = LU_CMD_START, int valid = 1, milliseconds at = milliseconds(0)) {
     LoudnessMessage message;
     message.data = mData;
     message.command = static_cast<std::int16_t>(command);
     message.validSource = static_cast<std::int16_t>(valid);
-    message.time = kStart;
+    message.time = kStart + at;
     mModel.TakeData(message);
   }
 
@@ -47,6 +47,14 @@ class WatchLayoutTest : public testing::Test {
     louddesk::ServiceAnswer answer;
     answer.command = command;
     answer.user = user;
+    mModel.TakeAnswer(answer, kStart, "12:34:56");
+  }
+
+  void Configure(louddesk::LoudnessConfiguration configuration) {
+    louddesk::ServiceAnswer answer;
+    answer.kind = louddesk::StateKind::kConfiguration;
+    answer.isRepublished = true;
+    answer.configuration = configuration.Json();
     mModel.TakeAnswer(answer, kStart, "12:34:56");
   }
 
@@ -117,6 +125,20 @@ TEST_F(WatchLayoutTest, NoReadingIsADash) {
   EXPECT_THAT(Line("Integrated"), HasSubstr("  - LKFS"));
   EXPECT_THAT(Line("Integrated"), Not(HasSubstr("LU")));
   EXPECT_THAT(Picture(), HasSubstr("Loudness range           - LU"));
+}
+
+TEST_F(WatchLayoutTest, FrozenSourceIsNotShownAsHealthy) {
+  for (int i = 0; i < 41; ++i)
+    Take(LU_CMD_START, 1, milliseconds(i * 100));
+  EXPECT_THAT(Picture(kUsual, milliseconds(4000)),
+              HasSubstr("no change for 4 s: no blocks, or a steady tone"));
+}
+
+TEST_F(WatchLayoutTest, FiguresAreLabelledWithTheWindowsInForce) {
+  Take();
+  EXPECT_THAT(Picture(), HasSubstr("Windows not known yet"));
+  Configure({});
+  EXPECT_THAT(Picture(), HasSubstr("Integrated over 3 s, range 9 s; target "));
 }
 
 TEST_F(WatchLayoutTest, SilentServiceIsNotShownFrozen) {

@@ -69,8 +69,10 @@ TEST(AcknowledgementTest, ConfigurationIsKeptCharacterForCharacter) {
              std::string(R"({"ClusterId":1,"MeterSet":1,"UID":17,"Conf":)") + kConfiguration + "}");
   EXPECT_EQ(louddesk::StateKind::kConfiguration, answer.kind);
   EXPECT_EQ(kConfiguration, answer.configuration);
-  EXPECT_EQ("Configuration: EBU R128 (+18), Manual, window 600 s, range 60 s, user 17",
-            AnswerText(answer));
+  EXPECT_EQ(
+      "Configuration: EBU R128 (+18), Manual, window 600 s, range 60 s, reference -23 LKFS, "
+      "tolerance 1 LU, alarm Over, shown Custom, cluster 2, user 17",
+      AnswerText(answer));
 }
 
 TEST(AcknowledgementTest, OtherMessagesAreNone) {
@@ -319,6 +321,131 @@ TEST_F(WatchModelTest, HistoryIsBounded) {
   Data(milliseconds(0), WithShortTerm(-250));
   mModel.Advance(kStart + 2 * louddesk::kMaxHistory * louddesk::kHistoryStep);
   EXPECT_EQ(louddesk::kMaxHistory, mModel.History().size());
+}
+
+constexpr std::int16_t kSilentPeakCode = -9031;  // the level of a peak of 1, 0.01 dBTP
+
+/// Figures of a programme.
+LoudnessData_t Loud() {
+  LoudnessData_t data = WithShortTerm(-230);
+  data.Momentary = -231;
+  data.TruePeak = -602;
+  return data;
+}
+
+class NoChangeTest : public WatchModelTest {
+ protected:
+  /// The same figures every 100 ms.
+  void Stay(seconds from, seconds to, LoudnessData_t data, LuCmd_e command = LU_CMD_START) {
+    for (milliseconds at = from; at <= to; at += milliseconds(100))
+      Data(at, data, command);
+  }
+
+  std::optional<milliseconds> NoChangeAt(milliseconds at) const {
+    return mModel.NoChangeFor(kStart + at);
+  }
+};
+
+TEST_F(NoChangeTest, SourceThatStaysTheSameIsToldAfterThreeSeconds) {
+  Stay(seconds(0), seconds(2), Loud());
+  EXPECT_EQ(std::nullopt, NoChangeAt(milliseconds(2900)));
+  Stay(seconds(2), seconds(12), Loud());
+  EXPECT_EQ(seconds(12), NoChangeAt(seconds(12)));
+  EXPECT_EQ("no change for 12 s: no blocks, or a steady tone",
+            louddesk::NoChangeText(milliseconds(12999)));
+}
+
+TEST_F(NoChangeTest, EveryFigureThatChangesEndsIt) {
+  for (const auto code :
+       {&LoudnessData_t::MaxMomentary, &LoudnessData_t::Momentary, &LoudnessData_t::ShortTerm,
+        &LoudnessData_t::Integrated, &LoudnessData_t::Lra, &LoudnessData_t::Program,
+        &LoudnessData_t::MaxTruePeak, &LoudnessData_t::TruePeak}) {
+    Stay(seconds(0), seconds(4), Loud());
+    LoudnessData_t data = Loud();
+    ++(data.*code);
+    Data(milliseconds(4100), data);
+    EXPECT_EQ(std::nullopt, NoChangeAt(milliseconds(4200)));
+  }
+}
+
+TEST_F(NoChangeTest, SilenceMayStay) {
+  LoudnessData_t data;
+  data.MaxMomentary = -200;
+  data.Integrated = -231;
+  data.TruePeak = kSilentPeakCode;
+  Stay(seconds(0), seconds(10), data);
+  EXPECT_EQ(std::nullopt, NoChangeAt(seconds(10)));
+}
+
+// Silence has the true peak of its blocks.
+TEST_F(NoChangeTest, SourceWithoutAnyBlockIsNotSilence) {
+  Stay(seconds(0), seconds(4), LoudnessData_t{});
+  EXPECT_EQ(seconds(4), NoChangeAt(seconds(4)));
+}
+
+TEST_F(NoChangeTest, PauseMayStayAndCountsNothing) {
+  Stay(seconds(0), seconds(10), Loud(), LU_CMD_PAUSE);
+  EXPECT_EQ(std::nullopt, NoChangeAt(seconds(10)));
+  Stay(seconds(11), seconds(12), Loud(), LU_CMD_PLAY);
+  EXPECT_EQ(std::nullopt, NoChangeAt(seconds(12)));
+}
+
+TEST_F(NoChangeTest, GapInTheDataIsNoTimeWithoutChange) {
+  Data(milliseconds(0), Loud());
+  Data(seconds(10), Loud());
+  EXPECT_EQ(std::nullopt, NoChangeAt(milliseconds(10100)));
+}
+
+ServiceAnswer Configured(unsigned window, unsigned range) {
+  louddesk::LoudnessConfiguration configuration;
+  configuration.loudnessWindowTime = window;
+  configuration.lraWindow = range;
+  return Answer("IOQVHwmSetLoudnessConfiguration_Repub_1",
+                R"({"ClusterId":1,"MeterSet":1,"UID":17,"Conf":)" + configuration.Json() + "}");
+}
+
+class WindowsTest : public WatchModelTest {
+ protected:
+  void ExpectWindows(unsigned integrated, unsigned range) {
+    const auto windows = mModel.Windows(kStart + seconds(1));
+    ASSERT_TRUE(windows);
+    EXPECT_EQ(integrated, windows->integrated);
+    EXPECT_EQ(range, windows->range);
+  }
+};
+
+TEST_F(WindowsTest, AreThoseOfTheConfiguration) {
+  Take(milliseconds(0), Configured(600, 60));
+  ExpectWindows(600, 60);
+}
+
+TEST_F(WindowsTest, AreKeptWithinTheLimitsOfTheService) {
+  Take(milliseconds(0), Configured(0, 3));
+  ExpectWindows(1, 9);
+  Take(milliseconds(0), Configured(9000, 20000));
+  ExpectWindows(7200, 10800);
+}
+
+TEST_F(WindowsTest, AreUnknownUntilTheServiceHasRepublished) {
+  Data(milliseconds(0), Loud());
+  EXPECT_FALSE(mModel.Windows(kStart + seconds(60)));
+  Take(milliseconds(0), Republished("Start"));
+  EXPECT_FALSE(mModel.Windows(kStart + milliseconds(499)));
+  ExpectWindows(3, 9);
+}
+
+// An invalid source keeps the configuration from being republished.
+TEST_F(WindowsTest, AreUnknownWithoutASource) {
+  Data(milliseconds(0), LoudnessData_t{}, LU_CMD_NONE, 0);
+  Take(milliseconds(0), Republished("None"));
+  EXPECT_FALSE(mModel.Windows(kStart + seconds(60)));
+}
+
+TEST_F(WindowsTest, AreForgottenWithTheConnection) {
+  Take(milliseconds(0), Configured(600, 60));
+  mModel.SetConnected(false);
+  mModel.SetConnected(true);
+  EXPECT_FALSE(mModel.Windows(kStart + seconds(1)));
 }
 
 TEST_F(WatchModelTest, SourceAndClusterAreThoseOfTheLastMessage) {
