@@ -27,6 +27,19 @@ constexpr Patience kOwnStamp{1000};
 
 constexpr Patience kSlice{100};
 
+// Every fifth second, and some of a busy machine.
+constexpr Patience kRepublication{6000};
+
+// After a republished acknowledgement the configuration follows at once, where there is one.
+constexpr Patience kConfigurationFollows{500};
+
+LoudnessConfiguration Readable(const std::optional<ServiceAnswer>& answer) {
+  const auto configuration = answer ? ReadConfiguration(answer->configuration) : std::nullopt;
+  if (!configuration)
+    throw ServiceError("the configuration that the service republishes cannot be read");
+  return *configuration;
+}
+
 bool IsStart(const ServiceAnswer& answer) {
   return answer.kind == StateKind::kAcknowledgement && answer.command == "Start";
 }
@@ -50,6 +63,27 @@ void ServiceClient::Connect(Patience patience) {
     throw ServiceError("no service has subscribed" + InTimeText(patience) + "; start " + service);
   throw ServiceError("a service has subscribed, but not as " + service +
                      " does: " + mUnit.MissingSubscriptions());
+}
+
+std::optional<LoudnessConfiguration> ServiceClient::ConfigurationInForce(Patience patience) {
+  const Patience longest = std::max(patience, kRepublication);
+  auto end = Clock::now() + longest;
+  bool hasRepublished = false;
+  while (const auto state = mUnit.NextState(Remaining(end))) {
+    mUnit.DropLoudnessData();
+    const auto answer = ReadAnswer(*state);
+    if (!answer || answer->kind == StateKind::kConfiguration)
+      return Readable(answer);
+    if (answer->isRepublished && !hasRepublished) {
+      hasRepublished = true;
+      end = Clock::now() + kConfigurationFollows;
+    }
+  }
+  if (zsys_interrupted != 0)
+    throw ServiceError("interrupted");
+  if (!hasRepublished)
+    throw ServiceError("the service has republished nothing" + InTimeText(longest));
+  return std::nullopt;
 }
 
 void ServiceClient::SwitchReporting(bool isOn) {

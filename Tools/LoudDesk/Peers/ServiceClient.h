@@ -42,6 +42,12 @@ class ServiceClient {
   /// ServiceError when it does not subscribe in time or the process is interrupted.
   void Connect(Patience patience);
 
+  /// The configuration in force, from the next republication; nothing when the service republishes
+  /// none, as before the first one or while its source is invalid. Throws ServiceError when it
+  /// republishes nothing within `patience` and the period of republications, what it republishes
+  /// cannot be read or the process is interrupted.
+  std::optional<LoudnessConfiguration> ConfigurationInForce(Patience patience);
+
   /// Each of these sends one message. Outcomes are those of the message sent last.
 
   /// The protocol acknowledges it by the loudness data alone: done when some comes (or an action

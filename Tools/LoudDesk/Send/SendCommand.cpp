@@ -14,6 +14,8 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "Complaints.h"
 #include "JsonAccess.h"
@@ -76,7 +78,9 @@ constexpr char kConfigFooter[] =
     "\nExample:\n"
     "  LoudDesk send config --mode manual --window custom --window-time 600 --user 17\n"
     "\n"
-    "Settings that are not given are those that a service starts with. The\n"
+    "Settings that are not given stay as the service republishes them every five\n"
+    "seconds, which is waited for. With --fresh, or where it republishes none, they\n"
+    "are those that a service starts with, shown above in brackets. The\n"
     "acknowledgement is the configuration as the service publishes it, and a start.\n";
 
 constexpr char kCommandFooter[] =
@@ -111,7 +115,23 @@ constexpr char kReportingHint[] =
 constexpr char kCommandHint[] =
     "; nothing is carried out while reporting is off (LoudDesk send enable) or the source is "
     "invalid (LoudDesk send preset)";
+constexpr char kNoneInForce[] =
+    "No configuration is republished: what is not given is what a service starts with";
 constexpr char kStopHint[] = "; in the mode Continuous a stop is not carried out";
+
+// A configuration as the command line changes it.
+struct ConfigurationChange {
+  using Setting = std::function<void(LoudnessConfiguration& to)>;
+
+  LoudnessConfiguration given;    // what a service starts with, and what the command line names
+  std::vector<Setting> settings;  // each copies what it stands for, if that was named
+  bool isFresh = false;           // whatever is in force
+
+  void ApplyTo(LoudnessConfiguration& configuration) const {
+    for (const Setting& setting : settings)
+      setting(configuration);
+  }
+};
 
 class Sender {
  public:
@@ -152,8 +172,11 @@ class Sender {
     AwaitAcknowledgement(kReportingHint);
   }
 
-  void SendConfiguration(const LoudnessConfiguration& configuration) {
+  void SendConfiguration(const ConfigurationChange& change) {
     Connect();
+    LoudnessConfiguration configuration = change.isFresh ? change.given : InForce(change.given);
+    change.ApplyTo(configuration);
+    configuration.originFromFp = false;  // who sends, which is no setting
     mClient.SendConfiguration(configuration);
     AwaitAcknowledgement(kCommandHint);
   }
@@ -175,6 +198,13 @@ class Sender {
                          error.what());
     }
     mClient.Connect(mPatience);
+  }
+
+  LoudnessConfiguration InForce(const LoudnessConfiguration& otherwise) {
+    const auto inForce = mClient.ConfigurationInForce(mPatience);
+    if (!inForce)
+      std::cout << kNoneInForce << std::endl;
+    return inForce.value_or(otherwise);
   }
 
   Outcome AwaitAcknowledgement(const std::string& hint) {
@@ -264,36 +294,70 @@ CLI::Range WindowBetween(std::uint32_t shortest, std::uint32_t longest) {
   return CLI::Range(static_cast<int>(shortest), static_cast<int>(longest));
 }
 
-void AddConfigurationOptions(CLI::App* kind, LoudnessConfiguration& configuration) {
-  AddWord(kind, "--mode", configuration.mode, kModes,
-          "In manual only, stop commands are carried out");
-  AddWord(kind, "--window", configuration.loudnessWindow, kWindows,
-          "Window that the user looks at");
-  kind->add_option("--window-time", configuration.loudnessWindowTime,
-                   "Window of the integrated loudness, s")
-      ->capture_default_str()
+// Options of the configuration, each for one member of it.
+class ConfigurationOptions {
+ public:
+  ConfigurationOptions(CLI::App* kind, std::shared_ptr<ConfigurationChange> change)
+      : mKind(kind), mChange(std::move(change)) {}
+
+  void AddChoice(const char* name, std::string LoudnessConfiguration::*member, const Words& words,
+                 const char* description) {
+    Follow(AddWord(mKind, name, mChange->given.*member, words, description), member);
+  }
+
+  template <typename Number>
+  CLI::Option* AddNumber(const char* name, Number LoudnessConfiguration::*member,
+                         const char* description) {
+    CLI::Option* option = mKind->add_option(name, mChange->given.*member, description);
+    Follow(option->capture_default_str(), member);
+    return option;
+  }
+
+ private:
+  // The change outlives its settings, which it holds.
+  template <typename Value>
+  void Follow(const CLI::Option* option, Value LoudnessConfiguration::*member) {
+    mChange->settings.push_back([change = mChange.get(), option, member](auto& to) {
+      if (option->count() > 0)
+        to.*member = change->given.*member;
+    });
+  }
+
+  CLI::App* mKind;
+  std::shared_ptr<ConfigurationChange> mChange;
+};
+
+void AddConfigurationOptions(ConfigurationOptions options) {
+  using Configuration = LoudnessConfiguration;
+  options.AddChoice("--mode", &Configuration::mode, kModes,
+                    "In manual only, stop commands are carried out");
+  options.AddChoice("--window", &Configuration::loudnessWindow, kWindows,
+                    "Window that the user looks at");
+  options
+      .AddNumber("--window-time", &Configuration::loudnessWindowTime,
+                 "Window of the integrated loudness, s")
       ->check(WindowBetween(kMinIntegWinSecs, kMaxIntegWinSecs));
-  kind->add_option("--lra-window", configuration.lraWindow, "Window of the loudness range, s")
-      ->capture_default_str()
+  options.AddNumber("--lra-window", &Configuration::lraWindow, "Window of the loudness range, s")
       ->check(WindowBetween(kMinLraWinSecs, kMaxLraWinSecs));
-  AddWord(kind, "--standard", configuration.loudnessStandard, kStandards, "Standard and scale");
-  kind->add_option("--reference", configuration.referenceLevel, "Reference level, LKFS")
-      ->capture_default_str()
+  options.AddChoice("--standard", &Configuration::loudnessStandard, kStandards,
+                    "Standard and scale");
+  options.AddNumber("--reference", &Configuration::referenceLevel, "Reference level, LKFS")
       ->check(CLI::Range(-99, 0));
-  AddWord(kind, "--alarm", configuration.alarm, kAlarms, "Side of the reference level that alarms");
-  kind->add_option("--tolerance", configuration.alarmTolerance, "Tolerance of the alarm, LU")
-      ->capture_default_str()
+  options.AddChoice("--alarm", &Configuration::alarm, kAlarms,
+                    "Side of the reference level that alarms");
+  options.AddNumber("--tolerance", &Configuration::alarmTolerance, "Tolerance of the alarm, LU")
       ->check(CLI::Range(0, 99));
-  kind->add_option("--user", configuration.userId, "Number of the user")->capture_default_str();
+  options.AddNumber("--user", &Configuration::userId, "Number of the user");
 }
 
 void AddConfiguration(CLI::App* send, const std::shared_ptr<SendOptions>& options, int& status) {
   CLI::App* kind = AddKind(send, "config", "Send a loudness configuration", kConfigFooter);
-  auto configuration = std::make_shared<LoudnessConfiguration>();
-  AddConfigurationOptions(kind, *configuration);
+  auto change = std::make_shared<ConfigurationChange>();
+  AddConfigurationOptions({kind, change});
+  kind->add_flag("--fresh", change->isFresh, "Change the defaults, not what is in force");
   kind->callback([=, &status] {
-    configuration->clusterId = options->cluster;
-    status = Send(*options, [&](Sender& sender) { sender.SendConfiguration(*configuration); });
+    change->given.clusterId = options->cluster;
+    status = Send(*options, [&](Sender& sender) { sender.SendConfiguration(*change); });
   });
 }
 

@@ -66,6 +66,40 @@ class SendCommandTest : public RunningService {
     EXPECT_EQ(1, std::count(errors.begin(), errors.end(), '\n')) << errors;
   }
 
+  /// No member as a service starts with.
+  static louddesk::LoudnessConfiguration OwnConfiguration() {
+    louddesk::LoudnessConfiguration configuration;
+    configuration.lraWindow = 60;
+    configuration.loudnessStandard = "EBU R128 (+18)";
+    configuration.loudnessWindow = "Custom";
+    configuration.alarmTolerance = 1;
+    configuration.alarm = "Over";
+    configuration.referenceLevel = -23;
+    configuration.mode = "Manual";
+    configuration.loudnessWindowTime = 600;
+    configuration.userId = 17;
+    return configuration;
+  }
+
+  /// Sends a configuration as another client does, and waits until it is carried out.
+  void PutInForce(const louddesk::LoudnessConfiguration& configuration) {
+    mUnit.SendText(Peer::kOpticalAppServer, louddesk::TopicFor(kConfigurationTopicPrefix, 1),
+                   configuration.Json());
+    ExpectAcknowledgement("Start");
+    mUnit.DropStates();
+  }
+
+  /// The next configuration that is published with a start.
+  void ExpectInForce(const louddesk::LoudnessConfiguration& expected) {
+    std::string published;
+    while (const auto state = NextAnswer(kPatience)) {
+      published = state->json;
+      if (state->topic == "IOQVHwmSetLoudnessConfiguration_1")
+        break;
+    }
+    EXPECT_THAT(published, HasSubstr("\"Conf\":" + expected.Json() + "}"));
+  }
+
   std::string WritePreset(const std::string& json) {
     const std::string path = testing::TempDir() + "preset-" + std::to_string(getpid()) + ".json";
     std::ofstream(path) << json;
@@ -204,23 +238,49 @@ TEST_F(SendCommandTest, ConfigurationComesBackAsItWasSent) {
              "Configuration: EBU R128 (+18), Manual, window 600 s, range 60 s, reference -23 "
              "LKFS, tolerance 1 LU, alarm Over, shown Custom, cluster 1, user 17\n"
              "Start acknowledged, user 17\n");
+  ExpectInForce(OwnConfiguration());
+}
+
+TEST_F(SendCommandTest, ConfigurationChangesOnlyWhatIsNamed) {
+  StartMeasured();
+  louddesk::LoudnessConfiguration expected = OwnConfiguration();
+  PutInForce(expected);
+  ExpectSent({"config", "--tolerance", "4"}, "tolerance 4 LU");
+  expected.alarmTolerance = 4;
+  ExpectInForce(expected);
+}
+
+TEST_F(SendCommandTest, FreshConfigurationStartsFromTheDefaults) {
+  StartMeasured();
+  PutInForce(OwnConfiguration());
+  ExpectSent({"config", "--fresh", "--tolerance", "4"}, "Start acknowledged");
   louddesk::LoudnessConfiguration expected;
-  expected.lraWindow = 60;
-  expected.loudnessStandard = "EBU R128 (+18)";
-  expected.loudnessWindow = "Custom";
-  expected.alarmTolerance = 1;
-  expected.alarm = "Over";
-  expected.referenceLevel = -23;
-  expected.mode = "Manual";
-  expected.loudnessWindowTime = 600;
-  expected.userId = 17;
-  std::string published;
-  while (const auto state = mUnit.NextState(kPatience)) {
-    published = state->json;
-    if (state->topic == "IOQVHwmSetLoudnessConfiguration_1")
-      break;
-  }
-  EXPECT_THAT(published, HasSubstr("\"Conf\":" + expected.Json() + "}"));
+  expected.alarmTolerance = 4;
+  ExpectInForce(expected);
+}
+
+TEST_F(SendCommandTest, MissingConfigurationIsSaid) {
+  StartMeasured();
+  ExpectSent({"config", "--tolerance", "4"},
+             "No configuration is republished: what is not given is what a service starts with\n");
+  louddesk::LoudnessConfiguration expected;
+  expected.alarmTolerance = 4;
+  ExpectInForce(expected);
+}
+
+// The service keeps 1022 bytes of it.
+TEST_F(SendCommandTest, CutConfigurationIsNotGuessed) {
+  StartMeasured();
+  louddesk::LoudnessConfiguration configuration;
+  configuration.mode = "Manual" + std::string(1000, ' ');
+  PutInForce(configuration);
+  ExpectRefused({"config", "--tolerance", "4"},
+                "the configuration that the service republishes cannot be read");
+}
+
+TEST_F(SendCommandTest, ServiceThatRepublishesNothingIsOneLine) {
+  AnsweringService service(mUnit);
+  ExpectRefused({"config", "--timeout", "2"}, "the service has republished nothing in 6.0 s");
 }
 
 TEST_F(SendCommandTest, MissingServiceIsOneLine) {
