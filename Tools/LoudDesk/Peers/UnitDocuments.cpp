@@ -71,17 +71,17 @@ Preset PresetForSpeakers(const std::vector<std::string>& speakers, unsigned clus
 
 std::string LoudnessConfiguration::Json() const {
   return DocumentWriter()
-      .Flag("OriginFromFp", originFromFp)
-      .Unsigned("ClusterId", clusterId)
-      .Unsigned("LraWindow", lraWindow)
-      .Text("LoudnessStandard", loudnessStandard)
-      .Text("LoudnessWindow", loudnessWindow)
-      .Signed("AlarmTolerance", alarmTolerance)
-      .Text("Alarm", alarm)
-      .Signed("ReferenceLevel", referenceLevel)
-      .Text("Mode", mode)
-      .Unsigned("LoudnessWindowTime", loudnessWindowTime)
-      .Unsigned("UserID", userId)
+      .Flag(lu_key::kOriginFromFp, originFromFp)
+      .Unsigned(lu_key::kClusterId, clusterId)
+      .Unsigned(lu_key::kLraWindow, lraWindow)
+      .Text(lu_key::kLoudnessStandard, loudnessStandard)
+      .Text(lu_key::kLoudnessWindow, loudnessWindow)
+      .Signed(lu_key::kAlarmTolerance, alarmTolerance)
+      .Text(lu_key::kAlarm, alarm)
+      .Signed(lu_key::kReferenceLevel, referenceLevel)
+      .Text(lu_key::kMode, mode)
+      .Unsigned(lu_key::kLoudnessWindowTime, loudnessWindowTime)
+      .Unsigned(lu_key::kReadUser, userId)
       .Finish();
 }
 
@@ -106,12 +106,12 @@ std::optional<LoudnessConfiguration> ReadConfiguration(const std::string& json) 
 
 std::string LoudnessCommand::Json() const {
   return DocumentWriter()
-      .Unsigned("ClusterId", clusterId)
-      .Flag("OriginFromFp", originFromFp)
-      .Text("Command", command)
-      .Unsigned("MeterSet", meterSet)
-      .Unsigned("CmdTS", timeStamp)
-      .Unsigned("UserID", userId)
+      .Unsigned(lu_key::kClusterId, clusterId)
+      .Flag(lu_key::kOriginFromFp, originFromFp)
+      .Text(lu_key::kCommand, command)
+      .Unsigned(lu_key::kMeterSet, meterSet)
+      .Unsigned(lu_key::kCommandTimeStamp, timeStamp)
+      .Unsigned(lu_key::kReadUser, userId)
       .Finish();
 }
 

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "LuMessages.h"
+
 namespace louddesk {
 
 /// A preset; a new one has no meters and clusters and the internal clock.
@@ -41,14 +43,15 @@ Preset PresetForSpeakers(const std::vector<std::string>& speakers, unsigned clus
 /// A loudness configuration; a new one asks for what the service starts with.
 struct LoudnessConfiguration {
   unsigned clusterId = 1;
-  unsigned lraWindow = 9;                         // s, the service keeps it within 9 to 10800
-  std::string loudnessStandard = "ITU BS1770-3";  // or "EBU R128 (+9)", "EBU R128 (+18)"
-  std::string loudnessWindow = "Momentary";       // or "Short Term", "Custom"
-  int alarmTolerance = 2;                         // LU
-  std::string alarm = "Both";                     // or "Over", "Under", "Off"
-  int referenceLevel = -24;                       // LKFS
-  std::string mode = "Continuous";                // or "Manual": start and stop by command
-  unsigned loudnessWindowTime = 3;                // s, the service keeps it within 1 to 7200
+  unsigned lraWindow = 9;  // s, the service keeps it within 9 to 10800
+  std::string loudnessStandard =
+      cLuConf::kDefaultStandardText;                         // or "EBU R128 (+9)", "EBU R128 (+18)"
+  std::string loudnessWindow = cLuConf::kDefaultWindowText;  // or "Short Term", "Custom"
+  int alarmTolerance = 2;                                    // LU
+  std::string alarm = cLuConf::kDefaultAlarmText;            // or "Over", "Under", "Off"
+  int referenceLevel = -24;                                  // LKFS
+  std::string mode = cLuConf::kDefaultModeText;  // or "Manual": start and stop by command
+  unsigned loudnessWindowTime = 3;               // s, the service keeps it within 1 to 7200
   unsigned userId = 0;
   bool originFromFp = false;  // set at the unit's front panel
 

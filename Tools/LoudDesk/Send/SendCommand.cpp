@@ -20,6 +20,7 @@
 #include "Complaints.h"
 #include "JsonAccess.h"
 #include "LoudConfigUser.h"
+#include "LuMessages.h"
 #include "NumberCheck.h"
 #include "ServiceClient.h"
 
@@ -32,13 +33,33 @@ constexpr double kLongestTimeout = 3600;  // s
 // Words of the command line and what they are called in messages.
 using Words = std::map<std::string, std::string>;
 
-const Words kModes = {{"continuous", "Continuous"}, {"manual", "Manual"}};
-const Words kWindows = {{"momentary", "Momentary"}, {"short", "Short Term"}, {"custom", "Custom"}};
-const Words kAlarms = {{"over", "Over"}, {"under", "Under"}, {"both", "Both"}, {"off", "Off"}};
+const Words kModes = {
+    {"continuous", cLuConf::ConvertToModeStrFromEnum(LOUD_MODE_CONTINUOUS)},
+    {"manual", cLuConf::ConvertToModeStrFromEnum(LOUD_MODE_START_STOP)},
+};
+const Words kWindows = {
+    {"momentary", cLuConf::ConvertToLoudnessWindowStrFromEnum(LOUD_WIN_TYPE_MOMENTARY)},
+    {"short", cLuConf::ConvertToLoudnessWindowStrFromEnum(LOUD_WIN_TYPE_SHORT)},
+    {"custom", cLuConf::ConvertToLoudnessWindowStrFromEnum(LOUD_WIN_TYPE_INTEGRATED)},
+};
+const Words kAlarms = {
+    {"over", cLuConf::ConvertToAlarmStrFromEnum(LU_ALARM_OVER)},
+    {"under", cLuConf::ConvertToAlarmStrFromEnum(LU_ALARM_UNDER)},
+    {"both", cLuConf::ConvertToAlarmStrFromEnum(LU_ALARM_BOTH)},
+    {"off", cLuConf::ConvertToAlarmStrFromEnum(LU_ALARM_OFF)},
+};
 const Words kStandards = {
-    {"bs1770", "ITU BS1770-3"}, {"ebu+9", "EBU R128 (+9)"}, {"ebu+18", "EBU R128 (+18)"}};
+    {"bs1770", cLuConf::ConvertToLoudnessStandardStrFromEnum(BS1770_3)},
+    {"ebu+9", cLuConf::ConvertToLoudnessStandardStrFromEnum(EBU_R128_9)},
+    {"ebu+18", cLuConf::ConvertToLoudnessStandardStrFromEnum(EBU_R128_18)},
+};
 const Words kCommands = {
-    {"start", "Start"}, {"pause", "Pause"}, {"play", "Play"}, {"stop", "Stop"}, {"reset", "Reset"}};
+    {"start", cLuCmd::ConvertToLuCmdStrFromEnum(LU_CMD_START)},
+    {"pause", cLuCmd::ConvertToLuCmdStrFromEnum(LU_CMD_PAUSE)},
+    {"play", cLuCmd::ConvertToLuCmdStrFromEnum(LU_CMD_PLAY)},
+    {"stop", cLuCmd::ConvertToLuCmdStrFromEnum(LU_CMD_STOP)},
+    {"reset", cLuCmd::ConvertToLuCmdStrFromEnum(LU_CMD_RESET)},
+};
 
 constexpr char kFooter[] =
     "\nExample, with a running service of meter set 1, cluster 1:\n"
