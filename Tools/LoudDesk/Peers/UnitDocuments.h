@@ -36,8 +36,8 @@ struct Preset {
   std::string Json() const;
 };
 
-/// A preset whose meters 1, 2, ... stand for `speakers` and belong to `cluster` (from 1). No channel
-/// feeds the meter of the speaker "None", which so has no part in the programme.
+/// A preset whose meters 1, 2, ... stand for `speakers` and belong to `cluster` (from 1). No
+/// channel feeds the meter of the speaker "None", which so has no part in the programme.
 Preset PresetForSpeakers(const std::vector<std::string>& speakers, unsigned cluster);
 
 /// A loudness configuration; a new one asks for what the service starts with.
