@@ -58,7 +58,18 @@ double ValueAt(std::size_t index, std::size_t cells, const ValueRange& range) {
 }
 
 Ink InkAt(std::size_t index, std::size_t cells, const ValueRange& range) {
-  return ValueAt(index, cells, range) >= range.alertAbove ? Ink::kAlert : Ink::kGood;
+  const double value = ValueAt(index, cells, range);
+  if (value >= range.alertAbove)
+    return Ink::kAlert;
+  return value < range.lowBelow ? Ink::kLow : Ink::kGood;
+}
+
+void DrawMark(TextScreen& screen, const CellRun& run, const ValueRange& range,
+              unsigned long eighths, double mark, Glyphs glyphs) {
+  const std::size_t cell = CellOf(run, range, mark);
+  if (FillOfCell(eighths, cell - run.column) == 0)
+    screen.Put(run.row, cell, glyphs == Glyphs::kAscii ? U'|' : kMark,
+               mark > range.alertAbove ? Ink::kAlert : Ink::kStrong);
 }
 
 }  // namespace
@@ -77,12 +88,10 @@ void DrawBar(TextScreen& screen, const CellRun& run, const ValueRange& range,
     screen.Put(run.row, run.column + i, BarGlyph(fill, glyphs),
                fill == 0 ? Ink::kFaint : InkAt(i, run.width, range));
   }
-  if (!mark)
-    return;
-  const std::size_t cell = CellOf(run, range, *mark);
-  if (FillOfCell(eighths, cell - run.column) == 0)
-    screen.Put(run.row, cell, glyphs == Glyphs::kAscii ? U'|' : kMark,
-               *mark > range.alertAbove ? Ink::kAlert : Ink::kStrong);
+  if (mark)
+    DrawMark(screen, run, range, eighths, *mark, glyphs);
+  if (std::max(value.value_or(range.low), mark.value_or(range.low)) > range.high)
+    screen.Put(run.row, run.column + run.width - 1, U'>', Ink::kAlert);
 }
 
 void DrawScale(TextScreen& screen, const CellRun& run, const ValueRange& range, double step,

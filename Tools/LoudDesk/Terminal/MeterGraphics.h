@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <optional>
 
 #include "TextScreen.h"
@@ -26,13 +27,15 @@ struct ValueRange {
   double low;
   double high;
   double alertAbove;  // values above it are in the ink of an alert
+  double lowBelow = -std::numeric_limits<double>::infinity();  // those below it in that of low ones
 };
 
 /// Column of the run's cell that `value` falls into; the ends stand for what lies beyond.
 std::size_t CellOf(const CellRun& run, const ValueRange& range, double value);
 
 /// A bar from the low end up to `value`; without a value an empty one. `mark` is a single cell that
-/// stands out where it lies beyond the bar.
+/// stands out where it lies beyond the bar. Where either lies above the high end, the last cell is
+/// '>'.
 void DrawBar(TextScreen& screen, const CellRun& run, const ValueRange& range,
              std::optional<double> value, std::optional<double> mark, Glyphs glyphs);
 

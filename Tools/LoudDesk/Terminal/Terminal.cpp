@@ -20,6 +20,7 @@ namespace {
 constexpr short kPlainPair = 0;
 constexpr short kGoodPair = 1;
 constexpr short kAlertPair = 2;
+constexpr short kLowPair = 3;
 constexpr short kNoBackground = -1;
 
 struct InkLook {
@@ -30,13 +31,10 @@ struct InkLook {
 // In the order of Ink. Alerts differ from the rest without colours too, and what they mean is in
 // the text.
 constexpr InkLook kLooks[] = {
-    {A_NORMAL, kPlainPair},
-    {A_BOLD, kPlainPair},
-    {A_DIM, kPlainPair},
-    {A_NORMAL, kGoodPair},
-    {A_BOLD, kAlertPair},
-    {A_REVERSE, kPlainPair},
-    {A_REVERSE | A_BOLD, kAlertPair},
+    {A_NORMAL, kPlainPair},  {A_BOLD, kPlainPair},
+    {A_DIM, kPlainPair},     {A_NORMAL, kGoodPair},
+    {A_NORMAL, kLowPair},    {A_BOLD, kAlertPair},
+    {A_REVERSE, kPlainPair}, {A_REVERSE | A_BOLD, kAlertPair},
 };
 
 termios gShellModes;  // written before the handlers are installed
@@ -119,6 +117,7 @@ void Terminal::PrepareColours() {
     return;
   init_pair(kGoodPair, COLOR_GREEN, kNoBackground);
   init_pair(kAlertPair, COLOR_RED, kNoBackground);
+  init_pair(kLowPair, COLOR_YELLOW, kNoBackground);
   mHasColours = true;
 }
 

@@ -14,6 +14,7 @@ enum class Ink {
   kStrong,     // figures and names
   kFaint,      // scales and what is only there to guide the eye
   kGood,       // within the limits
+  kLow,        // below a limit
   kAlert,      // above a limit, or a service that does not answer
   kBadge,      // the state of a service that answers
   kAlertBadge  // the state of one that does not

@@ -24,8 +24,9 @@ constexpr char kCsv[] = "csv";
 constexpr char kJson[] = "json";
 
 constexpr unsigned kHighestMeterSet = 9999;
-constexpr double kLowestTarget = -60;  // LKFS
-constexpr double kLongestWatch = 1e7;  // s
+constexpr double kLowestTarget = -60;     // LKFS
+constexpr double kHighestTolerance = 99;  // LU
+constexpr double kLongestWatch = 1e7;     // s
 
 constexpr char kFooter[] =
     "\nExample, beside a running service of meter set 1, cluster 1:\n"
@@ -41,7 +42,14 @@ constexpr char kFooter[] =
     "held for 3 s. The lowest true peak published is -90.31 dBTP, also of silence.\n"
     "NO_COLOR in the environment switches the colours off.\n"
     "\n"
+    "Target, scale and tolerance are those of the configuration that the service\n"
+    "republishes, unless they are given; without either those of EBU R 128, -23 LKFS,\n"
+    "+9 and 1 LU. Loudness below the tolerance is yellow, above it red; > at the end\n"
+    "of a bar stands for a value beyond its scale.\n"
+    "\n"
     "States: RUNNING, PAUSED, STOPPED and NOT STARTED are what the service says.\n"
+    "No change for N s: the data comes, but always with the same figures; silence\n"
+    "aside, the source's blocks have stopped coming, or it is a steady tone.\n"
     "SILENT: for a second no data, though nothing says that it has stopped; its\n"
     "reporting is off, or it hangs. DEAD: it has published and no longer does.\n"
     "NO SERVICE: nobody publishes. WAITING: it has not said anything yet.\n"
@@ -188,11 +196,11 @@ void AddWatchCommand(CLI::App& app, int& status) {
       ->capture_default_str()
       ->check(CLI::Range(1, 8));
   command->add_option("--scale", look.scale, "EBU scale of the bars, +9 or +18 LU")
-      ->capture_default_str()
       ->check(CLI::IsMember({9, 18}));
   command->add_option("--target", look.target, "Target loudness in LKFS, 0 LU on the scale")
-      ->capture_default_str()
       ->check(Between(kLowestTarget, 0.0));
+  command->add_option("--tolerance", look.tolerance, "What is within the target, LU either side")
+      ->check(Between(0.0, kHighestTolerance));
   command->add_option("--format", options->format, "Rows for other programs: csv or json")
       ->check(CLI::IsMember({kCsv, kJson}));
   command->add_option("--count", options->count, "End after so many loudness messages")

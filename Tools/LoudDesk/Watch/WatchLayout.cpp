@@ -19,11 +19,12 @@ struct Share {
 // Figures twice: the second half needs rows of its own where the window is narrow. Notes twice: a
 // new start has three answers.
 constexpr Share kShares[] = {
-    {WatchPart::kHeader, 1},  {WatchPart::kLoudnessBars, 2}, {WatchPart::kFigures, 3},
-    {WatchPart::kPeakBar, 1}, {WatchPart::kStatus, 1},       {WatchPart::kLoudnessScale, 1},
-    {WatchPart::kFigures, 3}, {WatchPart::kFiguresRule, 1},  {WatchPart::kNotes, 2},
-    {WatchPart::kHistory, 4}, {WatchPart::kPeakScale, 1},    {WatchPart::kNotes, 2},
-    {WatchPart::kFooter, 1},  {WatchPart::kGapAboveBars, 1}, {WatchPart::kGapAbovePeak, 1},
+    {WatchPart::kHeader, 1},       {WatchPart::kLoudnessBars, 2}, {WatchPart::kFigures, 3},
+    {WatchPart::kPeakBar, 1},      {WatchPart::kStatus, 1},       {WatchPart::kLoudnessScale, 1},
+    {WatchPart::kFigures, 3},      {WatchPart::kFiguresRule, 1},  {WatchPart::kNotes, 2},
+    {WatchPart::kHistory, 4},      {WatchPart::kRangeBar, 1},     {WatchPart::kPeakScale, 1},
+    {WatchPart::kNotes, 2},        {WatchPart::kFooter, 1},       {WatchPart::kGapAboveBars, 1},
+    {WatchPart::kGapAbovePeak, 1},
 };
 
 // What is left goes to these, in rounds.
@@ -76,7 +77,8 @@ TextScreen ComposeWatch(const WatchModel& model, const WatchLook& look, ScreenSi
   if (size.columns < kSmallestWindow.columns || size.rows < kSmallestWindow.rows)
     return TooSmall(size);
   TextScreen screen(size);
-  const PartView view{model, look, now, screen};
+  const WatchLimits limits = LimitsOf(look, model);
+  const PartView view{model, look, limits, now, screen};
   std::size_t row = 0;
   for (const auto& [part, count] : GiveRows(size)) {
     if (count > 0)

@@ -48,7 +48,7 @@ std::string NoChangeText(std::chrono::milliseconds duration) {
 }
 
 void WatchModel::SetConnected(bool isConnected) {
-  if (!isConnected) {
+  if (isConnected && !mIsConnected) {
     mConfiguration.reset();
     mRepublished.reset();
   }

@@ -10,6 +10,7 @@
 #include <set>
 
 #include "FiguresText.h"
+#include "LuMessages.h"
 
 namespace louddesk {
 namespace {
@@ -23,9 +24,15 @@ constexpr std::size_t kColumnsForTwoColumns = 76;
 constexpr std::size_t kAxisWidth = 5;
 constexpr std::size_t kFigureWidth = 43;
 
-// Live loudness more than this above the target is shown as too loud: the tolerance of EBU R 128
-// for live programmes.
+// EBU R 128, for live programmes.
+constexpr double kTarget = -23.0;  // LKFS
 constexpr double kToleranceLu = 1.0;
+
+constexpr int kLowScale = 9;
+constexpr int kHighScale = 18;
+
+// Loudness ranges of a bar, LU. Those of feature films end below.
+constexpr double kHighestRange = 30.0;
 
 // Permitted maximum true peak, EBU R 128, and the ends of its bar, dBTP.
 constexpr double kMaxPermittedPeak = -1.0;
@@ -43,13 +50,13 @@ struct LuScale {
 constexpr LuScale kPlus9 = {-18, 9, 3};
 constexpr LuScale kPlus18 = {-36, 18, 6};
 
-const LuScale& ScaleOf(const WatchLook& look) {
-  return look.scale == 9 ? kPlus9 : kPlus18;
+const LuScale& ScaleOf(const WatchLimits& limits) {
+  return limits.scale == kHighScale ? kPlus18 : kPlus9;
 }
 
-ValueRange LuRange(const WatchLook& look) {
-  const LuScale& scale = ScaleOf(look);
-  return {scale.low, scale.high, kToleranceLu};
+ValueRange LuRange(const WatchLimits& limits) {
+  const LuScale& scale = ScaleOf(limits);
+  return {scale.low, scale.high, limits.tolerance, -limits.tolerance};
 }
 
 // A loudness relative to the target, for example "+1.5 LU"; empty without one.
@@ -112,13 +119,13 @@ void DrawLoudness(const PartView& view, std::size_t row, const char* name, std::
   const std::int16_t shown = view.model.IsLive(view.now) ? code : kNoLoudnessCode;
   auto level = LoudnessOf(shown);
   if (level)
-    *level -= view.look.target;
+    *level -= view.limits.target;
   view.screen.Write(row, kMargin, name, Ink::kStrong);
-  DrawBar(view.screen, BarRun(view, row), LuRange(view.look), level, 0.0, view.look.glyphs);
+  DrawBar(view.screen, BarRun(view, row), LuRange(view.limits), level, 0.0, view.look.glyphs);
   view.screen.WriteRight(row, columns - kMargin - 5, TenthsText(shown), Ink::kStrong);
   view.screen.WriteRight(row, columns - kMargin, "LKFS", Ink::kPlain);
   if (columns >= kColumnsForRelative)
-    view.screen.WriteRight(row, columns - kValueWidth, RelativeText(shown, view.look.target),
+    view.screen.WriteRight(row, columns - kValueWidth, RelativeText(shown, view.limits.target),
                            Ink::kPlain);
 }
 
@@ -129,11 +136,13 @@ struct Figure {
   std::string value;
   const char* unit;
   std::string relative;  // to the target; empty where there is none
-  bool isAlert;
+  Ink ink;
 };
 
-bool IsAbove(std::optional<double> value, double limit) {
-  return value && *value > limit;
+Ink InkOf(std::optional<double> value, const ValueRange& range) {
+  if (value && *value > range.alertAbove)
+    return Ink::kAlert;
+  return value && *value < range.lowBelow ? Ink::kLow : Ink::kStrong;
 }
 
 constexpr std::size_t kFigureCount = 6;
@@ -145,34 +154,36 @@ std::size_t FiguresAcross(std::size_t columns) {
 // In the order of importance.
 std::array<Figure, kFigureCount> FiguresShown(const PartView& view) {
   const LoudnessData_t& data = view.model.Data();
-  const double target = view.look.target;
-  const auto loudness = [target](const char* name, std::int16_t code, bool isAlert) {
-    return Figure{name, TenthsText(code), "LKFS", RelativeText(code, target), isAlert};
+  const auto maximum = [&view](const char* name, std::int16_t code) {
+    return Figure{name, TenthsText(code), "LKFS", RelativeText(code, view.limits.target),
+                  Ink::kStrong};
   };
-  const auto isLoud = [target](std::int16_t code) {
-    return IsAbove(LoudnessOf(code), target + kToleranceLu);
+  const auto loudness = [&view, &maximum](const char* name, std::int16_t code) {
+    Figure figure = maximum(name, code);
+    if (const auto value = LoudnessOf(code))
+      figure.ink = InkOf(*value - view.limits.target, LuRange(view.limits));
+    return figure;
   };
-  const bool isHot = IsAbove(TruePeakOf(data.MaxTruePeak), kMaxPermittedPeak);
-  return {
-      {loudness("Integrated loudness", data.Integrated, isLoud(data.Integrated)),
-       {"Maximum true peak", HundredthsText(data.MaxTruePeak), "dBTP", isHot ? "OVER" : "", isHot},
-       loudness("Programme loudness", data.Program, isLoud(data.Program)),
-       loudness("Maximum momentary", data.MaxMomentary, false),
-       {"Loudness range", RangeText(data), "LU", "", false},
-       loudness("Maximum short-term", view.model.MaxShortTerm(), false)}};
+  const Ink peakInk = InkOf(TruePeakOf(data.MaxTruePeak), kPeakRange);
+  return {{loudness("Integrated loudness", data.Integrated),
+           {"Maximum true peak", HundredthsText(data.MaxTruePeak), "dBTP",
+            peakInk == Ink::kAlert ? "OVER" : "", peakInk},
+           loudness("Programme loudness", data.Program),
+           maximum("Maximum momentary", data.MaxMomentary),
+           {"Loudness range", RangeText(data), "LU", "", Ink::kStrong},
+           maximum("Maximum short-term", view.model.MaxShortTerm())}};
 }
 
 void DrawFigure(const PartView& view, std::size_t row, std::size_t column, const Figure& figure) {
   constexpr std::size_t kValueEnd = 26;
   constexpr std::size_t kUnitBegin = kValueEnd + 1;
   constexpr std::size_t kRelativeEnd = kUnitBegin + 13;
-  const Ink ink = figure.isAlert ? Ink::kAlert : Ink::kStrong;
   view.screen.Write(row, column, figure.name, Ink::kPlain);
-  view.screen.WriteRight(row, column + kValueEnd, figure.value, ink);
+  view.screen.WriteRight(row, column + kValueEnd, figure.value, figure.ink);
   view.screen.Write(row, column + kUnitBegin, figure.unit, Ink::kPlain);
   if (column + kRelativeEnd < view.screen.Columns())
     view.screen.WriteRight(row, column + kRelativeEnd, figure.relative,
-                           figure.isAlert ? Ink::kAlert : Ink::kPlain);
+                           figure.ink == Ink::kStrong ? Ink::kPlain : figure.ink);
 }
 
 std::string SpanText(std::size_t columns) {
@@ -188,7 +199,7 @@ std::deque<std::optional<double>> RelativeHistory(const PartView& view) {
   for (const std::int16_t code : view.model.History()) {
     auto value = LoudnessOf(code);
     if (value)
-      *value -= view.look.target;
+      *value -= view.limits.target;
     values.push_back(value);
   }
   return values;
@@ -196,10 +207,10 @@ std::deque<std::optional<double>> RelativeHistory(const PartView& view) {
 
 // Both ends of the scale, and the target where that has a row of its own.
 void DrawAxis(const PartView& view, const CellArea& area) {
-  const LuScale& scale = ScaleOf(view.look);
+  const LuScale& scale = ScaleOf(view.limits);
   std::set<std::size_t> taken;
   for (const double lu : {scale.low, scale.high, 0.0}) {
-    const std::size_t row = area.row + RowOf(area, LuRange(view.look), lu);
+    const std::size_t row = area.row + RowOf(area, LuRange(view.limits), lu);
     if (!taken.insert(row).second)
       continue;
     view.screen.WriteRight(row, kMargin + kAxisWidth - 1,
@@ -238,8 +249,8 @@ void DrawStatus(const PartView& view, RowSpan rows) {
 }
 
 void DrawLoudnessScale(const PartView& view, RowSpan rows) {
-  const ValueRange range = LuRange(view.look);
-  DrawScale(view.screen, BarRun(view, rows.first), range, ScaleOf(view.look).step, true);
+  const ValueRange range = LuRange(view.limits);
+  DrawScale(view.screen, BarRun(view, rows.first), range, ScaleOf(view.limits).step, true);
   view.screen.Write(rows.first, kMargin, "LU", Ink::kFaint);
 }
 
@@ -268,10 +279,25 @@ void DrawPeakScale(const PartView& view, RowSpan rows) {
   view.screen.Write(rows.first, kMargin, "dBTP", Ink::kFaint);
 }
 
+void DrawRangeBar(const PartView& view, RowSpan rows) {
+  constexpr ValueRange kRange = {0, kHighestRange, kHighestRange};
+  const std::size_t columns = view.screen.Columns();
+  const LoudnessData_t shown = view.model.IsLive(view.now) ? view.model.Data() : LoudnessData_t{};
+  const auto range = HasRange(shown) ? LoudnessOf(shown.Lra) : std::nullopt;
+  view.screen.Write(rows.first, kMargin, "Range", Ink::kStrong);
+  DrawBar(view.screen, BarRun(view, rows.first), kRange, range, std::nullopt, view.look.glyphs);
+  view.screen.WriteRight(rows.first, columns - kMargin - 5, RangeText(shown), Ink::kStrong);
+  view.screen.Write(rows.first, columns - kMargin - 4, "LU", Ink::kPlain);
+  if (columns >= kColumnsForRelative)
+    view.screen.WriteRight(rows.first, columns - kValueWidth,
+                           fmt::format("of {:g} LU", kHighestRange), Ink::kFaint);
+}
+
 void DrawFiguresRule(const PartView& view, RowSpan rows) {
   const std::string since = StateIn(view).isAlarming ? "Last known; " : "";
   DrawRule(view, rows.first,
-           fmt::format("{}{}; target {:.1f} LKFS", since, WindowsText(view), view.look.target));
+           fmt::format("{}{}; target {:.1f} LKFS, +/-{:g} LU", since, WindowsText(view),
+                       view.limits.target, view.limits.tolerance));
 }
 
 void DrawFigures(const PartView& view, RowSpan rows) {
@@ -289,7 +315,8 @@ void DrawHistoryPart(const PartView& view, RowSpan rows) {
   const CellArea area = {rows.first + 1, left, view.screen.Columns() - left - kMargin,
                          rows.count - 1};
   DrawRule(view, rows.first, SpanText(std::min(area.width, kMaxHistory)) + " (LU)");
-  DrawHistory(view.screen, area, LuRange(view.look), 0.0, RelativeHistory(view), view.look.glyphs);
+  DrawHistory(view.screen, area, LuRange(view.limits), 0.0, RelativeHistory(view),
+              view.look.glyphs);
   DrawAxis(view, area);
 }
 
@@ -312,18 +339,31 @@ void DrawNotes(const PartView& view, RowSpan rows) {
 void DrawFooter(const PartView& view, RowSpan rows) {
   view.screen.Write(rows.first, kMargin, "q quits", Ink::kFaint);
   view.screen.WriteRight(rows.first, view.screen.Columns() - kMargin,
-                         fmt::format("EBU +{} scale", view.look.scale), Ink::kFaint);
+                         fmt::format("EBU +{} scale", view.limits.scale), Ink::kFaint);
 }
 
 void DrawNothing(const PartView&, RowSpan) {}
 
 // In the order of WatchPart.
 constexpr void (*kDraw[])(const PartView& view, RowSpan rows) = {
-    DrawHeader,      DrawStatus,  DrawNothing,   DrawLoudnessScale, DrawLoudnessBars,
-    DrawNothing,     DrawPeakBar, DrawPeakScale, DrawFiguresRule,   DrawFigures,
-    DrawHistoryPart, DrawNotes,   DrawFooter};
+    DrawHeader,  DrawStatus,      DrawNothing,   DrawLoudnessScale, DrawLoudnessBars,
+    DrawNothing, DrawPeakBar,     DrawPeakScale, DrawRangeBar,      DrawFiguresRule,
+    DrawFigures, DrawHistoryPart, DrawNotes,     DrawFooter};
 
 }  // namespace
+
+WatchLimits LimitsOf(const WatchLook& look, const WatchModel& model) {
+  WatchLimits limits = {kTarget, kLowScale, kToleranceLu};
+  if (const auto& configuration = model.Configuration()) {
+    const bool isHigh = cLuConf::ConvertToLoudnessStandardFromString(
+                            configuration->loudnessStandard.c_str()) == EBU_R128_18;
+    limits.target = configuration->referenceLevel;
+    limits.scale = isHigh ? kHighScale : kLowScale;
+    limits.tolerance = std::max(configuration->alarmTolerance, 0);
+  }
+  return {look.target.value_or(limits.target), look.scale.value_or(limits.scale),
+          look.tolerance.value_or(limits.tolerance)};
+}
 
 void DrawPart(WatchPart part, const PartView& view, RowSpan rows) {
   kDraw[static_cast<std::size_t>(part)](view, rows);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 
 #include "MeterGraphics.h"
 #include "TextScreen.h"
@@ -10,19 +11,32 @@
 
 namespace louddesk {
 
-/// What the user chose.
+/// What the user chose. Without a choice the configuration that the service republishes holds.
 struct WatchLook {
   unsigned meterSet = 1;
   unsigned cluster = 1;
-  double target = -23.0;  // LKFS, 0 LU on the scale
-  int scale = 9;          // of the loudness bars: 9 or 18, LU
+  std::optional<double> target;     // LKFS, 0 LU on the scale
+  std::optional<int> scale;         // of the loudness bars: 9 or 18, LU
+  std::optional<double> tolerance;  // either side of the target, LU
   Glyphs glyphs = Glyphs::kBlocks;
 };
+
+/// What loudness is measured against.
+struct WatchLimits {
+  double target;     // LKFS
+  int scale;         // 9 or 18, LU
+  double tolerance;  // LU
+};
+
+/// The user's choice, what the service's configuration says or, where neither says anything,
+/// EBU R 128 for live programmes: -23 LKFS, 1 LU either side, the scale +9.
+WatchLimits LimitsOf(const WatchLook& look, const WatchModel& model);
 
 /// What a part is drawn from, and where to.
 struct PartView {
   const WatchModel& model;
   const WatchLook& look;
+  const WatchLimits& limits;
   WatchModel::Time now;
   TextScreen& screen;
 };
@@ -43,6 +57,7 @@ enum class WatchPart {
   kGapAbovePeak,
   kPeakBar,      // the true peak, with the highest of the last seconds: one row
   kPeakScale,    // the numbers under that bar: one row
+  kRangeBar,     // the loudness range: one row
   kFiguresRule,  // since when the figures count: one row
   kFigures,      // as many figures as there is room for, the most important ones first
   kHistory,      // the short-term loudness of the last minutes: two rows or more

@@ -50,7 +50,22 @@ TEST(MeterGraphicsTest, BarFillsInEighthsOfACell) {
 
 TEST(MeterGraphicsTest, ValuesBeyondTheEndsFillNothingOrEverything) {
   EXPECT_EQ("··········", Bar(-99.0));
-  EXPECT_EQ("██████████", Bar(12.0));
+  EXPECT_EQ("██████████", Bar(10.0));
+}
+
+TEST(MeterGraphicsTest, ValuesAboveTheEndOfTheScaleAreMarked) {
+  EXPECT_EQ("█████████>", Bar(10.1));
+  EXPECT_EQ("███······>", Bar(3.0, 10.1));
+  EXPECT_EQ("#########>", Bar(10.1, std::nullopt, Glyphs::kAscii));
+}
+
+TEST(MeterGraphicsTest, BothSidesOfTheLimitsAreColoured) {
+  TextScreen screen({10, 1});
+  louddesk::DrawBar(screen, kRun, {0, 10, 8, 3}, 10.0, std::nullopt, Glyphs::kBlocks);
+  EXPECT_EQ(Ink::kLow, screen.Row(0)[2].ink);
+  EXPECT_EQ(Ink::kGood, screen.Row(0)[3].ink);
+  EXPECT_EQ(Ink::kGood, screen.Row(0)[7].ink);
+  EXPECT_EQ(Ink::kAlert, screen.Row(0)[8].ink);
 }
 
 TEST(MeterGraphicsTest, NoValueIsAnEmptyBar) {

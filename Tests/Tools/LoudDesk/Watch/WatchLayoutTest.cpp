@@ -75,6 +75,20 @@ class WatchLayoutTest : public testing::Test {
     return picture.substr(begin + 1, picture.find('\n', begin + 1) - begin - 1);
   }
 
+  /// Ink of the first cell of a text.
+  louddesk::Ink InkOf(const std::string& text) const {
+    const TextScreen screen = ComposeWatch(mModel, mLook, kUsual, kStart);
+    for (std::size_t row = 0; row < screen.Rows(); ++row) {
+      std::string line;  // a character a cell
+      for (const louddesk::TextCell& cell : screen.Row(row))
+        line += cell.glyph < 128 ? static_cast<char>(cell.glyph) : '?';
+      if (const std::size_t column = line.find(text); column != std::string::npos)
+        return screen.Row(row)[column].ink;
+    }
+    ADD_FAILURE() << "no " << text;
+    return louddesk::Ink::kPlain;
+  }
+
   LoudnessData_t mData;
   WatchModel mModel{kStart};
   WatchLook mLook;
@@ -115,6 +129,64 @@ TEST_F(WatchLayoutTest, ScalesReachAsFarAsTheirNames) {
   EXPECT_THAT(Line("LU"), testing::AllOf(HasSubstr("-18 "), HasSubstr("+9")));
   mLook.scale = 18;
   EXPECT_THAT(Line("LU"), testing::AllOf(HasSubstr("-36 "), HasSubstr("+18")));
+}
+
+louddesk::LoudnessConfiguration OfTheUnit() {
+  louddesk::LoudnessConfiguration configuration;
+  configuration.referenceLevel = -20;
+  configuration.loudnessStandard = "EBU R128 (+18)";
+  configuration.alarmTolerance = 3;
+  return configuration;
+}
+
+TEST_F(WatchLayoutTest, WithoutAConfigurationTheMeterIsThatOfLiveProgrammes) {
+  Take();
+  EXPECT_THAT(Picture(), HasSubstr("target -23.0 LKFS, +/-1 LU"));
+}
+
+TEST_F(WatchLayoutTest, TargetScaleAndToleranceAreThoseOfTheService) {
+  Take();
+  Configure(OfTheUnit());
+  EXPECT_THAT(Picture(), HasSubstr("target -20.0 LKFS, +/-3 LU"));
+  EXPECT_THAT(Line("LU"), HasSubstr("+18"));
+}
+
+TEST_F(WatchLayoutTest, OptionsComeBeforeTheConfiguration) {
+  Take();
+  Configure(OfTheUnit());
+  mLook.target = -24.0;
+  mLook.tolerance = 0.5;
+  mLook.scale = 9;
+  EXPECT_THAT(Picture(), HasSubstr("target -24.0 LKFS, +/-0.5 LU"));
+  EXPECT_THAT(Line("LU"), HasSubstr("+9"));
+}
+
+// Integrated loudness is -22.8 LKFS.
+TEST_F(WatchLayoutTest, FiguresOnBothSidesOfTheTargetAreColoured) {
+  Take();
+  mLook.tolerance = 2.0;
+  for (const auto& [target, ink] :
+       {std::pair(-25.0, louddesk::Ink::kAlert), std::pair(-23.0, louddesk::Ink::kStrong),
+        std::pair(-20.0, louddesk::Ink::kLow)}) {
+    mLook.target = target;
+    EXPECT_EQ(ink, InkOf("-22.8")) << target;
+  }
+}
+
+TEST_F(WatchLayoutTest, RangeIsABarWithItsUnit) {
+  // 3.5 of 30 LU on 55 cells are 6.4.
+  Take();
+  EXPECT_THAT(Line("Range"), testing::AllOf(HasSubstr(" ██████▍·"), HasSubstr("  3.5 LU")));
+  EXPECT_THAT(Line("Range", {120, 40}), HasSubstr("of 30 LU"));
+  mData.Lra = 301;
+  Take();
+  EXPECT_THAT(Line("Range"), HasSubstr("█> "));
+}
+
+TEST_F(WatchLayoutTest, LoudnessBeyondTheScaleIsMarked) {
+  mData.Momentary = -139;  // 9.1 LU above the target
+  Take();
+  EXPECT_THAT(Line("Momentary"), HasSubstr("█> "));
 }
 
 TEST_F(WatchLayoutTest, NoReadingIsADash) {
