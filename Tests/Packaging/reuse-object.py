@@ -5,6 +5,7 @@ from there; any other is compiled. Usage: reuse-object.py BUILD COMPILER ARGUMEN
 import json
 import os
 import shlex
+import shutil
 import sys
 from pathlib import Path
 
@@ -45,6 +46,13 @@ def made_object(build, words):
     return None
 
 
+def take(made, target):
+    try:
+        os.link(made, target)
+    except OSError:  # on another file system
+        shutil.copyfile(made, target)
+
+
 def main():
     build, command = Path(sys.argv[1]), sys.argv[2:]
     words = normalised(command, Path.cwd())
@@ -54,12 +62,14 @@ def main():
             at = words.index(flag)
             del words[at : at + 2]
     words = [word for word in words if word != "-MD"]
-    made = made_object(build, words) if "-o" in words else None
+    target = after(command, "-o")
+    made = made_object(build, words) if target else None
+    # What is there may be the other build's own file: it is replaced, never written to.
+    if target:
+        Path(target).unlink(missing_ok=True)
     if made is None:
         os.execvp(command[0], command)
-    target = after(command, "-o")
-    Path(target).unlink(missing_ok=True)
-    os.link(made, target)
+    take(made, target)
     if dependencies := after(command, "-MF"):
         Path(dependencies).write_text(f"{target}: {command[-1]}\n")
 
