@@ -43,7 +43,7 @@ class ProgrammeMeter {
   /// Measures the next block, channel i of the file as meter i + 1.
   void Feed(const BlockReading& block);
 
-  /// Counts the true peaks of what a programme ends with when it is no block any more. There is no
+  /// Counts the true peaks of what a programme ends with that is less than a block. There is no
   /// last block for a momentary, nor last 3 s for a short-term reading then; all other figures stay
   /// those of whole blocks.
   void FeedRest(const BlockReading& rest);
@@ -84,7 +84,7 @@ class ProgrammeMeter {
   std::uint32_t mMeters = 0;      // a bit for each of them
 
   std::uint64_t mBlocks = 0;
-  bool mHasEnded = false;                                     // with a rest that is no block
+  bool mHasEnded = false;                                     // with less than a block
   std::array<std::uint64_t, kMomentaryBlocks> mLastPowers{};  // of 400 ms
   float mMomentary = kNoLoudnessLkfs;                         // of those, LKFS
   cCircBuf mShortTermCodes;

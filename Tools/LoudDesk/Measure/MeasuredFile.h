@@ -14,7 +14,7 @@
 namespace louddesk {
 
 /// What the meter shows at the end of a block; nothing where there is no reading. The point of what
-/// a file ends with when it is no block any more has a true peak of its own, no momentary and
+/// a file ends with that is less than a block has a true peak of its own, no momentary and
 /// short-term loudness, and the other figures of the last block. Single precision is what the
 /// engine computes in.
 struct SeriesPoint {

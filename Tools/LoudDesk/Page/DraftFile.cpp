@@ -44,7 +44,7 @@ std::string WhyNotReplaced(const std::string& place) {
   if (S_ISDIR(earlier.st_mode))
     return "is a directory";
   if (!S_ISREG(earlier.st_mode))
-    return "is no regular file";
+    return "is not a regular file";
   return access(place.c_str(), W_OK) == 0 ? "" : LastError();
 }
 

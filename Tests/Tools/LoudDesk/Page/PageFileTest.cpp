@@ -99,7 +99,7 @@ TEST_F(PageFileTest, WhatCannotBeWrittenIsKnownBefore) {
     const char* reason;
   } const cases[] = {
       {mPath, "is a directory"},
-      {mDirectory.Path("pipe.html"), "is no regular file"},
+      {mDirectory.Path("pipe.html"), "is not a regular file"},
       {mDirectory.Path("missing/page.html"), "No such file or directory"},
       {file + "/page.html", "Not a directory"},
   };
