@@ -70,6 +70,7 @@ std::vector<MeasuredProgramme> MeasureFile(AudioFile& file,
   BlockMeter frontEnd(file.Channels(), file.SampleRate());
   std::vector<double> samples(frontEnd.MaxFramesInBlock() * file.Channels());
   std::vector<std::unique_ptr<Measurement>> measurements;
+  measurements.reserve(programmes.size());
   for (const Programme& programme : programmes)
     measurements.push_back(std::make_unique<Measurement>(programme, file.Channels(), series));
   BlockReading reading;
@@ -87,6 +88,7 @@ std::vector<MeasuredProgramme> MeasureFile(AudioFile& file,
     progress(file.FramesRead());
   }
   std::vector<MeasuredProgramme> measured;
+  measured.reserve(measurements.size());
   for (const auto& measurement : measurements)
     measured.push_back(measurement->Finish(SecondsRead(file)));
   return measured;

@@ -50,7 +50,7 @@ std::string NoteList(const Figures& figures) {
 // Files as one have a histogram, but no times.
 std::string Plots(const Subject& subject, const Criteria& criteria, const std::string& id) {
   const MeasuredProgramme& programme = *subject.programme;
-  const std::string histogram = HistogramFigure(programme, criteria, id + "-histogram");
+  std::string histogram = HistogramFigure(programme, criteria, id + "-histogram");
   if (subject.file == nullptr)
     return histogram;
   if (programme.points.empty())

@@ -36,6 +36,13 @@ std::string DraftOf(const fs::path& place) {
          (".LoudDesk-" + std::to_string(getpid()) + "-" + std::to_string(++drafts) + ".part");
 }
 
+// A file without a name, of which a killed program leaves nothing; -1 where the file system has
+// none.
+int OpenUnnamed(const fs::path& directory) {
+  return open(directory.empty() ? "." : directory.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC,
+              kUsualMode);
+}
+
 // Why what lies at the place must stay; empty when nothing does.
 std::string WhyNotReplaced(const std::string& place) {
   struct stat earlier {};
@@ -59,8 +66,12 @@ DraftFile::DraftFile(const std::string& path)
     : mPlace(Resolved(path)), mPath(DraftOf(mPlace)), mFault(WhyNotReplaced(mPlace)) {
   if (!mFault.empty())
     return;
+  mFile = OpenUnnamed(fs::path(mPlace).parent_path());
+  if (mFile >= 0)
+    return;
   mFile = open(mPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kUsualMode);
-  if (mFile < 0)
+  mHasName = mFile >= 0;
+  if (!mHasName)
     mFault = LastError();
 }
 
@@ -68,7 +79,7 @@ DraftFile::~DraftFile() {
   if (mFile < 0)
     return;
   close(mFile);
-  if (!mIsKept)
+  if (mHasName && !mIsKept)
     unlink(mPath.c_str());
 }
 
@@ -81,13 +92,21 @@ void DraftFile::Write(const std::string& text) {
   }
 }
 
+bool DraftFile::TakeName() {
+  const std::string self = "/proc/self/fd/" + std::to_string(mFile);
+  if (!mHasName)
+    mHasName = linkat(AT_FDCWD, self.c_str(), AT_FDCWD, mPath.c_str(), AT_SYMLINK_FOLLOW) == 0;
+  return mHasName;
+}
+
 std::string DraftFile::TakePlace() {
   if (!mFault.empty())
     return mFault;
   struct stat earlier {};
   const bool hasMode =
       stat(mPlace.c_str(), &earlier) != 0 || fchmod(mFile, earlier.st_mode & 07777) == 0;
-  mIsKept = hasMode && fsync(mFile) == 0 && std::rename(mPath.c_str(), mPlace.c_str()) == 0;
+  mIsKept =
+      hasMode && fsync(mFile) == 0 && TakeName() && std::rename(mPath.c_str(), mPlace.c_str()) == 0;
   if (!mIsKept)
     mFault = LastError();
   return mFault;

@@ -1,5 +1,5 @@
-// A file that takes its place whole, or not at all: it is written beside it and moved there. Until
-// then an earlier file of that name stays as it is.
+// A file that takes its place whole, or not at all: it is written beside it, without a name where
+// the file system can, and moved there. Until then an earlier file of that name stays as it is.
 
 #pragma once
 
@@ -35,9 +35,12 @@ class DraftFile {
   std::string TakePlace();
 
  private:
+  bool TakeName();
+
   std::string mPlace;
   std::string mPath;
   int mFile = -1;
+  bool mHasName = false;  // the draft, in its directory
   bool mIsKept = false;
   std::string mFault;  // the first one
 };

@@ -2,8 +2,10 @@
 
 #include "DraftFile.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -44,6 +46,19 @@ TEST_F(DraftFileTest, ADraftThatIsNotKeptLeavesNothingAndTheEarlierFile) {
   mDirectory.WriteBytes("file.csv", "earlier");
   DraftFile(mPath).Write("new");
   EXPECT_EQ(BytesOf(mPath), "earlier");
+  EXPECT_THAT(Names(), ElementsAre("file.csv"));
+}
+
+// A program that is killed while it measures for hours leaves nothing behind.
+TEST_F(DraftFileTest, ADraftHasNoNameBeforeItTakesItsPlace) {
+  const int unnamed = open(mDirectory.Path(".").c_str(), O_WRONLY | O_TMPFILE, 0600);
+  if (unnamed < 0)
+    GTEST_SKIP() << "NOT TESTED: the file system of " << mPath << " has no files without a name";
+  close(unnamed);
+  DraftFile draft(mPath);
+  draft.Write("new");
+  EXPECT_THAT(Names(), ElementsAre());
+  EXPECT_EQ(draft.TakePlace(), "");
   EXPECT_THAT(Names(), ElementsAre("file.csv"));
 }
 
