@@ -141,8 +141,16 @@ void Terminal::Show(const TextScreen& cells) {
 }
 
 int Terminal::ReadKey() {
-  const int key = getch();
-  return key == ERR ? 0 : key;
+  switch (const int key = getch()) {
+    case ERR:
+      return 0;
+    case KEY_UP:
+      return kKeyUp;
+    case KEY_DOWN:
+      return kKeyDown;
+    default:
+      return key;
+  }
 }
 
 }  // namespace louddesk

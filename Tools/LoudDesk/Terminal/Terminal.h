@@ -21,6 +21,10 @@ class TerminalError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// Keys that are no characters.
+constexpr int kKeyUp = 0x110000;
+constexpr int kKeyDown = 0x110001;
+
 class Terminal {
  public:
   /// Takes over the terminal on standard output. Throws TerminalError when its kind is not known or
@@ -45,7 +49,8 @@ class Terminal {
   /// Shows the cells; only what has changed is written.
   void Show(const TextScreen& cells);
 
-  /// The next character typed, 0 when there is none. Takes note of a new size of the window.
+  /// The next character typed or key pressed, 0 when there is none. Takes note of a new size of the
+  /// window.
   int ReadKey();
 
  private:

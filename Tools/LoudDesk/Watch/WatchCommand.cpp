@@ -11,10 +11,13 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "Complaints.h"
 #include "NumberCheck.h"
 #include "ServiceFeed.h"
+#include "WatchControl.h"
+#include "WatchKeys.h"
 #include "WatchViews.h"
 
 namespace louddesk {
@@ -24,7 +27,7 @@ constexpr char kCsv[] = "csv";
 constexpr char kJson[] = "json";
 
 constexpr unsigned kHighestMeterSet = 9999;
-constexpr double kLowestTarget = -60;     // LKFS
+constexpr unsigned kControlledMeterSet = 1;
 constexpr double kHighestTolerance = 99;  // LU
 constexpr double kLongestWatch = 1e7;     // s
 
@@ -33,7 +36,10 @@ constexpr char kFooter[] =
     "  LoudDesk watch\n"
     "  LoudDesk watch --format csv --seconds 60 > minute.csv\n"
     "\n"
-    "In a terminal it is a meter that fills the window; q or Ctrl-C ends it. Into a\n"
+    "In a terminal it is a meter in the whole window; h shows its keys, q or Ctrl-C\n"
+    "ends it. With --control the keys 1 to 5 start, pause, play, stop and reset the\n"
+    "measurement of meter set 1; the meter then holds the endpoint of the application\n"
+    "server of the main board, which no other program may use. Into a\n"
     "pipe it writes a line a second or, with --format, a row for each message the\n"
     "moment it comes: LKFS, LU and dBTP, with nothing (CSV) or null (JSON) where\n"
     "there is no reading. When no row comes for a second, a line on standard error\n"
@@ -65,12 +71,13 @@ struct WatchOptions {
   std::optional<double> seconds;       // ends after so long
 };
 
-std::unique_ptr<WatchView> MakeView(const WatchOptions& options) {
+std::unique_ptr<WatchView> MakeView(const WatchOptions& options, CommandSink send) {
   if (options.format == kCsv)
     return MakeCsvView(std::cout, std::cerr);
   if (options.format == kJson)
     return MakeJsonView(std::cout, std::cerr);
-  return isatty(STDOUT_FILENO) != 0 ? MakeScreenView(options.look) : MakeLineView(std::cout);
+  return isatty(STDOUT_FILENO) != 0 ? MakeScreenView(options.look, std::move(send))
+                                    : MakeLineView(std::cout);
 }
 
 using Clock = std::chrono::steady_clock;
@@ -90,14 +97,20 @@ class WatchSession {
       : mOptions(options),
         mFeed(options.look.meterSet, options.look.cluster),
         mStart(Clock::now()),
-        mModel(mStart) {}
+        mModel(mStart) {
+    if (options.look.isControlling)
+      mControl.emplace(options.look.meterSet, options.look.cluster);
+  }
+
+  void Send(const std::string& command) { mControl->Send(command); }
 
   /// Until the count, the time, the user or `out` ends it.
   void Run(WatchView& view, const std::ostream& out) {
-    while (!IsOver() && out && zsys_interrupted == 0 && !view.WantsEnd()) {
+    while (!IsOver() && out && zsys_interrupted == 0 && view.TakeKeys(mModel)) {
       WaitAndRead({&mFeed}, TimeToRefresh(), view.HasKeys() ? STDIN_FILENO : -1);
       mModel.SetConnected(mFeed.HasDataPublisher() && mFeed.HasStatePublisher());
       TakeMessages(view);
+      TakeNews();
       mModel.Advance(Clock::now());
       view.Refresh(mModel, Clock::now());
     }
@@ -147,6 +160,14 @@ class WatchSession {
         TakeAnswer(*answer, view);
   }
 
+  void TakeNews() {
+    if (!mControl)
+      return;
+    const std::string localTime = LocalClockText(std::chrono::system_clock::now());
+    for (const std::string& text : mControl->TakeNews())
+      mModel.AddNote(localTime, text);
+  }
+
   void TakeData(const LoudnessMessage& message, WatchView& view) {
     ++mTaken;
     mModel.TakeData(message);
@@ -162,6 +183,7 @@ class WatchSession {
 
   WatchOptions mOptions;
   ServiceFeed mFeed;  // before any view: the terminal leaves the signals as they are then
+  std::optional<WatchControl> mControl;
   Clock::time_point mStart;
   WatchModel mModel;
   unsigned long mTaken = 0;      // loudness messages
@@ -171,8 +193,11 @@ class WatchSession {
 int Watch(const WatchOptions& options) {
   Complaints complaints(std::cerr);
   try {
+    if (options.look.isControlling && (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0))
+      throw std::runtime_error("--control needs a terminal and its keys");
     WatchSession session(options);
-    session.Run(*MakeView(options), std::cout);
+    const auto send = [&session](const std::string& command) { session.Send(command); };
+    session.Run(*MakeView(options, send), std::cout);
     if (std::cout)
       session.Conclude(complaints);
     else
@@ -198,7 +223,7 @@ void AddWatchCommand(CLI::App& app, int& status) {
   command->add_option("--scale", look.scale, "EBU scale of the bars, +9 or +18 LU")
       ->check(CLI::IsMember({9, 18}));
   command->add_option("--target", look.target, "Target loudness in LKFS, 0 LU on the scale")
-      ->check(Between(kLowestTarget, 0.0));
+      ->check(Between(kLowestTarget, kHighestTarget));
   command->add_option("--tolerance", look.tolerance, "What is within the target, LU either side")
       ->check(Between(0.0, kHighestTolerance));
   command->add_option("--format", options->format, "Rows for other programs: csv or json")
@@ -207,8 +232,15 @@ void AddWatchCommand(CLI::App& app, int& status) {
       ->check(CheckCount);
   command->add_option("--seconds", options->seconds, "End after so long")
       ->check(Between(0.0, kLongestWatch));
+  command->add_flag("--control", look.isControlling,
+                    "Keys command the service, from the place of the application server");
   command->footer(kFooter);
-  command->callback([options, &status] { status = Watch(*options); });
+  command->callback([options, &status] {
+    // Services of the other meter sets hear of no commands.
+    if (options->look.isControlling && options->look.meterSet != kControlledMeterSet)
+      throw CLI::ValidationError("--control", "only a service of meter set 1 takes commands");
+    status = Watch(*options);
+  });
 }
 
 }  // namespace louddesk

@@ -6,6 +6,9 @@
 #include <limits>
 #include <map>
 #include <string>
+#include <vector>
+
+#include "WatchKeys.h"
 
 namespace louddesk {
 namespace {
@@ -70,6 +73,19 @@ TextScreen TooSmall(ScreenSize size) {
   return screen;
 }
 
+// In the middle of the window, with a margin of blanks.
+void DrawHelp(TextScreen& screen, const std::vector<std::string>& lines) {
+  constexpr std::size_t kWidth = 48;
+  const std::size_t rows = lines.size() + 2;
+  const std::size_t top = (screen.Rows() - std::min(screen.Rows(), rows)) / 2;
+  const std::size_t left = (screen.Columns() - std::min(screen.Columns(), kWidth)) / 2;
+  for (std::size_t i = 0; i < rows; ++i) {
+    screen.Write(top + i, left, std::string(kWidth, ' '), Ink::kBadge);
+    if (i > 0 && i <= lines.size())
+      screen.Write(top + i, left + 2, lines[i - 1], Ink::kBadge);
+  }
+}
+
 }  // namespace
 
 TextScreen ComposeWatch(const WatchModel& model, const WatchLook& look, ScreenSize size,
@@ -85,6 +101,8 @@ TextScreen ComposeWatch(const WatchModel& model, const WatchLook& look, ScreenSi
       DrawPart(part, view, {row, count});
     row += count;
   }
+  if (look.showsHelp)
+    DrawHelp(screen, HelpLines(look.isControlling));
   return screen;
 }
 

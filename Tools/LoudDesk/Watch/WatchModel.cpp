@@ -58,10 +58,8 @@ void WatchModel::SetConnected(bool isConnected) {
 void WatchModel::TakeData(const LoudnessMessage& message) {
   Advance(message.time);
   NoteChange(message);
-  if (IsRestart(message.data)) {
-    mMaxShortTerm = kNoLoudnessCode;
-    mHeldPeak = kNoTruePeakCode;
-  }
+  if (IsRestart(message.data))
+    ResetMaxima();
   mLastData = message.time;
   mData = message.data;
   mIsSourceValid = message.validSource != 0;
@@ -70,6 +68,11 @@ void WatchModel::TakeData(const LoudnessMessage& message) {
   mMaxShortTerm = std::max(mMaxShortTerm, mData.ShortTerm);
   mHistory.back() = std::max(mHistory.back(), mData.ShortTerm);
   HoldPeak(message.time);
+}
+
+void WatchModel::ResetMaxima() {
+  mMaxShortTerm = kNoLoudnessCode;
+  mHeldPeak = kNoTruePeakCode;
 }
 
 // A maximum falls only where the measurement begins anew.
@@ -125,9 +128,12 @@ void WatchModel::TakeAnswer(const ServiceAnswer& answer, Time time, const std::s
   } else if (answer.isRepublished && !mRepublished) {
     mRepublished = time;
   }
-  if (answer.isRepublished)
-    return;
-  mNotes.push_back({localTime, AnswerText(answer)});
+  if (!answer.isRepublished)
+    AddNote(localTime, AnswerText(answer));
+}
+
+void WatchModel::AddNote(const std::string& localTime, const std::string& text) {
+  mNotes.push_back({localTime, text});
   if (mNotes.size() > kMaxNotes)
     mNotes.pop_front();
 }

@@ -85,6 +85,12 @@ class WatchModel {
   /// Takes an answer that came at `time`.
   void TakeAnswer(const ServiceAnswer& answer, Time time, const std::string& localTime);
 
+  /// Notes a line that came at `localTime`.
+  void AddNote(const std::string& localTime, const std::string& text);
+
+  /// Forgets the maximum short-term loudness and the held peak.
+  void ResetMaxima();
+
   /// Advances the history to `now`.
   void Advance(Time now);
 
@@ -107,8 +113,8 @@ class WatchModel {
   /// The last figures; without readings before the first message.
   const LoudnessData_t& Data() const { return mData; }
 
-  /// Highest short-term loudness seen since the measurement restarted or the watch began, 0.1 LKFS;
-  /// kNoLoudnessCode when there was none.
+  /// Highest short-term loudness seen since the measurement restarted, the watch began or
+  /// ResetMaxima was called, 0.1 LKFS; kNoLoudnessCode when there was none.
   std::int16_t MaxShortTerm() const { return mMaxShortTerm; }
 
   /// Highest true peak of the last seconds since the measurement restarted, 0.01 dBTP;
@@ -128,7 +134,7 @@ class WatchModel {
   /// there was none. The last one is still going on.
   const std::deque<std::int16_t>& History() const { return mHistory; }
 
-  /// What was acknowledged, oldest first.
+  /// What was acknowledged and otherwise noted, oldest first.
   const std::deque<Note>& Notes() const { return mNotes; }
 
  private:

@@ -31,6 +31,10 @@ constexpr double kToleranceLu = 1.0;
 constexpr int kLowScale = 9;
 constexpr int kHighScale = 18;
 
+// The most important keys.
+constexpr char kKeys[] = "q quits  h help";
+constexpr char kControlKeys[] = "q quits  h help  1 start  2 pause  3 play  4 stop  5 reset";
+
 // Loudness ranges of a bar, LU. Those of feature films end below.
 constexpr double kHighestRange = 30.0;
 
@@ -322,7 +326,9 @@ void DrawHistoryPart(const PartView& view, RowSpan rows) {
 
 // The newest at the bottom.
 void DrawNotes(const PartView& view, RowSpan rows) {
-  DrawRule(view, rows.first, "Acknowledgements");
+  DrawRule(view, rows.first,
+           view.look.isControlling ? "Acknowledgements; this is in the application server's place"
+                                   : "Acknowledgements");
   const auto& notes = view.model.Notes();
   if (notes.empty())
     view.screen.Write(rows.first + 1, kMargin, "none yet", Ink::kFaint);
@@ -337,7 +343,8 @@ void DrawNotes(const PartView& view, RowSpan rows) {
 }
 
 void DrawFooter(const PartView& view, RowSpan rows) {
-  view.screen.Write(rows.first, kMargin, "q quits", Ink::kFaint);
+  view.screen.Write(rows.first, kMargin, view.look.isControlling ? kControlKeys : kKeys,
+                    Ink::kFaint);
   view.screen.WriteRight(rows.first, view.screen.Columns() - kMargin,
                          fmt::format("EBU +{} scale", view.limits.scale), Ink::kFaint);
 }

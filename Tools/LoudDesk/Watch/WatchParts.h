@@ -18,6 +18,8 @@ struct WatchLook {
   std::optional<double> target;     // LKFS, 0 LU on the scale
   std::optional<int> scale;         // of the loudness bars: 9 or 18, LU
   std::optional<double> tolerance;  // either side of the target, LU
+  bool isControlling = false;       // in the place of the application server
+  bool showsHelp = false;           // over the picture
   Glyphs glyphs = Glyphs::kBlocks;
 };
 

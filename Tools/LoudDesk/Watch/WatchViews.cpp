@@ -3,11 +3,13 @@
 #include "WatchViews.h"
 
 #include <optional>
+#include <utility>
 
 #include "Complaints.h"
 #include "FiguresText.h"
 #include "LiveLine.h"
 #include "Terminal.h"
+#include "WatchKeys.h"
 
 namespace louddesk {
 namespace {
@@ -120,7 +122,9 @@ class LineView : public WatchView {
 
 class ScreenView : public WatchView {
  public:
-  explicit ScreenView(const WatchLook& look) : mLook(look) { mLook.glyphs = mTerminal.Glyph(); }
+  ScreenView(const WatchLook& look, CommandSink send) : mLook(look), mSend(std::move(send)) {
+    mLook.glyphs = mTerminal.Glyph();
+  }
 
   void Refresh(const WatchModel& model, WatchModel::Time now) override {
     mTerminal.Show(ComposeWatch(model, mLook, mTerminal.Size(), now));
@@ -128,15 +132,21 @@ class ScreenView : public WatchView {
 
   bool HasKeys() const override { return mTerminal.HasKeys(); }
 
-  bool WantsEnd() override {
-    for (int key = mTerminal.ReadKey(); key != 0; key = mTerminal.ReadKey())
-      if (key == 'q' || key == 'Q')
-        return true;
-    return false;
+  bool TakeKeys(WatchModel& model) override {
+    for (int key = mTerminal.ReadKey(); key != 0; key = mTerminal.ReadKey()) {
+      if (IsQuitKey(key))
+        return false;
+      const char* const command = CommandOfKey(key);
+      if (mLook.isControlling && command != nullptr)
+        mSend(command);
+      ActOnKey(key, mLook, model);
+    }
+    return true;
   }
 
  private:
   WatchLook mLook;
+  CommandSink mSend;
   Terminal mTerminal;
 };
 
@@ -155,8 +165,8 @@ std::unique_ptr<WatchView> MakeLineView(std::ostream& out) {
   return std::make_unique<LineView>(out);
 }
 
-std::unique_ptr<WatchView> MakeScreenView(const WatchLook& look) {
-  return std::make_unique<ScreenView>(look);
+std::unique_ptr<WatchView> MakeScreenView(const WatchLook& look, CommandSink send) {
+  return std::make_unique<ScreenView>(look, std::move(send));
 }
 
 }  // namespace louddesk

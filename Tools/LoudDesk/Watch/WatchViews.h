@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -24,9 +25,11 @@ class WatchView {
   /// Called after the messages, at least ten times a second.
   virtual void Refresh(const WatchModel&, WatchModel::Time) {}
 
-  /// Whether to wait for keys, and whether one has asked for the end.
+  /// Whether to wait for keys.
   virtual bool HasKeys() const { return false; }
-  virtual bool WantsEnd() { return false; }
+
+  /// Does what the keys typed say. False when one has asked for the end.
+  virtual bool TakeKeys(WatchModel&) { return true; }
 };
 
 /// Rows for other programs on `out`, with the header of CSV at once. That no row comes for a second
@@ -37,7 +40,11 @@ std::unique_ptr<WatchView> MakeJsonView(std::ostream& out, std::ostream& errors)
 /// Lines for people: figures once a second, answers and changes of state as they come.
 std::unique_ptr<WatchView> MakeLineView(std::ostream& out);
 
-/// The meter in the terminal's window. Throws TerminalError.
-std::unique_ptr<WatchView> MakeScreenView(const WatchLook& look);
+/// Told a command that the user gives, as messages call it.
+using CommandSink = std::function<void(const std::string& command)>;
+
+/// The meter in the terminal's window; `send` takes the commands of one that controls the service.
+/// Throws TerminalError.
+std::unique_ptr<WatchView> MakeScreenView(const WatchLook& look, CommandSink send);
 
 }  // namespace louddesk

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "LuEnumerations.h"
+#include "WatchKeys.h"
 
 namespace {
 
@@ -73,6 +74,11 @@ class WatchLayoutTest : public testing::Test {
     const std::size_t begin = picture.find("\n " + name);
     EXPECT_NE(std::string::npos, begin) << picture;
     return picture.substr(begin + 1, picture.find('\n', begin + 1) - begin - 1);
+  }
+
+  void Press(const std::string& keys) {
+    for (const char key : keys)
+      louddesk::ActOnKey(key, mLook, mModel);
   }
 
   /// Ink of the first cell of a text.
@@ -187,6 +193,53 @@ TEST_F(WatchLayoutTest, LoudnessBeyondTheScaleIsMarked) {
   mData.Momentary = -139;  // 9.1 LU above the target
   Take();
   EXPECT_THAT(Line("Momentary"), HasSubstr("█> "));
+}
+
+TEST_F(WatchLayoutTest, KeysMoveTheTarget) {
+  Take();
+  Configure(OfTheUnit());
+  Press("+");
+  EXPECT_THAT(Picture(), HasSubstr("target -19.0 LKFS"));
+  Press("---");
+  EXPECT_THAT(Picture(), HasSubstr("target -22.0 LKFS"));
+  Press(std::string(100, '-'));
+  EXPECT_THAT(Picture(), HasSubstr("target -60.0 LKFS"));
+}
+
+TEST_F(WatchLayoutTest, KeyChangesTheScaleAndBack) {
+  Take();
+  Press("s");
+  EXPECT_THAT(Line("LU"), HasSubstr("+18"));
+  Press("s");
+  EXPECT_THAT(Line("LU"), HasSubstr("+9"));
+}
+
+TEST_F(WatchLayoutTest, KeyLetsTheMaximaSeenHereBeginAnew) {
+  Take();
+  mData.ShortTerm = -300;
+  Take();
+  EXPECT_THAT(Picture(), HasSubstr("Maximum short-term   -21.5 LKFS"));
+  Press("m");
+  Take();
+  EXPECT_THAT(Picture(), HasSubstr("Maximum short-term   -30.0 LKFS"));
+}
+
+TEST_F(WatchLayoutTest, KeyShowsTheHelpAndTakesItAway) {
+  Take();
+  Press("h");
+  EXPECT_THAT(Picture(), HasSubstr("s       scale +9 or +18"));
+  EXPECT_THAT(Picture(), Not(HasSubstr("1       start")));
+  Press("h");
+  EXPECT_THAT(Picture(), Not(HasSubstr("scale +9 or +18")));
+}
+
+TEST_F(WatchLayoutTest, ControlSaysSoAndHasItsKeys) {
+  Take();
+  mLook.isControlling = true;
+  EXPECT_THAT(Picture(), testing::AllOf(HasSubstr("this is in the application server's place"),
+                                        HasSubstr("1 start  2 pause  3 play  4 stop  5 reset")));
+  Press("h");
+  EXPECT_THAT(Picture(), HasSubstr("1       start"));
 }
 
 TEST_F(WatchLayoutTest, NoReadingIsADash) {

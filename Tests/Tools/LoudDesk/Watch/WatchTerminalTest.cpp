@@ -3,6 +3,7 @@
 #include <csignal>
 #include <fstream>
 
+#include "Endpoints.h"
 #include "TerminalService.h"
 
 namespace {
@@ -59,6 +60,70 @@ TEST_F(WatchTerminalTest, DeadServiceIsNotShownFrozen) {
   mService->Signal(SIGKILL);
   ASSERT_TRUE(WaitForText("DEAD"));
   EXPECT_TRUE(WaitForText("Momentary  ·"));
+}
+
+TEST_F(WatchTerminalTest, KeysChangeTheMeter) {
+  StartMeasured();
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
+  Watch();
+  ASSERT_TRUE(WaitForText("target -23.0 LKFS"));
+  Press("Up");
+  ASSERT_TRUE(WaitForText("target -22.0 LKFS"));
+  Press("s");
+  ASSERT_TRUE(WaitForText("EBU +18 scale"));
+  Press("h");
+  EXPECT_TRUE(WaitForText("maxima seen here begin anew"));
+}
+
+TEST_F(WatchTerminalTest, FollowsTheConfigurationOfTheService) {
+  StartMeasured();
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
+  Watch();
+  louddesk::LoudnessConfiguration configuration;
+  configuration.referenceLevel = -20;
+  configuration.alarmTolerance = 3;
+  configuration.loudnessStandard = "EBU R128 (+18)";
+  SendConfiguration(configuration);
+  EXPECT_TRUE(WaitForText("range 9 s; target -20.0 LKFS, +/-3 LU"));
+  EXPECT_TRUE(WaitForText("EBU +18 scale"));
+}
+
+TEST_F(WatchTerminalTest, ControlCommandsTheService) {
+  ASSERT_NO_FATAL_FAILURE(Start({louddesk::Peer::kMainAppServer}));
+  EnableReporting();
+  mUnit.SendText(louddesk::Peer::kOpticalAppServer, louddesk::TopicFor(kPresetTopicPrefix, 1),
+                 louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json());
+  ExpectAcknowledgement("Start");
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
+  Watch("--control");
+  ASSERT_TRUE(WaitForText("in the application server"));
+  ASSERT_TRUE(WaitForText("RUNNING"));
+  // Until the service has subscribed nothing is sent.
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  do {
+    Press("2");
+    Pass(5 * kPeriod);
+  } while (!testing::Matches(HasSubstr("Pause acknowledged"))(Screen()) &&
+           std::chrono::steady_clock::now() < end);
+  EXPECT_TRUE(WaitForText("Pause sent"));
+  EXPECT_TRUE(WaitForText("PAUSED"));
+  Press("3");
+  EXPECT_TRUE(WaitForText("Play acknowledged"));
+  Press("5");
+  EXPECT_TRUE(WaitForText("Reset acknowledged"));
+  Press("1");
+  EXPECT_TRUE(WaitForText("Start acknowledged"));
+  // In the mode Continuous.
+  Press("4");
+  EXPECT_TRUE(WaitForText("Stop not acknowledged: the mode is Continuous"));
+}
+
+TEST_F(WatchTerminalTest, ControlOfATakenPlaceIsOneLine) {
+  mUnit.Open(louddesk::Peer::kMainAppServer);
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(160, 24));
+  Watch("--control; echo ended with $?");
+  EXPECT_TRUE(WaitForText("--control needs the endpoint of the application server: cannot bind"));
+  EXPECT_TRUE(WaitForText("ended with 1"));
 }
 
 TEST_F(WatchTerminalTest, InterruptLeavesTheTerminalSane) {
