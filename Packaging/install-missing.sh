@@ -4,14 +4,16 @@
 set -euo pipefail
 
 service=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev)
-build=("${service[@]}" libutfcpp-dev libsndfile1-dev libcli11-dev libfmt-dev libncurses-dev libsodium-dev)
+build=("${service[@]}" libutfcpp-dev libavformat-dev libavcodec-dev libswresample-dev libavutil-dev
+       libcli11-dev libfmt-dev libncurses-dev libsodium-dev)
 demo=(alsa-utils)
 package=(dpkg-dev debhelper help2man)
 cross_package=(dpkg-dev mmdebstrap)
 check_packages=(lintian binutils mmdebstrap arch-test systemd-container iproute2 alsa-utils
                 qemu-user-static)
 check=(clang clang-tidy cppcheck libclang-rt-dev llvm clang-format libgtest-dev libgmock-dev libbenchmark-dev
-       nlohmann-json3-dev alsa-utils hex-a-hop-data sound-theme-freedesktop ffmpeg libebur128-dev tmux libfaketime nftables
+       nlohmann-json3-dev alsa-utils hex-a-hop-data sound-theme-freedesktop libsndfile1-dev ffmpeg
+       flac lame opus-tools vorbis-tools wavpack libebur128-dev tmux libfaketime nftables
        valgrind iproute2 python3 python3-jsonschema systemd bash-completion xz-utils)
 docs=(doxygen)
 

@@ -15,10 +15,21 @@ class FileSource : public SampleSource {
       : SampleSource(std::move(speakers), file->SampleRate()), mFile(std::move(file)) {}
 
   std::size_t Read(double* samples, std::size_t frames) override {
-    return mFile->Read(samples, frames);
+    const std::size_t got = mFile->Read(samples, frames);
+    if (got < frames)
+      CheckDamage();
+    return got;
   }
 
  private:
+  // What is there has been handed out by now, but for less than a block.
+  void CheckDamage() const {
+    const Damage damage = mFile->Missing();
+    const double there = static_cast<double>(mFile->FramesRead()) / mFile->SampleRate();
+    if (!damage.IsNone())
+      throw AudioFileError(mFile->Path(), DamageText(damage, there));
+  }
+
   std::unique_ptr<AudioFile> mFile;
 };
 

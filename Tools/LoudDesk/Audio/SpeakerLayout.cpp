@@ -23,27 +23,26 @@ constexpr AudioSpeakerType_e kSurround51[] = {AST_SPEAKER_LEFT,   AST_SPEAKER_RI
 // A position that a file may give a channel, and the speaker there. ITU-R BS.1770 weighs speakers
 // by where they stand, so that what matters is front, side or back.
 struct PlacedSpeaker {
-  int position;
+  AVChannel position;
   AudioSpeakerType_e speaker;
   AudioSpeakerType_e behindSides;  // where there are surrounds at the sides as well
 };
 
 constexpr PlacedSpeaker kPlacedSpeakers[] = {
-    {SF_CHANNEL_MAP_MONO, AST_SPEAKER_CENTER, AST_SPEAKER_CENTER},
-    {SF_CHANNEL_MAP_LEFT, AST_SPEAKER_LEFT, AST_SPEAKER_LEFT},
-    {SF_CHANNEL_MAP_RIGHT, AST_SPEAKER_RIGHT, AST_SPEAKER_RIGHT},
-    {SF_CHANNEL_MAP_CENTER, AST_SPEAKER_CENTER, AST_SPEAKER_CENTER},
-    {SF_CHANNEL_MAP_FRONT_LEFT, AST_SPEAKER_LEFT, AST_SPEAKER_LEFT},
-    {SF_CHANNEL_MAP_FRONT_RIGHT, AST_SPEAKER_RIGHT, AST_SPEAKER_RIGHT},
-    {SF_CHANNEL_MAP_FRONT_CENTER, AST_SPEAKER_CENTER, AST_SPEAKER_CENTER},
-    {SF_CHANNEL_MAP_FRONT_LEFT_OF_CENTER, AST_SPEAKER_LEFT, AST_SPEAKER_LEFT},
-    {SF_CHANNEL_MAP_FRONT_RIGHT_OF_CENTER, AST_SPEAKER_RIGHT, AST_SPEAKER_RIGHT},
-    {SF_CHANNEL_MAP_LFE, AST_SPEAKER_LFE, AST_SPEAKER_LFE},
-    {SF_CHANNEL_MAP_SIDE_LEFT, AST_SPEAKER_LS, AST_SPEAKER_LS},
-    {SF_CHANNEL_MAP_SIDE_RIGHT, AST_SPEAKER_RS, AST_SPEAKER_RS},
-    {SF_CHANNEL_MAP_REAR_LEFT, AST_SPEAKER_LS, AST_SPEAKER_BSL},
-    {SF_CHANNEL_MAP_REAR_RIGHT, AST_SPEAKER_RS, AST_SPEAKER_BSR},
-    {SF_CHANNEL_MAP_REAR_CENTER, AST_SPEAKER_MS, AST_SPEAKER_MS},
+    {AV_CHAN_FRONT_LEFT, AST_SPEAKER_LEFT, AST_SPEAKER_LEFT},
+    {AV_CHAN_FRONT_RIGHT, AST_SPEAKER_RIGHT, AST_SPEAKER_RIGHT},
+    {AV_CHAN_FRONT_CENTER, AST_SPEAKER_CENTER, AST_SPEAKER_CENTER},
+    {AV_CHAN_STEREO_LEFT, AST_SPEAKER_LEFT, AST_SPEAKER_LEFT},
+    {AV_CHAN_STEREO_RIGHT, AST_SPEAKER_RIGHT, AST_SPEAKER_RIGHT},
+    {AV_CHAN_FRONT_LEFT_OF_CENTER, AST_SPEAKER_LEFT, AST_SPEAKER_LEFT},
+    {AV_CHAN_FRONT_RIGHT_OF_CENTER, AST_SPEAKER_RIGHT, AST_SPEAKER_RIGHT},
+    {AV_CHAN_LOW_FREQUENCY, AST_SPEAKER_LFE, AST_SPEAKER_LFE},
+    {AV_CHAN_LOW_FREQUENCY_2, AST_SPEAKER_LFE, AST_SPEAKER_LFE},
+    {AV_CHAN_SIDE_LEFT, AST_SPEAKER_LS, AST_SPEAKER_LS},
+    {AV_CHAN_SIDE_RIGHT, AST_SPEAKER_RS, AST_SPEAKER_RS},
+    {AV_CHAN_BACK_LEFT, AST_SPEAKER_LS, AST_SPEAKER_BSL},
+    {AV_CHAN_BACK_RIGHT, AST_SPEAKER_RS, AST_SPEAKER_BSR},
+    {AV_CHAN_BACK_CENTER, AST_SPEAKER_MS, AST_SPEAKER_MS},
 };
 
 const char* TextOf(AudioSpeakerType_e speaker) {
@@ -58,11 +57,11 @@ SpeakerLayout LayoutOf(const AudioSpeakerType_e (&speakers)[kSpeakers]) {
   return layout;
 }
 
-bool Contains(const ChannelMap& map, int position) {
+bool Contains(const ChannelMap& map, AVChannel position) {
   return std::find(map.begin(), map.end(), position) != map.end();
 }
 
-const PlacedSpeaker* FindPlaced(int position) {
+const PlacedSpeaker* FindPlaced(AVChannel position) {
   for (const PlacedSpeaker& speaker : kPlacedSpeakers)
     if (speaker.position == position)
       return &speaker;
@@ -71,13 +70,12 @@ const PlacedSpeaker* FindPlaced(int position) {
 
 SpeakerLayout PlacedLayout(const AudioFile& file) {
   const ChannelMap& map = file.Positions();
-  if (Contains(map, SF_CHANNEL_MAP_INVALID))
+  if (Contains(map, AV_CHAN_NONE))
     throw AudioFileError(file.Path(),
                          "does not say which speakers its channels feed; say it with --speakers");
-  const bool hasSides =
-      Contains(map, SF_CHANNEL_MAP_SIDE_LEFT) || Contains(map, SF_CHANNEL_MAP_SIDE_RIGHT);
+  const bool hasSides = Contains(map, AV_CHAN_SIDE_LEFT) || Contains(map, AV_CHAN_SIDE_RIGHT);
   SpeakerLayout layout;
-  for (const int position : map) {
+  for (const AVChannel position : map) {
     const PlacedSpeaker* speaker = FindPlaced(position);
     if (speaker == nullptr)
       throw AudioFileError(file.Path(), "feeds a speaker that has no name here with channel " +

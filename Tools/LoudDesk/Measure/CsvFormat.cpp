@@ -84,7 +84,8 @@ std::string CsvHeader() {
               "Target (LKFS)",
               "Gain to target (dB)",
               "Gain up to peak limit (dB)",
-              "Verdict"});
+              "Verdict",
+              "Damage"});
 }
 
 std::string CsvRow(const Subject& subject, const Assessment& assessment, const Criteria& criteria) {
@@ -114,7 +115,8 @@ std::string CsvRow(const Subject& subject, const Assessment& assessment, const C
               Text(criteria.target),
               Text(assessment.gain.toTarget),
               Text(assessment.gain.withinPeak),
-              MachineWordFor(assessment.judgement).value_or(kMissing)});
+              MachineWordFor(assessment.judgement).value_or(kMissing),
+              file.damage});
 }
 
 std::string SeriesHeader() {

@@ -33,6 +33,9 @@ std::string TableHeader();
 /// a line feed.
 std::string TableRow(const Subject& subject, const Assessment& assessment);
 
+/// What a reader must know of the figures of a damaged file. REQUIRES: it is damaged.
+std::string DamageNote(const FileFacts& file);
+
 /// What a reader of the figures must know and cannot see in them, one line each without a line
 /// feed: that a programme is too loud for a scale.
 std::vector<std::string> NotesOn(const Figures& figures);

@@ -45,6 +45,8 @@ void WriteFile(DocumentWriter& writer, const Subject& subject) {
   writer.Number("Bytes", file->bytes ? std::to_string(*file->bytes) : kMissing);
   WriteText(writer, "Sha256",
             file->sha256.empty() ? std::nullopt : std::optional<std::string>(file->sha256));
+  WriteText(writer, "Damage",
+            file->damage.empty() ? std::nullopt : std::optional<std::string>(file->damage));
 }
 
 void WriteProgramme(DocumentWriter& writer, const Programme& programme) {

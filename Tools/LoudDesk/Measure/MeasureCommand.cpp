@@ -5,24 +5,40 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <new>
+#include <thread>
+#include <utility>
 
+#include "ClockText.h"
 #include "Complaints.h"
 #include "FatalSignals.h"
 #include "FileHash.h"
 #include "MeasureFile.h"
+#include "MeasureJobs.h"
 #include "MeasureOutput.h"
+#include "MediaFiles.h"
 #include "PageFile.h"
+#include "PrintableText.h"
 #include "ProgressBar.h"
 #include "Verdict.h"
 
 namespace louddesk {
 namespace {
 
-// Files from this many samples on get a progress bar: four minutes of stereo at 48 kHz.
-constexpr std::uint64_t kSamplesOfLongFile = 20'000'000;
+// From this many bytes on there is a progress bar.
+constexpr std::uintmax_t kBytesOfLongWork = 20'000'000;
+constexpr std::uint64_t kProgressSteps = 1000;
+
+constexpr int kMostStreams = 200;
+constexpr int kMostJobs = 256;
 
 constexpr std::size_t kUsualColumns = 80;
 
@@ -39,15 +55,18 @@ constexpr char kFooter[] =
     "  LoudDesk measure --programme 1-6=5.1 --programme 7,8=stereo master.wav\n"
     "  LoudDesk measure --profile none --target -16 --max-true-peak -1 song.ogg\n"
     "  LoudDesk measure --series blocks.csv song.ogg\n"
+    "  LoudDesk measure --recursive --jobs 4 /srv/media\n"
+    "  ffmpeg -i film.mkv -f wav - | LoudDesk measure --format json -\n"
     "\n"
     "Speakers are Left, Right, Center, LowFrequencyEffects, LeftSurround,\n"
     "RightSurround, BackSurroundLeft, BackSurroundRight and MonoSurround, or L, R, C,\n"
     "LFE, Ls, Rs, Lb, Rb and Cs, in any case, and None for a channel left out; a name\n"
-    "may be given to several channels. Without --speakers the file decides, by the\n"
-    "order of its format (Ogg, FLAC) or its channel mask (WAV, W64, CAF). When it\n"
-    "does not say, one channel is Center, two are Left and Right, and six are the\n"
-    "first six of these. Layouts of --programme are mono, stereo, 3.0, 5.0, 5.1 and\n"
-    "7.1, or a list of speakers; the option may be given again for each programme.\n"
+    "may be given to several channels. Without --speakers the file decides, by its\n"
+    "format or its channel mask. Channels come in the order of WAV: L, R, C, LFE,\n"
+    "then the surrounds. When it does not say, one channel is Center, two are Left\n"
+    "and Right, and six are the first six of these. Layouts of --programme are mono,\n"
+    "stereo, 3.0, 5.0, 5.1 and 7.1, or a list of speakers; the option may be given\n"
+    "again for each programme.\n"
     "Loudness is measured in blocks of 100 ms; what a file ends with, less than a\n"
     "block, has a true peak only. Short-term loudness and the range are those of 3 s\n"
     "and more; the range of less than 60 s is not yet stable and has ~ before it. A\n"
@@ -61,42 +80,81 @@ constexpr char kFooter[] =
     "break a limit; whether it keeps it remains open. The gain to the target is that\n"
     "of the integrated loudness; up to the peak limit, it does not lift the true peak\n"
     "beyond the limit, and turns down what is beyond.\n"
-    "The status is 1 when a file could not be measured, or report or series not\n"
-    "written. With --fail it is also 1 when a limit could not be judged, as in\n"
-    "silence, and else 3 when a limit is broken. Ctrl-C ends with status 130.\n";
+    "A damaged file is measured as far as it goes, and marked.\n"
+    "The status is 1 when a file could not be measured or is damaged (not so with\n"
+    "--keep-going), or report or series not written. With --fail it is also 1 when a\n"
+    "limit could not be judged, as in silence, and else 3 when a limit is broken.\n"
+    "Ctrl-C writes what is finished and ends with status 130.\n";
 
-std::unique_ptr<ProgressBar> MakeProgressBar(const AudioFile& file, std::ostream& terminal,
-                                             ProgressColumns columns) {
-  const std::uint64_t frames = file.PromisedFrames().value_or(0);
-  if (!columns || frames < kSamplesOfLongFile / file.Channels())
+// The signal that asked for the end, 0 for none; a second one ends the process.
+std::atomic<int> gSignal{0};
+
+void NoteSignal(int signal) {
+  gSignal = signal;
+}
+
+void NoteInterruptions() {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    struct sigaction action {};
+    sigaction(signal, nullptr, &action);
+    if (action.sa_handler == SIG_IGN)
+      continue;
+    action.sa_handler = NoteSignal;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(signal, &action, nullptr);
+  }
+}
+
+// One bar for all files, when they are long.
+std::unique_ptr<ProgressBar> BarFor(const std::vector<std::string>& files, std::ostream& terminal,
+                                    const ProgressColumns& columns) {
+  std::uintmax_t bytes = 0;
+  for (const std::string& file : files) {
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(file, error);
+    bytes += error ? 0 : size;
+  }
+  if (!columns || bytes < kBytesOfLongWork)
     return nullptr;
-  return std::make_unique<ProgressBar>(terminal, *columns, file.Path(), frames);
+  return std::make_unique<ProgressBar>(
+      terminal, columns(), files.size() == 1 ? files[0] : fmt::format("{} files", files.size()),
+      kProgressSteps);
 }
 
 // What is to be known of the file beside its samples.
 FileFacts FactsOf(const AudioFile& file, bool hasHash) {
-  FileFacts facts{file.Path(), file.Format(), file.SampleRate(), file.Channels(), {}, {}};
+  FileFacts facts{file.Path(), file.Format(), file.SampleRate(), file.Channels(), {}, {}, {}};
+  if (!file.Missing().IsNone())
+    facts.damage =
+        DamageText(file.Missing(), static_cast<double>(file.FramesRead()) / file.SampleRate());
   std::error_code error;
   const std::uintmax_t bytes = std::filesystem::file_size(file.Path(), error);
   if (!error)
     facts.bytes = bytes;
-  if (hasHash)
+  if (hasHash && facts.bytes)
     facts.sha256 = Sha256Of(file.Path());
   return facts;
 }
 
 MeasuredFile MeasureOne(const std::string& path, const MeasureOptions& options,
-                        std::ostream& errors, ProgressColumns progressColumns) {
-  AudioFile file(path);
+                        const ShareTold& told) {
+  AudioFile file(path, options.stream);
   const std::vector<Programme> programmes = ProgrammesOf(file, options.programmes);
-  const auto bar = MakeProgressBar(file, errors, progressColumns);
   const bool hasSeries = !options.report.empty() || !options.series.empty();
   auto measured = MeasureFile(file, programmes, hasSeries ? Series::kEveryBlock : Series::kNone,
-                              [&bar](std::uint64_t frames) {
-                                if (bar != nullptr)
-                                  bar->Show(frames);
-                              });
+                              [&](std::uint64_t) { told(file.Progress().value_or(0.0)); });
   return {FactsOf(file, options.hasHash), std::move(measured)};
+}
+
+FileOutcome OutcomeOf(const std::string& path, const MeasureOptions& options,
+                      const ShareTold& told) {
+  try {
+    return {path, MeasureOne(path, options, told), ""};
+  } catch (const AudioFileError& error) {
+    return {path, std::nullopt, error.what()};
+  } catch (const std::bad_alloc&) {
+    return {path, std::nullopt, AudioFileError(path, "asks for more memory than there is").what()};
+  }
 }
 
 FigureStyle StyleNamed(const std::string& format) {
@@ -107,19 +165,87 @@ FigureStyle StyleNamed(const std::string& format) {
 
 ProgressColumns ColumnsOfTerminal(int descriptor) {
   if (isatty(descriptor) == 0)
-    return std::nullopt;
-  winsize size{};
-  if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
-    return kUsualColumns;
-  return size.ws_col;
+    return nullptr;
+  return [descriptor]() -> std::size_t {
+    winsize size{};
+    if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+      return kUsualColumns;
+    return size.ws_col;
+  };
 }
 
 int RunMeasure(const MeasureOptions& options) {
+  NoteInterruptions();
   const ProgressColumns columns = ColumnsOfTerminal(STDERR_FILENO);
   std::optional<FatalSignals> fatalSignals;
   if (columns)
     fatalSignals.emplace(ClearProgressLine);
-  return MeasureFiles(options, std::cout, std::cerr, columns);
+  const int status = MeasureFiles(options, std::cout, std::cerr, columns);
+  if (gSignal != 0) {
+    std::signal(gSignal, SIG_DFL);
+    raise(gSignal);
+  }
+  return status;
+}
+
+// Hands all outcomes to `output`.
+void MeasureAll(const std::vector<std::string>& files, const MeasureOptions& options,
+                std::ostream& errors, const ProgressColumns& columns, MeasureOutput& output) {
+  std::unique_ptr<ProgressBar> bar = BarFor(files, errors, columns);
+  JobWatch watch;
+  watch.isInterrupted = [] { return gSignal != 0; };
+  watch.take = [&](FileOutcome&& outcome) {
+    if (bar != nullptr)
+      bar->Hide();
+    if (outcome.measured)
+      output.Add(*outcome.measured);
+    else
+      output.AddFailure(outcome.path, outcome.failure);
+  };
+  watch.shown = [&](double share) {
+    if (bar == nullptr)
+      return;
+    bar->Resize(columns());
+    bar->Show(static_cast<std::uint64_t>(share * kProgressSteps));
+  };
+  const std::size_t taken = RunJobs(
+      files, options.jobs,
+      [options](const std::string& path, const ShareTold& told) {
+        return OutcomeOf(path, options, told);
+      },
+      watch);
+  bar.reset();
+  if (taken < files.size())
+    output.AddFailure("", fmt::format("interrupted: {} of {} files are not measured",
+                                      files.size() - taken, files.size()));
+}
+
+// One line a stream.
+std::string StreamLine(std::size_t number, const StreamInfo& stream) {
+  std::string line = fmt::format("  {:>2}  {}, {}", number, stream.codec, stream.format);
+  if (stream.seconds)
+    line += ", " + ShortClockText(*stream.seconds);
+  for (const std::string& text : {stream.language, stream.title})
+    if (!text.empty())
+      line += ", " + Printable(text);
+  return line + (stream.isChosen ? "  (measured)" : "") + "\n";
+}
+
+int ListStreams(const std::vector<std::string>& files, std::ostream& out, std::ostream& errors) {
+  Complaints complaints(errors);
+  for (const std::string& file : files) {
+    try {
+      const std::vector<StreamInfo> streams = AudioStreamsOf(file);
+      out << Printable(file) << "\n";
+      for (std::size_t i = 0; i < streams.size(); ++i)
+        out << StreamLine(i + 1, streams[i]);
+    } catch (const AudioFileError& error) {
+      complaints.Add(error.what());
+    }
+  }
+  if (!out.flush())
+    complaints.Add("the streams could not be written");
+  return complaints.Status();
 }
 
 // A status that could never tell anything is a mistake.
@@ -127,6 +253,16 @@ void CheckVerdicts(const MeasureOptions& options) {
   const Criteria criteria = CriteriaFor(options.profile);
   if (options.failsByVerdict && VerdictsOn({}, criteria).empty())
     throw CLI::ValidationError("--fail", criteria.name + " has no limits that a file could break");
+}
+
+void AddInputOptions(CLI::App& command, MeasureOptions& options) {
+  options.jobs = std::max(std::thread::hardware_concurrency(), 1U);
+  command.add_option("--stream", options.stream, "Audio stream of each file, by its number")
+      ->check(CLI::Range(1, kMostStreams));
+  command.add_flag("--recursive", options.isRecursive, "Measure the media in directories");
+  command.add_option("--jobs", options.jobs, "Files measured at the same time")
+      ->check(CLI::Range(1, kMostJobs));
+  command.add_flag("--keep-going", options.keepsGoing, "Damaged files do not change the status");
 }
 
 void AddOutputOptions(CLI::App& command, MeasureOptions& options) {
@@ -148,35 +284,37 @@ void AddOutputOptions(CLI::App& command, MeasureOptions& options) {
 }  // namespace
 
 int MeasureFiles(const MeasureOptions& options, std::ostream& out, std::ostream& errors,
-                 ProgressColumns progressColumns) {
+                 const ProgressColumns& progressColumns) {
   Complaints complaints(errors);
   MeasureOutput output(options, out, complaints);
   if (!output.IsPossible())
     return output.Status();
-  for (const std::string& path : options.files) {
-    try {
-      output.Add(MeasureOne(path, options, errors, progressColumns));
-    } catch (const AudioFileError& error) {
-      output.AddFailure(path, error.what());
-    }
-  }
+  std::vector<std::string> failures;
+  const std::vector<std::string> files =
+      options.isRecursive ? FilesBelow(options.files, failures) : options.files;
+  for (const std::string& failure : failures)
+    output.AddFailure("", failure);
+  MeasureAll(files, options, errors, progressColumns, output);
   output.Finish();
   return output.Status();
 }
 
 void AddMeasureCommand(CLI::App& app, int& status) {
-  CLI::App* command =
-      app.add_subcommand("measure", "Measure audio files (WAV, FLAC, Ogg and others)");
+  CLI::App* command = app.add_subcommand("measure", "Measure the sound of audio and video files");
   auto options = std::make_shared<MeasureOptions>();
-  command->add_option("FILE", options->files, "Audio files of 1 to 32 channels, 8 to 192 kHz")
+  command->add_option("FILE", options->files, "Files of sound or video; -: standard input")
       ->required();
+  AddInputOptions(*command, *options);
+  auto listsStreams = std::make_shared<bool>(false);
+  command->add_flag("--list-streams", *listsStreams, "List the audio streams of the files instead");
   AddOutputOptions(*command, *options);
   AddProgrammeOptions(*command, options->programmes);
   AddProfileOptions(*command, options->profile);
   command->footer(kFooter);
   command->callback([=, &status] {
     CheckVerdicts(*options);
-    status = RunMeasure(*options);
+    status =
+        *listsStreams ? ListStreams(options->files, std::cout, std::cerr) : RunMeasure(*options);
   });
 }
 

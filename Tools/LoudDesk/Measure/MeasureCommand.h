@@ -5,22 +5,23 @@
 
 #include <CLI/CLI.hpp>
 #include <cstddef>
-#include <optional>
+#include <functional>
 #include <ostream>
 
 #include "MeasureOptions.h"
 
 namespace louddesk {
 
-/// Columns of the terminal that progress is shown on; nothing: progress is not shown.
-using ProgressColumns = std::optional<std::size_t>;
+/// Asked for the columns of the terminal that progress is shown on; empty: it is not shown.
+using ProgressColumns = std::function<std::size_t()>;
 
-/// Measures the files one after another, each row on `out` as soon as it is known. A file that
-/// cannot be measured is one line on `errors` that names it, and the others are measured still.
-/// What goes to files is written at the end and covers all files; when it cannot be written at all,
-/// nothing is measured. Returns the status of the program, as of `MeasureOutput`.
+/// Measures the files, as many at a time as there are jobs, each row on `out` as soon as it and all
+/// before it are known. A file that cannot be measured is one line on `errors` that names it, and
+/// the others are measured still. What goes to files is written at the end and covers all files;
+/// when it cannot be written at all, nothing is measured. After an interruption what is finished is
+/// written and the rest left. Returns the status of the program, as of `MeasureOutput`.
 int MeasureFiles(const MeasureOptions& options, std::ostream& out, std::ostream& errors,
-                 ProgressColumns progressColumns);
+                 const ProgressColumns& progressColumns);
 
 /// Adds the subcommand to the command line. When it is chosen, it runs during the parse and sets
 /// `status`, which must outlive `app`.

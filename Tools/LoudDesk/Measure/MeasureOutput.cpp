@@ -66,6 +66,11 @@ bool MeasureOutput::IsPossible() {
 
 void MeasureOutput::Add(const MeasuredFile& file) {
   ++mFiles;
+  if (!file.facts.damage.empty()) {
+    mComplaints.Note(file.facts.path + ": note: " + DamageNote(file.facts));
+    if (!mOptions.keepsGoing)
+      mComplaints.Fail();
+  }
   for (const Subject& subject : SubjectsOf(file)) {
     AddRow(subject);
     for (const std::string& note : NotesOn(subject.programme->figures))

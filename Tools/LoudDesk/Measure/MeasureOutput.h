@@ -34,7 +34,8 @@ class MeasureOutput {
   /// Writes what comes after the last file: the row of all files, the series, the report.
   void Finish();
 
-  /// Of the program: 0; 1 when a file, the stream, the series or the report failed, with `--fail`
+  /// Of the program: 0; 1 when a file (also one that is damaged, without
+  /// `--keep-going`), the stream, the series or the report failed, with `--fail`
   /// also when a limit could not be judged; 3 when none did and, with `--fail`, a limit is broken.
   int Status() const;
 

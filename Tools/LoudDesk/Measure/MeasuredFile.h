@@ -44,6 +44,7 @@ struct FileFacts {
   std::size_t channels = 0;
   std::optional<std::uint64_t> bytes;  // nothing for what is not a file
   std::string sha256;                  // in hexadecimal; empty when it was not wanted
+  std::string damage = {};  // what of it is missing and not in the figures; empty: nothing
 };
 
 struct MeasuredFile {

@@ -35,8 +35,11 @@ std::string VerdictList(const std::vector<Verdict>& verdicts) {
   return list + "</ul>\n";
 }
 
-std::string NoteList(const Figures& figures) {
+std::string NoteList(const Subject& subject) {
+  const Figures& figures = subject.programme->figures;
   std::vector<std::string> notes = NotesOn(figures);
+  if (subject.file != nullptr && !subject.file->damage.empty())
+    notes.insert(notes.begin(), DamageNote(*subject.file));
   if (IsRangeUnstable(figures))
     notes.emplace_back("shorter than 60 s; the loudness range is not yet stable");
   if (notes.empty())
@@ -64,7 +67,7 @@ std::string Section(const Subject& subject, const Assessment& assessment, const 
   const std::string name = NameOf(subject);
   return "<section id=\"" + id + "\">\n<h2>" + Isolated(FileNameOf(name)) +
          "</h2>\n<p class=\"path\">" + Isolated(name) + "</p>\n" +
-         VerdictList(assessment.verdicts) + NoteList(subject.programme->figures) +
+         VerdictList(assessment.verdicts) + NoteList(subject) +
          FactList(subject, assessment, criteria) + Plots(subject, criteria, id) +
          ChannelTable(*subject.programme) + PassageTable(*subject.programme, criteria) +
          "</section>\n";

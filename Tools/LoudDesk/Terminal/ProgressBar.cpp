@@ -37,9 +37,19 @@ ProgressBar::ProgressBar(std::ostream& terminal, std::size_t columns, const std:
       mTotal(total),
       mPercent(kNothingShown) {}
 
-ProgressBar::~ProgressBar() {
+void ProgressBar::Hide() {
   if (mPercent != kNothingShown)
     mTerminal << '\r' << std::string(mColumns, ' ') << '\r' << std::flush;
+  mPercent = kNothingShown;
+}
+
+void ProgressBar::Resize(std::size_t columns) {
+  const std::size_t usable = columns > 0 ? columns - 1 : 0;
+  if (usable == mColumns)
+    return;
+  mColumns = std::min(mColumns, usable);  // no more than there is room for now
+  Hide();
+  mColumns = usable;
 }
 
 void ProgressBar::Show(std::uint64_t done) {

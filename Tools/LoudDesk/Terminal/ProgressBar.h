@@ -22,13 +22,19 @@ class ProgressBar {
               std::uint64_t total);
 
   /// Empties the line.
-  ~ProgressBar();
+  ~ProgressBar() { Hide(); }
 
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
-  /// Shows `done` of the steps; writes only when the percentage has changed.
+  /// Shows `done` of the steps; writes only when the percentage or the width has changed.
   void Show(std::uint64_t done);
+
+  /// Empties the line until the next `Show`.
+  void Hide();
+
+  /// From the next `Show` on the terminal has so many columns.
+  void Resize(std::size_t columns);
 
  private:
   std::ostream& mTerminal;

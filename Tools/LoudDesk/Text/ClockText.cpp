@@ -14,4 +14,10 @@ std::string ClockText(double seconds) {
                      tenths % 10);
 }
 
+std::string ShortClockText(double seconds) {
+  const std::string text = ClockText(seconds);
+  const std::size_t minutes = text.rfind("0:0", 0) == 0 ? 3 : 2;
+  return text.rfind("0:", 0) == 0 ? text.substr(minutes) : text;
+}
+
 }  // namespace louddesk

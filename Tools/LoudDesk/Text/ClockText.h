@@ -9,4 +9,7 @@ namespace louddesk {
 /// "1:02:03.4": hours, minutes, seconds and the nearest tenth.
 std::string ClockText(double seconds);
 
+/// "1:02.3": the same without hours where there are none.
+std::string ShortClockText(double seconds);
+
 }  // namespace louddesk

@@ -17,6 +17,9 @@ class Complaints {
   /// What a reader of the figures must know. The run has not failed.
   void Note(const std::string& text);
 
+  /// The run has failed, by what a note has told already.
+  void Fail() { mStatus = 1; }
+
   /// Of the program: 0, or 1 after a complaint.
   int Status() const { return mStatus; }
 

@@ -5,6 +5,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
 
 #include "AudioFile.h"
 #include "TestAudio.h"
@@ -19,15 +24,15 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr int kL = SF_CHANNEL_MAP_LEFT;
-constexpr int kR = SF_CHANNEL_MAP_RIGHT;
-constexpr int kC = SF_CHANNEL_MAP_CENTER;
-constexpr int kLfe = SF_CHANNEL_MAP_LFE;
-constexpr int kSl = SF_CHANNEL_MAP_SIDE_LEFT;
-constexpr int kSr = SF_CHANNEL_MAP_SIDE_RIGHT;
-constexpr int kRl = SF_CHANNEL_MAP_REAR_LEFT;
-constexpr int kRr = SF_CHANNEL_MAP_REAR_RIGHT;
-constexpr int kRc = SF_CHANNEL_MAP_REAR_CENTER;
+constexpr auto kL = AV_CHAN_FRONT_LEFT;
+constexpr auto kR = AV_CHAN_FRONT_RIGHT;
+constexpr auto kC = AV_CHAN_FRONT_CENTER;
+constexpr auto kLfe = AV_CHAN_LOW_FREQUENCY;
+constexpr auto kSl = AV_CHAN_SIDE_LEFT;
+constexpr auto kSr = AV_CHAN_SIDE_RIGHT;
+constexpr auto kRl = AV_CHAN_BACK_LEFT;
+constexpr auto kRr = AV_CHAN_BACK_RIGHT;
+constexpr auto kRc = AV_CHAN_BACK_CENTER;
 
 constexpr int kWavex = SF_FORMAT_WAVEX | SF_FORMAT_PCM_16;
 constexpr int kFlac = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
@@ -63,21 +68,55 @@ class ChannelMapTest : public testing::Test {
   AudioDirectory mDirectory;
 };
 
-// Vorbis I, 4.3.9.
-TEST_F(ChannelMapTest, VorbisHasTheOrderOfItsStandard) {
+// The speakers of Vorbis I, 4.3.9, in the order of WAV.
+TEST_F(ChannelMapTest, VorbisHasTheSpeakersOfItsStandard) {
   EXPECT_THAT(MapOf(kVorbis, 1), ElementsAre(kC));
   EXPECT_THAT(MapOf(kVorbis, 2), ElementsAre(kL, kR));
-  EXPECT_THAT(MapOf(kVorbis, 3), ElementsAre(kL, kC, kR));
+  EXPECT_THAT(MapOf(kVorbis, 3), ElementsAre(kL, kR, kC));
   EXPECT_THAT(MapOf(kVorbis, 4), ElementsAre(kL, kR, kRl, kRr));
-  EXPECT_THAT(MapOf(kVorbis, 5), ElementsAre(kL, kC, kR, kRl, kRr));
-  EXPECT_THAT(MapOf(kVorbis, 6), ElementsAre(kL, kC, kR, kRl, kRr, kLfe));
-  EXPECT_THAT(MapOf(kVorbis, 7), ElementsAre(kL, kC, kR, kSl, kSr, kRc, kLfe));
-  EXPECT_THAT(MapOf(kVorbis, 8), ElementsAre(kL, kC, kR, kSl, kSr, kRl, kRr, kLfe));
+  EXPECT_THAT(MapOf(kVorbis, 5), ElementsAre(kL, kR, kC, kRl, kRr));
+  EXPECT_THAT(MapOf(kVorbis, 6), ElementsAre(kL, kR, kC, kLfe, kRl, kRr));
+  EXPECT_THAT(MapOf(kVorbis, 7), ElementsAre(kL, kR, kC, kLfe, kRc, kSl, kSr));
+  EXPECT_THAT(MapOf(kVorbis, 8), ElementsAre(kL, kR, kC, kLfe, kRl, kRr, kSl, kSr));
   EXPECT_THAT(MapOf(kVorbis, 9), IsEmpty());
 }
 
-// RFC 7845, 5.1.1: families 0 and 1 have the order of Vorbis.
-TEST_F(ChannelMapTest, OpusHasTheOrderOfVorbis) {
+// Vorbis I, 4.3.9: which channel of a stream is which. Each has a level of its own.
+TEST_F(ChannelMapTest, ChannelsOfVorbisAndOpusAreHandedOutInTheOrderOfTheirMap) {
+  const std::vector<ChannelMap> orders = {
+      {kL, kC, kR},
+      {kL, kC, kR, kRl, kRr},
+      {kL, kC, kR, kRl, kRr, kLfe},
+      {kL, kC, kR, kSl, kSr, kRc, kLfe},
+      {kL, kC, kR, kSl, kSr, kRl, kRr, kLfe},
+  };
+  for (const int format : {kVorbis, kOpus})
+    for (const ChannelMap& order : orders) {
+      // Low enough for a channel of low-frequency effects.
+      std::vector<Samples> channels;
+      for (std::size_t i = 0; i < order.size(); ++i)
+        channels.push_back(test_audio::Sine(0.05 * static_cast<double>(i + 1), 60.0, 48000, 24000));
+      AudioFile file(mDirectory.Write("order", format, 48000, order.size(),
+                                      test_audio::Interleaved(channels)));
+      Samples samples(24000 * order.size());
+      file.Read(samples.data(), 24000);
+      for (std::size_t i = 0; i < order.size(); ++i) {
+        // Encoders treat this channel in ways of their own.
+        if (file.Positions().at(i) == kLfe)
+          continue;
+        double power = 0.0;
+        for (std::size_t frame = 4800; frame < 19200; ++frame)
+          power += samples[frame * order.size() + i] * samples[frame * order.size() + i];
+        const double peak = std::sqrt(2.0 * power / 14400.0);
+        const auto stored = std::find(order.begin(), order.end(), file.Positions().at(i));
+        const auto level = 0.05 * static_cast<double>(stored - order.begin() + 1);
+        EXPECT_NEAR(peak, level, 0.02) << order.size() << " channels, " << i;
+      }
+    }
+}
+
+// RFC 7845, 5.1.1: families 0 and 1 have the speakers of Vorbis.
+TEST_F(ChannelMapTest, OpusHasTheSpeakersOfVorbis) {
   for (const std::size_t channels : {1U, 2U, 3U, 6U, 8U})
     EXPECT_EQ(MapOf(kOpus, channels), MapOf(kVorbis, channels)) << channels << " channels";
 }
@@ -100,17 +139,17 @@ TEST_F(ChannelMapTest, OpusOfAnotherFamilyHasChannelsForNoSpeaker) {
     bytes[22 + i] = static_cast<char>(checksum >> (8 * i) & 0xFF);
   const ChannelMap map = AudioFile(mDirectory.WriteBytes("discrete.opus", bytes)).Positions();
   EXPECT_EQ(map.size(), 6U);
-  EXPECT_THAT(map, Each(SF_CHANNEL_MAP_INVALID));
+  EXPECT_THAT(map, Each(AV_CHAN_NONE));
 }
 
-// RFC 9639, 9.1.3.
+// RFC 9639, 9.1.3, where the surrounds of five and six channels are "back/surround".
 TEST_F(ChannelMapTest, FlacHasTheOrderOfItsStandard) {
   EXPECT_THAT(MapOf(kFlac, 1), ElementsAre(kC));
   EXPECT_THAT(MapOf(kFlac, 2), ElementsAre(kL, kR));
   EXPECT_THAT(MapOf(kFlac, 3), ElementsAre(kL, kR, kC));
   EXPECT_THAT(MapOf(kFlac, 4), ElementsAre(kL, kR, kRl, kRr));
-  EXPECT_THAT(MapOf(kFlac, 5), ElementsAre(kL, kR, kC, kRl, kRr));
-  EXPECT_THAT(MapOf(kFlac, 6), ElementsAre(kL, kR, kC, kLfe, kRl, kRr));
+  EXPECT_THAT(MapOf(kFlac, 5), ElementsAre(kL, kR, kC, kSl, kSr));
+  EXPECT_THAT(MapOf(kFlac, 6), ElementsAre(kL, kR, kC, kLfe, kSl, kSr));
   EXPECT_THAT(MapOf(kFlac, 7), ElementsAre(kL, kR, kC, kLfe, kRc, kSl, kSr));
   EXPECT_THAT(MapOf(kFlac, 8), ElementsAre(kL, kR, kC, kLfe, kRl, kRr, kSl, kSr));
 }

@@ -48,12 +48,13 @@ std::ptrdiff_t Commas(const std::string& text) {
 }
 
 TEST(CsvFormatTest, HeadingsNameEveryColumnWithItsUnit) {
-  EXPECT_EQ(CsvHeader(),
-            "File,Files,Channels,Speakers,Format,Sample rate (Hz),Size (bytes),SHA-256,"
-            "Duration (s),Integrated loudness (LKFS),Loudness range (LU),Loudness range is stable,"
-            "Maximum momentary (LKFS),Maximum momentary at (s),Maximum short-term (LKFS),"
-            "Maximum short-term at (s),Maximum true peak (dBTP),Maximum true peak at (s),At least,"
-            "Profile,Target (LKFS),Gain to target (dB),Gain up to peak limit (dB),Verdict\n");
+  EXPECT_EQ(
+      CsvHeader(),
+      "File,Files,Channels,Speakers,Format,Sample rate (Hz),Size (bytes),SHA-256,"
+      "Duration (s),Integrated loudness (LKFS),Loudness range (LU),Loudness range is stable,"
+      "Maximum momentary (LKFS),Maximum momentary at (s),Maximum short-term (LKFS),"
+      "Maximum short-term at (s),Maximum true peak (dBTP),Maximum true peak at (s),At least,"
+      "Profile,Target (LKFS),Gain to target (dB),Gain up to peak limit (dB),Verdict,Damage\n");
   EXPECT_EQ(SeriesHeader(),
             "File,Channels,Time (s),Momentary (LKFS),Short-term (LKFS),Integrated (LKFS),"
             "Loudness range (LU),True peak (dBTP)\n");
@@ -62,7 +63,7 @@ TEST(CsvFormatTest, HeadingsNameEveryColumnWithItsUnit) {
 TEST(CsvFormatTest, AProgrammeIsOneRow) {
   EXPECT_EQ(RowOf(FactsOf("a.wav"), Stereo()),
             "a.wav,1,\"1,2\",L R,\"WAV, 16 bit\",48000,1234567,,123.46,-23.00,5.12,yes,-18.20,"
-            "10.40,-20.00,12.00,-1.00,99.90,,ebu-r128,-23.00,0.00,0.00,pass\n");
+            "10.40,-20.00,12.00,-1.00,99.90,,ebu-r128,-23.00,0.00,0.00,pass,\n");
 }
 
 TEST(CsvFormatTest, NoReadingIsAnEmptyField) {
@@ -71,13 +72,13 @@ TEST(CsvFormatTest, NoReadingIsAnEmptyField) {
   facts.sha256 = "0123";
   EXPECT_EQ(RowOf(facts, Silence()),
             "a.wav,1,\"1,2\",L R,\"WAV, 16 bit\",48000,,0123,3.00,,,,,,,,,,,ebu-r128,-23.00,,,"
-            "open\n");
+            "open,\n");
 }
 
 TEST(CsvFormatTest, WhatIsNotJudgedHasNoVerdict) {
   EXPECT_THAT(RowOf(FactsOf("a.wav"), Stereo(), "spotify"),
-              EndsWith(",spotify,-14.00,9.00,0.00,\n"));
-  EXPECT_THAT(RowOf(FactsOf("a.wav"), Stereo(), "none"), EndsWith(",none,,,,\n"));
+              EndsWith(",spotify,-14.00,9.00,0.00,,\n"));
+  EXPECT_THAT(RowOf(FactsOf("a.wav"), Stereo(), "none"), EndsWith(",none,,,,,\n"));
 }
 
 TEST(CsvFormatTest, FiguresAtTheEndOfTheirScalesAndUnstableOnesAreNamed) {

@@ -27,7 +27,7 @@ TEST(JsonFormatTest, AProgrammeIsOneObjectALine) {
   EXPECT_EQ(
       LineOf(FactsOf("a.wav"), Stereo()),
       "{\"Schema\":1,\"File\":\"a.wav\",\"Album\":null,\"Format\":\"WAV, 16 bit\","
-      "\"SampleRate\":48000,\"Channels\":2,\"Bytes\":1234567,\"Sha256\":null,"
+      "\"SampleRate\":48000,\"Channels\":2,\"Bytes\":1234567,\"Sha256\":null,\"Damage\":null,"
       "\"Programme\":{\"Channels\":[1,2],\"Speakers\":[\"Left\",\"Right\"]},"
       "\"Seconds\":123.46,\"Integrated\":-23.00,\"Lra\":5.12,\"LraIsStable\":true,"
       "\"MaxMomentary\":-18.20,\"MaxMomentaryAt\":10.40,\"MaxShortTerm\":-20.00,"

@@ -69,7 +69,7 @@ class MeasureFilesTest : public testing::Test {
     return mDirectory.Write(name, kFloatWav, kRate, 2, StereoTone(-20.0, seconds));
   }
 
-  int Run(const MeasureOptions& options, ProgressColumns columns = std::nullopt) {
+  int Run(const MeasureOptions& options, const ProgressColumns& columns = nullptr) {
     mOut.str("");
     mErrors.str("");
     return MeasureFiles(options, mOut, mErrors, columns);
@@ -109,24 +109,16 @@ TEST_F(MeasureFilesTest, AFileThatFailsIsOneLineAndTheOthersAreMeasured) {
   EXPECT_EQ(Run(Options({gone, good, cut, good}, FigureStyle::kJson)), 1);
   const std::string out = mOut.str();
   const std::string errors = mErrors.str();
-  EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 2);
+  EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 3);
   EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 2);
   EXPECT_THAT(errors, StartsWith("LoudDesk: " + gone + ": no such file\n"));
-  EXPECT_THAT(errors, HasSubstr("LoudDesk: " + cut + ": is truncated: "));
+  EXPECT_THAT(errors, HasSubstr("LoudDesk: " + cut + ": note: "));
+  EXPECT_THAT(errors, HasSubstr(" % of the file is missing: it ends early, at "));
 }
 
 TEST_F(MeasureFilesTest, ATableWithoutARowHasNoHeading) {
   EXPECT_EQ(Run(Options({mDirectory.Path("gone.wav")}, FigureStyle::kTable)), 1);
   EXPECT_EQ(mOut.str(), "");
-}
-
-TEST_F(MeasureFilesTest, AFileThatTurnsOutTruncatedHasNoFigures) {
-  const std::string path = mDirectory.Write("cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 1,
-                                            Noise(0.5, 96000, 1));
-  CutOff(path, 100000);
-  EXPECT_EQ(Run(Options({path}, FigureStyle::kTable)), 1);
-  EXPECT_EQ(mOut.str(), "");
-  EXPECT_THAT(mErrors.str(), StartsWith("LoudDesk: " + path + ": is truncated or damaged: "));
 }
 
 TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedByItsPosition) {
@@ -261,7 +253,7 @@ TEST_F(MeasureFilesTest, AStreamThatTakesNothingIsAFailure) {
   std::ostringstream full;
   full.setstate(std::ios::badbit);
   const MeasureOptions options = Options({WriteTone("a.wav")});
-  EXPECT_EQ(MeasureFiles(options, full, mErrors, std::nullopt), 1);
+  EXPECT_EQ(MeasureFiles(options, full, mErrors, nullptr), 1);
   EXPECT_EQ(mErrors.str(), "LoudDesk: the figures could not be written\n");
 }
 
@@ -310,15 +302,6 @@ TEST_F(MeasureFilesTest, CsvHasOneHeadingAndARowForEveryFile) {
   EXPECT_THAT(LastLine(rows), StartsWith(b + ",1,"));
 }
 
-TEST_F(MeasureFilesTest, AFileThatTurnsOutTruncatedHasNoRow) {
-  const std::string path = mDirectory.Write("cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 1,
-                                            Noise(0.5, 96000, 1));
-  CutOff(path, 100000);
-  EXPECT_EQ(Run(Options({path}, FigureStyle::kCsv)), 1);
-  EXPECT_EQ(mOut.str(), "");
-}
-
-// Two tones of 10 s, 6 LU apart and both above the gate: 10 log10((1 + 10^-0.6) / 2) = -2.04.
 TEST_F(MeasureFilesTest, AnAlbumIsOneMoreRowForAllFiles) {
   const std::string loud = mDirectory.Write("a.wav", kFloatWav, kRate, 2, StereoTone(-20.0, 10.0));
   const std::string quiet = mDirectory.Write("b.wav", kFloatWav, kRate, 2, StereoTone(-26.0, 10.0));
@@ -458,8 +441,7 @@ TEST_F(MeasureFilesTest, AReportThatFindsTheDiskFullIsAFailureAndLeavesTheEarlie
   EXPECT_EQ(test_audio::BytesOf(report), "earlier");
 }
 
-// 32 channels at 192 kHz make a long file of little more than three seconds; block 17 ends at
-// 17 x 19200 of 625000 frames.
+// 32 channels at 192 kHz make a long file of little more than three seconds.
 TEST_F(MeasureFilesTest, LongFilesShowProgressOnATerminalOnly) {
   const std::string path = mDirectory.Write("long.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 192000,
                                             32, Samples(20'000'000, 0.0));
@@ -467,14 +449,87 @@ TEST_F(MeasureFilesTest, LongFilesShowProgressOnATerminalOnly) {
   options.programmes.speakers = SpeakerLayout(32, "Left");
   EXPECT_EQ(Run(options), 0);
   EXPECT_EQ(mErrors.str(), "");
-  EXPECT_EQ(Run(options, 80), 0);
-  EXPECT_THAT(mErrors.str(), StartsWith("\r[.............................."));
-  EXPECT_THAT(mErrors.str(), HasSubstr("\r[###############...............]  52 %  "));
+  EXPECT_EQ(Run(options, [] { return std::size_t{80}; }), 0);
+  EXPECT_THAT(mErrors.str(), StartsWith("\r["));
+  EXPECT_THAT(mErrors.str(), HasSubstr(" %  " + path.substr(0, 10)));
   EXPECT_THAT(mErrors.str(), testing::EndsWith(" \r"));
 }
 
+// No line is ever wider than the terminal is at that time.
+TEST_F(MeasureFilesTest, ATerminalThatGetsNarrowerDoesNotScroll) {
+  const std::string path = mDirectory.Write("long.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 192000,
+                                            32, Samples(20'000'000, 0.0));
+  MeasureOptions options = Options({path}, FigureStyle::kJson);
+  options.programmes.speakers = SpeakerLayout(32, "Left");
+  std::size_t columns = 80;
+  std::vector<std::size_t> widths;  // of the terminal, each time that it was asked
+  EXPECT_EQ(Run(options,
+                [&] {
+                  columns = columns > 20 ? columns - 10 : 20;
+                  widths.push_back(columns);
+                  mErrors << '|';  // what follows was written for this width
+                  return columns;
+                }),
+            0);
+  std::istringstream shown(mErrors.str());
+  std::string part;
+  std::getline(shown, part, '|');
+  for (std::size_t i = 0; std::getline(shown, part, '|'); ++i) {
+    std::istringstream lines(part);
+    for (std::string line; std::getline(lines, line, '\r');)
+      EXPECT_LT(line.size(), widths.at(i)) << "width " << i;
+  }
+  EXPECT_GT(widths.size(), 2U);
+}
+
+TEST_F(MeasureFilesTest, OfADamagedFileTheFiguresAreMarkedInEveryFormat) {
+  const std::string path = mDirectory.Write("cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 1,
+                                            Noise(0.5, 96000, 1));
+  CutOff(path, 100000);
+  const std::string report = mDirectory.Path("report.html");
+  const std::pair<FigureStyle, const char*> cases[] = {
+      {FigureStyle::kTable, "cut.flac (damaged)\n"},
+      {FigureStyle::kJson, ",\"Damage\":\"48."},
+      {FigureStyle::kCsv, " % of the file is missing: it ends early"}};
+  for (const auto& [style, mark] : cases) {
+    MeasureOptions options = Options({path}, style);
+    options.report = report;
+    EXPECT_EQ(Run(options), 1);
+    EXPECT_THAT(mOut.str(), HasSubstr(mark));
+    EXPECT_THAT(mErrors.str(), testing::EndsWith(" the figures are those of what is there\n"));
+    options.keepsGoing = true;
+    EXPECT_EQ(Run(options), 0);
+    EXPECT_THAT(mOut.str(), HasSubstr(mark));
+  }
+  EXPECT_THAT(test_audio::BytesOf(report), HasSubstr("the figures are those of what is there"));
+}
+
+// More files than threads and their window, of lengths that end in another order.
+TEST_F(MeasureFilesTest, ManyJobsWriteInTheOrderGiven) {
+  std::vector<std::string> files;
+  for (int i = 0; i < 40; ++i) {
+    files.push_back(mDirectory.Write("tone" + std::to_string(i) + ".wav", kFloatWav, kRate, 2,
+                                     StereoTone(-20.0 - i, i % 7 == 0 ? 5.0 : 0.5)));
+    if (i % 10 == 9)
+      files.push_back(mDirectory.Path("gone" + std::to_string(i)));
+  }
+  MeasureOptions options = Options(files, FigureStyle::kJson);
+  EXPECT_EQ(Run(options), 1);
+  const std::string out = mOut.str();
+  const std::string errors = mErrors.str();
+  EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 4);
+  for (const std::size_t jobs : {2U, 7U, 100U}) {
+    options.jobs = jobs;
+    EXPECT_EQ(Run(options), 1) << jobs;
+    EXPECT_EQ(mOut.str(), out) << jobs;
+    EXPECT_EQ(mErrors.str(), errors) << jobs;
+  }
+}
+
 TEST_F(MeasureFilesTest, ShortFilesShowNoProgress) {
-  EXPECT_EQ(Run(Options({WriteTone("short.wav", 5.0)}, FigureStyle::kJson), 80), 0);
+  EXPECT_EQ(Run(Options({WriteTone("short.wav", 5.0)}, FigureStyle::kJson),
+                [] { return std::size_t{80}; }),
+            0);
   EXPECT_EQ(mErrors.str(), "");
 }
 

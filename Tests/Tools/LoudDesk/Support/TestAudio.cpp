@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <utility>
 
 // Asked by the leak sanitizer where there is one: libvorbisenc itself loses a part of its setup
 // when it encodes more than two channels.
@@ -102,6 +103,16 @@ std::string AudioDirectory::Write(const std::string& name, int format, int sampl
     EXPECT_EQ(sf_writef_double(file, samples.data() + done * channels, piece), piece) << path;
   }
   EXPECT_EQ(sf_close(file), 0) << path;
+  return path;
+}
+
+std::string AudioDirectory::Make(const std::string& name, const std::string& command) const {
+  const std::string path = Path(name);
+  std::string line = command;
+  for (const auto& [letter, text] : {std::pair("%o", path), std::pair("%d", mPath)})
+    for (std::size_t at = 0; (at = line.find(letter, at)) != std::string::npos;)
+      line.replace(at, 2, "'" + text + "'");
+  EXPECT_EQ(std::system((line + " </dev/null").c_str()), 0) << line;
   return path;
 }
 

@@ -46,6 +46,10 @@ class AudioDirectory {
   std::string Write(const std::string& name, int format, int sampleRate, std::size_t channels,
                     const Samples& samples) const;
 
+  /// Makes a file by a command of the shell in which %o stands for it and %d for this directory,
+  /// and returns its path. Fails the test when the command does.
+  std::string Make(const std::string& name, const std::string& command) const;
+
   /// Writes bytes as they are and returns the path.
   std::string WriteBytes(const std::string& name, const std::string& bytes) const;
 

@@ -1,0 +1,234 @@
+// Damaged files of real encoders: what is there is read, and what is missing is named. Files are
+// ten seconds of noise, which no encoder makes small, so that a place in the bytes is one in time.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+#include <cmath>
+#include <string>
+
+#include "AudioFile.h"
+#include "TestAudio.h"
+
+namespace louddesk {
+namespace {
+
+using test_audio::AudioDirectory;
+using test_audio::BytesOf;
+using test_audio::Noise;
+using test_audio::Samples;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+constexpr int kRate = 48000;
+constexpr double kSeconds = 10.0;
+
+struct Outcome {
+  double there = 0.0;  // s
+  Damage damage;
+};
+
+Outcome Read(const std::string& path) {
+  AudioFile file(path);
+  Samples samples(4800 * file.Channels());
+  while (file.Read(samples.data(), 4800) > 0) {
+  }
+  return {static_cast<double>(file.FramesRead()) / file.SampleRate(), file.Missing()};
+}
+
+class DamagedFileTest : public testing::Test {
+ protected:
+  DamagedFileTest() {
+    mDirectory.Write("noise.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 2,
+                     Noise(0.25, static_cast<std::size_t>(2 * kSeconds * kRate), 1));
+  }
+
+  // The noise by an encoder whose command names it as %d/noise.wav, with some bytes in the middle
+  // turned over.
+  std::string Damaged(const std::string& name, const std::string& command,
+                      std::size_t bytes = 20) const {
+    std::string content = BytesOf(mDirectory.Make(name, command));
+    for (std::size_t i = 0; i < bytes; ++i)
+      content[content.size() / 2 + i] = static_cast<char>(content[content.size() / 2 + i] ^ 0x55);
+    return mDirectory.WriteBytes(name, content);
+  }
+
+  // The first half of what an encoder makes of the noise.
+  std::string CutInHalf(const std::string& name, const std::string& command) const {
+    const std::string path = mDirectory.Make(name, command);
+    test_audio::CutOff(path, BytesOf(path).size() / 2);
+    return path;
+  }
+
+  AudioDirectory mDirectory;
+};
+
+constexpr char kFfmpeg[] = "ffmpeg -v error -y -i %d/noise.wav ";
+
+// What is read and what is missing make the whole, and the place is where the bytes are: half-way
+// but for headers and what encoders look ahead.
+TEST_F(DamagedFileTest, WhatIsDamagedInTheMiddleIsLeftOutAndNamed) {
+  struct {
+    const char* name;
+    std::string command;
+    double most;  // s that the smallest piece that can be lost lasts
+  } const cases[] = {
+      {"a.ogg", "oggenc -Q -o %o %d/noise.wav", 0.6},
+      {"a.opus", "opusenc --quiet %d/noise.wav %o", 1.1},
+      {"a.flac", "flac -s -o %o %d/noise.wav", 0.2},
+      {"a.wv", "wavpack -q -y %d/noise.wav -o %o", 0.6},
+      {"a.m4a", kFfmpeg + std::string("%o"), 0.1},
+      {"a.aac", kFfmpeg + std::string("%o"), 0.1},
+      {"a.ac3", kFfmpeg + std::string("%o"), 0.1},
+      {"a.mkv", kFfmpeg + std::string("-c:a ac3 %o"), 0.1},
+      {"a.oga", kFfmpeg + std::string("-c:a flac %o"), 1.0},
+  };
+  for (const auto& c : cases) {
+    const Outcome outcome = Read(Damaged(c.name, c.command));
+    ASSERT_EQ(outcome.damage.places.size(), 1U) << c.name;
+    EXPECT_FALSE(outcome.damage.endsAt) << c.name;
+    EXPECT_NEAR(outcome.damage.places[0], kSeconds / 2, 1.0) << c.name;
+    EXPECT_GT(outcome.damage.missing, 0.01) << c.name;
+    EXPECT_LE(outcome.damage.missing, c.most) << c.name;
+    EXPECT_NEAR(outcome.there + outcome.damage.missing, kSeconds, 0.05) << c.name;
+  }
+}
+
+// 2000 bytes of an MP3 of 128 kbit/s are 125 ms; a frame that needs bits of a lost one is lost too.
+TEST_F(DamagedFileTest, WhatIsNotAFrameOfAnMp3IsMissing) {
+  for (const char* options : {"-b128", "-b128 -t"}) {
+    const Outcome outcome =
+        Read(Damaged("a.mp3", std::string("lame --quiet ") + options + " %d/noise.wav %o", 2000));
+    ASSERT_EQ(outcome.damage.places.size(), 1U) << options;
+    EXPECT_FALSE(outcome.damage.endsAt) << options;
+    EXPECT_NEAR(outcome.damage.places[0], kSeconds / 2, 0.2) << options;
+    EXPECT_NEAR(outcome.damage.missing, 0.125, 0.075) << options;
+    EXPECT_NEAR(outcome.there + outcome.damage.missing, kSeconds, 0.1) << options;
+  }
+}
+
+// A megabyte of what no decoder made sense of, at 5 s, in a stream that goes on.
+TEST_F(DamagedFileTest, BytesThatAreMissingInTheMiddleAreMissingInTime) {
+  for (const char* name : {"a.flac", "a.ogg"}) {
+    const std::string encoder = std::string(name) == "a.ogg" ? "oggenc -Q" : "flac -s";
+    std::string content = BytesOf(mDirectory.Make(name, encoder + " -o %o %d/noise.wav"));
+    const std::size_t half = content.size() / 2;
+    content.erase(half, content.size() / 10);
+    const Outcome outcome = Read(mDirectory.WriteBytes(name, content));
+    ASSERT_EQ(outcome.damage.places.size(), 1U) << name;
+    EXPECT_NEAR(outcome.damage.places[0], kSeconds / 2, 0.6) << name;
+    EXPECT_NEAR(outcome.damage.missing, 1.0, 0.6) << name;
+    EXPECT_NEAR(outcome.there + outcome.damage.missing, kSeconds, 0.01) << name;
+  }
+}
+
+TEST_F(DamagedFileTest, PacketsThatATransportStreamLacksAreNamed) {
+  const Outcome outcome = Read(Damaged("a.ts", kFfmpeg + std::string("-c:a ac3 %o"), 2000));
+  ASSERT_EQ(outcome.damage.places.size(), 1U);
+  EXPECT_NEAR(outcome.damage.places[0], kSeconds / 2, 0.5);
+  EXPECT_NEAR(outcome.there + outcome.damage.missing, kSeconds, 0.1);
+}
+
+TEST_F(DamagedFileTest, AFileThatWasCutOffIsReadAsFarAsItGoes) {
+  struct {
+    const char* name;
+    std::string command;
+  } const cases[] = {
+      {"a.mp3", "lame --quiet %d/noise.wav %o"},
+      {"a.flac", "flac -s -o %o %d/noise.wav"},
+      {"a.wv", "wavpack -q -y %d/noise.wav -o %o"},
+      {"a.m4a", kFfmpeg + std::string("-movflags +faststart %o")},
+      {"a.mka", kFfmpeg + std::string("-c:a flac %o")},
+      {"a.avi", kFfmpeg + std::string("-c:a pcm_s16le %o")},
+  };
+  for (const auto& c : cases) {
+    const Outcome outcome = Read(CutInHalf(c.name, c.command));
+    ASSERT_TRUE(outcome.damage.endsAt) << c.name;
+    EXPECT_NEAR(*outcome.damage.endsAt, outcome.there, 0.6) << c.name;
+    EXPECT_NEAR(outcome.there, kSeconds / 2, 0.6) << c.name;
+    const bool hasLengthAtItsEnd = std::string(c.name) == "a.avi";
+    EXPECT_TRUE(hasLengthAtItsEnd ||
+                std::abs(outcome.there + outcome.damage.missing - kSeconds) < 0.5)
+        << c.name;
+  }
+}
+
+// These do not say how long they are. That they end within a frame is known all the same.
+TEST_F(DamagedFileTest, AStreamThatEndsWithinAFrameEndsEarly) {
+  for (const char* name : {"a.aac", "a.ac3"}) {
+    const Outcome outcome = Read(CutInHalf(name, kFfmpeg + std::string("%o")));
+    EXPECT_TRUE(outcome.damage.endsAt) << name;
+  }
+}
+
+// The first half of one link, and another one behind it.
+TEST_F(DamagedFileTest, ALinkThatEndsEarlyIsDamageInTheMiddle) {
+  const std::string whole = mDirectory.Make("a.ogg", "oggenc -Q -o %o %d/noise.wav");
+  const std::string bytes = BytesOf(whole);
+  const std::string path =
+      mDirectory.WriteBytes("chain.ogg", bytes.substr(0, bytes.size() / 2) + bytes);
+  const Outcome outcome = Read(path);
+  ASSERT_EQ(outcome.damage.places.size(), 1U);
+  EXPECT_FALSE(outcome.damage.endsAt);
+  EXPECT_NEAR(outcome.damage.places[0], kSeconds / 2, 0.6);
+  EXPECT_NEAR(outcome.there, 1.5 * kSeconds, 0.6);
+}
+
+// The page that begins a link names its stream, and without it the rest belongs to nothing.
+TEST_F(DamagedFileTest, ALinkWhoseBeginningIsLostIsNotTakenForTheEnd) {
+  const std::string bytes = BytesOf(mDirectory.Make("a.ogg", "oggenc -Q -o %o %d/noise.wav"));
+  const std::string other =
+      BytesOf(mDirectory.Make("b.ogg", "oggenc -Q -s 4711 -o %o %d/noise.wav"));
+  std::string chain = bytes + other;
+  chain[bytes.size() + 40] = static_cast<char>(chain[bytes.size() + 40] ^ 1);
+  const Outcome outcome = Read(mDirectory.WriteBytes("chain.ogg", chain));
+  EXPECT_TRUE(outcome.damage.endsAt);
+  EXPECT_NEAR(outcome.there, kSeconds, 0.001);
+}
+
+TEST_F(DamagedFileTest, AFileOfWhichNothingIsLeftIsRefused) {
+  std::string content = BytesOf(mDirectory.Make("a.flac", "flac -s -o %o %d/noise.wav"));
+  content.resize(9000);
+  const std::string path = mDirectory.WriteBytes("a.flac", content);
+  try {
+    Read(path);
+    FAIL() << "nothing was wrong";
+  } catch (const AudioFileError& error) {
+    EXPECT_EQ(error.what(), path + ": cannot be decoded");
+  }
+}
+
+TEST(DamageTest, ItIsNamedInOneLine) {
+  EXPECT_EQ(DamageText({{62.3}, 0.06, std::nullopt}, 99.94),
+            "0.06 % of the file is damaged, at 1:02.3");
+  EXPECT_EQ(DamageText({{12.44, 3723.0}, 1.0, std::nullopt}, 3999.0),
+            "0.03 % of the file is damaged, at 0:12.4 and 1:02:03.0");
+  EXPECT_EQ(DamageText({{1, 2, 3, 4, 5, 6, 7}, 1.0, std::nullopt}, 99.0),
+            "1.00 % of the file is damaged, at 0:01.0, 0:02.0, 0:03.0, 0:04.0, 0:05.0 and 2 more "
+            "places");
+  EXPECT_EQ(DamageText({{1, 2, 3, 4, 5, 6}, 1.0, std::nullopt}, 99.0),
+            "1.00 % of the file is damaged, at 0:01.0, 0:02.0, 0:03.0, 0:04.0, 0:05.0 and 0:06.0");
+  EXPECT_EQ(DamageText({{62.3}, 0.0, std::nullopt}, 99.94), "the file is damaged, at 1:02.3");
+  EXPECT_EQ(DamageText({{62.3}, 0.001, std::nullopt}, 99.94),
+            "less than 0.01 % of the file is damaged, at 1:02.3");
+  EXPECT_EQ(DamageText({{}, 25.0, 75.0}, 75.0),
+            "25.00 % of the file is missing: it ends early, at 1:15.0");
+  EXPECT_EQ(DamageText({{}, 0.0, 75.0}, 75.0), "the file ends early, at 1:15.0");
+  EXPECT_EQ(DamageText({{10.0}, 25.0, 75.0}, 75.0),
+            "25.00 % of the file is missing: it is damaged at 0:10.0 and ends early, at 1:15.0");
+  EXPECT_EQ(DamageText({{10.0}, 0.0, 75.0}, 75.0),
+            "the file is damaged at 0:10.0 and ends early, at 1:15.0");
+}
+
+TEST(DamageTest, APartIsAddedAtItsTimeAndNearPlacesAreOne) {
+  Damage whole{{1.0}, 0.5, std::nullopt};
+  AddDamage(whole, {{0.0, 0.05, 2.0}, 0.25, 3.0}, 10.0);
+  EXPECT_THAT(whole.places, testing::ElementsAre(1.0, 10.0, 12.0));
+  EXPECT_EQ(whole.missing, 0.75);
+  EXPECT_EQ(whole.endsAt, 13.0);
+}
+
+}  // namespace
+}  // namespace louddesk

@@ -1,0 +1,19 @@
+// What keeps a file from being measured.
+
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace louddesk {
+
+/// The path that stands for standard input.
+constexpr char kStandardInput[] = "-";
+
+/// The text is one line that begins with the file's name, as `Printable` shows it.
+class AudioFileError : public std::runtime_error {
+ public:
+  AudioFileError(const std::string& path, const std::string& reason);
+};
+
+}  // namespace louddesk

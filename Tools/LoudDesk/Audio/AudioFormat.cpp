@@ -1,0 +1,32 @@
+// Formats in words.
+
+#include "AudioFormat.h"
+
+#include <fmt/format.h>
+
+#include "ClockText.h"
+
+namespace louddesk {
+namespace {
+
+std::string FormatText(const AudioFormat& format) {
+  return fmt::format("{} channel{} at {} Hz", format.channels, format.channels == 1 ? "" : "s",
+                     format.sampleRate);
+}
+
+}  // namespace
+
+bool AreSame(const AudioFormat& a, const AudioFormat& b) {
+  return a.channels == b.channels && a.sampleRate == b.sampleRate && a.positions == b.positions;
+}
+
+std::string ChangeText(const AudioFormat& from, const AudioFormat& to, double seconds) {
+  const std::string before = FormatText(from);
+  const std::string after = FormatText(to);
+  const std::string change =
+      before == after ? "to other speakers" : fmt::format("from {} to {}", before, after);
+  return fmt::format("changes {} at {}; its parts have to be measured one by one", change,
+                     ShortClockText(seconds));
+}
+
+}  // namespace louddesk

@@ -1,0 +1,73 @@
+// Damage in words.
+
+#include "Damage.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstddef>
+
+#include "ClockText.h"
+
+namespace louddesk {
+namespace {
+
+// Places that a message names; of more it tells how many there are.
+constexpr std::size_t kNamedPlaces = 5;
+
+// Places nearer to one another are one, s: what a message can tell apart.
+constexpr double kSamePlace = 0.1;
+
+// "1:02.3", "0:12.4 and 1:02.3", "0:12.4, 0:15.0, 1:02.3 and 7 more places".
+std::string PlacesText(const std::vector<double>& places) {
+  std::vector<std::string> names;
+  // The place of "1 more" is better taken by its name.
+  const std::size_t named = places.size() == kNamedPlaces + 1 ? places.size() : kNamedPlaces;
+  for (const double place : places)
+    if (names.size() < named)
+      names.push_back(ShortClockText(place));
+  if (places.size() > named)
+    names.push_back(fmt::format("{} more places", places.size() - named));
+  std::string last = names.back();
+  names.pop_back();
+  if (names.empty())
+    return last;
+  return fmt::format("{} and {}", fmt::join(names, ", "), last);
+}
+
+// "0.06 % of the file", or "the file" where nobody knows how much.
+std::string ShareText(const Damage& damage, double there) {
+  if (damage.missing <= 0.0)
+    return "the file";
+  const double percent = 100.0 * damage.missing / (there + damage.missing);
+  return percent < 0.01 ? "less than 0.01 % of the file"
+                        : fmt::format("{:.2f} % of the file", percent);
+}
+
+}  // namespace
+
+void AddDamage(Damage& whole, const Damage& part, double begin) {
+  for (const double place : part.places)
+    whole.places.push_back(begin + place);
+  std::sort(whole.places.begin(), whole.places.end());
+  const auto areOne = [](double a, double b) { return b - a < kSamePlace; };
+  whole.places.erase(std::unique(whole.places.begin(), whole.places.end(), areOne),
+                     whole.places.end());
+  whole.missing += part.missing;
+  if (part.endsAt)
+    whole.endsAt = begin + *part.endsAt;
+}
+
+std::string DamageText(const Damage& damage, double there) {
+  const std::string share = ShareText(damage, there);
+  if (!damage.endsAt)
+    return fmt::format("{} is damaged, at {}", share, PlacesText(damage.places));
+  const std::string end = fmt::format("ends early, at {}", ShortClockText(*damage.endsAt));
+  const std::string faults = damage.places.empty() ? end
+                                                   : fmt::format("is damaged at {} and {}",
+                                                                 PlacesText(damage.places), end);
+  return damage.missing > 0.0 ? fmt::format("{} is missing: it {}", share, faults)
+                              : "the file " + faults;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,356 @@
+// libavformat over bytes of our own.
+
+#include "LibavContainer.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <iterator>
+
+#include "AudioFileError.h"
+#include "LibavText.h"
+
+namespace louddesk {
+namespace {
+
+constexpr int kBufferSize = 65536;
+
+// A guess by the first bytes that is less sure than this is none: every file of noise has bytes
+// that look like the header of something.
+constexpr int kLeastScore = AVPROBE_SCORE_RETRY / 2;
+
+// The containers that are read, by libavformat's names. Lists of other files, pictures, devices and
+// the like are not among them. README names them for users.
+constexpr char kWav[] = "wav";
+constexpr char kMp4[] = "mov,mp4,m4a,3gp,3g2,mj2";
+constexpr char kCaf[] = "caf";
+constexpr char kMatroska[] = "matroska,webm";
+constexpr const char* kContainers[] = {
+    kWav, "w64",           "aiff",   "au",   "caf", "flac", "ogg", "mp3", "aac", "ac3", "eac3",
+    kMp4, "matroska,webm", "mpegts", "mpeg", "mxf", "avi",  "asf", "wv",  "tta", "ape"};
+
+// What a file may ask for before it has told anything: bytes and streams to be looked at, and the
+// largest piece of memory. Real files stay far below.
+constexpr std::int64_t kMostProbeBytes = 20'000'000;
+constexpr int kMostStreams = 200;
+constexpr std::size_t kMostMemory = 512U << 20U;
+
+// Plain samples are cut into packets of so many bytes.
+constexpr char kPacketBytes[] = "65536";
+
+// A demuxer that finds nothing any more after so many faults in a row never will.
+constexpr int kMostFaultsInARow = 1000;
+
+struct Named {
+  const char* name;
+};
+
+// Containers whose length is that of the stream, by libavformat's names; others estimate it. Exact
+// ones keep that of codecs that lose nothing to the frame, and Matroska tells that of the longest
+// stream.
+struct LengthFacts {
+  const char* name;
+  bool isExact;
+};
+
+constexpr LengthFacts kLengths[] = {
+    {"flac", true}, {"mp3", false}, {"wv", true},  {"tta", true},     {kWav, true},
+    {"w64", true},  {"aiff", true}, {"au", true},  {"ape", true},     {"mxf", true},
+    {"avi", true},  {kMp4, true},   {kCaf, false}, {kMatroska, false}};
+constexpr double kLengthTolerance = 0.5;  // s, of those that are not exact
+
+// Containers of plain samples, from which packets are cut.
+constexpr Named kInPieces[] = {{kWav}, {"w64"}, {"aiff"}, {"au"}, {kCaf}};
+
+// Streams without a container, which a parser cuts into packets. Bytes that it makes nothing of it
+// leaves in the packet behind them.
+constexpr Named kCutByParser[] = {{"mp3"}, {"aac"}, {"ac3"}, {"eac3"}};
+
+// Where packets follow one another without gaps, so that a gap is a loss. The times of Ogg count
+// frames. Those of Matroska are rounded, and a recorder may leave out a packet or two.
+struct GapFacts {
+  const char* name;
+  double leastGap;  // s
+};
+
+constexpr GapFacts kGaps[] = {{"ogg", 0.002}, {kMatroska, 0.25}};
+
+// Programs that write into a pipe fill in lengths of these and more: they do not know better.
+constexpr std::int64_t kPlaceholderBytes = 0x7FFF0000;
+
+template <typename Facts, std::size_t kCount>
+const Facts* FactsOf(const Facts (&table)[kCount], const AVFormatContext& context) {
+  const auto* found = std::find_if(std::begin(table), std::end(table), [&context](const Facts& f) {
+    return std::strcmp(f.name, context.iformat->name) == 0;
+  });
+  return found == std::end(table) ? nullptr : found;
+}
+
+bool IsRead(const AVInputFormat& format) {
+  return std::any_of(std::begin(kContainers), std::end(kContainers),
+                     [&format](const char* name) { return std::strcmp(format.name, name) == 0; });
+}
+
+int RefuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
+  return AVERROR(EPERM);
+}
+
+std::string TagOf(const AVStream& stream, const char* key) {
+  const AVDictionaryEntry* entry = av_dict_get(stream.metadata, key, nullptr, 0);
+  return entry == nullptr ? "" : entry->value;
+}
+
+bool IsLossless(const AVStream& stream) {
+  const AVCodecDescriptor* codec = avcodec_descriptor_get(stream.codecpar->codec_id);
+  return codec != nullptr && (codec->props & AV_CODEC_PROP_LOSSY) == 0;
+}
+
+std::optional<double> SecondsOf(const AVStream& stream) {
+  if (stream.duration == AV_NOPTS_VALUE || stream.duration <= 0)
+    return std::nullopt;
+  return static_cast<double>(stream.duration) * av_q2d(stream.time_base);
+}
+
+StreamInfo InfoOf(const AVStream& stream) {
+  StreamInfo info;
+  info.codec = avcodec_get_name(stream.codecpar->codec_id);
+  info.format = FormatText(stream.codecpar->sample_rate, stream.codecpar->ch_layout);
+  info.seconds = SecondsOf(stream);
+  info.language = TagOf(stream, "language");
+  info.title = TagOf(stream, "title");
+  return info;
+}
+
+std::string UnknownText(LinkInput& input, int error) {
+  constexpr char kNotAudio[] = "is not audio that can be read";
+  if (error == AVERROR_EOF)
+    return "ends before its audio begins";
+  if (error != AVERROR_INVALIDDATA)
+    return fmt::format("{}: {}", kNotAudio, LibavText(error));
+  return fmt::format("{}: {}", kNotAudio,
+                     input.Seekable() == nullptr
+                         ? "its format is not known, or cannot come from a pipe, as MP4 "
+                           "with its index at the end"
+                         : "its format is not known");
+}
+
+}  // namespace
+
+LibavContainer::LibavContainer(const std::string& path, LinkInput& input)
+    : mPath(path), mInput(input) {
+  SilenceLibav();
+  mBytes.reset(avio_alloc_context(static_cast<unsigned char*>(av_malloc(kBufferSize)), kBufferSize,
+                                  0, this, ReadBytes, nullptr, SeekBytes));
+  const AVInputFormat* format = FormatOf(input);
+  mIsWav = std::strcmp(format->name, kWav) == 0;
+  mBytes->seekable = input.Seekable() == nullptr || mIsWav ? 0 : AVIO_SEEKABLE_NORMAL;
+  Open(format);
+  avformat_find_stream_info(mContext.get(), nullptr);
+  mStreamsAtFirst = AudioStreams().size();
+  if (mStreamsAtFirst == 0)
+    throw AudioFileError(path, "holds no audio");
+}
+
+// By the name that the links give it, or by the first bytes.
+const AVInputFormat* LibavContainer::FormatOf(LinkInput& input) {
+  if (input.Container() != nullptr)
+    return av_find_input_format(input.Container());
+  const AVInputFormat* format = nullptr;
+  const int score = av_probe_input_buffer2(mBytes.get(), &format, "", nullptr, 0, kMostProbeBytes);
+  if (score < kLeastScore || !IsRead(*format))
+    throw AudioFileError(mPath, UnknownText(input, score < 0 ? score : AVERROR_INVALIDDATA));
+  return format;
+}
+
+void LibavContainer::Open(const AVInputFormat* format) {
+  AVFormatContext* context = avformat_alloc_context();
+  context->pb = mBytes.get();
+  context->io_open = RefuseToOpen;
+  context->probesize = kMostProbeBytes;
+  context->max_streams = kMostStreams;
+  av_max_alloc(kMostMemory);
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, "max_size", kPacketBytes, 0);
+  const int error =
+      avformat_open_input(&context, nullptr, format, &options);  // frees it on failure
+  av_dict_free(&options);
+  if (error < 0)
+    throw AudioFileError(mPath, UnknownText(mInput, error));
+  mContext.reset(context);
+  if (mContext->nb_streams > 0)
+    FindEndOfWav();
+}
+
+std::vector<AVStream*> LibavContainer::AudioStreams() const {
+  std::vector<AVStream*> streams;
+  for (unsigned i = 0; i < mContext->nb_streams; ++i)
+    if (mContext->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
+      streams.push_back(mContext->streams[i]);
+  return streams;
+}
+
+std::vector<StreamInfo> LibavContainer::Streams() const {
+  const int best = av_find_best_stream(mContext.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+  std::vector<StreamInfo> infos;
+  for (const AVStream* stream : AudioStreams()) {
+    infos.push_back(InfoOf(*stream));
+    infos.back().isChosen = stream->index == best;
+  }
+  return infos;
+}
+
+const AVStream& LibavContainer::Choose(std::optional<std::size_t> number) {
+  const std::vector<AVStream*> streams = AudioStreams();
+  if (number && (*number < 1 || *number > streams.size()))
+    throw AudioFileError(mPath,
+                         fmt::format("has no audio stream {}; it has {}", *number, streams.size()));
+  const int best = av_find_best_stream(mContext.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+  mIsChosenByNumber = number.has_value();
+  mStream = number ? streams[*number - 1] : mContext->streams[std::max(best, 0)];
+  for (unsigned i = 0; i < mContext->nb_streams; ++i)
+    if (mContext->streams[i] != mStream)
+      mContext->streams[i]->discard = AVDISCARD_ALL;
+  return *mStream;
+}
+
+LibavContainer::Got LibavContainer::ReadPacket(AVPacket& packet) {
+  for (;;) {
+    const int error = av_read_frame(mContext.get(), &packet);
+    if (error == AVERROR_EOF || mFaultsInARow >= kMostFaultsInARow) {
+      CheckForLaterStreams();
+      CheckForWrappedSize();
+      return Got::kEnd;
+    }
+    if (error < 0) {
+      ++mFaultsInARow;
+      return Got::kFault;
+    }
+    mFaultsInARow = 0;
+    if (packet.stream_index == mStream->index)
+      return IsPacketSuspect(packet) ? Got::kSuspectPacket : Got::kPacket;
+    av_packet_unref(&packet);
+  }
+}
+
+// Of a container that is read in pieces of one length the last piece is shorter, and marked.
+bool LibavContainer::IsPacketSuspect(const AVPacket& packet) const {
+  return (packet.flags & AV_PKT_FLAG_CORRUPT) != 0 && FactsOf(kInPieces, *mContext) == nullptr;
+}
+
+bool LibavContainer::NeedsFile() const {
+  return mInput.Seekable() == nullptr && std::strcmp(mContext->iformat->name, kMp4) == 0;
+}
+
+// A stream that begins later is the rest of the programme, or another one, as in broadcasts that
+// were joined.
+void LibavContainer::CheckForLaterStreams() const {
+  if (!mIsChosenByNumber && AudioStreams().size() > mStreamsAtFirst)
+    throw AudioFileError(mPath,
+                         "has audio streams that begin later than the first; choose one with "
+                         "--stream");
+}
+
+// What follows the samples is not looked at: the demuxer would search all of it for more.
+void LibavContainer::FindEndOfWav() {
+  const AVCodecParameters& codec = *mContext->streams[0]->codecpar;
+  const std::int64_t frames = mContext->streams[0]->duration;
+  if (mIsWav && frames > 0 && av_get_bits_per_sample(codec.codec_id) > 0)
+    mEndOfBytes = static_cast<std::uint64_t>(avio_tell(mBytes.get()) + frames * codec.block_align);
+}
+
+std::string LibavContainer::FormatInWords() const {
+  const AVCodecDescriptor* codec = avcodec_descriptor_get(mStream->codecpar->codec_id);
+  return fmt::format(
+      "{}, {}", mContext->iformat->long_name,
+      codec != nullptr && codec->long_name != nullptr ? codec->long_name : "unknown");
+}
+
+bool LibavContainer::IsCutByParser() const {
+  return FactsOf(kCutByParser, *mContext) != nullptr;
+}
+
+// The sizes in a WAV have 32 bits, and programs that write more let them wrap around.
+void LibavContainer::CheckForWrappedSize() const {
+  constexpr std::uint64_t kWrap = std::uint64_t{1} << 32U;
+  const ByteInput* input = mInput.Seekable();
+  if (mEndOfBytes != UINT64_MAX && input != nullptr && *input->Size() >= mEndOfBytes + kWrap)
+    throw AudioFileError(mPath, "is longer than the 4 GiB that its header can tell");
+}
+
+std::optional<LibavContainer::Promise> LibavContainer::Promised(int sampleRate) const {
+  const LengthFacts* facts = FactsOf(kLengths, *mContext);
+  if (facts == nullptr)
+    return std::nullopt;
+  const AVRational rate{1, sampleRate};
+  std::int64_t frames = 0;
+  const bool isCounted =  // packets, of plain samples
+      facts->name == kCaf && av_get_bits_per_sample(mStream->codecpar->codec_id) > 0;
+  if (isCounted)
+    frames = mStream->nb_frames;
+  else if (mContext->duration_estimation_method != AVFMT_DURATION_FROM_STREAM)
+    return std::nullopt;
+  else if (mStream->duration > 0 && facts->name != kMatroska)
+    frames = av_rescale_q(mStream->duration, mStream->time_base, rate);
+  else if (mContext->nb_streams == 1 && mContext->duration > 0)
+    frames = av_rescale_q(mContext->duration, AV_TIME_BASE_Q, rate);
+  if (frames == 0)
+    return std::nullopt;
+  const bool isPlaceholder =
+      mInput.Seekable() == nullptr &&
+      frames >= kPlaceholderBytes / std::max(mStream->codecpar->block_align, 1);
+  if (isPlaceholder)
+    return std::nullopt;
+  const bool isExact = isCounted || (facts->isExact && IsLossless(*mStream));
+  return Promise{frames, isExact ? 0 : std::llround(kLengthTolerance * sampleRate)};
+}
+
+// MP4 says how much of its last packet is to be played.
+std::optional<std::int64_t> LibavContainer::Padding(int sampleRate) const {
+  const int packets = avformat_index_get_entries_count(mStream);
+  if (std::strcmp(mContext->iformat->name, kMp4) != 0 || packets == 0)
+    return std::nullopt;
+  const AVIndexEntry* last = avformat_index_get_entry(mStream, packets - 1);
+  if (last->timestamp >= mStream->duration)
+    return std::nullopt;
+  return av_rescale_q(mStream->duration, mStream->time_base, AVRational{1, sampleRate});
+}
+
+std::optional<double> LibavContainer::LeastGap() const {
+  const GapFacts* facts = FactsOf(kGaps, *mContext);
+  return facts == nullptr ? std::nullopt : std::make_optional(facts->leastGap);
+}
+
+int LibavContainer::ReadBytes(void* container, std::uint8_t* bytes, int count) {
+  LibavContainer& self = *static_cast<LibavContainer*>(container);
+  if (self.mBytesRead >= self.mEndOfBytes)
+    return AVERROR_EOF;
+  const std::size_t got = self.mInput.Read(bytes, static_cast<std::size_t>(count));
+  self.mBytesRead += got;
+  return got == 0 ? AVERROR_EOF : static_cast<int>(got);
+}
+
+std::int64_t LibavContainer::SeekBytes(void* opaque, std::int64_t offset, int whence) {
+  const LibavContainer& container = *static_cast<LibavContainer*>(opaque);
+  LinkInput& link = container.mInput;
+  if ((whence & AVSEEK_SIZE) != 0 && container.mIsWav)
+    return INT64_MAX;
+  if ((whence & AVSEEK_SIZE) != 0 && link.Container() != nullptr)
+    return 0;
+  if (link.Seekable() == nullptr)
+    return AVERROR(ESPIPE);
+  const auto size = static_cast<std::int64_t>(link.Seekable()->Size().value_or(0));
+  if ((whence & AVSEEK_SIZE) != 0)
+    return size;
+  const auto position = static_cast<std::int64_t>(link.Seekable()->Position());
+  const int from = whence & ~AVSEEK_FORCE;
+  const std::int64_t begin = from == SEEK_CUR ? position : from == SEEK_END ? size : 0;
+  if (begin + offset < 0)
+    return AVERROR(EINVAL);
+  link.Seekable()->SeekTo(static_cast<std::uint64_t>(begin + offset));
+  return begin + offset;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,264 @@
+// libavcodec and libswresample, and the accounts of what they could not decode.
+
+#include "LibavDecoder.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+
+#include "AudioFileError.h"
+#include "LibavText.h"
+
+namespace louddesk {
+namespace {
+
+// A leap of the times by more is a clock that was set, not a loss.
+constexpr double kLongestGap = 3600.0;  // s
+
+// What is lacking, and may be lost at a place so near to the end, is the end.
+constexpr double kNearEnd = 0.5;  // s
+
+// A decoder that fails so often without taking another packet never will do better.
+constexpr int kMostFaultsInARow = 100'000;
+
+// Programmes are measured as they are, not as a set-top box at night plays them.
+constexpr char kDynamicRangeControl[] = "drc_scale";
+
+template <typename Object>
+Object* Allocated(Object* object) {
+  if (object == nullptr)
+    throw std::bad_alloc();
+  return object;
+}
+
+ChannelMap PositionsOf(AVCodecID codec, const AVChannelLayout& layout) {
+  // Opus of a mapping family without speakers (RFC 7845, section 5.1.1.3).
+  if (codec == AV_CODEC_ID_OPUS && layout.order == AV_CHANNEL_ORDER_UNSPEC)
+    return ChannelMap(static_cast<std::size_t>(layout.nb_channels), AV_CHAN_NONE);
+  return ChannelMapOf(layout);
+}
+
+}  // namespace
+
+LibavDecoder::FrameKind LibavDecoder::KindOf(const AVFrame& frame) {
+  const AVChannelLayout& layout = frame.ch_layout;
+  const bool hasMask = layout.order == AV_CHANNEL_ORDER_NATIVE;
+  return {frame.sample_rate, layout.nb_channels, layout.order, hasMask ? layout.u.mask : 0};
+}
+
+AudioFormat LibavDecoder::FormatOf(const AVFrame& frame) const {
+  return {static_cast<std::size_t>(frame.ch_layout.nb_channels), frame.sample_rate,
+          PositionsOf(mStream.codecpar->codec_id, frame.ch_layout)};
+}
+
+LibavDecoder::LibavDecoder(const std::string& path, LinkInput& input,
+                           std::optional<std::size_t> stream)
+    : mPath(path),
+      mContainer(path, input),
+      mStream(mContainer.Choose(stream)),
+      mPacket(Allocated(av_packet_alloc())),
+      mFrame(Allocated(av_frame_alloc())) {
+  OpenCodec();
+  if (!ReceiveFrame())
+    throw AudioFileError(mPath, NothingText());
+  mKind = KindOf(*mFrame);
+  mFormat = FormatOf(*mFrame);
+  mMostPlayed = mContainer.Padding(mFormat.sampleRate);
+  Convert();
+}
+
+// Why there is not a single frame.
+std::string LibavDecoder::NothingText() const {
+  if (!mIsSuspect)
+    return "holds no audio";
+  return mContainer.NeedsFile() ? "cannot be read from a pipe: its index lies at its end"
+                                : "cannot be decoded";
+}
+
+void LibavDecoder::OpenCodec() {
+  const AVCodec* codec = avcodec_find_decoder(mStream.codecpar->codec_id);
+  if (codec == nullptr)
+    throw AudioFileError(mPath, fmt::format("holds audio that cannot be decoded ({})",
+                                            avcodec_get_name(mStream.codecpar->codec_id)));
+  mCodec.reset(Allocated(avcodec_alloc_context3(codec)));
+  avcodec_parameters_to_context(mCodec.get(), mStream.codecpar);
+  mCodec->pkt_timebase = mStream.time_base;
+  mCodec->thread_count = 1;
+  mCodec->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, kDynamicRangeControl, "0", 0);
+  const int error = avcodec_open2(mCodec.get(), codec, &options);
+  av_dict_free(&options);
+  if (error < 0)
+    throw AudioFileError(mPath, fmt::format("holds audio that cannot be decoded ({}: {})",
+                                            codec->name, LibavText(error)));
+}
+
+std::size_t LibavDecoder::Read(double* samples, std::size_t frames) {
+  const std::size_t wanted = frames * mFormat.channels;
+  std::size_t got = 0;
+  while (got < wanted && (mTaken < mSamples.size() || Decode())) {
+    const std::size_t piece = std::min(wanted - got, mSamples.size() - mTaken);
+    std::copy_n(mSamples.data() + mTaken, piece, samples + got);
+    mTaken += piece;
+    got += piece;
+  }
+  return got / mFormat.channels;
+}
+
+bool LibavDecoder::Decode() {
+  if (mHasEnded)
+    return false;
+  if (!ReceiveFrame()) {
+    CheckLength();
+    return false;
+  }
+  CheckKind();
+  Convert();
+  return true;
+}
+
+// Leaves out frames that the decoder itself calls wrong.
+bool LibavDecoder::ReceiveFrame() {
+  for (int faults = 0; !mHasEnded;) {
+    const int error = avcodec_receive_frame(mCodec.get(), mFrame.get());
+    mHasEnded = error == AVERROR_EOF || faults >= kMostFaultsInARow;
+    if (error == AVERROR(EAGAIN))
+      SendPacket();
+    if (error < 0 && error != AVERROR(EAGAIN) && error != AVERROR_EOF) {
+      Suspect(0);
+      ++faults;
+    }
+    if (error == 0 && mFrame->decode_error_flags != 0)
+      Suspect(mFrame->pkt_duration);
+    else if (error == 0 && mFrame->nb_samples > 0)
+      return true;
+  }
+  return false;
+}
+
+void LibavDecoder::SendPacket() {
+  const LibavContainer::Got got = mContainer.ReadPacket(*mPacket);
+  if (got == LibavContainer::Got::kFault || got == LibavContainer::Got::kSuspectPacket)
+    Suspect(0);
+  if (got == LibavContainer::Got::kFault)
+    return;
+  // At the end: what the decoder still holds.
+  const bool isEnd = got == LibavContainer::Got::kEnd;
+  if (avcodec_send_packet(mCodec.get(), isEnd ? nullptr : mPacket.get()) < 0)
+    Suspect(LostTicks());
+  else
+    mGoodSize = mPacket->size;
+  av_packet_unref(mPacket.get());
+}
+
+// What the bytes of the packet would last if they were like those before.
+std::int64_t LibavDecoder::LostTicks() const {
+  if (!mContainer.IsCutByParser() || mPacket->size <= mGoodSize || mGoodSize == 0)
+    return mPacket->duration;
+  return av_rescale(mPacket->duration, mPacket->size, mGoodSize);
+}
+
+void LibavDecoder::CheckKind() const {
+  if (KindOf(*mFrame) != mKind)
+    throw AudioFileError(mPath, ChangeText(mFormat, FormatOf(*mFrame), Here()));
+}
+
+void LibavDecoder::Convert() {
+  CheckTime();
+  OpenConverter();
+  const auto channels = static_cast<std::size_t>(mFrame->ch_layout.nb_channels);
+  mSamples.resize(static_cast<std::size_t>(mFrame->nb_samples) * channels);
+  auto* out = reinterpret_cast<std::uint8_t*>(mSamples.data());
+  swr_convert(mConverter.get(), &out, mFrame->nb_samples,
+              const_cast<const std::uint8_t**>(mFrame->extended_data), mFrame->nb_samples);
+  std::int64_t played = mFrame->nb_samples;
+  if (mMostPlayed)
+    played = std::clamp<std::int64_t>(*mMostPlayed - mDecoded, 0, played);
+  mSamples.resize(static_cast<std::size_t>(played) * channels);
+  mTaken = 0;
+  mDecoded += played;
+}
+
+// One and the same decoder may turn from one form of samples to another.
+void LibavDecoder::OpenConverter() {
+  if (mConverter != nullptr && mFrame->format == mSampleForm)
+    return;
+  mSampleForm = mFrame->format;
+  SwrContext* context = nullptr;
+  int error = swr_alloc_set_opts2(
+      &context, &mFrame->ch_layout, AV_SAMPLE_FMT_DBL, mFrame->sample_rate, &mFrame->ch_layout,
+      static_cast<AVSampleFormat>(mSampleForm), mFrame->sample_rate, 0, nullptr);
+  mConverter.reset(context);
+  if (error >= 0)
+    error = swr_init(context);
+  if (error < 0)
+    throw AudioFileError(mPath, fmt::format("cannot be decoded ({})", LibavText(error)));
+}
+
+void LibavDecoder::Suspect(std::int64_t lostTicks) {
+  mIsSuspect = true;
+  mLost += FramesOf(lostTicks);
+}
+
+// Where something was wrong the times tell how much is lost; in some containers they tell that
+// something is.
+void LibavDecoder::CheckTime() {
+  std::int64_t gap = 0;
+  if (mFrame->best_effort_timestamp != AV_NOPTS_VALUE) {
+    const std::int64_t time = FramesOf(mFrame->best_effort_timestamp);
+    gap = time - mNextTime.value_or(time);
+    mNextTime = time + mFrame->nb_samples;
+  } else {
+    mNextTime.reset();
+  }
+  const auto least = mContainer.LeastGap();
+  const double seconds = static_cast<double>(gap) / mFrame->sample_rate;
+  if (seconds > kLongestGap || seconds < 0.0)
+    gap = 0;
+  if (mIsSuspect || (least && gap > 0 && seconds >= *least))
+    CountLoss(std::max(gap, mLost));
+}
+
+void LibavDecoder::CountLoss(std::int64_t frames) {
+  mDamage.places.push_back(Here());
+  mDamage.missing += static_cast<double>(frames) / mFormat.sampleRate;
+  mIsLossUnknown = mIsLossUnknown || frames == 0;
+  mIsSuspect = false;
+  mLost = 0;
+}
+
+// What is lacking of the promise is lost at the places that are known, or else at the end.
+void LibavDecoder::CheckLength() {
+  const double there = Here();
+  if (mIsSuspect) {
+    mDamage.endsAt = there;
+    mDamage.missing += static_cast<double>(mLost) / mFormat.sampleRate;
+  }
+  const auto promise = mContainer.Promised(mFormat.sampleRate);
+  if (!promise)
+    return;
+  const double lacking =
+      static_cast<double>(promise->frames - mDecoded) / mFormat.sampleRate - mDamage.missing;
+  if (lacking * mFormat.sampleRate <= static_cast<double>(promise->tolerance) + 0.5)
+    return;
+  const bool isAtEnd = !mDamage.places.empty() && there - mDamage.places.back() < kNearEnd;
+  if (isAtEnd)
+    mDamage.places.pop_back();
+  if (isAtEnd || !mIsLossUnknown)
+    mDamage.endsAt = there;
+  mDamage.missing += lacking;
+}
+
+std::int64_t LibavDecoder::FramesOf(std::int64_t ticks) const {
+  return av_rescale_q(ticks, mStream.time_base, AVRational{1, mCodec->sample_rate});
+}
+
+// In the undamaged link, as far as that is known.
+double LibavDecoder::Here() const {
+  return static_cast<double>(mDecoded) / mFormat.sampleRate + mDamage.missing;
+}
+
+}  // namespace louddesk

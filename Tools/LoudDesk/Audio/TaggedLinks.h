@@ -1,0 +1,42 @@
+// MP3 and FLAC files that were joined: each link begins with a head that nothing else looks like.
+
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "LinkInput.h"
+
+namespace louddesk {
+
+class TaggedLinks : public LinkInput {
+ public:
+  /// What the bytes at a position are, seen from the first byte of a link: bytes of a head that
+  /// begins there, 0 where none does. `ahead` bytes are there to be looked at, fewer than
+  /// `kLongestLook` only at the end.
+  using HeadFinder = std::size_t (*)(const unsigned char* bytes, std::size_t ahead);
+  static constexpr std::size_t kLongestLook = 64;
+
+  /// Links of an input that begins as MP3 or FLAC do; null for any other.
+  static std::unique_ptr<LinkInput> Of(ByteInput& input);
+
+  const char* Container() const override { return mContainer; }
+  std::size_t Read(unsigned char* bytes, std::size_t count) override;
+  bool NextLink() override;
+
+ private:
+  TaggedLinks(ByteInput& input, const char* container, const char* firstBytes, HeadFinder findHead)
+      : mInput(input), mContainer(container), mFirstBytes(firstBytes), mFindHead(findHead) {}
+
+  void FindNextHead();
+
+  ByteInput& mInput;
+  const char* mContainer;
+  const char* mFirstBytes;  // that a head may begin with
+  HeadFinder mFindHead;
+  bool mIsAtBegin = true;     // of a link, whose own head is still to be read
+  std::size_t mRest = 0;      // bytes ahead that are known to belong to the link
+  bool mIsLinkAhead = false;  // the input stands at the head of the next link
+};
+
+}  // namespace louddesk
