@@ -2,6 +2,13 @@
 
 #include "ServiceFeed.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <utility>
+
+#include "MqNames.h"
 #include "PubHandler.h"
 
 namespace louddesk {
@@ -13,7 +20,34 @@ std::string PublisherFile(const char* prefix, unsigned meterSet, unsigned cluste
   return file;
 }
 
+// The place whose publisher of loudness data has that file; nothing for other files.
+std::optional<ServicePlace> PlaceOf(const std::string& file) {
+  if (file == kSharedPublisherFile)
+    return ServicePlace{0, 0};
+  ServicePlace place{};
+  const std::string format = std::string(kDataPublisherFilePrefix) + "m%uc%u";
+  if (std::sscanf(file.c_str(), format.c_str(), &place.meterSet, &place.cluster) != 2 ||
+      file != DataPublisherFile(place.meterSet, place.cluster))
+    return std::nullopt;
+  return place;
+}
+
+bool IsBefore(const ServicePlace& left, const ServicePlace& right) {
+  return std::pair(left.meterSet, left.cluster) < std::pair(right.meterSet, right.cluster);
+}
+
 }  // namespace
+
+std::vector<ServicePlace> FindServicePlaces() {
+  std::vector<ServicePlace> places;
+  std::error_code error;  // no directory yet: nobody publishes
+  for (std::filesystem::directory_iterator entry(kIpcDirectory, error), end; !error && entry != end;
+       entry.increment(error))
+    if (const auto place = PlaceOf(entry->path().filename().string()))
+      places.push_back(*place);
+  std::sort(places.begin(), places.end(), IsBefore);
+  return places;
+}
 
 std::string DataPublisherFile(unsigned meterSet, unsigned cluster) {
   return PublisherFile(kDataPublisherFilePrefix, meterSet, cluster);

@@ -4,6 +4,7 @@
 
 #include <deque>
 #include <string>
+#include <vector>
 
 #include "DataClient.h"
 #include "ServiceMessages.h"
@@ -13,6 +14,16 @@ namespace louddesk {
 /// IPC files of the service's publishers. Without a meter set both are the same.
 std::string DataPublisherFile(unsigned meterSet, unsigned cluster);
 std::string StatePublisherFile(unsigned meterSet, unsigned cluster);
+
+/// Where a service publishes. Without a meter set (0) the files do not tell its cluster, 0 then.
+struct ServicePlace {
+  unsigned meterSet;
+  unsigned cluster;
+};
+
+/// The places for which there is a publisher's file in the unit's IPC directory, in the order of
+/// meter sets and clusters. A service that was killed leaves its file.
+std::vector<ServicePlace> FindServicePlaces();
 
 class ServiceFeed : public SocketReader {
  public:

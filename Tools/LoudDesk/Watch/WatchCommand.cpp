@@ -16,6 +16,7 @@
 #include "Complaints.h"
 #include "NumberCheck.h"
 #include "ServiceFeed.h"
+#include "WatchAll.h"
 #include "WatchControl.h"
 #include "WatchKeys.h"
 #include "WatchViews.h"
@@ -53,6 +54,9 @@ constexpr char kFooter[] =
     "+9 and 1 LU. Loudness below the tolerance is yellow, above it red; > at the end\n"
     "of a bar stands for a value beyond its scale.\n"
     "\n"
+    "With --all every cluster publishing on this machine has a row, and Enter opens\n"
+    "its meter; b goes back.\n"
+    "\n"
     "States: RUNNING, PAUSED, STOPPED and NOT STARTED are what the service says.\n"
     "No change for N s: the data comes, but always with the same figures; silence\n"
     "aside, the source's blocks have stopped coming, or it is a steady tone.\n"
@@ -66,6 +70,7 @@ constexpr char kFooter[] =
 // What the user gave on the command line.
 struct WatchOptions {
   WatchLook look;
+  bool isAll = false;  // every cluster of this machine
   std::string format;
   std::optional<unsigned long> count;  // ends after so many loudness messages
   std::optional<double> seconds;       // ends after so long
@@ -190,11 +195,20 @@ class WatchSession {
   unsigned long mMalformed = 0;  // loudness messages that could not be read
 };
 
+void NeedTerminal(bool isWanted, const std::string& option) {
+  if (isWanted && (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0))
+    throw std::runtime_error(option + " needs a terminal and its keys");
+}
+
 int Watch(const WatchOptions& options) {
   Complaints complaints(std::cerr);
   try {
-    if (options.look.isControlling && (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0))
-      throw std::runtime_error("--control needs a terminal and its keys");
+    NeedTerminal(options.look.isControlling, "--control");
+    NeedTerminal(options.isAll, "--all");
+    if (options.isAll) {
+      WatchAllClusters(options.look);
+      return complaints.Status();
+    }
     WatchSession session(options);
     const auto send = [&session](const std::string& command) { session.Send(command); };
     session.Run(*MakeView(options, send), std::cout);
@@ -234,6 +248,11 @@ void AddWatchCommand(CLI::App& app, int& status) {
       ->check(Between(0.0, kLongestWatch));
   command->add_flag("--control", look.isControlling,
                     "Keys command the service, from the place of the application server");
+  CLI::Option* all =
+      command->add_flag("--all", options->isAll, "Every cluster that publishes on this machine");
+  for (const char* one :
+       {"--meter-set", "--cluster", "--control", "--format", "--count", "--seconds"})
+    all->excludes(command->get_option(one));
   command->footer(kFooter);
   command->callback([options, &status] {
     // Services of the other meter sets hear of no commands.

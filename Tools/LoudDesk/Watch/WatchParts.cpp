@@ -33,6 +33,7 @@ constexpr int kHighScale = 18;
 
 // The most important keys.
 constexpr char kKeys[] = "q quits  h help";
+constexpr char kOneOfManyKeys[] = "q quits  h help  b back to all clusters";
 constexpr char kControlKeys[] = "q quits  h help  1 start  2 pause  3 play  4 stop  5 reset";
 
 // Loudness ranges of a bar, LU. Those of feature films end below.
@@ -324,6 +325,12 @@ void DrawHistoryPart(const PartView& view, RowSpan rows) {
   DrawAxis(view, area);
 }
 
+const char* KeysText(const WatchLook& look) {
+  if (look.isControlling)
+    return kControlKeys;
+  return look.isOneOfMany ? kOneOfManyKeys : kKeys;
+}
+
 // The newest at the bottom.
 void DrawNotes(const PartView& view, RowSpan rows) {
   DrawRule(view, rows.first,
@@ -343,8 +350,7 @@ void DrawNotes(const PartView& view, RowSpan rows) {
 }
 
 void DrawFooter(const PartView& view, RowSpan rows) {
-  view.screen.Write(rows.first, kMargin, view.look.isControlling ? kControlKeys : kKeys,
-                    Ink::kFaint);
+  view.screen.Write(rows.first, kMargin, KeysText(view.look), Ink::kFaint);
   view.screen.WriteRight(rows.first, view.screen.Columns() - kMargin,
                          fmt::format("EBU +{} scale", view.limits.scale), Ink::kFaint);
 }

@@ -19,6 +19,7 @@ struct WatchLook {
   std::optional<int> scale;         // of the loudness bars: 9 or 18, LU
   std::optional<double> tolerance;  // either side of the target, LU
   bool isControlling = false;       // in the place of the application server
+  bool isOneOfMany = false;         // opened from the overview of all clusters
   bool showsHelp = false;           // over the picture
   Glyphs glyphs = Glyphs::kBlocks;
 };

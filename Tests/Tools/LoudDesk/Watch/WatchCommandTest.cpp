@@ -245,10 +245,13 @@ TEST_F(WatchCommandTest, SilenceIsNotTakenForAFrozenSource) {
   EXPECT_THAT(mWatch->StandardError(), Not(HasSubstr("no change")));
 }
 
-TEST_F(WatchCommandTest, ControlNeedsATerminal) {
-  StartWatch({"--control"});
-  ExpectEnd(1);
-  EXPECT_EQ("LoudDesk: --control needs a terminal and its keys\n", mWatch->StandardError());
+TEST_F(WatchCommandTest, KeysNeedATerminal) {
+  for (const char* option : {"--control", "--all"}) {
+    StartWatch({option});
+    ExpectEnd(1);
+    EXPECT_EQ("LoudDesk: " + std::string(option) + " needs a terminal and its keys\n",
+              mWatch->StandardError());
+  }
 }
 
 TEST_F(WatchCommandTest, HangingServiceIsSilentBeforeItIsDead) {

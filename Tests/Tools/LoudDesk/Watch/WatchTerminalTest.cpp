@@ -126,6 +126,40 @@ TEST_F(WatchTerminalTest, ControlOfATakenPlaceIsOneLine) {
   EXPECT_TRUE(WaitForText("ended with 1"));
 }
 
+TEST_F(WatchTerminalTest, AllClustersHaveARowAndEnterOpensOne) {
+  StartMeasured();
+  ServiceProcess second(LOUDCALC_BINARY, {"-m", "2", "-c", "3"});
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
+  Watch("--all");
+  ASSERT_TRUE(WaitForText("2 of this machine"));
+  ASSERT_TRUE(WaitForText("  1  1  RUNNING"));
+  ASSERT_TRUE(WaitForText("  2  3  NOT STARTED"));
+  Press("Down");
+  Press("Enter");
+  ASSERT_TRUE(WaitForText("meter set 2, cluster 3"));
+  Press("b");
+  ASSERT_TRUE(WaitForText("2 of this machine"));
+  Press("q");
+  ExpectSaneTerminal("0");
+  second.Signal(SIGTERM);
+  EXPECT_TRUE(second.WaitForExit(kPatience));
+}
+
+// A service that was killed leaves its files.
+TEST_F(WatchTerminalTest, FileWithoutAServiceIsNoCluster) {
+  StartMeasured();
+  ServiceProcess second(LOUDCALC_BINARY, {"-m", "2", "-c", "3"});
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
+  Watch("--all");
+  ASSERT_TRUE(WaitForText("  2  3  NOT STARTED"));
+  second.Signal(SIGKILL);
+  EXPECT_TRUE(WaitForText("  2  3  DEAD"));
+  Press("q");
+  ExpectSaneTerminal("0");
+  Watch("--all");
+  EXPECT_TRUE(WaitForText("1 of this machine"));
+}
+
 TEST_F(WatchTerminalTest, InterruptLeavesTheTerminalSane) {
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
   Watch();
