@@ -235,7 +235,7 @@ void AddWatchCommand(CLI::App& app, int& status) {
       ->capture_default_str()
       ->check(CLI::Range(1, 8));
   command->add_option("--scale", look.scale, "EBU scale of the bars, +9 or +18 LU")
-      ->check(CLI::IsMember({9, 18}));
+      ->check(CLI::IsMember({kLowScale, kHighScale}));
   command->add_option("--target", look.target, "Target loudness in LKFS, 0 LU on the scale")
       ->check(Between(kLowestTarget, kHighestTarget));
   command->add_option("--tolerance", look.tolerance, "What is within the target, LU either side")
@@ -246,8 +246,7 @@ void AddWatchCommand(CLI::App& app, int& status) {
       ->check(CheckCount);
   command->add_option("--seconds", options->seconds, "End after so long")
       ->check(Between(0.0, kLongestWatch));
-  command->add_flag("--control", look.isControlling,
-                    "Keys command the service, from the place of the application server");
+  command->add_flag("--control", look.isControlling, "Keys command the service");
   CLI::Option* all =
       command->add_flag("--all", options->isAll, "Every cluster that publishes on this machine");
   for (const char* one :

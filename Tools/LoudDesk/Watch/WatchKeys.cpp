@@ -11,8 +11,6 @@ namespace louddesk {
 namespace {
 
 constexpr double kTargetStep = 1;  // LU
-constexpr int kLowScale = 9;
-constexpr int kHighScale = 18;
 
 void MoveTarget(WatchLook& look, const WatchModel& model, double step) {
   look.target = std::clamp(LimitsOf(look, model).target + step, kLowestTarget, kHighestTarget);

@@ -28,9 +28,6 @@ constexpr std::size_t kFigureWidth = 43;
 constexpr double kTarget = -23.0;  // LKFS
 constexpr double kToleranceLu = 1.0;
 
-constexpr int kLowScale = 9;
-constexpr int kHighScale = 18;
-
 // The most important keys.
 constexpr char kKeys[] = "q quits  h help";
 constexpr char kOneOfManyKeys[] = "q quits  h help  b back to all clusters";

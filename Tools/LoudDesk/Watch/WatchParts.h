@@ -11,6 +11,10 @@
 
 namespace louddesk {
 
+/// EBU scales of the bars, up to so many LU.
+constexpr int kLowScale = 9;
+constexpr int kHighScale = 18;
+
 /// What the user chose. Without a choice the configuration that the service republishes holds.
 struct WatchLook {
   unsigned meterSet = 1;
