@@ -96,13 +96,18 @@ TEST_F(MainDeathTest, WiringThatSucceedsIsRunAndCleaned) {
 }
 
 TEST_F(MainDeathTest, AddressOfAllZerosCountsAsNone) {
+  const auto run = [](const char* slot) {
+    setenv(kMainBoardVariable, "127.0.0.3", 1);
+    setenv(kOpticalBoardVariable, "127.0.0.4", 1);
+    gInterfaceAddress = "0.0.0.0";
+    Run({"-c", "1", "-s", slot});
+  };
   const struct {
     const char* slot;
     const char* board;
-  } kCases[] = {{"0", MainBoardAddress()}, {"1", OpticalBoardAddress()}};
+  } kCases[] = {{"0", "127.0.0.3"}, {"1", "127.0.0.4"}};
   for (const auto& [slot, board] : kCases)
-    EXPECT_EXIT((gInterfaceAddress = "0.0.0.0", Run({"-c", "1", "-s", slot})),
-                testing::ExitedWithCode(0),
+    EXPECT_EXIT(run(slot), testing::ExitedWithCode(0),
                 AllOf(HasSubstr(std::string("\"Got IP for lo : ") + board + " @ slot " + slot),
                       HasSubstr(std::string("wiring ") + slot + " " + board + " 1 1\n")));
 }

@@ -190,6 +190,7 @@ TEST_F(ReactorMainTest, MissingIpcDirectoryIsMade) {
 }
 
 TEST_F(ReactorMainTest, FailedPublisherBindIsLoggedAndTheWiringGoesOn) {
+  ASSERT_EQ(0, std::system((std::string("rm -rf ") + kIpcDirectory + "/*").c_str()));
   ASSERT_EQ(0, do_mkdir((std::string(kIpcDirectory) + "/ProbeLc1LoudnessDataPub-m1c1.ipc").c_str(),
                         0777));
   testing::internal::CaptureStderr();
