@@ -25,16 +25,16 @@ done
 [ "$compared" = 4 ] || fail "$compared packages instead of two and their debug symbols"
 
 lintian --fail-on error,warning "$sources/build/packages/"*"_$architecture.changes" ||
-  fail "lintian has something to say"
+  fail "lintian reports errors or warnings"
 
 for package in "$sources"/build/packages/loudcalc{,-desk}_*"_$architecture.deb"; do
-  dpkg-deb -x "$package" "$place/root"
+  dpkg-deb -x "$package" "$place/unpacked"
 done
 for program in LoudCalc LoudDesk; do
   for folder in "$sources" "$place" /build/loudcalc; do
-    "$here/hardening.sh" readelf "$place/root/usr/bin/$program" "$folder"
+    "$here/hardening.sh" readelf "$place/unpacked/usr/bin/$program" "$folder"
   done
 done
 # An assertion names a file of the project, the same in every build.
-grep -qaP '\x00LoudCalc/ReactorMain\.cpp\x00' "$place/root/usr/bin/LoudCalc" || fail "assertions name other files"
-echo "The packages for $architecture are the same bytes from two folders, and lintian has nothing to say."
+grep -qaP '\x00LoudCalc/ReactorMain\.cpp\x00' "$place/unpacked/usr/bin/LoudCalc" || fail "assertions name other files"
+echo "The packages for $architecture are the same bytes from two folders, and lintian reports no error or warning."
