@@ -1,10 +1,9 @@
 # Completion of LoudDesk in bash. What there is to complete, its own help says: subcommands, options, and
-# the choices of an option or an argument as {first,second}.
+# the choices of an option or an argument, as {first,second} or by the name of an option that lists them.
 
-# The help of the subcommand that the words of the line lead to, into `help`.
+# The subcommand that the words of the line lead to, into `path`, and its help, into `help`.
 _LoudDesk_help() {
   local word
-  local -a path=()
   help=$("$program" --help 2>/dev/null)
   for word in "${words[@]:1:cword-1}"; do
     _LoudDesk_names Subcommands | grep -qxF -e "$word" || continue
@@ -23,17 +22,26 @@ _LoudDesk_choices() {
   sed -nE "s/^  $1 [^{]*[{]([^}]*)[}].*/\1/p" <<<"$help" | tr , '\n'
 }
 
+# The names that stand at the beginnings of lines of the list that the help refers to behind an option, "see
+# --list-profiles". Argument: the option.
+_LoudDesk_listed() {
+  local list
+  list=$(sed -nE "s/^  $1 .*see (--list-[a-z]+).*/\1/p" <<<"$help")
+  [ -z "$list" ] || "$program" "${path[@]}" "$list" 2>/dev/null | sed -nE 's/^([a-z0-9-]+)(  .*)?$/\1/p'
+}
+
 _LoudDesk_takes_value() {
   grep -qE -e "^  (-.,)?$1 [A-Z]{2}" <<<"$help"
 }
 
 _LoudDesk() {
   local cur prev words cword split help program choices
+  local -a path=()
   _init_completion || return
   program=${words[0]/#\~/$HOME}
   _LoudDesk_help
   if [[ $prev == -* ]] && _LoudDesk_takes_value "$prev"; then
-    choices=$(_LoudDesk_choices "$prev")
+    choices="$(_LoudDesk_choices "$prev") $(_LoudDesk_listed "$prev")"
   elif [[ $cur == -* ]]; then
     choices=$(_LoudDesk_names Options)
   else

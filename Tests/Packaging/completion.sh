@@ -24,6 +24,11 @@ expect "--version" --ver
 expect "--max-true-peak" measure --max-true
 expect "json" measure --format j
 expect "json" measure a.wav --format j
+expect "3341-7" verify --case 3341-7
+expect "3342-1 3342-2 3342-3 3342-4 3342-5 3342-6 3342-repeat" verify --case 3342
+expect "ebu-r128 ebu-r128-v3 ebu-r128-s1" measure a.wav --profile ebu
+expect "none" measure --profile n
+expect "" measure --profile p
 expect "9 18" watch --scale ""
 expect "" watch --cluster ""
 expect "" measure a

@@ -79,8 +79,9 @@ Expectations Constant(const StepSignal& signal, Quantity quantity, double from, 
            *highest, kLoudnessTolerance}};
 }
 
-ComplianceCase Recording(const char* id) {
-  return {id, kRecording, {}};
+ComplianceCase Recording(const char* id, Quantity quantity, double figure, Tolerance tolerance) {
+  const Expectation atEnd = {quantity, "", Pick::kLast, 0, 0, figure, figure, tolerance};
+  return {id, kRecording, {}, ComplianceRecording{kStereo, {atEnd}}};
 }
 
 // ITU-R BS.1770: the weighting, and the reading by which its offset of -0.691 is chosen.
@@ -294,8 +295,8 @@ std::vector<ComplianceCase> MakeCases() {
           {{10.0, {-72.0}}, {10.0, {-36.0}}, {60.0, {-23.0}}, {10.0, {-36.0}}, {10.0, {-72.0}}}),
       GatedLevel("3341-5", {{20.0, {-26.0}}, {20.1, {-20.0}}, {20.0, {-26.0}}}),
       Surround(),
-      Recording("3341-7"),
-      Recording("3341-8"),
+      Recording("3341-7", Quantity::kIntegrated, -23.0, kLoudnessTolerance),
+      Recording("3341-8", Quantity::kIntegrated, -23.0, kLoudnessTolerance),
       Alternating("3341-9", "(-20 dBFS 1.34 s, -30 1.66 s) x 5", {{1.34, {-20.0}}, {1.66, {-30.0}}},
                   5, Quantity::kShortTerm, 3.0),
       SeparateBursts("3341-10", "i x 0.15 s silence, -23 dBFS 3 s, 1 s silence", kShortTermBursts),
@@ -319,8 +320,8 @@ std::vector<ComplianceCase> MakeCases() {
   };
   for (const RangeSignal& signal : RangeSignals())
     cases.push_back(LoudnessRange(signal));
-  cases.push_back(Recording("3342-5"));
-  cases.push_back(Recording("3342-6"));
+  cases.push_back(Recording("3342-5", Quantity::kLra, 5.0, kLraTolerance));
+  cases.push_back(Recording("3342-6", Quantity::kLra, 15.0, kLraTolerance));
   cases.push_back(RepeatedLoudnessRanges());
   return cases;
 }

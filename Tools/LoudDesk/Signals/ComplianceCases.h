@@ -3,9 +3,11 @@
 
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "SpeakerLayout.h"
 #include "TestSignals.h"
 
 namespace louddesk {
@@ -55,10 +57,19 @@ struct ComplianceRun {
   int sampleRate = 0;  // Hz; 0: the one that is asked for
 };
 
+/// A recording that must not be passed on: what a copy of it has to be, and the figures that a
+/// meter must read at its end. Its length is that of the copy: no expectation counts blocks.
+struct ComplianceRecording {
+  SpeakerLayout speakers;
+  std::vector<Expectation> expectations;
+};
+
+/// Either runs or a recording.
 struct ComplianceCase {
-  std::string id;                   // document and number, for example "3341-5"
-  std::string signal;               // in words
-  std::vector<ComplianceRun> runs;  // none: the signal is a recording that must not be passed on
+  std::string id;      // document and number, for example "3341-5"
+  std::string signal;  // in words
+  std::vector<ComplianceRun> runs;
+  std::optional<ComplianceRecording> recording = {};
 };
 
 /// All cases in the order of the standards.

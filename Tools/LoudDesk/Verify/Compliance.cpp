@@ -3,6 +3,8 @@
 
 #include "Compliance.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -11,6 +13,10 @@
 #include <numeric>
 
 #include "BlockMeter.h"
+#include "BlockStream.h"
+#include "FileSource.h"
+#include "PrintableText.h"
+#include "SpeakerNames.h"
 
 namespace louddesk {
 namespace {
@@ -26,6 +32,10 @@ constexpr std::optional<double> Figures::*kFigures[] = {
     &Figures::momentary, &Figures::shortTerm,    &Figures::shortTerm,  &Figures::integrated,
     &Figures::lra,       &Figures::maxMomentary, &Figures::maxTruePeak};
 static_assert(std::size(kFigures) == static_cast<std::size_t>(Quantity::kWeightingGain));
+
+std::optional<double> ReadingOf(const Figures& figures, Quantity quantity) {
+  return figures.*kFigures[static_cast<std::size_t>(quantity)];
+}
 
 // The last second of what the front end says of the first channel.
 class GainGauge {
@@ -137,7 +147,7 @@ class Measurement {
       }
       if (!figures)
         figures = mMeter.Read();
-      observation.Add((*figures).*kFigures[static_cast<std::size_t>(quantity)]);
+      observation.Add(ReadingOf(*figures, quantity));
     }
   }
 
@@ -153,13 +163,28 @@ bool IsWithin(double measured, double expected, const Tolerance& tolerance) {
          measured <= expected + tolerance.above + kRounding;
 }
 
+std::string ShortNames(const SpeakerLayout& speakers) {
+  std::string names;
+  for (const std::string& speaker : speakers)
+    names += (names.empty() ? "" : " ") + ShortSpeakerName(speaker);
+  return names;
+}
+
+void CheckSpeakers(const ComplianceCase& complianceCase, const std::string& path,
+                   const SpeakerLayout& speakers) {
+  const SpeakerLayout& recorded = complianceCase.recording->speakers;
+  if (speakers != recorded)
+    throw AudioFileError(
+        path, fmt::format("its channels are {}; the recording of case {} has {}",
+                          ShortNames(speakers), complianceCase.id, ShortNames(recorded)));
+}
+
 }  // namespace
 
 void RunCase(const ComplianceCase& complianceCase, int sampleRate, MeterUnderTest& meter,
              const RowSink& sink) {
-  if (complianceCase.runs.empty())
-    sink({complianceCase.id, complianceCase.signal, std::nullopt, std::nullopt,
-          ComplianceVerdict::kNotRun});
+  if (complianceCase.recording)
+    sink(NotRunRow(complianceCase));
   for (const ComplianceRun& run : complianceCase.runs) {
     Measurement measurement(run, sampleRate, meter);
     measurement.Perform();
@@ -167,6 +192,26 @@ void RunCase(const ComplianceCase& complianceCase, int sampleRate, MeterUnderTes
       sink({complianceCase.id, complianceCase.signal, observation.Expected(), observation.Result(),
             ComplianceVerdictOn(observation.Expected(), observation.Result())});
   }
+}
+
+void RunRecording(const ComplianceCase& complianceCase, const std::string& path,
+                  MeterUnderTest& meter, const RowSink& sink) {
+  BlockStream stream(path, OpenFileSource(path, std::nullopt));
+  CheckSpeakers(complianceCase, path, stream.Source().Speakers());
+  meter.Start(stream.Source().Speakers(), Subject::kLoudness);
+  for (BlockReading block; stream.Next(block);)
+    meter.Feed(block);
+  const Figures figures = meter.Read();
+  for (const Expectation& expectation : complianceCase.recording->expectations) {
+    const std::optional<double> measured = ReadingOf(figures, expectation.quantity);
+    sink({complianceCase.id, "recording, " + Printable(path), expectation, measured,
+          ComplianceVerdictOn(expectation, measured)});
+  }
+}
+
+ComplianceRow NotRunRow(const ComplianceCase& complianceCase) {
+  return {complianceCase.id, complianceCase.signal, std::nullopt, std::nullopt,
+          ComplianceVerdict::kNotRun};
 }
 
 ComplianceVerdict ComplianceVerdictOn(const Expectation& expectation,

@@ -16,14 +16,14 @@ enum class ComplianceVerdict {
   kGrid,    // as a meter that works in blocks of 100 ms must read, but outside the standard's
             // tolerance
   kFail,    // neither
-  kNotRun,  // there is no signal
+  kNotRun,  // a recording of which no copy was measured
 };
 
 /// One line of the table.
 struct ComplianceRow {
   std::string caseId;
   std::string signal;                      // in words
-  std::optional<Expectation> expectation;  // nothing when there is no signal
+  std::optional<Expectation> expectation;  // nothing when it was not run
   std::optional<double> measured;          // in the unit of the quantity
   ComplianceVerdict verdict = ComplianceVerdict::kNotRun;
 };
@@ -32,9 +32,18 @@ struct ComplianceRow {
 using RowSink = std::function<void(const ComplianceRow&)>;
 
 /// Measures every run of a case at the sample rate, unless the run has its own. There is one row
-/// for each figure, or a single one for a case without a signal.
+/// for each figure, or a single one for a recording.
 void RunCase(const ComplianceCase& complianceCase, int sampleRate, MeterUnderTest& meter,
              const RowSink& sink);
+
+/// Measures a copy of the recording of a case to its end, with one row for each figure. Throws
+/// `AudioFileError` when the copy cannot be measured, is damaged or has other channels than the
+/// recording; there is no row then. REQUIRES: the case is a recording.
+void RunRecording(const ComplianceCase& complianceCase, const std::string& path,
+                  MeterUnderTest& meter, const RowSink& sink);
+
+/// The row of a recording that was not measured.
+ComplianceRow NotRunRow(const ComplianceCase& complianceCase);
 
 /// The verdict on a reading; one that is missing fails.
 ComplianceVerdict ComplianceVerdictOn(const Expectation& expectation,

@@ -76,8 +76,17 @@ constexpr char kMarkdownHeader[] =
     "| Case | Signal | Figure | Standard | Expected | Tolerance | Measured | Verdict |\n"
     "|---|---|---|---:|---:|---|---:|---|\n";
 
+// The name of a file may hold what parts the cells.
+std::string MarkdownCell(const std::string& text) {
+  std::string cell;
+  for (const char c : text)
+    cell += c == '|' ? std::string("\\|") : std::string(1, c);
+  return cell;
+}
+
 std::string MarkdownText(const ComplianceRow& row, bool isFirstOfCase) {
-  const std::string start = isFirstOfCase ? "| " + row.caseId + " | " + row.signal + " |" : "| | |";
+  const std::string start =
+      isFirstOfCase ? "| " + row.caseId + " | " + MarkdownCell(row.signal) + " |" : "| | |";
   if (!row.expectation)
     return fmt::format("{} | | | | | {} |\n", start, VerdictWord(row.verdict));
   const WrittenRow written = WrittenRowOf(row, "±");

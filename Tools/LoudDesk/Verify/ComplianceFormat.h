@@ -19,8 +19,8 @@ enum class ComplianceStyle {
 /// The lines above the rows; empty for JSON.
 std::string ComplianceHeader(ComplianceStyle style);
 
-/// One row, each line ended by a line feed and in a table of at most 80 characters. The first row
-/// of a case says what its signal is.
+/// One row, each line ended by a line feed and in a table of at most 80 characters, but for the
+/// path of a recording. The first row of a case says what its signal is.
 std::string ComplianceText(const ComplianceRow& row, bool isFirstOfCase, ComplianceStyle style);
 
 /// Counts of the verdicts over all rows, for the end of a table; empty for the other styles.

@@ -44,7 +44,7 @@ constexpr VerdictMeaning kVerdicts[] = {
     {ComplianceVerdict::kPass, Badge::kGood,
      "Met: what the standard asks for, within its tolerance"},
     {ComplianceVerdict::kNotRun, Badge::kNone,
-     "Not run: the signal is a recording that must not be passed on"},
+     "Not run: a recording that must not be passed on, of which no copy was measured"},
 };
 
 struct Document {

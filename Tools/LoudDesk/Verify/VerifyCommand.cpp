@@ -5,6 +5,8 @@
 #include <czmq.h>
 #include <signal.h>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <iostream>
@@ -35,6 +37,7 @@ constexpr char kFooter[] =
     "  LoudDesk verify\n"
     "  LoudDesk verify --case 3341-5 --case 3342 --rate 44100 --format json\n"
     "  LoudDesk verify --report verification.html\n"
+    "  LoudDesk verify --case 3341-7 --file narrow.wav --case 3341-8 --file wide.wav\n"
     "  LoudDesk verify --service --case 3341-1\n"
     "\n"
     "Generates the test signals of EBU Tech 3341 and 3342 and of ITU-R BS.1770,\n"
@@ -44,7 +47,8 @@ constexpr char kFooter[] =
     "           blocks of 100 ms must read: \"Standard\" is what the standard asks for,\n"
     "           \"Expected\" follows from where the signal lies in the blocks\n"
     "  FAIL     neither\n"
-    "  not run  the signal is a recording that must not be passed on\n"
+    "  not run  a recording that must not be passed on; measure a copy of your own by\n"
+    "           its --case and --file\n"
     "Signals are sines of 1 kHz, on Left and Right, unless said otherwise; levels are\n"
     "peak levels of each channel, fs the sample rate. A case is asked for by its\n"
     "identifier (3341-5) or by its document (1770, 3341, 3342); those of 1770 have\n"
@@ -55,8 +59,9 @@ constexpr char kFooter[] =
     "endpoints of its peers, as with LoudDesk unit. Figures that are needed at every\n"
     "block, as in the cases 3341-9 to 3341-12, take real time: all cases take about\n"
     "five minutes.\n"
-    "The status is 1 when a figure failed or could not be measured, or the report\n"
-    "could not be written, and 130 after Ctrl-C.\n";
+    "The status is 1 when a figure failed or could not be measured, a file could not\n"
+    "be measured or is damaged, or the report could not be written, and 130 after\n"
+    "Ctrl-C.\n";
 
 // What is wrong with an identifier; empty when it means a case.
 std::string CheckCase(const std::string& id) {
@@ -70,6 +75,19 @@ std::string CheckCase(const std::string& id) {
   for (const ComplianceCase& known : cases)
     complaint += " " + known.id;
   return complaint;
+}
+
+void AddListOption(CLI::App& command) {
+  command
+      .add_flag_callback(
+          "--list-cases",
+          [] {
+            for (const ComplianceCase& known : ComplianceCases())
+              std::cout << fmt::format("{:<11}  {}\n", known.id, known.signal);
+            throw CLI::Success();
+          },
+          "Show all cases with their signals")
+      ->trigger_on_parse();
 }
 
 ComplianceStyle StyleOf(const std::string& format) {
@@ -106,8 +124,10 @@ int VerifyService(VerifyOptions options, const ServiceOptions& serviceOptions) {
 }
 
 void AddCaseOptions(CLI::App& command, VerifyOptions& options, std::string& format) {
-  command.add_option("--case", options.cases, "Only this case; may be given again")
+  command.add_option("--case", options.cases, "Only this case, again for each; see --list-cases")
       ->check(CheckCase);
+  AddListOption(command);
+  command.add_option("--file", options.recordings, "Copy of the recording of a --case, for each");
   command.add_option("--rate", options.sampleRate, "Sample rate of the signals in Hz")
       ->capture_default_str()
       ->check(CLI::Range(kLowestSampleRate, kHighestSampleRate));
@@ -142,6 +162,9 @@ void AddVerifyCommand(CLI::App& app, int& status) {
   AddServiceOptions(*command, *serviceOptions);
   command->footer(kFooter);
   command->callback([=, &status] {
+    const std::string complaint = ComplaintOnRecordings(options->cases, options->recordings);
+    if (!complaint.empty())
+      throw CLI::ValidationError("--file", complaint);
     options->style = StyleOf(*format);
     status = serviceOptions->isWanted ? VerifyService(*options, *serviceOptions)
                                       : VerifyEngine(*options);

@@ -108,6 +108,10 @@ TEST(ComplianceFormatTest, MarkdownIsATable) {
             "| | | Maximum true peak | -6.00 | -6.00 | +0.2/-0.4 | -6.50 dBTP | FAIL |\n"
             "| | | Loudness range | 10.00 | 10.00 | ±1 | - | FAIL |\n"
             "| 3341-7 | a recording | | | | | | not run |\n");
+  ComplianceRow copy = RecordingRow();
+  copy.signal = "recording, a|b.wav";
+  EXPECT_THAT(ComplianceText(copy, true, ComplianceStyle::kMarkdown),
+              testing::StartsWith("| 3341-7 | recording, a\\|b.wav | "));
 }
 
 TEST(ComplianceFormatTest, EveryMarkdownRowHasEightCells) {

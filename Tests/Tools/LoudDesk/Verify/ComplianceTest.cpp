@@ -61,6 +61,7 @@ TEST(ComplianceCasesTest, OnlyTheRecordingsHaveNoSignal) {
   for (const ComplianceCase& known : ComplianceCases()) {
     if (known.runs.empty())
       without.insert(known.id);
+    EXPECT_EQ(known.recording.has_value(), known.runs.empty()) << known.id;
     for (const ComplianceRun& run : known.runs)
       EXPECT_THAT(run.expectations, testing::Not(IsEmpty())) << known.id;
   }
@@ -96,6 +97,29 @@ TEST(ComplianceCasesTest, StandardFiguresAndTolerancesAreThoseOfTheDocuments) {
       EXPECT_EQ(expectation.tolerance.below, c.tolerance.below) << c.id;
       EXPECT_EQ(expectation.tolerance.above, c.tolerance.above) << c.id;
     }
+  }
+}
+
+TEST(ComplianceCasesTest, FiguresOfTheRecordingsAreThoseOfTheDocuments) {
+  struct {
+    const char* id;
+    Quantity quantity;
+    double figure;
+    double tolerance;
+  } const cases[] = {{"3341-7", Quantity::kIntegrated, -23, 0.1},
+                     {"3341-8", Quantity::kIntegrated, -23, 0.1},
+                     {"3342-5", Quantity::kLra, 5, 1},
+                     {"3342-6", Quantity::kLra, 15, 1}};
+  for (const auto& c : cases) {
+    const ComplianceRecording& recording = CaseOf(c.id).recording.value();
+    EXPECT_THAT(recording.speakers, ElementsAre("Left", "Right")) << c.id;
+    ASSERT_THAT(recording.expectations, SizeIs(1)) << c.id;
+    const Expectation& expectation = recording.expectations[0];
+    EXPECT_EQ(expectation.quantity, c.quantity) << c.id;
+    EXPECT_EQ(expectation.standard, c.figure) << c.id;
+    EXPECT_EQ(expectation.expected, c.figure) << c.id;
+    EXPECT_EQ(expectation.tolerance.below, c.tolerance) << c.id;
+    EXPECT_EQ(expectation.tolerance.above, c.tolerance) << c.id;
   }
 }
 

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
+#include <sndfile.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -137,8 +138,9 @@ TEST_F(VerifyCommandTest, HelpShowsAnExampleAndEveryVerdict) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.errors, "");
   EXPECT_THAT(outcome.out, HasSubstr("\nExample:\n  LoudDesk verify\n"));
-  for (const char* word : {"--case", "--rate", "--format", "--report", "--service", "--cluster",
-                           "--wait", "  pass ", "  grid ", "  FAIL ", "  not run "})
+  for (const char* word :
+       {"--case", "--list-cases", "--file", "--rate", "--format", "--report", "--service",
+        "--cluster", "--wait", "  pass ", "  grid ", "  FAIL ", "  not run "})
     EXPECT_THAT(outcome.out, HasSubstr(word));
   std::istringstream lines(outcome.out);
   for (std::string line; std::getline(lines, line);)
@@ -163,6 +165,11 @@ TEST_F(VerifyCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
       {"--service --wait -1", "--wait: \"-1\" is not between 0 and 3600"},
       {"--report page.wav", "--report: the name of a report ends in .html"},
       {"3341-1", "3341-1"},
+      {"--file a.wav", "--file: each needs the --case that it is a copy of"},
+      {"--case 3341-7 --case 3341-8 --file a.wav", "--file: each needs the --case"},
+      {"--case 3341-1 --file a.wav",
+       "--file: 3341-1 is not a recording; these are: 3341-7 3341-8 3342-5 3342-6"},
+      {"--case 3341-99 --file a.wav", "--case: \"3341-99\" is not a case"},
   };
   for (const auto& c : cases) {
     const Outcome outcome = Run(c.arguments);
@@ -171,6 +178,30 @@ TEST_F(VerifyCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
     EXPECT_THAT(outcome.errors, HasSubstr(c.complaint)) << c.arguments;
     EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << c.arguments;
   }
+}
+
+TEST_F(VerifyCommandTest, EveryCaseIsListedWithItsSignal) {
+  const Outcome outcome = Run("--list-cases");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 32);
+  EXPECT_THAT(outcome.out, testing::AllOf(HasSubstr("\n3341-1       -23 dBFS 20 s\n"),
+                                          HasSubstr("\n3342-6       recording, ")));
+}
+
+// A tone of -23 dBFS on two channels has the loudness that is asked of it.
+TEST_F(VerifyCommandTest, ACopyOfARecordingMayComeByStandardInput) {
+  const test_audio::Samples tone =
+      test_audio::Sine(test_audio::Amplitude(-23.0), 1000.0, 48000, 960000);
+  const std::string path = mDirectory.Write("narrow.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_24, 48000,
+                                            2, test_audio::Repeated(tone, 2));
+  const Outcome outcome = Run("--case 3341-7 --file - --format json", "<'" + path + "'");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
+  EXPECT_EQ(outcome.out,
+            "{\"Case\":\"3341-7\",\"Signal\":\"recording, -\",\"Figure\":\"Integrated loudness\","
+            "\"Unit\":\"LKFS\",\"Standard\":-23.00,\"Expected\":-23.00,\"ToleranceBelow\":0.1,"
+            "\"ToleranceAbove\":0.1,\"Measured\":-22.99,\"Verdict\":\"pass\"}\n");
 }
 
 TEST_F(VerifyCommandTest, AFullDiskIsAFailure) {

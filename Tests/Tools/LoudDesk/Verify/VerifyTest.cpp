@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sndfile.h>
 
 #include <algorithm>
 #include <sstream>
@@ -173,6 +174,95 @@ TEST_F(VerifyTest, AStreamThatTakesNothingIsAFailure) {
   mOut.setstate(std::ios::badbit);
   EXPECT_EQ(Verify(options, *std::make_unique<EngineUnderTest>(), mOut, mErrors), 1);
   EXPECT_EQ(mErrors.str(), "LoudDesk: the figures could not be written\n");
+}
+
+// Tones in the place of the recordings.
+class RecordingTest : public VerifyTest {
+ protected:
+  // 20 s at each level in dBFS.
+  std::string Write(const std::string& name, const std::vector<double>& levels,
+                    std::size_t channels = 2) const {
+    test_audio::Samples tone;
+    for (const double level : levels)
+      tone = test_audio::Joined(
+          std::move(tone), test_audio::Sine(test_audio::Amplitude(level), 1000.0, 48000, 960000));
+    return mDirectory.Write(name, SF_FORMAT_WAV | SF_FORMAT_PCM_24, 48000, channels,
+                            test_audio::Repeated(tone, channels));
+  }
+
+  int RunWith(const std::vector<std::string>& cases, const std::vector<std::string>& recordings) {
+    VerifyOptions options;
+    options.cases = cases;
+    options.recordings = recordings;
+    options.report = mDirectory.Path("report.html");
+    return Run(options, *std::make_unique<EngineUnderTest>());
+  }
+
+  std::string Report() const { return test_audio::BytesOf(mDirectory.Path("report.html")); }
+};
+
+// A tone of -23 dBFS on both channels reads -23 LKFS; two steps lie as far apart as their levels.
+TEST_F(RecordingTest, ACopyIsMeasuredToItsEndAndJudged) {
+  const std::string narrow = Write("narrow.wav", {-23.0});
+  const std::string five = Write("five.wav", {-20.0, -25.0});
+  const std::string fifteen = Write("fifteen.wav", {-20.0, -35.0});
+  EXPECT_EQ(RunWith({"3341-7", "3342-6", "3342-5"}, {narrow, fifteen, five}), 0) << mOut.str();
+  EXPECT_EQ(mErrors.str(), "");
+  EXPECT_THAT(mOut.str(), AllOf(HasSubstr("3341-7  recording, " + narrow + "\n"),
+                                HasSubstr("3342-5  recording, " + five + "\n"),
+                                HasSubstr("3342-6  recording, " + fifteen + "\n"),
+                                HasSubstr("\n3 pass, 0 grid, 0 FAIL, 0 not run\n")));
+  EXPECT_THAT(Report(), HasSubstr("recording, " + narrow));
+}
+
+TEST_F(RecordingTest, ACopyOfAnotherLoudnessFails) {
+  const std::string louder = Write("louder.wav", {-22.8});
+  const std::string ten = Write("ten.wav", {-20.0, -30.0});
+  EXPECT_EQ(RunWith({"3341-8"}, {louder}), 1);
+  EXPECT_THAT(mOut.str(), HasSubstr("\n0 pass, 0 grid, 1 FAIL, 0 not run\n"));
+  EXPECT_EQ(RunWith({"3342-6", "3342-5"}, {ten, ten}), 1);
+  EXPECT_THAT(mOut.str(), HasSubstr("\n0 pass, 0 grid, 2 FAIL, 0 not run\n"));
+}
+
+TEST_F(RecordingTest, ACopyThatCannotBeMeasuredIsNamedAndTheOthersAreRun) {
+  const std::string narrow = Write("narrow.wav", {-23.0});
+  const std::string gone = mDirectory.Path("gone.wav");
+  EXPECT_EQ(RunWith({"3341-7", "3341-8"}, {gone, narrow}), 1);
+  EXPECT_EQ(mErrors.str(), "LoudDesk: " + gone + ": no such file\n");
+  EXPECT_THAT(mOut.str(), AllOf(HasSubstr("3341-7  recording, not redistributable: not run\n"),
+                                HasSubstr("\n1 pass, 0 grid, 0 FAIL, 1 not run\n")));
+}
+
+TEST_F(RecordingTest, ACopyOfOtherChannelsIsRefused) {
+  const std::string mono = Write("mono.wav", {-23.0}, 1);
+  const std::string surround = Write("surround.wav", {-23.0}, 6);
+  EXPECT_EQ(RunWith({"3341-7", "3342-5"}, {mono, surround}), 1);
+  EXPECT_EQ(mErrors.str(),
+            "LoudDesk: " + mono + ": its channels are C; the recording of case 3341-7 has L R\n" +
+                "LoudDesk: " + surround +
+                ": its channels are L R C LFE Ls Rs; the recording of case 3342-5 has L R\n");
+  EXPECT_THAT(mOut.str(), HasSubstr("\n0 pass, 0 grid, 0 FAIL, 2 not run\n"));
+}
+
+TEST_F(RecordingTest, ADamagedCopyIsNotJudged) {
+  const std::string cut = Write("cut.wav", {-23.0});
+  test_audio::CutOff(cut, 2'000'000);
+  EXPECT_EQ(RunWith({"3341-7"}, {cut}), 1);
+  EXPECT_THAT(mErrors.str(), AllOf(StartsWith("LoudDesk: " + cut + ": "), HasSubstr("ends early")));
+  EXPECT_THAT(mOut.str(), HasSubstr("\n0 pass, 0 grid, 0 FAIL, 1 not run\n"));
+}
+
+TEST(ComplaintOnRecordingsTest, EachGoesWithACaseOfItsOwnThatIsARecording) {
+  EXPECT_EQ(ComplaintOnRecordings({}, {}), "");
+  EXPECT_EQ(ComplaintOnRecordings({"3341-1"}, {}), "");
+  EXPECT_EQ(ComplaintOnRecordings({"3341-7", "3342-5"}, {"a", "b"}), "");
+  EXPECT_EQ(ComplaintOnRecordings({}, {"a"}), "each needs the --case that it is a copy of");
+  EXPECT_EQ(ComplaintOnRecordings({"3341-7"}, {"a", "b"}),
+            "each needs the --case that it is a copy of");
+  EXPECT_EQ(ComplaintOnRecordings({"3341-7", "3341-7"}, {"a", "b"}), "3341-7 has two");
+  for (const char* id : {"3341-1", "3341", "1770-gain"})
+    EXPECT_THAT(ComplaintOnRecordings({id}, {"a"}),
+                StartsWith(std::string(id) + " is not a recording; these are: 3341-7 "));
 }
 
 }  // namespace
