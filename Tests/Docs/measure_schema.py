@@ -37,15 +37,15 @@ def write_tone(path, levels, seconds=4.0):
         file.writeframes(bytes(frames))
 
 
-def lines_of(louddesk, *arguments):
+def lines_of(louddesk, *arguments, notes=0):
     result = subprocess.run([louddesk, "measure", "--format", "json", *arguments],
                             capture_output=True, text=True, check=False)
-    assert result.returncode == 0 and result.stderr == "", result
+    assert result.returncode == 0 and len(result.stderr.splitlines()) == notes, result
     return [json.loads(line) for line in result.stdout.splitlines()]
 
 
 def real_lines(louddesk, directory):
-    """Output of every kind: with and without readings, verdicts, hash, album, programmes."""
+    """Output of every kind: with and without readings, verdicts, hash, album, programmes, damage."""
     stereo = directory / "stereo.wav"
     silence = directory / "silence \udcff.wav"  # a name that is not UTF-8
     three = directory / "three.wav"
@@ -60,6 +60,9 @@ def real_lines(louddesk, directory):
     lines += lines_of(louddesk, three, "--programme", "1,2=stereo", "--programme", "3=mono")
     lines += lines_of(louddesk, mono, "--dual-mono", "--profile", "spotify")
     lines += lines_of(louddesk, mono, "--profile", "none")
+    cut = directory / "cut.wav"
+    cut.write_bytes(mono.read_bytes()[:100000])
+    lines += lines_of(louddesk, cut, mono, "--album", "--keep-going", notes=1)
     return lines
 
 
@@ -91,13 +94,16 @@ def main():
     validator = jsonschema.Draft202012Validator(schema)
     with tempfile.TemporaryDirectory() as directory:
         lines = real_lines(louddesk, pathlib.Path(directory))
-    assert len(lines) == 8, len(lines)
+    assert len(lines) == 11, len(lines)
     faults = [f"{line['File']}: {error.message}" for line in lines
               for error in validator.iter_errors(line)]
     seen = {key for line in lines for key in line}
     faults += [f"no line has {key}" for key in set(schema["properties"]) - seen]
     verdicts = {line["Verdict"] for line in lines}
     faults += [f"no line is {verdict}" for verdict in {"pass", "fail", "open", None} - verdicts]
+    for is_album in (False, True):
+        if not any(line["Damage"] for line in lines if bool(line["Album"]) == is_album):
+            faults.append(f"nothing is damaged where an album is {is_album}")
     of_file = next(line for line in lines if line.get("Sha256"))
     faults += [f"passes although {what}" for wrong, what in changes(of_file)
                if validator.is_valid(wrong)]

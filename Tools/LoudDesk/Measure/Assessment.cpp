@@ -2,6 +2,8 @@
 
 #include "Assessment.h"
 
+#include <fmt/format.h>
+
 namespace louddesk {
 namespace {
 
@@ -31,6 +33,19 @@ std::string NameOf(const Subject& subject) {
   if (subject.file != nullptr)
     return subject.file->path + part;
   return "all " + std::to_string(subject.files) + " files as one programme" + part;
+}
+
+std::string DamageOf(const Subject& subject) {
+  if (subject.file != nullptr)
+    return subject.file->damage;
+  if (subject.damagedFiles == 0)
+    return "";
+  return fmt::format("{} of {} files {} damaged", subject.damagedFiles, subject.files,
+                     subject.damagedFiles == 1 ? "is" : "are");
+}
+
+const char* MarkOf(const Subject& subject) {
+  return DamageOf(subject).empty() ? "" : " (damaged)";
 }
 
 bool IsRangeUnstable(const Figures& figures) {

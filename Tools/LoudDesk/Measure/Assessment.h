@@ -18,6 +18,7 @@ struct Subject {
   std::size_t files;                   // how many the programme is made of
   bool isOneOfSeveral;                 // of the programmes of its file
   const MeasuredProgramme* programme;  // of all files as one: without channels
+  std::size_t damagedFiles = 0;        // of all files as one: how many of them are damaged
 };
 
 /// How a programme stands to the criteria.
@@ -35,6 +36,13 @@ std::vector<Subject> SubjectsOf(const MeasuredFile& file);
 /// What a row is called: the path of the file, with the channels behind it where it holds several
 /// programmes, or how many files it stands for. Any bytes.
 std::string NameOf(const Subject& subject);
+
+/// What of the programme is missing: of its file, or in how many of all files as one something is;
+/// empty when nothing is.
+std::string DamageOf(const Subject& subject);
+
+/// What a table has behind the name of a programme: " (damaged)" or nothing.
+const char* MarkOf(const Subject& subject);
 
 /// Whether the loudness range may still change much: that of less than 60 s (EBU Tech 3341).
 bool IsRangeUnstable(const Figures& figures);

@@ -12,6 +12,8 @@ namespace louddesk {
 namespace {
 
 constexpr char kMissing[] = "";
+constexpr char kYes[] = "yes";
+constexpr char kNo[] = "no";
 
 std::string Field(const std::string& text) {
   if (text.find_first_of(",\"\r\n") == std::string::npos)
@@ -53,7 +55,7 @@ std::string Joined(const std::vector<std::string>& words) {
 }
 
 std::string StabilityOf(const Figures& figures) {
-  return !figures.lra ? kMissing : IsRangeUnstable(figures) ? "no" : "yes";
+  return !figures.lra ? kMissing : IsRangeUnstable(figures) ? kNo : kYes;
 }
 
 const FileFacts kNoFacts;
@@ -116,21 +118,22 @@ std::string CsvRow(const Subject& subject, const Assessment& assessment, const C
               Text(assessment.gain.toTarget),
               Text(assessment.gain.withinPeak),
               MachineWordFor(assessment.judgement).value_or(kMissing),
-              file.damage});
+              DamageOf(subject)});
 }
 
 std::string SeriesHeader() {
   return Row({"File", "Channels", "Time (s)", "Momentary (LKFS)", "Short-term (LKFS)",
-              "Integrated (LKFS)", "Loudness range (LU)", "True peak (dBTP)"});
+              "Integrated (LKFS)", "Loudness range (LU)", "True peak (dBTP)", "Damaged"});
 }
 
 std::string SeriesRows(const Subject& subject) {
   const std::string path = subject.file->path;
   const std::string channels = ChannelsInWords(subject.programme->programme);
+  const char* isDamaged = DamageOf(subject).empty() ? kNo : kYes;
   std::string rows;
   for (const SeriesPoint& point : subject.programme->points)
     rows += Row({path, channels, Text(point.seconds), Text(point.momentary), Text(point.shortTerm),
-                 Text(point.integrated), Text(point.lra), Text(point.truePeak)});
+                 Text(point.integrated), Text(point.lra), Text(point.truePeak), isDamaged});
   return rows;
 }
 

@@ -20,7 +20,8 @@ std::string CsvRow(const Subject& subject, const Assessment& assessment, const C
 /// The heading over the rows of `SeriesRows`.
 std::string SeriesHeader();
 
-/// A row for each point of a programme, with the end of its block in seconds.
+/// A row for each point of a programme, with the end of its block in seconds, each marked when the
+/// file is damaged.
 std::string SeriesRows(const Subject& subject);
 
 }  // namespace louddesk

@@ -86,8 +86,6 @@ std::string NoteOnEnds(const Figures& figures) {
   return note;
 }
 
-constexpr char kDamaged[] = " (damaged)";
-
 }  // namespace
 
 std::vector<WrittenFigure> WrittenFigures(const Figures& figures, const TargetGain& gain) {
@@ -121,7 +119,6 @@ std::string TableHeader() {
 }
 
 std::string TableRow(const Subject& subject, const Assessment& assessment) {
-  const bool isDamaged = subject.file != nullptr && !subject.file->damage.empty();
   std::string row;
   const Column* column = kColumns;
   for (const WrittenFigure& figure : WrittenFigures(subject.programme->figures, assessment.gain)) {
@@ -129,11 +126,11 @@ std::string TableRow(const Subject& subject, const Assessment& assessment) {
     row += Cell(mark + figure.text, (column++)->width);
   }
   return row + Cell(WordFor(assessment.judgement), kVerdictWidth) + "  " +
-         Printable(NameOf(subject)) + (isDamaged ? kDamaged : "") + "\n";
+         Printable(NameOf(subject)) + MarkOf(subject) + "\n";
 }
 
-std::string DamageNote(const FileFacts& file) {
-  return file.damage + "; the figures are those of what is there";
+std::string DamageNote(const std::string& damage) {
+  return damage + "; the figures are those of what is there";
 }
 
 std::vector<std::string> NotesOn(const Figures& figures) {

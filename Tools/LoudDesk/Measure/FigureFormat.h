@@ -29,12 +29,12 @@ std::string TableHeader();
 
 /// One row: the figures right-aligned under their names, "-" where there is no reading, ">=" before
 /// one at the end of its scale and "~" before a loudness range that is not yet stable; the verdict;
-/// and the file at the end, where a long name disturbs nothing, as `Printable` shows it. Ends with
-/// a line feed.
+/// and the file at the end, where a long name disturbs nothing, as `Printable` shows it, with
+/// `MarkOf` behind. Ends with a line feed.
 std::string TableRow(const Subject& subject, const Assessment& assessment);
 
-/// What a reader must know of the figures of a damaged file. REQUIRES: it is damaged.
-std::string DamageNote(const FileFacts& file);
+/// What a reader must know of the figures of what is damaged, from `DamageOf`.
+std::string DamageNote(const std::string& damage);
 
 /// What a reader of the figures must know and cannot see in them, one line each without a line
 /// feed: that a programme is too loud for a scale.

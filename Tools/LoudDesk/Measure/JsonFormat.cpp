@@ -45,8 +45,6 @@ void WriteFile(DocumentWriter& writer, const Subject& subject) {
   writer.Number("Bytes", file->bytes ? std::to_string(*file->bytes) : kMissing);
   WriteText(writer, "Sha256",
             file->sha256.empty() ? std::nullopt : std::optional<std::string>(file->sha256));
-  WriteText(writer, "Damage",
-            file->damage.empty() ? std::nullopt : std::optional<std::string>(file->damage));
 }
 
 void WriteProgramme(DocumentWriter& writer, const Programme& programme) {
@@ -109,6 +107,8 @@ std::string JsonLine(const Subject& subject, const Assessment& assessment,
   DocumentWriter writer;
   writer.Unsigned("Schema", kJsonSchema);
   WriteFile(writer, subject);
+  const std::string damage = DamageOf(subject);
+  WriteText(writer, "Damage", damage.empty() ? std::nullopt : std::optional<std::string>(damage));
   WriteProgramme(writer, subject.programme->programme);
   WriteFigures(writer, subject.programme->figures);
   WriteChannels(writer, subject.programme->channels);

@@ -67,7 +67,8 @@ bool MeasureOutput::IsPossible() {
 void MeasureOutput::Add(const MeasuredFile& file) {
   ++mFiles;
   if (!file.facts.damage.empty()) {
-    mComplaints.Note(file.facts.path + ": note: " + DamageNote(file.facts));
+    mComplaints.Note(file.facts.path + ": note: " + DamageNote(file.facts.damage));
+    ++mDamagedFiles;
     if (!mOptions.keepsGoing)
       mComplaints.Fail();
   }
@@ -134,7 +135,7 @@ void MeasureOutput::AddToAlbums(const MeasuredFile& file) {
 void MeasureOutput::FinishAlbums() {
   for (const Album& album : mAlbums) {
     const MeasuredProgramme all = album.AsOne();
-    const Subject subject = {nullptr, mFiles, mAlbums.size() > 1, &all};
+    const Subject subject = {nullptr, mFiles, mAlbums.size() > 1, &all, mDamagedFiles};
     AddRow(subject);
     if (mReport)
       mReport->Add(subject);

@@ -52,6 +52,7 @@ class MeasureOutput {
   bool mHasRows = false;
   bool mIsLimitBroken = false;  // and the status tells
   std::size_t mFiles = 0;
+  std::size_t mDamagedFiles = 0;
   std::vector<Album> mAlbums;  // one for each programme of a file
   std::optional<DraftFile> mSeries;
   std::optional<ReportPage> mReport;

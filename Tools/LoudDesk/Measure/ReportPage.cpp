@@ -38,8 +38,8 @@ std::string VerdictList(const std::vector<Verdict>& verdicts) {
 std::string NoteList(const Subject& subject) {
   const Figures& figures = subject.programme->figures;
   std::vector<std::string> notes = NotesOn(figures);
-  if (subject.file != nullptr && !subject.file->damage.empty())
-    notes.insert(notes.begin(), DamageNote(*subject.file));
+  if (const std::string damage = DamageOf(subject); !damage.empty())
+    notes.insert(notes.begin(), DamageNote(damage));
   if (IsRangeUnstable(figures))
     notes.emplace_back("shorter than 60 s; the loudness range is not yet stable");
   if (notes.empty())

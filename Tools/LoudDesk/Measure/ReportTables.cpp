@@ -180,8 +180,8 @@ std::string RowHead() {
 }
 
 std::string RowOf(const Subject& subject, const Assessment& assessment, const std::string& id) {
-  std::string row =
-      "<tr><th scope=\"row\"><a href=\"#" + id + "\">" + Isolated(ShortName(subject)) + "</a></th>";
+  std::string row = "<tr><th scope=\"row\"><a href=\"#" + id + "\">" +
+                    Isolated(ShortName(subject)) + "</a>" + MarkOf(subject) + "</th>";
   for (const ShownFigure& figure : ShownFigures(subject.programme->figures, assessment.gain))
     row += Cell(figure.name, figure.text, figure.unit);
   return row + "<td data-name=\"Verdict\">" + VerdictText(assessment.judgement) + "</td></tr>\n";

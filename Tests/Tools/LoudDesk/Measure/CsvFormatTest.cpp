@@ -57,7 +57,7 @@ TEST(CsvFormatTest, HeadingsNameEveryColumnWithItsUnit) {
       "Profile,Target (LKFS),Gain to target (dB),Gain up to peak limit (dB),Verdict,Damage\n");
   EXPECT_EQ(SeriesHeader(),
             "File,Channels,Time (s),Momentary (LKFS),Short-term (LKFS),Integrated (LKFS),"
-            "Loudness range (LU),True peak (dBTP)\n");
+            "Loudness range (LU),True peak (dBTP),Damaged\n");
 }
 
 TEST(CsvFormatTest, AProgrammeIsOneRow) {
@@ -100,6 +100,19 @@ TEST(CsvFormatTest, AllFilesAsOneHaveNoPathAndNoTimes) {
               StartsWith(",3,\"1,2\",L R,,,,,123.46,-23.00,5.12,yes,-18.20,,-20.00,,-1.00,,,"));
 }
 
+TEST(CsvFormatTest, WhatIsDamagedIsToldInEveryRow) {
+  FileFacts facts = FactsOf("a.wav");
+  facts.damage = "5.00 % of the file is damaged, at 0:01.0";
+  EXPECT_THAT(RowOf(facts, Stereo()), EndsWith(",\"5.00 % of the file is damaged, at 0:01.0\"\n"));
+  MeasuredProgramme programme = Stereo();
+  programme.points = {SeriesPoint(), SeriesPoint()};
+  EXPECT_EQ(SeriesRows(SubjectOf(facts, programme)),
+            "a.wav,\"1,2\",0.00,,,,,,yes\na.wav,\"1,2\",0.00,,,,,,yes\n");
+  const Subject all = {nullptr, 3, false, &programme, 1};
+  EXPECT_THAT(CsvRow(all, Assessed(programme), CriteriaOf(kUsualProfile)),
+              EndsWith(",1 of 3 files is damaged\n"));
+}
+
 TEST(CsvFormatTest, EveryRowHasTheColumnsOfItsHeading) {
   FileFacts facts = FactsOf("a.wav");
   facts.format = "WAV";
@@ -112,16 +125,16 @@ TEST(CsvFormatTest, EveryRowHasTheColumnsOfItsHeading) {
 
 TEST(CsvFormatTest, EachPointIsARow) {
   EXPECT_EQ(RowsOf("a.wav", {FullPoint(), FullPoint()}),
-            "a.wav,\"1,2\",0.40,-23.00,-24.50,-23.25,0.00,0.00\n"
-            "a.wav,\"1,2\",0.40,-23.00,-24.50,-23.25,0.00,0.00\n");
+            "a.wav,\"1,2\",0.40,-23.00,-24.50,-23.25,0.00,0.00,no\n"
+            "a.wav,\"1,2\",0.40,-23.00,-24.50,-23.25,0.00,0.00,no\n");
 }
 
 TEST(CsvFormatTest, APointWithoutReadingHasEmptyFields) {
   SeriesPoint point;
   point.seconds = 0.1;
-  EXPECT_EQ(RowsOf("a.wav", {point}), "a.wav,\"1,2\",0.10,,,,,\n");
+  EXPECT_EQ(RowsOf("a.wav", {point}), "a.wav,\"1,2\",0.10,,,,,,no\n");
   point.truePeak = -6.0F;
-  EXPECT_EQ(RowsOf("a.wav", {point}), "a.wav,\"1,2\",0.10,,,,,-6.00\n");
+  EXPECT_EQ(RowsOf("a.wav", {point}), "a.wav,\"1,2\",0.10,,,,,-6.00,no\n");
 }
 
 // RFC 4180, 2.6 and 2.7.
@@ -138,7 +151,7 @@ TEST(CsvFormatTest, NamesWithSpecialCharactersStandInQuotes) {
       {"\xFF.wav", "\xFF.wav"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(RowsOf(c.file, {SeriesPoint()}), c.field + std::string(",\"1,2\",0.00,,,,,\n"));
+    EXPECT_EQ(RowsOf(c.file, {SeriesPoint()}), c.field + std::string(",\"1,2\",0.00,,,,,,no\n"));
     EXPECT_THAT(RowOf(FactsOf(c.file), Stereo()), StartsWith(c.field + std::string(",1,")));
   }
 }

@@ -78,9 +78,12 @@ TEST(JsonFormatTest, AllFilesAsOneHaveANumberInsteadOfAFile) {
   all.channels.clear();
   const std::string line =
       JsonLine({nullptr, 3, false, &all}, Assessed(all), CriteriaOf(kUsualProfile));
-  EXPECT_THAT(line, testing::StartsWith("{\"Schema\":1,\"File\":null,\"Album\":3,\"Programme\":{"));
+  EXPECT_THAT(line, testing::StartsWith(
+                        "{\"Schema\":1,\"File\":null,\"Album\":3,\"Damage\":null,\"Programme\":{"));
   EXPECT_THAT(line, HasSubstr("\"MaxMomentaryAt\":null"));
   EXPECT_THAT(line, HasSubstr("\"ChannelPeaks\":[]"));
+  EXPECT_THAT(JsonLine({nullptr, 3, false, &all, 2}, Assessed(all), CriteriaOf(kUsualProfile)),
+              HasSubstr(",\"Album\":3,\"Damage\":\"2 of 3 files are damaged\","));
 }
 
 TEST(JsonFormatTest, AnyFileNameIsToldTruly) {

@@ -159,7 +159,7 @@ TEST_F(MeasureFilesTest, APeakInTheLastIncompleteBlockFailsTheReport) {
   options.series = mDirectory.Path("series.csv");
   EXPECT_EQ(Run(options), 0);
   EXPECT_THAT(LastLine(test_audio::BytesOf(options.series)),
-              testing::MatchesRegex(".*burst.wav,\"1,2\",5.08,,,-2[23]...,0.00,-0.[45].\n"));
+              testing::MatchesRegex(".*burst.wav,\"1,2\",5.08,,,-2[23]...,0.00,-0.[45].,no\n"));
   const std::string page = test_audio::BytesOf(report);
   EXPECT_THAT(page, HasSubstr("dB above the limit"));
   EXPECT_THAT(page, HasSubstr(" dBTP at 0:00:05.1"));
@@ -482,10 +482,18 @@ TEST_F(MeasureFilesTest, ATerminalThatGetsNarrowerDoesNotScroll) {
   EXPECT_GT(widths.size(), 2U);
 }
 
-TEST_F(MeasureFilesTest, OfADamagedFileTheFiguresAreMarkedInEveryFormat) {
-  const std::string path = mDirectory.Write("cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate, 1,
-                                            Noise(0.5, 96000, 1));
-  CutOff(path, 100000);
+class DamagedFilesTest : public MeasureFilesTest {
+ protected:
+  std::string WriteDamaged() const {
+    const std::string path = mDirectory.Write("cut.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, kRate,
+                                              1, Noise(0.5, 96000, 1));
+    CutOff(path, 100000);
+    return path;
+  }
+};
+
+TEST_F(DamagedFilesTest, TheFiguresAreMarkedInEveryFormat) {
+  const std::string path = WriteDamaged();
   const std::string report = mDirectory.Path("report.html");
   const std::pair<FigureStyle, const char*> cases[] = {
       {FigureStyle::kTable, "cut.flac (damaged)\n"},
@@ -501,7 +509,43 @@ TEST_F(MeasureFilesTest, OfADamagedFileTheFiguresAreMarkedInEveryFormat) {
     EXPECT_EQ(Run(options), 0);
     EXPECT_THAT(mOut.str(), HasSubstr(mark));
   }
-  EXPECT_THAT(test_audio::BytesOf(report), HasSubstr("the figures are those of what is there"));
+  EXPECT_THAT(test_audio::BytesOf(report), AllOf(HasSubstr("cut.flac</bdi></a> (damaged)</th>"),
+                                                 HasSubstr("figures are those of what is there")));
+}
+
+TEST_F(DamagedFilesTest, SoAreTheFiguresOfAllFilesAsOne) {
+  const std::string whole = WriteTone("whole.wav", 2.0);
+  const std::pair<FigureStyle, const char*> cases[] = {
+      {FigureStyle::kTable, "all 2 files as one programme (damaged)\n"},
+      {FigureStyle::kJson, ",\"Album\":2,\"Damage\":\"1 of 2 files is damaged\","},
+      {FigureStyle::kCsv, ",1 of 2 files is damaged\n"}};
+  for (const auto& [style, mark] : cases) {
+    MeasureOptions options = Options({whole, WriteDamaged()}, style, mDirectory.Path("r.html"));
+    options.hasAlbum = true;
+    EXPECT_EQ(Run(options), 1);
+    EXPECT_THAT(LastLine(mOut.str()), HasSubstr(mark));
+    EXPECT_THAT(
+        test_audio::BytesOf(options.report),
+        AllOf(HasSubstr("all 2 files as one programme</bdi></a> (damaged)</th>"),
+              HasSubstr("1 of 2 files is damaged; the figures are those of what is there")));
+  }
+}
+
+TEST_F(DamagedFilesTest, SoIsEveryRowOfTheSeries) {
+  MeasureOptions options = Options({WriteTone("whole.wav", 2.0), WriteDamaged()});
+  options.series = mDirectory.Path("series.csv");
+  EXPECT_EQ(Run(options), 1);
+  std::istringstream lines(test_audio::BytesOf(options.series));
+  std::string line;
+  std::getline(lines, line);
+  EXPECT_THAT(line, testing::EndsWith(",Damaged"));
+  int damaged = 0;
+  while (std::getline(lines, line)) {
+    const bool isDamaged = line.find("cut.flac,") != std::string::npos;
+    damaged += isDamaged ? 1 : 0;
+    EXPECT_THAT(line, testing::EndsWith(isDamaged ? ",yes" : ",no"));
+  }
+  EXPECT_GT(damaged, 5);
 }
 
 // More files than threads and their window, of lengths that end in another order.

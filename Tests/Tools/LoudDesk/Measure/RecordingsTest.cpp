@@ -35,7 +35,7 @@ constexpr double kTruePeakTolerance = 0.2;   // dB
 constexpr double kRangeDistance = 0.5;
 constexpr double kAbsoluteGate = -70.0;  // LKFS
 
-constexpr std::size_t kFiguresOfRow = 6;  // of the series, at its end
+constexpr std::size_t kFieldsOfRow = 7;  // of the series from the time on, at its end
 
 // How far the range of one reading a second lies from that of ten, LU: of programmes of a minute
 // and more, and of shorter ones. Docs/COMPLIANCE.md tells both.
@@ -146,8 +146,8 @@ std::vector<std::string> FieldsOf(const std::string& line) {
 }
 
 // The series of the shipped binary: its rows end with time, momentary and short-term loudness,
-// integrated loudness, range and true peak. The rest behind the last block has neither of the first
-// two.
+// integrated loudness, range, true peak and the mark of damage. The rest behind the last block has
+// neither momentary nor short-term loudness.
 std::vector<Point> PointsOfLoudDesk(const std::string& path) {
   const test_audio::AudioDirectory directory;
   const std::string series = directory.Path("series.csv");
@@ -157,8 +157,8 @@ std::vector<Point> PointsOfLoudDesk(const std::string& path) {
   std::string row;
   for (std::getline(rows, row); std::getline(rows, row);) {
     const std::vector<std::string> fields = FieldsOf(row + ",");
-    EXPECT_GE(fields.size(), kFiguresOfRow) << row;
-    const auto figures = fields.end() - static_cast<std::ptrdiff_t>(kFiguresOfRow);
+    EXPECT_GE(fields.size(), kFieldsOfRow) << row;
+    const auto figures = fields.end() - static_cast<std::ptrdiff_t>(kFieldsOfRow);
     points.emplace_back();
     if (!figures[1].empty())
       points.back().momentary = std::stod(figures[1]);
