@@ -46,7 +46,8 @@ void DrawRow(TextScreen& screen, std::size_t at, const OverviewRow& row, bool is
 
 void DrawHead(TextScreen& screen, std::size_t count) {
   screen.Write(0, kMargin, "LoudDesk watch", Ink::kStrong);
-  screen.Write(0, 18, fmt::format("{} of this machine's clusters", count), Ink::kPlain);
+  screen.Write(0, 18, fmt::format("{} cluster{} on this machine", count, count == 1 ? "" : "s"),
+               Ink::kPlain);
   screen.Write(2, kMargin,
                fmt::format(kColumns, "Set", "Cl", "State", "Momentary", "Short-term", "Integrated",
                            "Range", "Max. true peak"),

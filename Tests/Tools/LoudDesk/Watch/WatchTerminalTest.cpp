@@ -131,14 +131,14 @@ TEST_F(WatchTerminalTest, AllClustersHaveARowAndEnterOpensOne) {
   ServiceProcess second(LOUDCALC_BINARY, {"-m", "2", "-c", "3"});
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
   Watch("--all");
-  ASSERT_TRUE(WaitForText("2 of this machine"));
+  ASSERT_TRUE(WaitForText("2 clusters on this machine"));
   ASSERT_TRUE(WaitForText("  1  1  RUNNING"));
   ASSERT_TRUE(WaitForText("  2  3  NOT STARTED"));
   Press("Down");
   Press("Enter");
   ASSERT_TRUE(WaitForText("meter set 2, cluster 3"));
   Press("b");
-  ASSERT_TRUE(WaitForText("2 of this machine"));
+  ASSERT_TRUE(WaitForText("2 clusters on this machine"));
   Press("q");
   ExpectSaneTerminal("0");
   second.Signal(SIGTERM);
@@ -157,7 +157,7 @@ TEST_F(WatchTerminalTest, FileWithoutAServiceIsNoCluster) {
   Press("q");
   ExpectSaneTerminal("0");
   Watch("--all");
-  EXPECT_TRUE(WaitForText("1 of this machine"));
+  EXPECT_TRUE(WaitForText("1 cluster on this machine"));
 }
 
 TEST_F(WatchTerminalTest, InterruptLeavesTheTerminalSane) {
