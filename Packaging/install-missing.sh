@@ -1,7 +1,14 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a task needs and this machine lacks; prints nothing if none is missing.
-# Usage: install-missing.sh service|build|demo|package|cross-package|check|check-packages|docs
+# With --list it only prints what the task needs, one package a line.
+# Usage: install-missing.sh [--list] service|build|demo|package|cross-package|check|check-packages|docs
 set -euo pipefail
+
+list=
+if [ "${1:-}" = --list ]; then
+  list=yes
+  shift
+fi
 
 service=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev)
 build=("${service[@]}" libutfcpp-dev libavformat-dev libavcodec-dev libswresample-dev libavutil-dev
@@ -26,8 +33,13 @@ case "${1:-}" in
   cross-package) wanted=("${cross_package[@]}") ;;
   check-packages) wanted=("${build[@]}" "${package[@]}" "${check_packages[@]}") ;;
   check) wanted=("${build[@]}" "${check[@]}" "${docs[@]}") ;;
-  *) echo "usage: $0 service|build|demo|package|cross-package|check|check-packages|docs" >&2; exit 2 ;;
+  *) echo "usage: $0 [--list] service|build|demo|package|cross-package|check|check-packages|docs" >&2; exit 2 ;;
 esac
+
+if [ "$list" ]; then
+  printf '%s\n' "${wanted[@]}"
+  exit 0
+fi
 
 installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
 
