@@ -1,0 +1,12 @@
+// What the benchmarks of cost print: a line for each row of the table that Benchmarks/run makes.
+
+#pragma once
+
+#include <cstdio>
+
+/// Prints a row: what costs, the unit, the cost here and that of the floor beside it, separated by
+/// tabs.
+inline void PrintRow(const char* what, const char* unit, double ours, double floor) {
+  std::printf("%s\t%s\t%.9g\t%.9g\n", what, unit, ours, floor);
+  std::fflush(stdout);
+}
