@@ -30,6 +30,19 @@ std::uint64_t BinCenter(std::size_t code) {
   return static_cast<std::uint64_t>(power);
 }
 
+constexpr std::size_t GroupOf(std::size_t code) {
+  return (code + kCodesPerGroup - 1) / kCodesPerGroup;
+}
+
+constexpr std::size_t FirstCodeOf(std::size_t group) {
+  return (group - 1) * kCodesPerGroup + 1;
+}
+
+void Add(BinSums& sums, std::uint32_t count, std::uint64_t power) {
+  sums.count += count;
+  sums.power += power;
+}
+
 std::uint32_t Percent(std::uint32_t count, std::uint32_t total) {
   return total == 0 ? 0 : count * 100U / total;
 }
@@ -59,6 +72,7 @@ std::array<std::uint64_t, kNumLoudnessCodes> Cbin::BinCenters{};
 void Cbin::Reset() {
   Bins.fill(0);
   NumBinnedValues = 0;
+  Groups.fill({});
 }
 
 void Cbin::InitBinCenters() {
@@ -78,8 +92,10 @@ std::uint16_t Cbin::GetBinIndx(float loudness) {
 }
 
 void Cbin::Increment(std::uint16_t code) {
+  const std::uint16_t bin = BinOf(code);
   ++NumBinnedValues;
-  ++Bins[BinOf(code)];
+  ++Bins[bin];
+  Add(Groups[GroupOf(bin)], 1, BinCenters[bin]);
 }
 
 void Cbin::Decrement(std::uint16_t code) {
@@ -88,25 +104,35 @@ void Cbin::Decrement(std::uint16_t code) {
     --NumBinnedValues;
   else
     PrintEngineFault("Tried to decrement when bins are empty.\n");
-  if (Bins[bin] != 0)
-    --Bins[bin];
-  else
+  if (Bins[bin] == 0) {
     PrintEngineFault("Tried to decrement bin %d when it was empty.\n", bin);
+    return;
+  }
+  --Bins[bin];
+  BinSums& group = Groups[GroupOf(bin)];
+  --group.count;
+  group.power -= BinCenters[bin];
 }
 
 float Cbin::GetLoudnessLkfs(float gate) const {
   if (NumBinnedValues == 0)
     return kNoLoudnessLkfs;
-  std::uint32_t count = 0;
-  std::uint64_t powerSum = 0;
-  for (std::size_t code = std::max<std::size_t>(GetBinIndx(gate), 1); code < kNumLoudnessCodes;
-       ++code) {
-    count += Bins[code];
-    powerSum += Bins[code] * BinCenters[code];
-  }
-  if (count == 0 || count > powerSum)
+  const BinSums sums = SumsFrom(std::max<std::size_t>(GetBinIndx(gate), 1));
+  if (sums.count == 0 || sums.count > sums.power)
     return kNoLoudnessLkfs;
-  return LoudnessOfPower(powerSum / count);
+  return LoudnessOfPower(sums.power / sums.count);
+}
+
+// The bins up to the end of the first group, then whole groups. Exact, because all of it is modulo
+// 2^64.
+BinSums Cbin::SumsFrom(std::size_t lowestCode) const {
+  const std::size_t firstWholeGroup = GroupOf(lowestCode + kCodesPerGroup - 1);
+  BinSums sums;
+  for (std::size_t code = lowestCode; code < FirstCodeOf(firstWholeGroup); ++code)
+    Add(sums, Bins[code], Bins[code] * BinCenters[code]);
+  for (std::size_t group = firstWholeGroup; group < kNumCodeGroups; ++group)
+    Add(sums, Groups[group].count, Groups[group].power);
+  return sums;
 }
 
 float Cbin::GetLra(std::uint16_t lowestCode) const {

@@ -15,6 +15,14 @@ constexpr std::uint16_t kMaxLoudnessCode = 4000;
 /// Codes 0 (below the absolute gate) to `kMaxLoudnessCode`.
 constexpr std::size_t kNumLoudnessCodes = kMaxLoudnessCode + 1;
 
+/// Codes of one group of a histogram. The groups are summed, so that the mean above a gate visits
+/// about 80 bins and 50 groups at most instead of 4000 bins.
+constexpr std::size_t kCodesPerGroup = 80;
+
+/// Group 0 holds code 0, group 1 codes 1 to 80, the last one codes 3921 to 4000.
+constexpr std::size_t kNumCodeGroups = kMaxLoudnessCode / kCodesPerGroup + 1;
+static_assert(kMaxLoudnessCode % kCodesPerGroup == 0);
+
 /// Loudness that stands for "no reading".
 constexpr float kNoLoudnessLkfs = -99.0F;
 
@@ -50,6 +58,12 @@ double LoudnessOfCode(std::size_t code);
 /// faults of the engine. `format` ends with its own line feed.
 [[gnu::format(printf, 1, 2)]] void PrintEngineFault(const char* format, ...);
 
+/// Number of readings and the sum of the powers that stand for them, both modulo their width.
+struct BinSums {
+  std::uint32_t count = 0;
+  std::uint64_t power = 0;
+};
+
 /// The two ends of a loudness range as codes; 0 for an end that does not exist.
 struct LraEnds {
   int low;
@@ -58,11 +72,12 @@ struct LraEnds {
 
 /// Counts loudness readings by their code. Code 0 stands for anything below -70 LKFS, code k of 1
 /// or more for -70 + 0.02 (k - 1) LKFS and up to 0.02 LU above it. Codes above `kMaxLoudnessCode`
-/// count as that code. Allocates nothing.
+/// count as that code. Bins and groups change together, by the functions only. Allocates nothing.
 class Cbin {
  public:
   std::array<std::uint32_t, kNumLoudnessCodes> Bins{};  // readings per code, index 0 ... 4000
   std::uint32_t NumBinnedValues = 0;                    // readings counted, the sum of Bins
+  std::array<BinSums, kNumCodeGroups> Groups{};         // sums of the bins of each group
 
   // Power that stands for each code, in the DSP stage's scale; 0 for code 0. Shared by all
   // histograms, filled by InitBinCenters.
@@ -77,7 +92,7 @@ class Cbin {
   /// Forgets every reading.
   void Reset();
 
-  /// Fills `BinCenters`. Called by `LoudCalcInit` before any histogram is read.
+  /// Fills `BinCenters`. Called by `LoudCalcInit` before any histogram is used.
   static void InitBinCenters();
 
   /// The code of a loudness in LKFS: 1 for -70.0, 0 for anything below it and for a value that is
@@ -104,6 +119,7 @@ class Cbin {
   LraEnds GetLraEnds(std::uint16_t lowestCode) const;
 
  private:
+  BinSums SumsFrom(std::size_t lowestCode) const;
   std::uint32_t CountFrom(std::uint16_t lowestCode) const;
   int LowPoint(std::uint16_t lowestCode, std::uint32_t total) const;
   int HighPoint(std::uint32_t total) const;
