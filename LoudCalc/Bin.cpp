@@ -43,8 +43,10 @@ void Add(BinSums& sums, std::uint32_t count, std::uint64_t power) {
   sums.power += power;
 }
 
-std::uint32_t Percent(std::uint32_t count, std::uint32_t total) {
-  return total == 0 ? 0 : count * 100U / total;
+// Whether `count` is at least so many whole percents of `total`, without the division. 100 times
+// `count` is in 32 bits on purpose.
+bool IsReached(std::uint32_t percent, std::uint32_t count, std::uint32_t total) {
+  return total != 0 && count * 100U >= std::uint64_t{percent} * total;
 }
 
 }  // namespace
@@ -160,7 +162,7 @@ int Cbin::LowPoint(std::uint16_t lowestCode, std::uint32_t total) const {
   std::uint32_t count = 0;
   for (std::size_t code = lowestCode; code < kNumLoudnessCodes; ++code) {
     count += Bins[code];
-    if (code != 0 && Percent(count, total) >= kLraPercentBelow)
+    if (code != 0 && IsReached(kLraPercentBelow, count, total))
       return static_cast<int>(code);
   }
   return 0;
@@ -171,7 +173,7 @@ int Cbin::HighPoint(std::uint32_t total) const {
   std::uint32_t count = 0;
   for (std::size_t code = kMaxLoudnessCode; code > 0; --code) {
     count += Bins[code];
-    if (Percent(count, total) >= kLraPercentAbove)
+    if (IsReached(kLraPercentAbove, count, total))
       return static_cast<int>(code);
   }
   return 0;
