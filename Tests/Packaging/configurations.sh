@@ -13,7 +13,7 @@ trap 'rm -rf "$place"' EXIT
 
 # As the build under test has it.
 cached() { sed -n "s/^$1:[A-Z]*=//p" "$tested/CMakeCache.txt"; }
-settings=(-DCMAKE_CXX_COMPILER_LAUNCHER="$here/reuse-object.py;$tested"
+settings=(-DCMAKE_CXX_COMPILER_LAUNCHER="$here/take-object.sh" -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
   -DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST)
 for variable in CMAKE_CXX_COMPILER CMAKE_BUILD_TYPE CMAKE_CXX_FLAGS CMAKE_COMPILE_WARNING_AS_ERROR LOUDCALC_SANITIZERS; do
   settings+=("-D$variable=$(cached "$variable")")
@@ -26,7 +26,10 @@ configure() {
     fail "does not configure with $*"
 }
 
-build() { "$cmake" --build "$place/build" >"$place/log" 2>&1 || fail "does not build with $1"; }
+build() {
+  "$here/made-objects.py" "$tested" "$place/build"
+  "$cmake" --build "$place/build" --parallel 2 >"$place/log" 2>&1 || fail "does not build with $1"
+}
 
 for tools in ON OFF; do
   for tests in ON OFF; do
