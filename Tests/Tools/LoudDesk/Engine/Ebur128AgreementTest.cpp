@@ -130,15 +130,16 @@ class BothMeters {
   // Three low passes of the first order, each four octaves above the one before it and a fourth
   // as high: their sum falls by about 3 dB an octave.
   void MakePink(std::vector<double>& samples) {
-    constexpr double kMakeUp = 4.0;                        // for most of what the low passes take
-    constexpr double kCorners[] = {0.000625, 0.01, 0.16};  // in shares of the sample rate
+    constexpr double kMakeUp = 4.0;  // for most of what the low passes take
+    // How far a low pass follows its input in one sample; corners in shares of the sample rate.
+    const auto follow = [](double corner) { return 1.0 - std::exp(-2.0 * M_PI * corner); };
+    const double follows[] = {follow(0.000625), follow(0.01), follow(0.16)};
     for (std::size_t i = 0; i < samples.size(); ++i) {
       auto& states = mPinkStates[i % mSound.channels];
       double sum = 0.0;
       double gain = 1.0;
       for (std::size_t k = 0; k < states.size(); ++k, gain /= 4.0) {
-        const double share = 1.0 - std::exp(-2.0 * M_PI * kCorners[k]);
-        states[k] += share * (samples[i] - states[k]);
+        states[k] += follows[k] * (samples[i] - states[k]);
         sum += gain * states[k];
       }
       samples[i] = kMakeUp * sum;

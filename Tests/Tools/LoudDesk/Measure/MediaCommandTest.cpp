@@ -87,7 +87,7 @@ class MediaCommandTest : public testing::Test {
   AudioDirectory mDirectory;
 };
 
-// Each format that the README names, from an encoder that people use. Codecs of blocks may pad.
+// Each format that the README names, as ffmpeg writes it. Codecs of blocks may pad.
 TEST_F(MediaCommandTest, EveryFormatInTheReadmeIsMeasured) {
   WriteTone("tone.wav", -23.0);
   const std::pair<const char*, const char*> cases[] = {
@@ -117,25 +117,33 @@ TEST_F(MediaCommandTest, EveryFormatInTheReadmeIsMeasured) {
       {"a.webm", "-c:a libopus"},
       {"a.ts", "-c:a mp2"},
       {"a.mpg", "-c:a mp2"},
-      {"a.mxf", "-f mxf -c:a pcm_s16le -f lavfi -i color=s=64x64:d=4 -shortest"},
+      {"a.mxf", "-map 1:v -map 0:a"},
       {"a.avi", "-c:a pcm_s16le"},
       {"a.wma", ""},
       {"a.wv", ""},
       {"a.tta", ""},
   };
+  // A programme writes them all: it takes longer to start than to encode.
+  std::string encode = "ffmpeg -v error -y -i %d/tone.wav -f lavfi -i color=s=64x64:d=4:r=25";
+  std::string files;
   for (const auto& [name, options] : cases) {
-    const bool isMxf = std::string(name) == "a.mxf";
-    const std::string made = mDirectory.Make(
-        name, isMxf ? std::string("ffmpeg -v error -y -f lavfi -i color=s=64x64:d=4:r=25 -i "
-                                  "%d/tone.wav %o")
-                    : std::string("ffmpeg -v error -y -i %d/tone.wav ") + options + " %o");
-    const Outcome outcome = Run("%l measure --format json '" + made + "'");
-    EXPECT_EQ(outcome.status, 0) << name << ": " << outcome.errors;
-    EXPECT_EQ(outcome.errors, "") << name;
-    const auto lines = Lines(outcome.out);
-    ASSERT_EQ(lines.size(), 1U) << name;
-    EXPECT_NEAR(lines[0].integrated, -23.0, 0.6) << name;  // LAME turns down by 0.45 dB
-    EXPECT_NEAR(lines[0].seconds, 4.0, 0.1) << name;
+    const bool hasPicture = std::string(options).find(":v") != std::string::npos;
+    const std::string file = " '" + mDirectory.Path(name) + "'";
+    encode += std::string(hasPicture ? " " : " -map 0:a ") + options + file;
+    files += file;
+  }
+  const Outcome encoded = Run(encode);
+  ASSERT_EQ(encoded.status, 0) << encoded.errors;
+  const Outcome outcome = Run("%l measure --format json" + files);
+  EXPECT_EQ(outcome.status, 0) << outcome.errors;
+  EXPECT_EQ(outcome.errors, "");
+  const auto lines = Lines(outcome.out);
+  ASSERT_EQ(lines.size(), std::size(cases)) << outcome.out;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const std::string name = cases[i].first;
+    EXPECT_EQ(lines[i].file, mDirectory.Path(name));
+    EXPECT_NEAR(lines[i].integrated, -23.0, 0.6) << name;  // LAME turns down by 0.45 dB
+    EXPECT_NEAR(lines[i].seconds, 4.0, 0.1) << name;
   }
 }
 
