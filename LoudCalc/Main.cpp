@@ -12,6 +12,7 @@
 #include "Assertion.h"
 #include "BoardAddresses.h"
 #include "Console.h"
+#include "Endpoints.h"
 #include "LogMacros.h"
 #include "NetworkUtils.h"
 #include "ProcessSetup.h"
@@ -25,7 +26,6 @@ constexpr int kLoggerNameSize = 7;  // bytes, terminator included; the name is c
 constexpr char kDefaultInterface[] = "lo";
 constexpr char kNoAddress[] = "0.0.0.0";
 constexpr std::uint64_t kMaxSlot = 1;
-constexpr std::uint64_t kMaxCluster = 8;
 
 using AddressText_t = char[16];
 

@@ -43,6 +43,9 @@ constexpr const char* kMeterSetTopicPrefixes[] = {kPresetTopicPrefix, kConfigura
                                                   kCommandTopicPrefix};
 constexpr std::uint32_t kLastMeterSetWithTopics = 1;
 
+/// Clusters of a meter set, from 1; each has a service of its own.
+constexpr int kMaxCluster = 8;
+
 // Signal-processing stage, IPC: file and topic without a meter set, and their beginnings with one.
 constexpr char kSharedRawDataFile[] = "hwmProg1LoudnessDataPub.ipc";
 constexpr char kRawDataFilePrefix[] = "hwmProbeLuRawDataPub-";

@@ -20,8 +20,10 @@ Programme ProgrammeOf(const SpeakerLayout& speakers) {
 Programme AsDualMono(const Programme& programme) {
   if (programme.size() != 1)
     return programme;
-  const std::size_t channel = programme.front().channel;
-  return {{channel, "Left"}, {channel, "Right"}};
+  Programme dual;
+  for (const std::string& speaker : SplitSpeakers("L,R"))
+    dual.push_back({programme.front().channel, speaker});
+  return dual;
 }
 
 std::string ChannelsInWords(const Programme& programme) {

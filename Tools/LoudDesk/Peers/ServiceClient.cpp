@@ -30,9 +30,6 @@ constexpr Patience kSlice{100};
 // Every fifth second, and some of a busy machine.
 constexpr Patience kRepublication{6000};
 
-// After a republished acknowledgement the configuration follows at once, where there is one.
-constexpr Patience kConfigurationFollows{500};
-
 LoudnessConfiguration Readable(const std::optional<ServiceAnswer>& answer) {
   const auto configuration = answer ? ReadConfiguration(answer->configuration) : std::nullopt;
   if (!configuration)
@@ -41,7 +38,7 @@ LoudnessConfiguration Readable(const std::optional<ServiceAnswer>& answer) {
 }
 
 bool IsStart(const ServiceAnswer& answer) {
-  return answer.kind == StateKind::kAcknowledgement && answer.command == "Start";
+  return answer.kind == StateKind::kAcknowledgement && answer.command == cLuCmd::kStartText;
 }
 
 }  // namespace
@@ -128,8 +125,8 @@ void ServiceClient::Restart(const std::vector<std::string>& speakers) {
   mSpeakers = speakers;
   LoudnessConfiguration configuration;
   configuration.clusterId = mUnit.Cluster();
-  configuration.mode = "Manual";
-  configuration.loudnessWindow = "Custom";
+  configuration.mode = cLuConf::kManualModeText;
+  configuration.loudnessWindow = cLuConf::kCustomWindowText;
   configuration.loudnessWindowTime = kMaxIntegWinSecs;
   configuration.lraWindow = kMaxLraWinSecs;
   configuration.userId = ++mUser;

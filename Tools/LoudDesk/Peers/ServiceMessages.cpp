@@ -121,8 +121,8 @@ std::optional<ServiceAnswer> ReadAnswer(const StateMessage& message) {
 bool Settles(const ServiceAnswer& answer, const std::string& asked) {
   const std::string& done = answer.command;
   return answer.kind == StateKind::kAcknowledgement &&
-         (done == asked || (asked == "Pause" && done == "Stop") ||
-          (asked == "Play" && done == "Start"));
+         (done == asked || (asked == cLuCmd::kPauseText && done == cLuCmd::kStopText) ||
+          (asked == cLuCmd::kPlayText && done == cLuCmd::kStartText));
 }
 
 std::string AnswerText(const ServiceAnswer& answer) {

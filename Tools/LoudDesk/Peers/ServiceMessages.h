@@ -43,6 +43,9 @@ struct ServiceAnswer {
   std::string configuration;             // of a configuration: its text as it was sent
 };
 
+/// After a republished acknowledgement the configuration follows at once, where there is one.
+constexpr std::chrono::milliseconds kConfigurationFollows{500};
+
 /// One message at the log sink.
 struct LogLine {
   int type = 0;         // 0: logging, 1: notification

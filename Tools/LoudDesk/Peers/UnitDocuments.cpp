@@ -5,53 +5,59 @@
 #include "DocumentWriter.h"
 #include "JsonAccess.h"
 #include "LuMessageKeys.h"
+#include "Meters.h"
+#include "PresetKeys.h"
 
 namespace louddesk {
 namespace {
 
-// Text of a channel that belongs to no programme: no channel feeds its meter.
-constexpr char kNoSpeaker[] = "None";
+namespace key = preset_key;
 
 void WritePlace(DocumentWriter& writer, int inputNo) {
-  writer.Text("ConnectorType", "BNC").Signed("Slot", 1).Signed("Cage", 0);
-  writer.Signed("InputNo", inputNo);
+  writer.Text(key::kConnectorType, "BNC").Signed(key::kSlot, 1).Signed(key::kCage, 0);
+  writer.Signed(key::kInputNo, inputNo);
 }
 
 void WriteClock(DocumentWriter& writer, const std::string& type) {
-  writer.OpenObject("SystemClockSource").Text("Type", type);
+  writer.OpenObject(key::kSystemClockSource).Text(key::kType, type);
   WritePlace(writer, 1);
-  writer.Signed("Pair", 1).CloseObject();
+  writer.Signed(key::kPair, 1).CloseObject();
 }
 
 void WriteCluster(DocumentWriter& writer, const Preset::Cluster& cluster) {
-  writer.OpenObject(DocumentWriter::kNoKey).Text("Name", "Cluster").Text("Type", cluster.type);
-  writer.Signed("FirstMeter", cluster.firstMeter).Signed("NumberOfMeters", cluster.numberOfMeters);
-  writer.Flag("MuteOnPresetRecall", true).CloseObject();
+  writer.OpenObject(DocumentWriter::kNoKey)
+      .Text(key::kName, "Cluster")
+      .Text(key::kType, cluster.type);
+  writer.Signed(key::kFirstMeter, cluster.firstMeter)
+      .Signed(key::kNumberOfMeters, cluster.numberOfMeters);
+  writer.Flag(key::kMuteOnPresetRecall, true).CloseObject();
 }
 
 void WriteMeter(DocumentWriter& writer, const Preset::Meter& meter) {
-  writer.OpenObject(std::to_string(meter.number).c_str()).Signed("VolumeDb", 0);
-  writer.Signed("DelayMs", 0).Text("Speaker", meter.speaker).OpenObject("Source");
-  writer.Signed("Channel", meter.channel);
+  writer.OpenObject(std::to_string(meter.number).c_str()).Signed(key::kVolumeDb, 0);
+  writer.Signed(key::kDelayMs, 0).Text(key::kSpeaker, meter.speaker).OpenObject(key::kSource);
+  writer.Signed(key::kChannel, meter.channel);
   WritePlace(writer, meter.number);
-  writer.Text("Type", meter.type).CloseObject().CloseObject();
+  writer.Text(key::kType, meter.type).CloseObject().CloseObject();
 }
 
 }  // namespace
 
 std::string Preset::Json() const {
   DocumentWriter writer;
-  writer.Signed("Count", 1).Flag("Repub", isRepublished).Signed("SpeakerDelayMs", 0);
+  writer.Signed(key::kCount, 1).Flag(key::kRepub, isRepublished).Signed(key::kSpeakerDelayMs, 0);
   if (name) {
-    writer.OpenObject("Name").Text("Preset", name->preset).Text("Program", name->program);
-    writer.Text("Group", name->group).CloseObject();
+    writer.OpenObject(key::kName)
+        .Text(key::kPreset, name->preset)
+        .Text(key::kProgram, name->program);
+    writer.Text(key::kGroup, name->group).CloseObject();
   }
   if (clock)
     WriteClock(writer, *clock);
-  writer.OpenArray("Clusters");
+  writer.OpenArray(key::kClusters);
   for (const Cluster& cluster : clusters)
     WriteCluster(writer, cluster);
-  writer.CloseArray().OpenObject("MeterSet");
+  writer.CloseArray().OpenObject(key::kMeterSet);
   for (const Meter& meter : meters)
     WriteMeter(writer, meter);
   return writer.CloseObject().Finish();
@@ -64,7 +70,8 @@ Preset PresetForSpeakers(const std::vector<std::string>& speakers, unsigned clus
   int number = 0;
   for (const std::string& speaker : speakers) {
     ++number;
-    preset.meters.push_back({number, speaker, speaker == kNoSpeaker ? 0 : number});
+    const bool isSpeaker = cMeter::ConvertToSpeakerTypeFromString(speaker.c_str()) != AST_NONE;
+    preset.meters.push_back({number, speaker, isSpeaker ? number : 0});
   }
   return preset;
 }

@@ -12,16 +12,18 @@
 #include <cerrno>
 #include <iterator>
 
+#include "LuMessages.h"
+
 namespace louddesk {
 namespace {
 
 constexpr Order kOrders[] = {
-    {OrderKind::kCommand, "start", 's', "Start"},  //
-    {OrderKind::kCommand, "pause", 'p', "Pause"},
-    {OrderKind::kCommand, "play", 'y', "Play"},
-    {OrderKind::kCommand, "stop", 't', "Stop"},
-    {OrderKind::kCommand, "reset", 'r', "Reset"},
-    {OrderKind::kCommand, "print", 'i', "Print"},
+    {OrderKind::kCommand, "start", 's', cLuCmd::kStartText},  //
+    {OrderKind::kCommand, "pause", 'p', cLuCmd::kPauseText},
+    {OrderKind::kCommand, "play", 'y', cLuCmd::kPlayText},
+    {OrderKind::kCommand, "stop", 't', cLuCmd::kStopText},
+    {OrderKind::kCommand, "reset", 'r', cLuCmd::kResetText},
+    {OrderKind::kCommand, "print", 'i', cLuCmd::kPrintText},
     {OrderKind::kReportingOn, "reporting on", '+'},
     {OrderKind::kReportingOff, "reporting off", '-'},
     {OrderKind::kHelp, "help", 'h'},

@@ -2,12 +2,10 @@
 
 #include "ServiceControl.h"
 
+#include "LuMessages.h"
+
 namespace louddesk {
 namespace {
-
-constexpr char kStop[] = "Stop";
-constexpr char kReset[] = "Reset";
-constexpr char kPrint[] = "Print";  // done at once, without an acknowledgement
 
 constexpr Patience kAnswerPatience{3000};
 
@@ -30,7 +28,7 @@ bool ServiceControl::Restart(const SpeakerLayout& speakers, Patience patience) {
   mIsStarting = true;
   const bool hasStarted = !mIsReporting || mClient.Await(patience) == Outcome::kDone;
   mIsStarting = false;
-  mDone = "Start";
+  mDone = cLuCmd::kStartText;
   mAwaited = nullptr;
   mLastData = mLastSign = Clock::now();
   return hasStarted;
@@ -38,9 +36,11 @@ bool ServiceControl::Restart(const SpeakerLayout& speakers, Patience patience) {
 
 void ServiceControl::Send(const Order& order) {
   const std::string command = order.command;
-  const bool waits = !command.empty() && !mIsReporting && command != kPrint;
+  // Done at once, without an acknowledgement.
+  const bool isPrint = command == cLuCmd::kPrintText;
+  const bool waits = !command.empty() && !mIsReporting && !isPrint;
   mLine.Print(std::string("> ") + order.word + (waits ? " (waits until reporting is on)" : ""));
-  bool isAnswered = mIsReporting && command != kPrint;
+  bool isAnswered = mIsReporting && !isPrint;
   if (order.kind == OrderKind::kCommand) {
     mClient.SendCommand(command, mClient.User());
   } else {
@@ -72,8 +72,8 @@ bool ServiceControl::TakeAnswers() {
 
 void ServiceControl::TakeAnswer(const ServiceAnswer& answer) {
   mLastData = mLastSign = Clock::now();
-  mHasReset = mHasReset || answer.command == kReset;
-  if (answer.kind == StateKind::kAcknowledgement && answer.command != kReset)
+  mHasReset = mHasReset || answer.command == cLuCmd::kResetText;
+  if (answer.kind == StateKind::kAcknowledgement && answer.command != cLuCmd::kResetText)
     mDone = answer.command;
   if (!mIsStarting)
     mLine.Print(AnswerText(answer));
@@ -98,7 +98,7 @@ void ServiceControl::Settle(const std::string& line) {
 }
 
 bool ServiceControl::IsDataExpected() const {
-  return mIsReporting && mDone != kStop;
+  return mIsReporting && mDone != cLuCmd::kStopText;
 }
 
 bool ServiceControl::IsSilent() const {
@@ -110,9 +110,9 @@ bool ServiceControl::IsSilent() const {
 std::string ServiceControl::Caveat() const {
   if (!mIsReporting)
     return "Reporting is off: these are the last figures that were published";
-  if (mDone == kStop)
+  if (mDone == cLuCmd::kStopText)
     return "Stopped: these are the last figures that were published";
-  if (mDone == "Pause")
+  if (mDone == cLuCmd::kPauseText)
     return "Paused: these are the figures of the pause";
   return "";
 }

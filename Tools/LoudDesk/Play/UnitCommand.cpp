@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "Endpoints.h"
 #include "NumberCheck.h"
 #include "UnitPlayer.h"
 
@@ -58,7 +59,9 @@ constexpr char kFooter[] =
 
 // Services of the other meter sets subscribe to no presets, or to no data that they take.
 std::string CheckMeterSet(const std::string& value) {
-  return value == "1" ? "" : "only a service of meter set 1 takes presets and raw data from a unit";
+  return value == std::to_string(kLastMeterSetWithTopics)
+             ? ""
+             : "only a service of meter set 1 takes presets and raw data from a unit";
 }
 
 // What cannot be played as it is asked for is a fault of the command line.
@@ -97,7 +100,7 @@ void AddPlayerOptions(CLI::App* command, const std::shared_ptr<PlayerOptions>& p
       ->check(CheckMeterSet);
   command->add_option("--cluster", player->cluster, "Cluster of the service")
       ->capture_default_str()
-      ->check(CLI::Range(1, 8));
+      ->check(CLI::Range(1, kMaxCluster));
   command->add_option("--wait", player->wait, "Seconds to wait for the service")
       ->capture_default_str()
       ->check(Between(0.0, kLongestWait));

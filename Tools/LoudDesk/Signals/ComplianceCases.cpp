@@ -26,7 +26,8 @@ constexpr Tolerance kSameLraTolerance = {0.1, 0.1};
 constexpr int kOffsets = 20;  // of the cases 10, 11, 13 and 14
 constexpr char kRecording[] = "recording, not redistributable";
 
-const SpeakerLayout kStereo = {"Left", "Right"};
+const SpeakerLayout kStereo = SplitSpeakers("L,R");
+const SpeakerLayout kLeft = SplitSpeakers("L");
 
 int Blocks(double seconds) {
   return static_cast<int>(std::lround(seconds * 10.0));
@@ -88,7 +89,7 @@ ComplianceCase Recording(const char* id, Quantity quantity, double figure, Toler
 
 ComplianceRun GainRun(double hertz, int sampleRate, double gainDb, double tolerance) {
   constexpr double kSettlingAndMeasured = 3.0;  // s
-  StepSignal sine = {{"Left"}, {{kSettlingAndMeasured, {0.0}}}, Carrier::kSine, {hertz}};
+  StepSignal sine = {kLeft, {{kSettlingAndMeasured, {0.0}}}, Carrier::kSine, {hertz}};
   Expectation gain =
       AtTheEnd(Quantity::kWeightingGain, kSettlingAndMeasured, gainDb, {tolerance, tolerance});
   gain.detail = fmt::format("{:g} Hz at {:g} kHz", hertz, sampleRate / 1000.0);
@@ -114,7 +115,7 @@ ComplianceCase FullScaleLevels() {
     Expectation level = AtTheEnd(Quantity::kIntegrated, kLength, -3.01, kLoudnessTolerance);
     level.detail = fmt::format("{:g} kHz", sampleRate / 1000.0);
     levels.runs.push_back(
-        {StepSignal{{"Left"}, {{kLength, {0.0}}}, Carrier::kSine, {997.0}}, {level}, sampleRate});
+        {StepSignal{kLeft, {{kLength, {0.0}}}, Carrier::kSine, {997.0}}, {level}, sampleRate});
   }
   return levels;
 }
@@ -144,8 +145,7 @@ ComplianceCase GatedLevel(const char* id, const Steps& steps) {
 
 ComplianceCase Surround() {
   return FigureAtEnd("3341-6", "5.0, 20 s: L, R -28 dBFS; C -24; Ls, Rs -30",
-                     {{"Left", "Right", "Center", "LeftSurround", "RightSurround"},
-                      {{20.0, {-28.0, -28.0, -24.0, -30.0, -30.0}}}},
+                     {SplitSpeakers("L,R,C,Ls,Rs"), {{20.0, {-28.0, -28.0, -24.0, -30.0, -30.0}}}},
                      Quantity::kIntegrated, -23.0, kLoudnessTolerance);
 }
 

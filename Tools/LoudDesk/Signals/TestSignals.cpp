@@ -15,7 +15,7 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-const SpeakerLayout kStereo = {"Left", "Right"};
+const SpeakerLayout kStereo = SplitSpeakers("L,R");
 
 double Amplitude(double levelDb) {
   return std::pow(10.0, levelDb / 20.0);

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "Endpoints.h"
 #include "FiguresText.h"
 #include "LoudCalcBase.h"
 #include "ServiceClient.h"
@@ -13,8 +14,6 @@
 
 namespace louddesk {
 namespace {
-
-constexpr unsigned kMeterSet = 1;  // the only one whose service takes presets
 
 constexpr Patience kStartPatience{5000};
 constexpr Patience kSettlePatience{5000};
@@ -41,7 +40,7 @@ std::int16_t CodeOfPeak(std::uint32_t peak) {
 class ServiceUnderTest : public MeterUnderTest {
  public:
   ServiceUnderTest(unsigned cluster, Patience patience)
-      : mUnit(kMeterSet, cluster), mClient(mUnit) {
+      : mUnit(kLastMeterSetWithTopics, cluster), mClient(mUnit) {
     mUnit.OpenAll();
     mClient.Connect(patience);
     mClient.SwitchReporting(true);

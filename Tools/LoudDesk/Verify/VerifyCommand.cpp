@@ -14,6 +14,7 @@
 
 #include "BlockMeter.h"
 #include "Complaints.h"
+#include "Endpoints.h"
 #include "NumberCheck.h"
 #include "PageFile.h"
 #include "ServiceClient.h"
@@ -144,7 +145,7 @@ void AddServiceOptions(CLI::App& command, ServiceOptions& options) {
   command.add_option("--cluster", options.cluster, "Cluster of the service")
       ->needs(service)
       ->capture_default_str()
-      ->check(CLI::Range(1, 8));
+      ->check(CLI::Range(1, kMaxCluster));
   command.add_option("--wait", options.wait, "Seconds to wait for the service")
       ->needs(service)
       ->capture_default_str()

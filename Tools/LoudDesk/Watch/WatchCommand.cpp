@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "Complaints.h"
+#include "Endpoints.h"
 #include "NumberCheck.h"
 #include "ServiceFeed.h"
 #include "WatchAll.h"
@@ -28,7 +29,6 @@ constexpr char kCsv[] = "csv";
 constexpr char kJson[] = "json";
 
 constexpr unsigned kHighestMeterSet = 9999;
-constexpr unsigned kControlledMeterSet = 1;
 constexpr double kHighestTolerance = 99;  // LU
 constexpr double kLongestWatch = 1e7;     // s
 
@@ -233,7 +233,7 @@ void AddWatchCommand(CLI::App& app, int& status) {
       ->check(CLI::Range(0u, kHighestMeterSet));
   command->add_option("--cluster", look.cluster, "Cluster of the service")
       ->capture_default_str()
-      ->check(CLI::Range(1, 8));
+      ->check(CLI::Range(1, kMaxCluster));
   command->add_option("--scale", look.scale, "EBU scale of the bars, +9 or +18 LU")
       ->check(CLI::IsMember({kLowScale, kHighScale}));
   command->add_option("--target", look.target, "Target loudness in LKFS, 0 LU on the scale")
@@ -255,7 +255,7 @@ void AddWatchCommand(CLI::App& app, int& status) {
   command->footer(kFooter);
   command->callback([options, &status] {
     // Services of the other meter sets hear of no commands.
-    if (options->look.isControlling && options->look.meterSet != kControlledMeterSet)
+    if (options->look.isControlling && options->look.meterSet != kLastMeterSetWithTopics)
       throw CLI::ValidationError("--control", "only a service of meter set 1 takes commands");
     status = Watch(*options);
   });

@@ -4,6 +4,8 @@
 
 #include <utility>
 
+#include "LuMessages.h"
+
 namespace louddesk {
 namespace {
 
@@ -13,8 +15,9 @@ constexpr Patience kAcknowledgedWithin{5000};
 constexpr unsigned kUserOfTheConfiguration = 0;
 
 std::string ReasonFor(const std::string& command) {
-  return command == "Stop" ? "the mode is Continuous, reporting is off or the source is invalid"
-                           : "reporting is off or the source is invalid";
+  return command == cLuCmd::kStopText
+             ? "the mode is Continuous, reporting is off or the source is invalid"
+             : "reporting is off or the source is invalid";
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "LuMessages.h"
 #include "Terminal.h"
 
 namespace louddesk {
@@ -60,11 +61,11 @@ struct CommandRow {
 };
 
 constexpr CommandRow kCommands[] = {
-    {'1', "Start", "1       start: the measurement begins anew"},
-    {'2', "Pause", "2       pause: the figures stay"},
-    {'3', "Play", "3       play: they go on"},
-    {'4', "Stop", "4       stop, in the mode Manual"},
-    {'5', "Reset", "5       reset: the figures begin anew"},
+    {'1', cLuCmd::kStartText, "1       start: the measurement begins anew"},
+    {'2', cLuCmd::kPauseText, "2       pause: the figures stay"},
+    {'3', cLuCmd::kPlayText, "3       play: they go on"},
+    {'4', cLuCmd::kStopText, "4       stop, in the mode Manual"},
+    {'5', cLuCmd::kResetText, "5       reset: the figures begin anew"},
 };
 
 bool IsAmong(int key, const char* keys) {

@@ -12,11 +12,6 @@ namespace {
 
 constexpr std::size_t kMaxNotes = 50;
 
-constexpr char kNone[] = "None";
-constexpr char kStop[] = "Stop";
-constexpr char kPause[] = "Pause";
-constexpr char kReset[] = "Reset";
-
 // Published of silence: the level of a peak of 1. Without any block it is kNoTruePeakCode.
 constexpr std::int16_t kSilentPeakCode = -9031;  // 0.01 dBTP
 
@@ -118,7 +113,7 @@ void WatchModel::TakeAnswer(const ServiceAnswer& answer, Time time, const std::s
   mLastAnswer = time;
   const bool wasDue = IsDataDue();
   // A reset does not become the last command.
-  if (answer.kind == StateKind::kAcknowledgement && answer.command != kReset)
+  if (answer.kind == StateKind::kAcknowledgement && answer.command != cLuCmd::kResetText)
     mCommand = answer.command;
   if (!wasDue && IsDataDue())
     mDueSince = time;
@@ -154,7 +149,7 @@ std::optional<std::chrono::milliseconds> WatchModel::Age(Time now) const {
 }
 
 bool WatchModel::IsDataDue() const {
-  return !mCommand.empty() && mCommand != kNone && mCommand != kStop;
+  return !mCommand.empty() && mCommand != cLuCmd::kNoCommandText && mCommand != cLuCmd::kStopText;
 }
 
 ServiceState WatchModel::State(Time now) const {
@@ -167,13 +162,13 @@ ServiceState WatchModel::State(Time now) const {
     return ServiceState::kDead;
   if (mCommand.empty())
     return ServiceState::kWaiting;
-  if (mCommand == kStop)
+  if (mCommand == cLuCmd::kStopText)
     return ServiceState::kStopped;
-  if (mCommand == kNone)
+  if (mCommand == cLuCmd::kNoCommandText)
     return ServiceState::kNotStarted;
   if (isSilent)
     return ServiceState::kSilent;
-  return mCommand == kPause ? ServiceState::kPaused : ServiceState::kRunning;
+  return mCommand == cLuCmd::kPauseText ? ServiceState::kPaused : ServiceState::kRunning;
 }
 
 bool WatchModel::IsLive(Time now) const {

@@ -52,9 +52,6 @@ constexpr std::chrono::milliseconds kNoChangeAfter{3000};
 /// "no change for 12 s: no blocks, or a steady tone".
 std::string NoChangeText(std::chrono::milliseconds duration);
 
-/// After a republished acknowledgement the configuration follows at once, where there is one.
-constexpr std::chrono::milliseconds kConfigurationFollows{500};
-
 /// Windows of the measurement, s.
 struct MeasurementWindows {
   unsigned integrated;

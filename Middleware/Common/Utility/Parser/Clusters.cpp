@@ -6,6 +6,7 @@
 
 #include "JsonTextMember.h"
 #include "Meters.h"
+#include "PresetKeys.h"
 #include "SharedField.h"
 #include "TextTable.h"
 
@@ -35,12 +36,13 @@ void ClaimMeters(const cCluster& cluster, cMeterSet& meters) {
 int cCluster::ParseCluster(const rapidjson::Value& value) {
   if (!value.IsObject())
     return 0;
-  if (json::Read(value, "FirstMeter", miFirstMeter))
+  if (json::Read(value, preset_key::kFirstMeter, miFirstMeter))
     miFirstMeter = ZeroBased(miFirstMeter);
-  json::Read(value, "NumberOfMeters", miNumberOfMeters);
-  json::Read(value, "MuteOnPresetRecall", mbMuteOnPresetRecall);
-  json::ReadText(value, "Type", msClusterType, mClusterType, ConvertToClusterTypeFromString);
-  json::Read(value, "Name", msClusterName);
+  json::Read(value, preset_key::kNumberOfMeters, miNumberOfMeters);
+  json::Read(value, preset_key::kMuteOnPresetRecall, mbMuteOnPresetRecall);
+  json::ReadText(value, preset_key::kType, msClusterType, mClusterType,
+                 ConvertToClusterTypeFromString);
+  json::Read(value, preset_key::kName, msClusterName);
   return 1;
 }
 

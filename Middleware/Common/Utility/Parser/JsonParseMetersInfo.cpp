@@ -6,6 +6,7 @@
 
 #include "JsonAccess.h"
 #include "LogMacros.h"
+#include "PresetKeys.h"
 
 namespace {
 
@@ -24,15 +25,15 @@ struct Section {
 
 // In the order in which the sections are read. The others are read even if one fails.
 constexpr Section kSections[] = {
-    {"Clusters", 0,
+    {preset_key::kClusters, 0,
      [](cPresetParser& preset, const rapidjson::Value& section) {
        return preset.ParseClusterSet(section, &preset);
      }},
-    {"MeterSet", 0,
+    {preset_key::kMeterSet, 0,
      [](cPresetParser& preset, const rapidjson::Value& section) {
        return preset.ParseMeterSet(section);
      }},
-    {"SystemClockSource", 0,
+    {preset_key::kSystemClockSource, 0,
      [](cPresetParser& preset, const rapidjson::Value& section) {
        return preset.ParseSystemClockSource(section);
      }},
@@ -107,19 +108,20 @@ int cPresetParser::ParseSections(const rapidjson::Value& document) {
 
 // Without its group a preset cannot be told from one of the same name in another group.
 void cPresetParser::ParseName(const rapidjson::Value& document) {
-  const rapidjson::Value* name = json::FindObject(document, "Name");
+  const rapidjson::Value* name = json::FindObject(document, preset_key::kName);
   if (name == nullptr)
     return;
-  json::Read(*name, "Program", msProgramName);
-  if (json::Read(*name, "Preset", msPresetName) && !json::Read(*name, "Group", msGroupName))
+  json::Read(*name, preset_key::kProgram, msProgramName);
+  if (json::Read(*name, preset_key::kPreset, msPresetName) &&
+      !json::Read(*name, preset_key::kGroup, msGroupName))
     throw std::invalid_argument("its name has a \"Preset\" but no \"Group\" text");
 }
 
 void cPresetParser::ParseCounters(const rapidjson::Value& document) {
-  json::Read(document, "Count", miCount);
+  json::Read(document, preset_key::kCount, miCount);
   json::Read(document, "PubTS", mllPubTS);
-  json::Read(document, "SpeakerDelayMs", miSpeakerDelayMs);
-  json::Read(document, "Repub", mbRepub);
+  json::Read(document, preset_key::kSpeakerDelayMs, miSpeakerDelayMs);
+  json::Read(document, preset_key::kRepub, mbRepub);
 }
 
 // Removes what an earlier document routed.

@@ -5,11 +5,11 @@
 
 #include "JsonTextMember.h"
 #include "Meters.h"
+#include "PresetKeys.h"
 #include "TextTable.h"
 
 namespace {
 
-constexpr char kTypeKey[] = "Type";
 constexpr char kBitRateKey[] = "StreamBitRate";
 
 // The order of the search counts. Sources that cannot carry a clock have rows too, which give the
@@ -27,7 +27,8 @@ SysInputType_e InputType(const char* text) {
 }
 
 void ReadConnector(const rapidjson::Value& source, std::string& text, SysIOConnectorType_e& type) {
-  json::ReadText(source, "ConnectorType", text, type, cMeter::ConvertToConnectorTypeFromString);
+  json::ReadText(source, preset_key::kConnectorType, text, type,
+                 cMeter::ConvertToConnectorTypeFromString);
 }
 
 // Where in the unit a source is.
@@ -39,10 +40,10 @@ struct Place {
 };
 
 void ReadPlace(const rapidjson::Value& source, const Place& place) {
-  json::Read(source, "Pair", place.pair);
-  json::Read(source, "InputNo", place.inputNo);
-  json::Read(source, "Cage", place.cage);
-  json::Read(source, "Slot", place.slot);
+  json::Read(source, preset_key::kPair, place.pair);
+  json::Read(source, preset_key::kInputNo, place.inputNo);
+  json::Read(source, preset_key::kCage, place.cage);
+  json::Read(source, preset_key::kSlot, place.slot);
 }
 
 }  // namespace
@@ -56,7 +57,7 @@ void cSystemClockSource::ResetSystemClockSource() {
 int cSystemClockSource::ParseSystemClockSource(const rapidjson::Value& value) {
   if (!value.IsObject())
     return 0;
-  const bool hasType = json::Read(value, kTypeKey, msSysClockType);
+  const bool hasType = json::Read(value, preset_key::kType, msSysClockType);
   mSysClockType = ConvertToSysClockTypeFromString(hasType ? msSysClockType.c_str() : nullptr);
   ReadConnector(value, msSysClockConnectorType, mSysClockConnectorType);
   ReadPlace(value, {miSysClockSlot, miSysClockCage, miSysClockInputNo, miSysClockPair});
@@ -70,7 +71,7 @@ SystemClockType_e cSystemClockSource::ConvertToSysClockTypeFromString(const char
 int cDolbyInputSource::ParseDolbyInputSource(const rapidjson::Value& value) {
   if (!value.IsObject())
     return 0;
-  json::ReadText(value, kTypeKey, msInputDolbyType, mDolbyInputType, InputType);
+  json::ReadText(value, preset_key::kType, msInputDolbyType, mDolbyInputType, InputType);
   ReadConnector(value, msDolbyConnectorType, mDolbyConnectorType);
   ReadPlace(value, {miDolbySlot, miDolbyCage, miDolbyInputNo, miDolbyPair});
   return 1;
@@ -87,7 +88,7 @@ void cVideoSource::ResetVideoSource() {
 int cVideoSource::ParseVideoSource(const rapidjson::Value& value) {
   if (!value.IsObject())
     return 0;
-  json::ReadText(value, kTypeKey, msVideoInputType, mVideoInputType, InputType);
+  json::ReadText(value, preset_key::kType, msVideoInputType, mVideoInputType, InputType);
   ReadConnector(value, msVideoConnectorType, mVideoConnectorType);
   ReadPlace(value, {miVideoSlot, miVideoCage, miVideoInputNo, miVideoPair});
   std::uint32_t bitRate = 0;

@@ -17,7 +17,7 @@ constexpr TextEntry<LoudStandards_e> kStandards[] = {
 constexpr TextEntry<LoudWinType_e> kWindows[] = {
     {cLuConf::kDefaultWindowText, LOUD_WIN_TYPE_MOMENTARY},
     {"Short Term", LOUD_WIN_TYPE_SHORT},
-    {"Custom", LOUD_WIN_TYPE_INTEGRATED},
+    {cLuConf::kCustomWindowText, LOUD_WIN_TYPE_INTEGRATED},
 };
 
 constexpr TextEntry<LuAlarm_e> kAlarms[] = {
@@ -29,16 +29,17 @@ constexpr TextEntry<LuAlarm_e> kAlarms[] = {
 
 constexpr TextEntry<LoudModes_e> kModes[] = {
     {cLuConf::kDefaultModeText, LOUD_MODE_CONTINUOUS},
-    {"Manual", LOUD_MODE_START_STOP},
+    {cLuConf::kManualModeText, LOUD_MODE_START_STOP},
 };
 
 // "None" has no row because it is the fallback. "Restart" needs its own row because it contains
 // "start", not "Start". It stands after "Start" because the first text of a value is the one that
 // is written.
 constexpr TextEntry<LuCmd_e> kCommands[] = {
-    {"Stop", LU_CMD_STOP},     {"Pause", LU_CMD_PAUSE}, {"Start", LU_CMD_START},
-    {"Restart", LU_CMD_START}, {"Play", LU_CMD_PLAY},   {"Reset", LU_CMD_RESET},
-    {"Print", LU_CMD_PRINT},
+    {cLuCmd::kStopText, LU_CMD_STOP},   {cLuCmd::kPauseText, LU_CMD_PAUSE},
+    {cLuCmd::kStartText, LU_CMD_START}, {"Restart", LU_CMD_START},
+    {cLuCmd::kPlayText, LU_CMD_PLAY},   {cLuCmd::kResetText, LU_CMD_RESET},
+    {cLuCmd::kPrintText, LU_CMD_PRINT},
 };
 
 }  // namespace

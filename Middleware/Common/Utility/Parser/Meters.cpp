@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "JsonTextMember.h"
+#include "PresetKeys.h"
 #include "SharedField.h"
 #include "SpeakerTexts.h"
 #include "TextTable.h"
@@ -73,24 +74,25 @@ std::int32_t MeterNumber(const std::string& name) {
 int cMeter::ParseMeter(const rapidjson::Value& value) {
   if (!value.IsObject())
     return 0;
-  json::Read(value, "VolumeDb", miVolumeDb);
-  json::Read(value, "DelayMs", miDelayMs);
-  if (json::ReadText(value, "Speaker", msSpeakerType, mSpeakerType, ConvertToSpeakerTypeFromString))
+  json::Read(value, preset_key::kVolumeDb, miVolumeDb);
+  json::Read(value, preset_key::kDelayMs, miDelayMs);
+  if (json::ReadText(value, preset_key::kSpeaker, msSpeakerType, mSpeakerType,
+                     ConvertToSpeakerTypeFromString))
     mOutputAssignments = ConvertToOutputAssignmentsFromSpeakerType(mSpeakerType);
-  const rapidjson::Value* source = json::Find(value, "Source");
+  const rapidjson::Value* source = json::Find(value, preset_key::kSource);
   return source != nullptr ? ParseSource(*source) : 1;
 }
 
 int cMeter::ParseSource(const rapidjson::Value& source) {
   if (!source.IsObject())
     return 0;
-  json::Read(source, "Channel", miChannel);
-  json::ReadText(source, "ConnectorType", msConnectorType, mConnectorType,
+  json::Read(source, preset_key::kChannel, miChannel);
+  json::ReadText(source, preset_key::kConnectorType, msConnectorType, mConnectorType,
                  ConvertToConnectorTypeFromString);
-  json::Read(source, "Cage", miCage);
-  json::Read(source, "Slot", miSlot);
-  json::Read(source, "InputNo", miInputNo);
-  json::ReadText(source, "Type", msInputType, mInputType,
+  json::Read(source, preset_key::kCage, miCage);
+  json::Read(source, preset_key::kSlot, miSlot);
+  json::Read(source, preset_key::kInputNo, miInputNo);
+  json::ReadText(source, preset_key::kType, msInputType, mInputType,
                  [](const char* text) { return ConvertToSysInputTypeFromString(text, false); });
   mbIsDolbySource = mInputType == SIT_DOLBY;
   return 1;

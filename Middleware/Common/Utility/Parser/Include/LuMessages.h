@@ -19,6 +19,10 @@ class cLuConf {
   static constexpr char kDefaultAlarmText[] = "Both";
   static constexpr char kDefaultModeText[] = "Continuous";
 
+  /// Texts of other values that senders and readers of messages need by name.
+  static constexpr char kCustomWindowText[] = "Custom";
+  static constexpr char kManualModeText[] = "Manual";
+
   /// The enumeration of a text. The texts are searched in the order of their values, anywhere in
   /// `text` and case-sensitively. A null text, or one that contains none of them, gives the value
   /// that a reset gives: `BS1770_3`, `LOUD_WIN_TYPE_MOMENTARY`, `LU_ALARM_BOTH` and
@@ -60,6 +64,14 @@ class cLuCmd {
  public:
   /// Text of `LU_CMD_NONE` and of every command without its own.
   static constexpr char kNoCommandText[] = "None";
+
+  /// Texts of the commands that can arrive by message.
+  static constexpr char kStopText[] = "Stop";
+  static constexpr char kPauseText[] = "Pause";
+  static constexpr char kStartText[] = "Start";
+  static constexpr char kPlayText[] = "Play";
+  static constexpr char kResetText[] = "Reset";
+  static constexpr char kPrintText[] = "Print";
 
   /// Work like the conversions of `cLuConf`, with `LU_CMD_NONE` and "None" for everything else. A
   /// text that only contains a command, such as "AutoStart", is that command. The commands above
