@@ -7,15 +7,6 @@
 
 namespace louddesk {
 
-/// The figures that limits are about.
-enum class LimitedFigure {
-  kIntegrated,
-  kMaxTruePeak,
-  kMaxShortTerm,
-  kMaxMomentary,
-  kLra,
-};
-
 /// What is allowed, both ends included; nothing where there is no limit on that side. LKFS, dBTP or
 /// LU.
 struct AllowedRange {

@@ -9,12 +9,11 @@
 namespace louddesk {
 namespace {
 
-// How sure the figures are.
-enum class Sureness {
-  kPublished,       // stated by the body itself
-  kPartlyReported,  // the target is, the rest is not
-  kReported,        // widely and consistently reported; the document itself was not at hand
-};
+// How sure the figures are: stated by the body itself, the target alone is, or widely and
+// consistently reported, but the document itself was not at hand.
+constexpr char kPublished[] = "published";
+constexpr char kPartlyReported[] = "target published, the rest reported";
+constexpr char kReported[] = "reported";
 
 // What a profile is for.
 enum class Purpose {
@@ -31,7 +30,7 @@ struct Profile {
   double maxTruePeak;                   // dBTP
   std::optional<double> maxShortTerm;   // LKFS
   Purpose purpose;
-  Sureness sureness;
+  const char* sureness;
   const char* source;
   const char* remark;  // empty: none
 };
@@ -41,35 +40,34 @@ constexpr auto kNone = std::nullopt;
 // Figures of services as of 2026; they change their targets now and then.
 constexpr Profile kProfiles[] = {
     {"ebu-r128", "EBU R 128, version 4", -23.0, 0.2, 1.0, -1.0, kNone, Purpose::kDelivery,
-     Sureness::kPublished, "EBU R 128 version 4, August 2020",
+     kPublished, "EBU R 128 version 4, August 2020",
      "A measurement tolerance of 0.3 dB on the true peak is reported and not granted here."},
     {"ebu-r128-v3", "EBU R 128, version 3", -23.0, 0.5, 1.0, -1.0, kNone, Purpose::kDelivery,
-     Sureness::kPublished, "EBU R 128 version 3, June 2014", ""},
+     kPublished, "EBU R 128 version 3, June 2014", ""},
     {"ebu-r128-s1", "EBU R 128 s1, short-form content", -23.0, 0.2, 1.0, -1.0, -18.0,
-     Purpose::kDelivery, Sureness::kPublished, "EBU R 128 s1, version of 2016",
+     Purpose::kDelivery, kPublished, "EBU R 128 s1, version of 2016",
      "No loudness range is asked of short-form content."},
-    {"atsc-a85", "ATSC A/85", -24.0, 2.0, kNone, -2.0, kNone, Purpose::kDelivery,
-     Sureness::kReported, "ATSC A/85",
+    {"atsc-a85", "ATSC A/85", -24.0, 2.0, kNone, -2.0, kNone, Purpose::kDelivery, kReported,
+     "ATSC A/85",
      "Long-form programmes anchor to dialogue, which is not told from the rest here: the whole mix "
      "is judged."},
     {"arib-tr-b32", "ARIB TR-B32", -24.0, 1.0, kNone, -1.0, kNone, Purpose::kDelivery,
-     Sureness::kPartlyReported, "ARIB TR-B32, Japan", ""},
-    {"op-59", "Free TV OP-59", -24.0, 1.0, kNone, -2.0, kNone, Purpose::kDelivery,
-     Sureness::kPartlyReported, "Free TV Australia OP-59, Australia and New Zealand",
+     kPartlyReported, "ARIB TR-B32, Japan", ""},
+    {"op-59", "Free TV OP-59", -24.0, 1.0, kNone, -2.0, kNone, Purpose::kDelivery, kPartlyReported,
+     "Free TV Australia OP-59, Australia and New Zealand",
      "Of the whole soundtrack, from its first sample to its last."},
-    {"spotify", "Spotify", -14.0, kNone, kNone, -1.0, kNone, Purpose::kPlayback,
-     Sureness::kReported, "playback target, as of 2026",
-     "Programmes louder than -14 LKFS: true peak at most -2 dBTP."},
-    {"youtube", "YouTube", -14.0, kNone, kNone, -1.0, kNone, Purpose::kPlayback,
-     Sureness::kReported, "playback target, as of 2026", ""},
-    {"tidal", "Tidal", -14.0, kNone, kNone, -1.0, kNone, Purpose::kPlayback, Sureness::kReported,
+    {"spotify", "Spotify", -14.0, kNone, kNone, -1.0, kNone, Purpose::kPlayback, kReported,
+     "playback target, as of 2026", "Programmes louder than -14 LKFS: true peak at most -2 dBTP."},
+    {"youtube", "YouTube", -14.0, kNone, kNone, -1.0, kNone, Purpose::kPlayback, kReported,
+     "playback target, as of 2026", ""},
+    {"tidal", "Tidal", -14.0, kNone, kNone, -1.0, kNone, Purpose::kPlayback, kReported,
      "playback target, as of 2026", ""},
     {"amazon-music", "Amazon Music", -14.0, kNone, kNone, -2.0, kNone, Purpose::kPlayback,
-     Sureness::kReported, "playback target, as of 2026", ""},
-    {"deezer", "Deezer", -15.0, kNone, kNone, -1.0, kNone, Purpose::kPlayback, Sureness::kReported,
+     kReported, "playback target, as of 2026", ""},
+    {"deezer", "Deezer", -15.0, kNone, kNone, -1.0, kNone, Purpose::kPlayback, kReported,
      "playback target, as of 2026", ""},
-    {"apple-music", "Apple Music", -16.0, kNone, kNone, -1.0, kNone, Purpose::kPlayback,
-     Sureness::kReported, "playback target, as of 2026", ""},
+    {"apple-music", "Apple Music", -16.0, kNone, kNone, -1.0, kNone, Purpose::kPlayback, kReported,
+     "playback target, as of 2026", ""},
 };
 
 constexpr std::size_t kListWidth = 80;
@@ -82,23 +80,15 @@ const Profile* FindProfile(const std::string& name) {
   return nullptr;
 }
 
-const char* WordFor(Sureness sureness) {
-  switch (sureness) {
-    case Sureness::kPublished:
-      return "published";
-    case Sureness::kPartlyReported:
-      return "target published, the rest reported";
-    case Sureness::kReported:
-      break;
-  }
-  return "reported";
+std::string SourceText(const Profile& profile) {
+  return std::string(profile.source) + "; " + profile.sureness;
 }
 
 Criteria CriteriaWith(const Profile& profile, const std::optional<double>& tolerance) {
   Criteria criteria;
   criteria.name = profile.name;
   criteria.title = profile.title;
-  criteria.source = std::string(profile.source) + "; " + WordFor(profile.sureness);
+  criteria.source = SourceText(profile);
   criteria.target = profile.target;
   criteria.peakCeiling = profile.maxTruePeak;
   if (profile.purpose == Purpose::kPlayback)
@@ -138,7 +128,7 @@ std::string ListEntry(const Profile& profile) {
        {std::optional<double>(profile.target), profile.tolerance, profile.liveTolerance,
         std::optional<double>(profile.maxTruePeak), profile.maxShortTerm})
     line += fmt::format("{:>11}", TenthText(figure));
-  std::string text = std::string(profile.source) + "; " + WordFor(profile.sureness) + ".";
+  std::string text = SourceText(profile) + ".";
   if (*profile.remark != '\0')
     text += std::string(" ") + profile.remark;
   return line + "\n" + Wrapped(text, 4);

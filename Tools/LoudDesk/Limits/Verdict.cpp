@@ -5,13 +5,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 
 #include "FigureText.h"
 
 namespace louddesk {
 namespace {
-
-constexpr char kPlusMinus[] = "\xC2\xB1";  // the sign in UTF-8
 
 constexpr char kAtLeast[] = "at least ";
 constexpr char kBeyond[] = "; how much more is beyond the scale";
@@ -19,67 +18,71 @@ constexpr char kNothingMeasured[] = "There is no reading, so nothing is judged";
 
 // A figure that limits are about.
 struct FigureKind {
-  LimitedFigure figure;
   const char* name;
+  const char* key;
   const char* unit;
   const char* distanceUnit;
   std::optional<double> Figures::*value;
-  bool Figures::*isAtLeast;  // null: always within its scale
+  bool Figures::*isAtLeast;                        // null: always within its scale
+  std::optional<double> LoudnessLimits::*lowest;   // null: there is no such limit
+  std::optional<double> LoudnessLimits::*highest;  // null: the target and its tolerance count
+
+  bool HasTarget() const { return highest == nullptr; }
 };
 
 constexpr FigureKind kFigureKinds[] = {
-    {LimitedFigure::kIntegrated, "Integrated loudness", " LKFS", " LU", &Figures::integrated,
-     &Figures::isLoudnessAtLeast},
-    {LimitedFigure::kMaxTruePeak, "Maximum true peak", " dBTP", " dB", &Figures::maxTruePeak,
-     &Figures::isPeakAtLeast},
-    {LimitedFigure::kMaxShortTerm, "Maximum short-term loudness", " LKFS", " LU",
-     &Figures::maxShortTerm, &Figures::isLoudnessAtLeast},
-    {LimitedFigure::kMaxMomentary, "Maximum momentary loudness", " LKFS", " LU",
-     &Figures::maxMomentary, &Figures::isMomentaryAtLeast},
-    {LimitedFigure::kLra, "Loudness range", " LU", " LU", &Figures::lra, nullptr},
+    {"Integrated loudness", "Integrated", " LKFS", " LU", &Figures::integrated,
+     &Figures::isLoudnessAtLeast, nullptr, nullptr},
+    {"Maximum true peak", "MaxTruePeak", " dBTP", " dB", &Figures::maxTruePeak,
+     &Figures::isPeakAtLeast, nullptr, &LoudnessLimits::maxTruePeak},
+    {"Maximum short-term loudness", "MaxShortTerm", " LKFS", " LU", &Figures::maxShortTerm,
+     &Figures::isLoudnessAtLeast, nullptr, &LoudnessLimits::maxShortTerm},
+    {"Maximum momentary loudness", "MaxMomentary", " LKFS", " LU", &Figures::maxMomentary,
+     &Figures::isMomentaryAtLeast, nullptr, &LoudnessLimits::maxMomentary},
+    {"Loudness range", "Lra", " LU", " LU", &Figures::lra, nullptr, &LoudnessLimits::minRange,
+     &LoudnessLimits::maxRange},
 };
+
+struct JudgementWords {
+  const char* forPeople;
+  const char* forPrograms;  // empty: none
+};
+
+// In the order of Judgement.
+constexpr JudgementWords kWords[] = {{"Pass", "pass"},
+                                     {"Fail", "fail"},
+                                     {"No reading", "open"},
+                                     {"Open", "open"},
+                                     {"Not judged", ""}};
+static_assert(std::size(kWords) == static_cast<std::size_t>(Judgement::kNotJudged) + 1);
 
 // Read back from the text, because that is what decides where a tie goes.
 long Hundredths(double figure) {
-  return std::lround(std::stod(FigureText(figure, "")) * 100.0);
+  return std::lround(std::stod(FigureText(figure)) * 100.0);
 }
 
 double FromHundredths(long hundredths) {
   return static_cast<double>(hundredths) / 100.0;
 }
 
-std::string Text(double figure) {
-  return FigureText(figure, "");
-}
-
-AllowedRange RangeFor(LimitedFigure figure, const Criteria& criteria) {
+AllowedRange RangeFor(const FigureKind& kind, const Criteria& criteria) {
   const LoudnessLimits& limits = criteria.limits;
-  switch (figure) {
-    case LimitedFigure::kIntegrated:
-      if (!criteria.target || !limits.tolerance)
-        return {};
-      return {*criteria.target - *limits.tolerance, *criteria.target + *limits.tolerance};
-    case LimitedFigure::kMaxTruePeak:
-      return {std::nullopt, limits.maxTruePeak};
-    case LimitedFigure::kMaxShortTerm:
-      return {std::nullopt, limits.maxShortTerm};
-    case LimitedFigure::kMaxMomentary:
-      return {std::nullopt, limits.maxMomentary};
-    case LimitedFigure::kLra:
-      break;
-  }
-  return {limits.minRange, limits.maxRange};
+  if (!kind.HasTarget())
+    return {kind.lowest == nullptr ? std::nullopt : limits.*kind.lowest, limits.*kind.highest};
+  if (!criteria.target || !limits.tolerance)
+    return {};
+  return {*criteria.target - *limits.tolerance, *criteria.target + *limits.tolerance};
 }
 
 std::string AllowedText(const FigureKind& kind, const AllowedRange& range,
                         const Criteria& criteria) {
-  if (kind.figure == LimitedFigure::kIntegrated)
-    return Text(*criteria.target) + kind.unit + " " + kPlusMinus +
-           Text(*criteria.limits.tolerance) + kind.distanceUnit;
+  if (kind.HasTarget())
+    return FigureText(*criteria.target) + kind.unit + " " + kPlusMinus +
+           FigureText(*criteria.limits.tolerance) + kind.distanceUnit;
   if (range.lowest && range.highest)
-    return Text(*range.lowest) + " to " + Text(*range.highest) + kind.unit;
-  return range.highest ? "at most " + Text(*range.highest) + kind.unit
-                       : kAtLeast + Text(*range.lowest) + kind.unit;
+    return FigureText(*range.lowest) + " to " + FigureText(*range.highest) + kind.unit;
+  return range.highest ? "at most " + FigureText(*range.highest) + kind.unit
+                       : kAtLeast + FigureText(*range.lowest) + kind.unit;
 }
 
 const char* NameOfLimit(const AllowedRange& range, bool isLowest) {
@@ -92,15 +95,16 @@ const char* NameOfLimit(const AllowedRange& range, bool isLowest) {
 std::string DistanceText(const FigureKind& kind, double measured, const AllowedRange& range,
                          const Criteria& criteria) {
   const long value = Hundredths(measured);
-  const bool hasTarget = kind.figure == LimitedFigure::kIntegrated;
   const bool isLowest =
       !range.highest || (range.lowest && measured - *range.lowest < *range.highest - measured);
-  const double beside = hasTarget ? *criteria.target : isLowest ? *range.lowest : *range.highest;
+  const double beside = kind.HasTarget() ? *criteria.target
+                        : isLowest       ? *range.lowest
+                                         : *range.highest;
   const long distance = value - Hundredths(beside);
-  const char* place = hasTarget ? " the target" : NameOfLimit(range, isLowest);
+  const char* place = kind.HasTarget() ? " the target" : NameOfLimit(range, isLowest);
   if (distance == 0)
     return std::string("on") + place;
-  return Text(FromHundredths(std::labs(distance))) + kind.distanceUnit +
+  return FigureText(FromHundredths(std::labs(distance))) + kind.distanceUnit +
          (distance > 0 ? " above" : " below") + place;
 }
 
@@ -108,7 +112,8 @@ void Judge(Verdict& verdict, const FigureKind& kind, bool isAtLeast, const Crite
   const AllowedRange& range = verdict.range;
   const bool isTooHigh = range.highest && IsWrittenAbove(*verdict.measured, *range.highest);
   const bool isTooLow = range.lowest && IsWrittenAbove(*range.lowest, *verdict.measured);
-  const std::string written = (isAtLeast ? kAtLeast : "") + Text(*verdict.measured) + kind.unit;
+  const std::string written =
+      (isAtLeast ? kAtLeast : "") + FigureText(*verdict.measured) + kind.unit;
   if (isAtLeast && !isTooHigh) {
     verdict.judgement = Judgement::kOpen;
     verdict.finding = written + kBeyond;
@@ -131,7 +136,7 @@ bool IsWrittenAbove(double figure, double limit) {
 std::string CriteriaText(const Criteria& criteria) {
   std::string text;
   for (const FigureKind& kind : kFigureKinds) {
-    const AllowedRange range = RangeFor(kind.figure, criteria);
+    const AllowedRange range = RangeFor(kind, criteria);
     if (!IsLimited(range))
       continue;
     std::string name = kind.name;
@@ -139,18 +144,18 @@ std::string CriteriaText(const Criteria& criteria) {
     text += (text.empty() ? ": " : ", ") + name + " " + AllowedText(kind, range, criteria);
   }
   if (text.empty() && criteria.target)
-    text = ": target " + Text(*criteria.target) + " LKFS, nothing is judged";
+    text = ": target " + FigureText(*criteria.target) + " LKFS, nothing is judged";
   return criteria.title + text;
 }
 
 std::vector<Verdict> VerdictsOn(const Figures& figures, const Criteria& criteria) {
   std::vector<Verdict> verdicts;
   for (const FigureKind& kind : kFigureKinds) {
-    const AllowedRange range = RangeFor(kind.figure, criteria);
+    const AllowedRange range = RangeFor(kind, criteria);
     if (!IsLimited(range))
       continue;
-    Verdict verdict{Judgement::kNoReading, kind.figure, range,
-                    figures.*kind.value,   kind.name,   AllowedText(kind, range, criteria),
+    Verdict verdict{Judgement::kNoReading, kind.key,  range,
+                    figures.*kind.value,   kind.name, AllowedText(kind, range, criteria),
                     kNothingMeasured};
     if (verdict.measured)
       Judge(verdict, kind, kind.isAtLeast != nullptr && figures.*kind.isAtLeast, criteria);
@@ -160,19 +165,11 @@ std::vector<Verdict> VerdictsOn(const Figures& figures, const Criteria& criteria
 }
 
 const char* WordFor(Judgement judgement) {
-  switch (judgement) {
-    case Judgement::kPass:
-      return "Pass";
-    case Judgement::kFail:
-      return "Fail";
-    case Judgement::kOpen:
-      return "Open";
-    case Judgement::kNotJudged:
-      return "Not judged";
-    case Judgement::kNoReading:
-      break;
-  }
-  return "No reading";
+  return kWords[static_cast<std::size_t>(judgement)].forPeople;
+}
+
+const char* MachineWordFor(Judgement judgement) {
+  return kWords[static_cast<std::size_t>(judgement)].forPrograms;
 }
 
 Judgement OverallJudgement(const std::vector<Verdict>& verdicts) {

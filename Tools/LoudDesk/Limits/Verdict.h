@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,7 +23,7 @@ enum class Judgement {
 /// One limit and how a programme stands to it.
 struct Verdict {
   Judgement judgement = Judgement::kNoReading;
-  LimitedFigure figure = LimitedFigure::kIntegrated;
+  const char* key = "";            // of the figure in JSON: "Integrated"
   AllowedRange range;              // that the figure has to be in
   std::optional<double> measured;  // the figure; nothing where there is no reading
   std::string limit;               // what is judged: "Integrated loudness", "Maximum true peak"
@@ -36,7 +37,7 @@ bool IsWrittenAbove(double figure, double limit);
 /// The criteria in one line: their title, the target and the limits.
 std::string CriteriaText(const Criteria& criteria);
 
-/// The verdicts on all figures that have a limit, in the order of `LimitedFigure`. Figures and
+/// The verdicts on all figures that have a limit, in the order of the report. Figures and
 /// limits are judged as they are written, to a hundredth, so that no verdict contradicts the figure
 /// beside it; a figure on the limit keeps it. A figure at the end of its scale can break a limit
 /// but not keep it.
@@ -44,6 +45,9 @@ std::vector<Verdict> VerdictsOn(const Figures& figures, const Criteria& criteria
 
 /// "Pass", "Fail", "No reading", "Open" or "Not judged".
 const char* WordFor(Judgement judgement);
+
+/// "pass", "fail" or "open" for a program to read; empty where nothing is judged.
+const char* MachineWordFor(Judgement judgement);
 
 /// That of all verdicts together: fail when one fails, else no reading when one has none, else open
 /// when one is, else pass; not judged when there are no verdicts.

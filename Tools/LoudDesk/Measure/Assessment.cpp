@@ -52,19 +52,4 @@ bool IsRangeUnstable(const Figures& figures) {
   return figures.lra && figures.seconds < kStableRangeSeconds;
 }
 
-std::optional<std::string> MachineWordFor(Judgement judgement) {
-  switch (judgement) {
-    case Judgement::kPass:
-      return "pass";
-    case Judgement::kFail:
-      return "fail";
-    case Judgement::kOpen:
-    case Judgement::kNoReading:
-      return "open";
-    case Judgement::kNotJudged:
-      break;
-  }
-  return std::nullopt;
-}
-
 }  // namespace louddesk

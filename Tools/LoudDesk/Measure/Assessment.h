@@ -3,7 +3,6 @@
 
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,9 +45,5 @@ const char* MarkOf(const Subject& subject);
 
 /// Whether the loudness range may still change much: that of less than 60 s (EBU Tech 3341).
 bool IsRangeUnstable(const Figures& figures);
-
-/// Verdict of several programmes together: "pass", "fail" or "open" for a program to read; nothing
-/// where nothing is judged.
-std::optional<std::string> MachineWordFor(Judgement judgement);
 
 }  // namespace louddesk

@@ -117,7 +117,7 @@ std::string CsvRow(const Subject& subject, const Assessment& assessment, const C
               Text(criteria.target),
               Text(assessment.gain.toTarget),
               Text(assessment.gain.withinPeak),
-              MachineWordFor(assessment.judgement).value_or(kMissing),
+              MachineWordFor(assessment.judgement),
               DamageOf(subject)});
 }
 

@@ -34,7 +34,6 @@ constexpr std::size_t kVerdictWidth = 12;
 
 constexpr char kVerdictHeading[] = "Verdict";
 constexpr char kFileHeading[] = "  File";
-constexpr char kMissing[] = "-";
 constexpr char kAtLeast[] = ">=";
 constexpr char kNotYetStable[] = "~";
 
@@ -56,6 +55,7 @@ struct ColumnValue {
   bool isSigned = false;
 };
 
+// In the order of the columns.
 std::vector<ColumnValue> ColumnValues(const Figures& figures, const TargetGain& gain) {
   return {{figures.integrated, figures.isLoudnessAtLeast},
           {figures.lra, false, IsRangeUnstable(figures)},
@@ -68,7 +68,7 @@ std::vector<ColumnValue> ColumnValues(const Figures& figures, const TargetGain& 
 }
 
 std::string TextOf(const ColumnValue& value) {
-  const std::string text = FigureText(value.figure, kMissing);
+  const std::string text = FigureText(value.figure);
   return value.isSigned && value.figure && text.front() != '-' ? "+" + text : text;
 }
 
@@ -92,7 +92,7 @@ std::vector<WrittenFigure> WrittenFigures(const Figures& figures, const TargetGa
   std::vector<WrittenFigure> written;
   const Column* column = kColumns;
   for (const ColumnValue& value : ColumnValues(figures, gain)) {
-    written.push_back({ColumnName(*column), column->unit, TextOf(value),
+    written.push_back({ColumnName(*column), column->unit, column->key, TextOf(value), column->width,
                        value.figure && value.isAtLeast, value.isNotYetStable});
     ++column;
   }
@@ -101,12 +101,9 @@ std::vector<WrittenFigure> WrittenFigures(const Figures& figures, const TargetGa
 
 std::vector<std::string> KeysAtLeast(const Figures& figures) {
   std::vector<std::string> keys;
-  const Column* column = kColumns;
-  for (const ColumnValue& value : ColumnValues(figures, {})) {
-    if (value.figure && value.isAtLeast)
-      keys.emplace_back(column->key);
-    ++column;
-  }
+  for (const WrittenFigure& figure : WrittenFigures(figures, {}))
+    if (figure.isAtLeast)
+      keys.emplace_back(figure.key);
   return keys;
 }
 
@@ -120,10 +117,9 @@ std::string TableHeader() {
 
 std::string TableRow(const Subject& subject, const Assessment& assessment) {
   std::string row;
-  const Column* column = kColumns;
   for (const WrittenFigure& figure : WrittenFigures(subject.programme->figures, assessment.gain)) {
     const char* mark = figure.isAtLeast ? kAtLeast : figure.isNotYetStable ? kNotYetStable : "";
-    row += Cell(mark + figure.text, (column++)->width);
+    row += Cell(mark + figure.text, figure.width);
   }
   return row + Cell(WordFor(assessment.judgement), kVerdictWidth) + "  " +
          Printable(NameOf(subject)) + MarkOf(subject) + "\n";

@@ -13,7 +13,9 @@ namespace louddesk {
 struct WrittenFigure {
   std::string name;
   const char* unit;
+  const char* key;      // in JSON: "Integrated"
   std::string text;     // "-" where there is no reading
+  std::size_t width;    // of its column on a terminal
   bool isAtLeast;       // at the end of its scale: what was measured is that or more
   bool isNotYetStable;  // a loudness range of less than a minute
 };

@@ -5,10 +5,8 @@
 
 #include "Bin.h"
 #include "FigureText.h"
-#include "PlotFigure.h"
 #include "ReportPlots.h"
 #include "SvgPlot.h"
-#include "TargetEntry.h"
 
 namespace louddesk {
 namespace {
@@ -21,10 +19,6 @@ constexpr double kHistogramLow = -72.0;
 constexpr double kHistogramStep = 10.0;
 constexpr double kMostBarTicks = 4.0;
 constexpr int kMarkHeight = 17;  // pixels for each line of text over the histogram
-
-std::string Text(double figure) {
-  return FigureText(figure, "-");
-}
 
 // The histogram, counted in percent of all readings.
 struct Histogram {
@@ -90,7 +84,7 @@ std::vector<Mark> MarksOf(const MeasuredProgramme& programme, const PlotScale& s
   const auto add = [&marks](const std::optional<double>& value, const char* name,
                             const char* style) {
     if (value)
-      marks.push_back({*value, std::string(name) + " " + Text(*value), style});
+      marks.push_back({*value, std::string(name) + " " + FigureText(*value), style});
   };
   const auto range = programme.readings.shortTerm.Range();
   const bool hasRange = range && programme.figures.lra;
@@ -155,7 +149,7 @@ std::string HistogramExplanation(const MeasuredProgramme& programme, const Histo
       "Share of the momentary readings in steps of 0.5 LU. Hollow bars lie below the relative gate "
       "and do not count in the integrated loudness. ";
   if (histogram.belowGate > 0.0)
-    text += Text(histogram.belowGate) + " % of the readings lie below the absolute gate. ";
+    text += FigureText(histogram.belowGate) + " % of the readings lie below the absolute gate. ";
   if (programme.figures.lra)
     text +=
         "The loudness range lies between the 10 % and 95 % points of the gated short-term "

@@ -4,7 +4,6 @@
 
 #include "DocumentWriter.h"
 #include "FigureFormat.h"
-#include "FigureText.h"
 #include "Utf8Text.h"
 
 namespace louddesk {
@@ -12,26 +11,18 @@ namespace {
 
 constexpr char kMissing[] = "null";
 
-// In the order of `LimitedFigure`: the key of the figure that a limit is about.
-constexpr const char* kLimitKeys[] = {"Integrated", "MaxTruePeak", "MaxShortTerm", "MaxMomentary",
-                                      "Lra"};
-
-void WriteFigure(DocumentWriter& writer, const char* key, const std::optional<double>& figure) {
-  writer.Number(key, FigureText(figure, kMissing));
-}
-
 // The time of a maximum; none where there is no reading, and none in several files.
 void WriteTime(DocumentWriter& writer, const char* key, const std::optional<double>& maximum,
                double seconds) {
-  WriteFigure(writer, key,
-              maximum && seconds > 0.0 ? std::optional<double>(seconds) : std::nullopt);
+  writer.Figure(key, maximum && seconds > 0.0 ? std::optional<double>(seconds) : std::nullopt);
 }
 
-void WriteText(DocumentWriter& writer, const char* key, const std::optional<std::string>& text) {
-  if (text)
-    writer.Text(key, Utf8Of(*text));
-  else
+// Null for an empty text.
+void WriteText(DocumentWriter& writer, const char* key, const std::string& text) {
+  if (text.empty())
     writer.Number(key, kMissing);
+  else
+    writer.Text(key, Utf8Of(text));
 }
 
 void WriteFile(DocumentWriter& writer, const Subject& subject) {
@@ -43,8 +34,7 @@ void WriteFile(DocumentWriter& writer, const Subject& subject) {
   writer.Text("File", Utf8Of(file->path)).Number("Album", kMissing).Text("Format", file->format);
   writer.Signed("SampleRate", file->sampleRate).Number("Channels", std::to_string(file->channels));
   writer.Number("Bytes", file->bytes ? std::to_string(*file->bytes) : kMissing);
-  WriteText(writer, "Sha256",
-            file->sha256.empty() ? std::nullopt : std::optional<std::string>(file->sha256));
+  WriteText(writer, "Sha256", file->sha256);
 }
 
 void WriteProgramme(DocumentWriter& writer, const Programme& programme) {
@@ -58,15 +48,15 @@ void WriteProgramme(DocumentWriter& writer, const Programme& programme) {
 }
 
 void WriteFigures(DocumentWriter& writer, const Figures& figures) {
-  WriteFigure(writer, "Seconds", figures.seconds);
-  WriteFigure(writer, "Integrated", figures.integrated);
-  WriteFigure(writer, "Lra", figures.lra);
+  writer.Figure("Seconds", figures.seconds);
+  writer.Figure("Integrated", figures.integrated);
+  writer.Figure("Lra", figures.lra);
   writer.Flag("LraIsStable", figures.lra && !IsRangeUnstable(figures));
-  WriteFigure(writer, "MaxMomentary", figures.maxMomentary);
+  writer.Figure("MaxMomentary", figures.maxMomentary);
   WriteTime(writer, "MaxMomentaryAt", figures.maxMomentary, figures.maxMomentaryAt);
-  WriteFigure(writer, "MaxShortTerm", figures.maxShortTerm);
+  writer.Figure("MaxShortTerm", figures.maxShortTerm);
   WriteTime(writer, "MaxShortTermAt", figures.maxShortTerm, figures.maxShortTermAt);
-  WriteFigure(writer, "MaxTruePeak", figures.maxTruePeak);
+  writer.Figure("MaxTruePeak", figures.maxTruePeak);
   WriteTime(writer, "MaxTruePeakAt", figures.maxTruePeak, figures.maxTruePeakAt);
   writer.OpenArray("AtLeast");
   for (const std::string& key : KeysAtLeast(figures))
@@ -79,8 +69,7 @@ void WriteChannels(DocumentWriter& writer, const std::vector<ChannelFigures>& ch
   for (const ChannelFigures& channel : channels) {
     writer.OpenObject(DocumentWriter::kNoKey);
     writer.Number("Channel", std::to_string(channel.channel + 1)).Text("Speaker", channel.speakers);
-    WriteFigure(writer, "TruePeak", channel.truePeak);
-    WriteFigure(writer, "SamplePeak", channel.samplePeak);
+    writer.Figure("TruePeak", channel.truePeak).Figure("SamplePeak", channel.samplePeak);
     writer.Flag("IsAtLeast", channel.isPeakAtLeast).CloseObject();
   }
   writer.CloseArray();
@@ -90,10 +79,9 @@ void WriteLimits(DocumentWriter& writer, const std::vector<Verdict>& verdicts) {
   writer.OpenArray("Limits");
   for (const Verdict& verdict : verdicts) {
     writer.OpenObject(DocumentWriter::kNoKey);
-    writer.Text("Limit", kLimitKeys[static_cast<std::size_t>(verdict.figure)]);
-    WriteFigure(writer, "Lowest", verdict.range.lowest);
-    WriteFigure(writer, "Highest", verdict.range.highest);
-    WriteFigure(writer, "Measured", verdict.measured);
+    writer.Text("Limit", verdict.key);
+    writer.Figure("Lowest", verdict.range.lowest).Figure("Highest", verdict.range.highest);
+    writer.Figure("Measured", verdict.measured);
     WriteText(writer, "Verdict", MachineWordFor(verdict.judgement));
     writer.CloseObject();
   }
@@ -107,15 +95,14 @@ std::string JsonLine(const Subject& subject, const Assessment& assessment,
   DocumentWriter writer;
   writer.Unsigned("Schema", kJsonSchema);
   WriteFile(writer, subject);
-  const std::string damage = DamageOf(subject);
-  WriteText(writer, "Damage", damage.empty() ? std::nullopt : std::optional<std::string>(damage));
+  WriteText(writer, "Damage", DamageOf(subject));
   WriteProgramme(writer, subject.programme->programme);
   WriteFigures(writer, subject.programme->figures);
   WriteChannels(writer, subject.programme->channels);
   writer.Text("Profile", criteria.name);
-  WriteFigure(writer, "Target", criteria.target);
-  WriteFigure(writer, "Gain", assessment.gain.toTarget);
-  WriteFigure(writer, "GainWithinPeak", assessment.gain.withinPeak);
+  writer.Figure("Target", criteria.target);
+  writer.Figure("Gain", assessment.gain.toTarget);
+  writer.Figure("GainWithinPeak", assessment.gain.withinPeak);
   WriteText(writer, "Verdict", MachineWordFor(assessment.judgement));
   WriteLimits(writer, assessment.verdicts);
   return writer.Finish() + "\n";

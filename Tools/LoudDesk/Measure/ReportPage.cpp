@@ -8,7 +8,6 @@
 #include "Page.h"
 #include "ReportPlots.h"
 #include "ReportTables.h"
-#include "VerdictText.h"
 #include "XmlText.h"
 
 namespace louddesk {
@@ -84,18 +83,18 @@ void ReportPage::Add(const Subject& subject) {
   if (mFirstName.empty())
     mFirstName = FileNameOf(NameOf(subject));
   if (subject.file != nullptr)
-    Count(assessment.judgement);
+    ++mJudged[assessment.judgement];
   mRows += RowOf(subject, assessment, id);
   mSections += Section(subject, assessment, mCriteria, id);
 }
 
 void ReportPage::AddFailure(const std::string& path, const std::string& reason) {
-  ++mCounts.notMeasured;
+  ++mNotMeasured;
   mRows += FailureRow(path, reason);
 }
 
 std::string ReportPage::Text() const {
-  const bool isOfOne = mProgrammes == 1 && mCounts.notMeasured == 0;
+  const bool isOfOne = mProgrammes == 1 && mNotMeasured == 0;
   const std::string source = mCriteria.source.empty() ? "" : " Source: " + mCriteria.source + ".";
   return Page({isOfOne ? "Loudness of " + mFirstName : "Loudness report", "Loudness report",
                CriteriaText(mCriteria) + "." + source,
@@ -105,31 +104,19 @@ std::string ReportPage::Text() const {
                kFooter});
 }
 
-void ReportPage::Count(Judgement judgement) {
-  switch (judgement) {
-    case Judgement::kPass:
-      ++mCounts.pass;
-      break;
-    case Judgement::kFail:
-      ++mCounts.fail;
-      break;
-    case Judgement::kOpen:
-    case Judgement::kNoReading:
-      ++mCounts.open;
-      break;
-    case Judgement::kNotJudged:
-      ++mCounts.notJudged;
-      break;
-  }
-}
-
 std::string ReportPage::CountsInWords() const {
-  std::string words = fmt::format("{} pass, {} fail, ", mCounts.pass, mCounts.fail);
-  if (mCounts.open > 0)
-    words += fmt::format("{} open, ", mCounts.open);
-  if (mCounts.notJudged > 0)
-    words += fmt::format("{} not judged, ", mCounts.notJudged);
-  return words + fmt::format("{} not measured", mCounts.notMeasured);
+  const auto count = [this](Judgement judgement) {
+    const auto judged = mJudged.find(judgement);
+    return judged == mJudged.end() ? 0 : judged->second;
+  };
+  const int open = count(Judgement::kOpen) + count(Judgement::kNoReading);
+  std::string words =
+      fmt::format("{} pass, {} fail, ", count(Judgement::kPass), count(Judgement::kFail));
+  if (open > 0)
+    words += fmt::format("{} open, ", open);
+  if (count(Judgement::kNotJudged) > 0)
+    words += fmt::format("{} not judged, ", count(Judgement::kNotJudged));
+  return words + fmt::format("{} not measured", mNotMeasured);
 }
 
 std::string ReportPage::Table() const {

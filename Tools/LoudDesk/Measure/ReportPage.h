@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "Assessment.h"
@@ -28,23 +29,14 @@ class ReportPage {
   std::string Text() const;
 
  private:
-  // How many programmes of files have been judged how, and how many files could not be measured.
-  struct Counts {
-    int pass = 0;
-    int fail = 0;
-    int open = 0;
-    int notJudged = 0;
-    int notMeasured = 0;
-  };
-
-  void Count(Judgement judgement);
   std::string CountsInWords() const;
   std::string Table() const;
 
   Criteria mCriteria;
   std::string mDate;
   std::string mVersion;
-  Counts mCounts;
+  std::map<Judgement, int> mJudged;  // programmes of files
+  int mNotMeasured = 0;              // files
   std::size_t mProgrammes = 0;
   std::string mFirstName;  // of the first programme
   std::string mRows;       // of the table

@@ -7,9 +7,8 @@
 
 #include "ClockText.h"
 #include "FigureText.h"
-#include "PlotFigure.h"
+#include "Profiles.h"
 #include "SvgPlot.h"
-#include "TargetEntry.h"
 
 namespace louddesk {
 namespace {
@@ -24,19 +23,12 @@ constexpr double kWideBelowLu = 36.0;
 constexpr double kWideAboveLu = 18.0;
 constexpr double kLuStep = 6.0;
 
-// The loudness that the scale is about where there is no target, LKFS.
-constexpr double kUsualCentre = -23.0;
-
 // Scale of the true peak.
 constexpr double kPeakStep = 10.0;
 constexpr double kLowestPeakDbtp = -40.0;
 constexpr double kHighestPeakDbtp = 3.0;
 
 constexpr char kAtLeast[] = "at least ";
-
-std::string Text(double figure) {
-  return FigureText(figure, "-");
-}
 
 // One figure of all points.
 std::vector<EnvelopeRun> CurveOf(const MeasuredProgramme& programme,
@@ -55,8 +47,9 @@ std::string TimeAxis(const MeasuredProgramme& programme) {
   return std::string("Time, ") + TimeUnitOf(EndOf(programme));
 }
 
+// Where there is no target the scale is about that of the usual profile.
 double CentreOf(const Criteria& criteria) {
-  return criteria.target.value_or(kUsualCentre);
+  return criteria.target.value_or(CriteriaOf(kUsualProfile).target.value());
 }
 
 // The narrow scale is for programmes that it shows whole, as far as their range counts.
@@ -95,7 +88,8 @@ std::vector<PlotTick> LoudnessTicks(const PlotScale& scale, const Criteria& crit
 }
 
 std::string InWords(const char* name, const std::optional<double>& figure, bool isAtLeast) {
-  return figure ? std::string(name) + " " + (isAtLeast ? kAtLeast : "") + Text(*figure) + " LKFS. "
+  return figure ? std::string(name) + " " + (isAtLeast ? kAtLeast : "") + FigureText(*figure) +
+                      " LKFS. "
                 : std::string(name) + ": no reading. ";
 }
 
@@ -106,7 +100,7 @@ std::string LoudnessInWords(const MeasuredProgramme& programme, const Criteria& 
       InWords("Maximum momentary loudness", figures.maxMomentary, figures.isMomentaryAtLeast) +
       InWords("Maximum short-term loudness", figures.maxShortTerm, figures.isLoudnessAtLeast);
   if (criteria.target)
-    words += "Target " + Text(*criteria.target) + " LKFS. ";
+    words += "Target " + FigureText(*criteria.target) + " LKFS. ";
   return words + "Over " + ClockText(EndOf(programme)) + ".";
 }
 
@@ -123,7 +117,7 @@ void AddLoudnessLimit(SvgPlot& plot, std::vector<LegendEntry>& legend, const cha
   if (!limit)
     return;
   plot.AddHorizontalLine(*limit, "limit");
-  legend.push_back({"limit", std::string(name) + " at most " + Text(*limit) + " LKFS"});
+  legend.push_back({"limit", std::string(name) + " at most " + FigureText(*limit) + " LKFS"});
 }
 
 std::string LoudnessExplanation(const PlotScale& scale, const Criteria& criteria) {
@@ -151,11 +145,20 @@ const SeriesPoint* HighestPeak(const std::vector<SeriesPoint>& points) {
 std::string HighestPeakText(const SeriesPoint* highest, bool isAtLeast) {
   if (highest == nullptr)
     return "no peak above digital silence";
-  return std::string("highest: ") + (isAtLeast ? kAtLeast : "") + Text(*highest->truePeak) +
+  return std::string("highest: ") + (isAtLeast ? kAtLeast : "") + FigureText(*highest->truePeak) +
          " dBTP at " + ClockText(highest->seconds);
 }
 
 }  // namespace
+
+void AddTargetEntry(std::vector<LegendEntry>& legend, const Criteria& criteria) {
+  if (!criteria.target)
+    return;
+  std::string text = "Target " + FigureText(*criteria.target) + " LKFS";
+  if (criteria.limits.tolerance)
+    text += std::string(" ") + kPlusMinus + FigureText(*criteria.limits.tolerance) + " LU";
+  legend.push_back({"aim band", text});
+}
 
 std::string LoudnessFigure(const MeasuredProgramme& programme, const Criteria& criteria,
                            const std::string& id) {
@@ -186,7 +189,8 @@ std::string TruePeakFigure(const MeasuredProgramme& programme, const Criteria& c
   const PlotScale scale = PeakScale(programme, limit);
   const SeriesPoint* highest = HighestPeak(programme.points);
   const std::string highestText = HighestPeakText(highest, programme.figures.isPeakAtLeast);
-  const std::string limitText = limit ? "Limit: at most " + Text(*limit) + " dBTP" : "No limit";
+  const std::string limitText =
+      limit ? "Limit: at most " + FigureText(*limit) + " dBTP" : "No limit";
   SvgPlot plot(id, "True peak over time", "True peak, " + highestText + ". " + limitText + ".",
                {0.0, EndOf(programme)}, scale);
   const auto runs = CurveOf(programme, &SeriesPoint::truePeak);

@@ -4,11 +4,16 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "LoudnessLimits.h"
 #include "MeasuredFile.h"
+#include "PlotFigure.h"
 
 namespace louddesk {
+
+/// Adds what the target and its tolerance look like to a legend, where there is one.
+void AddTargetEntry(std::vector<LegendEntry>& legend, const Criteria& criteria);
 
 /// Momentary, short-term and integrated loudness over time with target and limits drawn in, on the
 /// EBU +9 or +18 scale (EBU Tech 3341) around the target. `id` is unique on the page. REQUIRES:

@@ -11,10 +11,8 @@
 #include "ClockText.h"
 #include "FigureFormat.h"
 #include "FigureText.h"
-#include "Page.h"
 #include "Passages.h"
 #include "SpeakerNames.h"
-#include "VerdictText.h"
 #include "XmlText.h"
 
 namespace louddesk {
@@ -22,7 +20,6 @@ namespace {
 
 constexpr char kAtLeastSign[] = "\xE2\x89\xA5 ";  // in UTF-8
 constexpr char kUnstableSign[] = "~ ";
-constexpr char kMissing[] = "-";
 constexpr char kDuration[] = "Duration";
 constexpr char kClockUnit[] = "h:mm:ss";
 
@@ -30,9 +27,9 @@ constexpr char kClockUnit[] = "h:mm:ss";
 constexpr std::size_t kMostPassages = 100;
 
 // What a reading covers, s.
-constexpr double kBlockSeconds = 0.1;
-constexpr double kMomentarySeconds = 0.4;
-constexpr double kShortTermSeconds = 3.0;
+constexpr double kBlockSeconds = 1.0 / kBlocksPerSecond;
+constexpr double kMomentarySeconds = double{kMomentaryBlocks} / kBlocksPerSecond;
+constexpr double kShortTermSeconds = double{kShortTermBlocks} / kBlocksPerSecond;
 
 // A heading in two lines, as over the table on the terminal.
 std::string Broken(std::string name) {
@@ -114,20 +111,19 @@ std::string SpeakersInWords(const Programme& programme) {
 void AddMaximum(std::vector<Fact>& facts, const char* name, const std::optional<double>& maximum,
                 const char* unit, double at) {
   if (maximum && at > 0.0)
-    facts.emplace_back(name, FigureText(maximum, kMissing) + unit + " at " + ClockText(at));
+    facts.emplace_back(name, FigureText(maximum) + unit + " at " + ClockText(at));
 }
 
 std::string GainText(const std::optional<double>& gain) {
-  return gain ? fmt::format("{:+.2f} dB", *gain) : std::string(kMissing);
+  return gain ? fmt::format("{:+.2f} dB", *gain) : std::string("-");
 }
 
 void AddGain(std::vector<Fact>& facts, const TargetGain& gain, const Criteria& criteria) {
   if (!criteria.target)
     return;
-  facts.emplace_back("Gain to " + FigureText(criteria.target, kMissing) + " LKFS",
-                     GainText(gain.toTarget));
+  facts.emplace_back("Gain to " + FigureText(criteria.target) + " LKFS", GainText(gain.toTarget));
   if (criteria.peakCeiling)
-    facts.emplace_back("The same up to " + FigureText(criteria.peakCeiling, kMissing) + " dBTP",
+    facts.emplace_back("The same up to " + FigureText(criteria.peakCeiling) + " dBTP",
                        GainText(gain.withinPeak));
 }
 
@@ -152,7 +148,7 @@ std::string PassageRow(const PassageKind& kind, const Passage& passage) {
   return "<tr><th scope=\"row\">" + std::string(kind.name) + "</th>" +
          Cell("From", ClockText(passage.begin), kClockUnit) +
          Cell("To", ClockText(passage.end), kClockUnit) +
-         Cell("Highest", FigureText(passage.highest, kMissing), kind.unit) + "</tr>\n";
+         Cell("Highest", FigureText(passage.highest), kind.unit) + "</tr>\n";
 }
 
 std::string PassageRows(const PassageKind& kind, const std::vector<Passage>& passages) {
@@ -166,6 +162,16 @@ std::string PassageRows(const PassageKind& kind, const std::vector<Passage>& pas
 }
 
 }  // namespace
+
+Badge BadgeFor(Judgement judgement) {
+  if (judgement == Judgement::kPass)
+    return Badge::kGood;
+  return judgement == Judgement::kFail ? Badge::kBad : Badge::kNone;
+}
+
+std::string VerdictText(Judgement judgement) {
+  return BadgeText(BadgeFor(judgement), WordFor(judgement));
+}
 
 std::string FileNameOf(const std::string& path) {
   const std::size_t slash = path.find_last_of('/');
@@ -223,9 +229,8 @@ std::string ChannelTable(const MeasuredProgramme& programme) {
         fmt::format("<tr><th scope=\"row\">{} {}</th>", channel.channel + 1,
                     XmlEscaped(channel.speakers)) +
         Cell("True peak",
-             (channel.isPeakAtLeast ? kAtLeastSign : "") + FigureText(channel.truePeak, kMissing),
-             "dBTP") +
-        Cell("Sample peak", FigureText(channel.samplePeak, kMissing), "dBFS") + "</tr>\n";
+             (channel.isPeakAtLeast ? kAtLeastSign : "") + FigureText(channel.truePeak), "dBTP") +
+        Cell("Sample peak", FigureText(channel.samplePeak), "dBFS") + "</tr>\n";
   return table + "</tbody></table>\n";
 }
 

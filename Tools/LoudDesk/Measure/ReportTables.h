@@ -6,8 +6,15 @@
 #include <string>
 
 #include "Assessment.h"
+#include "Page.h"
 
 namespace louddesk {
+
+/// The badge of a judgement.
+Badge BadgeFor(Judgement judgement);
+
+/// The word for a judgement with its sign.
+std::string VerdictText(Judgement judgement);
 
 /// The last part of a path.
 std::string FileNameOf(const std::string& path);

@@ -2,6 +2,8 @@
 
 #include "Page.h"
 
+#include <iterator>
+
 #include "ReportStyle.h"
 #include "XmlText.h"
 
@@ -18,18 +20,22 @@ constexpr char kHead[] =
     "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>\n"
     "<meta name=\"color-scheme\" content=\"light dark\"/>\n";
 
-const char* SignFor(Badge badge) {
-  switch (badge) {
-    case Badge::kGood:
-      return "\xE2\x9C\x93";  // check mark
-    case Badge::kNoted:
-      return "\xE2\x89\x88";  // almost equal to
-    case Badge::kBad:
-      return "\xE2\x9C\x97";  // ballot X
-    case Badge::kNone:
-      break;
-  }
-  return "\xE2\x80\x93";  // dash
+struct BadgeLook {
+  const char* style;  // in the style sheet
+  const char* sign;
+};
+
+// In the order of Badge.
+constexpr BadgeLook kLooks[] = {
+    {"pass", "\xE2\x9C\x93"},   // check mark
+    {"noted", "\xE2\x89\x88"},  // almost equal to
+    {"fail", "\xE2\x9C\x97"},   // ballot X
+    {"none", "\xE2\x80\x93"},   // dash
+};
+static_assert(std::size(kLooks) == static_cast<std::size_t>(Badge::kNone) + 1);
+
+const BadgeLook& LookOf(Badge badge) {
+  return kLooks[static_cast<std::size_t>(badge)];
 }
 
 }  // namespace
@@ -42,22 +48,12 @@ std::string Page(const PageParts& parts) {
 }
 
 std::string BadgeText(Badge badge, const std::string& word) {
-  return std::string("<span class=\"verdict ") + StyleFor(badge) + "\">" + SignFor(badge) + " " +
-         XmlEscaped(word) + "</span>";
+  return std::string("<span class=\"verdict ") + StyleFor(badge) + "\">" + LookOf(badge).sign +
+         " " + XmlEscaped(word) + "</span>";
 }
 
 const char* StyleFor(Badge badge) {
-  switch (badge) {
-    case Badge::kGood:
-      return "pass";
-    case Badge::kNoted:
-      return "noted";
-    case Badge::kBad:
-      return "fail";
-    case Badge::kNone:
-      break;
-  }
-  return "none";
+  return LookOf(badge).style;
 }
 
 std::string Isolated(const std::string& text) {

@@ -5,7 +5,10 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include <optional>
 #include <string>
+
+#include "FigureText.h"
 
 namespace louddesk {
 
@@ -30,6 +33,10 @@ class DocumentWriter {
   }
   DocumentWriter& Flag(const char* key, bool value) {
     return Write(key, [&] { mWriter.Bool(value); });
+  }
+  /// A figure with two decimals, null where there is no reading.
+  DocumentWriter& Figure(const char* key, const std::optional<double>& figure) {
+    return Number(key, FigureText(figure, "null"));
   }
   /// A number, or null, as it is written.
   DocumentWriter& Number(const char* key, const std::string& text) {

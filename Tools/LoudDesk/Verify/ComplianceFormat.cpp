@@ -89,7 +89,7 @@ std::string MarkdownText(const ComplianceRow& row, bool isFirstOfCase) {
       isFirstOfCase ? "| " + row.caseId + " | " + MarkdownCell(row.signal) + " |" : "| | |";
   if (!row.expectation)
     return fmt::format("{} | | | | | {} |\n", start, VerdictWord(row.verdict));
-  const WrittenRow written = WrittenRowOf(row, "±");
+  const WrittenRow written = WrittenRowOf(row, kPlusMinus);
   return fmt::format("{} {} | {} | {} | {} | {}{} | {} |\n", start, written.figure,
                      written.standard, written.expected, written.tolerance, written.measured,
                      row.measured ? std::string(" ") + written.unit : "", VerdictWord(row.verdict));

@@ -16,8 +16,6 @@
 namespace louddesk {
 namespace {
 
-constexpr char kPlusMinus[] = "\xC2\xB1";
-
 constexpr char kFooter[] =
     "<p>Measured by LoudDesk. Signals are sines of 1 kHz, in phase on Left and Right, unless said "
     "otherwise; levels are peak levels of each channel, fs the sample rate. Standard is what the "

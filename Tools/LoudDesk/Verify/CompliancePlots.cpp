@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "ComplianceFormat.h"
+#include "FigureText.h"
 #include "PlotFigure.h"
 #include "SvgPlot.h"
 
@@ -184,7 +185,7 @@ std::string ExplanationFor(const Rows& rows) {
   std::vector<std::string> tolerances;
   for (const ComplianceRow* row : rows) {
     const std::string text =
-        WrittenRowOf(*row, "\xC2\xB1").tolerance + " " + DifferenceUnitOf(*row);
+        WrittenRowOf(*row, kPlusMinus).tolerance + " " + DifferenceUnitOf(*row);
     if (std::count(tolerances.begin(), tolerances.end(), text) == 0)
       tolerances.push_back(text);
   }
