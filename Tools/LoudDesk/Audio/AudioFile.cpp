@@ -19,11 +19,11 @@ namespace {
 void CheckFormat(const std::string& path, const AudioFormat& format) {
   if (format.channels > kMeters)
     throw AudioFileError(
-        path, fmt::format("has {} channels; at most 32 can be measured", format.channels));
+        path, fmt::format("has {} channels; at most {} can be measured", format.channels, kMeters));
   if (format.sampleRate < kLowestSampleRate || format.sampleRate > kHighestSampleRate)
-    throw AudioFileError(
-        path, fmt::format("has a sample rate of {} Hz; 8000 to 192000 Hz can be measured",
-                          format.sampleRate));
+    throw AudioFileError(path,
+                         fmt::format("has a sample rate of {} Hz; {} to {} Hz can be measured",
+                                     format.sampleRate, kLowestSampleRate, kHighestSampleRate));
 }
 
 }  // namespace
@@ -111,7 +111,7 @@ void AudioFile::SkipLink() {
 }
 
 double AudioFile::Here() const {
-  return static_cast<double>(mFramesRead) / mFormat.sampleRate + mDamage.missing;
+  return SecondsRead() + mDamage.missing;
 }
 
 std::vector<StreamInfo> AudioStreamsOf(const std::string& path) {

@@ -13,7 +13,6 @@
 #include "AudioFileError.h"
 #include "AudioFormat.h"
 #include "Damage.h"
-#include "StreamInfo.h"
 
 namespace louddesk {
 
@@ -49,6 +48,9 @@ class AudioFile {
 
   /// Frames read so far.
   std::uint64_t FramesRead() const { return mFramesRead; }
+
+  /// The same in time, s.
+  double SecondsRead() const { return static_cast<double>(mFramesRead) / mFormat.sampleRate; }
 
   /// Share of the file read so far, 0 ... 1; nothing when nobody knows how long it is, as of a
   /// pipe.

@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "PrintableText.h"
+
 namespace louddesk {
 
 /// The path that stands for standard input.
@@ -13,7 +15,9 @@ constexpr char kStandardInput[] = "-";
 /// The text is one line that begins with the file's name, as `Printable` shows it.
 class AudioFileError : public std::runtime_error {
  public:
-  AudioFileError(const std::string& path, const std::string& reason);
+  AudioFileError(const std::string& path, const std::string& reason)
+      : std::runtime_error((path == kStandardInput ? "standard input" : Printable(path)) + ": " +
+                           reason) {}
 };
 
 }  // namespace louddesk

@@ -16,6 +16,18 @@ std::string FormatText(const AudioFormat& format) {
 
 }  // namespace
 
+ChannelMap ChannelMapOf(const AVChannelLayout& layout) {
+  const auto channels = static_cast<std::size_t>(layout.nb_channels);
+  if (layout.order == AV_CHANNEL_ORDER_UNSPEC)
+    return {};
+  if (layout.order == AV_CHANNEL_ORDER_AMBISONIC)
+    return ChannelMap(channels, AV_CHAN_NONE);
+  ChannelMap map;
+  for (unsigned i = 0; i < channels; ++i)
+    map.push_back(av_channel_layout_channel_from_index(&layout, i));
+  return map;
+}
+
 bool AreSame(const AudioFormat& a, const AudioFormat& b) {
   return a.channels == b.channels && a.sampleRate == b.sampleRate && a.positions == b.positions;
 }

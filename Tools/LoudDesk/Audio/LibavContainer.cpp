@@ -5,13 +5,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cmath>
+#include <cstdarg>
 #include <cstring>
 #include <iterator>
 
 #include "AudioFileError.h"
-#include "LibavText.h"
 
 namespace louddesk {
 namespace {
@@ -28,9 +29,9 @@ constexpr char kWav[] = "wav";
 constexpr char kMp4[] = "mov,mp4,m4a,3gp,3g2,mj2";
 constexpr char kCaf[] = "caf";
 constexpr char kMatroska[] = "matroska,webm";
-constexpr const char* kContainers[] = {
-    kWav, "w64",           "aiff",   "au",   "caf", "flac", "ogg", "mp3", "aac", "ac3", "eac3",
-    kMp4, "matroska,webm", "mpegts", "mpeg", "mxf", "avi",  "asf", "wv",  "tta", "ape"};
+constexpr const char* kContainers[] = {kWav,   "w64", "aiff", "au",   kCaf, "flac",    "ogg",
+                                       "mp3",  "aac", "ac3",  "eac3", kMp4, kMatroska, "mpegts",
+                                       "mpeg", "mxf", "avi",  "asf",  "wv", "tta",     "ape"};
 
 // What a file may ask for before it has told anything: bytes and streams to be looked at, and the
 // largest piece of memory. Real files stay far below.
@@ -94,6 +95,9 @@ bool IsRead(const AVInputFormat& format) {
                      [&format](const char* name) { return std::strcmp(format.name, name) == 0; });
 }
 
+// What the libraries would write to the terminal they return as well, as far as it matters.
+void SayNothing(void*, int, const char*, va_list) {}
+
 int RefuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
   return AVERROR(EPERM);
 }
@@ -114,10 +118,17 @@ std::optional<double> SecondsOf(const AVStream& stream) {
   return static_cast<double>(stream.duration) * av_q2d(stream.time_base);
 }
 
+// "48000 Hz, stereo".
+std::string FormatText(const AVCodecParameters& codec) {
+  std::array<char, 128> layout{};
+  av_channel_layout_describe(&codec.ch_layout, layout.data(), layout.size());
+  return fmt::format("{} Hz, {}", codec.sample_rate, layout.data());
+}
+
 StreamInfo InfoOf(const AVStream& stream) {
   StreamInfo info;
   info.codec = avcodec_get_name(stream.codecpar->codec_id);
-  info.format = FormatText(stream.codecpar->sample_rate, stream.codecpar->ch_layout);
+  info.format = FormatText(*stream.codecpar);
   info.seconds = SecondsOf(stream);
   info.language = TagOf(stream, "language");
   info.title = TagOf(stream, "title");
@@ -141,7 +152,7 @@ std::string UnknownText(LinkInput& input, int error) {
 
 LibavContainer::LibavContainer(const std::string& path, LinkInput& input)
     : mPath(path), mInput(input) {
-  SilenceLibav();
+  av_log_set_callback(SayNothing);
   mBytes.reset(avio_alloc_context(static_cast<unsigned char*>(av_malloc(kBufferSize)), kBufferSize,
                                   0, this, ReadBytes, nullptr, SeekBytes));
   const AVInputFormat* format = FormatOf(input);

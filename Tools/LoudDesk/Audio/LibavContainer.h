@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "AudioFormat.h"
 #include "LibavHeaders.h"
 #include "LinkInput.h"
-#include "StreamInfo.h"
 
 namespace louddesk {
 

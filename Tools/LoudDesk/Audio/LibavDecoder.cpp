@@ -9,7 +9,6 @@
 #include <new>
 
 #include "AudioFileError.h"
-#include "LibavText.h"
 
 namespace louddesk {
 namespace {

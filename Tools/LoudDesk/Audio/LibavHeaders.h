@@ -1,4 +1,4 @@
-// FFmpeg's libraries, whose headers are C, and the handles on what they allocate.
+// FFmpeg's libraries, whose headers are C, the handles on what they allocate, and their complaints.
 
 #pragma once
 
@@ -11,7 +11,9 @@ extern "C" {
 #include <libswresample/swresample.h>
 }
 
+#include <array>
 #include <memory>
+#include <string>
 
 namespace louddesk {
 
@@ -26,6 +28,13 @@ struct LibavDeleter {
     avio_context_free(&context);
   }
 };
+
+/// "End of file", of a negative value that one of the libraries' functions has returned.
+inline std::string LibavText(int error) {
+  std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
+  av_strerror(error, text.data(), text.size());
+  return text.data();
+}
 
 template <typename Object>
 using LibavHandle = std::unique_ptr<Object, LibavDeleter>;

@@ -4,6 +4,9 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
 #include <utility>
 
 #include "SpeakerLayout.h"
@@ -33,5 +36,10 @@ class SampleSource {
   SpeakerLayout mSpeakers;
   int mSampleRate;
 };
+
+/// Opens a file at its beginning, with the speakers of `LayoutFor`. Throws `AudioFileError`; at the
+/// end also when a part of the file turned out to be missing.
+std::unique_ptr<SampleSource> OpenFileSource(const std::string& path,
+                                             const std::optional<SpeakerLayout>& chosen);
 
 }  // namespace louddesk

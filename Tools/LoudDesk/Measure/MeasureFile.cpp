@@ -58,10 +58,6 @@ class Measurement {
   std::vector<SeriesPoint> mPoints;
 };
 
-double SecondsRead(const AudioFile& file) {
-  return static_cast<double>(file.FramesRead()) / file.SampleRate();
-}
-
 }  // namespace
 
 std::vector<MeasuredProgramme> MeasureFile(AudioFile& file,
@@ -84,13 +80,13 @@ std::vector<MeasuredProgramme> MeasureFile(AudioFile& file,
                                        : frontEnd.MeasureRest(samples.data(), got, reading))
       throw AudioFileError(file.Path(), BadSampleText(*badSample, file.SampleRate()));
     for (const auto& measurement : measurements)
-      measurement->Take(reading, isWhole, SecondsRead(file));
+      measurement->Take(reading, isWhole, file.SecondsRead());
     progress(file.FramesRead());
   }
   std::vector<MeasuredProgramme> measured;
   measured.reserve(measurements.size());
   for (const auto& measurement : measurements)
-    measured.push_back(measurement->Finish(SecondsRead(file)));
+    measured.push_back(measurement->Finish(file.SecondsRead()));
   return measured;
 }
 

@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "ComplianceCases.h"
-#include "FileSource.h"
 
 namespace louddesk {
 namespace {

@@ -9,7 +9,6 @@
 #include <cmath>
 #include <limits>
 
-#include "FileSource.h"
 #include "TestAudio.h"
 #include "TestSignals.h"
 

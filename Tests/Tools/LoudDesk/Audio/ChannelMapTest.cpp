@@ -1,7 +1,7 @@
 // Which speaker a channel is for, by the file: masks, orders of formats, and files that say
 // nothing.
 
-#include "ChannelMap.h"
+#include "AudioFormat.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

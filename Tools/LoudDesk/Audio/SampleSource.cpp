@@ -1,8 +1,6 @@
 // Sources that read files.
 
-#include "FileSource.h"
-
-#include <utility>
+#include "SampleSource.h"
 
 #include "AudioFile.h"
 
@@ -24,10 +22,8 @@ class FileSource : public SampleSource {
  private:
   // What is there has been handed out by now, but for less than a block.
   void CheckDamage() const {
-    const Damage damage = mFile->Missing();
-    const double there = static_cast<double>(mFile->FramesRead()) / mFile->SampleRate();
-    if (!damage.IsNone())
-      throw AudioFileError(mFile->Path(), DamageText(damage, there));
+    if (!mFile->Missing().IsNone())
+      throw AudioFileError(mFile->Path(), DamageText(mFile->Missing(), mFile->SecondsRead()));
   }
 
   std::unique_ptr<AudioFile> mFile;
