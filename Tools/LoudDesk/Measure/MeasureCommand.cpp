@@ -2,7 +2,6 @@
 
 #include "MeasureCommand.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -40,11 +39,8 @@ constexpr std::uint64_t kProgressSteps = 1000;
 constexpr int kMostStreams = 200;
 constexpr int kMostJobs = 256;
 
-constexpr std::size_t kUsualColumns = 80;
-
-constexpr char kTableFormat[] = "table";
-constexpr char kJsonFormat[] = "json";
-constexpr char kCsvFormat[] = "csv";
+// In the order of FigureStyle.
+const std::vector<std::string> kFormats = {"table", "json", "csv"};
 
 constexpr char kFooter[] =
     "\nExample:\n"
@@ -107,7 +103,7 @@ void NoteInterruptions() {
 
 // One bar for all files, when they are long.
 std::unique_ptr<ProgressBar> BarFor(const std::vector<std::string>& files, std::ostream& terminal,
-                                    const ProgressColumns& columns) {
+                                    const TerminalColumns& columns) {
   std::uintmax_t bytes = 0;
   for (const std::string& file : files) {
     std::error_code error;
@@ -125,8 +121,7 @@ std::unique_ptr<ProgressBar> BarFor(const std::vector<std::string>& files, std::
 FileFacts FactsOf(const AudioFile& file, bool hasHash) {
   FileFacts facts{file.Path(), file.Format(), file.SampleRate(), file.Channels(), {}, {}, {}};
   if (!file.Missing().IsNone())
-    facts.damage =
-        DamageText(file.Missing(), static_cast<double>(file.FramesRead()) / file.SampleRate());
+    facts.damage = DamageText(file.Missing(), file.SecondsRead());
   std::error_code error;
   const std::uintmax_t bytes = std::filesystem::file_size(file.Path(), error);
   if (!error)
@@ -158,25 +153,13 @@ FileOutcome OutcomeOf(const std::string& path, const MeasureOptions& options,
 }
 
 FigureStyle StyleNamed(const std::string& format) {
-  if (format == kJsonFormat)
-    return FigureStyle::kJson;
-  return format == kCsvFormat ? FigureStyle::kCsv : FigureStyle::kTable;
-}
-
-ProgressColumns ColumnsOfTerminal(int descriptor) {
-  if (isatty(descriptor) == 0)
-    return nullptr;
-  return [descriptor]() -> std::size_t {
-    winsize size{};
-    if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
-      return kUsualColumns;
-    return size.ws_col;
-  };
+  return static_cast<FigureStyle>(std::find(kFormats.begin(), kFormats.end(), format) -
+                                  kFormats.begin());
 }
 
 int RunMeasure(const MeasureOptions& options) {
   NoteInterruptions();
-  const ProgressColumns columns = ColumnsOfTerminal(STDERR_FILENO);
+  const TerminalColumns columns = ColumnsOf(STDERR_FILENO);
   std::optional<FatalSignals> fatalSignals;
   if (columns)
     fatalSignals.emplace(ClearProgressLine);
@@ -190,7 +173,7 @@ int RunMeasure(const MeasureOptions& options) {
 
 // Hands all outcomes to `output`.
 void MeasureAll(const std::vector<std::string>& files, const MeasureOptions& options,
-                std::ostream& errors, const ProgressColumns& columns, MeasureOutput& output) {
+                std::ostream& errors, const TerminalColumns& columns, MeasureOutput& output) {
   std::unique_ptr<ProgressBar> bar = BarFor(files, errors, columns);
   JobWatch watch;
   watch.isInterrupted = [] { return gSignal != 0; };
@@ -270,8 +253,8 @@ void AddOutputOptions(CLI::App& command, MeasureOptions& options) {
       .add_option_function<std::string>(
           "--format", [&options](const std::string& format) { options.style = StyleNamed(format); },
           "How the figures are written")
-      ->default_str(kTableFormat)
-      ->check(CLI::IsMember({kTableFormat, kJsonFormat, kCsvFormat}));
+      ->default_str(kFormats.front())
+      ->check(CLI::IsMember(kFormats));
   command.add_option("--report", options.report, "Page to write, a name in .html")
       ->check(CheckPageName);
   command.add_option("--series", options.series, "Table of all blocks to write, a name in .csv")
@@ -284,7 +267,7 @@ void AddOutputOptions(CLI::App& command, MeasureOptions& options) {
 }  // namespace
 
 int MeasureFiles(const MeasureOptions& options, std::ostream& out, std::ostream& errors,
-                 const ProgressColumns& progressColumns) {
+                 const TerminalColumns& progressColumns) {
   Complaints complaints(errors);
   MeasureOutput output(options, out, complaints);
   if (!output.IsPossible())

@@ -4,7 +4,6 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -39,25 +38,6 @@ constexpr Patience kAttention{20};
 
 constexpr int kErrorLevel = 40;
 
-constexpr std::size_t kUsualColumns = 80;
-
-// What ends a play early. The text is one line for the user.
-class PlayError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
-std::size_t ColumnsNow() {
-  winsize size{};
-  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
-    return kUsualColumns;
-  return size.ws_col;
-}
-
-TerminalColumns ColumnsOfTerminal() {
-  return isatty(STDOUT_FILENO) != 0 ? ColumnsNow : TerminalColumns();
-}
-
 // The next file that is opened would get the number of a closed standard input.
 void HoldStandardInput() {
   if (fcntl(STDIN_FILENO, F_GETFD) == -1)
@@ -69,7 +49,7 @@ class UnitPlayer {
   // Opens the endpoints of the service's peers. Throws BindError.
   explicit UnitPlayer(const PlayerOptions& options)
       : mOptions(options),
-        mLine(std::cout, ColumnsOfTerminal()),
+        mLine(std::cout, ColumnsOf(STDOUT_FILENO)),
         mUnit(options.meterSet, options.cluster),
         mControl(mUnit, mLine) {
     mUnit.OpenAll();
@@ -93,7 +73,7 @@ class UnitPlayer {
   }
 
   // Plays one source and returns how many blocks were played, fewer when the user ends the play.
-  // Throws PlayError when the service does not answer, AudioFileError when the source cannot be
+  // Throws ServiceError when the service does not answer, AudioFileError when the source cannot be
   // played to its end.
   unsigned long Play(const Playable& playable) {
     BlockStream blocks(playable.name, playable.open());
@@ -132,7 +112,7 @@ class UnitPlayer {
     if (IsInterrupted())
       return;
     if (!hasStarted)
-      throw PlayError("the service has not started to measure" + LastComplaint());
+      throw ServiceError("the service has not started to measure" + LastComplaint());
     mSpeakers = speakers;
     mBlocks = 0;
     mUnit.DropLoudnessData();
@@ -165,7 +145,7 @@ class UnitPlayer {
       if (IsOver())
         return;
       if (mControl.IsSilent())
-        throw PlayError("the service has fallen silent");
+        throw ServiceError("the service has fallen silent");
       if (Clock::now() >= due)
         return;
     }
@@ -268,7 +248,7 @@ void PlayAll(UnitPlayer& player, const std::vector<Playable>& list, bool isLoope
       if (!player.IsOver())
         played += player.Play(playable);
     if (isLooped && played == 0 && !player.IsOver())
-      throw PlayError("nothing to play again: there is no block of 100 ms");
+      throw std::runtime_error("nothing to play again: there is no block of 100 ms");
   } while (isLooped && !player.IsOver());
 }
 

@@ -2,11 +2,16 @@
 
 #include "LiveLine.h"
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <utility>
 
 namespace louddesk {
 namespace {
+
+constexpr std::size_t kUsualColumns = 80;  // of a terminal that does not say
 
 constexpr std::chrono::seconds kPipePeriod{1};
 
@@ -14,6 +19,17 @@ constexpr std::chrono::seconds kPipePeriod{1};
 constexpr std::chrono::milliseconds kPipeTolerance{50};
 
 }  // namespace
+
+TerminalColumns ColumnsOf(int descriptor) {
+  if (isatty(descriptor) == 0)
+    return nullptr;
+  return [descriptor]() -> std::size_t {
+    winsize size{};
+    if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+      return kUsualColumns;
+    return size.ws_col;
+  };
+}
 
 LiveLine::LiveLine(std::ostream& out, TerminalColumns columns)
     : mOut(out), mColumns(std::move(columns)) {}

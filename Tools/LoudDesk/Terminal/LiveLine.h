@@ -14,6 +14,9 @@ namespace louddesk {
 /// Tells the columns that the terminal has now; empty: no terminal.
 using TerminalColumns = std::function<std::size_t()>;
 
+/// Those of the terminal of an open descriptor; empty where that is none.
+TerminalColumns ColumnsOf(int descriptor);
+
 class LiveLine {
  public:
   using Time = std::chrono::steady_clock::time_point;

@@ -11,6 +11,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <stdexcept>
 #include <string>
 
 namespace louddesk {
@@ -90,11 +91,11 @@ Terminal::Terminal() : mGlyphs(GlyphsOfLocale()), mHasKeys(isatty(STDIN_FILENO) 
   tcgetattr(STDOUT_FILENO, &gShellModes);
   mScreen = newterm(nullptr, stdout, stdin);
   if (mScreen == nullptr)
-    throw TerminalError(UnusableTerminal("is not known"));
+    throw std::runtime_error(UnusableTerminal("is not known"));
   if (!CanPlaceCursor()) {
     endwin();
     delscreen(mScreen);
-    throw TerminalError(UnusableTerminal("cannot place its cursor"));
+    throw std::runtime_error(UnusableTerminal("cannot place its cursor"));
   }
   mFatalSignals.emplace(GiveBack);
   TakeSingleKeys();

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <optional>
-#include <stdexcept>
 
 #include "FatalSignals.h"
 #include "MeterGraphics.h"
@@ -15,20 +14,15 @@ struct screen;
 
 namespace louddesk {
 
-/// The terminal cannot be used. The text is one line for the user.
-class TerminalError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
 /// Keys that are no characters.
 constexpr int kKeyUp = 0x110000;
 constexpr int kKeyDown = 0x110001;
 
 class Terminal {
  public:
-  /// Takes over the terminal on standard output. Throws TerminalError when its kind is not known or
-  /// cannot place its cursor. Without colours when the environment has NO_COLOR.
+  /// Takes over the terminal on standard output. Throws std::runtime_error, with one line for the
+  /// user, when its kind is not known or cannot place its cursor. Without colours when the
+  /// environment has NO_COLOR.
   Terminal();
 
   /// Gives it back.

@@ -7,7 +7,7 @@
 namespace louddesk {
 
 /// Shows a row for every cluster that publishes, now or later, and the meter of the one that the
-/// user opens, until the user ends it. Throws TerminalError.
+/// user opens, until the user ends it. Throws as `Terminal` does.
 void WatchAllClusters(const WatchLook& look);
 
 }  // namespace louddesk

@@ -44,7 +44,7 @@ std::unique_ptr<WatchView> MakeLineView(std::ostream& out);
 using CommandSink = std::function<void(const std::string& command)>;
 
 /// The meter in the terminal's window; `send` takes the commands of one that controls the service.
-/// Throws TerminalError.
+/// Throws std::runtime_error as `Terminal` does.
 std::unique_ptr<WatchView> MakeScreenView(const WatchLook& look, CommandSink send);
 
 }  // namespace louddesk

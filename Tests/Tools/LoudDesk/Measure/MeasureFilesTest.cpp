@@ -69,7 +69,7 @@ class MeasureFilesTest : public testing::Test {
     return mDirectory.Write(name, kFloatWav, kRate, 2, StereoTone(-20.0, seconds));
   }
 
-  int Run(const MeasureOptions& options, const ProgressColumns& columns = nullptr) {
+  int Run(const MeasureOptions& options, const TerminalColumns& columns = nullptr) {
     mOut.str("");
     mErrors.str("");
     return MeasureFiles(options, mOut, mErrors, columns);
