@@ -3,6 +3,8 @@
 
 #include "SendCommand.h"
 
+#include <fmt/format.h>
+
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -18,6 +20,7 @@
 #include <vector>
 
 #include "Complaints.h"
+#include "Endpoints.h"
 #include "JsonAccess.h"
 #include "LoudConfigUser.h"
 #include "LuMessages.h"
@@ -34,13 +37,13 @@ constexpr double kLongestTimeout = 3600;  // s
 using Words = std::map<std::string, std::string>;
 
 const Words kModes = {
-    {"continuous", cLuConf::ConvertToModeStrFromEnum(LOUD_MODE_CONTINUOUS)},
-    {"manual", cLuConf::ConvertToModeStrFromEnum(LOUD_MODE_START_STOP)},
+    {"continuous", cLuConf::kDefaultModeText},
+    {"manual", cLuConf::kManualModeText},
 };
 const Words kWindows = {
-    {"momentary", cLuConf::ConvertToLoudnessWindowStrFromEnum(LOUD_WIN_TYPE_MOMENTARY)},
+    {"momentary", cLuConf::kDefaultWindowText},
     {"short", cLuConf::ConvertToLoudnessWindowStrFromEnum(LOUD_WIN_TYPE_SHORT)},
-    {"custom", cLuConf::ConvertToLoudnessWindowStrFromEnum(LOUD_WIN_TYPE_INTEGRATED)},
+    {"custom", cLuConf::kCustomWindowText},
 };
 const Words kAlarms = {
     {"over", cLuConf::ConvertToAlarmStrFromEnum(LU_ALARM_OVER)},
@@ -54,11 +57,8 @@ const Words kStandards = {
     {"ebu+18", cLuConf::ConvertToLoudnessStandardStrFromEnum(EBU_R128_18)},
 };
 const Words kCommands = {
-    {"start", cLuCmd::ConvertToLuCmdStrFromEnum(LU_CMD_START)},
-    {"pause", cLuCmd::ConvertToLuCmdStrFromEnum(LU_CMD_PAUSE)},
-    {"play", cLuCmd::ConvertToLuCmdStrFromEnum(LU_CMD_PLAY)},
-    {"stop", cLuCmd::ConvertToLuCmdStrFromEnum(LU_CMD_STOP)},
-    {"reset", cLuCmd::ConvertToLuCmdStrFromEnum(LU_CMD_RESET)},
+    {"start", cLuCmd::kStartText}, {"pause", cLuCmd::kPauseText}, {"play", cLuCmd::kPlayText},
+    {"stop", cLuCmd::kStopText},   {"reset", cLuCmd::kResetText},
 };
 
 constexpr char kFooter[] =
@@ -125,7 +125,9 @@ struct SendOptions {
 
 // Services of the other meter sets do not subscribe to presets, configurations and commands.
 std::string CheckMeterSet(const std::string& value) {
-  return value == "1" ? "" : "only a service of meter set 1 takes messages of all kinds";
+  return value == std::to_string(kLastMeterSetWithTopics)
+             ? ""
+             : "only a service of meter set 1 takes messages of all kinds";
 }
 
 // Data comes every 100 ms where it comes at all.
@@ -142,16 +144,8 @@ constexpr char kStopHint[] = "; in the mode Continuous a stop is not carried out
 
 // A configuration as the command line changes it.
 struct ConfigurationChange {
-  using Setting = std::function<void(LoudnessConfiguration& to)>;
-
-  LoudnessConfiguration given;    // what a service starts with, and what the command line names
-  std::vector<Setting> settings;  // each copies what it stands for, if that was named
-  bool isFresh = false;           // whatever is in force
-
-  void ApplyTo(LoudnessConfiguration& configuration) const {
-    for (const Setting& setting : settings)
-      setting(configuration);
-  }
+  std::vector<std::function<void(LoudnessConfiguration& to)>> settings;  // each sets one member
+  bool isFresh = false;  // what a service starts with is changed, not what is in force
 };
 
 class Sender {
@@ -195,8 +189,12 @@ class Sender {
 
   void SendConfiguration(const ConfigurationChange& change) {
     Connect();
-    LoudnessConfiguration configuration = change.isFresh ? change.given : InForce(change.given);
-    change.ApplyTo(configuration);
+    LoudnessConfiguration configuration;
+    configuration.clusterId = mUnit.Cluster();
+    if (!change.isFresh)
+      configuration = InForce(configuration);
+    for (const auto& set : change.settings)
+      set(configuration);
     configuration.originFromFp = false;  // who sends, which is no setting
     mClient.SendConfiguration(configuration);
     AwaitAcknowledgement(kCommandHint);
@@ -205,7 +203,8 @@ class Sender {
   void SendCommand(const std::string& command, unsigned user) {
     Connect();
     mClient.SendCommand(command, user);
-    const std::string hint = std::string(kCommandHint) + (command == "Stop" ? kStopHint : "");
+    const std::string hint =
+        std::string(kCommandHint) + (command == cLuCmd::kStopText ? kStopHint : "");
     if (AwaitAcknowledgement(hint) == Outcome::kOtherStamp)
       std::cout << command << " " << kOtherStampText << std::endl;
   }
@@ -281,13 +280,8 @@ CLI::App* AddKind(CLI::App* send, const char* name, const char* description, con
   return kind;
 }
 
-// An option for one of the words, which `value` holds as messages call it.
-CLI::Option* AddWord(CLI::App* kind, const char* name, std::string& value, const Words& words,
-                     const char* description) {
-  CLI::Option* option = kind->add_option(name, value, description);
-  for (const auto& [word, called] : words)
-    if (called == value)
-      option->default_str(word);
+// Takes one of the words, in any case, for what messages call it.
+CLI::Option* TakeWords(CLI::Option* option, const Words& words) {
   // The later one transforms first: to a word as it stands here, and that to what it is called.
   return option->transform(CLI::Transformer(words).description(""))
       ->transform(CLI::IsMember(words, CLI::ignore_case));
@@ -315,69 +309,58 @@ CLI::Range WindowBetween(std::uint32_t shortest, std::uint32_t longest) {
   return CLI::Range(static_cast<int>(shortest), static_cast<int>(longest));
 }
 
-// Options of the configuration, each for one member of it.
-class ConfigurationOptions {
- public:
-  ConfigurationOptions(CLI::App* kind, std::shared_ptr<ConfigurationChange> change)
-      : mKind(kind), mChange(std::move(change)) {}
+// An option for one member of the configuration. What is shown as its default is what a service
+// starts with.
+template <typename Value>
+CLI::Option* AddSetting(CLI::App* kind, ConfigurationChange& change, const char* name,
+                        Value LoudnessConfiguration::*member, const char* description) {
+  const auto set = [&change, member](const Value& value) {
+    change.settings.emplace_back([member, value](auto& to) { to.*member = value; });
+  };
+  return kind->add_option_function<Value>(name, set, description)
+      ->default_str(fmt::format("{}", LoudnessConfiguration().*member));
+}
 
-  void AddChoice(const char* name, std::string LoudnessConfiguration::*member, const Words& words,
-                 const char* description) {
-    Follow(AddWord(mKind, name, mChange->given.*member, words, description), member);
-  }
+// The same for one that the command line has words for.
+void AddChoice(CLI::App* kind, ConfigurationChange& change, const char* name,
+               std::string LoudnessConfiguration::*member, const Words& words,
+               const char* description) {
+  CLI::Option* option = TakeWords(AddSetting(kind, change, name, member, description), words);
+  for (const auto& [word, called] : words)
+    if (called == LoudnessConfiguration().*member)
+      option->default_str(word);
+}
 
-  template <typename Number>
-  CLI::Option* AddNumber(const char* name, Number LoudnessConfiguration::*member,
-                         const char* description) {
-    CLI::Option* option = mKind->add_option(name, mChange->given.*member, description);
-    Follow(option->capture_default_str(), member);
-    return option;
-  }
-
- private:
-  // The change outlives its settings, which it holds.
-  template <typename Value>
-  void Follow(const CLI::Option* option, Value LoudnessConfiguration::*member) {
-    mChange->settings.push_back([change = mChange.get(), option, member](auto& to) {
-      if (option->count() > 0)
-        to.*member = change->given.*member;
-    });
-  }
-
-  CLI::App* mKind;
-  std::shared_ptr<ConfigurationChange> mChange;
-};
-
-void AddConfigurationOptions(ConfigurationOptions options) {
+void AddSettings(CLI::App* kind, ConfigurationChange& change) {
   using Configuration = LoudnessConfiguration;
-  options.AddChoice("--mode", &Configuration::mode, kModes,
-                    "In manual only, stop commands are carried out");
-  options.AddChoice("--window", &Configuration::loudnessWindow, kWindows,
-                    "Window that the user looks at");
-  options
-      .AddNumber("--window-time", &Configuration::loudnessWindowTime,
-                 "Window of the integrated loudness, s")
+  AddChoice(kind, change, "--mode", &Configuration::mode, kModes,
+            "In manual only, stop commands are carried out");
+  AddChoice(kind, change, "--window", &Configuration::loudnessWindow, kWindows,
+            "Window that the user looks at");
+  AddSetting(kind, change, "--window-time", &Configuration::loudnessWindowTime,
+             "Window of the integrated loudness, s")
       ->check(WindowBetween(kMinIntegWinSecs, kMaxIntegWinSecs));
-  options.AddNumber("--lra-window", &Configuration::lraWindow, "Window of the loudness range, s")
+  AddSetting(kind, change, "--lra-window", &Configuration::lraWindow,
+             "Window of the loudness range, s")
       ->check(WindowBetween(kMinLraWinSecs, kMaxLraWinSecs));
-  options.AddChoice("--standard", &Configuration::loudnessStandard, kStandards,
-                    "Standard and scale");
-  options.AddNumber("--reference", &Configuration::referenceLevel, "Reference level, LKFS")
+  AddChoice(kind, change, "--standard", &Configuration::loudnessStandard, kStandards,
+            "Standard and scale");
+  AddSetting(kind, change, "--reference", &Configuration::referenceLevel, "Reference level, LKFS")
       ->check(CLI::Range(-99, 0));
-  options.AddChoice("--alarm", &Configuration::alarm, kAlarms,
-                    "Side of the reference level that alarms");
-  options.AddNumber("--tolerance", &Configuration::alarmTolerance, "Tolerance of the alarm, LU")
+  AddChoice(kind, change, "--alarm", &Configuration::alarm, kAlarms,
+            "Side of the reference level that alarms");
+  AddSetting(kind, change, "--tolerance", &Configuration::alarmTolerance,
+             "Tolerance of the alarm, LU")
       ->check(CLI::Range(0, 99));
-  options.AddNumber("--user", &Configuration::userId, "Number of the user");
+  AddSetting(kind, change, "--user", &Configuration::userId, "Number of the user");
 }
 
 void AddConfiguration(CLI::App* send, const std::shared_ptr<SendOptions>& options, int& status) {
   CLI::App* kind = AddKind(send, "config", "Send a loudness configuration", kConfigFooter);
   auto change = std::make_shared<ConfigurationChange>();
-  AddConfigurationOptions({kind, change});
+  AddSettings(kind, *change);
   kind->add_flag("--fresh", change->isFresh, "Change the defaults, not what is in force");
   kind->callback([=, &status] {
-    change->given.clusterId = options->cluster;
     status = Send(*options, [&](Sender& sender) { sender.SendConfiguration(*change); });
   });
 }
@@ -386,7 +369,7 @@ void AddLoudnessCommand(CLI::App* send, const std::shared_ptr<SendOptions>& opti
   CLI::App* kind = AddKind(send, "command", "Send a loudness command", kCommandFooter);
   auto command = std::make_shared<std::string>();
   auto user = std::make_shared<unsigned>(0);
-  AddWord(kind, "NAME", *command, kCommands, "What to do")->required();
+  TakeWords(kind->add_option("NAME", *command, "What to do"), kCommands)->required();
   kind->add_option("--user", *user, "Number of the user; 0: that of the configuration")
       ->capture_default_str();
   kind->callback([=, &status] {
@@ -406,7 +389,7 @@ void AddSendCommand(CLI::App& app, int& status) {
       ->check(CheckMeterSet);
   send->add_option("--cluster", options->cluster, "Cluster of the service")
       ->capture_default_str()
-      ->check(CLI::Range(1, 8));
+      ->check(CLI::Range(1, kMaxCluster));
   send->add_option("--timeout", options->timeout, "Seconds for each answer of the service")
       ->capture_default_str()
       ->check(Between(kShortestTimeout, kLongestTimeout));
