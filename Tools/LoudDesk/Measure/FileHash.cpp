@@ -2,6 +2,7 @@
 
 #include "FileHash.h"
 
+#include <fmt/format.h>
 #include <sodium.h>
 
 #include <array>
@@ -17,15 +18,6 @@ namespace {
 
 constexpr std::size_t kChunk = 1 << 20;
 
-using Digest = std::array<unsigned char, crypto_hash_sha256_BYTES>;
-
-std::string Hexadecimal(const Digest& digest) {
-  std::string text(2 * digest.size() + 1, '\0');
-  sodium_bin2hex(text.data(), text.size(), digest.data(), digest.size());
-  text.pop_back();
-  return text;
-}
-
 }  // namespace
 
 std::string Sha256Of(const std::string& path) {
@@ -38,9 +30,9 @@ std::string Sha256Of(const std::string& path) {
                               static_cast<unsigned long long>(file.gcount()));
   if (!file.eof())
     throw AudioFileError(path, std::string("cannot be read for its hash: ") + std::strerror(errno));
-  Digest digest;
+  std::array<unsigned char, crypto_hash_sha256_BYTES> digest;
   crypto_hash_sha256_final(&state, digest.data());
-  return Hexadecimal(digest);
+  return fmt::format("{:02x}", fmt::join(digest, ""));
 }
 
 }  // namespace louddesk

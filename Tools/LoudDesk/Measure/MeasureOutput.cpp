@@ -2,6 +2,8 @@
 
 #include "MeasureOutput.h"
 
+#include <fmt/chrono.h>
+
 #include <ctime>
 
 #include "CsvFormat.h"
@@ -39,9 +41,7 @@ constexpr Style kStyles[] = {{TableHeader, RowOfTable}, {NoHeader, JsonLine}, {C
 std::string DateAndTime() {
   const std::time_t now = std::time(nullptr);
   std::tm local{};
-  char text[64];
-  std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S %z", localtime_r(&now, &local));
-  return text;
+  return fmt::format("{:%Y-%m-%d %H:%M:%S %z}", *localtime_r(&now, &local));
 }
 
 }  // namespace

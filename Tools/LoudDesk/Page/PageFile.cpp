@@ -2,31 +2,31 @@
 
 #include "PageFile.h"
 
+#include <algorithm>
+
 #include "DraftFile.h"
 
 namespace louddesk {
 namespace {
 
-constexpr char kPageEnding[] = ".html";
-constexpr char kCsvEnding[] = ".csv";
-
 constexpr char kReport[] = "the report";
 
-// Whether a name has something before its ending.
-bool EndsIn(const std::string& path, const std::string& ending) {
-  return path.size() > ending.size() &&
-         path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
+// A name has something before its ending.
+std::string CheckEnding(const std::string& path, const std::string& what,
+                        const std::string& ending) {
+  const std::size_t name = path.size() - std::min(path.size(), ending.size());
+  return name > 0 && path.substr(name) == ending ? ""
+                                                 : "the name of " + what + " ends in " + ending;
 }
 
 }  // namespace
 
 std::string CheckPageName(const std::string& path) {
-  return EndsIn(path, kPageEnding) ? ""
-                                   : std::string("the name of a report ends in ") + kPageEnding;
+  return CheckEnding(path, "a report", ".html");
 }
 
 std::string CheckCsvName(const std::string& path) {
-  return EndsIn(path, kCsvEnding) ? "" : std::string("the name of a series ends in ") + kCsvEnding;
+  return CheckEnding(path, "a series", ".csv");
 }
 
 std::string WritePage(const std::string& path, const std::string& page) {
