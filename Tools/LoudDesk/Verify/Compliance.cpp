@@ -106,7 +106,7 @@ class Measurement {
         mFrontEnd(mSource->Channels(), mSource->SampleRate()),
         mMeter(meter),
         mObservations(run.expectations.begin(), run.expectations.end()) {
-    mMeter.Start(mSource->Speakers(), SubjectOf(run));
+    mMeter.Start(mSource->Speakers(), MeasurandOf(run));
   }
 
   void Perform() {
@@ -123,9 +123,9 @@ class Measurement {
   const std::vector<Observation>& Observations() const { return mObservations; }
 
  private:
-  static Subject SubjectOf(const ComplianceRun& run) {
-    return run.expectations.front().quantity == Quantity::kMaxTruePeak ? Subject::kTruePeak
-                                                                       : Subject::kLoudness;
+  static Measurand MeasurandOf(const ComplianceRun& run) {
+    return run.expectations.front().quantity == Quantity::kMaxTruePeak ? Measurand::kTruePeak
+                                                                       : Measurand::kLoudness;
   }
 
   bool ReadBlock(std::vector<double>& samples) {
@@ -198,7 +198,7 @@ void RunRecording(const ComplianceCase& complianceCase, const std::string& path,
                   MeterUnderTest& meter, const RowSink& sink) {
   BlockStream stream(path, OpenFileSource(path, std::nullopt));
   CheckSpeakers(complianceCase, path, stream.Source().Speakers());
-  meter.Start(stream.Source().Speakers(), Subject::kLoudness);
+  meter.Start(stream.Source().Speakers(), Measurand::kLoudness);
   for (BlockReading block; stream.Next(block);)
     meter.Feed(block);
   const Figures figures = meter.Read();

@@ -10,7 +10,7 @@
 namespace louddesk {
 
 /// What a measurement is about. A meter may spoil the figures of the other kind.
-enum class Subject {
+enum class Measurand {
   kLoudness,
   kTruePeak,
 };
@@ -20,7 +20,7 @@ class MeterUnderTest {
   virtual ~MeterUnderTest() = default;
 
   /// Starts a measurement from empty.
-  virtual void Start(const SpeakerLayout& speakers, Subject subject) = 0;
+  virtual void Start(const SpeakerLayout& speakers, Measurand measurand) = 0;
 
   /// Measures the next block.
   virtual void Feed(const BlockReading& block) = 0;
@@ -33,7 +33,7 @@ class MeterUnderTest {
 /// The service's engine in this process, behind its dispatcher; one at a time.
 class EngineUnderTest : public MeterUnderTest {
  public:
-  void Start(const SpeakerLayout& speakers, Subject) override { mMeter.Start(speakers); }
+  void Start(const SpeakerLayout& speakers, Measurand) override { mMeter.Start(speakers); }
   void Feed(const BlockReading& block) override { mMeter.Feed(block); }
   Figures Read() override { return mMeter.Read(); }
 

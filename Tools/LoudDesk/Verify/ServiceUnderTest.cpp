@@ -46,7 +46,7 @@ class ServiceUnderTest : public MeterUnderTest {
     mClient.SwitchReporting(true);
   }
 
-  void Start(const SpeakerLayout& speakers, Subject subject) override {
+  void Start(const SpeakerLayout& speakers, Measurand measurand) override {
     mUnit.DropStates();
     mUnit.DropHeartbeats();
     mUnit.DropLogLines();
@@ -54,13 +54,13 @@ class ServiceUnderTest : public MeterUnderTest {
     if (mClient.Await(kStartPatience) != Outcome::kDone)
       Fail("it has not started to measure");
     mUnit.DropLoudnessData();
-    mSubject = subject;
+    mMeasurand = measurand;
     mBlocks = 0;
     mUnsettled = 0;
   }
 
   void Feed(const BlockReading& block) override {
-    if (mSubject == Subject::kLoudness)
+    if (mMeasurand == Measurand::kLoudness)
       SendMarked(block);
     else
       Send(block);
@@ -75,7 +75,7 @@ class ServiceUnderTest : public MeterUnderTest {
     if (mUnsettled > 0)
       Settle();
     Figures figures;
-    if (mSubject == Subject::kTruePeak) {
+    if (mMeasurand == Measurand::kTruePeak) {
       figures.maxTruePeak = TruePeakOf(mPublished.MaxTruePeak);
       return figures;
     }
@@ -102,7 +102,7 @@ class ServiceUnderTest : public MeterUnderTest {
   }
 
   void Settle() {
-    if (mSubject == Subject::kTruePeak)
+    if (mMeasurand == Measurand::kTruePeak)
       SendMarked(BlockReading{});
     mPublished = AwaitMark().data;
     mUnsettled = 0;
@@ -132,7 +132,7 @@ class ServiceUnderTest : public MeterUnderTest {
 
   UnitStandIn mUnit;
   ServiceClient mClient;
-  Subject mSubject = Subject::kLoudness;
+  Measurand mMeasurand = Measurand::kLoudness;
   std::uint32_t mMark = 0;      // peak of the last marked block
   unsigned mBlocks = 0;         // since the start
   unsigned mUnsettled = 0;      // blocks sent whose figures have not been seen yet

@@ -191,9 +191,9 @@ TEST(ComplianceCasesTest, ACaseIsMeantByItsIdentifierOrItsDocument) {
 // A meter whose momentary reading is what a script says for each block.
 class ScriptedMeter : public MeterUnderTest {
  public:
-  void Start(const SpeakerLayout& speakers, Subject subject) override {
+  void Start(const SpeakerLayout& speakers, Measurand measurand) override {
     mSpeakers = speakers;
-    mSubject = subject;
+    mMeasurand = measurand;
     mBlocks = 0;
     ++mStarts;
   }
@@ -219,7 +219,7 @@ class ScriptedMeter : public MeterUnderTest {
 
   std::map<int, double> mScript;  // momentary reading by the number of blocks
   SpeakerLayout mSpeakers;
-  Subject mSubject = Subject::kLoudness;
+  Measurand mMeasurand = Measurand::kLoudness;
   BlockReading mLastBlock;
   int mBlocks = 0;
   int mStarts = 0;
@@ -284,13 +284,13 @@ TEST_F(RunCaseTest, TheMeterIsAskedOnlyForReadingsThatCount) {
   EXPECT_EQ(mMeter.mReads, 1);
 }
 
-TEST_F(RunCaseTest, EachRunStartsFromEmptyWithItsSpeakersAndSubject) {
+TEST_F(RunCaseTest, EachRunStartsFromEmptyWithItsSpeakersAndMeasurand) {
   Rows(CaseOf("3341-13"), mMeter);
   EXPECT_EQ(mMeter.mStarts, 20);
-  EXPECT_EQ(mMeter.mSubject, Subject::kLoudness);
+  EXPECT_EQ(mMeter.mMeasurand, Measurand::kLoudness);
   EXPECT_THAT(mMeter.mSpeakers, ElementsAre("Left", "Right"));
   Rows(CaseOf("3341-15"), mMeter);
-  EXPECT_EQ(mMeter.mSubject, Subject::kTruePeak);
+  EXPECT_EQ(mMeter.mMeasurand, Measurand::kTruePeak);
   Rows(CaseOf("3341-6"), mMeter);
   EXPECT_THAT(mMeter.mSpeakers,
               ElementsAre("Left", "Right", "Center", "LeftSurround", "RightSurround"));

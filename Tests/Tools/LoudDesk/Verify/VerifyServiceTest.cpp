@@ -151,7 +151,7 @@ TEST_F(VerifyServiceTest, AServiceThatDiesIsNoticed) {
 TEST_F(VerifyServiceTest, AServiceThatDiesAmidAMeasurementIsNoticedAtOnce) {
   StartService();
   const auto service = louddesk::ConnectToService(1, kPatience);
-  service->Start({"Left", "Right"}, louddesk::Subject::kLoudness);
+  service->Start({"Left", "Right"}, louddesk::Measurand::kLoudness);
   const louddesk::BlockReading silence;
   for (int block = 0; block < 10; ++block)
     service->Feed(silence);

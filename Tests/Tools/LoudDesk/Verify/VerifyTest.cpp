@@ -30,8 +30,8 @@ class WrongMeter : public MeterUnderTest {
  public:
   explicit WrongMeter(double error) : mError(error) {}
 
-  void Start(const SpeakerLayout& speakers, Subject subject) override {
-    mEngine->Start(speakers, subject);
+  void Start(const SpeakerLayout& speakers, Measurand measurand) override {
+    mEngine->Start(speakers, measurand);
   }
 
   void Feed(const BlockReading& block) override { mEngine->Feed(block); }
