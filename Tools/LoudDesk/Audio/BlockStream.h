@@ -20,9 +20,9 @@ class BlockStream {
 
   const SampleSource& Source() const { return *mSource; }
 
-  /// Reads the next whole block of 100 ms; false at the end, where less than a block is left, which
-  /// is none. Throws `AudioFileError` when the source cannot be read on or holds a sample that is
-  /// no number, also behind the last whole block.
+  /// Reads the next whole block of 100 ms; false at the end, also where less than a block is left.
+  /// Throws `AudioFileError` when the source cannot be read on or holds a sample that is not a
+  /// number, also behind the last whole block.
   bool Next(BlockReading& block);
 
  private:

@@ -24,12 +24,11 @@ int OpenPath(const std::string& path) {
   return open(path.c_str(), O_RDONLY | O_CLOEXEC);
 }
 
-// A terminal among them: nobody types sound.
 bool IsPipe(const struct stat& status) {
   return S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode);
 }
 
-// Before it is opened: opening a device may do something.
+// Before it is opened: opening a device may do something. A terminal is a device too.
 void CheckKind(const std::string& path, const struct stat& status) {
   if (S_ISDIR(status.st_mode))
     throw AudioFileError(path, "is a directory");

@@ -19,8 +19,8 @@ namespace {
 
 constexpr int kBufferSize = 65536;
 
-// A guess by the first bytes that is less sure than this is none: every file of noise has bytes
-// that look like the header of something.
+// A guess by the first bytes that is less sure than this does not count: every file of noise has
+// bytes that look like the header of something.
 constexpr int kLeastScore = AVPROBE_SCORE_RETRY / 2;
 
 // The containers that are read, by libavformat's names. Lists of other files, pictures, devices and

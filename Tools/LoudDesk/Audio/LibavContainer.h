@@ -42,8 +42,8 @@ class LibavContainer {
   /// chosen one.
   Got ReadPacket(AVPacket& packet);
 
-  /// Frames of `sampleRate` that the container promises for the chosen stream, as far as it means
-  /// it exactly or nearly; `tolerance` is what may be lacking in an intact file.
+  /// Frames of `sampleRate` that the container promises for the chosen stream; `tolerance` is what
+  /// may be lacking in an intact file. Nothing where the container only estimates them.
   struct Promise {
     std::int64_t frames;
     std::int64_t tolerance;

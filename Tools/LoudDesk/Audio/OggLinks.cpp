@@ -32,7 +32,7 @@ std::uint32_t NumberAt(const unsigned char* bytes) {
   return number;
 }
 
-// Bytes of the page that the input stands at; 0 when the input ends within it, or when it is none.
+// Bytes of the page that the input stands at; 0 when the input ends within it, or there is none.
 std::size_t PageSize(ByteInput& input) {
   if (input.Ahead(kHeader) < kHeader || !BeginsPage(input.Bytes()))
     return 0;

@@ -11,9 +11,8 @@ namespace louddesk {
 
 class TaggedLinks : public LinkInput {
  public:
-  /// What the bytes at a position are, seen from the first byte of a link: bytes of a head that
-  /// begins there, 0 where none does. `ahead` bytes are there to be looked at, fewer than
-  /// `kLongestLook` only at the end.
+  /// The size of the head of a link that begins at `bytes`; 0 where none begins there. `ahead`
+  /// bytes may be looked at: at least `kLongestLook`, fewer only at the end of the input.
   using HeadFinder = std::size_t (*)(const unsigned char* bytes, std::size_t ahead);
   static constexpr std::size_t kLongestLook = 64;
 

@@ -37,7 +37,7 @@ bool IsWrittenAbove(double figure, double limit);
 /// The criteria in one line: their title, the target and the limits.
 std::string CriteriaText(const Criteria& criteria);
 
-/// The verdicts on all figures that have a limit, in the order of the report. Figures and
+/// The verdicts on all figures that have a limit, with the integrated loudness first. Figures and
 /// limits are judged as they are written, to a hundredth, so that no verdict contradicts the figure
 /// beside it; a figure on the limit keeps it. A figure at the end of its scale can break a limit
 /// but not keep it.

@@ -11,7 +11,7 @@
 
 namespace louddesk {
 
-/// Told the frames measured so far, once a block or rest that the meters have just taken.
+/// Called with the frames measured so far, once for each block or rest.
 using Progress = std::function<void(std::uint64_t)>;
 
 /// What is kept of a measurement beside its figures.

@@ -19,7 +19,7 @@ struct FileOutcome {
   std::string failure;
 };
 
-/// Told the share of a file that has been read, 0 ... 1.
+/// Called with the share of a file that has been read, 0 ... 1.
 using ShareTold = std::function<void(double)>;
 
 /// What is done with one file. Called on several threads at a time.

@@ -36,7 +36,7 @@ Sides SidesOf(const std::string& text) {
   return {text.substr(0, sign), text.substr(sign + 1)};
 }
 
-// A channel counted from 1; 0 for what is none.
+// A channel counted from 1; 0 for any other text.
 std::size_t ChannelIn(const std::string& text) {
   std::size_t channel = 0;
   const char* end = text.data() + text.size();
@@ -57,7 +57,7 @@ std::vector<std::size_t> ChannelsIn(const std::string& range) {
   return channels;
 }
 
-// The channels of a list of ranges; empty when one of them is none.
+// The channels of a list of ranges; empty when one of them is not a range.
 std::vector<std::size_t> ChannelsOf(const std::string& list) {
   std::vector<std::size_t> channels;
   for (std::size_t begin = 0; begin <= list.size();) {

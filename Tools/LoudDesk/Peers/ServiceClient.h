@@ -31,7 +31,7 @@ enum class Outcome {
 
 class ServiceClient {
  public:
-  /// Told every answer of the service as it comes, republications aside.
+  /// Called with every answer of the service as it comes, republications aside.
   using AnswerSink = std::function<void(const ServiceAnswer&)>;
 
   /// Talks to the service of `unit`, which must outlive it and have the application server of the

@@ -15,7 +15,7 @@ namespace louddesk {
 std::string DataPublisherFile(unsigned meterSet, unsigned cluster);
 std::string StatePublisherFile(unsigned meterSet, unsigned cluster);
 
-/// Where a service publishes. Without a meter set (0) the files do not tell its cluster, 0 then.
+/// Where a service publishes. Without a meter set (0) the cluster is 0: the files do not tell it.
 struct ServicePlace {
   unsigned meterSet;
   unsigned cluster;

@@ -37,7 +37,8 @@ struct Preset {
 };
 
 /// A preset whose meters 1, 2, ... stand for `speakers` and belong to `cluster` (from 1). No
-/// channel feeds the meter of the speaker "None", which so has no part in the programme.
+/// channel feeds the meter of a speaker that the service does not know, such as "None": it has no
+/// part in the programme.
 Preset PresetForSpeakers(const std::vector<std::string>& speakers, unsigned cluster);
 
 /// A loudness configuration; a new one asks for what the service starts with.

@@ -195,7 +195,7 @@ class Sender {
       configuration = InForce(configuration);
     for (const auto& set : change.settings)
       set(configuration);
-    configuration.originFromFp = false;  // who sends, which is no setting
+    configuration.originFromFp = false;  // it tells who sends; it is not a setting
     mClient.SendConfiguration(configuration);
     AwaitAcknowledgement(kCommandHint);
   }

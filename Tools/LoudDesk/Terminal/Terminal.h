@@ -14,7 +14,7 @@ struct screen;
 
 namespace louddesk {
 
-/// Keys that are no characters.
+/// Keys that are not characters.
 constexpr int kKeyUp = 0x110000;
 constexpr int kKeyDown = 0x110001;
 
@@ -37,7 +37,7 @@ class Terminal {
   /// What it can show, by the user's locale.
   Glyphs Glyph() const { return mGlyphs; }
 
-  /// Whether keys can come.
+  /// Whether standard input is a terminal, where keys can be pressed.
   bool HasKeys() const { return mHasKeys; }
 
   /// Shows the cells; only what has changed is written.

@@ -17,7 +17,7 @@ class Complaints {
   /// What a reader of the figures must know. The run has not failed.
   void Note(const std::string& text);
 
-  /// The run has failed, by what a note has told already.
+  /// The run has failed; a note has already told why.
   void Fail() { mStatus = 1; }
 
   /// Of the program: 0, or 1 after a complaint.

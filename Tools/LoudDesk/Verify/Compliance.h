@@ -28,7 +28,7 @@ struct ComplianceRow {
   ComplianceVerdict verdict = ComplianceVerdict::kNotRun;
 };
 
-/// Told each row as soon as it is known.
+/// Called with each row as soon as it is known.
 using RowSink = std::function<void(const ComplianceRow&)>;
 
 /// Measures every run of a case at the sample rate, unless the run has its own. There is one row

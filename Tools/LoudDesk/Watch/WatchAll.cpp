@@ -82,7 +82,7 @@ class AllClusters {
       service.Take();
   }
 
-  // Those that have published: a file alone is no service.
+  // Those that have published: a file alone is not a service.
   std::vector<WatchedService*> Publishing() {
     std::vector<WatchedService*> publishing;
     for (WatchedService& service : mServices)

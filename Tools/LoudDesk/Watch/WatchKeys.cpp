@@ -39,7 +39,7 @@ void TurnHelp(WatchLook& look, WatchModel&) {
 
 struct KeyRow {
   const char* keys;  // characters that do it
-  int key;           // one that is no character; 0: none
+  int key;           // one that is not a character; 0: none
   const char* help;
   void (*act)(WatchLook& look, WatchModel& model);
 };

@@ -40,7 +40,7 @@ std::unique_ptr<WatchView> MakeJsonView(std::ostream& out, std::ostream& errors)
 /// Lines for people: figures once a second, answers and changes of state as they come.
 std::unique_ptr<WatchView> MakeLineView(std::ostream& out);
 
-/// Told a command that the user gives, as messages call it.
+/// Called with a command that the user gives, as messages call it.
 using CommandSink = std::function<void(const std::string& command)>;
 
 /// The meter in the terminal's window; `send` takes the commands of one that controls the service.
