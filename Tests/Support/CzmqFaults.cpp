@@ -227,6 +227,10 @@ int zloop_reader(zloop_t* loop, zsock_t* socket, zloop_reader_fn handler, void* 
   return GoesOn(Call::LoopReader) ? LIBRARY(zloop_reader)(loop, socket, handler, argument) : -1;
 }
 
+int zloop_poller(zloop_t* loop, zmq_pollitem_t* item, zloop_fn handler, void* argument) {
+  return GoesOn(Call::LoopPoller) ? LIBRARY(zloop_poller)(loop, item, handler, argument) : -1;
+}
+
 void zloop_reader_set_tolerant(zloop_t* loop, zsock_t* socket) {
   if (GoesOn(Call::LoopTolerant))
     LIBRARY(zloop_reader_set_tolerant)(loop, socket);

@@ -25,6 +25,7 @@ enum class Call {
   LoopNew,       // zloop_new
   LoopDestroy,   // zloop_destroy of a loop
   LoopReader,    // zloop_reader
+  LoopPoller,    // zloop_poller
   LoopTolerant,  // zloop_reader_set_tolerant
   LoopTimer,     // zloop_timer
   LoopTimerEnd,  // zloop_timer_end

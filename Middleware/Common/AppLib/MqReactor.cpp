@@ -278,7 +278,7 @@ void MqReactor::ReportRenewal(const char* endpoint) {
 // Empties the queue of the links' events even if TendLinks is never called.
 void MqReactor::PollLinkEvents(MqLinkWatch& links) {
   zmq_pollitem_t item = links.PollItem();
-  if (item.socket == nullptr)
+  if (item.fd == kMqNoDescriptor)
     return;
   const auto takeNote = [](zloop_t*, zmq_pollitem_t*, void* watch) {
     static_cast<MqLinkWatch*>(watch)->TakeNote();
@@ -287,6 +287,7 @@ void MqReactor::PollLinkEvents(MqLinkWatch& links) {
   zloop_poller_end(mpLoop, &item);
   zloop_poller(mpLoop, &item, takeNote, &links);
   zloop_poller_set_tolerant(mpLoop, &item);
+  links.TakeNote();
 }
 
 void MqReactor::TendLinks() {
@@ -303,20 +304,27 @@ void MqReactor::TendAfterReading(bool binary) {
     (binary ? mBinLinks : mLinks).TendBetweenMessages(ReportRenewal);
 }
 
-// There is never anything to read. Polling the socket is enough to make the library handle its
-// clients.
+// There is never anything to read. Asking is enough to make the library handle the clients.
 void MqReactor::WatchClients(zsock_t* publisher) {
   LOUDCALC_ASSERT(IsValidReactor() && publisher != nullptr,
                   "IsValidReactor() && publisher != nullptr");
-  const auto nothing = [](zloop_t*, zsock_t*, void*) { return 0; };
-  const int rc = zloop_reader(mpLoop, publisher, nothing, nullptr);
+  const auto handleClients = [](zloop_t*, zmq_pollitem_t*, void* socket) {
+    int events = 0;
+    MqAskEvents(static_cast<zsock_t*>(socket), events);
+    return 0;
+  };
+  zmq_pollitem_t item = MqSignalItem(zsock_resolve(publisher));
+  const int rc = zloop_poller(mpLoop, &item, handleClients, publisher);
   LOUDCALC_ASSERT(rc != -1, "rc != -1");
-  zloop_reader_set_tolerant(mpLoop, publisher);
+  zloop_poller_set_tolerant(mpLoop, &item);
+  handleClients(mpLoop, &item, publisher);
 }
 
 void MqReactor::UnwatchClients(zsock_t* publisher) {
-  if (mpLoop != nullptr && publisher != nullptr)
-    zloop_reader_end(mpLoop, publisher);
+  if (mpLoop == nullptr || publisher == nullptr)
+    return;
+  zmq_pollitem_t item = MqSignalItem(zsock_resolve(publisher));
+  zloop_poller_end(mpLoop, &item);
 }
 
 void MqReactor::CloseMq() {
@@ -383,7 +391,7 @@ void MqReactor::Destroy(bool binary) {
   zsock_t* socket = UsableSock(binary);
   MqLinkWatch& links = binary ? mBinLinks : mLinks;
   zmq_pollitem_t events = links.PollItem();
-  if (events.socket != nullptr && mpLoop != nullptr)
+  if (events.fd != kMqNoDescriptor && mpLoop != nullptr)
     zloop_poller_end(mpLoop, &events);
   if (socket != nullptr)
     links.Stop();

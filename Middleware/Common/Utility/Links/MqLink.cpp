@@ -157,15 +157,14 @@ bool MqLinkWatch::IsAnyLostFor(std::int64_t milliseconds) const {
   });
 }
 
-// Whether neither a message nor the rest of one waits on the socket. This calls ZeroMQ directly:
-// CZMQ returns an uninitialised value when a signal interrupts the call.
+// Whether neither a message nor the rest of one waits on the socket.
 bool MqLinkWatch::IsIdle() const {
   int events = 0;
-  std::size_t size = sizeof events;
-  const auto ask = [&] {
-    return zmq_getsockopt(zsock_resolve(mpSocket), ZMQ_EVENTS, &events, &size);
-  };
-  return MqUninterrupted(ask) == 0 && (events & ZMQ_POLLIN) == 0;
+  return MqAskEvents(mpSocket, events) && (events & ZMQ_POLLIN) == 0;
+}
+
+zmq_pollitem_t MqLinkWatch::PollItem() const {
+  return MqSignalItem(mpEvents);
 }
 
 // The options of the socket are those of its last connection, which may have been of another kind.

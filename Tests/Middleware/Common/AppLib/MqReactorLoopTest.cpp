@@ -439,7 +439,7 @@ TEST_F(PublisherInLoopTest, PublisherThatIsNoLongerWatchedMayBeDestroyed) {
 
 TEST_F(MqReactorLoopDeathTest, PublisherThatCannotBeWatchedStopsTheProcess) {
   EXPECT_DEATH(reactor_->WatchClients(nullptr), "`IsValidReactor\\(\\) && publisher != nullptr'");
-  faults::Fail(Call::LoopReader);
+  faults::Fail(Call::LoopPoller);
   EXPECT_DEATH(reactor_->WatchClients(reactor_->mpSock), "`rc != -1'");
 }
 

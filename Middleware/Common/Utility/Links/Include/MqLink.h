@@ -76,8 +76,9 @@ class MqLinkWatch {
   /// Reads what happened to the links since the last call. Never waits.
   void TakeNote();
 
-  /// For a poll: readable when there are events to read. Its socket is null when there is no watch.
-  zmq_pollitem_t PollItem() const { return {mpEvents, 0, ZMQ_POLLIN, 0}; }
+  /// For a poll: readable when there are new events to read. Call TakeNote each time and once
+  /// before the first poll. Its descriptor is kMqNoDescriptor when there is no watch.
+  zmq_pollitem_t PollItem() const;
 
   /// Calls TakeNote and renews links that are lost for good, unless messages wait on the socket;
   /// subscriptions stay with the socket. Never waits. `report(endpoint)` is called for each of

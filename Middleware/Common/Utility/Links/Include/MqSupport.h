@@ -79,6 +79,32 @@ int MqSendFurther(Send send) {
   return result;
 }
 
+/// No file descriptor.
+constexpr int kMqNoDescriptor = -1;
+
+/// For a poll: readable when the library has been told something new for `socket`, a socket of
+/// libzmq. Without one (null) the descriptor is kMqNoDescriptor. A poll of the socket itself would
+/// cost two system calls more each time. Each time and once before the first poll, everything must
+/// be taken: it does not become readable again for what is left.
+inline zmq_pollitem_t MqSignalItem(void* socket) {
+  zmq_pollitem_t item = {nullptr, kMqNoDescriptor, ZMQ_POLLIN, 0};
+  std::size_t size = sizeof item.fd;
+  if (socket != nullptr)
+    zmq_getsockopt(socket, ZMQ_FD, &item.fd, &size);
+  return item;
+}
+
+/// Lets the library handle all that it has been told for `socket`, its clients for example, and
+/// asks whether it can be read (ZMQ_POLLIN) or written (ZMQ_POLLOUT). False when that fails. This
+/// calls libzmq directly: CZMQ returns an uninitialised value when a signal interrupts the call.
+inline bool MqAskEvents(zsock_t* socket, int& events) {
+  std::size_t size = sizeof events;
+  const auto ask = [&] {
+    return zmq_getsockopt(zsock_resolve(socket), ZMQ_EVENTS, &events, &size);
+  };
+  return MqUninterrupted(ask) == 0;
+}
+
 /// Connect or bind a socket to an endpoint, repeated after signals. -1 with `errno` on failure.
 inline int MqConnect(zsock_t* socket, const char* endpoint) {
   return MqUninterrupted([=] { return zsock_connect(socket, "%s", endpoint); });

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "CzmqFaults.h"
+#include "MqSupport.h"
 #include "MqTestKit.h"
 
 namespace {
@@ -289,13 +290,14 @@ TEST_F(MqLinkTest, TakingNoteRenewsNothing) {
 
 TEST_F(MqLinkTest, PollSeesThatThereIsSomethingToTakeNoteOf) {
   zmq_pollitem_t item = mWatch.PollItem();
-  ASSERT_NE(item.socket, nullptr);
+  ASSERT_NE(item.fd, kMqNoDescriptor);
+  mWatch.TakeNote();
   EXPECT_EQ(zmq_poll(&item, 1, 0), 0);
   BindPeer(ZMQ_XPUB);
   Connect();
   EXPECT_EQ(zmq_poll(&item, 1, mqtest::kDeadlineMs), 1);
   mWatch.Stop();
-  EXPECT_EQ(mWatch.PollItem().socket, nullptr);
+  EXPECT_EQ(mWatch.PollItem().fd, kMqNoDescriptor);
   mWatch.TakeNote();
 }
 
