@@ -205,24 +205,39 @@ void LibavDecoder::Suspect(std::int64_t lostTicks) {
 // Where something was wrong the times tell how much is lost; in some containers they tell that
 // something is.
 void LibavDecoder::CheckTime() {
-  std::int64_t gap = 0;
-  if (mFrame->best_effort_timestamp != AV_NOPTS_VALUE) {
-    const std::int64_t time = FramesOf(mFrame->best_effort_timestamp);
-    gap = time - mNextTime.value_or(time);
-    mNextTime = time + mFrame->nb_samples;
-  } else {
-    mNextTime.reset();
-  }
+  const double place = mLeaptAt.value_or(Here());
+  std::int64_t gap = TakeGap();
   const auto least = mContainer.LeastGap();
   const double seconds = static_cast<double>(gap) / mFrame->sample_rate;
   if (seconds > kLongestGap || seconds < 0.0)
     gap = 0;
   if (mIsSuspect || (least && gap > 0 && seconds >= *least))
-    CountLoss(std::max(gap, mLost));
+    CountLoss(place, std::max(gap, mLost));
 }
 
-void LibavDecoder::CountLoss(std::int64_t frames) {
-  mDamage.places.push_back(Here());
+// Frames from the end of the last frame to the time of this one. Where nothing was wrong, the time
+// of one frame alone proves nothing: that of a Vorbis frame between long and short blocks may be
+// too late. A leap counts when the next frame keeps to it.
+std::int64_t LibavDecoder::TakeGap() {
+  if (mFrame->best_effort_timestamp == AV_NOPTS_VALUE) {
+    mNextTime.reset();
+    mLeaptAt.reset();
+    return 0;
+  }
+  const std::int64_t time = FramesOf(mFrame->best_effort_timestamp);
+  const std::int64_t gap = time - mNextTime.value_or(time);
+  if (gap != 0 && !mLeaptAt && !mIsSuspect) {
+    mLeaptAt = Here();
+    *mNextTime += mFrame->nb_samples;
+    return 0;
+  }
+  mLeaptAt.reset();
+  mNextTime = time + mFrame->nb_samples;
+  return gap;
+}
+
+void LibavDecoder::CountLoss(double place, std::int64_t frames) {
+  mDamage.places.push_back(place);
   mDamage.missing += static_cast<double>(frames) / mFormat.sampleRate;
   mIsLossUnknown = mIsLossUnknown || frames == 0;
   mIsSuspect = false;

@@ -61,7 +61,8 @@ class LibavDecoder {
   void CheckKind() const;
   void CheckTime();
   void CheckLength();
-  void CountLoss(std::int64_t frames);
+  std::int64_t TakeGap();
+  void CountLoss(double place, std::int64_t frames);
   void Convert();
   std::int64_t FramesOf(std::int64_t ticks) const;
   double Here() const;
@@ -83,6 +84,7 @@ class LibavDecoder {
   std::int64_t mDecoded = 0;     // frames in all, so far
 
   std::optional<std::int64_t> mNextTime;    // in frames; nothing: the file does not say
+  std::optional<double> mLeaptAt;           // s; where the last frame's time was not mNextTime
   std::optional<std::int64_t> mMostPlayed;  // frames; what is decoded behind is padding
   int mGoodSize = 0;                        // bytes of the last packet that was decoded
   bool mIsSuspect = false;                  // something was wrong since the last good frame

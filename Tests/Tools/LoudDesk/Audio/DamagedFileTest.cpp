@@ -96,6 +96,17 @@ TEST_F(DamagedFileTest, WhatIsDamagedInTheMiddleIsLeftOutAndNamed) {
   }
 }
 
+// Sharp sounds make a Vorbis encoder go over to short blocks and back, ten times a second here.
+TEST_F(DamagedFileTest, IntactVorbisOfSharpSoundsIsNotDamaged) {
+  std::vector<double> clicks(2 * kRate * 5);
+  for (std::size_t frame = 1000; frame < clicks.size() / 2; frame += kRate / 10)
+    clicks[2 * frame] = clicks[2 * frame + 1] = 0.9;
+  mDirectory.Write("clicks.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, kRate, 2, clicks);
+  const Outcome outcome = Read(mDirectory.Make("clicks.ogg", "oggenc -Q -o %o %d/clicks.wav"));
+  EXPECT_NEAR(outcome.there, 5.0, 1e-9);
+  EXPECT_TRUE(outcome.damage.IsNone()) << outcome.damage.places.size() << " places";
+}
+
 // 2000 bytes of an MP3 of 128 kbit/s are 125 ms; a frame that needs bits of a lost one is lost too.
 TEST_F(DamagedFileTest, WhatIsNotAFrameOfAnMp3IsMissing) {
   for (const char* options : {"-b128", "-b128 -t"}) {
