@@ -14,7 +14,6 @@
 
 #include "BlockMeter.h"
 #include "BlockStream.h"
-#include "FileSource.h"
 #include "PrintableText.h"
 #include "SpeakerNames.h"
 
