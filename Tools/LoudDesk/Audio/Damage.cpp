@@ -28,11 +28,9 @@ std::string PlacesText(const std::vector<double>& places) {
       names.push_back(ShortClockText(place));
   if (places.size() > named)
     names.push_back(fmt::format("{} more places", places.size() - named));
-  std::string last = names.back();
-  names.pop_back();
-  if (names.empty())
-    return last;
-  return fmt::format("{} and {}", fmt::join(names, ", "), last);
+  if (names.size() == 1)
+    return names.front();
+  return fmt::format("{} and {}", fmt::join(names.begin(), names.end() - 1, ", "), names.back());
 }
 
 // "0.06 % of the file", or "the file" where nobody knows how much.

@@ -2,6 +2,8 @@
 
 #include "CommandLine.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <filesystem>
 
@@ -42,10 +44,7 @@ std::vector<std::string> SubcommandsOf(const CLI::App& app) {
 
 // "measure, unit, verify, watch or send".
 std::string Choice(const std::vector<std::string>& names) {
-  std::string text;
-  for (std::size_t i = 0; i < names.size(); ++i)
-    text += (i == 0 ? "" : i + 1 == names.size() ? " or " : ", ") + names[i];
-  return text;
+  return fmt::format("{} or {}", fmt::join(names.begin(), names.end() - 1, ", "), names.back());
 }
 
 bool IsOption(const std::string& word) {

@@ -2,6 +2,8 @@
 
 #include "CsvFormat.h"
 
+#include <fmt/format.h>
+
 #include <vector>
 
 #include "FigureFormat.h"
@@ -45,13 +47,6 @@ std::string SpeakersOf(const Programme& programme) {
   for (const ProgrammeChannel& member : programme)
     speakers += (speakers.empty() ? "" : " ") + ShortSpeakerName(member.speaker);
   return speakers;
-}
-
-std::string Joined(const std::vector<std::string>& words) {
-  std::string text;
-  for (const std::string& word : words)
-    text += (text.empty() ? "" : " ") + word;
-  return text;
 }
 
 std::string StabilityOf(const Figures& figures) {
@@ -112,7 +107,7 @@ std::string CsvRow(const Subject& subject, const Assessment& assessment, const C
               TimeText(figures.maxShortTerm, figures.maxShortTermAt),
               Text(figures.maxTruePeak),
               TimeText(figures.maxTruePeak, figures.maxTruePeakAt),
-              Joined(KeysAtLeast(figures)),
+              fmt::format("{}", fmt::join(KeysAtLeast(figures), " ")),
               criteria.name,
               Text(criteria.target),
               Text(assessment.gain.toTarget),
