@@ -1,7 +1,11 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a task needs and this machine lacks; prints nothing if none is missing.
 # With --list it only prints what the task needs, one package a line.
-# Usage: install-missing.sh [--list] service|build|demo|package|cross-package|check|check-packages|docs
+# For aarch64 it also makes build/aarch64-root, unless it is there: the libraries that the build for the board
+# links and its programs load. They have a root of their own because libczmq-dev of two architectures cannot be
+# installed side by side: it needs libnss3-dev, which cannot.
+# Usage: install-missing.sh [--list]
+#   service|build|demo|package|cross-package|check|check-packages|docs|aarch64
 set -euo pipefail
 
 list=
@@ -23,6 +27,7 @@ check=(clang clang-tidy cppcheck libclang-rt-dev llvm clang-format libgtest-dev 
        flac lame opus-tools vorbis-tools wavpack libebur128-dev tmux libfaketime nftables
        valgrind iproute2 python3 python3-jsonschema systemd bash-completion xz-utils)
 docs=(doxygen)
+aarch64=(g++-aarch64-linux-gnu qemu-user-static mmdebstrap)
 
 case "${1:-}" in
   service) wanted=("${service[@]}") ;;
@@ -33,7 +38,8 @@ case "${1:-}" in
   cross-package) wanted=("${cross_package[@]}") ;;
   check-packages) wanted=("${build[@]}" "${package[@]}" "${check_packages[@]}") ;;
   check) wanted=("${build[@]}" "${check[@]}" "${docs[@]}") ;;
-  *) echo "usage: $0 [--list] service|build|demo|package|cross-package|check|check-packages|docs" >&2; exit 2 ;;
+  aarch64) wanted=("${build[@]}" "${check[@]}" "${aarch64[@]}") ;;
+  *) echo "usage: $0 [--list] service|build|demo|package|cross-package|check|check-packages|docs|aarch64" >&2; exit 2 ;;
 esac
 
 if [ "$list" ]; then
@@ -47,20 +53,53 @@ as_root() {
   if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
 }
 
-missing=()
-for package in "${wanted[@]}"; do
-  installed "$package" || missing+=("$package")
-done
-[ ${#missing[@]} -gt 0 ] || exit 0
-
-echo "Installing: ${missing[*]}"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-install() {
-  as_root apt-get update -qq &&
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+
+# Runs a command whose output matters only when it fails.
+quietly() {
+  "$@" >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
 }
-if ! install >"$log" 2>&1; then
-  cat "$log" >&2
-  exit 1
-fi
+
+install_on_this_machine() {
+  local package missing=()
+  for package in "${wanted[@]}"; do
+    installed "$package" || missing+=("$package")
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
+  echo "Installing: ${missing[*]}"
+  quietly as_root apt-get update -qq
+  quietly as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+
+# What is linked and loaded; the rest of what a check needs runs on this machine.
+libraries_of_the_board() {
+  printf '%s\n' libc6-dev libstdc++6 "${build[@]}" "${check[@]}" |
+    grep -E -- '-dev$|^libstdc|^libfaketime$' | grep -v -x -e libclang-rt-dev -e libbenchmark-dev | paste -sd,
+}
+
+make_root_of_the_board() {
+  local root packages suite
+  root=$(cd "$(dirname "$0")/.." && pwd)/build/aarch64-root
+  packages=$(libraries_of_the_board)
+  [ "$(cat "$root/packages" 2>/dev/null)" != "$packages" ] || return 0
+  echo "Making the root of the board: $packages"
+  suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+  mkdir -p "$root/.."
+  as_root rm -rf "$root" "$root.new"
+  quietly as_root mmdebstrap --variant=extract --architectures=arm64 --include="$packages" "$suite" "$root.new"
+  as_root chown -R "$(id -u):$(id -g)" "$root.new"
+  chmod 755 "$root.new"
+  # Programs in the emulator look here first for every file, so nothing of this machine's own may be hidden.
+  find "$root.new" -mindepth 1 -maxdepth 1 ! -name usr ! -name 'lib*' -exec rm -rf {} +
+  # Links that begin at the root would lead the linker out of it.
+  find "$root.new" -type l -lname '/*' -printf '%p %l\n' | while read -r link target; do
+    ln -sfnr "$root.new$target" "$link"
+  done
+  echo "$packages" >"$root.new/packages"
+  mv "$root.new" "$root"
+}
+
+install_on_this_machine
+[ "$1" != aarch64 ] || make_root_of_the_board

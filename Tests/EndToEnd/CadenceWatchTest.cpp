@@ -9,12 +9,14 @@
 #include <memory>
 #include <thread>
 
+#include "Emulation.h"
+
 namespace {
 
 using std::chrono::milliseconds;
 
 constexpr char kFile[] = "cadence-watch.ipc";
-constexpr milliseconds kPatience{20000};
+constexpr milliseconds kPatience{20000 * kSlowness};
 constexpr milliseconds kSilence{300};
 
 /// A publisher and its watch.

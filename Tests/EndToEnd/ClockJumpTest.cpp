@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "Emulation.h"
 #include "FaultyUnit.h"
 
 namespace {
@@ -19,7 +20,7 @@ class ClockJumpTest : public FaultyUnit {
   void SetUp() override {
     SetOffset("+0");
     ServiceStart start;
-    start.environment = {{"LD_PRELOAD", LIBFAKETIME},
+    start.environment = {PreloadOf(LIBFAKETIME),
                          {"FAKETIME_TIMESTAMP_FILE", kOffsetFile},
                          {"FAKETIME_NO_CACHE", "1"},
                          {"FAKETIME_DONT_FAKE_MONOTONIC", "1"}};

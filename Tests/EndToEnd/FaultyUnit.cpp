@@ -6,6 +6,7 @@
 #include <csignal>
 #include <iostream>
 
+#include "Emulation.h"
 #include "Endpoints.h"
 
 using louddesk::Peer;
@@ -16,7 +17,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr char kClientPlace[] = "DataClient";
 
-constexpr std::chrono::milliseconds kServedSoon{5000};
+constexpr std::chrono::milliseconds kServedSoon{5000 * kSlowness};
 
 // Ten times what the queues of all peers hold when full. Freed memory that a sanitizer retains
 // counts too.

@@ -9,6 +9,7 @@
 #include <iostream>
 
 #include "CadenceWatch.h"
+#include "Emulation.h"
 #include "Endpoints.h"
 #include "RunningService.h"
 
@@ -33,10 +34,10 @@ constexpr long kBoundOfLargestKib = 1000 * 512 + kBoundKib;
 
 /// A service under a continuous flood gets no more of a busy machine than other processes. On an
 /// idle one the gaps between messages are 115 ms.
-constexpr std::chrono::milliseconds kLongestGap{2000};
+constexpr std::chrono::milliseconds kLongestGap{2000 * kSlowness};
 
 /// The service's promise is a second.
-constexpr std::chrono::milliseconds kLenientEnd{5000};
+constexpr std::chrono::milliseconds kLenientEnd{5000 * kSlowness};
 
 struct FloodCase {
   const char* kind;  // as FloodSender knows it

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "Emulation.h"
 #include "FaultyUnit.h"
 
 namespace {
@@ -19,7 +20,7 @@ class InterruptionTest : public FaultyUnit {
 
   static ServiceStart Interrupted() {
     ServiceStart start;
-    start.environment = {{"LD_PRELOAD", INTERRUPTED_POLLS}, {"INTERRUPTED_POLLS_FILE", kCountFile}};
+    start.environment = {PreloadOf(INTERRUPTED_POLLS), {"INTERRUPTED_POLLS_FILE", kCountFile}};
     return start;
   }
 };

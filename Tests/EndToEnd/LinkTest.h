@@ -9,6 +9,7 @@
 #include <string>
 
 #include "CountedPeer.h"
+#include "Emulation.h"
 #include "RunningService.h"
 
 /// Any of the peers whose links may be disturbed, as the name of a test.
@@ -16,7 +17,7 @@ const char* NameOf(louddesk::Peer peer);
 
 /// How soon a peer must be served after its link can work again, on the busiest machine. The
 /// service's own promise is two seconds; what was measured is printed.
-constexpr std::chrono::milliseconds kLenientReturn{6000};
+constexpr std::chrono::milliseconds kLenientReturn{6000 * kSlowness};
 
 class LinkTest : public RunningService {
  protected:

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "Emulation.h"
 #include "LuEnumerations.h"
 #include "SecondComputation.h"
 #include "ServiceProcess.h"
@@ -23,7 +24,7 @@
 #include "UnitStandIn.h"
 
 /// Enough for a machine that builds at the same time; only failures take so long.
-constexpr std::chrono::milliseconds kPatience{20000};
+constexpr std::chrono::milliseconds kPatience{20000 * kSlowness};
 
 /// Period of the loudness data.
 constexpr std::chrono::milliseconds kPeriod{100};

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <thread>
 
+#include "Emulation.h"
 #include "FaultyUnit.h"
 
 namespace {
@@ -92,11 +93,11 @@ TEST_F(SuspensionTest, ResumedServiceSendsOneLateMessageAndThenKeepsItsGrid) {
 /// How long the service may take from a signal to its end, in ms: as promised, except under a
 /// sanitizer; and on the busiest machine.
 #ifdef __SANITIZE_ADDRESS__
-constexpr double kMostOfTheMedian = 600;
+constexpr double kMostOfTheMedian = 600 * kSlowness;
 #else
-constexpr double kMostOfTheMedian = 150;
+constexpr double kMostOfTheMedian = 150 * kSlowness;
 #endif
-constexpr double kMostOfAny = 5000;
+constexpr double kMostOfAny = 5000 * kSlowness;
 
 /// A signal-processing stage that publishes blocks as fast as it can, while it lives.
 class BlockFlood {

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "Emulation.h"
 #include "MqNames.h"
 #include "PubHandler.h"
 #include "PublishLoudness.h"
@@ -55,7 +56,7 @@ class PublishedMessages {
   }
 
  private:
-  static constexpr int kDeadlineMs = 10000;
+  static constexpr int kDeadlineMs = 10000 * kSlowness;
   static constexpr int kRetryMs = 5;
 
   static zsock_t* Subscribe(const char* prefix, std::uint32_t meterSet, std::uint32_t cluster) {

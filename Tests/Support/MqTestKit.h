@@ -8,12 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "Emulation.h"
 #include "Logger.h"
 
 namespace mqtest {
 
 /// The longest wait.
-constexpr int kDeadlineMs = 10000;
+constexpr int kDeadlineMs = 10000 * kSlowness;
 
 /// A message, frame by frame.
 using Frames = std::vector<std::string>;

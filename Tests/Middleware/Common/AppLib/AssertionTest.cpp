@@ -15,6 +15,8 @@
 
 #include <unistd.h>
 
+#include "Emulation.h"
+
 using testing::EndsWith;
 using testing::KilledBySignal;
 
@@ -23,7 +25,8 @@ namespace {
 constexpr char kThisFile[] = "Tests/Middleware/Common/AppLib/AssertionTest.cpp";
 
 std::string Report(const std::string& file, int line, const std::string& text) {
-  return file + ":" + std::to_string(line) + ": Assertion `" + text + "' failed.\n";
+  return file + ":" + std::to_string(line) + ": Assertion `" + text + "' failed.\n" +
+         kEmulatorAtAbort;
 }
 
 void FailWithOutputPending() {

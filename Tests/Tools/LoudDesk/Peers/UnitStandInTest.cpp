@@ -11,6 +11,7 @@
 
 #include <cstdio>
 
+#include "Emulation.h"
 #include "Isolation.h"
 #include "MqNames.h"
 #include "ProbeMatrixConf.h"
@@ -28,7 +29,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-constexpr Patience kPatience{20000};
+constexpr Patience kPatience{20000 * kSlowness};
 
 /// The text of the error with which `action` ends.
 template <typename Action>

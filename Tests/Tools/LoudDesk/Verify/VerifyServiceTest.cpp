@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Compliance.h"
+#include "Emulation.h"
 #include "ServiceClient.h"
 #include "ServiceProcess.h"
 #include "ServiceUnderTest.h"
@@ -25,7 +26,7 @@ using testing::StartsWith;
 using Arguments = std::vector<std::string>;
 
 // Enough for a machine that builds at the same time; only failures ever take so long.
-constexpr ServiceProcess::Patience kPatience{60000};
+constexpr ServiceProcess::Patience kPatience{60000 * kSlowness};
 
 class VerifyServiceTest : public testing::Test {
  protected:

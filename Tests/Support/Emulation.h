@@ -1,0 +1,28 @@
+// What a test must know of the emulator in which a build for another machine runs.
+
+#pragma once
+
+#include <string>
+#include <utility>
+
+/// How many times longer than on a desk anything may take. Every tolerance of time that an emulator
+/// may widen is multiplied by it, and nothing else.
+constexpr int kSlowness = LOUDCALC_TEST_SLOWNESS;
+
+#ifdef LOUDCALC_TEST_EMULATED
+constexpr bool kIsEmulated = true;
+#else
+constexpr bool kIsEmulated = false;
+#endif
+
+/// What the emulator adds to the error stream of a program that aborts.
+constexpr const char* kEmulatorAtAbort =
+    kIsEmulated ? "qemu: uncaught target signal 6 (Aborted) - core dumped\n" : "";
+
+/// Environment variable, with its value, by which a program loads `library` before its own. It must
+/// not reach this machine's own programs, which start the emulator.
+inline std::pair<const std::string, std::string> PreloadOf(const std::string& library) {
+  if (kIsEmulated)
+    return {"QEMU_SET_ENV", "LD_PRELOAD=" + library};
+  return {"LD_PRELOAD", library};
+}
