@@ -5,6 +5,7 @@
 // definition, and stay near libebur128's own.
 
 #include <ebur128.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 #include <sndfile.h>
@@ -88,6 +89,9 @@ constexpr Recording kRecordings[] = {
     {"MusicOfThreeMinutes", "hex-a-hop-data",
      "/usr/share/games/hex-a-hop/hex-a-hop/music-game-1.ogg"},
 };
+
+constexpr Recording kLongestRecording = {"MusicOfFiveMinutes", "hex-a-hop-data",
+                                         "/usr/share/games/hex-a-hop/hex-a-hop/music-game.ogg"};
 
 struct Figures {
   double integrated = 0.0;   // LKFS
@@ -441,8 +445,7 @@ INSTANTIATE_TEST_SUITE_P(OfDebian, RecordingsTest, testing::ValuesIn(kRecordings
 std::vector<Recording> LongRecordings() {
   const std::set<std::string> names = {"VoicesAndNoiseInARow", "AlarmClock", "MusicOfOneMinute",
                                        "MusicOfThreeMinutes"};
-  std::vector<Recording> recordings = {{"MusicOfFiveMinutes", "hex-a-hop-data",
-                                        "/usr/share/games/hex-a-hop/hex-a-hop/music-game.ogg"}};
+  std::vector<Recording> recordings = {kLongestRecording};
   std::copy_if(std::begin(kRecordings), std::end(kRecordings), std::back_inserter(recordings),
                [&](const Recording& recording) { return names.count(recording.name) > 0; });
   return recordings;
@@ -450,5 +453,35 @@ std::vector<Recording> LongRecordings() {
 
 INSTANTIATE_TEST_SUITE_P(OfDebian, LongRecordingsTest, testing::ValuesIn(LongRecordings()),
                          [](const auto& test) { return std::string(test.param.name); });
+
+#ifdef LOUDDESK_OF_THIS_MACHINE
+class AllRecordingsTest : public RecordingsTest {};
+
+// The figures of a file as JSON, and those of its every block.
+std::string AllFiguresOf(const std::string& louddesk, const std::string& path) {
+  const test_audio::AudioDirectory directory;
+  const std::string series = directory.Path("series.csv");
+  const std::string figures =
+      OutputOf("'" + louddesk + "' measure --format json --series '" + series + "' '" + path + "'");
+  return figures + test_audio::BytesOf(series);
+}
+
+// Lossy formats too: their decoders compute alike.
+TEST_P(AllRecordingsTest, FiguresAreThoseOfTheBuildForThisMachine) {
+  SCOPED_TRACE(GetParam().path);
+  const std::string theirs = AllFiguresOf(LOUDDESK_OF_THIS_MACHINE, Path());
+  ASSERT_THAT(theirs, testing::StartsWith("{")) << "nothing from " LOUDDESK_OF_THIS_MACHINE;
+  EXPECT_EQ(theirs, AllFiguresOf(kLoudDesk, Path()));
+}
+
+std::vector<Recording> AllRecordings() {
+  std::vector<Recording> recordings(std::begin(kRecordings), std::end(kRecordings));
+  recordings.push_back(kLongestRecording);
+  return recordings;
+}
+
+INSTANTIATE_TEST_SUITE_P(OfDebian, AllRecordingsTest, testing::ValuesIn(AllRecordings()),
+                         [](const auto& test) { return std::string(test.param.name); });
+#endif
 
 }  // namespace
