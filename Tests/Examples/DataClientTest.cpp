@@ -1,0 +1,172 @@
+// The example data client beside the shipped service.
+
+#include <czmq.h>
+
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+
+#include "ExampleProcess.h"
+#include "RunningService.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+constexpr char kGap[] = "no data for 1 s: ";
+constexpr char kNotData[] = "a message that is not loudness data is left out";
+
+/// Level of each channel at which a 5.1 programme, whose weights are 3 x 1 and 2 x 1.41, has
+/// `lkfs`.
+double ChannelLevel(double lkfs) {
+  return lkfs - 10 * std::log10(3 + 2 * 1.41);
+}
+
+class DataClientTest : public RunningService, public testing::WithParamInterface<Language> {
+ protected:
+  void StartClient(const std::vector<std::string>& arguments = {}) {
+    mClient = StartExample(GetParam(), arguments);
+  }
+
+  /// A line among those that come from now on.
+  void ExpectPrints(const std::string& text) {
+    EXPECT_TRUE(mClient->WaitForLine(text, kPatience, mRead))
+        << text << "\n"
+        << mClient->StandardOutput() << mClient->StandardError() << Output();
+  }
+
+  void SkipPrinted() { mRead = mClient->LineCount(); }
+
+  std::unique_ptr<ServiceProcess> mClient;
+  std::size_t mRead = 0;  // lines
+};
+
+INSTANTIATE_TEST_SUITE_P(Languages, DataClientTest,
+                         testing::ValuesIn(LanguagesOf("data_client.py")),
+                         [](const auto& language) { return language.param.name; });
+
+TEST_P(DataClientTest, PrintsTheFiguresAndSaysWhenTheyNoLongerChange) {
+  ASSERT_NO_FATAL_FAILURE(Start());
+  StartMeasuring();
+  StartClient();
+  ExpectPrints("M   ---  S   ---  I   --- LKFS  TP    --- dBTP  no block yet");
+  // Three blocks of warm-up, and integrated loudness with the tenth.
+  Feed(20, ChannelLevel(-23.0), 16384);
+  ExpectPrints("M -23.0  S -23.0  I -23.0 LKFS  TP  -6.02 dBTP");
+  ExpectPrints("M -23.0  S -23.0  I -23.0 LKFS  TP  -6.02 dBTP  no change for 3 s");
+  ExpectPrints("  no change for 4 s");
+
+  SkipPrinted();
+  Feed(4, ChannelLevel(-33.0), 8192);
+  ExpectPrints("M -33.0");
+  ExpectPrints("LKFS  TP -12.04 dBTP");
+}
+
+TEST_P(DataClientTest, TellsAPauseFromBlocksThatStop) {
+  ASSERT_NO_FATAL_FAILURE(Start());
+  StartMeasuring();
+  StartClient();
+  Feed(20, ChannelLevel(-23.0));
+  ExpectPrints("M -23.0");
+  SendCommand("Pause");
+  ExpectPrints("  paused");
+  SkipPrinted();
+  for (int message = 0; message < 40; ++message)
+    ASSERT_TRUE(mUnit.NextLoudnessData(kPatience));
+  ExpectPrints("  paused");
+  EXPECT_THAT(mClient->StandardOutput(), testing::Not(HasSubstr("no change")));
+}
+
+TEST_P(DataClientTest, SilenceIsNotTakenForAFault) {
+  ASSERT_NO_FATAL_FAILURE(Start());
+  StartMeasuring();
+  StartClient();
+  // No power and no peak, which count as 1.
+  louddesk::BlockReading silence;
+  for (int block = 0; block < 10; ++block)
+    mUnit.SendRaw(silence);
+  ExpectPrints("M   ---  S   ---  I   --- LKFS  TP -90.31 dBTP");
+  mUnit.DropLoudnessData();
+  for (int message = 0; message < 40; ++message)
+    ASSERT_TRUE(mUnit.NextLoudnessData(kPatience));
+  EXPECT_THAT(mClient->StandardOutput(), testing::Not(HasSubstr("no change")));
+}
+
+TEST_P(DataClientTest, SaysThatThereIsNoProgramme) {
+  ASSERT_NO_FATAL_FAILURE(Start());
+  StartMeasuring();
+  StartClient();
+  ExpectPrints("no block yet");
+  SendPreset("{}");
+  ExpectPrints("M   ---  S   ---  I   --- LKFS  TP    --- dBTP  no programme");
+  ExpectPrints(kGap);
+}
+
+TEST_P(DataClientTest, OutlivesAServiceThatStartsLateAndAgain) {
+  StartClient();
+  ExpectPrints(kGap);
+  ASSERT_NO_FATAL_FAILURE(Start());
+  StartMeasuring();
+  ExpectPrints("data again");
+  SkipPrinted();
+  ExpectCleanEnd(SIGTERM);
+  ExpectPrints(kGap);
+  SkipPrinted();
+  ASSERT_NO_FATAL_FAILURE(StartAgain());
+  StartMeasuring();
+  ExpectPrints("data again");
+  Feed(20, ChannelLevel(-23.0), 16384);
+  ExpectPrints("M -23.0  S -23.0  I -23.0 LKFS  TP  -6.02 dBTP");
+}
+
+TEST_P(DataClientTest, LeavesOutWhatIsNotLoudnessData) {
+  zsys_dir_create("/run/shm/mq");
+  zsock_t* publisher = zsock_new(ZMQ_XPUB);
+  zsock_set_xpub_verbose(publisher, 1);
+  ASSERT_EQ(0, zsock_bind(publisher, "ipc:///run/shm/mq/ProbeLc1LoudnessDataPub-m1c1.ipc"));
+  StartClient();
+  for (int subscriber = 0; subscriber < 2; ++subscriber) {  // the unit's own and the example
+    zmsg_t* subscription = zmsg_recv(publisher);
+    zmsg_destroy(&subscription);
+  }
+  zstr_send(publisher, "LoudnessData");
+  zstr_sendx(publisher, "LoudnessData2", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12",
+             nullptr);
+  zstr_sendx(publisher, "LoudnessData", "aa", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12",
+             nullptr);
+  ExpectPrints(kNotData);
+  // A pair of the letter P is 0x5050 = 20560.
+  zstr_sendx(publisher, "LoudnessData", "PP", "PP", "PP", "PP", "PP", "PP", "PP", "PP", "PP", "PP",
+             "PP", nullptr);
+  ExpectPrints("M 2056.0  S 2056.0  I 2056.0 LKFS  TP 205.60 dBTP");
+  const auto lines = mClient->Lines();
+  EXPECT_EQ(3, std::count_if(lines.begin(), lines.end(),
+                             [](const auto& line) { return line.text == kNotData; }));
+  zsock_destroy(&publisher);
+}
+
+TEST_P(DataClientTest, EndsInOrderOnEverySignal) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    StartClient({"2", "8"});
+    mRead = 0;
+    ExpectPrints(kGap);
+    mClient->Signal(signal);
+    const auto report = mClient->WaitForExit(kPatience);
+    ASSERT_TRUE(report);
+    EXPECT_EQ(0, report->signal);
+    EXPECT_EQ(0, report->status) << mClient->StandardError();
+  }
+}
+
+TEST_P(DataClientTest, WrongArgumentsAreRefused) {
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"0"}, {"1", "9"}, {"1", "x"}, {"-1"}, {"1", "1", "1"}, {""}}) {
+    StartClient(arguments);
+    const auto report = mClient->WaitForExit(kPatience);
+    ASSERT_TRUE(report);
+    EXPECT_EQ(2, report->status);
+    EXPECT_THAT(mClient->StandardError(), testing::StartsWith("usage: "));
+  }
+}
+
+}  // namespace
