@@ -23,10 +23,10 @@ class LinkInput;
 /// One audio file, open for reading from its beginning.
 class AudioFile {
  public:
-  /// Opens a file, a pipe or, as "-", standard input, of one of the formats in the README, and in
-  /// it the audio stream of that number, counted from 1, or the one that players choose. Throws
-  /// `AudioFileError` for one that is missing, empty, a directory, without audio, of more than 32
-  /// channels or of a sample rate outside 8 to 192 kHz.
+  /// Opens a file, a pipe or, as "-", standard input, of one of the formats in Docs/MEASURING.md,
+  /// and in it the audio stream of that number, counted from 1, or the one that players choose.
+  /// Throws `AudioFileError` for one that is missing, empty, a directory, without audio, of more
+  /// than 32 channels or of a sample rate outside 8 to 192 kHz.
   explicit AudioFile(const std::string& path, std::optional<std::size_t> stream = std::nullopt);
   ~AudioFile();
 

@@ -24,7 +24,7 @@ constexpr int kBufferSize = 65536;
 constexpr int kLeastScore = AVPROBE_SCORE_RETRY / 2;
 
 // The containers that are read, by libavformat's names. Lists of other files, pictures, devices and
-// the like are not among them. README names them for users.
+// the like are not among them. Docs/MEASURING.md names them for users.
 constexpr char kWav[] = "wav";
 constexpr char kMp4[] = "mov,mp4,m4a,3gp,3g2,mj2";
 constexpr char kCaf[] = "caf";

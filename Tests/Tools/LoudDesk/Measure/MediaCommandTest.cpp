@@ -88,7 +88,7 @@ class MediaCommandTest : public testing::Test {
   AudioDirectory mDirectory;
 };
 
-// Each format that the README names, as ffmpeg writes it. Codecs of blocks may pad.
+// Each format that Docs/MEASURING.md names, as ffmpeg writes it. Codecs of blocks may pad.
 TEST_F(MediaCommandTest, EveryFormatInTheReadmeIsMeasured) {
   WriteTone("tone.wav", -23.0);
   const std::pair<const char*, const char*> cases[] = {
