@@ -10,11 +10,6 @@
 namespace louddesk {
 namespace {
 
-using test_programmes::Assessed;
-using test_programmes::FactsOf;
-using test_programmes::Silence;
-using test_programmes::Stereo;
-using test_programmes::SubjectOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;

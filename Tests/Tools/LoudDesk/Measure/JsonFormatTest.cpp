@@ -11,11 +11,6 @@
 namespace louddesk {
 namespace {
 
-using test_programmes::Assessed;
-using test_programmes::FactsOf;
-using test_programmes::Silence;
-using test_programmes::Stereo;
-using test_programmes::SubjectOf;
 using testing::HasSubstr;
 
 std::string LineOf(const FileFacts& facts, const MeasuredProgramme& programme,

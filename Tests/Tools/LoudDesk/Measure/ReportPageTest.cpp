@@ -47,7 +47,7 @@ void Count(LoudnessHistogram& histogram, float lkfs, int times) {
 // 60 s at -23 LKFS, within all scales, with a relative gate and a loudness range: 450 momentary
 // readings at -23, 90 at -40 and 60 of silence; short-term readings at -26 and -20, half and half.
 File Programme(const std::string& file = "music/song.wav") {
-  MeasuredProgramme programme = test_programmes::Stereo();
+  MeasuredProgramme programme = Stereo();
   Figures& figures = programme.figures;
   figures.seconds = 60.0;
   figures.integrated = -23.0;
@@ -64,32 +64,32 @@ File Programme(const std::string& file = "music/song.wav") {
   Count(programme.readings.momentary, -99.0F, 60);
   Count(programme.readings.shortTerm, -25.995F, 50);
   Count(programme.readings.shortTerm, -19.995F, 50);
-  return {test_programmes::FactsOf(file), programme};
+  return {FactsOf(file), programme};
 }
 
 // Two seconds without any reading.
 File Silence() {
-  MeasuredProgramme programme = test_programmes::Silence();
+  MeasuredProgramme programme = Silence();
   programme.figures.seconds = 2.0;
   for (int i = 1; i <= 20; ++i) {
     programme.points.emplace_back();
     programme.points.back().seconds = i / 10.0;
   }
   Count(programme.readings.momentary, -99.0F, 17);
-  return {test_programmes::FactsOf("silence.wav"), programme};
+  return {FactsOf("silence.wav"), programme};
 }
 
 File TooShort() {
-  MeasuredProgramme programme = test_programmes::Silence();
+  MeasuredProgramme programme = Silence();
   programme.figures.seconds = 0.05;
-  return {test_programmes::FactsOf("click.wav"), programme};
+  return {FactsOf("click.wav"), programme};
 }
 
 ReportPage Report(const std::vector<File>& files,
                   const Criteria& criteria = CriteriaOf("ebu-r128-v3")) {
   ReportPage report(criteria, "2026-11-22 14:05:12 +0100", "1.2.3");
   for (const File& file : files)
-    report.Add(test_programmes::SubjectOf(file.facts, file.programme));
+    report.Add(SubjectOf(file.facts, file.programme));
   return report;
 }
 
@@ -205,7 +205,7 @@ TEST(ReportPageTest, TheHeadOfTheTableCountsVerdictsOfFiles) {
   EXPECT_THAT(ParsedPage(report.Text()).Texts("//h:table[@class='programmes']/h:caption"),
               ElementsAre("1 pass, 2 fail, 0 not measured"));
   const File silence = Silence();
-  report.Add(test_programmes::SubjectOf(silence.facts, silence.programme));
+  report.Add(SubjectOf(silence.facts, silence.programme));
   report.AddFailure("a.wav", "a.wav: is empty");
   report.Add({nullptr, 4, false, &loud.programme});
   EXPECT_THAT(ParsedPage(report.Text()).Texts("//h:table[@class='programmes']/h:caption"),

@@ -8,13 +8,13 @@
 #include "Bin.h"
 #include "Profiles.h"
 
-namespace test_programmes {
+namespace louddesk {
 
 /// Two minutes of stereo at -23 LKFS with a reading of every figure.
-inline louddesk::MeasuredProgramme Stereo() {
-  louddesk::MeasuredProgramme programme;
-  programme.programme = louddesk::ProgrammeOf({"Left", "Right"});
-  louddesk::Figures& figures = programme.figures;
+inline MeasuredProgramme Stereo() {
+  MeasuredProgramme programme;
+  programme.programme = ProgrammeOf({"Left", "Right"});
+  Figures& figures = programme.figures;
   figures.seconds = 123.456;
   figures.integrated = -23.004;
   figures.lra = 5.125;  // exact in binary, so that the tie goes to the even digit
@@ -29,28 +29,27 @@ inline louddesk::MeasuredProgramme Stereo() {
 }
 
 /// Three seconds without any reading.
-inline louddesk::MeasuredProgramme Silence() {
-  louddesk::MeasuredProgramme programme;
-  programme.programme = louddesk::ProgrammeOf({"Left", "Right"});
+inline MeasuredProgramme Silence() {
+  MeasuredProgramme programme;
+  programme.programme = ProgrammeOf({"Left", "Right"});
   programme.figures.seconds = 3.0;
   programme.channels = {{0, "Left", {}, {}, false}, {1, "Right", {}, {}, false}};
   return programme;
 }
 
-inline louddesk::FileFacts FactsOf(const std::string& path) {
+inline FileFacts FactsOf(const std::string& path) {
   return {path, "WAV, 16 bit", 48000, 2, 1234567, ""};
 }
 
 /// The subject of a file with one programme. Both must outlive it.
-inline louddesk::Subject SubjectOf(const louddesk::FileFacts& file,
-                                   const louddesk::MeasuredProgramme& programme) {
+inline Subject SubjectOf(const FileFacts& file, const MeasuredProgramme& programme) {
   return {&file, 1, false, &programme};
 }
 
 /// Judged by a profile.
-inline louddesk::Assessment Assessed(const louddesk::MeasuredProgramme& programme,
-                                     const std::string& profile = louddesk::kUsualProfile) {
-  return louddesk::AssessmentOf(programme.figures, louddesk::CriteriaOf(profile));
+inline Assessment Assessed(const MeasuredProgramme& programme,
+                           const std::string& profile = kUsualProfile) {
+  return AssessmentOf(programme.figures, CriteriaOf(profile));
 }
 
-}  // namespace test_programmes
+}  // namespace louddesk

@@ -3,13 +3,11 @@
 #include "DraftFile.h"
 
 #include <fcntl.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <filesystem>
 
-#include "TestAudio.h"
+#include "WrittenFile.h"
 
 namespace louddesk {
 namespace {
@@ -19,17 +17,9 @@ namespace fs = std::filesystem;
 using test_audio::BytesOf;
 using testing::ElementsAre;
 
-class DraftFileTest : public testing::Test {
+class DraftFileTest : public WrittenFileTest {
  protected:
-  std::vector<std::string> Names() const {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(mDirectory.Path(".")))
-      names.push_back(entry.path().filename());
-    return names;
-  }
-
-  test_audio::AudioDirectory mDirectory;
-  std::string mPath = mDirectory.Path("file.csv");
+  DraftFileTest() : WrittenFileTest("file.csv") {}
 };
 
 TEST_F(DraftFileTest, WhatWasWrittenInPartsIsThereInTheEnd) {

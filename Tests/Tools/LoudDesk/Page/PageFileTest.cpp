@@ -2,15 +2,13 @@
 
 #include "PageFile.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 
 #include "DraftFile.h"
-#include "TestAudio.h"
+#include "WrittenFile.h"
 
 namespace louddesk {
 namespace {
@@ -20,17 +18,9 @@ namespace fs = std::filesystem;
 using test_audio::BytesOf;
 using testing::ElementsAre;
 
-class PageFileTest : public testing::Test {
+class PageFileTest : public WrittenFileTest {
  protected:
-  std::vector<std::string> Names() const {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(mDirectory.Path(".")))
-      names.push_back(entry.path().filename());
-    return names;
-  }
-
-  test_audio::AudioDirectory mDirectory;
-  std::string mPath = mDirectory.Path("page.html");
+  PageFileTest() : WrittenFileTest("page.html") {}
 };
 
 TEST_F(PageFileTest, APageIsWrittenAndNothingBeside) {
