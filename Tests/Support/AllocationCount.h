@@ -18,8 +18,10 @@ std::uint64_t AllocationsOf(Work work) {
   return AllocationsSoFar() - before;
 }
 
-/// Watches one block, not null, instead of the one before; says whether it was freed.
+/// Watches the block at `memory`, not null, instead of the one watched before.
 void WatchRelease(const void* memory);
+
+/// Whether the watched block has been freed.
 bool IsWatchedReleased();
 
 /// Whether the block at `memory` was freed while `work()` ran.

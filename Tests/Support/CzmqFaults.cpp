@@ -45,7 +45,7 @@ void Arm(Call call, int nth, Outcome outcome, int error) {
   plan.due = nth;
 }
 
-// Whether the current call goes to the library.
+// Whether the current call is passed on to the library.
 bool GoesOn(Call call) {
   Plan& plan = PlanOf(call);
   ++plan.count;
@@ -65,7 +65,7 @@ bool GoesOn(Call call) {
   return false;
 }
 
-// The result of a send of the library.
+// Counts a send that a signal interrupted. Returns the result of the send.
 int Noted(int result) {
   if (result == -1 && errno == EINTR)
     ++gInterruptedSends;

@@ -31,8 +31,8 @@ enum class Call {
   LoopTimerEnd,  // zloop_timer_end
   LoopStart,     // zloop_start
   Monitor,       // zmq_socket_monitor
-  EventReceive,  // zmq_msg_recv, by which events of links are taken
-  AskEvents,     // zmq_getsockopt of ZMQ_EVENTS
+  EventReceive,  // zmq_msg_recv, which reads the events of links
+  AskEvents,     // zmq_getsockopt with ZMQ_EVENTS
 };
 
 /// Description of the exceptions that ThrowRuntimeError throws.
@@ -48,13 +48,14 @@ void Fail(Call call, int nth = 1, int error = 0);
 void ThrowBadAlloc(Call call, int nth = 1);
 void ThrowRuntimeError(Call call, int nth = 1);
 
-/// The nth call from now goes to the library after `milliseconds`.
+/// The nth call from now is passed on to the library after `milliseconds`.
 void HoldUp(Call call, int milliseconds, int nth = 1);
 
 /// Number of calls since the last Reset, failed ones included.
 int Count(Call call);
 
-/// How many sends of the library a signal interrupted since the last Reset, planned faults aside.
+/// How many sends of the library a signal has interrupted since the last Reset, not counting
+/// planned faults.
 int InterruptedSends();
 
 /// Sockets and loops destroyed since the last Reset, in that order.

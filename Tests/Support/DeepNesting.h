@@ -18,7 +18,7 @@ inline std::string Deep(const std::string& piece, std::size_t levels = kDeepLeve
   return text;
 }
 
-/// Arrays (objects) that open and never close, which is not JSON.
+/// Arrays, or objects, that are opened and never closed: not JSON.
 inline std::string UnclosedArrays() {
   return Deep("[");
 }

@@ -1,4 +1,5 @@
-// The example messages that the tests and the protocol's description share, one file a message.
+// The example messages that the tests share with the description of the protocol, one file per
+// message.
 
 #pragma once
 

@@ -1,4 +1,4 @@
-// Reading and comparing of example messages. Stateless.
+// Reads and compares example messages. Stateless.
 
 #include "GoldenMessage.h"
 
@@ -64,7 +64,7 @@ Frame FrameOfFile(const std::string& name) {
   return ReadGolden(name);
 }
 
-// How a line begins, whether that belongs to the frame, and how the rest is read.
+// How a line begins, whether that beginning is part of the frame, and how the rest is read.
 struct Notation {
   std::string_view beginning;
   bool belongsToFrame;
@@ -91,7 +91,7 @@ bool IsComment(const std::string& line) {
   return line.empty() || line.front() == '#';
 }
 
-// Length of the variable part that `text` begins with; 0: it begins with none.
+// Length of the variable part at the beginning of `text`; 0 if there is none.
 std::size_t VariableAtFront(std::string_view text) {
   for (const std::string_view variable : kVariables)
     if (text.substr(0, variable.size()) == variable)

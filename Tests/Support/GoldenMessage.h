@@ -10,14 +10,14 @@
 
 namespace golden {
 
-/// A message, one byte string a frame.
+/// A message: one byte string per frame.
 using Frames = std::vector<std::string>;
 
-/// Reads a message as it is written in a file. Variable parts stay as they are. False, with
-/// `frames` unchanged, when a line is not a frame or there is no frame at all.
+/// Reads a message in the notation of the files. Variable parts stay as they are written. False,
+/// with `frames` unchanged, if a line is not a frame or there is no frame at all.
 bool ParseMessage(const std::string& text, Frames& frames);
 
-/// The message of a file. One that is missing or malformed fails the test and has no frames.
+/// The message in a file. If it is missing or malformed, the test fails and there are no frames.
 Frames ReadMessage(const std::string& name);
 
 /// Whether `actual` is the example frame, with a number in place of each variable part.

@@ -1,5 +1,5 @@
-// Isolates every test process, so that it can use the unit's real addresses and paths while others
-// do the same.
+// Isolates every test process, so that several of them can use the real addresses and paths of the
+// unit at the same time.
 
 #pragma once
 
@@ -10,9 +10,9 @@ constexpr char kNoNamespacesVariable[] = "LOUDCALC_TEST_NO_NAMESPACES";
 /// with an empty IPC parent directory and a loopback device that has the unit's default board
 /// addresses. Needs root or unprivileged user namespaces.
 ///
-/// Where the kernel refuses, the board addresses become 127.0.0.1 and 127.0.0.2 by their
-/// environment variables, the process waits until no other test runs on this machine, keeps others
-/// waiting until it ends, and says so on standard error.
+/// If the kernel refuses, the environment variables of the board addresses are set to 127.0.0.1 and
+/// 127.0.0.2, a message says so on standard error, and tests run one at a time: the process waits
+/// until no other test runs on this machine, and others wait until it ends.
 ///
 /// Does nothing when the tests are only listed.
 void IsolateTestProcess();

@@ -1,4 +1,4 @@
-// Peers for messaging tests. Used from the thread of the test.
+// Peers for messaging tests. Used on the thread of the test.
 
 #include "MqTestKit.h"
 
@@ -106,7 +106,7 @@ Console::Console() {
   testing::internal::CaptureStderr();
 }
 
-// Failure messages were captured too.
+// The failure messages of the test were captured too, and are printed now.
 Console::~Console() {
   Output();
   Errors();

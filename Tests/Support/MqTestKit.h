@@ -1,4 +1,4 @@
-// Peers for messaging tests that record what they get. All waits have a deadline.
+// Peers for messaging tests, which keep what they receive. Every wait has a deadline.
 
 #pragma once
 
@@ -25,14 +25,16 @@ void MakeIpcDirectory();
 /// Endpoint of a file name in the unit's IPC directory.
 std::string IpcEndpoint(const std::string& fileName);
 
-/// Name of an IPC file whose path is one character too long for a socket.
+/// A file name whose path in that directory is one character too long for a socket.
 std::string TooLongIpcName();
 
-/// The next message; no frames if the deadline passes first.
+/// The next message; no frames if none comes before the deadline.
 Frames Receive(zsock_t* socket);
 
-/// Whether a message is there now (before the deadline).
+/// Whether a message is there now.
 bool HasMessage(zsock_t* socket);
+
+/// Whether a message comes before the deadline.
 bool AwaitMessage(zsock_t* socket);
 
 void Send(zsock_t* socket, const Frames& frames);
@@ -61,7 +63,7 @@ class Publisher {
   unsigned port_ = 0;
 };
 
-/// A subscriber to everything that a socket publishes.
+/// Receives everything that a socket publishes.
 class Subscriber {
  public:
   /// Connects to the endpoint and publishes on `publisher` until a message arrives.
@@ -72,7 +74,7 @@ class Subscriber {
 
   bool IsConnected() const { return isConnected_; }
 
-  /// The next message of those published since.
+  /// The next message published since the construction.
   Frames Next();
 
   zsock_t* Socket() { return socket_; }
@@ -112,10 +114,10 @@ testing::Matcher<const std::string&> Logged(const char* level, const char* unit,
 /// Matches output that has a plain console line of a unit.
 testing::Matcher<const std::string&> Printed(const char* unit, const std::string& message);
 
-/// A regular expression that matches just the text.
+/// A regular expression that matches exactly this text.
 std::string Escaped(const std::string& text);
 
-/// How often `part` is found in `text`.
+/// How often `part` occurs in `text`.
 std::size_t Occurrences(const std::string& text, const std::string& part);
 
 }  // namespace mqtest

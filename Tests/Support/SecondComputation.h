@@ -10,13 +10,13 @@
 
 #include "LoudnessData.h"
 
-/// What the signal-processing stage delivers at a loudness, in LKFS, rounded to a whole number: the
-/// inverse of L = 10 log10(P) - 152.6905962 - 0.6974.
+/// The power that the signal-processing stage delivers for a loudness in LKFS, rounded to a whole
+/// number: the inverse of L = 10 log10(P) - 152.6905962 - 0.6974.
 std::uint64_t PowerOf(double lkfs);
 
 class SecondComputation {
  public:
-  /// The figures before they are coded, LKFS, LU and dBTP.
+  /// The figures before they are coded, in LKFS, LU and dBTP.
   struct Figures {
     float maxMomentary = -99.0F;
     float momentary = -99.0F;
@@ -28,18 +28,18 @@ class SecondComputation {
     float maxTruePeak = -99.0F;
   };
 
-  /// With the user's windows of integrated loudness and loudness range, in seconds.
+  /// The arguments are the windows of integrated loudness and loudness range, in seconds.
   SecondComputation(std::size_t integratedWindow, std::size_t rangeWindow);
 
-  /// Removes every block; programme loudness stays until its next reading.
+  /// Removes every block. The programme loudness stays until its next reading.
   void Reset();
 
-  /// Takes one block of the programme.
+  /// Adds one block of the programme.
   void Add(std::uint64_t power, std::uint16_t peak);
 
   const Figures& Results() const { return mFigures; }
 
-  /// The figures as published; no readings before the first full 400 ms.
+  /// The figures as they are published. There are none before the first 400 ms are complete.
   LoudnessData_t Coded() const;
 
  private:

@@ -1,5 +1,5 @@
-// Child processes of the tests. One observer thread a process; everything else on the test's
-// thread.
+// Child processes of the tests. Each has one observer thread; everything else happens on the thread
+// of the test.
 
 #include "ServiceProcess.h"
 
@@ -24,7 +24,7 @@ namespace {
 constexpr int kCannotExecute = 127;
 constexpr std::size_t kReadSize = 65536;
 
-// Room for a second of busy output, so that programs do not wait for a test that is late.
+// Room for a second of busy output, so that programs do not wait for a slow test.
 constexpr int kPipeSize = 1024 * 1024;
 
 struct Pipe {
@@ -74,14 +74,15 @@ sigset_t SetOf(const std::set<int>& signals) {
   return set;
 }
 
-// What the child gets from this process at the fork.
+// What the child inherits at the fork.
 struct Inheritance {
   pid_t parent;
   sigset_t mask;
   int streams[3];  // in the order of their numbers; ProcessOptions::kClosed: none
 };
 
-// Runs in the child of a process with threads, so it may only make calls that are safe there.
+// Runs in the forked child of a process with several threads, where only async-signal-safe calls
+// are allowed.
 [[noreturn]] void Execute(const Inheritance& inheritance, char* const* arguments,
                           char* const* environment) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -97,10 +98,10 @@ struct Inheritance {
   _exit(kCannotExecute);
 }
 
-// One stream, cut into lines.
+// A stream, split into lines.
 class LineReader {
  public:
-  // Empty if `file` is negative.
+  // A negative `file` is a stream without lines.
   explicit LineReader(int file) : mFile(file), mIsOpen(file >= 0) {}
   ~LineReader() {
     if (mFile >= 0)
@@ -110,7 +111,7 @@ class LineReader {
   pollfd PollItem() const { return {mIsOpen ? mFile : -1, POLLIN, 0}; }
   bool IsOpen() const { return mIsOpen; }
 
-  // The complete lines; at the end of the stream also the rest.
+  // The lines that are complete, and at the end of the stream the rest.
   std::vector<std::string> Read() {
     std::array<char, kReadSize> buffer;
     const ssize_t size = read(mFile, buffer.data(), buffer.size());
@@ -259,7 +260,7 @@ void ServiceProcess::Reap() {
   siginfo_t info{};
   while (waitid(P_PID, static_cast<id_t>(mPid), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
   }
-  // From here on another process may get this process number: no signal may be sent to it.
+  // From here on the process number may be that of another process, which must not get a signal.
   const std::lock_guard<std::mutex> lock(mMutex);
   int status = 0;
   waitpid(mPid, &status, 0);

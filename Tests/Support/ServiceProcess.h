@@ -1,4 +1,4 @@
-// A program under test as a child process, with its output and its end observed.
+// Runs a program under test as a child process and observes its output and its end.
 
 #pragma once
 
@@ -31,8 +31,8 @@ struct OutputLine {
 struct ProcessOptions {
   static constexpr int kClosed = -1;
 
-  /// Signals that are blocked when the program starts; one that is sent waits until the program
-  /// unblocks it.
+  /// Signals that are blocked when the program starts. They stay pending until the program unblocks
+  /// them.
   std::set<int> blockedSignals;
 
   /// Descriptors of the test, or kClosed, for the streams. By default the input is empty and the
@@ -58,15 +58,15 @@ class ServiceProcess {
   ServiceProcess(const ServiceProcess&) = delete;
   ServiceProcess& operator=(const ServiceProcess&) = delete;
 
-  /// Waits for a line, of either stream, that contains `text` and is not among the first `skip`
-  /// lines. Every line since the start counts. False when `patience` or the output ends first.
+  /// Waits for a line of either stream that contains `text`. Lines that have come already count,
+  /// except for the first `skip`. False if `patience` or the output ends first.
   bool WaitForLine(const std::string& text, Patience patience, std::size_t skip = 0);
 
-  /// Lines so far, in the order of arrival.
+  /// All lines so far, in the order of their arrival.
   std::vector<OutputLine> Lines() const;
   std::size_t LineCount() const { return Lines().size(); }
 
-  /// One stream so far, its lines joined by line feeds.
+  /// All lines so far of one stream, joined by line feeds.
   std::string StandardOutput() const { return Joined(false); }
   std::string StandardError() const { return Joined(true); }
 
@@ -85,7 +85,8 @@ class ServiceProcess {
   /// Number of files that it has open.
   long OpenFiles() const;
 
-  /// Waits for the end of the process and of its output. Nothing if `patience` ends first.
+  /// Waits until the process has ended and its output has been read. Nothing if `patience` ends
+  /// first.
   std::optional<ExitReport> WaitForExit(Patience patience);
 
  private:

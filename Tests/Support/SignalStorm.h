@@ -1,4 +1,4 @@
-// A continuous stream of signals to the thread of the test while it sends.
+// Sends signals without a pause to the thread of the test while that sends messages.
 
 #pragma once
 
@@ -14,9 +14,9 @@
 #include "CzmqFaults.h"
 #include "Emulation.h"
 
-/// During its lifetime another thread sends signals to the thread that made it, as fast as it can.
-/// They are handled, without SA_RESTART, while work passed to During runs, and blocked otherwise,
-/// so that they do not disturb the test itself.
+/// During its lifetime another thread sends signals, as fast as it can, to the thread that made it.
+/// They are handled, without SA_RESTART, while the work passed to During runs. Otherwise they are
+/// blocked, so that they do not disturb the test itself.
 class SignalStorm {
  public:
   SignalStorm() {
@@ -33,7 +33,7 @@ class SignalStorm {
   ~SignalStorm() {
     mIsOver = true;
     mThread.join();
-    Block(false);  // the last one comes before its handler goes
+    Block(false);  // the last signal comes before its handler is removed
     sigaction(kSignal, &mBefore, nullptr);
   }
 
