@@ -10,7 +10,7 @@
 
 #include "FaultyUnit.h"
 
-/// `count` times `text`.
+/// `text` repeated `count` times.
 inline std::string Repeat(const std::string& text, std::size_t count) {
   std::string result;
   result.reserve(text.size() * count);
@@ -19,9 +19,9 @@ inline std::string Repeat(const std::string& text, std::size_t count) {
   return result;
 }
 
-constexpr std::size_t kDeep = 30000;  // brackets; as long as a document may be
+constexpr std::size_t kDeep = 30000;  // brackets each way; short enough for a document
 
-/// Arrays within one another, far deeper than the limit.
+/// Arrays nested far deeper than the limit.
 inline std::string DeepArray() {
   return Repeat("[", kDeep) + Repeat("]", kDeep);
 }
@@ -44,8 +44,8 @@ class BadInputTest : public FaultyUnit {
     FaultyUnit::TearDown();
   }
 
-  /// Passes each row to `check`, all on the same service. A failure names its row and does not hide
-  /// others: the rows behind it get another service.
+  /// Passes each row to `check`, all on the same service. A failure names its row, and the rows
+  /// after it get a new service.
   template <typename Row, typename Check>
   void ForEachRow(const std::vector<Row>& rows, Check check) {
     for (const Row& row : rows) {

@@ -18,7 +18,7 @@ struct MessageRow {
   const char* name;
   Peer peer;
   louddesk::Frames frames;
-  const char* line;  // what the service says to it; empty: nothing
+  const char* line;  // that the service logs; empty: none
 };
 
 constexpr char kMonitorTopic[] = "HbAppCmd";
@@ -66,14 +66,14 @@ class HarmlessMessageTest : public BadInputTest {
     ASSERT_TRUE(mService->WaitForLine(mark, kPatience, lines)) << mark;
   }
 
-  /// A message published by a tick from now on; the next one may have been sent before.
+  /// A message that is published from now on: the next one may have been sent already.
   std::optional<louddesk::LoudnessMessage> NextPublished() {
     mUnit.DropLoudnessData();
     mUnit.NextLoudnessData(kPatience);
     return mUnit.NextLoudnessData(kPatience);
   }
 
-  int mMarks = 0;  // that were sent
+  int mMarks = 0;  // sent so far
 };
 
 TEST_F(HarmlessMessageTest, OnAnUnknownTopicIsLogged) {

@@ -1,5 +1,5 @@
-// Presets that are refused: logged, reset, and the next one is measured. The preset's own tests say
-// which documents are refused; here is one for each way the reader refuses.
+// A refused preset is logged and leaves none in force, and the next valid one is measured.
+// PresetRefusalTest lists the documents that are refused; here is one for each way of refusing.
 
 #include <optional>
 
@@ -28,7 +28,7 @@ std::string WithMeter(const std::string& name) {
 
 struct PresetRow {
   const char* name;
-  std::optional<std::string> json;  // none: the topic alone
+  std::optional<std::string> json;  // nothing: the message is the topic alone
 };
 
 class BadPresetTest : public BadInputTest {};

@@ -99,7 +99,7 @@ TEST_P(BlackHoleTest, PeersAreServedAfterIt) {
 /// them for a quarter of an hour. New ones work.
 class DeadConnectionTest : public LossTest {
  protected:
-  /// Until a silent peer counts as vanished.
+  /// The time after which a silent peer counts as gone.
   static constexpr std::chrono::milliseconds kNoticed{kMqHeartbeatPeriodMs + kMqHeartbeatTimeoutMs};
 };
 

@@ -10,13 +10,13 @@
 #include <thread>
 #include <vector>
 
-/// How the loudness data came over a stretch of time.
+/// How regularly the loudness data arrived.
 struct Cadence {
   std::size_t messages = 0;
-  std::size_t ticks = 0;                     // of the 100 ms grid, one a message when all came
-  std::size_t onTime = 0;                    // messages within 10 ms of a tick
-  std::chrono::milliseconds longestGap{};    // without a message, the end of the watch included
-  std::chrono::milliseconds longestStall{};  // for which the machine kept the watch from looking
+  std::size_t ticks = 0;                   // of the 100 ms grid; one per message if none is missing
+  std::size_t onTime = 0;                  // messages within 10 ms of a tick
+  std::chrono::milliseconds longestGap{};  // without a message, up to the end of the watch
+  std::chrono::milliseconds longestStall{};  // during which the machine did not run the watch
 };
 
 class CadenceWatch {
@@ -29,7 +29,7 @@ class CadenceWatch {
   CadenceWatch(const CadenceWatch&) = delete;
   CadenceWatch& operator=(const CadenceWatch&) = delete;
 
-  /// Waits for the first message, from which on it counts. False when `patience` ends first.
+  /// Waits for the first message, with which the watch begins. False if `patience` ends first.
   bool WaitForFirst(Patience patience);
 
   /// Ends the watch.
@@ -42,7 +42,7 @@ class CadenceWatch {
   void Add(Clock::time_point time);
 
   std::mutex mMutex;                      // guards what follows, up to the thread
-  std::condition_variable mChanged;       // the first message came
+  std::condition_variable mChanged;       // the first message has come
   std::vector<Clock::time_point> mTimes;  // of the messages
   std::chrono::milliseconds mLongestStall{};
   bool mIsOver = false;

@@ -1,4 +1,4 @@
-// The watch on the cadence notices gaps.
+// The watch of the cadence notices gaps.
 
 #include "CadenceWatch.h"
 
@@ -47,7 +47,7 @@ class CadenceWatchTest : public testing::Test {
 TEST_F(CadenceWatchTest, SilenceBetweenTwoMessagesIsAGapAndCostsTicks) {
   std::this_thread::sleep_for(kSilence);
   Publish();
-  std::this_thread::sleep_for(kSilence);  // for its way
+  std::this_thread::sleep_for(kSilence);  // for the message to arrive
   const Cadence cadence = mWatch->Stop();
   EXPECT_EQ(2u, cadence.messages);
   EXPECT_GE(cadence.longestGap, kSilence - milliseconds{20});

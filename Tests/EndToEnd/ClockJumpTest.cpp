@@ -32,7 +32,7 @@ class ClockJumpTest : public FaultyUnit {
     std::remove(kOffsetFile);
   }
 
-  /// In one step, because a partly written file would be another offset.
+  /// In one step, because a file that is only partly written would mean another offset.
   void SetOffset(const std::string& offset) {
     const std::string next = std::string(kOffsetFile) + ".next";
     std::ofstream(next) << offset << '\n';

@@ -89,7 +89,7 @@ TEST_F(CommandMessageTest, CommandToClusterZeroOrNoneIsTakenByEveryCluster) {
 TEST_F(CommandMessageTest, RefusedCommandsArePrintedAndChangeNothing) {
   struct {
     std::optional<std::string> json;
-    int cluster;  // as far as it was read
+    int cluster;  // that was read before the refusal
   } const cases[] = {
       {std::nullopt, 0},
       {"", 0},

@@ -26,11 +26,11 @@ LuCmd_e CodeOf(const std::string& command) {
   return codes.at(command);
 }
 
-/// What commands lead to.
+/// The effect of commands.
 struct Outcome {
-  Texts changes;     // that the action machine reports, one a tick
+  Texts changes;     // of the state, as the action machine reports them, one per tick
   Texts answers;     // acknowledged commands, or the configuration
-  const char* last;  // the last command as later messages tell it; null: there are none
+  const char* last;  // the last command in the data messages that follow; null: none follow
 };
 
 const Outcome kStopped = {{"0x4 --> 0x0"}, {"Stop"}, nullptr};
@@ -70,8 +70,8 @@ class CommandTest : public WatchedService {
     mMeasured = SettledFigures();
   }
 
-  /// Puts the service into that state: sets the mode and has the commands carried out while the
-  /// level is measured. The state that the last row left is used if it fits.
+  /// Brings the service into the state before a row: sets the mode and has the commands carried out
+  /// while the level is measured. Skips what the row before has done already.
   void Prepare(const std::string& mode, const Texts& commands) {
     const std::string last = commands.empty() ? "Start" : commands.back();
     if (mIsKnown && mode == mConfiguration.mode && last == mLast && (!mIsReset || last != "Pause"))
@@ -82,8 +82,8 @@ class CommandTest : public WatchedService {
       CarryOut(command);
   }
 
-  /// Passes each row to `check`, all on the same service. A failure names its row and does not hide
-  /// others: the next row begins with a start.
+  /// Passes each row to `check`, all on the same service. A failure names its row, and the row
+  /// after it begins with a start.
   template <typename Rows, typename Check>
   void ForEachRow(const Rows& rows, Check check) {
     for (const auto& row : rows) {
@@ -120,11 +120,11 @@ class CommandTest : public WatchedService {
     mLast = command;
   }
 
-  /// Expects everything that the outcome says, and no more.
+  /// Expects exactly this outcome.
   void ExpectOutcome(const Outcome& outcome) {
     ExpectTransitions(outcome.changes);
     ExpectAnswers(outcome.answers);
-    ExpectMessages(outcome);  // which takes some periods
+    ExpectMessages(outcome);  // takes several periods
     ExpectNoTransition();
     ExpectNoAnswerSoFar();
   }
@@ -143,7 +143,7 @@ class CommandTest : public WatchedService {
     return !outcome.answers.empty() && outcome.answers.front() == "Reset";
   }
 
-  // What the service is like after a row that went well.
+  // Notes the state of the service after a row that passed.
   void TakeOver(const Outcome& outcome) {
     mIsReset = HasReset(outcome);
     if (!outcome.answers.empty() && outcome.answers.back() != "Reset")
@@ -190,7 +190,7 @@ class CommandTest : public WatchedService {
     std::vector<MessageRun> runs =
         outcome.last != nullptr ? RunsUntil(RunOf(outcome.last, figures)) : RunsUntilSilence();
     if (outcome.last != nullptr && !runs.empty())
-      runs.back().count = 1;  // it lasts for as long as anybody looks
+      runs.back().count = 1;  // these messages go on for as long as the test reads
     DropFirst(runs, expected);
     EXPECT_EQ(expected, runs);
   }

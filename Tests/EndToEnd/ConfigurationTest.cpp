@@ -81,7 +81,7 @@ TEST_F(ConfigurationTest, AcceptedOneRestartsAndIsPublishedInItsEnvelope) {
   after.figures = kNoFigures;
   std::vector<MessageRun> runs = RunsUntil(after);
   if (!runs.empty() && IsSameKind(before, runs.front()))
-    runs.erase(runs.begin());  // told before the configuration came
+    runs.erase(runs.begin());  // sent before the configuration arrived
   ASSERT_EQ(1u, runs.size()) << testing::PrintToString(runs);
   EXPECT_TRUE(IsSameKind(after, runs.front())) << testing::PrintToString(runs);
 }
@@ -262,7 +262,7 @@ TEST_F(ConfigurationTest, FollowsTheCommandEveryFifthSecondUnlessTheSourceIsInva
   SayTo(kTopic, JsonOfUser(4));
   SendPreset(louddesk::PresetForSpeakers({"Left"}, 2).Json());
   Hear();
-  mUnit.DropStates();  // republished before that
+  mUnit.DropStates();  // republished earlier
   ExpectRepublished(kCommandRepublished, Acknowledgement("None", 0, 4));
   TakeHeartbeats();
   EXPECT_FALSE(mUnit.NextState(4 * kPeriod)) << "the configuration, too";

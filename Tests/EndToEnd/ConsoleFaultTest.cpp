@@ -19,11 +19,11 @@ using louddesk::Peer;
 
 constexpr char kLossNote[] = " bytes of console output lost]\n";
 
-// In lines of a kilobyte four times what a pipe holds, on either stream.
+// Lines of a kilobyte: on each stream four times what a pipe holds.
 constexpr int kLines = 256;
 constexpr std::size_t kLineSize = 1000;
 
-// Of a log file; the service writes more of it.
+// The limit for a log file; the service writes more.
 constexpr std::uintmax_t kLargestFile = 16 * 1024;
 
 constexpr uid_t kNobody = 65534;
@@ -60,7 +60,7 @@ Channel FullDevice() {
   return {-1, open("/dev/full", O_WRONLY | O_CLOEXEC)};
 }
 
-/// Whether there is another user, who may run the service and use the IPC directory.
+/// Whether there is another user who may run the service and use the IPC directory.
 bool OtherUserMayRunService() {
   const uid_t user = geteuid();
   const bool may = HasOwnNamespaces() && seteuid(kNobody) == 0 &&
@@ -69,9 +69,9 @@ bool OtherUserMayRunService() {
   return may;
 }
 
-/// A command that runs the service without the right to open files that grant their owner nothing:
-/// as another user or, if there is none, as root without its privileges. An ordinary user needs no
-/// such command.
+/// A command that runs the service without root's right to open any file: as another user or, if
+/// there is none, as root without its privileges. Empty for an ordinary user, who has no such
+/// right.
 std::vector<std::string> StrangerRunner() {
   if (geteuid() != 0)
     return {};
@@ -150,7 +150,8 @@ class ConsoleFaultTest : public FaultyUnit {
     ExpectLogLine("AppLoudnessCmd the end.");
   }
 
-  /// The service writes, goes on measuring and handling commands, and ends with status 0.
+  /// Expects that the service, while it writes, goes on measuring and handling commands, and that
+  /// it ends with status 0.
   void ExpectUnimpressed() {
     ASSERT_NO_FATAL_FAILURE(BeginWatch());
     MakeTalk();

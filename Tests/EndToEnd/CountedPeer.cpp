@@ -1,4 +1,4 @@
-// Counting peers. Used from the test's thread.
+// Counting peers. Used on the thread of the test.
 
 #include "CountedPeer.h"
 

@@ -26,7 +26,7 @@ class CountedPeer {
   /// Reads everything that has arrived. The functions below report what was read.
   void ReadPending();
 
-  /// Connections that were made (whose handshake succeeded), that were lost.
+  /// Connections whose handshake succeeded, and connections that were lost.
   int Connections() const { return mConnections; }
   int Losses() const { return mLosses; }
 

@@ -21,8 +21,8 @@ constexpr unsigned kBlocksPerHour = 10 * 60 * 60;
 /// Hours after which every queue has been full once and every window of the engine is filled.
 constexpr unsigned kSettlingHours = 4;
 
-/// How much memory may vary from then on. The queue of blocks is between empty and full, depending
-/// on the load of the machine, which makes about two mebibytes.
+/// How much the memory may grow from then on. The load of the machine decides how full the queue of
+/// blocks is, which accounts for about two mebibytes.
 constexpr long kFlatKib = 4096;
 
 constexpr unsigned kIntegratedWindow = kMaxIntegWinSecs;

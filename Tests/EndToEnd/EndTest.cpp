@@ -149,7 +149,7 @@ TEST_F(EndTest, NothingIsSentAfterTheEnd) {
   ASSERT_NO_FATAL_FAILURE(StartWatched());
   StartMeasuring();
   EndBy(SIGTERM);
-  Pass(kPeriod);  // for what was on its way
+  Pass(kPeriod);  // for messages on their way
   mUnit.DropLoudnessData();
   mUnit.DropStates();
   mUnit.DropHeartbeats();

@@ -29,7 +29,7 @@ void WriteFile(const std::string& path) {
 
 class EndpointFilesTest : public FaultyUnit {
  protected:
-  /// A machine that was never used, for each test.
+  /// Each test begins with an empty directory, as on a machine that was never used.
   void SetUp() override {
     if (!HasOwnNamespaces())
       GTEST_SKIP() << "the directory is shared with other processes of this machine";

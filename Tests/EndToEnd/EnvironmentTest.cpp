@@ -60,7 +60,7 @@ class EnvironmentTest : public FaultyUnit {
 TEST_F(EnvironmentTest, NoLibraryVariableChangesAnything) {
   mUnit.OpenAll();
   ExpectOrdinary(kLibraryVariables);
-  // Which one it was.
+  // Each variable alone names the one at fault.
   if (HasFailure())
     for (const auto& variable : kLibraryVariables) {
       SCOPED_TRACE("row " + variable.first);

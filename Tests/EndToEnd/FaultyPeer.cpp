@@ -64,7 +64,7 @@ bool HangsUp(PeerFault fault) {
          fault == PeerFault::kCutInHandshake || fault == PeerFault::kCutInFrame;
 }
 
-constexpr char kOtherType[] = "REP";  // goes with neither a subscriber nor a pusher
+constexpr char kOtherType[] = "REP";  // fits neither a subscriber nor a pusher
 
 std::string Garbage() {
   return std::string(1000, '\xAA');
@@ -192,7 +192,7 @@ std::uint64_t FaultyPeer::LargestFrame() const {
   return mPath.empty() ? kMqMaxFrameSize : kMqMaxLocalFrameSize;
 }
 
-// What a connection reads before its fault.
+// What a connection receives before the fault.
 std::string FaultyPeer::Speech() const {
   constexpr std::uint64_t kFrame = 200;
   switch (mFault) {

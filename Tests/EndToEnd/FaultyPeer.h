@@ -11,11 +11,11 @@
 enum class PeerFault {
   kAnotherProtocol,        // answers as a web server would and hangs up
   kZeros,                  // sends zeros instead of a greeting
-  kSilence,                // takes the connection and never says a word
+  kSilence,                // accepts the connection and never sends anything
   kGarbageAfterGreeting,   // sends garbage instead of a handshake
   kGarbageAfterHandshake,  // sends garbage instead of a frame
   kWrongSocketType,        // says in the handshake that it is a socket of another kind
-  kTooLargeFrame,          // sends a frame of one byte more than is taken
+  kTooLargeFrame,          // sends a frame that is one byte longer than allowed
   kGarbageAfterBacklog,    // sends garbage after a message that takes a second and more to read
   kCutInGreeting,          // closes the connection in the middle of the greeting
   kCutInHandshake,         // in the middle of the handshake

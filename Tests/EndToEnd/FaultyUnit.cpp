@@ -1,4 +1,4 @@
-// Verbs of the tests under faults.
+// What the tests under faults have in common.
 
 #include "FaultyUnit.h"
 

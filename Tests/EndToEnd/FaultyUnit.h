@@ -20,7 +20,7 @@ void RecordFigure(const std::string& name, double value);
 /// Number of lines of a process that contain `text`.
 std::size_t LinesOf(const ServiceProcess& process, const std::string& text);
 
-/// One word for a peer.
+/// The name of a peer, one word.
 const char* PlaceOf(louddesk::Peer peer);
 
 class FaultyUnit : public WatchedService {
@@ -29,25 +29,25 @@ class FaultyUnit : public WatchedService {
   using Milliseconds = std::chrono::milliseconds;
   using Peers = std::set<louddesk::Peer>;
 
-  /// Starts the service and its measuring, all peers being in order.
+  /// Starts the service, with every peer in order, and makes it measure.
   void StartInOrder(const ServiceStart& start = {});
 
   /// Like StartMeasuring, for a service whose console is not read.
   void StartMeasuringUnheard();
 
-  /// Watches the cadence at an independent client from now on, and the memory of the service.
+  /// From now on watches the cadence, with a separate client, and the memory of the service.
   void BeginWatch();
 
-  /// Expects that data kept coming since then, and bounded memory; records the figures. A gap of up
-  /// to a second is allowed for a busy machine unless more is given, plus the time in which the
-  /// client itself could not run.
+  /// Expects that data has kept coming since then and that memory has stayed within its bound, and
+  /// records the figures. Gaps may be a second long, for a busy machine, or as long as given, plus
+  /// the time in which the client itself could not run.
   void ExpectWatchedWell(Milliseconds longestGap = Milliseconds{1000});
 
   /// Whether a client gets data from now on.
   bool GetsData(louddesk::DataClient& client, Milliseconds patience = kPatience);
 
-  /// Several processes may play peers or a client. The functions below act on the one of this name
-  /// from now on; without a call there is one process without a name.
+  /// Several processes may play peers or a client. From now on the functions below act on the one
+  /// of this name; before the first call, on one without a name.
   void TurnTo(const std::string& remote) { mRemote = &mRemotes[remote]; }
 
   /// Moves the peers to a separate process, or starts them there again.
@@ -56,7 +56,7 @@ class FaultyUnit : public WatchedService {
   /// Starts a client of the loudness data in its own process.
   void StartRemoteClient();
 
-  /// Kills or stops that process and waits until it is so, or continues it.
+  /// Kills or stops that process and waits until that has happened; continues it.
   void KillRemote();
   void StopRemote();
   void ContinueRemote();
@@ -102,7 +102,7 @@ class FaultyUnit : public WatchedService {
 
   std::map<std::string, Remote> mRemotes;
   Remote* mRemote = &mRemotes[""];
-  Peers mMoved;  // peers that this process plays no more
+  Peers mMoved;  // peers that this process no longer plays
   std::unique_ptr<CadenceWatch> mWatch;
   long mResidentKib = 0;  // of the service at the beginning of the watch
 };

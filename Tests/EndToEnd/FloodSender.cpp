@@ -1,7 +1,7 @@
-// A peer that floods the service: binds its endpoint and publishes one message over and over, in
-// its own process and at the lowest priority. The arguments are the endpoint, what to send, and how
-// often a second (0: as fast as the socket takes it). "Sink" takes messages instead and throws them
-// away. Ends by a signal only; writes to standard output each second how many messages it has sent.
+// A peer that floods the service: binds an endpoint and publishes one message again and again, in a
+// process of its own at the lowest priority. The arguments are the endpoint, what to send, and how
+// often a second (0: as fast as the socket takes it). "Sink" receives messages instead and drops
+// them. Ends by a signal only; writes to standard output each second how many messages it has sent.
 
 #include <czmq.h>
 #include <sys/resource.h>
@@ -70,7 +70,7 @@ std::string Repeated(const std::string& text, std::size_t count) {
 
 // As many members as are accepted, long enough to fill the largest document.
 Frames LargestPreset() {
-  constexpr std::size_t kRest = 1000;  // values and bytes of the good preset, generously
+  constexpr std::size_t kRest = 1000;  // values and bytes of the valid preset, rounded up
   constexpr std::size_t kMembers = (json::kMaxValues - kRest) / 2;
   constexpr std::size_t kShell = 5;  // "": and a comma and the value
   const std::size_t room = (json::kMaxDocumentSize - 4 * kRest) / kMembers - kShell;

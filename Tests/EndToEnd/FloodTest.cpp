@@ -171,7 +171,7 @@ class FloodTest : public RunningService, public testing::WithParamInterface<Floo
                                                           : Peer::kHardwareManager;
   }
 
-  /// The lines of millions of messages are not kept.
+  /// Millions of lines would not fit into memory.
   static ServiceStart Unheard() {
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     ServiceStart start;

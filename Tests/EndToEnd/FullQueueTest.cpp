@@ -43,8 +43,8 @@ TEST_F(DataClientFaultTest, StoppedClientDisturbsNobodyAndGetsWhatWaited) {
   Pass(kAbsence);
   ContinueRemote();
   ExpectServedSoon();
-  // All data since the stop except for ticks that a busy machine skips. Without the data of the
-  // absence this number is not reached.
+  // All data since the stop, except for ticks that a busy machine skips. Without the data that
+  // waited there would be far fewer messages.
   const auto missing = [&] {
     const auto ticks = (std::chrono::steady_clock::now() - stop) / kPeriod;
     return ticks - static_cast<long>(RemoteProcess().LineCount() - before);
@@ -59,7 +59,7 @@ TEST_F(DataClientFaultTest, ClientsThatConnectAndSayNothingDisturbNobody) {
   address.sun_family = AF_UNIX;
   const std::string path = "/run/shm/mq/" + louddesk::DataPublisherFile(1, 1);
   path.copy(address.sun_path, sizeof address.sun_path - 1);
-  // More than the files that a process may usually open.
+  // More than the number of files that a process may usually open.
   constexpr rlim_t kClients = 1200;
   rlimit files = {};
   ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &files));
@@ -95,8 +95,8 @@ class FullSinkTest : public FaultyUnit {
     ExpectAcknowledgement("Reset");
   }
 
-  /// Expects that one queue of those lines has come. The kernel and the sink's side hold some
-  /// more; what was taken out of the queue the library counts only by halves of it.
+  /// Expects about as many of those lines as the queue holds. The kernel and the sink's side hold
+  /// some more, and the library notices room in the queue only when half of it is free.
   void ExpectOneQueueAtTheReturn() {
     ExpectServedSoon();
     std::size_t lines = 0;

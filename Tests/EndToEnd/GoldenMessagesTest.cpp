@@ -137,8 +137,8 @@ class GoldenMessagesTest : public RunningService {
   }
 };
 
-/// Both publishers of this service bind the same name. A client that was there before may have
-/// reached the first one; a new client reaches the second, the state publisher.
+/// Both publishers of this service bind the same name. An early client may have reached the first
+/// one; a new client reaches the second, the state publisher.
 class WithoutMeterSetTest : public GoldenMessagesTest {
  protected:
   WithoutMeterSetTest() : GoldenMessagesTest(0, 1) {}
@@ -148,7 +148,7 @@ class WithoutMeterSetTest : public GoldenMessagesTest {
     mStates.emplace("Lc1LoudnessDataPub.ipc");
   }
 
-  /// The next message that is, or is not, a republication; no frames if none comes.
+  /// The next message that is a republication, or the next that is not; no frames if none comes.
   Frames NextFrames(bool isRepublication) {
     for (Frames frames = NextFrames(); !frames.empty(); frames = NextFrames())
       if ((frames.front().find("_Repub_") != std::string::npos) == isRepublication)

@@ -38,7 +38,7 @@ std::string RandomBytes(std::size_t count) {
   return bytes;
 }
 
-// One connection; it ends with the process, or earlier.
+// One connection, which ends with the process at the latest.
 class Connection {
  public:
   // Waits while the publisher has no room for it.
@@ -72,7 +72,7 @@ class Connection {
   void End() const { close(mSocket); }
 
  private:
-  // Nothing when the other side has closed.
+  // Nothing if the other side has closed.
   std::string Hear(std::size_t size) const {
     std::string bytes(size, '\0');
     const bool isThere =

@@ -145,7 +145,7 @@ TEST_P(FileShortageTest, WhoConnectsAndSaysNothingDoesNotEndTheService) {
   EXPECT_TRUE(GetsData(newcomer));
 }
 
-/// What remains: the library's own work for topics that may be subscribed to.
+/// The cost that remains is the library's own work on topics that clients may subscribe to.
 class SubscriberCostTest : public HostileClientTest {};
 
 TEST_P(SubscriberCostTest, TwoHundredWhoHaveSubscribedToTheLongestTopicsLeaveWithinASecond) {

@@ -15,14 +15,14 @@ namespace {
 
 std::atomic<unsigned> gInterruptions{0};
 
-// Without a period, which might be that of the loop: with a simpler generator's period and an
-// unlucky number of polls a round, no round would ever end. The same numbers every time.
+// The same numbers every time, but without a short period: a period that fits the number of polls
+// in a round of the loop might interrupt every round, so that none would ever end.
 bool IsInterrupted() {
   thread_local std::mt19937 random;
   return random() % 3 == 0;
 }
 
-// Reports to the test, if wanted, how often that was.
+// Tells the test, if it asks, how often that happened.
 struct Account {
   ~Account() {
     const char* path = std::getenv("INTERRUPTED_POLLS_FILE");

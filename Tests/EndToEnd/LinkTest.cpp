@@ -1,4 +1,4 @@
-// Verbs of the tests of broken links.
+// What the tests of broken links have in common.
 
 #include "LinkTest.h"
 
@@ -18,7 +18,7 @@ namespace {
 constexpr std::chrono::milliseconds kProbePeriod{50};
 constexpr std::chrono::milliseconds kPollPeriod{10};
 
-// Long enough for a second connection to come, were there one.
+// Long enough to see a second connection, if there is one.
 constexpr std::chrono::milliseconds kSettlingTime{1000};
 
 struct PeerRow {

@@ -1,5 +1,5 @@
-// A running service with a counted peer at each of its connections, which can be removed, replaced
-// and asked whether the service receives from it.
+// A running service with a counted peer at each of its connections. A peer can be removed and
+// replaced, and tells whether the service receives from it.
 
 #pragma once
 
@@ -12,11 +12,11 @@
 #include "Emulation.h"
 #include "RunningService.h"
 
-/// Any of the peers whose links may be disturbed, as the name of a test.
+/// The peer as part of the name of a test.
 const char* NameOf(louddesk::Peer peer);
 
-/// How soon a peer must be served after its link can work again, on the busiest machine. The
-/// service's own promise is two seconds; what was measured is printed.
+/// How soon a peer must be served once its link can work again, on the busiest machine. The service
+/// promises two seconds; the measured time is printed.
 constexpr std::chrono::milliseconds kLenientReturn{6000 * kSlowness};
 
 class LinkTest : public RunningService {
@@ -32,7 +32,7 @@ class LinkTest : public RunningService {
   /// report.
   void StartLinked();
 
-  /// Waits until the service is connected to every peer, all being open.
+  /// Waits until the service is connected to every peer. All must be open.
   void AwaitEveryPeer();
 
   /// Switches reporting on and sends the service a preset.
@@ -64,7 +64,7 @@ class LinkTest : public RunningService {
   /// Sends a command and expects that it is handled once and acknowledged once.
   void ExpectOneAnswer();
 
-  /// Whether two and more lines were written about any message of ExpectServed.
+  /// Expects that no message of ExpectServed was logged more than once.
   void ExpectNothingHeardTwice();
 
   /// Lines so far that contain `text`.
@@ -80,7 +80,7 @@ class LinkTest : public RunningService {
   std::string ProbeLine(louddesk::Peer peer, int number) const;
 
   std::map<louddesk::Peer, std::unique_ptr<CountedPeer>> mPeers;  // the open ones
-  int mFirstProbe = 1;                                            // of the present ExpectServed
+  int mFirstProbe = 1;                                            // of the latest ExpectServed
   int mNextProbe = 1;                                             // number of the next message
   unsigned mCommands = 0;                                         // sent by ExpectOneAnswer
 };

@@ -41,8 +41,7 @@ class LogSinkTest : public WatchedService {
     return line.value_or(LogLine{});
   }
 
-  /// The next line, provoked by `topic` again and again, because lines are refused while the queue
-  /// is full.
+  /// The line about `topic`, which is sent repeatedly: lines are refused while the queue is full.
   LogLine NextOf(const std::string& topic) {
     for (const auto end = std::chrono::steady_clock::now() + kPatience;
          std::chrono::steady_clock::now() < end;) {

@@ -202,7 +202,7 @@ TEST_F(MeterSetTwoServiceTest, PublishesItsClusterAndNoReadings) {
   reset.cluster = 3;
   MessageRun running = reset;
   running.command = LU_CMD_START;
-  Feed(8, -20);  // of which no meter belongs to a programme
+  Feed(8, -20);  // in no programme
   const std::vector<MessageRun> runs = RunsUntil(running);
   ASSERT_EQ(2u, runs.size()) << testing::PrintToString(runs);
   EXPECT_EQ(reset, runs[0]);

@@ -17,7 +17,8 @@ namespace {
 constexpr char kFirewall[] = "PATH=$PATH:/usr/sbin:/sbin nft";
 constexpr char kTable[] = "inet loudcalc_hole";
 
-// Passed as an argument: a pipe to a missing firewall program would end the test.
+// Passed as an argument: writing into a pipe to a firewall program that is missing would end the
+// test.
 bool Configure(const std::string& commands) {
   return std::system((std::string(kFirewall) + " '" + commands + "'").c_str()) == 0;
 }

@@ -1,4 +1,4 @@
-// Verbs of the end-to-end tests.
+// What the end-to-end tests have in common.
 
 #include "RunningService.h"
 

@@ -107,7 +107,7 @@ class TrustBoundaryTest : public FaultyUnit {
     MakeDirectory();
   }
 
-  /// As the packaged files would have it.
+  /// Makes the directory of the sockets as the packaged files say.
   static void MakeDirectory() {
     fs::remove_all(kDirectory);
     fs::create_directory(kDirectory);
@@ -118,7 +118,7 @@ class TrustBoundaryTest : public FaultyUnit {
 
   static std::string Umask() { return WordsAfter("UMask=", "loudcalc@.service.in")[0]; }
 
-  /// To where every user can run them.
+  /// To a place from which every user can run them.
   static void CopyPrograms() {
     fs::create_directory(kPrograms);
     for (const char* program : {LOUDCALC_BINARY, PEER_PROCESS_BINARY, HOSTILE_CLIENT_BINARY}) {

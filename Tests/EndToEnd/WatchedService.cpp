@@ -1,4 +1,4 @@
-// Verbs of the tests that watch every line and every message.
+// What the tests that watch every line and every message have in common.
 
 #include "WatchedService.h"
 
@@ -19,9 +19,9 @@ constexpr char kWarnColour[] = "\033[1;33m";
 
 constexpr char kTransition[] = "LuCalc States chnages ";
 
-constexpr std::size_t kSettledMessages = 3;  // equal ones in a row, as proof that nothing changes
+constexpr std::size_t kSettledMessages = 3;  // equal ones in a row: nothing changes any more
 
-constexpr std::size_t kMostMessages = 100;  // that are waited for, ten seconds of them
+constexpr std::size_t kMostMessages = 100;  // that are waited for: those of ten seconds
 
 constexpr int kWarnLevel = 30;
 constexpr int kErrorLevel = 40;

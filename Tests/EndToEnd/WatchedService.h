@@ -6,10 +6,10 @@
 
 #include "RunningService.h"
 
-/// What the service wrote between two moments, line by line. Time stamps and source lines, which no
-/// test can know, are each replaced by '#'.
+/// What the service wrote between two moments, line by line. Time stamps and source lines, which
+/// tests cannot know, are replaced by '#'.
 struct Speech {
-  std::vector<std::string> output;  // standard output but the lines of the action machine
+  std::vector<std::string> output;  // standard output without the lines of the action machine
   std::vector<std::string> errors;  // standard error
 };
 
@@ -36,7 +36,7 @@ struct MessageRun {
   std::size_t count = 1;  // messages
 };
 
-/// Whether the messages of both are equal, however many they are.
+/// Whether the messages of both are equal; their numbers may differ.
 bool IsSameKind(const MessageRun& left, const MessageRun& right);
 bool operator==(const MessageRun& left, const MessageRun& right);
 void PrintTo(const MessageRun& run, std::ostream* stream);
@@ -76,7 +76,7 @@ class WatchedService : public RunningService {
   /// Expects an acknowledgement of `command` as the next answer.
   void ExpectAcknowledged(const std::string& command, unsigned timeStamp = 0, unsigned user = 0);
 
-  /// Expects that no answer comes for a while of several periods, or that none has come.
+  /// Expects that no answer comes for several periods; expects that none has come.
   void ExpectNoAnswer();
   void ExpectNoAnswerSoFar();
 
@@ -94,8 +94,8 @@ class WatchedService : public RunningService {
   /// Stable figures: those of two equal messages in a row.
   std::vector<int> SettledFigures();
 
-  /// The loudness messages not taken yet and those to come: until three of the kind of `last` came
-  /// in a row, or until none comes for several periods.
+  /// The loudness messages that have not been read yet and those that follow, until three like
+  /// `last` have come in a row, or until none comes for several periods.
   std::vector<MessageRun> RunsUntil(const MessageRun& last);
   std::vector<MessageRun> RunsUntilSilence();
 
@@ -105,7 +105,7 @@ class WatchedService : public RunningService {
   void ExpectAtSink(const std::string& mark, const std::vector<std::string>& errors);
   std::size_t IndexOf(const std::string& text, std::size_t first) const;
 
-  unsigned mMarks = 0;              // messages sent to learn that all before are handled
+  unsigned mMarks = 0;              // messages sent to learn that all earlier ones were handled
   std::size_t mHeard = 0;           // lines that Hear has returned
   std::size_t mNextTransition = 0;  // line after the last change that was expected
 };

@@ -11,7 +11,7 @@ using testing::Optional;
 
 using Topics = std::set<std::string>;
 
-/// Topics of every text peer, spelled out; `meterSet` counts only if it has its own topics.
+/// The topics of every text peer, spelled out; `meterSet` matters only if it has topics of its own.
 Topics TextTopicsOf(unsigned meterSet) {
   Topics topics = {"HbSysStatusEvent", "HbAppCmd", "HwmStatusOrRequest", "AppLoudnessCmd",
                    "QVProbeOptInputDataCmd"};
@@ -102,7 +102,7 @@ TEST_F(MeterSetOneTest, BeatsOnceASecond) {
   ASSERT_TRUE(mUnit.NextHeartbeat(kPatience));
   ASSERT_TRUE(mUnit.NextHeartbeat(kPatience));
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - first;
-  EXPECT_NEAR(2.0, elapsed.count(), 0.9);  // of three would be 3.0, of half a second 1.0
+  EXPECT_NEAR(2.0, elapsed.count(), 0.9);  // three periods would take 3.0, two of half a second 1.0
 }
 
 TEST_F(MeterSetOneTest, MeasuresWithoutLogSinkAndProcessMonitor) {
