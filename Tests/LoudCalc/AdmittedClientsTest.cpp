@@ -18,8 +18,7 @@ using testing::HasSubstr;
 
 constexpr char kEndpointFile[] = "admittedClientsTest.ipc";
 
-// A handshake that expired while the machine was held up looks like a refusal. The client tries
-// again.
+// A handshake that times out on a busy machine looks like a refusal, so the client tries again.
 constexpr int kRefusals = 3;
 
 class AdmittedClientsTest : public testing::Test {
@@ -66,7 +65,7 @@ class AdmittedClientsTest : public testing::Test {
   std::string error_;
 };
 
-// A number of no user on the machines that tests run on.
+// A number that no user has on the machines where tests run.
 constexpr char kStranger[] = "4294900000";
 
 TEST_F(AdmittedClientsTest, EverybodyIsAdmittedWhereNobodyIsNamed) {

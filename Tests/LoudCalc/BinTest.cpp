@@ -207,8 +207,8 @@ TEST_F(CbinTest, DecrementOfNothingAtAllPrintsBothLines) {
   EXPECT_EQ(mBin.Bins[0], 0U);
 }
 
-// Removing readings that were never added brings the count to 0 while others remain. For every
-// figure the histogram is then empty.
+// Removing readings that were never added can bring the count to 0 while other readings remain.
+// Every figure then treats the histogram as empty.
 TEST_F(CbinTest, CountOfZeroIsAnEmptyHistogramWhateverItsBinsHold) {
   Add(1000);
   Add(3000);

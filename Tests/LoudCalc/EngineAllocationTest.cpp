@@ -1,4 +1,4 @@
-// Proves that the calculator allocates nothing once it is built, and keeps nothing after its end.
+// The calculator allocates nothing once it is built, and keeps nothing after its end.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// What the tests of the calculator share: a calculator per case and verbs to feed it.
+// What the tests of the calculator share: a calculator for each test, and functions that feed it.
 
 #pragma once
 
@@ -38,7 +38,7 @@ class EngineFixture : public testing::Test {
     LoudCalcInit();
   }
 
-  // The service ends after the cleanup. Here another case follows, so the pointers are cleared.
+  // The service ends after the cleanup. Here another test may follow, so the pointers are cleared.
   ~EngineFixture() override {
     LoudCalcCleanup();
     pCbBinMomLoud = pCbBinLra = nullptr;

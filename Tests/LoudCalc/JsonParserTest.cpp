@@ -156,7 +156,7 @@ TEST_F(JsonParserTest, CommandTopicMustBeThatOfTheMeterSet) {
   EXPECT_EQ(0x103u, gluCalcActions);
 }
 
-// For meter set 2 every topic that contains the text is that of a configuration.
+// Meter set 2 takes every topic that contains this text for that of a configuration.
 TEST_F(JsonParserTest, TopicThatContainsTwoTextsBelongsToTheFirstInTheOrderOfTheTopics) {
   ServeMeterSet(2);
   EXPECT_EQ(0, Send("AppProbeSetLuConf-AppIOQVLoudnessCmd-", kConfiguration));
@@ -360,7 +360,7 @@ TEST_F(JsonParserTest, CommandsGoByTheModeOfARefusedConfiguration) {
   constexpr char kStopCommand[] = R"({"ClusterId":0,"Command":"Stop"})";
   Send("AppProbeSetLuConf-1", kConfiguration);
   gluCalcActions = 0x100;
-  Send("AppProbeSetLuConf-1", "[]");  // not an object, so it resets nothing
+  Send("AppProbeSetLuConf-1", "[]");  // not an object, which resets nothing
   Send("AppIOQVLoudnessCmd-1", kStopCommand);
   EXPECT_EQ(0x004u, gluCalcActions);
   gluCalcActions = 0x100;

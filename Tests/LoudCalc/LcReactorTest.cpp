@@ -1,4 +1,4 @@
-// The service's reactor singleton and the numbers it keeps.
+// The singleton of the service's reactor and the numbers that it keeps.
 
 #include "LcReactor.h"
 

@@ -14,8 +14,8 @@
 
 namespace {
 
-// Sound as random stretches of up to three seconds: mostly programme of a wandering level, with
-// silences and, if wanted, the extreme values that the DSP stage can deliver.
+// Random stretches of sound of up to three seconds: mostly programme whose level wanders, with
+// silences in between and, on request, the extreme values that the DSP stage can deliver.
 class RandomSound {
  public:
   RandomSound(std::uint32_t seed, double lowest, double highest, bool extremes)

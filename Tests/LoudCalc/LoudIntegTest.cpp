@@ -1,4 +1,5 @@
-// The sliding-window integrator: its window on the shared ring, two-pass gating, loudness range.
+// The integrator over a sliding window: its window on the shared ring, gating in two passes,
+// loudness range.
 
 #include "LoudInteg.h"
 
@@ -176,7 +177,7 @@ TEST_F(LoudIntegTest, TwoHourWindowSlidesOnItsRing) {
 
 TEST_F(LoudIntegTest, TailBeyondTheRingRemovesSilence) {
   Add(2000, 30);
-  mRing.MaxNumElements = 20;  // there is still a code of 2000 behind this end
+  mRing.MaxNumElements = 20;  // a code of 2000 still lies beyond this end
   mUngated.MomLoudTail = 20;
   testing::internal::CaptureStdout();
   mUngated.AddNewSample(2000);

@@ -121,7 +121,7 @@ TEST_F(LoudReportTest, EveryOtherValueThanZeroSwitchesReportingOn) {
 // 9004 readings of 0 LKFS, each of 1857398385681617 x 10^0.07074 = 2.186e15, are more than 2^64 =
 // 1.845e19 by 1.236e18, or 1.37e14 a reading: 10 log10(1.37e14) - 153.388 = -12.0 LKFS.
 TEST_F(LoudReportTest, SumThatHasWrappedIsStillOfAValidSource) {
-  constexpr int kReadings = 9004;  // with the last of which the programme is refreshed
+  constexpr int kReadings = 9004;  // the last of which refreshes the programme loudness
   gluCalcActions = kActionRunning;
   for (int block = 0; block < kWarmUpBlocks + kReadings; ++block)
     LoudCalcUpdate(PowerOf(0.01), 1);

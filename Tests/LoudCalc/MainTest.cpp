@@ -24,7 +24,7 @@ int MainOfLoudCalc(int argc, char** argv);
 
 namespace {
 
-const char* gInterfaceAddress = nullptr;  // of any interface; null: the true one
+const char* gInterfaceAddress = nullptr;  // of every interface; null: the real one
 bool gIsWired = false;                    // what the wiring returns
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The publisher of the loudness service: its endpoints, its messages and its life.
+// The publisher of the loudness service: its endpoints, messages and lifetime.
 
 #include "PubHandler.h"
 
@@ -27,7 +27,7 @@ using mqtest::Subscriber;
 constexpr char kBaseUnit[] = "MqPubHandler";
 constexpr char kUnitDirectory[] = "ipc:///run/shm/mq/";
 
-// A publisher of meter set 2, cluster 3, not bound yet. For tests that end the process.
+// A publisher of meter set 2 and cluster 3 that is not bound yet. For tests that end the process.
 class PubHandlerDeathTest : public testing::Test {
  protected:
   PubHandlerDeathTest() {
@@ -54,7 +54,7 @@ class PubHandlerDeathTest : public testing::Test {
   cPubHandler* publisher_ = nullptr;
 };
 
-// The same with what it writes to the console.
+// The same, with the console captured.
 class PubHandlerTest : public PubHandlerDeathTest {
  protected:
   // A subscriber of the loudness-data message.

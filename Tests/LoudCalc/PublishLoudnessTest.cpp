@@ -1,4 +1,4 @@
-// The engine's way to the publishers.
+// How the engine reaches the publishers.
 
 #include "PublishLoudness.h"
 
@@ -54,7 +54,7 @@ thread_local Allocation gNextAllocation = Allocation::Works;
 
 namespace {
 
-// No publisher yet. For tests that end the process.
+// There is no publisher yet. For tests that end the process.
 class PublishLoudnessDeathTest : public testing::Test {
  protected:
   PublishLoudnessDeathTest() {

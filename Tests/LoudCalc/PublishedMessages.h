@@ -20,7 +20,7 @@
 /// send.
 class PublishedMessages {
  public:
-  using Message = std::vector<std::string>;  // one string a frame
+  using Message = std::vector<std::string>;  // one string per frame
 
   PublishedMessages(std::uint32_t meterSet, std::uint32_t cluster) {
     EXPECT_EQ(0, do_mkdir(kIpcDirectory, 0777));
@@ -42,8 +42,8 @@ class PublishedMessages {
   PublishedMessages(const PublishedMessages&) = delete;
   PublishedMessages& operator=(const PublishedMessages&) = delete;
 
-  /// Everything sent since the last call, in order. What was sent before the call has arrived by
-  /// then: a marker follows it through the same socket.
+  /// Everything sent since the last call, in order. Nothing that was sent before the call is
+  /// missing: a marker follows it through the same socket.
   std::vector<Message> Data() { return Drain(data_, gpLcPubs->mpLuDataPubSocket); }
   std::vector<Message> State() { return Drain(state_, gpLcPubs->mpLuStatePubSocket); }
 

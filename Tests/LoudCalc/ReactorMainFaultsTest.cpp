@@ -1,4 +1,4 @@
-// The wiring when the messaging library fails, and its entry points called out of order.
+// The wiring when the messaging library fails, and when its entry points are called out of order.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ class ReactorMainFaultsTest : public testing::Test {
 };
 
 TEST_F(ReactorMainFaultsTest, EverySubscriptionMustConnect) {
-  // Of the connections the first is the heartbeat's, whose failure is only logged.
+  // The first connection is that of the heartbeats, whose failure is only logged.
   for (int connection = 2; connection <= 6; ++connection) {
     EXPECT_DEATH((faults::Fail(Call::Connect, connection), Wire()), "`ret == true'") << connection;
   }

@@ -24,7 +24,7 @@ namespace {
 using testing::HasSubstr;
 using testing::SizeIs;
 
-// A publisher of the unit that sees what is subscribed.
+// A publisher of the unit that sees what is subscribed to.
 class Publisher {
  public:
   explicit Publisher(const std::string& endpoint) : socket_(zsock_new(ZMQ_XPUB)) {
@@ -35,7 +35,7 @@ class Publisher {
   Publisher(const Publisher&) = delete;
   Publisher& operator=(const Publisher&) = delete;
 
-  // The next `count` topics that a subscriber asks for.
+  // The next `count` topics that are subscribed to.
   std::set<std::string> Subscriptions(std::size_t count) {
     std::set<std::string> topics;
     while (topics.size() < count) {
@@ -124,7 +124,7 @@ TEST_F(ReactorMainTest, MeterSetThreeIsNotSubscribedToPresetConfigurationAndComm
   Publisher mainServer(Tcp(MainBoardAddress(), 7000));
   Publisher raw(Ipc("hwmProbeLuRawDataPub-3.ipc"));
   Start(3);
-  // The test's own subscription follows those of the wiring, so it ends the list.
+  // The test's own subscription follows those of the wiring and marks the end of the list.
   cLcReactor::mpReactor->SubscribeTopic("end", 3, false);
   std::set<std::string> expected = kFixedTopics;
   expected.insert("end");

@@ -19,7 +19,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// The manager's end: a socket of the given name, where @ stands for the zero byte.
+// The socket of the manager. In its name, @ stands for the zero byte.
 class ManagerEnd {
  public:
   explicit ManagerEnd(std::string name) {
