@@ -1,4 +1,5 @@
-// The assertion of the service. Built as if for a release: it must not depend on the build type.
+// The assertion of the service. Built as for a release, because the assertion must not depend on
+// the build type.
 
 #ifndef NDEBUG
 #define NDEBUG

@@ -1,4 +1,5 @@
-// Console streams that never wait, in child processes: the streams cannot be restored.
+// Console streams that never wait. Tested in child processes, because the streams cannot be
+// restored.
 
 #include "Console.h"
 
@@ -36,7 +37,7 @@ std::function<int(int)> gAnswer;
 
 }  // namespace
 
-// Replaces the C library's.
+// Replaces the function of the C library.
 extern "C" int poll(pollfd* items, nfds_t count, int timeoutMs) {
   const timespec timeout = {timeoutMs / 1000, timeoutMs % 1000 * 1000000L};
   const int ready = ppoll(items, count, timeoutMs < 0 ? nullptr : &timeout, nullptr);
@@ -52,7 +53,7 @@ void PrintLines(FILE* stream, int count) {
     std::fprintf(stream, "line %d\n", line);
 }
 
-// Both ends of something that carries bytes; `in` is read by the test.
+// The two ends of a pipe, a socket or a terminal; the test reads from `in`.
 struct Channel {
   int in = -1;
   int out = -1;
@@ -79,7 +80,7 @@ Channel NamedPipe() {
   return channel;
 }
 
-// Puts a carriage return before each line feed.
+// The text with a carriage return before each line feed.
 Channel Terminal() {
   Channel channel;
   channel.in = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -119,7 +120,7 @@ pid_t Start(int standardFd, int out, const std::function<void()>& work) {
   if (child != 0)
     return child;
   std::signal(SIGPIPE, SIG_IGN);
-  alarm(30);  // a child that waits after all
+  alarm(30);  // ends a child that waits after all
   if (out >= 0)
     dup2(out, standardFd);
   else
@@ -136,7 +137,7 @@ void ExpectSuccess(pid_t child) {
   EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
-// Without what a terminal adds.
+// The text without what a terminal adds.
 std::string WithoutReturns(std::string text) {
   text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
   return text;
@@ -165,7 +166,7 @@ std::string ReadWhatIsThere(int fd) {
   return text;
 }
 
-// Everything until `text` has come.
+// Everything up to the arrival of `text`.
 std::string ReadUntil(int fd, const std::string& text) {
   std::string all;
   char piece[4096];
@@ -180,7 +181,7 @@ std::string ReadUntil(int fd, const std::string& text) {
   return all;
 }
 
-// One process waits for the other.
+// Lets one process wait for another.
 void Pass(const Channel& channel) {
   EXPECT_EQ(write(channel.out, "x", 1), 1);
 }
@@ -447,7 +448,7 @@ TEST(ConsoleTest, RoomThatTheOtherStreamTakesFirstIsNotWaitedFor) {
         std::fputs(line.c_str(), stderr);
         Pass(done);
       });
-      // Time for the other to overtake, which it must not.
+      // Gives the other one time to overtake, which it must not do.
       pollfd item = {done.in, POLLIN, 0};
       EXPECT_EQ(poll(&item, 1, 200), 0);
       return ready;

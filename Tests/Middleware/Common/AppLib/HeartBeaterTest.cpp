@@ -32,7 +32,7 @@ constexpr char kIpcInlet[] = "ipc:///run/shm/mq/hbMonPullMq.ipc";
 constexpr char kBeat[] = "{\"HbKey\":\"QvOptLuCal1\",\"Version\":\"Telvon8-v1.9.3\",\"State\":1}";
 constexpr int kSendMark = 1000;  // messages that a socket keeps for an absent peer
 
-// The monitor's end.
+// The monitor's end of the connection.
 class Monitor {
  public:
   explicit Monitor(const char* endpoint) : socket_(zsock_new(ZMQ_PULL)) {
@@ -49,7 +49,7 @@ class Monitor {
   zsock_t* socket_;
 };
 
-// A client without socket and text. For tests that end the process.
+// A client that has neither a socket nor a text. For tests that end the process.
 class HeartBeaterDeathTest : public testing::Test {
  protected:
   HeartBeaterDeathTest() {
@@ -73,7 +73,7 @@ class HeartBeaterDeathTest : public testing::Test {
   cHeartBeater* client_ = nullptr;
 };
 
-// The same with what it writes to the console.
+// The same, with the console captured.
 class HeartBeaterTest : public HeartBeaterDeathTest {
  protected:
   mqtest::Console console_;
@@ -387,7 +387,7 @@ TEST_F(HeartBeaterTest, RefusedFrameIsReportedAndNothingIsSentAfterIt) {
     Call refused;
     void (*send)(cHeartBeater&);
     const char* line;
-    int lastFrames;  // final frames that were tried
+    int lastFrames;  // attempts to send a final frame
   } const cases[] = {
       {Call::SendPart, [](cHeartBeater& client) { EXPECT_FALSE(client.SendBeat()); },
        "\"Failed to send HB Topic.\"", 0},
@@ -521,7 +521,7 @@ TEST_F(HeartBeaterTest, SlowMonitorGetsWholeHeartbeatsOnly) {
   Monitor monitor(kIpcInlet);
   std::atomic<bool> isDone{false};
   int whole = 0;
-  // The queue is full most of the time, so that the monitor makes room at any moment of a send.
+  // The queue is full most of the time, so that the monitor may make room at any moment of a send.
   std::thread reader([&] {
     for (int i = 0; i < kReceived; ++i)
       whole += monitor.Next() == Frames{"HbProc", kBeat} ? 1 : 0;
@@ -533,8 +533,8 @@ TEST_F(HeartBeaterTest, SlowMonitorGetsWholeHeartbeatsOnly) {
   reader.join();
   EXPECT_EQ(kReceived, whole);
   EXPECT_GT(refused, 0);
-  // Before the monitor's end: libzmq 4.3 aborts when a connection breaks in the moment in which the
-  // socket behind it closes with half a message on the way.
+  // Closed before the monitor's socket: libzmq 4.3 aborts if a connection breaks at the very moment
+  // at which its socket closes with half a message on the way.
   cHeartBeater::DeleteInstance();
 }
 

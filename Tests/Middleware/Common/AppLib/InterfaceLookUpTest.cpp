@@ -1,4 +1,4 @@
-// Look-ups of an interface's addresses. They ask about the loopback device and are compared with
+// The addresses of an interface. The tests look up the loopback device and compare the results with
 // the system's list of interfaces.
 
 #include <arpa/inet.h>

@@ -28,8 +28,8 @@ constexpr char kUnit[] = "MqPubHandler";
 constexpr char kIpcName[] = "mqPubHandlerTest.ipc";
 constexpr char kLocalHost[] = "127.0.0.1";
 
-// A TCP port that was free a moment ago. Found with a socket of the system, which releases the port
-// when closed.
+// A TCP port that was free a moment ago. Found with a plain socket, which releases the port as soon
+// as it is closed.
 std::uint32_t FreePort() {
   sockaddr_in address{};
   socklen_t size = sizeof address;

@@ -50,7 +50,7 @@ class MqReactorLinkTest : public testing::Test {
     return frames;
   }
 
-  // By a frame that is larger than the service takes.
+  // With a frame that is larger than the service accepts.
   void BreakTheLink() {
     publisher_->Publish({"Text", std::string(kMqMaxFrameSize + 1, 'x')});
     EXPECT_EQ("-Text", publisher_->NextChange());
@@ -85,7 +85,7 @@ TEST_F(MqReactorLinkTest, MessageThatIsHalfReadIsReadToItsEndFirst) {
   ASSERT_TRUE(mqtest::AwaitMessage(reactor_.mpSock));
   Read();
   BreakTheLink();
-  // Longer than a link is kept because messages wait.
+  // Longer than a link is kept for the sake of waiting messages.
   TendFor(kMqBusyLinkPatienceMs + kMqLostLinkPatienceMs);
   Read();
   EXPECT_NE(0, zsock_rcvmore(reactor_.mpSock)) << "still in the middle of the message";

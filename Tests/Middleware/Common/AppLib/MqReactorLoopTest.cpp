@@ -132,7 +132,7 @@ class MqReactorLoopDeathTest : public testing::Test {
   std::unique_ptr<MqReactor> reactor_;
 };
 
-// The same with what it writes to the console.
+// The same, with the console captured.
 class MqReactorLoopTest : public MqReactorLoopDeathTest {
  protected:
   mqtest::Console console_;
@@ -390,21 +390,21 @@ bool IsAnythingWaiting(zsock_t* socket, int milliseconds = 0) {
   return zmq_poll(&item, 1, milliseconds) > 0;
 }
 
-// Ends the loop when nothing waits for the publisher behind the argument, or when it has taken too
-// long.
+// Ends the loop when nothing waits for the publisher behind the argument any more, or after too
+// long a time.
 int EndWhenNothingWaits(zloop_t*, int, void* argument) {
   static const std::int64_t end = zclock_mono() + mqtest::kDeadlineMs;
   const bool isOver = !IsAnythingWaiting(static_cast<zsock_t*>(argument)) || zclock_mono() > end;
   return isOver ? -1 : 0;
 }
 
-// A publisher of which nothing is sent, and a client of it.
+// A publisher that sends nothing, and a client of it.
 class PublisherInLoopTest : public MqReactorLoopTest {
  protected:
   PublisherInLoopTest() : silent_(zsock_new(ZMQ_PUB)), client_(zsock_new(ZMQ_SUB)) {
     const std::string endpoint = mqtest::IpcEndpoint("mqReactorLoopTestSilent.ipc");
     zsock_bind(silent_, "%s", endpoint.c_str());
-    zsock_events(silent_);  // what the bind itself left to do
+    zsock_events(silent_);  // deals with what the bind itself left to do
     zsock_connect(client_, "%s", endpoint.c_str());
   }
 
@@ -467,7 +467,7 @@ TEST_F(MqReactorLoopTest, TimerKeepsItsDelay) {
   reactor_->AddTimer(EndAtThirdCall, &calls, 20, 0);
   const Clock::time_point start = Clock::now();
   Run();
-  // Times are kept in whole milliseconds, so that each end may be one off.
+  // Times are whole milliseconds, so that either end may be off by one.
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(3 * 20 - 2));
 }
 
@@ -564,8 +564,8 @@ TEST_F(MqReactorLoopTest, HandlerMayEndAnotherTimerThatIsDue) {
   }
 }
 
-// Adds two timers, one that is over after its last tick and one that it ends, and makes room for
-// the next two.
+// Adds two timers, one that is over after its last tick and one that this one ends, and makes room
+// for the next two.
 int AddTwoTimers(zloop_t*, int, void* argument) {
   auto& ender = *static_cast<Ender*>(argument);
   ender.reactor->AddTimer(CountCall, &ender.calls, 0, 1);
@@ -577,7 +577,7 @@ int AddTwoTimers(zloop_t*, int, void* argument) {
 TEST_F(MqReactorLoopTest, TimersThatAreOverTakeNoMemory) {
   constexpr std::size_t kRounds = 2000;
   Ender ender{reactor_.get()};
-  reactor_->SetMaxTimers(kRounds);  // half of them all; the loop stops the process beyond
+  reactor_->SetMaxTimers(kRounds);  // half of all; with more the loop would stop the process
   reactor_->AddTimer(AddTwoTimers, &ender, 1, kRounds);
   reactor_->AddTimer(EndLoop, nullptr, kRounds + 100, 1);
   const std::uint64_t before = AllocationsSoFar() - ReleasesSoFar();

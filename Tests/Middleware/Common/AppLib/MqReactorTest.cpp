@@ -63,13 +63,13 @@ class MqReactorDeathTest : public testing::Test {
   std::unique_ptr<MqReactor> reactor_;
 };
 
-// The same with what it writes to the console.
+// The same, with the console captured.
 class MqReactorTest : public MqReactorDeathTest {
  protected:
   mqtest::Console console_;
 };
 
-// Fills a row with `length` letters; the terminator goes where the caller left room.
+// Fills a row with `length` letters and a terminator, for which the caller has left room.
 void FillTopic(TopicList_t& topics, std::size_t row, std::size_t length) {
   std::memset(topics[row], 'a', length);
 }

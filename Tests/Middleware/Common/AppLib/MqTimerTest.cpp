@@ -40,7 +40,8 @@ int MakeTick(zloop_t* loop, int timerId, void* timer) {
   return made->Tick() ? made->Call(loop, timerId) : 0;
 }
 
-// Runs a loop with one timer until the recorder has enough. Whether the timer is over then.
+// Runs a loop with one timer until the recorder has enough ticks. Returns whether the timer is then
+// over.
 bool RunLoop(Recorder& recorder, std::size_t delay, std::size_t times) {
   zloop_t* loop = zloop_new();
   MqTimer timer(Record, &recorder, delay, times);
@@ -63,7 +64,7 @@ TEST(MqTimerTest, TicksThatTheNextOneHasOvertakenAreLeftOut) {
   recorder.enough = 5;
   RunLoop(recorder, kPeriod, 0);
   ASSERT_EQ(recorder.ticks.size(), 5u);
-  // Ten ticks were due during the delay. The last is made at once; those before it are skipped.
+  // Ten ticks were due during the delay. The last one comes at once; those before it are skipped.
   EXPECT_GE(recorder.ticks[2] - recorder.ticks[1], recorder.stall);
   EXPECT_GE(recorder.ticks[4] - recorder.ticks[2], kPeriod);
 }

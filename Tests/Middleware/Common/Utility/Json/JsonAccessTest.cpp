@@ -18,8 +18,8 @@ rapidjson::Document Parsed(const std::string& text) {
   return document;
 }
 
-/// The result of `json::Read` for one JSON value; nothing if it refuses. A refused value must not
-/// change the target.
+/// The result of `json::Read` for one JSON value; nothing if it is refused. A refused value must
+/// not change the target.
 template <typename Target>
 std::optional<Target> ReadValue(const std::string& jsonValue, Target before) {
   const rapidjson::Document document = Parsed("{\"Key\":" + jsonValue + "}");
@@ -89,7 +89,7 @@ std::string DocumentOf(std::size_t size) {
   return R"({"a":")" + std::string(size - kFrame, 'x') + R"("})";
 }
 
-// An array of `elements` numbers is so many values and one more.
+// An array of `elements` numbers counts as that many values and one more.
 std::string ArrayOf(std::size_t elements) {
   std::string text = "[0";
   for (std::size_t i = 1; i < elements; ++i)

@@ -1,4 +1,4 @@
-// Links that ZeroMQ abandons, and those that it renews, over real sockets.
+// Links that ZeroMQ abandons and links that it renews, over real sockets.
 
 #include "MqLink.h"
 
@@ -92,8 +92,8 @@ class MqLinkTest : public testing::Test {
 
 const std::string kSubscription = std::string("\1") + kTopic;
 
-// Each covers a case that the one above does not: a peer that no longer answers, one that never
-// did, and a dead connection that only the kernel notices.
+// Each option covers a case that the one above does not: a peer that no longer answers, one that
+// never did, and a dead connection that only the kernel notices.
 TEST(MqPrepareLinkTest, VanishedPeersAreNoticedInSeveralWays) {
   for (const int type : {ZMQ_SUB, ZMQ_PUSH}) {
     for (const bool isOverTcp : {true, false}) {
@@ -283,7 +283,7 @@ TEST_F(MqLinkTest, TakingNoteRenewsNothing) {
   const std::int64_t end = zclock_mono() + 2 * kMqLostLinkPatienceMs;
   while (zclock_mono() < end)
     mWatch.TakeNote();
-  // Lost for long enough, it is renewed at once.
+  // A link that has been lost for long enough is renewed at once.
   mWatch.Tend([this](const char* endpoint) { mRenewed.emplace_back(endpoint); });
   EXPECT_THAT(mRenewed, ElementsAre(mEndpoint));
 }

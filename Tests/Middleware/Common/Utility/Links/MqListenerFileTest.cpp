@@ -44,7 +44,7 @@ class MqListenerFileTest : public testing::Test {
     return socket;
   }
 
-  // News of a file that was already missing.
+  // A report about a file that was already missing.
   MqFileNews SecondLook() {
     EXPECT_EQ(MqFileNews::kNone, file_.Tend());
     return file_.Tend();

@@ -17,7 +17,7 @@ namespace {
 
 constexpr char kFile[] = "mqListenerTest.ipc";
 
-// The longest topic of a client that puts one byte before it, as libzmq did before 4.3.3.
+// The longest topic of a client that sends one byte before it, as libzmq did before 4.3.3.
 constexpr std::size_t kLongestOfOlderClients = kMqMaxClientFrameSize - 1;
 
 // A client of the library.

@@ -1,4 +1,4 @@
-// Links to collecting peers: who owns the socket, and when it exists.
+// Links to peers that collect messages: who owns the socket, and when it exists.
 
 #include "MqPushLink.h"
 

@@ -36,7 +36,7 @@ int Further(FailingCall& call) {
 TEST(MqSupportTest, CallThatSucceedsIsMadeOnce) {
   for (auto* make : {First, Further}) {
     FailingCall call(0, EINTR);
-    errno = EINTR;  // of something else
+    errno = EINTR;  // left over from another call
     EXPECT_EQ(make(call), 0);
     EXPECT_EQ(call.calls, 1);
   }

@@ -49,7 +49,7 @@ class Sink {
 
 class LoggerSinkTest : public testing::Test {
  protected:
-  static constexpr int kMostMessages = 100000;  // more than all queues together can keep
+  static constexpr int kMostMessages = 100000;  // more than all queues together hold
 
   LoggerSinkTest() {
     mqtest::MakeIpcDirectory();
@@ -63,11 +63,11 @@ class LoggerSinkTest : public testing::Test {
     faults::Reset();
     mqtest::Console console;
     Logger::DeleteInstance();
-    // Sockets are closed in the background; the next test must not meet them.
+    // Sockets are closed in the background, and the next test must not find them.
     zsys_shutdown();
   }
 
-  // Attaches without the lines about it, on the console and at the sink.
+  // Attaches the logger and drops what it writes about that on the console and to the sink.
   void AttachQuietly() {
     const MsgLevel_e level = mpLogger->mLogLevel;
     mpLogger->mLogLevel = MsgLevel_None;

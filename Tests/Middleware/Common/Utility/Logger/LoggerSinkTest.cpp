@@ -244,7 +244,7 @@ TEST_F(LoggerSinkTest, FiveThousandMessagesWithoutAPeerNeverWait) {
     refused += isLastSent ? 0 : 1;
   }
   EXPECT_FALSE(isLastSent);
-  // The queue keeps what comes first.
+  // The queue keeps what came first.
   EXPECT_GT(refused, 0);
   EXPECT_LT(refused, 5000);
 }

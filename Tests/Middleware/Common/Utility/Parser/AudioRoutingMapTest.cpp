@@ -1,4 +1,4 @@
-// Records of the audio routing: their texts and order, the map that keeps them, what is printed.
+// Records of the audio routing: their texts and order, the map that keeps them, and their printing.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -4,7 +4,7 @@
 
 #include "JsonParseAudioRouting.h"
 
-/// A record without contents for that output channel.
+/// An empty record for that output channel.
 inline cAudChannelOutputRouting Record(std::int32_t slot, SysIOConnectorType_e connector,
                                        SysOutputType_e output, std::int32_t channel) {
   cAudChannelOutputRouting record;

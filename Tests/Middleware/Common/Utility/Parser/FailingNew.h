@@ -8,7 +8,7 @@
 /// again.
 void FailNextNew();
 
-/// The same once `others` have worked.
+/// The same after `others` successful ones.
 void FailNewAfter(std::size_t others);
 
 /// Every `new` works again from now on. True if the planned failure has happened.

@@ -31,7 +31,7 @@ Logger* OpenLogger() {
   return logger;
 }
 
-/// A line of a level with exactly that message.
+/// A line of that level with exactly that message.
 auto Line(const std::string& level, const std::string& message) {
   return ContainsRegex("\\|" + level + "\\|JsonParseHbMonMessages\\|[0-9]+\\|" + message + "\n");
 }
@@ -44,7 +44,7 @@ std::string LinesOf(Action action) {
   return testing::internal::GetCapturedStderr();
 }
 
-/// Class-wide flags at their first values, nothing logged.
+/// The class-wide flags have their initial values, and nothing is logged.
 class SysStatusTest : public testing::Test {
  protected:
   SysStatusTest() {
@@ -94,7 +94,7 @@ class MonitorCommandTest : public testing::Test {
   cJsonParseHbMonCommand parser_;
 };
 
-// --- First values; fixtures would hide them ---
+// --- Initial values, which the fixtures would hide ---
 
 TEST(HbMonMessagesTest, ClassWideMembersStartSilentAndUnset) {
   EXPECT_FALSE(cJsonParseSysStatus::mbSysStatus);

@@ -1,4 +1,4 @@
-// JSON values for tests, from their text.
+// Makes JSON values for tests from their text.
 
 #pragma once
 

@@ -1,4 +1,4 @@
-// Messages, expected records and verbs for the tests of the loudness message reader.
+// Messages, expected records and helpers for the tests of the reader of loudness messages.
 
 #pragma once
 
@@ -11,7 +11,7 @@
 
 #include "JsonParseLuMessages.h"
 
-// JSON values that are not of each type.
+// For each type, JSON values that are not of that type.
 inline constexpr const char* kNotUnsigned[] = {"9.0",   "9.5",  "1e1",  "-1",  "4294967296",
                                                "\"1\"", "true", "null", "[1]", "{}"};
 inline constexpr const char* kNotSigned[] = {"9.0",        "-23.0",       "1e1",   "2147483648",
@@ -164,7 +164,7 @@ inline cLuSettingsParser ParserAfterCluster() {
   return parser;
 }
 
-/// A used reader and what the last call of it gave.
+/// A used reader and the results of its last call.
 class LuMessageReader : public testing::Test {
  protected:
   bool ReadConf(const std::string& text) { return parser_.ParseLuConfJsonStr(text.c_str()); }
@@ -185,7 +185,7 @@ class LuMessageReader : public testing::Test {
     cluster_ = kStale;
   }
 
-  /// Every function refuses the text and changes no field; outputs are 0.
+  /// Expects that every function refuses the text and changes no field, and that the outputs are 0.
   void ExpectRefusedByEveryEntry(const char* text) {
     const std::string shown = text == nullptr ? "null" : std::string(text).substr(0, 40);
     const auto before = Fields(parser_);

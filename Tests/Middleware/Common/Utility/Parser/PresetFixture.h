@@ -12,7 +12,7 @@
 
 inline constexpr int kMeters = 32;
 
-// The three sections that a preset must have.
+// The three required sections of a preset.
 inline constexpr char kClusters[] =
     R"("Clusters":[{"FirstMeter":1,"NumberOfMeters":2,"Type":"Stereo"}])";
 inline constexpr char kMeterSet[] =
@@ -21,7 +21,7 @@ inline constexpr char kMeterSet[] =
 inline constexpr char kClock[] =
     R"("SystemClockSource":{"Type":"AES","ConnectorType":"BNC","Slot":1})";
 
-// Sections that it may have.
+// Its optional sections.
 inline constexpr char kVideo[] =
     R"("VideoSource":{"Type":"SDI","ConnectorType":"BNC","Slot":2,"StreamBitRate":48000})";
 inline constexpr char kDolbyInput[] = R"("DolbyInputSource":{"Type":"AES","Slot":3})";
@@ -40,7 +40,7 @@ inline std::string Document(const std::vector<std::string>& members) {
   return text + "}";
 }
 
-// A preset that is accepted, with further members behind those it must have.
+// A preset that is accepted, with further members after the required ones.
 inline std::string Accepted(const std::string& more = R"("Unknown":{})") {
   return Document({kClusters, kMeterSet, kClock, more});
 }
@@ -87,7 +87,7 @@ inline auto OwnFields(const cPresetParser& preset) {
 
 class PresetTest : public testing::Test {
  protected:
-  // Parses as the service does: with the routing, of which slot 0 alone.
+  // Parses as the service does: with the routing of slot 0 only.
   int Parse(const std::string& text) { return Parse(text.c_str(), true, false, 0, nullptr); }
 
   int Parse(const char* text, bool parseRouting, bool routingFlag, int routingArg,

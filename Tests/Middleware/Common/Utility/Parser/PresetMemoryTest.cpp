@@ -33,22 +33,22 @@ class PresetMemoryTest : public testing::Test {
     return result;
   }
 
-  // Reads a document while the allocation after the first `others` fails. False if it needed no
-  // more than these.
+  // Reads a document while the allocation after the first `others` ones fails. False if no further
+  // one was needed.
   bool ParseWithFailure(const std::string& text, std::size_t others) {
     testing::internal::CaptureStdout();
     FailNewAfter(others);
     try {
       mPreset.ParsePreset(text.c_str(), true, true, 0, nullptr);
     } catch (const std::bad_alloc&) {
-      // The memory was to hold the document itself; nothing of it is read.
+      // The allocation was for the document itself, of which nothing is read.
     }
     const bool hasFailed = StopFailingNew();
     testing::internal::GetCapturedStdout();
     return hasFailed;
   }
 
-  // Of every entry, in the order of the map.
+  // For every entry, in the order of the map.
   std::vector<std::int32_t> Trims() const {
     std::vector<std::int32_t> trims;
     for (const auto& entry : mPreset.mAcorMap)

@@ -20,7 +20,7 @@ using testing::Not;
 constexpr char kEmset[] =
     R"("EmsetConfig":[{"Slot":1,"Cage":2,"Signals":{"Flows":{"Primary":[{}]}}}])";
 
-// Members of documents of which one of the sections that must be there is missing or bad.
+// Members of documents in which a required section is missing or bad.
 const std::vector<std::string> kIncomplete[] = {
     {kMeterSet, kClock},
     {kClusters, kClock},
@@ -37,7 +37,7 @@ const std::vector<std::string> kFatal[] = {
     {kClusters, kMeterSet, kClock, R"("Name":{"Preset":"News"})"},
 };
 
-// The document with these members and `more` behind them.
+// The document with these members, followed by `more`.
 std::string DocumentWith(std::vector<std::string> members, const std::string& more) {
   members.push_back(more);
   return Document(members);
@@ -112,7 +112,7 @@ TEST_F(PresetRefusalTest, SectionOfAnotherTypeFailsTheDocument) {
   }
 }
 
-// Values that a reset keeps show that their section was read.
+// Values that a reset does not change show that their section was read.
 TEST_F(PresetRefusalTest, SectionsBehindOneThatFailsAreRead) {
   int slot = 0;
   for (const std::vector<std::string>& members : kIncomplete) {

@@ -27,7 +27,7 @@ TEST(Utf8TextTest, EachByteOfNoCharacterIsReplaced) {
       {"ab\xE2\x82", "ab" + x + x},              // the same
       {"\xF0\x9F\x94", x + x + x},               // the same
       {"\xE2\x82\xC3\xA4", x + x + "\xC3\xA4"},  // another character begins
-      {"\xC0\xAF", x + x},                       // longer than it need be
+      {"\xC0\xAF", x + x},                       // longer than necessary
       {"\xE0\x9F\xBF", x + x + x},               // the same
       {"\xED\xA0\x80", x + x + x},               // a surrogate
       {"\xF4\x90\x80\x80", x + x + x + x},       // above U+10FFFF
@@ -37,7 +37,7 @@ TEST(Utf8TextTest, EachByteOfNoCharacterIsReplaced) {
     EXPECT_EQ(Utf8Of(row.text), row.expected) << testing::PrintToString(row.text);
 }
 
-// The text fills its memory, so that the sanitizers notice reads beyond it.
+// The text fills its memory exactly, so that a sanitizer notices a read beyond its end.
 TEST(Utf8TextTest, CharacterCutOffByTheEndOfTheTextIsReplaced) {
   const std::string before(64, 'a');
   std::string text(before.size() + 1, '\xF0');
