@@ -7,7 +7,7 @@
 
 namespace {
 
-// Nothing is reset but the origin, which the cluster message shares with the command.
+// Only the origin is reset, which the cluster message shares with the command.
 cLuSettingsParser Expected(const rapidjson::Value& message, const cLuSettingsParser& before) {
   cLuSettingsParser reader = before;
   reader.mbIsCmdOriginFromFp = fuzz::BoolOf(message, "OriginFromFp", false);

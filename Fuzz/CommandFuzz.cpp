@@ -8,7 +8,7 @@
 namespace {
 
 constexpr unsigned kAllClusters = 0;
-constexpr unsigned kUnread = 77;  // what an output argument holds before the call
+constexpr unsigned kUnread = 77;  // what the output arguments hold before the call
 
 // What a command message that passes its filter leaves in the reader.
 cLuSettingsParser Expected(const rapidjson::Value& message, const cLuSettingsParser& before) {
@@ -71,7 +71,7 @@ void CheckFiltered(const fuzz::Text& text, const fuzz::Document& document, unsig
   fuzz::CheckRecord(static_cast<cLuCmd&>(reader));
 }
 
-// Writers name the user by a key that readers do not look for, so it is set anew.
+// The writer's key for the user is not the one that the reader looks for, so the user is set again.
 std::string Written(const cLuCmd& command, unsigned cluster, unsigned meterSet) {
   cLuSettingsCreater writer;
   writer.mlClusterId = cluster;

@@ -1,5 +1,5 @@
 // The whole dispatcher: a series of messages, text and binary, with ticks of the timers between
-// them. What one message leaves behind meets the next.
+// them, all on the same state.
 //
 // Input: one byte each for the meter set and the cluster of the process ('0' is 0), then records. A
 // record begins with a letter:
@@ -10,7 +10,7 @@
 //     t  a tick of the 100 ms timer
 //     s  a republication, as every fifth second
 //
-// Any other letter is passed over.
+// Any other letter is skipped.
 
 #include <cstring>
 #include <string>
@@ -26,7 +26,7 @@
 namespace {
 
 constexpr unsigned kMaxRecords = 64;
-constexpr unsigned kNumbers = 9;  // meter sets and clusters of a unit, none included
+constexpr unsigned kNumbers = 9;  // of meter sets and of clusters, including none
 
 bool Contains(const std::string& text, const char* part) {
   return text.find(part) != std::string::npos;
@@ -51,7 +51,7 @@ bool EndsLoop(const std::string& topic, const char* payload) {
   return command == 9 || command == 100;
 }
 
-// What a message of this topic may change at most, in the order in which topics are told apart.
+// What a message of this topic may change at most, in the order in which topics are recognised.
 fuzz::Changes AllowedChanges(const std::string& topic, const char* payload) {
   fuzz::Changes none{};
   if (Contains(topic, "AppIOQVLoudnessCmd-")) {
@@ -131,7 +131,7 @@ void SendBinary(const char* topic, zmsg_t* message) {
   fuzz::CheckOnlyChanged(before, {false, false, false, false, false, false, false, isRawData});
 }
 
-// One step of the action machine: at most one pending action is done, none is raised.
+// One step of the action machine: at most one pending action is carried out, and none is added.
 void Tick() {
   const fuzz::ServiceState before = fuzz::TakeState();
   SendLoudnessData();

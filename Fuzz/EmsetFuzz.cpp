@@ -72,7 +72,7 @@ void CheckAll(const cEmsetConfParser& reader, const rapidjson::Value& value) {
   }
 }
 
-// An Emset in every place, so that what a document leaves behind can be seen.
+// An Emset in every place shows what a document leaves unchanged.
 constexpr char kEarlier[] =
     R"({"Slot":1,"Cage":2,"DisplayName":"Earlier","Signals":{"Flows":{"Primary":[
         {"EnableFlow":true,"Flow":"Video","NetworkSettings":{"SourceIP":"10.0.0.1"},

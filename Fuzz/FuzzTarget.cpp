@@ -12,7 +12,7 @@
 
 #include "Assertion.h"
 
-// In place of the support library's: a target decides whether the input was meant to end here.
+// Replaces that of the support library: the target decides whether the input should end here.
 void FailAssertion(const char* text, const char* file, int line) {
   throw fuzz::ReachedAssertion{text, file, line};
 }
@@ -21,7 +21,7 @@ namespace fuzz {
 
 namespace {
 
-// A stream that costs no system call and keeps nothing.
+// A stream that makes no system call and keeps nothing.
 FILE* OpenNowhere() {
   cookie_io_functions_t nowhere = {};
   nowhere.write = [](void*, const char*, std::size_t size) { return static_cast<ssize_t>(size); };

@@ -1,4 +1,4 @@
-// A second look at documents. Stateless.
+// A second reading of documents. Stateless.
 
 #include "JsonOracle.h"
 

@@ -1,18 +1,18 @@
-// Events of connections on their way from the library to the watch that renews links, with a clock
-// and connections that the input rules.
+// Events of connections on their way from the library to the watch that renews links. The input
+// also controls the clock and whether connections succeed.
 //
 // Input: one byte, odd for a PUSH socket, else a SUB socket, then records. A record begins with a
 // letter:
 //
-//     e  a number of two bytes, an endpoint, zero: an event that is yet to be taken note of
+//     e  a number of two bytes, an endpoint, zero: an event that the watch has yet to read
 //     E  a length of one byte, that many bytes, an endpoint, zero: the same with any first frame
-//     w  a number of two bytes: so many milliseconds pass
-//     i  messages begin or cease to wait on the socket
-//     f  connections begin or cease to be refused
+//     w  a number of two bytes: that many milliseconds pass
+//     i  messages begin or stop waiting on the socket
+//     f  connections begin or stop being refused
 //     t  the watch tends its links
 //     b  the watch tends its links between two messages
 //
-// Any other letter is passed over.
+// Any other letter is skipped.
 
 #include <czmq.h>
 #include <dlfcn.h>
@@ -63,7 +63,7 @@ void RecordCall(bool isConnect, zsock_t* socket, const char* format, va_list arg
 
 }  // namespace
 
-// A function that the program itself defines comes before the library's.
+// A function that the program defines replaces the one of the library.
 extern "C" {
 
 int zmq_msg_recv(zmq_msg_t* message, void* socket, int flags) {
@@ -142,7 +142,8 @@ class Model {
     link.lostSince = gNow;
   }
 
-  // Endpoints of all lost links once one of them has been lost for so long; none before.
+  // The endpoints of all lost links, once one of them has been lost for long enough; none before
+  // that.
   Endpoints LostOnceLostFor(std::int64_t milliseconds) const {
     Endpoints lost;
     bool isTime = false;
@@ -154,7 +155,7 @@ class Model {
     return isTime ? lost : Endpoints{};
   }
 
-  // Those of the renewed links that are to be reported.
+  // The renewed links that must be reported.
   Endpoints Renew(const Endpoints& endpoints) {
     Endpoints reports;
     for (const std::string& endpoint : endpoints) {
@@ -254,7 +255,7 @@ class LinkEvents {
   std::vector<std::pair<std::string, std::string>> mEvents;  // that have not been read
 };
 
-// A watched socket for all inputs; a watch forgets its links when it is started again.
+// One watched socket serves all inputs: a watch forgets its links when it is started again.
 class WatchedSocket {
  public:
   explicit WatchedSocket(int type) : mSocket(zsock_new(type)) {

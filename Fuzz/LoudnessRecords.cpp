@@ -1,4 +1,4 @@
-// The loudness records seen from outside. Stateless.
+// Properties of the loudness records. Stateless.
 
 #include "LoudnessRecords.h"
 

@@ -154,7 +154,7 @@ void CheckAccepted(const cPresetParser& preset) {
     if (cluster.miFirstMeter != -1 && cluster.miNumberOfMeters >= 0)
       ++validClusters;
   }
-  // A cluster that the document does not bring has no first meter.
+  // A cluster that the document does not contain has no first meter.
   FUZZ_PROPERTY(preset.miValidClustersCount == validClusters, "valid clusters are counted");
 }
 

@@ -1,6 +1,6 @@
-// Raw blocks of the signal-processing stage: frames of any count and size, for any programme.
+// Raw blocks of the signal-processing stage: any number of frames of any size, for any programme.
 //
-// Input: four bytes with the meters of the programme, one byte that deals out the weights, then
+// Input: four bytes with the meters of the programme, one byte that selects the weights, then
 // messages (Frames.h).
 
 #include <algorithm>
@@ -48,7 +48,7 @@ struct Block {
   std::uint32_t peak = 0;
 };
 
-// The block that a message brings, found out apart from its reader; false for none.
+// The block in a message, computed independently of its reader; false if there is none.
 bool ExpectedBlock(zmsg_t* message, Block& block) {
   if (cJsonParser::mlMetersInProgram == 0 || zmsg_size(message) < 3)
     return false;

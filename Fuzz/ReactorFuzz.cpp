@@ -1,5 +1,5 @@
-// Messages on their way from the reactor's sockets to its handlers: frames of any number and size,
-// one reader call after the other.
+// Messages on their way from the reactor's sockets to its handlers: any number of frames of any
+// size, and calls of the readers in any order.
 //
 // Input: records. A record begins with a letter:
 //
@@ -8,12 +8,12 @@
 //     t  a call of the text reader, as the loop makes it for a readable socket
 //     b  a call of the binary reader
 //
-// Any other letter is passed over. A message: one byte, signed, that its handler returns, then its
+// Any other letter is skipped. A message: one byte, signed, that its handler returns, then its
 // frames up to a dot or the end:
 //
 //     l  a length of one byte and that many bytes
-//     x  a length of two bytes and one byte: so many times that byte
-//     r  a number of two bytes: so many times more the frame before
+//     x  a length of two bytes and one byte: that many times the byte
+//     r  a number of two bytes: that many copies of the frame before it
 //
 // Any other letter is an empty frame.
 
@@ -64,7 +64,7 @@ int HandleBinary(const char* topic, zmsg_t* message) {
   return gResult;
 }
 
-// What one call of a reader does.
+// The effect of one call of a reader.
 struct Call {
   std::vector<Frames> handed;  // to the handler; at most one message
   int result;                  // of the handler

@@ -44,7 +44,7 @@ void EndLateRun(int) {
 
 void ReplayFile(const fs::path& path, unsigned seconds) {
   dprintf(STDOUT_FILENO, "%s\n", path.c_str());
-  // Without spare capacity, so that a sanitizer notices a target that reads beyond.
+  // Without spare capacity, so that a sanitizer notices a target that reads beyond the end.
   std::vector<std::uint8_t> bytes = BytesOf(path);
   bytes.shrink_to_fit();
   alarm(seconds);

@@ -1,4 +1,4 @@
-// The base of the fuzz targets, and what the replay makes of corpora.
+// The base of the fuzz targets, and the replay of corpora.
 
 #include "Replay.h"
 

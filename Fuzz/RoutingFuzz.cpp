@@ -38,8 +38,8 @@ bool IsChannel(const rapidjson::Value& channel) {
          (fuzz::Member(channel, "Speaker") == nullptr || fuzz::HasText(channel, "Speaker"));
 }
 
-// Pair 1 holds the channels 1 and 2; a pair without a number holds none, and a channel that no int
-// holds is none.
+// Pair 1 has the channels 1 and 2. A pair without a number has none, and a channel number beyond
+// the range of an int does not count.
 void AddChannels(const rapidjson::Value& pair, int slot, int connector, int output, Keys& keys) {
   const std::int64_t number = fuzz::SignedOf(pair, "Pair", -1);
   const rapidjson::Value* channels = fuzz::Member(pair, "OutputChannels");
@@ -70,7 +70,7 @@ void AddConnectors(const rapidjson::Value& connectors, int slot, Keys& keys) {
   }
 }
 
-// The channels of one slot that a document routes, found out apart from its reader.
+// The channels of one slot that a document routes, computed independently of its reader.
 Keys ExpectedKeys(const rapidjson::Value& value, int slot) {
   Keys keys;
   const rapidjson::Value* connectors = fuzz::Member(value, std::to_string(slot).c_str());
@@ -99,7 +99,7 @@ void Read(cAudOutputRouting& routing, const rapidjson::Value& value, bool allSlo
   fuzz::CheckRouting(routing.mAcorMap);
 }
 
-// One reading, and a second one over what the first has left.
+// Reads the document once, and a second time on top of the result.
 AudChannelOutputRoutingMap_t CheckReading(const rapidjson::Value& value, bool allSlots, int slot) {
   cAudOutputRouting routing;
   Read(routing, value, allSlots, slot);

@@ -17,7 +17,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr int kNumberOutOfRange = 406;  // the library's number of that fault
+constexpr int kNumberOutOfRange = 406;  // the library's number for that error
 
 constexpr char kAnyCharacter = 'x';
 constexpr std::size_t kEscapeSize = 6;  // of \uXXXX
@@ -33,7 +33,7 @@ bool IsHexDigit(char character) {
   return std::strchr("0123456789abcdefABCDEF", character) != nullptr && character != '\0';
 }
 
-// The code unit of the escape that begins at `text`, -1 when none does.
+// The code unit of the escape that begins at `text`; -1 if none does.
 long CodeUnit(const std::string& text, std::size_t place) {
   if (text.size() - place < kEscapeSize || text[place] != '\\' || text[place + 1] != 'u')
     return -1;
@@ -51,9 +51,9 @@ bool IsSecondHalf(long unit) {
   return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-// The text with characters in the place of what this library refuses and the service takes: bytes
-// that are not UTF-8, and second halves of surrogate pairs without a first. A place where either is
-// no part of a string stays an error.
+// The text with ordinary characters in place of what this library refuses and the service accepts:
+// bytes that are not UTF-8, and second halves of surrogate pairs without a first one. Outside of
+// strings these remain errors.
 std::string WithPlainCharacters(const char* text) {
   const std::string original = text;
   std::string plain;
@@ -73,8 +73,8 @@ std::string WithPlainCharacters(const char* text) {
   return plain;
 }
 
-// Readers look at exponents and digits one by one, and may give a number up before they know that
-// it is small after all.
+// A reader handles digits and exponents one by one, and may reject a number before it knows that
+// the value is small after all.
 bool MayBeGivenUp(const std::string& number) {
   const std::size_t exponent = number.find_first_of("eE");
   const std::size_t digits = number.find_first_of(".eE") - (number[0] == '-' ? 1 : 0);
@@ -90,7 +90,7 @@ Verdict JudgeNumber(const std::string& number) {
   return size > kSurelyInRange || MayBeGivenUp(number) ? Verdict::kEither : Verdict::kTaken;
 }
 
-// Follows the library through a text as long as it may still be taken.
+// Follows the library through a text for as long as the text may still be accepted.
 class Judge : public nlohmann::json_sax<Json> {
  public:
   Verdict verdict() const { return mVerdict; }
@@ -123,7 +123,7 @@ class Judge : public nlohmann::json_sax<Json> {
     return true;
   }
 
-  // Whether it is worth going on.
+  // Whether the text may still be accepted.
   bool Take(Verdict verdict) {
     if (verdict != Verdict::kTaken)
       mVerdict = verdict;

@@ -19,7 +19,7 @@ std::string Times(std::size_t count, const std::string& part) {
   return text;
 }
 
-// Both readers, which must agree unless either verdict is right.
+// Expects the same verdict from both readers, unless either verdict is right.
 Verdict Judged(const std::string& text) {
   const Verdict verdict = fuzz::JudgeText(text.c_str());
   rapidjson::Document document;
@@ -33,7 +33,7 @@ TEST(SecondReaderTest, JsonIsTaken) {
   for (const char* text :
        {"{}", " [1,-0,0.5,1e2,-1E-2] \n", "\"\"", "null", "{\"a\":{\"a\":[true,false]}}",
         "\"\\\"\\\\\\/\\b\\f\\n\\r\\t\\u00e4\\uD83D\\uDD0A\"", "\"\x7F\"", "1.7e308", "-1e-400",
-        // What the service takes although others would refuse it.
+        // Accepted by the service although other readers would refuse it.
         "\"\xFF\xC3\"", "\"\\udc00\"", "\"\\\\udc00\"", "\"\\uD83D\\uDD0A\\udd0a\""})
     EXPECT_EQ(Judged(text), Verdict::kTaken) << text;
 }
@@ -93,7 +93,7 @@ TEST(SecondReaderTest, LimitsAreThoseOfTheService) {
   EXPECT_EQ(Judged(Times(nesting + 1, "[") + Times(nesting + 1, "]")), Verdict::kRefused);
   EXPECT_EQ(Judged("[" + Times(100, "[[]],") + Times(nesting - 1, "[") + Times(nesting, "]")),
             Verdict::kTaken);
-  // The array itself counts, and of a member its key and its value.
+  // The array itself counts, and so do the key and the value of a member.
   const std::size_t values = json::kMaxValues;
   EXPECT_EQ(Judged("[0" + Times(values - 2, ",0") + "]"), Verdict::kTaken);
   EXPECT_EQ(Judged("[0" + Times(values - 1, ",0") + "]"), Verdict::kRefused);

@@ -1,5 +1,5 @@
-// The service inside a fuzz target. Its singletons live as long as the process; their state is put
-// back for each input.
+// The service inside a fuzz target. Its singletons live as long as the process; their state is
+// reset for each input.
 
 #include "ServiceState.h"
 
@@ -35,8 +35,8 @@ bool IsBetween(int value, int lowest, int highest) {
   return value >= lowest && value <= highest;
 }
 
-// Of ten readings LKFS and LU are tenths: no 64-bit power reaches 40 LKFS. Of the true peak they
-// are hundredths: 16 bits reach 6.03 dBTP.
+// LKFS and LU are published in tenths: no 64-bit power reaches 40 LKFS. The true peak is published
+// in hundredths: 16 bits reach 6.03 dBTP.
 void CheckFigures(const LoudnessData_t& figures) {
   for (const std::int16_t loudness : {figures.MaxMomentary, figures.Momentary, figures.ShortTerm,
                                       figures.Integrated, figures.Program})
@@ -79,7 +79,7 @@ void CheckReporting() {
                 "the last command carried out is one that is carried out");
 }
 
-// A new one in the old one's place, because it cannot be assigned.
+// Built anew in the place of the old one, because it cannot be assigned.
 template <typename Object, typename... Arguments>
 void MakeAnew(Object& object, Arguments... arguments) {
   object.~Object();
@@ -96,7 +96,7 @@ void MakePublishers() {
 bool MakeSingletons() {
   setenv("ZSYS_SIGHANDLER", "false", 0);  // signals belong to libFuzzer
   Logger* logger = Logger::GetInstance();
-  // Every line is formatted, to go nowhere.
+  // Every line is formatted, and then discarded.
   logger->mLogLevel = MsgLevel_Debug;
   logger->mConsoleAttached = true;
   cLcReactor::GetInstance();

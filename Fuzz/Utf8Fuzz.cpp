@@ -1,4 +1,4 @@
-// Texts on their way to the log sink, which must get UTF-8 whatever a peer sent.
+// Texts on their way to the log sink, which must receive UTF-8 whatever a peer has sent.
 
 #include <nlohmann/json.hpp>
 #include <string>
@@ -12,7 +12,7 @@ constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
 constexpr std::size_t kReplacementSize = sizeof kReplacement - 1;
 constexpr std::size_t kLongestCharacter = 4;  // bytes
 
-// Another library's opinion: what is not UTF-8 it can write by leaving it out or by replacing it.
+// The result of another library, which leaves out or replaces what is not UTF-8.
 bool IsUtf8(const std::string& text) {
   using Json = nlohmann::json;
   const Json value = text;
@@ -20,7 +20,7 @@ bool IsUtf8(const std::string& text) {
          value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-// Bytes of the character that begins at `place`, 0 when none does.
+// Number of bytes of the character that begins at `place`; 0 if none does.
 std::size_t CharacterAt(const std::string& text, std::size_t place) {
   for (std::size_t size = 1; size <= kLongestCharacter && place + size <= text.size(); ++size)
     if (IsUtf8(text.substr(place, size)))
@@ -28,7 +28,7 @@ std::size_t CharacterAt(const std::string& text, std::size_t place) {
   return 0;
 }
 
-// The text with every byte replaced that belongs to no character.
+// The text with each byte replaced that does not belong to a character.
 std::string Expected(const std::string& text) {
   std::string repaired;
   for (std::size_t place = 0; place < text.size();) {

@@ -16,13 +16,13 @@ struct MessageDestroyer {
 
 using MessageOwner = std::unique_ptr<zmsg_t, MessageDestroyer>;
 
-/// Takes a message: one byte with the number of frames, of which the lowest three bits count, then
-/// the frames. A frame begins with a letter:
+/// Takes a message: one byte, whose lowest three bits are the number of frames, then the frames. A
+/// frame begins with a letter:
 ///
 ///     p  32 times the 4 bytes that follow: a peak frame
 ///     w  32 times the 8 bytes that follow: a power frame
 ///     l  a length of one byte and that many bytes
-///     z  a length of two bytes: so many zeros
+///     z  a length of two bytes: that many zeros
 ///
 /// Any other letter is an empty frame.
 MessageOwner TakeMessage(Input& input);

@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-/// Stops the run with `text` and the place when `condition` does not hold; alive in every build
-/// type. `text` says what should have been.
+/// Stops the run with `text` and the place if `condition` does not hold, in every build type.
+/// `text` is what should hold.
 #define FUZZ_PROPERTY(condition, text) \
   ((condition) ? static_cast<void>(0) : fuzz::FailProperty((text), __FILE__, __LINE__))
 
@@ -41,7 +41,7 @@ class Text {
   std::size_t mSize;  // without the zero
 };
 
-/// An input, taken from the front. What is taken beyond its end is zero or empty.
+/// An input, read from the front. What is read beyond its end is zero or empty.
 class Input {
  public:
   Input(const std::uint8_t* data, std::size_t size) : mData(data), mSize(size) {}
@@ -56,7 +56,7 @@ class Input {
   /// The next `size` bytes, or as many as there are.
   Text TakeText(std::size_t size);
 
-  /// The bytes before the next zero, which is taken too; all when there is none.
+  /// The bytes before the next zero, which is consumed too; all bytes if there is none.
   Text TakeTerminatedText();
 
   /// All the rest.
@@ -74,11 +74,11 @@ void TestOneInput(Input input);
 /// Runs the target on one input; called by libFuzzer and by the replay.
 void Run(const std::uint8_t* data, std::size_t size);
 
-/// Sends what the code under test writes to standard output and standard error nowhere. Sanitizers,
-/// libFuzzer and failed properties still reach the process's standard error.
+/// Discards what the code under test writes to standard output and standard error. Sanitizers,
+/// libFuzzer and failed properties still reach the standard error of the process.
 void Silence();
 
-/// Runs `operation` and returns the text of the assertion that it failed, null when none.
+/// Runs `operation` and returns the text of the assertion that failed in it, or null.
 template <typename Operation>
 const char* AssertionOf(Operation operation) {
   try {

@@ -1,6 +1,6 @@
-// What a document says, found out apart from the readers under test: another library judges whether
-// it is one, and of its members the first of a name counts, and only when it is of the type asked
-// for.
+// What a document says, computed independently of the readers under test. Another library judges
+// whether it is JSON. If a name occurs more than once, the first member counts, and only if it is
+// of the type asked for.
 
 #pragma once
 
@@ -16,8 +16,7 @@ namespace fuzz {
 /// A text parsed with the limits that every reader shares.
 class Document {
  public:
-  /// Asserts that the service takes the text as a document when it is JSON within the limits, and
-  /// only then.
+  /// Asserts that the service accepts the text if, and only if, it is JSON within the limits.
   explicit Document(const Text& text);
 
   bool IsJson() const { return mIsJson; }
@@ -32,7 +31,7 @@ class Document {
   bool mIsJson;
 };
 
-/// The first member of `object` with exactly that name; null when there is none or `object` is no
+/// The first member of `object` with exactly that name; null if there is none or `object` is not an
 /// object.
 const rapidjson::Value* Member(const rapidjson::Value& object, const char* name);
 

@@ -1,4 +1,4 @@
-// What holds for every loudness configuration and command, however it was made.
+// What holds for every loudness configuration and command, wherever it comes from.
 
 #pragma once
 
@@ -11,8 +11,8 @@ bool IsSame(const cLuConf& left, const cLuConf& right);
 bool IsSame(const cLuCmd& left, const cLuCmd& right);
 bool IsSame(const cLuSettingsParser& left, const cLuSettingsParser& right);
 
-/// Asserts that every enumeration is a value that a message can bring and that its text, which
-/// stands beside it, means it.
+/// Asserts that every enumeration has a value that a message can set, and that the text beside it
+/// is the text of that value.
 void CheckRecord(const cLuConf& configuration);
 void CheckRecord(const cLuCmd& command);
 

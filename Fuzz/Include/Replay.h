@@ -7,13 +7,13 @@
 
 namespace fuzz {
 
-/// As long as the fuzzer allows.
+/// The same limit as the fuzzer's.
 constexpr unsigned kSecondsPerInput = 10;
 
-/// Replays the files of `folders`, each in the order of their names, and prints a line for each on
-/// the process's standard output before it runs. False, with a line on standard error, when there
-/// is no folder or one of them is missing or holds no file: then nothing runs. A failed property,
-/// and an input that takes longer than `secondsPerInput`, ends the process.
+/// Replays the files of each of the `folders`, in the order of their names, and prints a line
+/// before each on the standard output of the process. If no folder is given, or one is missing or
+/// empty, it runs none, writes a line to standard error and returns false. A failed property, or an
+/// input that takes longer than `secondsPerInput`, ends the process.
 bool Replay(const std::vector<std::string>& folders, unsigned secondsPerInput = kSecondsPerInput);
 
 }  // namespace fuzz

@@ -7,8 +7,8 @@ namespace fuzz {
 enum class Verdict {
   kRefused,  // it is not JSON, or exceeds a limit
   kTaken,    // it is JSON within the limits
-  kEither,   // a number in it lies at the very end of the range of a double, or has so many digits
-             // or so high an exponent that a reader may give it up
+  kEither,   // a number in it is at the very end of the range of a double, or has so many digits
+             // or so high an exponent that a reader may reject it
 };
 
 /// The verdict on a zero-terminated text. The limits are those of JsonAccess.h: size, values and

@@ -14,7 +14,7 @@
 
 namespace fuzz {
 
-/// A copy of the state, in groups that messages change as a whole.
+/// A copy of the state. Messages change each group as a whole.
 struct ServiceState {
   cLuSettingsParser reader;     // last configuration and command
   LoudConfigUser_t settings;    // the user's settings in force
@@ -31,7 +31,7 @@ struct ServiceState {
   std::uint32_t blocksCounted;  // blocks since the reset, as far as the engine counts them
 };
 
-/// The state as it is.
+/// The present state.
 ServiceState TakeState();
 
 /// Which groups of the state an operation may change; the others must stay.
@@ -39,15 +39,15 @@ struct Changes {
   bool reader, settings, actions, reporting, source, programme, status, engine;
 };
 
-/// Asserts that nothing but the groups named has changed since `before`.
+/// Asserts that only the given groups have changed since `before`.
 void CheckOnlyChanged(const ServiceState& before, const Changes& changes);
 
 /// Asserts what holds at all times: every value in its range, texts terminated, a weight only for a
 /// meter of the programme.
 void CheckState();
 
-/// The service as the wiring starts it for `meterSet` and `cluster`, but with publishers that are
-/// bound to nothing; whatever ran before is gone.
+/// Resets the service to the state in which the wiring starts it for `meterSet` and `cluster`,
+/// except that its publishers are not bound to anything.
 void StartService(std::uint32_t meterSet, std::uint32_t cluster);
 
 /// Engine and programme alone, as after the start.
