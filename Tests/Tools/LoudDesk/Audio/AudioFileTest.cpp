@@ -1,4 +1,4 @@
-// Audio files as they come: every format and depth, and everything that can be wrong with one.
+// Audio files: every format and depth, and everything that can be wrong with a file.
 
 #include "AudioFile.h"
 
@@ -32,7 +32,7 @@ constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
 constexpr int kFlac16 = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
 constexpr int kVorbis = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
 
-// Root may read everything; for as long as this lives, the process is an ordinary user.
+// Makes the process an ordinary user during its lifetime, because root may read everything.
 class NotRoot {
  public:
   NotRoot() : mUser(geteuid()), mIsOrdinary(mUser != 0 || seteuid(kNobody) == 0) {}
@@ -65,7 +65,7 @@ class AudioFileTest : public testing::Test {
     return all;
   }
 
-  // The message with which a file is refused; empty when it is not.
+  // The message with which a file is refused; empty if it is not refused.
   static std::string RefusalOf(const std::string& path) {
     try {
       ReadAll(path);
@@ -75,7 +75,7 @@ class AudioFileTest : public testing::Test {
     return "";
   }
 
-  // What is said of a file that is not all there; empty of a whole one.
+  // What is said about a file that is incomplete; empty for a complete one.
   static std::string DamageOf(const std::string& path) {
     AudioFile file(path);
     Samples samples(4800 * file.Channels());
@@ -86,7 +86,7 @@ class AudioFileTest : public testing::Test {
     return damage.IsNone() ? "" : DamageText(damage, there);
   }
 
-  // A second and a half of stereo noise, which no encoder makes small.
+  // A second and a half of stereo noise, which no encoder can compress well.
   std::string WriteNoise(const std::string& name, int format) const {
     return mDirectory.Write(name, format, 48000, 2, Noise(0.5, 2 * 72000, 1));
   }
@@ -122,7 +122,7 @@ TEST_F(AudioFileTest, ThirtyTwoChannelsAndTheRatesAtBothEndsAreRead) {
   }
 }
 
-// Of a whole file nothing must look cut off, whatever its container and encoding.
+// A complete file must not look cut off, whatever its container and encoding.
 TEST_F(AudioFileTest, WholeFilesOfEveryFormatAreReadToTheirEnd) {
   struct {
     const char* name;
@@ -239,8 +239,7 @@ TEST_F(AudioFileTest, AWavThatLacksItsLastByteIsNotWhole) {
   EXPECT_EQ(DamageOf(path), "less than 0.01 % of the file is missing: it ends early, at 0:01.5");
 }
 
-// A chunk of odd size is followed by a byte that belongs to no chunk. Format chunk and header take
-// 36 bytes.
+// A chunk of odd size is followed by a padding byte. Format chunk and header take 36 bytes.
 TEST_F(AudioFileTest, ATruncatedWavWithAnOddChunkBeforeItsSamplesIsNotWhole) {
   std::string bytes = BytesOf(WriteNoise("whole.wav", kWav16));
   bytes.insert(36, std::string("note\x03\0\0\0abc\0", 12));
@@ -277,7 +276,7 @@ TEST_F(AudioFileTest, ATruncatedWave64EndsEarly) {
   EXPECT_EQ(DamageOf(path), "the file ends early, at 0:00.7");
 }
 
-// How much there was only the pages that are missing knew.
+// Only the missing pages said how long the file was.
 TEST_F(AudioFileTest, AnOggCutWithinAPageEndsEarly) {
   const std::string vorbis = WriteNoise("cut.ogg", kVorbis);
   CutOff(vorbis, BytesOf(vorbis).size() / 2);
@@ -311,7 +310,7 @@ TEST_F(AudioFileTest, AWavCutWithinItsHeaderIsNotAudio) {
   EXPECT_THAT(RefusalOf(path), StartsWith(path + ": "));
 }
 
-// Its size of 32 bits says 1000 bytes; a hole of four GiB follows.
+// The size in the header, of 32 bits, says 1000 bytes; a hole of four GiB follows.
 TEST_F(AudioFileTest, AWavThatIsLongerThanItsHeaderCanTellIsRefused) {
   const std::string path = mDirectory.Write("long.wav", kWav16, 48000, 1, Samples(500, 0.1));
   std::filesystem::resize_file(path, (std::uintmax_t{1} << 32) + 1044);

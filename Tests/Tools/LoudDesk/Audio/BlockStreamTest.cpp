@@ -1,4 +1,4 @@
-// Sources of samples as the blocks that a unit publishes of them.
+// The blocks that a unit publishes of a source of samples.
 
 #include "BlockStream.h"
 
@@ -38,7 +38,7 @@ TEST(BlockStreamTest, WholeBlocksAreRead) {
   EXPECT_EQ(5u, BlocksIn(half));
   BlockReading block;
   EXPECT_FALSE(half.Next(block)) << "the end is not the end";
-  // 11025 Hz: 1102.5 frames a block; ten seconds are a hundred blocks all the same.
+  // 11025 Hz: 1102.5 frames per block; ten seconds are a hundred blocks nevertheless.
   BlockStream odd("tone", MakeSource(ToneOf(10, -20), 11025));
   EXPECT_EQ(100u, BlocksIn(odd));
 }

@@ -1,5 +1,5 @@
-// Which speaker a channel is for, by the file: masks, orders of formats, and files that say
-// nothing.
+// Which speaker a channel is for, according to the file: masks, the orders of formats, and files
+// that do not say.
 
 #include "AudioFormat.h"
 
@@ -61,7 +61,7 @@ class ChannelMapTest : public testing::Test {
     }
     const auto length = static_cast<char>(block.size());
     bytes.insert(42, std::string{'\x04', '\0', '\0', length} + block);
-    bytes[4] = static_cast<char>(bytes[4] & 0x7F);  // not the last block any more
+    bytes[4] = static_cast<char>(bytes[4] & 0x7F);  // no longer the last block
     return AudioFile(mDirectory.WriteBytes("commented.flac", bytes)).Positions();
   }
 
@@ -81,7 +81,7 @@ TEST_F(ChannelMapTest, VorbisHasTheSpeakersOfItsStandard) {
   EXPECT_THAT(MapOf(kVorbis, 9), IsEmpty());
 }
 
-// Vorbis I, 4.3.9: which channel of a stream is which. Each has a level of its own.
+// Vorbis I, 4.3.9: the order of the channels in a stream. Each has a different level.
 TEST_F(ChannelMapTest, ChannelsOfVorbisAndOpusAreHandedOutInTheOrderOfTheirMap) {
   const std::vector<ChannelMap> orders = {
       {kL, kC, kR},
@@ -101,7 +101,7 @@ TEST_F(ChannelMapTest, ChannelsOfVorbisAndOpusAreHandedOutInTheOrderOfTheirMap) 
       Samples samples(24000 * order.size());
       file.Read(samples.data(), 24000);
       for (std::size_t i = 0; i < order.size(); ++i) {
-        // Encoders treat this channel in ways of their own.
+        // Encoders process this channel in different ways.
         if (file.Positions().at(i) == kLfe)
           continue;
         double power = 0.0;

@@ -1,5 +1,6 @@
-// Damaged files of real encoders: what is there is read, and what is missing is named. Files are
-// ten seconds of noise, which no encoder makes small, so that a place in the bytes is one in time.
+// Damaged files of real encoders: what is there is read, and what is missing is reported. The files
+// are ten seconds of noise, which no encoder compresses well, so that a position in the file
+// corresponds to a time.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -45,8 +46,7 @@ class DamagedFileTest : public testing::Test {
                      Noise(0.25, static_cast<std::size_t>(2 * kSeconds * kRate), 1));
   }
 
-  // The noise by an encoder whose command names it as %d/noise.wav, with some bytes in the middle
-  // turned over.
+  // The noise, encoded by a command that reads %d/noise.wav, with some bytes in the middle changed.
   std::string Damaged(const std::string& name, const std::string& command,
                       std::size_t bytes = 20) const {
     std::string content = BytesOf(mDirectory.Make(name, command));
@@ -55,7 +55,7 @@ class DamagedFileTest : public testing::Test {
     return mDirectory.WriteBytes(name, content);
   }
 
-  // The first half of what an encoder makes of the noise.
+  // The first half of the encoded noise.
   std::string CutInHalf(const std::string& name, const std::string& command) const {
     const std::string path = mDirectory.Make(name, command);
     test_audio::CutOff(path, BytesOf(path).size() / 2);
@@ -67,13 +67,13 @@ class DamagedFileTest : public testing::Test {
 
 constexpr char kFfmpeg[] = "ffmpeg -v error -y -i %d/noise.wav ";
 
-// What is read and what is missing make the whole, and the place is where the bytes are: half-way
-// but for headers and what encoders look ahead.
+// What is read and what is missing add up to the whole. The reported place is that of the changed
+// bytes: half-way, apart from headers and the encoder's delay.
 TEST_F(DamagedFileTest, WhatIsDamagedInTheMiddleIsLeftOutAndNamed) {
   struct {
     const char* name;
     std::string command;
-    double most;  // s that the smallest piece that can be lost lasts
+    double most;  // s, duration of the smallest piece that can be lost
   } const cases[] = {
       {"a.ogg", "oggenc -Q -o %o %d/noise.wav", 0.6},
       {"a.opus", "opusenc --quiet %d/noise.wav %o", 1.1},
@@ -107,7 +107,7 @@ TEST_F(DamagedFileTest, IntactVorbisOfSharpSoundsIsNotDamaged) {
   EXPECT_TRUE(outcome.damage.IsNone()) << outcome.damage.places.size() << " places";
 }
 
-// 2000 bytes of an MP3 of 128 kbit/s are 125 ms; a frame that needs bits of a lost one is lost too.
+// 2000 bytes of an MP3 at 128 kbit/s are 125 ms. A frame that needs bits of a lost one is lost too.
 TEST_F(DamagedFileTest, WhatIsNotAFrameOfAnMp3IsMissing) {
   for (const char* options : {"-b128", "-b128 -t"}) {
     const Outcome outcome =
@@ -166,7 +166,7 @@ TEST_F(DamagedFileTest, AFileThatWasCutOffIsReadAsFarAsItGoes) {
   }
 }
 
-// These do not say how long they are. That they end within a frame is known all the same.
+// These formats do not say how long the file is, but an end within a frame shows.
 TEST_F(DamagedFileTest, AStreamThatEndsWithinAFrameEndsEarly) {
   for (const char* name : {"a.aac", "a.ac3"}) {
     const Outcome outcome = Read(CutInHalf(name, kFfmpeg + std::string("%o")));
@@ -174,7 +174,7 @@ TEST_F(DamagedFileTest, AStreamThatEndsWithinAFrameEndsEarly) {
   }
 }
 
-// The first half of one link, and another one behind it.
+// The first half of one link, followed by another one.
 TEST_F(DamagedFileTest, ALinkThatEndsEarlyIsDamageInTheMiddle) {
   const std::string whole = mDirectory.Make("a.ogg", "oggenc -Q -o %o %d/noise.wav");
   const std::string bytes = BytesOf(whole);
@@ -187,7 +187,7 @@ TEST_F(DamagedFileTest, ALinkThatEndsEarlyIsDamageInTheMiddle) {
   EXPECT_NEAR(outcome.there, 1.5 * kSeconds, 0.6);
 }
 
-// The page that begins a link names its stream, and without it the rest belongs to nothing.
+// The first page of a link names its stream. Without it the other pages belong to no stream.
 TEST_F(DamagedFileTest, ALinkWhoseBeginningIsLostIsNotTakenForTheEnd) {
   const std::string bytes = BytesOf(mDirectory.Make("a.ogg", "oggenc -Q -o %o %d/noise.wav"));
   const std::string other =

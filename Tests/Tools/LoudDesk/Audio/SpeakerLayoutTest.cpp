@@ -1,4 +1,5 @@
-// Speakers of the channels: by their number, by a list, and what is said of a wrong list.
+// Speakers of the channels: by the number of channels, by a list, and the complaints about a wrong
+// list.
 
 #include "SpeakerLayout.h"
 
@@ -97,7 +98,7 @@ TEST_F(SpeakerLayoutTest, UnknownSpeakersAreQuotedAndTheKnownOnesNamed) {
   EXPECT_THAT(CheckSpeakers("Left,Middle,Right"), StartsWith("\"Middle\" "));
 }
 
-// There are 32 channels and nine names: a name says what a channel counts, not which one it is.
+// There are 32 channels and nine names: a name says how a channel is weighted, not which one it is.
 TEST_F(SpeakerLayoutTest, ASpeakerMayHaveSeveralChannels) {
   EXPECT_EQ(CheckSpeakers("Left,Right,Left,Right"), "");
   EXPECT_EQ(LayoutFor(FileOf(2), SpeakerLayout{"Left", "Left"}), SpeakerLayout(2, "Left"));

@@ -1,5 +1,5 @@
-// Files of real encoders are read to their end, whatever they are made of: media of every kind,
-// MP3 without facts, joined files, chains; and what is not one programme is refused.
+// Files of real encoders are read to their end: media of every kind, MP3 without a length, joined
+// files and chains. A file that is not one programme is refused.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -28,13 +28,13 @@ using test_audio::Sine;
 constexpr int kRate = 48000;
 constexpr std::size_t kFrames = 4 * kRate;
 constexpr double kLevel = -20.0;   // dBFS, peak of the tone in all files
-constexpr double kAccuracy = 0.5;  // dB; LAME turns down by nearly as much to leave room for peaks
+constexpr double kAccuracy = 0.5;  // dB; LAME attenuates by nearly as much to leave room for peaks
 
-// A whole file as far as these tests look at it.
+// What these tests check of a file.
 struct Heard {
   std::size_t frames = 0;
   std::size_t channels = 0;
-  double level = 0.0;  // dBFS, peak of a sine of the power of the first channel
+  double level = 0.0;  // dBFS, peak of a sine with the power of the first channel
   std::string damage;
 };
 
@@ -75,13 +75,13 @@ class WholeFileTest : public testing::Test {
                             Repeated(Sine(Amplitude(level), 997.0, rate, frames), channels));
   }
 
-  // The tone by an encoder whose command names it as %d/tone.wav.
+  // The tone, encoded by a command that reads %d/tone.wav.
   std::string Encode(const std::string& name, const std::string& command) const {
     WriteTone("tone.wav", 2);
     return mDirectory.Make(name, command);
   }
 
-  // The files in a row, as `cat` makes it.
+  // The files one after the other, as `cat` joins them.
   std::string Join(const std::string& name, std::initializer_list<std::string> paths) const {
     std::string bytes;
     for (const std::string& path : paths)
@@ -92,8 +92,8 @@ class WholeFileTest : public testing::Test {
   AudioDirectory mDirectory;
 };
 
-// Codecs of blocks pad the last one where their container does not say how much of it is to be
-// played: at most two blocks of 2048 frames.
+// Block codecs pad the last block if the container does not say how much of it to play: at most two
+// blocks of 2048 frames.
 TEST_F(WholeFileTest, MediaOfEveryKindIsReadToItsEnd) {
   constexpr char kPlain[] = "ffmpeg -v error -i %d/tone.wav ";
   constexpr char kWithPicture[] =
@@ -101,7 +101,7 @@ TEST_F(WholeFileTest, MediaOfEveryKindIsReadToItsEnd) {
   struct {
     const char* name;
     std::string command;
-    std::size_t padding;  // frames that may follow, or that the encoder itself has left out
+    std::size_t padding;  // frames that may be added or that the encoder may have left out
   } const cases[] = {
       {"a.flac", "flac -s -o %o %d/tone.wav", 0},
       {"a.ogg", "oggenc -Q -o %o %d/tone.wav", 0},
@@ -137,7 +137,7 @@ TEST_F(WholeFileTest, MediaOfEveryKindIsReadToItsEnd) {
   }
 }
 
-// By the first frames alone, the length of a file of varying bit rate is a guess.
+// The first frames alone allow only a guess at the length of a file of varying bit rate.
 TEST_F(WholeFileTest, AnMp3WithoutFactsIsReadToItsEnd) {
   for (const char* options : {"-V2 -t", "-b128 -t"}) {
     const std::string path =
@@ -192,7 +192,7 @@ TEST_F(WholeFileTest, JoinedFilesOfFormatsWithoutAHeadAreReadToTheirEnd) {
   }
 }
 
-// Which link is longer or shorter does not matter: nobody could say what the figures would be of.
+// It does not matter which part is longer: the figures would not be those of one programme.
 TEST_F(WholeFileTest, AFileWhoseChannelsChangeIsRefused) {
   WriteTone("stereo.wav", 2);
   WriteTone("mono.wav", 1);
@@ -229,7 +229,7 @@ TEST_F(WholeFileTest, AFileWhoseRateChangesIsRefused) {
                 "parts have to be measured one by one");
 }
 
-// Of three tones, 6 dB apart.
+// The streams are three tones, 6 dB apart.
 TEST_F(WholeFileTest, AStreamIsChosenByItsNumber) {
   WriteTone("a.wav", 2);
   WriteTone("b.wav", 2, kRate, -26.0);
@@ -267,7 +267,7 @@ TEST_F(WholeFileTest, WhatAFileRefersToIsNotOpened) {
       "");
 }
 
-// Every noise holds something that looks like the header of a frame.
+// Noise of some length always contains something that looks like the header of a frame.
 TEST_F(WholeFileTest, NoiseIsNotAudio) {
   std::string noise;
   for (const double sample : test_audio::Noise(128.0, 300000, 7))
@@ -276,8 +276,8 @@ TEST_F(WholeFileTest, NoiseIsNotAudio) {
   EXPECT_EQ(RefusalOf(path), path + ": is not audio that can be read: its format is not known");
 }
 
-// Levels fall from channel to channel; encoders treat low-frequency effects in ways of their own.
-// 5.1 in the order of WAV, from containers and codecs with orders of their own.
+// 5.1 from containers and codecs with different orders of channels. The levels fall from channel to
+// channel; encoders process low-frequency effects in different ways.
 TEST_F(WholeFileTest, SurroundIsHandedOutInTheOrderOfWav) {
   std::vector<Samples> channels;
   for (int i = 0; i < 6; ++i)

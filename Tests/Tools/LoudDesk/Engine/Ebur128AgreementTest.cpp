@@ -1,10 +1,9 @@
 // Front end and meter against libebur128 over generated noise: loudness within 0.05 LU, true peak
 // within 0.2 dB, at several sample rates and numbers of channels.
 //
-// The noise has nothing at half of the sample rate, as nothing has that went through a converter.
-// Noise that is white up to there has no true peak that an interpolator of this size could find:
-// both meters miss it by more than a decibel, and not by the same. Of such noise only the loudness
-// is compared.
+// Like every signal from a converter, the noise has no energy at half of the sample rate. If noise
+// is white up to there, an interpolator of this size cannot find its true peak: both meters miss it
+// by more than a decibel, and by different amounts. For such noise only the loudness is compared.
 
 #include <ebur128.h>
 #include <gtest/gtest.h>
@@ -36,9 +35,9 @@ void PrintTo(const Sound& sound, std::ostream* out) {
   *out << sound.channels << " channels at " << sound.sampleRate << " Hz";
 }
 
-// What is made of the white noise.
+// How the white noise is filtered.
 enum class Colour {
-  kWhite,     // left as it is
+  kWhite,     // not at all
   kSmoothed,  // with nothing at half of the sample rate
   kPink,      // 3 dB less for each octave upwards, and nothing at half of the sample rate
 };
@@ -179,7 +178,7 @@ TEST_P(Ebur128AgreementTest, SteadyNoiseReadsTheSameAtEveryBlock) {
   meters.ExpectSameTruePeak();
 }
 
-// Passages above both gates, between them and below both.
+// Passages above both gates, between them, and below both.
 TEST_P(Ebur128AgreementTest, NoiseInPassagesIsGatedTheSame) {
   BothMeters meters(GetParam());
   meters.Play(NoiseInSteps({{2.0, {-30.0}},
@@ -193,7 +192,7 @@ TEST_P(Ebur128AgreementTest, NoiseInPassagesIsGatedTheSame) {
   meters.ExpectSameTruePeak();
 }
 
-// From close to full scale down to where the absolute gate is near.
+// From nearly full scale down to nearly the absolute gate.
 TEST_P(Ebur128AgreementTest, NoiseOfAnyLevelAndColourReadsTheSame) {
   for (const double level : {-1.0, -20.0, -45.0})
     for (const Colour colour : {Colour::kWhite, Colour::kSmoothed, Colour::kPink}) {

@@ -1,5 +1,5 @@
-// Gated figures of many readings: those of the engine's own integrator digit by digit where it can
-// follow, and those of the formulas where it cannot.
+// Gated figures of many readings: identical to those of the engine's own integrator within its
+// range, and those of the formulas beyond it.
 
 #include "LoudnessHistogram.h"
 

@@ -1,5 +1,5 @@
-// The meter of programmes: against the service's engine behind its dispatcher block by block, and
-// where it is to differ from that by what the standards ask for.
+// The meter of programmes, compared block by block with the service's engine behind its dispatcher,
+// and with the standards where it must differ from the engine.
 
 #include "ProgrammeMeter.h"
 
@@ -77,8 +77,9 @@ class WanderingBlocks {
   double mLevel = 0.0;
 };
 
-// Both meters side by side, and what follows from the engine's readings where the two differ: the
-// maximum of the short-term loudness from 3 s on, and the range of one such reading a second.
+// Both meters side by side. Where they differ, the expected figures are computed from the engine's
+// readings: the maximum of the short-term loudness from 3 s on, and the range of one such reading
+// per second.
 class BothMeters {
  public:
   BothMeters()
@@ -154,7 +155,8 @@ TEST(ProgrammeMeterTest, IntegratedLoudnessIsThatOfTheWholeProgramme) {
   EXPECT_NEAR(meter.Read().integrated.value(), mean, kBin);
 }
 
-// Two hours at -20 and three at -30: 40 % of all readings, and none of the last three hours.
+// Two hours at -20 and three at -30: the loud ones are 40 % of all readings, and none of the last
+// three hours.
 TEST(ProgrammeMeterTest, LoudnessRangeIsThatOfTheWholeProgramme) {
   ProgrammeMeter meter = Mono();
   Feed(meter, BlockAt(-20.0), 2 * kHour);
@@ -323,7 +325,7 @@ TEST(ProgrammeMeterTest, ReadingsBeyondTheLastCodeMarkWhatIsMadeFromCodes) {
   EXPECT_FALSE(beyond.lra.has_value());
 }
 
-// One block in the middle, long gone from the last four.
+// One block in the middle, which left the last four long ago.
 TEST(ProgrammeMeterTest, APowerAtTheEndOfItsScaleMarksAllLoudness) {
   std::vector<BlockReading> blocks(30, BlockAt(-40.0));
   blocks[10].powers[0] = LargestBlockPower(1);
@@ -378,8 +380,8 @@ TEST(ProgrammeMeterTest, LoudnessRangeNeedsALowerGateAboveMinus70) {
   EXPECT_EQ(FiguresOf(std::vector<BlockReading>(50, BlockAt(-49.0))).lra.value(), 0.0);
 }
 
-// The integrated loudness once more, straight from the definition: 400 ms every 100 ms, gated at
-// -70 LKFS and then at 10 LU below the mean of what is left.
+// The integrated loudness directly from its definition: 400 ms every 100 ms, gated at -70 LKFS and
+// then at 10 LU below the mean of the rest.
 double PlainIntegrated(const std::vector<BlockReading>& blocks) {
   std::vector<double> powers;
   for (std::size_t i = 3; i < blocks.size(); ++i) {

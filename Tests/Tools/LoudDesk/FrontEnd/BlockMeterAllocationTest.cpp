@@ -1,4 +1,4 @@
-// Proves that the front end allocates nothing once it is built.
+// The front end allocates nothing once it is built.
 
 #include <gtest/gtest.h>
 

@@ -24,7 +24,7 @@ using test_audio::Sine;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
-// What the service makes of an integer power.
+// The loudness that the service computes from an integer power.
 double LoudnessOf(double power) {
   return 10.0 * std::log10(power) - 152.6905962 - 0.6974;
 }
@@ -264,8 +264,8 @@ TEST(BlockMeterTest, ARestHasThePeaksOfItsSamplesAndNoPower) {
   EXPECT_EQ(reading.peaks[2], 0U);
 }
 
-// The waveform between the last block and the rest is looked at as anywhere else: the same samples
-// in one block have the same peak.
+// The waveform between the last block and the rest counts as well: the same samples in one block
+// have the same peak.
 TEST(BlockMeterTest, TheInterpolationRunsOnIntoTheRest) {
   const Samples sine = Sine(0.5, 12000.0, 48000, 4800 + 30, 45.0);
   BlockMeter meter(1, 48000);
@@ -291,7 +291,7 @@ TEST(BlockMeterTest, ASampleOfTheRestThatIsNoNumberIsRefusedWithItsPosition) {
 
 TEST(BlockMeterTest, AnEmptyRestIsNothing) {
   BlockMeter meter(1, 48000);
-  const double none = kNan;  // not looked at
+  const double none = kNan;  // must not be read
   BlockReading reading;
   EXPECT_FALSE(meter.MeasureRest(&none, 0, reading).has_value());
   EXPECT_EQ(reading.peaks[0], 0U);

@@ -86,7 +86,7 @@ TEST(KWeightingTest, RunningFilterHasTheGainOfItsFormulaAtEveryRate) {
     }
 }
 
-// Which channels share a pass depends on how many there are; what comes out must not.
+// The number of channels decides which of them share a pass; it must not change the result.
 TEST(KWeightingTest, EveryChannelOfAnyNumberIsFilteredLikeASingleOne) {
   constexpr std::size_t kFrames = 700;
   for (std::size_t channels = 1; channels <= kMeters; ++channels) {

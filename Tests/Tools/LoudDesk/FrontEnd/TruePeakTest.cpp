@@ -17,7 +17,7 @@ using test_audio::Noise;
 using test_audio::Samples;
 using test_audio::Sine;
 
-// Of the samples alone.
+// The peak of the samples alone.
 ChannelPeaks SamplePeaksOf(Oversampling oversampling, std::size_t channels,
                            const Samples& samples) {
   TruePeakMeter meter(oversampling, channels);
@@ -57,8 +57,8 @@ Samples Faded(Samples samples, int sampleRate) {
   return samples;
 }
 
-// The standard's interpolator as it stands: one filter of 48 taps over the samples with three zeros
-// between them, whose phase p is every fourth tap from p on.
+// The standard's interpolator as it is printed: one filter of 48 taps over the samples with three
+// zeros between them, whose phase p is every fourth tap from p on.
 constexpr double kPhases[4][12] = {
     {0.001708984375, 0.010986328125, -0.0196533203125, 0.033203125, -0.0594482421875,
      0.1373291015625, 0.97216796875, -0.102294921875, 0.047607421875, -0.026611328125,
@@ -120,7 +120,7 @@ TEST(TruePeakTest, CrestsBetweenSamplesAreFound) {
     }
 }
 
-// Pieces as short as the filter, so that each phase is the one that decides in many of them.
+// The pieces are as short as the filter, so that each phase decides the peak of many of them.
 TEST(TruePeakTest, FourfoldPeakIsThatOfTheStandardsFilter) {
   int decidedByOuterPhases = 0;
   for (unsigned seed = 1; seed <= 500; ++seed) {

@@ -14,7 +14,7 @@ Figures Programme(std::optional<double> integrated, std::optional<double> maxTru
   return figures;
 }
 
-// A target with its tolerance, and a limit of the true peak.
+// A target with its tolerance, and a limit for the true peak.
 Criteria Limits(double target, double tolerance, double maxTruePeak) {
   Criteria criteria;
   criteria.title = "Limits";
@@ -81,8 +81,8 @@ TEST(VerdictTest, WithoutAReadingThereIsNoVerdict) {
   EXPECT_EQ(PeakVerdict(std::nullopt).finding, "There is no reading, so nothing is judged");
 }
 
-// What reads the end of its scale is that or more: beyond a limit that lies lower, and nothing else
-// can be said.
+// A reading at the end of its scale means that much or more. It exceeds any lower limit; nothing
+// else is certain.
 TEST(VerdictTest, ATruePeakAtTheEndOfItsScaleBreaksALimitOrLeavesItOpen) {
   Figures figures = Programme(-23.0, 6.02);
   figures.isPeakAtLeast = true;
@@ -111,7 +111,7 @@ TEST(VerdictTest, LoudnessAtTheEndOfItsScaleBreaksALimitOrLeavesItOpen) {
       {9.99, Judgement::kFail},
       {1.01, Judgement::kFail},
       {1.0, Judgement::kOpen},
-      {-5.0, Judgement::kOpen},  // below the tolerance as it reads, but who knows
+      {-5.0, Judgement::kOpen},  // reads below the tolerance, but may be higher
   };
   for (const auto& c : cases) {
     Figures figures = Programme(c.integrated, -10.0);
@@ -240,7 +240,7 @@ TEST(VerdictTest, CriteriaAreOneLine) {
   EXPECT_EQ(CriteriaText(criteria), "Playback: target -14.00 LKFS, nothing is judged");
 }
 
-// 3 dB are missing to the target; the peak leaves 2, 3 and 4, or lies 1 beyond already.
+// The target is 3 dB higher; the peak leaves room for 2, 3 and 4 dB, or exceeds its limit by 1.
 TEST(VerdictTest, GainLeadsToTheTargetAndNotBeyondThePeakCeiling) {
   struct {
     double maxTruePeak;

@@ -1,4 +1,4 @@
-// The command line of the whole tool: wrong words, and the examples that its help shows.
+// The command line of the whole tool: wrong arguments, and the examples in its help.
 
 #include "CommandLine.h"
 
@@ -26,8 +26,8 @@ Outcome OutcomeOf(const std::vector<std::string>& arguments) {
   return {status, out.str(), errors.str()};
 }
 
-// All subcommands, of which each ends the parse when it has understood its arguments, before it
-// does anything.
+// All subcommands. Each ends the parse once it has understood its arguments, before it does
+// anything.
 class IdleCommandLine {
  public:
   IdleCommandLine() {
@@ -35,7 +35,7 @@ class IdleCommandLine {
     Visit(mApp, [](CLI::App& app) { app.parse_complete_callback([] { throw CLI::Success(); }); });
   }
 
-  // What is wrong with the arguments; empty when nothing is.
+  // What is wrong with the arguments; empty if they are right.
   std::string Complaint(const std::string& arguments) {
     try {
       mApp.parse(arguments);
@@ -62,7 +62,7 @@ class IdleCommandLine {
   CLI::App mApp{"", "LoudDesk"};
 };
 
-// What is typed behind "LoudDesk" in each example of a help text, up to where the shell takes over.
+// The arguments of LoudDesk in each example of a help text, up to a redirection or a pipe.
 std::vector<std::string> ExamplesIn(const std::string& help) {
   constexpr char kName[] = "LoudDesk ";
   std::vector<std::string> examples;
@@ -92,7 +92,7 @@ TEST(CommandLineTest, EverySubcommandShowsExamplesThatItUnderstands) {
     EXPECT_EQ(IdleCommandLine().Complaint(example), "") << example;
 }
 
-// The check of the check: a wrong example is found, and so is the pipe around a right one.
+// Checks the check: it finds a wrong example, and the end of a right one before a pipe.
 TEST(CommandLineTest, ExamplesAreReadUpToWhereTheShellTakesOver) {
   EXPECT_THAT(ExamplesIn("Usage\n\nExample:\n  LoudDesk watch --loud > x\n  export A=1\n"
                          "  (sleep 5) | LoudDesk unit a.wav\n\n  LoudDesk is no example here\n"),

@@ -1,4 +1,4 @@
-// Files that take their places whole or not at all.
+// Files that appear under their names complete or not at all.
 
 #include "DraftFile.h"
 

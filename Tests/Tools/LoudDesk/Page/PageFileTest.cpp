@@ -1,4 +1,4 @@
-// Pages on the disk: whole or not at all.
+// Pages are on the disk complete or not at all.
 
 #include "PageFile.h"
 

@@ -23,7 +23,7 @@ TEST(FiguresTextTest, CodesAreTenthsAndHundredths) {
 TEST(FiguresTextTest, NoReadingIsADash) {
   EXPECT_EQ("-", TenthsText(-990));
   EXPECT_EQ("-", HundredthsText(-9900));
-  // Neither code has the other's meaning.
+  // Each of the two codes is special only where it belongs.
   EXPECT_EQ("-9.90", HundredthsText(-990));
 }
 
@@ -42,7 +42,7 @@ TEST(FiguresTextTest, RangeOfNothingIsADash) {
 }
 
 TEST(FiguresTextTest, LiveTextFitsATerminalOfEightyColumns) {
-  // The widest of every figure, after a day.
+  // Every figure at its widest, after a day.
   const LoudnessData_t widest = {-701, -701, -701, -701, 801, -701, -9031, -9031};
   EXPECT_LE(LiveText(86400, widest).size(), 79u) << LiveText(86400, widest);
 }

@@ -1,4 +1,4 @@
-// Messages to the shipped service, and what becomes of them.
+// Messages to the shipped service, and its answers.
 
 #include "ServiceClient.h"
 
@@ -57,7 +57,7 @@ TEST_F(ServiceClientTest, EveryRestartMeasuresAnewAndIsAnotherUsers) {
   ExpectData([](const auto& message) { return message.data.MaxMomentary == -270; }, "-27.0 LKFS");
 }
 
-// As it is in the mode Manual.
+// As in the mode Manual.
 TEST_F(ServiceClientTest, StartedServiceStopsOnCommandAndStartsAgain) {
   ASSERT_NO_FATAL_FAILURE(StartConnected());
   mClient.Restart(kStereo);

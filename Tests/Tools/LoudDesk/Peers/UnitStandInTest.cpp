@@ -52,7 +52,7 @@ std::string OutputOf(const std::string& command) {
   return output;
 }
 
-/// A subscriber in the place of the service, at one of the unit's publishers.
+/// A subscriber that takes the place of the service at one of the unit's publishers.
 class Subscriber {
  public:
   Subscriber(const std::string& endpoint, const std::string& topic)
@@ -74,7 +74,7 @@ class Subscriber {
   zsock_t* mSocket;
 };
 
-/// An environment variable for the length of a test.
+/// Sets an environment variable during its lifetime.
 class Variable {
  public:
   Variable(const char* name, const char* value) : mName(name) {
@@ -167,7 +167,7 @@ TEST_F(UnitStandInTest, ClosedPeerLeavesItsPlaceToOthers) {
   EXPECT_NO_THROW(other.Open(Peer::kHardwareManager));
 }
 
-// The command that shows by whom is tried out: it finds this process.
+// Runs the command that shows by whom the port is used: it finds this process.
 TEST_F(UnitStandInTest, EveryEndpointInUseIsRefusedWithTheCommandThatShowsByWhom) {
   mUnit.OpenAll();
   UnitStandIn other(1, 1);
@@ -189,7 +189,7 @@ TEST_F(UnitStandInTest, PortInUseOnAllAddressesIsRefused) {
   zsock_destroy(&holder);
 }
 
-// What a service that was killed leaves behind.
+// The files that a killed service leaves behind.
 TEST_F(UnitStandInTest, FileThatNobodyListensOnAnyMoreIsTaken) {
   mUnit.Open(Peer::kLogSink);
   const std::string file = mUnit.EndpointOf(Peer::kLogSink).substr(sizeof "ipc://" - 1);

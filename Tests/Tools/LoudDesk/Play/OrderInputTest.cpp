@@ -1,4 +1,4 @@
-// Orders as words, letters and lines of an input.
+// Orders, given as words, letters and lines of input.
 
 #include "Orders.h"
 
@@ -198,7 +198,7 @@ TEST(OrderInputFileTest, DirectoryHasNoOrders) {
   close(directory);
 }
 
-// A terminal that is not this process's own is as one in the background.
+// To a process, a terminal that is not its own is like one that it has in the background.
 TEST(OrderInputTerminalTest, ForeignTerminalIsLeftAlone) {
   const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
   ASSERT_GE(terminal, 0);

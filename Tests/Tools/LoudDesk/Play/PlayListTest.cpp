@@ -1,4 +1,4 @@
-// What the user asks a unit to play, as sources of samples.
+// The sources of samples that a unit plays at the user's request.
 
 #include "PlayList.h"
 
@@ -51,7 +51,7 @@ Playable NoiseOf(const std::string& text, std::optional<double> seconds = std::n
   return Only(options);
 }
 
-/// At most a second of it.
+/// At most the first second.
 Samples FirstSecond(SampleSource& source) {
   Samples samples(static_cast<std::size_t>(source.SampleRate()) * source.Channels());
   const std::size_t frames =
@@ -121,7 +121,7 @@ TEST(PlayListTest, EveryCaseButTheRecordingsCanBePlayed) {
 }
 
 TEST(PlayListTest, UnknownCaseIsRefusedWithThoseThatThereAre) {
-  // A part of a name means nothing.
+  // A part of a name is not accepted.
   for (const char* id : {"", "334", "3341-", "3341-99", "3341-7", "3342-6"}) {
     const std::string complaint = CheckTestSignal(id);
     EXPECT_THAT(complaint, testing::StartsWith("\"" + std::string(id) +

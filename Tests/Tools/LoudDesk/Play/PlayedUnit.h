@@ -43,8 +43,8 @@ class PlayedUnit : public RunningService {
     close(ends[0]);
   }
 
-  /// Starts the service, then the desk with a pipe for orders, and waits until it plays and what
-  /// the service publishes comes here, too.
+  /// Starts the service, then the desk with a pipe for orders. Waits until the desk plays and the
+  /// test receives what the service publishes.
   void StartBoth(const Arguments& arguments) {
     StartProcess();
     ASSERT_NO_FATAL_FAILURE(StartDeskWithPipe(arguments));
@@ -64,7 +64,8 @@ class PlayedUnit : public RunningService {
     mInput = -1;
   }
 
-  /// Gives the desk a line and waits for one that contains `answer` behind the order's echo.
+  /// Writes a line to the desk and waits for one that contains `answer` after the echo of the
+  /// order.
   void ExpectAnswer(const std::string& order, const std::string& answer) {
     const std::size_t before = mDesk->LineCount();
     Write(order + "\n");
@@ -73,7 +74,7 @@ class PlayedUnit : public RunningService {
         << mDesk->StandardOutput();
   }
 
-  /// Waits for the end of the desk, which must come by itself, with that status.
+  /// Waits for the desk to end by itself, with that status.
   void ExpectEnd(int status) {
     const auto report = mDesk->WaitForExit(kPatience);
     ASSERT_TRUE(report) << "still running";
@@ -81,7 +82,7 @@ class PlayedUnit : public RunningService {
     EXPECT_EQ(status, report->status) << mDesk->StandardError();
   }
 
-  /// The desk ends with status 1 and says one line that contains `text`, nothing else.
+  /// Expects that the desk ends with status 1 and writes one line, which contains `text`.
   void ExpectRefusal(const std::string& text) {
     ExpectEnd(1);
     const std::string errors = mDesk->StandardError();
@@ -91,7 +92,7 @@ class PlayedUnit : public RunningService {
     EXPECT_EQ("", mDesk->StandardOutput());
   }
 
-  /// The value of a final figure, as text: the first one where there are several.
+  /// The value of a final figure, as text: the first one if there are several.
   std::string Final(const std::string& name, const std::string& unit) {
     for (const OutputLine& line : mDesk->Lines()) {
       const std::string& text = line.text;

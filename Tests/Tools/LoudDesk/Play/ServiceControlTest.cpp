@@ -1,4 +1,4 @@
-// What a played unit makes of the answers to its orders.
+// How a played unit handles the answers to its orders.
 
 #include "ServiceControl.h"
 
@@ -21,13 +21,13 @@ class ServiceControlTest : public RunningService {
     ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
   }
 
-  /// Gives the order; the time stamp under which it has gone out.
+  /// Sends the order and returns the time stamp that it was sent with.
   unsigned Order(const std::string& word) {
     mControl.Send(*OrderOf(word));
     return mService.NextTimeStamp(kPatience);
   }
 
-  /// Takes answers until `text` was shown.
+  /// Handles answers until `text` has been shown.
   void ExpectShown(const std::string& text) {
     const auto end = std::chrono::steady_clock::now() + kPatience;
     while (mOut.str().find(text) == std::string::npos && std::chrono::steady_clock::now() < end) {
@@ -50,7 +50,7 @@ TEST_F(ServiceControlTest, AcknowledgementWithItsStampSettlesAnOrder) {
   EXPECT_THAT(mOut.str(), Not(HasSubstr("another client")));
 }
 
-// Of two commands in one tick the service acknowledges each with the stamp of the last.
+// If two commands arrive within one tick, the service acknowledges both with the stamp of the last.
 TEST_F(ServiceControlTest, AcknowledgementWithAnotherStampSettlesItToo) {
   mService.Acknowledge("Pause", Order("pause") + 1000);
   ExpectShown(

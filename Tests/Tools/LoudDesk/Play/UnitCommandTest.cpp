@@ -89,7 +89,7 @@ TEST_F(UnitCommandTest, FilesOfOtherSpeakersStartAnew) {
   ExpectEnd(0);
   const std::string output = mDesk->StandardOutput();
   EXPECT_EQ("-10.0", Final("Integrated loudness", "LKFS"));
-  // One channel reads 3.01 below two.
+  // One channel reads 3.01 LU less than two.
   EXPECT_THAT(output, HasSubstr("Integrated loudness     -33.0 LKFS"));
   EXPECT_THAT(output, HasSubstr("Maximum momentary       -33.0 LKFS"));
   EXPECT_THAT(output, HasSubstr("Duration                  4.0 s"));

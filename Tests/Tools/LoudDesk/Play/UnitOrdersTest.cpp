@@ -1,5 +1,5 @@
-// What the user tells the service while the desk tool's subcommand `unit` plays to it, line by
-// line, against the shipped service.
+// Orders that the user gives, line by line, while the desk tool's subcommand `unit` plays to the
+// shipped service.
 
 #include <csignal>
 
@@ -13,7 +13,7 @@ using testing::Not;
 
 class UnitOrdersTest : public PlayedUnit {
  protected:
-  /// A tone that lasts until its end is asked for.
+  /// A tone that lasts until the test ends it.
   void StartTone() { ASSERT_NO_FATAL_FAILURE(StartBoth({"--tone", "997,-23"})); }
 
   /// The service's own console has told this since the play began.
@@ -60,13 +60,13 @@ TEST_F(UnitOrdersTest, PrintIsSeenAtTheServiceAlone) {
   ASSERT_NO_FATAL_FAILURE(StartTone());
   ExpectAnswer("print", "> print");
   ExpectAtService("LuCmd: Print : 6");
-  // It holds nothing up.
+  // It delays nothing.
   ExpectAnswer("pause", "Pause acknowledged");
   EXPECT_THAT(mDesk->StandardOutput(), Not(HasSubstr("Print acknowledged")));
   Quit();
 }
 
-// At once they would take each other's place: of a pause and a play only the play is carried out.
+// Orders in the same tick replace each other: of a pause and a play only the play is carried out.
 TEST_F(UnitOrdersTest, EachOrderWaitsForTheAcknowledgementOfTheLast) {
   ASSERT_NO_FATAL_FAILURE(StartTone());
   Write("pause\nplay\nstop\nstart\nreset\nquit\n");
@@ -82,7 +82,7 @@ TEST_F(UnitOrdersTest, EachOrderWaitsForTheAcknowledgementOfTheLast) {
 }
 
 TEST_F(UnitOrdersTest, PauseFreezesWhatIsShown) {
-  // The short-term figure is there after three seconds; what follows has as long again.
+  // The short-term figure comes after three seconds; the rest has as long again.
   ASSERT_NO_FATAL_FAILURE(StartBoth({Tone("loud.wav", 7, -20, 2), Tone("soft.wav", 60, -40, 2)}));
   ASSERT_TRUE(mDesk->WaitForLine("M -20.0  S -20.0", kPatience));
   ExpectAnswer("pause", "Pause acknowledged");
@@ -96,7 +96,8 @@ TEST_F(UnitOrdersTest, PauseFreezesWhatIsShown) {
               HasSubstr("Paused: these are the figures of the pause\nIntegrated loudness "));
 }
 
-// The service says nothing for longer than a dead one may while it is to publish data: 3 s.
+// The service is silent for longer than 3 s, after which it would count as dead if it had to
+// publish data.
 TEST_F(UnitOrdersTest, StoppedServiceIsNotTakenForADeadOne) {
   StartProcess();
   ASSERT_NO_FATAL_FAILURE(StartDeskWithPipe({"--tone", "997,-23", "--duration", "6"}));
@@ -147,7 +148,7 @@ TEST_F(UnitOrdersTest, PlayWithoutReportingEndsWithTheLastFigures) {
   EXPECT_EQ("-23.0", Final("Momentary", "LKFS"));
 }
 
-// The next programme is handed over, and measured as soon as the user wants to see it.
+// The next programme is sent, and measured as soon as the user asks for it.
 TEST_F(UnitOrdersTest, OtherSpeakersDoNotNeedTheReporting) {
   StartProcess();
   ASSERT_NO_FATAL_FAILURE(
@@ -209,7 +210,7 @@ TEST_F(UnitOrdersTest, CaseAndBlanksOfAWordDoNotMatter) {
 
 TEST_F(UnitOrdersTest, EndOfTheInputEndsNothing) {
   ASSERT_NO_FATAL_FAILURE(StartTone());
-  Write("pause");  // the last line needs no end
+  Write("pause");  // the last line may lack its line feed
   CloseInput();
   ASSERT_TRUE(mDesk->WaitForLine("Pause acknowledged", kPatience));
   const std::size_t before = mDesk->LineCount();

@@ -34,8 +34,8 @@ TEST_F(UnitSourcesTest, LoudnessOfALowToneIsWeighted) {
   EXPECT_EQ("-18.8", Final("Integrated loudness", "LKFS"));
 }
 
-// Both levels are rms: 20 dB between the levels are 20 LU between the readings. The second one lies
-// below the gate of the first, and would be lost were it not measured for itself.
+// Both levels are rms: 20 dB between the levels are 20 LU between the readings. The second level is
+// below the gate of the first one, so it shows only if it is measured separately.
 TEST_F(UnitSourcesTest, LoudnessOfANoiseFollowsItsLevel) {
   double readings[2] = {};
   StartProcess();
@@ -66,7 +66,7 @@ TEST_F(UnitSourcesTest, CaseBringsItsSpeakers) {
   EXPECT_NEAR(-23, std::stod(Final("Integrated loudness", "LKFS")), 0.1001);
 }
 
-// Measured on, the tone would lift the figures of a case 30 dB below it.
+// If the measurement went on, the tone would raise the figures of a case 30 dB below it.
 TEST_F(UnitSourcesTest, CaseStartsANewMeasurement) {
   StartProcess();
   StartDesk({"--tone", "997,-3", "--duration", "5", "--case", "3341-2", "--speed", kQuick});
@@ -99,7 +99,7 @@ TEST_F(UnitSourcesTest, FilesComeFirstThenTonesThenNoises) {
     if (line.text.rfind("Playing ", 0) == 0)
       played.push_back(line.text.substr(8, line.text.find(" (") - 8));
   EXPECT_THAT(played, testing::ElementsAre(mAudio.Path("t.wav"), "tone 997,-20", "noise -30"));
-  // Of the same speakers: one measurement.
+  // The same speakers: one measurement.
   EXPECT_EQ("3.0", Final("Duration", "s"));
 }
 
@@ -114,7 +114,7 @@ TEST_F(UnitSourcesTest, LoopPlaysEverythingAgainAndAgain) {
   ExpectEnd(0);
   EXPECT_GE(LinesBeginningWith("Playing " + mAudio.Path("second.wav")), 2u);
   EXPECT_EQ("-23.0", Final("Integrated loudness", "LKFS"));
-  // Two rounds of 2 s are behind it.
+  // Two rounds of 2 s have been played.
   EXPECT_GE(std::stod(Final("Duration", "s")), 4);
 }
 
@@ -144,7 +144,7 @@ TEST_F(UnitSourcesTest, ToneWithoutADurationLastsUntilCtrlC) {
   EXPECT_EQ("-23.0", Final("Integrated loudness", "LKFS"));
 }
 
-// As the help says: silence has a true peak in what the service publishes.
+// As the help says, the service publishes a true peak even for silence.
 TEST_F(UnitSourcesTest, SilenceReadsTheLowestTruePeak) {
   StartProcess();
   StartDesk({mAudio.Write("silence.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, kSampleRate, 1,

@@ -41,7 +41,7 @@ TEST_F(UnitTerminalTest, NarrowerTerminalStillHasOneLiveLine) {
   ASSERT_NO_FATAL_FAILURE(StartTone());
   Tmux("resize-window -x 50 -y 24");
   Pass(15 * kPeriod);
-  // The terminal itself may have broken the line that stood there.
+  // The terminal may have wrapped the line that was there before.
   EXPECT_LE(LinesWith(" M -23.0 "), 2u) << Screen();
   Tmux("resize-window -x 90 -y 24");
   EXPECT_TRUE(WaitForText("dBTP\n"));
@@ -65,7 +65,7 @@ TEST_F(UnitTerminalTest, InterruptEndsWithTheFiguresSoFar) {
   ASSERT_TRUE(WaitForText("Duration "));
 }
 
-// The terminal is the shell's: what is typed is, too.
+// The terminal belongs to the shell, and so does what is typed.
 TEST_F(UnitTerminalTest, BackgroundJobPlaysAndLeavesWhatIsTypedToTheShell) {
   StartProcess();
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(90, 24));

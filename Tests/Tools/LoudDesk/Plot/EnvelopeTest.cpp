@@ -9,7 +9,7 @@
 namespace louddesk {
 namespace {
 
-// Of points every 100 ms with these readings.
+// The envelope of points every 100 ms with these readings.
 std::vector<EnvelopeRun> Envelope(const std::vector<std::optional<float>>& readings,
                                   std::size_t maxColumns) {
   const auto pointAt = [&readings](std::size_t i) {

@@ -33,7 +33,7 @@ TEST(SvgPlotTest, PositionsLieOnTheScaleOrAtItsEnds) {
   EXPECT_DOUBLE_EQ(PositionOn(-90.0, scale), 0.0);
 }
 
-// Those for narrow screens.
+// The labels for narrow screens.
 std::vector<std::string> NarrowLabels(std::vector<PlotTick> ticks) {
   ticks.erase(std::remove_if(ticks.begin(), ticks.end(),
                              [](const PlotTick& tick) { return tick.isForWideScreens; }),

@@ -21,10 +21,10 @@ using Arguments = std::vector<std::string>;
 
 class SendCommandTest : public RunningService {
  protected:
-  /// A service whose place of the main board's application server is free.
+  /// A service without an application server on the main board, whose place `send` can take.
   void StartWithoutMain() { Start({Peer::kMainAppServer}); }
 
-  /// The same, measuring.
+  /// The same, while it measures.
   void StartMeasured() {
     ASSERT_NO_FATAL_FAILURE(StartWithoutMain());
     EnableReporting();
@@ -57,7 +57,7 @@ class SendCommandTest : public RunningService {
     EXPECT_THAT(mSend->StandardOutput(), HasSubstr(answer));
   }
 
-  /// Status 1 and one line that contains `text`.
+  /// Expects status 1 and one line, which contains `text`.
   void ExpectRefused(const Arguments& arguments, const std::string& text) {
     ASSERT_NO_FATAL_FAILURE(Send(arguments));
     EXPECT_EQ(1, mStatus);
@@ -66,7 +66,7 @@ class SendCommandTest : public RunningService {
     EXPECT_EQ(1, std::count(errors.begin(), errors.end(), '\n')) << errors;
   }
 
-  /// No member as a service starts with.
+  /// Each member differs from the initial value of the service.
   static louddesk::LoudnessConfiguration OwnConfiguration() {
     louddesk::LoudnessConfiguration configuration;
     configuration.lraWindow = 60;
@@ -171,8 +171,8 @@ TEST_F(SendCommandTest, CommandsAreAcknowledged) {
   ExpectSent({"command", "start"}, "Reset acknowledged, user 0\nStart acknowledged, user 0\n");
 }
 
-// A service acknowledges with the stamp of the command that it read last, which of two clients' in
-// one tick may be the other's.
+// A service acknowledges with the stamp of the command that it read last. If two clients send one
+// within the same tick, that may be the stamp of the other client.
 TEST_F(SendCommandTest, AcknowledgementWithAnotherStampIsTakenAndSaid) {
   AnsweringService service(mUnit);
   StartSend({"command", "play"});

@@ -1,4 +1,4 @@
-// Readings on the grid of blocks against what they are by hand.
+// Readings on the grid of blocks, compared with figures computed by hand.
 
 #include "BlockGrid.h"
 
@@ -17,7 +17,7 @@ StepSignal Stereo(const std::vector<SignalStep>& steps) {
   return {{"Left", "Right"}, steps};
 }
 
-// A burst of 0 dBFS between silence and a second of it.
+// A burst of 0 dBFS after silence of the given length, followed by a second of silence.
 BlockGrid BurstGrid(int startMs, int lengthMs) {
   return BlockGrid(
       Stereo({{startMs / 1000.0, {kSilenceDb}}, {lengthMs / 1000.0, {0.0}}, {1.0, {kSilenceDb}}}));

@@ -265,7 +265,7 @@ TEST(TestSignalsTest, OffsetsArePartsOfOneWaveform) {
   }
 }
 
-// What lies above half of the nominal rate would fold back into the signal.
+// Whatever is above half of the nominal rate would be aliased into the signal.
 TEST(TestSignalsTest, AHiddenCrestIsLowPassedBeforeItIsThinnedOut) {
   const Samples waveform = HiddenCrest(0, 192000);
   const auto magnitudeAt = [&](double hertz) {

@@ -15,8 +15,8 @@
 
 class AnsweringService {
  public:
-  /// Publishes where the service does and subscribes to the application server of `unit`, now or as
-  /// soon as somebody takes that place.
+  /// Publishes where the service does, and subscribes to the application server of `unit` as soon
+  /// as there is one.
   explicit AnsweringService(const louddesk::UnitStandIn& unit)
       : mDataPublisher(ZMQ_PUB, louddesk::Endpoint::Ipc(louddesk::DataPublisherFile(1, 1))),
         mStatePublisher(ZMQ_PUB, louddesk::Endpoint::Ipc(louddesk::StatePublisherFile(1, 1))),

@@ -1,4 +1,4 @@
-// Verbs of the tests in a terminal.
+// What the tests in a terminal have in common.
 
 #include "TerminalService.h"
 
@@ -14,7 +14,7 @@ using testing::Not;
 
 namespace {
 
-// What a program writes, to its end.
+// Everything that a program writes until it ends.
 std::string OutputOf(const std::string& command) {
   std::string output;
   FILE* pipe = popen(command.c_str(), "r");
@@ -58,7 +58,7 @@ bool TerminalService::WaitFor(const std::string& command, const std::string& tex
   do {
     if (Tmux(command).find(text) != std::string::npos)
       return true;
-    // A terminal tells nobody that it has changed.
+    // A terminal does not report that it has changed.
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   } while (std::chrono::steady_clock::now() < end);
   ADD_FAILURE() << "no \"" << text << "\" in\n" << Screen();

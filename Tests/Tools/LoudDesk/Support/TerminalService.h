@@ -14,14 +14,14 @@ class TerminalService : public RunningService {
   /// A terminal of that size in which a shell waits for commands.
   void OpenTerminal(unsigned columns, unsigned rows);
 
-  /// What tmux answers to a command.
+  /// The answer of tmux to a command.
   std::string Tmux(const std::string& command);
 
   /// Types a line, or presses a key by its name for tmux.
   void Type(const std::string& line) { Tmux("send-keys '" + line + "' Enter"); }
   void Press(const std::string& key) { Tmux("send-keys -- " + key); }
 
-  /// What `stty -a` tells of the terminal, asked from outside of it.
+  /// What `stty -a`, run outside of the terminal, says about it.
   std::string ModesOfTheTerminal();
 
   /// What can be seen.
@@ -33,7 +33,7 @@ class TerminalService : public RunningService {
   /// Waits until the answer of tmux to `command` contains `text`.
   bool WaitFor(const std::string& command, const std::string& text);
 
-  /// Waits until the shell reads the keys again, the program that did so having ended or stopped.
+  /// Waits until the shell reads the keys again because the program that did has ended or stopped.
   bool WaitForShell() {
     return WaitFor("display-message -p 'runs #{pane_current_command}'", "runs sh");
   }

@@ -15,8 +15,8 @@
 #include <random>
 #include <utility>
 
-// Asked by the leak sanitizer where there is one: libvorbisenc itself loses a part of its setup
-// when it encodes more than two channels.
+// Called by the leak sanitizer, if there is one: libvorbisenc leaks a part of its setup when it
+// encodes more than two channels.
 extern "C" const char* __lsan_default_suppressions() {
   return "leak:vorbis_encode_setup_init\n";
 }

@@ -18,7 +18,7 @@ double Amplitude(double levelDb);
 Samples Sine(double amplitude, double frequency, int sampleRate, std::size_t frames,
              double phaseDegrees = 0.0);
 
-/// White noise in -amplitude ... amplitude, the same for the same seed.
+/// White noise between -amplitude and amplitude, the same for the same seed.
 Samples Noise(double amplitude, std::size_t samples, unsigned seed);
 
 /// Channels of equal length as interleaved samples.
@@ -27,10 +27,10 @@ Samples Interleaved(const std::vector<Samples>& channels);
 /// The same channel several times, interleaved.
 Samples Repeated(const Samples& channel, std::size_t channels);
 
-/// `first` with `second` behind it.
+/// `first` followed by `second`.
 Samples Joined(Samples first, const Samples& second);
 
-/// A directory of its own for the files of one test, removed with them.
+/// A new directory for the files of one test. It is removed with all files in it.
 class AudioDirectory {
  public:
   AudioDirectory();
@@ -42,12 +42,12 @@ class AudioDirectory {
   std::string Path(const std::string& name) const;
 
   /// Writes an audio file in a libsndfile format (SF_FORMAT_WAV | SF_FORMAT_PCM_16, ...) and
-  /// returns its path. Fails the test when libsndfile cannot.
+  /// returns its path. The test fails if libsndfile cannot write it.
   std::string Write(const std::string& name, int format, int sampleRate, std::size_t channels,
                     const Samples& samples) const;
 
-  /// Makes a file by a command of the shell in which %o stands for it and %d for this directory,
-  /// and returns its path. Fails the test when the command does.
+  /// Makes a file with a shell command, in which %o stands for the file and %d for this directory,
+  /// and returns its path. The test fails if the command does.
   std::string Make(const std::string& name, const std::string& command) const;
 
   /// Writes bytes as they are and returns the path.
@@ -57,7 +57,7 @@ class AudioDirectory {
   std::string mPath;
 };
 
-/// While it lives, writes of this process beyond so many bytes of a file fail, as on a full disk.
+/// During its lifetime, writes of this process beyond this size of a file fail, as on a full disk.
 class FileSizeLimit {
  public:
   explicit FileSizeLimit(std::uint64_t bytes);
@@ -69,7 +69,7 @@ class FileSizeLimit {
 /// The bytes of a file.
 std::string BytesOf(const std::string& path);
 
-/// Cuts a file off after its first bytes, as a full disk or a broken copy does.
+/// Keeps the first `bytes` bytes of a file, as a full disk or an interrupted copy does.
 void CutOff(const std::string& path, std::uint64_t bytes);
 
 }  // namespace test_audio

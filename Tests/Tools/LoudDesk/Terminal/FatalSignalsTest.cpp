@@ -1,4 +1,4 @@
-// What is given back when a signal ends the process, in processes of their own.
+// What is restored when a signal ends the process, tested in child processes.
 
 #include "FatalSignals.h"
 
@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kSurvived = 3;
 
-// Of the faults the one that the sanitizers do not catch themselves.
+// The only fault that the sanitizers do not catch themselves.
 TEST(FatalSignalsTest, ASignalGivesBackAndEndsTheProcessAllTheSame) {
   for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGABRT})
     EXPECT_EXIT(

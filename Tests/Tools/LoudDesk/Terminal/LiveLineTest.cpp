@@ -82,7 +82,7 @@ TEST(LiveLineTest, TerminalLineFollowsTheWidthOfTheTerminal) {
   EXPECT_EQ("\r123456789\rabcde\rABCDEFG", out.str());
 }
 
-// Blanks up to the old width would wrap.
+// Padding with blanks to the old width would wrap.
 TEST(LiveLineTest, NothingIsHiddenBeyondTheWidthOfTheTerminal) {
   std::ostringstream out;
   std::size_t columns = 10;

@@ -14,7 +14,7 @@ using louddesk::Ink;
 using louddesk::TextScreen;
 using louddesk::ValueRange;
 
-// Ten cells, one a unit.
+// Ten cells, one per unit.
 constexpr CellRun kRun = {0, 0, 10};
 constexpr ValueRange kRange = {0, 10, 8};
 
@@ -94,7 +94,7 @@ TEST(MeterGraphicsTest, ScaleNumbersStandAtTheirPlaces) {
   const CellRun run = {0, 1, 20};
   const ValueRange range = {-5, 5, 9};
   louddesk::DrawScale(screen, run, range, 5, true);
-  // Two cells a unit: -5 in cell 1, 0 in cell 11, +5 in the last one, cell 20.
+  // Two cells per unit: -5 in cell 1, 0 in cell 11, +5 in the last one, cell 20.
   EXPECT_EQ("-5         0       +5", screen.Text(0));
 }
 
@@ -113,7 +113,7 @@ std::vector<std::string> History(const std::deque<std::optional<double>>& values
 }
 
 TEST(MeterGraphicsTest, HistoryEndsAtTheRightWithTheLastValue) {
-  // Four rows, one a unit; the line at 2.5 lies in the second row from the top.
+  // Four rows, one per unit; the line at 2.5 lies in the second row from the top.
   EXPECT_EQ((std::vector<std::string>{"", "┈┈┈▄", "  ▅█", "  ██"}), History({1.625, 2.5}));
 }
 

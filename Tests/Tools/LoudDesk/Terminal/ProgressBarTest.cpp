@@ -1,4 +1,4 @@
-// The progress bar as the terminal gets it.
+// The progress bar as it is sent to the terminal.
 
 #include "ProgressBar.h"
 
