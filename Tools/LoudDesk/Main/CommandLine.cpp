@@ -9,6 +9,7 @@
 
 #include "MeasureCommand.h"
 #include "PrintableText.h"
+#include "RecordCommand.h"
 #include "SendCommand.h"
 #include "UnitCommand.h"
 #include "VerifyCommand.h"
@@ -97,6 +98,7 @@ void AddSubcommands(CLI::App& app, int& status) {
   AddVerifyCommand(app, status);
   AddWatchCommand(app, status);
   AddSendCommand(app, status);
+  AddRecordCommand(app, status);
 }
 
 int RunCommandLine(std::vector<std::string> arguments, std::ostream& out, std::ostream& errors) {

@@ -81,6 +81,11 @@ std::string InTimeText(Patience patience) {
   return fmt::format(" in {:.1f} s", static_cast<double>(patience.count()) / 1000);
 }
 
+std::set<std::string> ServiceTopicsAt(Peer peer, unsigned meterSet) {
+  return peer == Peer::kSignalProcessor ? std::set<std::string>{RawDataTopic(meterSet)}
+                                        : TextTopics(meterSet);
+}
+
 std::string TopicFor(const std::string& prefix, unsigned meterSet) {
   NumberedTopic_t topic = {};
   FormatNumberedTopic(topic, prefix.c_str(), meterSet);
@@ -173,8 +178,7 @@ std::set<std::string> UnitStandIn::MissingTopics(Peer peer, const PublisherPeer&
   std::set<std::string> missing;
   if (!publisher.IsOpen())
     return missing;
-  const std::set<std::string> expected =
-      peer == Peer::kSignalProcessor ? std::set<std::string>{RawTopic()} : TextTopics(mMeterSet);
+  const std::set<std::string> expected = ServiceTopicsAt(peer, mMeterSet);
   const std::set<std::string>& present = publisher.Subscriptions();
   std::set_difference(expected.begin(), expected.end(), present.begin(), present.end(),
                       std::inserter(missing, missing.end()));

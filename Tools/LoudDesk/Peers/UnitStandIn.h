@@ -143,6 +143,9 @@ class UnitStandIn {
   std::vector<SocketReader*> mReaders;  // all of these
 };
 
+/// The topics that the service of a meter set subscribes to at a publishing peer.
+std::set<std::string> ServiceTopicsAt(Peer peer, unsigned meterSet);
+
 /// Topic with the meter-set number that ends it.
 std::string TopicFor(const std::string& prefix, unsigned meterSet);
 

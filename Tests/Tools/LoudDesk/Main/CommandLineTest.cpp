@@ -117,16 +117,16 @@ TEST(CommandLineTest, WhatIsNotUnderstoodIsNamedInOneLine) {
     const char* line;
   } const cases[] = {
       {{},
-       "a subcommand is missing after LoudDesk: measure, unit, verify, watch or send"
+       "a subcommand is missing after LoudDesk: measure, unit, verify, watch, send or record"
        " (see LoudDesk --help)"},
       {{"meassure", "x.wav"},
-       "meassure: no such subcommand; there are measure, unit, verify, watch or send"
+       "meassure: no such subcommand; there are measure, unit, verify, watch, send or record"
        " (see LoudDesk --help)"},
       {{"analyse"},
-       "analyse: no such subcommand; there are measure, unit, verify, watch or send"
+       "analyse: no such subcommand; there are measure, unit, verify, watch, send or record"
        " (see LoudDesk --help)"},
       {{""},
-       ": no such subcommand; there are measure, unit, verify, watch or send (see LoudDesk"
+       ": no such subcommand; there are measure, unit, verify, watch, send or record (see LoudDesk"
        " --help)"},
       {{"--verson"}, "--verson: no such option (see LoudDesk --help)"},
       {{"send"},

@@ -1,0 +1,213 @@
+// `LoudDesk record`: command line, and the loop of a recording.
+
+#include "RecordCommand.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "Complaints.h"
+#include "LiveLine.h"
+#include "NumberCheck.h"
+#include "RecordingWriter.h"
+#include "ServiceTap.h"
+
+namespace louddesk {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr unsigned kHighestMeterSet = 9999;
+constexpr double kLongestRecording = 1e7;  // s
+
+// What is lost at most when the process is killed.
+constexpr std::chrono::seconds kFlushPeriod{1};
+
+constexpr Patience kAttention{100};
+
+constexpr char kFooter[] =
+    "\nExample, on the machine of the service of meter set 1, cluster 1:\n"
+    "  LoudDesk record fault.loudrec\n"
+    "  LoudDesk replay --list fault.loudrec\n"
+    "\n"
+    "Recorded is what the service's peers send to it, raw blocks, presets,\n"
+    "configurations, commands and the rest, and what it publishes, loudness data and\n"
+    "states. The file contains the messages, their times and the numbers of meter set\n"
+    "and cluster; it never names the machine or its users. Heartbeats and the log go\n"
+    "to one receiver each and cannot be seen. Begin before the service starts where\n"
+    "the recording is to be compared with a service later (LoudDesk replay --expect).\n"
+    "\n"
+    "Ctrl-C ends the recording. Once a second it is brought up to date in the file:\n"
+    "that much can be read even when the process is killed. An existing file is never\n"
+    "overwritten. The status is 0, or 1 when the file could not be written or nothing\n"
+    "came.\n";
+
+// What the user gave on the command line.
+struct RecordOptions {
+  std::string path;
+  unsigned meterSet = 1;
+  unsigned cluster = 1;
+  std::optional<double> seconds;  // ends after so long
+};
+
+// Microseconds since 1970.
+std::uint64_t WallTimeNow() {
+  const auto since = std::chrono::system_clock::now().time_since_epoch();
+  return static_cast<std::uint64_t>(
+      std::chrono::duration_cast<std::chrono::microseconds>(since).count());
+}
+
+class RecordSession {
+ public:
+  // Throws BindError or RecordingError.
+  explicit RecordSession(const RecordOptions& options)
+      : mOptions(options),
+        mTap(options.meterSet, options.cluster),
+        mWriter(options.path, {options.meterSet, options.cluster, WallTimeNow()}),
+        mStart(Clock::now()),
+        mLine(std::cout, ColumnsOf(STDOUT_FILENO)) {}
+
+  // Until the time given or the user ends it. Throws RecordingError.
+  void Run() {
+    mLine.Print(
+        fmt::format("Recording meter set {}, cluster {}; Ctrl-C ends it. Not seen: "
+                    "heartbeats and log, which go to one receiver each",
+                    mOptions.meterSet, mOptions.cluster));
+    mWriter.Flush();
+    while (zsys_interrupted == 0 && !HasTimeEnded()) {
+      mTap.Wait(TimeToWait());
+      TakeMessages();
+      FlushWhenDue();
+      TellWhenConnected();
+      mLine.Show(ProgressText(), Clock::now());
+    }
+    TakeMessages();
+    mWriter.Finish(TimeNow());
+  }
+
+  // What became of it, for the user.
+  void Conclude(Complaints& complaints) {
+    mLine.Print(ProgressText());
+    mLine.Finish();
+    if (mTooLong > 0)
+      complaints.Note(
+          fmt::format("{} messages of more than {} bytes left out", mTooLong, kLargestMessage));
+    const std::string missing = mTap.MissingText();
+    if (mInputs + mBlocks + mOutputs == 0)
+      complaints.Add("no message came; not connected: " + (missing.empty() ? "none" : missing));
+    else if (!missing.empty())
+      complaints.Note("not connected at the end: " + missing);
+  }
+
+ private:
+  std::uint64_t TimeNow() const {
+    return static_cast<std::uint64_t>(
+        std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - mStart).count());
+  }
+
+  std::chrono::duration<double> Left() const {
+    return std::chrono::duration<double>(mOptions.seconds.value_or(kLongestRecording)) -
+           (Clock::now() - mStart);
+  }
+
+  bool HasTimeEnded() const { return mOptions.seconds && Left().count() <= 0; }
+
+  Patience TimeToWait() const {
+    return std::clamp(std::chrono::ceil<Patience>(Left()), Patience{0}, kAttention);
+  }
+
+  void TakeMessages() {
+    const std::uint64_t time = TimeNow();
+    for (SenderTap& tap : mTap.Taps())
+      for (auto& messages = tap.Messages(); !messages.empty(); messages.pop_front())
+        Take({tap.Of(), time, std::move(messages.front())});
+  }
+
+  void Take(const RecordedMessage& message) {
+    if (!FitsRecording(message.frames)) {
+      ++mTooLong;
+      return;
+    }
+    mWriter.Write(message);
+    ++(IsOfService(message.sender)                  ? mOutputs
+       : message.sender == Sender::kSignalProcessor ? mBlocks
+                                                    : mInputs);
+    mHasNews = true;
+  }
+
+  void FlushWhenDue() {
+    const auto now = Clock::now();
+    if (!mHasNews || now < mFlushDue)
+      return;
+    mWriter.Flush();
+    mHasNews = false;
+    mFlushDue = now + kFlushPeriod;
+  }
+
+  void TellWhenConnected() {
+    if (mIsConnected || !mTap.MissingText().empty())
+      return;
+    mIsConnected = true;
+    mLine.Print("Connected to the service and all of its peers");
+  }
+
+  std::string ProgressText() const {
+    return fmt::format("{:9.1f} s  {} blocks, {} other messages to the service, {} from it, {} kB",
+                       static_cast<double>(TimeNow()) / 1e6, mBlocks, mInputs, mOutputs,
+                       (mWriter.Size() + 999) / 1000);
+  }
+
+  const RecordOptions& mOptions;
+  ServiceTap mTap;
+  RecordingWriter mWriter;
+  Clock::time_point mStart;
+  LiveLine mLine;
+  Clock::time_point mFlushDue{};
+  bool mHasNews = false;  // something is not in the file yet
+  bool mIsConnected = false;
+  unsigned long mBlocks = 0;
+  unsigned long mInputs = 0;  // other messages to the service
+  unsigned long mOutputs = 0;
+  unsigned long mTooLong = 0;
+};
+
+int Record(const RecordOptions& options) {
+  Complaints complaints(std::cerr);
+  try {
+    RecordSession session(options);
+    session.Run();
+    session.Conclude(complaints);
+  } catch (const std::runtime_error& error) {
+    complaints.Add(error.what());
+  }
+  return complaints.Status();
+}
+
+}  // namespace
+
+void AddRecordCommand(CLI::App& app, int& status) {
+  CLI::App* command =
+      app.add_subcommand("record", "Record the messages around a running service into a file");
+  auto options = std::make_shared<RecordOptions>();
+  command->add_option("FILE", options->path, "File to make")->required();
+  command->add_option("--meter-set", options->meterSet, "Meter set of the service")
+      ->capture_default_str()
+      ->check(CLI::Range(0u, kHighestMeterSet));
+  command->add_option("--cluster", options->cluster, "Cluster of the service")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 8));
+  command->add_option("--seconds", options->seconds, "End after so long")
+      ->check(Between(0.0, kLongestRecording));
+  command->footer(kFooter);
+  command->callback([options, &status] { status = Record(*options); });
+}
+
+}  // namespace louddesk

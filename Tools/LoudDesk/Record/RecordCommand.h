@@ -1,0 +1,13 @@
+// `LoudDesk record`: the messages around a running service, into a file.
+
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace louddesk {
+
+/// Adds the subcommand to `app`. When it is chosen, it runs during the parse and sets `status`,
+/// which must outlive `app`.
+void AddRecordCommand(CLI::App& app, int& status);
+
+}  // namespace louddesk

@@ -1,0 +1,68 @@
+// Reads a recording, message by message, from files that anybody may have made. Memory is bounded
+// whatever the file holds: a message has kLargestMessage bytes at most, the decoder's window 8 MiB.
+
+#pragma once
+
+#include <cstdint>
+#include <istream>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "RecordedMessage.h"
+
+struct ZSTD_DCtx_s;
+
+namespace louddesk {
+
+class RecordingReader {
+ public:
+  /// Reads the head from `in`, which must outlive the reader. Throws RecordingError when there is
+  /// none.
+  explicit RecordingReader(std::istream& in);
+  ~RecordingReader();
+
+  RecordingReader(const RecordingReader&) = delete;
+  RecordingReader& operator=(const RecordingReader&) = delete;
+
+  const RecordingHead& Head() const { return mHead; }
+
+  /// The next message; nothing at the end, and from then on.
+  std::optional<RecordedMessage> Next();
+
+  /// After the last message: what is wrong with the file's end, empty for one that was ended in
+  /// order. One line for the user.
+  const std::string& Flaw() const { return mFlaw; }
+
+  /// When the recording ended, where its end is marked; otherwise the time of the last message.
+  std::uint64_t EndTime() const { return mEndTime; }
+
+ private:
+  bool Take(void* bytes, std::size_t size);
+  bool Decompress();
+  bool FillInput();
+  template <typename Number>
+  bool TakeNumber(Number& number);
+  bool TakeText(std::string& text, std::size_t size);
+  bool TakeMessage(RecordedMessage& message);
+  bool TakeFrames(RecordedMessage& message);
+  void TakeEnd();
+  void Damaged(const std::string& reason);
+
+  struct FreeContext {
+    void operator()(ZSTD_DCtx_s* context) const;
+  };
+
+  std::istream& mIn;
+  std::unique_ptr<ZSTD_DCtx_s, FreeContext> mContext;
+  std::string mInput;  // compressed bytes, those before mInputTaken used up
+  std::size_t mInputTaken = 0;
+  std::string mPlain;  // decompressed bytes, those before mPlainTaken used up
+  std::size_t mPlainTaken = 0;
+  bool mHasEnded = false;
+  RecordingHead mHead;
+  std::string mFlaw;
+  std::uint64_t mEndTime = 0;
+};
+
+}  // namespace louddesk

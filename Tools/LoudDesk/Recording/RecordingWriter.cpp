@@ -1,0 +1,128 @@
+// Messages to bytes, bytes to Zstandard, Zstandard to the disk.
+
+#include "RecordingWriter.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <zstd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include "RecordingFormat.h"
+
+namespace louddesk {
+namespace {
+
+// Costs little at ten blocks a second; higher levels gain nothing on such material.
+constexpr int kCompressionLevel = 9;
+
+constexpr unsigned kFlushesPerFrame = 60;
+
+// Plain bytes that are collected at most before they are handed to the compressor.
+constexpr std::size_t kPlainAtOnce = 1 << 16;
+
+constexpr mode_t kFileMode = 0666;  // less the user's mask
+
+// An unsigned number, the lowest byte first.
+template <typename Number>
+void Append(std::string& bytes, Number number) {
+  for (std::size_t i = 0; i < sizeof number; ++i)
+    bytes.push_back(static_cast<char>(static_cast<std::uint64_t>(number) >> (8 * i)));
+}
+
+int MakeFile(const std::string& path) {
+  const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode);
+  if (descriptor == -1)
+    throw RecordingError(path + ": " + std::strerror(errno));
+  return descriptor;
+}
+
+}  // namespace
+
+bool FitsRecording(const std::vector<std::string>& frames) {
+  std::size_t left = kLargestMessage;
+  for (const std::string& frame : frames) {
+    if (left < kFrameHeadSize || frame.size() > left - kFrameHeadSize)
+      return false;
+    left -= kFrameHeadSize + frame.size();
+  }
+  return !frames.empty() && frames.size() <= UINT16_MAX;
+}
+
+void RecordingWriter::FreeContext::operator()(ZSTD_CCtx_s* context) const {
+  ZSTD_freeCCtx(context);
+}
+
+RecordingWriter::RecordingWriter(const std::string& path, const RecordingHead& head)
+    : mPath(path), mDescriptor(MakeFile(path)), mContext(ZSTD_createCCtx()) {
+  ZSTD_CCtx_setParameter(mContext.get(), ZSTD_c_compressionLevel, kCompressionLevel);
+  ZSTD_CCtx_setParameter(mContext.get(), ZSTD_c_windowLog, kWriterWindowLog);
+  ZSTD_CCtx_setParameter(mContext.get(), ZSTD_c_checksumFlag, 1);
+  mPlain.assign(kRecordingMark, sizeof kRecordingMark);
+  Append(mPlain, head.meterSet);
+  Append(mPlain, head.cluster);
+  Append(mPlain, head.start);
+}
+
+RecordingWriter::~RecordingWriter() {
+  close(mDescriptor);
+}
+
+void RecordingWriter::Write(const RecordedMessage& message) {
+  mPlain.push_back(static_cast<char>(message.sender));
+  Append(mPlain, message.time);
+  Append(mPlain, static_cast<std::uint16_t>(message.frames.size()));
+  for (const std::string& frame : message.frames) {
+    Append(mPlain, static_cast<std::uint32_t>(frame.size()));
+    mPlain += frame;
+  }
+  if (mPlain.size() >= kPlainAtOnce)
+    Compress(ZSTD_e_continue);
+}
+
+void RecordingWriter::Flush() {
+  ++mFlushes;
+  const bool endsFrame = mFlushes == kFlushesPerFrame;
+  Compress(endsFrame ? ZSTD_e_end : ZSTD_e_flush);
+  if (endsFrame)
+    mFlushes = 0;
+}
+
+void RecordingWriter::Finish(std::uint64_t time) {
+  mPlain.push_back(static_cast<char>(kEndMark));
+  Append(mPlain, time);
+  Compress(ZSTD_e_end);
+}
+
+void RecordingWriter::Compress(int directive) {
+  std::array<char, 1 << 16> buffer;
+  ZSTD_inBuffer in = {mPlain.data(), mPlain.size(), 0};
+  for (std::size_t left = 1; left != 0;) {
+    ZSTD_outBuffer out = {buffer.data(), buffer.size(), 0};
+    left =
+        ZSTD_compressStream2(mContext.get(), &out, &in, static_cast<ZSTD_EndDirective>(directive));
+    if (ZSTD_isError(left) != 0)
+      throw RecordingError(mPath + ": " + ZSTD_getErrorName(left));
+    WriteOut(buffer.data(), out.pos);
+    if (directive == ZSTD_e_continue && in.pos == in.size)
+      break;
+  }
+  mPlain.clear();
+}
+
+void RecordingWriter::WriteOut(const char* bytes, std::size_t size) {
+  while (size > 0) {
+    const ssize_t written = write(mDescriptor, bytes, size);
+    if (written == -1 && errno == EINTR)
+      continue;
+    if (written == -1)
+      throw RecordingError(mPath + ": " + std::strerror(errno));
+    bytes += written;
+    size -= static_cast<std::size_t>(written);
+    mSize += static_cast<std::uint64_t>(written);
+  }
+}
+
+}  // namespace louddesk
