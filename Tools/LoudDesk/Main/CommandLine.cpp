@@ -10,6 +10,7 @@
 #include "MeasureCommand.h"
 #include "PrintableText.h"
 #include "RecordCommand.h"
+#include "ReplayCommand.h"
 #include "SendCommand.h"
 #include "UnitCommand.h"
 #include "VerifyCommand.h"
@@ -99,6 +100,7 @@ void AddSubcommands(CLI::App& app, int& status) {
   AddWatchCommand(app, status);
   AddSendCommand(app, status);
   AddRecordCommand(app, status);
+  AddReplayCommand(app, status);
 }
 
 int RunCommandLine(std::vector<std::string> arguments, std::ostream& out, std::ostream& errors) {

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 
 #include "ServiceFeed.h"
 #include "UnitStandIn.h"
@@ -31,16 +30,6 @@ constexpr PublishingPeer kPublishingPeers[] = {
     {Peer::kOpticalAppServer, Sender::kOpticalAppServer},
     {Peer::kSignalProcessor, Sender::kSignalProcessor},
 };
-
-// For people, by the numbers of the senders from 1 on.
-constexpr const char* kSenderNames[] = {"process monitor",
-                                        "hardware manager",
-                                        "application server of the main board",
-                                        "application server of the optical board",
-                                        "signal processor",
-                                        "publisher of loudness data",
-                                        "publisher of states"};
-static_assert(std::size(kSenderNames) == kLastSender);
 
 const std::set<std::string> kEverything = {""};
 
@@ -115,8 +104,7 @@ std::string ServiceTap::MissingText() const {
   std::string text;
   for (const SenderTap& tap : mTaps)
     if (!tap.IsConnected())
-      text += std::string(text.empty() ? "" : ", ") +
-              kSenderNames[static_cast<std::size_t>(tap.Of()) - 1];
+      text += (text.empty() ? "" : ", ") + std::string(SenderName(tap.Of()));
   return text;
 }
 

@@ -29,6 +29,9 @@ constexpr bool IsOfService(Sender sender) {
   return sender >= Sender::kDataPublisher;
 }
 
+/// The sender, for people.
+const char* SenderName(Sender sender);
+
 /// What stands at the beginning of a file.
 struct RecordingHead {
   std::uint32_t meterSet = 1;  // of the service

@@ -41,16 +41,6 @@ int MakeFile(const std::string& path) {
 
 }  // namespace
 
-bool FitsRecording(const std::vector<std::string>& frames) {
-  std::size_t left = kLargestMessage;
-  for (const std::string& frame : frames) {
-    if (left < kFrameHeadSize || frame.size() > left - kFrameHeadSize)
-      return false;
-    left -= kFrameHeadSize + frame.size();
-  }
-  return !frames.empty() && frames.size() <= UINT16_MAX;
-}
-
 void RecordingWriter::FreeContext::operator()(ZSTD_CCtx_s* context) const {
   ZSTD_freeCCtx(context);
 }

@@ -117,16 +117,16 @@ TEST(CommandLineTest, WhatIsNotUnderstoodIsNamedInOneLine) {
     const char* line;
   } const cases[] = {
       {{},
-       "a subcommand is missing after LoudDesk: measure, unit, verify, watch, send or record"
+       "a subcommand is missing after LoudDesk: measure, unit, verify, watch, send, record or replay"
        " (see LoudDesk --help)"},
       {{"meassure", "x.wav"},
-       "meassure: no such subcommand; there are measure, unit, verify, watch, send or record"
+       "meassure: no such subcommand; there are measure, unit, verify, watch, send, record or replay"
        " (see LoudDesk --help)"},
       {{"analyse"},
-       "analyse: no such subcommand; there are measure, unit, verify, watch, send or record"
+       "analyse: no such subcommand; there are measure, unit, verify, watch, send, record or replay"
        " (see LoudDesk --help)"},
       {{""},
-       ": no such subcommand; there are measure, unit, verify, watch, send or record (see LoudDesk"
+       ": no such subcommand; there are measure, unit, verify, watch, send, record or replay (see LoudDesk"
        " --help)"},
       {{"--verson"}, "--verson: no such option (see LoudDesk --help)"},
       {{"send"},

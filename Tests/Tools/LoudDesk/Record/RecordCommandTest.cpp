@@ -288,9 +288,8 @@ TEST_F(RecordCommandTest, SaysWhatIsNotThere) {
   ExpectEnd(1);
   EXPECT_THAT(mRecord->StandardError(),
               HasSubstr("no message came; not connected: process monitor, hardware manager, "
-                        "application server of the main board, application server of the optical "
-                        "board, signal processor, publisher of loudness data, publisher of "
-                        "states"));
+                        "main application server, optical application server, signal processor, "
+                        "data publisher, state publisher"));
   EXPECT_THAT(mRecord->StandardOutput(),
               HasSubstr("Not seen: heartbeats and log, which go to one receiver each"));
 }

@@ -1,0 +1,34 @@
+// Names and limits of recorded messages.
+
+#include "RecordedMessage.h"
+
+#include <iterator>
+
+#include "RecordingFormat.h"
+
+namespace louddesk {
+namespace {
+
+// By the numbers of the senders from 1 on.
+constexpr const char* kSenderNames[] = {
+    "process monitor",  "hardware manager", "main application server", "optical application server",
+    "signal processor", "data publisher",   "state publisher"};
+static_assert(std::size(kSenderNames) == kLastSender);
+
+}  // namespace
+
+const char* SenderName(Sender sender) {
+  return kSenderNames[static_cast<std::size_t>(sender) - 1];
+}
+
+bool FitsRecording(const std::vector<std::string>& frames) {
+  std::size_t left = kLargestMessage;
+  for (const std::string& frame : frames) {
+    if (left < kFrameHeadSize || frame.size() > left - kFrameHeadSize)
+      return false;
+    left -= kFrameHeadSize + frame.size();
+  }
+  return !frames.empty() && frames.size() <= UINT16_MAX;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,243 @@
+// The recording on one side, the service on the other.
+
+#include "Comparison.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "Endpoints.h"
+#include "LoudReport.h"
+#include "PubHandler.h"
+#include "UnitDocuments.h"
+
+namespace louddesk {
+namespace {
+
+// More than the ten messages of an invalid source and the ticks of every pending action.
+constexpr int kEnoughMessages = 16;
+
+// Messages to the service within this time may have met its ticks in another order than here.
+constexpr std::uint64_t kCloseTogether = 1000000;  // us
+
+bool IsRepublished(const Frames& frames) {
+  const std::string& topic = frames.front();
+  return topic.rfind(kAcknowledgementRepubTopicPrefix, 0) == 0 ||
+         topic.rfind(kCurrentConfRepubTopicPrefix, 0) == 0;
+}
+
+std::string ValueText(const std::string& frame) {
+  if (frame.size() != sizeof(std::int16_t))
+    return fmt::format("{} bytes", frame.size());
+  std::int16_t value = 0;
+  std::memcpy(&value, frame.data(), sizeof value);
+  return std::to_string(value);
+}
+
+// The frames in which two messages of loudness data differ.
+std::string DataDifference(const Frames& recorded, const Frames& published) {
+  if (recorded.size() != published.size() || recorded.size() != kLuDataFrameCount)
+    return fmt::format("{} frames, recorded {}", published.size(), recorded.size());
+  std::string text;
+  for (std::size_t i = 0; i < kLuDataFrameCount; ++i)
+    if (recorded[i] != published[i])
+      text += fmt::format("{}{} is {}, recorded {}", text.empty() ? "" : "; ",
+                          kLuDataFrames[i].name, ValueText(published[i]), ValueText(recorded[i]));
+  return text;
+}
+
+std::string Joined(const Frames& frames) {
+  std::string text;
+  for (const std::string& frame : frames)
+    text += (text.empty() ? "" : " ") + frame;
+  return text;
+}
+
+}  // namespace
+
+void Comparison::Take(const RecordedMessage& message) {
+  ++mNumber;
+  mNow = message;
+  if (!IsOfService(message.sender))
+    message.sender == Sender::kSignalProcessor ? SendBlock(message) : SendText(message);
+  else if (message.frames.front() == kLoudnessDataTopic)
+    ExpectData(message);
+  else if (!IsRepublished(message.frames))
+    ExpectState(message);
+}
+
+void Comparison::Finish(std::uint64_t time) {
+  ++mNumber;
+  mNow = {};
+  mNow.time = time;
+  ++mTexts;
+  mTextBefore = mLastText;
+  mLastText = time;
+  if (!mGone.empty() && mMayEnd)
+    return;
+  CheckAlive();
+  OpenGate();
+  for (int i = 0; i < kEnoughMessages && mService.AwaitPublished(); ++i)
+    ExpectNoStates();
+  ExpectNoStates();
+  mPassedOver += mService.Data().size();
+}
+
+std::string Comparison::Summary() const {
+  return fmt::format(
+      "The same as recorded: {} messages of loudness data and {} states compared; {} of loudness "
+      "data came that the recording does not have",
+      mDataCompared, mStatesCompared, mPassedOver);
+}
+
+void Comparison::SendBlock(const RecordedMessage& block) {
+  if (block.frames.front().size() > SteppedService::kLongestRawTopic)
+    return;  // the service drops it, as it does the markers of another replay
+  // After a state, the figures before this block may have been recorded too.
+  if (mMayFlow)
+    mIsFlowing = ReceiveFigures();
+  mMayFlow = false;
+  Send(Peer::kSignalProcessor, {block.frames});
+  if (mIsFlowing)
+    mIsFlowing = ReceiveFigures();
+}
+
+// Waits for the figures as they are after the last message sent; false when none come.
+bool Comparison::ReceiveFigures() {
+  mService.ReceivePublished();
+  const unsigned long before = mService.DataCount();
+  for (int i = 0; i < kEnoughMessages && mService.DataCount() == before; ++i)
+    if (!mService.AwaitPublished())
+      return false;
+  return mService.DataCount() > before;
+}
+
+void Comparison::SendText(const RecordedMessage& message) {
+  ++mTexts;
+  mTextBefore = mLastText;
+  mLastText = message.time;
+  ExpectNoStates();
+  const Frames& frames = message.frames;
+  if (frames.front() == kEnableReportingTopic && frames.size() > 1) {
+    SwitchReporting(message, frames[1].find("true") != std::string::npos);
+    return;
+  }
+  const Frames close = {kEnableReportingTopic, EnableReportingJson(false)};
+  Send(PeerOf(message.sender), {close, frames});
+  mIsGateOpen = mIsFlowing = mMayFlow = false;
+}
+
+// Switched on it is where the next publication was recorded.
+void Comparison::SwitchReporting(const RecordedMessage& message, bool isOn) {
+  mIsReporting = isOn;
+  if (isOn) {
+    mSwitch = message;
+    return;
+  }
+  Send(PeerOf(message.sender), {message.frames});
+  mIsGateOpen = mIsFlowing = mMayFlow = false;
+}
+
+void Comparison::Send(Peer peer, const std::vector<Frames>& messages) {
+  if (!mGone.empty() || mService.SendAll(peer, messages))
+    return;
+  mGone = Place();
+  mMayEnd = messages.back().front() == kApplicationCommandTopic;
+}
+
+void Comparison::OpenGate() {
+  if (mIsGateOpen || !mIsReporting)
+    return;
+  Send(PeerOf(mSwitch->sender), {mSwitch->frames});
+  mIsGateOpen = true;
+}
+
+void Comparison::ExpectData(const RecordedMessage& message) {
+  CheckBeginning();
+  if (message.frames == mLastRecorded)
+    return;
+  mLastRecorded = message.frames;
+  ++mDataCompared;
+  if (FindData(message.frames))
+    return;
+  OpenGate();
+  for (int i = 0; i < kEnoughMessages && mService.AwaitPublished(); ++i)
+    if (FindData(message.frames)) {
+      mIsFlowing = mService.States().empty();
+      return;
+    }
+  const auto& data = mService.Data();
+  const Frames& published = data.empty() ? mService.LastData() : data.front();
+  throw Difference(
+      Place() + (published.empty() ? "did not come" : DataDifference(message.frames, published)));
+}
+
+// What came before it and was not recorded is passed over.
+bool Comparison::FindData(const Frames& frames) {
+  auto& data = mService.Data();
+  const auto found = std::find(data.begin(), data.end(), frames);
+  if (found == data.end())
+    return false;
+  mPassedOver += static_cast<unsigned long>(found - data.begin());
+  data.erase(data.begin(), found + 1);
+  return true;
+}
+
+void Comparison::ExpectState(const RecordedMessage& message) {
+  CheckBeginning();
+  OpenGate();
+  auto& states = mService.States();
+  for (int i = 0; i < kEnoughMessages; ++i) {
+    while (!states.empty()) {
+      const Frames published = std::move(states.front());
+      states.pop_front();
+      if (published == message.frames) {
+        ++mStatesCompared;
+        mMayFlow = true;
+        return;
+      }
+      if (!IsExcused())
+        throw Difference(Place() + "is " + Joined(published) + ", recorded " +
+                         Joined(message.frames));
+    }
+    if (!mService.AwaitPublished())
+      break;
+  }
+  throw Difference(Place() + "did not come: " + Joined(message.frames));
+}
+
+void Comparison::ExpectNoStates() {
+  auto& states = mService.States();
+  if (!states.empty() && !IsExcused())
+    throw Difference(Place() +
+                     "came after what the recording does not have: " + Joined(states.front()));
+  states.clear();
+}
+
+// Another action may have been carried out in between, which then is acknowledged in addition.
+bool Comparison::IsExcused() const {
+  return mTexts > 1 && mLastText - mTextBefore < kCloseTogether;
+}
+
+void Comparison::CheckBeginning() const {
+  if (mTexts == 0)
+    throw RecordingError(
+        "the recording begins while the service is measuring: nothing tells what it knew by then");
+  CheckAlive();
+}
+
+void Comparison::CheckAlive() const {
+  if (!mGone.empty())
+    throw Difference(mGone + "made the service fall silent");
+}
+
+std::string Comparison::Place() const {
+  if (mNow.frames.empty())
+    return "the end of the recording ";
+  return fmt::format("message {} ({:.3f} s, {} of {}) ", mNumber,
+                     static_cast<double>(mNow.time) / 1e6, mNow.frames.front(),
+                     SenderName(mNow.sender));
+}
+
+}  // namespace louddesk

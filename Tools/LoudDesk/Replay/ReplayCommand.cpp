@@ -1,0 +1,204 @@
+// `LoudDesk replay`: command line, the list, and the play in real time.
+
+#include "ReplayCommand.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "Comparison.h"
+#include "Complaints.h"
+#include "FiguresText.h"
+#include "LiveLine.h"
+#include "NumberCheck.h"
+#include "RecordingList.h"
+#include "RecordingReader.h"
+#include "ServiceClient.h"
+
+namespace louddesk {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr double kSlowestSpeed = 0.01;
+constexpr double kFastestSpeed = 1000;
+constexpr double kLongestWait = 3600;  // s
+
+// The status by which a script tells a difference from a replay that could not be made.
+constexpr int kDifferent = 3;
+
+constexpr char kFooter[] =
+    "\nExample, with a fresh service on the same machine:\n"
+    "  export LOUDCALC_MAIN_BOARD_ADDRESS=127.0.0.1\n"
+    "  export LOUDCALC_OPTICAL_BOARD_ADDRESS=127.0.0.2\n"
+    "  LoudCalc -m 1 -c 1 &\n"
+    "  LoudDesk replay --expect fault.loudrec\n"
+    "  LoudDesk replay --list fault.loudrec | grep state\n"
+    "\n"
+    "The recorded messages to the service are sent to one of the same meter set and\n"
+    "cluster, from the endpoints of its peers, which no other program may use.\n"
+    "\n"
+    "With --expect what the service publishes is compared with the recording. The\n"
+    "service must have been started for it, and the recording must begin before the\n"
+    "first preset. Messages are sent one after the other, each when the one before is\n"
+    "handled, ten blocks a second at most; reporting is switched off and on in\n"
+    "between. Compared are the messages of loudness data, in their order and without\n"
+    "repetitions, and the states, but neither times nor what is republished every\n"
+    "five seconds. Commands, presets and configurations recorded within a second of\n"
+    "one another may be acknowledged more often than they were. Of a block and an\n"
+    "acknowledgement recorded within a few milliseconds it is not known which came\n"
+    "first; if that matters, a difference is found where there is none.\n"
+    "\n"
+    "A recording that was cut off is played as far as it goes. The status is 0; 1\n"
+    "when the file cannot be read or the service not be reached; 3 when the service\n"
+    "publishes something else. The first message that differs is then named.\n";
+
+// What the user gave on the command line.
+struct ReplayOptions {
+  std::string path;
+  bool isListing = false;
+  bool isComparing = false;
+  double speed = 1.0;  // times real time
+  double wait = 10.0;  // s, for the service
+};
+
+// Plays in the time of the recording, and shows the figures that come.
+class TimedPlay {
+ public:
+  TimedPlay(UnitStandIn& unit, double speed)
+      : mUnit(unit), mSpeed(speed), mLine(std::cout, ColumnsOf(STDOUT_FILENO)) {}
+
+  // Sends a message when it is due; those of the service are passed over.
+  void Take(const RecordedMessage& message) {
+    if (IsOfService(message.sender))
+      return;
+    const double seconds = static_cast<double>(message.time) / 1e6;
+    const auto due = mStart + std::chrono::duration_cast<Clock::duration>(
+                                  std::chrono::duration<double>(seconds / mSpeed));
+    while (zsys_interrupted == 0 && Remaining(due).count() > 0)
+      if (const auto data = mUnit.NextLoudnessData(Remaining(due)))
+        mLine.Show(LiveText(seconds, data->data), data->time);
+    mUnit.DropStates();
+    mUnit.DropHeartbeats();
+    mUnit.DropLogLines();
+    mUnit.SendFrames(PeerOf(message.sender), message.frames);
+    ++mSent;
+  }
+
+  void Finish() { mLine.Print(fmt::format("{} messages sent", mSent)); }
+
+ private:
+  UnitStandIn& mUnit;
+  double mSpeed;
+  LiveLine mLine;
+  Clock::time_point mStart = Clock::now();
+  unsigned long mSent = 0;
+};
+
+// Gives every message to `take` until the recording or the user ends it.
+template <typename TakeMessage>
+void ForEachMessage(RecordingReader& recording, Complaints& complaints, TakeMessage take) {
+  while (zsys_interrupted == 0) {
+    const auto message = recording.Next();
+    if (!message)
+      break;
+    take(*message);
+  }
+  if (!recording.Flaw().empty())
+    complaints.Note(fmt::format("{} at {:.3f} s", recording.Flaw(),
+                                static_cast<double>(recording.EndTime()) / 1e6));
+}
+
+void List(RecordingReader& recording, Complaints& complaints) {
+  unsigned long number = 0;
+  ForEachMessage(recording, complaints, [&number](const RecordedMessage& message) {
+    std::cout << MessageLine(++number, message) << "\n";
+  });
+  if (!std::cout.flush())
+    complaints.Add("the list could not be written");
+}
+
+void Compare(UnitStandIn& unit, RecordingReader& recording, Complaints& complaints) {
+  Comparison comparison(unit);
+  ForEachMessage(recording, complaints, [&](const auto& message) { comparison.Take(message); });
+  if (zsys_interrupted != 0)
+    throw ServiceError("interrupted");
+  comparison.Finish(recording.EndTime());
+  std::cout << comparison.Summary() << std::endl;
+}
+
+void Play(UnitStandIn& unit, RecordingReader& recording, double speed, Complaints& complaints) {
+  TimedPlay play(unit, speed);
+  ForEachMessage(recording, complaints, [&](const auto& message) { play.Take(message); });
+  play.Finish();
+}
+
+void PlayToService(const ReplayOptions& options, RecordingReader& recording,
+                   Complaints& complaints) {
+  UnitStandIn unit(recording.Head().meterSet, recording.Head().cluster);
+  unit.OpenAll();
+  ServiceClient(unit).Connect(Patience{std::llround(options.wait * 1000)});
+  if (options.isComparing)
+    Compare(unit, recording, complaints);
+  else
+    Play(unit, recording, options.speed, complaints);
+}
+
+int Replay(const ReplayOptions& options) {
+  Complaints complaints(std::cerr);
+  try {
+    std::ifstream file(options.path, std::ios::binary);
+    if (!file)
+      throw RecordingError(options.path + ": cannot be opened");
+    RecordingReader recording(file);
+    if (options.isListing)
+      List(recording, complaints);
+    else
+      PlayToService(options, recording, complaints);
+  } catch (const Difference& difference) {
+    // Nothing more is waited for after an interrupt, so that everything seems to be missing.
+    if (zsys_interrupted == 0) {
+      complaints.Note(difference.what());
+      return kDifferent;
+    }
+    complaints.Add("interrupted");
+  } catch (const std::runtime_error& error) {
+    complaints.Add(error.what());
+  }
+  return complaints.Status();
+}
+
+}  // namespace
+
+void AddReplayCommand(CLI::App& app, int& status) {
+  CLI::App* command = app.add_subcommand(
+      "replay", "Play a recording to a service, compare what it publishes, or list it");
+  auto options = std::make_shared<ReplayOptions>();
+  command->add_option("FILE", options->path, "Recording")->required();
+  CLI::Option* list = command->add_flag("--list", options->isListing,
+                                        "Only print the messages, a line of JSON each");
+  CLI::Option* expect =
+      command->add_flag("--expect", options->isComparing, "Compare what the service publishes");
+  command->add_option("--speed", options->speed, "Times real time")
+      ->capture_default_str()
+      ->check(Between(kSlowestSpeed, kFastestSpeed))
+      ->excludes(list)
+      ->excludes(expect);
+  command->add_option("--wait", options->wait, "Seconds to wait for the service")
+      ->capture_default_str()
+      ->check(Between(0.0, kLongestWait))
+      ->excludes(list);
+  list->excludes(expect);
+  command->footer(kFooter);
+  command->callback([options, &status] { status = Replay(*options); });
+}
+
+}  // namespace louddesk
