@@ -68,7 +68,7 @@ File Programme(const std::string& file = "music/song.wav") {
 }
 
 // Two seconds without any reading.
-File Silence() {
+File SilentFile() {
   MeasuredProgramme programme = Silence();
   programme.figures.seconds = 2.0;
   for (int i = 1; i <= 20; ++i) {
@@ -107,7 +107,7 @@ std::string PageWithFailure(const std::vector<File>& files, const std::string& p
 
 TEST(ReportPageTest, EveryPageIsWellFormed) {
   const std::vector<File> reports[] = {
-      {}, {Programme()}, {Silence()}, {TooShort()}, {Programme(), Silence(), TooShort()}};
+      {}, {Programme()}, {SilentFile()}, {TooShort()}, {Programme(), SilentFile(), TooShort()}};
   for (const auto& files : reports)
     EXPECT_TRUE(ParsedPage(PageOf(files)).IsWellFormed()) << files.size() << " files";
 }
@@ -128,7 +128,7 @@ TEST(ReportPageTest, EachFileHasThreePlots) {
 }
 
 TEST(ReportPageTest, EveryPlotIsNamedAndDescribed) {
-  const ParsedPage page(PageOf({Programme("a.wav"), Silence()}));
+  const ParsedPage page(PageOf({Programme("a.wav"), SilentFile()}));
   const auto ids = page.Texts("//@id");
   EXPECT_EQ(std::set<std::string>(ids.begin(), ids.end()).size(), ids.size());
   for (const std::string& label : page.Texts("//s:svg[@role='img']/@aria-labelledby")) {
@@ -155,7 +155,7 @@ TEST(ReportPageTest, NothingIsFetchedOrRun) {
 }
 
 TEST(ReportPageTest, LinksOfTheTableLeadToTheirFiles) {
-  const ParsedPage page(PageOf({Programme("a.wav"), Silence()}));
+  const ParsedPage page(PageOf({Programme("a.wav"), SilentFile()}));
   EXPECT_THAT(page.Texts("//h:table//@href"), ElementsAre("#file-1", "#file-2"));
   EXPECT_THAT(page.Texts("//h:section/@id"), ElementsAre("file-1", "file-2"));
 }
@@ -204,7 +204,7 @@ TEST(ReportPageTest, TheHeadOfTheTableCountsVerdictsOfFiles) {
   ReportPage report = Report({Programme(), loud, loud});
   EXPECT_THAT(ParsedPage(report.Text()).Texts("//h:table[@class='programmes']/h:caption"),
               ElementsAre("1 pass, 2 fail, 0 not measured"));
-  const File silence = Silence();
+  const File silence = SilentFile();
   report.Add(SubjectOf(silence.facts, silence.programme));
   report.AddFailure("a.wav", "a.wav: is empty");
   report.Add({nullptr, 4, false, &loud.programme});
@@ -295,7 +295,7 @@ TEST(ReportPageTest, ManyPassagesAreCountedAndTheFirstListed) {
 TEST(ReportPageTest, EveryTableHasACaption) {
   Criteria criteria = CriteriaOf("ebu-r128-v3");
   criteria.limits.maxTruePeak = -4.0;
-  const ParsedPage page(PageOf({Programme(), Silence()}, criteria));
+  const ParsedPage page(PageOf({Programme(), SilentFile()}, criteria));
   EXPECT_EQ(page.Count("//h:table"), 4U);
   EXPECT_EQ(page.Count("//h:table[h:caption!='']"), 4U);
 }
@@ -332,7 +332,7 @@ TEST(ReportPageTest, FiguresHaveTheNamesAndUnitsOfTheTerminal) {
 }
 
 TEST(ReportPageTest, NoReadingIsADashAndNeverANumber) {
-  for (const auto& file : {Silence(), TooShort()}) {
+  for (const auto& file : {SilentFile(), TooShort()}) {
     const std::string text = PageOf({file});
     const ParsedPage page(text);
     EXPECT_THAT(page.Texts("//h:table[@class='programmes']/h:tbody//h:td[position()<6]/h:span"),
@@ -344,7 +344,7 @@ TEST(ReportPageTest, NoReadingIsADashAndNeverANumber) {
 }
 
 TEST(ReportPageTest, NoCoordinateIsAnythingButANumber) {
-  const ParsedPage page(PageOf({Programme(), Silence()}));
+  const ParsedPage page(PageOf({Programme(), SilentFile()}));
   const auto coordinates = page.Texts(
       "//s:svg//@x | //s:svg//@y | //s:svg//@x1 | //s:svg//@x2 | //s:svg//@y1 | "
       "//s:svg//@y2 | //s:svg//@width | //s:svg//@height | //s:svg//@cx | //s:svg//@cy");
@@ -359,7 +359,7 @@ TEST(ReportPageTest, VerdictsStandInWords) {
   File loud = Programme();
   loud.programme.figures.integrated = -20.0;
   loud.programme.figures.maxTruePeak = 0.5;
-  const ParsedPage page(PageOf({Programme(), loud, Silence()}));
+  const ParsedPage page(PageOf({Programme(), loud, SilentFile()}));
   EXPECT_THAT(page.Texts("//h:section//h:p[@class='finding']"),
               ElementsAre("\xE2\x9C\x93 Pass -23.00 LKFS, on the target.",
                           "\xE2\x9C\x93 Pass -3.00 dBTP, 2.00 dB below the limit.",
@@ -484,7 +484,7 @@ TEST(ReportPageTest, HistogramPartsWhatCountsFromWhatIsGated) {
 }
 
 TEST(ReportPageTest, SilenceHasNoHistogramAndNoCurve) {
-  const ParsedPage page(PageOf({Silence()}));
+  const ParsedPage page(PageOf({SilentFile()}));
   EXPECT_EQ(page.Count("//s:svg[@role='img']"), 2U);
   EXPECT_EQ(page.Count("//s:svg/s:svg/s:path"), 0U);
   EXPECT_EQ(page.Count("//s:circle"), 0U);
