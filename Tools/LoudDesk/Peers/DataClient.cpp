@@ -6,21 +6,16 @@
 #include <cstring>
 #include <utility>
 
-#include "MqNames.h"
-
 namespace louddesk {
-namespace {
 
-constexpr int kReconnectMs = 10;  // soon after the publisher binds, so that nothing is missed
-
-}  // namespace
-
-DataClient::DataClient(const std::string& file) : mSocket(zsock_new(ZMQ_SUB)) {
+DataClient::DataClient(const std::string& file, const ClientSettings& settings)
+    : mReadAtATime(settings.readAtATime), mSocket(zsock_new(ZMQ_SUB)) {
   mMonitor = StartMonitor(mSocket, ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED);
-  zsock_set_rcvhwm(mSocket, 0);
-  zsock_set_reconnect_ivl(mSocket, kReconnectMs);
+  zsock_set_rcvhwm(mSocket, settings.queuedMessages);
+  zsock_set_maxmsgsize(mSocket, settings.frameBytes);
+  zsock_set_reconnect_ivl(mSocket, settings.reconnectMs);
   zsock_set_subscribe(mSocket, "");
-  zsock_connect(mSocket, MQ_IPC_ENDPOINT_FORMAT, kIpcDirectory, file.c_str());
+  zsock_connect(mSocket, MQ_IPC_ENDPOINT_FORMAT, settings.directory.c_str(), file.c_str());
 }
 
 DataClient::~DataClient() {
@@ -30,8 +25,12 @@ DataClient::~DataClient() {
 
 void DataClient::ReadPending() {
   ReadConnectionEvents();
-  for (Frames frames = ReceiveFrames(mSocket); !frames.empty(); frames = ReceiveFrames(mSocket))
+  for (std::size_t read = 0; read < mReadAtATime; ++read) {
+    Frames frames = ReceiveFrames(mSocket);
+    if (frames.empty())
+      return;
     mMessages.push_back(Arrival{std::move(frames), std::chrono::steady_clock::now()});
+  }
 }
 
 void DataClient::ReadConnectionEvents() {
@@ -41,6 +40,7 @@ void DataClient::ReadConnectionEvents() {
       continue;
     std::memcpy(&event, frames.front().data(), sizeof(event));
     mIsConnected = event == ZMQ_EVENT_HANDSHAKE_SUCCEEDED;
+    mConnections += mIsConnected ? 1 : 0;
   }
 }
 

@@ -8,7 +8,6 @@
 #include <optional>
 #include <utility>
 
-#include "MqNames.h"
 #include "PubHandler.h"
 
 namespace louddesk {
@@ -38,10 +37,10 @@ bool IsBefore(const ServicePlace& left, const ServicePlace& right) {
 
 }  // namespace
 
-std::vector<ServicePlace> FindServicePlaces() {
+std::vector<ServicePlace> FindServicePlaces(const std::string& directory) {
   std::vector<ServicePlace> places;
   std::error_code error;  // no directory yet: nobody publishes
-  for (std::filesystem::directory_iterator entry(kIpcDirectory, error), end; !error && entry != end;
+  for (std::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
        entry.increment(error))
     if (const auto place = PlaceOf(entry->path().filename().string()))
       places.push_back(*place);
@@ -57,12 +56,12 @@ std::string StatePublisherFile(unsigned meterSet, unsigned cluster) {
   return PublisherFile(kStatePublisherFilePrefix, meterSet, cluster);
 }
 
-ServiceFeed::ServiceFeed(unsigned meterSet, unsigned cluster) {
+ServiceFeed::ServiceFeed(unsigned meterSet, unsigned cluster, const ClientSettings& settings) {
   const std::string dataFile = DataPublisherFile(meterSet, cluster);
   const std::string stateFile = StatePublisherFile(meterSet, cluster);
-  mClients.emplace_back(dataFile);
+  mClients.emplace_back(dataFile, settings);
   if (stateFile != dataFile)
-    mClients.emplace_back(stateFile);
+    mClients.emplace_back(stateFile, settings);
 }
 
 std::vector<zsock_t*> ServiceFeed::Sockets() const {

@@ -21,18 +21,21 @@ struct ServicePlace {
   unsigned cluster;
 };
 
-/// The places for which there is a publisher's file in the unit's IPC directory, in the order of
-/// meter sets and clusters. A service that was killed leaves its file.
-std::vector<ServicePlace> FindServicePlaces();
+/// The places for which there is a publisher's file in the directory, in the order of meter sets
+/// and clusters. A service that was killed leaves its file.
+std::vector<ServicePlace> FindServicePlaces(const std::string& directory = kIpcDirectory);
 
 class ServiceFeed : public SocketReader {
  public:
   /// Connects to the publishers of that service, now or as soon as it starts.
-  ServiceFeed(unsigned meterSet, unsigned cluster);
+  ServiceFeed(unsigned meterSet, unsigned cluster, const ClientSettings& settings = {});
 
   /// Whether the connection to the publisher of loudness data stands, and to that of states.
   bool HasDataPublisher() const { return mClients.front().IsConnected(); }
   bool HasStatePublisher() const { return mClients.back().IsConnected(); }
+
+  /// How often the connection to the publisher of loudness data was made.
+  unsigned DataConnections() const { return mClients.front().Connections(); }
 
   /// Messages read and not yet taken, oldest first.
   std::deque<LoudnessMessage>& Data() { return mData; }

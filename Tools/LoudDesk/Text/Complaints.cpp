@@ -5,11 +5,6 @@
 #include "PrintableText.h"
 
 namespace louddesk {
-namespace {
-
-constexpr char kPrefix[] = "LoudDesk: ";
-
-}  // namespace
 
 void Complaints::Add(const std::string& text) {
   Note(text);
@@ -17,7 +12,7 @@ void Complaints::Add(const std::string& text) {
 }
 
 void Complaints::Note(const std::string& text) {
-  mErrors << kPrefix << Printable(text) << "\n";
+  mErrors << mProgram << ": " << Printable(text) << "\n";
 }
 
 }  // namespace louddesk

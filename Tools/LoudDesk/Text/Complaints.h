@@ -4,12 +4,15 @@
 
 #include <ostream>
 #include <string>
+#include <utility>
 
 namespace louddesk {
 
 class Complaints {
  public:
-  explicit Complaints(std::ostream& errors) : mErrors(errors) {}
+  /// Lines on `errors` that begin with the name of the program.
+  explicit Complaints(std::ostream& errors, std::string program = "LoudDesk")
+      : mErrors(errors), mProgram(std::move(program)) {}
 
   /// A line for the user. The run has failed.
   void Add(const std::string& text);
@@ -25,6 +28,7 @@ class Complaints {
 
  private:
   std::ostream& mErrors;
+  std::string mProgram;
   int mStatus = 0;
 };
 

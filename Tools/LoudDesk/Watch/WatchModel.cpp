@@ -102,6 +102,18 @@ std::optional<MeasurementWindows> WatchModel::Windows(Time now) const {
       std::clamp<unsigned>(inForce.lraWindow, kMinLraWinSecs, kMaxLraWinSecs)};
 }
 
+WatchLimits WatchModel::Limits() const {
+  WatchLimits limits;
+  if (!mConfiguration)
+    return limits;
+  const bool isHigh = cLuConf::ConvertToLoudnessStandardFromString(
+                          mConfiguration->loudnessStandard.c_str()) == EBU_R128_18;
+  limits.target = mConfiguration->referenceLevel;
+  limits.scale = isHigh ? kHighScale : kLowScale;
+  limits.tolerance = std::max(mConfiguration->alarmTolerance, 0);
+  return limits;
+}
+
 void WatchModel::HoldPeak(Time time) {
   if (mData.TruePeak < mHeldPeak && time - mHeldSince < kPeakHold)
     return;

@@ -58,6 +58,17 @@ struct MeasurementWindows {
   unsigned range;
 };
 
+/// EBU scales, up to so many LU.
+constexpr int kLowScale = 9;
+constexpr int kHighScale = 18;
+
+/// What loudness is measured against. The defaults are those of EBU R 128 for live programmes.
+struct WatchLimits {
+  double target = -23.0;  // LKFS
+  int scale = kLowScale;  // 9 or 18, LU
+  double tolerance = 1;   // LU either side of the target
+};
+
 /// Duration of one point of the history, and the most points kept: 20 minutes.
 constexpr std::chrono::milliseconds kHistoryStep{2000};
 constexpr std::size_t kMaxHistory = 600;
@@ -106,6 +117,9 @@ class WatchModel {
   /// The windows in force, as the service keeps them within its limits; nothing while they are not
   /// known. A service that republishes no configuration has those it starts with.
   std::optional<MeasurementWindows> Windows(Time now) const;
+
+  /// What the configuration in force asks for; without one, the defaults.
+  WatchLimits Limits() const;
 
   /// The last figures; without readings before the first message.
   const LoudnessData_t& Data() const { return mData; }

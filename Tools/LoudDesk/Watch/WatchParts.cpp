@@ -10,7 +10,6 @@
 #include <set>
 
 #include "FiguresText.h"
-#include "LuMessages.h"
 
 namespace louddesk {
 namespace {
@@ -23,10 +22,6 @@ constexpr std::size_t kColumnsForRelative = 92;  // as of this width the bars sh
 constexpr std::size_t kColumnsForTwoColumns = 76;
 constexpr std::size_t kAxisWidth = 5;
 constexpr std::size_t kFigureWidth = 43;
-
-// EBU R 128, for live programmes.
-constexpr double kTarget = -23.0;  // LKFS
-constexpr double kToleranceLu = 1.0;
 
 // The most important keys.
 constexpr char kKeys[] = "q quits  h help";
@@ -363,14 +358,7 @@ constexpr void (*kDraw[])(const PartView& view, RowSpan rows) = {
 }  // namespace
 
 WatchLimits LimitsOf(const WatchLook& look, const WatchModel& model) {
-  WatchLimits limits = {kTarget, kLowScale, kToleranceLu};
-  if (const auto& configuration = model.Configuration()) {
-    const bool isHigh = cLuConf::ConvertToLoudnessStandardFromString(
-                            configuration->loudnessStandard.c_str()) == EBU_R128_18;
-    limits.target = configuration->referenceLevel;
-    limits.scale = isHigh ? kHighScale : kLowScale;
-    limits.tolerance = std::max(configuration->alarmTolerance, 0);
-  }
+  const WatchLimits limits = model.Limits();
   return {look.target.value_or(limits.target), look.scale.value_or(limits.scale),
           look.tolerance.value_or(limits.tolerance)};
 }

@@ -11,10 +11,6 @@
 
 namespace louddesk {
 
-/// EBU scales of the bars, up to so many LU.
-constexpr int kLowScale = 9;
-constexpr int kHighScale = 18;
-
 /// What the user chose. Without a choice the configuration that the service republishes holds.
 struct WatchLook {
   unsigned meterSet = 1;
@@ -28,15 +24,7 @@ struct WatchLook {
   Glyphs glyphs = Glyphs::kBlocks;
 };
 
-/// What loudness is measured against.
-struct WatchLimits {
-  double target;     // LKFS
-  int scale;         // 9 or 18, LU
-  double tolerance;  // LU
-};
-
-/// The user's choice, what the service's configuration says or, where neither says anything,
-/// EBU R 128 for live programmes: -23 LKFS, 1 LU either side, the scale +9.
+/// The user's choice or, where there is none, what the service's configuration says.
 WatchLimits LimitsOf(const WatchLook& look, const WatchModel& model);
 
 /// What a part is drawn from, and where to.

@@ -6,7 +6,6 @@
 
 #include <ctime>
 
-#include "DocumentWriter.h"
 #include "FiguresText.h"
 #include "LuMessages.h"
 
@@ -31,6 +30,8 @@ constexpr Field kFields[] = {
     {"MaxTruePeak", &LoudnessData_t::MaxTruePeak, true},
     {"TruePeak", &LoudnessData_t::TruePeak, true},
 };
+
+constexpr char kNull[] = "null";
 
 constexpr char kTimeName[] = "Time";
 constexpr char kSourceName[] = "ValidSource";
@@ -85,14 +86,25 @@ std::string WatchCsvRow(const LoudnessMessage& message, WallTime time) {
 
 std::string WatchJsonRow(const LoudnessMessage& message, WallTime time) {
   DocumentWriter row;
-  row.Text(kTimeName, UtcText(time));
+  WriteWatchMembers(row, message, time);
+  return row.Finish() + "\n";
+}
+
+void WriteWatchMembers(DocumentWriter& object, const std::optional<LoudnessMessage>& message,
+                       WallTime time) {
+  if (!message) {
+    object.Number(kTimeName, kNull);
+    for (const Field& field : kFields)
+      object.Number(field.name, kNull);
+    object.Number(kSourceName, kNull).Number(kCommandName, kNull).Number(kClusterName, kNull);
+    return;
+  }
+  object.Text(kTimeName, UtcText(time));
   for (const Field& field : kFields)
-    row.Number(field.name, ValueText(message.data, field, "null"));
-  return row.Flag(kSourceName, message.validSource != 0)
-             .Text(kCommandName, CommandText(message))
-             .Signed(kClusterName, message.cluster)
-             .Finish() +
-         "\n";
+    object.Number(field.name, ValueText(message->data, field, kNull));
+  object.Flag(kSourceName, message->validSource != 0)
+      .Text(kCommandName, CommandText(*message))
+      .Signed(kClusterName, message->cluster);
 }
 
 }  // namespace louddesk

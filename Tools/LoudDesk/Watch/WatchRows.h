@@ -3,8 +3,10 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 
+#include "DocumentWriter.h"
 #include "ServiceMessages.h"
 
 namespace louddesk {
@@ -25,5 +27,9 @@ std::string WatchCsvHeader();
 /// true or false (JSON); Command by its name. Ends with a line feed. REQUIRES: it is well-formed.
 std::string WatchCsvRow(const LoudnessMessage& message, WallTime time);
 std::string WatchJsonRow(const LoudnessMessage& message, WallTime time);
+
+/// The members of WatchJsonRow, written into the open object; all null without a message.
+void WriteWatchMembers(DocumentWriter& object, const std::optional<LoudnessMessage>& message,
+                       WallTime time);
 
 }  // namespace louddesk
