@@ -16,7 +16,7 @@ fi
 
 service=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev)
 build=("${service[@]}" libutfcpp-dev libavformat-dev libavcodec-dev libswresample-dev libavutil-dev
-       libcli11-dev libfmt-dev libncurses-dev libsodium-dev libzstd-dev)
+       libcli11-dev libfmt-dev libncurses-dev libsodium-dev libzstd-dev libmicrohttpd-dev prometheus-cpp-dev)
 demo=(alsa-utils)
 package=(dpkg-dev debhelper help2man)
 cross_package=(dpkg-dev mmdebstrap)
@@ -25,7 +25,7 @@ check_packages=(lintian binutils mmdebstrap arch-test systemd-container iproute2
 check=(clang clang-tidy cppcheck libclang-rt-dev llvm clang-format libgtest-dev libgmock-dev libbenchmark-dev
        nlohmann-json3-dev alsa-utils hex-a-hop-data sound-theme-freedesktop libsndfile1-dev ffmpeg
        flac lame opus-tools vorbis-tools wavpack libebur128-dev tmux libfaketime nftables
-       valgrind iproute2 python3 python3-jsonschema python3-zmq systemd bash-completion xz-utils zstd)
+       libcli11-dev libfmt-dev libncurses-dev libsodium-dev libzstd-dev libmicrohttpd-dev prometheus-cpp-dev)
 docs=(doxygen)
 aarch64=(g++-aarch64-linux-gnu qemu-user-static mmdebstrap)
 

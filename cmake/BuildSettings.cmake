@@ -52,9 +52,12 @@ function(loudcalc_add_library name)
   target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE loudcalc_build_settings)
 endfunction()
 
-# loudcalc_embed_text(SYMBOL HEADER FILE TEXT): makes SYMBOL.cpp in the build tree, which defines the
-# text constant SYMBOL that HEADER declares; made again when FILE, which the text is from, changes.
+# loudcalc_embed_text(SYMBOL HEADER FILE TEXT [NAMESPACE]): makes SYMBOL.cpp in the build tree, which defines the
+# text constant SYMBOL that HEADER declares in NAMESPACE (louddesk); made again when FILE, which the text is from,
+# changes.
 function(loudcalc_embed_text symbol header file text)
+  set(namespace louddesk ${ARGN})
+  list(GET namespace -1 namespace)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${file}")
   cmake_path(RELATIVE_PATH file BASE_DIRECTORY "${CMAKE_SOURCE_DIR}")
   configure_file("${CMAKE_SOURCE_DIR}/cmake/EmbeddedText.cpp.in" ${symbol}.cpp @ONLY)

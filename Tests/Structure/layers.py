@@ -125,7 +125,7 @@ def unit_of(path):
 
 
 def folder_of(path):
-    return path.parent.parent.name if path.parent.name == "Include" else path.parent.name
+    return str(path.parent.parent if path.parent.name == "Include" else path.parent)
 
 
 def check_circles(tree, checked, group_of, what, faults):

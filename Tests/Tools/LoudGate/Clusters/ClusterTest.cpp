@@ -1,0 +1,144 @@
+// What is counted of a cluster.
+
+#include "Cluster.h"
+
+#include <gtest/gtest.h>
+
+#include "LuEnumerations.h"
+
+namespace {
+
+using loudgate::Cluster;
+using loudgate::Moment;
+using std::chrono::milliseconds;
+
+const Moment kStart = {std::chrono::steady_clock::time_point{} + std::chrono::seconds(100),
+                       louddesk::WallTime{} + std::chrono::seconds(1718011999)};
+
+class ClusterTest : public testing::Test {
+ protected:
+  ClusterTest() { mCluster.TakeConnection(true, 1); }
+
+  void Pass(milliseconds time) {
+    mNow.steady += time;
+    mNow.wall += time;
+  }
+
+  void Data(LuCmd_e command = LU_CMD_START, bool isWellFormed = true) {
+    louddesk::LoudnessMessage message;
+    message.wellFormed = isWellFormed;
+    message.command = command;
+    message.cluster = 3;
+    message.time = mNow.steady;
+    EXPECT_EQ(isWellFormed, mCluster.TakeData(message, mNow));
+  }
+
+  void Answer(const std::string& command, bool isRepublished = false) {
+    louddesk::ServiceAnswer answer;
+    answer.command = command;
+    answer.isRepublished = isRepublished;
+    mCluster.TakeAnswer(answer, mNow);
+  }
+
+  const loudgate::ClusterCounts& Counts() const { return mCluster.Counts(); }
+
+  Moment mNow = kStart;
+  Cluster mCluster{{1, 3}, kStart};
+};
+
+TEST_F(ClusterTest, IsNamedByMeterSetAndCluster) {
+  EXPECT_EQ("1-3", mCluster.Name());
+}
+
+TEST_F(ClusterTest, AFileAloneIsNoCluster) {
+  EXPECT_FALSE(Cluster({1, 3}, kStart).IsKnown(kStart));
+  EXPECT_TRUE(mCluster.IsKnown(kStart));
+}
+
+TEST_F(ClusterTest, OneThatHasSpokenStaysKnown) {
+  Data();
+  mCluster.TakeConnection(false, 0);
+  Pass(std::chrono::hours(1));
+  EXPECT_TRUE(mCluster.IsKnown(mNow));
+}
+
+TEST_F(ClusterTest, KeepsTheLastMessageAndWhenItCame) {
+  EXPECT_FALSE(mCluster.Last());
+  Data();
+  Pass(milliseconds(100));
+  Data(LU_CMD_PAUSE);
+  ASSERT_TRUE(mCluster.Last());
+  EXPECT_EQ(LU_CMD_PAUSE, mCluster.Last()->command);
+  EXPECT_EQ(mNow.wall, mCluster.LastTime());
+  EXPECT_EQ(2u, Counts().messages);
+}
+
+TEST_F(ClusterTest, OneOfAnUnknownFormIsOnlyCounted) {
+  Data(LU_CMD_START, false);
+  EXPECT_EQ(0u, Counts().messages);
+  EXPECT_EQ(1u, Counts().malformed);
+  EXPECT_FALSE(mCluster.Last());
+}
+
+TEST_F(ClusterTest, LateDataOfARunningMeasurementIsAGap) {
+  Data();
+  Pass(milliseconds(499));
+  Data();
+  EXPECT_EQ(0u, Counts().gaps);
+  Pass(milliseconds(500));
+  Data();
+  EXPECT_EQ(1u, Counts().gaps);
+}
+
+TEST_F(ClusterTest, DataThatWasStoppedLeavesNoGap) {
+  Data();
+  Answer("Stop");
+  Pass(milliseconds(5000));
+  Data();
+  EXPECT_EQ(0u, Counts().gaps);
+}
+
+TEST_F(ClusterTest, ARepublicationExplainsNoGap) {
+  Data();
+  Answer("Start", true);
+  Pass(milliseconds(5000));
+  Data();
+  EXPECT_EQ(1u, Counts().gaps);
+}
+
+TEST_F(ClusterTest, WhatWasNotRunningLeavesNoGap) {
+  for (const LuCmd_e command : {LU_CMD_NONE, LU_CMD_STOP}) {
+    Data(command);
+    Pass(milliseconds(5000));
+    Data();
+  }
+  EXPECT_EQ(0u, Counts().gaps);
+}
+
+TEST_F(ClusterTest, EveryConnectionButTheFirstIsARestart) {
+  EXPECT_EQ(0u, Counts().restarts);
+  mCluster.TakeConnection(false, 0);
+  mCluster.TakeConnection(true, 1);
+  EXPECT_EQ(1u, Counts().restarts);
+  mCluster.TakeConnection(true, 2);  // both since the last look
+  EXPECT_EQ(3u, Counts().restarts);
+}
+
+TEST_F(ClusterTest, AnswersAreThoseThatAreNotRepublished) {
+  Answer("Start", true);
+  Answer("Pause");
+  EXPECT_EQ(1u, Counts().answers);
+  ASSERT_EQ(1u, mCluster.Model().Notes().size());
+  EXPECT_EQ("2024-06-10T09:33:19.000Z", mCluster.Model().Notes().front().localTime);
+}
+
+TEST_F(ClusterTest, RevisionChangesWithWhateverComes) {
+  const auto before = mCluster.Revision();
+  Data();
+  const auto between = mCluster.Revision();
+  Answer("Start", true);
+  EXPECT_NE(before, between);
+  EXPECT_NE(between, mCluster.Revision());
+}
+
+}  // namespace

@@ -1,0 +1,84 @@
+// The command line of the gate.
+
+#include "GateOptions.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace {
+
+using loudgate::GateOptions;
+using loudgate::ReadGateOptions;
+using testing::HasSubstr;
+
+class GateOptionsTest : public testing::Test {
+ protected:
+  std::optional<GateOptions> Read(const std::vector<std::string>& arguments) {
+    return ReadGateOptions(arguments, mOut, mErrors, mStatus);
+  }
+
+  // That the program ends with a line of complaint.
+  void ExpectRefused(const std::vector<std::string>& arguments, const std::string& complaint) {
+    mErrors.str("");
+    EXPECT_FALSE(Read(arguments));
+    EXPECT_EQ(2, mStatus);
+    EXPECT_THAT(mErrors.str(), testing::StartsWith("LoudGate: "));
+    EXPECT_THAT(mErrors.str(), HasSubstr(complaint));
+    EXPECT_THAT(mErrors.str(), testing::EndsWith(" (see LoudGate --help)\n"));
+    EXPECT_EQ("", mOut.str());
+  }
+
+  std::ostringstream mOut;
+  std::ostringstream mErrors;
+  int mStatus = -1;
+};
+
+TEST_F(GateOptionsTest, WithoutAnyThisMachineAloneReachesIt) {
+  const auto options = Read({});
+  ASSERT_TRUE(options);
+  EXPECT_EQ("127.0.0.1:8128", options->listen.Text());
+  EXPECT_EQ("/run/shm/mq", options->directory);
+  EXPECT_TRUE(options->names.empty());
+  EXPECT_EQ("", options->certificate);
+  EXPECT_EQ("", mOut.str() + mErrors.str());
+}
+
+TEST_F(GateOptionsTest, TakesEveryOption) {
+  const auto options = Read({"--listen", "[::1]:80", "--directory", "/run/x", "--name", "a.example",
+                             "--name", "b.example", "--certificate", "c.pem", "--key", "k.pem"});
+  ASSERT_TRUE(options);
+  EXPECT_EQ("[::1]:80", options->listen.Text());
+  EXPECT_EQ("/run/x", options->directory);
+  EXPECT_EQ((std::set<std::string>{"a.example", "b.example"}), options->names);
+  EXPECT_EQ("c.pem", options->certificate);
+  EXPECT_EQ("k.pem", options->key);
+}
+
+TEST_F(GateOptionsTest, RefusesWhatItDoesNotUnderstand) {
+  ExpectRefused({"--listen", "8128"}, "8128 is not an address and a port");
+  ExpectRefused({"--frobnicate"}, "--frobnicate");
+  ExpectRefused({"file"}, "file");
+  ExpectRefused({"--certificate", "c.pem"}, "--key");
+  ExpectRefused({"--key", "k.pem"}, "--certificate");
+  ExpectRefused({"\x1b[31m"}, "\\x1B[31m");
+}
+
+TEST_F(GateOptionsTest, HelpHasAnExampleAndFitsATerminal) {
+  EXPECT_FALSE(Read({"--help"}));
+  EXPECT_EQ(0, mStatus);
+  EXPECT_THAT(mOut.str(), HasSubstr("Example"));
+  EXPECT_THAT(mOut.str(), HasSubstr("--listen ADDRESS:PORT"));
+  std::istringstream lines(mOut.str());
+  for (std::string line; std::getline(lines, line);)
+    EXPECT_GE(80u, line.size()) << line;
+}
+
+TEST_F(GateOptionsTest, VersionIsThatOfTheSystem) {
+  EXPECT_FALSE(Read({"--version"}));
+  EXPECT_EQ(0, mStatus);
+  EXPECT_THAT(mOut.str(), testing::MatchesRegex("LoudGate [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+}  // namespace

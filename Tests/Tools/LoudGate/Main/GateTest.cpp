@@ -1,0 +1,114 @@
+// The shipped gate: start, end, and what it refuses, asked by a real client.
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include "GateProcess.h"
+
+namespace {
+
+TEST_F(GateTest, EverySignalOfAnEndEndsItInOrder) {
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    ASSERT_NO_FATAL_FAILURE(StartGate());
+    EXPECT_EQ(200, Get("/api/clusters").status);
+    ExpectGateEnds(signal);
+  }
+}
+
+TEST_F(GateTest, EndsInOrderBesideAServiceWithReadersOfStreams) {
+  ASSERT_NO_FATAL_FAILURE(Start());
+  ASSERT_NO_FATAL_FAILURE(StartGate());
+  StartMeasuring();
+  const auto reader = Follow("/api/stream");
+  EXPECT_TRUE(reader->WaitForLine("RUNNING", kPatience));
+  ExpectGateEnds(SIGTERM);
+  EXPECT_TRUE(reader->WaitForExit(kPatience));
+}
+
+TEST_F(GateTest, ListensOnThisMachineAloneUnlessToldOtherwise) {
+  ServiceProcess gate(LOUDGATE_BINARY, {});
+  ASSERT_TRUE(gate.WaitForLine("Listening at http://127.0.0.1:8128/", kPatience))
+      << gate.StandardError();
+  // As the kernel lists it: 127.0.0.1 and 8128 in hexadecimal, state 10 (listening).
+  std::ifstream sockets("/proc/net/tcp");
+  const std::string list((std::istreambuf_iterator<char>(sockets)),
+                         std::istreambuf_iterator<char>());
+  EXPECT_NE(std::string::npos, list.find("0100007F:1FC0 00000000:0000 0A"));
+  EXPECT_EQ(std::string::npos, list.find("00000000:1FC0"));
+}
+
+TEST_F(GateTest, RefusesOtherHostsOriginsAndMethods) {
+  ASSERT_NO_FATAL_FAILURE(StartGate({"--name", "station.example"}));
+  const std::string host = "127.0.0.1:" + std::to_string(Port());
+  EXPECT_EQ(200, Get("/api/clusters", {"-H", "Host: localhost:1"}).status);
+  EXPECT_EQ(200, Get("/api/clusters", {"-H", "Host: station.example"}).status);
+  EXPECT_EQ(421, Get("/api/clusters", {"-H", "Host: rebound.example"}).status);
+  EXPECT_EQ(400, Get("/api/clusters", {"-H", "Host:"}).status);
+  EXPECT_EQ(200, Get("/api/clusters", {"-H", "Origin: http://" + host}).status);
+  EXPECT_EQ(403, Get("/api/clusters", {"-H", "Origin: http://other.example"}).status);
+  EXPECT_EQ(403, Get("/api/stream", {"-H", "Origin: null"}).status);
+  for (const char* method : {"POST", "PUT", "DELETE", "OPTIONS", "TRACE", "PATCH"}) {
+    const HttpReply reply = Get("/api/clusters", {"-X", method});
+    EXPECT_EQ(405, reply.status) << method;
+    EXPECT_EQ("GET, HEAD", reply.Header("Allow"));
+  }
+  EXPECT_EQ(404, Get("/api").status);
+}
+
+TEST_F(GateTest, AnswersWithAStrictContentPolicy) {
+  ASSERT_NO_FATAL_FAILURE(StartGate());
+  for (const char* path : {"/api/clusters", "/nothing"}) {
+    const HttpReply reply = Get(path);
+    EXPECT_EQ(0u, reply.Header("Content-Security-Policy").find("default-src 'none'; ")) << path;
+    EXPECT_EQ("nosniff", reply.Header("X-Content-Type-Options")) << path;
+    EXPECT_EQ("no-referrer", reply.Header("Referrer-Policy")) << path;
+    EXPECT_EQ("no-store", reply.Header("Cache-Control")) << path;
+  }
+}
+
+TEST_F(GateTest, WithoutTheDirectoryItWaitsForIt) {
+  const std::string directory = std::filesystem::temp_directory_path() / "loudgate-test-absent";
+  std::filesystem::remove_all(directory);
+  ASSERT_NO_FATAL_FAILURE(StartGate({"--directory", directory}));
+  EXPECT_EQ(200, Get("/api/clusters").status);
+}
+
+TEST_F(GateTest, APlaceThatIsTakenIsAComplaint) {
+  ASSERT_NO_FATAL_FAILURE(StartGate());
+  const std::string place = "127.0.0.1:" + std::to_string(Port());
+  ServiceProcess second(LOUDGATE_BINARY, {"--listen", place});
+  const auto report = second.WaitForExit(kPatience);
+  ASSERT_TRUE(report);
+  EXPECT_EQ(1, report->status);
+  EXPECT_EQ("LoudGate: " + place + ": Address already in use\n", second.StandardError());
+}
+
+TEST_F(GateTest, ServesOverTlsOnlyWithACertificate) {
+  const std::string place = std::filesystem::temp_directory_path() / "loudgate-test-tls";
+  const std::string certificate = place + ".pem";
+  const std::string key = place + "-key.pem";
+  ServiceProcess maker(OPENSSL_BINARY,
+                       {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256",
+                        "-nodes", "-subj", "/CN=station.example", "-addext",
+                        "subjectAltName=IP:127.0.0.1", "-out", certificate, "-keyout", key});
+  const auto report = maker.WaitForExit(kPatience);
+  ASSERT_TRUE(report && report->status == 0) << maker.StandardError();
+  ASSERT_NO_FATAL_FAILURE(StartGate({"--certificate", certificate, "--key", key}));
+  EXPECT_EQ("https://", Url().substr(0, 8));
+  EXPECT_EQ(200, Get("/api/clusters", {"--cacert", certificate}).status);
+  EXPECT_EQ(0, Get("/api/clusters").status);  // a client that does not know the certificate
+  const auto reader = Follow("/api/stream", {"--cacert", certificate});
+  EXPECT_TRUE(reader->WaitForLine("data: {", kPatience));
+}
+
+TEST_F(GateTest, ACertificateThatCannotBeReadIsAComplaint) {
+  ServiceProcess gate(LOUDGATE_BINARY, {"--listen", "127.0.0.1:0", "--certificate", "/nowhere",
+                                        "--key", "/nowhere"});
+  const auto report = gate.WaitForExit(kPatience);
+  ASSERT_TRUE(report);
+  EXPECT_EQ(1, report->status);
+  EXPECT_EQ("LoudGate: /nowhere: nothing can be read from it\n", gate.StandardError());
+}
+
+}  // namespace

@@ -1,0 +1,58 @@
+// What is counted of a cluster besides the model of its messages.
+
+#include "Cluster.h"
+
+#include "LuEnumerations.h"
+
+namespace loudgate {
+
+Moment Moment::Now() {
+  return {std::chrono::steady_clock::now(), std::chrono::system_clock::now()};
+}
+
+std::string Cluster::Name() const {
+  return std::to_string(mPlace.meterSet) + "-" + std::to_string(mPlace.cluster);
+}
+
+bool Cluster::IsKnown(Moment now) const {
+  return mModel.State(now.steady) != louddesk::ServiceState::kAbsent;
+}
+
+void Cluster::TakeConnection(bool isConnected, unsigned connections) {
+  mCounts.restarts += connections;
+  if (connections > 0 && !mWasConnected)
+    --mCounts.restarts;  // the first one found the service running
+  mWasConnected = mWasConnected || connections > 0;
+  mModel.SetConnected(isConnected);
+}
+
+// An acknowledgement may arrive after the data that it is about: what was not running owes none.
+bool Cluster::IsGap(const louddesk::LoudnessMessage& message) const {
+  return mLast && !mIsAnswered && message.time - mLast->time >= kGapAfter &&
+         mLast->command != LU_CMD_NONE && mLast->command != LU_CMD_STOP;
+}
+
+bool Cluster::TakeData(const louddesk::LoudnessMessage& message, Moment now) {
+  ++mRevision;
+  if (!message.wellFormed) {
+    ++mCounts.malformed;
+    return false;
+  }
+  ++mCounts.messages;
+  mCounts.gaps += IsGap(message) ? 1 : 0;
+  mIsAnswered = false;
+  mModel.TakeData(message);
+  mLast = message;
+  mLast->frames.clear();
+  mLastTime = now.wall;
+  return true;
+}
+
+void Cluster::TakeAnswer(const louddesk::ServiceAnswer& answer, Moment now) {
+  ++mRevision;
+  mCounts.answers += answer.isRepublished ? 0 : 1;
+  mIsAnswered = mIsAnswered || !answer.isRepublished;
+  mModel.TakeAnswer(answer, now.steady, louddesk::UtcText(now.wall));
+}
+
+}  // namespace loudgate

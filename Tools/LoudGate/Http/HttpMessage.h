@@ -1,0 +1,78 @@
+// Requests and answers, as handlers see them.
+
+#pragma once
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace loudgate {
+
+/// Statuses that the gate answers with, RFC 9110.
+enum HttpStatus : unsigned {
+  kOk = 200,
+  kNoContent = 204,
+  kBadRequest = 400,
+  kUnauthorized = 401,
+  kForbidden = 403,
+  kNotFound = 404,
+  kMethodNotAllowed = 405,
+  kConflict = 409,
+  kContentTooLarge = 413,
+  kMisdirected = 421,
+  kServerError = 500,
+  kUnavailable = 503,
+};
+
+constexpr char kGet[] = "GET";
+constexpr char kHead[] = "HEAD";
+constexpr char kPost[] = "POST";
+
+constexpr char kJsonType[] = "application/json";
+constexpr char kTextType[] = "text/plain; charset=utf-8";
+constexpr char kHtmlType[] = "text/html; charset=utf-8";
+
+struct HttpRequest {
+  std::string method;
+  std::string path;                            // decoded, without the query
+  std::string rest;                            // what stands in the place of a route's "*"
+  std::map<std::string, std::string> query;    // decoded
+  std::map<std::string, std::string> headers;  // names in lower case
+  std::string body;
+
+  /// Empty texts where there is none.
+  std::string Query(const std::string& name) const { return Of(query, name); }
+  std::string Header(const std::string& lowerCaseName) const { return Of(headers, lowerCaseName); }
+
+ private:
+  static std::string Of(const std::map<std::string, std::string>& map, const std::string& name) {
+    const auto found = map.find(name);
+    return found == map.end() ? "" : found->second;
+  }
+};
+
+struct HttpAnswer {
+  unsigned status = kOk;
+  std::string type = kTextType;
+  std::string body;
+  std::vector<std::pair<std::string, std::string>> headers;  // besides those of every answer
+  std::string stream;  // not empty: a stream of the events that are published under this key
+
+  static HttpAnswer Json(std::string body) { return {kOk, kJsonType, std::move(body), {}, {}}; }
+  static HttpAnswer Html(std::string body) { return {kOk, kHtmlType, std::move(body), {}, {}}; }
+
+  /// An answer of one line, to say why there is no other.
+  static HttpAnswer Plain(unsigned status, const std::string& line) {
+    return {status, kTextType, line + "\n", {}, {}};
+  }
+
+  /// Server-sent events: what HttpServer::Publish is given under `key`, from now on.
+  static HttpAnswer Stream(std::string key) {
+    HttpAnswer answer;
+    answer.stream = std::move(key);
+    return answer;
+  }
+};
+
+}  // namespace loudgate

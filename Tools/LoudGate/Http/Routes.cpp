@@ -1,0 +1,61 @@
+// Handlers by path and method.
+
+#include "Routes.h"
+
+#include <exception>
+
+namespace loudgate {
+namespace {
+
+constexpr char kAnything = '*';
+
+std::string Lookup(const std::string& method) {
+  return method == kHead ? kGet : method;
+}
+
+}  // namespace
+
+void Routes::Add(const std::string& method, const std::string& path, Handler handler) {
+  if (!path.empty() && path.back() == kAnything)
+    mPrefixes[path.substr(0, path.size() - 1)][method] = std::move(handler);
+  else
+    mExact[path][method] = std::move(handler);
+}
+
+const Routes::Methods* Routes::Find(HttpRequest& request) const {
+  const auto exact = mExact.find(request.path);
+  if (exact != mExact.end())
+    return &exact->second;
+  // Of two prefixes of one path the longer one stands behind the other.
+  for (auto entry = mPrefixes.rbegin(); entry != mPrefixes.rend(); ++entry) {
+    const std::string& prefix = entry->first;
+    if (request.path.size() > prefix.size() &&
+        request.path.compare(0, prefix.size(), prefix) == 0) {
+      request.rest = request.path.substr(prefix.size());
+      return &entry->second;
+    }
+  }
+  return nullptr;
+}
+
+HttpAnswer Routes::Answer(HttpRequest request) const {
+  const Methods* methods = Find(request);
+  if (methods == nullptr)
+    return HttpAnswer::Plain(kNotFound, "There is nothing here.");
+  const auto handler = methods->find(Lookup(request.method));
+  if (handler == methods->end()) {
+    HttpAnswer answer = HttpAnswer::Plain(kMethodNotAllowed, "Not by this method.");
+    std::string allowed;
+    for (const auto& [method, unused] : *methods)
+      allowed += (allowed.empty() ? "" : ", ") + method + (method == kGet ? ", HEAD" : "");
+    answer.headers.emplace_back("Allow", allowed);
+    return answer;
+  }
+  try {
+    return handler->second(request);
+  } catch (const std::exception&) {
+    return HttpAnswer::Plain(kServerError, "This has failed.");
+  }
+}
+
+}  // namespace loudgate

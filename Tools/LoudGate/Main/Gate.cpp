@@ -1,0 +1,135 @@
+// The steps of the program: signals, clusters, routes, server, loop.
+
+#include "Gate.h"
+
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <stdexcept>
+
+#include "ClusterApi.h"
+#include "ClusterBoard.h"
+#include "EventLoop.h"
+#include "GateMetrics.h"
+#include "HttpServer.h"
+#include "ServiceManager.h"
+#include "StationPage.h"
+
+namespace loudgate {
+namespace {
+
+// Period of the loudness data, and of the streams' events.
+constexpr std::chrono::milliseconds kTick{100};
+
+sigset_t EndSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+    sigaddset(&signals, signal);
+  return signals;
+}
+
+// The descriptor that tells of them.
+class EndSignalFile {
+ public:
+  EndSignalFile() {
+    const sigset_t signals = EndSignals();
+    mDescriptor = signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
+    if (mDescriptor < 0)
+      throw std::runtime_error(std::string("signals cannot be read: ") + std::strerror(errno));
+  }
+  ~EndSignalFile() { close(mDescriptor); }
+  EndSignalFile(const EndSignalFile&) = delete;
+  EndSignalFile& operator=(const EndSignalFile&) = delete;
+
+  int Descriptor() const { return mDescriptor; }
+
+ private:
+  int mDescriptor;
+};
+
+std::string ContentsOf(const std::string& file) {
+  if (file.empty())
+    return "";
+  std::ifstream stream(file, std::ios::binary);
+  std::string contents((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+  if (contents.empty())
+    throw std::runtime_error(file + ": nothing can be read from it");
+  return contents;
+}
+
+HttpSettings SettingsFor(const GateOptions& options) {
+  HttpSettings settings;
+  settings.address = options.listen;
+  settings.names = options.names;
+  settings.certificate = ContentsOf(options.certificate);
+  settings.key = ContentsOf(options.key);
+  return settings;
+}
+
+// Members go in the reverse order of this list: the server before what its routes ask.
+class Gate {
+ public:
+  Gate(const GateOptions& options, louddesk::Complaints& complaints)
+      : mBoard(mLoop, options.directory,
+               [&complaints](const std::string& text) { complaints.Note(text); }),
+        mApi(mBoard, mRoutes),
+        mServer(mLoop, SettingsFor(options), mRoutes) {
+    AddPage(mRoutes, mBoard);
+    AddMetrics(mRoutes, mBoard, [this] { return mServer.Counts(); });
+    mLoop.Watch(mSignals.Descriptor(), [this] { mLoop.End(); });
+    mLoop.Every(kTick, [this] { Tick(Moment::Now()); });
+  }
+
+  ~Gate() { mLoop.Unwatch(mSignals.Descriptor()); }
+
+  void Run() {
+    std::cout << "Listening at " << mServer.Url() << "\n" << std::flush;
+    mManager.NotifyReady();
+    mLoop.Run();
+    mManager.NotifyStopping();
+  }
+
+ private:
+  void Tick(Moment now) {
+    mBoard.Tend(now);
+    mApi.Publish(mServer, now);
+    mServer.Tend(now.steady);
+    mManager.NotifyAlive();
+  }
+
+  ServiceManager mManager;
+  EndSignalFile mSignals;
+  EventLoop mLoop;
+  Routes mRoutes;
+  ClusterBoard mBoard;
+  ClusterApi mApi;
+  HttpServer mServer;
+};
+
+}  // namespace
+
+void PrepareSignals() {
+  const sigset_t signals = EndSignals();
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+int RunGate(const GateOptions& options, louddesk::Complaints& complaints) {
+  try {
+    zsys_handler_set(nullptr);
+    Gate(options, complaints).Run();
+  } catch (const std::runtime_error& error) {
+    complaints.Add(error.what());
+  }
+  return complaints.Status();
+}
+
+}  // namespace loudgate

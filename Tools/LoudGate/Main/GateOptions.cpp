@@ -1,0 +1,77 @@
+// Options, and what to say of a wrong one.
+
+#include "GateOptions.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+
+#include "PrintableText.h"
+#include "Version.h"
+
+namespace loudgate {
+namespace {
+
+constexpr char kName[] = "LoudGate";
+
+constexpr char kFooter[] =
+    "\nExample, on a board, for this machine alone, and for a network over TLS:\n"
+    "  LoudGate\n"
+    "  LoudGate --listen 192.0.2.7:8128 --certificate gate.pem --key gate-key.pem\n"
+    "\n"
+    "It serves the clusters that publish on this board to browsers, programs and\n"
+    "monitoring systems: a page at /, JSON at /api/clusters and /api/stream, metrics\n"
+    "at /metrics. It only reads. Browsers reach it by an address, as localhost or by\n"
+    "the names given; requests by other names are refused.\n"
+    "\n"
+    "SIGTERM and Ctrl-C end it with status 0. The status is 1 when it cannot listen.\n";
+
+void AddOptions(CLI::App& app, GateOptions& options, std::string& listen) {
+  app.add_option("--listen", listen, "Where to listen; an IPv6 address has brackets")
+      ->type_name("ADDRESS:PORT")
+      ->capture_default_str();
+  app.add_option("--name", options.names, "Name by which browsers reach it; as often as needed")
+      ->type_name("NAME")
+      ->allow_extra_args(false);
+  app.add_option("--directory", options.directory, "Where the services publish")
+      ->capture_default_str();
+  auto* certificate = app.add_option("--certificate", options.certificate,
+                                     "Certificate for TLS, with its chain, PEM")
+                          ->type_name("FILE");
+  auto* key = app.add_option("--key", options.key, "Private key of the certificate, PEM")
+                  ->type_name("FILE");
+  certificate->needs(key);
+  key->needs(certificate);
+}
+
+void TakeListen(GateOptions& options, const std::string& listen) {
+  const auto address = ReadListenAddress(listen);
+  if (!address)
+    throw CLI::ValidationError("--listen", listen + " is not an address and a port");
+  options.listen = *address;
+}
+
+}  // namespace
+
+std::optional<GateOptions> ReadGateOptions(std::vector<std::string> arguments, std::ostream& out,
+                                           std::ostream& errors, int& status) {
+  CLI::App app("LoudGate: the loudness of this board's clusters over HTTP", kName);
+  app.set_version_flag("--version", std::string(kName) + " " + louddesk::kVersion);
+  app.footer(kFooter);
+  GateOptions options;
+  std::string listen = kDefaultListen;
+  AddOptions(app, options, listen);
+  std::reverse(arguments.begin(), arguments.end());  // as CLI11 takes them
+  try {
+    app.parse(std::move(arguments));
+    TakeListen(options, listen);
+    return options;
+  } catch (const CLI::ParseError& error) {
+    status = error.get_exit_code() == 0 ? app.exit(error, out, errors) : kWrongCommandLine;
+    if (status != 0)
+      errors << kName << ": " << louddesk::Printable(error.what()) << " (see LoudGate --help)\n";
+    return std::nullopt;
+  }
+}
+
+}  // namespace loudgate
