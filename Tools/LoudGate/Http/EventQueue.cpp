@@ -3,7 +3,6 @@
 #include "EventQueue.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 namespace loudgate {
@@ -23,7 +22,7 @@ std::size_t EventQueue::Take(char* buffer, std::size_t size, Time now) {
   if (!mSending)
     return 0;
   const std::size_t taken = std::min(size, mSending->size() - mSent);
-  std::memcpy(buffer, mSending->data() + mSent, taken);
+  mSending->copy(buffer, taken, mSent);
   mSent += taken;
   if (mSent == mSending->size())
     mSending = nullptr;

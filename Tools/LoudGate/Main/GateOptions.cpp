@@ -30,7 +30,7 @@ void AddOptions(CLI::App& app, GateOptions& options, std::string& listen) {
   app.add_option("--listen", listen, "Where to listen; an IPv6 address has brackets")
       ->type_name("ADDRESS:PORT")
       ->capture_default_str();
-  app.add_option("--name", options.names, "Name by which browsers reach it; as often as needed")
+  app.add_option("--name", options.names, "Name by which browsers reach it; may be repeated")
       ->type_name("NAME")
       ->allow_extra_args(false);
   app.add_option("--directory", options.directory, "Where the services publish")

@@ -1,0 +1,45 @@
+// Which requests the gate answers. An input is a Host header, an Origin header, each ended by a
+// zero, and an address to listen at.
+
+#include <string>
+
+#include "FuzzTarget.h"
+#include "ListenAddress.h"
+#include "RequestGuard.h"
+
+namespace {
+
+bool HasOnly(const std::string& text, const char* allowed) {
+  return text.find_first_not_of(allowed) == std::string::npos;
+}
+
+// A name would have a letter outside brackets.
+bool IsNoNameOfOthers(const std::string& host) {
+  const std::string lower = loudgate::LowerCase(host);
+  return lower.rfind("localhost", 0) == 0 ? HasOnly(lower.substr(9), ":0123456789")
+         : lower.rfind('[', 0) == 0       ? HasOnly(lower, "[]:.0123456789abcdef")
+                                          : HasOnly(lower, ":.0123456789");
+}
+
+}  // namespace
+
+void fuzz::TestOneInput(Input input) {
+  const Text host = input.TakeTerminatedText();
+  const Text origin = input.TakeTerminatedText();
+  loudgate::HttpRequest request;
+  request.headers = {{"host", host.c_str()}, {"origin", origin.c_str()}};
+  const loudgate::RequestGuard guard;
+  if (!guard.Refusal(request)) {
+    FUZZ_PROPERTY(IsNoNameOfOthers(host.c_str()), "no other name is answered");
+    const std::string end = "://" + loudgate::LowerCase(host.c_str());
+    const std::string from = loudgate::LowerCase(origin.c_str());
+    FUZZ_PROPERTY(
+        from.size() >= end.size() && from.compare(from.size() - end.size(), end.size(), end) == 0,
+        "no other site is answered");
+  }
+  const Text listen = input.TakeRest();
+  if (const auto address = loudgate::ReadListenAddress(listen.c_str())) {
+    const auto again = loudgate::ReadListenAddress(address->Text());
+    FUZZ_PROPERTY(again && again->Text() == address->Text(), "an address is read as it is written");
+  }
+}
