@@ -15,7 +15,7 @@ if [ "${1:-}" = --list ]; then
 fi
 
 service=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev)
-build=("${service[@]}" libutfcpp-dev libavformat-dev libavcodec-dev libswresample-dev libavutil-dev
+build=("${service[@]}" libutfcpp-dev libavformat-dev libavcodec-dev libavutil-dev
        libcli11-dev libfmt-dev libncurses-dev libsodium-dev libzstd-dev libmicrohttpd-dev prometheus-cpp-dev)
 demo=(alsa-utils)
 package=(dpkg-dev debhelper help2man)

@@ -63,8 +63,10 @@ constexpr LengthFacts kLengths[] = {
     {"avi", true},  {kMp4, true},   {kCaf, false}, {kMatroska, false}};
 constexpr double kLengthTolerance = 0.5;  // s, of those that are not exact
 
-// Containers of plain samples, from which packets are cut.
+// Containers of plain samples, from which packets are cut. What looks like plain samples may be a
+// coded stream, as of DTS on a disc: libavformat looks for one in the first packets, 3 s of a disc.
 constexpr Named kInPieces[] = {{kWav}, {"w64"}, {"aiff"}, {"au"}, {kCaf}};
+constexpr int kPacketsLookedAt = 8;
 
 // Streams without a container, which a parser cuts into packets. Bytes that it makes nothing of it
 // leaves in the packet behind them.
@@ -83,11 +85,16 @@ constexpr GapFacts kGaps[] = {{"ogg", 0.002}, {kMatroska, 0.25}};
 constexpr std::int64_t kPlaceholderBytes = 0x7FFF0000;
 
 template <typename Facts, std::size_t kCount>
-const Facts* FactsOf(const Facts (&table)[kCount], const AVFormatContext& context) {
-  const auto* found = std::find_if(std::begin(table), std::end(table), [&context](const Facts& f) {
-    return std::strcmp(f.name, context.iformat->name) == 0;
+const Facts* FactsOf(const Facts (&table)[kCount], const AVInputFormat& format) {
+  const auto* found = std::find_if(std::begin(table), std::end(table), [&format](const Facts& f) {
+    return std::strcmp(f.name, format.name) == 0;
   });
   return found == std::end(table) ? nullptr : found;
+}
+
+template <typename Facts, std::size_t kCount>
+const Facts* FactsOf(const Facts (&table)[kCount], const AVFormatContext& context) {
+  return FactsOf(table, *context.iformat);
 }
 
 bool IsRead(const AVInputFormat& format) {
@@ -97,6 +104,12 @@ bool IsRead(const AVInputFormat& format) {
 
 // What the libraries would write to the terminal they return as well, as far as it matters.
 void SayNothing(void*, int, const char*, va_list) {}
+
+// Once: the library keeps the callback in plain memory, and files are opened on several threads.
+void SilenceLibav() {
+  static const bool isSilenced = (av_log_set_callback(SayNothing), true);
+  static_cast<void>(isSilenced);
+}
 
 int RefuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
   return AVERROR(EPERM);
@@ -152,7 +165,7 @@ std::string UnknownText(LinkInput& input, int error) {
 
 LibavContainer::LibavContainer(const std::string& path, LinkInput& input)
     : mPath(path), mInput(input) {
-  av_log_set_callback(SayNothing);
+  SilenceLibav();
   mBytes.reset(avio_alloc_context(static_cast<unsigned char*>(av_malloc(kBufferSize)), kBufferSize,
                                   0, this, ReadBytes, nullptr, SeekBytes));
   const AVInputFormat* format = FormatOf(input);
@@ -182,6 +195,8 @@ void LibavContainer::Open(const AVInputFormat* format) {
   context->io_open = RefuseToOpen;
   context->probesize = kMostProbeBytes;
   context->max_streams = kMostStreams;
+  if (FactsOf(kInPieces, *format) != nullptr)
+    context->max_probe_packets = kPacketsLookedAt;
   av_max_alloc(kMostMemory);
   AVDictionary* options = nullptr;
   av_dict_set(&options, "max_size", kPacketBytes, 0);

@@ -1,4 +1,4 @@
-// libavcodec and libswresample, and the accounts of what they could not decode.
+// libavcodec, and the accounts of what they could not decode.
 
 #include "LibavDecoder.h"
 
@@ -65,7 +65,7 @@ LibavDecoder::LibavDecoder(const std::string& path, LinkInput& input,
   mKind = KindOf(*mFrame);
   mFormat = FormatOf(*mFrame);
   mMostPlayed = mContainer.Padding(mFormat.sampleRate);
-  Convert();
+  TakeFrame();
 }
 
 // Why there is not a single frame.
@@ -96,15 +96,14 @@ void LibavDecoder::OpenCodec() {
 }
 
 std::size_t LibavDecoder::Read(double* samples, std::size_t frames) {
-  const std::size_t wanted = frames * mFormat.channels;
   std::size_t got = 0;
-  while (got < wanted && (mTaken < mSamples.size() || Decode())) {
-    const std::size_t piece = std::min(wanted - got, mSamples.size() - mTaken);
-    std::copy_n(mSamples.data() + mTaken, piece, samples + got);
+  while (got < frames && (mTaken < mPlayed || Decode())) {
+    const std::size_t piece = std::min(frames - got, mPlayed - mTaken);
+    mReadSamples(*mFrame, mTaken, piece, samples + got * mFormat.channels);
     mTaken += piece;
     got += piece;
   }
-  return got / mFormat.channels;
+  return got;
 }
 
 bool LibavDecoder::Decode() {
@@ -115,7 +114,7 @@ bool LibavDecoder::Decode() {
     return false;
   }
   CheckKind();
-  Convert();
+  TakeFrame();
   return true;
 }
 
@@ -165,36 +164,18 @@ void LibavDecoder::CheckKind() const {
     throw AudioFileError(mPath, ChangeText(mFormat, FormatOf(*mFrame), Here()));
 }
 
-void LibavDecoder::Convert() {
+// One and the same decoder may turn from one form of samples to another.
+void LibavDecoder::TakeFrame() {
+  mReadSamples = SampleReaderFor(mFrame->format);
+  if (mReadSamples == nullptr)
+    throw AudioFileError(mPath, "cannot be decoded (its form of samples is not known)");
   CheckTime();
-  OpenConverter();
-  const auto channels = static_cast<std::size_t>(mFrame->ch_layout.nb_channels);
-  mSamples.resize(static_cast<std::size_t>(mFrame->nb_samples) * channels);
-  auto* out = reinterpret_cast<std::uint8_t*>(mSamples.data());
-  swr_convert(mConverter.get(), &out, mFrame->nb_samples,
-              const_cast<const std::uint8_t**>(mFrame->extended_data), mFrame->nb_samples);
   std::int64_t played = mFrame->nb_samples;
   if (mMostPlayed)
     played = std::clamp<std::int64_t>(*mMostPlayed - mDecoded, 0, played);
-  mSamples.resize(static_cast<std::size_t>(played) * channels);
+  mPlayed = static_cast<std::size_t>(played);
   mTaken = 0;
   mDecoded += played;
-}
-
-// One and the same decoder may turn from one form of samples to another.
-void LibavDecoder::OpenConverter() {
-  if (mConverter != nullptr && mFrame->format == mSampleForm)
-    return;
-  mSampleForm = mFrame->format;
-  SwrContext* context = nullptr;
-  int error = swr_alloc_set_opts2(
-      &context, &mFrame->ch_layout, AV_SAMPLE_FMT_DBL, mFrame->sample_rate, &mFrame->ch_layout,
-      static_cast<AVSampleFormat>(mSampleForm), mFrame->sample_rate, 0, nullptr);
-  mConverter.reset(context);
-  if (error >= 0)
-    error = swr_init(context);
-  if (error < 0)
-    throw AudioFileError(mPath, fmt::format("cannot be decoded ({})", LibavText(error)));
 }
 
 void LibavDecoder::Suspect(std::int64_t lostTicks) {

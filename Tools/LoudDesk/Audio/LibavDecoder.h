@@ -13,6 +13,7 @@
 #include "Damage.h"
 #include "LibavContainer.h"
 #include "LibavHeaders.h"
+#include "LibavSamples.h"
 #include "LinkInput.h"
 
 namespace louddesk {
@@ -52,7 +53,6 @@ class LibavDecoder {
   AudioFormat FormatOf(const AVFrame& frame) const;
   std::string NothingText() const;
   void OpenCodec();
-  void OpenConverter();
   bool Decode();
   bool ReceiveFrame();
   void SendPacket();
@@ -63,7 +63,7 @@ class LibavDecoder {
   void CheckLength();
   std::int64_t TakeGap();
   void CountLoss(double place, std::int64_t frames);
-  void Convert();
+  void TakeFrame();
   std::int64_t FramesOf(std::int64_t ticks) const;
   double Here() const;
 
@@ -74,14 +74,13 @@ class LibavDecoder {
   LibavHandle<AVCodecContext> mCodec;
   LibavHandle<AVPacket> mPacket;
   LibavHandle<AVFrame> mFrame;
-  LibavHandle<SwrContext> mConverter;
-  int mSampleForm = AV_SAMPLE_FMT_NONE;  // AVSampleFormat that mConverter is open for
   FrameKind mKind{};
 
-  bool mHasEnded = false;        // there are no frames any more
-  std::vector<double> mSamples;  // of the frame decoded last, interleaved
-  std::size_t mTaken = 0;        // of these
-  std::int64_t mDecoded = 0;     // frames in all, so far
+  bool mHasEnded = false;               // there are no frames any more
+  SampleReader mReadSamples = nullptr;  // of mFrame
+  std::size_t mPlayed = 0;              // frames of mFrame, less padding
+  std::size_t mTaken = 0;               // of these
+  std::int64_t mDecoded = 0;            // frames in all, so far
 
   std::optional<std::int64_t> mNextTime;    // in frames; nothing: the file does not say
   std::optional<double> mLeaptAt;           // s; where the last frame's time was not mNextTime

@@ -8,7 +8,6 @@ extern "C" {
 #include <libavutil/channel_layout.h>
 #include <libavutil/crc.h>
 #include <libavutil/opt.h>
-#include <libswresample/swresample.h>
 }
 
 #include <array>
@@ -22,7 +21,6 @@ struct LibavDeleter {
   void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
   void operator()(AVPacket* packet) const { av_packet_free(&packet); }
   void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-  void operator()(SwrContext* context) const { swr_free(&context); }
   void operator()(AVIOContext* context) const {
     av_freep(&context->buffer);
     avio_context_free(&context);

@@ -81,6 +81,14 @@ std::size_t FlacHead(const unsigned char* bytes, std::size_t ahead) {
   return isHead ? kHead : 0;
 }
 
+// Where the first of some bytes stands from a place on; the size of the text where there is none.
+std::size_t FindAnyOf(std::string_view wanted, std::string_view text, std::size_t from) {
+  std::size_t at = text.size();
+  for (const char byte : wanted)
+    at = std::min(at, text.substr(0, at).find(byte, from));
+  return at;
+}
+
 }  // namespace
 
 std::unique_ptr<LinkInput> TaggedLinks::Of(ByteInput& input) {
@@ -129,10 +137,9 @@ void TaggedLinks::FindNextHead() {
   }
   const std::size_t last = ahead < kWindow ? ahead : ahead - kLongestLook;
   const std::string_view text(reinterpret_cast<const char*>(bytes), last);
-  std::size_t at = text.find_first_of(mFirstBytes);
+  std::size_t at = FindAnyOf(mFirstBytes, text, 0);
   while (at < last && mFindHead(bytes + at, ahead - at) == 0)
-    at = text.find_first_of(mFirstBytes, at + 1);
-  at = std::min(at, last);
+    at = FindAnyOf(mFirstBytes, text, at + 1);
   mRest = at;
   mIsLinkAhead = at == 0 && ahead > 0;
 }

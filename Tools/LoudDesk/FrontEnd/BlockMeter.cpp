@@ -11,6 +11,7 @@
 #include <limits>
 
 #include "Bin.h"
+#include "Lanes.h"
 
 namespace louddesk {
 namespace {
@@ -28,9 +29,36 @@ const double kPowerScale = std::pow(10.0, (kPowerScaleDb + kWeightingOffsetDb - 
 
 constexpr std::uint64_t kLargestPowerOfAll = std::uint64_t{1} << 61;
 
-double Conditioned(double sample) {
-  const double limited = std::min(std::max(sample, -kLargestSample), kLargestSample);
-  return std::fabs(limited) < kSmallestSample ? 0.0 : limited;
+template <typename Lane>
+Lane Conditioned(const Lane& samples) {
+  const Lane limited =
+      Smaller<Lane>(Larger<Lane>(samples, Lane{} - kLargestSample), Lane{} + kLargestSample);
+  return Magnitude<Lane>(limited) < kSmallestSample ? Lane{} : limited;
+}
+
+void Condition(const double* samples, std::size_t count, double* conditioned) {
+  constexpr std::size_t kPair = kWidth<DoublePair, double>;
+  std::size_t i = 0;
+  for (; i + kPair <= count; i += kPair)
+    Store(Conditioned<DoublePair>(Load<DoublePair>(samples + i)), conditioned + i);
+  for (; i < count; ++i)
+    conditioned[i] = Conditioned<double>(samples[i]);
+}
+
+bool IsNumber(double sample) {
+  return std::fabs(sample) <= std::numeric_limits<double>::max();
+}
+
+// Without a branch per sample.
+bool AreNumbers(const double* samples, std::size_t count) {
+  constexpr std::size_t kPair = kWidth<DoublePair, double>;
+  auto areNumbers = DoublePair{} == DoublePair{};
+  std::size_t i = 0;
+  for (; i + kPair <= count; i += kPair)
+    areNumbers &=
+        Magnitude<DoublePair>(Load<DoublePair>(samples + i)) <= std::numeric_limits<double>::max();
+  return areNumbers[0] != 0 && areNumbers[1] != 0 &&
+         std::all_of(samples + i, samples + count, IsNumber);
 }
 
 }  // namespace
@@ -93,20 +121,14 @@ std::uint64_t BlockMeter::FirstFrameOf(std::uint64_t block) const {
   return block * mSampleRate / kBlocksPerSecond;
 }
 
-// A first pass over the block, without a branch per sample, tells whether there is one; only then
-// is its place looked for.
+// A first pass over the block tells whether there is one; only then is its place looked for.
 std::optional<BadSample> BlockMeter::FindBadSample(const double* samples,
                                                    std::size_t frames) const {
-  constexpr double kLargestNumber = std::numeric_limits<double>::max();
   const std::size_t count = frames * mChannels;
-  const auto isBad = [](double sample) { return !(std::fabs(sample) <= kLargestNumber); };
-  std::int64_t bad = 0;
-  for (std::size_t i = 0; i < count; ++i)
-    bad |= isBad(samples[i]) ? 1 : 0;
-  if (bad == 0)
+  if (AreNumbers(samples, count))
     return std::nullopt;
   const auto index =
-      static_cast<std::size_t>(std::find_if(samples, samples + count, isBad) - samples);
+      static_cast<std::size_t>(std::find_if_not(samples, samples + count, IsNumber) - samples);
   return BadSample{index % mChannels, FirstFrameOf(mBlock) + index / mChannels};
 }
 
@@ -129,7 +151,7 @@ std::optional<BadSample> BlockMeter::MeasureFrames(const double* samples, std::s
 void BlockMeter::MeasureChunk(const double* samples, std::size_t frames, ChannelEnergies& energies,
                               ChannelPeaks& peaks, ChannelPeaks& samplePeaks) {
   std::array<double, kChunkFrames * kMeters> conditioned;
-  std::transform(samples, samples + frames * mChannels, conditioned.begin(), Conditioned);
+  Condition(samples, frames * mChannels, conditioned.data());
   mFilter.AddEnergies(conditioned.data(), frames, energies);
   if (mPeaks == Peaks::kTrue)
     mTruePeak.Raise(conditioned.data(), frames, peaks, samplePeaks);

@@ -33,6 +33,11 @@ inline Lane Larger(const Lane& a, const Lane& b) {
 }
 
 template <typename Lane>
+inline Lane Smaller(const Lane& a, const Lane& b) {
+  return a < b ? a : b;
+}
+
+template <typename Lane>
 inline Lane Magnitude(const Lane& lane) {
   return Larger<Lane>(lane, -lane);
 }
