@@ -195,16 +195,16 @@ class WatchSession {
   unsigned long mMalformed = 0;  // loudness messages that could not be read
 };
 
-void NeedTerminal(bool isWanted, const std::string& option) {
+void NeedTerminal(bool isWanted, const std::string& option, const std::string& instead) {
   if (isWanted && (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0))
-    throw std::runtime_error(option + " needs a terminal and its keys");
+    throw std::runtime_error(option + " needs a terminal and its keys; without one, " + instead);
 }
 
 int Watch(const WatchOptions& options) {
   Complaints complaints(std::cerr);
   try {
-    NeedTerminal(options.look.isControlling, "--control");
-    NeedTerminal(options.isAll, "--all");
+    NeedTerminal(options.look.isControlling, "--control", "use LoudDesk send command");
+    NeedTerminal(options.isAll, "--all", "watch one --cluster");
     if (options.isAll) {
       WatchAllClusters(options.look);
       return complaints.Status();

@@ -246,10 +246,13 @@ TEST_F(WatchCommandTest, SilenceIsNotTakenForAFrozenSource) {
 }
 
 TEST_F(WatchCommandTest, KeysNeedATerminal) {
-  for (const char* option : {"--control", "--all"}) {
+  const std::pair<const char*, const char*> cases[] = {{"--control", "use LoudDesk send command"},
+                                                       {"--all", "watch one --cluster"}};
+  for (const auto& [option, instead] : cases) {
     StartWatch({option});
     ExpectEnd(1);
-    EXPECT_EQ("LoudDesk: " + std::string(option) + " needs a terminal and its keys\n",
+    EXPECT_EQ("LoudDesk: " + std::string(option) + " needs a terminal and its keys; without one, " +
+                  instead + "\n",
               mWatch->StandardError());
   }
 }
