@@ -9,6 +9,7 @@
 #include <new>
 
 #include "AudioFileError.h"
+#include "MpegFrame.h"
 
 namespace louddesk {
 namespace {
@@ -145,11 +146,23 @@ void LibavDecoder::SendPacket() {
     return;
   // At the end: what the decoder still holds.
   const bool isEnd = got == LibavContainer::Got::kEnd;
-  if (avcodec_send_packet(mCodec.get(), isEnd ? nullptr : mPacket.get()) < 0)
+  if (!isEnd && IsPacketCut())
+    Suspect(mPacket->duration);
+  else if (avcodec_send_packet(mCodec.get(), isEnd ? nullptr : mPacket.get()) < 0)
     Suspect(LostTicks());
   else
     mGoodSize = mPacket->size;
   av_packet_unref(mPacket.get());
+}
+
+// The decoder of MPEG audio fills up a frame of which the end is missing, and says nothing.
+bool LibavDecoder::IsPacketCut() const {
+  const auto size = static_cast<std::size_t>(std::max(mPacket->size, 0));
+  const AVCodecID codec = mStream.codecpar->codec_id;
+  const bool isMpeg =
+      codec == AV_CODEC_ID_MP1 || codec == AV_CODEC_ID_MP2 || codec == AV_CODEC_ID_MP3;
+  return isMpeg && size >= kMpegHeader && IsMpegHeader(mPacket->data) &&
+         size < MpegFrameSize(mPacket->data);
 }
 
 // What the bytes of the packet would last if they were like those before.

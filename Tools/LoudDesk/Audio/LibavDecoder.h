@@ -56,6 +56,7 @@ class LibavDecoder {
   bool Decode();
   bool ReceiveFrame();
   void SendPacket();
+  bool IsPacketCut() const;
   void Suspect(std::int64_t lostTicks);
   std::int64_t LostTicks() const;
   void CheckKind() const;

@@ -2,6 +2,7 @@
 
 #include "Links.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -11,25 +12,80 @@
 namespace louddesk {
 namespace {
 
-// The bytes that a Wave64 says it has, which its demuxer does not pass on. 0 for other files and
-// where a program did not know.
+// Bytes of an identifier in Wave64 and ASF, and of one with the size behind it.
+constexpr std::size_t kIdentifier = 16;
+constexpr std::size_t kObjectHeader = kIdentifier + sizeof(std::uint64_t);
+
+// A size of 64 bits; 0 where a program did not know it.
+std::uint64_t SizeAt(const unsigned char* bytes) {
+  std::uint64_t size = 0;
+  for (std::size_t i = sizeof size; i > 0; --i)
+    size = size << 8U | bytes[i - 1];
+  return size > INT64_MAX ? 0 : size;
+}
+
+// The bytes that a Wave64 says it has, which its demuxer does not pass on. 0 for other files.
 std::uint64_t DeclaredByWave64(ByteInput& input) {
   constexpr unsigned char kMagic[] = {'r', 'i', 'f', 'f', 0x2E, 0x91, 0xCF, 0x11};
-  constexpr std::size_t kIdentifier = 16;
-  constexpr std::size_t kHeader = kIdentifier + sizeof(std::uint64_t);
-  if (input.Ahead(kHeader) < kHeader || std::memcmp(input.Bytes(), kMagic, sizeof kMagic) != 0)
+  if (input.Ahead(kObjectHeader) < kObjectHeader ||
+      std::memcmp(input.Bytes(), kMagic, sizeof kMagic) != 0)
     return 0;
-  std::uint64_t size = 0;
-  for (std::size_t i = kHeader; i > kIdentifier; --i)
-    size = size << 8 | input.Bytes()[i - 1];
-  return size > INT64_MAX ? 0 : size;
+  return SizeAt(input.Bytes() + kIdentifier);
+}
+
+// Where the packets of an ASF (WMA, WMV) end: behind an object with its header and one with its
+// data. What may follow is an index, without which nothing is missing. 0 for other files.
+std::uint64_t DeclaredByAsf(ByteInput& input) {
+  constexpr unsigned char kHeader[] = {0x30, 0x26, 0xB2, 0x75, 0x8E, 0x66, 0xCF, 0x11};
+  constexpr unsigned char kData[] = {0x36, 0x26, 0xB2, 0x75, 0x8E, 0x66, 0xCF, 0x11};
+  constexpr std::uint64_t kLongestHeader = 16'000'000;  // with a picture or two
+  if (input.Ahead(kObjectHeader) < kObjectHeader ||
+      std::memcmp(input.Bytes(), kHeader, sizeof kHeader) != 0)
+    return 0;
+  const std::uint64_t begin = SizeAt(input.Bytes() + kIdentifier);
+  if (begin < kObjectHeader || begin > kLongestHeader)
+    return 0;
+  const std::size_t ahead = static_cast<std::size_t>(begin) + kObjectHeader;
+  const bool hasData =
+      input.Ahead(ahead) >= ahead && std::memcmp(input.Bytes() + begin, kData, sizeof kData) == 0;
+  return hasData ? begin + SizeAt(input.Bytes() + begin + kIdentifier) : 0;
+}
+
+// The bytes of a packet of an MPEG transport stream, of which each begins with the same byte, on
+// discs behind a time of 4 bytes; 0 for other files.
+std::size_t TransportPacketSize(ByteInput& input) {
+  constexpr unsigned char kSync = 0x47;
+  constexpr std::size_t kPackets = 8;
+  struct Form {
+    std::size_t size;
+    std::size_t syncAt;
+  };
+  for (const Form form : {Form{188, 0}, Form{192, 4}, Form{204, 0}}) {
+    const std::size_t ahead = kPackets * form.size;
+    bool isForm = input.Ahead(ahead) >= ahead;
+    for (std::size_t i = 0; isForm && i < kPackets; ++i)
+      isForm = input.Bytes()[i * form.size + form.syncAt] == kSync;
+    if (isForm)
+      return form.size;
+  }
+  return 0;
+}
+
+// Whether the size alone shows that the end of a file is missing.
+bool IsCutOff(ByteInput& input) {
+  if (!input.Size())
+    return false;
+  const std::uint64_t size = *input.Size();
+  if (size < std::max(DeclaredByWave64(input), DeclaredByAsf(input)))
+    return true;
+  const std::size_t packet = TransportPacketSize(input);
+  return packet > 0 && size % packet != 0;
 }
 
 // Bytes that are one link, whatever they hold.
 class SingleLink : public LinkInput {
  public:
-  explicit SingleLink(ByteInput& input)
-      : mInput(input), mEndsEarly(input.Size() && *input.Size() < DeclaredByWave64(input)) {}
+  explicit SingleLink(ByteInput& input) : mInput(input), mEndsEarly(IsCutOff(input)) {}
 
   const char* Container() const override { return nullptr; }
   ByteInput* Seekable() override { return mInput.CanSeek() ? &mInput : nullptr; }

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "MpegFrame.h"
+
 namespace louddesk {
 namespace {
 
@@ -40,28 +42,19 @@ std::size_t Id3Size(const unsigned char* bytes, std::size_t ahead) {
   return kId3Header + size;
 }
 
-// The header of a frame of MPEG audio: eleven bits of synchronization, then values of which some
-// are reserved.
-bool IsMpegHeader(const unsigned char* bytes) {
-  constexpr unsigned kReserved = 3;
-  return bytes[0] == 0xFF && (bytes[1] & 0xE0) == 0xE0 && (bytes[1] >> 3 & 3U) != 1 &&
-         (bytes[1] >> 1 & 3U) != 0 && bytes[2] >> 4 != 0xF && (bytes[2] >> 2 & 3U) != kReserved;
-}
-
 // Encoders put facts about the whole file into a first frame without sound, behind empty side
 // information whose length follows from the version and the channels.
 std::size_t FactsFrame(const unsigned char* bytes, std::size_t ahead) {
-  constexpr std::size_t kHeader = 4;
   constexpr std::size_t kSideInfos[] = {32, 17, 9};
   constexpr std::size_t kMagic = 4;
-  if (ahead < kHeader + kSideInfos[0] + kMagic || !IsMpegHeader(bytes))
+  if (ahead < kMpegHeader + kSideInfos[0] + kMagic || !IsMpegHeader(bytes))
     return 0;
   const auto isZero = [](unsigned char byte) { return byte == 0; };
   for (const std::size_t sideInfo : kSideInfos) {
-    const unsigned char* magic = bytes + kHeader + sideInfo;
+    const unsigned char* magic = bytes + kMpegHeader + sideInfo;
     if ((std::memcmp(magic, "Xing", kMagic) == 0 || std::memcmp(magic, "Info", kMagic) == 0) &&
-        std::all_of(bytes + kHeader, magic, isZero))
-      return kHeader + sideInfo + kMagic;
+        std::all_of(bytes + kMpegHeader, magic, isZero))
+      return kMpegHeader + sideInfo + kMagic;
   }
   return 0;
 }
@@ -101,7 +94,7 @@ std::unique_ptr<LinkInput> TaggedLinks::Of(ByteInput& input) {
   const unsigned char* bytes = input.Bytes() + tag;
   if (FlacHead(bytes, ahead) > 0)
     return std::unique_ptr<LinkInput>(new TaggedLinks(input, "flac", "f", FlacHead));
-  if (ahead >= 4 && IsMpegHeader(bytes))
+  if (ahead >= kMpegHeader && IsMpegHeader(bytes))
     return std::unique_ptr<LinkInput>(new TaggedLinks(input, "mp3", "I\xFF", Mp3Head));
   return nullptr;
 }

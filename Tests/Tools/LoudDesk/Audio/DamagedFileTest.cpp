@@ -168,10 +168,62 @@ TEST_F(DamagedFileTest, AFileThatWasCutOffIsReadAsFarAsItGoes) {
 
 // These formats do not say how long the file is, but an end within a frame shows.
 TEST_F(DamagedFileTest, AStreamThatEndsWithinAFrameEndsEarly) {
-  for (const char* name : {"a.aac", "a.ac3"}) {
-    const Outcome outcome = Read(CutInHalf(name, kFfmpeg + std::string("%o")));
-    EXPECT_TRUE(outcome.damage.endsAt) << name;
+  const std::string mp3 = "lame --quiet -t %d/noise.wav %o";  // without its facts
+  const std::pair<const char*, std::string> cases[] = {
+      {"a.aac", kFfmpeg + std::string("%o")},
+      {"a.ac3", kFfmpeg + std::string("%o")},
+      {"a.mp2", kFfmpeg + std::string("%o")},
+      {"a.mp3", mp3},
+      {"v.mp3", mp3 + " -V2"},
+      {"low.mp3", mp3 + " --resample 22.05 -b 64"}};
+  for (const auto& [name, command] : cases) {
+    const std::string path = mDirectory.Make(name, command);
+    EXPECT_TRUE(Read(path).damage.IsNone()) << name;
+    const std::string bytes = BytesOf(path);
+    // At four places: one of them alone may be where a frame ends.
+    int found = 0;
+    for (std::size_t i = 0; i < 4; ++i) {
+      const Outcome outcome =
+          Read(mDirectory.WriteBytes(name, bytes.substr(0, bytes.size() / 2 + 61 * i)));
+      EXPECT_NEAR(outcome.there, kSeconds / 2, 0.3) << name;
+      if (outcome.damage.endsAt) {
+        ++found;
+        EXPECT_NEAR(*outcome.damage.endsAt, outcome.there, 0.05) << name;
+      }
+    }
+    EXPECT_GE(found, 3) << name;
   }
+}
+
+// The header of ASF says where its packets end; a transport stream ends with a packet.
+TEST_F(DamagedFileTest, AFileWhoseSizeDoesNotFitEndsEarly) {
+  const std::string picture =
+      "ffmpeg -v error -y -f lavfi -i testsrc2=d=10:s=64x64 -i %d/noise.wav ";
+  const std::pair<const char*, std::string> cases[] = {
+      {"a.wma", kFfmpeg + std::string("%o")},
+      {"av.wmv", picture + "-c:v wmv2 -c:a wmav2 %o"},
+      {"mp2.ts", kFfmpeg + std::string("-c:a mp2 %o")},
+      {"av.ts", picture + "-c:a aac %o"},
+      {"av.m2ts", picture + "-c:a ac3 %o"}};
+  for (const auto& [name, command] : cases) {
+    const std::string path = mDirectory.Make(name, command);
+    EXPECT_TRUE(Read(path).damage.IsNone()) << name;
+    const std::size_t half = BytesOf(path).size() / 2;
+    test_audio::CutOff(path, half % 4 == 0 ? half + 1 : half);
+    const Outcome outcome = Read(path);
+    ASSERT_TRUE(outcome.damage.endsAt) << name;
+    EXPECT_NEAR(*outcome.damage.endsAt, outcome.there, 0.05) << name;
+    EXPECT_LT(outcome.there, kSeconds - 2.0) << name;
+  }
+}
+
+// Behind its packets an ASF has an index, which seeking takes and measuring does not.
+TEST_F(DamagedFileTest, AnAsfWithoutItsIndexIsWhole) {
+  const std::string path = mDirectory.Make("av.wmv",
+                                           "ffmpeg -v error -y -f lavfi -i testsrc2=d=10:s=64x64 "
+                                           "-i %d/noise.wav -c:v wmv2 -c:a wmav2 %o");
+  test_audio::CutOff(path, BytesOf(path).size() - 10);
+  EXPECT_TRUE(Read(path).damage.IsNone());
 }
 
 // The first half of one link, followed by another one.
