@@ -3,6 +3,7 @@
 #include "CommandLine.h"
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <filesystem>

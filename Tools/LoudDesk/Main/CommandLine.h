@@ -2,10 +2,13 @@
 
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <ostream>
 #include <string>
 #include <vector>
+
+namespace CLI {
+class App;
+}
 
 namespace louddesk {
 

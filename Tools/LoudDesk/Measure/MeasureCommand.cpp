@@ -3,6 +3,7 @@
 #include "MeasureCommand.h"
 
 #include <unistd.h>
+#include <CLI/CLI.hpp>
 
 #include <fmt/format.h>
 

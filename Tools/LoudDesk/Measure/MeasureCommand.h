@@ -3,11 +3,14 @@
 
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <ostream>
 
 #include "LiveLine.h"
 #include "MeasureOptions.h"
+
+namespace CLI {
+class App;
+}
 
 namespace louddesk {
 

@@ -2,6 +2,7 @@
 
 #include "ProfileOptions.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
 

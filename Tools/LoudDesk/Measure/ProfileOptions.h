@@ -2,12 +2,15 @@
 
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 
 #include "LoudnessLimits.h"
 #include "Profiles.h"
+
+namespace CLI {
+class App;
+}
 
 namespace louddesk {
 

@@ -2,6 +2,7 @@
 
 #include "ProgrammeOptions.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <set>

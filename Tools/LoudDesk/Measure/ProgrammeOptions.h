@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,6 +9,10 @@
 #include "AudioFile.h"
 #include "Programme.h"
 #include "SpeakerLayout.h"
+
+namespace CLI {
+class App;
+}
 
 namespace louddesk {
 

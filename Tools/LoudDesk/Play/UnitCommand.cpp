@@ -2,6 +2,7 @@
 
 #include "UnitCommand.h"
 
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "Endpoints.h"

@@ -4,6 +4,7 @@
 #include "SendCommand.h"
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <cmath>

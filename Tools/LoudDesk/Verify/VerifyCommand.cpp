@@ -4,6 +4,7 @@
 
 #include <czmq.h>
 #include <signal.h>
+#include <CLI/CLI.hpp>
 
 #include <fmt/format.h>
 

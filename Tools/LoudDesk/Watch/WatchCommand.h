@@ -3,7 +3,9 @@
 
 #pragma once
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+}
 
 namespace louddesk {
 

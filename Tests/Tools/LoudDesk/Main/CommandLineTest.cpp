@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <sstream>
@@ -117,16 +118,19 @@ TEST(CommandLineTest, WhatIsNotUnderstoodIsNamedInOneLine) {
     const char* line;
   } const cases[] = {
       {{},
-       "a subcommand is missing after LoudDesk: measure, unit, verify, watch, send, record or replay"
+       "a subcommand is missing after LoudDesk: measure, unit, verify, watch, send, record or "
+       "replay"
        " (see LoudDesk --help)"},
       {{"meassure", "x.wav"},
-       "meassure: no such subcommand; there are measure, unit, verify, watch, send, record or replay"
+       "meassure: no such subcommand; there are measure, unit, verify, watch, send, record or "
+       "replay"
        " (see LoudDesk --help)"},
       {{"analyse"},
        "analyse: no such subcommand; there are measure, unit, verify, watch, send, record or replay"
        " (see LoudDesk --help)"},
       {{""},
-       ": no such subcommand; there are measure, unit, verify, watch, send, record or replay (see LoudDesk"
+       ": no such subcommand; there are measure, unit, verify, watch, send, record or replay (see "
+       "LoudDesk"
        " --help)"},
       {{"--verson"}, "--verson: no such option (see LoudDesk --help)"},
       {{"send"},
