@@ -1,4 +1,4 @@
-// Programmes as one.
+// Several programmes measured as one.
 
 #include "Album.h"
 

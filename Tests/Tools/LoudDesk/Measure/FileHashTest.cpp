@@ -10,7 +10,7 @@
 namespace louddesk {
 namespace {
 
-// FIPS 180-2, Appendix B.1 and B.3, and the hash of nothing.
+// FIPS 180-2, Appendix B.1 and B.3, and the hash of an empty file.
 TEST(FileHashTest, HashesAreThoseOfTheStandard) {
   const test_audio::AudioDirectory directory;
   EXPECT_EQ(Sha256Of(directory.WriteBytes("abc", "abc")),

@@ -53,7 +53,7 @@ std::string Quoted(const std::string& text) {
   return "'" + text + "'";  // no path or argument of these tests holds a quote
 }
 
-// A terminal of which the tests hold the other side.
+// A pseudo-terminal, whose other end the test holds.
 class Terminal {
  public:
   explicit Terminal(unsigned short columns) : mOwnSide(posix_openpt(O_RDWR | O_NOCTTY)) {
@@ -75,7 +75,7 @@ class Terminal {
 
   const std::string& Name() const { return mName; }
 
-  // False when nothing has been written to the terminal in all that time.
+  // False if nothing has been written to the terminal in all that time.
   bool WaitForText(int milliseconds) const {
     pollfd readable = {mOwnSide, POLLIN, 0};
     return poll(&readable, 1, milliseconds) > 0;
@@ -103,7 +103,7 @@ class Terminal {
 
 class MeasureCommandTest : public testing::Test {
  protected:
-  // Runs LoudDesk by a shell with standard output and error in files, or where `redirection` says.
+  // Runs LoudDesk from a shell. Standard output and error go to files, or where `redirection` says.
   Outcome Run(const std::string& arguments, const std::string& redirection = "") const {
     const std::string out = mDirectory.Path("out.txt");
     const std::string errors = mDirectory.Path("errors.txt");
@@ -376,7 +376,7 @@ TEST_F(MeasureCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
   }
 }
 
-// What a new user gives for a file, each with its one line.
+// What a new user may take for a file, and the one line about each.
 TEST_F(MeasureCommandTest, WhatIsNoAudioFileIsNamedWithTheReason) {
   const std::string directory = mDirectory.Path(".");
   const std::string empty = mDirectory.WriteBytes("empty.wav", "");

@@ -123,7 +123,7 @@ TEST_F(MeasureFileTest, WhatIsLeftBehindTheLastBlockHasATruePeakAndNoLoudness) {
   EXPECT_NEAR(figures.seconds, 2.0999, 1.0 / kRate);
 }
 
-// Before the fourth block, with which loudness begins, and behind it; a rest of one frame.
+// Lengths before and after the fourth block, with which loudness begins; a rest of one frame.
 TEST_F(MeasureFileTest, ThePeakOfTheVeryLastSampleCounts) {
   for (const std::size_t blocks : {0U, 1U, 3U, 4U, 20U}) {
     Samples samples(2 * (blocks * kBlock + 1), 0.0);
@@ -163,7 +163,7 @@ TEST_F(MeasureFileTest, SilenceHasNoReadings) {
   EXPECT_DOUBLE_EQ(figures.seconds, 5.0);
 }
 
-// The first reading of 400 ms comes with the fourth block; until then a peak is all there is.
+// The first reading of 400 ms comes with the fourth block; before that there is only a peak.
 TEST_F(MeasureFileTest, LessThan400MillisecondsHaveAPeakAndNoLoudness) {
   const Figures figures = Measure(2, StereoTone(-10.0, 0.399));
   EXPECT_FALSE(figures.integrated.has_value());
@@ -178,7 +178,7 @@ TEST_F(MeasureFileTest, FourBlocksHaveLoudness) {
   EXPECT_TRUE(figures.maxMomentary.has_value());
 }
 
-// EBU Tech 3341 and 3342 mean readings of 3 s.
+// EBU Tech 3341 and 3342 refer to readings of 3 s.
 TEST_F(MeasureFileTest, LessThan3SecondsHaveNoShortTermLoudnessAndNoRange) {
   const Figures shorter = Measure(2, StereoTone(-10.0, 2.99));
   EXPECT_TRUE(shorter.integrated.has_value());

@@ -1,5 +1,5 @@
-// The files of a command line: what goes to which stream, and what a file that fails leaves of the
-// others.
+// The files of a command line: what goes to which stream, and that a file that fails does not
+// affect the others.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -135,7 +135,7 @@ TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedByItsPosition) {
   }
 }
 
-// 2016 frames are 42 ms: less than a block alone, and a rest behind one.
+// 2016 frames are 42 ms: by themselves less than a block, and after a block a rest.
 TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedInTheLastIncompleteBlockToo) {
   for (const std::size_t frames : {2016U, 4800U + 2016U}) {
     Samples samples(2 * frames, 0.1);
@@ -455,7 +455,7 @@ TEST_F(MeasureFilesTest, LongFilesShowProgressOnATerminalOnly) {
   EXPECT_THAT(mErrors.str(), testing::EndsWith(" \r"));
 }
 
-// No line is ever wider than the terminal is at that time.
+// No line is wider than the terminal is at the time.
 TEST_F(MeasureFilesTest, ATerminalThatGetsNarrowerDoesNotScroll) {
   const std::string path = mDirectory.Write("long.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 192000,
                                             32, Samples(20'000'000, 0.0));
@@ -548,7 +548,8 @@ TEST_F(DamagedFilesTest, SoIsEveryRowOfTheSeries) {
   EXPECT_GT(damaged, 5);
 }
 
-// More files than threads and their window, of lengths that end in another order.
+// More files than the threads and their window hold, with lengths such that they end in another
+// order.
 TEST_F(MeasureFilesTest, ManyJobsWriteInTheOrderGiven) {
   std::vector<std::string> files;
   for (int i = 0; i < 40; ++i) {

@@ -1,5 +1,5 @@
-// The shipped LoudDesk on media of every kind and on every way in: video with several streams,
-// standard input, pipes, directories, many files at a time, and files that mean harm.
+// The shipped LoudDesk on media of every kind, from every kind of source: video with several
+// streams, standard input, pipes, directories, many files at a time, and malicious files.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -266,7 +266,7 @@ TEST_F(MediaCommandTest, CtrlCWritesWhatIsFinished) {
   EXPECT_THAT(BytesOf(report), AllOf(HasSubstr("a.wav"), HasSubstr("interrupted")));
 }
 
-// Nothing of what a decoder says reaches the terminal, and nobody is brought down.
+// No output of a decoder reaches the terminal, and no file ends the program.
 TEST_F(MediaCommandTest, FilesThatMeanHarmAreNamedInOneLineAndTheOthersAreMeasured) {
   const std::string good = WriteTone("good.wav", -23.0);
   mDirectory.WriteBytes("list.m3u8",

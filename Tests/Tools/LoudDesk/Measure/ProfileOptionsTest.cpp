@@ -11,7 +11,7 @@ namespace {
 
 using testing::HasSubstr;
 
-// What the options of a command line ask for; the complaint in place of a title where it is wrong.
+// What the options of a command line ask for. If they are wrong, the title is the complaint.
 Criteria CriteriaOfLine(const std::string& line) {
   CLI::App app;
   ProfileOptions options;

@@ -92,7 +92,7 @@ TEST_F(ProgrammesOfTest, ChannelsThatFeedNoSpeakerAreLeftOut) {
   EXPECT_THAT(Texts(ProgrammesOf(FileOf(3), options)[0]), ElementsAre("2 Left", "3 Right"));
 }
 
-// Three channels have no usual layout, which does not matter when programmes are named.
+// Three channels have no usual layout, which does not matter if the programmes are given.
 TEST_F(ProgrammesOfTest, NamedProgrammesAreThoseOfTheFile) {
   ProgrammeOptions options;
   options.programmes = {ParseProgramme("1,2=stereo"), ParseProgramme("3=mono")};

@@ -1,8 +1,8 @@
-// The shipped LoudDesk against independent meters, over recordings of Debian's packages: momentary
-// and integrated loudness within 0.05 LU and maximum true peak within 0.2 dB of what libebur128,
-// and ffmpeg where it is installed, say of the same file. Short-term loudness and loudness range,
-// which the engine defines in its own way, follow from libebur128's momentary loudness by that
-// definition, and stay near libebur128's own.
+// The shipped LoudDesk against independent meters, on recordings from Debian packages. Momentary
+// and integrated loudness agree within 0.05 LU, and the maximum true peak within 0.2 dB, with
+// libebur128 and, if it is installed, ffmpeg. The engine has its own definition of short-term
+// loudness and loudness range: they agree with what follows from libebur128's momentary loudness by
+// that definition, and are close to libebur128's own figures.
 
 #include <ebur128.h>
 #include <gmock/gmock.h>
@@ -32,14 +32,14 @@ constexpr char kLoudDesk[] = LOUDDESK_BINARY;
 constexpr double kLoudnessTolerance = 0.05;  // LU
 constexpr double kTruePeakTolerance = 0.2;   // dB
 
-// EBU Tech 3342 allows 1 LU of its test signals; speech and music stay within half of that.
+// EBU Tech 3342 allows 1 LU for its test signals; speech and music stay within half of that.
 constexpr double kRangeDistance = 0.5;
 constexpr double kAbsoluteGate = -70.0;  // LKFS
 
 constexpr std::size_t kFieldsOfRow = 7;  // of the series from the time on, at its end
 
-// How far the range of one reading a second lies from that of ten, LU: of programmes of a minute
-// and more, and of shorter ones. Docs/COMPLIANCE.md tells both.
+// How far the range of one reading per second may be from that of ten, in LU: for programmes of a
+// minute and more, and for shorter ones. Docs/COMPLIANCE.md states both.
 constexpr double kStableDeviation = 0.15;
 constexpr double kShortDeviation = 0.5;
 constexpr std::size_t kStableRange = 600;  // blocks
@@ -52,10 +52,10 @@ constexpr std::size_t kShortTermBlocks = kShortTermReadings + kMomentaryBlocks -
 constexpr std::size_t kReadingsPerSecond = 10;
 constexpr std::size_t kFirstShortTerm = 30;  // by the number of blocks
 
-// Of the readings for the range, one a second from 1.3 s on, the first that is one of 3 s.
+// The range has one reading per second from 1.3 s on. This block has the first one of full 3 s.
 constexpr std::size_t kFirstOfRange = 33;
 
-// ffmpeg prints one decimal, so that half of it is to be added.
+// ffmpeg prints one decimal, so half of a tenth is added to the tolerance.
 constexpr double kPrintedTolerance = 0.05;
 
 struct Recording {
@@ -105,7 +105,7 @@ struct Point {
   double shortTerm = -200.0;
 };
 
-// What a meter says of a file; one point a block.
+// What a meter says about a file; one point per block.
 struct Measured {
   Figures figures;
   std::vector<Point> points;
@@ -207,7 +207,7 @@ Point PointOf(const Ebur128& meter) {
   return point;
 }
 
-// By libebur128, fed in blocks of 100 ms and what is left behind them.
+// By libebur128, fed with blocks of 100 ms and the rest after them.
 Measured MeasuredByEbur128(const std::string& path) {
   SF_INFO info{};
   const std::unique_ptr<SNDFILE, CloseSndfile> file(sf_open(path.c_str(), SFM_READ, &info));
@@ -238,8 +238,8 @@ double PowerOf(double loudness) {
   return std::pow(10.0, loudness / 10.0);
 }
 
-// The loudness of the mean power of those readings that reach the gate; none of them: far below
-// any.
+// The loudness of the mean power of the readings that reach the gate; far below any gate if none
+// does.
 double MeanAbove(double gate, const std::vector<double>& readings) {
   double sum = 0.0;
   int count = 0;
@@ -251,8 +251,8 @@ double MeanAbove(double gate, const std::vector<double>& readings) {
   return count == 0 ? -200.0 : 10.0 * std::log10(sum / count);
 }
 
-// Short-term loudness as the engine defines it, from the momentary loudness of another meter. Of
-// fewer readings than thirty it is the mean of those that there are; before 3 s there is none.
+// Short-term loudness as the engine defines it, from the momentary loudness of another meter. With
+// fewer than thirty readings it is the mean of all; before 3 s there is none.
 std::vector<double> ShortTermOf(const std::vector<Point>& points) {
   std::vector<double> shortTerm(points.size(), -200.0);
   std::vector<double> window;
@@ -266,9 +266,9 @@ std::vector<double> ShortTermOf(const std::vector<Point>& points) {
   return shortTerm;
 }
 
-// The loudness range of some short-term readings, each a number of blocks behind the one before it,
-// between the lowest that 10 % do not exceed and the highest that 5 % reach, 20 LU below their
-// gated loudness left out. Percentages are cut to whole ones.
+// The loudness range of the short-term readings from block `first` on, `step` blocks apart: from
+// the lowest reading that 10 % do not exceed to the highest that 5 % reach. Readings over 20 LU
+// below their gated loudness do not count. Percentages are truncated to whole ones.
 double RangeOf(const std::vector<double>& shortTerm, std::size_t first, std::size_t step) {
   std::vector<double> readings;
   for (std::size_t i = first - 1; i < shortTerm.size(); i += step)
@@ -291,17 +291,17 @@ double RangeOf(const std::vector<double>& shortTerm, std::size_t first, std::siz
   return readings[count - 1 - rankOf(5)] - readings[rankOf(10)];
 }
 
-// As the engine defines it: of one reading a second.
+// As the engine defines it: with one reading per second.
 double RangeOf(const std::vector<double>& shortTerm) {
   return RangeOf(shortTerm, kFirstOfRange, kReadingsPerSecond);
 }
 
-// As EBU Tech 3342 of 2016 asks for it: of ten readings a second.
+// As EBU Tech 3342 of 2016 asks for it: with ten readings per second.
 double RangeOfAll(const std::vector<double>& shortTerm) {
   return RangeOf(shortTerm, kFirstShortTerm, 1);
 }
 
-// The number behind the last occurrence of a label such as "I:"; NaN when there is none.
+// The number after the last occurrence of a label such as "I:"; NaN if there is none.
 double NumberBehind(const std::string& text, const std::string& label) {
   const std::size_t position = text.rfind(label);
   return position == std::string::npos ? std::nan("")
@@ -394,7 +394,7 @@ class RecordingsTest : public testing::TestWithParam<Recording> {
   std::string mPath;
 };
 
-// With a loudness range.
+// Recordings that have a loudness range.
 class LongRecordingsTest : public RecordingsTest {};
 
 TEST_P(RecordingsTest, FiguresAgreeWithLibebur128) {
@@ -418,8 +418,8 @@ TEST_P(RecordingsTest, SeriesFollowsFromLibebur128sAtEveryBlock) {
   ExpectShortTermAmongLastFour(ours, theirs);
 }
 
-// What a range of one reading a second lies beside one of ten. Of programmes under a minute a meter
-// has to mark the range as not yet stable anyway (EBU Tech 3341).
+// How far a range with one reading per second is from one with ten. For programmes under a minute a
+// meter has to mark the range as not yet stable anyway (EBU Tech 3341).
 TEST_P(LongRecordingsTest, OneReadingASecondIsEnoughForTheRange) {
   std::vector<double> shortTerm;
   for (const Point& point : PointsOfLoudDesk(Path()))

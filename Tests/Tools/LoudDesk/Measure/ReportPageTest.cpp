@@ -33,7 +33,7 @@ SeriesPoint Point(double seconds, float loudness, float truePeak) {
   return point;
 }
 
-// A file of one programme.
+// A file with one programme.
 struct File {
   FileFacts facts;
   MeasuredProgramme programme;
@@ -112,7 +112,7 @@ TEST(ReportPageTest, EveryPageIsWellFormed) {
     EXPECT_TRUE(ParsedPage(PageOf(files)).IsWellFormed()) << files.size() << " files";
 }
 
-// The check of the check: the parser refuses what is not well-formed.
+// Checks the check: the parser refuses a page that is not well-formed.
 TEST(ReportPageTest, AnUnclosedElementIsNotWellFormed) {
   std::string page = PageOf({Programme()});
   page.erase(page.find("</svg>"), 6);

@@ -1,4 +1,4 @@
-// Programmes with figures of their own for the tests of formats and pages.
+// Programmes with made-up figures for the tests of formats and pages.
 
 #pragma once
 
@@ -46,7 +46,7 @@ inline Subject SubjectOf(const FileFacts& file, const MeasuredProgramme& program
   return {&file, 1, false, &programme};
 }
 
-/// Judged by a profile.
+/// The programme judged by a profile.
 inline Assessment Assessed(const MeasuredProgramme& programme,
                            const std::string& profile = kUsualProfile) {
   return AssessmentOf(programme.figures, CriteriaOf(profile));

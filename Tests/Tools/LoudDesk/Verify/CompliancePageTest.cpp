@@ -39,7 +39,7 @@ ComplianceRow Recording() {
   return {"3341-7", "a recording", std::nullopt, std::nullopt, ComplianceVerdict::kNotRun};
 }
 
-// All cases, each figure as the blocks predict it.
+// All cases, with each figure as the grid of blocks predicts it.
 std::vector<ComplianceRow> AllRows() {
   return RowsOfAllCases([](const Expectation& expectation) { return expectation.expected; });
 }
@@ -180,7 +180,8 @@ TEST(CompliancePageTest, LabelsOfCasesDoNotTouchOnANarrowScreen) {
   }
 }
 
-// Two columns hold no figure of seven letters beside its name on a screen of 320 pixels.
+// On a screen of 320 pixels, two columns have no room for a figure of seven letters beside its
+// name.
 TEST(CompliancePageTest, FiguresStandBelowEachOtherOnTheNarrowestScreens) {
   EXPECT_THAT(PageOf({}), HasSubstr("@media screen and (max-width: 360px) {\n"
                                     "  .cases tbody tr { grid-template-columns: 1fr; }"));

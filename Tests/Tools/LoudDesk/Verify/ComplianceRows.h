@@ -1,4 +1,4 @@
-// Rows of a verification that never ran, for the tests of what is written about it.
+// Rows of a verification that was not run, for the tests of its tables and pages.
 
 #pragma once
 
@@ -9,8 +9,8 @@
 
 namespace louddesk {
 
-/// The rows of all cases, each figure with the value that `measuredOf` gives for it and judged by
-/// that; cases without a signal are not run.
+/// The rows of all cases. Each figure has the value that `measuredOf` gives for it and the verdict
+/// on that value; cases without a signal are not run.
 inline std::vector<ComplianceRow> RowsOfAllCases(
     const std::function<double(const Expectation&)>& measuredOf) {
   std::vector<ComplianceRow> rows;

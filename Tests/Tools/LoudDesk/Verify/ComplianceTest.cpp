@@ -188,7 +188,7 @@ TEST(ComplianceCasesTest, ACaseIsMeantByItsIdentifierOrItsDocument) {
   EXPECT_FALSE(IsMeantBy(CaseOf("3341-10"), "3341-1"));
 }
 
-// A meter whose momentary reading is what a script says for each block.
+// A meter whose momentary reading after each block is given by a script.
 class ScriptedMeter : public MeterUnderTest {
  public:
   void Start(const SpeakerLayout& speakers, Measurand measurand) override {

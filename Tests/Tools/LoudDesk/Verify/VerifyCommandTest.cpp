@@ -51,7 +51,7 @@ class VerifyCommandTest : public testing::Test {
   AudioDirectory mDirectory;
 };
 
-// The text between two others; empty when one of them is missing.
+// The text between two others; empty if one of them is missing.
 std::string Between(const std::string& text, const std::string& begin, const std::string& end) {
   const std::size_t from = text.find(begin);
   const std::size_t to = text.find(end);

@@ -25,7 +25,7 @@ using testing::StartsWith;
 
 using Arguments = std::vector<std::string>;
 
-// Enough for a machine that builds at the same time; only failures ever take so long.
+// Enough for a machine that also builds; only a failure takes that long.
 constexpr ServiceProcess::Patience kPatience{60000 * kSlowness};
 
 class VerifyServiceTest : public testing::Test {

@@ -20,12 +20,12 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-// The cases that take little time, of every kind.
+// Short cases of every kind.
 const std::vector<std::string> kShortCases = {
     "3341-1",  "3341-6",  "3341-9",  "3341-12", "3341-13", "3341-14", "3341-15", "3341-16",
     "3341-17", "3341-18", "3341-19", "3341-20", "3341-21", "3341-22", "3341-23"};
 
-// The engine, except that it errs.
+// The engine with an error added.
 class WrongMeter : public MeterUnderTest {
  public:
   explicit WrongMeter(double error) : mError(error) {}

@@ -81,11 +81,11 @@ class WatchLayoutTest : public testing::Test {
       louddesk::ActOnKey(key, mLook, mModel);
   }
 
-  /// Ink of the first cell of a text.
+  /// The ink of the first cell of a text.
   louddesk::Ink InkOf(const std::string& text) const {
     const TextScreen screen = ComposeWatch(mModel, mLook, kUsual, kStart);
     for (std::size_t row = 0; row < screen.Rows(); ++row) {
-      std::string line;  // a character a cell
+      std::string line;  // one character per cell
       for (const louddesk::TextCell& cell : screen.Row(row))
         line += cell.glyph < 128 ? static_cast<char>(cell.glyph) : '?';
       if (const std::size_t column = line.find(text); column != std::string::npos)

@@ -1,4 +1,4 @@
-// What the live meter knows of a service from its messages.
+// What the live meter learns about a service from its messages.
 
 #include "WatchModel.h"
 

@@ -98,7 +98,7 @@ TEST_F(WatchTerminalTest, ControlCommandsTheService) {
   Watch("--control");
   ASSERT_TRUE(WaitForText("in the application server"));
   ASSERT_TRUE(WaitForText("RUNNING"));
-  // Until the service has subscribed nothing is sent.
+  // Nothing is sent until the service has subscribed.
   const auto end = std::chrono::steady_clock::now() + kPatience;
   do {
     Press("2");
@@ -179,7 +179,7 @@ TEST_F(WatchTerminalTest, KeyLeavesTheTerminalSane) {
 struct SignalCase {
   const char* name;
   int signal;
-  const char* status;  // as the shell tells it
+  const char* status;  // as the shell reports it
 };
 
 class WatchTerminalSignalTest : public WatchTerminalTest,
@@ -196,7 +196,7 @@ TEST_P(WatchTerminalSignalTest, LeavesTheTerminalSane) {
   ExpectSaneTerminal(GetParam().status);
 }
 
-// Termination is an end in order; the others end the process as they always do.
+// Termination is an orderly end; the other signals end the process as usual.
 INSTANTIATE_TEST_SUITE_P(Signals, WatchTerminalSignalTest,
                          testing::Values(SignalCase{"Termination", SIGTERM, "0"},
                                          SignalCase{"HangUp", SIGHUP, "129"},
@@ -205,7 +205,7 @@ INSTANTIATE_TEST_SUITE_P(Signals, WatchTerminalSignalTest,
                                          SignalCase{"Abortion", SIGABRT, "134"}),
                          [](const auto& signal) { return signal.param.name; });
 
-// As behind nohup.
+// As under nohup.
 TEST_F(WatchTerminalTest, IgnoredHangUpStaysIgnored) {
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
   const std::string file = FileOfItsOwn(".pid");
@@ -230,7 +230,7 @@ TEST_F(WatchTerminalTest, QuitKeyLeavesAPlainTerminalWithoutThePicture) {
   ExpectSaneTerminal("131");
 }
 
-// A line that is typed ahead must reach the shell with its end.
+// A line that is typed ahead must reach the shell complete.
 TEST_F(WatchTerminalTest, ReturnKeyStaysTheEndOfALine) {
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
   Watch();
