@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What `run --merge` packs, with a program in the place of a fuzzer that finds every input of use.
+# What `run --merge` packs, tested with a program that stands for a fuzzer and keeps every input.
 # Usage: merge-test.sh FUZZ_FOLDER
 set -euo pipefail
 fuzz=$1
@@ -10,7 +10,7 @@ trap 'rm -rf "$place"' EXIT
 fail() { echo "$*" >&2; exit 1; }
 
 mkdir -p "$place/build/Fuzz/mined/$target" "$place/build/runs/$target.corpus" "$place/mined"
-# Of a merge it does what libFuzzer does: the first folder gets what the others have.
+# Merges as libFuzzer does: the first folder gets what the others have.
 cat >"$place/build/Fuzz/$target" <<'FUZZER'
 #!/usr/bin/env bash
 folders=()

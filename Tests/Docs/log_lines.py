@@ -41,7 +41,7 @@ def unescape(literal):
 
 
 def normal(text):
-    """As the document writes it: blanks are one, the quotation marks around it and the line's end gone."""
+    """The text as the document writes it: single blanks, no quotation marks around it, no line feed."""
     text = ' '.join(text.replace('`', "'").split())
     return re.sub(r'^"(.*)"$', r'\1', text)
 

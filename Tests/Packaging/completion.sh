@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Presses Tab behind beginnings of command lines of the desk tool. Usage: completion.sh COMPLETION LOUDDESK
+# Completes unfinished command lines of the desk tool, as the Tab key does. Usage: completion.sh COMPLETION LOUDDESK
 set -euo pipefail
 completion=$1
 program=$2

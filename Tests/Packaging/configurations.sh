@@ -11,7 +11,7 @@ here=$(cd "$(dirname "$0")" && pwd)
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
 
-# As the build under test has it.
+# A setting of the build under test.
 cached() { sed -n "s/^$1:[A-Z]*=//p" "$tested/CMakeCache.txt"; }
 settings=(-DCMAKE_CXX_COMPILER_LAUNCHER="$here/take-object.sh" -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
   -DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST)
@@ -42,12 +42,12 @@ for tools in ON OFF; do
   done
 done
 
-# The last one was the service alone. A package that was looked for leaves its place in the cache.
+# The last one was the service alone. Every package that was looked for leaves its path in the cache.
 found=$(grep -oE '^[A-Za-z0-9_]+(_DIR:PATH|_FOUND:INTERNAL|_INCLUDE_DIR:PATH)=.+' "$place/build/CMakeCache.txt" |
   sed 's/_\(DIR\|FOUND\|INCLUDE_DIR\):.*//' | sort | paste -sd' ')
 [ "$found" = "CZMQ RAPIDJSON" ] || { echo "the service alone wants: $found"; exit 1; }
 
-# A preset of that kind is what a board's builder is told to use.
+# Who builds for a board is told to use the preset for that.
 (cd "$sources" && "$cmake" --preset service -B "$place/service" >"$place/log" 2>&1) ||
   fail "the preset does not configure"
 for switch in TOOLS TESTS BENCHMARKS; do

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Looks for the protections of a release in a program, and for the folder that it was built from, which it
-# must not name. Usage: hardening.sh READELF PROGRAM FOLDER
+# Checks that a program has the protections of a release and does not name the folder that it was built
+# from. Usage: hardening.sh READELF PROGRAM FOLDER
 set -euo pipefail
 readelf=$1
 program=$2

@@ -30,7 +30,7 @@ status=0
 wait "$service" || status=$?
 expect "status of the service" "$status" 0
 
-# An upgrade keeps the settings, be the new version's others or not; so does a removal.
+# An upgrade keeps the settings, whether or not those of the new version differ; so does a removal.
 echo "LOUDCALC_OPTIONS=-i eth7" >>/etc/default/loudcalc
 before=$(sha256sum </etc/default/loudcalc)
 quietly dpkg --force-confdef -i newer/*.deb
@@ -43,7 +43,7 @@ quietly dpkg --remove loudcalc loudcalc-desk
 [ ! -e /usr/bin/LoudCalc ] || fail "not removed"
 expect "settings after the removal" "$(sha256sum </etc/default/loudcalc)" "$before"
 
-# What the peers have there is theirs.
+# The files of the peers stay.
 rm -f /run/shm/mq/hwmProbeLuRawDataPub-1.ipc /run/shm/mq/loggerSinkMq.ipc
 quietly dpkg --purge loudcalc loudcalc-desk
 [ ! -e /etc/default/loudcalc ] || fail "the settings are still there"

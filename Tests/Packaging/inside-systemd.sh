@@ -15,7 +15,7 @@ expect() {
   [ "$2" = "$3" ] || fail "$1: $2 instead of $3"
 }
 
-# Waits for a condition. Arguments: seconds, what is waited for, the command that tells.
+# Waits for a condition. Arguments: seconds, what is waited for, a command that tests it.
 within() {
   local end=$((SECONDS + $1)) what=$2
   shift 2
@@ -44,7 +44,7 @@ expect "command line of loudcalc@2-1" "$(tr '\0' ' ' </proc/"$(of_unit MainPID l
   "/usr/bin/LoudCalc -s 1 -m 2 -c 1 "
 echo "Ready notification, and instances by name."
 
-# A user of its own for the time that it runs, no privileges, a filter of system calls, nothing to write to.
+# A user of its own while it runs, no privileges, a filter of system calls, and nothing that it may write to.
 user=$(status_line "$first" Uid | cut -f 1)
 [ "$user" -ge 61184 ] && [ "$user" -le 65519 ] || fail "user $user is none that systemd made for the time"
 peers=$(getent group loudcalc-peers | cut -d: -f 3)
@@ -80,7 +80,7 @@ kill -KILL "$second"
 within 20 "restart after a kill" restarted 2 "$second"
 echo "Restart by the watchdog after SIGSTOP, and after SIGKILL."
 
-# Beyond its time systemd would kill it, and say so.
+# If it took too long, systemd would kill it and say so.
 systemctl stop loudcalc@1
 expect "state after SIGTERM" "$(of_unit SubState)" dead
 expect "result of SIGTERM" "$(of_unit Result)" success
@@ -102,7 +102,7 @@ echo "Upgrade: the settings kept, the instances started again."
 
 ! journalctl --no-pager -b | grep -E 'loudcalc.*(Unknown|ignoring)' || fail "systemd has something to say of the files"
 
-# What the peers have there is theirs.
+# The files of the peers stay.
 rm -f /run/shm/mq/hwmProbeLuRawDataPub-1.ipc /run/shm/mq/loggerSinkMq.ipc
 quietly dpkg --purge loudcalc loudcalc-desk
 expect "state after the purge" "$(of_unit ActiveState)" inactive

@@ -22,7 +22,7 @@ leave_out() {
   exit 0
 }
 
-# Programs of the board's processor run in QEMU, which the kernel has to know of.
+# Programs for the board's processor run in QEMU, which must be registered with the kernel.
 let_emulator_run() {
   local formats=/proc/sys/fs/binfmt_misc
   [ -e "$formats/register" ] || mount -t binfmt_misc none "$formats" ||

@@ -31,7 +31,7 @@ def rows_of(document):
 
 
 def places_of(cell):
-    """The paths that a cell names, each with the names in the parentheses behind it."""
+    """The paths that a cell names, each with the names in the parentheses after it."""
     for path, names in re.findall(r"`([\w./]+/[\w./]+)`(?: \(([^)]*)\))?", cell):
         yield path, re.findall(r"`(\w+)`", names)
 
