@@ -8,13 +8,14 @@
 #include <cstring>
 #include <utility>
 
+#include "Emulation.h"
 #include "Sockets.h"
 
 namespace {
 
 constexpr int kEvents = ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_CLOSED |
                         ZMQ_EVENT_CLOSE_FAILED;
-constexpr int kCloseTimeoutMs = 2000;
+constexpr int kCloseTimeoutMs = 2000 * kSlowness;
 constexpr char kSubscribed = '\1';  // first byte of a subscription; the topic follows
 
 std::uint16_t EventOf(const louddesk::Frames& frames) {

@@ -11,6 +11,7 @@
 
 #include "AllocationCount.h"
 #include "BoardAddresses.h"
+#include "Emulation.h"
 #include "Endpoints.h"
 #include "HeartBeater.h"
 #include "JsonParser.h"
@@ -29,7 +30,7 @@ class Publisher {
  public:
   explicit Publisher(const std::string& endpoint) : socket_(zsock_new(ZMQ_XPUB)) {
     EXPECT_NE(-1, zsock_bind(socket_, "%s", endpoint.c_str())) << endpoint;
-    zsock_set_rcvtimeo(socket_, 10000);
+    zsock_set_rcvtimeo(socket_, 10000 * kSlowness);
   }
   ~Publisher() { zsock_destroy(&socket_); }
   Publisher(const Publisher&) = delete;
@@ -233,7 +234,7 @@ TEST_F(ReactorMainTest, StateIsRepublishedOnEveryFifthSecond) {
 TEST_F(ReactorMainTest, EverySecondOneHeartbeatGoesOut) {
   zsock_t* monitor = zsock_new(ZMQ_PULL);
   ASSERT_NE(-1, zsock_bind(monitor, "%s", Tcp(MainBoardAddress(), 10000).c_str()));
-  zsock_set_rcvtimeo(monitor, 10000);
+  zsock_set_rcvtimeo(monitor, 10000 * kSlowness);
   Start(1);
   DoEverySecond(nullptr, 0, nullptr);
   char* topic = zstr_recv(monitor);

@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include <csignal>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -15,9 +17,14 @@ constexpr bool kIsEmulated = true;
 constexpr bool kIsEmulated = false;
 #endif
 
-/// What the emulator adds to the error stream of a program that aborts.
-constexpr const char* kEmulatorAtAbort =
-    kIsEmulated ? "qemu: uncaught target signal 6 (Aborted) - core dumped\n" : "";
+/// What the emulator adds to the error stream of a program that a signal ends.
+inline std::string EmulatorAtEndBy(int signal) {
+  const bool leavesCore = signal == SIGQUIT || signal == SIGABRT;  // of those that tests use
+  if (!kIsEmulated || !leavesCore)
+    return "";
+  return "qemu: uncaught target signal " + std::to_string(signal) + " (" + strsignal(signal) +
+         ") - core dumped\n";
+}
 
 /// Environment variable, with its value, by which a program loads `library` before its own. It must
 /// not reach this machine's own programs, which start the emulator.

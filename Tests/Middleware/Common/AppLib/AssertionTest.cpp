@@ -27,7 +27,7 @@ constexpr char kThisFile[] = "Tests/Middleware/Common/AppLib/AssertionTest.cpp";
 
 std::string Report(const std::string& file, int line, const std::string& text) {
   return file + ":" + std::to_string(line) + ": Assertion `" + text + "' failed.\n" +
-         kEmulatorAtAbort;
+         EmulatorAtEndBy(SIGABRT);
 }
 
 void FailWithOutputPending() {

@@ -27,6 +27,8 @@
 #include <thread>
 #include <utility>
 
+#include "Emulation.h"
+
 namespace {
 
 using testing::HasSubstr;
@@ -120,7 +122,7 @@ pid_t Start(int standardFd, int out, const std::function<void()>& work) {
   if (child != 0)
     return child;
   std::signal(SIGPIPE, SIG_IGN);
-  alarm(30);  // ends a child that waits after all
+  alarm(30 * kSlowness);  // ends a child that waits after all
   if (out >= 0)
     dup2(out, standardFd);
   else

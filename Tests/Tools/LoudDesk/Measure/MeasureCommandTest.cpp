@@ -19,6 +19,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "Emulation.h"
 #include "TestAudio.h"
 
 namespace {
@@ -432,7 +433,7 @@ TEST_F(MeasureCommandTest, CtrlCEndsAMeasurementAtOnce) {
     execl(kLoudDesk, kLoudDesk, "measure", path.c_str(), nullptr);
     _exit(127);
   }
-  EXPECT_TRUE(terminal.WaitForText(20000));
+  EXPECT_TRUE(terminal.WaitForText(20000 * kSlowness));
   kill(child, SIGINT);
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);

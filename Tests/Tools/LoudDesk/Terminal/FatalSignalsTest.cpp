@@ -2,10 +2,12 @@
 
 #include "FatalSignals.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
 
+#include "Emulation.h"
 #include "ProgressBar.h"
 
 namespace louddesk {
@@ -21,7 +23,8 @@ TEST(FatalSignalsTest, ASignalGivesBackAndEndsTheProcessAllTheSame) {
           const FatalSignals signals(ClearProgressLine);
           raise(signalNumber);
         },
-        testing::KilledBySignal(signalNumber), "^\r\x1B\\[K$");
+        testing::KilledBySignal(signalNumber),
+        testing::StrEq("\r\x1B[K" + EmulatorAtEndBy(signalNumber)));
 }
 
 // As a shell starts jobs in the background.
