@@ -18,6 +18,12 @@ namespace {
 // More than the ten messages of an invalid source and the ticks of every pending action.
 constexpr int kEnoughMessages = 16;
 
+// A block recorded within this time before an acknowledgement is taken to have come after it.
+constexpr std::uint64_t kOneMoment = 1000;  // us
+
+// Of a block and a state recorded within this time it is not known which came first.
+constexpr std::uint64_t kSimultaneous = 10000;  // us
+
 // Messages to the service within this time may have met its ticks in another order than here.
 constexpr std::uint64_t kCloseTogether = 1000000;  // us
 
@@ -57,7 +63,35 @@ std::string Joined(const Frames& frames) {
 }  // namespace
 
 void Comparison::Take(const RecordedMessage& message) {
-  ++mNumber;
+  ++mTaken;
+  if (!mHeld.empty() && !BelongsToHeld(message))
+    ReleaseHeld();
+  if (!mHeld.empty() || message.sender == Sender::kSignalProcessor)
+    mHeld.push_back({mTaken, message});
+  else
+    Handle({mTaken, message});
+}
+
+bool Comparison::BelongsToHeld(const RecordedMessage& message) const {
+  return IsOfService(message.sender) && message.time - mHeld.front().message.time < kOneMoment;
+}
+
+// A block reaches the recorder when it reaches the service; an acknowledgement takes its way from
+// the tick to the recorder. So the tick of one recorded a moment later was over by then.
+void Comparison::ReleaseHeld() {
+  const bool hasState = std::any_of(mHeld.begin(), mHeld.end(), [](const Numbered& held) {
+    return held.message.sender == Sender::kStatePublisher && !IsRepublished(held.message.frames);
+  });
+  if (hasState)
+    std::rotate(mHeld.begin(), mHeld.begin() + 1, mHeld.end());
+  for (const Numbered& held : mHeld)
+    Handle(held);
+  mHeld.clear();
+}
+
+void Comparison::Handle(const Numbered& numbered) {
+  const RecordedMessage& message = numbered.message;
+  mNumber = numbered.number;
   mNow = message;
   if (!IsOfService(message.sender))
     message.sender == Sender::kSignalProcessor ? SendBlock(message) : SendText(message);
@@ -68,7 +102,7 @@ void Comparison::Take(const RecordedMessage& message) {
 }
 
 void Comparison::Finish(std::uint64_t time) {
-  ++mNumber;
+  ReleaseHeld();
   mNow = {};
   mNow.time = time;
   ++mTexts;
@@ -94,6 +128,7 @@ std::string Comparison::Summary() const {
 void Comparison::SendBlock(const RecordedMessage& block) {
   if (block.frames.front().size() > SteppedService::kLongestRawTopic)
     return;  // the service drops it, as it does the markers of another replay
+  NoteBlock();
   // After a state, the figures before this block may have been recorded too.
   if (mMayFlow)
     mIsFlowing = ReceiveFigures();
@@ -169,8 +204,7 @@ void Comparison::ExpectData(const RecordedMessage& message) {
     }
   const auto& data = mService.Data();
   const Frames& published = data.empty() ? mService.LastData() : data.front();
-  throw Difference(
-      Place() + (published.empty() ? "did not come" : DataDifference(message.frames, published)));
+  Fail(Place() + (published.empty() ? "did not come" : DataDifference(message.frames, published)));
 }
 
 // What came before it and was not recorded is passed over.
@@ -186,6 +220,7 @@ bool Comparison::FindData(const Frames& frames) {
 
 void Comparison::ExpectState(const RecordedMessage& message) {
   CheckBeginning();
+  NoteState();
   OpenGate();
   auto& states = mService.States();
   for (int i = 0; i < kEnoughMessages; ++i) {
@@ -198,26 +233,43 @@ void Comparison::ExpectState(const RecordedMessage& message) {
         return;
       }
       if (!IsExcused())
-        throw Difference(Place() + "is " + Joined(published) + ", recorded " +
-                         Joined(message.frames));
+        Fail(Place() + "is " + Joined(published) + ", recorded " + Joined(message.frames));
     }
     if (!mService.AwaitPublished())
       break;
   }
-  throw Difference(Place() + "did not come: " + Joined(message.frames));
+  Fail(Place() + "did not come: " + Joined(message.frames));
 }
 
 void Comparison::ExpectNoStates() {
   auto& states = mService.States();
   if (!states.empty() && !IsExcused())
-    throw Difference(Place() +
-                     "came after what the recording does not have: " + Joined(states.front()));
+    Fail(Place() + "came after what the recording does not have: " + Joined(states.front()));
   states.clear();
 }
 
 // Another action may have been carried out in between, which then is acknowledged in addition.
 bool Comparison::IsExcused() const {
   return mTexts > 1 && mLastText - mTextBefore < kCloseTogether;
+}
+
+void Comparison::NoteBlock() {
+  mLastBlock = mNow.time;
+  if (mLastState && mNow.time < *mLastState + kSimultaneous)
+    mDoubt = fmt::format("a block at {:.3f} s", static_cast<double>(mNow.time) / 1e6);
+}
+
+void Comparison::NoteState() {
+  mLastState = mNow.time;
+  if (mLastBlock && mNow.time < *mLastBlock + kSimultaneous)
+    mDoubt = fmt::format("a block at {:.3f} s", static_cast<double>(*mLastBlock) / 1e6);
+}
+
+void Comparison::Fail(const std::string& text) const {
+  if (mDoubt.empty())
+    throw Difference(text);
+  throw Difference(text + " (perhaps because the recording does not tell whether " + mDoubt +
+                   " or an acknowledgement came first)");
 }
 
 void Comparison::CheckBeginning() const {
@@ -229,7 +281,7 @@ void Comparison::CheckBeginning() const {
 
 void Comparison::CheckAlive() const {
   if (!mGone.empty())
-    throw Difference(mGone + "made the service fall silent");
+    Fail(mGone + "made the service fall silent");
 }
 
 std::string Comparison::Place() const {

@@ -16,6 +16,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "RecordedMessage.h"
 #include "SteppedService.h"
@@ -44,6 +45,15 @@ class Comparison {
   std::string Summary() const;
 
  private:
+  // A message and its number in the recording, from 1 on.
+  struct Numbered {
+    unsigned long number = 0;
+    RecordedMessage message;
+  };
+
+  bool BelongsToHeld(const RecordedMessage& message) const;
+  void ReleaseHeld();
+  void Handle(const Numbered& numbered);
   void SendBlock(const RecordedMessage& block);
   void SendText(const RecordedMessage& message);
   void SwitchReporting(const RecordedMessage& message, bool isOn);
@@ -55,24 +65,32 @@ class Comparison {
   bool FindData(const Frames& frames);
   void ExpectNoStates();
   bool IsExcused() const;
+  void NoteBlock();
+  void NoteState();
+  [[noreturn]] void Fail(const std::string& text) const;
   void CheckBeginning() const;
   void CheckAlive() const;
   std::string Place() const;
 
   SteppedService mService;
-  unsigned long mNumber = 0;               // of the message, from 1 on
-  RecordedMessage mNow;                    // the message
-  std::optional<RecordedMessage> mSwitch;  // the one that switched reporting on last
-  bool mIsReporting = false;               // as recorded
-  bool mIsGateOpen = false;                // reporting is on here and now
-  bool mIsFlowing = false;                 // data comes, and nothing else is due
-  bool mMayFlow = false;                   // nobody has looked since the last state
-  unsigned long mTexts = 0;                // messages to the service, blocks aside
-  std::uint64_t mLastText = 0;             // recorded time of the last of them
-  std::uint64_t mTextBefore = 0;           // and of the one before
-  std::string mGone;                       // after what the service has stopped answering
-  bool mMayEnd = false;                    // because it was told to end
-  Frames mLastRecorded;                    // loudness data
+  unsigned long mTaken = 0;                 // messages
+  std::vector<Numbered> mHeld;              // a block and what was published within a moment of it
+  unsigned long mNumber = 0;                // of the message being handled
+  RecordedMessage mNow;                     // that message
+  std::optional<RecordedMessage> mSwitch;   // the one that switched reporting on last
+  bool mIsReporting = false;                // as recorded
+  bool mIsGateOpen = false;                 // reporting is on here and now
+  bool mIsFlowing = false;                  // data comes, and nothing else is due
+  bool mMayFlow = false;                    // nobody has looked since the last state
+  unsigned long mTexts = 0;                 // messages to the service, blocks aside
+  std::uint64_t mLastText = 0;              // recorded time of the last of them
+  std::uint64_t mTextBefore = 0;            // and of the one before
+  std::string mGone;                        // after what the service has stopped answering
+  bool mMayEnd = false;                     // because it was told to end
+  Frames mLastRecorded;                     // loudness data
+  std::optional<std::uint64_t> mLastBlock;  // recorded time
+  std::optional<std::uint64_t> mLastState;  // recorded time
+  std::string mDoubt;                       // of the order in which block and state came
   unsigned long mDataCompared = 0;
   unsigned long mStatesCompared = 0;
   unsigned long mPassedOver = 0;  // loudness data between what was recorded

@@ -56,7 +56,7 @@ constexpr char kFooter[] =
     "five seconds. Commands, presets and configurations recorded within a second of\n"
     "one another may be acknowledged more often than they were. Of a block and an\n"
     "acknowledgement recorded within a few milliseconds it is not known which came\n"
-    "first; if that matters, a difference is found where there is none.\n"
+    "first: a difference named with that doubt may be none.\n"
     "\n"
     "A recording that was cut off is played as far as it goes. The status is 0; 1\n"
     "when the file cannot be read or the service not be reached; 3 when the service\n"

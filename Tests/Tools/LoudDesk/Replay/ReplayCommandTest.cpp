@@ -143,6 +143,22 @@ TEST_F(ReplayCommandTest, NamesAStateThatTheRecordingDoesNotHave) {
                         "IOQVHwmLoudnessCmd_1 {\"Command\":\"Start\""));
 }
 
+TEST_F(ReplayCommandTest, NamesADoubtAboutTheRecordedOrder) {
+  std::vector<RecordedMessage> messages = ::Start();
+  messages.push_back(Block(3 * kSecond + 9000));
+  messages.push_back(State(5 * kSecond, "Pause"));
+  Write(messages);
+  StartProcess();
+  StartReplay({"--expect"});
+  ExpectEnd(3);
+  EXPECT_THAT(
+      mReplay->StandardError(),
+      AllOf(HasSubstr("message 6 (5.000 s, IOQVHwmLoudnessCmd_1 of state publisher) did not "
+                      "come"),
+            HasSubstr("(perhaps because the recording does not tell whether a block at "
+                      "3.009 s or an acknowledgement came first)")));
+}
+
 // The order to end is obeyed: no difference, but nothing may be recorded behind it.
 TEST_F(ReplayCommandTest, AServiceMayEndWhenItIsToldTo) {
   std::vector<RecordedMessage> messages = ::Start();
