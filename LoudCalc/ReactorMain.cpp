@@ -24,7 +24,6 @@
 Logger* gpLogger = nullptr;
 std::int32_t oneSecondTimer = -1;
 std::int32_t oneLuDataTimer = -1;
-std::int32_t oneUpkeepTimer = -1;
 
 namespace {
 
@@ -37,7 +36,7 @@ LogSource Log() {
 
 constexpr std::size_t kSecondPeriodMs = 1000;
 constexpr std::size_t kLuDataPeriodMs = 100;
-constexpr std::size_t kUpkeepPeriodMs = 250;
+constexpr unsigned kLuDataTicksPerUpkeep = 3;
 constexpr unsigned kSecondsPerRepublication = 5;
 
 constexpr bool kText = false;
@@ -168,12 +167,26 @@ void AddTimers(cLcReactor& reactor) {
   LOUDCALC_ASSERT(oneSecondTimer != -1, "oneSecondTimer != -1");
   oneLuDataTimer = reactor.AddTimer(LuDataUpdateCallback, nullptr, kLuDataPeriodMs, 0);
   LOUDCALC_ASSERT(oneLuDataTimer != -1, "oneLuDataTimer != -1");
-  oneUpkeepTimer = reactor.AddTimer(Upkeep, nullptr, kUpkeepPeriodMs, 0);
 }
 
 ServiceManager& Manager() {
   static ServiceManager manager;
   return manager;
+}
+
+// Notifies the service manager and restores connections that peers broke and publishers' files that
+// were removed.
+void Upkeep() {
+  Manager().NotifyReady();
+  Manager().NotifyAlive();
+  if (cLcReactor::mpReactor != nullptr)
+    cLcReactor::mpReactor->TendLinks();
+  if (cHeartBeater::mpHeartBeater != nullptr)
+    cHeartBeater::mpHeartBeater->TendLink();
+  if (gpLcPubs != nullptr)
+    gpLcPubs->TendFiles();
+  if (gpLogger != nullptr)
+    gpLogger->TendLink();
 }
 
 }  // namespace
@@ -216,7 +229,7 @@ void cleanReactorLoop() {
   cLcReactor* preactor = cLcReactor::mpReactor;
   LOUDCALC_ASSERT(preactor != nullptr, "preactor != nullptr");
   if (preactor->IsValidReactor()) {
-    for (const std::int32_t timer : {oneSecondTimer, oneLuDataTimer, oneUpkeepTimer}) {
+    for (const std::int32_t timer : {oneSecondTimer, oneLuDataTimer}) {
       if (timer != -1)
         preactor->EndTimer(timer);
     }
@@ -239,21 +252,11 @@ int DoEverySecond(zloop_t*, int, void*) {
 }
 
 int LuDataUpdateCallback(zloop_t*, int, void*) {
+  static unsigned ticks = 0;
   SendLoudnessData();
-  return 0;
-}
-
-int Upkeep(zloop_t*, int, void*) {
-  Manager().NotifyReady();
-  Manager().NotifyAlive();
-  if (cLcReactor::mpReactor != nullptr)
-    cLcReactor::mpReactor->TendLinks();
-  if (cHeartBeater::mpHeartBeater != nullptr)
-    cHeartBeater::mpHeartBeater->TendLink();
-  if (gpLcPubs != nullptr)
-    gpLcPubs->TendFiles();
-  if (gpLogger != nullptr)
-    gpLogger->TendLink();
+  ticks = (ticks + 1) % kLuDataTicksPerUpkeep;
+  if (ticks == 0)
+    Upkeep();
   return 0;
 }
 

@@ -26,12 +26,10 @@ void cleanReactorLoop();
 /// again.
 int DoEverySecond(zloop_t* loop, int timer, void* argument);
 
-/// Timer, every 100 ms: one step of the reporting.
+/// Timer, every 100 ms: one step of the reporting. Every third call also notifies the service
+/// manager and restores connections that peers broke and publishers' files that were removed: a
+/// timer of their own would wake the process more often.
 int LuDataUpdateCallback(zloop_t* loop, int timer, void* argument);
-
-/// Timer, every 250 ms: notifies the service manager and restores connections that peers broke and
-/// publishers' files that were removed.
-int Upkeep(zloop_t* loop, int timer, void* argument);
 
 /// Readers of the reactor; they hand each message to the dispatcher.
 int mqReader(const char* topic, const char* data);
@@ -40,4 +38,3 @@ int mqReaderForBinaryData(const char* topic, zmsg_t* message);
 extern Logger* gpLogger;             // the logger, set by `initReactorLoop`
 extern std::int32_t oneSecondTimer;  // timer id, -1: none
 extern std::int32_t oneLuDataTimer;  // timer id, -1: none
-extern std::int32_t oneUpkeepTimer;  // timer id, -1: none
