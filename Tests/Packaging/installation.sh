@@ -26,12 +26,15 @@ expect "with --prefix the unit starts" "$(start_of_unit "" "$place/opt")" "$star
 usage=$("$start" 2-1 -h 2>&1 >/dev/null) && fail "-h: no status"
 expect "with --prefix the service answers as" "${usage%% -s*}" "Usage: $place/opt/bin/LoudCalc"
 expect "version" "$("$place/opt/bin/LoudDesk" --version)" "LoudDesk $version"
+expect "version" "$("$place/opt/bin/LoudGate" --version)" "LoudGate $version"
+expect "with --prefix the gate's unit starts" "$place/opt/bin/LoudGate" \
+  "$(sed -n 's/^ExecStart=\([^ ]*\) .*/\1/p' "$place/opt/lib/systemd/system/loudgate.service")"
 
 DESTDIR=$place/package "$cmake" --install "$build" --prefix /usr >/dev/null
 expect "in a package the unit starts" "$(start_of_unit "$place/package" /usr)" /usr/libexec/loudcalc/start
 expect "in a package that starts" /usr/bin/LoudCalc \
   "$(sed -n 's/^exec \([^ ]*\) .*/\1/p' "$place/package/usr/libexec/loudcalc/start")"
-for program in bin/LoudCalc bin/LoudDesk libexec/loudcalc/start; do
+for program in bin/LoudCalc bin/LoudDesk bin/LoudGate libexec/loudcalc/start; do
   [ -x "$place/package/usr/$program" ] || fail "in a package there is no $program"
 done
 
@@ -63,9 +66,11 @@ said=$(systemd-sysusers --root="$place/users" "$place/opt/lib/sysusers.d/loudcal
   fail "systemd-sysusers: $said"
 grep -q '^loudcalc-peers:' "$place/users/etc/group" || fail "systemd-sysusers makes no group loudcalc-peers"
 ln -s loudcalc@.service "$place/opt/lib/systemd/system/loudcalc@2-1.service"
-said=$(systemd-analyze verify --recursive-errors=no --man=no \
-  "$place/opt/lib/systemd/system/loudcalc@2-1.service" 2>&1) || fail "systemd-analyze verify: $said"
-expect "systemd-analyze verify says" "$said" ""
+for unit in loudcalc@2-1 loudgate; do
+  said=$(systemd-analyze verify --recursive-errors=no --man=no \
+    "$place/opt/lib/systemd/system/$unit.service" 2>&1) || fail "systemd-analyze verify: $said"
+  expect "systemd-analyze verify says of $unit" "$said" ""
+done
 for machine in bare link directory; do
   root=$place/$machine
   mkdir -p "$root/run" "$root/dev/shm" "$root/etc"
