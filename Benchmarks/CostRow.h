@@ -4,9 +4,8 @@
 
 #include <cstdio>
 
-/// Prints a row: what costs, the unit, the cost here and that of the floor beside it, separated by
-/// tabs.
+/// Prints a row on standard error, because the service's own units print on standard output: what
+/// costs, the unit, the cost here and that of the floor beside it, separated by tabs.
 inline void PrintRow(const char* what, const char* unit, double ours, double floor) {
-  std::printf("%s\t%s\t%.9g\t%.9g\n", what, unit, ours, floor);
-  std::fflush(stdout);
+  std::fprintf(stderr, "%s\t%s\t%.9g\t%.9g\n", what, unit, ours, floor);
 }
