@@ -43,10 +43,10 @@ void Add(BinSums& sums, std::uint32_t count, std::uint64_t power) {
   sums.power += power;
 }
 
-// Whether `count` is at least so many whole percents of `total`, without the division. 100 times
-// `count` is in 32 bits on purpose.
+// Whether `count` is at least so many whole percents of `total`, without the division.
 bool IsReached(std::uint32_t percent, std::uint32_t count, std::uint32_t total) {
-  return total != 0 && count * 100U >= std::uint64_t{percent} * total;
+  const std::uint32_t hundredfold = count * 100U;  // modulo 2^32 on purpose
+  return total != 0 && hundredfold >= std::uint64_t{percent} * total;
 }
 
 }  // namespace
