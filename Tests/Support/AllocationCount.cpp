@@ -11,6 +11,7 @@
 namespace {
 
 std::atomic<std::uint64_t> gAllocations{0};
+thread_local std::uint64_t gOwnAllocations = 0;
 std::atomic<std::uint64_t> gReleases{0};
 std::atomic<const void*> gWatched{nullptr};
 
@@ -19,6 +20,7 @@ constexpr std::size_t kUsualAlignment = alignof(std::max_align_t);
 // Not inlined: otherwise the compiler warns of the pair of aligned_alloc and operator delete.
 [[gnu::noinline]] void* Allocate(std::size_t size, std::size_t alignment) noexcept {
   ++gAllocations;
+  ++gOwnAllocations;
   const std::size_t units = size == 0 ? 1 : (size + alignment - 1) / alignment;
   return std::aligned_alloc(alignment, units * alignment);
 }
@@ -42,6 +44,10 @@ void* AllocateOrThrow(std::size_t size, std::size_t alignment) {
 
 std::uint64_t AllocationsSoFar() {
   return gAllocations;
+}
+
+std::uint64_t OwnAllocationsSoFar() {
+  return gOwnAllocations;
 }
 
 std::uint64_t ReleasesSoFar() {

@@ -7,15 +7,19 @@
 /// Blocks of memory allocated since the program began.
 std::uint64_t AllocationsSoFar();
 
+/// The part of them that the calling thread allocated.
+std::uint64_t OwnAllocationsSoFar();
+
 /// Blocks of memory freed since then.
 std::uint64_t ReleasesSoFar();
 
-/// Blocks allocated while `work()` ran.
+/// Blocks that the calling thread allocated while `work()` ran. Those of the messaging library's
+/// threads come at any time.
 template <typename Work>
 std::uint64_t AllocationsOf(Work work) {
-  const std::uint64_t before = AllocationsSoFar();
+  const std::uint64_t before = OwnAllocationsSoFar();
   work();
-  return AllocationsSoFar() - before;
+  return OwnAllocationsSoFar() - before;
 }
 
 /// Watches the block at `memory`, not null, instead of the one watched before.
