@@ -132,7 +132,7 @@ TEST_F(RecordCommandTest, HasWhatEveryPeerSendsByteForByte) {
   }
   mUnit.SendFrames(Peer::kMainAppServer,
                    {kHwmStatusTopic, std::string("\0\xFF", 2), "", std::string(300000, 'x')});
-  for (std::uint64_t power : {1, 2, 3})
+  for (std::uint64_t power : {1U, 2U, 3U})
     mUnit.SendFrames(Peer::kSignalProcessor, RawFrames(power));
   mUnit.SendFrames(Peer::kSignalProcessor, {"ProbeLuRawData-2", "of another set"});
   mUnit.SendFrames(Peer::kSignalProcessor, {"ProbeLuRawData-12", "whose topic begins the same"});
@@ -255,9 +255,9 @@ TEST_F(RecordCommandTest, TheReaderOfTheDocumentReadsIt) {
     line << number << "|" << static_cast<int>(message.sender);
     for (const std::string& frame : message.frames) {
       line << "|";
-      for (const unsigned char byte : frame) {
+      for (const char character : frame) {
         char hex[3];
-        std::snprintf(hex, sizeof hex, "%02x", byte);
+        std::snprintf(hex, sizeof hex, "%02x", static_cast<unsigned char>(character));
         line << hex;
       }
     }
