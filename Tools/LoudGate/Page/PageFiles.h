@@ -4,7 +4,7 @@
 
 namespace loudgate {
 
-/// StationPage.html, with @NOW@ and @CLUSTERS@ where those belong.
+/// StationPage.html, with the places of the moment and of the rows still to be filled.
 extern const char kStationPage[];
 
 /// station.css.
