@@ -27,7 +27,7 @@ class ClusterTest : public testing::Test {
   void Data(LuCmd_e command = LU_CMD_START, bool isWellFormed = true) {
     louddesk::LoudnessMessage message;
     message.wellFormed = isWellFormed;
-    message.command = command;
+    message.command = static_cast<std::int16_t>(command);
     message.cluster = 3;
     message.time = mNow.steady;
     EXPECT_EQ(isWellFormed, mCluster.TakeData(message, mNow));
