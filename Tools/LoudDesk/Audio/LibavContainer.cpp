@@ -28,10 +28,11 @@ constexpr int kLeastScore = AVPROBE_SCORE_RETRY / 2;
 constexpr char kWav[] = "wav";
 constexpr char kMp4[] = "mov,mp4,m4a,3gp,3g2,mj2";
 constexpr char kCaf[] = "caf";
+constexpr char kAvi[] = "avi";
 constexpr char kMatroska[] = "matroska,webm";
 constexpr const char* kContainers[] = {kWav,   "w64", "aiff", "au",   kCaf, "flac",    "ogg",
                                        "mp3",  "aac", "ac3",  "eac3", kMp4, kMatroska, "mpegts",
-                                       "mpeg", "mxf", "avi",  "asf",  "wv", "tta",     "ape"};
+                                       "mpeg", "mxf", kAvi,   "asf",  "wv", "tta",     "ape"};
 
 // What a file may ask for before it has told anything: bytes and streams to be looked at, and the
 // largest piece of memory. Real files stay far below.
@@ -60,7 +61,7 @@ struct LengthFacts {
 constexpr LengthFacts kLengths[] = {
     {"flac", true}, {"mp3", false}, {"wv", true},  {"tta", true},     {kWav, true},
     {"w64", true},  {"aiff", true}, {"au", true},  {"ape", true},     {"mxf", true},
-    {"avi", true},  {kMp4, true},   {kCaf, false}, {kMatroska, false}};
+    {kAvi, true},   {kMp4, true},   {kCaf, false}, {kMatroska, false}};
 constexpr double kLengthTolerance = 0.5;  // s, of those that are not exact
 
 // Containers of plain samples, from which packets are cut. What looks like plain samples may be a
@@ -83,6 +84,7 @@ constexpr GapFacts kGaps[] = {{"ogg", 0.002}, {kMatroska, 0.25}};
 
 // Programs that write into a pipe fill in lengths of these and more: they do not know better.
 constexpr std::int64_t kPlaceholderBytes = 0x7FFF0000;
+constexpr std::int64_t kPlaceholderPackets = 0x40000000;  // of AVI
 
 template <typename Facts, std::size_t kCount>
 const Facts* FactsOf(const Facts (&table)[kCount], const AVInputFormat& format) {
@@ -322,15 +324,18 @@ std::optional<LibavContainer::Promise> LibavContainer::Promised(int sampleRate) 
     frames = av_rescale_q(mStream->duration, mStream->time_base, rate);
   else if (mContext->nb_streams == 1 && mContext->duration > 0)
     frames = av_rescale_q(mContext->duration, AV_TIME_BASE_Q, rate);
-  if (frames == 0)
-    return std::nullopt;
-  const bool isPlaceholder =
-      mInput.Seekable() == nullptr &&
-      frames >= kPlaceholderBytes / std::max(mStream->codecpar->block_align, 1);
-  if (isPlaceholder)
+  if (frames == 0 || IsPlaceholder(frames))
     return std::nullopt;
   const bool isExact = isCounted || (facts->isExact && IsLossless(*mStream));
   return Promise{frames, isExact ? 0 : std::llround(kLengthTolerance * sampleRate)};
+}
+
+// The demuxer of AVI scales the length by the size of the file, but keeps the number of packets.
+bool LibavContainer::IsPlaceholder(std::int64_t frames) const {
+  if (std::strcmp(mContext->iformat->name, kAvi) == 0 && mStream->nb_frames == kPlaceholderPackets)
+    return true;
+  return mInput.Seekable() == nullptr &&
+         frames >= kPlaceholderBytes / std::max(mStream->codecpar->block_align, 1);
 }
 
 // MP4 says how much of its last packet is to be played.

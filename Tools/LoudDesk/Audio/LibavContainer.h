@@ -71,6 +71,7 @@ class LibavContainer {
   void CheckForLaterStreams() const;
   void FindEndOfWav();
   void CheckForWrappedSize() const;
+  bool IsPlaceholder(std::int64_t frames) const;
 
   static int ReadBytes(void* container, std::uint8_t* bytes, int count);
   static std::int64_t SeekBytes(void* container, std::int64_t offset, int whence);

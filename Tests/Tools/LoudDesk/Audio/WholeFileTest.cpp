@@ -151,6 +151,36 @@ TEST_F(WholeFileTest, AnMp3WithoutFactsIsReadToItsEnd) {
   }
 }
 
+// What is written into a pipe has no length in its head, or a placeholder, and the demuxer guesses
+// by the size of the file. In a minute the guess is wrong by more than the half second that
+// Matroska may be.
+TEST_F(WholeFileTest, AFileThatWasWrittenIntoAPipeIsWhole) {
+  struct {
+    const char* name;
+    const char* options;
+  } const cases[] = {
+      {"pcm.avi", "-c:a pcm_s16le -f avi"},
+      {"ac3.avi", "-c:a ac3 -f avi"},
+      {"mp3.avi", "-c:a mp3 -f avi"},
+      {"ac3.mkv", "-c:a ac3 -f matroska"},
+      {"mp3.mkv", "-c:a mp3 -f matroska"},
+      {"flac.mkv", "-c:a flac -f matroska"},
+      {"a.au", "-c:a pcm_s16be -f au"},
+      {"a.flac", "-c:a flac -f flac"},
+      {"a.caf", "-c:a pcm_s16be -f caf"},
+      {"a.wav", "-c:a pcm_s16le -f wav"},
+      {"a.mp4", "-c:a aac -movflags frag_keyframe+empty_moov -f mp4"},
+  };
+  constexpr double kLength = 60.0;  // s
+  for (const auto& c : cases) {
+    const Heard heard = Hear(mDirectory.Make(
+        c.name, std::string("ffmpeg -v error -t 60 -f lavfi -i anullsrc=r=48000:cl=stereo ") +
+                    c.options + " - > %o"));
+    EXPECT_EQ(heard.damage, "") << c.name;
+    EXPECT_NEAR(static_cast<double>(heard.frames) / kRate, kLength, 0.1) << c.name;
+  }
+}
+
 // Each link begins and ends where its encoder says.
 TEST_F(WholeFileTest, JoinedMp3sAreAsLongAsTheirParts) {
   const std::string picture = mDirectory.Make(
