@@ -156,12 +156,16 @@ TEST(ProgrammeMeterTest, IntegratedLoudnessIsThatOfTheWholeProgramme) {
 }
 
 // Two hours at -20 and three at -30: the loud ones are 40 % of all readings, and none of the last
-// three hours.
+// three hours. The other way round they are none of the first three.
 TEST(ProgrammeMeterTest, LoudnessRangeIsThatOfTheWholeProgramme) {
-  ProgrammeMeter meter = Mono();
-  Feed(meter, BlockAt(-20.0), 2 * kHour);
-  Feed(meter, BlockAt(-30.0), 3 * kHour);
-  EXPECT_NEAR(meter.Read().lra.value(), 10.0, kBin);
+  ProgrammeMeter loudFirst = Mono();
+  Feed(loudFirst, BlockAt(-20.0), 2 * kHour);
+  Feed(loudFirst, BlockAt(-30.0), 3 * kHour);
+  EXPECT_NEAR(loudFirst.Read().lra.value(), 10.0, kBin);
+  ProgrammeMeter loudLast = Mono();
+  Feed(loudLast, BlockAt(-30.0), 3 * kHour);
+  Feed(loudLast, BlockAt(-20.0), 2 * kHour);
+  EXPECT_NEAR(loudLast.Read().lra.value(), 10.0, kBin);
 }
 
 // The engine's sums of 64 bits wrap around after 860 such blocks.
