@@ -145,6 +145,16 @@ TEST_F(WatchTerminalTest, AllClustersHaveARowAndEnterOpensOne) {
   EXPECT_TRUE(second.WaitForExit(kPatience));
 }
 
+// Its state alone would say that all is well.
+TEST_F(WatchTerminalTest, AFrozenSourceIsToldAmongAllClusters) {
+  StartMeasured();
+  ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
+  Watch("--all");
+  EXPECT_TRUE(WaitForText("  1  1  NO CHANGE"));
+  ExpectMeasures(-20);
+  EXPECT_TRUE(WaitForText("  1  1  RUNNING"));
+}
+
 // A service that was killed leaves its files.
 TEST_F(WatchTerminalTest, FileWithoutAServiceIsNoCluster) {
   StartMeasured();
