@@ -216,7 +216,7 @@ TEST_F(RecordingTest, ACopyIsMeasuredToItsEndAndJudged) {
 }
 
 TEST_F(RecordingTest, ACopyOfAnotherLoudnessFails) {
-  const std::string louder = Write("louder.wav", {-22.8});
+  const std::string louder = Write("louder.wav", {-22.85});
   const std::string ten = Write("ten.wav", {-20.0, -30.0});
   EXPECT_EQ(RunWith({"3341-8"}, {louder}), 1);
   EXPECT_THAT(mOut.str(), HasSubstr("\n0 pass, 0 grid, 1 FAIL, 0 not run\n"));
