@@ -42,10 +42,21 @@ bool Cluster::TakeData(const louddesk::LoudnessMessage& message, Moment now) {
   mCounts.gaps += IsGap(message) ? 1 : 0;
   mIsAnswered = false;
   mModel.TakeData(message);
+  TakePeak(message);
   mLast = message;
   mLast->frames.clear();
   mLastTime = now.wall;
   return true;
+}
+
+void Cluster::TakePeak(const louddesk::LoudnessMessage& message) {
+  const auto span = message.time - mPeakStart;
+  if (span >= kRecent) {
+    mPeakBefore = span < 2 * kRecent ? mPeak : kNoTruePeakCode;
+    mPeak = kNoTruePeakCode;
+    mPeakStart = message.time;
+  }
+  mPeak = std::max(mPeak, message.data.TruePeak);
 }
 
 void Cluster::TakeAnswer(const louddesk::ServiceAnswer& answer, Moment now) {

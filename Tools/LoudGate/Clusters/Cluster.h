@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -34,6 +35,9 @@ struct ClusterCounts {
 /// between that says why, has left a gap.
 constexpr std::chrono::milliseconds kGapAfter{500};
 
+/// How far back the recent true peak reaches at least, and at most twice as far.
+constexpr std::chrono::seconds kRecent{30};
+
 class Cluster {
  public:
   Cluster(louddesk::ServicePlace place, Moment now) : mPlace(place), mModel(now.steady) {}
@@ -51,6 +55,10 @@ class Cluster {
   /// The last loudness message, and when it came; nothing before the first.
   const std::optional<louddesk::LoudnessMessage>& Last() const { return mLast; }
   louddesk::WallTime LastTime() const { return mLastTime; }
+
+  /// Highest true peak of the recent messages, 0.01 dBTP; kNoTruePeakCode when there is none. Who
+  /// asks at least every kRecent misses no peak.
+  std::int16_t RecentTruePeak() const { return std::max(mPeak, mPeakBefore); }
 
   /// Changes with everything that is taken.
   std::uint64_t Revision() const { return mRevision; }
@@ -72,6 +80,7 @@ class Cluster {
 
  private:
   bool IsGap(const louddesk::LoudnessMessage& message) const;
+  void TakePeak(const louddesk::LoudnessMessage& message);
 
   louddesk::ServicePlace mPlace;
   louddesk::WatchModel mModel;
@@ -80,6 +89,9 @@ class Cluster {
   louddesk::WallTime mLastTime{};
   bool mIsAnswered = false;  // something was acknowledged since the last data
   bool mWasConnected = false;
+  std::int16_t mPeak = kNoTruePeakCode;        // highest since mPeakStart
+  std::int16_t mPeakBefore = kNoTruePeakCode;  // highest of the span before
+  std::chrono::steady_clock::time_point mPeakStart;
   std::uint64_t mRevision = 0;
 };
 

@@ -55,6 +55,10 @@ Value Range(const Cluster& cluster, Moment now) {
                    Figure<&LoudnessData_t::Lra, LoudnessOf>(cluster, now));
 }
 
+Value RecentTruePeak(const Cluster& cluster, Moment now) {
+  return OrNothing(cluster.Model().IsLive(now.steady), TruePeakOf(cluster.RecentTruePeak()));
+}
+
 Value MaxShortTerm(const Cluster& cluster, Moment now) {
   const louddesk::WatchModel& model = cluster.Model();
   return OrNothing(model.IsLive(now.steady), LoudnessOf(model.MaxShortTerm()));
@@ -100,6 +104,9 @@ constexpr ClusterMetric kClusterMetrics[] = {
     {"loudcalc_range_lu", "Loudness range of the configured window.", MetricType::Gauge, Range},
     {"loudcalc_true_peak_dbtp", "True peak of the last 100 ms.", MetricType::Gauge,
      Figure<&LoudnessData_t::TruePeak, TruePeakOf>},
+    {"loudcalc_recent_true_peak_dbtp",
+     "Highest true peak of at least the last 30 s, at most the last 60 s.", MetricType::Gauge,
+     RecentTruePeak},
     {"loudcalc_max_momentary_lufs", "Highest momentary loudness since the measurement restarted.",
      MetricType::Gauge, Figure<&LoudnessData_t::MaxMomentary, LoudnessOf>},
     {"loudcalc_max_short_term_lufs",

@@ -24,13 +24,21 @@ class ClusterTest : public testing::Test {
     mNow.wall += time;
   }
 
-  void Data(LuCmd_e command = LU_CMD_START, bool isWellFormed = true) {
+  void Data(LuCmd_e command = LU_CMD_START, bool isWellFormed = true,
+            std::int16_t truePeak = kNoTruePeakCode) {
     louddesk::LoudnessMessage message;
     message.wellFormed = isWellFormed;
     message.command = static_cast<std::int16_t>(command);
     message.cluster = 3;
+    message.data.TruePeak = truePeak;
     message.time = mNow.steady;
     EXPECT_EQ(isWellFormed, mCluster.TakeData(message, mNow));
+  }
+
+  // For `time` a message every 100 ms, each with that true peak.
+  void Peaks(milliseconds time, std::int16_t code) {
+    for (const auto end = mNow.steady + time; mNow.steady < end; Pass(milliseconds(100)))
+      Data(LU_CMD_START, true, code);
   }
 
   void Answer(const std::string& command, bool isRepublished = false) {
@@ -139,6 +147,26 @@ TEST_F(ClusterTest, RevisionChangesWithWhateverComes) {
   Answer("Start", true);
   EXPECT_NE(before, between);
   EXPECT_NE(between, mCluster.Revision());
+}
+
+TEST_F(ClusterTest, APeakIsRecentForHalfAMinuteAtLeastAndAMinuteAtMost) {
+  EXPECT_EQ(kNoTruePeakCode, mCluster.RecentTruePeak());
+  // The peak comes at two places of a span of half a minute.
+  for (const milliseconds begin : {milliseconds(0), milliseconds(29000)}) {
+    Peaks(begin, -2000);
+    Peaks(milliseconds(100), -50);
+    Peaks(loudgate::kRecent, -2000);
+    EXPECT_EQ(-50, mCluster.RecentTruePeak()) << begin.count();
+    Peaks(loudgate::kRecent, -2000);
+    EXPECT_EQ(-2000, mCluster.RecentTruePeak()) << begin.count();
+  }
+}
+
+TEST_F(ClusterTest, APeakBeforeAGapOfAMinuteIsNotRecent) {
+  Peaks(milliseconds(100), -50);
+  Pass(2 * loudgate::kRecent);
+  Peaks(milliseconds(100), -2000);
+  EXPECT_EQ(-2000, mCluster.RecentTruePeak());
 }
 
 }  // namespace

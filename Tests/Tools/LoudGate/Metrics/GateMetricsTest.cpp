@@ -54,6 +54,7 @@ TEST_F(GateMetricsTest, FiguresAreThoseOfTheMessage) {
            {"loudcalc_programme_lufs", "-24.4"},
            {"loudcalc_range_lu", "3.5"},
            {"loudcalc_true_peak_dbtp", "-16.02"},
+           {"loudcalc_recent_true_peak_dbtp", "-16.02"},
            {"loudcalc_max_momentary_lufs", "-23"},
            {"loudcalc_max_short_term_lufs", "-28.3"},
            {"loudcalc_max_true_peak_dbtp", "-6.02"},
@@ -86,7 +87,7 @@ TEST_F(GateMetricsTest, FiguresOfAServiceThatIsGoneAreAbsent) {
   mTold.Pass(milliseconds(60000));
   const std::string values = Values();
   for (const char* name : {"momentary_lufs", "integrated_lufs", "max_true_peak_dbtp",
-                           "max_short_term_lufs", "unchanged_seconds"})
+                           "recent_true_peak_dbtp", "max_short_term_lufs", "unchanged_seconds"})
     EXPECT_THAT(values, Not(HasSubstr(std::string("\nloudcalc_") + name + "{"))) << name;
   EXPECT_THAT(values, HasSubstr(Of("loudcalc_last_message_age_seconds", "60.04")));
   EXPECT_THAT(values,
