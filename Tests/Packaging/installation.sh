@@ -37,6 +37,8 @@ expect "in a package that starts" /usr/bin/LoudCalc \
 for program in bin/LoudCalc bin/LoudDesk bin/LoudGate libexec/loudcalc/start; do
   [ -x "$place/package/usr/$program" ] || fail "in a package there is no $program"
 done
+diff -r "$(dirname "$0")/../../Packaging/prometheus" "$place/package/usr/share/loudcalc-gate/prometheus" ||
+  fail "in a package the files for Prometheus are not as they were"
 
 # The names of instances, before a service that says how it was called.
 printf '#!/bin/sh\necho "$@"\n' >"$place/opt/bin/LoudCalc"

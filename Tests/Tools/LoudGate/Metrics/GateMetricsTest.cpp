@@ -7,7 +7,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <fstream>
+#include <regex>
 
 #include "ServiceProcess.h"
 #include "ToldCluster.h"
@@ -125,6 +128,13 @@ TEST_F(GateMetricsTest, TheGateCountsItself) {
     EXPECT_THAT(values, HasSubstr(line));
 }
 
+// What OPERATIONS.md reckons a fleet with.
+TEST_F(GateMetricsTest, AClusterHas27ValuesAndTheGateSix) {
+  mTold.StartMeasuring();
+  const std::string values = Values();
+  EXPECT_EQ(1 + 27 + 6, std::count(values.begin(), values.end(), '\n'));
+}
+
 TEST_F(GateMetricsTest, EveryMetricHasMeaningAndType) {
   mTold.StartMeasuring();
   const std::string text = "\n" + Text();
@@ -133,6 +143,21 @@ TEST_F(GateMetricsTest, EveryMetricHasMeaningAndType) {
     const std::string name = line.substr(0, line.find_first_of("{ "));
     EXPECT_NE(std::string::npos, text.find("\n# HELP " + name + " ")) << name;
     EXPECT_NE(std::string::npos, text.find("\n# TYPE " + name + " ")) << name;
+  }
+}
+
+// Those after a colon are names of rules.
+TEST_F(GateMetricsTest, RulesAskOnlyForMetricsThatThereAre) {
+  const std::string text = "\n" + Text();
+  const std::regex name("[^:a-z](loud(calc|gate)_[a-z_]+)");
+  for (const char* file : {"/rules/records.yml", "/rules/alerts.yml"}) {
+    std::ifstream stream(PROMETHEUS_FILES + std::string(file));
+    const std::string rules((std::istreambuf_iterator<char>(stream)),
+                            std::istreambuf_iterator<char>());
+    const std::sregex_iterator names(rules.begin(), rules.end(), name);
+    EXPECT_NE(std::sregex_iterator(), names) << file;
+    for (auto found = names; found != std::sregex_iterator(); ++found)
+      EXPECT_THAT(text, HasSubstr("\n# TYPE " + (*found)[1].str() + " ")) << file;
   }
 }
 
