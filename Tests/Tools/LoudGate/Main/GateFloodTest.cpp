@@ -17,7 +17,11 @@ constexpr std::size_t kClients = 5000;
 constexpr std::chrono::seconds kDuration{10};
 
 // The gate takes a few MiB; each of its connections has a buffer of 16 KiB.
+#ifdef __SANITIZE_ADDRESS__
+constexpr long kMostKib = 512 * 1024;  // freed memory is retained
+#else
 constexpr long kMostKib = 32 * 1024;
+#endif
 
 // Clients that connect all at once and again whenever they are thrown out. They never read. Some
 // say nothing, some begin a request, some ask for a stream.

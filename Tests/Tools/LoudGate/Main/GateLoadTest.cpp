@@ -16,7 +16,11 @@ using nlohmann::json;
 
 constexpr unsigned kClusters = 8;
 constexpr std::size_t kReaders = 10;
+#ifdef __SANITIZE_ADDRESS__
+constexpr long kMostPrivateKib = 512 * 1024;  // freed memory is retained
+#else
 constexpr long kMostPrivateKib = 24 * 1024;
+#endif
 
 class GateLoadTest : public GateTest {
  protected:
