@@ -47,9 +47,9 @@ CadenceWatch::~CadenceWatch() {
   Stop();
 }
 
-bool CadenceWatch::WaitForFirst(Patience patience) {
+bool CadenceWatch::WaitFor(std::size_t messages, Patience patience) {
   std::unique_lock<std::mutex> lock(mMutex);
-  return mChanged.wait_for(lock, patience, [this] { return !mTimes.empty(); });
+  return mChanged.wait_for(lock, patience, [&] { return mTimes.size() >= messages; });
 }
 
 Cadence CadenceWatch::Stop() {

@@ -29,8 +29,9 @@ class CadenceWatch {
   CadenceWatch(const CadenceWatch&) = delete;
   CadenceWatch& operator=(const CadenceWatch&) = delete;
 
-  /// Waits for the first message, with which the watch begins. False if `patience` ends first.
-  bool WaitForFirst(Patience patience);
+  /// Waits until so many messages have come; the watch begins with the first. False if `patience`
+  /// ends first.
+  bool WaitFor(std::size_t messages, Patience patience);
 
   /// Ends the watch.
   Cadence Stop();
@@ -42,7 +43,7 @@ class CadenceWatch {
   void Add(Clock::time_point time);
 
   std::mutex mMutex;                      // guards what follows, up to the thread
-  std::condition_variable mChanged;       // the first message has come
+  std::condition_variable mChanged;       // a message has come
   std::vector<Clock::time_point> mTimes;  // of the messages
   std::chrono::milliseconds mLongestStall{};
   bool mIsOver = false;

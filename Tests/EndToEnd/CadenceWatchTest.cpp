@@ -30,7 +30,7 @@ class CadenceWatchTest : public testing::Test {
     zframe_t* subscription = zframe_recv(mPublisher);
     zframe_destroy(&subscription);
     Publish();
-    ASSERT_TRUE(mWatch->WaitForFirst(kPatience));
+    ASSERT_TRUE(mWatch->WaitFor(1, kPatience));
   }
 
   void TearDown() override {
@@ -47,7 +47,7 @@ class CadenceWatchTest : public testing::Test {
 TEST_F(CadenceWatchTest, SilenceBetweenTwoMessagesIsAGapAndCostsTicks) {
   std::this_thread::sleep_for(kSilence);
   Publish();
-  std::this_thread::sleep_for(kSilence);  // for the message to arrive
+  ASSERT_TRUE(mWatch->WaitFor(2, kPatience));
   const Cadence cadence = mWatch->Stop();
   EXPECT_EQ(2u, cadence.messages);
   EXPECT_GE(cadence.longestGap, kSilence - milliseconds{20});
@@ -66,7 +66,7 @@ TEST_F(CadenceWatchTest, SilenceUpToTheEndIsAGap) {
 TEST_F(CadenceWatchTest, BurstHasMoreMessagesThanTicks) {
   for (int i = 0; i < 50; ++i)
     Publish();
-  std::this_thread::sleep_for(kSilence);
+  ASSERT_TRUE(mWatch->WaitFor(51, kPatience));
   const Cadence cadence = mWatch->Stop();
   EXPECT_EQ(51u, cadence.messages);
   EXPECT_LT(cadence.ticks, cadence.messages);

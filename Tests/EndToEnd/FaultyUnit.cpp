@@ -90,7 +90,7 @@ void FaultyUnit::BeginWatch() {
   mResidentKib = mService->ResidentKib();
   mWatch = std::make_unique<CadenceWatch>(
       louddesk::DataPublisherFile(mUnit.MeterSet(), mUnit.Cluster()));
-  ASSERT_TRUE(mWatch->WaitForFirst(kPatience)) << "no data";
+  ASSERT_TRUE(mWatch->WaitFor(1, kPatience)) << "no data";
 }
 
 void FaultyUnit::ExpectWatchedWell(Milliseconds longestGap) {

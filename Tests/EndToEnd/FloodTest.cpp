@@ -107,7 +107,7 @@ class FloodTest : public RunningService, public testing::WithParamInterface<Floo
   /// Waits while the flood runs and checks what it must not disturb.
   void WatchFlood() {
     CadenceWatch watch(louddesk::DataPublisherFile(mUnit.MeterSet(), mUnit.Cluster()));
-    ASSERT_TRUE(watch.WaitForFirst(kPatience));
+    ASSERT_TRUE(watch.WaitFor(1, kPatience));
     mUnit.DropHeartbeats();
     const Clock::time_point end = Clock::now() + GetParam().length;
     Clock::time_point lastBeat = Clock::now();
