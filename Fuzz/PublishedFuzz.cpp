@@ -43,7 +43,8 @@ void Take(loudgate::Cluster& cluster, louddesk::Frames frames, Moment now) {
   const bool isTaken = cluster.TakeData(message, now);
   const auto& after = cluster.Counts();
   FUZZ_PROPERTY(after.messages - before.messages == (isTaken ? 1 : 0), "what is taken is counted");
-  FUZZ_PROPERTY(after.malformed - before.malformed == (isTaken ? 0 : 1), "and so is what is not");
+  FUZZ_PROPERTY(after.malformed - before.malformed == (isTaken ? 0 : 1),
+                "what is not taken is counted as malformed");
 }
 
 void TakeState(loudgate::Cluster& cluster, fuzz::Input& input, Moment now) {

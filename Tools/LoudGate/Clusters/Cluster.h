@@ -63,7 +63,7 @@ class Cluster {
   /// Changes with everything that is taken.
   std::uint64_t Revision() const { return mRevision; }
 
-  /// Whether its service has ever said something or can be reached. A file alone is no service.
+  /// Whether its service has ever said something or can be reached. A file alone is not a service.
   bool IsKnown(Moment now) const;
 
   /// Whether the connection to its publishers stands, and how often it was made since the last
