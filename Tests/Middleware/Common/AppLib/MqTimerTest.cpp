@@ -7,6 +7,8 @@
 #include <ctime>
 #include <vector>
 
+#include "Emulation.h"
+
 namespace {
 
 // Records when it is called and, on the call with number `stallAt`, delays the loop.
@@ -55,7 +57,9 @@ bool RunLoop(Recorder& recorder, std::size_t delay, std::size_t times) {
   return timer.IsOver();
 }
 
-constexpr std::int64_t kPeriod = 20;  // ms
+// In ms. The loop's schedule and the timer's begin one call apart, and a delay that ends half a
+// period from any tick leaves room for that.
+constexpr std::int64_t kPeriod = 20 * kSlowness;
 
 TEST(MqTimerTest, TicksThatTheNextOneHasOvertakenAreLeftOut) {
   Recorder recorder;
@@ -72,7 +76,7 @@ TEST(MqTimerTest, TicksThatTheNextOneHasOvertakenAreLeftOut) {
 TEST(MqTimerTest, GridOutlastsAStall) {
   Recorder recorder;
   recorder.stallAt = 1;
-  recorder.stall = 3 * kPeriod + 1;
+  recorder.stall = 3 * kPeriod + kPeriod / 2;
   recorder.enough = 4;
   const std::int64_t start = zclock_mono();
   RunLoop(recorder, kPeriod, 0);
