@@ -3,13 +3,30 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <iostream>
 
 #include "Isolation.h"
+
+namespace {
+
+// Says at the end of a skipped test why it was skipped. The framework says so within the test,
+// where many a fixture reads the standard output itself.
+class SkipReasons : public testing::EmptyTestEventListener {
+  void OnTestEnd(const testing::TestInfo& test) override {
+    const testing::TestResult& result = *test.result();
+    for (int i = 0; result.Skipped() && i < result.total_part_count(); ++i)
+      if (result.GetTestPartResult(i).skipped())
+        std::cout << "Skipped\n" << result.GetTestPartResult(i).message() << std::endl;
+  }
+};
+
+}  // namespace
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
   // A shell ignores it in programs that it starts in the background; tests of Ctrl-C need it.
   std::signal(SIGINT, SIG_DFL);
   IsolateTestProcess();
+  testing::UnitTest::GetInstance()->listeners().Append(new SkipReasons);
   return RUN_ALL_TESTS();
 }
