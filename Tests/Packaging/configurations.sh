@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Configures the project with every combination of its switches, and builds each switch on its own and
-# the service alone, which looks for no library but its own two. What the build under test has compiled
-# with the same command is not compiled again; everything is linked.
+# Configures the project with every combination of its switches, and builds each switch on its own, the tools
+# without the gate, which then want none of its libraries, and the service alone, which looks for no library but its
+# own two. What the build under test has compiled with the same command is not compiled again; everything is linked.
 # Usage: configurations.sh CMAKE SOURCES BUILD
 set -euo pipefail
 cmake=$1
@@ -31,26 +31,41 @@ build() {
   "$cmake" --build "$place/build" --parallel 2 >"$place/log" 2>&1 || fail "does not build with $1"
 }
 
-for tools in ON OFF; do
-  for tests in ON OFF; do
-    for benchmarks in ON OFF; do
-      switches="-DLOUDCALC_BUILD_TOOLS=$tools -DLOUDCALC_BUILD_TESTS=$tests -DLOUDCALC_BUILD_BENCHMARKS=$benchmarks"
-      # shellcheck disable=SC2086
-      configure $switches
-      case $tools$tests$benchmarks in ONOFFOFF | OFFONOFF | OFFOFFON | OFFOFFOFF) build "$switches" ;; esac
-    done
+# The packages that were looked for: each leaves its path in the cache.
+packages() {
+  grep -oE '^[A-Za-z0-9_]+(_DIR:PATH|_FOUND:INTERNAL|_INCLUDE_DIR:PATH)=.+' "$place/build/CMakeCache.txt" |
+    sed 's/_\(DIR\|FOUND\|INCLUDE_DIR\):.*//' | sort
+}
+
+# Switches: tools, gate, tests, benchmarks.
+for switches in {ON,OFF}\ {ON,OFF}\ {ON,OFF}\ {ON,OFF}; do
+  read -r tools gate tests benchmarks <<<"$switches"
+  configure "-DLOUDCALC_BUILD_TOOLS=$tools" "-DLOUDCALC_BUILD_GATE=$gate" "-DLOUDCALC_BUILD_TESTS=$tests" \
+    "-DLOUDCALC_BUILD_BENCHMARKS=$benchmarks"
+  case $switches in
+    "ON ON OFF OFF") packages >"$place/of-gate"; build "the tools" ;;
+    "ON OFF OFF OFF") packages >"$place/of-desk"; build "the tools without the gate" ;;
+    "OFF OFF ON OFF") build "the tests" ;;
+    "OFF OFF OFF ON") build "the benchmarks" ;;
+    "OFF OFF OFF OFF") packages >"$place/of-service"; build "the service alone" ;;
+  esac
+done
+of_gate_alone=$(comm -23 "$place/of-gate" "$place/of-desk")
+for package in MICROHTTPD PROMETHEUS; do
+  grep -qx $package <<<"$of_gate_alone" || { echo "the desk tool wants $package too"; exit 1; }
+done
+[ "$(paste -sd' ' "$place/of-service")" = "CZMQ RAPIDJSON" ] ||
+  { echo "the service alone wants:" $(cat "$place/of-service"); exit 1; }
+
+# Who builds for a board or a desk is told to use the preset for that. Arguments: the preset, what it leaves out.
+expect_preset() {
+  local switch
+  (cd "$sources" && "$cmake" --preset "$1" -B "$place/$1" >"$place/log" 2>&1) ||
+    fail "the preset $1 does not configure"
+  for switch in "${@:2}"; do
+    grep -q "^LOUDCALC_BUILD_$switch:BOOL=OFF" "$place/$1/CMakeCache.txt" ||
+      { echo "the preset $1 builds $switch"; exit 1; }
   done
-done
-
-# The last one was the service alone. Every package that was looked for leaves its path in the cache.
-found=$(grep -oE '^[A-Za-z0-9_]+(_DIR:PATH|_FOUND:INTERNAL|_INCLUDE_DIR:PATH)=.+' "$place/build/CMakeCache.txt" |
-  sed 's/_\(DIR\|FOUND\|INCLUDE_DIR\):.*//' | sort | paste -sd' ')
-[ "$found" = "CZMQ RAPIDJSON" ] || { echo "the service alone wants: $found"; exit 1; }
-
-# Who builds for a board is told to use the preset for that.
-(cd "$sources" && "$cmake" --preset service -B "$place/service" >"$place/log" 2>&1) ||
-  fail "the preset does not configure"
-for switch in TOOLS TESTS BENCHMARKS; do
-  grep -q "^LOUDCALC_BUILD_$switch:BOOL=OFF" "$place/service/CMakeCache.txt" ||
-    { echo "the preset builds $switch"; exit 1; }
-done
+}
+expect_preset service TOOLS TESTS BENCHMARKS
+expect_preset desk GATE TESTS BENCHMARKS
