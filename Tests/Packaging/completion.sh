@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Completes unfinished command lines of the desk tool, as the Tab key does. Usage: completion.sh COMPLETION LOUDDESK
+# Completes unfinished command lines of the tools, as the Tab key does.
+# Usage: completion.sh COMPLETION LOUDDESK|LOUDGATE
 set -euo pipefail
 completion=$1
 program=$2
+name=$(basename "$program")
 set +u  # the library of completions does not bear it
 . /usr/share/bash-completion/bash_completion
 . "$completion"
@@ -13,10 +15,20 @@ expect() {
   shift
   COMP_WORDS=("$program" "$@") COMP_CWORD=$# COMP_LINE="$program $*" COMPREPLY=()
   COMP_POINT=${#COMP_LINE}
-  _LoudDesk
+  _loudcalc_tool
   [ "${COMPREPLY[*]}" = "$expected" ] ||
-    { printf 'LoudDesk %s: %s instead of %s\n' "$*" "${COMPREPLY[*]}" "$expected"; exit 1; }
+    { printf '%s %s: %s instead of %s\n' "$name" "$*" "${COMPREPLY[*]}" "$expected"; exit 1; }
 }
+
+# Bash asks by the name that was typed.
+[[ $(complete -p "$name") == *" -F _loudcalc_tool $name" ]] || { echo "no completion of $name"; exit 1; }
+
+if [ "$name" = LoudGate ]; then
+  expect "--listen" --li
+  expect "--certificate" --listen 127.0.0.1:8128 --cert
+  expect "" --listen ""
+  exit
+fi
 
 expect measure mea
 expect "unit" un

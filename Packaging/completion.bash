@@ -1,51 +1,52 @@
-# Completion of LoudDesk in bash. What there is to complete, its own help says: subcommands, options, and
-# the choices of an option or an argument, as {first,second} or by the name of an option that lists them.
+# Completion of LoudDesk and LoudGate in bash, installed for each. What there is to complete, their own help says:
+# subcommands, options, and the choices of an option or an argument, as {first,second} or by the name of an option
+# that lists them.
 
 # The subcommand that the words of the line lead to, into `path`, and its help, into `help`.
-_LoudDesk_help() {
+_loudcalc_tool_help() {
   local word
   help=$("$program" --help 2>/dev/null)
   for word in "${words[@]:1:cword-1}"; do
-    _LoudDesk_names Subcommands | grep -qxF -e "$word" || continue
+    _loudcalc_tool_names Subcommands | grep -qxF -e "$word" || continue
     path+=("$word")
     help=$("$program" "${path[@]}" --help 2>/dev/null)
   done
 }
 
 # The first words of the lines of a section of the help. Argument: its title.
-_LoudDesk_names() {
+_loudcalc_tool_names() {
   sed -nE "/^$1:/,/^\$/s/^  ([^ ]+).*/\1/p" <<<"$help" | tr , '\n'
 }
 
 # The choices that the help names behind an option or an argument. Argument: a pattern of it.
-_LoudDesk_choices() {
+_loudcalc_tool_choices() {
   sed -nE "s/^  $1 [^{]*[{]([^}]*)[}].*/\1/p" <<<"$help" | tr , '\n'
 }
 
 # The names that stand at the beginnings of lines of the list that the help refers to behind an option, "see
 # --list-profiles". Argument: the option.
-_LoudDesk_listed() {
+_loudcalc_tool_listed() {
   local list
   list=$(sed -nE "s/^  $1 .*see (--list-[a-z]+).*/\1/p" <<<"$help")
   [ -z "$list" ] || "$program" "${path[@]}" "$list" 2>/dev/null | sed -nE 's/^([a-z0-9-]+)(  .*)?$/\1/p'
 }
 
-_LoudDesk_takes_value() {
+_loudcalc_tool_takes_value() {
   grep -qE -e "^  (-.,)?$1 [A-Z]{2}" <<<"$help"
 }
 
-_LoudDesk() {
+_loudcalc_tool() {
   local cur prev words cword split help program choices
   local -a path=()
   _init_completion || return
   program=${words[0]/#\~/$HOME}
-  _LoudDesk_help
-  if [[ $prev == -* ]] && _LoudDesk_takes_value "$prev"; then
-    choices="$(_LoudDesk_choices "$prev") $(_LoudDesk_listed "$prev")"
+  _loudcalc_tool_help
+  if [[ $prev == -* ]] && _loudcalc_tool_takes_value "$prev"; then
+    choices="$(_loudcalc_tool_choices "$prev") $(_loudcalc_tool_listed "$prev")"
   elif [[ $cur == -* ]]; then
-    choices=$(_LoudDesk_names Options)
+    choices=$(_loudcalc_tool_names Options)
   else
-    choices="$(_LoudDesk_names Subcommands) $(_LoudDesk_choices '[A-Z]+')"
+    choices="$(_loudcalc_tool_names Subcommands) $(_loudcalc_tool_choices '[A-Z]+')"
   fi
   mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$cur")
-} && complete -o bashdefault -o default -F _LoudDesk LoudDesk
+} && complete -o bashdefault -o default -F _loudcalc_tool LoudDesk LoudGate
