@@ -33,27 +33,29 @@ let_emulator_run() {
   fi
 }
 
-# Debian's minimal system with what the packages depend on.
+# Debian's minimal system with what the packages depend on, and a reader for the gate.
 make_root() {
-  local needed=() package
-  for package in "$packages"/loudcalc{,-desk}_*"_$architecture.deb"; do
-    needed+=("$(dpkg-deb -f "$package" Depends)")
+  local needed= package
+  for package in "$packages"/loudcalc{,-desk,-gate}_*"_$architecture.deb"; do
+    needed+=", $(dpkg-deb -f "$package" Depends | sed 's/\bloudcalc, //')"
   done
-  mmdebstrap --quiet --variant=minbase --architectures="$architecture" --include=systemd-sysv \
-    --customize-hook="chroot \"\$1\" apt-get satisfy -y -qq --no-install-recommends '${needed[0]}, ${needed[1]}'" \
+  mmdebstrap --quiet --variant=minbase --architectures="$architecture" --include=systemd-sysv,curl \
+    --customize-hook="chroot \"\$1\" apt-get satisfy -y -qq --no-install-recommends '${needed#, }'" \
     "$(. /etc/os-release && echo "$VERSION_CODENAME")" "$place/clean" >"$place/log" 2>&1 ||
     { cat "$place/log"; fail "no clean root"; }
 }
 
 # The packages, the same with a higher version and another settings file, and a recording.
 put_in() {
-  local package
+  local package settings
   mkdir -p "$1/test/newer"
-  cp "$packages"/loudcalc{,-desk}_*"_$architecture.deb" "$recording" "$here"/inside-*.sh "$1/test/"
+  cp "$packages"/loudcalc{,-desk,-gate}_*"_$architecture.deb" "$recording" "$here"/inside-*.sh "$1/test/"
   for package in "$1"/test/*.deb; do
     dpkg-deb -R "$package" "$place/repack"
     sed -i 's/^Version: .*/&+newer/' "$place/repack/DEBIAN/control"
-    [ ! -d "$place/repack/etc/default" ] || echo "# Of the newer version." >>"$place/repack/etc/default/loudcalc"
+    for settings in "$place"/repack/etc/default/*; do
+      [ ! -f "$settings" ] || echo "# Of the newer version." >>"$settings"
+    done
     dpkg-deb -b "$place/repack" "$1/test/newer/${package##*/}" >/dev/null
     rm -rf "$place/repack"
   done
@@ -79,7 +81,8 @@ without_systemd() {
   in_root plain /test/inside-plain.sh || fail "not well in a clean root without systemd"
   files_of "$place/plain" >"$place/after"
   diff "$place/before" "$place/after" || fail "purge leaves that behind"
-  echo "Installed, started by hand, measured, upgraded and purged without a trace in a clean $architecture root."
+  echo "Installed, started by hand, measured, read over HTTP, upgraded and purged without a trace" \
+    "in a clean $architecture root."
 }
 
 under_systemd() {

@@ -22,15 +22,15 @@ for package in "$copy"/build/packages/*.deb; do
   cmp "$package" "$sources/build/packages/${package##*/}" || fail "not the same bytes: ${package##*/}"
   compared=$((compared + 1))
 done
-[ "$compared" = 4 ] || fail "$compared packages instead of two and their debug symbols"
+[ "$compared" = 6 ] || fail "$compared packages instead of three and their debug symbols"
 
 lintian --fail-on error,warning "$sources/build/packages/"*"_$architecture.changes" ||
   fail "lintian reports errors or warnings"
 
-for package in "$sources"/build/packages/loudcalc{,-desk}_*"_$architecture.deb"; do
+for package in "$sources"/build/packages/loudcalc{,-desk,-gate}_*"_$architecture.deb"; do
   dpkg-deb -x "$package" "$place/unpacked"
 done
-for program in LoudCalc LoudDesk; do
+for program in LoudCalc LoudDesk LoudGate; do
   for folder in "$sources" "$place" /build/loudcalc; do
     "$here/hardening.sh" readelf "$place/unpacked/usr/bin/$program" "$folder"
   done
