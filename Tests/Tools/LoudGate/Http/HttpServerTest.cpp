@@ -193,6 +193,24 @@ TEST_F(HttpServerTest, EveryAnswerForbidsWhatAPageDoesNotNeed) {
   }
 }
 
+// The library writes these refusals, and lets nobody add headers that keep a browser from running
+// what it finds in them.
+TEST_F(HttpServerTest, WhatCannotBeReadIsRefusedByAFixedText) {
+  Start();
+  const std::string script = "<script>evil()</script>";
+  const std::string host = " HTTP/1.1\r\nHost: localhost\r\n";
+  for (const std::string& request :
+       {"GET /" + script + " HTTP/1.1\r\n\r\n",
+        "GET /" + script + host + "Content-Length: " + script + "\r\n\r\n",
+        "GET /" + script + host + "X: " + script + std::string(8000, 'x') + "\r\n\r\n",
+        "GET /" + script + " HTTP/3.1\r\nHost: localhost\r\n\r\n"}) {
+    const std::string answer = Ask(request, "</html>");
+    EXPECT_THAT(answer, testing::EndsWith("</html>")) << request;
+    EXPECT_THAT(answer, testing::Not(HasSubstr("evil"))) << request;
+    EXPECT_THAT(answer, testing::Not(HasSubstr("<script"))) << request;
+  }
+}
+
 TEST_F(HttpServerTest, ABodyIsTakenUpToItsLimit) {
   Start();
   const std::string head = "POST /echo HTTP/1.1\r\nHost: localhost\r\nContent-Length: ";
