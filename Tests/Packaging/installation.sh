@@ -37,6 +37,10 @@ expect "in a package that starts" /usr/bin/LoudCalc \
 for program in bin/LoudCalc bin/LoudDesk bin/LoudGate libexec/loudcalc/start; do
   [ -x "$place/package/usr/$program" ] || fail "in a package there is no $program"
 done
+for tool in LoudDesk LoudGate; do
+  cmp "$(dirname "$0")/../../Packaging/completion.bash" \
+    "$place/package/usr/share/bash-completion/completions/$tool" || fail "in a package nothing completes $tool"
+done
 diff -r "$(dirname "$0")/../../Packaging/prometheus" "$place/package/usr/share/loudcalc-gate/prometheus" ||
   fail "in a package the files for Prometheus are not as they were"
 
