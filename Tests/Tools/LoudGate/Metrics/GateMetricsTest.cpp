@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <fstream>
 #include <regex>
+#include <sstream>
 
 #include "ServiceProcess.h"
 #include "ToldCluster.h"
@@ -133,6 +134,16 @@ TEST_F(GateMetricsTest, AClusterHas27ValuesAndTheGateSix) {
   mTold.StartMeasuring();
   const std::string values = Values();
   EXPECT_EQ(1 + 27 + 6, std::count(values.begin(), values.end(), '\n'));
+}
+
+TEST_F(GateMetricsTest, AnAnswerForEightClustersHasFifteenKilobytes) {
+  mTold.StartMeasuring();
+  std::istringstream text(Text());
+  std::size_t ofCluster = 0;
+  std::size_t ofGate = 0;
+  for (std::string line; std::getline(text, line);)
+    (line.find("{meter_set=") == std::string::npos ? ofGate : ofCluster) += line.size() + 1;
+  EXPECT_NEAR(15000, static_cast<double>(8 * ofCluster + ofGate), 1000);
 }
 
 TEST_F(GateMetricsTest, EveryMetricHasMeaningAndType) {
