@@ -19,8 +19,8 @@
 #include "EventLoop.h"
 #include "GateMetrics.h"
 #include "HttpServer.h"
+#include "PageRoutes.h"
 #include "ServiceManager.h"
-#include "StationPage.h"
 
 namespace loudgate {
 namespace {
@@ -82,7 +82,7 @@ class Gate {
                [&complaints](const std::string& text) { complaints.Note(text); }),
         mApi(mBoard, mRoutes),
         mServer(mLoop, SettingsFor(options), mRoutes) {
-    AddPage(mRoutes, mBoard);
+    AddPages(mRoutes);
     AddMetrics(mRoutes, mBoard, [this] { return mServer.Counts(); });
     mLoop.Watch(mSignals.Descriptor(), [this] { mLoop.End(); });
     mLoop.Every(kTick, [this] { Tick(Moment::Now()); });

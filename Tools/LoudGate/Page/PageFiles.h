@@ -1,13 +1,17 @@
-// The files of the page, which are part of the program.
+// The files of the pages, which are part of the program.
 
 #pragma once
 
 namespace loudgate {
 
-/// StationPage.html, with the places of the moment and of the rows still to be filled.
-extern const char kStationPage[];
-
-/// station.css.
-extern const char kStationStyle[];
+extern const char kStationPage[];    // StationPage.html
+extern const char kClusterPage[];    // ClusterPage.html
+extern const char kStyle[];          // style.css
+extern const char kIcon[];           // icon.svg
+extern const char kStreamScript[];   // stream.js
+extern const char kMeterScript[];    // meter.js
+extern const char kHistoryScript[];  // history.js
+extern const char kStationScript[];  // station.js
+extern const char kClusterScript[];  // cluster.js
 
 }  // namespace loudgate

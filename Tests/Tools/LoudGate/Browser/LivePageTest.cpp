@@ -1,0 +1,268 @@
+// The pages as a browser shows them: figures, connection, keyboard, what is announced, phones.
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <csignal>
+#include <set>
+#include <vector>
+
+#include "FiguresText.h"
+#include "PageTest.h"
+
+namespace {
+
+using louddesk::LoudnessMessage;
+using nlohmann::json;
+
+constexpr char kNoReading[] = "\u2013";
+constexpr char kTabulator[] = "\uE004";
+constexpr char kEnter[] = "\uE007";
+
+// What a 5.1 programme is louder than each of its speakers: five count, those behind by 1.41 each,
+// ITU-R BS.1770.
+const double kSurroundGain = 10.0 * std::log10(3 + 2 * 1.41);
+
+constexpr char kMomentaryScript[] =
+    "return document.querySelector('[data-figure=Momentary]').textContent";
+
+class LivePageTest : public PageTest {
+ protected:
+  // Notes what the page shows of the published members whenever it changes.
+  void NoteFigures() {
+    mBrowser.Run(R"(
+      const members = ["MaxMomentary", "Momentary", "ShortTerm", "Integrated", "Lra", "Program",
+                       "MaxTruePeak", "TruePeak"];
+      const figures = () => members.map(
+          (member) => document.querySelector(`[data-figure=${member}]`).textContent).join(" ");
+      window.shown = [figures()];
+      new MutationObserver(() => window.shown.push(figures())).observe(
+          document.querySelector("article"), {subtree: true, childList: true, characterData: true});
+    )");
+  }
+
+  // The same of a message.
+  static std::string FiguresOf(const LoudnessMessage& message) {
+    const LoudnessData_t& data = message.data;
+    const auto loudness = [](std::int16_t code) {
+      return code == kNoLoudnessCode ? kNoReading : fmt::format("{:.1f}", code / 10.0);
+    };
+    const auto peak = [](std::int16_t code) {
+      return code == kNoTruePeakCode ? kNoReading : fmt::format("{:.2f}", code / 100.0);
+    };
+    const std::string range = louddesk::HasRange(data) ? loudness(data.Lra) : kNoReading;
+    return fmt::format("{} {} {} {} {} {} {} {}", loudness(data.MaxMomentary),
+                       loudness(data.Momentary), loudness(data.ShortTerm),
+                       loudness(data.Integrated), range, loudness(data.Program),
+                       peak(data.MaxTruePeak), peak(data.TruePeak));
+  }
+
+  // Ends the gate without a warning and starts it at the same place.
+  void StartGateAgain() {
+    const std::string place = "127.0.0.1:" + std::to_string(Port());
+    mGate = std::make_unique<ServiceProcess>(LOUDGATE_BINARY,
+                                             std::vector<std::string>{"--listen", place});
+    ASSERT_TRUE(mGate->WaitForLine("Listening at ", kPatience)) << mGate->StandardError();
+  }
+
+  void SetMedia(const std::string& name, const std::string& value) {
+    mBrowser.Tool("Emulation.setEmulatedMedia",
+                  {{"features", {{{"name", name}, {"value", value}}}}});
+  }
+};
+
+TEST_F(LivePageTest, ShowsTheFiguresOfThePublishedMessages) {
+  ASSERT_NO_FATAL_FAILURE(OpenPage());
+  const double lastLevel = -20.0 + kSurroundGain;
+  std::set<std::string> published;
+  std::string last;
+  const auto note = [&](const LoudnessMessage& message) {
+    last = FiguresOf(message);
+    published.insert(last);
+    return std::abs(message.data.Momentary / 10.0 - lastLevel) <= 0.1;
+  };
+  mUnit.DropLoudnessData();
+  ExpectData([&](const auto& message) { return note(message), true; }, "anything");
+  NoteFigures();
+  for (const double lkfs : {-31.0, -23.0, -20.0})
+    for (unsigned block = 0; block < 10; ++block) {  // at the unit's pace
+      Feed(1, lkfs);
+      Pass(kPeriod);
+    }
+  ExpectData(note, "the momentary loudness of the last level");
+  // All blocks have been taken; the figures stay, so the page must come to show them too.
+  const json shown = AwaitPage("return window.shown", [&](const json& all) {
+    while (const auto message = mUnit.NextLoudnessData(std::chrono::milliseconds(0)))
+      note(*message);
+    return all.back() == last;
+  });
+  EXPECT_LT(3u, published.size());
+  std::set<std::string> different;
+  for (const json& figures : shown) {
+    different.insert(figures.get<std::string>());
+    EXPECT_EQ(1u, published.count(figures.get<std::string>())) << figures;
+  }
+  EXPECT_LT(3u, different.size());
+  EXPECT_EQ("", mBrowser.Complaints());
+}
+
+TEST_F(LivePageTest, ThePageOfAClusterShowsHistoryConfigurationAndAcknowledgements) {
+  ASSERT_NO_FATAL_FAILURE(OpenPage("/cluster/1-1"));
+  louddesk::LoudnessConfiguration configuration;
+  configuration.loudnessStandard = "EBU R128 (+18)";
+  configuration.loudnessWindow = "Custom";
+  configuration.loudnessWindowTime = 120;
+  SendConfiguration(configuration);
+  AwaitTrue("return document.getElementById('configuration').innerText.includes('120 s')");
+  AwaitTrue("return document.querySelector('.target').textContent.endsWith('EBU +18 scale')");
+  AwaitTrue("return document.getElementById('notes').innerText.includes('EBU R128 (+18)')");
+  Feed(40, -26.0);
+  AwaitTrue(R"(
+    const shortTerm = document.querySelector("[data-figure=ShortTerm]").textContent;
+    return document.querySelector("figcaption").innerText.endsWith(`, last ${shortTerm} LKFS`);
+  )");
+  AwaitTrue("return /^M\\d/.test(document.querySelector('.curve').getAttribute('d'))");
+  SendCommand("Pause");
+  AwaitTrue("return document.getElementById('notes').innerText.includes('Pause acknowledged')");
+  EXPECT_EQ("", mBrowser.Complaints());
+}
+
+// Without a configuration the target is -23 LKFS, its tolerance 1 LU. 32768 is full scale.
+TEST_F(LivePageTest, MarksFiguresThatAreOutOfTolerance) {
+  ASSERT_NO_FATAL_FAILURE(OpenPage());
+  const std::string find =
+      "return ['Integrated', 'Program', 'MaxTruePeak', 'TruePeak'].map("
+      "(member) => document.querySelector(`[data-figure=${member}]`)"
+      ".closest('.figure'))";
+  const std::string marked = find + ".map((figure) => figure.classList.contains('alert'))";
+  const std::string remarks =
+      find + ".map((figure) => figure.querySelector('.remark').textContent)";
+  Feed(20, -23.0 - kSurroundGain);
+  AwaitPage(remarks, [](const json& texts) { return texts.at(0) != ""; });
+  EXPECT_EQ(json::array({false, false, false, false}), mBrowser.Run(marked));
+  SendCommand("Reset");
+  ExpectAcknowledgement("Reset");
+  Feed(20, -20.0 - kSurroundGain, 32768);
+  AwaitPage(marked, [](const json& flags) {
+    return flags == json::array({true, true, true, true});
+  });
+  EXPECT_EQ(json::array({"+3.0 LU", "+3.0 LU", "over", "over"}), mBrowser.Run(remarks));
+}
+
+TEST_F(LivePageTest, AClusterThatIsNotThereIsNamed) {
+  ASSERT_NO_FATAL_FAILURE(StartGate());
+  mBrowser.Open(Url() + "/cluster/1-7");
+  AwaitConnection("No cluster 1-7 publishes on this board.");
+}
+
+TEST_F(LivePageTest, ALostConnectionIsShownAndComesBackByItself) {
+  ASSERT_NO_FATAL_FAILURE(OpenPage());
+  Feed(10, -23.0);
+  const auto isReading = [](const json& text) { return text != kNoReading; };
+  AwaitPage(kMomentaryScript, isReading);
+  mBrowser.Run("window.isTheSamePage = true");
+  mGate->Signal(SIGKILL);
+  ASSERT_TRUE(mGate->WaitForExit(kPatience));
+  AwaitConnection("Connection lost at ");
+  EXPECT_EQ(kNoReading, mBrowser.Run(kMomentaryScript));
+  ASSERT_NO_FATAL_FAILURE(StartGateAgain());
+  AwaitConnection("Connected");
+  AwaitPage(kMomentaryScript, isReading);
+  EXPECT_EQ(true, mBrowser.Run("return window.isTheSamePage"));
+}
+
+// As behind a network that swallows everything: the connection stands, but nothing comes.
+TEST_F(LivePageTest, AConnectionThatHasGoneSilentIsLost) {
+  ASSERT_NO_FATAL_FAILURE(OpenPage());
+  Suspend(*mGate);
+  AwaitConnection("Connection lost at ");
+  EXPECT_EQ(kNoReading, mBrowser.Run(kMomentaryScript));
+  mGate->Signal(SIGCONT);
+  AwaitConnection("Connected");
+}
+
+TEST_F(LivePageTest, ATabInTheBackgroundHasNoStream) {
+  ASSERT_NO_FATAL_FAILURE(OpenPage());
+  for (const char* path : {"/", "/cluster/1-1"}) {
+    mBrowser.Open(Url() + path);
+    AwaitConnection("Connected");
+    AwaitStreams(1);
+    mBrowser.OpenTab();
+    AwaitStreams(0);
+    mBrowser.CloseTab();
+    AwaitConnection("Connected");
+    AwaitStreams(1);
+  }
+}
+
+TEST_F(LivePageTest, StatesAreAnnouncedAndFiguresAreNot) {
+  ASSERT_NO_FATAL_FAILURE(OpenPage());
+  mBrowser.Run(R"(
+    window.announced = [];
+    const region = document.getElementById("announcement");
+    new MutationObserver(() => window.announced.push(region.textContent)).observe(
+        region, {childList: true, characterData: true, subtree: true});
+  )");
+  NoteFigures();
+  Feed(20, -23.0);
+  AwaitTrue("return window.shown.length > 10");
+  EXPECT_EQ(json::array(), mBrowser.Run("return window.announced"));
+  SendCommand("Pause");
+  AwaitTrue("return window.announced.length > 0");
+  EXPECT_EQ(json::array({"Cluster 1-1: PAUSED"}), mBrowser.Run("return window.announced"));
+  EXPECT_EQ("status", mBrowser.Run("return document.getElementById('announcement').role"));
+}
+
+TEST_F(LivePageTest, WorksByKeyboard) {
+  ASSERT_NO_FATAL_FAILURE(OpenPage());
+  mBrowser.Press(kTabulator);
+  EXPECT_EQ("1-1", mBrowser.Run("return document.activeElement.textContent"));
+  mBrowser.Press(kEnter);
+  AwaitTrue("return location.pathname === '/cluster/1-1' && document.title.endsWith('1-1')");
+  AwaitTrue("return document.querySelector('.state')?.textContent === 'RUNNING'");
+  mBrowser.Press(kTabulator);
+  mBrowser.Press(kEnter);
+  AwaitTrue("return location.pathname === '/'");
+}
+
+TEST_F(LivePageTest, FitsAPhone) {
+  mBrowser.Tool("Emulation.setDeviceMetricsOverride",
+                {{"width", 390}, {"height", 844}, {"deviceScaleFactor", 1}, {"mobile", true}});
+  ASSERT_NO_FATAL_FAILURE(OpenPage());
+  for (const char* path : {"/", "/cluster/1-1"}) {
+    mBrowser.Open(Url() + path);
+    AwaitConnection("Connected");
+    EXPECT_EQ(390, mBrowser.Run("return document.documentElement.scrollWidth")) << path;
+  }
+}
+
+TEST_F(LivePageTest, IsDarkWhereTheReaderPrefersThat) {
+  ASSERT_NO_FATAL_FAILURE(StartGate());
+  mBrowser.Open(Url() + "/");
+  const std::string script = "return getComputedStyle(document.body).backgroundColor";
+  SetMedia("prefers-color-scheme", "light");
+  EXPECT_EQ("rgb(244, 246, 248)", mBrowser.Run(script));
+  SetMedia("prefers-color-scheme", "dark");
+  EXPECT_EQ("rgb(15, 19, 25)", mBrowser.Run(script));
+}
+
+TEST_F(LivePageTest, ChangesOnceASecondForReadersWhoPreferLessMotion) {
+  SetMedia("prefers-reduced-motion", "reduce");
+  ASSERT_NO_FATAL_FAILURE(OpenPage());
+  mBrowser.Run(R"(
+    window.changes = [];
+    new MutationObserver(() => window.changes.push(performance.now())).observe(
+        document.querySelector("article"), {subtree: true, childList: true, characterData: true});
+  )");
+  std::vector<double> times;
+  double lkfs = -40.0;
+  AwaitPage("return window.changes", [&](const json& changes) {
+    Feed(1, lkfs += 0.1);
+    times = changes.get<std::vector<double>>();
+    return times.size() >= 4;
+  });
+  for (std::size_t i = 1; i < times.size(); ++i)
+    EXPECT_LE(800.0, times[i] - times[i - 1]);
+}
+
+}  // namespace

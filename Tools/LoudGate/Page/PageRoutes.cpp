@@ -1,0 +1,44 @@
+// The table of the files.
+
+#include "PageRoutes.h"
+
+#include "PageFiles.h"
+
+namespace loudgate {
+namespace {
+
+constexpr char kCssType[] = "text/css; charset=utf-8";
+constexpr char kScriptType[] = "text/javascript; charset=utf-8";
+constexpr char kIconType[] = "image/svg+xml";
+
+struct PageFile {
+  const char* path;
+  const char* type;
+  const char* text;
+};
+
+constexpr PageFile kFiles[] = {
+    {"/", kHtmlType, kStationPage},
+    {"/cluster/*", kHtmlType, kClusterPage},
+    {"/page/style.css", kCssType, kStyle},
+    {"/page/icon.svg", kIconType, kIcon},
+    {"/page/stream.js", kScriptType, kStreamScript},
+    {"/page/meter.js", kScriptType, kMeterScript},
+    {"/page/history.js", kScriptType, kHistoryScript},
+    {"/page/station.js", kScriptType, kStationScript},
+    {"/page/cluster.js", kScriptType, kClusterScript},
+};
+
+}  // namespace
+
+void AddPages(Routes& routes) {
+  for (const PageFile& file : kFiles)
+    routes.Add(kGet, file.path, [&file](const HttpRequest&) {
+      HttpAnswer answer;
+      answer.type = file.type;
+      answer.body = file.text;
+      return answer;
+    });
+}
+
+}  // namespace loudgate

@@ -1,0 +1,114 @@
+// The page of one cluster.
+
+import {HistoryCurve} from "./history.js";
+import {announce, isNumber, make, Meter, setText, showStatus, StateChanges} from "./meter.js";
+import {Stream} from "./stream.js";
+
+const name = decodeURIComponent(location.pathname.split("/").pop());
+const detailsPath = `/api/clusters/${encodeURIComponent(name)}`;
+
+const meter = new Meter(name, make("h2", "", "Meter"));
+const curve = new HistoryCurve();
+const changes = new StateChanges();
+
+const CONFIGURATION = [
+  ["Standard", (cluster) => cluster.Standard],
+  ["Mode", (cluster) => cluster.Mode],
+  ["Alarm", (cluster) => cluster.Alarm],
+  ["Integrated over", (cluster) => secondsText(cluster.IntegratedWindow)],
+  ["Range over", (cluster) => secondsText(cluster.RangeWindow)],
+];
+
+function secondsText(seconds) {
+  return isNumber(seconds) ? `${seconds} s` : "not known yet";
+}
+
+const configurationTexts = CONFIGURATION.map(([label]) => {
+  const row = make("div", "figure");
+  const text = make("dd");
+  row.append(make("dt", "", label), text);
+  document.getElementById("configuration").append(row);
+  return text;
+});
+
+function showConfiguration(cluster) {
+  CONFIGURATION.forEach(([, textOf], i) => setText(configurationTexts[i],
+                                                   textOf(cluster) ?? "none"));
+}
+
+function noteItem({Time, Text}) {
+  const item = make("li");
+  const time = make("time", "", `${Time.slice(0, 19).replace("T", " ")} UTC`);
+  time.dateTime = Time;
+  item.append(time, " ", Text);
+  return item;
+}
+
+// History and acknowledgements are not part of the events. They are fetched when a step of the
+// history has passed, and at once when something has been acknowledged.
+class Details {
+  #isFetching = false;
+  #fetched = -Infinity;
+  #step = 0;
+  #answers = null;
+
+  attend(cluster) {
+    const isDue = performance.now() - this.#fetched >= this.#step;
+    if (!this.#isFetching && (isDue || cluster.Answers !== this.#answers))
+      this.#fetch();
+  }
+
+  async #fetch() {
+    this.#isFetching = true;
+    this.#fetched = performance.now();
+    try {
+      const reply = await fetch(detailsPath);
+      if (reply.ok)
+        this.#show(await reply.json());
+    } catch {
+      // The stream notices a lost connection and says so.
+    } finally {
+      this.#isFetching = false;
+    }
+  }
+
+  #show(cluster) {
+    this.#step = 1000 * cluster.History.Step;
+    curve.show(cluster);
+    if (cluster.Answers === this.#answers)
+      return;
+    this.#answers = cluster.Answers;
+    document.getElementById("notes").replaceChildren(...cluster.Notes.reverse().map(noteItem));
+  }
+}
+
+const details = new Details();
+
+function show(cluster) {
+  meter.show(cluster);
+  showConfiguration(cluster);
+  announce(changes.take([cluster]));
+  details.attend(cluster);
+}
+
+// A stream that is refused does not say why.
+async function tellIfUnknown() {
+  const reply = await fetch(detailsPath).catch(() => null);
+  if (reply?.status === 404)
+    setText(document.getElementById("connection"), `No cluster ${name} publishes on this board.`);
+}
+
+function showConnection(status) {
+  showStatus(status);
+  if (status === "live")
+    return;
+  meter.clear();
+  if (status === "lost")
+    tellIfUnknown();
+}
+
+document.title = `Loudness of cluster ${name}`;
+document.getElementById("name").textContent = name;
+document.getElementById("cluster").append(meter.element);
+document.getElementById("history").append(curve.element);
+new Stream(`/api/stream?cluster=${encodeURIComponent(name)}`, show, showConnection);

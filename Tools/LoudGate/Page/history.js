@@ -1,0 +1,90 @@
+// Short-term loudness of the last minutes as a curve, with the target and its tolerance.
+
+import {fractionOf, isNumber, luScaleOf, make, setText, withSign} from "./meter.js";
+
+const SVG = "http://www.w3.org/2000/svg";
+
+// Points of a full history, and the height of the drawing in its own units.
+const POINTS = 600;
+const HEIGHT = 200;
+
+function makeSvg(tag, attributes) {
+  const element = document.createElementNS(SVG, tag);
+  for (const [name, value] of Object.entries(attributes))
+    element.setAttribute(name, value);
+  return element;
+}
+
+function heightOf(scale, lu) {
+  return HEIGHT * (1 - fractionOf(scale, lu));
+}
+
+// The path of the values; where there is none, it is interrupted. The newest is at the right.
+function pathOf(values, scale, target) {
+  const first = POINTS - values.length;
+  let path = "";
+  let isDrawing = false;
+  values.forEach((value, i) => {
+    if (isNumber(value))
+      path += `${isDrawing ? "L" : "M"}${first + i} ${heightOf(scale, value - target).toFixed(1)}` +
+              (isDrawing ? "" : "h0.1");
+    isDrawing = isNumber(value);
+  });
+  return path;
+}
+
+function summaryOf(values) {
+  const numbers = values.filter(isNumber);
+  if (numbers.length === 0)
+    return "No short-term loudness in the last 20 minutes";
+  return `Lowest ${Math.min(...numbers).toFixed(1)} LKFS, highest ` +
+         `${Math.max(...numbers).toFixed(1)} LKFS, last ${numbers.at(-1).toFixed(1)} LKFS`;
+}
+
+export class HistoryCurve {
+  #zone = makeSvg("rect", {class: "curve-zone", x: 0, width: POINTS});
+  #target = makeSvg("path", {class: "curve-target"});
+  #curve = makeSvg("path", {class: "curve"});
+  #labels = make("div", "curve-labels");
+  #summary = make("figcaption");
+  #scale = null;
+
+  constructor() {
+    const drawing = makeSvg("svg", {
+      viewBox: `0 0 ${POINTS} ${HEIGHT}`, preserveAspectRatio: "none", "aria-hidden": "true",
+    });
+    drawing.append(this.#zone, this.#target, this.#curve);
+    this.#labels.setAttribute("aria-hidden", "true");
+    const times = make("div", "curve-times");
+    times.setAttribute("aria-hidden", "true");
+    times.append(make("span", "", "20 min ago"), make("span", "", "now"));
+    const plot = make("div", "plot");
+    plot.append(this.#labels, drawing);
+    this.element = make("figure");
+    this.element.append(plot, times, this.#summary);
+  }
+
+  // Takes the document of one cluster with its history.
+  show(cluster) {
+    const scale = luScaleOf(cluster);
+    const values = cluster.History.ShortTerm;
+    this.#showScale(scale);
+    const top = heightOf(scale, cluster.Tolerance);
+    this.#zone.setAttribute("y", top);
+    this.#zone.setAttribute("height", heightOf(scale, -cluster.Tolerance) - top);
+    this.#target.setAttribute("d", `M0 ${heightOf(scale, 0)}H${POINTS}`);
+    this.#curve.setAttribute("d", pathOf(values, scale, cluster.Target));
+    setText(this.#summary, summaryOf(values));
+  }
+
+  #showScale(scale) {
+    if (scale === this.#scale)
+      return;
+    this.#scale = scale;
+    this.#labels.replaceChildren(...scale.ticks.map((tick) => {
+      const label = make("span", "", withSign(tick, 0));
+      label.style.top = `${100 * (1 - fractionOf(scale, tick))}%`;
+      return label;
+    }));
+  }
+}
