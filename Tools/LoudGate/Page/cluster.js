@@ -91,17 +91,21 @@ function show(cluster) {
   details.attend(cluster);
 }
 
-// A stream that is refused does not say why.
+// A stream that is refused does not say why. Of a cluster that is not there nothing is shown.
 async function tellIfUnknown() {
   const reply = await fetch(detailsPath).catch(() => null);
-  if (reply?.status === 404)
-    setText(document.getElementById("connection"), `No cluster ${name} publishes on this board.`);
+  if (reply?.status !== 404)
+    return;
+  setText(document.getElementById("connection"), `No cluster ${name} publishes on this board.`);
+  document.querySelector("main").hidden = true;
 }
 
 function showConnection(status) {
   showStatus(status);
-  if (status === "live")
+  if (status === "live") {
+    document.querySelector("main").hidden = false;
     return;
+  }
   meter.clear();
   if (status === "lost")
     tellIfUnknown();

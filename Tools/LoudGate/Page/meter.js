@@ -220,6 +220,11 @@ function ageText(cluster) {
   return isNumber(cluster.Age) ? `last message ${cluster.Age.toFixed(1)} s ago` : "no message yet";
 }
 
+// Without a connection neither is known.
+function factsText(cluster) {
+  return cluster.Name === undefined ? "" : `${sourceText(cluster)}, ${ageText(cluster)}`;
+}
+
 function noChangeText(cluster) {
   return isNumber(cluster.NoChange)
     ? `no change for ${cluster.NoChange.toFixed(0)} s: no blocks, or a steady tone` : "";
@@ -239,8 +244,7 @@ export class Meter {
   #peakAxis = new Axis();
   #state = make("p", "state");
   #hint = make("p", "hint");
-  #source = make("span", "source");
-  #age = make("span", "age");
+  #facts = make("p", "facts");
   #target = make("p", "target");
 
   // `title` is the element that names the meter of the cluster `name`.
@@ -251,9 +255,7 @@ export class Meter {
     this.element.setAttribute("aria-labelledby", title.id);
     const head = make("div", "head");
     head.append(title, this.#state);
-    const facts = make("p", "facts");
-    facts.append(this.#source, ", ", this.#age);
-    this.element.append(head, facts, this.#hint, this.#barList(), this.#figureList(),
+    this.element.append(head, this.#facts, this.#hint, this.#barList(), this.#figureList(),
                         this.#target);
   }
 
@@ -262,8 +264,7 @@ export class Meter {
     setText(this.#state, cluster.State);
     this.element.classList.toggle("alarming", Boolean(cluster.Alarming));
     setText(this.#hint, noChangeText(cluster) || (cluster.Hint ?? ""));
-    setText(this.#source, sourceText(cluster));
-    setText(this.#age, ageText(cluster));
+    setText(this.#facts, factsText(cluster));
     setText(this.#target, targetText(cluster));
     this.#luAxis.show(luScaleOf(cluster), (tick) => withSign(tick, 0));
     this.#peakAxis.show(PEAK_SCALE, String);

@@ -153,6 +153,7 @@ TEST_F(LivePageTest, AClusterThatIsNotThereIsNamed) {
   ASSERT_NO_FATAL_FAILURE(StartGate());
   mBrowser.Open(Url() + "/cluster/1-7");
   AwaitConnection("No cluster 1-7 publishes on this board.");
+  EXPECT_EQ(true, mBrowser.Run("return document.querySelector('main').hidden"));
 }
 
 TEST_F(LivePageTest, ALostConnectionIsShownAndComesBackByItself) {
@@ -165,6 +166,7 @@ TEST_F(LivePageTest, ALostConnectionIsShownAndComesBackByItself) {
   ASSERT_TRUE(mGate->WaitForExit(kPatience));
   AwaitConnection("Connection lost at ");
   EXPECT_EQ(kNoReading, mBrowser.Run(kMomentaryScript));
+  EXPECT_EQ("", mBrowser.Run("return document.querySelector('.facts').textContent"));
   ASSERT_NO_FATAL_FAILURE(StartGateAgain());
   AwaitConnection("Connected");
   AwaitPage(kMomentaryScript, isReading);
