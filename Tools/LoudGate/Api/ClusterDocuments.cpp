@@ -7,6 +7,7 @@
 
 #include <optional>
 
+#include "Bin.h"
 #include "DocumentWriter.h"
 #include "FiguresText.h"
 #include "Utf8Text.h"
@@ -79,6 +80,26 @@ void WriteHistory(DocumentWriter& object, const louddesk::WatchModel& model) {
   object.CloseArray().CloseObject();
 }
 
+std::string LkfsText(const std::optional<float>& lkfs) {
+  return lkfs ? fmt::format("{:.1f}", *lkfs) : kNull;
+}
+
+void WriteHistogram(DocumentWriter& object, const MomentaryReadings& readings) {
+  const ReadingHistogram histogram = readings.Histogram();
+  object.OpenObject("Histogram")
+      .Number("Readings", std::to_string(histogram.readings))
+      .Number("BelowGate", std::to_string(histogram.belowGate))
+      .Number("AbsoluteGate", fmt::format("{:.1f}", kAbsoluteGateLkfs))
+      .Number("RelativeGate", LkfsText(histogram.relativeGate))
+      .Number("Gated", LkfsText(histogram.gated))
+      .Number("Lowest",
+              histogram.counts.empty() ? kNull : fmt::format("{:.1f}", histogram.lowest / 10.0))
+      .OpenArray("Counts");
+  for (const unsigned count : histogram.counts)
+    object.Unsigned(DocumentWriter::kNoKey, count);
+  object.CloseArray().CloseObject();
+}
+
 void WriteNotes(DocumentWriter& object, const louddesk::WatchModel& model) {
   object.OpenArray("Notes");
   for (const auto& note : model.Notes())
@@ -113,6 +134,7 @@ std::string ClusterDetailsDocument(const Cluster& cluster, Moment now) {
   DocumentWriter object;
   WriteCluster(object, cluster, now);
   WriteHistory(object, cluster.Model());
+  WriteHistogram(object, cluster.Readings());
   WriteNotes(object, cluster.Model());
   return object.Finish();
 }

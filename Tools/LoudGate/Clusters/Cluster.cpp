@@ -42,11 +42,19 @@ bool Cluster::TakeData(const louddesk::LoudnessMessage& message, Moment now) {
   mCounts.gaps += IsGap(message) ? 1 : 0;
   mIsAnswered = false;
   mModel.TakeData(message);
+  TakeReading(message);
   TakePeak(message);
   mLast = message;
   mLast->frames.clear();
   mLastTime = now.wall;
   return true;
+}
+
+// In a pause the figures are those of its beginning.
+void Cluster::TakeReading(const louddesk::LoudnessMessage& message) {
+  const bool isRunning = message.command == LU_CMD_START || message.command == LU_CMD_PLAY;
+  if (isRunning && message.validSource != 0)
+    mReadings.Take(message.data.Momentary);
 }
 
 void Cluster::TakePeak(const louddesk::LoudnessMessage& message) {

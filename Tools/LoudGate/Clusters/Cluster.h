@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "MomentaryReadings.h"
 #include "ServiceFeed.h"
 #include "WatchModel.h"
 #include "WatchRows.h"
@@ -60,6 +61,9 @@ class Cluster {
   /// asks at least every kRecent misses no peak.
   std::int16_t RecentTruePeak() const { return std::max(mPeak, mPeakBefore); }
 
+  /// The momentary readings of the running measurement, without pauses.
+  const MomentaryReadings& Readings() const { return mReadings; }
+
   /// Changes with everything that is taken.
   std::uint64_t Revision() const { return mRevision; }
 
@@ -80,6 +84,7 @@ class Cluster {
 
  private:
   bool IsGap(const louddesk::LoudnessMessage& message) const;
+  void TakeReading(const louddesk::LoudnessMessage& message);
   void TakePeak(const louddesk::LoudnessMessage& message);
 
   louddesk::ServicePlace mPlace;
@@ -89,6 +94,7 @@ class Cluster {
   louddesk::WallTime mLastTime{};
   bool mIsAnswered = false;  // something was acknowledged since the last data
   bool mWasConnected = false;
+  MomentaryReadings mReadings;
   std::int16_t mPeak = kNoTruePeakCode;        // highest since mPeakStart
   std::int16_t mPeakBefore = kNoTruePeakCode;  // highest of the span before
   std::chrono::steady_clock::time_point mPeakStart;

@@ -24,7 +24,9 @@ constexpr PageFile kFiles[] = {
     {"/page/icon.svg", kIconType, kIcon},
     {"/page/stream.js", kScriptType, kStreamScript},
     {"/page/meter.js", kScriptType, kMeterScript},
+    {"/page/plot.js", kScriptType, kPlotScript},
     {"/page/history.js", kScriptType, kHistoryScript},
+    {"/page/histogram.js", kScriptType, kHistogramScript},
     {"/page/station.js", kScriptType, kStationScript},
     {"/page/cluster.js", kScriptType, kClusterScript},
 };

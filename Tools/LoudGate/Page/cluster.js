@@ -1,5 +1,6 @@
 // The page of one cluster.
 
+import {Histogram} from "./histogram.js";
 import {HistoryCurve} from "./history.js";
 import {announce, isNumber, make, Meter, setText, showStatus, StateChanges} from "./meter.js";
 import {Stream} from "./stream.js";
@@ -9,6 +10,7 @@ const detailsPath = `/api/clusters/${encodeURIComponent(name)}`;
 
 const meter = new Meter(name, make("h2", "", "Meter"));
 const curve = new HistoryCurve();
+const histogram = new Histogram();
 const changes = new StateChanges();
 
 const CONFIGURATION = [
@@ -44,7 +46,7 @@ function noteItem({Time, Text}) {
   return item;
 }
 
-// History and acknowledgements are not part of the events. They are fetched when a step of the
+// History, histogram and acknowledgements are not part of the events. They are fetched when a step of the
 // history has passed, and at once when something has been acknowledged.
 class Details {
   #isFetching = false;
@@ -75,6 +77,7 @@ class Details {
   #show(cluster) {
     this.#step = 1000 * cluster.History.Step;
     curve.show(cluster);
+    histogram.show(cluster);
     if (cluster.Answers === this.#answers)
       return;
     this.#answers = cluster.Answers;
@@ -115,4 +118,5 @@ document.title = `Loudness of cluster ${name}`;
 document.getElementById("name").textContent = name;
 document.getElementById("cluster").append(meter.element);
 document.getElementById("history").append(curve.element);
+document.getElementById("histogram").append(histogram.element);
 new Stream(`/api/stream?cluster=${encodeURIComponent(name)}`, show, showConnection);

@@ -1,19 +1,11 @@
 // Short-term loudness of the last minutes as a curve, with the target and its tolerance.
 
 import {fractionOf, isNumber, luScaleOf, make, setText, withSign} from "./meter.js";
-
-const SVG = "http://www.w3.org/2000/svg";
+import {makeDrawing, makeHidden, makeSvg, placeLabels} from "./plot.js";
 
 // Points of a full history, and the height of the drawing in its own units.
 const POINTS = 600;
 const HEIGHT = 200;
-
-function makeSvg(tag, attributes) {
-  const element = document.createElementNS(SVG, tag);
-  for (const [name, value] of Object.entries(attributes))
-    element.setAttribute(name, value);
-  return element;
-}
 
 function heightOf(scale, lu) {
   return HEIGHT * (1 - fractionOf(scale, lu));
@@ -45,18 +37,14 @@ export class HistoryCurve {
   #zone = makeSvg("rect", {class: "curve-zone", x: 0, width: POINTS});
   #target = makeSvg("path", {class: "curve-target"});
   #curve = makeSvg("path", {class: "curve"});
-  #labels = make("div", "curve-labels");
+  #labels = makeHidden("div", "curve-labels");
   #summary = make("figcaption");
   #scale = null;
 
   constructor() {
-    const drawing = makeSvg("svg", {
-      viewBox: `0 0 ${POINTS} ${HEIGHT}`, preserveAspectRatio: "none", "aria-hidden": "true",
-    });
+    const drawing = makeDrawing(POINTS, HEIGHT);
     drawing.append(this.#zone, this.#target, this.#curve);
-    this.#labels.setAttribute("aria-hidden", "true");
-    const times = make("div", "curve-times");
-    times.setAttribute("aria-hidden", "true");
+    const times = makeHidden("div", "curve-times");
     times.append(make("span", "", "20 min ago"), make("span", "", "now"));
     const plot = make("div", "plot");
     plot.append(this.#labels, drawing);
@@ -81,10 +69,6 @@ export class HistoryCurve {
     if (scale === this.#scale)
       return;
     this.#scale = scale;
-    this.#labels.replaceChildren(...scale.ticks.map((tick) => {
-      const label = make("span", "", withSign(tick, 0));
-      label.style.top = `${100 * (1 - fractionOf(scale, tick))}%`;
-      return label;
-    }));
+    placeLabels(this.#labels, "top", scale, scale.ticks, (tick) => withSign(tick, 0));
   }
 }

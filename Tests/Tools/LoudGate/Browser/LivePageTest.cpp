@@ -127,6 +127,43 @@ TEST_F(LivePageTest, ThePageOfAClusterShowsHistoryConfigurationAndAcknowledgemen
   EXPECT_EQ("", mBrowser.Complaints());
 }
 
+// Two levels, the quieter one 30 LU lower: the relative gate lies 10 LU below their mean power,
+// which is that of the louder one less 10 log10 of its share, ITU-R BS.1770, Annex 1. The gated
+// loudness is then that of the louder one. A level stays when no further block comes. Readings of
+// 400 ms mix the levels where they meet.
+TEST_F(LivePageTest, ThePageOfAClusterShowsTheHistogramWithItsGates) {
+  ASSERT_NO_FATAL_FAILURE(OpenPage("/cluster/1-1"));
+  const double louder = -20.0 + kSurroundGain;
+  const auto awaitReadings = [&](std::size_t codes) {
+    return Await("/api/clusters/1-1",
+                 [codes](const json& document) {
+                   const json& counts = document.at("Histogram").at("Counts");
+                   return counts.size() > codes && counts.back() >= 20;
+                 })
+        .at("Histogram");
+  };
+  Feed(10, -50.0);
+  awaitReadings(0);
+  Feed(10, -20.0);
+  const json histogram = awaitReadings(250);
+  const double share =
+      histogram.at("Counts").back().get<double>() / histogram.at("Readings").get<double>();
+  EXPECT_NEAR(louder + 10.0 * std::log10(share) - 10.0, histogram.at("RelativeGate"), 1.0);
+  EXPECT_NEAR(louder, histogram.at("Gated"), 0.5);
+  for (const char* bars : {"bars-counted", "bars-gated"})
+    AwaitTrue("return document.querySelector('." + std::string(bars) +
+              "').getAttribute('d').startsWith('M')");
+  const json shown = AwaitPage(
+      "return document.querySelector('#histogram figcaption').innerText.match("
+      "/relative gate (-[0-9.]+) LKFS, gated loudness (-[0-9.]+) LKFS/)",
+      [&](const json& match) {
+        return match.is_array() &&
+               std::abs(std::stod(match.at(2).get<std::string>()) - louder) < 0.5;
+      });
+  EXPECT_LE(std::stod(shown.at(1).get<std::string>()), louder - 10.0);
+  EXPECT_EQ("", mBrowser.Complaints());
+}
+
 // Without a configuration the target is -23 LKFS, its tolerance 1 LU. 32768 is full scale.
 TEST_F(LivePageTest, MarksFiguresThatAreOutOfTolerance) {
   ASSERT_NO_FATAL_FAILURE(OpenPage());

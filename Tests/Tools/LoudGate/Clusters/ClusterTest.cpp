@@ -30,6 +30,7 @@ class ClusterTest : public testing::Test {
     message.wellFormed = isWellFormed;
     message.command = static_cast<std::int16_t>(command);
     message.cluster = 3;
+    message.validSource = 1;
     message.data.TruePeak = truePeak;
     message.time = mNow.steady;
     EXPECT_EQ(isWellFormed, mCluster.TakeData(message, mNow));
@@ -68,6 +69,18 @@ TEST_F(ClusterTest, OneThatHasSpokenStaysKnown) {
   mCluster.TakeConnection(false, 0);
   Pass(std::chrono::hours(1));
   EXPECT_TRUE(mCluster.IsKnown(mNow));
+}
+
+// A pause and a source without meters have no readings.
+TEST_F(ClusterTest, CountsTheReadingsOfARunningMeasurement) {
+  for (const LuCmd_e command : {LU_CMD_START, LU_CMD_PLAY, LU_CMD_PAUSE})
+    Data(command);
+  louddesk::LoudnessMessage invalid;
+  invalid.wellFormed = true;
+  invalid.command = LU_CMD_START;
+  invalid.validSource = 0;
+  mCluster.TakeData(invalid, mNow);
+  EXPECT_EQ(2u, mCluster.Readings().Histogram().readings);
 }
 
 TEST_F(ClusterTest, KeepsTheLastMessageAndWhenItCame) {
