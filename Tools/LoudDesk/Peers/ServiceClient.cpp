@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <ctime>
 #include <utility>
 
 #include "Endpoints.h"
@@ -14,16 +13,6 @@
 
 namespace louddesk {
 namespace {
-
-// Several periods of the loudness data: after so long without any it has ended.
-constexpr Patience kDataEnded{500};
-
-// The ten messages of an invalid source take a second. They may also be about the preset before.
-constexpr Patience kInvalidSource{1000};
-
-// The service acknowledges with the stamp of the command that it read last. An acknowledgement with
-// the right one is published in the next ticks of 100 ms.
-constexpr Patience kOwnStamp{1000};
 
 constexpr Patience kSlice{100};
 
@@ -35,10 +24,6 @@ LoudnessConfiguration Readable(const std::optional<ServiceAnswer>& answer) {
   if (!configuration)
     throw ServiceError("the configuration that the service republishes cannot be read");
   return *configuration;
-}
-
-bool IsStart(const ServiceAnswer& answer) {
-  return answer.kind == StateKind::kAcknowledgement && answer.command == cLuCmd::kStartText;
 }
 
 }  // namespace
@@ -84,38 +69,25 @@ std::optional<LoudnessConfiguration> ServiceClient::ConfigurationInForce(Patienc
 }
 
 void ServiceClient::SwitchReporting(bool isOn) {
-  const Fit fit = isOn ? Fit::kFinal : Fit::kNone;
-  Send(
-      kEnableReportingTopic, EnableReportingJson(isOn), [fit](const auto&) { return fit; },
-      isOn ? Data::kDone : Data::kNotYet);
-  if (!isOn)
-    SettleAs(Outcome::kDone, kDataEnded);
+  Send(kEnableReportingTopic, EnableReportingJson(isOn),
+       SentMessage::Reporting(isOn, Clock::now()));
 }
 
 void ServiceClient::SendPreset(const std::string& json) {
-  Send(TopicFor(kPresetTopicPrefix, mUnit.MeterSet()), json,
-       [](const auto& answer) { return IsStart(answer) ? Fit::kFinal : Fit::kNone; });
+  Send(TopicFor(kPresetTopicPrefix, mUnit.MeterSet()), json, SentMessage::Preset());
 }
 
-// A start before the configuration is published belongs to an earlier message.
 void ServiceClient::SendConfiguration(const LoudnessConfiguration& configuration) {
   const std::string json = configuration.Json();
   Send(TopicFor(kConfigurationTopicPrefix, mUnit.MeterSet()), json,
-       [json, isInForce = false](const auto& answer) mutable {
-         isInForce = isInForce || answer.configuration == json;
-         return isInForce && IsStart(answer) ? Fit::kFinal : Fit::kNone;
-       });
+       SentMessage::Configuration(json));
 }
 
 void ServiceClient::SendCommand(const std::string& command, unsigned user) {
-  mTimeStamp = std::max(mTimeStamp + 1, static_cast<unsigned>(std::time(nullptr)));
+  mTimeStamp = NextTimeStamp(mTimeStamp);
   const LoudnessCommand message = {command, mUnit.Cluster(), mUnit.MeterSet(), mTimeStamp, user};
   Send(TopicFor(kCommandTopicPrefix, mUnit.MeterSet()), message.Json(),
-       [command, timeStamp = mTimeStamp](const auto& answer) {
-         if (!Settles(answer, command))
-           return Fit::kNone;
-         return answer.cmdTime == timeStamp ? Fit::kFinal : Fit::kLikely;
-       });
+       SentMessage::Command(command, mTimeStamp));
 }
 
 // A configuration alone starts the measurement anew; a preset is needed only for other speakers.
@@ -133,29 +105,13 @@ void ServiceClient::Restart(const std::vector<std::string>& speakers) {
   SendConfiguration(configuration);
 }
 
-void ServiceClient::Send(const std::string& topic, const std::string& json, FitOf fitOf,
-                         Data data) {
+void ServiceClient::Send(const std::string& topic, const std::string& json, SentMessage message) {
   mUnit.SendText(Peer::kMainAppServer, topic, json);
-  mOutcome = Outcome::kPending;
-  mFitOf = std::move(fitOf);
-  mData = data;
-  mDue.reset();
-}
-
-void ServiceClient::SettleAs(Outcome outcome, Patience unlessBetterWithin) {
-  mFallback = outcome;
-  mDue = Clock::now() + unlessBetterWithin;
+  mSent = std::move(message);
 }
 
 void ServiceClient::TakeData(const LoudnessMessage& message) {
-  if (mOutcome != Outcome::kPending)
-    return;
-  if (mData == Data::kDone)
-    mOutcome = Outcome::kDone;
-  else if (mData == Data::kNotYet)
-    SettleAs(Outcome::kDone, kDataEnded);
-  else if (!mDue && message.wellFormed && message.validSource == 0)
-    SettleAs(Outcome::kInvalidSource, kInvalidSource);
+  mSent.TakeData(message, Clock::now());
 }
 
 Outcome ServiceClient::TakeAnswers(Patience patience) {
@@ -165,27 +121,21 @@ Outcome ServiceClient::TakeAnswers(Patience patience) {
       continue;
     if (mShow)
       mShow(*answer);
-    const Fit fit = mOutcome == Outcome::kPending ? mFitOf(*answer) : Fit::kNone;
-    if (fit == Fit::kLikely)
-      SettleAs(Outcome::kOtherStamp, kOwnStamp);
-    if (fit == Fit::kFinal)
-      return mOutcome = Outcome::kDone;
+    if (mSent.TakeAnswer(*answer, Clock::now()))
+      return Outcome::kDone;
   }
-  if (mOutcome == Outcome::kPending && mDue && Clock::now() >= *mDue)
-    mOutcome = mFallback;
-  return mOutcome;
+  return mSent.OutcomeAt(Clock::now());
 }
 
 Outcome ServiceClient::Await(Patience patience) {
   const auto end = Clock::now() + patience;
-  while (mOutcome == Outcome::kPending && Clock::now() < end && zsys_interrupted == 0) {
+  while (mSent.OutcomeAt(Clock::now()) == Outcome::kPending && Clock::now() < end &&
+         zsys_interrupted == 0) {
     TakeAnswers(std::min(kSlice, Remaining(end)));
     while (const auto data = mUnit.NextLoudnessData(Patience{0}))
       TakeData(*data);
   }
-  if (mOutcome == Outcome::kPending && mDue && mFallback != Outcome::kDone)
-    mOutcome = mFallback;
-  return mOutcome;
+  return mSent.FinalOutcome();
 }
 
 }  // namespace louddesk

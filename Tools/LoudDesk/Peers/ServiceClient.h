@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "SentMessage.h"
 #include "UnitDocuments.h"
 #include "UnitStandIn.h"
 
@@ -19,14 +20,6 @@ namespace louddesk {
 class ServiceError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
-};
-
-/// What has become of the message that was sent last.
-enum class Outcome {
-  kPending,        // nothing yet
-  kDone,           // it is acknowledged, or seen in the loudness data
-  kOtherStamp,     // a command, acknowledged with the time stamp of another client's
-  kInvalidSource,  // the service says instead that it has nothing to measure
 };
 
 class ServiceClient {
@@ -85,27 +78,14 @@ class ServiceClient {
  private:
   using Clock = std::chrono::steady_clock;
 
-  // How well an answer fits the message.
-  enum class Fit { kNone, kLikely, kFinal };
-  using FitOf = std::function<Fit(const ServiceAnswer&)>;
-
-  // What loudness data says of the message.
-  enum class Data { kNothing, kDone, kNotYet };
-
-  void Send(const std::string& topic, const std::string& json, FitOf fitOf,
-            Data data = Data::kNothing);
-  void SettleAs(Outcome outcome, Patience unlessBetterWithin);
+  void Send(const std::string& topic, const std::string& json, SentMessage message);
 
   UnitStandIn& mUnit;
   AnswerSink mShow;
   std::vector<std::string> mSpeakers;  // of the last restart; empty: none yet
   unsigned mUser;                      // by which the service's answers to this client are known
   unsigned mTimeStamp = 0;             // of the last command
-  Outcome mOutcome = Outcome::kDone;
-  FitOf mFitOf;
-  Data mData = Data::kNothing;
-  Outcome mFallback = Outcome::kPending;  // what the outcome is when nothing better comes
-  std::optional<Clock::time_point> mDue;  // until then
+  SentMessage mSent;                   // the last one
 };
 
 }  // namespace louddesk

@@ -2,6 +2,9 @@
 
 #include "UnitDocuments.h"
 
+#include <algorithm>
+#include <ctime>
+
 #include "DocumentWriter.h"
 #include "JsonAccess.h"
 #include "LuMessageKeys.h"
@@ -120,6 +123,10 @@ std::string LoudnessCommand::Json() const {
       .Unsigned(lu_key::kCommandTimeStamp, timeStamp)
       .Unsigned(lu_key::kReadUser, userId)
       .Finish();
+}
+
+unsigned NextTimeStamp(unsigned last) {
+  return std::max(last + 1, static_cast<unsigned>(std::time(nullptr)));
 }
 
 std::string EnableReportingJson(bool enable) {

@@ -74,6 +74,10 @@ struct LoudnessCommand {
   std::string Json() const;
 };
 
+/// The time stamp of the next command of a client whose last one had `last`: by the clock, but
+/// never the same again. 0 stands for none.
+unsigned NextTimeStamp(unsigned last);
+
 /// Switches the reporting of loudness data on or off.
 std::string EnableReportingJson(bool enable);
 

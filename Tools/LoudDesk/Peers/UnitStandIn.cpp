@@ -81,6 +81,11 @@ std::string InTimeText(Patience patience) {
   return fmt::format(" in {:.1f} s", static_cast<double>(patience.count()) / 1000);
 }
 
+Endpoint MainAppServerEndpoint() {
+  SettleBoardAddresses();
+  return Endpoint::Tcp(MainBoardAddress(), kAppserverPort);
+}
+
 std::set<std::string> ServiceTopicsAt(Peer peer, unsigned meterSet) {
   return peer == Peer::kSignalProcessor ? std::set<std::string>{RawDataTopic(meterSet)}
                                         : TextTopics(meterSet);
@@ -102,7 +107,7 @@ UnitStandIn::UnitStandIn(unsigned meterSet, unsigned cluster)
   const auto onMainBoard = [](unsigned port) { return Endpoint::Tcp(MainBoardAddress(), port); };
   mPublishers.try_emplace(Peer::kProcessMonitor, onMainBoard(kHbMonPort));
   mPublishers.try_emplace(Peer::kHardwareManager, onMainBoard(kHwmPort));
-  mPublishers.try_emplace(Peer::kMainAppServer, onMainBoard(kAppserverPort));
+  mPublishers.try_emplace(Peer::kMainAppServer, MainAppServerEndpoint());
   mPublishers.try_emplace(Peer::kOpticalAppServer,
                           Endpoint::Tcp(OpticalBoardAddress(), kAppserverPort));
   mPublishers.try_emplace(Peer::kSignalProcessor, Endpoint::Ipc(RawDataFile(meterSet)));

@@ -143,6 +143,10 @@ class UnitStandIn {
   std::vector<SocketReader*> mReaders;  // all of these
 };
 
+/// Where the application server of the main board listens. Throws BindError when an address of the
+/// environment is not an address.
+Endpoint MainAppServerEndpoint();
+
 /// The topics that the service of a meter set subscribes to at a publishing peer.
 std::set<std::string> ServiceTopicsAt(Peer peer, unsigned meterSet);
 

@@ -4,21 +4,11 @@
 
 #include <utility>
 
-#include "LuMessages.h"
-
 namespace louddesk {
 namespace {
 
-constexpr Patience kAcknowledgedWithin{5000};
-
 // The figures do not depend on who asks.
 constexpr unsigned kUserOfTheConfiguration = 0;
-
-std::string ReasonFor(const std::string& command) {
-  return command == cLuCmd::kStopText
-             ? "the mode is Continuous, reporting is off or the source is invalid"
-             : "reporting is off or the source is invalid";
-}
 
 }  // namespace
 
@@ -60,7 +50,7 @@ void WatchControl::Conclude(Outcome outcome) {
   if (outcome == Outcome::kOtherStamp)
     mNews.push_back(mCommand + " " + kOtherStampText);
   else if (outcome != Outcome::kDone)
-    mNews.push_back(mCommand + " not acknowledged: " + ReasonFor(mCommand));
+    mNews.push_back(mCommand + " not acknowledged: " + WhyNotAcknowledged(mCommand));
 }
 
 }  // namespace louddesk
