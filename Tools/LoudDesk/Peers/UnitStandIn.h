@@ -147,6 +147,9 @@ class UnitStandIn {
 /// environment is not an address.
 Endpoint MainAppServerEndpoint();
 
+/// What to say before the reason when that place cannot be taken.
+constexpr char kPlaceNeededText[] = "--control needs the endpoint of the application server: ";
+
 /// The topics that the service of a meter set subscribes to at a publishing peer.
 std::set<std::string> ServiceTopicsAt(Peer peer, unsigned meterSet);
 

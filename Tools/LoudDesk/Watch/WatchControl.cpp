@@ -17,8 +17,7 @@ WatchControl::WatchControl(unsigned meterSet, unsigned cluster)
   try {
     mUnit.Open(Peer::kMainAppServer);
   } catch (const BindError& error) {
-    throw ServiceError(std::string("--control needs the endpoint of the application server: ") +
-                       error.what());
+    throw ServiceError(std::string(kPlaceNeededText) + error.what());
   }
 }
 

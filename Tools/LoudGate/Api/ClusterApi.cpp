@@ -12,7 +12,7 @@ constexpr char kAllKey[] = "all";
 constexpr std::chrono::seconds kLongestSilence{1};
 
 HttpAnswer NoSuchCluster() {
-  return HttpAnswer::Plain(kNotFound, "No such cluster publishes here.");
+  return HttpAnswer::Plain(kNotFound, kNoSuchClusterText);
 }
 
 }  // namespace

@@ -31,6 +31,9 @@ class ClusterListener {
 /// The most clusters that are watched. A board has eight.
 constexpr std::size_t kMostClusters = 64;
 
+/// For those who ask for a cluster that the board does not have.
+constexpr char kNoSuchClusterText[] = "No such cluster publishes here.";
+
 class ClusterBoard {
  public:
   /// Told what an operator should know, a line each.

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <map>
+#include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,9 +22,11 @@ enum HttpStatus : unsigned {
   kMethodNotAllowed = 405,
   kConflict = 409,
   kContentTooLarge = 413,
+  kUnsupportedMediaType = 415,
   kMisdirected = 421,
   kServerError = 500,
   kUnavailable = 503,
+  kGatewayTimeout = 504,
 };
 
 constexpr char kGet[] = "GET";
@@ -52,12 +56,15 @@ struct HttpRequest {
   }
 };
 
+struct LateAnswer;
+
 struct HttpAnswer {
   unsigned status = kOk;
   std::string type = kTextType;
   std::string body;
   std::vector<std::pair<std::string, std::string>> headers;  // besides those of every answer
   std::string stream;  // not empty: a stream of the events that are published under this key
+  std::shared_ptr<const LateAnswer> late = {};  // not null: what to wait for instead
 
   static HttpAnswer Json(std::string body) { return {kOk, kJsonType, std::move(body), {}, {}}; }
   static HttpAnswer Html(std::string body) { return {kOk, kHtmlType, std::move(body), {}, {}}; }
@@ -73,6 +80,19 @@ struct HttpAnswer {
     answer.stream = std::move(key);
     return answer;
   }
+
+  /// The answer that `late` will have. Whoever has it must give one before the server's patience
+  /// ends. It may be given to nobody: the client may have gone.
+  static HttpAnswer Later(std::shared_ptr<const LateAnswer> late) {
+    HttpAnswer answer;
+    answer.late = std::move(late);
+    return answer;
+  }
+};
+
+/// An answer that is not known yet when its request comes.
+struct LateAnswer {
+  std::optional<HttpAnswer> answer;
 };
 
 }  // namespace loudgate

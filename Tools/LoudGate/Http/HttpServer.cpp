@@ -50,13 +50,15 @@ constexpr unsigned kVanishedAfter = 20000;  // ms
 // Rounds of work that are done at once, so that a busy server does not hold up the loop.
 constexpr int kMostRounds = 16;
 
+struct Exchange;
 struct Stream;
 
 // A connection that somebody has made.
 struct Client {
   int descriptor = -1;
-  HttpServer::Time since;    // the last answer or the beginning
-  Stream* stream = nullptr;  // not owned
+  HttpServer::Time since;       // the last answer or the beginning
+  Stream* stream = nullptr;     // not owned
+  Exchange* waiting = nullptr;  // that waits for its answer, not owned
   bool isDropped = false;
 };
 
@@ -74,6 +76,8 @@ struct Stream {
 struct Exchange {
   HttpRequest request;
   bool isTooLarge = false;
+  std::shared_ptr<const LateAnswer> late;  // what it waits for, if anything
+  MHD_Connection* suspended = nullptr;     // its connection while it waits
 };
 
 // The library's answer, released when this one goes.
@@ -172,6 +176,8 @@ class HttpServer::Daemon {
       if (!client.isDropped && IsTooSlow(client, now)) {
         ++mCounts.dropped;
         Drop(client);
+      } else if (client.waiting != nullptr && client.waiting->late->answer) {
+        Resume(*client.waiting);
       }
     Run();
   }
@@ -237,11 +243,18 @@ class HttpServer::Daemon {
     shutdown(client.descriptor, SHUT_RDWR);
     if (client.stream != nullptr)
       Resume(*client.stream);
+    if (client.waiting != nullptr)
+      Resume(*client.waiting);
   }
 
   static void Resume(Stream& stream) {
     if (std::exchange(stream.isSuspended, false))
       MHD_resume_connection(stream.connection);
+  }
+
+  static void Resume(Exchange& waiting) {
+    if (MHD_Connection* const suspended = std::exchange(waiting.suspended, nullptr))
+      MHD_resume_connection(suspended);
   }
 
   static Client& ClientOf(MHD_Connection* connection) {
@@ -284,6 +297,7 @@ class HttpServer::Daemon {
                           MHD_RequestTerminationCode) {
     delete static_cast<Exchange*>(*exchange);
     *exchange = nullptr;
+    ClientOf(connection).waiting = nullptr;
     ClientOf(connection).since = std::chrono::steady_clock::now();
   }
 
@@ -303,8 +317,10 @@ class HttpServer::Daemon {
         own.TakeBody(going, data, std::exchange(*size, 0));
         return MHD_YES;
       }
-      return own.Answer(connection,
-                        going.isTooLarge ? TooLarge() : own.mRoutes.Answer(going.request));
+      if (going.late)
+        return own.AnswerLate(connection, going);
+      const HttpAnswer answer = going.isTooLarge ? TooLarge() : own.mRoutes.Answer(going.request);
+      return answer.late ? Wait(connection, going, answer) : own.Answer(connection, answer);
     } catch (const std::exception&) {
       return MHD_NO;  // out of memory: the connection is closed
     }
@@ -333,6 +349,22 @@ class HttpServer::Daemon {
     exchange.isTooLarge = exchange.isTooLarge || body.size() + size > mLimits.bodyBytes;
     if (!exchange.isTooLarge)
       body.append(data, size);
+  }
+
+  // The library asks again when the connection is resumed.
+  static MHD_Result Wait(MHD_Connection* connection, Exchange& exchange, const HttpAnswer& answer) {
+    exchange.late = answer.late;
+    exchange.suspended = connection;
+    ClientOf(connection).waiting = &exchange;
+    MHD_suspend_connection(connection);
+    return MHD_YES;
+  }
+
+  // A client that was dropped meanwhile gets none.
+  MHD_Result AnswerLate(MHD_Connection* connection, const Exchange& exchange) {
+    ClientOf(connection).waiting = nullptr;
+    const auto& answer = exchange.late->answer;
+    return answer ? Answer(connection, *answer) : MHD_NO;
   }
 
   static HttpAnswer TooLarge() {

@@ -12,7 +12,7 @@ namespace loudgate {
 
 class Routes {
  public:
-  /// Answers at once: everything happens on one thread.
+  /// Answers at once, or later by a LateAnswer: everything happens on one thread.
   using Handler = std::function<HttpAnswer(const HttpRequest&)>;
 
   /// Answers requests of `method` (GET answers HEAD too) for `path`. A path that ends in "*" stands

@@ -12,10 +12,12 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <optional>
 #include <stdexcept>
 
 #include "ClusterApi.h"
 #include "ClusterBoard.h"
+#include "ControlApi.h"
 #include "EventLoop.h"
 #include "GateMetrics.h"
 #include "HttpServer.h"
@@ -74,6 +76,17 @@ HttpSettings SettingsFor(const GateOptions& options) {
   return settings;
 }
 
+// What commands take: the secret, and the place from which they are sent.
+struct Control {
+  Control(EventLoop& loop, ClusterBoard& board, const std::string& tokenFile)
+      : token(tokenFile), commands(loop) {
+    board.AddListener(commands);
+  }
+
+  ControlToken token;
+  ClusterControl commands;
+};
+
 // Members go in the reverse order of this list: the server before what its routes ask.
 class Gate {
  public:
@@ -84,6 +97,10 @@ class Gate {
         mServer(mLoop, SettingsFor(options), mRoutes) {
     AddPages(mRoutes);
     AddMetrics(mRoutes, mBoard, [this] { return mServer.Counts(); });
+    if (options.token.empty())
+      AddNoControl(mRoutes);
+    else
+      StartControl(options.token);
     mLoop.Watch(mSignals.Descriptor(), [this] { mLoop.End(); });
     mLoop.Every(kTick, [this] { Tick(Moment::Now()); });
   }
@@ -91,15 +108,26 @@ class Gate {
   ~Gate() { mLoop.Unwatch(mSignals.Descriptor()); }
 
   void Run() {
-    std::cout << "Listening at " << mServer.Url() << "\n" << std::flush;
+    std::cout << "Listening at " << mServer.Url() << "\n";
+    if (mControl)
+      std::cout << "Controlling at " << mControl->commands.Place()
+                << ", in the place of the application server\n";
+    std::cout << std::flush;
     mManager.NotifyReady();
     mLoop.Run();
     mManager.NotifyStopping();
   }
 
  private:
+  void StartControl(const std::string& tokenFile) {
+    mControl.emplace(mLoop, mBoard, tokenFile);
+    AddControl(mRoutes, mBoard, mControl->commands, mControl->token);
+  }
+
   void Tick(Moment now) {
     mBoard.Tend(now);
+    if (mControl)
+      mControl->commands.Tend(now);
     mApi.Publish(mServer, now);
     mServer.Tend(now.steady);
     mManager.NotifyAlive();
@@ -110,6 +138,7 @@ class Gate {
   EventLoop mLoop;
   Routes mRoutes;
   ClusterBoard mBoard;
+  std::optional<Control> mControl;
   ClusterApi mApi;
   HttpServer mServer;
 };

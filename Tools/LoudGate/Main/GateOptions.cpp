@@ -18,11 +18,23 @@ constexpr char kFooter[] =
     "\nExample, on a board, for this machine alone, and for a network over TLS:\n"
     "  LoudGate\n"
     "  LoudGate --listen 192.0.2.7:8128 --certificate gate.pem --key gate-key.pem\n"
+    "To control the services of this board from this machine too:\n"
+    "  (umask 077; openssl rand -hex 32 > token)\n"
+    "  LoudGate --control --token-file token\n"
     "\n"
     "It serves the clusters that publish on this board to browsers, programs and\n"
     "monitoring systems: a page at /, JSON at /api/clusters and /api/stream, metrics\n"
-    "at /metrics. It only reads. Browsers reach it by an address, as localhost or by\n"
-    "the names given; requests by other names are refused.\n"
+    "at /metrics. Browsers reach it by an address, as localhost or by the names\n"
+    "given; requests by other names are refused.\n"
+    "\n"
+    "It only reads, unless --control is given. It then takes the place of the\n"
+    "application server of the main board (LOUDCALC_MAIN_BOARD_ADDRESS, port 7000),\n"
+    "which no other program may use: the unit's own application server must not run.\n"
+    "Whoever has the token in the file can start, pause, play, stop and reset\n"
+    "measurements and switch the reporting, from the page of a cluster or by POST.\n"
+    "The file has one line of 32 to 256 printable characters without blanks, and\n"
+    "others must not be able to read it. Without TLS anybody on the way can read\n"
+    "the token.\n"
     "\n"
     "SIGTERM and Ctrl-C end it with status 0. The status is 1 when it cannot listen.\n";
 
@@ -40,6 +52,12 @@ void AddOptions(CLI::App& app, GateOptions& options, std::string& listen) {
                           ->type_name("FILE");
   auto* key = app.add_option("--key", options.key, "Private key of the certificate, PEM")
                   ->type_name("FILE");
+  auto* control = app.add_flag("--control", "Take the application server's place for commands");
+  auto* token =
+      app.add_option("--token-file", options.token, "Token of those who may send commands")
+          ->type_name("FILE");
+  control->needs(token);
+  token->needs(control);
   certificate->needs(key);
   key->needs(certificate);
 }

@@ -22,6 +22,7 @@ struct GateOptions {
   std::string directory = kIpcDirectory;  // of the publishers
   std::string certificate;                // file; empty: no TLS
   std::string key;                        // file
+  std::string token;                      // file with the token for commands; empty: none are taken
 };
 
 /// Status of the program for a command line that it does not understand.

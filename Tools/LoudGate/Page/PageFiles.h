@@ -14,6 +14,7 @@ extern const char kPlotScript[];       // plot.js
 extern const char kHistoryScript[];    // history.js
 extern const char kHistogramScript[];  // histogram.js
 extern const char kStationScript[];    // station.js
+extern const char kControlScript[];    // control.js
 extern const char kClusterScript[];    // cluster.js
 
 }  // namespace loudgate

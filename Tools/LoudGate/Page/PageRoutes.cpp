@@ -28,6 +28,7 @@ constexpr PageFile kFiles[] = {
     {"/page/history.js", kScriptType, kHistoryScript},
     {"/page/histogram.js", kScriptType, kHistogramScript},
     {"/page/station.js", kScriptType, kStationScript},
+    {"/page/control.js", kScriptType, kControlScript},
     {"/page/cluster.js", kScriptType, kClusterScript},
 };
 

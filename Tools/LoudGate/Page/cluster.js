@@ -1,5 +1,6 @@
 // The page of one cluster.
 
+import {Control, isControlEnabled} from "./control.js";
 import {Histogram} from "./histogram.js";
 import {HistoryCurve} from "./history.js";
 import {announce, isNumber, make, Meter, setText, showStatus, StateChanges} from "./meter.js";
@@ -114,9 +115,18 @@ function showConnection(status) {
     tellIfUnknown();
 }
 
+async function offerControl() {
+  if (!await isControlEnabled())
+    return;
+  const section = document.getElementById("control");
+  section.append(new Control(detailsPath).element);
+  section.hidden = false;
+}
+
 document.title = `Loudness of cluster ${name}`;
 document.getElementById("name").textContent = name;
 document.getElementById("cluster").append(meter.element);
 document.getElementById("history").append(curve.element);
 document.getElementById("histogram").append(histogram.element);
+offerControl();
 new Stream(`/api/stream?cluster=${encodeURIComponent(name)}`, show, showConnection);

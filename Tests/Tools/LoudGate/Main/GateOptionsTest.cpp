@@ -42,6 +42,7 @@ TEST_F(GateOptionsTest, WithoutAnyThisMachineAloneReachesIt) {
   EXPECT_EQ("/run/shm/mq", options->directory);
   EXPECT_TRUE(options->names.empty());
   EXPECT_EQ("", options->certificate);
+  EXPECT_EQ("", options->token);
   EXPECT_EQ("", mOut.str() + mErrors.str());
 }
 
@@ -54,6 +55,14 @@ TEST_F(GateOptionsTest, TakesEveryOption) {
   EXPECT_EQ((std::set<std::string>{"a.example", "b.example"}), options->names);
   EXPECT_EQ("c.pem", options->certificate);
   EXPECT_EQ("k.pem", options->key);
+}
+
+TEST_F(GateOptionsTest, ControlNeedsATokenAndATokenControl) {
+  const auto options = Read({"--control", "--token-file", "token"});
+  ASSERT_TRUE(options);
+  EXPECT_EQ("token", options->token);
+  ExpectRefused({"--control"}, "--control requires --token-file");
+  ExpectRefused({"--token-file", "token"}, "--token-file requires --control");
 }
 
 TEST_F(GateOptionsTest, RefusesWhatItDoesNotUnderstand) {

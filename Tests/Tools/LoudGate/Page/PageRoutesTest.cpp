@@ -58,7 +58,7 @@ TEST_F(PageRoutesTest, EveryFileThatAPageAsksForIsThereWithItsType) {
                                                     {".css", "text/css; charset=utf-8"},
                                                     {".svg", "image/svg+xml"}};
   for (const auto& [page, fileCount] :
-       std::map<std::string, std::size_t>{{"/", 6}, {"/cluster/1-3", 9}}) {
+       std::map<std::string, std::size_t>{{"/", 6}, {"/cluster/1-3", 10}}) {
     const auto files = FilesFrom(page);
     EXPECT_EQ(fileCount, files.size()) << page;
     for (const auto& [path, answer] : files) {

@@ -49,7 +49,7 @@ void GateTest::ExpectGateEnds(int signal) {
   EXPECT_EQ(0, report->signal);
   EXPECT_EQ(0, report->status);
   EXPECT_EQ("", mGate->StandardError());
-  EXPECT_EQ(1u, mGate->LineCount()) << mGate->StandardOutput();
+  EXPECT_EQ(mExpectedLines, mGate->LineCount()) << mGate->StandardOutput();
 }
 
 std::unique_ptr<ServiceProcess> GateTest::Follow(const std::string& path,

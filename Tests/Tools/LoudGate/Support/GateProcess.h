@@ -53,6 +53,7 @@ class GateTest : public RunningService {
                        const std::function<bool(const nlohmann::json&)>& condition);
 
   std::unique_ptr<ServiceProcess> mGate;
+  unsigned mExpectedLines = 1;  // on its standard output
 
  private:
   std::string mUrl;
