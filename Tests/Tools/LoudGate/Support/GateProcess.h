@@ -54,7 +54,5 @@ class GateTest : public RunningService {
 
   std::unique_ptr<ServiceProcess> mGate;
   unsigned mExpectedLines = 1;  // on its standard output
-
- private:
   std::string mUrl;
 };
