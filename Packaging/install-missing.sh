@@ -16,7 +16,8 @@ fi
 
 service=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev)
 build=("${service[@]}" libutfcpp-dev libavformat-dev libavcodec-dev libavutil-dev
-       libcli11-dev libfmt-dev libncurses-dev libsodium-dev libzstd-dev libmicrohttpd-dev prometheus-cpp-dev)
+       libcli11-dev libfmt-dev libncurses-dev libsodium-dev libsqlite3-dev libzstd-dev libmicrohttpd-dev
+       prometheus-cpp-dev)
 demo=(alsa-utils)
 package=(dpkg-dev debhelper help2man)
 cross_package=(dpkg-dev mmdebstrap)
@@ -26,7 +27,8 @@ check=(clang clang-tidy cppcheck libclang-rt-dev llvm clang-format libgtest-dev 
        nlohmann-json3-dev alsa-utils hex-a-hop-data sound-theme-freedesktop libsndfile1-dev ffmpeg
        flac lame opus-tools vorbis-tools wavpack libebur128-dev tmux libfaketime nftables
        curl openssl prometheus chromium chromium-driver
-       libcli11-dev libfmt-dev libncurses-dev libsodium-dev libzstd-dev libmicrohttpd-dev prometheus-cpp-dev)
+       libcli11-dev libfmt-dev libncurses-dev libsodium-dev libsqlite3-dev libzstd-dev libmicrohttpd-dev
+       prometheus-cpp-dev)
 docs=(doxygen)
 aarch64=(g++-aarch64-linux-gnu qemu-user-static mmdebstrap)
 

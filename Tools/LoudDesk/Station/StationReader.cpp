@@ -1,0 +1,143 @@
+// Queries.
+
+#include "StationReader.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "StationFormat.h"
+
+namespace louddesk {
+namespace {
+
+using Fault = StationError::Fault;
+
+constexpr std::int64_t kMsPerSecond = 1000;
+
+// No time that is further from 1970 is asked for: a thousand times as many ms fit the type.
+constexpr std::int64_t kLastTime =
+    std::numeric_limits<std::int64_t>::max() / kClusterNumbers / 1000;
+
+std::int64_t Bounded(std::int64_t time) {
+  return std::clamp<std::int64_t>(time, 0, kLastTime);
+}
+
+// A file in a folder where the reader may make no files has to be taken as one that nobody writes:
+// right when no log of a writer stands beside it.
+SqliteFile OpenToRead(const std::string& path) {
+  const bool isAtRest = access((path + "-wal").c_str(), F_OK) != 0;
+  SqliteFile file(path, isAtRest && access(path.c_str(), W_OK) != 0 ? SqliteMode::kReadUnchanging
+                                                                    : SqliteMode::kReadOnly);
+  return file;
+}
+
+void CheckKind(SqliteFile& file, const std::string& path) {
+  if (file.Number("PRAGMA application_id") != kStationApplication)
+    throw StationError(Fault::kForeign, path + ": not a record of LoudGate");
+  if (file.Number("PRAGMA user_version") > kStationFormat)
+    throw StationError(Fault::kNewer, path + ": a record of a newer version");
+}
+
+RecordedEvent EventOf(const SqliteStatement& row, const StationCluster& cluster) {
+  RecordedEvent event;
+  event.time = row.Number(0);
+  if (!row.IsNull(1))
+    event.cluster = cluster;
+  event.kind = row.Bytes(2);
+  event.text = row.Bytes(3);
+  return event;
+}
+
+}  // namespace
+
+StationReader::StationReader(const std::string& path) : mFile(OpenToRead(path)) {
+  CheckKind(mFile, path);
+}
+
+std::vector<StationCluster> StationReader::Clusters() {
+  std::vector<StationCluster> clusters;
+  SqliteStatement rows(mFile, "SELECT meter_set, cluster FROM clusters");
+  while (rows.Step())
+    clusters.push_back(
+        {static_cast<unsigned>(rows.Number(0)), static_cast<unsigned>(rows.Number(1))});
+  std::sort(clusters.begin(), clusters.end());
+  return clusters;
+}
+
+std::optional<StationPeriod> StationReader::Extent() {
+  SqliteStatement first(mFile, "SELECT id FROM minutes WHERE id >= 0 ORDER BY id LIMIT 1");
+  SqliteStatement last(mFile, "SELECT id FROM minutes WHERE id >= 0 ORDER BY id DESC LIMIT 1");
+  if (!first.Step() || !last.Step())
+    return std::nullopt;
+  return StationPeriod{first.Number(0) / kClusterNumbers * kSecondsPerMinute,
+                       (last.Number(0) / kClusterNumbers + 1) * kSecondsPerMinute};
+}
+
+std::optional<std::int64_t> StationReader::NumberOf(const StationCluster& cluster) {
+  SqliteStatement row(mFile, "SELECT number FROM clusters WHERE meter_set = ? AND cluster = ?");
+  row.Bind(1, cluster.meterSet).Bind(2, cluster.cluster);
+  return row.Step() ? std::optional(row.Number(0)) : std::nullopt;
+}
+
+// Goes from one row of the cluster to the next, past those of other clusters without reading them.
+void StationReader::ReadSeconds(const StationCluster& cluster, const StationPeriod& period,
+                                const std::function<bool(const RecordedSecond&)>& take) {
+  const auto number = NumberOf(cluster);
+  if (!number || *number < 0 || *number >= kClusterNumbers)
+    return;
+  const std::int64_t to = Bounded(period.to);
+  std::int64_t minute = Bounded(period.from) / kSecondsPerMinute;
+  const std::int64_t end = (to + kSecondsPerMinute - 1) / kSecondsPerMinute * kClusterNumbers;
+  SqliteStatement next(
+      mFile, "SELECT id, seconds FROM minutes WHERE id >= ? AND id < ? ORDER BY id LIMIT 1");
+  for (;;) {
+    next.Bind(1, minute * kClusterNumbers + *number).Bind(2, end);
+    if (!next.Step())
+      return;
+    const std::int64_t found = next.Number(0) / kClusterNumbers;
+    const std::int64_t owner = next.Number(0) % kClusterNumbers;
+    if (owner == *number)
+      for (const auto& second : DecodeMinute(found, next.Bytes(1)))
+        if (second && second->time >= period.from && second->time < to && !take(*second))
+          return;
+    minute = owner < *number ? found : found + 1;
+    next.Reset();
+  }
+}
+
+std::vector<RecordedSecond> StationReader::Seconds(const StationCluster& cluster,
+                                                   const StationPeriod& period) {
+  std::vector<RecordedSecond> seconds;
+  ReadSeconds(cluster, period, [&seconds](const RecordedSecond& second) {
+    seconds.push_back(second);
+    return true;
+  });
+  return seconds;
+}
+
+std::vector<RecordedEvent> StationReader::Events(const StationCluster& cluster,
+                                                 const StationPeriod& period) {
+  std::vector<RecordedEvent> events;
+  SqliteStatement rows(mFile,
+                       "SELECT time, cluster, kind, text FROM events WHERE time >= ? AND time < ?"
+                       " AND (cluster IS NULL OR cluster = ?) ORDER BY time, id");
+  rows.Bind(1, Bounded(period.from) * kMsPerSecond).Bind(2, Bounded(period.to) * kMsPerSecond);
+  rows.Bind(3, NumberOf(cluster).value_or(-1));
+  while (rows.Step())
+    events.push_back(EventOf(rows, cluster));
+  return events;
+}
+
+std::optional<RecordedEvent> StationReader::LastEvent(const StationCluster& cluster,
+                                                      const std::string& kind, std::int64_t time) {
+  SqliteStatement row(mFile,
+                      "SELECT time, cluster, kind, text FROM events WHERE time < ?"
+                      " AND cluster = ? AND kind = ? ORDER BY time DESC, id DESC LIMIT 1");
+  row.Bind(1, Bounded(time) * kMsPerSecond).Bind(2, NumberOf(cluster).value_or(-1));
+  row.BindText(3, kind);
+  return row.Step() ? std::optional(EventOf(row, cluster)) : std::nullopt;
+}
+
+}  // namespace louddesk

@@ -1,0 +1,246 @@
+// Transactions.
+
+#include "StationRecord.h"
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "StationFormat.h"
+
+namespace louddesk {
+namespace {
+
+using Fault = StationError::Fault;
+
+constexpr std::int64_t kMsPerSecond = 1000;
+
+// Page size and auto_vacuum only count before the first table is made. In the log of a writer
+// (WAL) a transaction is written once and is safe with one flush; it is carried over into the
+// file when 1 MiB has come together, which spares a flash disk most of the rewriting of the page
+// at the end of the table. The cache of pages is bounded to 256 KiB.
+constexpr char kSettings[] =
+    "PRAGMA page_size = 8192;"
+    "PRAGMA auto_vacuum = INCREMENTAL;"
+    "PRAGMA journal_mode = WAL;"
+    "PRAGMA synchronous = FULL;"
+    "PRAGMA wal_autocheckpoint = 128;"
+    "PRAGMA journal_size_limit = 1048576;"
+    "PRAGMA cache_size = -256;";
+
+// Rows of a kind that one transaction removes: 7 MB of minutes.
+constexpr std::int64_t kRowsAtOnce = 4096;
+
+// Pages that one transaction moves to give space back: 8 MiB.
+constexpr int kPagesAtOnce = 1024;
+
+// Time between two questions whether to give up a check.
+constexpr std::chrono::milliseconds kAskEvery{20};
+
+std::uint64_t SizeOf(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+// Interrupts what goes on in a database, from a thread of its own, as soon as it is to end.
+class Interrupter {
+ public:
+  Interrupter(sqlite3* database, const std::function<bool()>& isToEnd)
+      : mThread([this, database, &isToEnd] { Run(database, isToEnd); }) {}
+
+  ~Interrupter() {
+    {
+      const std::lock_guard lock(mMutex);
+      mIsDone = true;
+    }
+    mChange.notify_one();
+    mThread.join();
+  }
+
+  Interrupter(const Interrupter&) = delete;
+  Interrupter& operator=(const Interrupter&) = delete;
+
+ private:
+  // An interrupt is lost on what has not begun yet, so it is repeated.
+  void Run(sqlite3* database, const std::function<bool()>& isToEnd) {
+    std::unique_lock lock(mMutex);
+    while (!mIsDone) {
+      if (isToEnd())
+        sqlite3_interrupt(database);
+      mChange.wait_for(lock, kAskEvery, [this] { return mIsDone; });
+    }
+  }
+
+  std::mutex mMutex;
+  std::condition_variable mChange;
+  bool mIsDone = false;
+  std::thread mThread;  // the last one: it uses the others
+};
+
+}  // namespace
+
+StationRecord::StationRecord(const std::string& path)
+    : mPath(path), mFile(path, SqliteMode::kReadWrite) {
+  CheckKind();
+  Prepare();
+}
+
+// Nothing of the file is changed before it is known to be ours or empty.
+void StationRecord::CheckKind() {
+  const std::int64_t application = mFile.Number("PRAGMA application_id");
+  const bool isEmpty = mFile.Number("SELECT count(*) FROM sqlite_schema") == 0;
+  if (application != kStationApplication && !(application == 0 && isEmpty))
+    throw StationError(Fault::kForeign, mPath + ": not a record of LoudGate");
+  const std::int64_t format = mFile.Number("PRAGMA user_version");
+  if (format > kStationFormat)
+    throw StationError(Fault::kNewer, mPath + ": a record of a newer version (format " +
+                                          std::to_string(format) + ", this one knows " +
+                                          std::to_string(kStationFormat) + ")");
+}
+
+void StationRecord::Prepare() {
+  mFile.Execute(kSettings);
+  SqliteTransaction transaction(mFile);
+  if (mFile.Number("SELECT count(*) FROM sqlite_schema") == 0)
+    mFile.Execute(std::string(kStationSchema) +
+                  "PRAGMA application_id = " + std::to_string(kStationApplication) +
+                  ";PRAGMA user_version = " + std::to_string(kStationFormat));
+  transaction.Commit();
+}
+
+bool StationRecord::Check(const std::function<bool()>& isToEnd) {
+  if (isToEnd())
+    return false;
+  const Interrupter interrupter(mFile.Handle(), isToEnd);
+  SqliteStatement check(mFile, "PRAGMA quick_check(1)");
+  try {
+    const std::string result = check.Step() ? check.Bytes(0) : "no result";
+    if (result != "ok" && !isToEnd())
+      throw StationError(Fault::kDamaged, mPath + ": " + result);
+    return result == "ok";
+  } catch (const StationError&) {
+    if (sqlite3_errcode(mFile.Handle()) != SQLITE_INTERRUPT)
+      throw;
+    return false;
+  }
+}
+
+std::size_t StationRecord::Append(const StationBatch& batch) {
+  SqliteTransaction transaction(mFile);
+  std::size_t kept = 0;
+  for (const auto& [cluster, seconds] : batch.seconds)
+    kept += AppendSeconds(NumberOf(cluster), seconds);
+  for (const RecordedEvent& event : batch.events)
+    AppendEvent(event);
+  transaction.Commit();
+  return kept;
+}
+
+// The number of a cluster, which gets one when it is new.
+std::int64_t StationRecord::NumberOf(const StationCluster& cluster) {
+  SqliteStatement known(mFile, "SELECT number FROM clusters WHERE meter_set = ? AND cluster = ?");
+  known.Bind(1, cluster.meterSet).Bind(2, cluster.cluster);
+  if (known.Step())
+    return known.Number(0);
+  const std::int64_t number = mFile.Number("SELECT count(*) FROM clusters") == 0
+                                  ? 0
+                                  : mFile.Number("SELECT max(number) FROM clusters") + 1;
+  if (number >= kClusterNumbers)
+    throw StationError(Fault::kUnavailable, mPath + ": it has no number left for a new cluster");
+  SqliteStatement added(mFile,
+                        "INSERT INTO clusters (number, meter_set, cluster) VALUES (?, ?, ?)");
+  added.Bind(1, number).Bind(2, cluster.meterSet).Bind(3, cluster.cluster).Run();
+  return number;
+}
+
+std::size_t StationRecord::AppendSeconds(std::int64_t number,
+                                         const std::vector<RecordedSecond>& seconds) {
+  std::map<std::int64_t, std::vector<const RecordedSecond*>> minutes;
+  for (const RecordedSecond& second : seconds)
+    minutes[second.time / kSecondsPerMinute].push_back(&second);
+  SqliteStatement known(mFile, "SELECT seconds FROM minutes WHERE id = ?");
+  SqliteStatement written(mFile, "INSERT OR REPLACE INTO minutes (id, seconds) VALUES (?, ?)");
+  std::size_t kept = 0;
+  for (const auto& [minute, own] : minutes) {
+    const std::int64_t id = minute * kClusterNumbers + number;
+    known.Bind(1, id);
+    MinuteOfSeconds whole = DecodeMinute(minute, known.Step() ? known.Bytes(0) : "");
+    known.Reset();
+    for (const RecordedSecond* second : own) {
+      auto& place = whole[static_cast<std::size_t>(second->time % kSecondsPerMinute)];
+      kept += place ? 1 : 0;
+      if (!place)
+        place = *second;
+    }
+    written.Bind(1, id).BindBlob(2, EncodeMinute(whole)).Run();
+  }
+  return kept;
+}
+
+void StationRecord::AppendEvent(const RecordedEvent& event) {
+  SqliteStatement written(mFile,
+                          "INSERT INTO events (time, cluster, kind, text) VALUES (?, ?, ?, ?)");
+  written.Bind(1, event.time).BindText(3, event.kind).BindText(4, event.text);
+  if (event.cluster)
+    written.Bind(2, NumberOf(*event.cluster));
+  else
+    written.BindNull(2);
+  written.Run();
+}
+
+bool StationRecord::RemoveBefore(std::int64_t time) {
+  SqliteTransaction transaction(mFile);
+  SqliteStatement minutes(mFile,
+                          "DELETE FROM minutes WHERE id IN"
+                          " (SELECT id FROM minutes WHERE id < ? ORDER BY id LIMIT ?)");
+  minutes.Bind(1, time / kSecondsPerMinute * kClusterNumbers).Bind(2, kRowsAtOnce).Run();
+  std::int64_t removed = sqlite3_changes64(mFile.Handle());
+  SqliteStatement events(mFile,
+                         "DELETE FROM events WHERE id IN"
+                         " (SELECT id FROM events WHERE time < ? ORDER BY time LIMIT ?)");
+  events.Bind(1, time * kMsPerSecond).Bind(2, kRowsAtOnce).Run();
+  removed += sqlite3_changes64(mFile.Handle());
+  transaction.Commit();
+  return removed > 0;
+}
+
+// What lies before the hour after the oldest row, of whatever table.
+bool StationRecord::RemoveOldest() {
+  constexpr std::int64_t kHour = 3600;
+  SqliteStatement minute(mFile, "SELECT min(id) FROM minutes");
+  SqliteStatement event(mFile, "SELECT min(time) FROM events");
+  minute.Step();
+  event.Step();
+  std::optional<std::int64_t> oldest;
+  if (!minute.IsNull(0))
+    oldest = minute.Number(0) / kClusterNumbers * kSecondsPerMinute;
+  if (!event.IsNull(0))
+    oldest =
+        std::min(oldest.value_or(event.Number(0) / kMsPerSecond), event.Number(0) / kMsPerSecond);
+  minute.Reset();
+  event.Reset();
+  return oldest && RemoveBefore(*oldest + kHour);
+}
+
+// The last pages move into the places of free ones, a few at a time, and the file is cut.
+void StationRecord::ReturnSpace() {
+  for (std::int64_t left = mFile.Number("PRAGMA freelist_count"); left > 0;) {
+    SqliteStatement(mFile, "PRAGMA incremental_vacuum(" + std::to_string(kPagesAtOnce) + ")").Run();
+    const std::int64_t before = left;
+    left = mFile.Number("PRAGMA freelist_count");
+    if (left >= before)
+      break;
+  }
+  SqliteStatement(mFile, "PRAGMA wal_checkpoint(TRUNCATE)").Run();
+}
+
+std::uint64_t StationRecord::Size() const {
+  return SizeOf(mPath) + SizeOf(mPath + "-wal");
+}
+
+}  // namespace louddesk
