@@ -24,13 +24,12 @@ std::int64_t Bounded(std::int64_t time) {
   return std::clamp<std::int64_t>(time, 0, kLastTime);
 }
 
-// A file in a folder where the reader may make no files has to be taken as one that nobody writes:
-// right when no log of a writer stands beside it.
-SqliteFile OpenToRead(const std::string& path) {
+// While it is written, a log stands beside the file. A file at rest is read without locks, which
+// would need files beside it: the reader may not be allowed to make them, or would leave them to a
+// writer who may not use them.
+SqliteMode ModeFor(const std::string& path) {
   const bool isAtRest = access((path + "-wal").c_str(), F_OK) != 0;
-  SqliteFile file(path, isAtRest && access(path.c_str(), W_OK) != 0 ? SqliteMode::kReadUnchanging
-                                                                    : SqliteMode::kReadOnly);
-  return file;
+  return isAtRest ? SqliteMode::kReadUnchanging : SqliteMode::kReadOnly;
 }
 
 void CheckKind(SqliteFile& file, const std::string& path) {
@@ -52,7 +51,7 @@ RecordedEvent EventOf(const SqliteStatement& row, const StationCluster& cluster)
 
 }  // namespace
 
-StationReader::StationReader(const std::string& path) : mFile(OpenToRead(path)) {
+StationReader::StationReader(const std::string& path) : mFile(path, ModeFor(path)) {
   CheckKind(mFile, path);
 }
 

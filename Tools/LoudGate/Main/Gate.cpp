@@ -23,6 +23,7 @@
 #include "HttpServer.h"
 #include "PageRoutes.h"
 #include "ServiceManager.h"
+#include "StationRecorder.h"
 
 namespace loudgate {
 namespace {
@@ -96,11 +97,16 @@ class Gate {
         mApi(mBoard, mRoutes),
         mServer(mLoop, SettingsFor(options), mRoutes) {
     AddPages(mRoutes);
-    AddMetrics(mRoutes, mBoard, [this] { return mServer.Counts(); });
+    AddMetrics(mRoutes, mBoard, [this] { return OwnCounts(); });
     if (options.token.empty())
       AddNoControl(mRoutes);
     else
       StartControl(options.token);
+    if (!options.record.file.empty()) {
+      mRecorder.emplace(options.record, options.writeEvery,
+                        [&complaints](const std::string& text) { complaints.Note(text); });
+      mBoard.AddListener(*mRecorder);
+    }
     mLoop.Watch(mSignals.Descriptor(), [this] { mLoop.End(); });
     mLoop.Every(kTick, [this] { Tick(Moment::Now()); });
   }
@@ -130,13 +136,20 @@ class Gate {
       mControl->commands.Tend(now);
     mApi.Publish(mServer, now);
     mServer.Tend(now.steady);
+    if (mRecorder)
+      mRecorder->Tend(mBoard, now);
     mManager.NotifyAlive();
+  }
+
+  GateCounts OwnCounts() const {
+    return {mServer.Counts(), mRecorder ? std::optional(mRecorder->Counts()) : std::nullopt};
   }
 
   ServiceManager mManager;
   EndSignalFile mSignals;
   EventLoop mLoop;
   Routes mRoutes;
+  std::optional<StationRecorder> mRecorder;  // nothing with --no-record
   ClusterBoard mBoard;
   std::optional<Control> mControl;
   ClusterApi mApi;

@@ -22,6 +22,9 @@ constexpr char kFooter[] =
     "  (umask 077; openssl rand -hex 32 > token)\n"
     "  LoudGate --control --token-file token\n"
     "\n"
+    "Example, with a record of a month that takes half a gigabyte at most:\n"
+    "  LoudGate --record /srv/loudness/station.db --days 31 --max-size 500MB\n"
+    "\n"
     "It serves the clusters that publish on this board to browsers, programs and\n"
     "monitoring systems: a page at /, JSON at /api/clusters and /api/stream, metrics\n"
     "at /metrics. Browsers reach it by an address, as localhost or by the names\n"
@@ -36,7 +39,39 @@ constexpr char kFooter[] =
     "others must not be able to read it. Without TLS anybody on the way can read\n"
     "the token.\n"
     "\n"
+    "It records every second of every cluster in a file, about 2.5 MB a day and\n"
+    "cluster. What is older than --days or does not fit into --max-size goes, the\n"
+    "oldest first. A kill or a power cut costs the last minute; --write-every with\n"
+    "fewer seconds makes that less and wears a flash disk more.\n"
+    "\n"
     "SIGTERM and Ctrl-C end it with status 0. The status is 1 when it cannot listen.\n";
+
+// What the record's options say before they are put together.
+struct RecordWords {
+  bool isOff = false;
+  int writeEvery = static_cast<int>(kWritePeriod.count());
+};
+
+void AddRecordOptions(CLI::App& app, RecordSettings& record, RecordWords& words) {
+  constexpr int kMostDays = 36500;
+  constexpr std::uint64_t kLeastBytes = std::uint64_t{1} << 20;
+  constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 50;
+  record.file = kDefaultRecord;
+  auto* file = app.add_option("--record", record.file, "Where every second is recorded")
+                   ->type_name("FILE")
+                   ->capture_default_str();
+  app.add_flag("--no-record", words.isOff, "Record nothing")->excludes(file);
+  app.add_option("--days", record.days, "Days that are kept")
+      ->check(CLI::Range(1, kMostDays))
+      ->option_text("DAYS=" + std::to_string(record.days));
+  app.add_option("--max-size", record.mostBytes, "What the record takes at most, such as 500MB")
+      ->transform(CLI::AsSizeValue(true))
+      ->check(CLI::Range(kLeastBytes, kMostBytes))
+      ->option_text("SIZE=2GiB");
+  app.add_option("--write-every", words.writeEvery, "From one write of the record to the next")
+      ->check(CLI::Range(1, words.writeEvery))
+      ->option_text("SECONDS=" + std::to_string(words.writeEvery));
+}
 
 void AddOptions(CLI::App& app, GateOptions& options, std::string& listen) {
   app.add_option("--listen", listen, "Where to listen; an IPv6 address has brackets")
@@ -69,6 +104,14 @@ void TakeListen(GateOptions& options, const std::string& listen) {
   options.listen = *address;
 }
 
+void TakeRecord(GateOptions& options, const RecordWords& words) {
+  if (words.isOff)
+    options.record.file.clear();
+  else if (options.record.file.empty())
+    throw CLI::ValidationError("--record", "the name of the file is empty");
+  options.writeEvery = std::chrono::seconds(words.writeEvery);
+}
+
 }  // namespace
 
 std::optional<GateOptions> ReadGateOptions(std::vector<std::string> arguments, std::ostream& out,
@@ -79,10 +122,13 @@ std::optional<GateOptions> ReadGateOptions(std::vector<std::string> arguments, s
   GateOptions options;
   std::string listen = kDefaultListen;
   AddOptions(app, options, listen);
+  RecordWords words;
+  AddRecordOptions(app, options.record, words);
   std::reverse(arguments.begin(), arguments.end());  // as CLI11 takes them
   try {
     app.parse(std::move(arguments));
     TakeListen(options, listen);
+    TakeRecord(options, words);
     return options;
   } catch (const CLI::ParseError& error) {
     status = error.get_exit_code() == 0 ? app.exit(error, out, errors) : kWrongCommandLine;

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <ostream>
 #include <set>
@@ -10,11 +11,15 @@
 
 #include "ListenAddress.h"
 #include "MqNames.h"
+#include "StationRecorder.h"
 
 namespace loudgate {
 
 /// Where the gate listens unless it is told otherwise: this machine alone reaches it.
 constexpr char kDefaultListen[] = "127.0.0.1:8128";
+
+/// Where the record is kept unless told otherwise: the package makes the folder.
+constexpr char kDefaultRecord[] = "/var/lib/loudgate/station.db";
 
 struct GateOptions {
   ListenAddress listen{};
@@ -23,6 +28,8 @@ struct GateOptions {
   std::string certificate;                // file; empty: no TLS
   std::string key;                        // file
   std::string token;                      // file with the token for commands; empty: none are taken
+  RecordSettings record;                  // no file: no record
+  std::chrono::seconds writeEvery = kWritePeriod;
 };
 
 /// Status of the program for a command line that it does not understand.

@@ -195,9 +195,23 @@ MetricFamily BuildFamily() {
   return family;
 }
 
+void AddRecord(std::vector<MetricFamily>& families, const RecordCounts& counts) {
+  families.push_back(Single("loudgate_record_bytes", "Size of the record.", MetricType::Gauge,
+                            static_cast<double>(counts.bytes)));
+  families.push_back(Single("loudgate_record_working",
+                            "Whether the record could be written last: 1, else 0.",
+                            MetricType::Gauge, counts.isWorking ? 1 : 0));
+  families.push_back(Single("loudgate_record_failures_total",
+                            "Attempts to write the record that failed.", MetricType::Counter,
+                            static_cast<double>(counts.failures)));
+  families.push_back(Single("loudgate_record_lost_seconds_total",
+                            "Seconds of clusters that could not be recorded.", MetricType::Counter,
+                            static_cast<double>(counts.lostSeconds)));
+}
+
 }  // namespace
 
-std::string MetricsText(const std::vector<const Cluster*>& clusters, const HttpCounts& counts,
+std::string MetricsText(const std::vector<const Cluster*>& clusters, const GateCounts& counts,
                         Moment now) {
   std::vector<MetricFamily> families;
   for (const ClusterMetric& metric : kClusterMetrics)
@@ -207,18 +221,20 @@ std::string MetricsText(const std::vector<const Cluster*>& clusters, const HttpC
   families.push_back(Single("loudgate_clusters", "Clusters that the gate shows.", MetricType::Gauge,
                             static_cast<double>(clusters.size())));
   families.push_back(Single("loudgate_connections", "Connections of clients.", MetricType::Gauge,
-                            static_cast<double>(counts.connections)));
+                            static_cast<double>(counts.http.connections)));
   families.push_back(Single("loudgate_streams", "Streams of events to clients.", MetricType::Gauge,
-                            static_cast<double>(counts.streams)));
+                            static_cast<double>(counts.http.streams)));
   families.push_back(Single("loudgate_requests_total", "Requests that were answered or refused.",
-                            MetricType::Counter, static_cast<double>(counts.requests)));
+                            MetricType::Counter, static_cast<double>(counts.http.requests)));
   families.push_back(Single("loudgate_dropped_connections_total",
                             "Connections of clients that were too slow.", MetricType::Counter,
-                            static_cast<double>(counts.dropped)));
+                            static_cast<double>(counts.http.dropped)));
+  if (counts.record)
+    AddRecord(families, *counts.record);
   return prometheus::TextSerializer().Serialize(families);
 }
 
-void AddMetrics(Routes& routes, const ClusterBoard& board, std::function<HttpCounts()> counts) {
+void AddMetrics(Routes& routes, const ClusterBoard& board, std::function<GateCounts()> counts) {
   routes.Add(kGet, "/metrics", [&board, counts = std::move(counts)](const HttpRequest&) {
     const Moment now = Moment::Now();
     HttpAnswer answer;

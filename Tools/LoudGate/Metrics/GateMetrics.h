@@ -3,12 +3,14 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "Cluster.h"
 #include "ClusterBoard.h"
 #include "HttpServer.h"
+#include "RecordWriter.h"
 #include "Routes.h"
 
 namespace loudgate {
@@ -16,12 +18,18 @@ namespace loudgate {
 /// The media type of the format.
 constexpr char kMetricsType[] = "text/plain; version=0.0.4; charset=utf-8";
 
+/// What the gate counts of itself.
+struct GateCounts {
+  HttpCounts http;
+  std::optional<RecordCounts> record;  // nothing where none is kept
+};
+
 /// The metrics of the clusters and of the gate. A figure is there only while its cluster publishes
 /// it and has a reading.
-std::string MetricsText(const std::vector<const Cluster*>& clusters, const HttpCounts& counts,
+std::string MetricsText(const std::vector<const Cluster*>& clusters, const GateCounts& counts,
                         Moment now);
 
 /// Answers /metrics. `counts` is asked each time; both must outlive the routes.
-void AddMetrics(Routes& routes, const ClusterBoard& board, std::function<HttpCounts()> counts);
+void AddMetrics(Routes& routes, const ClusterBoard& board, std::function<GateCounts()> counts);
 
 }  // namespace loudgate

@@ -43,6 +43,10 @@ TEST_F(GateOptionsTest, WithoutAnyThisMachineAloneReachesIt) {
   EXPECT_TRUE(options->names.empty());
   EXPECT_EQ("", options->certificate);
   EXPECT_EQ("", options->token);
+  EXPECT_EQ("/var/lib/loudgate/station.db", options->record.file);
+  EXPECT_EQ(90, options->record.days);
+  EXPECT_EQ(2147483648u, options->record.mostBytes);
+  EXPECT_EQ(57, options->writeEvery.count());
   EXPECT_EQ("", mOut.str() + mErrors.str());
 }
 
@@ -63,6 +67,30 @@ TEST_F(GateOptionsTest, ControlNeedsATokenAndATokenControl) {
   EXPECT_EQ("token", options->token);
   ExpectRefused({"--control"}, "--control requires --token-file");
   ExpectRefused({"--token-file", "token"}, "--token-file requires --control");
+}
+
+TEST_F(GateOptionsTest, TakesBoundsOfTheRecord) {
+  const auto options =
+      Read({"--record", "/srv/a.db", "--days", "31", "--max-size", "500MB", "--write-every", "10"});
+  ASSERT_TRUE(options) << mErrors.str();
+  EXPECT_EQ("/srv/a.db", options->record.file);
+  EXPECT_EQ(31, options->record.days);
+  EXPECT_EQ(500'000'000u, options->record.mostBytes);
+  EXPECT_EQ(10, options->writeEvery.count());
+  EXPECT_EQ(3u << 20, Read({"--max-size", "3MiB"})->record.mostBytes);
+  EXPECT_EQ(5'000'000u, Read({"--max-size", "5000000"})->record.mostBytes);
+  EXPECT_EQ("", Read({"--no-record"})->record.file);
+}
+
+TEST_F(GateOptionsTest, RefusesBoundsThatHoldNothing) {
+  ExpectRefused({"--days", "0"}, "--days");
+  ExpectRefused({"--days", "x"}, "--days");
+  ExpectRefused({"--max-size", "0"}, "--max-size");
+  ExpectRefused({"--max-size", "9 apples"}, "--max-size");
+  ExpectRefused({"--write-every", "0"}, "--write-every");
+  ExpectRefused({"--write-every", "58"}, "--write-every");
+  ExpectRefused({"--record", ""}, "--record");
+  ExpectRefused({"--record", "a.db", "--no-record"}, "--no-record");
 }
 
 TEST_F(GateOptionsTest, RefusesWhatItDoesNotUnderstand) {

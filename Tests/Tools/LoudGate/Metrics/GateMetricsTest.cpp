@@ -18,7 +18,8 @@
 
 namespace {
 
-using loudgate::HttpCounts;
+using loudgate::GateCounts;
+using loudgate::RecordCounts;
 using std::chrono::milliseconds;
 using testing::HasSubstr;
 using testing::Not;
@@ -28,7 +29,8 @@ constexpr milliseconds kPatience{20000};
 class GateMetricsTest : public testing::Test {
  protected:
   std::string Text() const {
-    return MetricsText({&mTold.cluster}, HttpCounts{3, 2, 1000, 7}, mTold.now);
+    return MetricsText({&mTold.cluster},
+                       GateCounts{{3, 2, 1000, 7}, RecordCounts{4096, 2, 60, true}}, mTold.now);
   }
 
   // Without the lines of meaning and type.
@@ -125,25 +127,27 @@ TEST_F(GateMetricsTest, TheGateCountsItself) {
   for (const char* line :
        {"\nloudgate_clusters 1\n", "\nloudgate_connections 3\n", "\nloudgate_streams 2\n",
         "\nloudgate_requests_total 1000\n", "\nloudgate_dropped_connections_total 7\n",
+        "\nloudgate_record_bytes 4096\n", "\nloudgate_record_working 1\n",
+        "\nloudgate_record_failures_total 2\n", "\nloudgate_record_lost_seconds_total 60\n",
         "\nloudgate_build_info{version=\""})
     EXPECT_THAT(values, HasSubstr(line));
 }
 
 // What OPERATIONS.md reckons a fleet with.
-TEST_F(GateMetricsTest, AClusterHas27ValuesAndTheGateSix) {
+TEST_F(GateMetricsTest, AClusterHas27ValuesAndTheGateTen) {
   mTold.StartMeasuring();
   const std::string values = Values();
-  EXPECT_EQ(1 + 27 + 6, std::count(values.begin(), values.end(), '\n'));
+  EXPECT_EQ(1 + 27 + 10, std::count(values.begin(), values.end(), '\n'));
 }
 
-TEST_F(GateMetricsTest, AnAnswerForEightClustersHasFifteenKilobytes) {
+TEST_F(GateMetricsTest, AnAnswerForEightClustersHasSixteenKilobytes) {
   mTold.StartMeasuring();
   std::istringstream text(Text());
   std::size_t ofCluster = 0;
   std::size_t ofGate = 0;
   for (std::string line; std::getline(text, line);)
     (line.find("{meter_set=") == std::string::npos ? ofGate : ofCluster) += line.size() + 1;
-  EXPECT_NEAR(15000, static_cast<double>(8 * ofCluster + ofGate), 1000);
+  EXPECT_NEAR(16000, static_cast<double>(8 * ofCluster + ofGate), 1000);
 }
 
 TEST_F(GateMetricsTest, EveryMetricHasMeaningAndType) {

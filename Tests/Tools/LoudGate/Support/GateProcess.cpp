@@ -2,6 +2,7 @@
 
 #include "GateProcess.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 
@@ -28,6 +29,8 @@ void GateTest::TearDown() {
 
 void GateTest::StartGate(const std::vector<std::string>& options) {
   std::vector<std::string> arguments = {"--listen", "127.0.0.1:0"};
+  if (std::find(options.begin(), options.end(), "--record") == options.end())
+    arguments.push_back("--no-record");
   arguments.insert(arguments.end(), options.begin(), options.end());
   mGate = std::make_unique<ServiceProcess>(LOUDGATE_BINARY, arguments);
   ASSERT_TRUE(mGate->WaitForLine(kListening, kPatience)) << mGate->StandardError();

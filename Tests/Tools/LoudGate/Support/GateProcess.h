@@ -30,7 +30,7 @@ class GateTest : public RunningService {
   void TearDown() override;
 
   /// Starts the gate on a free port of this machine, with further options, and waits until it
-  /// listens.
+  /// listens. Without --record among them nothing is recorded.
   void StartGate(const std::vector<std::string>& options = {});
 
   /// Ends it by `signal`, orderly.

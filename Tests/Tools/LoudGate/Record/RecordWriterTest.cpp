@@ -1,0 +1,343 @@
+// The thread that writes, on disks and files that are not as they should be.
+
+#include "RecordWriter.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+
+#include "Emulation.h"
+#include "Isolation.h"
+#include "SqliteFile.h"
+#include "StationReader.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using louddesk::RecordedSecond;
+using louddesk::StationBatch;
+using louddesk::StationCluster;
+using louddesk::StationReader;
+using louddesk::StationRecord;
+using loudgate::RecordCounts;
+using loudgate::RecordWriter;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr std::int64_t kDay = 86400;
+const StationCluster kCluster{1, 3};
+
+class RecordWriterTest : public testing::Test {
+ protected:
+  RecordWriterTest()
+      : mFolder(fs::path(testing::TempDir()) / ("record-" + std::to_string(getpid()))),
+        mFile(mFolder / "station.db"),
+        mNow(std::time(nullptr) / 60 * 60) {
+    fs::create_directories(mFolder);
+  }
+  ~RecordWriterTest() override {
+    if (mIsMounted)
+      umount(mFolder.c_str());
+    fs::remove_all(mFolder);
+  }
+
+  static StationBatch BatchOf(std::int64_t from, std::int64_t count) {
+    StationBatch batch;
+    for (std::int64_t i = 0; i < count; ++i) {
+      RecordedSecond second;
+      second.time = from + i;
+      second.momentary.fill(-230);
+      second.state = louddesk::RecordedState::kRunning;
+      batch.seconds[kCluster].push_back(second);
+    }
+    return batch;
+  }
+
+  void Start(std::int64_t days = 90, std::uint64_t mostBytes = 1 << 30) {
+    mWriter = std::make_unique<RecordWriter>(loudgate::RecordSettings{mFile, days, mostBytes});
+  }
+
+  // Waits until the counts are so, and takes the lines meanwhile.
+  void Await(const std::function<bool(const RecordCounts&)>& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20) * kSlowness;
+    while (!condition(mWriter->Counts()) && std::chrono::steady_clock::now() < end)
+      usleep(1000);
+    EXPECT_TRUE(condition(mWriter->Counts()));
+    TakeLines();
+  }
+
+  void TakeLines() {
+    for (const std::string& line : mWriter->TakeLines())
+      mLines.push_back(line);
+  }
+
+  void End() {
+    mWriter->End();
+    TakeLines();
+    mWriter.reset();
+  }
+
+  std::vector<RecordedSecond> Recorded() const {
+    return StationReader(mFile).Seconds(kCluster, {0, INT64_MAX});
+  }
+
+  std::vector<std::string> FilesAside() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(mFolder))
+      if (entry.path().string().find(".damaged-") != std::string::npos)
+        names.push_back(entry.path());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  std::string Bytes() const {
+    std::ifstream file(mFile, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  }
+
+  void Overwrite(const std::string& path, std::size_t place, std::size_t count) {
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(static_cast<std::streamoff>(place));
+    file << std::string(count, 'x');
+  }
+
+  const fs::path mFolder;
+  const std::string mFile;
+  const std::int64_t mNow;
+  bool mIsMounted = false;
+  std::unique_ptr<RecordWriter> mWriter;
+  std::vector<std::string> mLines;
+};
+
+TEST_F(RecordWriterTest, WhatIsPutIsInTheFileAtTheEnd) {
+  Start();
+  mWriter->Put(BatchOf(mNow, 30));
+  mWriter->Put(BatchOf(mNow + 30, 30));
+  End();
+  EXPECT_EQ(60u, Recorded().size());
+  EXPECT_THAT(mLines, IsEmpty());
+  EXPECT_FALSE(fs::exists(mFile + "-wal"));
+}
+
+TEST_F(RecordWriterTest, ItOpensTheFileAtOnceAndTellsItsSize) {
+  Start();
+  Await([](const RecordCounts& counts) { return counts.isWorking && counts.bytes > 0; });
+  EXPECT_TRUE(fs::exists(mFile));
+}
+
+TEST_F(RecordWriterTest, AFolderThatIsMissingIsToldOnceAndTheRecordBeginsWithIt) {
+  fs::remove_all(mFolder);
+  Start();
+  Await([](const RecordCounts& counts) { return counts.failures == 1; });
+  mWriter->Put(BatchOf(mNow, 10));
+  Await([](const RecordCounts& counts) { return counts.failures == 2; });
+  EXPECT_FALSE(mWriter->Counts().isWorking);
+  EXPECT_THAT(mLines, ElementsAre(mFile + ": unable to open database file"
+                                          "; nothing is recorded until that is over"));
+  fs::create_directories(mFolder);
+  mWriter->Put(BatchOf(mNow + 10, 10));
+  Await([](const RecordCounts& counts) { return counts.isWorking; });
+  EXPECT_EQ(mFile + ": the record goes on; 0 seconds of clusters are missing", mLines.back());
+  End();
+  EXPECT_EQ(20u, Recorded().size());
+}
+
+TEST_F(RecordWriterTest, AFullDiskCostsWhatDoesNotFitAndTheRecordGoesOnByItself) {
+  if (!HasOwnNamespaces())
+    GTEST_SKIP() << "needs namespaces to mount a small file system";
+  ASSERT_EQ(0, mount("tmpfs", mFolder.c_str(), "tmpfs", 0, "size=1m")) << errno;
+  mIsMounted = true;
+  const std::string ballast = mFolder / "ballast";
+  Start();
+  mWriter->Put(BatchOf(mNow, 600));
+  Await([](const RecordCounts& counts) { return counts.isWorking && counts.bytes > 8192; });
+  {
+    std::ofstream file(ballast, std::ios::binary);
+    while (file << std::string(4096, 'x') << std::flush) {
+    }
+  }
+  mWriter->Put(BatchOf(mNow + 600, 60 * 60));
+  Await([](const RecordCounts& counts) { return counts.failures > 0; });
+  EXPECT_THAT(mLines, ElementsAre(HasSubstr("; nothing is recorded until that is over")));
+  // The batch waits. Four more of three hours each are more than what is kept of 64 clusters.
+  for (std::int64_t i = 0; i < 4; ++i)
+    mWriter->Put(BatchOf(mNow + kDay * (i + 1), 3 * 3600));
+  Await([](const RecordCounts& counts) { return counts.lostSeconds > 0; });
+  EXPECT_EQ(3600u + 3 * 3600u, mWriter->Counts().lostSeconds);
+  fs::remove(ballast);
+  ASSERT_EQ(0, mount(nullptr, mFolder.c_str(), nullptr, MS_REMOUNT, "size=20m")) << errno;
+  mWriter->Put(BatchOf(mNow + kDay * 9, 60));
+  Await([](const RecordCounts& counts) { return counts.isWorking; });
+  EXPECT_EQ(mFile + ": the record goes on; 14400 seconds of clusters are missing", mLines.back());
+  End();
+  EXPECT_EQ(600u + 3 * 3 * 3600u + 60u, Recorded().size());
+  const auto events = StationReader(mFile).Events(kCluster, {0, INT64_MAX});
+  ASSERT_EQ(1u, events.size());
+  EXPECT_EQ("gap", events[0].kind);
+  EXPECT_EQ("14400 seconds of clusters are missing", events[0].text);
+}
+
+TEST_F(RecordWriterTest, ADamagedFileIsSetAsideAndANewOneBegins) {
+  {
+    StationRecord record(mFile);
+    for (std::int64_t i = 0; i < 24; ++i)
+      record.Append(BatchOf(mNow - kDay + i * 3600, 3600));
+  }
+  Overwrite(mFile, 50 * 8192, 3 * 8192);
+  const std::string before = Bytes();
+  Start();
+  mWriter->Put(BatchOf(mNow, 60));
+  Await([](const RecordCounts& counts) { return counts.isWorking; });
+  End();
+  EXPECT_EQ(60u, Recorded().size());
+  ASSERT_EQ(1u, FilesAside().size());
+  EXPECT_EQ(before.size(), fs::file_size(FilesAside()[0]));
+  EXPECT_THAT(mLines, ElementsAre(HasSubstr("the damaged file is kept as " + FilesAside()[0])));
+}
+
+TEST_F(RecordWriterTest, AFileThatIsNoDatabaseIsSetAsideToo) {
+  std::ofstream(mFile) << std::string(20000, 'x');
+  Start();
+  mWriter->Put(BatchOf(mNow, 60));
+  End();
+  EXPECT_EQ(60u, Recorded().size());
+  ASSERT_EQ(1u, FilesAside().size());
+  EXPECT_EQ(20000u, fs::file_size(FilesAside()[0]));
+}
+
+TEST_F(RecordWriterTest, DamageThatIsMetWhileWritingSetsTheFileAside) {
+  Start();
+  mWriter->Put(BatchOf(mNow - 60 * 600, 60 * 600));
+  Await([](const RecordCounts& counts) { return counts.isWorking && counts.bytes > 800000; });
+  const auto pages = fs::file_size(mFile) / 8192;
+  ASSERT_GT(pages, 50u);
+  louddesk::SqliteFile(mFile, louddesk::SqliteMode::kReadWrite)
+      .Execute("PRAGMA wal_checkpoint(TRUNCATE)");
+  Overwrite(mFile, 8192, (pages - 1) * 8192);
+  mWriter->Put(BatchOf(mNow, 60));
+  Await([this](const RecordCounts&) { return !FilesAside().empty(); });
+  End();
+  EXPECT_EQ(60u, Recorded().size());
+}
+
+TEST_F(RecordWriterTest, ANewerFileIsLeftAloneAndNothingIsRecorded) {
+  StationRecord(mFile).Append(BatchOf(mNow, 1));
+  louddesk::SqliteFile(mFile, louddesk::SqliteMode::kReadWrite).Execute("PRAGMA user_version = 2");
+  const std::string before = Bytes();
+  Start();
+  mWriter->Put(BatchOf(mNow + 60, 60));
+  Await([](const RecordCounts& counts) { return counts.lostSeconds == 60; });
+  End();
+  EXPECT_EQ(before, Bytes());
+  EXPECT_THAT(FilesAside(), IsEmpty());
+  EXPECT_THAT(
+      mLines,
+      ElementsAre(mFile + ": a record of a newer version (format 2, this one knows 1); it is "
+                          "left as it is, and nothing is recorded"));
+}
+
+TEST_F(RecordWriterTest, WhatIsTooOldGoes) {
+  {
+    StationRecord record(mFile);
+    for (std::int64_t day = 20; day > 0; --day)
+      record.Append(BatchOf(mNow - day * kDay, 3600));
+    record.ReturnSpace();
+  }
+  const auto before = fs::file_size(mFile);
+  Start(10);
+  mWriter->Put(BatchOf(mNow, 60));
+  End();
+  // Ten of the twenty hours, of the oldest one a minute less where the clock has gone on meanwhile.
+  EXPECT_THAT(Recorded().size(), testing::AnyOf(10 * 3600 + 60, 10 * 3600));
+  EXPECT_LT(fs::file_size(mFile), before * 2 / 3);
+}
+
+TEST_F(RecordWriterTest, TheSizeIsKeptWhateverTheAge) {
+  constexpr std::uint64_t kMost = 1 << 20;
+  {
+    StationRecord record(mFile);
+    for (std::int64_t hour = 0; hour < 24; ++hour)
+      record.Append(BatchOf(mNow - kDay + hour * 3600, 3600));
+    record.ReturnSpace();
+    ASSERT_GT(record.Size(), 2 * kMost);
+  }
+  Start(90, kMost);
+  mWriter->Put(BatchOf(mNow, 60));
+  Await([](const RecordCounts& counts) { return counts.bytes > 0; });
+  EXPECT_LE(mWriter->Counts().bytes, kMost);
+  End();
+  EXPECT_LE(fs::file_size(mFile), kMost);
+  const auto seconds = Recorded();
+  ASSERT_GT(seconds.size(), 5u * 3600u);
+  EXPECT_EQ(mNow + 59, seconds.back().time);
+  EXPECT_EQ(static_cast<std::int64_t>(seconds.size()),
+            seconds.back().time - seconds.front().time + 1);
+}
+
+TEST_F(RecordWriterTest, AClockThatWasSetBackChangesNothingThatIsRecorded) {
+  Start();
+  mWriter->Put(BatchOf(mNow, 60));
+  StationBatch again = BatchOf(mNow + 30, 60);
+  for (RecordedSecond& second : again.seconds[kCluster])
+    second.momentary.fill(-100);
+  mWriter->Put(again);
+  End();
+  const auto seconds = Recorded();
+  ASSERT_EQ(90u, seconds.size());
+  EXPECT_EQ(-230, seconds[59].momentary[0]);
+  EXPECT_EQ(-100, seconds[60].momentary[0]);
+  EXPECT_THAT(mLines,
+              ElementsAre(HasSubstr("seconds that are recorded already keep their readings")));
+}
+
+// Cuts the log and the file of a writer that was stopped in the middle at many places, as a torn
+// write would: what opens has all older rows, what does not is set aside whole.
+TEST_F(RecordWriterTest, ATornWriteLosesNoOlderRows) {
+  const std::string source = mFolder / "source.db";
+  StationRecord record(source);
+  record.Append(BatchOf(mNow - 7200, 3600));
+  record.ReturnSpace();  // this is in the file, what follows in the log alone
+  const auto older = fs::file_size(source);
+  record.Append(BatchOf(mNow - 3600, 600));
+  record.Append(BatchOf(mNow - 3000, 600));
+  const auto log = fs::file_size(source + "-wal");
+  ASSERT_GT(log, 50000u);
+  for (std::uint64_t place = 0; place <= log; place += log / 23) {
+    fs::copy_file(source, mFile);
+    fs::copy_file(source + "-wal", mFile + "-wal");
+    fs::resize_file(mFile + "-wal", place);
+    Start();
+    mWriter->Put(BatchOf(mNow, 60));
+    Await([](const RecordCounts& counts) { return counts.isWorking; });
+    End();
+    const auto count = Recorded().size();
+    EXPECT_TRUE(count == 3660 || count == 4260 || count == 4860) << place << ": " << count;
+    EXPECT_THAT(FilesAside(), IsEmpty()) << place;
+    EXPECT_THAT(mLines, IsEmpty()) << place;
+    fs::remove(mFile);
+  }
+  for (std::uint64_t place = 1000; place < older; place += older / 11) {
+    fs::copy_file(source, mFile);
+    fs::resize_file(mFile, place);
+    Start();
+    mWriter->Put(BatchOf(mNow, 60));
+    Await([](const RecordCounts& counts) { return counts.isWorking; });
+    End();
+    EXPECT_GE(Recorded().size(), 60u) << place;
+    ASSERT_EQ(1u, FilesAside().size()) << place;
+    EXPECT_EQ(place, fs::file_size(FilesAside()[0]));
+    fs::remove(FilesAside()[0]);
+    fs::remove(mFile);
+  }
+}
+
+}  // namespace

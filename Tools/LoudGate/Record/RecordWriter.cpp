@@ -1,0 +1,239 @@
+// The thread, and what it does when the disk or the file is not as it should be.
+
+#include "RecordWriter.h"
+
+#include <pthread.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <utility>
+
+namespace loudgate {
+
+using louddesk::StationBatch;
+using louddesk::StationError;
+using louddesk::StationRecord;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+// Seconds of all clusters that wait to be written at most: ten minutes of 64 clusters, 2.5 MB.
+constexpr std::size_t kMostPending = 64 * 600;
+
+// A check reads the whole file. What has not been read by then is not checked; damage there shows
+// when it is met.
+constexpr std::chrono::seconds kCheckFor{60};
+
+constexpr std::int64_t kSecondsPerDay = 86400;
+
+std::size_t SecondsOf(const StationBatch& batch) {
+  std::size_t count = 0;
+  for (const auto& [cluster, seconds] : batch.seconds)
+    count += seconds.size();
+  return count;
+}
+
+std::string Stamp() {
+  const std::time_t now = std::time(nullptr);
+  std::tm parts{};
+  gmtime_r(&now, &parts);
+  std::array<char, 32> text{};
+  std::strftime(text.data(), text.size(), "%Y%m%dT%H%M%SZ", &parts);
+  return text.data();
+}
+
+bool Exists(const std::string& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0;
+}
+
+// A name that nothing has yet.
+std::string NameAside(const std::string& file) {
+  const std::string name = file + ".damaged-" + Stamp();
+  std::string free = name;
+  for (int i = 2; Exists(free); ++i)
+    free = name + "-" + std::to_string(i);
+  return free;
+}
+
+}  // namespace
+
+RecordWriter::RecordWriter(RecordSettings settings)
+    : mSettings(std::move(settings)), mThread([this] { Run(); }) {}
+
+void RecordWriter::End() {
+  {
+    const std::lock_guard lock(mMutex);
+    mIsEnding = true;
+  }
+  mChange.notify_one();
+  if (mThread.joinable())
+    mThread.join();
+}
+
+void RecordWriter::Put(StationBatch batch) {
+  {
+    const std::lock_guard lock(mMutex);
+    mPending.push_back(std::move(batch));
+    mIsWoken = true;
+  }
+  mChange.notify_one();
+}
+
+std::vector<std::string> RecordWriter::TakeLines() {
+  const std::lock_guard lock(mMutex);
+  return std::exchange(mLines, {});
+}
+
+RecordCounts RecordWriter::Counts() const {
+  const std::lock_guard lock(mMutex);
+  return mCounts;
+}
+
+void RecordWriter::Tell(const std::string& line) {
+  const std::lock_guard lock(mMutex);
+  mLines.push_back(line);
+}
+
+void RecordWriter::Run() {
+  pthread_setname_np(pthread_self(), "record");
+  while (Await())
+    Write();
+  Write();
+  mRecord.reset();
+}
+
+// Waits for a batch; false when it is the end.
+bool RecordWriter::Await() {
+  std::unique_lock lock(mMutex);
+  mChange.wait(lock, [this] { return mIsWoken || mIsEnding; });
+  mIsWoken = false;
+  return !mIsEnding;
+}
+
+// A damaged file is set aside once; what cannot be written into a new one either waits.
+void RecordWriter::Write() {
+  for (int attempts = 0; attempts < 2 && !mIsRefused; ++attempts) {
+    try {
+      Open();
+      AppendAll();
+      Trim();
+      break;
+    } catch (const StationError& error) {
+      if (error.Why() == StationError::Fault::kDamaged)
+        SetAside(error.what());
+      else
+        attempts = 2;
+      Keep(error);
+    }
+  }
+  BoundPending();
+}
+
+void RecordWriter::Open() {
+  if (mRecord)
+    return;
+  mRecord = std::make_unique<StationRecord>(mSettings.file);
+  Check();
+}
+
+void RecordWriter::Check() {
+  const auto end = Clock::now() + kCheckFor;
+  if (!mRecord->Check([this, end] { return mIsEnding || Clock::now() >= end; }) && !mIsEnding)
+    Tell(mSettings.file + ": only a part of it was checked, as it takes longer than " +
+         std::to_string(kCheckFor.count()) + " s");
+}
+
+void RecordWriter::AppendAll() {
+  for (;;) {
+    StationBatch batch;
+    {
+      const std::lock_guard lock(mMutex);
+      if (mPending.empty())
+        break;
+      batch = mPending.front();
+    }
+    const std::size_t repeated = mRecord->Append(batch);
+    if (repeated > 0 && !std::exchange(mIsRepeatTold, true))
+      Tell(mSettings.file + ": seconds that are recorded already keep their readings; the clock " +
+           "was set back, or another LoudGate writes the file");
+    mIsRepeatTold = repeated > 0;
+    const std::lock_guard lock(mMutex);
+    mPending.pop_front();
+  }
+  TellOfRecovery();
+}
+
+void RecordWriter::TellOfRecovery() {
+  std::uint64_t lost = 0;
+  {
+    const std::lock_guard lock(mMutex);
+    mCounts.isWorking = true;
+    lost = mCounts.lostSeconds - mLostBefore;
+    mLostBefore = mCounts.lostSeconds;
+  }
+  if (!std::exchange(mIsFailureTold, false))
+    return;
+  const std::string text = std::to_string(lost) + " seconds of clusters are missing";
+  Tell(mSettings.file + ": the record goes on; " + text);
+  if (lost > 0)
+    mRecord->Append({{}, {{std::time(nullptr) * 1000, std::nullopt, louddesk::kGapEvent, text}}});
+}
+
+// By age a step at a time, so that a clock that is wrong for a while costs little; by size until it
+// fits.
+void RecordWriter::Trim() {
+  bool isRemoved = mRecord->RemoveBefore(std::time(nullptr) - mSettings.days * kSecondsPerDay);
+  if (isRemoved)
+    mRecord->ReturnSpace();
+  while (!mIsEnding && mRecord->Size() > mSettings.mostBytes && mRecord->RemoveOldest())
+    mRecord->ReturnSpace();
+  const std::uint64_t size = mRecord->Size();
+  const std::lock_guard lock(mMutex);
+  mCounts.bytes = size;
+}
+
+// What to do until the next attempt.
+void RecordWriter::Keep(const StationError& error) {
+  using Fault = StationError::Fault;
+  mIsRefused = error.Why() == Fault::kForeign || error.Why() == Fault::kNewer;
+  if (mIsRefused)
+    mRecord.reset();
+  if (mIsRefused || (error.Why() == Fault::kUnavailable && !std::exchange(mIsFailureTold, true)))
+    Tell(std::string(error.what()) + (mIsRefused ? "; it is left as it is, and nothing is recorded"
+                                                 : "; nothing is recorded until that is over"));
+  const std::lock_guard lock(mMutex);
+  ++mCounts.failures;
+  mCounts.isWorking = false;
+}
+
+// SQLite's log is kept with the file that it belongs to.
+void RecordWriter::SetAside(const std::string& reason) {
+  mRecord.reset();
+  const std::string aside = NameAside(mSettings.file);
+  std::rename((mSettings.file + "-wal").c_str(), (aside + "-wal").c_str());
+  std::remove((mSettings.file + "-shm").c_str());
+  if (std::rename(mSettings.file.c_str(), aside.c_str()) == 0)
+    Tell(reason + "; the damaged file is kept as " + aside + ", a new one begins");
+  else
+    Tell(reason + "; the damaged file cannot be set aside: " + std::strerror(errno));
+}
+
+void RecordWriter::BoundPending() {
+  const std::lock_guard lock(mMutex);
+  std::size_t count = 0;
+  for (const StationBatch& batch : mPending)
+    count += SecondsOf(batch);
+  while (!mPending.empty() && (mIsRefused || count > kMostPending)) {
+    count -= SecondsOf(mPending.front());
+    mCounts.lostSeconds += SecondsOf(mPending.front());
+    mPending.pop_front();
+  }
+}
+
+}  // namespace loudgate

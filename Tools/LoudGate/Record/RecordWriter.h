@@ -1,0 +1,88 @@
+// Writes batches into the record on a thread of its own, so that no disk makes anybody wait, and
+// keeps the file within its bounds.
+
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "StationRecord.h"
+
+namespace loudgate {
+
+struct RecordSettings {
+  std::string file;
+  std::int64_t days = 90;
+  std::uint64_t mostBytes = std::uint64_t{2} << 30;  // with SQLite's log; what was set aside aside
+};
+
+/// How the record does.
+struct RecordCounts {
+  std::uint64_t bytes = 0;        // of the file and SQLite's log
+  std::uint64_t failures = 0;     // attempts to write that failed
+  std::uint64_t lostSeconds = 0;  // that will not be recorded, of all clusters
+  bool isWorking = false;         // the last attempt went well
+};
+
+class RecordWriter {
+ public:
+  /// Opens, checks and bounds the file at once, on its thread, and tries again with every batch.
+  explicit RecordWriter(RecordSettings settings);
+
+  ~RecordWriter() { End(); }
+
+  RecordWriter(const RecordWriter&) = delete;
+  RecordWriter& operator=(const RecordWriter&) = delete;
+
+  /// Takes a batch to write. While writing fails, ten minutes of 64 clusters are kept and the
+  /// oldest batches are lost.
+  void Put(louddesk::StationBatch batch);
+
+  /// Writes what it still has and closes the file. Nothing may be put afterwards.
+  void End();
+
+  /// What an operator should know, a line each, since the last call.
+  std::vector<std::string> TakeLines();
+
+  RecordCounts Counts() const;
+
+ private:
+  void Run();
+  bool Await();
+  void Write();
+  void Open();
+  void Check();
+  void AppendAll();
+  void Trim();
+  void Keep(const louddesk::StationError& error);
+  void SetAside(const std::string& reason);
+  void TellOfRecovery();
+  void BoundPending();
+  void Tell(const std::string& line);
+
+  RecordSettings mSettings;
+  std::unique_ptr<louddesk::StationRecord> mRecord;  // null while it cannot be opened
+  bool mIsRefused = false;        // the file is not ours to write: nothing is, until the end
+  bool mIsFailureTold = false;    // since it last went well
+  bool mIsRepeatTold = false;     // that seconds were recorded already
+  std::uint64_t mLostBefore = 0;  // lost seconds when it last went well
+  std::atomic<bool> mIsEnding{false};
+
+  mutable std::mutex mMutex;  // guards what follows
+  std::condition_variable mChange;
+  std::deque<louddesk::StationBatch> mPending;
+  bool mIsWoken = true;
+  std::vector<std::string> mLines;
+  RecordCounts mCounts;
+
+  std::thread mThread;  // the last one: it uses the others
+};
+
+}  // namespace loudgate

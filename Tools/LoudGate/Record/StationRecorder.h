@@ -1,0 +1,49 @@
+// The record of what the clusters of a board publish.
+
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+#include "ClusterBoard.h"
+#include "RecordWriter.h"
+#include "SecondCollector.h"
+
+namespace loudgate {
+
+/// From one transaction to the next. With the two seconds that a second is collected for, a process
+/// that is killed loses no more than its last minute.
+constexpr std::chrono::seconds kWritePeriod{57};
+
+class StationRecorder : public ClusterListener {
+ public:
+  /// Told what an operator should know, a line each.
+  using Report = std::function<void(const std::string&)>;
+
+  /// Begins to record; `period` is the time between two transactions.
+  StationRecorder(RecordSettings settings, std::chrono::seconds period, Report report);
+
+  /// Writes the last seconds and closes the file.
+  ~StationRecorder() override;
+
+  void OnData(const Cluster& cluster, const louddesk::LoudnessMessage& message,
+              Moment now) override;
+  void OnAnswer(const Cluster& cluster, const louddesk::ServiceAnswer& answer, Moment now) override;
+
+  /// To be called ten times a second.
+  void Tend(const ClusterBoard& board, Moment now);
+
+  RecordCounts Counts() const { return mWriter.Counts(); }
+
+ private:
+  void ReportLines();
+
+  std::chrono::seconds mPeriod;
+  Report mReport;
+  SecondCollector mCollector;
+  RecordWriter mWriter;
+  std::chrono::steady_clock::time_point mLastBatch;
+};
+
+}  // namespace loudgate
