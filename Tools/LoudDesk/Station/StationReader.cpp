@@ -32,8 +32,10 @@ SqliteMode ModeFor(const std::string& path) {
   return isAtRest ? SqliteMode::kReadUnchanging : SqliteMode::kReadOnly;
 }
 
+// A file from a stranger could hide endless work in views of the tables' names.
 void CheckKind(SqliteFile& file, const std::string& path) {
-  if (file.Number("PRAGMA application_id") != kStationApplication)
+  if (file.Number("PRAGMA application_id") != kStationApplication ||
+      file.Number("SELECT count(*) FROM sqlite_schema WHERE type NOT IN ('table', 'index')") != 0)
     throw StationError(Fault::kForeign, path + ": not a record of LoudGate");
   if (file.Number("PRAGMA user_version") > kStationFormat)
     throw StationError(Fault::kNewer, path + ": a record of a newer version");

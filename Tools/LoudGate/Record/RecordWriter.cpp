@@ -23,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 // Seconds of all clusters that wait to be written at most: ten minutes of 64 clusters, 2.5 MB.
-constexpr std::size_t kMostPending = 64 * 600;
+constexpr std::size_t kMostPending = std::size_t{64} * 600;
 
 // A check reads the whole file. What has not been read by then is not checked; damage there shows
 // when it is met.
