@@ -5,7 +5,7 @@
 # links and its programs load. They have a root of their own because libczmq-dev of two architectures cannot be
 # installed side by side: it needs libnss3-dev, which cannot.
 # Usage: install-missing.sh [--list]
-#   service|build|demo|package|cross-package|check|check-packages|docs|aarch64
+#   service|desk|build|demo|package|cross-package|check|check-packages|docs|aarch64
 set -euo pipefail
 
 list=
@@ -15,9 +15,9 @@ if [ "${1:-}" = --list ]; then
 fi
 
 service=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev)
-build=("${service[@]}" libutfcpp-dev libavformat-dev libavcodec-dev libavutil-dev
-       libcli11-dev libfmt-dev libncurses-dev libsodium-dev libsqlite3-dev libzstd-dev libmicrohttpd-dev
-       prometheus-cpp-dev)
+desk=("${service[@]}" libutfcpp-dev libavformat-dev libavcodec-dev libavutil-dev
+      libcli11-dev libfmt-dev libncurses-dev libsodium-dev libsqlite3-dev libzstd-dev)
+build=("${desk[@]}" libmicrohttpd-dev prometheus-cpp-dev)
 demo=(alsa-utils)
 package=(dpkg-dev debhelper help2man)
 cross_package=(dpkg-dev mmdebstrap)
@@ -34,6 +34,7 @@ aarch64=(g++-aarch64-linux-gnu qemu-user-static mmdebstrap)
 
 case "${1:-}" in
   service) wanted=("${service[@]}") ;;
+  desk) wanted=("${desk[@]}") ;;
   build) wanted=("${build[@]}") ;;
   demo) wanted=("${build[@]}" "${demo[@]}") ;;
   docs) wanted=("${docs[@]}") ;;
@@ -42,7 +43,10 @@ case "${1:-}" in
   check-packages) wanted=("${build[@]}" "${package[@]}" "${check_packages[@]}") ;;
   check) wanted=("${build[@]}" "${check[@]}" "${docs[@]}") ;;
   aarch64) wanted=("${build[@]}" "${check[@]}" "${aarch64[@]}") ;;
-  *) echo "usage: $0 [--list] service|build|demo|package|cross-package|check|check-packages|docs|aarch64" >&2; exit 2 ;;
+  *)
+    echo "usage: $0 [--list] service|desk|build|demo|package|cross-package|check|check-packages|docs|aarch64" >&2
+    exit 2
+    ;;
 esac
 
 if [ "$list" ]; then
