@@ -1,8 +1,9 @@
-// Which requests the gate answers. An input is a Host header, an Origin header, each ended by a
-// zero, and an address to listen at.
+// Which requests the gate answers, and the orders in their bodies. An input is a Host header, an
+// Origin header and an address to listen at, each ended by a zero, and a body.
 
 #include <string>
 
+#include "ControlOrder.h"
 #include "FuzzTarget.h"
 #include "ListenAddress.h"
 #include "RequestGuard.h"
@@ -37,9 +38,14 @@ void fuzz::TestOneInput(Input input) {
         from.size() >= end.size() && from.compare(from.size() - end.size(), end.size(), end) == 0,
         "no other site is answered");
   }
-  const Text listen = input.TakeRest();
+  const Text listen = input.TakeTerminatedText();
   if (const auto address = loudgate::ReadListenAddress(listen.c_str())) {
     const auto again = loudgate::ReadListenAddress(address->Text());
     FUZZ_PROPERTY(again && again->Text() == address->Text(), "an address is read as it is written");
   }
+  const Text body = input.TakeRest();
+  if (const auto* const order = loudgate::ReadControlOrder(body.c_str()))
+    FUZZ_PROPERTY(std::string(body.c_str()).find('{') != std::string::npos &&
+                      loudgate::ControlOrderNames().find(order->name) != std::string::npos,
+                  "an order is one of those that are listed, in an object");
 }

@@ -210,6 +210,30 @@ TEST_F(LivePageTest, ALostConnectionIsShownAndComesBackByItself) {
   EXPECT_EQ(true, mBrowser.Run("return window.isTheSamePage"));
 }
 
+TEST_F(LivePageTest, AServiceThatIsStartedAgainIsShownAgain) {
+  ASSERT_NO_FATAL_FAILURE(OpenPage());
+  mBrowser.Run("window.isTheSamePage = true");
+  mBrowser.Run(R"(
+    window.announced = [];
+    const region = document.getElementById("announcement");
+    new MutationObserver(() => window.announced.push(region.textContent)).observe(
+        region, {childList: true, characterData: true, subtree: true});
+  )");
+  ExpectCleanEnd(SIGTERM);
+  AwaitTrue("return document.querySelector('.state').textContent === 'DEAD'");
+  AwaitTrue("return document.querySelector('.card').classList.contains('alarming')");
+  EXPECT_EQ(kNoReading, mBrowser.Run(kMomentaryScript));
+  ASSERT_NO_FATAL_FAILURE(StartAgain());
+  StartMeasuring();
+  Feed(10, -23.0);
+  AwaitTrue("return document.querySelector('.state').textContent === 'RUNNING'");
+  AwaitPage(kMomentaryScript, [](const json& text) { return text != kNoReading; });
+  const json announced = mBrowser.Run("return window.announced");
+  EXPECT_EQ("Cluster 1-1: DEAD", announced.front());
+  EXPECT_EQ("Cluster 1-1: RUNNING", announced.back());
+  EXPECT_EQ(true, mBrowser.Run("return window.isTheSamePage"));
+}
+
 // As behind a network that swallows everything: the connection stands, but nothing comes.
 TEST_F(LivePageTest, AConnectionThatHasGoneSilentIsLost) {
   ASSERT_NO_FATAL_FAILURE(OpenPage());
