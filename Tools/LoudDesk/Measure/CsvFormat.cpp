@@ -4,8 +4,7 @@
 
 #include <fmt/format.h>
 
-#include <vector>
-
+#include "CsvText.h"
 #include "FigureFormat.h"
 #include "FigureText.h"
 #include "SpeakerNames.h"
@@ -16,22 +15,6 @@ namespace {
 constexpr char kMissing[] = "";
 constexpr char kYes[] = "yes";
 constexpr char kNo[] = "no";
-
-std::string Field(const std::string& text) {
-  if (text.find_first_of(",\"\r\n") == std::string::npos)
-    return text;
-  std::string quoted = "\"";
-  for (const char c : text)
-    quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
-  return quoted + "\"";
-}
-
-std::string Row(const std::vector<std::string>& fields) {
-  std::string row;
-  for (const std::string& field : fields)
-    row += (&field == &fields.front() ? "" : ",") + Field(field);
-  return row + "\n";
-}
 
 std::string Text(const std::optional<double>& figure) {
   return FigureText(figure, kMissing);
@@ -58,67 +41,67 @@ const FileFacts kNoFacts;
 }  // namespace
 
 std::string CsvHeader() {
-  return Row({"File",
-              "Files",
-              "Channels",
-              "Speakers",
-              "Format",
-              "Sample rate (Hz)",
-              "Size (bytes)",
-              "SHA-256",
-              "Duration (s)",
-              "Integrated loudness (LKFS)",
-              "Loudness range (LU)",
-              "Loudness range is stable",
-              "Maximum momentary (LKFS)",
-              "Maximum momentary at (s)",
-              "Maximum short-term (LKFS)",
-              "Maximum short-term at (s)",
-              "Maximum true peak (dBTP)",
-              "Maximum true peak at (s)",
-              "At least",
-              "Profile",
-              "Target (LKFS)",
-              "Gain to target (dB)",
-              "Gain up to peak limit (dB)",
-              "Verdict",
-              "Damage"});
+  return CsvLine({"File",
+                  "Files",
+                  "Channels",
+                  "Speakers",
+                  "Format",
+                  "Sample rate (Hz)",
+                  "Size (bytes)",
+                  "SHA-256",
+                  "Duration (s)",
+                  "Integrated loudness (LKFS)",
+                  "Loudness range (LU)",
+                  "Loudness range is stable",
+                  "Maximum momentary (LKFS)",
+                  "Maximum momentary at (s)",
+                  "Maximum short-term (LKFS)",
+                  "Maximum short-term at (s)",
+                  "Maximum true peak (dBTP)",
+                  "Maximum true peak at (s)",
+                  "At least",
+                  "Profile",
+                  "Target (LKFS)",
+                  "Gain to target (dB)",
+                  "Gain up to peak limit (dB)",
+                  "Verdict",
+                  "Damage"});
 }
 
 std::string CsvRow(const Subject& subject, const Assessment& assessment, const Criteria& criteria) {
   const FileFacts& file = subject.file != nullptr ? *subject.file : kNoFacts;
   const Programme& programme = subject.programme->programme;
   const Figures& figures = subject.programme->figures;
-  return Row({file.path,
-              std::to_string(subject.files),
-              ChannelsInWords(programme),
-              SpeakersOf(programme),
-              file.format,
-              file.sampleRate > 0 ? std::to_string(file.sampleRate) : kMissing,
-              file.bytes ? std::to_string(*file.bytes) : kMissing,
-              file.sha256,
-              Text(figures.seconds),
-              Text(figures.integrated),
-              Text(figures.lra),
-              StabilityOf(figures),
-              Text(figures.maxMomentary),
-              TimeText(figures.maxMomentary, figures.maxMomentaryAt),
-              Text(figures.maxShortTerm),
-              TimeText(figures.maxShortTerm, figures.maxShortTermAt),
-              Text(figures.maxTruePeak),
-              TimeText(figures.maxTruePeak, figures.maxTruePeakAt),
-              fmt::format("{}", fmt::join(KeysAtLeast(figures), " ")),
-              criteria.name,
-              Text(criteria.target),
-              Text(assessment.gain.toTarget),
-              Text(assessment.gain.withinPeak),
-              MachineWordFor(assessment.judgement),
-              DamageOf(subject)});
+  return CsvLine({file.path,
+                  std::to_string(subject.files),
+                  ChannelsInWords(programme),
+                  SpeakersOf(programme),
+                  file.format,
+                  file.sampleRate > 0 ? std::to_string(file.sampleRate) : kMissing,
+                  file.bytes ? std::to_string(*file.bytes) : kMissing,
+                  file.sha256,
+                  Text(figures.seconds),
+                  Text(figures.integrated),
+                  Text(figures.lra),
+                  StabilityOf(figures),
+                  Text(figures.maxMomentary),
+                  TimeText(figures.maxMomentary, figures.maxMomentaryAt),
+                  Text(figures.maxShortTerm),
+                  TimeText(figures.maxShortTerm, figures.maxShortTermAt),
+                  Text(figures.maxTruePeak),
+                  TimeText(figures.maxTruePeak, figures.maxTruePeakAt),
+                  fmt::format("{}", fmt::join(KeysAtLeast(figures), " ")),
+                  criteria.name,
+                  Text(criteria.target),
+                  Text(assessment.gain.toTarget),
+                  Text(assessment.gain.withinPeak),
+                  MachineWordFor(assessment.judgement),
+                  DamageOf(subject)});
 }
 
 std::string SeriesHeader() {
-  return Row({"File", "Channels", "Time (s)", "Momentary (LKFS)", "Short-term (LKFS)",
-              "Integrated (LKFS)", "Loudness range (LU)", "True peak (dBTP)", "Damaged"});
+  return CsvLine({"File", "Channels", "Time (s)", "Momentary (LKFS)", "Short-term (LKFS)",
+                  "Integrated (LKFS)", "Loudness range (LU)", "True peak (dBTP)", "Damaged"});
 }
 
 std::string SeriesRows(const Subject& subject) {
@@ -127,7 +110,8 @@ std::string SeriesRows(const Subject& subject) {
   const char* isDamaged = DamageOf(subject).empty() ? kNo : kYes;
   std::string rows;
   for (const SeriesPoint& point : subject.programme->points)
-    rows += Row({path, channels, Text(point.seconds), Text(point.momentary), Text(point.shortTerm),
+    rows +=
+        CsvLine({path, channels, Text(point.seconds), Text(point.momentary), Text(point.shortTerm),
                  Text(point.integrated), Text(point.lra), Text(point.truePeak), isDamaged});
   return rows;
 }

@@ -2,7 +2,6 @@
 
 #include "JsonFormat.h"
 
-#include "DocumentWriter.h"
 #include "FigureFormat.h"
 #include "Utf8Text.h"
 
@@ -47,23 +46,6 @@ void WriteProgramme(DocumentWriter& writer, const Programme& programme) {
   writer.CloseArray().CloseObject();
 }
 
-void WriteFigures(DocumentWriter& writer, const Figures& figures) {
-  writer.Figure("Seconds", figures.seconds);
-  writer.Figure("Integrated", figures.integrated);
-  writer.Figure("Lra", figures.lra);
-  writer.Flag("LraIsStable", figures.lra && !IsRangeUnstable(figures));
-  writer.Figure("MaxMomentary", figures.maxMomentary);
-  WriteTime(writer, "MaxMomentaryAt", figures.maxMomentary, figures.maxMomentaryAt);
-  writer.Figure("MaxShortTerm", figures.maxShortTerm);
-  WriteTime(writer, "MaxShortTermAt", figures.maxShortTerm, figures.maxShortTermAt);
-  writer.Figure("MaxTruePeak", figures.maxTruePeak);
-  WriteTime(writer, "MaxTruePeakAt", figures.maxTruePeak, figures.maxTruePeakAt);
-  writer.OpenArray("AtLeast");
-  for (const std::string& key : KeysAtLeast(figures))
-    writer.Text(DocumentWriter::kNoKey, key);
-  writer.CloseArray();
-}
-
 void WriteChannels(DocumentWriter& writer, const std::vector<ChannelFigures>& channels) {
   writer.OpenArray("ChannelPeaks");
   for (const ChannelFigures& channel : channels) {
@@ -90,6 +72,33 @@ void WriteLimits(DocumentWriter& writer, const std::vector<Verdict>& verdicts) {
 
 }  // namespace
 
+void WriteFigures(DocumentWriter& writer, const Figures& figures) {
+  writer.Figure("Seconds", figures.seconds);
+  writer.Figure("Integrated", figures.integrated);
+  writer.Figure("Lra", figures.lra);
+  writer.Flag("LraIsStable", figures.lra && !IsRangeUnstable(figures));
+  writer.Figure("MaxMomentary", figures.maxMomentary);
+  WriteTime(writer, "MaxMomentaryAt", figures.maxMomentary, figures.maxMomentaryAt);
+  writer.Figure("MaxShortTerm", figures.maxShortTerm);
+  WriteTime(writer, "MaxShortTermAt", figures.maxShortTerm, figures.maxShortTermAt);
+  writer.Figure("MaxTruePeak", figures.maxTruePeak);
+  WriteTime(writer, "MaxTruePeakAt", figures.maxTruePeak, figures.maxTruePeakAt);
+  writer.OpenArray("AtLeast");
+  for (const std::string& key : KeysAtLeast(figures))
+    writer.Text(DocumentWriter::kNoKey, key);
+  writer.CloseArray();
+}
+
+void WriteJudgement(DocumentWriter& writer, const Assessment& assessment,
+                    const Criteria& criteria) {
+  writer.Text("Profile", criteria.name);
+  writer.Figure("Target", criteria.target);
+  writer.Figure("Gain", assessment.gain.toTarget);
+  writer.Figure("GainWithinPeak", assessment.gain.withinPeak);
+  WriteText(writer, "Verdict", MachineWordFor(assessment.judgement));
+  WriteLimits(writer, assessment.verdicts);
+}
+
 std::string JsonLine(const Subject& subject, const Assessment& assessment,
                      const Criteria& criteria) {
   DocumentWriter writer;
@@ -99,12 +108,7 @@ std::string JsonLine(const Subject& subject, const Assessment& assessment,
   WriteProgramme(writer, subject.programme->programme);
   WriteFigures(writer, subject.programme->figures);
   WriteChannels(writer, subject.programme->channels);
-  writer.Text("Profile", criteria.name);
-  writer.Figure("Target", criteria.target);
-  writer.Figure("Gain", assessment.gain.toTarget);
-  writer.Figure("GainWithinPeak", assessment.gain.withinPeak);
-  WriteText(writer, "Verdict", MachineWordFor(assessment.judgement));
-  WriteLimits(writer, assessment.verdicts);
+  WriteJudgement(writer, assessment, criteria);
   return writer.Finish() + "\n";
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Assessment.h"
+#include "DocumentWriter.h"
 
 namespace louddesk {
 
@@ -17,5 +18,11 @@ constexpr unsigned kJsonSchema = 1;
 /// not UTF-8 become U+FFFD.
 std::string JsonLine(const Subject& subject, const Assessment& assessment,
                      const Criteria& criteria);
+
+/// The members from "Seconds" to "AtLeast" of the object.
+void WriteFigures(DocumentWriter& writer, const Figures& figures);
+
+/// The members from "Profile" to "Limits" of the object.
+void WriteJudgement(DocumentWriter& writer, const Assessment& assessment, const Criteria& criteria);
 
 }  // namespace louddesk

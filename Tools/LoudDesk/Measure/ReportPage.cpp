@@ -23,17 +23,6 @@ constexpr char kFooter[] =
     "Verdicts judge the figures as they are written, to a hundredth. Times are those at which what "
     "was read ends.</p>";
 
-std::string VerdictList(const std::vector<Verdict>& verdicts) {
-  if (verdicts.empty())
-    return "";
-  std::string list = "<ul class=\"verdicts\">\n";
-  for (const Verdict& verdict : verdicts)
-    list += std::string("<li class=\"is-") + StyleFor(BadgeFor(verdict.judgement)) + "\"><p>" +
-            verdict.limit + ": " + verdict.allowed + "</p><p class=\"finding\">" +
-            VerdictText(verdict.judgement) + " " + verdict.finding + ".</p></li>\n";
-  return list + "</ul>\n";
-}
-
 std::string NoteList(const Subject& subject) {
   const Figures& figures = subject.programme->figures;
   std::vector<std::string> notes = NotesOn(figures);
@@ -41,12 +30,7 @@ std::string NoteList(const Subject& subject) {
     notes.insert(notes.begin(), DamageNote(damage));
   if (IsRangeUnstable(figures))
     notes.emplace_back("shorter than 60 s; the loudness range is not yet stable");
-  if (notes.empty())
-    return "";
-  std::string list = "<ul class=\"notes\">\n";
-  for (const std::string& note : notes)
-    list += "<li>" + Isolated(note) + "</li>\n";
-  return list + "</ul>\n";
+  return ListOfNotes(notes);
 }
 
 // Files as one have a histogram, but no times.
@@ -66,13 +50,18 @@ std::string Section(const Subject& subject, const Assessment& assessment, const 
   const std::string name = NameOf(subject);
   return "<section id=\"" + id + "\">\n<h2>" + Isolated(FileNameOf(name)) +
          "</h2>\n<p class=\"path\">" + Isolated(name) + "</p>\n" +
-         VerdictList(assessment.verdicts) + NoteList(subject) +
+         ListOfVerdicts(assessment.verdicts) + NoteList(subject) +
          FactList(subject, assessment, criteria) + Plots(subject, criteria, id) +
-         ChannelTable(*subject.programme) + PassageTable(*subject.programme, criteria) +
+         ChannelTable(*subject.programme) + PassageTable(PassagesOf(*subject.programme, criteria)) +
          "</section>\n";
 }
 
 }  // namespace
+
+std::string LeadOf(const Criteria& criteria) {
+  return CriteriaText(criteria) + "." +
+         (criteria.source.empty() ? "" : " Source: " + criteria.source + ".");
+}
 
 ReportPage::ReportPage(const Criteria& criteria, std::string date, std::string version)
     : mCriteria(criteria), mDate(std::move(date)), mVersion(std::move(version)) {}
@@ -95,9 +84,8 @@ void ReportPage::AddFailure(const std::string& path, const std::string& reason) 
 
 std::string ReportPage::Text() const {
   const bool isOfOne = mProgrammes == 1 && mNotMeasured == 0;
-  const std::string source = mCriteria.source.empty() ? "" : " Source: " + mCriteria.source + ".";
   return Page({isOfOne ? "Loudness of " + mFirstName : "Loudness report", "Loudness report",
-               CriteriaText(mCriteria) + "." + source,
+               LeadOf(mCriteria),
                "<p class=\"made\">" +
                    XmlEscaped("Measured on " + mDate + " by LoudDesk " + mVersion) + ".</p>\n" +
                    Table() + mSections,

@@ -9,6 +9,9 @@
 
 namespace louddesk {
 
+/// What a report judges by, and where that comes from.
+std::string LeadOf(const Criteria& criteria);
+
 /// Takes the programmes one by one and keeps no more of them than the page shows: curves are
 /// thinned out, so that the size of the page hardly depends on the length of the files.
 class ReportPage {

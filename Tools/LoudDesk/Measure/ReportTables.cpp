@@ -21,10 +21,6 @@ namespace {
 constexpr char kAtLeastSign[] = "\xE2\x89\xA5 ";  // in UTF-8
 constexpr char kUnstableSign[] = "~ ";
 constexpr char kDuration[] = "Duration";
-constexpr char kClockUnit[] = "h:mm:ss";
-
-// Of the passages above one limit so many are listed, and the others counted.
-constexpr std::size_t kMostPassages = 100;
 
 // What a reading covers, s.
 constexpr double kBlockSeconds = 1.0 / kBlocksPerSecond;
@@ -75,15 +71,6 @@ std::string ReasonAlone(const std::string& path, const std::string& complaint) {
   return complaint.compare(0, name.size(), name) == 0 ? complaint.substr(name.size()) : complaint;
 }
 
-using Fact = std::pair<std::string, std::string>;  // both plain text
-
-std::string List(const std::vector<Fact>& facts) {
-  std::string list = "<dl class=\"facts\">\n";
-  for (const auto& [name, text] : facts)
-    list += "<div><dt>" + XmlEscaped(name) + "</dt><dd>" + Isolated(text) + "</dd></div>\n";
-  return list + "</dl>\n";
-}
-
 std::string CountText(std::uint64_t bytes) {
   std::string digits = std::to_string(bytes);
   for (std::size_t i = digits.size(); i > 3; i -= 3)
@@ -118,15 +105,6 @@ std::string GainText(const std::optional<double>& gain) {
   return gain ? fmt::format("{:+.2f} dB", *gain) : std::string("-");
 }
 
-void AddGain(std::vector<Fact>& facts, const TargetGain& gain, const Criteria& criteria) {
-  if (!criteria.target)
-    return;
-  facts.emplace_back("Gain to " + FigureText(criteria.target) + " LKFS", GainText(gain.toTarget));
-  if (criteria.peakCeiling)
-    facts.emplace_back("The same up to " + FigureText(criteria.peakCeiling) + " dBTP",
-                       GainText(gain.withinPeak));
-}
-
 // A limit that passages are listed for.
 struct PassageKind {
   const char* name;
@@ -144,20 +122,20 @@ constexpr PassageKind kPassageKinds[] = {
      kMomentarySeconds},
 };
 
-std::string PassageRow(const PassageKind& kind, const Passage& passage) {
-  return "<tr><th scope=\"row\">" + std::string(kind.name) + "</th>" +
-         Cell("From", ClockText(passage.begin), kClockUnit) +
-         Cell("To", ClockText(passage.end), kClockUnit) +
-         Cell("Highest", FigureText(passage.highest), kind.unit) + "</tr>\n";
+std::string PassageRow(const FoundPassages& found, const Passage& passage, const Clock& clock) {
+  return "<tr><th scope=\"row\">" + std::string(found.name) + "</th>" +
+         Cell("From", clock.text(passage.begin), clock.unit) +
+         Cell("To", clock.text(passage.end), clock.unit) +
+         Cell("Highest", FigureText(passage.highest), found.unit) + "</tr>\n";
 }
 
-std::string PassageRows(const PassageKind& kind, const std::vector<Passage>& passages) {
+std::string PassageRows(const FoundPassages& found, const Clock& clock) {
   std::string rows;
-  for (std::size_t i = 0; i < std::min(passages.size(), kMostPassages); ++i)
-    rows += PassageRow(kind, passages[i]);
-  if (passages.size() > kMostPassages)
+  for (const Passage& passage : found.first)
+    rows += PassageRow(found, passage, clock);
+  if (found.count > found.first.size())
     rows += fmt::format("<tr><th scope=\"row\">{}</th><td colspan=\"3\">and {} more</td></tr>\n",
-                        kind.name, passages.size() - kMostPassages);
+                        found.name, found.count - found.first.size());
   return rows;
 }
 
@@ -178,8 +156,8 @@ std::string FileNameOf(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-std::string RowHead() {
-  std::string head = "<thead><tr><th scope=\"col\">File</th>";
+std::string RowHead(const char* subjects) {
+  std::string head = std::string("<thead><tr><th scope=\"col\">") + subjects + "</th>";
   for (const ShownFigure& figure : ShownFigures({}, {}))
     head += HeadCell(figure.name, figure.unit);
   return head + "<th scope=\"col\">Verdict</th></tr></thead>\n";
@@ -201,6 +179,42 @@ std::string FailureRow(const std::string& path, const std::string& reason) {
          "</td></tr>\n";
 }
 
+std::string ListOf(const std::vector<Fact>& facts) {
+  std::string list = "<dl class=\"facts\">\n";
+  for (const auto& [name, text] : facts)
+    list += "<div><dt>" + XmlEscaped(name) + "</dt><dd>" + Isolated(text) + "</dd></div>\n";
+  return list + "</dl>\n";
+}
+
+std::string ListOfNotes(const std::vector<std::string>& notes) {
+  if (notes.empty())
+    return "";
+  std::string list = "<ul class=\"notes\">\n";
+  for (const std::string& note : notes)
+    list += "<li>" + Isolated(note) + "</li>\n";
+  return list + "</ul>\n";
+}
+
+std::string ListOfVerdicts(const std::vector<Verdict>& verdicts) {
+  if (verdicts.empty())
+    return "";
+  std::string list = "<ul class=\"verdicts\">\n";
+  for (const Verdict& verdict : verdicts)
+    list += std::string("<li class=\"is-") + StyleFor(BadgeFor(verdict.judgement)) + "\"><p>" +
+            verdict.limit + ": " + verdict.allowed + "</p><p class=\"finding\">" +
+            VerdictText(verdict.judgement) + " " + verdict.finding + ".</p></li>\n";
+  return list + "</ul>\n";
+}
+
+void AddGain(std::vector<Fact>& facts, const TargetGain& gain, const Criteria& criteria) {
+  if (!criteria.target)
+    return;
+  facts.emplace_back("Gain to " + FigureText(criteria.target) + " LKFS", GainText(gain.toTarget));
+  if (criteria.peakCeiling)
+    facts.emplace_back("The same up to " + FigureText(criteria.peakCeiling) + " dBTP",
+                       GainText(gain.withinPeak));
+}
+
 std::string FactList(const Subject& subject, const Assessment& assessment,
                      const Criteria& criteria) {
   const MeasuredProgramme& programme = *subject.programme;
@@ -214,7 +228,7 @@ std::string FactList(const Subject& subject, const Assessment& assessment,
   AddMaximum(facts, "Maximum short-term", figures.maxShortTerm, " LKFS", figures.maxShortTermAt);
   AddMaximum(facts, "Maximum true peak", figures.maxTruePeak, " dBTP", figures.maxTruePeakAt);
   AddGain(facts, assessment.gain, criteria);
-  return List(facts);
+  return ListOf(facts);
 }
 
 std::string ChannelTable(const MeasuredProgramme& programme) {
@@ -234,17 +248,29 @@ std::string ChannelTable(const MeasuredProgramme& programme) {
   return table + "</tbody></table>\n";
 }
 
-std::string PassageTable(const MeasuredProgramme& programme, const Criteria& criteria) {
-  std::string rows;
+std::vector<FoundPassages> PassagesOf(const MeasuredProgramme& programme,
+                                      const Criteria& criteria) {
+  std::vector<FoundPassages> found;
   for (const PassageKind& kind : kPassageKinds)
-    if (const std::optional<double>& limit = criteria.limits.*kind.limit)
-      rows += PassageRows(kind, PassagesAbove(programme.points, kind.figure, *limit, kind.covered));
+    if (const std::optional<double>& limit = criteria.limits.*kind.limit) {
+      auto passages = PassagesAbove(programme.points, kind.figure, *limit, kind.covered);
+      const std::size_t count = passages.size();
+      passages.resize(std::min(count, kMostPassages));
+      found.push_back({kind.name, kind.unit, std::move(passages), count});
+    }
+  return found;
+}
+
+std::string PassageTable(const std::vector<FoundPassages>& all, const Clock& clock) {
+  std::string rows;
+  for (const FoundPassages& found : all)
+    rows += PassageRows(found, clock);
   if (rows.empty())
     return "";
   return "<table class=\"small passages\">\n<caption>Passages above a limit; those less than a "
          "second apart "
          "are one</caption>\n<thead><tr><th scope=\"col\">Limit of</th>" +
-         HeadCell("From", kClockUnit) + HeadCell("To", kClockUnit) + HeadCell("Highest", "") +
+         HeadCell("From", clock.unit) + HeadCell("To", clock.unit) + HeadCell("Highest", "") +
          "</tr></thead>\n<tbody>\n" + rows + "</tbody></table>\n";
 }
 

@@ -66,5 +66,23 @@ TEST(PassagesTest, WhereThereIsNoReadingThereIsNoPassage) {
   EXPECT_TRUE(Above(std::vector<SeriesPoint>(10), -90.0).empty());
 }
 
+// A day may hold tens of thousands of passages.
+TEST(PassagesTest, OfManyPassagesTheFirstAreKeptAndAllCounted) {
+  PassageGatherer gatherer(-1.0, 0.1, 2);
+  for (int i = 1; i <= 5; ++i)
+    gatherer.Take(10.0 * i, -0.5);
+  EXPECT_EQ(gatherer.Count(), 5U);
+  ASSERT_EQ(gatherer.First().size(), 2U);
+  EXPECT_DOUBLE_EQ(gatherer.First()[1].end, 20.0);
+}
+
+TEST(PassagesTest, TheLastOfThoseKeptGoesOnAsLongAsItDoes) {
+  PassageGatherer gatherer(-1.0, 0.1, 2);
+  for (const double seconds : {10.0, 20.0, 20.5})
+    gatherer.Take(seconds, -0.5);
+  ASSERT_EQ(gatherer.First().size(), 2U);
+  EXPECT_DOUBLE_EQ(gatherer.First()[1].end, 20.5);
+}
+
 }  // namespace
 }  // namespace louddesk

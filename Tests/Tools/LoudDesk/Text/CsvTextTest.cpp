@@ -1,0 +1,20 @@
+// Rows as RFC 4180 has them.
+
+#include "CsvText.h"
+
+#include <gtest/gtest.h>
+
+namespace louddesk {
+namespace {
+
+TEST(CsvTextTest, FieldsAreInTheirOrderAndMayBeEmpty) {
+  EXPECT_EQ(CsvLine({"a", "", "-23.00"}), "a,,-23.00\n");
+}
+
+TEST(CsvTextTest, AFieldWithASeparatorStandsInQuotes) {
+  EXPECT_EQ(CsvLine({"a,b", "say \"so\"", "two\nlines"}),
+            "\"a,b\",\"say \"\"so\"\"\",\"two\nlines\"\n");
+}
+
+}  // namespace
+}  // namespace louddesk
