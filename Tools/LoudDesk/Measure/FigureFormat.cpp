@@ -33,7 +33,6 @@ constexpr Column kColumns[] = {
 constexpr std::size_t kVerdictWidth = 12;
 
 constexpr char kVerdictHeading[] = "Verdict";
-constexpr char kFileHeading[] = "  File";
 constexpr char kAtLeast[] = ">=";
 constexpr char kNotYetStable[] = "~";
 
@@ -107,12 +106,12 @@ std::vector<std::string> KeysAtLeast(const Figures& figures) {
   return keys;
 }
 
-std::string TableHeader() {
+std::string TableHeader(const char* subjects) {
   const std::string blank = Cell("", kVerdictWidth);
   const std::string first = HeadingLine(&Column::name) + Cell(kVerdictHeading, kVerdictWidth);
   std::string second = HeadingLine(&Column::continued);
   second.resize(second.find_last_not_of(' ') + 1);
-  return first + "\n" + second + "\n" + HeadingLine(&Column::unit) + blank + kFileHeading + "\n";
+  return first + "\n" + second + "\n" + HeadingLine(&Column::unit) + blank + "  " + subjects + "\n";
 }
 
 std::string TableRow(const Subject& subject, const Assessment& assessment) {

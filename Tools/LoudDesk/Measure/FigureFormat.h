@@ -26,8 +26,9 @@ std::vector<WrittenFigure> WrittenFigures(const Figures& figures, const TargetGa
 /// The names of the figures at the end of their scales, as keys of JSON.
 std::vector<std::string> KeysAtLeast(const Figures& figures);
 
-/// The three lines over the rows: names and units. Ends with a line feed.
-std::string TableHeader();
+/// The three lines over the rows: names and units, and `subjects` over what the rows are about.
+/// Ends with a line feed.
+std::string TableHeader(const char* subjects = "File");
 
 /// One row: the figures right-aligned under their names, "-" where there is no reading, ">=" before
 /// one at the end of its scale and "~" before a loudness range that is not yet stable; the verdict;

@@ -2,14 +2,13 @@
 
 #include "MeasureOutput.h"
 
-#include <fmt/chrono.h>
-
 #include <ctime>
 
 #include "CsvFormat.h"
 #include "FigureFormat.h"
 #include "JsonFormat.h"
 #include "PageFile.h"
+#include "TimeText.h"
 #include "Version.h"
 
 namespace louddesk {
@@ -26,6 +25,10 @@ struct Style {
                      const Criteria& criteria);
 };
 
+std::string HeaderOfTable() {
+  return TableHeader();
+}
+
 std::string NoHeader() {
   return "";
 }
@@ -35,14 +38,8 @@ std::string RowOfTable(const Subject& subject, const Assessment& assessment, con
 }
 
 // In the order of `FigureStyle`.
-constexpr Style kStyles[] = {{TableHeader, RowOfTable}, {NoHeader, JsonLine}, {CsvHeader, CsvRow}};
-
-// "2026-11-22 14:05:12 +0100".
-std::string DateAndTime() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  return fmt::format("{:%Y-%m-%d %H:%M:%S %z}", *localtime_r(&now, &local));
-}
+constexpr Style kStyles[] = {
+    {HeaderOfTable, RowOfTable}, {NoHeader, JsonLine}, {CsvHeader, CsvRow}};
 
 }  // namespace
 
@@ -58,7 +55,7 @@ bool MeasureOutput::IsPossible() {
       !CheckWritable(mComplaints, mOptions.series, kSeries))
     return false;
   if (!mOptions.report.empty())
-    mReport.emplace(mCriteria, DateAndTime(), kVersion);
+    mReport.emplace(mCriteria, LocalTimeText(std::time(nullptr)), kVersion);
   if (!mOptions.series.empty())
     mSeries.emplace(mOptions.series).Write(SeriesHeader());
   return true;

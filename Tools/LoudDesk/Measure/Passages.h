@@ -6,9 +6,14 @@
 #include <optional>
 #include <vector>
 
+#include "LoudCalcBase.h"
 #include "MeasuredFile.h"
 
 namespace louddesk {
+
+/// What a reading covers, s.
+constexpr double kMomentarySeconds = double{kMomentaryBlocks} / kBlocksPerSecond;
+constexpr double kShortTermSeconds = double{kShortTermBlocks} / kBlocksPerSecond;
 
 /// Neighbouring readings above a limit.
 struct Passage {

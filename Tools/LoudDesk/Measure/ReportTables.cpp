@@ -22,10 +22,8 @@ constexpr char kAtLeastSign[] = "\xE2\x89\xA5 ";  // in UTF-8
 constexpr char kUnstableSign[] = "~ ";
 constexpr char kDuration[] = "Duration";
 
-// What a reading covers, s.
+// What a true peak covers, s.
 constexpr double kBlockSeconds = 1.0 / kBlocksPerSecond;
-constexpr double kMomentarySeconds = double{kMomentaryBlocks} / kBlocksPerSecond;
-constexpr double kShortTermSeconds = double{kShortTermBlocks} / kBlocksPerSecond;
 
 // A heading in two lines, as over the table on the terminal.
 std::string Broken(std::string name) {

@@ -1,0 +1,107 @@
+// Moments by strptime and mktime, which know the calendar and the time zones.
+
+#include "TimeText.h"
+
+#include <fmt/chrono.h>
+
+#include <cstdlib>
+#include <ctime>
+
+namespace louddesk {
+namespace {
+
+constexpr std::size_t kMostDigits = 9;  // of a number of units
+constexpr int kFirstYear = 70;          // 1970, as std::tm counts
+constexpr int kLastYear = 8099;
+
+// How a moment may be written, and what its zone is.
+enum class Zone { kNamed, kUsers };
+
+struct Form {
+  const char* text;
+  Zone zone;
+  bool hasDate;
+};
+
+// A form stands before those that are the beginning of it. %z reads "Z" and "+01:00".
+constexpr Form kForms[] = {
+    {"%Y-%m-%dT%H:%M:%S%z", Zone::kNamed, true},
+    {"%Y-%m-%dT%H:%M%z", Zone::kNamed, true},
+    {"%Y-%m-%d %H:%M:%S %z", Zone::kNamed, true},
+    {"%Y-%m-%dT%H:%M:%S", Zone::kUsers, true},
+    {"%Y-%m-%d %H:%M:%S", Zone::kUsers, true},
+    {"%Y-%m-%dT%H:%M", Zone::kUsers, true},
+    {"%Y-%m-%d %H:%M", Zone::kUsers, true},
+    {"%Y-%m-%d", Zone::kUsers, true},
+    {"%H:%M:%S", Zone::kUsers, false},
+    {"%H:%M", Zone::kUsers, false},
+};
+
+struct Unit {
+  char name;
+  std::int64_t seconds;
+};
+
+constexpr Unit kUnits[] = {{'s', 1}, {'m', 60}, {'h', 3600}, {'d', 86400}, {'w', 604800}};
+
+// Midnight of the user's day.
+std::tm DayOf(std::int64_t now) {
+  const auto time = static_cast<std::time_t>(now);
+  std::tm day{};
+  localtime_r(&time, &day);
+  day.tm_hour = day.tm_min = day.tm_sec = 0;
+  return day;
+}
+
+// A day that a month does not have would silently become one of the next.
+bool IsDayOfItsMonth(const std::tm& fields) {
+  std::tm normalised = fields;
+  normalised.tm_isdst = 0;
+  timegm(&normalised);
+  return normalised.tm_mday == fields.tm_mday && normalised.tm_mon == fields.tm_mon;
+}
+
+std::optional<std::int64_t> ReadAs(const Form& form, const std::string& text, std::int64_t now) {
+  std::tm fields = form.hasDate ? std::tm{} : DayOf(now);
+  const char* end = strptime(text.c_str(), form.text, &fields);
+  if (end == nullptr || *end != '\0' || fields.tm_year < kFirstYear || fields.tm_year > kLastYear ||
+      !IsDayOfItsMonth(fields))
+    return std::nullopt;
+  if (form.zone == Zone::kNamed) {
+    const long offset = fields.tm_gmtoff;  // timegm sets it to 0
+    return std::int64_t{timegm(&fields)} - offset;
+  }
+  fields.tm_isdst = -1;  // mktime finds out
+  return std::int64_t{std::mktime(&fields)};
+}
+
+}  // namespace
+
+std::string LocalTimeText(std::int64_t time) {
+  const auto seconds = static_cast<std::time_t>(time);
+  std::tm local{};
+  return fmt::format("{:%Y-%m-%d %H:%M:%S %z}", *localtime_r(&seconds, &local));
+}
+
+std::optional<std::int64_t> ReadTime(const std::string& text, std::int64_t now) {
+  if (text == "now")
+    return now;
+  for (const Form& form : kForms)
+    if (const auto time = ReadAs(form, text, now))
+      return time;
+  return std::nullopt;
+}
+
+std::optional<std::int64_t> ReadDuration(const std::string& text) {
+  const std::size_t digits = text.find_first_not_of("0123456789");
+  if (digits == 0 || digits > kMostDigits || digits + 1 != text.size())
+    return std::nullopt;
+  for (const Unit& unit : kUnits)
+    if (text.back() == unit.name) {
+      const std::int64_t count = std::atoll(text.c_str());
+      return count > 0 ? std::optional(count * unit.seconds) : std::nullopt;
+    }
+  return std::nullopt;
+}
+
+}  // namespace louddesk
