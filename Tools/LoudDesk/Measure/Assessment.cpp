@@ -20,6 +20,17 @@ Assessment AssessmentOf(const Figures& figures, const Criteria& criteria) {
   return assessment;
 }
 
+bool TakeVerdicts(const Assessment& assessment, const std::string& name, Complaints& complaints) {
+  bool isBroken = false;
+  for (const Verdict& verdict : assessment.verdicts) {
+    if (verdict.judgement == Judgement::kFail)
+      isBroken = true;
+    else if (verdict.judgement != Judgement::kPass)
+      complaints.Add(name + ": not judged: " + verdict.limit);
+  }
+  return isBroken;
+}
+
 std::vector<Subject> SubjectsOf(const MeasuredFile& file) {
   std::vector<Subject> subjects;
   for (const MeasuredProgramme& programme : file.programmes)

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Complaints.h"
 #include "MeasuredFile.h"
 #include "Verdict.h"
 
@@ -26,6 +27,12 @@ struct Assessment {
   Judgement judgement;  // of all of them
   TargetGain gain;
 };
+
+/// Status of the program when it is to tell of limits, and one is broken.
+constexpr int kLimitBrokenStatus = 3;
+
+/// Whether a limit is broken. Complains of each that could not be judged; `name` begins the line.
+bool TakeVerdicts(const Assessment& assessment, const std::string& name, Complaints& complaints);
 
 Assessment AssessmentOf(const Figures& figures, const Criteria& criteria);
 

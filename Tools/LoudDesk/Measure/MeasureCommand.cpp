@@ -28,7 +28,6 @@
 #include "PageFile.h"
 #include "PrintableText.h"
 #include "ProgressBar.h"
-#include "Verdict.h"
 
 namespace louddesk {
 namespace {
@@ -39,9 +38,6 @@ constexpr std::uint64_t kProgressSteps = 1000;
 
 constexpr int kMostStreams = 200;
 constexpr int kMostJobs = 256;
-
-// In the order of FigureStyle.
-const std::vector<std::string> kFormats = {"table", "json", "csv"};
 
 constexpr char kFooter[] =
     "\nExample:\n"
@@ -153,11 +149,6 @@ FileOutcome OutcomeOf(const std::string& path, const MeasureOptions& options,
   }
 }
 
-FigureStyle StyleNamed(const std::string& format) {
-  return static_cast<FigureStyle>(std::find(kFormats.begin(), kFormats.end(), format) -
-                                  kFormats.begin());
-}
-
 int RunMeasure(const MeasureOptions& options) {
   NoteInterruptions();
   const TerminalColumns columns = ColumnsOf(STDERR_FILENO);
@@ -232,13 +223,6 @@ int ListStreams(const std::vector<std::string>& files, std::ostream& out, std::o
   return complaints.Status();
 }
 
-// A status that could never tell anything is a mistake.
-void CheckVerdicts(const MeasureOptions& options) {
-  const Criteria criteria = CriteriaFor(options.profile);
-  if (options.failsByVerdict && VerdictsOn({}, criteria).empty())
-    throw CLI::ValidationError("--fail", criteria.name + " has no limits that a file could break");
-}
-
 void AddInputOptions(CLI::App& command, MeasureOptions& options) {
   options.jobs = std::max(std::thread::hardware_concurrency(), 1U);
   command.add_option("--stream", options.stream, "Audio stream of each file, by its number")
@@ -250,19 +234,13 @@ void AddInputOptions(CLI::App& command, MeasureOptions& options) {
 }
 
 void AddOutputOptions(CLI::App& command, MeasureOptions& options) {
-  command
-      .add_option_function<std::string>(
-          "--format", [&options](const std::string& format) { options.style = StyleNamed(format); },
-          "How the figures are written")
-      ->default_str(kFormats.front())
-      ->check(CLI::IsMember(kFormats));
+  AddFormatOption(command, options.style);
   command.add_option("--report", options.report, "Page to write, a name in .html")
       ->check(CheckPageName);
   command.add_option("--series", options.series, "Table of all blocks to write, a name in .csv")
       ->check(CheckCsvName);
   command.add_flag("--album", options.hasAlbum, "One more row: all files as one programme");
   command.add_flag("--hash", options.hasHash, "Tell the SHA-256 of every file");
-  command.add_flag("--fail", options.failsByVerdict, "Status 3 when a limit is broken");
 }
 
 }  // namespace
@@ -296,7 +274,6 @@ void AddMeasureCommand(CLI::App& app, int& status) {
   AddProfileOptions(*command, options->profile);
   command->footer(kFooter);
   command->callback([=, &status] {
-    CheckVerdicts(*options);
     status =
         *listsStreams ? ListStreams(options->files, std::cout, std::cerr) : RunMeasure(*options);
   });

@@ -7,16 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "FigureStyle.h"
 #include "ProfileOptions.h"
 #include "ProgrammeOptions.h"
 
 namespace louddesk {
-
-enum class FigureStyle {
-  kTable,  // for people
-  kJson,   // one object a line
-  kCsv,    // one row a programme
-};
 
 struct MeasureOptions {
   std::vector<std::string> files = {};
@@ -27,7 +22,6 @@ struct MeasureOptions {
   std::string series = {};                 // path of the table of all blocks to write; empty: none
   bool hasAlbum = false;                   // one more row for all files as one programme
   bool hasHash = false;                    // the hash of every file is told
-  bool failsByVerdict = false;             // the status tells of limits that are broken
   std::optional<std::size_t> stream = {};  // of every file, from 1; nothing: what players choose
   bool isRecursive = false;                // directories stand for the media below them
   bool keepsGoing = false;                 // damaged files do not count as failures

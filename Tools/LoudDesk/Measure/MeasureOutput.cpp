@@ -16,8 +16,6 @@ namespace {
 
 constexpr char kSeries[] = "the series";
 
-constexpr int kLimitBrokenStatus = 3;
-
 // What stands over the rows, and a row.
 struct Style {
   std::string (*header)();
@@ -110,17 +108,9 @@ void MeasureOutput::AddRow(const Subject& subject) {
   mOut << (mHasRows ? "" : style.header()) << style.row(subject, assessment, mCriteria)
        << std::flush;
   mHasRows = true;
-  if (subject.file != nullptr && mOptions.failsByVerdict)
-    TakeVerdict(NameOf(subject), assessment);
-}
-
-void MeasureOutput::TakeVerdict(const std::string& name, const Assessment& assessment) {
-  for (const Verdict& verdict : assessment.verdicts) {
-    if (verdict.judgement == Judgement::kFail)
-      mIsLimitBroken = true;
-    else if (verdict.judgement != Judgement::kPass)
-      mComplaints.Add(name + ": not judged: " + verdict.limit);
-  }
+  if (subject.file != nullptr && mOptions.profile.failsByVerdict &&
+      TakeVerdicts(assessment, NameOf(subject), mComplaints))
+    mIsLimitBroken = true;
 }
 
 void MeasureOutput::AddToAlbums(const MeasuredFile& file) {

@@ -41,7 +41,6 @@ class MeasureOutput {
 
  private:
   void AddRow(const Subject& subject);
-  void TakeVerdict(const std::string& name, const Assessment& assessment);
   void AddToAlbums(const MeasuredFile& file);
   void FinishAlbums();
 

@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "NumberCheck.h"
+#include "Verdict.h"
 
 namespace louddesk {
 namespace {
@@ -80,6 +81,9 @@ void Check(const ProfileOptions& options) {
   const LoudnessLimits& own = options.limits;
   if (own.minRange && own.maxRange && *own.minRange > *own.maxRange)
     throw CLI::ValidationError("--min-range", "is above --max-range");
+  const Criteria criteria = CriteriaFor(options);
+  if (options.failsByVerdict && VerdictsOn({}, criteria).empty())
+    throw CLI::ValidationError("--fail", criteria.name + " has no limits that could be broken");
 }
 
 }  // namespace
@@ -97,6 +101,7 @@ void AddProfileOptions(CLI::App& command, ProfileOptions& options) {
     command.add_option(option.name, options.limits.*option.limit, option.description)
         ->check(Between(option.bounds.lowest, option.bounds.highest));
   live->excludes("--tolerance");
+  command.add_flag("--fail", options.failsByVerdict, "Status 3 when a limit is broken");
   command.parse_complete_callback([&options] { Check(options); });
 }
 

@@ -20,10 +20,12 @@ struct ProfileOptions {
   bool isLive = false;
   std::optional<double> target = {};  // LKFS
   LoudnessLimits limits = {};
+  bool failsByVerdict = false;  // the status tells of limits that are broken
 };
 
-/// Adds --profile, --live, --list-profiles and an option for each limit. `options` must outlive the
-/// parse, which fails where the profile has no tolerance for live programmes.
+/// Adds --profile, --live, --list-profiles, --fail and an option for each limit. `options` must
+/// outlive the parse, which fails where the profile has no tolerance for live programmes, and where
+/// --fail could never tell anything.
 void AddProfileOptions(CLI::App& command, ProfileOptions& options);
 
 /// The criteria that the options ask for. Where they differ from the profile they do not bear its

@@ -348,7 +348,7 @@ TEST_F(MeasureFilesTest, TheStatusTellsOfBrokenLimitsWhenItIsAskedTo) {
   for (const auto& c : cases) {
     MeasureOptions options = Options(c.files, FigureStyle::kJson);
     EXPECT_EQ(Run(options), c.status) << c.files.front();
-    options.failsByVerdict = true;
+    options.profile.failsByVerdict = true;
     EXPECT_EQ(Run(options), c.statusWithFail) << c.files.front();
   }
 }
@@ -357,7 +357,7 @@ TEST_F(MeasureFilesTest, ALimitThatCouldNotBeJudgedIsNamedWhereTheStatusTells) {
   const std::string silent =
       mDirectory.Write("silent.wav", kFloatWav, kRate, 2, Samples(kRate, 0.0));
   MeasureOptions options = Options({silent}, FigureStyle::kJson);
-  options.failsByVerdict = true;
+  options.profile.failsByVerdict = true;
   EXPECT_EQ(Run(options), 1);
   EXPECT_EQ(mErrors.str(), "LoudDesk: " + silent + ": not judged: Integrated loudness\nLoudDesk: " +
                                silent + ": not judged: Maximum true peak\n");

@@ -1,0 +1,30 @@
+// The names of the styles.
+
+#include "FigureStyle.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+namespace louddesk {
+namespace {
+
+// In the order of FigureStyle.
+const std::vector<std::string> kFormats = {"table", "json", "csv"};
+
+FigureStyle StyleNamed(const std::string& format) {
+  return static_cast<FigureStyle>(std::find(kFormats.begin(), kFormats.end(), format) -
+                                  kFormats.begin());
+}
+
+}  // namespace
+
+void AddFormatOption(CLI::App& command, FigureStyle& style) {
+  command
+      .add_option_function<std::string>(
+          "--format", [&style](const std::string& format) { style = StyleNamed(format); },
+          "How the figures are written")
+      ->default_str(kFormats.front())
+      ->check(CLI::IsMember(kFormats));
+}
+
+}  // namespace louddesk
