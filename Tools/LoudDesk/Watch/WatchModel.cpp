@@ -102,16 +102,18 @@ std::optional<MeasurementWindows> WatchModel::Windows(Time now) const {
       std::clamp<unsigned>(inForce.lraWindow, kMinLraWinSecs, kMaxLraWinSecs)};
 }
 
-WatchLimits WatchModel::Limits() const {
+WatchLimits LimitsOf(const LoudnessConfiguration& configuration) {
   WatchLimits limits;
-  if (!mConfiguration)
-    return limits;
   const bool isHigh = cLuConf::ConvertToLoudnessStandardFromString(
-                          mConfiguration->loudnessStandard.c_str()) == EBU_R128_18;
-  limits.target = mConfiguration->referenceLevel;
+                          configuration.loudnessStandard.c_str()) == EBU_R128_18;
+  limits.target = configuration.referenceLevel;
   limits.scale = isHigh ? kHighScale : kLowScale;
-  limits.tolerance = std::max(mConfiguration->alarmTolerance, 0);
+  limits.tolerance = std::max(configuration.alarmTolerance, 0);
   return limits;
+}
+
+WatchLimits WatchModel::Limits() const {
+  return mConfiguration ? LimitsOf(*mConfiguration) : WatchLimits();
 }
 
 void WatchModel::HoldPeak(Time time) {

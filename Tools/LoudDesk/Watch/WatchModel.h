@@ -69,6 +69,9 @@ struct WatchLimits {
   double tolerance = 1;   // LU either side of the target
 };
 
+/// What a configuration asks for.
+WatchLimits LimitsOf(const LoudnessConfiguration& configuration);
+
 /// Duration of one point of the history, and the most points kept: 20 minutes.
 constexpr std::chrono::milliseconds kHistoryStep{2000};
 constexpr std::size_t kMaxHistory = 600;
