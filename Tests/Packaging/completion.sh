@@ -48,3 +48,7 @@ expect "config command" send co
 expect "start stop" send command st
 expect "start stop" send --cluster 2 command st
 expect "--user" send command --us
+expect "log" lo
+expect "json" log --format j
+expect "ebu-r128 ebu-r128-v3 ebu-r128-s1" log --profile ebu
+expect "" log --from ""

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "LogCommand.h"
 #include "MeasureCommand.h"
 #include "PrintableText.h"
 #include "RecordCommand.h"
@@ -102,6 +103,7 @@ void AddSubcommands(CLI::App& app, int& status) {
   AddSendCommand(app, status);
   AddRecordCommand(app, status);
   AddReplayCommand(app, status);
+  AddLogCommand(app, status);
 }
 
 int RunCommandLine(std::vector<std::string> arguments, std::ostream& out, std::ostream& errors) {

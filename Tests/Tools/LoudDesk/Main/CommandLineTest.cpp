@@ -118,18 +118,20 @@ TEST(CommandLineTest, WhatIsNotUnderstoodIsNamedInOneLine) {
     const char* line;
   } const cases[] = {
       {{},
-       "a subcommand is missing after LoudDesk: measure, unit, verify, watch, send, record or "
-       "replay"
+       "a subcommand is missing after LoudDesk: measure, unit, verify, watch, send, record, "
+       "replay or log"
        " (see LoudDesk --help)"},
       {{"meassure", "x.wav"},
-       "meassure: no such subcommand; there are measure, unit, verify, watch, send, record or "
-       "replay"
+       "meassure: no such subcommand; there are measure, unit, verify, watch, send, record, "
+       "replay or log"
        " (see LoudDesk --help)"},
       {{"analyse"},
-       "analyse: no such subcommand; there are measure, unit, verify, watch, send, record or replay"
+       "analyse: no such subcommand; there are measure, unit, verify, watch, send, record, replay "
+       "or log"
        " (see LoudDesk --help)"},
       {{""},
-       ": no such subcommand; there are measure, unit, verify, watch, send, record or replay (see "
+       ": no such subcommand; there are measure, unit, verify, watch, send, record, replay or log "
+       "(see "
        "LoudDesk"
        " --help)"},
       {{"--verson"}, "--verson: no such option (see LoudDesk --help)"},

@@ -1,0 +1,80 @@
+// From the record to the meter.
+
+#include "Evidence.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "UnitDocuments.h"
+#include "WatchModel.h"
+
+namespace louddesk {
+namespace {
+
+constexpr std::int64_t kMsPerSecond = 1000;
+constexpr std::size_t kMostDigits = 6;
+
+// Of what is no configuration, nothing.
+void AddChange(std::vector<AimChange>& changes, const RecordedEvent& event) {
+  if (event.kind != kConfigurationEvent)
+    return;
+  if (const auto configuration = ReadConfiguration(event.text)) {
+    const WatchLimits limits = LimitsOf(*configuration);
+    changes.push_back({event.time / kMsPerSecond, {limits.target, limits.tolerance}});
+  }
+}
+
+// A whole number without a sign and without zeros before it.
+std::optional<unsigned> NumberIn(const std::string& text) {
+  if (text.empty() || text.size() > kMostDigits || text.front() == '0' ||
+      text.find_first_not_of("0123456789") != std::string::npos)
+    return std::nullopt;
+  return static_cast<unsigned>(std::atoi(text.c_str()));
+}
+
+}  // namespace
+
+Evidence EvidenceOf(StationReader& reader, const EvidenceQuestion& question,
+                    const SecondTaken& taken) {
+  const StationCluster& cluster = question.cluster;
+  const StationPeriod& period = question.period;
+  Evidence evidence;
+  evidence.events = reader.Events(cluster, period);
+  PeriodQuestion asked{period, question.criteria, question.aim, {}};
+  if (const auto before = reader.LastEvent(cluster, kConfigurationEvent, period.from))
+    AddChange(asked.changes, *before);
+  for (const RecordedEvent& event : evidence.events)
+    AddChange(asked.changes, event);
+  PeriodMeter meter(std::move(asked));
+  reader.ReadSeconds(cluster, period, [&](const RecordedSecond& second) {
+    meter.Take(second);
+    if (taken)
+      taken(second);
+    return true;
+  });
+  evidence.cluster = NameOf(cluster);
+  evidence.figures = meter.Finish();
+  evidence.criteria = question.criteria;
+  evidence.assessment = AssessmentOf(evidence.figures.programme.figures, evidence.criteria);
+  evidence.eventCount = evidence.events.size();
+  evidence.events.resize(std::min(evidence.eventCount, kMostEvents));
+  return evidence;
+}
+
+std::string NameOf(const StationCluster& cluster) {
+  return std::to_string(cluster.meterSet) + "-" + std::to_string(cluster.cluster);
+}
+
+std::optional<StationCluster> ClusterNamed(const std::string& name) {
+  const std::size_t dash = name.find('-');
+  if (dash == std::string::npos)
+    return std::nullopt;
+  const auto meterSet = NumberIn(name.substr(0, dash));
+  const auto cluster = NumberIn(name.substr(dash + 1));
+  if (!meterSet || !cluster)
+    return std::nullopt;
+  return StationCluster{*meterSet, *cluster};
+}
+
+}  // namespace louddesk

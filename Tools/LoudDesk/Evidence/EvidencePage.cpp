@@ -1,0 +1,118 @@
+// Elements of the report on files, and tables of what only a record has.
+
+#include "EvidencePage.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "EvidenceText.h"
+#include "Page.h"
+#include "ReportPage.h"
+#include "ReportPlots.h"
+#include "ReportTables.h"
+#include "TimeText.h"
+#include "XmlText.h"
+
+namespace louddesk {
+namespace {
+
+constexpr char kId[] = "period";
+
+// A gap is listed on the page while there are not too many for anybody to read.
+constexpr std::size_t kMostGapRows = 100;
+
+constexpr char kFooter[] =
+    "<p>Loudness by ITU-R BS.1770 from the momentary readings that the service published ten times "
+    "a second and the station recorded; LKFS is the same as LUFS. Readings are in tenths of LU, so "
+    "that the integrated loudness is within 0.05 LU of that of the audio. The loudness range is "
+    "that of one short-term reading a second, gated after EBU Tech 3342; ~ marks that of less than "
+    "60 s, which is not yet stable. True peak is the highest of each second. A figure without a "
+    "reading, as in silence, is -; \xE2\x89\xA5 marks one at the end of its scale. Loudness is out "
+    "of tolerance in the seconds in which the short-term loudness is. Verdicts judge the figures "
+    "as they are written, to a hundredth. Times of day are those at which what was read ends; the "
+    "plots count from the beginning of the period.</p>";
+
+std::string Table(const std::string& caption, const std::string& head, const std::string& rows) {
+  return rows.empty() ? ""
+                      : "<table class=\"small\">\n<caption>" + caption + "</caption>\n<thead><tr>" +
+                            head + "</tr></thead>\n<tbody>\n" + rows + "</tbody></table>\n";
+}
+
+std::string Head(const char* name) {
+  return std::string("<th scope=\"col\">") + name + "</th>";
+}
+
+std::string Cell(const char* name, const std::string& text) {
+  return std::string("<td data-name=\"") + name + "\">" + Isolated(text) + "</td>";
+}
+
+std::string MoreRow(std::size_t count, std::size_t shown) {
+  return count <= shown
+             ? ""
+             : fmt::format("<tr><td colspan=\"3\">and {} more</td></tr>\n", count - shown);
+}
+
+std::string GapTable(const PeriodFigures& figures) {
+  std::string rows;
+  const std::size_t shown = std::min(figures.gaps.size(), kMostGapRows);
+  for (std::size_t i = 0; i < shown; ++i) {
+    const StationPeriod& gap = figures.gaps[i];
+    rows += "<tr>" + Cell("From", LocalTimeText(gap.from)) + Cell("To", LocalTimeText(gap.to)) +
+            Cell("Length", ClockText(static_cast<double>(gap.to - gap.from))) + "</tr>\n";
+  }
+  return Table("Gaps in the record", Head("From") + Head("To") + Head("Length, h:mm:ss"),
+               rows + MoreRow(figures.gapCount, shown));
+}
+
+std::string EventTable(const Evidence& evidence) {
+  std::string rows;
+  for (const RecordedEvent& event : evidence.events)
+    rows += "<tr>" + Cell("Time", LocalTimeText(event.time / 1000)) + Cell("Event", event.kind) +
+            Cell("Text", TextOf(event)) + "</tr>\n";
+  return Table("Events", Head("Time") + Head("Event") + Head("Text"),
+               rows + MoreRow(evidence.eventCount, evidence.events.size()));
+}
+
+std::string Plots(const Evidence& evidence) {
+  const MeasuredProgramme& programme = evidence.figures.programme;
+  const std::string id = kId;
+  if (programme.figures.seconds <= 0.0)
+    return "<p>There is no loudness data in it, so there is nothing to draw.</p>\n";
+  return LoudnessFigure(programme, evidence.criteria, id + "-loudness") +
+         TruePeakFigure(programme, evidence.criteria, id + "-peak") +
+         HistogramFigure(programme, evidence.criteria, id + "-histogram");
+}
+
+std::string FiguresTable(const Evidence& evidence, const Subject& subject) {
+  return "<div class=\"figures\"><table class=\"programmes\">\n" + RowHead("Period") + "<tbody>\n" +
+         RowOf(subject, evidence.assessment, kId) + "</tbody></table></div>\n";
+}
+
+std::string Section(const Evidence& evidence) {
+  std::vector<Fact> facts = FactsOn(evidence);
+  AddGain(facts, evidence.assessment.gain, evidence.criteria);
+  const std::int64_t from = evidence.figures.period.from;
+  const Clock clock = {
+      [from](double seconds) { return LocalTimeText(from + static_cast<std::int64_t>(seconds)); },
+      ""};
+  return std::string("<section id=\"") + kId + "\">\n<h2>" + Isolated(TitleOf(evidence)) +
+         "</h2>\n" + ListOfVerdicts(evidence.assessment.verdicts) + ListOfNotes(NotesOn(evidence)) +
+         ListOf(facts) + Plots(evidence) + PassageTable(evidence.figures.passages, clock) +
+         GapTable(evidence.figures) + EventTable(evidence) + "</section>\n";
+}
+
+}  // namespace
+
+std::string EvidencePage(const Evidence& evidence, const std::string& date,
+                         const std::string& version) {
+  const FileFacts named{TitleOf(evidence), "", 0, 0, {}, {}};
+  const Subject subject = {&named, 1, false, &evidence.figures.programme};
+  return Page({"Loudness of " + TitleOf(evidence), "Loudness of a recorded period",
+               LeadOf(evidence.criteria),
+               "<p class=\"made\">" + XmlEscaped("Made on " + date + " by LoudDesk " + version) +
+                   ".</p>\n" + FiguresTable(evidence, subject) + Section(evidence),
+               kFooter});
+}
+
+}  // namespace louddesk

@@ -1,0 +1,195 @@
+// Seconds counted, one by one.
+
+#include "PeriodMeter.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "Bin.h"
+#include "BlockMeter.h"
+#include "LoudCalcBase.h"
+#include "RecordedReadings.h"
+#include "Verdict.h"
+
+namespace louddesk {
+namespace {
+
+// Half the width of a loudness code, LU.
+constexpr double kHalfCode = kBinWidthLu / 2.0;
+
+constexpr double kSecond = 1.0;
+constexpr double kTenth = 1.0 / kBlocksPerSecond;
+
+// The loudness code above and below a reading in tenths, which lies where the two meet.
+std::uint16_t CodeAbove(double loudness) {
+  return Cbin::GetBinIndx(static_cast<float>(loudness + kHalfCode));
+}
+
+std::uint16_t CodeBelow(double loudness) {
+  return Cbin::GetBinIndx(static_cast<float>(loudness - kHalfCode));
+}
+
+void Raise(std::optional<double>& maximum, double& at, double reading, double time) {
+  if (maximum && reading <= *maximum)
+    return;
+  maximum = reading;
+  at = time;
+}
+
+double LargestTruePeak() {
+  return GetTruePeak(static_cast<std::uint16_t>(kLargestPeak));
+}
+
+}  // namespace
+
+PeriodMeter::PeriodMeter(PeriodQuestion question)
+    : mQuestion(std::move(question)),
+      mCurve(mQuestion.period.to - mQuestion.period.from),
+      mNext(mQuestion.period.from),
+      mIsUpperNext(kNumLoudnessCodes) {
+  mFigures.period = mQuestion.period;
+  AddLimits();
+}
+
+void PeriodMeter::AddLimits() {
+  const LoudnessLimits& limits = mQuestion.criteria.limits;
+  if (limits.maxTruePeak)
+    mTruePeaks = {"True peak", "dBTP", {*limits.maxTruePeak, kSecond, kMostPassages}};
+  if (limits.maxShortTerm)
+    mShortTerms = {
+        "Short-term loudness", "LKFS", {*limits.maxShortTerm, kShortTermSeconds, kMostPassages}};
+  if (limits.maxMomentary)
+    mMomentaries = {
+        "Momentary loudness", "LKFS", {*limits.maxMomentary, kMomentarySeconds, kMostPassages}};
+}
+
+void PeriodMeter::Take(const RecordedSecond& second) {
+  if (second.time < mNext || second.time >= mQuestion.period.to)
+    return;
+  if (second.time > mNext)
+    AddGap(mNext, second.time);
+  mNext = second.time + 1;
+  const std::size_t missed = MissedIn(second);
+  if (missed == second.momentary.size()) {
+    ++mFigures.quietSeconds;
+    return;
+  }
+  mFigures.missedReadings += missed;
+  mFigures.invalidSeconds += second.isSourceValid ? 0 : 1;
+  Measure(second);
+}
+
+void PeriodMeter::Measure(const RecordedSecond& second) {
+  mFigures.programme.figures.seconds += kSecond;
+  const std::int64_t offset = second.time - mQuestion.period.from;
+  TakeMomentary(offset, second);
+  TakeShortTerm(static_cast<double>(offset + 1), second.shortTerm);
+  TakeTruePeak(static_cast<double>(offset + 1), second.truePeak);
+  CompareWithAim(second);
+  mCurve.Take(offset, second,
+              mCurve.ShowsIntegratedOf(offset)
+                  ? mFigures.programme.readings.momentary.GatedLoudness()
+                  : std::nullopt);
+}
+
+void PeriodMeter::AddGap(std::int64_t begin, std::int64_t end) {
+  ++mFigures.gapCount;
+  mFigures.gapSeconds += end - begin;
+  if (mFigures.gaps.size() < kMostGaps)
+    mFigures.gaps.push_back({begin, end});
+}
+
+// Loudness codes are 0.02 LU wide, and the power that stands for one is that of its middle. To
+// count a reading always above or below itself would raise or lower the mean by half a code, so
+// equal readings go to either side by turns.
+void PeriodMeter::CountMomentary(std::int16_t code) {
+  LoudnessHistogram& histogram = mFigures.programme.readings.momentary;
+  const auto loudness = LoudnessOf(code);
+  if (!loudness) {
+    histogram.Count(0);
+    return;
+  }
+  const std::uint16_t above = CodeAbove(*loudness);
+  const bool isUpper = mIsUpperNext[above];
+  mIsUpperNext[above] = !isUpper;
+  histogram.Count(isUpper ? above : CodeBelow(*loudness));
+}
+
+void PeriodMeter::TakeMomentary(std::int64_t offset, const RecordedSecond& second) {
+  Figures& figures = mFigures.programme.figures;
+  double end = static_cast<double>(offset);
+  for (const std::int16_t code : second.momentary) {
+    end += kTenth;
+    if (code == kMissedReading)
+      continue;
+    CountMomentary(code);
+    const auto reading = LoudnessOf(code);
+    if (!reading)
+      continue;
+    Raise(figures.maxMomentary, figures.maxMomentaryAt, *reading, end);
+    figures.isLoudnessAtLeast = figures.isLoudnessAtLeast || *reading >= kEndOfCodesLkfs;
+    if (mMomentaries)
+      mMomentaries->passages.Take(end, *reading);
+  }
+}
+
+void PeriodMeter::TakeShortTerm(double end, std::int16_t code) {
+  const auto reading = LoudnessOf(code);
+  mFigures.programme.readings.shortTerm.Count(reading ? CodeAbove(*reading) : std::uint16_t{0});
+  if (!reading)
+    return;
+  Figures& figures = mFigures.programme.figures;
+  Raise(figures.maxShortTerm, figures.maxShortTermAt, *reading, end);
+  if (mShortTerms)
+    mShortTerms->passages.Take(end, *reading);
+}
+
+void PeriodMeter::TakeTruePeak(double end, std::int16_t code) {
+  const auto reading = TruePeakOf(code);
+  if (!reading)
+    return;
+  Figures& figures = mFigures.programme.figures;
+  Raise(figures.maxTruePeak, figures.maxTruePeakAt, *reading, end);
+  figures.isPeakAtLeast = figures.isPeakAtLeast || !IsWrittenAbove(LargestTruePeak(), *reading);
+  if (mTruePeaks)
+    mTruePeaks->passages.Take(end, *reading);
+}
+
+void PeriodMeter::CompareWithAim(const RecordedSecond& second) {
+  const std::optional<LoudnessAim> aim = AimAt(second.time);
+  if (!aim || !second.isSourceValid)
+    return;
+  ++mFigures.aimedSeconds;
+  const auto loudness = LoudnessOf(second.shortTerm);
+  if (loudness && IsWrittenAbove(*loudness, aim->target + aim->tolerance))
+    ++mFigures.aboveSeconds;
+  else if (!loudness || IsWrittenAbove(aim->target - aim->tolerance, *loudness))
+    ++mFigures.belowSeconds;
+}
+
+std::optional<LoudnessAim> PeriodMeter::AimAt(std::int64_t time) {
+  if (mQuestion.aim)
+    return mQuestion.aim;
+  while (mNextChange < mQuestion.changes.size() && mQuestion.changes[mNextChange].time <= time)
+    ++mNextChange;
+  return mNextChange == 0 ? std::nullopt : std::optional(mQuestion.changes[mNextChange - 1].aim);
+}
+
+PeriodFigures PeriodMeter::Finish() {
+  if (mNext < mQuestion.period.to)
+    AddGap(mNext, mQuestion.period.to);
+  mNext = mQuestion.period.to;
+  MeasuredProgramme& programme = mFigures.programme;
+  programme.figures.integrated = programme.readings.momentary.GatedLoudness();
+  if (const auto range = programme.readings.shortTerm.Range();
+      range && !programme.figures.isLoudnessAtLeast)
+    programme.figures.lra = range->lu;
+  programme.points = mCurve.Points();
+  for (const auto* limited : {&mTruePeaks, &mShortTerms, &mMomentaries})
+    if (*limited)
+      mFigures.passages.push_back({(*limited)->name, (*limited)->unit, (*limited)->passages.First(),
+                                   (*limited)->passages.Count()});
+  return std::move(mFigures);
+}
+
+}  // namespace louddesk
