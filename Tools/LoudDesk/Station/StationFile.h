@@ -5,6 +5,6 @@
 namespace louddesk {
 
 /// Where LoudGate keeps the record unless it is told otherwise: the state directory of its unit.
-constexpr char kStationFile[] = "/var/lib/loudgate/record.db";
+constexpr char kStationFile[] = "/var/lib/loudgate/station.db";
 
 }  // namespace louddesk

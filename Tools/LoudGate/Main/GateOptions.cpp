@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "PrintableText.h"
+#include "StationFile.h"
 #include "Version.h"
 
 namespace loudgate {
@@ -56,7 +57,7 @@ void AddRecordOptions(CLI::App& app, RecordSettings& record, RecordWords& words)
   constexpr int kMostDays = 36500;
   constexpr std::uint64_t kLeastBytes = std::uint64_t{1} << 20;
   constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 50;
-  record.file = kDefaultRecord;
+  record.file = louddesk::kStationFile;
   auto* file = app.add_option("--record", record.file, "Where every second is recorded")
                    ->type_name("FILE")
                    ->capture_default_str();

@@ -18,9 +18,6 @@ namespace loudgate {
 /// Where the gate listens unless it is told otherwise: this machine alone reaches it.
 constexpr char kDefaultListen[] = "127.0.0.1:8128";
 
-/// Where the record is kept unless told otherwise: the package makes the folder.
-constexpr char kDefaultRecord[] = "/var/lib/loudgate/station.db";
-
 struct GateOptions {
   ListenAddress listen{};
   std::set<std::string> names;            // by which readers reach the gate
