@@ -15,6 +15,7 @@
 
 #include "Emulation.h"
 #include "Isolation.h"
+#include "RecordDocument.h"
 #include "SqliteFile.h"
 #include "StationReader.h"
 
@@ -76,8 +77,10 @@ class RecordWriterTest : public testing::Test {
   }
 
   void TakeLines() {
-    for (const std::string& line : mWriter->TakeLines())
+    for (const std::string& line : mWriter->TakeLines()) {
+      EXPECT_TRUE(IsListed(line, mFile)) << "not in Docs/OPERATIONS.md: " << line;
       mLines.push_back(line);
+    }
   }
 
   void End() {
