@@ -119,7 +119,8 @@ bool StationRecord::Check(const std::function<bool()>& isToEnd) {
   const Interrupter interrupter(mFile.Handle(), isToEnd);
   SqliteStatement check(mFile, "PRAGMA quick_check(1)");
   try {
-    const std::string result = check.Step() ? check.Bytes(0) : "no result";
+    std::string result = check.Step() ? check.Bytes(0) : "no result";
+    std::replace(result.begin(), result.end(), '\n', ' ');
     if (result != "ok" && !isToEnd())
       throw StationError(Fault::kDamaged, mPath + ": " + result);
     return result == "ok";
