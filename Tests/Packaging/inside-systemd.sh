@@ -74,7 +74,9 @@ expect "state of the gate" "$(of_unit SubState loudgate)" running
 gate=$(of_unit MainPID loudgate)
 expect_figure_over_http 8128
 expect_hardened "$gate" /run/shm/mq
-echo "The gate: the figure over HTTP, DynamicUser, rights, and a system that is read-only."
+within 10 "the record" test -s /var/lib/loudgate/station.db
+expect "rights of the record" "$(stat -L -c %a /var/lib/loudgate/station.db)" 600
+echo "The gate: the figure over HTTP, DynamicUser, rights, and a system that is read-only but for the record."
 
 kill -STOP "$first"
 within 20 "restart by the watchdog" restarted 1 "$first"

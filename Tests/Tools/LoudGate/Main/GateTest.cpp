@@ -27,7 +27,7 @@ TEST_F(GateTest, EndsInOrderBesideAServiceWithReadersOfStreams) {
 }
 
 TEST_F(GateTest, ListensOnThisMachineAloneUnlessToldOtherwise) {
-  ServiceProcess gate(LOUDGATE_BINARY, {});
+  ServiceProcess gate(LOUDGATE_BINARY, {"--no-record"});
   ASSERT_TRUE(gate.WaitForLine("Listening at http://127.0.0.1:8128/", kPatience))
       << gate.StandardError();
   // As the kernel lists it: 127.0.0.1 and 8128 in hexadecimal, state 10 (listening).
