@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "TimeText.h"
 #include "UnitDocuments.h"
 #include "WatchModel.h"
 
@@ -55,11 +56,49 @@ Evidence EvidenceOf(StationReader& reader, const EvidenceQuestion& question,
   });
   evidence.cluster = NameOf(cluster);
   evidence.figures = meter.Finish();
+  if (evidence.figures.gapSeconds == period.to - period.from)
+    throw NoEvidence("nothing is recorded of " + TitleOf(evidence));
   evidence.criteria = question.criteria;
   evidence.assessment = AssessmentOf(evidence.figures.programme.figures, evidence.criteria);
   evidence.eventCount = evidence.events.size();
   evidence.events.resize(std::min(evidence.eventCount, kMostEvents));
   return evidence;
+}
+
+StationPeriod PeriodMeant(const PeriodAsked& asked, StationReader& reader, std::int64_t now) {
+  const auto extent = reader.Extent();
+  if (!extent)
+    throw NoEvidence("nothing is recorded yet");
+  const std::int64_t to = std::min(asked.to.value_or(extent->to), now);
+  const std::int64_t from = asked.last ? to - *asked.last : asked.from.value();
+  if (from >= to)
+    throw NoEvidence("the record ends before the period begins, at " +
+                     LocalTimeText(std::min(extent->to, now)));
+  return {from, to};
+}
+
+StationCluster ClusterMeant(const std::optional<StationCluster>& asked, StationReader& reader) {
+  const std::vector<StationCluster> known = reader.Clusters();
+  if (!asked && known.size() == 1)
+    return known.front();
+  if (!asked)
+    throw NoEvidence("which cluster? There are " + ClusterNames(reader));
+  if (std::find(known.begin(), known.end(), *asked) == known.end())
+    throw NoEvidence("nothing is recorded of the cluster " + NameOf(*asked) + "; there are " +
+                     ClusterNames(reader));
+  return *asked;
+}
+
+std::string ClusterNames(StationReader& reader) {
+  std::string names;
+  for (const StationCluster& cluster : reader.Clusters())
+    names += (names.empty() ? "" : " ") + NameOf(cluster);
+  return names.empty() ? "none" : names;
+}
+
+std::string TitleOf(const Evidence& evidence) {
+  const StationPeriod& period = evidence.figures.period;
+  return evidence.cluster + ", " + LocalTimeText(period.from) + " to " + LocalTimeText(period.to);
 }
 
 std::string NameOf(const StationCluster& cluster) {

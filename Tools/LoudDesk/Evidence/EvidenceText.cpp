@@ -153,10 +153,6 @@ void WriteEvents(DocumentWriter& writer, const Evidence& evidence) {
 
 }  // namespace
 
-std::string TitleOf(const Evidence& evidence) {
-  return evidence.cluster + ", " + PeriodText(evidence.figures.period);
-}
-
 std::vector<Fact> FactsOn(const Evidence& evidence) {
   const PeriodFigures& figures = evidence.figures;
   std::vector<Fact> facts = {

@@ -10,9 +10,6 @@
 
 namespace louddesk {
 
-/// "1-3, 2026-11-17 00:00:00 +0100 to 2026-11-18 00:00:00 +0100".
-std::string TitleOf(const Evidence& evidence);
-
 /// What there is to say of a period beside its figures: when its maxima were reached, time out of
 /// tolerance, gaps and more.
 std::vector<Fact> FactsOn(const Evidence& evidence);

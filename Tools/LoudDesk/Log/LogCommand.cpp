@@ -63,19 +63,21 @@ void AddPeriodOptions(CLI::App& command, LogOptions& options) {
       command
           .add_option_function<std::string>(
               "--from",
-              [&options](const std::string& text) { options.from = ReadTime(text, Now()); },
+              [&options](const std::string& text) { options.period.from = ReadTime(text, Now()); },
               "Beginning of the period")
           ->check(CheckTime)
           ->type_name("TIME");
   command
       .add_option_function<std::string>(
-          "--to", [&options](const std::string& text) { options.to = ReadTime(text, Now()); },
+          "--to",
+          [&options](const std::string& text) { options.period.to = ReadTime(text, Now()); },
           "End of the period")
       ->check(CheckTime)
       ->type_name("TIME");
   command
       .add_option_function<std::string>(
-          "--last", [&options](const std::string& text) { options.last = ReadDuration(text); },
+          "--last",
+          [&options](const std::string& text) { options.period.last = ReadDuration(text); },
           "Length of the period, instead of its beginning")
       ->check(CheckDuration)
       ->type_name("DURATION")
@@ -101,9 +103,9 @@ void AddOptions(CLI::App& command, LogOptions& options) {
 }
 
 void CheckPeriod(const LogOptions& options) {
-  if (!options.from && !options.last)
+  if (!options.period.from && !options.period.last)
     throw CLI::ValidationError("--from", "or --last is missing");
-  if (options.from && options.to && *options.from >= *options.to)
+  if (options.period.from && options.period.to && *options.period.from >= *options.period.to)
     throw CLI::ValidationError("--from", "is not before --to");
 }
 

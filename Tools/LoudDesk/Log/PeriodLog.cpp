@@ -4,11 +4,8 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <stdexcept>
-#include <vector>
 
 #include "Complaints.h"
 #include "DraftFile.h"
@@ -25,48 +22,10 @@ namespace {
 
 constexpr char kSeries[] = "the series";
 
-// Why there is no figure to show; the text is one line for the user.
-class NoFigures : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
 StationReader Opened(const std::string& file) {
   if (access(file.c_str(), F_OK) != 0)
-    throw NoFigures(file + ": there is no record: " + std::strerror(errno));
+    throw NoEvidence(std::string("there is no record: ") + std::strerror(errno));
   return StationReader(file);
-}
-
-std::string NamesOf(const std::vector<StationCluster>& clusters) {
-  std::string names;
-  for (const StationCluster& cluster : clusters)
-    names += (names.empty() ? "" : " ") + NameOf(cluster);
-  return names.empty() ? "none" : names;
-}
-
-StationCluster ClusterFor(const LogOptions& options, StationReader& reader) {
-  const std::vector<StationCluster> known = reader.Clusters();
-  if (!options.cluster && known.size() == 1)
-    return known.front();
-  if (!options.cluster)
-    throw NoFigures(options.file + ": which --cluster? There are " + NamesOf(known));
-  if (std::find(known.begin(), known.end(), *options.cluster) == known.end())
-    throw NoFigures(options.file + ": nothing is recorded of the cluster " +
-                    NameOf(*options.cluster) + "; there are " + NamesOf(known));
-  return *options.cluster;
-}
-
-// What is still to come is no gap.
-StationPeriod PeriodFor(const LogOptions& options, StationReader& reader, std::int64_t now) {
-  const auto extent = reader.Extent();
-  if (!extent)
-    throw NoFigures(options.file + ": nothing is recorded yet");
-  const std::int64_t to = std::min(options.to.value_or(extent->to), now);
-  const std::int64_t from = options.last ? to - *options.last : options.from.value();
-  if (from >= to)
-    throw NoFigures(options.file + ": the record ends before the period begins, at " +
-                    LocalTimeText(std::min(extent->to, now)));
-  return {from, to};
 }
 
 // Both have to be known, by an option and by the profile at least.
@@ -75,10 +34,6 @@ std::optional<LoudnessAim> AimOf(const ProfileOptions& options, const Criteria& 
   if (!isAsked || !criteria.target || !criteria.limits.tolerance)
     return std::nullopt;
   return LoudnessAim{*criteria.target, *criteria.limits.tolerance};
-}
-
-bool IsEmpty(const PeriodFigures& figures) {
-  return figures.gapSeconds == figures.period.to - figures.period.from;
 }
 
 // What stands under a style.
@@ -90,18 +45,16 @@ constexpr Writer kWriters[] = {EvidenceTable, EvidenceJson, EvidenceCsv};
 Evidence Read(const LogOptions& options, std::int64_t now, std::optional<DraftFile>& series) {
   StationReader reader = Opened(options.file);
   const Criteria criteria = CriteriaFor(options.profile);
-  const EvidenceQuestion question = {ClusterFor(options, reader), PeriodFor(options, reader, now),
-                                     criteria, AimOf(options.profile, criteria)};
+  const EvidenceQuestion question = {ClusterMeant(options.cluster, reader),
+                                     PeriodMeant(options.period, reader, now), criteria,
+                                     AimOf(options.profile, criteria)};
   const std::string name = NameOf(question.cluster);
   if (series)
     series->Write(SecondsHeader());
-  Evidence evidence = EvidenceOf(reader, question, [&](const RecordedSecond& second) {
+  return EvidenceOf(reader, question, [&](const RecordedSecond& second) {
     if (series)
       series->Write(SecondsRow(name, second));
   });
-  if (IsEmpty(evidence.figures))
-    throw NoFigures(options.file + ": nothing is recorded of " + TitleOf(evidence));
-  return evidence;
 }
 
 int StatusOf(const LogOptions& options, const Evidence& evidence, Complaints& complaints) {
@@ -129,13 +82,13 @@ int Tell(const LogOptions& options, std::int64_t now, std::ostream& out, Complai
 
 // What `told` throws becomes a complaint.
 template <typename Told>
-int Complaining(Complaints& complaints, const Told& told) {
+int Complaining(Complaints& complaints, const std::string& file, const Told& told) {
   try {
     return told();
   } catch (const StationError& error) {
     complaints.Add(error.what());
-  } catch (const NoFigures& error) {
-    complaints.Add(error.what());
+  } catch (const NoEvidence& error) {
+    complaints.Add(file + ": " + error.what());
   }
   return complaints.Status();
 }
@@ -148,18 +101,18 @@ int LogPeriod(const LogOptions& options, std::int64_t now, std::ostream& out,
   if (!CheckReport(complaints, options.report) ||
       !CheckWritable(complaints, options.series, kSeries))
     return complaints.Status();
-  return Complaining(complaints, [&] { return Tell(options, now, out, complaints); });
+  return Complaining(complaints, options.file, [&] { return Tell(options, now, out, complaints); });
 }
 
 int ListRecord(const std::string& file, std::ostream& out, std::ostream& errors) {
   Complaints complaints(errors);
-  return Complaining(complaints, [&] {
+  return Complaining(complaints, file, [&] {
     StationReader reader = Opened(file);
     const auto extent = reader.Extent();
     if (!extent)
-      throw NoFigures(file + ": nothing is recorded yet");
+      throw NoEvidence("nothing is recorded yet");
     if (!(out << "From      " << LocalTimeText(extent->from) << "\nTo        "
-              << LocalTimeText(extent->to) << "\nClusters  " << NamesOf(reader.Clusters()) << "\n"
+              << LocalTimeText(extent->to) << "\nClusters  " << ClusterNames(reader) << "\n"
               << std::flush))
       complaints.Add("the list could not be written");
     return complaints.Status();

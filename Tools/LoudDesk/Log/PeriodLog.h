@@ -8,19 +8,17 @@
 #include <ostream>
 #include <string>
 
+#include "Evidence.h"
 #include "FigureStyle.h"
 #include "ProfileOptions.h"
-#include "RecordedSecond.h"
 
 namespace louddesk {
 
-/// What is asked for. Times are s since 1970, UTC.
+/// What is asked for.
 struct LogOptions {
   std::string file = {};                       // of the record
   std::optional<StationCluster> cluster = {};  // nothing: the only one that there is
-  std::optional<std::int64_t> from = {};
-  std::optional<std::int64_t> to = {};    // nothing: where the record ends
-  std::optional<std::int64_t> last = {};  // length of the period, s; in the place of `from`
+  PeriodAsked period = {};
   FigureStyle style = FigureStyle::kTable;
   ProfileOptions profile = {};
   std::string report = {};  // path of the page to write; empty: none
@@ -30,7 +28,7 @@ struct LogOptions {
 /// Writes the figures of the period to `out`; what goes wrong is a line on `errors`. Returns the
 /// status of the program: 0; 1 when the record cannot be read or holds nothing of the period, or
 /// something could not be written, with --fail also when a limit could not be judged; 3 when, with
-/// --fail, a limit is broken. REQUIRES: `from` or `last`.
+/// --fail, a limit is broken.
 int LogPeriod(const LogOptions& options, std::int64_t now, std::ostream& out, std::ostream& errors);
 
 /// Writes what the record holds: its ends and its clusters. Returns 0, or 1 after a complaint.

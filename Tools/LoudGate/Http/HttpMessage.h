@@ -2,6 +2,9 @@
 
 #pragma once
 
+#include <unistd.h>
+
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -58,6 +61,23 @@ struct HttpRequest {
 
 struct LateAnswer;
 
+/// A file that is the body of an answer; it is closed with the last of those who have it.
+class AnswerFile {
+ public:
+  /// Takes an open file of that size.
+  AnswerFile(int descriptor, std::uint64_t size) : mDescriptor(descriptor), mSize(size) {}
+  ~AnswerFile() { close(mDescriptor); }
+  AnswerFile(const AnswerFile&) = delete;
+  AnswerFile& operator=(const AnswerFile&) = delete;
+
+  int Descriptor() const { return mDescriptor; }
+  std::uint64_t Size() const { return mSize; }
+
+ private:
+  int mDescriptor;
+  std::uint64_t mSize;
+};
+
 struct HttpAnswer {
   unsigned status = kOk;
   std::string type = kTextType;
@@ -65,6 +85,8 @@ struct HttpAnswer {
   std::vector<std::pair<std::string, std::string>> headers;  // besides those of every answer
   std::string stream;  // not empty: a stream of the events that are published under this key
   std::shared_ptr<const LateAnswer> late = {};  // not null: what to wait for instead
+  std::shared_ptr<const AnswerFile> file = {};  // not null: the body instead of `body`
+  bool isStyled = false;  // the body is a page with a style sheet of its own, and without scripts
 
   static HttpAnswer Json(std::string body) { return {kOk, kJsonType, std::move(body), {}, {}}; }
   static HttpAnswer Html(std::string body) { return {kOk, kHtmlType, std::move(body), {}, {}}; }

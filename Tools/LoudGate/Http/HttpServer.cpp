@@ -21,12 +21,19 @@
 namespace loudgate {
 namespace {
 
-// Answers to every request. Pages fetch nothing but what this gate serves, run no script of their
-// own text and stand in no other page.
+// Pages fetch nothing but what this gate serves, run no script of their own text and stand in no
+// other page.
+constexpr char kContentPolicy[] =
+    "default-src 'none'; connect-src 'self'; img-src 'self'; script-src 'self'; "
+    "style-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
+
+// Of a page that holds its own style sheet. It fetches and runs nothing.
+constexpr char kStyledContentPolicy[] =
+    "default-src 'none'; style-src 'unsafe-inline'; base-uri 'none'; form-action 'none'; "
+    "frame-ancestors 'none'";
+
+// Answers to every request.
 constexpr std::pair<const char*, const char*> kHeadersOfAll[] = {
-    {"Content-Security-Policy",
-     "default-src 'none'; connect-src 'self'; img-src 'self'; script-src 'self'; "
-     "style-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
     {"X-Content-Type-Options", "nosniff"},
     {"Referrer-Policy", "no-referrer"},
     {"Cross-Origin-Resource-Policy", "same-origin"},
@@ -47,6 +54,9 @@ constexpr int kSendBuffer = 32 * 1024;  // bytes
 // A client that has vanished does not acknowledge what it was sent.
 constexpr unsigned kVanishedAfter = 20000;  // ms
 
+// Of a file, so much at a time.
+constexpr std::size_t kFileBuffer = std::size_t{16} * 1024;
+
 // Rounds of work that are done at once, so that a busy server does not hold up the loop.
 constexpr int kMostRounds = 16;
 
@@ -59,6 +69,7 @@ struct Client {
   HttpServer::Time since;       // the last answer or the beginning
   Stream* stream = nullptr;     // not owned
   Exchange* waiting = nullptr;  // that waits for its answer, not owned
+  bool isTakingFile = false;
   bool isDropped = false;
 };
 
@@ -234,7 +245,7 @@ class HttpServer::Daemon {
   bool IsTooSlow(const Client& client, Time now) const {
     if (client.stream != nullptr)
       return now - client.stream->queue.BehindSince(now) > mLimits.streamPatience;
-    return now - client.since > mLimits.patience;
+    return now - client.since > (client.isTakingFile ? mLimits.filePatience : mLimits.patience);
   }
 
   // The library notices that the connection has ended, and forgets it.
@@ -298,6 +309,7 @@ class HttpServer::Daemon {
     delete static_cast<Exchange*>(*exchange);
     *exchange = nullptr;
     ClientOf(connection).waiting = nullptr;
+    ClientOf(connection).isTakingFile = false;
     ClientOf(connection).since = std::chrono::steady_clock::now();
   }
 
@@ -379,9 +391,32 @@ class HttpServer::Daemon {
   }
 
   static MHD_Result Queue(MHD_Connection* connection, const HttpAnswer& answer) {
+    if (answer.file)
+      return QueueFile(connection, answer);
     const Response response(MHD_create_response_from_buffer(
         answer.body.size(), const_cast<char*>(answer.body.data()), MHD_RESPMEM_MUST_COPY));
     return Queue(connection, answer, answer.type, response.get());
+  }
+
+  static MHD_Result QueueFile(MHD_Connection* connection, const HttpAnswer& answer) {
+    auto file = std::make_unique<std::shared_ptr<const AnswerFile>>(answer.file);
+    const Response response(MHD_create_response_from_callback(answer.file->Size(), kFileBuffer,
+                                                              OnFileRead, file.get(), OnFileEnd));
+    if (response) {
+      static_cast<void>(file.release());  // OnFileEnd has it
+      ClientOf(connection).isTakingFile = true;
+    }
+    return Queue(connection, answer, answer.type, response.get());
+  }
+
+  static ssize_t OnFileRead(void* place, std::uint64_t from, char* buffer, std::size_t size) {
+    const auto& file = *static_cast<std::shared_ptr<const AnswerFile>*>(place);
+    const ssize_t got = pread(file->Descriptor(), buffer, size, static_cast<off_t>(from));
+    return got > 0 ? got : ssize_t{MHD_CONTENT_READER_END_WITH_ERROR};
+  }
+
+  static void OnFileEnd(void* place) {
+    delete static_cast<std::shared_ptr<const AnswerFile>*>(place);
   }
 
   static MHD_Result Queue(MHD_Connection* connection, const HttpAnswer& answer,
@@ -389,6 +424,8 @@ class HttpServer::Daemon {
     if (response == nullptr)
       return MHD_NO;
     MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, type.c_str());
+    MHD_add_response_header(response, "Content-Security-Policy",
+                            answer.isStyled ? kStyledContentPolicy : kContentPolicy);
     for (const auto& [name, value] : kHeadersOfAll)
       MHD_add_response_header(response, name, value);
     for (const auto& [name, value] : answer.headers)

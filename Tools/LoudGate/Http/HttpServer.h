@@ -35,6 +35,9 @@ struct HttpLimits {
   /// From the end of one answer to the end of the next, or from the beginning of the connection.
   std::chrono::seconds patience{15};
 
+  /// The same where the answer is a file.
+  std::chrono::seconds filePatience{120};
+
   /// For one event of a stream.
   std::chrono::seconds streamPatience{5};
 };

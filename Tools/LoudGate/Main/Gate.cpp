@@ -21,6 +21,7 @@
 #include "EventLoop.h"
 #include "GateMetrics.h"
 #include "HttpServer.h"
+#include "LogApi.h"
 #include "PageRoutes.h"
 #include "ServiceManager.h"
 #include "StationRecorder.h"
@@ -106,6 +107,9 @@ class Gate {
       mRecorder.emplace(options.record, options.writeEvery,
                         [&complaints](const std::string& text) { complaints.Note(text); });
       mBoard.AddListener(*mRecorder);
+      mLog.emplace(mRoutes, options.record.file);
+    } else {
+      AddNoLog(mRoutes);
     }
     mLoop.Watch(mSignals.Descriptor(), [this] { mLoop.End(); });
     mLoop.Every(kTick, [this] { Tick(Moment::Now()); });
@@ -135,6 +139,8 @@ class Gate {
     if (mControl)
       mControl->commands.Tend(now);
     mApi.Publish(mServer, now);
+    if (mLog)
+      mLog->Tend();
     mServer.Tend(now.steady);
     if (mRecorder)
       mRecorder->Tend(mBoard, now);
@@ -150,6 +156,7 @@ class Gate {
   EventLoop mLoop;
   Routes mRoutes;
   std::optional<StationRecorder> mRecorder;  // nothing with --no-record
+  std::optional<LogApi> mLog;                // likewise
   ClusterBoard mBoard;
   std::optional<Control> mControl;
   ClusterApi mApi;

@@ -13,6 +13,7 @@
 
 #include "EvidencePage.h"
 #include "EvidenceText.h"
+#include "GoldenFile.h"
 #include "ParsedPage.h"
 #include "Profiles.h"
 #include "RecordedSeconds.h"
@@ -170,6 +171,12 @@ TEST_F(EvidenceTest, JsonHasUtcAndNumbers) {
   EXPECT_STREQ(json["Gaps"]["List"][0]["From"].GetString(), "2024-11-19T00:01:00.000Z");
   EXPECT_EQ(json["Tolerance"]["Above"].GetInt(), 1);
   EXPECT_STREQ(json["Verdict"].GetString(), "fail");  // by the true peak
+}
+
+// The power of one reading of -15.5 LKFS among 1099 of -23.0 makes -22.98 LKFS.
+TEST_F(EvidenceTest, JsonIsThatOfTheProtocol) {
+  RecordTwoMinutes();
+  EXPECT_EQ(ReadGolden("gate-log.json") + "\n", EvidenceJson(Read(0, 120)));
 }
 
 TEST_F(EvidenceTest, JsonOfSilenceHasNulls) {

@@ -89,7 +89,7 @@ TEST_F(LogCommandTest, TheOnlyClusterNeedsNoName) {
   Record();
   const Outcome several = Run("record.db --last 1m");
   EXPECT_EQ(several.status, 1);
-  EXPECT_EQ(several.errors, "LoudDesk: record.db: which --cluster? There are 1-1 1-3\n");
+  EXPECT_EQ(several.errors, "LoudDesk: record.db: which cluster? There are 1-1 1-3\n");
 }
 
 TEST_F(LogCommandTest, JsonIsAnObject) {

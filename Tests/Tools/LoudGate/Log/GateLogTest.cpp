@@ -1,0 +1,114 @@
+// /api/log of the shipped gate, asked by a real client, on a record that its writer made.
+
+#include <algorithm>
+
+#include "GateProcess.h"
+#include "RecordedSeconds.h"
+#include "StationRecord.h"
+#include "TestAudio.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr char kHour[] = "/api/log?cluster=1-3&from=2024-11-19T00:00:00Z&to=2024-11-19T01:00:00Z";
+
+class GateLogTest : public GateTest {
+ protected:
+  // An hour at -23 LKFS from 2024-11-19T00:00:00Z on. It must not be too old for the gate.
+  void Record() {
+    louddesk::StationBatch batch;
+    louddesk::Append(batch.seconds[{1, 3}], 3600, -230);
+    louddesk::Append(batch.seconds[{1, 1}], 3600, -180);
+    louddesk::StationRecord(mRecord).Append(batch);
+    StartGate({"--record", mRecord, "--days", "36500"});
+  }
+
+  test_audio::AudioDirectory mFolder;
+  const std::string mRecord = mFolder.Path("station.db");
+};
+
+TEST_F(GateLogTest, JsonIsWhatLoudDeskSays) {
+  ASSERT_NO_FATAL_FAILURE(Record());
+  const HttpReply reply = Get(kHour);
+  EXPECT_EQ(200, reply.status) << reply.body;
+  EXPECT_EQ("application/json", reply.Header("Content-Type"));
+  ServiceProcess desk(LOUDDESK_BINARY,
+                      {"log", mRecord, "--cluster", "1-3", "--from", "2024-11-19T00:00:00Z", "--to",
+                       "2024-11-19T01:00:00Z", "--format", "json"});
+  ASSERT_TRUE(desk.WaitForExit(kPatience));
+  EXPECT_EQ(desk.StandardOutput(), reply.body);
+  EXPECT_EQ(-23.0, reply.Json()["Integrated"].get<double>());
+}
+
+TEST_F(GateLogTest, TheReportBringsItsStyleAndNothingElse) {
+  ASSERT_NO_FATAL_FAILURE(Record());
+  const HttpReply reply = Get(std::string(kHour) + "&format=html&profile=atsc-a85");
+  EXPECT_EQ(200, reply.status);
+  EXPECT_THAT(reply.body, HasSubstr("ATSC A/85"));
+  EXPECT_THAT(reply.Header("Content-Security-Policy"),
+              StartsWith("default-src 'none'; style-src 'unsafe-inline'; base-uri 'none'"));
+  EXPECT_EQ("nosniff", reply.Header("X-Content-Type-Options"));
+}
+
+TEST_F(GateLogTest, CsvHasEverySecond) {
+  ASSERT_NO_FATAL_FAILURE(Record());
+  const HttpReply reply = Get(std::string(kHour) + "&format=csv");
+  EXPECT_EQ(200, reply.status);
+  EXPECT_EQ("text/csv; charset=utf-8", reply.Header("Content-Type"));
+  EXPECT_EQ(3601, std::count(reply.body.begin(), reply.body.end(), '\n'));
+  EXPECT_THAT(reply.body, StartsWith("Cluster,Time,Momentary 1 (LKFS),"));
+}
+
+TEST_F(GateLogTest, WhatCannotBeAnsweredSaysWhy) {
+  ASSERT_NO_FATAL_FAILURE(Record());
+  struct Case {
+    const char* query;
+    int status;
+    const char* text;
+  };
+  for (const Case& wrong : {
+           Case{"", 400, "Either from or last is needed."},
+           Case{"?cluster=1-3&from=2024-11-19&last=1h", 400, "Either from or last is needed."},
+           Case{"?cluster=x&last=1h", 400, "The parameter cluster cannot be understood."},
+           Case{"?cluster=1-3&last=1", 400, "The parameter last cannot be understood."},
+           Case{"?cluster=1-3&last=1h&format=xml", 400, "The parameter format cannot"},
+           Case{"?cluster=1-3&last=1h&profile=x", 400, "The parameter profile cannot"},
+           Case{"?cluster=1-3&last=1h&x=1", 400, "The parameters are cluster, from, to, last"},
+           Case{"?cluster=1-3&from=2024-11-20&to=2024-11-19", 400, "ends before it begins"},
+           Case{"?cluster=1-3&from=2024-01-01", 400, "31 days can be asked for at once."},
+           Case{"?cluster=1-3&last=2d&format=csv", 400, "The seconds of a day"},
+           Case{"?cluster=1-7&last=1h", 404, "nothing is recorded of the cluster 1-7"},
+           Case{"?last=1h", 404, "which cluster? There are 1-1 1-3"},
+           Case{"?cluster=1-3&from=2024-11-18T00:00:00Z&to=2024-11-18T01:00:00Z", 404,
+                "nothing is recorded of 1-3"},
+       }) {
+    const HttpReply reply = Get(std::string("/api/log") + wrong.query);
+    EXPECT_EQ(wrong.status, reply.status) << wrong.query;
+    EXPECT_THAT(reply.body, HasSubstr(wrong.text)) << wrong.query;
+  }
+}
+
+TEST_F(GateLogTest, WithoutARecordItIsUnavailable) {
+  ASSERT_NO_FATAL_FAILURE(StartGate());
+  const HttpReply reply = Get(kHour);
+  EXPECT_EQ(503, reply.status);
+  EXPECT_EQ("This gate keeps no record.\n", reply.body);
+}
+
+TEST_F(GateLogTest, ManyAtOnceAreAnsweredOrRefused) {
+  ASSERT_NO_FATAL_FAILURE(Record());
+  std::vector<std::unique_ptr<ServiceProcess>> clients;
+  for (int i = 0; i < 20; ++i)
+    clients.push_back(
+        Follow(std::string(kHour) + (i % 2 == 0 ? "&format=csv" : ""),
+               {"--max-time", "20", "--output", "/dev/null", "--write-out", "%{http_code}\\n"}));
+  for (const auto& client : clients) {
+    ASSERT_TRUE(client->WaitForExit(kPatience));
+    EXPECT_THAT(client->StandardOutput(), testing::AnyOf("200\n", "503\n"));
+  }
+  EXPECT_EQ(200, Get(kHour).status);
+}
+
+}  // namespace

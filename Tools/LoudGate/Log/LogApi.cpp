@@ -1,0 +1,127 @@
+// Requests to the thread, and answers back.
+
+#include "LogApi.h"
+
+#include <algorithm>
+#include <ctime>
+#include <stdexcept>
+#include <utility>
+
+#include "LogRequest.h"
+
+namespace loudgate {
+namespace {
+
+constexpr char kLogPath[] = "/api/log";
+
+// So many requests wait for the one that is worked on; further ones are refused.
+constexpr std::size_t kMostWaiting = 4;
+
+// So many tables of seconds are on their way at a time, 11 MB each.
+constexpr std::size_t kMostFiles = 4;
+
+// The server's patience is 15 s. What takes longer is given up in time.
+constexpr std::chrono::seconds kLongestWork{12};
+
+HttpAnswer Busy() {
+  return HttpAnswer::Plain(kUnavailable, "There are too many such requests; try again later.");
+}
+
+// Nobody waits for the answer any longer.
+class GivenUp : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+}  // namespace
+
+void AddNoLog(Routes& routes) {
+  routes.Add(kGet, kLogPath, [](const HttpRequest&) {
+    return HttpAnswer::Plain(kUnavailable, "This gate keeps no record.");
+  });
+}
+
+LogApi::LogApi(Routes& routes, std::string file)
+    : mFile(std::move(file)), mThread([this] { Run(); }) {
+  routes.Add(kGet, kLogPath, [this](const HttpRequest& request) { return Take(request); });
+}
+
+LogApi::~LogApi() {
+  {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mIsEnding = true;
+  }
+  mChange.notify_one();
+  mThread.join();
+}
+
+HttpAnswer LogApi::Take(const HttpRequest& request) {
+  const std::int64_t now = std::time(nullptr);
+  LogRequest read;
+  try {
+    read = ReadLogRequest(request, now);
+  } catch (const BadLogRequest& error) {
+    return HttpAnswer::Plain(kBadRequest, error.what());
+  }
+  const auto late = std::make_shared<LateAnswer>();
+  const std::lock_guard<std::mutex> lock(mMutex);
+  mFiles.erase(
+      std::remove_if(mFiles.begin(), mFiles.end(), [](const auto& file) { return file.expired(); }),
+      mFiles.end());
+  if (mWaiting.size() >= kMostWaiting ||
+      (read.style == LogStyle::kCsv && mFiles.size() >= kMostFiles))
+    return Busy();
+  mWaiting.push_back({[this, read = std::move(read), now](const auto& check) {
+                        return AnswerFrom(mFile, read, now, check);
+                      },
+                      std::chrono::steady_clock::now() + kLongestWork, late});
+  mChange.notify_one();
+  return HttpAnswer::Later(late);
+}
+
+void LogApi::Tend() {
+  std::vector<Job> done;
+  {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    done.swap(mDone);
+  }
+  for (Job& job : done)
+    job.late->answer = std::move(job.answer);
+}
+
+void LogApi::Run() {
+  std::unique_lock<std::mutex> lock(mMutex);
+  for (;;) {
+    mChange.wait(lock, [this] { return mIsEnding || !mWaiting.empty(); });
+    if (mIsEnding)
+      return;
+    Job job = std::move(mWaiting.front());
+    mWaiting.pop_front();
+    lock.unlock();
+    job.answer = AnswerOf(job);
+    lock.lock();
+    if (job.answer.file)
+      mFiles.push_back(job.answer.file);
+    mDone.push_back(std::move(job));
+  }
+}
+
+HttpAnswer LogApi::AnswerOf(const Job& job) const {
+  const auto check = [this, &job] {
+    if (std::chrono::steady_clock::now() > job.due)
+      throw GivenUp("This takes too long here; ask for a shorter period, or LoudDesk log.");
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (mIsEnding)
+      throw GivenUp("The gate ends.");
+  };
+  try {
+    check();
+    return job.work(check);
+  } catch (const GivenUp& error) {
+    return HttpAnswer::Plain(kUnavailable, error.what());
+  } catch (const std::exception&) {
+    return HttpAnswer::Plain(kServerError, "This has failed.");
+  }
+}
+
+}  // namespace loudgate
