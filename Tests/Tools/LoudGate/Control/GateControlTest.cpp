@@ -204,8 +204,8 @@ TEST_F(GateControlTest, AServiceThatIsGoneIsSentNothing) {
 
 TEST_F(GateControlTest, APlaceThatIsTakenIsAComplaint) {
   ASSERT_NO_FATAL_FAILURE(Start());  // the test is the application server
-  ServiceProcess gate(LOUDGATE_BINARY,
-                      {"--listen", "127.0.0.1:0", "--control", "--token-file", mToken.Name()});
+  ServiceProcess gate(LOUDGATE_BINARY, {"--listen", "127.0.0.1:0", "--no-record", "--control",
+                                        "--token-file", mToken.Name()});
   const auto report = gate.WaitForExit(kPatience);
   ASSERT_TRUE(report);
   EXPECT_EQ(1, report->status);
@@ -219,8 +219,8 @@ TEST_F(GateControlTest, APlaceThatIsTakenIsAComplaint) {
 
 TEST_F(GateControlTest, AFileThatOthersCanReadIsRefused) {
   const TokenFile open(kToken, 0644);
-  ServiceProcess gate(LOUDGATE_BINARY,
-                      {"--listen", "127.0.0.1:0", "--control", "--token-file", open.Name()});
+  ServiceProcess gate(LOUDGATE_BINARY, {"--listen", "127.0.0.1:0", "--no-record", "--control",
+                                        "--token-file", open.Name()});
   const auto report = gate.WaitForExit(kPatience);
   ASSERT_TRUE(report);
   EXPECT_EQ(1, report->status);

@@ -48,6 +48,9 @@ class DemoTest : public GateTest {
 
 TEST_F(DemoTest, TheAddressAnswersWhileItPlays) {
   ASSERT_NO_FATAL_FAILURE(StartDemo({"/usr/share/sounds/alsa/Front_Left.wav"}));
+  const std::string metrics = Get("/metrics").body;
+  EXPECT_NE(std::string::npos, metrics.find("loudgate_streams"));
+  EXPECT_EQ(std::string::npos, metrics.find("loudgate_record"));  // a demo leaves no file
   const HttpReply page = Get("/");
   EXPECT_EQ(200, page.status);
   EXPECT_NE(std::string::npos, page.body.find("<title>Loudness of this board</title>"));
