@@ -57,14 +57,6 @@ class LivePageTest : public PageTest {
                        peak(data.MaxTruePeak), peak(data.TruePeak));
   }
 
-  // Ends the gate without a warning and starts it at the same place.
-  void StartGateAgain() {
-    const std::string place = "127.0.0.1:" + std::to_string(Port());
-    mGate = std::make_unique<ServiceProcess>(
-        LOUDGATE_BINARY, std::vector<std::string>{"--listen", place, "--no-record"});
-    ASSERT_TRUE(mGate->WaitForLine("Listening at ", kPatience)) << mGate->StandardError();
-  }
-
   void SetMedia(const std::string& name, const std::string& value) {
     mBrowser.Tool("Emulation.setEmulatedMedia",
                   {{"features", {{{"name", name}, {"value", value}}}}});

@@ -13,6 +13,10 @@ namespace fs = std::filesystem;
 
 constexpr char kListening[] = "msg=\"Listening on\" address=";
 
+// Label of an alert for the cluster of the test, and of one for a whole board.
+constexpr char kCluster[] = "1";
+constexpr char kBoard[] = "";
+
 std::string TextOf(const fs::path& file) {
   std::ifstream stream(file);
   return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
@@ -78,15 +82,33 @@ class PrometheusTest : public GateTest {
     ADD_FAILURE() << expression << ": " << body << "\n" << mPrometheus->StandardError();
   }
 
-  // Expects that an alert is raised for this cluster.
-  void ExpectAlert(const std::string& name) { ExpectValue(CountOf(name), "1"); }
+  // Expects that an alert is raised.
+  void ExpectAlert(const std::string& name, const std::string& cluster = kCluster) {
+    ExpectValue(CountOf(name, cluster), "1");
+  }
 
   // Expects that it is not raised, or no longer.
-  void ExpectNoAlert(const std::string& name) { ExpectValue(CountOf(name) + " or vector(0)", "0"); }
+  void ExpectNoAlert(const std::string& name, const std::string& cluster = kCluster) {
+    ExpectValue(CountOf(name, cluster) + " or vector(0)", "0");
+  }
+
+  void EndService() {
+    mService->Signal(SIGKILL);
+    EXPECT_TRUE(mService->WaitForExit(kPatience));
+  }
+
+  void EndGate() {
+    mGate->Signal(SIGTERM);
+    EXPECT_TRUE(mGate->WaitForExit(kPatience));
+  }
+
+  const fs::path mPlace =
+      fs::temp_directory_path() / ("loudgate-test-prometheus-" + std::to_string(getpid()));
 
  private:
-  static std::string CountOf(const std::string& alert) {
-    return "count(ALERTS{alertname=\"" + alert + "\",alertstate=\"firing\",cluster=\"1\"})";
+  static std::string CountOf(const std::string& alert, const std::string& cluster) {
+    return "count(ALERTS{alertname=\"" + alert + "\",alertstate=\"firing\",cluster=\"" + cluster +
+           "\"})";
   }
 
   void Replace(const std::string& file, const std::string& pattern, const std::string& text) {
@@ -96,8 +118,6 @@ class PrometheusTest : public GateTest {
     std::ofstream(mPlace / file) << after;
   }
 
-  const fs::path mPlace =
-      fs::temp_directory_path() / ("loudgate-test-prometheus-" + std::to_string(getpid()));
   std::unique_ptr<ServiceProcess> mPrometheus;
   std::string mPrometheusUrl;
 };
@@ -132,16 +152,38 @@ TEST_F(PrometheusTest, CollectsTheFiguresAndRaisesTheAlerts) {
   // A preset that the service refuses, and then one that it takes.
   SendPreset("not a preset");
   ExpectAlert("SourceInvalid");
-  ExpectNoAlert("ServiceGone");
   StartMeasuring();
   ExpectNoAlert("SourceInvalid");
-  mService->Signal(SIGKILL);
-  ExpectAlert("ServiceGone");
+  // Of a service that is gone there are no figures to judge.
+  EndService();
   ExpectNoAlert("LoudnessOutOfTolerance");
-  EXPECT_TRUE(mService->WaitForExit(kPatience));
-  mGate->Signal(SIGTERM);
-  EXPECT_TRUE(mGate->WaitForExit(kPatience));
-  ExpectValue("count(ALERTS{alertname=\"GateGone\",alertstate=\"firing\"})", "1");
+  ExpectNoAlert("TruePeakAboveLimit");
+}
+
+TEST_F(PrometheusTest, WhatIsGoneRaisesAnAlertUntilItIsBack) {
+  const fs::path folder = mPlace / "record";
+  ASSERT_NO_FATAL_FAILURE(Start());
+  ASSERT_NO_FATAL_FAILURE(StartGate({"--record", folder / "station.db", "--write-every", "1"}));
+  ASSERT_NO_FATAL_FAILURE(MakeFiles());
+  ASSERT_NO_FATAL_FAILURE(StartPrometheus());
+  StartMeasuring();
+  ExpectAlert("RecordFailing", kBoard);
+  fs::create_directory(folder);
+  ExpectNoAlert("RecordFailing", kBoard);
+  ExpectNoAlert("ServiceGone");
+  EndService();
+  ExpectAlert("ServiceGone");
+  ASSERT_NO_FATAL_FAILURE(StartAgain());
+  StartMeasuring();
+  ExpectNoAlert("ServiceGone");
+  EndGate();
+  ExpectAlert("GateGone", kBoard);
+  ASSERT_NO_FATAL_FAILURE(StartGateAgain());
+  ExpectNoAlert("GateGone", kBoard);
+  fs::rename(mPlace / "boards/local.yml", mPlace / "local.yml");
+  ExpectAlert("NoBoards", kBoard);
+  fs::rename(mPlace / "local.yml", mPlace / "boards/local.yml");
+  ExpectNoAlert("NoBoards", kBoard);
 }
 
 }  // namespace

@@ -41,6 +41,13 @@ void GateTest::StartGate(const std::vector<std::string>& options) {
     mUrl.pop_back();
 }
 
+void GateTest::StartGateAgain() {
+  const std::string place = "127.0.0.1:" + std::to_string(Port());
+  mGate = std::make_unique<ServiceProcess>(
+      LOUDGATE_BINARY, std::vector<std::string>{"--listen", place, "--no-record"});
+  ASSERT_TRUE(mGate->WaitForLine(kListening, kPatience)) << mGate->StandardError();
+}
+
 unsigned GateTest::Port() const {
   return static_cast<unsigned>(std::strtoul(mUrl.c_str() + mUrl.rfind(':') + 1, nullptr, 10));
 }

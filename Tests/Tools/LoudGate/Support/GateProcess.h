@@ -33,6 +33,9 @@ class GateTest : public RunningService {
   /// listens. Without --record among them nothing is recorded.
   void StartGate(const std::vector<std::string>& options = {});
 
+  /// Starts a gate without a record where the last one listened, which has ended.
+  void StartGateAgain();
+
   /// Ends it by `signal`, orderly.
   void ExpectGateEnds(int signal);
 
