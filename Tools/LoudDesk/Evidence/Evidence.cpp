@@ -56,7 +56,7 @@ Evidence EvidenceOf(StationReader& reader, const EvidenceQuestion& question,
   });
   evidence.cluster = NameOf(cluster);
   evidence.figures = meter.Finish();
-  if (evidence.figures.gapSeconds == period.to - period.from)
+  if (evidence.figures.gaps.seconds == period.to - period.from)
     throw NoEvidence("nothing is recorded of " + TitleOf(evidence));
   evidence.criteria = question.criteria;
   evidence.assessment = AssessmentOf(evidence.figures.programme.figures, evidence.criteria);

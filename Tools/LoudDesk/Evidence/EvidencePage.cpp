@@ -19,8 +19,8 @@ namespace {
 
 constexpr char kId[] = "period";
 
-// A gap is listed on the page while there are not too many for anybody to read.
-constexpr std::size_t kMostGapRows = 100;
+// Spans are listed on the page while there are not too many for anybody to read.
+constexpr std::size_t kMostSpanRows = 100;
 
 constexpr char kFooter[] =
     "<p>Loudness by ITU-R BS.1770 from the momentary readings that the service published ten times "
@@ -53,16 +53,16 @@ std::string MoreRow(std::size_t count, std::size_t shown) {
              : fmt::format("<tr><td colspan=\"3\">and {} more</td></tr>\n", count - shown);
 }
 
-std::string GapTable(const PeriodFigures& figures) {
+std::string SpanTable(const char* caption, const PeriodSpans& spans) {
   std::string rows;
-  const std::size_t shown = std::min(figures.gaps.size(), kMostGapRows);
+  const std::size_t shown = std::min(spans.first.size(), kMostSpanRows);
   for (std::size_t i = 0; i < shown; ++i) {
-    const StationPeriod& gap = figures.gaps[i];
-    rows += "<tr>" + Cell("From", LocalTimeText(gap.from)) + Cell("To", LocalTimeText(gap.to)) +
-            Cell("Length", ClockText(static_cast<double>(gap.to - gap.from))) + "</tr>\n";
+    const StationPeriod& span = spans.first[i];
+    rows += "<tr>" + Cell("From", LocalTimeText(span.from)) + Cell("To", LocalTimeText(span.to)) +
+            Cell("Length", ClockText(static_cast<double>(span.to - span.from))) + "</tr>\n";
   }
-  return Table("Gaps in the record", Head("From") + Head("To") + Head("Length, h:mm:ss"),
-               rows + MoreRow(figures.gapCount, shown));
+  return Table(caption, Head("From") + Head("To") + Head("Length, h:mm:ss"),
+               rows + MoreRow(spans.count, shown));
 }
 
 std::string EventTable(const Evidence& evidence) {
@@ -99,7 +99,10 @@ std::string Section(const Evidence& evidence) {
   return std::string("<section id=\"") + kId + "\">\n<h2>" + Isolated(TitleOf(evidence)) +
          "</h2>\n" + ListOfVerdicts(evidence.assessment.verdicts) + ListOfNotes(NotesOn(evidence)) +
          ListOf(facts) + Plots(evidence) + PassageTable(evidence.figures.passages, clock) +
-         GapTable(evidence.figures) + EventTable(evidence) + "</section>\n";
+         SpanTable("Gaps in the record", evidence.figures.gaps) +
+         SpanTable("No figure changed: no blocks came, or a steady tone",
+                   evidence.figures.unchanged) +
+         EventTable(evidence) + "</section>\n";
 }
 
 }  // namespace

@@ -84,10 +84,20 @@ void AddTolerance(std::vector<Fact>& facts, const PeriodFigures& figures) {
   facts.emplace_back("Below the tolerance", ShareText(figures.belowSeconds, figures.aimedSeconds));
 }
 
-std::string GapsText(const PeriodFigures& figures) {
-  if (figures.gapCount == 0)
+std::string SpansText(const PeriodSpans& spans) {
+  if (spans.count == 0)
     return "none";
-  return fmt::format("{}, {} in all", figures.gapCount, Duration(figures.gapSeconds));
+  return fmt::format("{}, {} in all", spans.count, Duration(spans.seconds));
+}
+
+std::string SpanRows(const char* name, const PeriodSpans& spans) {
+  std::string rows;
+  for (const StationPeriod& span : spans.first)
+    rows += fmt::format("{:<{}}{}, {}\n", name, kFactWidth, PeriodText(span),
+                        Duration(span.to - span.from));
+  if (spans.count > spans.first.size())
+    rows += fmt::format("{:<{}}and {} more\n", name, kFactWidth, spans.count - spans.first.size());
+  return rows;
 }
 
 const char* StateText(RecordedState state) {
@@ -117,15 +127,15 @@ void WriteTimes(DocumentWriter& writer, const Evidence& evidence) {
   }
 }
 
-void WriteGaps(DocumentWriter& writer, const PeriodFigures& figures) {
-  writer.OpenObject("Gaps")
-      .Number("Count", std::to_string(figures.gapCount))
-      .Number("Seconds", std::to_string(figures.gapSeconds))
+void WriteSpans(DocumentWriter& writer, const char* key, const PeriodSpans& spans) {
+  writer.OpenObject(key)
+      .Number("Count", std::to_string(spans.count))
+      .Number("Seconds", std::to_string(spans.seconds))
       .OpenArray("List");
-  for (const StationPeriod& gap : figures.gaps)
+  for (const StationPeriod& span : spans.first)
     writer.OpenObject(DocumentWriter::kNoKey)
-        .Text("From", UtcTextOf(gap.from))
-        .Text("To", UtcTextOf(gap.to))
+        .Text("From", UtcTextOf(span.from))
+        .Text("To", UtcTextOf(span.to))
         .CloseObject();
   writer.CloseArray().CloseObject();
 }
@@ -161,7 +171,8 @@ std::vector<Fact> FactsOn(const Evidence& evidence) {
       {"To", LocalTimeText(figures.period.to)},
       {"With loudness data", ClockText(Shown(evidence).seconds)},
       {"Without data", Duration(figures.quietSeconds)},
-      {"Gaps in the record", GapsText(figures)},
+      {"Gaps in the record", SpansText(figures.gaps)},
+      {"No change", SpansText(figures.unchanged)},
       {"Missed messages", std::to_string(figures.missedReadings)},
       {"Source invalid", Duration(figures.invalidSeconds)},
   };
@@ -177,9 +188,12 @@ std::vector<Fact> FactsOn(const Evidence& evidence) {
 
 std::vector<std::string> NotesOn(const Evidence& evidence) {
   std::vector<std::string> notes = NotesOn(Shown(evidence));
-  if (evidence.figures.gapCount > 0)
+  if (evidence.figures.gaps.count > 0)
     notes.emplace_back(
         "Parts of the period are not in the record; the figures are those of the rest");
+  if (evidence.figures.unchanged.count > 0)
+    notes.push_back("For " + Duration(evidence.figures.unchanged.seconds) +
+                    " no figure changed: no blocks came, or a steady tone; the figures count it");
   return notes;
 }
 
@@ -203,13 +217,8 @@ std::string EvidenceTable(const Evidence& evidence) {
   std::string text = TableHeader("Period") + TableRow(subject, evidence.assessment) + "\n";
   for (const auto& [name, fact] : FactsOn(evidence))
     text += fmt::format("{:<{}}{}\n", name, kFactWidth, fact);
-  for (const StationPeriod& gap : evidence.figures.gaps)
-    text += fmt::format("{:<{}}{}, {}\n", "Gap", kFactWidth, PeriodText(gap),
-                        Duration(gap.to - gap.from));
-  if (evidence.figures.gapCount > evidence.figures.gaps.size())
-    text += fmt::format("{:<{}}and {} more\n", "Gap", kFactWidth,
-                        evidence.figures.gapCount - evidence.figures.gaps.size());
-  return text;
+  return text + SpanRows("Gap", evidence.figures.gaps) +
+         SpanRows("No change", evidence.figures.unchanged);
 }
 
 std::string EvidenceJson(const Evidence& evidence) {
@@ -225,7 +234,8 @@ std::string EvidenceJson(const Evidence& evidence) {
       .Number("Missed", std::to_string(figures.missedReadings))
       .Number("InvalidSource", std::to_string(figures.invalidSeconds));
   WriteTolerance(writer, figures);
-  WriteGaps(writer, figures);
+  WriteSpans(writer, "Gaps", figures.gaps);
+  WriteSpans(writer, "NoChange", figures.unchanged);
   WriteJudgement(writer, evidence.assessment, evidence.criteria);
   WriteEvents(writer, evidence);
   return writer.Finish() + "\n";
@@ -249,8 +259,9 @@ std::string EvidenceCsv(const Evidence& evidence) {
       {"Maximum true peak at", TimeOf(evidence, kMaxima[2])},
       {"At least", fmt::format("{}", fmt::join(KeysAtLeast(shown), " "))},
       {"Without data (s)", std::to_string(figures.quietSeconds)},
-      {"Gaps", std::to_string(figures.gapCount)},
-      {"Gaps (s)", std::to_string(figures.gapSeconds)},
+      {"Gaps", std::to_string(figures.gaps.count)},
+      {"Gaps (s)", std::to_string(figures.gaps.seconds)},
+      {"No change (s)", std::to_string(figures.unchanged.seconds)},
       {"Missed messages", std::to_string(figures.missedReadings)},
       {"Source invalid (s)", std::to_string(figures.invalidSeconds)},
       {"With target (s)", std::to_string(figures.aimedSeconds)},

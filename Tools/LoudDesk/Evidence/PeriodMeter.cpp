@@ -10,6 +10,7 @@
 #include "LoudCalcBase.h"
 #include "RecordedReadings.h"
 #include "Verdict.h"
+#include "WatchModel.h"
 
 namespace louddesk {
 namespace {
@@ -36,11 +37,28 @@ void Raise(std::optional<double>& maximum, double& at, double reading, double ti
   at = time;
 }
 
+// Whether a second has one and the same figures as the one before it, and is no silence.
+bool IsUnchanged(const RecordedSecond& last, const RecordedSecond& second) {
+  const std::int16_t code = second.momentary.front();
+  const bool isSteady = std::all_of(second.momentary.begin(), second.momentary.end(),
+                                    [code](std::int16_t other) { return other == code; });
+  return isSteady && LoudnessOf(code) && second.time == last.time + 1 &&
+         second.momentary == last.momentary && second.shortTerm == last.shortTerm &&
+         second.truePeak == last.truePeak;
+}
+
 double LargestTruePeak() {
   return GetTruePeak(static_cast<std::uint16_t>(kLargestPeak));
 }
 
 }  // namespace
+
+void PeriodSpans::Add(const StationPeriod& span) {
+  ++count;
+  seconds += span.to - span.from;
+  if (first.size() < kMostSpans)
+    first.push_back(span);
+}
 
 PeriodMeter::PeriodMeter(PeriodQuestion question)
     : mQuestion(std::move(question)),
@@ -67,13 +85,14 @@ void PeriodMeter::Take(const RecordedSecond& second) {
   if (second.time < mNext || second.time >= mQuestion.period.to)
     return;
   if (second.time > mNext)
-    AddGap(mNext, second.time);
+    mFigures.gaps.Add({mNext, second.time});
   mNext = second.time + 1;
   const std::size_t missed = MissedIn(second);
   if (missed == second.momentary.size()) {
     ++mFigures.quietSeconds;
     return;
   }
+  CompareWithLast(second);
   mFigures.missedReadings += missed;
   mFigures.invalidSeconds += second.isSourceValid ? 0 : 1;
   Measure(second);
@@ -92,11 +111,18 @@ void PeriodMeter::Measure(const RecordedSecond& second) {
                   : std::nullopt);
 }
 
-void PeriodMeter::AddGap(std::int64_t begin, std::int64_t end) {
-  ++mFigures.gapCount;
-  mFigures.gapSeconds += end - begin;
-  if (mFigures.gaps.size() < kMostGaps)
-    mFigures.gaps.push_back({begin, end});
+void PeriodMeter::CompareWithLast(const RecordedSecond& second) {
+  if (!IsUnchanged(mLast, second)) {
+    EndUnchanged();
+    mSame.from = second.time;
+  }
+  mSame.to = second.time + 1;
+  mLast = second;
+}
+
+void PeriodMeter::EndUnchanged() {
+  if (std::chrono::seconds(mSame.to - mSame.from) >= kNoChangeAfter)
+    mFigures.unchanged.Add(mSame);
 }
 
 // Loudness codes are 0.02 LU wide, and the power that stands for one is that of its middle. To
@@ -177,8 +203,9 @@ std::optional<LoudnessAim> PeriodMeter::AimAt(std::int64_t time) {
 
 PeriodFigures PeriodMeter::Finish() {
   if (mNext < mQuestion.period.to)
-    AddGap(mNext, mQuestion.period.to);
+    mFigures.gaps.Add({mNext, mQuestion.period.to});
   mNext = mQuestion.period.to;
+  EndUnchanged();
   MeasuredProgramme& programme = mFigures.programme;
   programme.figures.integrated = programme.readings.momentary.GatedLoudness();
   if (const auto range = programme.readings.shortTerm.Range();

@@ -37,8 +37,17 @@ struct PeriodQuestion {
   std::vector<AimChange> changes = {};  // those in force, in time, the last before the period too
 };
 
-/// Of the gaps of a period so many are named, and the others counted.
-constexpr std::size_t kMostGaps = 1000;
+/// Of the spans of one kind in a period so many are named, and the others counted.
+constexpr std::size_t kMostSpans = 1000;
+
+/// Spans of one kind in a period.
+struct PeriodSpans {
+  std::vector<StationPeriod> first;  // in time, kMostSpans at most
+  std::size_t count = 0;             // of all
+  std::int64_t seconds = 0;          // of all
+
+  void Add(const StationPeriod& span);
+};
 
 /// What the record says of a period. Of the figures, `seconds` is the time with loudness data, and
 /// the times of maxima count from the beginning of the period; they are those at which the reading
@@ -46,9 +55,8 @@ constexpr std::size_t kMostGaps = 1000;
 struct PeriodFigures {
   StationPeriod period;
   MeasuredProgramme programme;          // no channels; points as of `PeriodCurve`
-  std::vector<StationPeriod> gaps;      // that are not in the record, in time; the first kMostGaps
-  std::size_t gapCount = 0;             // of all
-  std::int64_t gapSeconds = 0;          // of all
+  PeriodSpans gaps;                     // what is not in the record
+  PeriodSpans unchanged;                // spans with data in which no figure changed, see below
   std::int64_t quietSeconds = 0;        // recorded, but without data: paused, stopped, ...
   std::uint64_t missedReadings = 0;     // of the other seconds, messages that did not come
   std::int64_t invalidSeconds = 0;      // with data, though the programme had no meters
@@ -58,6 +66,10 @@ struct PeriodFigures {
   std::vector<FoundPassages> passages;  // above each limit of the criteria
 };
 
+/// A service whose blocks have stopped publishes its last figures for ever. Their readings count,
+/// as those of a steady tone do, which look the same; but every span of kNoChangeAfter and more in
+/// which no figure changes, silence aside, is named.
+///
 /// Loudness is gated as ITU-R BS.1770 and EBU Tech 3342 say, by the engine's histograms. The
 /// readings are published in tenths of LU, so that each may be off by 0.05 LU, and so may a mean of
 /// them at most; Docs/COMPLIANCE.md has more on it. All momentary readings of the period count: the
@@ -83,7 +95,8 @@ class PeriodMeter {
 
   void AddLimits();
   void Measure(const RecordedSecond& second);
-  void AddGap(std::int64_t begin, std::int64_t end);
+  void CompareWithLast(const RecordedSecond& second);
+  void EndUnchanged();
   void CountMomentary(std::int16_t code);
   void TakeMomentary(std::int64_t offset, const RecordedSecond& second);
   void TakeShortTerm(double end, std::int16_t code);
@@ -96,6 +109,8 @@ class PeriodMeter {
   PeriodCurve mCurve;
   std::int64_t mNext;              // the first second that was not taken yet
   std::size_t mNextChange = 0;     // of the aim
+  StationPeriod mSame;             // the last seconds with data, all with the same figures
+  RecordedSecond mLast;            // the last of them
   std::vector<bool> mIsUpperNext;  // by loudness code, see CountMomentary
   std::optional<Limited> mTruePeaks;
   std::optional<Limited> mShortTerms;

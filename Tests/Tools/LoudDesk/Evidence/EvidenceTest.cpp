@@ -94,7 +94,7 @@ TEST_F(EvidenceTest, ThePeriodIsReadToTheSecond) {
   const Evidence evidence = Read(60, 150);
   EXPECT_DOUBLE_EQ(evidence.figures.programme.figures.maxMomentary.value(), -23.0);
   EXPECT_DOUBLE_EQ(evidence.figures.programme.figures.seconds, 90.0);
-  EXPECT_EQ(evidence.figures.gapCount, 0U);
+  EXPECT_EQ(evidence.figures.gaps.count, 0U);
   EXPECT_EQ(evidence.assessment.judgement, Judgement::kPass);
 }
 

@@ -104,19 +104,19 @@ TEST(PeriodMeterTest, GapsAreNamedAtBothEndsAndBetween) {
   seconds.erase(seconds.begin() + 40, seconds.begin() + 50);
   const auto figures = FiguresOf(seconds, {{kTuesday - 5, kTuesday + 120}, {}});
   const std::vector<std::pair<int, int>> expected = {{-5, 0}, {40, 50}, {100, 120}};
-  ASSERT_EQ(figures.gaps.size(), expected.size());
+  ASSERT_EQ(figures.gaps.first.size(), expected.size());
   for (std::size_t i = 0; i < expected.size(); ++i) {
-    EXPECT_EQ(figures.gaps[i].from - kTuesday, expected[i].first);
-    EXPECT_EQ(figures.gaps[i].to - kTuesday, expected[i].second);
+    EXPECT_EQ(figures.gaps.first[i].from - kTuesday, expected[i].first);
+    EXPECT_EQ(figures.gaps.first[i].to - kTuesday, expected[i].second);
   }
-  EXPECT_EQ(figures.gapCount, 3U);
-  EXPECT_EQ(figures.gapSeconds, 35);
+  EXPECT_EQ(figures.gaps.count, 3U);
+  EXPECT_EQ(figures.gaps.seconds, 35);
   EXPECT_DOUBLE_EQ(Shown(figures).seconds, 90.0);
 }
 
 TEST(PeriodMeterTest, APeriodWithoutAnySecondIsOneGap) {
   const auto figures = FiguresOf({}, {{kTuesday, kTuesday + 60}, {}});
-  EXPECT_EQ(figures.gapSeconds, 60);
+  EXPECT_EQ(figures.gaps.seconds, 60);
   EXPECT_FALSE(Shown(figures).integrated);
 }
 
@@ -125,8 +125,8 @@ TEST(PeriodMeterTest, OfManyGapsTheFirstAreNamedAndAllCounted) {
   for (int i = 0; i < 3000; ++i)
     seconds.push_back(SecondAt(kTuesday + 2 * i, -230));
   const auto figures = FiguresOf(seconds);
-  EXPECT_EQ(figures.gaps.size(), kMostGaps);
-  EXPECT_EQ(figures.gapCount, 2999U);
+  EXPECT_EQ(figures.gaps.first.size(), kMostSpans);
+  EXPECT_EQ(figures.gaps.count, 2999U);
 }
 
 // A message that did not come is not silence.
@@ -136,11 +136,41 @@ TEST(PeriodMeterTest, MissedReadingsAreCountedAndNotMeasured) {
   seconds[11].momentary[0] = kMissedReading;
   const auto figures = FiguresOf(seconds);
   EXPECT_EQ(figures.missedReadings, 2U);
-  EXPECT_EQ(figures.gapCount, 0U);
+  EXPECT_EQ(figures.gaps.count, 0U);
   std::uint64_t counted = 0;
   for (const std::uint64_t count : figures.programme.readings.momentary.Counts())
     counted += count;
   EXPECT_EQ(counted, 598U);
+}
+
+// What a service publishes for ever when no blocks come.
+TEST(PeriodMeterTest, WhereNoFigureChangesTheSpanIsNamed) {
+  auto seconds = Seconds({{10, -200}, {2, -210}, {5, -220}, {6, kNoLoudnessCode}, {4, -230}});
+  seconds[9].momentary[5] = -201;  // the last of the ten changes
+  seconds[14].truePeak = -150;     // so does the third of the five
+  seconds[25].shortTerm = -231;    // and the third of the four
+  const auto spans = FiguresOf(seconds).unchanged;
+  ASSERT_EQ(spans.count, 1U);
+  EXPECT_EQ(spans.first[0].from, kTuesday);
+  EXPECT_EQ(spans.first[0].to, kTuesday + 9);
+  EXPECT_EQ(spans.seconds, 9);
+}
+
+TEST(PeriodMeterTest, FiguresThatAreTheSameUpToTheEndAreNamedToo) {
+  const auto spans = FiguresOf(Seconds({{7, -200}, {3, -210}})).unchanged;
+  ASSERT_EQ(spans.count, 2U);
+  EXPECT_EQ(spans.first[1].from, kTuesday + 7);
+  EXPECT_EQ(spans.first[1].to, kTuesday + 10);
+}
+
+TEST(PeriodMeterTest, AGapEndsWhatIsTheSame) {
+  auto seconds = Seconds({{10, -200}});
+  seconds.erase(seconds.begin() + 4);
+  const auto spans = FiguresOf(seconds).unchanged;
+  ASSERT_EQ(spans.count, 2U);
+  EXPECT_EQ(spans.first[0].to, kTuesday + 4);
+  EXPECT_EQ(spans.first[1].from, kTuesday + 5);
+  EXPECT_EQ(spans.seconds, 9);
 }
 
 // A measurement that was stopped has left no gap in the record.
@@ -153,7 +183,7 @@ TEST(PeriodMeterTest, SecondsWithoutDataAreNeitherGapsNorSilence) {
   }
   const auto figures = FiguresOf(seconds);
   EXPECT_EQ(figures.quietSeconds, 30);
-  EXPECT_EQ(figures.gapCount, 0U);
+  EXPECT_EQ(figures.gaps.count, 0U);
   EXPECT_EQ(figures.missedReadings, 0U);
   EXPECT_DOUBLE_EQ(Shown(figures).seconds, 60.0);
   EXPECT_EQ(figures.programme.readings.shortTerm.Counts()[0], 0U);
