@@ -4,14 +4,16 @@
 
 #include <fmt/chrono.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 
 namespace louddesk {
 namespace {
 
-constexpr std::size_t kMostDigits = 9;  // of a number of units
-constexpr int kFirstYear = 70;          // 1970, as std::tm counts
+constexpr std::size_t kMostDigits = 9;  // of a number of units, and behind a decimal point
+constexpr char kDigits[] = "0123456789";
+constexpr int kFirstYear = 70;  // 1970, as std::tm counts
 constexpr int kLastYear = 8099;
 
 // How a moment may be written, and what its zone is.
@@ -61,6 +63,18 @@ bool IsDayOfItsMonth(const std::tm& fields) {
   return normalised.tm_mday == fields.tm_mday && normalised.tm_mon == fields.tm_mon;
 }
 
+// The text without the fraction of its seconds, as documents for programs have it: ":12.000".
+std::string WithoutFraction(const std::string& text) {
+  const std::size_t point = text.find('.');
+  const bool isBehindSeconds =
+      point != std::string::npos && point >= 6 && text[point - 3] == ':' && text[point - 6] == ':';
+  if (!isBehindSeconds)
+    return text;
+  const std::size_t end = std::min(text.find_first_not_of(kDigits, point + 1), text.size());
+  const std::size_t digits = end - point - 1;
+  return digits == 0 || digits > kMostDigits ? text : text.substr(0, point) + text.substr(end);
+}
+
 std::optional<std::int64_t> ReadAs(const Form& form, const std::string& text, std::int64_t now) {
   std::tm fields = form.hasDate ? std::tm{} : DayOf(now);
   const char* end = strptime(text.c_str(), form.text, &fields);
@@ -86,14 +100,15 @@ std::string LocalTimeText(std::int64_t time) {
 std::optional<std::int64_t> ReadTime(const std::string& text, std::int64_t now) {
   if (text == "now")
     return now;
+  const std::string whole = WithoutFraction(text);
   for (const Form& form : kForms)
-    if (const auto time = ReadAs(form, text, now))
+    if (const auto time = ReadAs(form, whole, now))
       return time;
   return std::nullopt;
 }
 
 std::optional<std::int64_t> ReadDuration(const std::string& text) {
-  const std::size_t digits = text.find_first_not_of("0123456789");
+  const std::size_t digits = text.find_first_not_of(kDigits);
   if (digits == 0 || digits > kMostDigits || digits + 1 != text.size())
     return std::nullopt;
   for (const Unit& unit : kUnits)

@@ -33,7 +33,8 @@ TEST_F(TimeTextTest, AMomentIsShownWithItsDistanceFromUtc) {
 TEST_F(TimeTextTest, TimesWithAZoneAreInIt) {
   for (const char* text :
        {"2026-11-22T11:00:00Z", "2026-11-22T12:00:00+01:00", "2026-11-22T06:00:00-05:00",
-        "2026-11-22T11:00Z", "2026-11-22 12:00:00 +0100"})
+        "2026-11-22T11:00Z", "2026-11-22 12:00:00 +0100", "2026-11-22T11:00:00.000Z",
+        "2026-11-22T12:00:00.9+01:00", "2026-11-22T12:00:00.123456789"})
     EXPECT_EQ(ReadTime(text, 0), kNoon) << text;
 }
 
@@ -57,7 +58,9 @@ TEST_F(TimeTextTest, TheDayOnWhichSummerTimeEndsIsLonger) {
 
 TEST_F(TimeTextTest, WhatIsNotATimeIsRefused) {
   for (const char* text : {"", "yesterday", "2026-11-31", "2026-13-01", "2026-11-22T25:00:00Z",
-                           "2026-11-22T11:00:00ZZ", "12", "1969-12-31", "99999-01-01"})
+                           "2026-11-22T11:00:00ZZ", "12", "1969-12-31", "99999-01-01", "12.5:30",
+                           "2026-11-22T11:00:00.Z", "2026-11-22T11:00:00.5.5Z",
+                           "2026-11-22T11:00.5Z", "2026-11-22T11:00:00.1234567890Z", "."})
     EXPECT_FALSE(ReadTime(text, kNoon)) << text;
 }
 
