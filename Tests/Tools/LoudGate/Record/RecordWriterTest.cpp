@@ -149,8 +149,8 @@ TEST_F(RecordWriterTest, AFolderThatIsMissingIsToldOnceAndTheRecordBeginsWithIt)
   fs::create_directories(mFolder);
   mWriter->Put(BatchOf(mNow + 10, 10));
   Await([](const RecordCounts& counts) { return counts.isWorking; });
-  EXPECT_EQ(mFile + ": the record goes on; 0 seconds of clusters are missing", mLines.back());
   End();
+  EXPECT_EQ(mFile + ": the record goes on; 0 seconds of clusters are missing", mLines.back());
   EXPECT_EQ(20u, Recorded().size());
 }
 
@@ -180,8 +180,8 @@ TEST_F(RecordWriterTest, AFullDiskCostsWhatDoesNotFitAndTheRecordGoesOnByItself)
   ASSERT_EQ(0, mount(nullptr, mFolder.c_str(), nullptr, MS_REMOUNT, "size=20m")) << errno;
   mWriter->Put(BatchOf(mNow + kDay * 9, 60));
   Await([](const RecordCounts& counts) { return counts.isWorking; });
-  EXPECT_EQ(mFile + ": the record goes on; 14400 seconds of clusters are missing", mLines.back());
   End();
+  EXPECT_EQ(mFile + ": the record goes on; 14400 seconds of clusters are missing", mLines.back());
   EXPECT_EQ(600u + 3 * 3 * 3600u + 60u, Recorded().size());
   const auto events = StationReader(mFile).Events(kCluster, {0, INT64_MAX});
   ASSERT_EQ(1u, events.size());
