@@ -16,7 +16,7 @@ namespace {
 constexpr std::int64_t kMsPerSecond = 1000;
 constexpr std::size_t kMostDigits = 6;
 
-// Of what is no configuration, nothing.
+// An event that is not a configuration changes nothing.
 void AddChange(std::vector<AimChange>& changes, const RecordedEvent& event) {
   if (event.kind != kConfigurationEvent)
     return;

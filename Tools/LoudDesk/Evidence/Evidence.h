@@ -48,8 +48,8 @@ struct PeriodAsked {
   std::optional<std::int64_t> last = {};  // length of the period, s; in the place of `from`
 };
 
-/// The period that is meant, up to `now`: what is still to come is no gap. Throws NoEvidence where
-/// it is empty, and StationError.
+/// The period that is meant, up to `now`: what is still to come is not a gap. Throws NoEvidence
+/// where it is empty, and StationError.
 StationPeriod PeriodMeant(const PeriodAsked& asked, StationReader& reader, std::int64_t now);
 
 /// The cluster that is meant; without one, the only one in the record. Throws NoEvidence where

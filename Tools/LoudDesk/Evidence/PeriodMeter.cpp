@@ -37,7 +37,8 @@ void Raise(std::optional<double>& maximum, double& at, double reading, double ti
   at = time;
 }
 
-// Whether a second has one and the same figures as the one before it, and is no silence.
+// Whether all figures of a second are the same as those of the second before it, and it is not
+// silent.
 bool IsUnchanged(const RecordedSecond& last, const RecordedSecond& second) {
   const std::int16_t code = second.momentary.front();
   const bool isSteady = std::all_of(second.momentary.begin(), second.momentary.end(),

@@ -62,7 +62,7 @@ struct PeriodFigures {
   std::int64_t invalidSeconds = 0;      // with data, though the programme had no meters
   std::int64_t aimedSeconds = 0;        // with data of meters, and with an aim in force
   std::int64_t aboveSeconds = 0;        // of those, with short-term loudness above its tolerance
-  std::int64_t belowSeconds = 0;        // the same below it; silence is
+  std::int64_t belowSeconds = 0;        // the same below it; silence counts as below
   std::vector<FoundPassages> passages;  // above each limit of the criteria
 };
 

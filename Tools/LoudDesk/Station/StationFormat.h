@@ -39,7 +39,7 @@ using MinuteOfSeconds = std::array<std::optional<RecordedSecond>, kSecondsPerMin
 std::string EncodeMinute(const MinuteOfSeconds& minute);
 
 /// The seconds of `minute` (since 1970) from bytes that may be anything: a second that is cut off
-/// or has an unknown state is missing; a momentary reading that is no code is missed.
+/// or has an unknown state is missing; a momentary reading that is not a code is missed.
 MinuteOfSeconds DecodeMinute(std::int64_t minute, std::string_view bytes);
 
 }  // namespace louddesk

@@ -32,8 +32,8 @@ class StationRecord {
   /// Whether the check has come to its end.
   bool Check(const std::function<bool()>& isToEnd);
 
-  /// Appends in one transaction; a second that is recorded already keeps its readings. Returns how
-  /// many of those there were. Throws StationError, and then nothing has been appended.
+  /// Appends in one transaction; a second that is recorded already keeps its readings. Returns the
+  /// number of such seconds. Throws StationError, and then nothing has been appended.
   /// REQUIRES: times are not negative.
   std::size_t Append(const StationBatch& batch);
 

@@ -20,10 +20,10 @@ namespace loudgate {
 struct RecordSettings {
   std::string file;
   std::int64_t days = 90;
-  std::uint64_t mostBytes = std::uint64_t{2} << 30;  // with SQLite's log; what was set aside aside
+  std::uint64_t mostBytes = std::uint64_t{2} << 30;  // with SQLite's log, without files set aside
 };
 
-/// How the record does.
+/// The state of the record.
 struct RecordCounts {
   std::uint64_t bytes = 0;        // of the file and SQLite's log
   std::uint64_t failures = 0;     // attempts to write that failed
