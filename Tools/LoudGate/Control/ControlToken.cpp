@@ -25,7 +25,7 @@ constexpr mode_t kForbiddenMode = S_IWGRP | S_IRWXO;
 class TokenFile {
  public:
   explicit TokenFile(const std::string& name)
-      : mDescriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC)) {
+      : mDescriptor(open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
     if (mDescriptor < 0)
       throw TokenError(name + ": " + std::strerror(errno));
   }

@@ -3,6 +3,8 @@
 #include "ControlToken.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "TokenFile.h"
 
@@ -63,6 +65,14 @@ TEST(ControlTokenTest, MayBeReadByItsOwnerAndGroupOnly) {
     EXPECT_EQ("", ReasonFor(kToken, mode)) << mode;
   for (const mode_t mode : {0604u, 0602u, 0601u, 0660u, 0620u, 0644u, 0777u})
     EXPECT_EQ(reason, ReasonFor(kToken, mode)) << mode;
+}
+
+// To open it for reading would wait for somebody who writes.
+TEST(ControlTokenTest, ANamedPipeIsRefusedAtOnce) {
+  const std::string pipe = "/tmp/token-pipe-" + std::to_string(getpid());
+  ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+  EXPECT_THROW(ControlToken{pipe}, TokenError);
+  unlink(pipe.c_str());
 }
 
 TEST(ControlTokenTest, AFileThatIsNoneIsNamed) {
