@@ -23,9 +23,10 @@ package=(dpkg-dev debhelper help2man)
 cross_package=(dpkg-dev mmdebstrap)
 check_packages=(lintian binutils mmdebstrap arch-test systemd-container iproute2 alsa-utils
                 qemu-user-static)
-check=(clang clang-tidy cppcheck libclang-rt-dev llvm clang-format libgtest-dev libgmock-dev libbenchmark-dev
+check=(ccache clang clang-tidy cppcheck libclang-rt-dev llvm clang-format libgtest-dev libgmock-dev libbenchmark-dev
        nlohmann-json3-dev alsa-utils hex-a-hop-data sound-theme-freedesktop libsndfile1-dev ffmpeg
        flac lame opus-tools vorbis-tools wavpack libebur128-dev tmux libfaketime nftables
+       valgrind iproute2 python3 python3-jsonschema python3-zmq systemd bash-completion xz-utils zstd
        curl openssl prometheus chromium chromium-driver
        libcli11-dev libfmt-dev libncurses-dev libsodium-dev libsqlite3-dev libzstd-dev libmicrohttpd-dev
        prometheus-cpp-dev)
