@@ -1,4 +1,12 @@
-# What the scripts that run in a clean root share. They say what `fail` does.
+# What the scripts share that try the packages in clean roots. They say what `fail` does.
+
+# Every file of a root with its kind, rights, owners and contents, but for what package managers and the journal
+# write down.
+files_of() {
+  (cd "$1" && find . -xdev \( -path ./test -o -path ./proc -o -path ./sys -o -path ./dev -o -path ./var/lib/dpkg \
+    -o -path ./var/log -o -path ./var/cache -o -path ./tmp -o -name '*-' \) -prune -o -printf '%y %m %u %g %p %l\n' | sort
+   find etc usr/lib/systemd var/lib/systemd -xdev -type f ! -name '*-' -exec sha256sum {} + | sort)
+}
 
 quietly() { "$@" >log 2>&1 || { cat log; fail "$* failed"; }; }
 
@@ -32,4 +40,20 @@ expect_figure_over_http() {
     "\"Name\":\"1-1\",.*\"State\":\"RUNNING\",.*\"MaxTruePeak\":$peak,"
   within 10 "the figure in /metrics" gate_says "$1" /metrics \
     "^loudcalc_max_true_peak_dbtp\{(.*,)?cluster=\"1\"[^}]*\} $peak\$"
+}
+
+# The recorded seconds of service 1 as a table; the gate writes them once a minute, and when it ends.
+seconds_of_record() {
+  LoudDesk log --cluster 1-1 --last 1h --series seconds.csv >/dev/null 2>log.err || { cat log.err; return 1; }
+  grep '^1-1,' seconds.csv
+}
+
+# Whether more seconds are recorded than so many.
+more_seconds_than() { [ "$(seconds_of_record | wc -l)" -gt "$1" ]; }
+
+# A gate that has ended leaves one file, with the figure of the service.
+expect_closed_record() {
+  expect "files of a record that is closed" "$(ls -A /var/lib/loudgate)" station.db
+  expect "true peak in the record" "$(LoudDesk log --cluster 1-1 --last 1h --format json 2>/dev/null |
+    sed -nE 's/.*"MaxTruePeak":(-?[0-9.]+).*/\1/p')" "$peak"
 }

@@ -28,17 +28,18 @@ expect "version" "$(LoudDesk --version)" "LoudDesk $(dpkg-query -W -f '${Version
 expect "version" "$(LoudGate --version)" "LoudGate $(dpkg-query -W -f '${Version}' loudcalc-gate)"
 expect "rights of the directory" "$(stat -c '%a %U:%G' /run/shm/mq)" "2770 root:loudcalc-peers"
 
-# The recording's highest true peak, by the engine alone and through the service.
+# The recording's highest true peak, by the engine alone, through the service, over HTTP and in the record.
 /usr/libexec/loudcalc/start 1 >service.log 2>&1 &
 service=$!
+mkdir -p /var/lib/loudgate  # as systemd would
+LoudGate >gate.log 2>&1 &
+gate=$!
 measure_through_service
 expect "true peak" "$peak" \
   "$(LoudDesk measure --format json Front_Center.wav | sed -nE 's/.*"MaxTruePeak":(-?[0-9.]+).*/\1/p')"
-
-LoudGate >gate.log 2>&1 &
-gate=$!
 expect_figure_over_http 8128
 expect_orderly_end "the gate" "$gate"
+expect_closed_record
 expect_orderly_end "the service" "$service"
 
 # An upgrade keeps the settings, whether or not those of the new version differ; so does a removal.
@@ -46,20 +47,20 @@ echo "LOUDCALC_OPTIONS=-i eth7" >>/etc/default/loudcalc
 echo "LOUDGATE_OPTIONS=--name station.example" >>/etc/default/loudcalc-gate
 settings() { cat /etc/default/loudcalc /etc/default/loudcalc-gate | sha256sum; }
 before=$(settings)
+record=$(sha256sum /var/lib/loudgate/*)
 quietly dpkg --force-confdef -i newer/*.deb
 expect "settings after the upgrade" "$(settings)" "$before"
 case $(dpkg-query -W -f '${Version}' loudcalc) in
   *+newer) ;;
   *) fail "no upgrade" ;;
 esac
-mkdir -p /var/lib/loudgate  # as a gate that keeps a record
-echo "of a day" >>/var/lib/loudgate/trace
+expect "record after the upgrade" "$(sha256sum /var/lib/loudgate/*)" "$record"
 quietly dpkg --remove loudcalc loudcalc-desk loudcalc-gate
 for program in LoudCalc LoudDesk LoudGate; do
   [ ! -e "/usr/bin/$program" ] || fail "$program is not removed"
 done
 expect "settings after the removal" "$(settings)" "$before"
-expect "record after the removal" "$(cat /var/lib/loudgate/trace)" "of a day"
+expect "record after the removal" "$(sha256sum /var/lib/loudgate/*)" "$record"
 
 # The files of the peers stay.
 rm -f /run/shm/mq/hwmProbeLuRawDataPub-1.ipc /run/shm/mq/loggerSinkMq.ipc

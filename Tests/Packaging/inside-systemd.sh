@@ -19,6 +19,7 @@ restarted() {
 }
 status_line() { sed -n "s/^$2:[[:space:]]*//p" "/proc/$1/status"; }
 
+files_of / >before
 quietly dpkg -i ./*.deb
 cat >>/etc/default/loudcalc <<'END'
 LOUDCALC_MAIN_BOARD_ADDRESS=127.0.0.1
@@ -54,6 +55,7 @@ expect_hardened() {
   expect "homes" "$(in_its_view ls -A /root /home 2>/dev/null | grep -v ':$' | tr -d '\n')" ""
 }
 expect_hardened "$first"
+systemd-analyze security --no-pager --threshold=16 loudcalc@1 >log 2>&1 || { tail -n 1 log; fail "less hardened"; }
 user=$(status_line "$first" Uid | cut -f 1)
 nsenter --target "$first" --mount -- touch /run/shm/mq/trace || fail "cannot write to the directory of the sockets"
 rm /run/shm/mq/trace
@@ -74,8 +76,9 @@ expect "state of the gate" "$(of_unit SubState loudgate)" running
 gate=$(of_unit MainPID loudgate)
 expect_figure_over_http 8128
 expect_hardened "$gate" /run/shm/mq
+systemd-analyze security --no-pager --threshold=16 loudgate >log 2>&1 || { tail -n 1 log; fail "less hardened"; }
 within 10 "the record" test -s /var/lib/loudgate/station.db
-expect "rights of the record" "$(stat -L -c %a /var/lib/loudgate/station.db)" 600
+expect "rights of the record" "$(stat -L -c '%a %u' /var/lib/loudgate/station.db)" "600 $(status_line "$gate" Uid | cut -f 1)"
 echo "The gate: the figure over HTTP, DynamicUser, rights, and a system that is read-only but for the record."
 
 kill -STOP "$first"
@@ -91,13 +94,47 @@ measure_through_service
 expect_figure_over_http 8128
 within 10 "restarts of the service over HTTP" gate_says 8128 /api/clusters '"Name":"1-1".*"Restarts":[1-9]'
 expect "process of the gate" "$(of_unit MainPID loudgate)" "$gate"
-echo "LOUDGATE_OPTIONS=--listen 127.0.0.1:8130" >>/etc/default/loudcalc-gate
-systemctl restart loudgate
+systemctl stop loudgate
+expect_closed_record
+recorded=$(seconds_of_record | wc -l)
+echo "LOUDGATE_OPTIONS=--listen 127.0.0.1:8130 --write-every 1" >>/etc/default/loudcalc-gate
+systemctl start loudgate
 gate=$(of_unit MainPID loudgate)
 expect_figure_over_http 8130
+within 20 "seconds in the record while the gate runs" more_seconds_than "$recorded"
 kill -STOP "$gate"
 within 20 "restart of the gate by the watchdog" restarted 1 "$gate" loudgate
+recorded=$(seconds_of_record | wc -l)
+within 20 "seconds in the record after a kill" more_seconds_than "$recorded"
 echo "The gate outlives the service, takes its settings, and is restarted by the watchdog."
+echo "SIGTERM closes the record; it goes on after a start, and after a kill."
+
+# What the manual says of commands, word for word.
+manual() { sed -nE '/^[^ ].*only root can read:$/,/^[^ ]/s/^    (.*)/\1/p' OPERATIONS.md; }
+[ "$(manual | wc -l)" -ge 3 ] || fail "OPERATIONS.md does not say how the gate gets its token"
+order() {
+  curl -s -o answer -w '%{http_code}' --json '{"Command":"Pause"}' "$@" http://127.0.0.1:8128/api/clusters/1-1
+}
+is_ordered() { [ "$(order -H @headers)" = 200 ]; }
+echo "LOUDGATE_OPTIONS=" >>/etc/default/loudcalc-gate
+systemctl restart loudgate
+within 10 "the gate as it is installed" gate_says 8128 /api/clusters '"Name":"1-1"'
+expect "answer to a command without --control" "$(order)" 405
+echo "LOUDCALC_MAIN_BOARD_ADDRESS=127.0.0.1" >>/etc/default/loudcalc-gate
+quietly bash -euc "$(manual)"
+gate=$(of_unit MainPID loudgate)
+within 10 "the gate with a token" gate_says 8128 /api/control '"Enabled":true'
+expect "rights of the token" "$(stat -c '%a %U:%G' /etc/loudgate/token)" "600 root:root"
+sed 's/^/Authorization: Bearer /' /etc/loudgate/token >headers
+tr 0-9a-f 1-9a-f0 <headers >others  # another token
+within 10 "the cluster" gate_says 8128 /api/clusters '"Name":"1-1"'
+expect "answer to a command without the token" "$(order)" 401
+expect "answer to a command with another token" "$(order -H @others)" 401
+within 30 "a command with the token" is_ordered
+grep -q '"Command":"Pause","Acknowledged":true' answer || fail "$(cat answer)"
+within 10 "what it has caused" gate_says 8128 /api/clusters '"Name":"1-1",.*"State":"PAUSED"'
+! journalctl --no-pager | grep -qF "$(cat /etc/loudgate/token)" || fail "the journal has the token"
+echo "Commands over HTTP by the token that the unit hands over as the manual says, and by no other."
 
 # If it took too long, systemd would kill it and say so.
 for unit in loudcalc@1 loudgate; do
@@ -116,30 +153,29 @@ systemctl reset-failed loudcalc@2-9
 
 third=$(of_unit MainPID)
 gate=$(of_unit MainPID loudgate)
-before=$(cat /etc/default/loudcalc /etc/default/loudcalc-gate | sha256sum)
+settings() { cat /etc/default/loudcalc /etc/default/loudcalc-gate /etc/loudgate/token | sha256sum; }
+before=$(settings)
+recorded=$(seconds_of_record)
 quietly dpkg --force-confdef -i newer/*.deb
 within 10 "restart by the upgrade" restarted 0 "$third"
 within 10 "restart of the gate by the upgrade" restarted 0 "$gate" loudgate
-expect "settings after the upgrade" "$(cat /etc/default/loudcalc /etc/default/loudcalc-gate | sha256sum)" "$before"
-within 10 "the gate after the upgrade" gate_says 8130 /api/clusters '"Name":"1-1"'
-echo "Upgrade: the settings kept, the instances started again."
+expect "settings after the upgrade" "$(settings)" "$before"
+within 10 "the gate after the upgrade" gate_says 8128 /api/clusters '"Name":"1-1"'
+expect "record after the upgrade" "$(seconds_of_record | head -n "$(wc -l <<<"$recorded")")" "$recorded"
+echo "Upgrade: the settings and the record kept, the instances started again."
 
 ! journalctl --no-pager -b | grep -E 'loud(calc|gate).*(Unknown|ignoring)' || fail "systemd has something to say of the files"
 
 # The files of the peers stay.
 rm -f /run/shm/mq/hwmProbeLuRawDataPub-1.ipc /run/shm/mq/loggerSinkMq.ipc
-# So is the record, where systemd has made its directory.
-mkdir -p /var/lib/private/loudgate
-touch /var/lib/private/loudgate/trace
-[ -e /var/lib/loudgate ] || ln -s private/loudgate /var/lib/loudgate
 quietly dpkg --purge loudcalc loudcalc-desk loudcalc-gate
 for unit in loudcalc@1 loudgate; do
   expect "state of $unit after the purge" "$(of_unit ActiveState $unit)" inactive
 done
 ! ls -l /proc/[0-9]*/exe 2>/dev/null | grep -E 'LoudCalc|LoudGate' || fail "still running"
-left=$(find /etc /run/shm/ /usr/lib/systemd /lib/systemd /var/lib -path /var/lib/dpkg -prune -o \
-  \( -name '*loudcalc*' -o -name '*loudgate*' -o -name mq \) -print)
-expect "left by the purge" "$left" ""
+files_of / >after
+diff before after || fail "purge leaves that behind"
+expect "left by the purge in /run" "$(find /run /run/shm/ \( -name '*loud*' -o -name mq \) -print)" ""
 ! getent group loudcalc-peers || fail "the group is still there"
 echo "Purged without a trace."
 echo "All is well."

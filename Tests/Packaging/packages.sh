@@ -8,12 +8,17 @@ here=$(cd "$(dirname "$0")" && pwd)
 packages=$sources/build/packages
 recording=/usr/share/sounds/alsa/Front_Center.wav
 place=$(mktemp -d)
+formats=/proc/sys/fs/binfmt_misc
 registered=
+mounted=
 tidy_up() {
-  [ -z "$registered" ] || echo -1 >/proc/sys/fs/binfmt_misc/qemu-aarch64
+  [ -z "$registered" ] || echo -1 >"$formats/qemu-aarch64"
+  [ -z "$mounted" ] || umount "$formats"
   rm -rf --one-file-system "$place"
 }
 trap tidy_up EXIT
+
+. "$here/inside-common.sh"
 
 fail() { printf '%s\n' "$*"; exit 1; }
 
@@ -24,22 +29,24 @@ leave_out() {
 
 # Programs for the board's processor run in QEMU, which must be registered with the kernel.
 let_emulator_run() {
-  local formats=/proc/sys/fs/binfmt_misc
-  [ -e "$formats/register" ] || mount -t binfmt_misc none "$formats" ||
-    leave_out "the packages in a clean root, since this machine's kernel cannot be told of the emulator."
+  if [ ! -e "$formats/register" ]; then
+    mount -t binfmt_misc none "$formats" ||
+      leave_out "the packages in a clean root, since this machine's kernel cannot be told of the emulator."
+    mounted=yes
+  fi
   if [ ! -e "$formats/qemu-aarch64" ]; then
     cat /usr/lib/binfmt.d/qemu-aarch64.conf >"$formats/register"
     registered=yes
   fi
 }
 
-# Debian's minimal system with what the packages depend on, and a reader for the gate.
+# Debian's minimal system with what the packages depend on, a reader for the gate, and what the manual's commands need.
 make_root() {
   local needed= package
   for package in "$packages"/loudcalc{,-desk,-gate}_*"_$architecture.deb"; do
     needed+=", $(dpkg-deb -f "$package" Depends | sed 's/\bloudcalc, //')"
   done
-  mmdebstrap --quiet --variant=minbase --architectures="$architecture" --include=systemd-sysv,curl \
+  mmdebstrap --quiet --variant=minbase --architectures="$architecture" --include=systemd-sysv,curl,openssl,sudo \
     --customize-hook="chroot \"\$1\" apt-get satisfy -y -qq --no-install-recommends '${needed#, }'" \
     "$(. /etc/os-release && echo "$VERSION_CODENAME")" "$place/clean" >"$place/log" 2>&1 ||
     { cat "$place/log"; fail "no clean root"; }
@@ -49,7 +56,8 @@ make_root() {
 put_in() {
   local package settings
   mkdir -p "$1/test/newer"
-  cp "$packages"/loudcalc{,-desk,-gate}_*"_$architecture.deb" "$recording" "$here"/inside-*.sh "$1/test/"
+  cp "$packages"/loudcalc{,-desk,-gate}_*"_$architecture.deb" "$recording" "$here"/inside-*.sh \
+    "$sources/Docs/OPERATIONS.md" "$1/test/"
   for package in "$1"/test/*.deb; do
     dpkg-deb -R "$package" "$place/repack"
     sed -i 's/^Version: .*/&+newer/' "$place/repack/DEBIAN/control"
@@ -59,13 +67,6 @@ put_in() {
     dpkg-deb -b "$place/repack" "$1/test/newer/${package##*/}" >/dev/null
     rm -rf "$place/repack"
   done
-}
-
-# Every file of a root with its kind, rights, owners and contents, but for what package managers write down.
-files_of() {
-  (cd "$1" && find . -xdev \( -path ./test -o -path ./proc -o -path ./sys -o -path ./dev -o -path ./var/lib/dpkg \
-    -o -path ./var/log -o -path ./var/cache -o -path ./tmp -o -name '*-' \) -prune -o -printf '%y %m %u %g %p %l\n' | sort
-   find etc usr/lib/systemd var/lib/systemd -xdev -type f ! -name '*-' -exec sha256sum {} + | sort)
 }
 
 # In namespaces of its own the service's addresses are free.
