@@ -68,6 +68,7 @@ constexpr char kProgrammeEvent[] = "programme";          // text: what changed
 constexpr char kRestartEvent[] = "restart";              // of the service
 constexpr char kStateEvent[] = "state";                  // text: the new state
 constexpr char kGateEvent[] = "gate";                    // text: "started" or "stopped"
+constexpr char kClockEvent[] = "clock";                  // text: by how much it was set
 constexpr char kGapEvent[] = "gap";                      // text: what was lost, and why
 
 struct RecordedEvent {
@@ -76,6 +77,11 @@ struct RecordedEvent {
   std::string kind;
   std::string text;
 };
+
+/// Bytes of memory that an event takes.
+inline std::size_t SizeOf(const RecordedEvent& event) {
+  return sizeof event + event.kind.size() + event.text.size();
+}
 
 /// Why a record cannot be used. The text is one line for the user.
 class StationError : public std::runtime_error {

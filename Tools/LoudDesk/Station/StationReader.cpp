@@ -68,8 +68,11 @@ std::vector<StationCluster> StationReader::Clusters() {
 }
 
 std::optional<StationPeriod> StationReader::Extent() {
-  SqliteStatement first(mFile, "SELECT id FROM minutes WHERE id >= 0 ORDER BY id LIMIT 1");
-  SqliteStatement last(mFile, "SELECT id FROM minutes WHERE id >= 0 ORDER BY id DESC LIMIT 1");
+  constexpr std::int64_t kEnd = kLastTime / kSecondsPerMinute * kClusterNumbers;
+  SqliteStatement first(mFile, "SELECT id FROM minutes WHERE id BETWEEN 0 AND ? ORDER BY id");
+  SqliteStatement last(mFile, "SELECT id FROM minutes WHERE id BETWEEN 0 AND ? ORDER BY id DESC");
+  first.Bind(1, kEnd);
+  last.Bind(1, kEnd);
   if (!first.Step() || !last.Step())
     return std::nullopt;
   return StationPeriod{first.Number(0) / kClusterNumbers * kSecondsPerMinute,
@@ -118,16 +121,21 @@ std::vector<RecordedSecond> StationReader::Seconds(const StationCluster& cluster
   return seconds;
 }
 
-std::vector<RecordedEvent> StationReader::Events(const StationCluster& cluster,
-                                                 const StationPeriod& period) {
-  std::vector<RecordedEvent> events;
+void StationReader::ReadEvents(const StationCluster& cluster, const StationPeriod& period,
+                               const std::function<void(const RecordedEvent&)>& take) {
   SqliteStatement rows(mFile,
                        "SELECT time, cluster, kind, text FROM events WHERE time >= ? AND time < ?"
                        " AND (cluster IS NULL OR cluster = ?) ORDER BY time, id");
   rows.Bind(1, Bounded(period.from) * kMsPerSecond).Bind(2, Bounded(period.to) * kMsPerSecond);
   rows.Bind(3, NumberOf(cluster).value_or(-1));
   while (rows.Step())
-    events.push_back(EventOf(rows, cluster));
+    take(EventOf(rows, cluster));
+}
+
+std::vector<RecordedEvent> StationReader::Events(const StationCluster& cluster,
+                                                 const StationPeriod& period) {
+  std::vector<RecordedEvent> events;
+  ReadEvents(cluster, period, [&events](const RecordedEvent& event) { events.push_back(event); });
   return events;
 }
 

@@ -41,8 +41,12 @@ class StationReader {
   /// The same at once. 2.3 MB a day in the file are 3.5 MB in memory.
   std::vector<RecordedSecond> Seconds(const StationCluster& cluster, const StationPeriod& period);
 
-  /// Events of a cluster and of the gate itself within `period`, in the order of time, and those
-  /// of the same millisecond in the order in which they came.
+  /// Hands on the events of a cluster and of the gate itself within `period`, in the order of time,
+  /// and those of the same millisecond in the order in which they came.
+  void ReadEvents(const StationCluster& cluster, const StationPeriod& period,
+                  const std::function<void(const RecordedEvent&)>& take);
+
+  /// The same at once.
   std::vector<RecordedEvent> Events(const StationCluster& cluster, const StationPeriod& period);
 
   /// The last event of a cluster of that kind before `time` (s since 1970): the configuration in

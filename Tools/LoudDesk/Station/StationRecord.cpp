@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <limits>
 #include <mutex>
 #include <thread>
 
@@ -19,6 +20,7 @@ namespace {
 using Fault = StationError::Fault;
 
 constexpr std::int64_t kMsPerSecond = 1000;
+constexpr std::int64_t kSecondsPerDay = 86400;
 
 // Page size and auto_vacuum only count before the first table is made. In the log of a writer
 // (WAL) a transaction is written once and is safe with one flush; it is carried over into the
@@ -39,12 +41,25 @@ constexpr std::int64_t kRowsAtOnce = 4096;
 // Pages that one transaction moves to give space back: 8 MiB.
 constexpr int kPagesAtOnce = 1024;
 
+// No time of a record is further from 1970 than 10,000 years.
+constexpr std::int64_t kFurthest = 10000 * 365 * kSecondsPerDay;
+
 // Time between two questions whether to give up a check.
 constexpr std::chrono::milliseconds kAskEvery{20};
 
 std::uint64_t SizeOf(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+FileIdentity IdentityOf(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 ? FileIdentity{status.st_dev, status.st_ino}
+                                          : FileIdentity{};
+}
+
+bool operator==(const FileIdentity& left, const FileIdentity& right) {
+  return left.device == right.device && left.number == right.number;
 }
 
 // Interrupts what goes on in a database, from a thread of its own, as soon as it is to end.
@@ -85,7 +100,7 @@ class Interrupter {
 }  // namespace
 
 StationRecord::StationRecord(const std::string& path)
-    : mPath(path), mFile(path, SqliteMode::kReadWrite) {
+    : mPath(path), mFile(path, SqliteMode::kReadWrite), mIdentity(IdentityOf(path)) {
   CheckKind();
   Prepare();
 }
@@ -131,19 +146,26 @@ bool StationRecord::Check(const std::function<bool()>& isToEnd) {
   }
 }
 
-std::size_t StationRecord::Append(const StationBatch& batch) {
+bool StationRecord::IsInPlace() const {
+  return IdentityOf(mPath) == mIdentity;
+}
+
+LeftOut StationRecord::Append(const StationBatch& batch) {
   SqliteTransaction transaction(mFile);
-  std::size_t kept = 0;
+  LeftOut leftOut;
   for (const auto& [cluster, seconds] : batch.seconds)
-    kept += AppendSeconds(NumberOf(cluster), seconds);
+    if (const auto number = NumberOf(cluster))
+      leftOut.repeated += AppendSeconds(*number, seconds);
+    else
+      leftOut.tooMany += seconds.size();
   for (const RecordedEvent& event : batch.events)
     AppendEvent(event);
   transaction.Commit();
-  return kept;
+  return leftOut;
 }
 
-// The number of a cluster, which gets one when it is new.
-std::int64_t StationRecord::NumberOf(const StationCluster& cluster) {
+// The number of a cluster, which gets one when it is new; nothing when there is none left.
+std::optional<std::int64_t> StationRecord::NumberOf(const StationCluster& cluster) {
   SqliteStatement known(mFile, "SELECT number FROM clusters WHERE meter_set = ? AND cluster = ?");
   known.Bind(1, cluster.meterSet).Bind(2, cluster.cluster);
   if (known.Step())
@@ -152,7 +174,7 @@ std::int64_t StationRecord::NumberOf(const StationCluster& cluster) {
                                   ? 0
                                   : mFile.Number("SELECT max(number) FROM clusters") + 1;
   if (number >= kClusterNumbers)
-    throw StationError(Fault::kUnavailable, mPath + ": it has no number left for a new cluster");
+    return std::nullopt;
   SqliteStatement added(mFile,
                         "INSERT INTO clusters (number, meter_set, cluster) VALUES (?, ?, ?)");
   added.Bind(1, number).Bind(2, cluster.meterSet).Bind(3, cluster.cluster).Run();
@@ -187,24 +209,51 @@ void StationRecord::AppendEvent(const RecordedEvent& event) {
   SqliteStatement written(mFile,
                           "INSERT INTO events (time, cluster, kind, text) VALUES (?, ?, ?, ?)");
   written.Bind(1, event.time).BindText(3, event.kind).BindText(4, event.text);
-  if (event.cluster)
-    written.Bind(2, NumberOf(*event.cluster));
+  const auto number = event.cluster ? NumberOf(*event.cluster) : std::nullopt;
+  if (event.cluster && !number)
+    return;
+  if (number)
+    written.Bind(2, *number);
   else
     written.BindNull(2);
   written.Run();
 }
 
-bool StationRecord::RemoveBefore(std::int64_t time) {
+bool StationRecord::RemoveOlderThan(std::int64_t days, std::int64_t now) {
+  const std::int64_t end = std::min(now - days * kSecondsPerDay, StartOfLastDays(days));
+  return end > kClockIsSet && Remove(kClockIsSet, end);
+}
+
+// A clock that was far in the future for an hour has made one day of the record, and costs no more
+// than one. The rows are in the order of time: a day takes one look.
+std::int64_t StationRecord::StartOfLastDays(std::int64_t days) {
+  constexpr std::int64_t kIdsPerDay = kSecondsPerDay / kSecondsPerMinute * kClusterNumbers;
+  SqliteStatement last(mFile, "SELECT id FROM minutes WHERE id < ? ORDER BY id DESC LIMIT 1");
+  std::int64_t day = std::numeric_limits<std::int64_t>::max() / kIdsPerDay;
+  for (std::int64_t count = 0; count < days; ++count) {
+    last.Bind(1, day * kIdsPerDay);
+    if (!last.Step())
+      return 0;
+    day = last.Number(0) / kIdsPerDay;
+    last.Reset();
+  }
+  return day * kSecondsPerDay;
+}
+
+// Whole minutes from `from`, before `to`.
+bool StationRecord::Remove(std::int64_t from, std::int64_t to) {
   SqliteTransaction transaction(mFile);
   SqliteStatement minutes(mFile,
                           "DELETE FROM minutes WHERE id IN"
-                          " (SELECT id FROM minutes WHERE id < ? ORDER BY id LIMIT ?)");
-  minutes.Bind(1, time / kSecondsPerMinute * kClusterNumbers).Bind(2, kRowsAtOnce).Run();
+                          " (SELECT id FROM minutes WHERE id >= ? AND id < ? ORDER BY id LIMIT ?)");
+  minutes.Bind(1, from / kSecondsPerMinute * kClusterNumbers);
+  minutes.Bind(2, to / kSecondsPerMinute * kClusterNumbers).Bind(3, kRowsAtOnce).Run();
   std::int64_t removed = sqlite3_changes64(mFile.Handle());
-  SqliteStatement events(mFile,
-                         "DELETE FROM events WHERE id IN"
-                         " (SELECT id FROM events WHERE time < ? ORDER BY time LIMIT ?)");
-  events.Bind(1, time * kMsPerSecond).Bind(2, kRowsAtOnce).Run();
+  SqliteStatement events(
+      mFile,
+      "DELETE FROM events WHERE id IN"
+      " (SELECT id FROM events WHERE time >= ? AND time < ? ORDER BY time LIMIT ?)");
+  events.Bind(1, from * kMsPerSecond).Bind(2, to * kMsPerSecond).Bind(3, kRowsAtOnce).Run();
   removed += sqlite3_changes64(mFile.Handle());
   transaction.Commit();
   return removed > 0;
@@ -225,7 +274,7 @@ bool StationRecord::RemoveOldest() {
         std::min(oldest.value_or(event.Number(0) / kMsPerSecond), event.Number(0) / kMsPerSecond);
   minute.Reset();
   event.Reset();
-  return oldest && RemoveBefore(*oldest + kHour);
+  return oldest && Remove(-kFurthest, std::min(*oldest, kFurthest) + kHour);
 }
 
 // The last pages move into the places of free ones, a few at a time, and the file is cut.
@@ -237,11 +286,21 @@ void StationRecord::ReturnSpace() {
     if (left >= before)
       break;
   }
+  CarryOverLog();
+}
+
+void StationRecord::CarryOverLog() {
   SqliteStatement(mFile, "PRAGMA wal_checkpoint(TRUNCATE)").Run();
 }
 
 std::uint64_t StationRecord::Size() const {
   return SizeOf(mPath) + SizeOf(mPath + "-wal");
+}
+
+std::uint64_t StationRecord::UsedBytes() {
+  const std::int64_t pages =
+      mFile.Number("PRAGMA page_count") - mFile.Number("PRAGMA freelist_count");
+  return static_cast<std::uint64_t>(pages * mFile.Number("PRAGMA page_size"));
 }
 
 }  // namespace louddesk

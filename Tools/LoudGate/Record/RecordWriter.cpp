@@ -5,6 +5,7 @@
 #include <pthread.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -22,20 +23,30 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-// Seconds of all clusters that wait to be written at most: ten minutes of 64 clusters, 2.5 MB.
+// What waits to be written weighs as much as so many seconds of clusters at most: ten minutes of 64
+// clusters, 2.5 MB.
 constexpr std::size_t kMostPending = std::size_t{64} * 600;
 
 // A check reads the whole file. What has not been read by then is not checked; damage there shows
 // when it is met.
 constexpr std::chrono::seconds kCheckFor{60};
 
-constexpr std::int64_t kSecondsPerDay = 86400;
+// Of the size that is allowed, this much at most is for SQLite's log.
+constexpr std::uint64_t kLogBytes = std::uint64_t{2} << 20;
 
 std::size_t SecondsOf(const StationBatch& batch) {
   std::size_t count = 0;
   for (const auto& [cluster, seconds] : batch.seconds)
     count += seconds.size();
   return count;
+}
+
+// The memory that a batch takes, in seconds. Even an empty one weighs something.
+std::size_t WeightOf(const StationBatch& batch) {
+  std::size_t bytes = sizeof batch;
+  for (const louddesk::RecordedEvent& event : batch.events)
+    bytes += louddesk::SizeOf(event);
+  return SecondsOf(batch) + 1 + bytes / sizeof(louddesk::RecordedSecond);
 }
 
 std::string Stamp() {
@@ -80,6 +91,7 @@ void RecordWriter::Put(StationBatch batch) {
   {
     const std::lock_guard lock(mMutex);
     mPending.push_back(std::move(batch));
+    BoundPending(kMostPending);
     mIsWoken = true;
   }
   mChange.notify_one();
@@ -132,14 +144,24 @@ void RecordWriter::Write() {
       Keep(error);
     }
   }
-  BoundPending();
+  const std::lock_guard lock(mMutex);
+  BoundPending(mIsRefused ? 0 : kMostPending);
 }
 
 void RecordWriter::Open() {
+  if (mRecord && !mRecord->IsInPlace())
+    LeaveTakenFile();
   if (mRecord)
     return;
   mRecord = std::make_unique<StationRecord>(mSettings.file);
   Check();
+}
+
+// When SQLite closes a file that was moved it drops the log, which still has the old name.
+void RecordWriter::LeaveTakenFile() {
+  Tell(mSettings.file + ": the file was taken away; a new one begins");
+  const auto record = std::move(mRecord);
+  record->CarryOverLog();
 }
 
 void RecordWriter::Check() {
@@ -150,23 +172,37 @@ void RecordWriter::Check() {
 }
 
 void RecordWriter::AppendAll() {
-  for (;;) {
-    StationBatch batch;
-    {
+  while (std::optional<StationBatch> batch = TakeNext())
+    try {
+      TellOfLeftOut(mRecord->Append(*batch));
+    } catch (const StationError&) {
       const std::lock_guard lock(mMutex);
-      if (mPending.empty())
-        break;
-      batch = mPending.front();
+      mPending.push_front(std::move(*batch));
+      throw;
     }
-    const std::size_t repeated = mRecord->Append(batch);
-    if (repeated > 0 && !std::exchange(mIsRepeatTold, true))
-      Tell(mSettings.file + ": seconds that are recorded already keep their readings; the clock " +
-           "was set back, or another LoudGate writes the file");
-    mIsRepeatTold = repeated > 0;
-    const std::lock_guard lock(mMutex);
-    mPending.pop_front();
-  }
   TellOfRecovery();
+}
+
+std::optional<StationBatch> RecordWriter::TakeNext() {
+  const std::lock_guard lock(mMutex);
+  if (mPending.empty())
+    return std::nullopt;
+  StationBatch next = std::move(mPending.front());
+  mPending.pop_front();
+  return next;
+}
+
+void RecordWriter::TellOfLeftOut(const louddesk::LeftOut& leftOut) {
+  if (leftOut.repeated > 0 && !mIsRepeatTold)
+    Tell(mSettings.file + ": seconds that are recorded already keep their readings; the clock " +
+         "was set back, or another LoudGate writes the file");
+  if (leftOut.tooMany > 0 && !mIsTooManyTold)
+    Tell(mSettings.file + ": it has no number left for a new cluster, which is not recorded; " +
+         "another file has");
+  mIsRepeatTold = leftOut.repeated > 0;
+  mIsTooManyTold = leftOut.tooMany > 0;
+  const std::lock_guard lock(mMutex);
+  mCounts.lostSeconds += leftOut.tooMany;
 }
 
 void RecordWriter::TellOfRecovery() {
@@ -185,15 +221,25 @@ void RecordWriter::TellOfRecovery() {
     mRecord->Append({{}, {{std::time(nullptr) * 1000, std::nullopt, louddesk::kGapEvent, text}}});
 }
 
-// By age a step at a time, so that a clock that is wrong for a while costs little; by size until it
-// fits.
+// By age a step at a time, by size until what is left fits. The size on the disk may say more than
+// that: while another program reads in a transaction of its own, nothing that is removed makes the
+// file smaller.
 void RecordWriter::Trim() {
-  bool isRemoved = mRecord->RemoveBefore(std::time(nullptr) - mSettings.days * kSecondsPerDay);
-  if (isRemoved)
+  const std::uint64_t most = mSettings.mostBytes - std::min(kLogBytes, mSettings.mostBytes / 8);
+  bool isRemoved = mRecord->RemoveOlderThan(mSettings.days, std::time(nullptr));
+  while (!mIsEnding && mRecord->UsedBytes() > most && mRecord->RemoveOldest())
+    isRemoved = true;
+  if (!mIsEnding && (isRemoved || mRecord->Size() > mSettings.mostBytes))
     mRecord->ReturnSpace();
-  while (!mIsEnding && mRecord->Size() > mSettings.mostBytes && mRecord->RemoveOldest())
-    mRecord->ReturnSpace();
-  const std::uint64_t size = mRecord->Size();
+  TellOfSize(mRecord->Size());
+}
+
+void RecordWriter::TellOfSize(std::uint64_t size) {
+  const bool isTooLarge = size > mSettings.mostBytes;
+  if (isTooLarge && !std::exchange(mIsSizeTold, true))
+    Tell(mSettings.file + ": larger than --max-size, as another program has the record open and " +
+         "keeps it from being cut");
+  mIsSizeTold = isTooLarge;
   const std::lock_guard lock(mMutex);
   mCounts.bytes = size;
 }
@@ -224,13 +270,13 @@ void RecordWriter::SetAside(const std::string& reason) {
     Tell(reason + "; the damaged file cannot be set aside: " + std::strerror(errno));
 }
 
-void RecordWriter::BoundPending() {
-  const std::lock_guard lock(mMutex);
-  std::size_t count = 0;
+// The oldest go. With the mutex locked.
+void RecordWriter::BoundPending(std::size_t most) {
+  std::size_t weight = 0;
   for (const StationBatch& batch : mPending)
-    count += SecondsOf(batch);
-  while (!mPending.empty() && (mIsRefused || count > kMostPending)) {
-    count -= SecondsOf(mPending.front());
+    weight += WeightOf(batch);
+  while (weight > most) {
+    weight -= WeightOf(mPending.front());
     mCounts.lostSeconds += SecondsOf(mPending.front());
     mPending.pop_front();
   }

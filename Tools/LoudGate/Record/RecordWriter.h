@@ -9,6 +9,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -41,8 +42,8 @@ class RecordWriter {
   RecordWriter(const RecordWriter&) = delete;
   RecordWriter& operator=(const RecordWriter&) = delete;
 
-  /// Takes a batch to write. While writing fails, ten minutes of 64 clusters are kept and the
-  /// oldest batches are lost.
+  /// Takes a batch to write. While writing fails, ten minutes of 64 clusters are kept, or what
+  /// takes as much memory, and the oldest batches are lost.
   void Put(louddesk::StationBatch batch);
 
   /// Writes what it still has and closes the file. Nothing may be put afterwards.
@@ -58,13 +59,17 @@ class RecordWriter {
   bool Await();
   void Write();
   void Open();
+  void LeaveTakenFile();
   void Check();
   void AppendAll();
   void Trim();
+  void TellOfSize(std::uint64_t size);
   void Keep(const louddesk::StationError& error);
   void SetAside(const std::string& reason);
+  void TellOfLeftOut(const louddesk::LeftOut& leftOut);
   void TellOfRecovery();
-  void BoundPending();
+  std::optional<louddesk::StationBatch> TakeNext();
+  void BoundPending(std::size_t most);
   void Tell(const std::string& line);
 
   RecordSettings mSettings;
@@ -72,6 +77,8 @@ class RecordWriter {
   bool mIsRefused = false;        // the file is not ours to write: nothing is, until the end
   bool mIsFailureTold = false;    // since it last went well
   bool mIsRepeatTold = false;     // that seconds were recorded already
+  bool mIsTooManyTold = false;    // that a cluster has no number
+  bool mIsSizeTold = false;       // that the file cannot be made small enough
   std::uint64_t mLostBefore = 0;  // lost seconds when it last went well
   std::atomic<bool> mIsEnding{false};
 

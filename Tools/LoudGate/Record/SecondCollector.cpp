@@ -2,13 +2,17 @@
 
 #include "SecondCollector.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <utility>
 
 namespace loudgate {
 
 using louddesk::kReadingsPerSecond;
+using louddesk::RecordedEvent;
 using louddesk::RecordedSecond;
 using louddesk::RecordedState;
 using louddesk::ServiceState;
@@ -23,8 +27,12 @@ constexpr std::int64_t kMsPerReading = kMsPerSecond / kReadingsPerSecond;
 // neighbouring second either is lost.
 constexpr std::size_t kMostReadings = 2 * kReadingsPerSecond;
 
-// Events of a batch that are kept: far more than services have to say, however they are used.
-constexpr std::size_t kMostEvents = 10000;
+// Memory of the events of a batch that are kept: far more than services have to say, however they
+// are used.
+constexpr std::size_t kMostEventBytes = std::size_t{256} * 1024;
+
+// Clocks are not set by less than that in one step.
+constexpr std::chrono::seconds kClockStep{1};
 
 struct StateName {
   const char* name;                    // in the file
@@ -114,16 +122,25 @@ void SecondCollector::TakeAnswer(const Cluster& cluster, const louddesk::Service
 }
 
 void SecondCollector::AddEvent(const char* kind, const std::string& text, Moment now) {
-  mBatch.events.push_back({MsOf(now.wall), std::nullopt, kind, text});
+  Keep({MsOf(now.wall), std::nullopt, kind, text});
 }
 
 void SecondCollector::AddEvent(const Cluster& cluster, const char* kind, const std::string& text,
                                Moment now) {
-  if (mBatch.events.size() < kMostEvents)
-    mBatch.events.push_back({MsOf(now.wall), PlaceOf(cluster), kind, text});
+  Keep({MsOf(now.wall), PlaceOf(cluster), kind, text});
+}
+
+void SecondCollector::Keep(RecordedEvent event) {
+  mEventBytes += SizeOf(event);
+  if (mEventBytes <= kMostEventBytes)
+    mBatch.events.push_back(std::move(event));
+  else if (!std::exchange(mIsLeavingOut, true))
+    mBatch.events.push_back(
+        {event.time, std::nullopt, louddesk::kGapEvent, "more events came than are kept"});
 }
 
 void SecondCollector::Advance(const std::vector<const Cluster*>& clusters, Moment now) {
+  NoteClock(now);
   for (const Cluster* cluster : clusters)
     NoteChanges(*cluster, now);
   const std::int64_t time = SecondOf(now.wall);
@@ -134,6 +151,30 @@ void SecondCollector::Advance(const std::vector<const Cluster*>& clusters, Momen
     for (const Cluster* cluster : clusters)
       NoteState(*cluster, before, now);
   EndAllBut(before, time);
+  Forget(clusters);
+}
+
+// The clock that never jumps says how much time has passed.
+void SecondCollector::NoteClock(Moment now) {
+  const Moment last = std::exchange(mLast, now).value_or(now);
+  const auto step = std::chrono::duration_cast<std::chrono::milliseconds>(
+      (now.wall - last.wall) - (now.steady - last.steady));
+  if (std::chrono::abs(step) < kClockStep)
+    return;
+  AddEvent(louddesk::kClockEvent,
+           fmt::format("set {} by {:.1f} s", step.count() > 0 ? "forward" : "back",
+                       std::abs(static_cast<double>(step.count())) / kMsPerSecond),
+           now);
+}
+
+// A cluster that the board has forgotten is forgotten with its last second.
+void SecondCollector::Forget(const std::vector<const Cluster*>& clusters) {
+  for (auto entry = mClusters.begin(); entry != mClusters.end();) {
+    const bool isThere =
+        std::any_of(clusters.begin(), clusters.end(),
+                    [&entry](const Cluster* cluster) { return PlaceOf(*cluster) == entry->first; });
+    entry = isThere || !entry->second.seconds.empty() ? std::next(entry) : mClusters.erase(entry);
+  }
 }
 
 void SecondCollector::NoteChanges(const Cluster& cluster, Moment now) {
@@ -160,7 +201,6 @@ void SecondCollector::NoteState(const Cluster& cluster, std::int64_t time, Momen
   open.hasState = true;
 }
 
-// A cluster that the board has forgotten is forgotten with its last second.
 void SecondCollector::EndAllBut(std::int64_t first, std::int64_t second) {
   for (auto& [place, collected] : mClusters)
     for (auto open = collected.seconds.begin(); open != collected.seconds.end();) {
@@ -203,6 +243,8 @@ void SecondCollector::Finish() {
 }
 
 louddesk::StationBatch SecondCollector::TakeBatch() {
+  mEventBytes = 0;
+  mIsLeavingOut = false;
   return std::exchange(mBatch, {});
 }
 

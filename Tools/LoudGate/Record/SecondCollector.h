@@ -70,13 +70,19 @@ class SecondCollector {
   void AddEvent(const Cluster& cluster, const char* kind, const std::string& text, Moment now);
   void NoteChanges(const Cluster& cluster, Moment now);
   void NoteState(const Cluster& cluster, std::int64_t time, Moment now);
+  void NoteClock(Moment now);
+  void Keep(louddesk::RecordedEvent event);
+  void Forget(const std::vector<const Cluster*>& clusters);
   void EndAllBut(std::int64_t first, std::int64_t second);
   void End(const louddesk::StationCluster& place, Collected& collected,
            std::map<std::int64_t, OpenSecond>::iterator open);
 
   std::map<louddesk::StationCluster, Collected> mClusters;
   std::optional<std::int64_t> mTime;  // the second that goes on
+  std::optional<Moment> mLast;        // when Advance was called last
   louddesk::StationBatch mBatch;
+  std::size_t mEventBytes = 0;  // of the batch
+  bool mIsLeavingOut = false;   // events, from the batch
 };
 
 }  // namespace loudgate

@@ -94,10 +94,13 @@ class StationRecordTest : public testing::Test {
 
 TEST_F(StationRecordTest, WhatIsAppendedIsRead) {
   StationRecord record(mPath);
-  EXPECT_EQ(0u, record.Append({{{mFirst, Seconds(kNine + 58, 4)}, {mSecond, Seconds(kNine, 1)}},
-                               {{kNine * 1000 + 7, mFirst, "state", "running"},
-                                {kNine * 1000 + 5, std::nullopt, "gate", "started"},
-                                {kNine * 1000 + 6, mSecond, "state", "paused"}}}));
+  const auto leftOut =
+      record.Append({{{mFirst, Seconds(kNine + 58, 4)}, {mSecond, Seconds(kNine, 1)}},
+                     {{kNine * 1000 + 7, mFirst, "state", "running"},
+                      {kNine * 1000 + 5, std::nullopt, "gate", "started"},
+                      {kNine * 1000 + 6, mSecond, "state", "paused"}}});
+  EXPECT_EQ(0u, leftOut.repeated);
+  EXPECT_EQ(0u, leftOut.tooMany);
   StationReader reader(mPath);
   EXPECT_THAT(reader.Clusters(), ElementsAre(mFirst, mSecond));
   EXPECT_THAT(TimesOf(reader.Seconds(mFirst, {0, 2 * kNine})),
@@ -152,7 +155,7 @@ TEST_F(StationRecordTest, AMinuteThatWasCutIsCompleted) {
 TEST_F(StationRecordTest, WhatIsRecordedStays) {
   StationRecord record(mPath);
   record.Append({{{mFirst, Seconds(kNine, 10, -230)}}, {}});
-  EXPECT_EQ(5u, record.Append({{{mFirst, Seconds(kNine + 5, 10, -100)}}, {}}));
+  EXPECT_EQ(5u, record.Append({{{mFirst, Seconds(kNine + 5, 10, -100)}}, {}}).repeated);
   const auto seconds = StationReader(mPath).Seconds(mFirst, {0, INT64_MAX});
   ASSERT_EQ(15u, seconds.size());
   EXPECT_EQ(-230, seconds[9].shortTerm);
@@ -212,15 +215,54 @@ TEST_F(StationRecordTest, TheOldestGoesAndTheSpaceIsReturned) {
                    {{(kNine + hour * 3600) * 1000, mFirst, "state", "running"}}});
   record.ReturnSpace();
   const auto before = record.Size();
-  EXPECT_TRUE(record.RemoveBefore(kNine + kDay));
-  EXPECT_FALSE(record.RemoveBefore(kNine + kDay));
+  EXPECT_TRUE(record.RemoveOlderThan(1, kNine + 2 * kDay));
+  EXPECT_FALSE(record.RemoveOlderThan(1, kNine + 2 * kDay));
+  const auto used = record.UsedBytes();
   record.ReturnSpace();
   EXPECT_LT(record.Size(), before * 6 / 10);
+  // All but the page of SQLite's own that says where the others are.
+  EXPECT_NEAR(static_cast<double>(record.Size()), static_cast<double>(used), 8192.0);
   StationReader reader(mPath);
   EXPECT_EQ(kNine + kDay, reader.Extent()->from);
   EXPECT_EQ(static_cast<std::size_t>(kDay), reader.Seconds(mFirst, {0, INT64_MAX}).size());
   EXPECT_EQ(24u, reader.Events(mFirst, {0, INT64_MAX}).size());
   EXPECT_TRUE(record.Check([] { return false; }));
+}
+
+// A clock that shows a time in the far future, for an hour here, does not make the record old.
+TEST_F(StationRecordTest, AWrongClockCostsADayOfTheRecordAtMost) {
+  constexpr std::int64_t kDays = 10;
+  constexpr std::int64_t kFuture = kNine + 5000 * kDay;
+  StationRecord record(mPath);
+  for (std::int64_t day = 0; day < kDays; ++day)
+    record.Append({{{mFirst, Seconds(kNine + day * kDay, 60)}},
+                   {{(kNine + day * kDay) * 1000, mFirst, "state", "running"}}});
+  record.Append({{{mFirst, Seconds(kFuture, 3600)}}, {}});
+  while (record.RemoveOlderThan(kDays, kFuture + 3600)) {
+  }
+  StationReader reader(mPath);
+  EXPECT_EQ(kNine + kDay, reader.Extent()->from);
+  EXPECT_EQ((kDays - 1) * 60u + 3600u, reader.Seconds(mFirst, {0, INT64_MAX}).size());
+  EXPECT_EQ(kDays - 1u, reader.Events(mFirst, {0, INT64_MAX}).size());
+  // The clock is right again: what is of the future stays, and costs nothing more.
+  EXPECT_FALSE(record.RemoveOlderThan(kDays, kNine + kDays * kDay));
+}
+
+TEST_F(StationRecordTest, WhatWasRecordedBeforeTheClockWasSetIsNotOld) {
+  constexpr std::int64_t kSinceBoot = 30;  // s since 1970
+  StationRecord record(mPath);
+  record.Append({{{mFirst, Seconds(kSinceBoot, 90)}}, {{kSinceBoot * 1000, mFirst, "state", "x"}}});
+  EXPECT_FALSE(record.RemoveOlderThan(1, kSinceBoot + 90));
+  record.Append({{{mFirst, Seconds(kNine, 60)}}, {}});
+  record.Append({{{mFirst, Seconds(kNine + kDay, 60)}}, {}});
+  EXPECT_TRUE(record.RemoveOlderThan(1, kNine + kDay + 60));
+  EXPECT_FALSE(record.RemoveOlderThan(1, kNine + kDay + 60));
+  StationReader reader(mPath);
+  EXPECT_EQ(kSinceBoot, reader.Seconds(mFirst, {0, INT64_MAX}).front().time);
+  EXPECT_EQ(90u + 60u, reader.Seconds(mFirst, {0, INT64_MAX}).size());
+  EXPECT_EQ(1u, reader.Events(mFirst, {0, INT64_MAX}).size());
+  EXPECT_TRUE(record.RemoveOldest());  // by size they are the oldest
+  EXPECT_EQ(60u, reader.Seconds(mFirst, {0, INT64_MAX}).size());
 }
 
 TEST_F(StationRecordTest, TheOldestHourIsRemovedUntilNothingIsLeft) {
@@ -304,8 +346,10 @@ TEST_F(StationRecordTest, RowsOfWrongTypesAreReadAsFarAsTheyGo) {
   SqliteFile file(mPath, SqliteMode::kReadWrite);
   file.Execute(
       "INSERT INTO minutes (id, seconds) VALUES (-5, 'text'), (3, 7), (29320737792000, x'00');"
-      "INSERT INTO events (time, cluster, kind, text) VALUES ('soon', 'x', x'00ff', 1.5)");
+      "INSERT INTO events (time, cluster, kind, text) VALUES ('soon', 'x', x'00ff', 1.5);"
+      "INSERT INTO minutes (id, seconds) VALUES (9223372036854775807, x'00')");
   StationReader reader(mPath);
+  EXPECT_EQ(29320737792000 / 1024 * 60 + 60, reader.Extent()->to);
   EXPECT_EQ(10u, reader.Seconds(mFirst, {INT64_MIN, INT64_MAX}).size());
   EXPECT_THAT(reader.Events(mFirst, {INT64_MIN, INT64_MAX}), IsEmpty());
 }

@@ -86,6 +86,7 @@ class RecordWriterTest : public testing::Test {
   void End() {
     mWriter->End();
     TakeLines();
+    mLost = mWriter->Counts().lostSeconds;
     mWriter.reset();
   }
 
@@ -119,6 +120,7 @@ class RecordWriterTest : public testing::Test {
   bool mIsMounted = false;
   std::unique_ptr<RecordWriter> mWriter;
   std::vector<std::string> mLines;
+  std::uint64_t mLost = 0;  // seconds, of the writer that has ended
 };
 
 TEST_F(RecordWriterTest, WhatIsPutIsInTheFileAtTheEnd) {
@@ -258,6 +260,9 @@ TEST_F(RecordWriterTest, WhatIsTooOldGoes) {
   const auto before = fs::file_size(mFile);
   Start(10);
   mWriter->Put(BatchOf(mNow, 60));
+  Await([before](const RecordCounts& counts) {
+    return counts.bytes > 0 && counts.bytes < before * 2 / 3;
+  });
   End();
   // Ten of the twenty hours, of the oldest one a minute less where the clock has gone on meanwhile.
   EXPECT_THAT(Recorded().size(), testing::AnyOf(10 * 3600 + 60, 10 * 3600));
@@ -284,6 +289,92 @@ TEST_F(RecordWriterTest, TheSizeIsKeptWhateverTheAge) {
   EXPECT_EQ(mNow + 59, seconds.back().time);
   EXPECT_EQ(static_cast<std::int64_t>(seconds.size()),
             seconds.back().time - seconds.front().time + 1);
+}
+
+TEST_F(RecordWriterTest, AFileThatIsTakenAwayIsMadeAnew) {
+  Start();
+  mWriter->Put(BatchOf(mNow, 60));
+  Await([](const RecordCounts& counts) { return counts.isWorking && counts.bytes > 8192; });
+  fs::rename(mFile, mFolder / "taken.db");
+  mWriter->Put(BatchOf(mNow + 60, 60));
+  Await([this](const RecordCounts&) { return fs::exists(mFile); });
+  End();
+  EXPECT_THAT(mLines, ElementsAre(mFile + ": the file was taken away; a new one begins"));
+  EXPECT_EQ(60u, Recorded().size());
+  EXPECT_EQ(60u, StationReader(mFolder / "taken.db").Seconds(kCluster, {0, INT64_MAX}).size());
+}
+
+// A cluster that nothing was ever recorded of needs a number, of which there are 1024.
+TEST_F(RecordWriterTest, AClusterTooManyCostsItsOwnSecondsAlone) {
+  StationBatch many;
+  for (unsigned number = 1; number <= 1024; ++number)
+    many.seconds[{2, number}] = BatchOf(mNow - 60, 1).seconds[kCluster];
+  StationRecord(mFile).Append(many);
+  Start();
+  StationBatch batch = BatchOf(mNow, 60);
+  batch.seconds[{2, 7}] = batch.seconds[kCluster];
+  batch.events.push_back({mNow * 1000, kCluster, "state", "running"});
+  mWriter->Put(batch);
+  End();
+  EXPECT_EQ(60u, mLost);
+  EXPECT_THAT(Recorded(), IsEmpty());
+  EXPECT_EQ(61u, StationReader(mFile).Seconds({2, 7}, {0, INT64_MAX}).size());
+  EXPECT_THAT(mLines, ElementsAre(mFile + ": it has no number left for a new cluster, which is "
+                                          "not recorded; another file has"));
+}
+
+TEST_F(RecordWriterTest, WhatWaitsForTheDiskIsBoundedWhateverItIs) {
+  fs::remove_all(mFolder);
+  Start();
+  StationBatch events;
+  events.events.push_back({mNow * 1000, kCluster, "configuration", std::string(1 << 20, 'x')});
+  for (int i = 0; i < 100; ++i)
+    mWriter->Put(events);
+  mWriter->Put(BatchOf(mNow, 60));
+  Await([](const RecordCounts& counts) { return counts.failures > 0; });
+  fs::create_directories(mFolder);
+  mWriter->Put(BatchOf(mNow + 60, 60));
+  Await([](const RecordCounts& counts) { return counts.isWorking; });
+  End();
+  EXPECT_EQ(120u, Recorded().size());
+  EXPECT_LT(StationReader(mFile).Events(kCluster, {0, INT64_MAX}).size(), 5u);
+}
+
+TEST_F(RecordWriterTest, WhatWaitsIsBoundedWhileTheWriterHangs) {
+  Start();
+  Await([](const RecordCounts& counts) { return counts.isWorking; });
+  louddesk::SqliteFile other(mFile, louddesk::SqliteMode::kReadWrite);
+  other.Execute("BEGIN IMMEDIATE");
+  // Any four of three hours are more than ten minutes of 64 clusters; the writer holds one more.
+  for (std::int64_t i = 0; i < 5; ++i)
+    mWriter->Put(BatchOf(mNow + kDay * i, 3 * 3600));
+  EXPECT_LE(3u * 3600u, mWriter->Counts().lostSeconds);
+  other.Execute("COMMIT");
+  End();
+}
+
+// While another program reads in one transaction, the file cannot become smaller. That must not
+// cost more of the record than the size asks for.
+TEST_F(RecordWriterTest, AReaderThatHoldsTheFileCostsNothingOfTheRecord) {
+  constexpr std::uint64_t kMost = 1 << 20;
+  {
+    StationRecord record(mFile);
+    for (std::int64_t hour = 0; hour < 24; ++hour)
+      record.Append(BatchOf(mNow - kDay + hour * 3600, 3600));
+  }
+  louddesk::SqliteFile other(mFile, louddesk::SqliteMode::kReadOnly);
+  other.Execute("BEGIN; SELECT count(*) FROM minutes");
+  Start(90, kMost);
+  Await([](const RecordCounts& counts) { return counts.bytes > kMost; });
+  ASSERT_EQ(1u, mLines.size());
+  EXPECT_THAT(mLines[0], HasSubstr("larger than --max-size, as another program"));
+  EXPECT_GT(Recorded().size(), 5u * 3600u);
+  other.Execute("COMMIT");
+  mWriter->Put(BatchOf(mNow, 60));
+  Await([](const RecordCounts& counts) { return counts.bytes <= kMost; });
+  End();
+  EXPECT_LE(fs::file_size(mFile), kMost);
+  EXPECT_GT(Recorded().size(), 5u * 3600u);
 }
 
 TEST_F(RecordWriterTest, AClockThatWasSetBackChangesNothingThatIsRecorded) {

@@ -178,6 +178,61 @@ TEST_F(SecondCollectorTest, AClockThatIsSetBackGivesItsSecondsTwice) {
   EXPECT_THAT(times, testing::Contains(testing::Pair(testing::_, 2)));
 }
 
+TEST_F(SecondCollectorTest, AClockThatIsSetIsAnEvent) {
+  Pass(milliseconds(100));
+  mTold.now.wall -= std::chrono::hours(1);
+  Pass(milliseconds(100));
+  Pass(milliseconds(100));
+  mTold.now.wall += std::chrono::hours(24 * 365);
+  Pass(milliseconds(100));
+  std::vector<std::string> told;
+  for (const RecordedEvent& event : mCollector.TakeBatch().events)
+    if (event.kind == "clock") {
+      EXPECT_FALSE(event.cluster);
+      told.push_back(std::to_string(event.time) + " " + event.text);
+    }
+  // 40 ms after the start and a second, and 100 ms a step.
+  EXPECT_THAT(
+      told, ElementsAre(std::to_string((kStart + 1 - 3600) * 1000 + 240) + " set back by 3600.0 s",
+                        std::to_string((kStart + 1 - 3600 + 31536000) * 1000 + 440) +
+                            " set forward by 31536000.0 s"));
+}
+
+// Its publishers' files are gone, and another service of its name comes.
+TEST_F(SecondCollectorTest, AClusterThatTheBoardForgotIsANewOneWhenItComesAgain) {
+  mTold.cluster.TakeConnection(true, 1);
+  NextSecond();
+  ASSERT_EQ(1u, mTold.cluster.Counts().restarts);
+  for (int i = 0; i < 40; ++i) {
+    mTold.Pass(milliseconds(100));
+    mCollector.Advance({}, mTold.now);
+  }
+  mCollector.TakeBatch();
+  const ToldCluster other;
+  mCollector.Advance({&other.cluster}, mTold.now);
+  std::vector<std::string> kinds;
+  for (const RecordedEvent& event : mCollector.TakeBatch().events)
+    kinds.push_back(event.kind);
+  EXPECT_THAT(kinds, ElementsAre("state"));
+}
+
+TEST_F(SecondCollectorTest, EventsBeyondTheirBoundAreOneGap) {
+  louddesk::ServiceAnswer answer;
+  answer.kind = louddesk::StateKind::kConfiguration;
+  for (int i = 0; i < 1000; ++i) {
+    answer.configuration = std::string(16000, static_cast<char>('a' + i % 2));
+    mCollector.TakeAnswer(mTold.cluster, answer, mTold.now);
+  }
+  const auto events = mCollector.TakeBatch().events;
+  EXPECT_LT(events.size(), 20u);
+  EXPECT_EQ("gap", events.back().kind);
+  EXPECT_EQ("more events came than are kept", events.back().text);
+  mCollector.TakeAnswer(mTold.cluster, answer, mTold.now);
+  answer.configuration = "{}";
+  mCollector.TakeAnswer(mTold.cluster, answer, mTold.now);
+  EXPECT_EQ("configuration", mCollector.TakeBatch().events.back().kind);
+}
+
 TEST_F(SecondCollectorTest, ChangesAreEventsOnceEach) {
   Advance();
   mTold.cluster.TakeConnection(false, 0);
