@@ -16,14 +16,29 @@ namespace {
 constexpr std::int64_t kMsPerSecond = 1000;
 constexpr std::size_t kMostDigits = 6;
 
-// An event that is not a configuration changes nothing.
+// An event that is not a configuration changes nothing, nor does one that asks for the same.
 void AddChange(std::vector<AimChange>& changes, const RecordedEvent& event) {
-  if (event.kind != kConfigurationEvent)
+  const auto configuration =
+      event.kind == kConfigurationEvent ? ReadConfiguration(event.text) : std::nullopt;
+  if (!configuration)
     return;
-  if (const auto configuration = ReadConfiguration(event.text)) {
-    const WatchLimits limits = LimitsOf(*configuration);
-    changes.push_back({event.time / kMsPerSecond, {limits.target, limits.tolerance}});
-  }
+  const WatchLimits limits = LimitsOf(*configuration);
+  const LoudnessAim aim = {limits.target, limits.tolerance};
+  if (changes.empty() || changes.back().aim != aim)
+    changes.push_back({event.time / kMsPerSecond, aim});
+}
+
+// The events of the period: the first ones for people, all that change the aim for the meter.
+void ReadEvents(StationReader& reader, const EvidenceQuestion& question, Evidence& evidence,
+                std::vector<AimChange>& changes) {
+  const StationCluster& cluster = question.cluster;
+  if (const auto before = reader.LastEvent(cluster, kConfigurationEvent, question.period.from))
+    AddChange(changes, *before);
+  reader.ReadEvents(cluster, question.period, [&](const RecordedEvent& event) {
+    AddChange(changes, event);
+    if (evidence.eventCount++ < kMostEvents)
+      evidence.events.push_back(event);
+  });
 }
 
 // A whole number without a sign and without zeros before it.
@@ -41,12 +56,8 @@ Evidence EvidenceOf(StationReader& reader, const EvidenceQuestion& question,
   const StationCluster& cluster = question.cluster;
   const StationPeriod& period = question.period;
   Evidence evidence;
-  evidence.events = reader.Events(cluster, period);
   PeriodQuestion asked{period, question.criteria, question.aim, {}};
-  if (const auto before = reader.LastEvent(cluster, kConfigurationEvent, period.from))
-    AddChange(asked.changes, *before);
-  for (const RecordedEvent& event : evidence.events)
-    AddChange(asked.changes, event);
+  ReadEvents(reader, question, evidence, asked.changes);
   PeriodMeter meter(std::move(asked));
   reader.ReadSeconds(cluster, period, [&](const RecordedSecond& second) {
     meter.Take(second);
@@ -60,8 +71,6 @@ Evidence EvidenceOf(StationReader& reader, const EvidenceQuestion& question,
     throw NoEvidence("nothing is recorded of " + TitleOf(evidence));
   evidence.criteria = question.criteria;
   evidence.assessment = AssessmentOf(evidence.figures.programme.figures, evidence.criteria);
-  evidence.eventCount = evidence.events.size();
-  evidence.events.resize(std::min(evidence.eventCount, kMostEvents));
   return evidence;
 }
 
@@ -70,7 +79,8 @@ StationPeriod PeriodMeant(const PeriodAsked& asked, StationReader& reader, std::
   if (!extent)
     throw NoEvidence("nothing is recorded yet");
   const std::int64_t to = std::min(asked.to.value_or(extent->to), now);
-  const std::int64_t from = asked.last ? to - *asked.last : asked.from.value();
+  const std::int64_t from =
+      asked.last ? std::max<std::int64_t>(to - *asked.last, 0) : asked.from.value();
   if (from >= to)
     throw NoEvidence("the record ends before the period begins, at " +
                      LocalTimeText(std::min(extent->to, now)));

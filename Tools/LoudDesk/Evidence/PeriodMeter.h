@@ -23,6 +23,10 @@ struct LoudnessAim {
   double tolerance;
 };
 
+inline bool operator!=(const LoudnessAim& left, const LoudnessAim& right) {
+  return left.target != right.target || left.tolerance != right.tolerance;
+}
+
 /// An aim from a moment on.
 struct AimChange {
   std::int64_t time;  // s since 1970, UTC
