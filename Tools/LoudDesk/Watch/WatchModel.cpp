@@ -6,6 +6,7 @@
 
 #include "LoudConfigUser.h"
 #include "LuMessages.h"
+#include "Profiles.h"
 
 namespace louddesk {
 namespace {
@@ -17,6 +18,14 @@ constexpr std::int16_t kSilentPeakCode = -9031;  // 0.01 dBTP
 
 bool IsSilence(const LoudnessData_t& data) {
   return data.Momentary == kNoLoudnessCode && data.TruePeak == kSilentPeakCode;
+}
+
+// Of a service whose configuration is not known.
+const WatchLimits& UsualLimits() {
+  static const Criteria criteria = LiveCriteriaOf(kUsualProfile).value();
+  static const WatchLimits limits = {criteria.target.value(), kLowScale,
+                                     criteria.limits.tolerance.value()};
+  return limits;
 }
 
 // In the order of ServiceState.
@@ -103,17 +112,14 @@ std::optional<MeasurementWindows> WatchModel::Windows(Time now) const {
 }
 
 WatchLimits LimitsOf(const LoudnessConfiguration& configuration) {
-  WatchLimits limits;
   const bool isHigh = cLuConf::ConvertToLoudnessStandardFromString(
                           configuration.loudnessStandard.c_str()) == EBU_R128_18;
-  limits.target = configuration.referenceLevel;
-  limits.scale = isHigh ? kHighScale : kLowScale;
-  limits.tolerance = std::max(configuration.alarmTolerance, 0);
-  return limits;
+  return {static_cast<double>(configuration.referenceLevel), isHigh ? kHighScale : kLowScale,
+          static_cast<double>(std::max(configuration.alarmTolerance, 0))};
 }
 
 WatchLimits WatchModel::Limits() const {
-  return mConfiguration ? LimitsOf(*mConfiguration) : WatchLimits();
+  return mConfiguration ? LimitsOf(*mConfiguration) : UsualLimits();
 }
 
 void WatchModel::HoldPeak(Time time) {

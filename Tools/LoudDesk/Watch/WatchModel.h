@@ -62,11 +62,11 @@ struct MeasurementWindows {
 constexpr int kLowScale = 9;
 constexpr int kHighScale = 18;
 
-/// What loudness is measured against. The defaults are those of EBU R 128 for live programmes.
+/// What loudness is measured against.
 struct WatchLimits {
-  double target = -23.0;  // LKFS
-  int scale = kLowScale;  // 9 or 18, LU
-  double tolerance = 1;   // LU either side of the target
+  double target;     // LKFS
+  int scale;         // 9 or 18, LU
+  double tolerance;  // LU either side of the target
 };
 
 /// What a configuration asks for.
@@ -121,7 +121,7 @@ class WatchModel {
   /// known. A service that republishes no configuration has those it starts with.
   std::optional<MeasurementWindows> Windows(Time now) const;
 
-  /// What the configuration in force asks for; without one, the defaults.
+  /// What the configuration in force asks for; without one, the usual profile for live programmes.
   WatchLimits Limits() const;
 
   /// The last figures; without readings before the first message.
