@@ -1,4 +1,4 @@
-// Tenths of a second, taken apart.
+// Splits a time into hours, minutes, seconds and tenths.
 
 #include "ClockText.h"
 

@@ -1,4 +1,4 @@
-// Lengths and points of time as a clock shows them. Stateless.
+// Durations and points in time as clock texts. Stateless.
 
 #pragma once
 
@@ -6,10 +6,10 @@
 
 namespace louddesk {
 
-/// "1:02:03.4": hours, minutes, seconds and the nearest tenth.
+/// Hours, minutes, seconds and tenths, rounded to the nearest tenth: "1:02:03.4".
 std::string ClockText(double seconds);
 
-/// "1:02.3": the same without hours where there are none.
+/// The same, without the hours where they are 0: "1:02.3".
 std::string ShortClockText(double seconds);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Lines on the stream of errors.
+// Writes to the error stream.
 
 #include "Complaints.h"
 

@@ -1,4 +1,4 @@
-// What goes wrong in a run of the program: one line each, and the status that follows.
+// Collects the errors of a run: writes one line for each and keeps the exit status.
 
 #pragma once
 
@@ -10,20 +10,20 @@ namespace louddesk {
 
 class Complaints {
  public:
-  /// Lines on `errors` that begin with the name of the program.
+  /// Writes to `errors`; every line begins with the name of the program.
   explicit Complaints(std::ostream& errors, std::string program = "LoudDesk")
       : mErrors(errors), mProgram(std::move(program)) {}
 
-  /// A line for the user. The run has failed.
+  /// Writes a line for the user. The run has failed.
   void Add(const std::string& text);
 
-  /// What a reader of the figures must know. The run has not failed.
+  /// Writes a line that readers of the figures must see. The run has not failed.
   void Note(const std::string& text);
 
-  /// The run has failed; a note has already told why.
+  /// Marks the run as failed. Writes nothing: a note has already given the reason.
   void Fail() { mStatus = 1; }
 
-  /// Of the program: 0, or 1 after a complaint.
+  /// The exit status of the program: 0, or 1 after an error.
   int Status() const { return mStatus; }
 
  private:

@@ -1,4 +1,4 @@
-// Fields in quotes where they need them.
+// Quotes the fields that need it.
 
 #include "CsvText.h"
 

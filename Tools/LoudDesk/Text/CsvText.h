@@ -7,8 +7,8 @@
 
 namespace louddesk {
 
-/// The fields as one row, which ends with a line feed. A field with commas, quotes or line ends
-/// stands in quotes; its bytes are left as they are.
+/// Returns the fields as one row that ends with a line feed. A field with commas, quotes or line
+/// breaks is quoted; its bytes are otherwise unchanged.
 std::string CsvLine(const std::vector<std::string>& fields);
 
 }  // namespace louddesk

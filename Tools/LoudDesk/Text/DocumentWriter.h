@@ -1,4 +1,4 @@
-// Compact JSON documents, written member by member in the order of the calls.
+// Writes compact JSON documents, member by member in the order of the calls.
 
 #pragma once
 
@@ -12,8 +12,8 @@
 
 namespace louddesk {
 
-/// A new writer is inside the root object. Every call returns the writer. Inside an array members
-/// have no key: pass kNoKey.
+/// Starts inside the root object. Every call returns the writer. Members of an array have no key:
+/// pass kNoKey.
 class DocumentWriter {
  public:
   static constexpr const char* kNoKey = nullptr;
@@ -34,11 +34,11 @@ class DocumentWriter {
   DocumentWriter& Flag(const char* key, bool value) {
     return Write(key, [&] { mWriter.Bool(value); });
   }
-  /// A figure with two decimals, null where there is no reading.
+  /// Writes a figure with two decimals, or null without a reading.
   DocumentWriter& Figure(const char* key, const std::optional<double>& figure) {
     return Number(key, FigureText(figure, "null"));
   }
-  /// A number, or null, as it is written.
+  /// Writes `text`, a JSON number or null, unchanged.
   DocumentWriter& Number(const char* key, const std::string& text) {
     return Write(key, [&] { mWriter.RawValue(text.c_str(), text.size(), rapidjson::kNumberType); });
   }
@@ -55,7 +55,7 @@ class DocumentWriter {
     return Write(kNoKey, [&] { mWriter.EndArray(); });
   }
 
-  /// Closes the root object and returns the text; the last call.
+  /// Closes the root object and returns the document. No call may follow.
   std::string Finish() {
     mWriter.EndObject();
     return mBuffer.GetString();

@@ -1,4 +1,4 @@
-// Figures with two decimals.
+// Formats figures with two decimals.
 
 #include "FigureText.h"
 

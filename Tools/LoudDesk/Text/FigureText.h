@@ -1,4 +1,4 @@
-// Figures as they are written everywhere: in tables, rows, pages and labels. Stateless.
+// The one text form of a figure, for tables, CSV, pages and labels. Stateless.
 
 #pragma once
 
@@ -7,10 +7,10 @@
 
 namespace louddesk {
 
-/// The sign for both, in UTF-8.
+/// The plus-minus sign in UTF-8.
 constexpr char kPlusMinus[] = "\xC2\xB1";
 
-/// A figure with two decimals, `missing` where there is no reading. Never "-0.00".
+/// A figure with two decimals, or `missing` without a reading. Never "-0.00".
 std::string FigureText(const std::optional<double>& figure, const char* missing = "-");
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Numbers as a user writes them.
+// Checks of numbers on the command line.
 
 #include "NumberCheck.h"
 

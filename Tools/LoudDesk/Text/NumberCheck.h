@@ -1,4 +1,5 @@
-// Checks of numbers on the command line, for CLI::Option::check. Stateless.
+// Checks of numbers on the command line, for CLI::Option::check. A check returns an empty string
+// for a good value and an error message otherwise. Stateless.
 
 #pragma once
 
@@ -9,10 +10,10 @@ namespace louddesk {
 
 using NumberCheck = std::function<std::string(const std::string&)>;
 
-/// A number from `low` to `high`. Refuses "nan", which `CLI::Range` lets through.
+/// Accepts a number from `low` to `high`. Rejects "nan", which `CLI::Range` accepts.
 NumberCheck Between(double low, double high);
 
-/// A whole number from 1 up to the largest `unsigned long`.
+/// Accepts a whole number from 1 to the largest `unsigned long`.
 std::string CheckCount(const std::string& text);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Control characters and stray bytes in hexadecimal.
+// Escapes control characters and invalid UTF-8 in hexadecimal.
 
 #include "PrintableText.h"
 

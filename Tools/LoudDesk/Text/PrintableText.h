@@ -1,4 +1,4 @@
-// Texts of unknown bytes, such as names of files, for lines on a terminal. Stateless.
+// Makes untrusted texts, such as file names, safe to print on a terminal. Stateless.
 
 #pragma once
 
@@ -6,9 +6,9 @@
 
 namespace louddesk {
 
-/// `text` with every byte that is not UTF-8 or belongs to a control character written as a
-/// backslash, an x and two hexadecimal digits: one line that moves no cursor and changes no colour.
-/// Applying it again changes nothing.
+/// Returns `text` with each byte of a control character or of invalid UTF-8 written as a backslash,
+/// an x and two hexadecimal digits. The result is one line that cannot move the cursor or change
+/// colours. Applying it again changes nothing.
 std::string Printable(const std::string& text);
 
 }  // namespace louddesk

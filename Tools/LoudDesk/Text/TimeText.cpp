@@ -1,4 +1,4 @@
-// Moments by strptime and mktime, which know the calendar and the time zones.
+// Uses strptime and mktime, which know the calendar and the time zones.
 
 #include "TimeText.h"
 
@@ -11,12 +11,12 @@
 namespace louddesk {
 namespace {
 
-constexpr std::size_t kMostDigits = 9;  // of a number of units, and behind a decimal point
+constexpr std::size_t kMostDigits = 9;  // of a count of units or of a fraction of a second
 constexpr char kDigits[] = "0123456789";
-constexpr int kFirstYear = 70;  // 1970, as std::tm counts
+constexpr int kFirstYear = 70;  // 1970, as std::tm counts years
 constexpr int kLastYear = 8099;
 
-// How a moment may be written, and what its zone is.
+// A format of a date and time, and where its time zone comes from.
 enum class Zone { kNamed, kUsers };
 
 struct Form {
@@ -25,7 +25,7 @@ struct Form {
   bool hasDate;
 };
 
-// A form stands before those that are the beginning of it. %z reads "Z" and "+01:00".
+// A longer format comes before its own prefixes. %z reads "Z" and "+01:00".
 constexpr Form kForms[] = {
     {"%Y-%m-%dT%H:%M:%S%z", Zone::kNamed, true},
     {"%Y-%m-%dT%H:%M%z", Zone::kNamed, true},
@@ -46,7 +46,7 @@ struct Unit {
 
 constexpr Unit kUnits[] = {{'s', 1}, {'m', 60}, {'h', 3600}, {'d', 86400}, {'w', 604800}};
 
-// Midnight of the user's day.
+// Midnight at the start of the current day, in local time.
 std::tm DayOf(std::int64_t now) {
   const auto time = static_cast<std::time_t>(now);
   std::tm day{};
@@ -55,7 +55,7 @@ std::tm DayOf(std::int64_t now) {
   return day;
 }
 
-// A day that a month does not have would silently become one of the next.
+// Whether the month has this day: mktime would silently turn 31 April into 1 May.
 bool IsDayOfItsMonth(const std::tm& fields) {
   std::tm normalised = fields;
   normalised.tm_isdst = 0;
@@ -63,7 +63,7 @@ bool IsDayOfItsMonth(const std::tm& fields) {
   return normalised.tm_mday == fields.tm_mday && normalised.tm_mon == fields.tm_mon;
 }
 
-// The text without the fraction of its seconds, as documents for programs have it: ":12.000".
+// Removes a fraction of a second, as JSON documents contain it: ":12.000".
 std::string WithoutFraction(const std::string& text) {
   const std::size_t point = text.find('.');
   const bool isBehindSeconds =
@@ -85,7 +85,7 @@ std::optional<std::int64_t> ReadAs(const Form& form, const std::string& text, st
     const long offset = fields.tm_gmtoff;  // timegm sets it to 0
     return std::int64_t{timegm(&fields)} - offset;
   }
-  fields.tm_isdst = -1;  // mktime finds out
+  fields.tm_isdst = -1;  // mktime determines it
   return std::int64_t{std::mktime(&fields)};
 }
 

@@ -1,4 +1,4 @@
-// The version from the build.
+// Takes the version from the build.
 
 #include "Version.h"
 

@@ -1,10 +1,10 @@
-// Which version of the system this tool belongs to.
+// The version of the system that this tool belongs to.
 
 #pragma once
 
 namespace louddesk {
 
-/// As the build's project() tells it: "1.0.0".
+/// The version given to project() in CMake: "1.0.0".
 extern const char kVersion[];
 
 }  // namespace louddesk

@@ -9,7 +9,7 @@ namespace {
 
 constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
 
-// What XML cannot hold although UTF-8 can.
+// Valid in UTF-8 but not allowed in XML.
 constexpr const char* kNoncharacters[] = {"\xEF\xBF\xBE", "\xEF\xBF\xBF"};
 
 std::string EscapedByte(char c) {

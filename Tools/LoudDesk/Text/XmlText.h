@@ -1,4 +1,4 @@
-// Text that XML may hold, as pages and drawings need it. Stateless.
+// Escapes text for XML, as pages and drawings need it. Stateless.
 
 #pragma once
 
@@ -6,8 +6,8 @@
 
 namespace louddesk {
 
-/// `text` as XML may hold it in contents and quoted attributes: UTF-8, the five special characters
-/// as entities, U+FFFD for what XML cannot hold at all.
+/// Returns `text` escaped for XML contents and quoted attributes: valid UTF-8, the five special
+/// characters as entities, and U+FFFD for every character that XML does not allow.
 std::string XmlEscaped(const std::string& text);
 
 }  // namespace louddesk
