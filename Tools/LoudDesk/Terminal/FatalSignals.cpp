@@ -1,4 +1,4 @@
-// Handlers of the signals that end a process. They can use only what is outside the object.
+// Handlers of the signals that end a process. A signal handler can reach global state only.
 
 #include "FatalSignals.h"
 
@@ -8,16 +8,17 @@
 namespace louddesk {
 namespace {
 
-// The user's Ctrl-C and Ctrl-\, a lost terminal or reader, and faults of this program.
+// Signals from the user (Ctrl-C, Ctrl-\), of a lost terminal or reader, and of faults in this
+// program.
 constexpr int kSignals[] = {SIGINT,  SIGTERM, SIGHUP, SIGQUIT, SIGPIPE,
                             SIGABRT, SIGSEGV, SIGBUS, SIGFPE,  SIGILL};
 
 void (*gGiveBack)();                           // written while no handler is installed
-struct sigaction gUsual[std::size(kSignals)];  // what was there before the object
+struct sigaction gUsual[std::size(kSignals)];  // handlers from before the object was built
 
 void EndBySignal(int signal) {
   gGiveBack();
-  raise(signal);  // whose handler is the usual one again
+  raise(signal);  // SA_RESETHAND has restored the default action
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Gives something back even when a signal ends the process. One object at a time and process.
+// Runs a clean-up function when a signal ends the process. One object at a time per process.
 
 #pragma once
 
@@ -6,13 +6,13 @@ namespace louddesk {
 
 class FatalSignals {
  public:
-  /// From now on a signal that would end the process calls `giveBack` first; then the process ends
-  /// by that signal. Signals that are ignored, as SIGHUP under nohup, or have a handler, as SIGINT
-  /// and SIGTERM where they end a subcommand in order, are left alone. REQUIRES: `giveBack` may be
-  /// called in a signal handler.
+  /// From now on, a signal that would end the process first calls `giveBack`; the same signal then
+  /// ends the process. Signals that are ignored (SIGHUP under nohup) or already handled (SIGINT and
+  /// SIGTERM in subcommands that stop cleanly on them) are left alone.
+  /// REQUIRES: `giveBack` is async-signal-safe.
   explicit FatalSignals(void (*giveBack)());
 
-  /// Leaves the signals as they were.
+  /// Restores the previous handlers.
   ~FatalSignals();
 
   FatalSignals(const FatalSignals&) = delete;

@@ -11,11 +11,12 @@
 namespace louddesk {
 namespace {
 
-constexpr std::size_t kUsualColumns = 80;  // of a terminal that does not say
+constexpr std::size_t kUsualColumns = 80;  // of a terminal whose width is unknown
 
 constexpr std::chrono::seconds kPipePeriod{1};
 
-// Messages come every 100 ms with some jitter; one that is up to half of that early is shown.
+// Messages arrive every 100 ms with some jitter. Half a period of tolerance keeps an early message
+// from being skipped.
 constexpr std::chrono::milliseconds kPipeTolerance{50};
 
 }  // namespace
@@ -71,12 +72,12 @@ void LiveLine::Refresh(const std::string& text) {
   mShown = line.size();
 }
 
-// One column less than there are: many terminals wrap as soon as the last one is written.
+// One column less than the terminal has: many terminals wrap after the last column.
 std::size_t LiveLine::Width() const {
   return std::max<std::size_t>(mColumns(), 2) - 1;
 }
 
-// The blanks that hide what a new text of `length` characters leaves of the line.
+// The blanks that erase the rest of the old line after a new text of `length` characters.
 std::string LiveLine::BlanksBehind(std::size_t length) const {
   const std::size_t shown = std::min(mShown, Width());
   return std::string(shown - std::min(shown, length), ' ');

@@ -1,4 +1,4 @@
-// Figures as they come: one refreshed line on a terminal, a line about once a second into a pipe.
+// Live figures: one refreshed line on a terminal, about one line a second into a pipe.
 
 #pragma once
 
@@ -11,31 +11,31 @@
 
 namespace louddesk {
 
-/// Tells the columns that the terminal has now; empty: no terminal.
+/// Returns the current width of the terminal in columns. An empty function means no terminal.
 using TerminalColumns = std::function<std::size_t()>;
 
-/// Those of the terminal of an open descriptor; empty where that is none.
+/// Returns the function for an open descriptor; empty if it is not a terminal.
 TerminalColumns ColumnsOf(int descriptor);
 
 class LiveLine {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  /// Uses only the carriage return of a terminal, and asks for its columns each time.
+  /// Needs only the carriage return of a terminal, and asks for its width before each line.
   LiveLine(std::ostream& out, TerminalColumns columns);
 
-  /// Leaves a terminal at the beginning of a line.
+  /// Ends the line on a terminal.
   ~LiveLine();
 
   LiveLine(const LiveLine&) = delete;
   LiveLine& operator=(const LiveLine&) = delete;
 
-  /// Shows `text`, cut to the terminal's width. Without a terminal only when the last line was
-  /// shown at least a second before `now`.
+  /// Shows `text`, cut to the width of the terminal. Into a pipe, writes it only if the last line
+  /// is about a second older than `now`.
   void Show(const std::string& text, Time now);
 
-  /// Writes a line that stays, or several; on a terminal in the place of the live line, which comes
-  /// back below with the next call of Show.
+  /// Writes one or several permanent lines. On a terminal they replace the live line, which returns
+  /// below them with the next call of Show.
   void Print(const std::string& text);
 
   /// Ends the line on a terminal, so that other output can follow.

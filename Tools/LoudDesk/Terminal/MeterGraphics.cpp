@@ -14,24 +14,24 @@ namespace {
 constexpr unsigned kEighths = 8;
 
 constexpr char32_t kFullBlock = U'\u2588';
-constexpr char32_t kNoBlock = U'\u2590';      // less n: a left block of n eighths
-constexpr char32_t kLowestBlock = U'\u2580';  // plus n: a lower block of n eighths
-constexpr char32_t kMark = U'\u2503';         // a heavy upright line
-constexpr char32_t kGuideLine = U'\u2508';    // a dotted line
-constexpr char32_t kEmptyCell = U'\u00B7';    // a dot in the middle
+constexpr char32_t kNoBlock = U'\u2590';      // minus n: left block of n eighths
+constexpr char32_t kLowestBlock = U'\u2580';  // plus n: lower block of n eighths
+constexpr char32_t kMark = U'\u2503';         // heavy vertical line
+constexpr char32_t kGuideLine = U'\u2508';    // dotted line
+constexpr char32_t kEmptyCell = U'\u00B7';    // middle dot
 
-// Where `value` lies between the ends, 0 to 1.
+// Relative position of `value` in the range, 0 to 1.
 double Fraction(const ValueRange& range, double value) {
   return std::clamp((value - range.low) / (range.high - range.low), 0.0, 1.0);
 }
 
-// Eighths of `cells` cells that are filled up to `value`.
+// Number of filled eighths in a bar of `cells` cells.
 unsigned long EighthsOf(std::size_t cells, const ValueRange& range, double value) {
   const double all = static_cast<double>(cells * kEighths);
   return static_cast<unsigned long>(std::lround(Fraction(range, value) * all));
 }
 
-// Eighths of the cell `index` (from the beginning) that are filled when `eighths` are in all.
+// Number of filled eighths in cell `index` when the whole bar has `eighths`.
 unsigned FillOfCell(unsigned long eighths, std::size_t index) {
   const unsigned long before = static_cast<unsigned long>(index) * kEighths;
   return static_cast<unsigned>(std::clamp(eighths, before, before + kEighths) - before);
@@ -51,7 +51,7 @@ char32_t CurveGlyph(unsigned fill, Glyphs glyphs) {
   return fill == 0 ? U' ' : kLowestBlock + fill;
 }
 
-// The value at the beginning of a cell of `cells`.
+// The value at the start of cell `index` out of `cells`.
 double ValueAt(std::size_t index, std::size_t cells, const ValueRange& range) {
   return range.low +
          (range.high - range.low) * static_cast<double>(index) / static_cast<double>(cells);
@@ -96,7 +96,7 @@ void DrawBar(TextScreen& screen, const CellRun& run, const ValueRange& range,
 
 void DrawScale(TextScreen& screen, const CellRun& run, const ValueRange& range, double step,
                bool withPlus) {
-  std::size_t free = 0;  // first column that a number may use
+  std::size_t free = 0;  // first column available for a number
   for (double value = range.low; value <= range.high; value += step) {
     const std::string number = fmt::format(withPlus && value > 0 ? "{:+.0f}" : "{:.0f}", value);
     const std::size_t centre = CellOf(run, range, value);

@@ -1,4 +1,4 @@
-// Bars, scales and curves of text cells. Stateless.
+// Draws bars, scales and curves in text cells. Stateless.
 
 #pragma once
 
@@ -12,39 +12,39 @@
 
 namespace louddesk {
 
-/// What a terminal can show: blocks in eighths of a cell, or ASCII.
+/// What a terminal can display: block characters in eighths of a cell, or ASCII only.
 enum class Glyphs { kBlocks, kAscii };
 
-/// A run of cells in a row.
+/// Consecutive cells of one row.
 struct CellRun {
   std::size_t row;
   std::size_t column;
   std::size_t width;
 };
 
-/// Values along a bar or up a curve, from its beginning to its end.
+/// The values that a bar or a curve covers, and the limits that colour it.
 struct ValueRange {
   double low;
   double high;
-  double alertAbove;  // values above it are in the ink of an alert
-  double lowBelow = -std::numeric_limits<double>::infinity();  // those below it in that of low ones
+  double alertAbove;                                           // higher values have Ink::kAlert
+  double lowBelow = -std::numeric_limits<double>::infinity();  // lower ones have Ink::kLow
 };
 
-/// Column of the run's cell that `value` falls into; the ends stand for what lies beyond.
+/// Column of the cell that shows `value`. Values out of range fall into the first or last cell.
 std::size_t CellOf(const CellRun& run, const ValueRange& range, double value);
 
-/// A bar from the low end up to `value`; without a value an empty one. `mark` is a single cell that
-/// stands out where it lies beyond the bar. Where either lies above the high end, the last cell is
+/// Draws a bar from the low end up to `value`, or an empty bar without a value. `mark` is a single
+/// cell, drawn only beyond the end of the bar. If either value exceeds the range, the last cell is
 /// '>'.
 void DrawBar(TextScreen& screen, const CellRun& run, const ValueRange& range,
              std::optional<double> value, std::optional<double> mark, Glyphs glyphs);
 
-/// Numbers at every `step` from the low end on, each centred on its place in a bar, as far as they
-/// do not touch one another.
+/// Writes a number at every `step` from the low end on, centred on its position in a bar. Numbers
+/// that would touch another one are left out.
 void DrawScale(TextScreen& screen, const CellRun& run, const ValueRange& range, double step,
                bool withPlus);
 
-/// A place of several rows for a curve.
+/// A rectangle of cells for a curve.
 struct CellArea {
   std::size_t row;
   std::size_t column;
@@ -52,12 +52,12 @@ struct CellArea {
   std::size_t rows;
 };
 
-/// A column a value, the last value at the right end, with a line at the value `guide`. Even the
-/// lowest value shows; no value leaves a gap.
+/// Draws one column for each value, the last one at the right edge, and a line at the value
+/// `guide`. Even the lowest value fills part of a cell; a missing value leaves a gap.
 void DrawHistory(TextScreen& screen, const CellArea& area, const ValueRange& range, double guide,
                  const std::deque<std::optional<double>>& values, Glyphs glyphs);
 
-/// Row of the area, counted from its top, that `value` falls into.
+/// Row of the area, counted from its top, that shows `value`.
 std::size_t RowOf(const CellArea& area, const ValueRange& range, double value);
 
 }  // namespace louddesk

@@ -47,7 +47,7 @@ void ProgressBar::Resize(std::size_t columns) {
   const std::size_t usable = columns > 0 ? columns - 1 : 0;
   if (usable == mColumns)
     return;
-  mColumns = std::min(mColumns, usable);  // no more than there is room for now
+  mColumns = std::min(mColumns, usable);  // never wrap on a narrower terminal
   Hide();
   mColumns = usable;
 }

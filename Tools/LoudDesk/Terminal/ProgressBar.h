@@ -1,5 +1,4 @@
-// A bar that shows how far the work on one file has come, on one line of a terminal. It leaves the
-// line empty.
+// A progress bar for the work on one file, on one line of a terminal. Leaves the line empty.
 
 #pragma once
 
@@ -10,38 +9,38 @@
 
 namespace louddesk {
 
-/// Empties the line of a bar on standard error where its owner cannot: in a signal handler.
+/// Erases the line of a bar on standard error. Async-signal-safe, for a process that a signal ends.
 void ClearProgressLine();
 
-/// Uses only the carriage return of a terminal.
+/// Needs only the carriage return of a terminal.
 class ProgressBar {
  public:
-  /// A bar for work of `total` steps, in lines of `columns` characters, with the label as
-  /// `Printable` shows it. Writes nothing yet. REQUIRES: total > 0.
+  /// A bar for `total` steps in a terminal of `columns` columns. The label is shown as `Printable`
+  /// returns it. Writes nothing yet. REQUIRES: total > 0.
   ProgressBar(std::ostream& terminal, std::size_t columns, const std::string& label,
               std::uint64_t total);
 
-  /// Empties the line.
+  /// Erases the line.
   ~ProgressBar() { Hide(); }
 
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
-  /// Shows `done` of the steps; writes only when the percentage or the width has changed.
+  /// Shows that `done` steps are complete. Writes only if the percentage or the width has changed.
   void Show(std::uint64_t done);
 
-  /// Empties the line until the next `Show`.
+  /// Erases the line until the next `Show`.
   void Hide();
 
-  /// From the next `Show` on the terminal has so many columns.
+  /// Sets the width of the terminal, which applies from the next `Show` on.
   void Resize(std::size_t columns);
 
  private:
   std::ostream& mTerminal;
-  std::size_t mColumns;  // characters used at most; one less than the terminal has
+  std::size_t mColumns;  // one less than the terminal has
   std::string mLabel;
   std::uint64_t mTotal;
-  std::uint64_t mPercent;  // as last shown; above 100: nothing shown yet
+  std::uint64_t mPercent;  // last one shown; above 100: nothing is shown
 };
 
 }  // namespace louddesk

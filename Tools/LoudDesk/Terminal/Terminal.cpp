@@ -1,4 +1,4 @@
-// The terminal by way of ncurses.
+// Drives the terminal with ncurses.
 
 #include "Terminal.h"
 
@@ -17,7 +17,7 @@
 namespace louddesk {
 namespace {
 
-// Numbers of the colour pairs; 0 is what the terminal has by itself.
+// Numbers of the colour pairs; 0 is the default pair of the terminal.
 constexpr short kPlainPair = 0;
 constexpr short kGoodPair = 1;
 constexpr short kAlertPair = 2;
@@ -29,8 +29,7 @@ struct InkLook {
   short pair;
 };
 
-// In the order of Ink. Alerts differ from the rest without colours too, and what they mean is in
-// the text.
+// In the order of Ink. Alerts also stand out without colours, and the text states their meaning.
 constexpr InkLook kLooks[] = {
     {A_NORMAL, kPlainPair},  {A_BOLD, kPlainPair},
     {A_DIM, kPlainPair},     {A_NORMAL, kGoodPair},
@@ -40,9 +39,9 @@ constexpr InkLook kLooks[] = {
 
 termios gShellModes;  // written before the handlers are installed
 
-// Plain characters, plain keys, the cursor, an empty screen, and the previous picture where the
-// terminal has kept one. ncurses itself may not be called in a signal handler. In the background
-// the terminal belongs to another process, and was given back when this one was stopped.
+// Restores the attributes, the keypad mode, the cursor and, where the terminal has saved it, the
+// previous screen. Called by signal handlers, which may not call ncurses. A background process does
+// nothing: the terminal belongs to another process and was restored when this one was stopped.
 void GiveBack() {
   constexpr char kSequence[] = "\033[0m\033[?1l\033>\033[?25h\033[H\033[2J\033[?1049l";
   if (tcgetpgrp(STDOUT_FILENO) == getpgrp() &&
@@ -50,8 +49,8 @@ void GiveBack() {
     tcsetattr(STDOUT_FILENO, TCSANOW, &gShellModes);
 }
 
-// Keys one by one, as ncurses reads them, but with a line feed for the return key. Otherwise a line
-// that is typed ahead would reach the shell without its end.
+// Delivers keys one at a time, as ncurses needs them, but keeps translating carriage return to line
+// feed. Otherwise a line typed ahead would reach the shell without its line end.
 void TakeSingleKeys() {
   cbreak();
   termios modes;
@@ -63,7 +62,7 @@ void TakeSingleKeys() {
 }
 
 Glyphs GlyphsOfLocale() {
-  // Only the character set: numbers are written with a point everywhere.
+  // Only the character set: numbers always have a decimal point.
   std::setlocale(LC_CTYPE, "");
   return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0 ? Glyphs::kBlocks : Glyphs::kAscii;
 }
@@ -74,12 +73,12 @@ std::string UnusableTerminal(const char* reason) {
          "; set TERM, or use --format csv or json";
 }
 
-// A terminal without that would get the whole picture on one line.
+// Without this, a terminal would write the whole picture on one line.
 bool CanPlaceCursor() {
   return tigetstr("cup") != nullptr;
 }
 
-// https://no-color.org: present and not empty.
+// Set and not empty, see https://no-color.org.
 bool WantsNoColours() {
   const char* const wish = std::getenv("NO_COLOR");
   return wish != nullptr && *wish != '\0';

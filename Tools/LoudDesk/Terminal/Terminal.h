@@ -1,5 +1,5 @@
-// The user's terminal as a window of text cells. One object at a time and process, on one thread.
-// Takes the terminal over while it lives and gives it back as it was, also when a signal ends the
+// The user's terminal as a window of text cells. One object at a time per process, on one thread.
+// Takes over the terminal while it lives and restores it afterwards, also when a signal ends the
 // process.
 
 #pragma once
@@ -14,44 +14,43 @@ struct screen;
 
 namespace louddesk {
 
-/// Keys that are not characters.
+/// Codes of keys that are not characters.
 constexpr int kKeyUp = 0x110000;
 constexpr int kKeyDown = 0x110001;
 
 class Terminal {
  public:
-  /// Takes over the terminal on standard output. Throws std::runtime_error, with one line for the
-  /// user, when its kind is not known or cannot place its cursor. Without colours when the
-  /// environment has NO_COLOR.
+  /// Takes over the terminal on standard output. Throws std::runtime_error with one line for the
+  /// user if the type of the terminal is unknown or it cannot place its cursor. Uses no colours if
+  /// the environment variable NO_COLOR is set.
   Terminal();
 
-  /// Gives it back.
+  /// Restores the terminal.
   ~Terminal();
 
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
 
-  /// The window as it is now.
+  /// The current size of the window.
   ScreenSize Size() const;
 
-  /// What it can show, by the user's locale.
+  /// The glyphs that the user's locale can display.
   Glyphs Glyph() const { return mGlyphs; }
 
-  /// Whether standard input is a terminal, where keys can be pressed.
+  /// Whether standard input is a terminal, so that keys can be pressed.
   bool HasKeys() const { return mHasKeys; }
 
-  /// Shows the cells; only what has changed is written.
+  /// Shows the cells. Writes only those that have changed.
   void Show(const TextScreen& cells);
 
-  /// The next character typed or key pressed, 0 when there is none. Takes note of a new size of the
-  /// window.
+  /// The next character or key, or 0 if there is none. Also takes over a new size of the window.
   int ReadKey();
 
  private:
   void PrepareColours();
 
   struct screen* mScreen;                     // owned
-  std::optional<FatalSignals> mFatalSignals;  // while ncurses has the terminal
+  std::optional<FatalSignals> mFatalSignals;  // while ncurses owns the terminal
   Glyphs mGlyphs;
   bool mHasKeys;
   bool mHasColours = false;

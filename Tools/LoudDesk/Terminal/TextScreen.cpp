@@ -1,4 +1,4 @@
-// Cells of a window.
+// Text cells of a window.
 
 #include "TextScreen.h"
 
