@@ -7,7 +7,7 @@
 namespace louddesk {
 namespace {
 
-// The points from `begin` up to but excluding `end`.
+// The column of the points from `begin` up to but excluding `end`; nothing without a reading.
 std::optional<EnvelopeColumn> ColumnOf(const PointAt& pointAt, std::size_t begin, std::size_t end) {
   std::optional<EnvelopeColumn> column;
   for (std::size_t i = begin; i < end; ++i) {

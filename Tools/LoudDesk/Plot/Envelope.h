@@ -1,4 +1,4 @@
-// A series thinned out for a plot without losing its extremes. Stateless.
+// Reduces a series for a plot and keeps its extremes. Stateless.
 
 #pragma once
 
@@ -9,28 +9,28 @@
 
 namespace louddesk {
 
-/// Readings of neighbouring points as one.
+/// The readings of neighbouring points, reduced to their extremes.
 struct EnvelopeColumn {
-  double seconds = 0.0;  // middle of the points, s
-  float low = 0.0F;      // lowest of their readings
-  float high = 0.0F;     // highest of their readings
+  double seconds = 0.0;  // midpoint in time, s
+  float low = 0.0F;      // lowest reading
+  float high = 0.0F;     // highest reading
 };
 
-/// Columns that follow each other without a gap.
+/// Columns without a gap between them.
 using EnvelopeRun = std::vector<EnvelopeColumn>;
 
 /// One point of a series.
 struct PlotPoint {
   double seconds = 0.0;
-  std::optional<float> reading;  // nothing where there is none
+  std::optional<float> reading;  // nothing if missing
 };
 
-/// Tells the point of an index, counted from 0.
+/// Returns the point of an index, counted from 0.
 using PointAt = std::function<PlotPoint(std::size_t)>;
 
-/// At most `maxColumns` columns of equally many points each, of a series of `count` points. Points
-/// without a reading are passed over; where a whole column has none, a new run begins.
-/// REQUIRES: maxColumns > 0.
+/// Reduces a series of `count` points to at most `maxColumns` columns of equally many points (the
+/// last may have fewer). Points without a reading are skipped; a column without any reading starts
+/// a new run. REQUIRES: maxColumns > 0.
 std::vector<EnvelopeRun> EnvelopeOf(std::size_t count, const PointAt& pointAt,
                                     std::size_t maxColumns);
 

@@ -1,4 +1,4 @@
-// Figures of a page.
+// HTML for the figures of a page.
 
 #include "PlotFigure.h"
 

@@ -1,4 +1,4 @@
-// What stands around a plot on a page: heading, legend, axis and explanation. Stateless.
+// The surroundings of a plot on a page: heading, legend, axis and explanation. Stateless.
 
 #pragma once
 
@@ -7,26 +7,26 @@
 
 namespace louddesk {
 
-/// What a style in a plot means.
+/// Explains one style of a plot.
 struct LegendEntry {
   enum class Sample { kLine, kDot };
 
-  const char* style;  // of the sample
+  const char* style;  // CSS class of the sample
   std::string text;
   Sample sample = Sample::kLine;
 };
 
-/// A plot and its texts. All but the drawing is plain text.
+/// A plot and its texts. All members but `drawing` are plain text.
 struct PlotFigure {
   std::string heading;
-  std::string unit;  // beside the heading
+  std::string unit;  // shown beside the heading
   std::vector<LegendEntry> legend;
   std::string drawing;  // an SVG element
-  std::string axis;     // what runs along it from left to right
+  std::string axis;     // caption of the horizontal axis
   std::string explanation;
 };
 
-/// The figure as an element.
+/// The figure as an HTML element.
 std::string FigureElement(const PlotFigure& figure);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Scales and the drawing of plots.
+// Scales and SVG elements of plots.
 
 #include "SvgPlot.h"
 
@@ -13,18 +13,18 @@
 namespace louddesk {
 namespace {
 
-// Side of the inner drawing in its own units; a tenth of one is less than a pixel anywhere.
+// Side of the inner drawing in its own units. A tenth of a unit is always less than a pixel.
 constexpr double kInnerSide = 1000.0;
 
-// Width of a plot on a screen of 320 pixels, and the most that a letter and a gap of its labels
-// take there.
+// Width of a plot on a screen of 320 pixels, and the largest width of a letter and of the gap
+// between labels there. Pixels.
 constexpr double kNarrowestWidth = 224.0;
 constexpr double kLetterWidth = 7.0;
 constexpr double kLabelGap = 2.0;
 constexpr int kLabelRowHeight = 14;
 
-constexpr int kHeadMargin = 8;   // over the head room
-constexpr int kFootMargin = 28;  // with one row of labels
+constexpr int kHeadMargin = 8;   // above the head room
+constexpr int kFootMargin = 28;  // below the plot, with one row of labels
 
 constexpr std::size_t kMaxTimeSteps = 12;
 constexpr std::size_t kMaxNarrowTimeSteps = 6;
@@ -34,7 +34,7 @@ constexpr double kHour = 3600.0;
 constexpr double kTimeSteps[] = {0.1, 0.2,  0.5,  1.0,   2.0,   5.0,   10.0,  15.0,   20.0,  30.0,
                                  60., 120., 300., 600.0, 900.0, 1200., 1800., 3600.0, 7200.0};
 
-// One decimal, none when it is 0.
+// At most one decimal.
 std::string Short(double value) {
   return fmt::format("{:g}", std::round(value * 10.0) / 10.0 + 0.0);
 }
@@ -53,12 +53,12 @@ double TimeStep(double seconds) {
 std::string TickText(double value, double seconds) {
   if (seconds < kMinute)
     return Short(value);
-  const double unit = seconds < kHour ? 1.0 : kMinute;  // s or min after the colon
+  const double unit = seconds < kHour ? 1.0 : kMinute;  // what the colon separates: min:s or h:min
   const long whole = std::lround(value / unit);
   return fmt::format("{}:{:02}", whole / 60, whole % 60);
 }
 
-// The first row with room for a label in the middle of which `position` lies, 0 ... 1.
+// The first row with room for a label centred on `position` (0 ... 1).
 std::size_t RowFor(double position, const std::string& label, std::vector<double>& ends) {
   const double middle = position * kNarrowestWidth;
   const double half = kLetterWidth * static_cast<double>(label.size()) / 2.0;
@@ -121,7 +121,7 @@ SvgPlot::SvgPlot(std::string id, std::string title, std::string description, Plo
       mHeadRoom(headRoom) {}
 
 void SvgPlot::AddXTicks(const std::vector<PlotTick>& ticks) {
-  std::vector<double> ends;  // of the last label in each row
+  std::vector<double> ends;  // right end of the last label in each row
   for (const PlotTick& tick : ticks) {
     const bool isNarrow = !tick.isForWideScreens;
     const std::size_t row =
@@ -186,7 +186,7 @@ void SvgPlot::AddCurve(const std::vector<EnvelopeRun>& runs, const char* style) 
       command = "L";
     }
     if (run.size() == 1)
-      data += "h0";  // a dot, by the round ends of the stroke
+      data += "h0";  // a dot, by the round caps of the stroke
   }
   AddPath(data, style);
 }

@@ -1,9 +1,9 @@
-// The plain parts of which a plot is made: scales with round ticks, and the frame of axes and
-// curves. Stateless but for a plot under construction.
+// The parts of a plot: scales with round ticks, grid lines, curves and marks. Stateless except for
+// `SvgPlot`, a plot under construction.
 //
-// A plot fills the width that it is given: curves stand in an inner drawing that is stretched,
-// texts and lines in percent of the outer one, so that letters and strokes keep their size on any
-// screen.
+// A plot fills the available width. Curves are in an inner drawing that is stretched. Texts and
+// lines are placed in percent of the outer drawing, so that letters and strokes keep their size on
+// any screen.
 
 #pragma once
 
@@ -20,71 +20,71 @@ struct PlotScale {
   double high = 1.0;
 };
 
-/// Where a value lies on a scale, 0 ... 1; values off the scale lie at its end.
+/// Relative position of a value on a scale, 0 ... 1. Values off the scale are at its ends.
 double PositionOn(double value, const PlotScale& scale);
 
-/// A value with its mark on an axis.
+/// A labelled value on an axis.
 struct PlotTick {
   double value = 0.0;
   std::string label;
-  std::string otherLabel = {};  // at the far end of its grid line, where there is room
+  std::string otherLabel = {};  // at the right end of the grid line, where there is room
   bool isForWideScreens = false;
 };
 
-/// A label of an axis: no decimals where none are needed, and two at most.
+/// A label for a value: at most two decimals, without trailing zeros.
 std::string AxisLabel(double value);
 
-/// The multiples of a step that lie on a scale.
+/// Ticks at the multiples of `step` on a scale.
 std::vector<PlotTick> StepTicks(const PlotScale& scale, double step);
 
-/// At most 13 round points of time from 0 on, each labelled in the unit of `TimeUnitOf`. Where
-/// there are more than 7, every second one is for wide screens only. REQUIRES: seconds > 0.
+/// At most 13 ticks at round times from 0 on, labelled in the unit of `TimeUnitOf`. If `seconds` is
+/// more than six steps, every second tick is for wide screens only. REQUIRES: seconds > 0.
 std::vector<PlotTick> TimeTicks(double seconds);
 
-/// How the labels of `TimeTicks` read: "s", "min:s" or "h:min".
+/// The format of the labels of `TimeTicks`: "s", "min:s" or "h:min".
 const char* TimeUnitOf(double seconds);
 
 /// A plot under construction. Later parts are drawn over earlier ones.
 class SvgPlot {
  public:
-  /// An empty plot; `id` is unique on the page, `title` and `description` are for those who do not
-  /// see it. `headRoom` is kept free above the plot, in pixels.
+  /// An empty plot. `id` is unique on the page; `title` and `description` are for screen readers.
+  /// `headRoom` pixels above the plot stay free.
   SvgPlot(std::string id, std::string title, std::string description, PlotScale x, PlotScale y,
           int headRoom = 0);
 
-  /// Grid lines with labels below the plot, in further rows where they would touch on the narrowest
-  /// screen.
+  /// Adds vertical grid lines with labels below the plot. Labels that would touch on the narrowest
+  /// screen move to further rows.
   void AddXTicks(const std::vector<PlotTick>& ticks);
 
-  /// Grid lines with labels on the left, and on the right where wanted.
+  /// Adds horizontal grid lines with labels on the left and, if given, on the right.
   void AddYTicks(const std::vector<PlotTick>& ticks);
 
-  /// A band over the whole width from `low` to `high`.
+  /// Adds a band of the full width between two values.
   void AddHorizontalBand(double low, double high, const char* style);
 
-  /// A band over the whole height from `low` to `high`.
+  /// Adds a band of the full height between two values.
   void AddVerticalBand(double low, double high, const char* style);
 
-  /// A line over the whole width.
+  /// Adds a line of the full width.
   void AddHorizontalLine(double y, const char* style);
 
-  /// A line over the whole height and up into the head room, with a text beside its upper end,
-  /// `rise` pixels over the plot.
+  /// Adds a line of the full height that reaches `rise` pixels above the plot, with a text beside
+  /// its upper end.
   void AddVerticalMark(double x, int rise, const std::string& text, const char* style);
 
-  /// A dot.
+  /// Adds a dot.
   void AddDot(double x, double y, const char* style);
 
-  /// A curve through the lowest and highest reading of each column.
+  /// Adds a curve through the lowest and highest reading of each column.
   void AddCurve(const std::vector<EnvelopeRun>& runs, const char* style);
 
-  /// The area between the lowest and the highest reading of each column.
+  /// Adds the area between the lowest and highest reading of each column.
   void AddRibbon(const std::vector<EnvelopeRun>& runs, const char* style);
 
-  /// The area from the foot of the plot to the highest reading of each column.
+  /// Adds the area from the bottom of the plot to the highest reading of each column.
   void AddArea(const std::vector<EnvelopeRun>& runs, const char* style);
 
-  /// Bars of width `width` that begin at `x` and reach from `low` to `high`.
+  /// A bar from `x` to `x` plus the common width, and from `low` to `high`.
   struct Bar {
     double x = 0.0;
     double low = 0.0;
@@ -97,10 +97,10 @@ class SvgPlot {
 
  private:
   void AddPath(const std::string& data, const char* style);
-  std::string Margins() const;                  // for a style
-  std::string X(double value) const;            // percent
-  std::string Y(double value) const;            // percent
-  std::string Point(double x, double y) const;  // in the inner drawing
+  std::string Margins() const;                  // as a style attribute
+  std::string X(double value) const;            // in percent
+  std::string Y(double value) const;            // in percent
+  std::string Point(double x, double y) const;  // in units of the inner drawing
 
   std::string mId;
   std::string mTitle;
