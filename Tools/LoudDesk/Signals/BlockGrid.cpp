@@ -1,4 +1,4 @@
-// Powers of blocks, millisecond by millisecond.
+// Computes the powers of blocks millisecond by millisecond.
 
 #include "BlockGrid.h"
 

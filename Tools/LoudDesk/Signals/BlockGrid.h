@@ -1,5 +1,5 @@
-// What a meter that works in blocks of 100 ms must read of a signal, derived from where the steps
-// of the signal lie in the blocks and from nothing of the meter. Immutable.
+// The readings that a meter with blocks of 100 ms must give for a signal. Derived only from the
+// position of the signal's steps in the blocks, never from the meter. Immutable.
 
 #pragma once
 
@@ -9,11 +9,11 @@
 
 namespace louddesk {
 
-/// The mean power of each block of 100 ms, and the readings that are means of blocks.
+/// The mean power of each block of 100 ms, and the readings that are averages over blocks.
 ///
-/// A momentary reading is the mean of four blocks, so that there is one every 100 ms from the
-/// fourth block on. A short-term reading is the mean of the momentary readings of the last 3 s,
-/// thirty, without those that do not exist yet or are silent.
+/// A momentary reading is the mean of four blocks. There is one every 100 ms from the fourth block
+/// on. A short-term reading is the mean of the thirty momentary readings of the last 3 s. It leaves
+/// out readings before the fourth block and silent ones.
 class BlockGrid {
  public:
   /// REQUIRES: a sine of 1 kHz with the same levels on Left and Right, in steps of whole
@@ -23,18 +23,18 @@ class BlockGrid {
   /// Whole blocks of the signal.
   int Blocks() const { return static_cast<int>(mPowers.size()); }
 
-  /// Readings in LKFS when `blocks` blocks have been measured, -infinity in silence.
+  /// Readings in LKFS after `blocks` blocks, -infinity in silence.
   /// REQUIRES: kFirstReading <= blocks <= Blocks().
   double Momentary(int blocks) const;
   double ShortTerm(int blocks) const;
 
-  /// Blocks that the first reading takes.
+  /// Number of blocks in the first reading.
   static constexpr int kFirstReading = 4;
 
  private:
   double MomentaryPower(int blocks) const;
 
-  std::vector<double> mPowers;  // of each block, 1.0 for 0 LKFS; exactly 0 in silence
+  std::vector<double> mPowers;  // per block; 1.0 is 0 LKFS, exactly 0 is silence
 };
 
 }  // namespace louddesk

@@ -1,5 +1,5 @@
-// The tables of the standards. Sines are of 1 kHz, on Left and Right and in phase, and levels are
-// peak levels in dBFS of each channel, unless a case says otherwise.
+// The tables of the standards. Unless a case states otherwise, signals are sines of 1 kHz, in phase
+// on Left and Right, and levels are peak levels of each channel in dBFS.
 
 #include "ComplianceCases.h"
 
@@ -23,7 +23,7 @@ constexpr Tolerance kLraTolerance = {1.0, 1.0};       // Tech 3342, LU
 // The loudness range is published in steps of 0.1 LU.
 constexpr Tolerance kSameLraTolerance = {0.1, 0.1};
 
-constexpr int kOffsets = 20;  // of the cases 10, 11, 13 and 14
+constexpr int kOffsets = 20;  // in cases 10, 11, 13 and 14
 constexpr char kRecording[] = "recording, not redistributable";
 
 const SpeakerLayout kStereo = SplitSpeakers("L,R");
@@ -67,7 +67,8 @@ std::vector<double> ReadingsOnGrid(const BlockGrid& grid, Quantity quantity, int
   return readings;
 }
 
-// The extremes of a reading that has to be constant from some time on.
+// Expects the reading to stay constant at `level` from the time `from` on: its lowest and its
+// highest value.
 Expectations Constant(const StepSignal& signal, Quantity quantity, double from, double level) {
   const BlockGrid grid(signal);
   const int first = Blocks(from);
@@ -85,7 +86,7 @@ ComplianceCase Recording(const char* id, Quantity quantity, double figure, Toler
   return {id, kRecording, {}, ComplianceRecording{kStereo, {atEnd}}};
 }
 
-// ITU-R BS.1770: the weighting, and the reading by which its offset of -0.691 is chosen.
+// ITU-R BS.1770: the gains of the weighting, and the level that its offset of -0.691 calibrates.
 
 ComplianceRun GainRun(double hertz, int sampleRate, double gainDb, double tolerance) {
   constexpr double kSettlingAndMeasured = 3.0;  // s
@@ -96,7 +97,7 @@ ComplianceRun GainRun(double hertz, int sampleRate, double gainDb, double tolera
   return {sine, {gain}, sampleRate};
 }
 
-// Tolerances are half of the last digit to which the gains are known.
+// Tolerances are half of the last digit of the known gains.
 ComplianceCase WeightingGains() {
   return {"1770-gain",
           "sine of 0 dBFS, front end alone",
@@ -132,7 +133,7 @@ ComplianceCase SteadyLevel(const char* id, double level) {
   return {id, InWords(steps), {{StepSignal{kStereo, steps}, expectations}}};
 }
 
-// A figure at the end of the steps.
+// Expects one figure at the end of the signal.
 ComplianceCase FigureAtEnd(const char* id, const std::string& words, const StepSignal& signal,
                            Quantity quantity, double figure, Tolerance tolerance) {
   return {id, words, {{signal, {AtTheEnd(quantity, Seconds(signal.steps), figure, tolerance)}}}};
@@ -149,19 +150,19 @@ ComplianceCase Surround() {
                      Quantity::kIntegrated, -23.0, kLoudnessTolerance);
 }
 
-// Two steps again and again, which a reading must not show.
+// Two alternating steps, which must not show in the reading.
 ComplianceCase Alternating(const char* id, const char* words, const Steps& steps, int times,
                            Quantity quantity, double from) {
   const StepSignal signal = Repeated({kStereo, steps}, times);
   return {id, words, {{signal, Constant(signal, quantity, from, -23.0)}}};
 }
 
-// Bursts at twenty offsets from the blocks: what they have in common.
+// The common properties of bursts at twenty offsets from the block boundaries.
 struct BurstFamily {
-  int stepMs;    // from one offset to the next
-  int lengthMs;  // of the burst
+  int stepMs;    // between offsets
+  int lengthMs;  // of a burst
   Quantity quantity;
-  Pick pick;  // of the readings since the beginning
+  Pick pick;  // which of the readings since the start
 };
 
 constexpr BurstFamily kShortTermBursts = {150, 3000, Quantity::kMaxShortTerm, Pick::kHighest};
@@ -186,7 +187,7 @@ Expectation HighestOfBurst(const BurstFamily& family, const BlockGrid& grid, int
           kLoudnessTolerance};
 }
 
-// One measurement for each offset: silence, the burst, and a second of silence.
+// One measurement per offset: silence, the burst, and a second of silence.
 ComplianceCase SeparateBursts(const char* id, const char* words, const BurstFamily& family) {
   constexpr double kLevel = -23.0;
   ComplianceCase bursts = {id, words, {}};
@@ -200,8 +201,8 @@ ComplianceCase SeparateBursts(const char* id, const char* words, const BurstFami
   return bursts;
 }
 
-// One stream of bursts, each 1 dB louder than the one before it and later in a period of twice its
-// length.
+// One stream of bursts. Each period is twice the length of a burst; each burst is 1 dB louder than
+// the one before and one offset later in its period.
 ComplianceCase RisingBursts(const char* id, const char* words, const BurstFamily& family) {
   constexpr double kFirstLevel = -38.0;
   StepSignal signal = {kStereo, {}};

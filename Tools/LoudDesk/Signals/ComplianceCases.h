@@ -1,5 +1,5 @@
-// The test signals of the public standards with the figures that a meter must read of them, as
-// data: ITU-R BS.1770, EBU Tech 3341 and EBU Tech 3342. Never changes.
+// The test signals of ITU-R BS.1770, EBU Tech 3341 and EBU Tech 3342, with the figures that a meter
+// must read. Constant data.
 
 #pragma once
 
@@ -12,27 +12,27 @@
 
 namespace louddesk {
 
-/// What is read.
+/// The figure that is read.
 enum class Quantity {
   kMomentary,      // LKFS
   kShortTerm,      // LKFS
-  kMaxShortTerm,   // the highest of the short-term readings, LKFS
+  kMaxShortTerm,   // highest short-term reading, LKFS
   kIntegrated,     // LKFS
   kLra,            // LU
   kMaxMomentary,   // LKFS
   kMaxTruePeak,    // dBTP
-  kWeightingGain,  // of the front end over the last second, from a sine of 0 dBFS; dB
+  kWeightingGain,  // of the front end over the last second, for a sine of 0 dBFS; dB
 };
 
-/// Which of the readings between two blocks counts.
+/// Which reading between the first and the last block counts.
 enum class Pick {
   kLast,
   kLowest,
   kHighest,
-  kChange,  // the last one less the first one
+  kChange,  // last reading minus first reading
 };
 
-/// How far a reading may lie from the figure expected.
+/// How far a reading may be from the expected figure.
 struct Tolerance {
   double below;
   double above;
@@ -41,30 +41,31 @@ struct Tolerance {
 /// A figure that a meter must read.
 struct Expectation {
   Quantity quantity;
-  std::string detail;  // which of several, in words; empty when there is only one
+  std::string
+      detail;  // distinguishes several figures of one case, in words; empty for a single one
   Pick pick;
-  int firstBlock;       // the first and the last reading that count, by the number of blocks of
-  int lastBlock;        // 100 ms that have been measured
-  double standard;      // what the standard asks for
-  double expected;      // what a meter reads that works in blocks of 100 ms
-  Tolerance tolerance;  // about `expected`
+  int firstBlock;       // range of readings that count, as numbers of blocks of 100 ms
+  int lastBlock;        // measured before the reading
+  double standard;      // figure of the standard
+  double expected;      // figure of a meter with blocks of 100 ms
+  Tolerance tolerance;  // around `expected`
 };
 
-/// One measurement from empty.
+/// One measurement, started from empty.
 struct ComplianceRun {
   Signal signal;
   std::vector<Expectation> expectations;
-  int sampleRate = 0;  // Hz; 0: the one that is asked for
+  int sampleRate = 0;  // Hz; 0: the requested one
 };
 
-/// A recording that must not be passed on: what a copy of it has to be, and the figures that a
-/// meter must read at its end. Its length is that of the copy: no expectation counts blocks.
+/// A recording that may not be redistributed: the layout of a copy, and the figures that a meter
+/// must read at its end. The length of a copy is unknown, so no expectation counts blocks.
 struct ComplianceRecording {
   SpeakerLayout speakers;
   std::vector<Expectation> expectations;
 };
 
-/// Either runs or a recording.
+/// A case consists of either runs or a recording.
 struct ComplianceCase {
   std::string id;      // document and number, for example "3341-5"
   std::string signal;  // in words
@@ -75,7 +76,8 @@ struct ComplianceCase {
 /// All cases in the order of the standards.
 const std::vector<ComplianceCase>& ComplianceCases();
 
-/// Whether a case is meant by what a user asks for: its identifier, or that of its document alone.
+/// Whether `wanted`, an identifier from the user, selects a case: its own identifier or that of its
+/// document.
 bool IsMeantBy(const ComplianceCase& complianceCase, const std::string& wanted);
 
 }  // namespace louddesk

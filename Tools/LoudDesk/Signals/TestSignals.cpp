@@ -21,7 +21,7 @@ double Amplitude(double levelDb) {
   return std::pow(10.0, levelDb / 20.0);
 }
 
-// How many samples at four times the nominal rate become one at the sample rate.
+// Number of samples at four times the nominal rate for each sample at the sample rate.
 int FourfoldSamplesPerSample(int sampleRate) {
   return static_cast<int>(OversamplingFor(sampleRate));
 }
@@ -32,7 +32,7 @@ double Hertz(const Frequency& frequency, int sampleRate) {
   return frequency.value * NominalRate(sampleRate);
 }
 
-// A gain of 0 at both ends of `length` samples and of 1 from `fade` samples away from them.
+// A linear fade: 0 at both ends of `length` samples, 1 from `fade` samples inwards.
 double FadeGain(double position, double length, double fade) {
   return fade > 0.0 ? std::clamp(std::min(position, length - position) / fade, 0.0, 1.0) : 1.0;
 }
@@ -62,8 +62,8 @@ class StepSource : public SampleSource {
 
  private:
   struct Step {
-    double end;                      // number of the first frame after it
-    std::vector<double> amplitudes;  // one a channel
+    double end;                      // index of the first frame after it
+    std::vector<double> amplitudes;  // one per channel
   };
 
   std::vector<double> AmplitudesOf(const std::vector<double>& levels) const {
@@ -93,28 +93,28 @@ class StepSource : public SampleSource {
 
   double SineNow() const { return std::sin(2.0 * kPi * (mTurn / SampleRate() + mPhase)); }
 
-  // From -1 up to but excluding 1. The distributions of the standard library differ between its
+  // Uniformly distributed in [-1, 1). The distributions of the standard library differ between
   // implementations; the generator does not.
   double NextNoise() { return static_cast<double>(mRandom()) / 2147483648.0 - 1.0; }
 
   Carrier mCarrier;
   double mHertz;  // of the sine
-  double mPhase;  // of the sine at the first frame, in cycles
+  double mPhase;  // of the sine at the first frame, cycles
   double mFade;   // in frames
   std::vector<Step> mSteps;
   std::size_t mStep = 0;  // the step being played
-  double mFrame = 0.0;    // number of the next frame: whole, and far below 2^53
-  double mTurn = 0.0;     // how far the sine has turned since the first frame, in cycles times the
-                          // sample rate: free of rounding, and so of drift, at whole frequencies
+  double mFrame = 0.0;    // index of the next frame; a whole number far below 2^53
+  double mTurn = 0.0;     // phase since the first frame, cycles times sample rate; exact,
   std::mt19937 mRandom{3341};
 };
 
-// Coefficients of a low pass at an eighth of the rate, half of the nominal one, by a Kaiser window:
-// 80 dB of attenuation after a transition of a fiftieth of that rate either way.
-constexpr int kLowPassReach = 64;  // samples to either side of the middle
+// Coefficients of a low pass with its cut-off at an eighth of the sampling rate, which is half of
+// the nominal rate, from a Kaiser window: 80 dB of attenuation beyond a transition band of a
+// fiftieth of that rate on either side.
+constexpr int kLowPassReach = 64;  // samples on either side of the centre
 using LowPass = std::array<double, 2 * kLowPassReach + 1>;
 
-// Where the coefficient for `k` samples from the middle stands.
+// Index of the coefficient for `k` samples from the centre.
 constexpr std::size_t TapOf(int k) {
   return static_cast<std::size_t>(std::int64_t{k} + kLowPassReach);
 }
@@ -167,7 +167,7 @@ class HiddenCrestSource : public SampleSource {
   }
 
  private:
-  // Periods in samples of four times the nominal rate.
+  // Periods in samples at four times the nominal rate.
   static constexpr std::int64_t kSlowPeriod = 24;
   static constexpr std::int64_t kFastPeriod = 16;
 
@@ -175,7 +175,7 @@ class HiddenCrestSource : public SampleSource {
     return std::sin(2.0 * kPi * static_cast<double>(n % period) / static_cast<double>(period));
   }
 
-  // Sample n as it is before the low pass: nothing outside of the signal.
+  // Sample n before the low pass; 0 outside the signal.
   double Raw(std::int64_t n) const {
     if (n < 0 || n >= mLength)
       return 0.0;
@@ -196,13 +196,13 @@ class HiddenCrestSource : public SampleSource {
 
   static constexpr double kFadeSeconds = 0.01;
 
-  std::int64_t mStride;      // samples of four times the nominal rate from one frame to the next
+  std::int64_t mStride;      // samples at four times the nominal rate per frame
   std::size_t mFrames;       // of the whole signal
-  std::int64_t mLength;      // the same in samples of four times the nominal rate
-  std::int64_t mCrestBegin;  // where the hidden period begins, at a zero of the sine around it
+  std::int64_t mLength;      // of the whole signal, in samples at four times the nominal rate
+  std::int64_t mCrestBegin;  // start of the hidden period, at a zero crossing of the sine
   std::int64_t mOffset;
   LowPass mLowPass;
-  std::size_t mFrame = 0;  // number of the next frame
+  std::size_t mFrame = 0;  // index of the next frame
 };
 
 }  // namespace
