@@ -1,4 +1,4 @@
-// Blocks through dispatcher and engine.
+// Passes blocks through the dispatcher to the engine.
 
 #include "EngineMeter.h"
 
@@ -17,10 +17,10 @@ namespace {
 
 constexpr std::uint32_t kMeterSet = 1;
 
-// Content of the last frame, which must be there but means nothing.
+// The message needs a last frame; its content is ignored.
 constexpr char kSpareFrame[] = "-";
 
-// After a reset the engine only fills its 400 ms, without looking at the peaks.
+// After a reset the engine fills its window of 400 ms and ignores the peaks until then.
 constexpr std::uint64_t kWarmUpBlocks = kMomentaryBlocks - 1;
 
 std::optional<double> Reading(float level) {

@@ -1,4 +1,4 @@
-// Counting and gating.
+// Counts readings and applies the gates.
 
 #include "LoudnessHistogram.h"
 
@@ -10,7 +10,8 @@
 namespace louddesk {
 namespace {
 
-// The engine fills the powers of the codes when it is built, and there may be none in this process.
+// Fills the table of powers by code. The engine does so when it is built, but this process may have
+// no engine.
 void FillBinCenters() {
   static const bool isFilled = (Cbin::InitBinCenters(), true);
   static_cast<void>(isFilled);
@@ -20,8 +21,8 @@ std::uint64_t Percent(std::uint64_t count, std::uint64_t total) {
   return count * 100 / total;
 }
 
-// The first code from the lowest up at which the lower percentage is reached. REQUIRES: total > 0,
-// and all of them from `lowest` on.
+// The first code, counted up from `lowest`, at which the lower percentage is reached.
+// REQUIRES: total > 0, and `total` counts the readings from `lowest` on.
 std::size_t LowEnd(const std::vector<std::uint64_t>& counts, std::size_t lowest,
                    std::uint64_t total) {
   std::size_t code = lowest;
@@ -30,7 +31,8 @@ std::size_t LowEnd(const std::vector<std::uint64_t>& counts, std::size_t lowest,
   return code;
 }
 
-// The first code from the top down at which the upper percentage is reached. REQUIRES: total > 0.
+// The first code, counted down from the top, at which the upper percentage is reached.
+// REQUIRES: total > 0.
 std::size_t HighEnd(const std::vector<std::uint64_t>& counts, std::uint64_t total) {
   std::size_t code = kMaxLoudnessCode;
   for (std::uint64_t count = counts[code]; Percent(count, total) < kLraPercentAbove;)
@@ -100,8 +102,8 @@ float LoudnessHistogram::GateLkfs() const {
   return LoudnessOfPower(static_cast<std::uint64_t>(mPassed.power / mPassed.count)) + mRelativeGate;
 }
 
-// REQUIRES: a reading above the absolute gate, which the relative one cannot then leave without
-// any.
+// REQUIRES: a reading above the absolute gate. At least one reading is then above the relative gate
+// too.
 float LoudnessHistogram::GatedLkfs() const {
   const float gate = GateLkfs();
   const Sum sum = gate < kAbsoluteGateLkfs ? mPassed : SumFrom(Cbin::GetBinIndx(gate));

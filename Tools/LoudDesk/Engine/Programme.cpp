@@ -1,4 +1,4 @@
-// Programmes from layouts.
+// Builds programmes from speaker layouts.
 
 #include "Programme.h"
 

@@ -1,4 +1,4 @@
-// Which channels of a file belong together, and which loudspeaker each of them feeds. Stateless.
+// Which channels of a file form a programme, and which loudspeaker each one feeds. Stateless.
 
 #pragma once
 
@@ -10,23 +10,23 @@
 
 namespace louddesk {
 
-/// A channel as part of a programme.
+/// A channel of a programme.
 struct ProgrammeChannel {
-  std::size_t channel;  // of the file, counted from 0
-  std::string speaker;  // text of the unit's preset
+  std::size_t channel;  // index in the file, counted from 0
+  std::string speaker;  // as named in the unit's presets
 };
 
-/// At most 32 channels; one may occur several times.
+/// At most 32 channels. A channel may occur several times.
 using Programme = std::vector<ProgrammeChannel>;
 
-/// All channels of a layout that feed a speaker, in its order.
+/// All channels of a layout that feed a speaker, in the order of the layout.
 Programme ProgrammeOf(const SpeakerLayout& speakers);
 
-/// `programme` as two loudspeakers play it when it is one channel: that channel feeds Left and
-/// Right, which reads 3.01 LU more. Programmes of more channels stay as they are.
+/// Plays a programme of one channel over two loudspeakers: its channel feeds Left and Right, which
+/// raises the loudness by 3.01 LU. Returns other programmes unchanged.
 Programme AsDualMono(const Programme& programme);
 
-/// "1-6", "7,8": the channels of a programme, counted from 1, each once.
+/// The channels of a programme, counted from 1, each listed once: "1-6", "7,8".
 std::string ChannelsInWords(const Programme& programme);
 
 }  // namespace louddesk

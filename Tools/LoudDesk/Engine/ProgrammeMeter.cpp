@@ -1,4 +1,4 @@
-// The calculation of the engine for each block, and what is kept of it.
+// Applies the engine's calculation to each block and keeps the results.
 
 #include "ProgrammeMeter.h"
 
@@ -15,7 +15,7 @@ namespace {
 // A ring holds one code more than the window fed from it.
 constexpr std::uint32_t kShortTermRing = kShortTermBlocks + 1;
 
-// The engine takes a reading for the range with every tenth momentary one.
+// The engine takes one reading of the loudness range per second, at every tenth momentary reading.
 bool EndsASecond(std::uint64_t blocks) {
   return (blocks - (kMomentaryBlocks - 1)) % kBlocksPerSecond == 0;
 }
@@ -81,7 +81,7 @@ void ProgrammeMeter::FeedRest(const BlockReading& rest) {
   mHasEnded = true;
 }
 
-// As the dispatcher sums a block up and hands it to the engine.
+// Sums a block as the dispatcher does for the engine.
 ProgrammeBlock ProgrammeMeter::SumOf(const BlockReading& block) {
   BlockReading picked;
   for (std::size_t i = 0; i < mProgramme.size(); ++i) {
