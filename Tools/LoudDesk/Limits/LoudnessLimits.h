@@ -1,4 +1,4 @@
-// The limits that a programme has to keep.
+// The limits that a programme must meet.
 
 #pragma once
 
@@ -7,16 +7,15 @@
 
 namespace louddesk {
 
-/// What is allowed, both ends included; nothing where there is no limit on that side. LKFS, dBTP or
-/// LU.
+/// An allowed range including both ends, in LKFS, dBTP or LU. Nothing means no limit on that side.
 struct AllowedRange {
   std::optional<double> lowest;
   std::optional<double> highest;
 };
 
-/// What is allowed, in the unit of each figure; nothing where a figure is not judged.
+/// The allowed values of each figure. Nothing means that the figure is not judged.
 struct LoudnessLimits {
-  std::optional<double> tolerance = {};     // on both sides of the target of the loudness, LU
+  std::optional<double> tolerance = {};  // either side of the target of the integrated loudness, LU
   std::optional<double> maxTruePeak = {};   // dBTP
   std::optional<double> maxShortTerm = {};  // LKFS
   std::optional<double> maxMomentary = {};  // LKFS
@@ -24,14 +23,14 @@ struct LoudnessLimits {
   std::optional<double> maxRange = {};      // LU
 };
 
-/// What programmes are judged by, and what they are to be brought to.
+/// The limits and targets of programmes.
 struct Criteria {
   std::string name;              // of the profile: "ebu-r128"
-  std::string title;             // for people: "EBU R 128, version 4"
-  std::string source;            // where the limits come from, a sentence without its full stop
+  std::string title;             // for users: "EBU R 128, version 4"
+  std::string source;            // where the limits come from, as a sentence without its full stop
   std::optional<double> target;  // of the integrated loudness, LKFS
-  std::optional<double> peakCeiling;  // what gain must not lift the true peak beyond, dBTP
-  LoudnessLimits limits;              // without any, nothing is judged
+  std::optional<double> peakCeiling;  // gain must not lift the true peak above it, dBTP
+  LoudnessLimits limits;              // nothing is judged if empty
 };
 
 }  // namespace louddesk

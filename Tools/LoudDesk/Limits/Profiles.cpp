@@ -1,4 +1,4 @@
-// The table of profiles, and its ways out.
+// The table of profiles.
 
 #include "Profiles.h"
 
@@ -9,16 +9,16 @@
 namespace louddesk {
 namespace {
 
-// How sure the figures are: stated by the body itself, the target alone is, or widely and
-// consistently reported, but the document itself was not at hand.
+// How certain the figures are: stated by the publishing body itself; only the target stated by it;
+// or widely and consistently reported, without access to the document itself.
 constexpr char kPublished[] = "published";
 constexpr char kPartlyReported[] = "target published, the rest reported";
 constexpr char kReported[] = "reported";
 
-// What a profile is for.
+// The purpose of a profile.
 enum class Purpose {
-  kDelivery,  // programmes are judged
-  kPlayback,  // a service turns programmes up or down to it and refuses none
+  kDelivery,  // programmes pass or fail
+  kPlayback,  // a service adjusts programmes to the target and rejects none
 };
 
 struct Profile {
@@ -32,12 +32,12 @@ struct Profile {
   Purpose purpose;
   const char* sureness;
   const char* source;
-  const char* remark;  // empty: none
+  const char* remark;  // empty: no remark
 };
 
 constexpr auto kNone = std::nullopt;
 
-// Figures of services as of 2026; they change their targets now and then.
+// Figures of streaming services as of 2026. The services change them from time to time.
 constexpr Profile kProfiles[] = {
     {"ebu-r128", "EBU R 128, version 4", -23.0, 0.2, 1.0, -1.0, kNone, Purpose::kDelivery,
      kPublished, "EBU R 128 version 4, August 2020",
@@ -103,7 +103,7 @@ std::string TenthText(const std::optional<double>& figure) {
   return figure ? fmt::format("{:.1f}", *figure) : "-";
 }
 
-// Words in lines of the list, each indented.
+// Wraps `text` into indented lines.
 std::string Wrapped(const std::string& text, std::size_t indent) {
   std::string lines;
   std::string line(indent, ' ');

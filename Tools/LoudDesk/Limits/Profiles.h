@@ -1,4 +1,4 @@
-// The limits of published recommendations by name. Never changes.
+// The limits of published recommendations by name. Constant data.
 
 #pragma once
 
@@ -10,24 +10,24 @@
 
 namespace louddesk {
 
-/// The profile that judges where no other is named.
+/// The default profile.
 constexpr char kUsualProfile[] = "ebu-r128";
 
-/// The profile without any limit or target.
+/// The profile without limits or target.
 constexpr char kNoProfile[] = "none";
 
-/// Names of all profiles, in the order of their list.
+/// Names of all profiles, in the order of the table.
 std::vector<std::string> ProfileNames();
 
-/// The criteria of a profile. REQUIRES: there is one of that name.
+/// The criteria of a profile. REQUIRES: the profile exists.
 Criteria CriteriaOf(const std::string& profile);
 
-/// The same with the tolerance of live programmes; nothing for a profile that has none. REQUIRES:
-/// as `CriteriaOf`.
+/// The same with the tolerance for live programmes; nothing if the profile has none. REQUIRES: the
+/// profile exists.
 std::optional<Criteria> LiveCriteriaOf(const std::string& profile);
 
-/// All profiles with their figures and sources as a table for people, each line ended by a line
-/// feed and of at most 80 characters.
+/// All profiles with their figures and sources as a table for users. Each line has at most 80
+/// characters and ends with a line feed.
 std::string ProfileList();
 
 }  // namespace louddesk

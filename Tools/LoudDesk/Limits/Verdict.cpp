@@ -1,4 +1,4 @@
-// Verdicts, counted in hundredths.
+// Compares figures in whole hundredths.
 
 #include "Verdict.h"
 
@@ -16,16 +16,16 @@ constexpr char kAtLeast[] = "at least ";
 constexpr char kBeyond[] = "; how much more is beyond the scale";
 constexpr char kNothingMeasured[] = "There is no reading, so nothing is judged";
 
-// A figure that limits are about.
+// A figure that can have a limit.
 struct FigureKind {
   const char* name;
   const char* key;
   const char* unit;
   const char* distanceUnit;
   std::optional<double> Figures::*value;
-  bool Figures::*isAtLeast;                        // null: always within its scale
-  std::optional<double> LoudnessLimits::*lowest;   // null: there is no such limit
-  std::optional<double> LoudnessLimits::*highest;  // null: the target and its tolerance count
+  bool Figures::*isAtLeast;                        // null: never exceeds its scale
+  std::optional<double> LoudnessLimits::*lowest;   // null: no such limit
+  std::optional<double> LoudnessLimits::*highest;  // null: judged by target and tolerance
 
   bool HasTarget() const { return highest == nullptr; }
 };
@@ -48,7 +48,7 @@ struct JudgementWords {
   const char* forPrograms;  // empty: none
 };
 
-// In the order of Judgement.
+// Indexed by Judgement.
 constexpr JudgementWords kWords[] = {{"Pass", "pass"},
                                      {"Fail", "fail"},
                                      {"No reading", "open"},
@@ -56,7 +56,7 @@ constexpr JudgementWords kWords[] = {{"Pass", "pass"},
                                      {"Not judged", ""}};
 static_assert(std::size(kWords) == static_cast<std::size_t>(Judgement::kNotJudged) + 1);
 
-// Read back from the text, because that is what decides where a tie goes.
+// Parsed from the text, so that ties round the same way as in the text.
 long Hundredths(double figure) {
   return std::lround(std::stod(FigureText(figure)) * 100.0);
 }
@@ -91,7 +91,8 @@ const char* NameOfLimit(const AllowedRange& range, bool isLowest) {
   return " the limit";
 }
 
-// "0.10 LU below the target". Beside the target of loudness, beside the nearer limit of others.
+// "0.10 LU below the target". Compares loudness with the target, other figures with the nearer
+// limit.
 std::string DistanceText(const FigureKind& kind, double measured, const AllowedRange& range,
                          const Criteria& criteria) {
   const long value = Hundredths(measured);

@@ -1,5 +1,4 @@
-// The verdict on each limit that a programme has to keep, and the gain that would bring it to its
-// target. Stateless.
+// Verdicts on the limits of a programme, and the gain that brings it to its target. Stateless.
 
 #pragma once
 
@@ -15,51 +14,49 @@ namespace louddesk {
 enum class Judgement {
   kPass,
   kFail,
-  kNoReading,  // nothing to judge, as in silence
-  kOpen,       // at least what the scale ends at, which is within the limit
-  kNotJudged,  // there is no limit
+  kNoReading,  // no figure to judge, as in silence
+  kOpen,       // at the end of the scale, which is within the limit
+  kNotJudged,  // no limit
 };
 
-/// One limit and how a programme stands to it.
+/// One limit, and whether a programme meets it.
 struct Verdict {
   Judgement judgement = Judgement::kNoReading;
   const char* key = "";            // of the figure in JSON: "Integrated"
-  AllowedRange range;              // that the figure has to be in
-  std::optional<double> measured;  // the figure; nothing where there is no reading
-  std::string limit;               // what is judged: "Integrated loudness", "Maximum true peak"
-  std::string allowed;             // "-23.00 LKFS +-0.50 LU", with the sign for both
+  AllowedRange range;              // allowed for the figure
+  std::optional<double> measured;  // nothing without a reading
+  std::string limit;               // name of the figure: "Integrated loudness", "Maximum true peak"
+  std::string allowed;             // "-23.00 LKFS +-0.50 LU", with the plus-minus sign
   std::string finding;  // a sentence without its full stop: "-23.10 LKFS, 0.10 LU below the target"
 };
 
-/// Whether a figure lies above a limit when both are written to a hundredth.
+/// Whether a figure exceeds a limit when both are rounded to hundredths.
 bool IsWrittenAbove(double figure, double limit);
 
-/// The criteria in one line: their title, the target and the limits.
+/// The criteria in one line: title, target and limits.
 std::string CriteriaText(const Criteria& criteria);
 
-/// The verdicts on all figures that have a limit, with the integrated loudness first. Figures and
-/// limits are judged as they are written, to a hundredth, so that no verdict contradicts the figure
-/// beside it; a figure on the limit keeps it. A figure at the end of its scale can break a limit
-/// but not keep it.
+/// The verdicts on all figures with a limit, integrated loudness first. Figures and limits are
+/// compared as printed, in hundredths, so that a verdict never contradicts the figure beside it. A
+/// figure equal to the limit passes. A figure at the end of its scale can fail but not pass.
 std::vector<Verdict> VerdictsOn(const Figures& figures, const Criteria& criteria);
 
-/// "Pass", "Fail", "No reading", "Open" or "Not judged".
+/// The verdict in words: "Pass", "Fail", "No reading", "Open" or "Not judged".
 const char* WordFor(Judgement judgement);
 
-/// "pass", "fail" or "open" for a program to read; empty where nothing is judged.
+/// The verdict for programs: "pass", "fail" or "open"; empty where nothing is judged.
 const char* MachineWordFor(Judgement judgement);
 
-/// That of all verdicts together: fail when one fails, else no reading when one has none, else open
-/// when one is, else pass; not judged when there are no verdicts.
+/// The overall verdict: the first of fail, no reading and open that occurs, otherwise pass. Not
+/// judged if there are no verdicts.
 Judgement OverallJudgement(const std::vector<Verdict>& verdicts);
 
-/// What a programme has to be turned up (or down, below 0) by, dB.
+/// The gain that a programme needs, in dB. Negative values lower it.
 struct TargetGain {
-  std::optional<double> toTarget;    // to reach the target; nothing where either is missing, or the
-                                     // loudness is beyond its scale
-  std::optional<double> withinPeak;  // the same, but not beyond the ceiling of the true peak; also
-                                     // nothing where there is a ceiling and the peak is beyond its
-                                     // scale
+  std::optional<double> toTarget;  // to reach the target; nothing without a target or a reading, or
+                                   // if the loudness exceeds its scale
+  std::optional<double> withinPeak;  // limited by the ceiling of the true peak; also nothing if
+                                     // there is a ceiling and the peak exceeds its scale
 };
 
 TargetGain GainOf(const Figures& figures, const Criteria& criteria);
