@@ -104,7 +104,8 @@ class StepSource : public SampleSource {
   std::vector<Step> mSteps;
   std::size_t mStep = 0;  // the step being played
   double mFrame = 0.0;    // index of the next frame; a whole number far below 2^53
-  double mTurn = 0.0;     // phase since the first frame, cycles times sample rate; exact,
+  double mTurn = 0.0;     // phase since the first frame, in cycles times the sample rate;
+                          // without rounding, and so without drift, at whole frequencies
   std::mt19937 mRandom{3341};
 };
 
