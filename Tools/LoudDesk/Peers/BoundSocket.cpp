@@ -1,4 +1,4 @@
-// Binding of the unit's endpoints, with reasons that help the user where it fails.
+// Binds the unit's endpoints. Its errors help the user to find the cause.
 
 #include "BoundSocket.h"
 
@@ -21,7 +21,7 @@ namespace {
 constexpr mode_t kIpcDirectoryMode = 0777;
 constexpr int kCloseTimeoutMs = 2000;
 
-constexpr char kSubscribed = '\1';  // first byte of a subscription; the topic follows
+constexpr char kSubscribed = '\1';  // first byte of a subscription, followed by the topic
 
 [[noreturn]] void Refuse(const Endpoint& endpoint, const std::string& reason) {
   throw BindError("cannot bind " + endpoint.Text() + ": " + reason);
@@ -33,12 +33,13 @@ void MakeIpcDirectory(const Endpoint& endpoint) {
   if (!std::filesystem::is_directory(parent, ignored))
     Refuse(endpoint, parent.string() + " is missing; link it to /dev/shm or mount a tmpfs there");
   if (mkdir(kIpcDirectory, kIpcDirectoryMode) == 0)
-    chmod(kIpcDirectory, kIpcDirectoryMode);  // whatever the umask: others of the unit share it
+    chmod(kIpcDirectory,
+          kIpcDirectoryMode);  // independent of the umask: other processes of the unit use it
   else if (errno != EEXIST)
     Refuse(endpoint, std::string("cannot make the directory: ") + std::strerror(errno));
 }
 
-// Whether a process listens on the file: it takes the connection, or its queue of them is full.
+// Whether a process listens on the socket file. A full backlog counts as well.
 bool IsInUse(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
@@ -50,7 +51,7 @@ bool IsInUse(const std::string& path) {
   return isInUse;
 }
 
-// ZeroMQ would silently take the file over from the process that listens on it.
+// Without this check ZeroMQ would silently take the file from the process that listens on it.
 void RefuseFileInUse(const Endpoint& endpoint) {
   const std::string path = std::string(kIpcDirectory) + "/" + endpoint.file;
   if (IsInUse(path))
@@ -58,7 +59,7 @@ void RefuseFileInUse(const Endpoint& endpoint) {
 }
 
 std::string ReasonOfFailure(const Endpoint& endpoint, int error) {
-  // Both boards have an application server of their own, at the same port.
+  // Each board has its own application server, at the same port.
   if (error == EADDRINUSE && std::strcmp(MainBoardAddress(), OpticalBoardAddress()) == 0)
     return fmt::format("{} and {} must differ", kMainBoardVariable, kOpticalBoardVariable);
   if (error == EADDRINUSE)
@@ -121,7 +122,7 @@ void BoundSocket::Close() {
   zsock_destroy(&mSocket);
 }
 
-// ZeroMQ closes listeners in the background; a bind in between would find the endpoint in use.
+// ZeroMQ closes listeners in the background. Until then the endpoint is in use.
 void BoundSocket::WaitUntilFree() {
   zsock_set_rcvtimeo(mMonitor, kCloseTimeoutMs);
   if (zsock_unbind(mSocket, "%s", mEndpoint.Text().c_str()) == 0) {

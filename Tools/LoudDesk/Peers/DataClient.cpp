@@ -1,4 +1,4 @@
-// SUB socket with a queue and a monitor.
+// A SUB socket with a queue and a monitor.
 
 #include "DataClient.h"
 
@@ -35,7 +35,7 @@ void DataClient::ReadPending() {
 
 void DataClient::ReadConnectionEvents() {
   for (Frames frames = ReceiveFrames(mMonitor); !frames.empty(); frames = ReceiveFrames(mMonitor)) {
-    std::uint16_t event = 0;  // the first frame: event number, then its value
+    std::uint16_t event = 0;  // first frame: event number, then event value
     if (frames.front().size() < sizeof(event))
       continue;
     std::memcpy(&event, frames.front().data(), sizeof(event));

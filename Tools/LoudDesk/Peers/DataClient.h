@@ -1,4 +1,4 @@
-// A client of one of the service's publishers.
+// A client of one publisher of the service.
 
 #pragma once
 
@@ -13,38 +13,38 @@
 
 namespace louddesk {
 
-/// A message and when it was read.
+/// A message and the time when it was read.
 struct Arrival {
   Frames frames;
   std::chrono::steady_clock::time_point time;
 };
 
-/// Where clients look for publishers, and what they take of one. The defaults lose nothing of a
-/// service that is as fast as it can be; a process that stays sets bounds.
+/// Where clients find publishers, and how much they accept. The defaults lose nothing of a service
+/// at full speed; a long-running process must set limits.
 struct ClientSettings {
   std::string directory = kIpcDirectory;
-  int reconnectMs = 10;    // between two attempts to connect
-  int queuedMessages = 0;  // those that wait to be read; more are lost. 0: any number
-  int frameBytes = -1;     // of a message; a larger one ends the connection. -1: any number
+  int reconnectMs = 10;    // between attempts to connect
+  int queuedMessages = 0;  // unread messages; further ones are lost. 0: no limit
+  int frameBytes = -1;     // of a message; a larger one closes the connection. -1: no limit
   std::size_t readAtATime = std::numeric_limits<std::size_t>::max();  // messages
 };
 
 class DataClient : public SocketReader {
  public:
-  /// Subscribes to everything published on `file` in the directory, now or as soon as somebody
+  /// Subscribes to everything published on `file` in the directory. Connects as soon as a publisher
   /// binds it.
   explicit DataClient(const std::string& file, const ClientSettings& settings = {});
   ~DataClient() override;
   DataClient(const DataClient&) = delete;
   DataClient& operator=(const DataClient&) = delete;
 
-  /// Whether the connection to the publisher stands, as far as it was read.
+  /// Whether the client is connected to the publisher, as far as monitor events were read.
   bool IsConnected() const { return mIsConnected; }
 
-  /// How often it was made, as far as that was read.
+  /// Number of connections made, as far as monitor events were read.
   unsigned Connections() const { return mConnections; }
 
-  /// Messages read and not yet taken, oldest first.
+  /// Messages received and not yet taken, oldest first.
   std::deque<Arrival>& Messages() { return mMessages; }
 
   zsock_t* Socket() const { return mSocket; }
@@ -57,7 +57,7 @@ class DataClient : public SocketReader {
 
   const std::size_t mReadAtATime;  // messages
   zsock_t* mSocket = nullptr;      // SUB, owned
-  zsock_t* mMonitor = nullptr;     // tells of connections made and lost; owned
+  zsock_t* mMonitor = nullptr;     // reports new and lost connections; owned
   bool mIsConnected = false;
   unsigned mConnections = 0;
   std::deque<Arrival> mMessages;

@@ -1,4 +1,4 @@
-// Published codes as text.
+// Formats published codes.
 
 #include "FiguresText.h"
 

@@ -1,4 +1,4 @@
-// Which answers and which data settle which message.
+// Decides which answers and data settle which message.
 
 #include "SentMessage.h"
 
@@ -9,14 +9,14 @@
 namespace louddesk {
 namespace {
 
-// Several periods of the loudness data: after so long without any it has ended.
+// Several periods of the loudness data. After this long without data, reporting is off.
 constexpr std::chrono::milliseconds kDataEnded{500};
 
-// The ten messages of an invalid source take a second. They may also be about the preset before.
+// The ten messages of an invalid source take a second. They may also refer to the previous preset.
 constexpr std::chrono::milliseconds kInvalidSource{1000};
 
 // The service acknowledges with the stamp of the command that it read last. An acknowledgement with
-// the right one is published in the next ticks of 100 ms.
+// the right stamp follows within a few ticks of 100 ms.
 constexpr std::chrono::milliseconds kOwnStamp{1000};
 
 bool IsStart(const ServiceAnswer& answer) {
@@ -56,7 +56,7 @@ SentMessage SentMessage::Preset() {
           Data::kNothing};
 }
 
-// A start before the configuration is published belongs to an earlier message.
+// A start that comes before the configuration belongs to an earlier message.
 SentMessage SentMessage::Configuration(const std::string& json) {
   return {[json, isInForce = false](const auto& answer) mutable {
             isInForce = isInForce || answer.configuration == json;

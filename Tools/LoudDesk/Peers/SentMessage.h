@@ -1,5 +1,5 @@
-// What becomes of a message that was sent to a service, judged by what the service says after it.
-// Knows no sockets and no clock: times come with the calls.
+// The outcome of a message sent to a service, derived from what the service publishes afterwards.
+// Has no sockets and no clock: callers pass the time.
 
 #pragma once
 
@@ -12,60 +12,61 @@
 
 namespace louddesk {
 
-/// What has become of a message.
+/// The outcome of a message.
 enum class Outcome {
-  kPending,        // nothing yet
-  kDone,           // it is acknowledged, or seen in the loudness data
+  kPending,        // no result yet
+  kDone,           // acknowledged, or visible in the loudness data
   kOtherStamp,     // a command, acknowledged with the time stamp of another client's
-  kInvalidSource,  // the service says instead that it has nothing to measure
+  kInvalidSource,  // the service reports an invalid source instead
 };
 
-/// How long people wait for the acknowledgement of a command before they are told that there is
-/// none.
+/// How long to wait for the acknowledgement of a command before reporting that there is none.
 constexpr std::chrono::milliseconds kAcknowledgedWithin{5000};
 
-/// Why a service does not acknowledge a command, as far as that can be told from outside.
+/// Possible reasons why a service does not acknowledge a command, as far as a client can know.
 std::string WhyNotAcknowledged(const std::string& command);
 
 class SentMessage {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  /// None was sent: its outcome is kDone.
+  /// No message; the outcome is kDone.
   SentMessage() = default;
 
-  /// A command, done with the acknowledgement that settles it. `timeStamp` is the one in it.
+  /// A command, done when it is acknowledged. `timeStamp` is the one in the command.
   static SentMessage Command(const std::string& command, unsigned timeStamp);
 
-  /// Reporting switched. The protocol acknowledges it by the loudness data alone: done when some
-  /// comes (or an action that has waited is acknowledged), or when none has come for a while.
+  /// A switch of reporting, which the protocol does not acknowledge. Switching on is done when
+  /// loudness data or an acknowledgement of a delayed action comes; switching off is done when no
+  /// loudness data has come for a while.
   static SentMessage Reporting(bool isOn, Time now);
 
-  /// A preset, done with the start that acknowledges it.
+  /// A preset, done when a start is acknowledged.
   static SentMessage Preset();
 
-  /// A configuration, done with the start after the service has published it as the one in force.
+  /// A configuration, done when a start is acknowledged after the service has published the
+  /// configuration as the one in force.
   static SentMessage Configuration(const std::string& json);
 
-  /// Considers loudness data of the service.
+  /// Takes loudness data of the service into account.
   void TakeData(const LoudnessMessage& message, Time now);
 
-  /// Considers an answer of the service. True when it is the one that settles the message.
-  /// Republished ones do not count.
+  /// Takes an answer of the service into account. Returns true if it settles the message.
+  /// Republished answers do not count.
   bool TakeAnswer(const ServiceAnswer& answer, Time now);
 
-  /// What has become of it by now.
+  /// The outcome at the time `now`.
   Outcome OutcomeAt(Time now);
 
-  /// What has become of it when nobody waits any longer.
+  /// The outcome when the caller stops waiting.
   Outcome FinalOutcome();
 
  private:
-  // How well an answer fits the message.
+  // How well an answer matches the message.
   enum class Fit { kNone, kLikely, kFinal };
   using FitOf = std::function<Fit(const ServiceAnswer&)>;
 
-  // What loudness data says of the message.
+  // What loudness data implies for the message.
   enum class Data { kNothing, kDone, kNotYet };
 
   SentMessage(FitOf fitOf, Data data);
@@ -74,8 +75,8 @@ class SentMessage {
   Outcome mOutcome = Outcome::kDone;
   FitOf mFitOf;
   Data mData = Data::kNothing;
-  Outcome mFallback = Outcome::kPending;  // what the outcome is when nothing better comes
-  std::optional<Time> mDue;               // until then
+  Outcome mFallback = Outcome::kPending;  // outcome unless a better answer comes
+  std::optional<Time> mDue;               // when the fallback becomes final
 };
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Messages and what the service answers.
+// Sends messages and evaluates the service's answers.
 
 #include "ServiceClient.h"
 
@@ -16,7 +16,7 @@ namespace {
 
 constexpr Patience kSlice{100};
 
-// Every fifth second, and some of a busy machine.
+// The service republishes every five seconds; the rest allows for a busy machine.
 constexpr Patience kRepublication{6000};
 
 LoudnessConfiguration Readable(const std::optional<ServiceAnswer>& answer) {
@@ -90,7 +90,7 @@ void ServiceClient::SendCommand(const std::string& command, unsigned user) {
        SentMessage::Command(command, mTimeStamp));
 }
 
-// A configuration alone starts the measurement anew; a preset is needed only for other speakers.
+// A configuration alone restarts the measurement. A preset is needed only if the speakers change.
 void ServiceClient::Restart(const std::vector<std::string>& speakers) {
   if (speakers != mSpeakers)
     SendPreset(PresetForSpeakers(speakers, mUnit.Cluster()).Json());

@@ -1,5 +1,5 @@
-// Sends messages to a running service in the place of the main board's application server, and
-// tells what becomes of them.
+// Sends messages to a running service in place of the main board's application server, and waits
+// for their outcomes.
 
 #pragma once
 
@@ -16,7 +16,7 @@
 
 namespace louddesk {
 
-/// What keeps a service from doing what it is asked for. The text is one line for the user.
+/// The service cannot do what was requested. The message is one line for the user.
 class ServiceError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -24,55 +24,56 @@ class ServiceError : public std::runtime_error {
 
 class ServiceClient {
  public:
-  /// Called with every answer of the service as it comes, republications aside.
+  /// Called with every answer of the service except republished ones.
   using AnswerSink = std::function<void(const ServiceAnswer&)>;
 
-  /// Talks to the service of `unit`, which must outlive it and have the application server of the
-  /// main board open.
+  /// Talks to the service of `unit`. `unit` must outlive the client and have the application server
+  /// of the main board open.
   explicit ServiceClient(UnitStandIn& unit, AnswerSink show = {});
 
-  /// Waits until the service has subscribed, and forgets what it has published so far. Throws
-  /// ServiceError when it does not subscribe in time or the process is interrupted.
+  /// Waits until the service has subscribed, and discards what it has published so far. Throws
+  /// ServiceError on a timeout or an interrupt.
   void Connect(Patience patience);
 
-  /// The configuration in force, from the next republication; nothing when the service republishes
-  /// none, as before the first one or while its source is invalid. Throws ServiceError when it
-  /// republishes nothing within `patience` and the period of republications, what it republishes
-  /// cannot be read or the process is interrupted.
+  /// Returns the configuration in force, from the next republication; nothing if the service
+  /// republishes none (before the first one, or while its source is invalid). Throws ServiceError
+  /// if nothing is republished within the longer of `patience` and the republication period, if the
+  /// configuration cannot be read, or on an interrupt.
   std::optional<LoudnessConfiguration> ConfigurationInForce(Patience patience);
 
-  /// Each of these sends one message. Outcomes are those of the message sent last.
+  /// Each of the next four functions sends one message. Outcomes refer to the last message sent.
 
-  /// The protocol acknowledges it by the loudness data alone: done when some comes (or an action
-  /// that has waited is acknowledged), or when none comes any more.
+  /// Switches reporting. The protocol does not acknowledge this: on is done when loudness data (or
+  /// the acknowledgement of a delayed action) comes, off when no more loudness data comes.
   void SwitchReporting(bool isOn);
 
-  /// Done with the start that acknowledges it.
+  /// Sends a preset; done when a start is acknowledged.
   void SendPreset(const std::string& json);
 
-  /// Done with the start after the service has published it as the configuration in force.
+  /// Sends a configuration; done when a start is acknowledged after the service has published the
+  /// configuration as the one in force.
   void SendConfiguration(const LoudnessConfiguration& configuration);
 
-  /// Done with the acknowledgement that settles it. Each command has another time stamp.
+  /// Sends a command with a new time stamp; done when it is acknowledged.
   void SendCommand(const std::string& command, unsigned user);
 
-  /// Hands the service a programme, meter i + 1 for speaker i, with the longest windows that there
-  /// are, so that its figures cover everything measured, and in the mode Manual, in which it
-  /// carries out every command. It then measures anew, also after a stop.
+  /// Makes the service measure a new programme, with meter i + 1 for speaker i. Sets the longest
+  /// windows, so that the figures cover the whole measurement, and the mode Manual, in which the
+  /// service carries out every command. Restarts the measurement even after a stop.
   void Restart(const std::vector<std::string>& speakers);
 
-  /// The user of the last restart; another one each time.
+  /// The user ID of the last restart; different each time.
   unsigned User() const { return mUser; }
 
-  /// Considers loudness data that the owner of the unit has read.
+  /// Passes on loudness data that the owner of the unit has read.
   void TakeData(const LoudnessMessage& message);
 
-  /// Takes the answers that come within `patience` of one another, until the message is settled.
-  /// Returns what has become of it.
+  /// Takes answers until the message is settled or no answer comes for `patience`. Returns the
+  /// outcome.
   Outcome TakeAnswers(Patience patience);
 
   /// Takes answers and loudness data until the message is settled, `patience` ends or the process
-  /// is interrupted.
+  /// is interrupted. Returns the outcome.
   Outcome Await(Patience patience);
 
  private:
@@ -83,9 +84,9 @@ class ServiceClient {
   UnitStandIn& mUnit;
   AnswerSink mShow;
   std::vector<std::string> mSpeakers;  // of the last restart; empty: none yet
-  unsigned mUser;                      // by which the service's answers to this client are known
+  unsigned mUser;                      // identifies the service's answers to this client
   unsigned mTimeStamp = 0;             // of the last command
-  SentMessage mSent;                   // the last one
+  SentMessage mSent;                   // last message sent
 };
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Clients of the service's publishers.
+// Connects clients to the service's publishers.
 
 #include "ServiceFeed.h"
 
@@ -19,7 +19,7 @@ std::string PublisherFile(const char* prefix, unsigned meterSet, unsigned cluste
   return file;
 }
 
-// The place whose publisher of loudness data has that file; nothing for other files.
+// The place that a loudness-data publisher's file name encodes; nothing for other files.
 std::optional<ServicePlace> PlaceOf(const std::string& file) {
   if (file == kSharedPublisherFile)
     return ServicePlace{0, 0};
@@ -39,7 +39,7 @@ bool IsBefore(const ServicePlace& left, const ServicePlace& right) {
 
 std::vector<ServicePlace> FindServicePlaces(const std::string& directory) {
   std::vector<ServicePlace> places;
-  std::error_code error;  // no directory yet: nobody publishes
+  std::error_code error;  // no directory yet means no publisher
   for (std::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
        entry.increment(error))
     if (const auto place = PlaceOf(entry->path().filename().string()))

@@ -1,4 +1,4 @@
-// A running service as its clients see it: both of its publishers, and nothing else of it.
+// A running service as its clients see it, through its two publishers.
 
 #pragma once
 
@@ -11,33 +11,34 @@
 
 namespace louddesk {
 
-/// IPC files of the service's publishers. Without a meter set both are the same.
+/// IPC files of the service's publishers. Without a meter set (0) both publishers share one file.
 std::string DataPublisherFile(unsigned meterSet, unsigned cluster);
 std::string StatePublisherFile(unsigned meterSet, unsigned cluster);
 
-/// Where a service publishes. Without a meter set (0) the cluster is 0: the files do not tell it.
+/// The meter set and cluster of a service. Without a meter set (0) the cluster is 0, because the
+/// file name does not contain it.
 struct ServicePlace {
   unsigned meterSet;
   unsigned cluster;
 };
 
-/// The places for which there is a publisher's file in the directory, in the order of meter sets
-/// and clusters. A service that was killed leaves its file.
+/// The places of all publisher files in the directory, sorted by meter set and cluster. A killed
+/// service leaves its file behind.
 std::vector<ServicePlace> FindServicePlaces(const std::string& directory = kIpcDirectory);
 
 class ServiceFeed : public SocketReader {
  public:
-  /// Connects to the publishers of that service, now or as soon as it starts.
+  /// Connects to the publishers of the service, now or as soon as it starts.
   ServiceFeed(unsigned meterSet, unsigned cluster, const ClientSettings& settings = {});
 
-  /// Whether the connection to the publisher of loudness data stands, and to that of states.
+  /// Whether the loudness-data publisher is connected, and whether the state publisher is.
   bool HasDataPublisher() const { return mClients.front().IsConnected(); }
   bool HasStatePublisher() const { return mClients.back().IsConnected(); }
 
-  /// How often the connection to the publisher of loudness data was made.
+  /// Number of connections made to the loudness-data publisher.
   unsigned DataConnections() const { return mClients.front().Connections(); }
 
-  /// Messages read and not yet taken, oldest first.
+  /// Messages received and not yet taken, oldest first.
   std::deque<LoudnessMessage>& Data() { return mData; }
   std::deque<StateMessage>& States() { return mStates; }
 
@@ -45,7 +46,8 @@ class ServiceFeed : public SocketReader {
   void ReadPending() override;
 
  private:
-  std::deque<DataClient> mClients;  // of data and states; one when both share an endpoint
+  std::deque<DataClient>
+      mClients;  // one for data and one for states, or one if they share an endpoint
   std::deque<LoudnessMessage> mData;
   std::deque<StateMessage> mStates;
 };

@@ -1,4 +1,4 @@
-// Decoding of the service's messages.
+// Decodes the service's messages.
 
 #include "ServiceMessages.h"
 
@@ -22,8 +22,8 @@ bool HasNumbersOnly(const Frames& frames) {
                      [](const std::string& frame) { return frame.size() == sizeof(std::int16_t); });
 }
 
-// A topic is one of these and the meter set. The longer ones stand first: the others are their
-// beginnings.
+// A topic is one of these prefixes plus the meter set. Longer prefixes come before their own
+// prefixes.
 struct TopicEntry {
   const char* prefix;
   StateKind kind;
@@ -44,7 +44,7 @@ const TopicEntry* FindTopic(const std::string& topic) {
   return nullptr;
 }
 
-// The configuration stands at the end of its envelope, character for character as it was sent.
+// The configuration is the last member of its envelope, unchanged from how it was sent.
 std::string EnvelopedText(const std::string& json) {
   constexpr char kKey[] = "\"Conf\":";
   const std::size_t key = json.find(kKey);
@@ -59,7 +59,7 @@ std::optional<std::uint32_t> ReadUnsigned(const rapidjson::Document& document, c
   return json::Read(document, key, value) ? std::optional(value) : std::nullopt;
 }
 
-// Every member; what people look for first comes first, for a narrow window cuts the end.
+// All members. The most important come first, because a narrow window cuts off the end.
 std::string ConfigurationText(const std::string& configuration) {
   const auto read = ReadConfiguration(configuration);
   if (!read)

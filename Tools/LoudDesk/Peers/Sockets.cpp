@@ -42,7 +42,7 @@ void WaitAndRead(const std::vector<SocketReader*>& readers, Patience patience, i
 }
 
 zsock_t* StartMonitor(zsock_t* socket, int events) {
-  // A name of its own each time: ZeroMQ gives names free only some time after their end.
+  // Unique names, because ZeroMQ frees a name only some time after its socket is closed.
   static std::atomic<unsigned> count{0};
   const std::string endpoint = "inproc://louddesk-monitor-" + std::to_string(++count);
   zmq_socket_monitor(zsock_resolve(socket), endpoint.c_str(), events);

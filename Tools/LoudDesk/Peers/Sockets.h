@@ -1,5 +1,5 @@
-// What all sockets of the desk have in common: messages as plain byte strings, one a frame, a wait
-// for several sockets at once, and monitors of their connections.
+// Common parts of the desk's sockets: messages as byte strings, one per frame; waiting for several
+// sockets; monitors of connections.
 
 #pragma once
 
@@ -13,38 +13,38 @@ namespace louddesk {
 
 using Frames = std::vector<std::string>;
 
-/// How long to wait for something at most.
+/// The longest time to wait.
 using Patience = std::chrono::milliseconds;
 
-/// Sends `frames` as one message without waiting. False when the socket does not take it.
+/// Sends `frames` as one message without blocking. Returns false if the socket does not accept it.
 bool SendFrames(zsock_t* socket, const Frames& frames);
 
-/// The next message that has already arrived; no frames when there is none, or no socket.
+/// Returns the next message that has arrived; no frames if there is none or `socket` is null.
 Frames ReceiveFrames(zsock_t* socket);
 
-/// What a wait looks at: sockets that are read without ever waiting.
+/// Sockets that `WaitAndRead` waits for and reads without blocking.
 class SocketReader {
  public:
   virtual ~SocketReader() = default;
 
-  /// The sockets to poll; null ones are passed over.
+  /// The sockets to poll; null pointers are skipped.
   virtual std::vector<zsock_t*> Sockets() const = 0;
 
-  /// Takes everything that has arrived.
+  /// Reads everything that has arrived.
   virtual void ReadPending() = 0;
 };
 
-/// Waits until something arrives at one of the readers, `descriptor` (-1: none) can be read, a
-/// signal comes or `patience` ends. Then every reader takes what has arrived.
+/// Waits until a message arrives for a reader, `descriptor` (-1: none) becomes readable, a signal
+/// arrives or `patience` ends. Then every reader reads what has arrived.
 void WaitAndRead(const std::vector<SocketReader*>& readers, Patience patience, int descriptor = -1);
 
-/// Watches `socket` for the ZeroMQ events in the mask `events`. Returns a socket, owned by the
-/// caller and to be destroyed before `socket`, that receives two frames an event, the first
-/// beginning with its number as an unsigned 16-bit value. Any thread may call it; the monitor is
-/// used by its socket's thread.
+/// Monitors `socket` for the ZeroMQ events in the mask `events`. Returns a socket that receives two
+/// frames per event; the first one starts with the event number as an unsigned 16-bit value. The
+/// caller owns it and must destroy it before `socket`. Callable from any thread; use the monitor on
+/// the thread of its socket.
 zsock_t* StartMonitor(zsock_t* socket, int events);
 
-/// Ends what StartMonitor began and destroys the monitor.
+/// Stops the monitor of `socket` and destroys it.
 void StopMonitor(zsock_t* socket, zsock_t*& monitor);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Documents of the application server and the process monitor.
+// Writes the documents of the application server and the process monitor.
 
 #include "UnitDocuments.h"
 

@@ -17,10 +17,10 @@
 namespace louddesk {
 namespace {
 
-// The last frame of a raw block: it must be there, its content means nothing.
+// Raw blocks need a last frame; its content is ignored.
 constexpr char kSpareFrame[] = "spare";
 
-// For people, in the order of kAllPeers.
+// For users, in the order of kAllPeers.
 constexpr const char* kPeerNames[] = {"heartbeat receiver",
                                       "process monitor",
                                       "hardware manager",
@@ -48,8 +48,8 @@ std::string RawDataTopic(unsigned meterSet) {
   return topic;
 }
 
-// Every text subscription of the service; it applies to each publisher that the service connects
-// to.
+// All topics that the service subscribes to at the publishers of text messages. It subscribes to
+// all of them at each publisher.
 std::set<std::string> TextTopics(unsigned meterSet) {
   std::set<std::string> topics;
   const auto add = [&topics](const auto& ofServer) {

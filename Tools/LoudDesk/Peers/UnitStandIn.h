@@ -1,6 +1,5 @@
-// The unit around a running service: binds and connects everything that the service's peers do, for
-// tests and for a desk without the hardware. Single-threaded; one object at a time and machine, for
-// the endpoints are fixed.
+// Stands in for all peers of a running service, for tests and for a desk without the hardware.
+// Single-threaded. The endpoints are fixed, so there can be one object at a time per machine.
 
 #pragma once
 
@@ -19,10 +18,10 @@
 
 namespace louddesk {
 
-/// What is left until `due`; 0 when it has passed.
+/// The time left until `due`; 0 if it has passed.
 Patience Remaining(std::chrono::steady_clock::time_point due);
 
-/// " in 2.0 s", for a sentence about what has not come.
+/// " in 2.0 s", for a message about a timeout.
 std::string InTimeText(Patience patience);
 
 /// The service's peers, in the order of kAllPeers.
@@ -44,53 +43,54 @@ constexpr std::array<Peer, 7> kAllPeers = {
 class UnitStandIn {
  public:
   /// The unit around the service of one meter set and cluster. Board addresses come from the
-  /// environment as for the service itself. Every peer is still closed; the clients of the
-  /// service's publishers connect at once. Throws BindError when an address of the environment is
-  /// not an address.
+  /// environment, as in the service itself. All peers are closed at first; the clients of the
+  /// service's publishers connect at once. Throws BindError if the environment contains an invalid
+  /// address.
   UnitStandIn(unsigned meterSet, unsigned cluster);
 
-  /// Opens every peer but `absent`. Throws BindError for the first that cannot be.
+  /// Opens all peers but `absent`. Throws BindError for the first one that cannot be opened.
   void OpenAll(const std::set<Peer>& absent = {});
 
-  /// Opens or closes one peer, as when it starts or ends; a closed peer's endpoint is free on
-  /// return.
+  /// Open or close one peer, as when its process starts or ends. The endpoint of a closed peer is
+  /// free on return.
   void Open(Peer peer);
   void Close(Peer peer);
 
-  /// Where the peer listens, as ZeroMQ takes it.
+  /// The peer's endpoint in the notation of ZeroMQ.
   std::string EndpointOf(Peer peer) const;
 
-  /// Topics under which a publishing peer has subscribers.
+  /// Topics with subscribers at a publishing peer.
   const std::set<std::string>& SubscriptionsAt(Peer peer) const;
 
-  /// Reads everything that arrives until `condition` holds; looks at it before the first wait and
-  /// after every message. False when `patience` ends or the process is interrupted first.
+  /// Reads everything that arrives until `condition` holds, which is checked before the first wait
+  /// and after each message. Returns false if `patience` ends or the process is interrupted first.
   bool WaitFor(const std::function<bool()>& condition, Patience patience);
 
-  /// Until every open publishing peer has all subscriptions of the service and both of the
-  /// service's publishers are connected.
+  /// Waits until every open publishing peer has all subscriptions of the service and both of the
+  /// service's publishers are connected. Returns false as `WaitFor` does.
   bool WaitUntilSubscribed(Patience patience);
 
-  /// Whether anybody has subscribed anywhere.
+  /// Whether any publishing peer has a subscriber.
   bool HasSubscribers() const;
 
-  /// What WaitUntilSubscribed still lacks, for people; empty when nothing.
+  /// What WaitUntilSubscribed is still waiting for, as text for the user; empty if nothing.
   std::string MissingSubscriptions() const;
 
-  /// Publishes a text message, of the topic alone without `payload`. The peer must be open.
+  /// Publishes a text message; without `payload` it consists of the topic only. REQUIRES: the peer
+  /// is open.
   void SendText(Peer peer, const std::string& topic,
                 const std::optional<std::string>& payload = std::nullopt);
 
-  /// Publishes one block of the signal-processing stage.
+  /// Publishes one block in place of the signal-processing stage.
   void SendRaw(const BlockReading& block);
 
-  /// Publishes a message of the signal-processing stage with any frames after the topic.
+  /// Publishes a message of the signal-processing stage with arbitrary frames after the topic.
   void SendRawFrames(const Frames& framesAfterTopic);
 
-  /// Publishes any frames at all; the first one is the topic.
+  /// Publishes arbitrary frames; the first one is the topic.
   void SendFrames(Peer peer, const Frames& frames);
 
-  /// The next message of each kind, oldest first; none when `patience` ends first.
+  /// The next message of a kind, oldest first; nothing if `patience` ends first.
   std::optional<LoudnessMessage> NextLoudnessData(Patience patience) {
     return Next(mFeed.Data(), patience);
   }
@@ -102,13 +102,13 @@ class UnitStandIn {
   }
   std::optional<LogLine> NextLogLine(Patience patience);
 
-  /// Drops messages of the kind that have arrived but were not taken.
+  /// Discard messages that have arrived but were not taken.
   void DropLoudnessData() { Drop(mFeed.Data()); }
   void DropStates() { Drop(mFeed.States()); }
   void DropHeartbeats() { Drop(MessagesAt(Peer::kHeartbeatReceiver)); }
   void DropLogLines() { Drop(MessagesAt(Peer::kLogSink)); }
 
-  /// Topic of the raw blocks of this meter set.
+  /// Topic of the raw blocks for this meter set.
   std::string RawTopic() const;
 
   unsigned MeterSet() const { return mMeterSet; }
@@ -138,25 +138,25 @@ class UnitStandIn {
   unsigned mCluster;
   std::map<Peer, PublisherPeer> mPublishers;
   std::map<Peer, CollectorPeer> mCollectors;
-  std::map<Peer, BoundSocket*> mPeers;  // both of these
+  std::map<Peer, BoundSocket*> mPeers;  // members of mPublishers and mCollectors
   ServiceFeed mFeed;
-  std::vector<SocketReader*> mReaders;  // all of these
+  std::vector<SocketReader*> mReaders;  // all readers
 };
 
-/// Where the application server of the main board listens. Throws BindError when an address of the
-/// environment is not an address.
+/// Endpoint of the main board's application server. Throws BindError if the environment contains an
+/// invalid address.
 Endpoint MainAppServerEndpoint();
 
-/// What to say before the reason when that place cannot be taken.
+/// Prefix of the error message when this endpoint cannot be bound.
 constexpr char kPlaceNeededText[] = "--control needs the endpoint of the application server: ";
 
-/// The topics that the service of a meter set subscribes to at a publishing peer.
+/// The topics at a publishing peer that the service of a meter set subscribes to.
 std::set<std::string> ServiceTopicsAt(Peer peer, unsigned meterSet);
 
-/// Topic with the meter-set number that ends it.
+/// Topic with the meter-set number as its suffix.
 std::string TopicFor(const std::string& prefix, unsigned meterSet);
 
-/// A block as the signal-processing stage publishes it, topic and all.
+/// A block as the signal-processing stage publishes it, including the topic.
 Frames RawMessage(unsigned meterSet, const BlockReading& block);
 
 }  // namespace louddesk
