@@ -1,4 +1,4 @@
-// Lines of orders.
+// Parses orders line by line.
 
 #include "Orders.h"
 
@@ -30,7 +30,7 @@ constexpr Order kOrders[] = {
     {OrderKind::kQuit, "quit", 'q'},
 };
 
-// A longer line is not an order, and must not be collected for ever.
+// Longer lines cannot be orders. The limit bounds the input that is collected.
 constexpr std::size_t kLongestLine = 200;
 
 bool IsBlank(const std::string& text) {

@@ -1,5 +1,4 @@
-// What the user can tell a service while something is played to it, as it comes in: a word or its
-// letter, on a line of its own.
+// The orders that a user types while something is played: a word or its letter, one per line.
 
 #pragma once
 
@@ -10,42 +9,41 @@ namespace louddesk {
 
 enum class OrderKind {
   kCommand,       // a loudness command of the protocol
-  kReportingOn,   // loudness data and acknowledgements
-  kReportingOff,  // neither
-  kHelp,          // what orders there are
-  kQuit,          // the end of the play
+  kReportingOn,   // switch on loudness data and acknowledgements
+  kReportingOff,  // switch them off
+  kHelp,          // list the orders
+  kQuit,          // end playback
 };
 
 struct Order {
   OrderKind kind;
   const char* word;
   char letter;
-  const char* command = "";  // of a command: as the protocol calls it
+  const char* command = "";  // name in the protocol, for kCommand
 };
 
-/// The order that a line means, case and blanks around it aside; null for any other line.
+/// The order for a line; null if there is none. Ignores case and surrounding blanks.
 const Order* OrderOf(const std::string& line);
 
-/// All words with their letters, "start (s), pause (p), ... and quit (q)".
+/// All words with their letters: "start (s), pause (p), ... and quit (q)".
 std::string OrderWords();
 
-/// What the user has typed.
+/// A line that the user has typed.
 struct TypedOrder {
-  std::string text;              // the line; what cannot be printed in it is '?'
-  const Order* order = nullptr;  // what it means; null: nothing
+  std::string text;              // the line, with '?' for unprintable characters
+  const Order* order = nullptr;  // null: not an order
 };
 
 class OrderInput {
  public:
-  /// Reads an open descriptor, which stays the caller's. A terminal is read only while this process
-  /// is in its foreground: in the background the lines are the shell's.
+  /// Reads an open descriptor, which the caller keeps. A terminal is read only while this process
+  /// is in its foreground; otherwise the lines belong to the shell.
   explicit OrderInput(int descriptor) : mDescriptor(descriptor) {}
 
   /// Whether the user can type orders into a terminal now.
   bool IsTyped() const;
 
-  /// The next line; nothing while there is none, and for good when the input has ended. Blank lines
-  /// do not count.
+  /// The next line that is not blank; nothing if there is none, or if the input has ended.
   std::optional<TypedOrder> Next();
 
  private:

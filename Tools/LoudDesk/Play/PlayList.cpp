@@ -1,4 +1,4 @@
-// Sources for the options.
+// Builds sources from the options.
 
 #include "PlayList.h"
 
@@ -14,9 +14,10 @@
 namespace louddesk {
 namespace {
 
-constexpr int kSampleRate = 48000;  // Hz, of what is generated, where a case does not say
+constexpr int kSampleRate =
+    48000;  // Hz, of generated signals; the rate of test signals if a case names none
 
-// What a level or a frequency may be.
+// The allowed values of a level or a frequency.
 struct Bounds {
   double lowest;
   double highest;
@@ -26,8 +27,8 @@ constexpr Bounds kFrequencies = {1.0, 20000.0};  // Hz
 constexpr Bounds kToneLevels = {-120.0, 0.0};    // dBFS, peak
 constexpr Bounds kNoiseLevels = {-120.0, -5.0};  // dBFS, rms
 
-// The peak of an evenly distributed noise over its rms: its mean square is a third of the square of
-// its peak.
+// Peak to rms ratio of uniformly distributed noise, whose mean square is a third of its squared
+// peak.
 const double kNoiseCrestDb = 10.0 * std::log10(3.0);
 
 struct ToneValues {
@@ -35,7 +36,7 @@ struct ToneValues {
   double level;  // dBFS, peak
 };
 
-// Nothing unless the whole text is a number within the bounds.
+// The number; nothing unless the whole text is a number within the bounds.
 std::optional<double> NumberIn(const std::string& text, const Bounds& bounds) {
   double value = 0.0;
   const char* end = text.data() + text.size();
@@ -56,7 +57,7 @@ std::optional<ToneValues> ToneIn(const std::string& text) {
   return hertz && level ? std::optional(ToneValues{*hertz, *level}) : std::nullopt;
 }
 
-// The cases with a signal that an identifier means: one, or all of a document.
+// The cases with a signal that an identifier selects: one, or all of a document.
 std::vector<const ComplianceCase*> TestSignalsOf(const std::string& id) {
   std::vector<const ComplianceCase*> signals;
   for (const ComplianceCase& known : ComplianceCases())
@@ -114,7 +115,7 @@ void AddTestSignals(const std::string& id, std::vector<Playable>& list) {
     AddTestSignal(*signal, list);
 }
 
-// A tone or noise without an end may only be the very last.
+// A tone or noise without a length must be the last source.
 void CheckEnds(const PlayListOptions& options) {
   const std::size_t generated = options.tones.size() + options.noises.size();
   if (options.seconds && generated == 0)

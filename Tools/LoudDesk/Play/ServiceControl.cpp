@@ -1,4 +1,4 @@
-// Orders on their way out, answers on their way in.
+// Sends orders and shows answers.
 
 #include "ServiceControl.h"
 
@@ -9,7 +9,7 @@ namespace {
 
 constexpr Patience kAnswerPatience{3000};
 
-// Loudness data comes ten times a second, a heartbeat once a second.
+// Loudness data comes ten times per second, a heartbeat once per second.
 constexpr std::chrono::seconds kDataOfADeadService{3};
 constexpr std::chrono::seconds kSilenceOfADeadService{10};
 
@@ -36,7 +36,7 @@ bool ServiceControl::Restart(const SpeakerLayout& speakers, Patience patience) {
 
 void ServiceControl::Send(const Order& order) {
   const std::string command = order.command;
-  // Done at once, without an acknowledgement.
+  // A print is carried out immediately and is not acknowledged.
   const bool isPrint = command == cLuCmd::kPrintText;
   const bool waits = !command.empty() && !mIsReporting && !isPrint;
   mLine.Print(std::string("> ") + order.word + (waits ? " (waits until reporting is on)" : ""));

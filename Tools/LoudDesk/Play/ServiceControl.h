@@ -1,4 +1,4 @@
-// The user's orders to the service that is played to, and what is known of it by what it sends.
+// Sends the user's orders to the service and tracks its state from what it publishes.
 
 #pragma once
 
@@ -15,40 +15,41 @@ namespace louddesk {
 
 class ServiceControl {
  public:
-  /// Orders and what comes of them are shown as lines above the live line. Both must outlive it.
+  /// Shows orders and their results above the live line. Both arguments must outlive the object.
   ServiceControl(UnitStandIn& unit, LiveLine& line);
 
-  /// Waits until the service has subscribed and switches its reporting on. Throws ServiceError when
-  /// it does not in time.
+  /// Waits until the service has subscribed, and switches its reporting on. Throws ServiceError on
+  /// a timeout.
   void Connect(Patience patience);
 
-  /// Lets the service measure these speakers anew. With its reporting off it does not answer: it
-  /// starts when the user switches that on. False when it should and has not within `patience`.
+  /// Restarts the measurement for these speakers. Returns false if the service does not answer
+  /// within `patience`. Does not wait while reporting is off: the service then starts once the user
+  /// switches it on.
   bool Restart(const SpeakerLayout& speakers, Patience patience);
 
-  /// Whether the next order may go out: the last one is acknowledged, or long enough ago. Sent
-  /// sooner, it could replace the last one, which would then never be acknowledged.
+  /// Whether the next order may be sent: the last one is acknowledged or has timed out. An order
+  /// sent earlier could replace the last one, which would then never be acknowledged.
   bool IsReady() const { return mAwaited == nullptr; }
 
-  /// Sends a command or switches the reporting; says so. Orders of other kinds are not for it.
+  /// Sends a command or switches reporting, and shows the order. REQUIRES: an order of these kinds.
   void Send(const Order& order);
 
-  /// Takes note of a message of loudness data.
+  /// Takes loudness data into account.
   void TakeData(const LoudnessMessage& message);
 
-  /// Takes everything else that has come and shows what the service has acknowledged. Returns
-  /// whether it has begun to measure from zero.
+  /// Takes all other messages that have arrived, and shows acknowledgements. Returns true if the
+  /// measurement was reset.
   bool TakeAnswers();
 
-  /// Whether the service publishes loudness data as long as it lives: it does not when stopped or
-  /// with its reporting off.
+  /// Whether a running service must be publishing loudness data: it does unless it is stopped or
+  /// its reporting is off.
   bool IsDataExpected() const;
 
-  /// Whether the service has been silent for longer than a living one ever is.
+  /// Whether the service has been silent longer than a running service can be.
   bool IsSilent() const;
 
-  /// Why the last figures that came are not current, a line for the user: the service is paused,
-  /// stopped or does not report. Empty when they are.
+  /// A line for the user if the last figures are not current, because the service is paused,
+  /// stopped or does not report; otherwise empty.
   std::string Caveat() const;
 
  private:
@@ -61,14 +62,14 @@ class ServiceControl {
   UnitStandIn& mUnit;
   LiveLine& mLine;
   ServiceClient mClient;
-  bool mIsStarting = false;  // no answer is shown while it is
-  bool mIsReporting = true;  // as last switched
+  bool mIsStarting = false;  // answers are hidden meanwhile
+  bool mIsReporting = true;  // last setting sent
   bool mHasReset = false;    // since the last call of TakeAnswers
-  std::string mDone;         // last command carried out but resets
+  std::string mDone;         // last command carried out, except resets
   const Order* mAwaited = nullptr;
-  Clock::time_point mDue;       // until when it is waited for
-  Clock::time_point mLastData;  // when loudness data last came, or became due
-  Clock::time_point mLastSign;  // when anything last came
+  Clock::time_point mDue;       // deadline for the answer to mAwaited
+  Clock::time_point mLastData;  // when loudness data last came or became due
+  Clock::time_point mLastSign;  // when any message last came
 };
 
 }  // namespace louddesk

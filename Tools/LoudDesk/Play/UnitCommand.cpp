@@ -1,4 +1,4 @@
-// `LoudDesk unit`: command line.
+// The command line of `LoudDesk unit`.
 
 #include "UnitCommand.h"
 
@@ -58,14 +58,14 @@ constexpr char kFooter[] =
     "Ctrl-C and quit end with the figures so far and the status 0. The status is 1\n"
     "when something cannot be played or the service does not answer.\n";
 
-// Services of the other meter sets subscribe to no presets, or to no data that they take.
+// Services of other meter sets do not subscribe to presets, or not to the data that is played.
 std::string CheckMeterSet(const std::string& value) {
   return value == std::to_string(kLastMeterSetWithTopics)
              ? ""
              : "only a service of meter set 1 takes presets and raw data from a unit";
 }
 
-// What cannot be played as it is asked for is a fault of the command line.
+// A source that cannot be played as requested is an error of the command line.
 std::vector<Playable> ListOf(const PlayListOptions& options) {
   try {
     return MakePlayList(options);

@@ -1,4 +1,4 @@
-// The played unit. Everything happens on one thread, between two messages.
+// Plays sources as the unit. Runs on one thread.
 
 #include "UnitPlayer.h"
 
@@ -29,16 +29,16 @@ using Clock = std::chrono::steady_clock;
 
 constexpr Patience kStartPatience{5000};
 
-// The service has measured everything once this many messages in a row carry the same figures.
+// The service has measured everything when this many consecutive messages carry the same figures.
 constexpr int kSettledMessages = 5;
 constexpr std::chrono::seconds kSettlePatience{10};
 
-// How long an order or an answer may wait for attention while no loudness data comes.
+// How long orders and answers may wait while no loudness data comes.
 constexpr Patience kAttention{20};
 
 constexpr int kErrorLevel = 40;
 
-// The next file that is opened would get the number of a closed standard input.
+// If standard input is closed, the next file to be opened would get its descriptor.
 void HoldStandardInput() {
   if (fcntl(STDIN_FILENO, F_GETFD) == -1)
     open("/dev/null", O_RDONLY);
@@ -55,11 +55,11 @@ class UnitPlayer {
     mUnit.OpenAll();
   }
 
-  // Whether the user has asked for the end, by Ctrl-C or by an order.
+  // Whether the user has ended playback, with Ctrl-C or an order.
   bool IsOver() const { return mHasQuit || IsInterrupted(); }
 
-  // Waits until the service has subscribed and switches its reporting on; from then on takes
-  // orders, and tells the user of a terminal what orders there are. Throws ServiceError.
+  // Waits until the service has subscribed, and switches its reporting on. Accepts orders from then
+  // on, and lists them for a user at a terminal. Throws ServiceError.
   void Connect() {
     try {
       mControl.Connect(Patience{std::llround(mOptions.wait * 1000)});
@@ -72,9 +72,9 @@ class UnitPlayer {
       TellOrders();
   }
 
-  // Plays one source and returns how many blocks were played, fewer when the user ends the play.
-  // Throws ServiceError when the service does not answer, AudioFileError when the source cannot be
-  // played to its end.
+  // Plays one source. Returns the number of blocks played, which is smaller if the user ends
+  // playback. Throws ServiceError if the service does not answer, and AudioFileError if the source
+  // cannot be read to its end.
   unsigned long Play(const Playable& playable) {
     BlockStream blocks(playable.name, playable.open());
     const SampleSource& source = blocks.Source();
@@ -87,7 +87,7 @@ class UnitPlayer {
     return played;
   }
 
-  // Waits until the service has measured everything played and shows its final figures.
+  // Waits until the service has measured everything, and shows its final figures.
   void Finish() {
     if (mBlocks > 0)
       AttendUntilSettled();
@@ -131,8 +131,7 @@ class UnitPlayer {
     return sent;
   }
 
-  // Carries out orders and reads what the service sends until `due`, at least what has come
-  // already.
+  // Carries out orders and reads messages until `due`. Always takes those that have arrived.
   void AttendUntil(Clock::time_point due) {
     for (;;) {
       const bool hasCarriedOut = CarryOutNextOrder();
@@ -208,7 +207,7 @@ class UnitPlayer {
     mLine.Show(LiveText(SecondsMeasured(), message.data), message.time);
   }
 
-  // The last error that the service logged, as the end of a line.
+  // The last error in the service's log, as a suffix for a line.
   std::string LastComplaint() {
     std::string complaint;
     while (const auto line = mUnit.NextLogLine(Patience{0}))
@@ -224,13 +223,13 @@ class UnitPlayer {
   UnitStandIn mUnit;
   ServiceControl mControl;
   std::optional<OrderInput> mOrders;
-  bool mHasQuit = false;                 // by an order
+  bool mHasQuit = false;                 // set by an order
   SpeakerLayout mSpeakers;               // in force; empty: none yet
-  unsigned long mBlocks = 0;             // played since the measurement started or was reset
-  std::optional<LoudnessMessage> mLast;  // last figures since it started
+  unsigned long mBlocks = 0;             // blocks played since the measurement started or was reset
+  std::optional<LoudnessMessage> mLast;  // last figures since then
 };
 
-// Complains of everything that cannot be opened.
+// Reports every source that cannot be opened.
 void TryAll(const std::vector<Playable>& list, Complaints& complaints) {
   for (const Playable& playable : list) {
     try {
