@@ -1,5 +1,5 @@
-// `LoudDesk send`: command line, one message in the place of the main board's application server,
-// and the wait for what the service does about it.
+// `LoudDesk send`: the command line, one message in place of the main board's application server,
+// and the wait for its outcome.
 
 #include "SendCommand.h"
 
@@ -34,7 +34,7 @@ namespace {
 constexpr double kShortestTimeout = 0.1;  // s
 constexpr double kLongestTimeout = 3600;  // s
 
-// Words of the command line and what they are called in messages.
+// Maps words of the command line to those in messages.
 using Words = std::map<std::string, std::string>;
 
 const Words kModes = {
@@ -113,7 +113,7 @@ constexpr char kCommandFooter[] =
     "resets first, a play after a stop is a start, a pause while stopped stays a\n"
     "stop. A service stops in the mode Manual only (LoudDesk send config).\n";
 
-// The help of a kind of message shows only its own options.
+// The help of each kind of message lists only its own options.
 constexpr char kOptionsFooter[] =
     "\nMore options, for all kinds: --meter-set, --cluster and --timeout, see\n"
     "LoudDesk send --help.\n";
@@ -124,14 +124,14 @@ struct SendOptions {
   double timeout = 5;  // s
 };
 
-// Services of the other meter sets do not subscribe to presets, configurations and commands.
+// Services of other meter sets do not subscribe to presets, configurations and commands.
 std::string CheckMeterSet(const std::string& value) {
   return value == std::to_string(kLastMeterSetWithTopics)
              ? ""
              : "only a service of meter set 1 takes messages of all kinds";
 }
 
-// Data comes every 100 ms where it comes at all.
+// If data comes at all, it comes every 100 ms.
 constexpr Patience kFirstData{500};
 
 constexpr char kReportingHint[] =
@@ -143,10 +143,10 @@ constexpr char kNoneInForce[] =
     "No configuration is republished: what is not given is what a service starts with";
 constexpr char kStopHint[] = "; in the mode Continuous a stop is not carried out";
 
-// A configuration as the command line changes it.
+// The changes to a configuration that the command line requests.
 struct ConfigurationChange {
   std::vector<std::function<void(LoudnessConfiguration& to)>> settings;  // each sets one member
-  bool isFresh = false;  // what a service starts with is changed, not what is in force
+  bool isFresh = false;  // change the initial configuration instead of the one in force
 };
 
 class Sender {
@@ -156,8 +156,9 @@ class Sender {
         mClient(mUnit, [](const auto& answer) { std::cout << AnswerText(answer) << std::endl; }),
         mPatience(std::llround(options.timeout * 1000)) {}
 
-  // Each connects, sends one message as ServiceClient does and waits until it is done. Throws
-  // ServiceError when the endpoint is in use, or the service does not subscribe or answer in time.
+  // Each of these functions connects, sends one message with ServiceClient and waits until it is
+  // done. They throw ServiceError if the endpoint is in use, or if the service does not subscribe
+  // or answer in time.
 
   void Enable() {
     Connect();
@@ -169,7 +170,7 @@ class Sender {
     std::cout << "Reporting is on: the service answers" << std::endl;
   }
 
-  // Where no loudness data came before either, nothing shows that the service has taken the
+  // If no loudness data came before either, nothing shows that the service has received the
   // message.
   void Disable() {
     Connect();
@@ -196,7 +197,7 @@ class Sender {
       configuration = InForce(configuration);
     for (const auto& set : change.settings)
       set(configuration);
-    configuration.originFromFp = false;  // it tells who sends; it is not a setting
+    configuration.originFromFp = false;  // names the sender; not a setting
     mClient.SendConfiguration(configuration);
     AwaitAcknowledgement(kCommandHint);
   }
@@ -245,7 +246,7 @@ class Sender {
 
   UnitStandIn mUnit;
   ServiceClient mClient;
-  Patience mPatience;  // for the service to subscribe, and again for its answer
+  Patience mPatience;  // for the subscription, and again for the answer
 };
 
 int Send(const SendOptions& options, const std::function<void(Sender&)>& message) {
@@ -259,7 +260,7 @@ int Send(const SendOptions& options, const std::function<void(Sender&)>& message
   return complaints.Status();
 }
 
-// Anything but a preset would leave the service without a programme.
+// Rejects anything but a JSON object, which would leave the service without a programme.
 std::string ReadPreset(const std::string& path) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error))
@@ -281,9 +282,9 @@ CLI::App* AddKind(CLI::App* send, const char* name, const char* description, con
   return kind;
 }
 
-// Takes one of the words, in any case, for what messages call it.
+// Accepts one of the words, in any case, and converts it to the word in messages.
 CLI::Option* TakeWords(CLI::Option* option, const Words& words) {
-  // The later one transforms first: to a word as it stands here, and that to what it is called.
+  // The transformer added last runs first: it corrects the case, then the other one translates.
   return option->transform(CLI::Transformer(words).description(""))
       ->transform(CLI::IsMember(words, CLI::ignore_case));
 }
@@ -310,8 +311,8 @@ CLI::Range WindowBetween(std::uint32_t shortest, std::uint32_t longest) {
   return CLI::Range(static_cast<int>(shortest), static_cast<int>(longest));
 }
 
-// An option for one member of the configuration. What is shown as its default is what a service
-// starts with.
+// Adds an option for one member of the configuration. Its displayed default is the value that a
+// service starts with.
 template <typename Value>
 CLI::Option* AddSetting(CLI::App* kind, ConfigurationChange& change, const char* name,
                         Value LoudnessConfiguration::*member, const char* description) {
@@ -322,7 +323,7 @@ CLI::Option* AddSetting(CLI::App* kind, ConfigurationChange& change, const char*
       ->default_str(fmt::format("{}", LoudnessConfiguration().*member));
 }
 
-// The same for one that the command line has words for.
+// The same for a member with a fixed set of words.
 void AddChoice(CLI::App* kind, ConfigurationChange& change, const char* name,
                std::string LoudnessConfiguration::*member, const Words& words,
                const char* description) {

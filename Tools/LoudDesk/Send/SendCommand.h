@@ -1,4 +1,5 @@
-// The subcommand `LoudDesk send`: one message to a running service, and its acknowledgement.
+// The subcommand `LoudDesk send`: sends one message to a running service and waits for its
+// acknowledgement.
 
 #pragma once
 
@@ -8,9 +9,9 @@ class App;
 
 namespace louddesk {
 
-/// Adds the subcommand, with one of its own for each kind of message, to the command line. When it
-/// is chosen, it runs during the parse and sets `status`, which must outlive `app`: 0 when the
-/// service has acknowledged, 1 otherwise.
+/// Adds the subcommand, with a nested subcommand for each kind of message, to the command line.
+/// When selected, it runs during parsing and sets `status`, which must outlive `app`: 0 if the
+/// service has acknowledged the message, otherwise 1.
 void AddSendCommand(CLI::App& app, int& status);
 
 }  // namespace louddesk
