@@ -1,5 +1,5 @@
-// Signals through front end and meter, block by block, and the readings that each expectation
-// counts.
+// Passes signals through front end and meter block by block, and picks the readings that each
+// expectation counts.
 
 #include "Compliance.h"
 
@@ -20,13 +20,13 @@
 namespace louddesk {
 namespace {
 
-// Differences of decimal figures are off by a rounding error.
+// Allows for rounding errors in differences of decimal figures.
 constexpr double kRounding = 1e-6;
 
-// Power of a sine of 0 dBFS before any weighting.
+// Power of an unweighted sine of 0 dBFS.
 constexpr double kSineMeanSquare = 0.5;
 
-// The figures of the quantities except the weighting gain, in the order of Quantity.
+// The members for the quantities except the weighting gain, in the order of Quantity.
 constexpr std::optional<double> Figures::*kFigures[] = {
     &Figures::momentary, &Figures::shortTerm,    &Figures::shortTerm,  &Figures::integrated,
     &Figures::lra,       &Figures::maxMomentary, &Figures::maxTruePeak};
@@ -36,7 +36,7 @@ std::optional<double> ReadingOf(const Figures& figures, Quantity quantity) {
   return figures.*kFigures[static_cast<std::size_t>(quantity)];
 }
 
-// The last second of what the front end says of the first channel.
+// The mean power of the first channel over the last second, from the front end.
 class GainGauge {
  public:
   void Add(std::uint64_t power) { mPowers[mBlocks++ % kBlocksPerSecond] = power; }
@@ -51,7 +51,7 @@ class GainGauge {
   std::size_t mBlocks = 0;
 };
 
-// What one expectation has seen of a measurement.
+// The readings of one expectation during a measurement.
 class Observation {
  public:
   explicit Observation(const Expectation& expectation) : mExpectation(expectation) {}
@@ -97,7 +97,7 @@ class Observation {
   std::vector<double> mReadings;
 };
 
-// One measurement from empty.
+// One measurement, started from empty.
 class Measurement {
  public:
   Measurement(const ComplianceRun& run, int sampleRate, MeterUnderTest& meter)
@@ -132,8 +132,8 @@ class Measurement {
     return mSource->Read(samples.data(), frames) == frames;
   }
 
-  // The meter is read only at blocks that an expectation needs, and once for all of them: a reading
-  // may take as long as a message.
+  // Reads the meter only at blocks that an expectation needs, and once for all expectations: a
+  // reading may take as long as a message.
   void Observe(int blocks) {
     std::optional<Figures> figures;
     for (Observation& observation : mObservations) {

@@ -1,4 +1,4 @@
-// Runs the test signals of the standards through front end and meter and judges what comes out.
+// Passes the test signals of the standards through front end and meter, and judges the readings.
 
 #pragma once
 
@@ -12,40 +12,40 @@
 namespace louddesk {
 
 enum class ComplianceVerdict {
-  kPass,    // as the standard asks, within its tolerance
-  kGrid,    // as a meter that works in blocks of 100 ms must read, but outside the standard's
-            // tolerance
+  kPass,    // meets the standard within its tolerance
+  kGrid,    // misses the standard's tolerance, but reads what a meter
+            // with blocks of 100 ms must read
   kFail,    // neither
-  kNotRun,  // a recording of which no copy was measured
+  kNotRun,  // a recording without a copy to measure
 };
 
-/// One line of the table.
+/// One row of the table.
 struct ComplianceRow {
   std::string caseId;
   std::string signal;                      // in words
-  std::optional<Expectation> expectation;  // nothing when it was not run
+  std::optional<Expectation> expectation;  // nothing if not run
   std::optional<double> measured;          // in the unit of the quantity
   ComplianceVerdict verdict = ComplianceVerdict::kNotRun;
 };
 
-/// Called with each row as soon as it is known.
+/// Called with each row as soon as it is complete.
 using RowSink = std::function<void(const ComplianceRow&)>;
 
-/// Measures every run of a case at the sample rate, unless the run has its own. There is one row
-/// for each figure, or a single one for a recording.
+/// Measures every run of a case, at `sampleRate` unless the run has its own rate. Passes on one row
+/// per figure, or a single row for a recording.
 void RunCase(const ComplianceCase& complianceCase, int sampleRate, MeterUnderTest& meter,
              const RowSink& sink);
 
-/// Measures a copy of the recording of a case to its end, with one row for each figure. Throws
-/// `AudioFileError` when the copy cannot be measured, is damaged or has other channels than the
-/// recording; there is no row then. REQUIRES: the case is a recording.
+/// Measures a copy of a case's recording to its end and passes on one row per figure. Throws
+/// `AudioFileError` if the copy cannot be measured, is damaged or has other channels than the
+/// recording; no row is passed on then. REQUIRES: the case is a recording.
 void RunRecording(const ComplianceCase& complianceCase, const std::string& path,
                   MeterUnderTest& meter, const RowSink& sink);
 
-/// The row of a recording that was not measured.
+/// The row for a recording that was not measured.
 ComplianceRow NotRunRow(const ComplianceCase& complianceCase);
 
-/// The verdict on a reading; one that is missing fails.
+/// The verdict on a reading. A missing reading fails.
 ComplianceVerdict ComplianceVerdictOn(const Expectation& expectation,
                                       const std::optional<double>& measured);
 

@@ -15,7 +15,7 @@ namespace {
 constexpr char kMissingInTable[] = "-";
 constexpr char kMissingInJson[] = "null";
 
-// Figures have two decimals. Those that are known to more have a tolerance finer than that.
+// Figures have two decimals. Those with a finer tolerance than this have more.
 constexpr double kFineTolerance = 0.001;
 
 struct QuantityWords {
@@ -52,7 +52,7 @@ std::string ToleranceText(const Tolerance& tolerance, const char* both) {
   return fmt::format("{}{:g}", both, tolerance.above);
 }
 
-// Lines for people.
+// Text table.
 
 constexpr char kTableLine[] = "  {:<31} {:>8} {:>8} {:>9} {:>8} {:<4} {}\n";
 
@@ -76,7 +76,7 @@ constexpr char kMarkdownHeader[] =
     "| Case | Signal | Figure | Standard | Expected | Tolerance | Measured | Verdict |\n"
     "|---|---|---|---:|---:|---|---:|---|\n";
 
-// The name of a file may hold what parts the cells.
+// Escapes pipe characters, which file names may contain.
 std::string MarkdownCell(const std::string& text) {
   std::string cell;
   for (const char c : text)
@@ -116,7 +116,7 @@ std::string JsonText(const ComplianceRow& row, bool) {
   return writer.Text("Verdict", VerdictWord(row.verdict)).Finish() + "\n";
 }
 
-// What there is of each style, in the order of ComplianceStyle.
+// The functions of each style, in the order of ComplianceStyle.
 struct StyleParts {
   const char* header;
   std::string (*text)(const ComplianceRow& row, bool isFirstOfCase);

@@ -1,5 +1,5 @@
-// How the figures of a verification are written: as a table for people, as one JSON object a line
-// and as a Markdown table. Stateless.
+// Formats the figures of a verification as a text table, as one JSON object per line, or as a
+// Markdown table. Stateless.
 
 #pragma once
 
@@ -19,36 +19,38 @@ enum class ComplianceStyle {
 /// The lines above the rows; empty for JSON.
 std::string ComplianceHeader(ComplianceStyle style);
 
-/// One row, each line ended by a line feed and in a table of at most 80 characters, but for the
-/// path of a recording. The first row of a case says what its signal is.
+/// One row of one or more lines, each ending with a line feed. Lines of a text table have at most
+/// 80 characters, unless the path of a recording is longer. The first row of a case describes its
+/// signal.
 std::string ComplianceText(const ComplianceRow& row, bool isFirstOfCase, ComplianceStyle style);
 
-/// Counts of the verdicts over all rows, for the end of a table; empty for the other styles.
+/// The number of rows with each verdict, for the end of a text table; empty for other styles.
 std::string ComplianceSummary(const std::vector<ComplianceRow>& rows, ComplianceStyle style);
 
-/// The figures of a row as they are shown.
+/// The figures of a row as text.
 struct WrittenRow {
   std::string figure;     // "Short-term, lowest from 3 s"
   const char* unit;       // "LKFS"
   std::string standard;   // "-23.00"
   std::string expected;   // "-23.09"
   std::string tolerance;  // "+-0.1", "+0.2/-0.4"
-  std::string measured;   // "-23.09", "-" where there is no reading
+  std::string measured;   // "-23.09", or "-" without a reading
 };
 
-/// `plusMinus` is the sign for both. REQUIRES: the row has an expectation.
+/// `plusMinus` is the plus-minus sign to use. REQUIRES: the row has an expectation.
 WrittenRow WrittenRowOf(const ComplianceRow& row, const char* plusMinus);
 
-/// The unit of differences between figures of the row: "LU", "dB". REQUIRES: it has an expectation.
+/// The unit of differences between figures of the row: "LU", "dB". REQUIRES: the row has an
+/// expectation.
 const char* DifferenceUnitOf(const ComplianceRow& row);
 
-/// How many rows have a verdict.
+/// Number of rows with a verdict.
 int CountOf(const std::vector<ComplianceRow>& rows, ComplianceVerdict verdict);
 
-/// "Short-term, lowest from 3 s".
+/// The name of the figure: "Short-term, lowest from 3 s".
 std::string FigureNameOf(const Expectation& expectation);
 
-/// "pass", "grid", "FAIL" or "not run".
+/// The verdict in a word: "pass", "grid", "FAIL" or "not run".
 const char* VerdictWord(ComplianceVerdict verdict);
 
 }  // namespace louddesk

@@ -33,7 +33,7 @@ struct VerdictMeaning {
   const char* meaning;
 };
 
-// From the worst to the best.
+// From worst to best.
 constexpr VerdictMeaning kVerdicts[] = {
     {ComplianceVerdict::kFail, Badge::kBad, "Not met: neither as the standard asks nor predicted"},
     {ComplianceVerdict::kGrid, Badge::kNoted,
@@ -46,7 +46,7 @@ constexpr VerdictMeaning kVerdicts[] = {
 };
 
 struct Document {
-  const char* prefix;  // of the identifiers of its cases
+  const char* prefix;  // of the case identifiers
   const char* name;
 };
 
@@ -69,7 +69,7 @@ std::vector<CaseRows> CasesOf(const std::vector<ComplianceRow>& rows) {
   return cases;
 }
 
-// The worst of the verdicts.
+// The worst verdict in the case.
 ComplianceVerdict VerdictOn(const CaseRows& known) {
   for (const VerdictMeaning& entry : kVerdicts)
     if (CountOf(known.rows, entry.verdict) > 0)
@@ -98,7 +98,7 @@ std::string IdOf(const std::string& caseId) {
   return "case-" + caseId;
 }
 
-// How far the furthest figure with a verdict lies from the standard.
+// The largest deviation from the standard among the figures with a verdict.
 std::string FurthestText(const CaseRows& known, ComplianceVerdict verdict) {
   double furthest = 0.0;
   const char* unit = "";
@@ -116,7 +116,7 @@ std::string FurthestText(const CaseRows& known, ComplianceVerdict verdict) {
          (furthest < 0.0 ? "below" : "above") + " the standard at most";
 }
 
-// Every case that is not met, with how many of its figures and by how much.
+// The cases with a verdict, each with the number of such figures and their largest deviation.
 std::string DeviationList(const std::vector<CaseRows>& cases, ComplianceVerdict verdict,
                           const char* heading) {
   std::string list;
@@ -152,7 +152,7 @@ std::string Summary(const ComplianceReport& report, const std::vector<CaseRows>&
          DeviationList(cases, ComplianceVerdict::kGrid, "Listed deviations") + "</section>\n";
 }
 
-// Words between backquotes are code.
+// Escapes text and marks up words between backquotes as code.
 std::string Prose(const std::string& text) {
   std::string prose;
   bool isCode = false;

@@ -1,4 +1,4 @@
-// The report on a verification as one page that needs nothing but itself. Stateless.
+// The report on a verification as one self-contained page. Stateless.
 
 #pragma once
 
@@ -9,23 +9,23 @@
 
 namespace louddesk {
 
-/// A section of Docs/COMPLIANCE.md, which the build makes a constant: why the test signals are read
-/// as they are. A paragraph begins with the cases that it is about, "**3341-1** and **3341-2**: ".
+/// A section of Docs/COMPLIANCE.md that explains the expected readings; the build turns it into a
+/// constant. Each paragraph starts with the cases that it explains: "**3341-1** and **3341-2**: ".
 extern const char kComplianceExplanations[];
 
-/// The text for a case, in one line; empty when there is none.
+/// The explanation of a case in one line; empty if there is none.
 std::string ExplanationOf(const std::string& caseId);
 
-/// What a page is made from.
+/// The contents of a page.
 struct ComplianceReport {
   std::vector<ComplianceRow> rows;  // in the order of the cases
-  int sampleRate = 48000;           // of the signals that have none of their own, Hz
-  std::string meter;                // what has measured, in words: "front end and engine"
+  int sampleRate = 48000;           // of signals without their own rate, Hz
+  std::string meter;                // the meter under test, in words: "front end and engine"
 };
 
-/// The page: HTML that is well-formed XML too, without scripts or anything to fetch. It counts the
-/// verdicts, lists what is not as the standard asks, draws all deviations against their tolerances,
-/// and shows every case with its figures and why they are as they are.
+/// The page: HTML that is also well-formed XML, without scripts or external resources. It counts
+/// the verdicts, lists the deviations from the standard, plots all deviations against their
+/// tolerances, and shows every case with its figures and their explanation.
 std::string CompliancePage(const ComplianceReport& report);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Deviations drawn side by side, in the order of the rows.
+// Plots deviations side by side, in the order of the rows.
 
 #include "CompliancePlots.h"
 
@@ -15,17 +15,17 @@
 namespace louddesk {
 namespace {
 
-// Ends of the scale, in tolerances: at least the first, at most the second.
+// The ends of the scale, in tolerances: the smallest and the largest.
 constexpr double kNearestEnd = 2.0;
 constexpr double kFurthestEnd = 8.0;
 constexpr double kMostTicks = 8.0;
 
-constexpr double kBandWidth = 0.8;      // of a predicted reading; a figure has a place of 1
-constexpr double kSameReading = 0.005;  // a difference in two decimals is larger
+constexpr double kBandWidth = 0.8;      // of a predicted reading; a figure is 1 wide
+constexpr double kSameReading = 0.005;  // below the smallest difference in two decimals
 
 using Rows = std::vector<const ComplianceRow*>;
 
-// What is drawn together.
+// The quantities in one plot.
 struct Kind {
   const char* heading;
   const char* id;
@@ -53,7 +53,7 @@ Rows RowsOf(const Kind& kind, const std::vector<ComplianceRow>& rows) {
   return found;
 }
 
-// A reading as its distance from what the standard asks for.
+// The deviation of a reading from the standard, in tolerances.
 double InTolerances(double reading, const Expectation& expectation) {
   const double deviation = reading - expectation.standard;
   return deviation / (deviation < 0.0 ? expectation.tolerance.below : expectation.tolerance.above);
@@ -75,7 +75,7 @@ std::vector<SvgPlot::Bar> PredictedBands(const Rows& rows) {
   return bands;
 }
 
-// Whole tolerances around all that is drawn.
+// A scale of whole tolerances around everything in the plot.
 PlotScale ScaleOf(const Rows& rows) {
   double low = -kNearestEnd;
   double high = kNearestEnd;
@@ -101,7 +101,7 @@ std::vector<PlotTick> ToleranceTicks(const PlotScale& scale) {
   return ticks;
 }
 
-// Neighbouring figures of one case, as places along the axis.
+// The consecutive figures of one case, as positions on the axis.
 struct CasePlace {
   std::string id;
   double first;
@@ -119,7 +119,7 @@ std::vector<CasePlace> PlacesOf(const Rows& rows) {
   return places;
 }
 
-// What follows the document: "10" of "3341-10".
+// The part after the document's name: "10" of "3341-10".
 std::string ShortId(const std::string& id) {
   return id.substr(id.find('-') + 1);
 }
@@ -136,7 +136,7 @@ void AddCases(SvgPlot& plot, const Rows& rows) {
   plot.AddXTicks(ticks);
 }
 
-// The verdicts on a reading, and the style of their dots.
+// The verdicts on a reading, with the styles of their dots.
 constexpr std::pair<ComplianceVerdict, const char*> kDots[] = {
     {ComplianceVerdict::kPass, "met-dot"},
     {ComplianceVerdict::kGrid, "noted-dot"},
@@ -180,7 +180,7 @@ std::vector<LegendEntry> LegendOf(const Rows& rows) {
   return legend;
 }
 
-// "One tolerance is +-0.1 LU." All that occur, in the order of the rows.
+// "One tolerance is +-0.1 LU." Lists all tolerances in the order of the rows.
 std::string ExplanationFor(const Rows& rows) {
   std::vector<std::string> tolerances;
   for (const ComplianceRow* row : rows) {

@@ -1,5 +1,5 @@
-// The plots of a verification: how far every figure lies from what the standard asks for, against
-// the tolerance. Stateless.
+// The plots of a verification: the deviation of every figure from the standard, against its
+// tolerance. Stateless.
 
 #pragma once
 
@@ -10,9 +10,9 @@
 
 namespace louddesk {
 
-/// A figure for each kind of reading that the rows are about, all of them in tolerances: between -1
-/// and 1 a reading is as the standard asks. Where the blocks of 100 ms predict another reading, the
-/// band around that is drawn too.
+/// One plot for each kind of reading in the rows, in units of the tolerance: a reading between -1
+/// and 1 meets the standard. If the blocks of 100 ms predict a different reading, the plot also
+/// shows the band around it.
 std::string DeviationFigures(const std::vector<ComplianceRow>& rows);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// What the test signals are measured by: the engine in this process, or a running service.
+// A meter that measures the test signals: the engine in this process, or a running service.
 
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace louddesk {
 
-/// What a measurement is about. A meter may spoil the figures of the other kind.
+/// The quantity that a measurement is for. Figures of the other kind may be wrong.
 enum class Measurand {
   kLoudness,
   kTruePeak,
@@ -19,18 +19,18 @@ class MeterUnderTest {
  public:
   virtual ~MeterUnderTest() = default;
 
-  /// Starts a measurement from empty.
+  /// Restarts the measurement from empty.
   virtual void Start(const SpeakerLayout& speakers, Measurand measurand) = 0;
 
   /// Measures the next block.
   virtual void Feed(const BlockReading& block) = 0;
 
-  /// The figures after the last block; nothing where there is no reading. Test signals are about
-  /// loudness, its range and maxima, and the maximum true peak only.
+  /// The figures after the last block; nothing where there is no reading. Only loudness, its range
+  /// and maxima, and the maximum true peak are used.
   virtual Figures Read() = 0;
 };
 
-/// The service's engine in this process, behind its dispatcher; one at a time.
+/// The service's engine in this process, fed through its dispatcher. One object at a time.
 class EngineUnderTest : public MeterUnderTest {
  public:
   void Start(const SpeakerLayout& speakers, Measurand) override { mMeter.Start(speakers); }

@@ -1,4 +1,4 @@
-// The messages between the test signals and a running service.
+// Exchanges messages with a running service.
 
 #include "ServiceUnderTest.h"
 
@@ -18,17 +18,17 @@ namespace {
 constexpr Patience kStartPatience{5000};
 constexpr Patience kSettlePatience{5000};
 
-// How long to wait for a message before looking whether the service is still there.
+// How long to wait for a message before checking that the service is still there.
 constexpr Patience kGlance{100};
 
-// Half of the thousand messages that either side of a connection keeps before it drops any.
+// Half of the thousand messages that each side of a connection queues before it drops any.
 constexpr unsigned kMostUnsettled = 500;
 
-// Blocks of a measurement that the service publishes nothing of.
+// The first blocks of a measurement, for which the service publishes nothing.
 constexpr unsigned kWarmUpBlocks = kMomentaryBlocks - 1;
 
-// Marks are peaks of 1 to 700, up to -33 dBTP, whose codes in hundredths of dBTP all differ. No
-// mark is used again while a message that carries it may still be under way.
+// Marks are peaks of 1 to 700, at most -33 dBTP; their codes in hundredths of dBTP are all
+// different. A mark is not reused while a message with it may still be in transit.
 constexpr std::uint32_t kMarks = 700;
 static_assert(kMarks > kMostUnsettled);
 
@@ -121,7 +121,7 @@ class ServiceUnderTest : public MeterUnderTest {
     }
   }
 
-  // A service that ends takes its subscriptions with it.
+  // A service that ends cancels its subscriptions.
   [[noreturn]] void Fail(const std::string& reason) const {
     if (zsys_interrupted)
       throw ServiceError("interrupted");
@@ -133,10 +133,10 @@ class ServiceUnderTest : public MeterUnderTest {
   UnitStandIn mUnit;
   ServiceClient mClient;
   Measurand mMeasurand = Measurand::kLoudness;
-  std::uint32_t mMark = 0;      // peak of the last marked block
+  std::uint32_t mMark = 0;      // peak of the last block with a mark
   unsigned mBlocks = 0;         // since the start
-  unsigned mUnsettled = 0;      // blocks sent whose figures have not been seen yet
-  LoudnessData_t mPublished{};  // the figures of the last block when none is unsettled
+  unsigned mUnsettled = 0;      // blocks sent whose figures have not arrived
+  LoudnessData_t mPublished{};  // figures of the last block, once no block is unsettled
 };
 
 }  // namespace

@@ -1,5 +1,5 @@
-// A running service as a meter under test: played by the stand-in for the unit, and read by what it
-// publishes. Single-threaded; one object at a time and machine.
+// A running service as a meter under test: the unit's stand-in sends the blocks and reads the
+// published figures. Single-threaded; one object at a time per machine.
 
 #pragma once
 
@@ -10,18 +10,19 @@
 
 namespace louddesk {
 
-/// Opens the endpoints of the peers of the service of that cluster, waits until it has subscribed
-/// and switches its reporting on. Throws `BindError` when an endpoint is in use, `ServiceError`
-/// when the service does not subscribe within `patience`. The meter throws `ServiceError` when the
-/// service does not start to measure, keep up or publish.
+/// Opens the endpoints of the service's peers, waits until the service of that cluster has
+/// subscribed, and switches its reporting on. Throws `BindError` if an endpoint is in use, and
+/// `ServiceError` if the service does not subscribe within `patience`. The meter throws
+/// `ServiceError` if the service does not start to measure, keep up or publish.
 ///
-/// Readings are those published: loudness and its range in steps of 0.1, true peak of 0.01. There
-/// are none for the first three blocks, of which nothing is published.
+/// Readings have the published resolution: 0.1 for loudness and loudness range, 0.01 for true peak.
+/// There is no reading for the first three blocks, for which the service publishes nothing.
 ///
-/// Blocks go out as fast as the service takes them, and it says nothing of how many it has
-/// measured. So each block, or in measurements of the true peak a silent one after the last,
-/// carries a small peak as its mark, by which its figures are known when they are published. Hence
-/// measurements of loudness have no true peak, and those of the true peak no loudness.
+/// Blocks are sent as fast as the service accepts them. The service does not publish how many it
+/// has measured, so each block carries a small peak as a mark, which identifies its published
+/// figures. In measurements of the true peak, only a silent block after the last one carries a
+/// mark. Therefore measurements of loudness give no true peak, and those of the true peak no
+/// loudness.
 std::unique_ptr<MeterUnderTest> ConnectToService(unsigned cluster, Patience patience);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// The cases one after another.
+// Runs the cases one after another.
 
 #include "Verification.h"
 
@@ -20,7 +20,7 @@ bool IsWanted(const ComplianceCase& complianceCase, const std::vector<std::strin
          });
 }
 
-// The copy of the case's recording; null where there is none.
+// The path of the copy for a case's recording; null if there is none.
 const std::string* CopyOf(const ComplianceCase& complianceCase, const VerifyOptions& options) {
   for (std::size_t i = 0; i < options.recordings.size(); ++i)
     if (options.cases[i] == complianceCase.id)
@@ -43,7 +43,7 @@ void RunOne(const ComplianceCase& complianceCase, const VerifyOptions& options,
   }
 }
 
-// Writes every row as soon as it is known.
+// Writes every row as soon as it is complete.
 std::vector<ComplianceRow> RunCases(const VerifyOptions& options, MeterUnderTest& meter,
                                     std::ostream& out, Complaints& complaints) {
   std::vector<ComplianceRow> rows;

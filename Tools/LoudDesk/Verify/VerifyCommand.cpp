@@ -1,4 +1,4 @@
-// `LoudDesk verify`: command line, and one line for everything that goes wrong.
+// `LoudDesk verify`: the command line, and one line for each error.
 
 #include "VerifyCommand.h"
 
@@ -25,7 +25,7 @@
 namespace louddesk {
 namespace {
 
-// The status by which a shell tells of a program that Ctrl-C has ended.
+// The status that a shell reports for a program ended by Ctrl-C.
 constexpr int kInterruptedStatus = 128 + SIGINT;
 
 constexpr double kLongestWait = 3600.0;  // s
@@ -65,7 +65,7 @@ constexpr char kFooter[] =
     "be measured or is damaged, or the report could not be written, and 130 after\n"
     "Ctrl-C.\n";
 
-// What is wrong with an identifier; empty when it means a case.
+// The error in an identifier; empty if it selects a case.
 std::string CheckCase(const std::string& id) {
   const auto& cases = ComplianceCases();
   const bool isKnown = std::any_of(cases.begin(), cases.end(), [&](const ComplianceCase& known) {
@@ -105,7 +105,7 @@ struct ServiceOptions {
 };
 
 int VerifyEngine(const VerifyOptions& options) {
-  // The messaging library must leave the signals alone: Ctrl-C ends a verification at once.
+  // Keeps the messaging library from handling signals: Ctrl-C ends a verification at once.
   zsys_handler_set(nullptr);
   return Verify(options, *std::make_unique<EngineUnderTest>(), std::cout, std::cerr);
 }

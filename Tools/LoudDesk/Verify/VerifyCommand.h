@@ -1,4 +1,4 @@
-// The subcommand `LoudDesk verify`: proof by independent signals that the figures can be trusted.
+// The subcommand `LoudDesk verify`: checks the figures with independent test signals.
 
 #pragma once
 
@@ -8,7 +8,7 @@ class App;
 
 namespace louddesk {
 
-/// Adds the subcommand to the command line. When it is chosen, it runs during the parse and sets
+/// Adds the subcommand to the command line. When selected, it runs during parsing and sets
 /// `status`, which must outlive `app`.
 void AddVerifyCommand(CLI::App& app, int& status);
 
