@@ -1,4 +1,4 @@
-// All clusters in the terminal's window: the overview, or the meter of one.
+// Shows all clusters in the terminal's window: the overview, or the meter of one cluster.
 
 #include "WatchAll.h"
 
@@ -23,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 constexpr Patience kRefresh{100};
 constexpr std::chrono::seconds kSearchPeriod{1};
 
-// A service, or the place where one published.
+// A service that publishes, or that once published in this place.
 struct WatchedService {
   explicit WatchedService(ServicePlace where)
       : place(where), feed(where.meterSet, where.cluster), model(Clock::now()) {}
@@ -82,7 +82,7 @@ class AllClusters {
       service.Take();
   }
 
-  // Those that have published: a file alone is not a service.
+  // The services that have published. A file alone may be left over from a dead service.
   std::vector<WatchedService*> Publishing() {
     std::vector<WatchedService*> publishing;
     for (WatchedService& service : mServices)
@@ -103,7 +103,7 @@ class AllClusters {
     mTerminal.Show(ComposeOverview(rows, mSelected, mTerminal.Size(), now));
   }
 
-  // False when the user ends the watch.
+  // Returns false if the user ends the watch.
   bool TakeKeys() {
     for (int key = mTerminal.ReadKey(); key != 0; key = mTerminal.ReadKey()) {
       if (IsQuitKey(key))
@@ -134,13 +134,12 @@ class AllClusters {
     mLook.cluster = service.place.cluster;
   }
 
-  void* const mMessaging =
-      zsys_init();  // before the terminal, which leaves the signals as they are
+  void* const mMessaging = zsys_init();  // before the terminal, which respects existing handlers
   WatchLook mLook;
   Terminal mTerminal;
   std::list<WatchedService> mServices;
   Clock::time_point mNextSearch{};
-  std::size_t mSelected = 0;          // row of the overview
+  std::size_t mSelected = 0;          // row in the overview
   WatchedService* mOpened = nullptr;  // null: the overview
 };
 

@@ -1,4 +1,4 @@
-// The watch of all clusters that publish on this machine.
+// Watches all clusters that publish on this machine.
 
 #pragma once
 
@@ -6,8 +6,8 @@
 
 namespace louddesk {
 
-/// Shows a row for every cluster that publishes, now or later, and the meter of the one that the
-/// user opens, until the user ends it. Throws as `Terminal` does.
+/// Shows one row per cluster that publishes, now or later, and the meter of a cluster that the user
+/// opens. Returns when the user ends it. Throws as `Terminal` does.
 void WatchAllClusters(const WatchLook& look);
 
 }  // namespace louddesk

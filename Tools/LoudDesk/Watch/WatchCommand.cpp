@@ -1,4 +1,4 @@
-// `LoudDesk watch`: command line, and the loop of a watch.
+// The command line and the main loop of `LoudDesk watch`.
 
 #include "WatchCommand.h"
 
@@ -68,13 +68,13 @@ constexpr char kFooter[] =
     "The status is 0, also after Ctrl-C. It is 1 when the time given passes without a\n"
     "loudness message, the terminal cannot be used or the output cannot be written.\n";
 
-// What the user gave on the command line.
+// The options of the command line.
 struct WatchOptions {
   WatchLook look;
-  bool isAll = false;  // every cluster of this machine
+  bool isAll = false;  // every cluster on this machine
   std::string format;
-  std::optional<unsigned long> count;  // ends after so many loudness messages
-  std::optional<double> seconds;       // ends after so long
+  std::optional<unsigned long> count;  // number of loudness messages after which to end
+  std::optional<double> seconds;       // duration after which to end
 };
 
 std::unique_ptr<WatchView> MakeView(const WatchOptions& options, CommandSink send) {
@@ -88,7 +88,7 @@ std::unique_ptr<WatchView> MakeView(const WatchOptions& options, CommandSink sen
 
 using Clock = std::chrono::steady_clock;
 
-// How often the picture is made anew when nothing arrives.
+// How often to refresh the picture when nothing arrives.
 constexpr Patience kRefresh{100};
 
 WallTime WallTimeOf(WatchModel::Time time) {
@@ -110,7 +110,7 @@ class WatchSession {
 
   void Send(const std::string& command) { mControl->Send(command); }
 
-  /// Until the count, the time, the user or `out` ends it.
+  /// Runs until the count, the duration, the user or `out` ends it.
   void Run(WatchView& view, const std::ostream& out) {
     while (!IsOver() && out && zsys_interrupted == 0 && view.TakeKeys(mModel)) {
       WaitAndRead({&mFeed}, TimeToRefresh(), view.HasKeys() ? STDIN_FILENO : -1);
@@ -122,7 +122,7 @@ class WatchSession {
     }
   }
 
-  /// Lines about what the user must know and has not seen.
+  /// Reports what the user must know and has not seen on the screen.
   void Conclude(Complaints& complaints) const {
     if (mMalformed > 0)
       complaints.Note(std::to_string(mMalformed) +
@@ -188,12 +188,12 @@ class WatchSession {
   }
 
   WatchOptions mOptions;
-  ServiceFeed mFeed;  // before any view: the terminal leaves the signals as they are then
+  ServiceFeed mFeed;  // before any view: the terminal respects existing signal handlers
   std::optional<WatchControl> mControl;
   Clock::time_point mStart;
   WatchModel mModel;
-  unsigned long mTaken = 0;      // loudness messages
-  unsigned long mMalformed = 0;  // loudness messages that could not be read
+  unsigned long mTaken = 0;      // loudness messages taken
+  unsigned long mMalformed = 0;  // loudness messages that could not be decoded
 };
 
 void NeedTerminal(bool isWanted, const std::string& option, const std::string& instead) {
@@ -255,7 +255,7 @@ void AddWatchCommand(CLI::App& app, int& status) {
     all->excludes(command->get_option(one));
   command->footer(kFooter);
   command->callback([options, &status] {
-    // Services of the other meter sets hear of no commands.
+    // Services of other meter sets do not subscribe to commands.
     if (options->look.isControlling && options->look.meterSet != kLastMeterSetWithTopics)
       throw CLI::ValidationError("--control", "only a service of meter set 1 takes commands");
     status = Watch(*options);

@@ -1,5 +1,5 @@
-// The subcommand `LoudDesk watch`: a live meter of a running service, from its published messages
-// alone.
+// The subcommand `LoudDesk watch`: a live meter of a running service, based only on its published
+// messages.
 
 #pragma once
 
@@ -9,7 +9,7 @@ class App;
 
 namespace louddesk {
 
-/// Adds the subcommand to the command line. When it is chosen, it runs during the parse and sets
+/// Adds the subcommand to the command line. When selected, it runs during parsing and sets
 /// `status`, which must outlive `app`.
 void AddWatchCommand(CLI::App& app, int& status);
 

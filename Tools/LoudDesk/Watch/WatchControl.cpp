@@ -1,4 +1,4 @@
-// One command at a time, without ever waiting for its acknowledgement.
+// Sends one command at a time and never blocks for its acknowledgement.
 
 #include "WatchControl.h"
 
@@ -7,7 +7,7 @@
 namespace louddesk {
 namespace {
 
-// The figures do not depend on who asks.
+// The figures do not depend on the user ID.
 constexpr unsigned kUserOfTheConfiguration = 0;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Commands to a watched service, in the place of the main board's application server.
+// Sends commands to a watched service in place of the main board's application server.
 
 #pragma once
 
@@ -13,14 +13,14 @@ namespace louddesk {
 
 class WatchControl {
  public:
-  /// Takes the place of the application server. Throws ServiceError when it is taken.
+  /// Binds the endpoint of the application server. Throws ServiceError if it is in use.
   WatchControl(unsigned meterSet, unsigned cluster);
 
-  /// Sends a command, as messages call it. It is not sent where the service has not subscribed.
+  /// Sends a command by its name in messages. Does not send it if the service has not subscribed.
   void Send(const std::string& command);
 
-  /// Reads what the service has sent. Returns what is new about the commands, a line each; their
-  /// acknowledgements, which every watch sees, are not among it.
+  /// Reads the service's messages. Returns one line for each news about the commands. This does not
+  /// include acknowledgements, which every watch shows anyway.
   std::vector<std::string> TakeNews();
 
  private:
@@ -30,8 +30,9 @@ class WatchControl {
 
   UnitStandIn mUnit;
   ServiceClient mClient;
-  std::string mCommand;                   // that was sent last
-  std::optional<Clock::time_point> mDue;  // until when it should be acknowledged; nothing: it was
+  std::string mCommand;  // last command sent
+  std::optional<Clock::time_point>
+      mDue;  // deadline for its acknowledgement; nothing if acknowledged
   std::vector<std::string> mNews;
 };
 

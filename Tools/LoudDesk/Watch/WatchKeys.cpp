@@ -1,4 +1,4 @@
-// Keys of the live meter, each in one row of a table.
+// The keys of the live meter, one per row of a table.
 
 #include "WatchKeys.h"
 
@@ -38,8 +38,8 @@ void TurnHelp(WatchLook& look, WatchModel&) {
 }
 
 struct KeyRow {
-  const char* keys;  // characters that do it
-  int key;           // one that is not a character; 0: none
+  const char* keys;  // characters for the action
+  int key;           // key that is not a character; 0: none
   const char* help;
   void (*act)(WatchLook& look, WatchModel& model);
 };

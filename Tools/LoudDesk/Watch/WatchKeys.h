@@ -1,4 +1,4 @@
-// What the keys of the live meter do. Stateless.
+// The actions of keys in the live meter. Stateless.
 
 #pragma once
 
@@ -9,21 +9,21 @@
 
 namespace louddesk {
 
-/// Loudness that can be aimed at, LKFS.
+/// The range of loudness targets, LKFS.
 constexpr double kLowestTarget = -60;
 constexpr double kHighestTarget = 0;
 
-/// Does what `key` stands for to the look or the model; nothing for keys of something else.
+/// Applies the action of `key` to the look or the model. Ignores keys with other or no actions.
 void ActOnKey(int key, WatchLook& look, WatchModel& model);
 
-/// The command that `key` sends where the meter controls the service, as messages call it; null for
-/// every other key.
+/// The command for `key`, by its name in messages, when the meter controls the service; null for
+/// all other keys.
 const char* CommandOfKey(int key);
 
 /// Whether `key` ends the meter.
 bool IsQuitKey(int key);
 
-/// What the keys do, a line each.
+/// A description of the keys, one line each.
 std::vector<std::string> HelpLines(bool isControlling);
 
 }  // namespace louddesk

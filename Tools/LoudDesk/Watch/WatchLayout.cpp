@@ -1,4 +1,4 @@
-// Layout of the live meter: the parts from top to bottom, and in which order they get their rows.
+// Layout of the live meter: its parts from top to bottom, and their priorities for rows.
 
 #include "WatchLayout.h"
 
@@ -13,14 +13,14 @@
 namespace louddesk {
 namespace {
 
-// Rows for a part. Shares are given in their order, as far as they fit.
+// Rows for a part. Shares are granted in order, as long as they fit.
 struct Share {
   WatchPart part;
   std::size_t rows;
 };
 
-// Figures twice: the second half needs rows of its own where the window is narrow. Notes twice: a
-// new start has three answers.
+// Figures have two entries, because their second half needs its own rows in a narrow window. Notes
+// have two, because a restart has three answers.
 constexpr Share kShares[] = {
     {WatchPart::kHeader, 1},       {WatchPart::kLoudnessBars, 2}, {WatchPart::kFigures, 3},
     {WatchPart::kPeakBar, 1},      {WatchPart::kStatus, 1},       {WatchPart::kLoudnessScale, 1},
@@ -30,12 +30,12 @@ constexpr Share kShares[] = {
     {WatchPart::kGapAbovePeak, 1},
 };
 
-// What is left goes to these, in rounds.
+// Receive the remaining rows in turn.
 constexpr Share kGrowth[] = {{WatchPart::kHistory, 3}, {WatchPart::kNotes, 1}};
 
-constexpr std::size_t kMostNotes = 12;  // with their rule
+constexpr std::size_t kMostNotes = 12;  // including their rule
 
-// Rows of each part, from top to bottom.
+// Number of rows of each part, from top to bottom.
 using Heights = std::map<WatchPart, std::size_t>;
 
 std::size_t MostRows(WatchPart part, std::size_t columns) {
@@ -73,7 +73,7 @@ TextScreen TooSmall(ScreenSize size) {
   return screen;
 }
 
-// In the middle of the window, with a margin of blanks.
+// Draws the help in the middle of the window, with a blank margin.
 void DrawHelp(TextScreen& screen, const std::vector<std::string>& lines) {
   constexpr std::size_t kWidth = 48;
   const std::size_t rows = lines.size() + 2;

@@ -1,4 +1,4 @@
-// Which parts of the live meter stand where in a window of any size. Stateless.
+// The positions of the live meter's parts in a window of any size. Stateless.
 
 #pragma once
 
@@ -8,11 +8,11 @@
 
 namespace louddesk {
 
-/// The smallest window that the meter fits into, with its state, its bars and nothing else.
+/// The smallest usable window: state and bars only.
 constexpr ScreenSize kSmallestWindow = {40, 3};
 
-/// The meter at `now`. A small window shows the parts that matter most; one that is smaller than
-/// the smallest says what it needs.
+/// The meter at `now`. A small window shows the most important parts; a window below the smallest
+/// size shows the required size.
 TextScreen ComposeWatch(const WatchModel& model, const WatchLook& look, ScreenSize size,
                         WatchModel::Time now);
 

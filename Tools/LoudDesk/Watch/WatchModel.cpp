@@ -1,4 +1,4 @@
-// The watched service's state, inferred from its messages and from their absence.
+// Derives the watched service's state from its messages and from their absence.
 
 #include "WatchModel.h"
 
@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kMaxNotes = 50;
 
-// Published of silence: the level of a peak of 1. Without any block it is kNoTruePeakCode.
+// Code published in silence, for a peak of 1. Before any block the code is kNoTruePeakCode.
 constexpr std::int16_t kSilentPeakCode = -9031;  // 0.01 dBTP
 
 bool IsSilence(const LoudnessData_t& data) {
@@ -79,13 +79,13 @@ void WatchModel::ResetMaxima() {
   mHeldPeak = kNoTruePeakCode;
 }
 
-// A maximum falls only where the measurement begins anew.
+// A maximum decreases only if the measurement restarts.
 bool WatchModel::IsRestart(const LoudnessData_t& data) const {
   return data.MaxMomentary < mData.MaxMomentary || data.MaxTruePeak < mData.MaxTruePeak;
 }
 
-// The figures of a pause are meant to stay, and begin to count when it ends; after a gap in the
-// data nobody knows what they were meanwhile.
+// Restarts the period without change at every message during a pause, when constant figures are
+// normal, and after a gap in the data, when the figures may have changed meanwhile.
 void WatchModel::NoteChange(const LoudnessMessage& message) {
   const bool isSame = PublishedCodes(message.data) == PublishedCodes(mData);
   const bool isContinued = mLastData && message.time - *mLastData < kSilenceAfter;
@@ -132,7 +132,7 @@ void WatchModel::HoldPeak(Time time) {
 void WatchModel::TakeAnswer(const ServiceAnswer& answer, Time time, const std::string& localTime) {
   mLastAnswer = time;
   const bool wasDue = IsDataDue();
-  // A reset does not become the last command.
+  // The service does not record a reset as its last command.
   if (answer.kind == StateKind::kAcknowledgement && answer.command != cLuCmd::kResetText)
     mCommand = answer.command;
   if (!wasDue && IsDataDue())

@@ -13,7 +13,7 @@ namespace louddesk {
 namespace {
 
 constexpr std::size_t kMargin = 1;
-constexpr std::size_t kFirstRow = 4;  // below title, blank, names and units
+constexpr std::size_t kFirstRow = 4;  // below the title, a blank row, names and units
 constexpr char kColumns[] = "{:>3} {:>2}  {:<11} {:>9} {:>10} {:>10} {:>7} {:>15}";
 constexpr char kFooter[] = "q quits  up and down choose  Enter opens";
 
@@ -24,7 +24,7 @@ bool IsAlarming(const WatchModel& model, WatchModel::Time now) {
 std::string RowText(const OverviewRow& row, WatchModel::Time now) {
   const WatchModel& model = *row.model;
   const LoudnessData_t data = model.IsLive(now) ? model.Data() : LoudnessData_t{};
-  // Without a meter set the service's data names its cluster.
+  // Without a meter set, the cluster is known only from the service's data.
   const int cluster =
       row.place.cluster != 0 ? static_cast<int>(row.place.cluster) : model.Cluster().value_or(0);
   return fmt::format(kColumns, row.place.meterSet, cluster == 0 ? "-" : std::to_string(cluster),

@@ -1,4 +1,4 @@
-// All clusters that publish on this machine, a row each. Stateless.
+// All clusters that publish on this machine, one row each. Stateless.
 
 #pragma once
 
@@ -16,8 +16,8 @@ struct OverviewRow {
   const WatchModel* model;
 };
 
-/// The overview at `now`; the row `selected` stands out. Where there are more rows than fit, those
-/// around it show.
+/// The overview at `now`, with the row `selected` highlighted. If the rows do not all fit, shows
+/// those around the selected one.
 TextScreen ComposeOverview(const std::vector<OverviewRow>& rows, std::size_t selected,
                            ScreenSize size, WatchModel::Time now);
 

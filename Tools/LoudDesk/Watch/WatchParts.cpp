@@ -16,9 +16,9 @@ namespace {
 
 constexpr std::size_t kMargin = 1;
 constexpr std::size_t kLabelWidth = 11;
-constexpr std::size_t kValueWidth = 13;          // " -23.00 LKFS" and the margin
+constexpr std::size_t kValueWidth = 13;          // " -23.00 LKFS" and a margin
 constexpr std::size_t kRelativeWidth = 9;        // "+12.3 LU "
-constexpr std::size_t kColumnsForRelative = 92;  // as of this width the bars show LU too
+constexpr std::size_t kColumnsForRelative = 92;  // width from which the bars also show LU
 constexpr std::size_t kColumnsForTwoColumns = 76;
 constexpr std::size_t kAxisWidth = 5;
 constexpr std::size_t kFigureWidth = 43;
@@ -28,10 +28,10 @@ constexpr char kKeys[] = "q quits  h help";
 constexpr char kOneOfManyKeys[] = "q quits  h help  b back to all clusters";
 constexpr char kControlKeys[] = "q quits  h help  1 start  2 pause  3 play  4 stop  5 reset";
 
-// Loudness ranges of a bar, LU. Those of feature films end below.
+// Upper end of the bar for the loudness range, LU. The ranges of feature films are below it.
 constexpr double kHighestRange = 30.0;
 
-// Permitted maximum true peak, EBU R 128, and the ends of its bar, dBTP.
+// Permitted maximum true peak of EBU R 128, and the lower end of the bar, dBTP.
 constexpr double kMaxPermittedPeak = -1.0;
 constexpr double kLowestPeak = -60.0;
 constexpr double kHighestPeak = 3.0;
@@ -56,7 +56,7 @@ ValueRange LuRange(const WatchLimits& limits) {
   return {scale.low, scale.high, limits.tolerance, -limits.tolerance};
 }
 
-// A loudness relative to the target, for example "+1.5 LU"; empty without one.
+// A loudness relative to the target, such as "+1.5 LU"; empty without a reading.
 std::string RelativeText(std::int16_t code, double target) {
   const auto value = LoudnessOf(code);
   if (!value)
@@ -71,7 +71,7 @@ CellRun BarRun(const PartView& view, std::size_t row) {
   return {row, begin, columns - begin - kValueWidth - relative};
 }
 
-// The text, or what there is room for, ending in dots.
+// The text, shortened to `room` characters with dots at its end.
 std::string Shortened(const std::string& text, std::size_t room) {
   constexpr char kDots[] = "...";
   if (text.size() <= room)
@@ -103,7 +103,7 @@ std::string AgeText(const PartView& view) {
   return fmt::format("last message {:.1f} s ago", static_cast<double>(age->count()) / 1000);
 }
 
-// What the figures below count: maxima and programme loudness go back to the start.
+// The windows of the figures below. Maxima and programme loudness cover everything since the start.
 std::string WindowsText(const PartView& view) {
   const auto windows = view.model.Windows(view.now);
   if (!windows)
@@ -132,7 +132,7 @@ struct Figure {
   const char* name;
   std::string value;
   const char* unit;
-  std::string relative;  // to the target; empty where there is none
+  std::string relative;  // to the target; empty if there is none
   Ink ink;
 };
 
@@ -148,7 +148,7 @@ std::size_t FiguresAcross(std::size_t columns) {
   return columns >= kColumnsForTwoColumns ? 2 : 1;
 }
 
-// In the order of importance.
+// In order of importance.
 std::array<Figure, kFigureCount> FiguresShown(const PartView& view) {
   const LoudnessData_t& data = view.model.Data();
   const auto maximum = [&view](const char* name, std::int16_t code) {
@@ -202,7 +202,7 @@ std::deque<std::optional<double>> RelativeHistory(const PartView& view) {
   return values;
 }
 
-// Both ends of the scale, and the target where that has a row of its own.
+// Labels both ends of the scale, and the target if it has its own row.
 void DrawAxis(const PartView& view, const CellArea& area) {
   const LuScale& scale = ScaleOf(view.limits);
   std::set<std::size_t> taken;
@@ -256,7 +256,7 @@ void DrawLoudnessBars(const PartView& view, RowSpan rows) {
   DrawLoudness(view, rows.first + 1, "Short-term", view.model.Data().ShortTerm);
 }
 
-// The figure beside the bar is the held one: the peak of 100 ms is gone before it can be read.
+// The figure beside the bar is the held peak, because that of a block disappears after 100 ms.
 void DrawPeakBar(const PartView& view, RowSpan rows) {
   const std::size_t columns = view.screen.Columns();
   const bool isLive = view.model.IsLive(view.now);
@@ -323,7 +323,7 @@ const char* KeysText(const WatchLook& look) {
   return look.isOneOfMany ? kOneOfManyKeys : kKeys;
 }
 
-// The newest at the bottom.
+// The newest note is at the bottom.
 void DrawNotes(const PartView& view, RowSpan rows) {
   DrawRule(view, rows.first,
            view.look.isControlling ? "Acknowledgements; this is in the application server's place"

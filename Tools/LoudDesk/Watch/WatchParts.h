@@ -1,4 +1,4 @@
-// The parts of the live meter as pictures of text cells: what each shows in its rows. Stateless.
+// Draws the parts of the live meter into their rows of text cells. Stateless.
 
 #pragma once
 
@@ -11,23 +11,23 @@
 
 namespace louddesk {
 
-/// What the user chose. Without a choice the configuration that the service republishes holds.
+/// The user's choices. Without a choice, the configuration that the service republishes applies.
 struct WatchLook {
   unsigned meterSet = 1;
   unsigned cluster = 1;
-  std::optional<double> target;     // LKFS, 0 LU on the scale
+  std::optional<double> target;     // 0 LU on the scale, LKFS
   std::optional<int> scale;         // of the loudness bars: 9 or 18, LU
-  std::optional<double> tolerance;  // either side of the target, LU
-  bool isControlling = false;       // in the place of the application server
+  std::optional<double> tolerance;  // on either side of the target, LU
+  bool isControlling = false;       // sends commands in place of the application server
   bool isOneOfMany = false;         // opened from the overview of all clusters
-  bool showsHelp = false;           // over the picture
+  bool showsHelp = false;           // on top of the picture
   Glyphs glyphs = Glyphs::kBlocks;
 };
 
-/// The user's choice or, where there is none, what the service's configuration says.
+/// The user's choices, or the limits of the service's configuration.
 WatchLimits LimitsOf(const WatchLook& look, const WatchModel& model);
 
-/// What a part is drawn from, and where to.
+/// The input of a part, and the screen to draw it on.
 struct PartView {
   const WatchModel& model;
   const WatchLook& look;
@@ -36,7 +36,7 @@ struct PartView {
   TextScreen& screen;
 };
 
-/// Neighbouring rows of the window.
+/// Consecutive rows of the window.
 struct RowSpan {
   std::size_t first;
   std::size_t count;
@@ -44,25 +44,25 @@ struct RowSpan {
 
 /// The parts of the window from top to bottom.
 enum class WatchPart {
-  kHeader,  // the name of the meter, and the state of the service: one row
-  kStatus,  // what that state means, and the age of the last message: one row
+  kHeader,  // one row: name of the meter, state of the service
+  kStatus,  // one row: explanation of the state, age of the last message
   kGapAboveBars,
-  kLoudnessScale,  // the numbers over the loudness bars: one row
-  kLoudnessBars,   // momentary and short-term loudness: two rows
+  kLoudnessScale,  // one row: numbers above the loudness bars
+  kLoudnessBars,   // two rows: momentary and short-term loudness
   kGapAbovePeak,
-  kPeakBar,      // the true peak, with the highest of the last seconds: one row
-  kPeakScale,    // the numbers under that bar: one row
-  kRangeBar,     // the loudness range: one row
-  kFiguresRule,  // since when the figures count: one row
-  kFigures,      // as many figures as there is room for, the most important ones first
-  kHistory,      // the short-term loudness of the last minutes: two rows or more
-  kNotes,        // the last acknowledgements: two rows or more
-  kFooter,       // how to end, and the scale: one row
+  kPeakBar,      // one row: true peak and held peak
+  kPeakScale,    // one row: numbers below the peak bar
+  kRangeBar,     // one row: loudness range
+  kFiguresRule,  // one row: the windows of the figures
+  kFigures,      // as many figures as fit, in order of importance
+  kHistory,      // four or more rows: short-term loudness of the last minutes
+  kNotes,        // two or more rows: last acknowledgements
+  kFooter,       // one row: how to quit, and the scale
 };
 
 void DrawPart(WatchPart part, const PartView& view, RowSpan rows);
 
-/// The rows that all figures need in a window of so many columns.
+/// The number of rows that all figures need in a window of `columns` columns.
 std::size_t FigureRows(std::size_t columns);
 
 }  // namespace louddesk

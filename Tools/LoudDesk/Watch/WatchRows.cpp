@@ -1,4 +1,4 @@
-// Rows of the watched figures.
+// Formats messages as CSV and JSON.
 
 #include "WatchRows.h"
 
@@ -12,12 +12,11 @@
 namespace louddesk {
 namespace {
 
-// The fields between time and source, in the order of the message, by the names of
-// `LoudDesk measure`.
+// The fields between time and source, in the order of the message, named as in `LoudDesk measure`.
 struct Field {
   const char* name;
   std::int16_t LoudnessData_t::*code;
-  bool isPeak;  // hundredths of dBTP, otherwise tenths of LKFS or LU
+  bool isPeak;  // in hundredths of dBTP, otherwise tenths of LKFS or LU
 };
 
 constexpr Field kFields[] = {
@@ -38,7 +37,7 @@ constexpr char kSourceName[] = "ValidSource";
 constexpr char kCommandName[] = "Command";
 constexpr char kClusterName[] = "Cluster";
 
-// The figure, or `missing` where there is no reading.
+// The figure, or `missing` without a reading.
 std::string ValueText(const LoudnessData_t& data, const Field& field, const char* missing) {
   const std::int16_t code = data.*field.code;
   const bool isRange = field.code == &LoudnessData_t::Lra;

@@ -1,4 +1,4 @@
-// Views of a watched service.
+// The views of a watched service.
 
 #include "WatchViews.h"
 
@@ -18,7 +18,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kFirstMoments{500};
 
-// Figures that do not change are worth a line once, and so is that they change again.
+// Reports once that the figures do not change, and once that they change again.
 class NoChange {
  public:
   std::optional<std::string> Told(const WatchModel& model, WatchModel::Time now) {
@@ -64,7 +64,7 @@ class RowView : public WatchView {
                              : "loudness data comes now");
   }
 
-  // "NO SERVICE: nobody publishes here".
+  // The state in words: "NO SERVICE: nobody publishes here".
   static std::string StateText(ServiceState state) {
     const StateWords& words = WordsOf(state);
     return std::string(words.name) + (*words.hint == '\0' ? "" : ": ") + words.hint;
@@ -73,8 +73,8 @@ class RowView : public WatchView {
   std::ostream& mOut;
   Complaints mComplaints;
   Row mRow;
-  WatchModel::Time mLast;  // when the last message came; at first the beginning of the watch
-  bool mIsQuiet = false;   // as last told
+  WatchModel::Time mLast;  // when the last message came; initially the start of the watch
+  bool mIsQuiet = false;   // last state reported
   NoChange mNoChange;
 };
 
@@ -99,7 +99,7 @@ class LineView : public WatchView {
   }
 
  private:
-  // Nothing can have come in the first moments; that is not worth a line.
+  // Hides states before any message could arrive.
   void ShowState(ServiceState state, WatchModel::Time now) {
     const bool isEarly = state == ServiceState::kAbsent || state == ServiceState::kWaiting;
     if (mShown == state || (isEarly && now - mStart < kFirstMoments))
@@ -115,8 +115,8 @@ class LineView : public WatchView {
   std::ostream& mOut;
   LiveLine mLine;
   WatchModel::Time mStart;
-  std::optional<LoudnessMessage> mMessage;  // the last one since the last Refresh
-  std::optional<ServiceState> mShown;       // the state last written
+  std::optional<LoudnessMessage> mMessage;  // last message since the last Refresh
+  std::optional<ServiceState> mShown;       // last state written
   NoChange mNoChange;
 };
 

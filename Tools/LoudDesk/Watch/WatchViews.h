@@ -1,4 +1,4 @@
-// The ways in which a watched service is shown.
+// The ways to show a watched service.
 
 #pragma once
 
@@ -16,35 +16,35 @@ class WatchView {
  public:
   virtual ~WatchView() = default;
 
-  /// A well-formed loudness message, and when it came.
+  /// Shows a well-formed loudness message and its time of arrival.
   virtual void ShowData(const LoudnessMessage&, WallTime) {}
 
-  /// An answer that is not a republication, in the words of AnswerText.
+  /// Shows an answer that is not a republication, as text from AnswerText.
   virtual void ShowAnswer(const std::string&, WallTime) {}
 
-  /// Called after the messages, at least ten times a second.
+  /// Called after the messages have been shown, at least ten times per second.
   virtual void Refresh(const WatchModel&, WatchModel::Time) {}
 
-  /// Whether to wait for keys.
+  /// Whether the view waits for keys.
   virtual bool HasKeys() const { return false; }
 
-  /// Does what the keys typed say. False when one has asked for the end.
+  /// Carries out the keys typed. Returns false if the user has quit.
   virtual bool TakeKeys(WatchModel&) { return true; }
 };
 
-/// Rows for other programs on `out`, with the header of CSV at once. That no row comes for a second
-/// is a line on `errors`, once, and so is that they come again.
+/// Rows for other programs on `out`; for CSV, writes the header at once. When no row has come for a
+/// second, and when rows come again, a line on `errors` reports it once.
 std::unique_ptr<WatchView> MakeCsvView(std::ostream& out, std::ostream& errors);
 std::unique_ptr<WatchView> MakeJsonView(std::ostream& out, std::ostream& errors);
 
-/// Lines for people: figures once a second, answers and changes of state as they come.
+/// Lines for users: figures once per second, answers and changes of state as they come.
 std::unique_ptr<WatchView> MakeLineView(std::ostream& out);
 
-/// Called with a command that the user gives, as messages call it.
+/// Called with a user's command by its name in messages.
 using CommandSink = std::function<void(const std::string& command)>;
 
-/// The meter in the terminal's window; `send` takes the commands of one that controls the service.
-/// Throws std::runtime_error as `Terminal` does.
+/// The meter in the terminal's window. `send` receives the commands if the meter controls the
+/// service. Throws std::runtime_error as `Terminal` does.
 std::unique_ptr<WatchView> MakeScreenView(const WatchLook& look, CommandSink send);
 
 }  // namespace louddesk
