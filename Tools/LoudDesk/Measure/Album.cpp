@@ -1,4 +1,4 @@
-// Histograms added up, maxima compared.
+// Adds histograms and takes maxima.
 
 #include "Album.h"
 

@@ -1,4 +1,4 @@
-// Several programmes measured as one: all their readings behind each other.
+// Several programmes measured as one, with the readings of all of them.
 
 #pragma once
 
@@ -8,16 +8,16 @@
 
 namespace louddesk {
 
-/// No reading spans the end of one programme and the beginning of the next.
+/// The combined figures of programmes. No reading spans the boundary between two programmes.
 class Album {
  public:
-  /// Adds a programme; the figures of all are then those of a programme of its length more.
+  /// Adds a programme, as if it followed the previous ones.
   void Add(const MeasuredProgramme& programme);
 
   std::size_t Programmes() const { return mProgrammes; }
 
-  /// The figures of all so far, at no particular times; `programme` is that of the first one,
-  /// without peaks of channels and without series.
+  /// The figures of all programmes so far, without the times of maxima, peaks of channels and
+  /// series. `programme` is that of the first programme.
   MeasuredProgramme AsOne() const;
 
  private:

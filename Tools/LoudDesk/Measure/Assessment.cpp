@@ -7,7 +7,7 @@
 namespace louddesk {
 namespace {
 
-// EBU Tech 3341: a meter marks the range of less as not yet stable.
+// EBU Tech 3341: a meter marks the loudness range of a shorter programme as not yet stable.
 constexpr double kStableRangeSeconds = 60.0;
 
 }  // namespace

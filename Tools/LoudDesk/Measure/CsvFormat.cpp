@@ -1,4 +1,4 @@
-// Rows of fields.
+// Writes rows of fields.
 
 #include "CsvFormat.h"
 
@@ -20,7 +20,7 @@ std::string Text(const std::optional<double>& figure) {
   return FigureText(figure, kMissing);
 }
 
-// The time of a maximum; none where there is no reading, and none in several files.
+// The time of a maximum; empty without a reading, or for several files.
 std::string TimeText(const std::optional<double>& maximum, double seconds) {
   return maximum && seconds > 0.0 ? Text(seconds) : kMissing;
 }

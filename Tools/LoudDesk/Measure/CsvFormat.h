@@ -1,7 +1,7 @@
-// Comma-separated values (RFC 4180): the figures of programmes, one row each, and their series, one
-// row for each block. Units stand in the headings, figures have two decimals and are empty where
-// there is no reading. A text with commas, quotes or line ends stands in quotes; bytes of file
-// names are left as they are. Each row ends with a line feed. Stateless.
+// Comma-separated values (RFC 4180): one row for the figures of each programme, and one row for
+// each block of a series. Headings include the units. Figures have two decimals and are empty
+// without a reading. A text with commas, quotes or line breaks is quoted; the bytes of file names
+// are unchanged. Each row ends with a line feed. Stateless.
 
 #pragma once
 
@@ -11,17 +11,17 @@
 
 namespace louddesk {
 
-/// The heading over the rows of `CsvRow`.
+/// The heading for the rows of `CsvRow`.
 std::string CsvHeader();
 
-/// One row for a programme. The path is empty for all files as one.
+/// One row for a programme. For all files as one the path is empty.
 std::string CsvRow(const Subject& subject, const Assessment& assessment, const Criteria& criteria);
 
-/// The heading over the rows of `SeriesRows`.
+/// The heading for the rows of `SeriesRows`.
 std::string SeriesHeader();
 
-/// A row for each point of a programme, with the end of its block in seconds, each marked when the
-/// file is damaged.
+/// One row for each point of a programme, with the end of its block in seconds. Rows of damaged
+/// files are marked.
 std::string SeriesRows(const Subject& subject);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// The table of figures.
+// Formats the table of figures.
 
 #include "FigureFormat.h"
 
@@ -10,7 +10,7 @@
 namespace louddesk {
 namespace {
 
-// The columns of figures, in their order.
+// The columns of figures, in order.
 struct Column {
   const char* name;       // first line of the heading
   const char* continued;  // second line
@@ -75,7 +75,7 @@ std::string ColumnName(const Column& column) {
   return column.name + std::string(*column.continued == '\0' ? "" : " ") + column.continued;
 }
 
-// Empty when no figure is at the end of its scale.
+// Empty if no figure is at the end of its scale.
 std::string NoteOnEnds(const Figures& figures) {
   std::string note;
   for (const WrittenFigure& figure : WrittenFigures(figures, {}))

@@ -1,4 +1,4 @@
-// The names of the styles.
+// The names of the formats.
 
 #include "FigureStyle.h"
 

@@ -1,4 +1,4 @@
-// How figures are written: the option for it.
+// The option for the output format of figures.
 
 #pragma once
 
@@ -9,9 +9,9 @@ class App;
 namespace louddesk {
 
 enum class FigureStyle {
-  kTable,  // for people
-  kJson,   // an object a line
-  kCsv,    // a row a programme or period
+  kTable,  // text table
+  kJson,   // one object per line
+  kCsv,    // one row per programme or period
 };
 
 /// Adds --format. `style` must outlive the parse.

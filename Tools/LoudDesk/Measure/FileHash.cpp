@@ -1,4 +1,4 @@
-// Bytes through libsodium.
+// Hashes files with libsodium.
 
 #include "FileHash.h"
 

@@ -1,4 +1,4 @@
-// A fingerprint of a file's bytes. Stateless.
+// A hash of a file's contents. Stateless.
 
 #pragma once
 
@@ -6,7 +6,7 @@
 
 namespace louddesk {
 
-/// SHA-256 (FIPS 180-4) of a file in 64 hexadecimal digits. Throws `AudioFileError` when the file
+/// The SHA-256 (FIPS 180-4) of a file as 64 hexadecimal digits. Throws `AudioFileError` if the file
 /// cannot be read.
 std::string Sha256Of(const std::string& path);
 

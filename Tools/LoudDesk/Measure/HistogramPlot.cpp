@@ -1,4 +1,4 @@
-// The loudness histogram as a figure of a page.
+// Plots the loudness histogram.
 
 #include <algorithm>
 #include <cmath>
@@ -13,17 +13,17 @@ namespace {
 
 constexpr std::size_t kCodesPerBar = 25;
 constexpr double kBarLu = kBinWidthLu * kCodesPerBar;
-constexpr double kBarFilled = 0.9;       // share of a bar's place; the rest parts it from the next
-constexpr double kThinnestBandLu = 0.1;  // on both sides of a target without tolerance
+constexpr double kBarFilled = 0.9;       // filled share of a bar's width; the rest is a gap
+constexpr double kThinnestBandLu = 0.1;  // on either side of a target without tolerance
 constexpr double kHistogramLow = -72.0;
 constexpr double kHistogramStep = 10.0;
 constexpr double kMostBarTicks = 4.0;
-constexpr int kMarkHeight = 17;  // pixels for each line of text over the histogram
+constexpr int kMarkHeight = 17;  // pixels for each line of text above the histogram
 
-// The histogram, counted in percent of all readings.
+// The histogram in percent of all readings.
 struct Histogram {
-  std::vector<SvgPlot::Bar> counted;   // in the integrated loudness
-  std::vector<SvgPlot::Bar> gated;     // left out by the relative gate, on top of those
+  std::vector<SvgPlot::Bar> counted;   // part that counts in the integrated loudness
+  std::vector<SvgPlot::Bar> gated;     // part below the relative gate, stacked on top
   double highest = 0.0;                // of all bars, %
   double loudest = kAbsoluteGateLkfs;  // upper edge of the last bar, LKFS
   double belowGate = 0.0;              // readings below the absolute gate, %
@@ -33,7 +33,7 @@ double Percentage(std::uint64_t count, std::uint64_t total) {
   return 100.0 * static_cast<double>(count) / static_cast<double>(total);
 }
 
-// The first code that counts, as the engine finds it.
+// The first loudness code above the gates, as in the engine.
 std::size_t FirstCounted(const LoudnessHistogram& readings) {
   const std::optional<double> gate = readings.RelativeGate();
   return gate ? Cbin::GetBinIndx(static_cast<float>(*gate)) : std::size_t{1};
@@ -76,8 +76,8 @@ struct Mark {
   const char* style;
 };
 
-// From the highest text down, so that no line crosses the text of another mark: texts stand on the
-// inner side of their lines.
+// The marks from the highest text to the lowest. Texts are on the inner side of their lines, so in
+// this order no line crosses the text of another mark.
 std::vector<Mark> MarksOf(const MeasuredProgramme& programme, const PlotScale& scale) {
   std::vector<Mark> marks = {
       {kAbsoluteGateLkfs, "Absolute gate " + AxisLabel(kAbsoluteGateLkfs), "gate"}};

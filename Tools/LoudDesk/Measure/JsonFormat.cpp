@@ -1,4 +1,4 @@
-// JSON, member by member.
+// Writes JSON member by member.
 
 #include "JsonFormat.h"
 
@@ -10,13 +10,13 @@ namespace {
 
 constexpr char kMissing[] = "null";
 
-// The time of a maximum; none where there is no reading, and none in several files.
+// The time of a maximum; null without a reading, or for several files.
 void WriteTime(DocumentWriter& writer, const char* key, const std::optional<double>& maximum,
                double seconds) {
   writer.Figure(key, maximum && seconds > 0.0 ? std::optional<double>(seconds) : std::nullopt);
 }
 
-// Null for an empty text.
+// Null if the text is empty.
 void WriteText(DocumentWriter& writer, const char* key, const std::string& text) {
   if (text.empty())
     writer.Number(key, kMissing);

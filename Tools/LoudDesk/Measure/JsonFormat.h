@@ -1,5 +1,5 @@
-// How the figures of a programme are written for programs: one JSON object a line, as
-// Docs/measure.schema.json describes it. Stateless.
+// Formats the figures of a programme as one JSON object per line, described by
+// Docs/measure.schema.json. Stateless.
 
 #pragma once
 
@@ -10,19 +10,19 @@
 
 namespace louddesk {
 
-/// Number of the schema; it changes when a reader of the one before could go wrong.
+/// Version of the schema. It increases when a change could mislead readers of the previous one.
 constexpr unsigned kJsonSchema = 1;
 
-/// The object in one line, which ends with a line feed. Figures in LKFS, LU, dBTP and dBFS and
-/// times in seconds with two decimals, null where there is none. Bytes of a file's name that are
-/// not UTF-8 become U+FFFD.
+/// The object on one line, which ends with a line feed. Figures are in LKFS, LU, dBTP and dBFS,
+/// times in seconds, all with two decimals and null if missing. Bytes of a file name that are not
+/// UTF-8 become U+FFFD.
 std::string JsonLine(const Subject& subject, const Assessment& assessment,
                      const Criteria& criteria);
 
-/// The members from "Seconds" to "AtLeast" of the object.
+/// Writes the members of the object from "Seconds" to "AtLeast".
 void WriteFigures(DocumentWriter& writer, const Figures& figures);
 
-/// The members from "Profile" to "Limits" of the object.
+/// Writes the members of the object from "Profile" to "Limits".
 void WriteJudgement(DocumentWriter& writer, const Assessment& assessment, const Criteria& criteria);
 
 }  // namespace louddesk

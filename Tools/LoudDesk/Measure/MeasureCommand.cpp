@@ -1,4 +1,4 @@
-// `LoudDesk measure`: command line, progress, and one line for everything that goes wrong.
+// `LoudDesk measure`: the command line, progress, and one line for each error.
 
 #include "MeasureCommand.h"
 
@@ -32,7 +32,7 @@
 namespace louddesk {
 namespace {
 
-// From this many bytes on there is a progress bar.
+// The total size from which a progress bar is shown.
 constexpr std::uintmax_t kBytesOfLongWork = 20'000'000;
 constexpr std::uint64_t kProgressSteps = 1000;
 
@@ -79,7 +79,7 @@ constexpr char kFooter[] =
     "limit could not be judged, as in silence, and else 3 when a limit is broken.\n"
     "Ctrl-C writes what is finished and ends with status 130.\n";
 
-// The signal that asked for the end, 0 for none; a second one ends the process.
+// The signal that interrupted the run; 0: none. A second signal ends the process.
 std::atomic<int> gSignal{0};
 
 void NoteSignal(int signal) {
@@ -98,7 +98,7 @@ void NoteInterruptions() {
   }
 }
 
-// One bar for all files, when they are long.
+// One bar for all files if they are large; otherwise null.
 std::unique_ptr<ProgressBar> BarFor(const std::vector<std::string>& files, std::ostream& terminal,
                                     const TerminalColumns& columns) {
   std::uintmax_t bytes = 0;
@@ -114,7 +114,7 @@ std::unique_ptr<ProgressBar> BarFor(const std::vector<std::string>& files, std::
       kProgressSteps);
 }
 
-// What is to be known of the file beside its samples.
+// The properties of the file other than its samples.
 FileFacts FactsOf(const AudioFile& file, bool hasHash) {
   FileFacts facts{file.Path(), file.Format(), file.SampleRate(), file.Channels(), {}, {}, {}};
   if (!file.Missing().IsNone())
@@ -163,7 +163,7 @@ int RunMeasure(const MeasureOptions& options) {
   return status;
 }
 
-// Hands all outcomes to `output`.
+// Measures the files and passes all outcomes to `output`.
 void MeasureAll(const std::vector<std::string>& files, const MeasureOptions& options,
                 std::ostream& errors, const TerminalColumns& columns, MeasureOutput& output) {
   std::unique_ptr<ProgressBar> bar = BarFor(files, errors, columns);
@@ -195,7 +195,7 @@ void MeasureAll(const std::vector<std::string>& files, const MeasureOptions& opt
                                       files.size() - taken, files.size()));
 }
 
-// One line a stream.
+// One line per stream.
 std::string StreamLine(std::size_t number, const StreamInfo& stream) {
   std::string line = fmt::format("  {:>2}  {}, {}", number, stream.codec, stream.format);
   if (stream.seconds)

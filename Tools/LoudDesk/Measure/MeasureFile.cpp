@@ -1,4 +1,4 @@
-// Files through front end and meters.
+// Passes files through front end and meters.
 
 #include "MeasureFile.h"
 
@@ -27,13 +27,13 @@ SeriesPoint PointOf(double seconds, const Figures& figures) {
   return point;
 }
 
-// A programme while it is measured.
+// The measurement of one programme.
 class Measurement {
  public:
   Measurement(const Programme& programme, std::size_t fileChannels, Series series)
       : mProgramme(programme), mMeter(programme, fileChannels), mSeries(series) {}
 
-  // `seconds` is where the block or rest ends.
+  // Takes a block or the rest, which ends at `seconds`.
   void Take(const BlockReading& reading, bool isWhole, double seconds) {
     if (isWhole)
       mMeter.Feed(reading);
@@ -43,7 +43,7 @@ class Measurement {
       mPoints.push_back(PointOf(seconds, mMeter.Read()));
   }
 
-  // A rest that holds the highest true peak ends with the file.
+  // If the rest has the highest true peak, the time of that peak is the end of the file.
   MeasuredProgramme Finish(double seconds) {
     Figures figures = mMeter.Read();
     figures.seconds = seconds;

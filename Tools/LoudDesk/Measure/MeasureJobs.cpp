@@ -1,5 +1,5 @@
-// Threads that take one file after the other, and a window of outcomes in front of the one that is
-// waited for.
+// Threads that measure one file after another. A window limits how far they run ahead of the file
+// whose outcome is taken next.
 
 #include "MeasureJobs.h"
 
@@ -17,10 +17,10 @@
 namespace louddesk {
 namespace {
 
-// How long an interruption may go unnoticed, and how often progress is shown.
+// Maximum delay before an interruption is noticed, and the period of progress updates.
 constexpr std::chrono::milliseconds kTick{50};
 
-// Outcomes that may lie ready behind one that is still being measured, for each job.
+// Number of finished outcomes per job that may wait for an unfinished one before them.
 constexpr std::size_t kReadyPerJob = 4;
 
 // Shared with threads that may outlive the call.
@@ -28,16 +28,16 @@ struct Jobs {
   std::vector<std::string> files;
   FileJob job;
   std::size_t window;
-  std::unique_ptr<std::atomic<float>[]> shares;  // of each file that have been read
-  std::mutex mutex;                              // of what follows
+  std::unique_ptr<std::atomic<float>[]> shares;  // fraction of each file that has been read
+  std::mutex mutex;                              // guards the members below
   std::condition_variable changed;
-  std::size_t next = 0;   // file to be begun
+  std::size_t next = 0;   // next file to start
   std::size_t taken = 0;  // files whose outcomes have been taken
   bool isAbandoned = false;
-  std::map<std::size_t, FileOutcome> ready;  // by file
+  std::map<std::size_t, FileOutcome> ready;  // indexed by file
 };
 
-// The next file to measure; nothing when there is none for this thread any more.
+// The next file to measure; nothing if this thread is done.
 std::optional<std::size_t> NextFile(Jobs& jobs) {
   std::unique_lock<std::mutex> lock(jobs.mutex);
   jobs.changed.wait(lock, [&jobs] {
@@ -60,7 +60,7 @@ void Work(const std::shared_ptr<Jobs>& jobs) {
   }
 }
 
-// Bytes of each file, 1 where nobody knows.
+// The size of each file in bytes; 1 if unknown.
 std::vector<double> WeightsOf(const std::vector<std::string>& files) {
   std::vector<double> weights;
   for (const std::string& file : files) {
@@ -81,7 +81,8 @@ double ShareOf(const Jobs& jobs, const std::vector<double>& weights) {
   return done / all;
 }
 
-// Takes the outcome of the next file, or of any when `isAnyTaken`; false when there is none.
+// Takes the outcome of the next file, or of any file if `isAnyTaken`. Returns false if there is
+// none.
 bool TakeReady(Jobs& jobs, const JobWatch& watch, bool isAnyTaken) {
   FileOutcome outcome;
   {
@@ -97,7 +98,7 @@ bool TakeReady(Jobs& jobs, const JobWatch& watch, bool isAnyTaken) {
   return true;
 }
 
-// False when it was interrupted.
+// Returns false if interrupted.
 bool TakeAll(Jobs& jobs, const JobWatch& watch) {
   const std::vector<double> weights = WeightsOf(jobs.files);
   while (jobs.taken < jobs.files.size()) {

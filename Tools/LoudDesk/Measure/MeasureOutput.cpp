@@ -1,4 +1,4 @@
-// Results, written as they come.
+// Writes results as they come.
 
 #include "MeasureOutput.h"
 
@@ -16,7 +16,7 @@ namespace {
 
 constexpr char kSeries[] = "the series";
 
-// What stands over the rows, and a row.
+// The functions for the heading and for a row.
 struct Style {
   std::string (*header)();
   std::string (*row)(const Subject& subject, const Assessment& assessment,

@@ -1,5 +1,5 @@
-// Where the results of a run of `LoudDesk measure` go: rows on a stream, the series and the report
-// on the disk, notes and complaints, and the status of the program.
+// The output of `LoudDesk measure`: rows on a stream, series and report on disk, notes, errors and
+// the exit status.
 
 #pragma once
 
@@ -18,25 +18,25 @@ namespace louddesk {
 
 class MeasureOutput {
  public:
-  /// Writes nothing yet. The references must outlive the object.
+  /// Writes nothing yet. The arguments must outlive the object.
   MeasureOutput(const MeasureOptions& options, std::ostream& out, Complaints& complaints);
 
-  /// Whether there is any use in measuring: false, after a complaint, when the report or the series
-  /// cannot be written.
+  /// Returns false, after an error message, if the report or the series cannot be written, so that
+  /// measuring is pointless.
   bool IsPossible();
 
-  /// Takes the next file in the order of the command line: its rows are on the stream then.
+  /// Takes the next file in the order of the command line, and writes its rows to the stream.
   void Add(const MeasuredFile& file);
 
-  /// Takes a file that could not be measured; `complaint` is one line that begins with its name.
+  /// Takes a file that could not be measured. `complaint` is one line that starts with its name.
   void AddFailure(const std::string& path, const std::string& complaint);
 
-  /// Writes what comes after the last file: the row of all files, the series, the report.
+  /// Writes everything after the last file: the row for all files, the series, the report.
   void Finish();
 
-  /// Of the program: 0; 1 when a file (also one that is damaged, without
-  /// `--keep-going`), the stream, the series or the report failed, with `--fail`
-  /// also when a limit could not be judged; 3 when none did and, with `--fail`, a limit is broken.
+  /// The exit status. 1 if the stream, the series, the report or a file failed (a damaged file too,
+  /// without `--keep-going`), or with `--fail` if a limit could not be judged. Otherwise 3 if, with
+  /// `--fail`, a limit is broken. Otherwise 0.
   int Status() const;
 
  private:
@@ -49,7 +49,7 @@ class MeasureOutput {
   std::ostream& mOut;
   Complaints& mComplaints;
   bool mHasRows = false;
-  bool mIsLimitBroken = false;  // and the status tells
+  bool mIsLimitBroken = false;  // only with --fail
   std::size_t mFiles = 0;
   std::size_t mDamagedFiles = 0;
   std::vector<Album> mAlbums;  // one for each programme of a file

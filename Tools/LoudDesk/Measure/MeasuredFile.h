@@ -1,4 +1,4 @@
-// A file with everything that was measured in it.
+// A file and everything measured in it.
 
 #pragma once
 
@@ -13,12 +13,11 @@
 
 namespace louddesk {
 
-/// What the meter shows at the end of a block; nothing where there is no reading. The point of what
-/// a file ends with that is less than a block has a true peak of its own, no momentary and
-/// short-term loudness, and the other figures of the last block. Single precision is what the
-/// engine computes in.
+/// The reading at the end of a block; nothing where there is no reading. The point of an incomplete
+/// last block has its own true peak, no momentary and short-term loudness, and otherwise the
+/// figures of the block before. The engine computes in single precision.
 struct SeriesPoint {
-  double seconds = 0.0;             // end of the block since the start of the file, s
+  double seconds = 0.0;             // end of the block, since the start of the file, s
   std::optional<float> momentary;   // loudness of the last 400 ms, LKFS
   std::optional<float> shortTerm;   // loudness of the last 3 s, LKFS
   std::optional<float> integrated;  // gated loudness so far, LKFS
@@ -26,30 +25,30 @@ struct SeriesPoint {
   std::optional<float> truePeak;    // of the block, dBTP
 };
 
-/// What was measured of one programme.
+/// The results for one programme.
 struct MeasuredProgramme {
   Programme programme;
   Figures figures;                       // of the whole file
   std::vector<ChannelFigures> channels;  // in the order of the programme
   ProgrammeReadings readings;            // of the whole file
-  std::vector<SeriesPoint> points;       // one for each 100 ms block and one for a rest, in time;
-                                         // empty when no series was wanted
+  std::vector<SeriesPoint> points;  // one per block of 100 ms and one for a rest, in order of time;
+                                    // empty unless a series was requested
 };
 
-/// What is known of a file beside its samples.
+/// The properties of a file other than its samples.
 struct FileFacts {
   std::string path;  // any bytes
   std::string format;
   int sampleRate = 0;  // Hz
   std::size_t channels = 0;
-  std::optional<std::uint64_t> bytes;  // nothing for what is not a file
-  std::string sha256;                  // in hexadecimal; empty when it was not wanted
-  std::string damage = {};  // what of it is missing and not in the figures; empty: nothing
+  std::optional<std::uint64_t> bytes;  // nothing for input that is not a regular file
+  std::string sha256;                  // in hexadecimal; empty if not requested
+  std::string damage = {};  // what is missing from the file and the figures; empty: nothing
 };
 
 struct MeasuredFile {
   FileFacts facts;
-  std::vector<MeasuredProgramme> programmes;  // one at least
+  std::vector<MeasuredProgramme> programmes;  // at least one
 };
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Directories, walked for media.
+// Searches directories for media files.
 
 #include "MediaFiles.h"
 

@@ -1,4 +1,4 @@
-// The files that the names on a command line stand for. Stateless.
+// Expands the names on a command line to files. Stateless.
 
 #pragma once
 
@@ -7,9 +7,9 @@
 
 namespace louddesk {
 
-/// The files with names as sound and video have them in a directory and all below it, in the order
-/// of their names; links to directories are not followed. A name that is not that of a directory
-/// stands for itself. What cannot be read, or holds no such file, is a line in `failures`.
+/// Returns the files with extensions of sound or video in each directory and below it, sorted by
+/// name. Links to directories are not followed. A name that is not a directory is returned
+/// unchanged. Each directory that cannot be read, or has no such file, adds a line to `failures`.
 std::vector<std::string> FilesBelow(const std::vector<std::string>& paths,
                                     std::vector<std::string>& failures);
 

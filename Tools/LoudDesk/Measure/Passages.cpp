@@ -1,4 +1,4 @@
-// Points above a limit, gathered.
+// Merges points above a limit into passages.
 
 #include "Passages.h"
 
@@ -9,7 +9,7 @@
 namespace louddesk {
 namespace {
 
-// What lies closer together is heard as one event, and read as one.
+// Excesses closer together than this are heard as one event.
 constexpr double kShortestGap = 1.0;
 
 }  // namespace

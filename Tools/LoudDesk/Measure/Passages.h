@@ -1,4 +1,4 @@
-// The passages of a programme that lie above a limit.
+// The passages of a programme that exceed a limit.
 
 #pragma once
 
@@ -11,32 +11,31 @@
 
 namespace louddesk {
 
-/// What a reading covers, s.
+/// The duration that a reading covers, s.
 constexpr double kMomentarySeconds = double{kMomentaryBlocks} / kBlocksPerSecond;
 constexpr double kShortTermSeconds = double{kShortTermBlocks} / kBlocksPerSecond;
 
-/// Neighbouring readings above a limit.
+/// Consecutive readings above a limit.
 struct Passage {
-  double begin;    // of what the first of them covers, s
-  double end;      // of what the last of them covers, s
-  double highest;  // of all of them
+  double begin;    // of the time covered by the first reading, s
+  double end;      // of the time covered by the last reading, s
+  double highest;  // highest reading
 };
 
-/// Gathers passages from readings as they come, in memory that does not grow with their number.
+/// Merges readings into passages as they come. Memory does not grow with the number of readings.
 class PassageGatherer {
  public:
-  /// A reading covers the `covered` seconds before its time. Of the passages, the first `most` are
-  /// kept.
+  /// Each reading covers the `covered` seconds before its time. Keeps the first `most` passages.
   PassageGatherer(double limit, double covered, std::size_t most);
 
-  /// Takes the next reading in time; `seconds` is when what it covers ends. Figure and limit are
-  /// compared as they are written. Passages with less than a second between them are one.
+  /// Takes the next reading in time; `seconds` is the end of the time it covers. Compares reading
+  /// and limit as printed, in hundredths. Merges passages with less than a second between them.
   void Take(double seconds, double reading);
 
-  /// The first passages, in time.
+  /// The first passages, in order of time.
   std::vector<Passage> First() const;
 
-  /// How many passages there are in all.
+  /// The total number of passages.
   std::size_t Count() const { return mCount; }
 
  private:
@@ -46,13 +45,13 @@ class PassageGatherer {
   double mCovered;
   std::size_t mMost;
   std::size_t mCount = 0;
-  std::vector<Passage> mFirst;  // without the last one of all
-  Passage mLast{};              // of all; means nothing while there are none
+  std::vector<Passage> mFirst;  // without the last passage
+  Passage mLast{};              // last passage; undefined while there is none
 };
 
-/// The passages in which a figure lies above `limit`, both as they are written, in time. A reading
-/// covers the `covered` seconds before its point. Passages with less than a second between them are
-/// one.
+/// The passages in which a figure exceeds `limit`, in order of time. Compares both as printed, in
+/// hundredths. Each reading covers the `covered` seconds before its point. Merges passages with
+/// less than a second between them.
 std::vector<Passage> PassagesAbove(const std::vector<SeriesPoint>& points,
                                    std::optional<float> SeriesPoint::*figure, double limit,
                                    double covered);

@@ -1,4 +1,4 @@
-// Options for limits, each of which replaces one of the profile.
+// Options that replace single limits of the profile.
 
 #include "ProfileOptions.h"
 
@@ -62,7 +62,7 @@ void AddListOption(CLI::App& command) {
       ->trigger_on_parse();
 }
 
-// Whether an option has replaced a limit of the profile or added one.
+// Applies the limits from options. Returns whether there were any.
 bool ApplyLimits(const LoudnessLimits& own, LoudnessLimits& limits) {
   bool isChanged = false;
   for (const LimitOption& option : kLimitOptions) {

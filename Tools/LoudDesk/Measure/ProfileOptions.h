@@ -1,4 +1,4 @@
-// What files are judged by: options of the command line.
+// Command-line options for the limits by which files are judged.
 
 #pragma once
 
@@ -14,23 +14,23 @@ class App;
 
 namespace louddesk {
 
-/// A profile, and what replaces its limits or stands beside them.
+/// A profile, and options that replace or add limits.
 struct ProfileOptions {
   std::string profile = kUsualProfile;
   bool isLive = false;
   std::optional<double> target = {};  // LKFS
   LoudnessLimits limits = {};
-  bool failsByVerdict = false;  // the status tells of limits that are broken
+  bool failsByVerdict = false;  // a broken limit sets the exit status
 };
 
 /// Adds --profile, --live, --list-profiles, --fail and an option for each limit. `options` must
-/// outlive the parse, which fails where the profile has no tolerance for live programmes, and where
-/// --fail could never tell anything.
+/// outlive the parse. The parse fails for --live if the profile has no tolerance for live
+/// programmes, and for --fail if there are no limits.
 void AddProfileOptions(CLI::App& command, ProfileOptions& options);
 
-/// The criteria that the options ask for. Where they differ from the profile they do not bear its
-/// name. REQUIRES: the profile is known, and has a tolerance for live programmes if one is asked
-/// for.
+/// The criteria that result from the options. If they differ from the profile, they have a
+/// different name. REQUIRES: the profile exists and, for --live, has a tolerance for live
+/// programmes.
 Criteria CriteriaFor(const ProfileOptions& options);
 
 }  // namespace louddesk

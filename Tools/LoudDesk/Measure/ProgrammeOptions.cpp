@@ -1,4 +1,4 @@
-// Channels and layouts as a user writes them.
+// Parses channels and layouts.
 
 #include "ProgrammeOptions.h"
 
@@ -13,7 +13,7 @@
 namespace louddesk {
 namespace {
 
-// Layouts by name. The order of the surrounds beside each other does not matter to a loudness.
+// Layouts by name. The order of the surround channels does not affect loudness.
 struct NamedLayout {
   const char* name;
   const char* speakers;
@@ -24,7 +24,7 @@ constexpr NamedLayout kLayouts[] = {
     {"5.0", "L,R,C,Ls,Rs"}, {"5.1", "L,R,C,LFE,Ls,Rs"}, {"7.1", "L,R,C,LFE,Ls,Rs,Lb,Rb"},
 };
 
-// Both sides of the first '='; the right one is empty where there is none.
+// The text on either side of the first '='; the right side is empty without '='.
 struct Sides {
   std::string channels;
   std::string speakers;
@@ -37,7 +37,7 @@ Sides SidesOf(const std::string& text) {
   return {text.substr(0, sign), text.substr(sign + 1)};
 }
 
-// A channel counted from 1; 0 for any other text.
+// A channel number counted from 1; 0 for any other text.
 std::size_t ChannelIn(const std::string& text) {
   std::size_t channel = 0;
   const char* end = text.data() + text.size();
@@ -45,7 +45,7 @@ std::size_t ChannelIn(const std::string& text) {
   return error == std::errc() && rest == end && channel <= kMeters ? channel : 0;
 }
 
-// "1-6" and "7" as channels counted from 0; empty for what is neither.
+// The channels of "1-6" or "7", counted from 0; empty for any other text.
 std::vector<std::size_t> ChannelsIn(const std::string& range) {
   const std::size_t dash = range.find('-');
   const std::size_t first = ChannelIn(range.substr(0, dash));
@@ -58,7 +58,7 @@ std::vector<std::size_t> ChannelsIn(const std::string& range) {
   return channels;
 }
 
-// The channels of a list of ranges; empty when one of them is not a range.
+// The channels of a list of ranges; empty if one of them is not a range.
 std::vector<std::size_t> ChannelsOf(const std::string& list) {
   std::vector<std::size_t> channels;
   for (std::size_t begin = 0; begin <= list.size();) {

@@ -33,7 +33,7 @@ std::string NoteList(const Subject& subject) {
   return ListOfNotes(notes);
 }
 
-// Files as one have a histogram, but no times.
+// All files as one programme have a histogram but no times.
 std::string Plots(const Subject& subject, const Criteria& criteria, const std::string& id) {
   const MeasuredProgramme& programme = *subject.programme;
   std::string histogram = HistogramFigure(programme, criteria, id + "-histogram");

@@ -1,4 +1,4 @@
-// The report on measured files as one page that needs nothing but itself.
+// The report on measured files as one self-contained page.
 
 #pragma once
 
@@ -9,26 +9,25 @@
 
 namespace louddesk {
 
-/// What a report judges by, and where that comes from.
+/// The criteria of a report and their source, as text.
 std::string LeadOf(const Criteria& criteria);
 
-/// Takes the programmes one by one and keeps no more of them than the page shows: curves are
-/// thinned out, so that the size of the page hardly depends on the length of the files.
+/// Takes programmes one at a time and keeps only what the page shows. Curves are reduced to the
+/// width of a screen, so the size of the page hardly depends on the length of the files.
 class ReportPage {
  public:
-  /// `date` and `version` are told as when and by what was measured.
+  /// `date` and `version` appear as the time and the tool of the measurement.
   ReportPage(const Criteria& criteria, std::string date, std::string version);
 
-  /// Takes the next programme: its row in the table, and its section with verdicts in words, notes,
-  /// facts, plots, the peaks of its channels and the passages above limits.
+  /// Takes the next programme: adds its row in the table, and its section with verdicts, notes,
+  /// facts, plots, peaks of channels and passages above limits.
   void Add(const Subject& subject);
 
-  /// Takes a file that could not be measured, with the reason in one line that may begin with its
-  /// name.
+  /// Takes a file that could not be measured. `reason` is one line that may start with its name.
   void AddFailure(const std::string& path, const std::string& reason);
 
-  /// The page: HTML that is well-formed XML too, without scripts or anything to fetch. Names of
-  /// files are escaped.
+  /// The page: HTML that is also well-formed XML, without scripts or external resources. File names
+  /// are escaped.
   std::string Text() const;
 
  private:
@@ -38,11 +37,11 @@ class ReportPage {
   Criteria mCriteria;
   std::string mDate;
   std::string mVersion;
-  std::map<Judgement, int> mJudged;  // programmes of files
-  int mNotMeasured = 0;              // files
+  std::map<Judgement, int> mJudged;  // number of programmes in files, by verdict
+  int mNotMeasured = 0;              // number of files
   std::size_t mProgrammes = 0;
-  std::string mFirstName;  // of the first programme
-  std::string mRows;       // of the table
+  std::string mFirstName;  // name of the first programme
+  std::string mRows;       // rows of the table
   std::string mSections;
 };
 

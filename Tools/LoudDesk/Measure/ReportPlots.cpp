@@ -1,4 +1,4 @@
-// Loudness and true peak over time as figures of a page.
+// Plots loudness and true peak over time.
 
 #include "ReportPlots.h"
 
@@ -13,10 +13,10 @@
 namespace louddesk {
 namespace {
 
-// Columns of a curve: about one for each pixel of a wide screen.
+// Columns of a curve: about one per pixel on a wide screen.
 constexpr std::size_t kColumns = 900;
 
-// EBU Tech 3341: the scales around the target, and the distance of their marks here.
+// EBU Tech 3341: the scales around the target. The distance of their ticks is our choice.
 constexpr double kNarrowBelowLu = 18.0;
 constexpr double kNarrowAboveLu = 9.0;
 constexpr double kWideBelowLu = 36.0;
@@ -30,7 +30,7 @@ constexpr double kHighestPeakDbtp = 3.0;
 
 constexpr char kAtLeast[] = "at least ";
 
-// One figure of all points.
+// The curve of one figure.
 std::vector<EnvelopeRun> CurveOf(const MeasuredProgramme& programme,
                                  std::optional<float> SeriesPoint::*figure) {
   const auto pointAt = [&](std::size_t i) {
@@ -47,12 +47,13 @@ std::string TimeAxis(const MeasuredProgramme& programme) {
   return std::string("Time, ") + TimeUnitOf(EndOf(programme));
 }
 
-// Where there is no target the scale is about that of the usual profile.
+// Without a target, the scale is centred on that of the default profile.
 double CentreOf(const Criteria& criteria) {
   return criteria.target.value_or(CriteriaOf(kUsualProfile).target.value());
 }
 
-// The narrow scale is for programmes that it shows whole, as far as their range counts.
+// The narrow scale is used if it shows the loudest reading, the lower end of the loudness range and
+// the integrated loudness.
 bool FitsNarrowScale(const MeasuredProgramme& programme, const Criteria& criteria) {
   const double centre = CentreOf(criteria);
   const auto range = programme.readings.shortTerm.Range();
@@ -63,7 +64,7 @@ bool FitsNarrowScale(const MeasuredProgramme& programme, const Criteria& criteri
          criteria.limits.tolerance.value_or(0.0) <= kNarrowAboveLu;
 }
 
-// Upwards the wide scale grows as far as the loudest reading needs.
+// The upper end of the wide scale rises to the loudest reading if necessary.
 PlotScale LoudnessScale(const MeasuredProgramme& programme, const Criteria& criteria) {
   const double centre = CentreOf(criteria);
   if (FitsNarrowScale(programme, criteria))
@@ -73,7 +74,7 @@ PlotScale LoudnessScale(const MeasuredProgramme& programme, const Criteria& crit
           centre + std::max(kWideAboveLu, std::ceil(above / kLuStep) * kLuStep)};
 }
 
-// Distances from the target on the far side, where there is one.
+// If there is a target, labels on the right show the distance from it.
 std::vector<PlotTick> LoudnessTicks(const PlotScale& scale, const Criteria& criteria) {
   const double centre = CentreOf(criteria);
   std::vector<PlotTick> ticks;
@@ -104,7 +105,7 @@ std::string LoudnessInWords(const MeasuredProgramme& programme, const Criteria& 
   return words + "Over " + ClockText(EndOf(programme)) + ".";
 }
 
-// Target with its tolerance behind the curves.
+// Draws the target with its tolerance behind the curves.
 void AddTargetBand(SvgPlot& plot, const Criteria& criteria) {
   if (!criteria.target || !criteria.limits.tolerance)
     return;
@@ -133,7 +134,7 @@ PlotScale PeakScale(const MeasuredProgramme& programme, const std::optional<doub
           std::max({kHighestPeakDbtp, std::ceil(highest) + 1.0, limit.value_or(highest) + 2.0})};
 }
 
-// The first block with the highest peak; nothing where there is none.
+// The first block with the highest peak; null if there is none.
 const SeriesPoint* HighestPeak(const std::vector<SeriesPoint>& points) {
   const SeriesPoint* highest = nullptr;
   for (const SeriesPoint& point : points)

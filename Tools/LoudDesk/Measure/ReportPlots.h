@@ -1,4 +1,4 @@
-// The plots of a report, each a figure with heading, legend, drawing and a line of explanation.
+// The plots of a report, each with a heading, a legend, a drawing and one line of explanation.
 // Stateless.
 
 #pragma once
@@ -12,21 +12,21 @@
 
 namespace louddesk {
 
-/// Adds what the target and its tolerance look like to a legend, where there is one.
+/// Adds the target and its tolerance to a legend, if there is a target.
 void AddTargetEntry(std::vector<LegendEntry>& legend, const Criteria& criteria);
 
-/// Momentary, short-term and integrated loudness over time with target and limits drawn in, on the
-/// EBU +9 or +18 scale (EBU Tech 3341) around the target. `id` is unique on the page. REQUIRES:
-/// points.
+/// Plots momentary, short-term and integrated loudness over time with target and limits, on the EBU
+/// +9 or +18 scale (EBU Tech 3341) around the target. `id` is unique on the page. REQUIRES: points.
 std::string LoudnessFigure(const MeasuredProgramme& programme, const Criteria& criteria,
                            const std::string& id);
 
-/// True peak over time with its limit drawn in. REQUIRES: points.
+/// Plots the true peak over time with its limit. REQUIRES: points.
 std::string TruePeakFigure(const MeasuredProgramme& programme, const Criteria& criteria,
                            const std::string& id);
 
-/// The share of the momentary readings at each loudness, with both gates, the integrated loudness
-/// and the ends of the loudness range. A sentence instead when no reading passes the absolute gate.
+/// Plots the share of the momentary readings at each loudness, with both gates, the integrated
+/// loudness and the ends of the loudness range. Returns a sentence instead if no reading passes the
+/// absolute gate.
 std::string HistogramFigure(const MeasuredProgramme& programme, const Criteria& criteria,
                             const std::string& id);
 

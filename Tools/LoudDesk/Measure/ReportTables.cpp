@@ -1,4 +1,4 @@
-// Rows and cells.
+// Writes rows and cells.
 
 #include "ReportTables.h"
 
@@ -18,14 +18,14 @@
 namespace louddesk {
 namespace {
 
-constexpr char kAtLeastSign[] = "\xE2\x89\xA5 ";  // in UTF-8
+constexpr char kAtLeastSign[] = "\xE2\x89\xA5 ";  // greater-than-or-equal sign and a space in UTF-8
 constexpr char kUnstableSign[] = "~ ";
 constexpr char kDuration[] = "Duration";
 
-// What a true peak covers, s.
+// The duration that a true peak covers, s.
 constexpr double kBlockSeconds = 1.0 / kBlocksPerSecond;
 
-// A heading in two lines, as over the table on the terminal.
+// Breaks a heading into two lines, as in the table on the terminal.
 std::string Broken(std::string name) {
   const std::size_t space = name.find(' ');
   return space == std::string::npos ? name : name.replace(space, 1, "<br/>");
@@ -40,7 +40,7 @@ std::string Cell(const std::string& name, const std::string& text, const char* u
          "</span></span></td>";
 }
 
-// A figure of the table; durations as a clock shows them.
+// A figure of the table. Durations are formatted as on a clock.
 struct ShownFigure {
   std::string name;
   const char* unit;
@@ -58,12 +58,12 @@ std::vector<ShownFigure> ShownFigures(const Figures& figures, const TargetGain& 
   return shown;
 }
 
-// The name of a programme in the table: that of its file without the path.
+// The name of a programme in the table: its file name without the directory.
 std::string ShortName(const Subject& subject) {
   return FileNameOf(NameOf(subject));
 }
 
-// The complaint on a file without its name in front, which stands beside it.
+// The error without the file name at its start; the name has its own cell.
 std::string ReasonAlone(const std::string& path, const std::string& complaint) {
   const std::string name = path + ": ";
   return complaint.compare(0, name.size(), name) == 0 ? complaint.substr(name.size()) : complaint;
@@ -103,13 +103,13 @@ std::string GainText(const std::optional<double>& gain) {
   return gain ? fmt::format("{:+.2f} dB", *gain) : std::string("-");
 }
 
-// A limit that passages are listed for.
+// A limit whose passages are listed.
 struct PassageKind {
   const char* name;
   const char* unit;
   std::optional<float> SeriesPoint::*figure;
   std::optional<double> LoudnessLimits::*limit;
-  double covered;  // by a reading, s
+  double covered;  // duration that a reading covers, s
 };
 
 constexpr PassageKind kPassageKinds[] = {
