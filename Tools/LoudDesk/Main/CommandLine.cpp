@@ -1,4 +1,4 @@
-// Subcommands, and what to say of a command line that none of them understands.
+// The subcommands, and the errors for command lines that none of them accepts.
 
 #include "CommandLine.h"
 
@@ -24,7 +24,7 @@ namespace {
 
 constexpr char kName[] = "LoudDesk";
 
-// The subcommand that was reached, and the words that lead to it.
+// The innermost subcommand on the command line, and the words up to it.
 struct Reached {
   const CLI::App* app;
   std::string words;
@@ -55,20 +55,20 @@ bool IsOption(const std::string& word) {
   return word.size() > 1 && word[0] == '-';
 }
 
-// What is taken for an option may have been meant as a file.
+// A word that looks like an option may be the name of a file.
 std::string ComplaintOnOption(const std::string& word) {
   std::error_code error;
   return word + ": no such option" +
          (std::filesystem::exists(word, error) ? "; a file of that name goes after --" : "");
 }
 
-// An option that nobody knows is left over, or was meant as the argument that is missing.
+// An unknown option is either left over or was typed in place of a required argument.
 bool IsBecauseOfUnknownWord(const CLI::ParseError& error) {
   return dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr ||
          dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
 }
 
-// Where a subcommand should stand: the first word that nobody has taken.
+// The error for the first unknown word, where a subcommand is expected.
 std::string ComplaintOnWord(const Reached& reached, const std::vector<std::string>& leftOver) {
   const std::vector<std::string> names = SubcommandsOf(*reached.app);
   if (leftOver.empty())
@@ -111,7 +111,7 @@ int RunCommandLine(std::vector<std::string> arguments, std::ostream& out, std::o
   app.set_version_flag("--version", std::string(kName) + " " + kVersion);
   int status = 0;
   AddSubcommands(app, status);
-  std::reverse(arguments.begin(), arguments.end());  // as CLI11 takes them
+  std::reverse(arguments.begin(), arguments.end());  // the order that CLI11 expects
   try {
     app.parse(std::move(arguments));
     return status;

@@ -1,4 +1,4 @@
-// The command line of the whole tool: its subcommands, and one line for what is wrong with it.
+// The command line of the whole tool.
 
 #pragma once
 
@@ -12,15 +12,14 @@ class App;
 
 namespace louddesk {
 
-/// The status of the program when the command line cannot be understood.
+/// The exit status for an invalid command line.
 constexpr int kWrongUsage = 2;
 
-/// Adds all subcommands. The one that is chosen runs during the parse and sets `status`.
+/// Adds all subcommands. The selected one runs during parsing and sets `status`.
 void AddSubcommands(CLI::App& app, int& status);
 
-/// Parses the arguments, those after the name of the program, and thereby runs a subcommand. Help
-/// goes to `out`. What cannot be understood is one line on `errors`. Returns the status of the
-/// program.
+/// Parses the arguments, without the name of the program, and runs the selected subcommand. Writes
+/// help to `out`, and one line to `errors` if the command line is invalid. Returns the exit status.
 int RunCommandLine(std::vector<std::string> arguments, std::ostream& out, std::ostream& errors);
 
 }  // namespace louddesk
