@@ -1,4 +1,4 @@
-// Users and groups that may connect. Set once at start.
+// Reads which users and groups may connect. Runs once at start.
 
 #include "AdmittedClients.h"
 
@@ -16,7 +16,7 @@
 
 namespace {
 
-// A valid user or group number. The highest one means none.
+// Reads a decimal user or group number. The highest value means "none" and is not valid.
 bool TakeNumber(const std::string& text, id_t& id) {
   constexpr id_t kNoId = std::numeric_limits<id_t>::max();
   constexpr std::size_t kMostDigits = 10;

@@ -43,7 +43,7 @@ void Add(BinSums& sums, std::uint32_t count, std::uint64_t power) {
   sums.power += power;
 }
 
-// Whether `count` is at least so many whole percents of `total`, without the division.
+// Whether `count` is at least `percent` percent of `total`. Needs no division.
 bool IsReached(std::uint32_t percent, std::uint32_t count, std::uint32_t total) {
   const std::uint32_t hundredfold = count * 100U;  // modulo 2^32 on purpose
   return total != 0 && hundredfold >= std::uint64_t{percent} * total;
@@ -125,8 +125,8 @@ float Cbin::GetLoudnessLkfs(float gate) const {
   return LoudnessOfPower(sums.power / sums.count);
 }
 
-// The bins up to the end of the first group, then whole groups. Exact, because all of it is modulo
-// 2^64.
+// Adds single bins up to the next group boundary, then whole groups. The result is exact because
+// integer sums do not depend on the order, even when they wrap around.
 BinSums Cbin::SumsFrom(std::size_t lowestCode) const {
   const std::size_t firstWholeGroup = GroupOf(lowestCode + kCodesPerGroup - 1);
   BinSums sums;
@@ -156,7 +156,7 @@ std::uint32_t Cbin::CountFrom(std::uint16_t lowestCode) const {
   return count;
 }
 
-// The first code, counted from the lowest up, at which the lower percentage is reached. Code 0 has
+// The lowest code at which the readings counted from below reach the lower percentage. Code 0 has
 // no loudness and is never the end of a range.
 int Cbin::LowPoint(std::uint16_t lowestCode, std::uint32_t total) const {
   std::uint32_t count = 0;
@@ -168,7 +168,7 @@ int Cbin::LowPoint(std::uint16_t lowestCode, std::uint32_t total) const {
   return 0;
 }
 
-// The first code, counted from the top down, at which the upper percentage is reached.
+// The highest code at which the readings counted from above reach the upper percentage.
 int Cbin::HighPoint(std::uint32_t total) const {
   std::uint32_t count = 0;
   for (std::size_t code = kMaxLoudnessCode; code > 0; --code) {

@@ -4,10 +4,10 @@
 
 namespace {
 
-// Which last commands a rule asks for.
+// Last command that a rule requires.
 enum class Last { Any, Stop, Pause, StopOrPause };
 
-// Which configured mode a rule asks for.
+// Configured mode that a rule requires.
 enum class Mode { Any, StartStop };
 
 struct Rule {
@@ -26,7 +26,7 @@ constexpr std::uint32_t kEndedByPause = kActionPlay | kActionStop | kActionStart
 constexpr std::uint32_t kEndedByPlay = kActionPause | kActionStop | kActionStart;  // 0x00D
 constexpr ActionChange kStopChange{kEndedByStop, kActionStop};
 
-// The first rule that fits decides.
+// The first rule that fits applies.
 constexpr Rule kRules[] = {
     {LU_CMD_STOP, Last::Any, Mode::StartStop, kStopChange},
     {LU_CMD_STOP, Last::Any, Mode::Any, kNoChange},

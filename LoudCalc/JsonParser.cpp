@@ -67,7 +67,7 @@ bool IsTopicOf(const char* topic, const char* prefix, std::uint32_t number) {
   return std::strncmp(topic, expected, sizeof expected) == 0;
 }
 
-// The payload as a text to print; a message may have none.
+// The payload for printing. A message may have none.
 const char* Printable(const char* payload) {
   return payload != nullptr ? payload : "(null)";
 }
@@ -90,7 +90,7 @@ FrameBytes Bytes(zframe_t* frame) {
 
 }  // namespace
 
-// A console line, which the class's threshold suppresses when it is None or Notset.
+// Prints a console line, unless the class's log level is None or Notset.
 #define LOUDCALC_CONSOLE(format, ...)                           \
   do {                                                          \
     if (ConsoleEnabled())                                       \
@@ -208,7 +208,7 @@ int cJsonParser::HandleSystemStatus(const char*, const char* payload) {
 }
 
 int cJsonParser::HandleConfiguration(const char* topic, const char* payload) {
-  // Meter set 1 takes its own topic; meter set 2 takes all others with that prefix.
+  // Meter set 1 accepts its own topic; meter set 2 accepts all others with that prefix.
   const bool isFirstSet = IsTopicOf(topic, kConfigurationTopicPrefix, 1);
   if (!(mlMeterSetNo == 1 && isFirstSet) && !(mlMeterSetNo == 2 && !isFirstSet))
     return 0;
@@ -324,7 +324,7 @@ bool cJsonParser::ParseLoudnessRawData(zframe_t* peaks, zframe_t* powers, zframe
                  zframe_size(peaks), zframe_size(powers), zframe_size(spare));
     return true;
   }
-  // A sum or a peak of 0 counts as 1. Only the low 16 bits of a peak go on.
+  // A sum or a peak of 0 counts as 1. Only the low 16 bits of the peak are used.
   LoudCalcUpdate(block.power != 0 ? block.power : 1,
                  static_cast<std::uint16_t>(block.peak != 0 ? block.peak : 1));
   return false;

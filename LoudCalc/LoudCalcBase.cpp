@@ -78,7 +78,7 @@ void ResetIntegrators() {
   pLraLoud->Reset(GetLraWinTime());
 }
 
-// A programme may span several measurements, so its loudness stays until a new reading replaces it.
+// A programme may span several measurements. Its loudness is kept until a new reading replaces it.
 void ResetResults() {
   const float program = LoudCalcResultsAll.Program;
   LoudCalcResultsAll = LoudCalcResultsAll_s{};
@@ -109,10 +109,10 @@ void FinishSecond() {
     ++SampleCounts.ShortTermSubSample;
 }
 
-// Each of these figures takes a pass over all bins, so each has its own block of the second.
+// These figures are the costly ones, so each is refreshed on a different block of the second.
 void UpdateSlowFigures() {
   if (SampleCounts.MomSample == kLraSample) {
-    // Always true: the counter stops at this value. The range is computed from the first second on.
+    // Always true, because the counter stops at this value.
     if (SampleCounts.ShortTermSubSample <= kMaxShortTermSubSample)
       LoudCalcResultsAll.LRA = pLraLoud->GetLra();
   } else if (SampleCounts.MomSample == kProgramSample) {

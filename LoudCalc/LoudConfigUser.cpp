@@ -1,4 +1,4 @@
-// The user's loudness settings: one record behind setters that clamp or refuse. Written by the
+// The user's loudness settings: one record. Its setters clamp or ignore bad values. Written by the
 // dispatcher, read by the calculator. Reactor thread only.
 
 #include "LoudConfigUser.h"
@@ -9,7 +9,7 @@ LoudConfigUser_t LoudConfigUser;
 
 namespace {
 
-// The values come from messages, so a negative one is refused like one that is too high.
+// The values come from messages and may be negative.
 bool IsBelow(std::int32_t value, std::int32_t limit) {
   return value >= 0 && value < limit;
 }

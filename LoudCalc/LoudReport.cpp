@@ -18,7 +18,8 @@
 
 namespace {
 
-// After an invalid source ten messages without readings go out, the first five still marked valid.
+// When the source becomes invalid, ten messages without readings are sent. The first five are still
+// marked valid.
 constexpr std::uint64_t kInvalidSrcMessages = 10;
 constexpr std::uint64_t kInvalidSrcMarkedValid = 5;
 
@@ -94,7 +95,7 @@ struct Action {
   void (*perform)();
 };
 
-// In the order in which pending actions are carried out, one a tick.
+// In the order in which pending actions are performed, one per tick.
 constexpr Action kActions[] = {
     {kActionReset, PerformReset}, {kActionPause, PerformPause}, {kActionPlay, PerformPlay},
     {kActionStop, PerformStop},   {kActionStart, PerformStart},

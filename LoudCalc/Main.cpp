@@ -1,4 +1,4 @@
-// The process entry: logger, command line, address, then the three phases of the service.
+// Entry of the process: logger, command line, address, then the three phases of the service.
 
 #include <getopt.h>
 
@@ -65,7 +65,7 @@ Logger* PrepareLogger() {
   std::exit(1);
 }
 
-// The number before it is narrowed to the option's type, so that range checks see all of it. A
+// The full number, not yet narrowed to the option's type, so that range checks see all of it. A
 // negative number becomes a very large one.
 std::uint64_t Number(const char* text) {
   return static_cast<std::uint64_t>(std::strtol(text, nullptr, 10));
@@ -112,7 +112,7 @@ void LoadOrExit(bool (*load)(std::string& error)) {
   std::exit(1);
 }
 
-// The interface's own address, or the fixed one of the slot's board if it has none.
+// The address of the interface, or the fixed address of the slot's board if the interface has none.
 void FindAddress(const Options& options, AddressText_t& address) {
   if (GetInterfaceAddressFromIoctl(options.interface.c_str(), address) == 0 &&
       std::strcmp(address, kNoAddress) != 0)

@@ -27,7 +27,7 @@ void Interrupt(int) {
 }  // namespace
 
 void EndOnTermination() {
-  // The library's own handler does the same, but only from its first use on.
+  // The library's own handler does the same, but is installed only at the library's first use.
   zsys_handler_set(nullptr);
   struct sigaction action = {};
   action.sa_handler = Interrupt;

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Reads entry `index` of a frame of T, whatever its alignment; false past the frame's end.
+// Reads entry `index` of a frame of T, aligned or not. False past the frame's end.
 template <typename T>
 bool ReadEntry(const FrameBytes& frame, unsigned index, T& entry) {
   if (frame.data == nullptr || frame.size / sizeof(T) <= index)
@@ -16,7 +16,7 @@ bool ReadEntry(const FrameBytes& frame, unsigned index, T& entry) {
   return true;
 }
 
-// A product beyond 64 bits counts as the largest value, as the board's own conversion does.
+// A product beyond 64 bits saturates, as the conversion on the board's processor does.
 std::uint64_t Weighted(std::uint64_t power, double weight) {
   constexpr double kTwoTo64 = 18446744073709551616.0;
   const double product = static_cast<double>(power) * weight;

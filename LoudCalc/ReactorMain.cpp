@@ -29,7 +29,7 @@ namespace {
 
 constexpr char kUnitName[] = "ReactorMain";
 
-// Lines of every level are written.
+// Writes lines of every level.
 LogSource Log() {
   return {kUnitName, gpLogger, MsgLevel_Debug};
 }
@@ -93,7 +93,7 @@ void DestroyPublishers(cLcReactor& reactor) {
   gpLcPubs->DestroyLuStatePubMq();
 }
 
-// Connects the text socket to one more server of the unit and subscribes it to the server's topics.
+// Connects the text socket to another server of the unit and subscribes it to the server's topics.
 template <std::size_t kCount>
 void ConnectServer(cLcReactor& reactor, const char* address, unsigned port,
                    const char* const (&topics)[kCount]) {
@@ -111,7 +111,7 @@ void addHbMonMq(cLcReactor& reactor) {
   LOUDCALC_PRINT(kUnitName, stdout, "\"addHbMonMq %d\"", 1);
 }
 
-// The hardware manager runs on the main board whatever slot this process is in.
+// The hardware manager always runs on the main board, so the slot of this process does not matter.
 void addHwmAtSlot(cLcReactor& reactor, std::int32_t /*slot*/) {
   ConnectServer(reactor, MainBoardAddress(), kHwmPort, kHwmTopics);
 }

@@ -1,4 +1,4 @@
-// State that the dispatcher and the reporting share. Written by both, on the reactor thread only.
+// State shared by the dispatcher and the reporting. Both write it, on the reactor thread only.
 
 #include "ReportingState.h"
 

@@ -1,5 +1,5 @@
-// Notifications to the service manager. Reactor thread only. Every call returns at once, whatever
-// the manager does.
+// Notifications to the service manager. Reactor thread only. Every call returns at once, even if
+// the manager does not read.
 
 #include "ServiceManager.h"
 
@@ -33,7 +33,7 @@ std::string SocketNameFrom(const char* value) {
   return name;
 }
 
-// The variables may be meant for another process and only inherited.
+// The variables may be inherited and meant for another process.
 bool IsKeepAliveWanted() {
   const char* period = std::getenv(kPeriodVariable);
   const char* process = std::getenv(kProcessVariable);

@@ -1,5 +1,5 @@
-// Which users' processes may connect to the publishers, in addition to the permissions of the
-// socket files. Set at start; by default every user's.
+// Restricts the publishers' clients to certain users and groups, in addition to the permissions of
+// the socket files. Set at start. By default every user may connect.
 
 #pragma once
 

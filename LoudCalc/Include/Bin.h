@@ -1,4 +1,4 @@
-// Histogram of loudness readings on which every gated figure of the engine is computed, so that a
+// Histogram of loudness readings. Every gated figure of the engine is computed from one, so that a
 // reading enters or leaves a window of any length in constant time. Each cLoudInteg owns one.
 // Reactor thread only.
 
@@ -8,15 +8,15 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Highest loudness code; its bin is open-ended and holds everything from +9.98 LKFS up. In single
-/// precision that begins with the next number above 9.98F, which itself is 9.9799995.
+/// Highest loudness code. Its bin is open-ended and holds everything from +9.98 LKFS up. In single
+/// precision it begins with the next number above 9.98F, because 9.98F itself is 9.9799995.
 constexpr std::uint16_t kMaxLoudnessCode = 4000;
 
 /// Codes 0 (below the absolute gate) to `kMaxLoudnessCode`.
 constexpr std::size_t kNumLoudnessCodes = kMaxLoudnessCode + 1;
 
-/// Codes of one group of a histogram. The groups are summed, so that the mean above a gate visits
-/// about 80 bins and 50 groups at most instead of 4000 bins.
+/// Codes in one group of a histogram. Each group keeps its sums, so that the mean above a gate
+/// visits about 80 bins and 50 groups at most instead of 4000 bins.
 constexpr std::size_t kCodesPerGroup = 80;
 
 /// Group 0 holds code 0, group 1 codes 1 to 80, the last one codes 3921 to 4000.
@@ -36,14 +36,14 @@ constexpr double kBinWidthLu = 0.02;
 /// that code, too.
 constexpr double kEndOfCodesLkfs = kAbsoluteGateLkfs + kBinWidthLu * kMaxLoudnessCode;
 
-/// The DSP stage's integer scale of powers: the level in dB of the power that stands for 0 LKFS is
-/// the sum of the two. They include the -0.691 of ITU-R BS.1770-3, Annex 1, which cancels the gain
-/// of the K-weighting at 1 kHz.
+/// The DSP stage's integer scale of powers: the sum of these two is the level in dB of the power
+/// that stands for 0 LKFS. They include the -0.691 of ITU-R BS.1770-3, Annex 1, which cancels the
+/// gain of the K-weighting at 1 kHz.
 constexpr double kPowerScaleDb = 152.6905962;
 constexpr double kWeightingOffsetDb = 0.6974;
 
-/// Percentage of the readings below the lower and above the upper end of the loudness range (EBU
-/// Tech 3342).
+/// Percentages of the readings below the lower end and above the upper end of the loudness range
+/// (EBU Tech 3342).
 constexpr std::uint32_t kLraPercentBelow = 10;
 constexpr std::uint32_t kLraPercentAbove = 5;
 
@@ -58,7 +58,7 @@ double LoudnessOfCode(std::size_t code);
 /// faults of the engine. `format` ends with its own line feed.
 [[gnu::format(printf, 1, 2)]] void PrintEngineFault(const char* format, ...);
 
-/// Number of readings and the sum of the powers that stand for them, both modulo their width.
+/// Number of readings and the sum of their powers. Both wrap around.
 struct BinSums {
   std::uint32_t count = 0;
   std::uint64_t power = 0;
@@ -72,7 +72,8 @@ struct LraEnds {
 
 /// Counts loudness readings by their code. Code 0 stands for anything below -70 LKFS, code k of 1
 /// or more for -70 + 0.02 (k - 1) LKFS and up to 0.02 LU above it. Codes above `kMaxLoudnessCode`
-/// count as that code. Bins and groups change together, by the functions only. Allocates nothing.
+/// count as that code. Only the functions may change the bins and groups, which must agree.
+/// Allocates nothing.
 class Cbin {
  public:
   std::array<std::uint32_t, kNumLoudnessCodes> Bins{};  // readings per code, index 0 ... 4000
@@ -100,22 +101,23 @@ class Cbin {
   /// precision.
   static std::uint16_t GetBinIndx(float loudness);
 
-  /// Adds one reading.
+  /// Adds one reading of this code.
   void Increment(std::uint16_t code);
 
-  /// Removes one reading. If there is no reading of that code, or no reading at all, a line is
-  /// printed and that counter stays at 0.
+  /// Removes one reading of this code. If the histogram or the bin is empty, prints a line for each
+  /// and leaves that counter at 0.
   void Decrement(std::uint16_t code);
 
   /// Power mean in LKFS of all readings at or above the bin of `gate` (LKFS). Readings below -70
-  /// LKFS never count, whatever the gate. `kNoLoudnessLkfs` when nothing passes the gate.
+  /// LKFS never count, not even with a lower gate. `kNoLoudnessLkfs` when nothing passes the gate.
   float GetLoudnessLkfs(float gate) const;
 
-  /// Loudness range in LU, in steps of 0.02: the distance between its ends. 0.0 when empty.
+  /// Loudness range in LU, in steps of 0.02: the distance between its ends (see `GetLraEnds`). 0.0
+  /// when the histogram is empty.
   float GetLra(std::uint16_t lowestCode) const;
 
   /// The ends of the loudness range: the 10th and the 95th percentile of the readings of
-  /// `lowestCode` and above, in whole percents (EBU Tech 3342).
+  /// `lowestCode` and above (EBU Tech 3342).
   LraEnds GetLraEnds(std::uint16_t lowestCode) const;
 
  private:

@@ -9,9 +9,9 @@
 constexpr char kMainBoardVariable[] = "LOUDCALC_MAIN_BOARD_ADDRESS";
 constexpr char kOpticalBoardVariable[] = "LOUDCALC_OPTICAL_BOARD_ADDRESS";
 
-/// Sets both addresses: from the environment variable if it is set, otherwise to the compiled
-/// default. False when one of them is not an IPv4 address; `error` then names the variable and its
-/// value, and the addresses do not change. The service then exits with status 1.
+/// Sets each address from its environment variable, or to the compiled default if that is not set.
+/// False when one of them is not an IPv4 address; `error` then names the variable and its value,
+/// and neither address changes.
 bool LoadBoardAddresses(std::string& error);
 
 /// IPv4 address text of the main board: application server, hardware manager, process monitor. The

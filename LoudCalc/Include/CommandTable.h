@@ -8,8 +8,8 @@
 
 /// A change of `gluCalcActions`.
 struct ActionChange {
-  std::uint32_t clear;  // bits to clear first
-  std::uint32_t set;    // bits to set then
+  std::uint32_t clear;  // bits cleared first
+  std::uint32_t set;    // bits set afterwards
 };
 
 /// Restart of the measurement: a start, an accepted configuration or preset.
@@ -21,7 +21,8 @@ extern const ActionChange kStop;
 /// `actions` after the change.
 std::uint32_t Apply(const ActionChange& change, std::uint32_t actions);
 
-/// `actions` after `command`, given the last command carried out and the configured mode, goes to
-/// `result`. False for a value that no user can send; `result` then equals `actions`.
+/// Sets `result` to `actions` as changed by `command`, which depends on the last command carried
+/// out and on the configured mode. False for a `command` that no user can send; `result` then
+/// equals `actions`.
 bool ApplyCommand(LuCmd_e command, LuCmd_e last, LoudModes_e mode, std::uint32_t actions,
                   std::uint32_t& result);

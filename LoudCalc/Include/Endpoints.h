@@ -38,15 +38,15 @@ constexpr char kEnableReportingTopic[] = "QVProbeOptInputDataCmd";
 constexpr const char* kAppserverTopics[] = {kAppLoudnessCommandTopic};
 constexpr const char* kQVAppserverTopics[] = {kEnableReportingTopic};
 
-/// The topics of a meter set, which only the services up to this one subscribe to.
+/// The topics of a meter set, and the last meter set whose services subscribe to them.
 constexpr const char* kMeterSetTopicPrefixes[] = {kPresetTopicPrefix, kConfigurationTopicPrefix,
                                                   kCommandTopicPrefix};
 constexpr std::uint32_t kLastMeterSetWithTopics = 1;
 
-/// Clusters of a meter set, from 1; each has a service of its own.
+/// Highest cluster number of a meter set; the lowest is 1. Each cluster has its own service.
 constexpr int kMaxCluster = 8;
 
-// Signal-processing stage, IPC: file and topic without a meter set, and their beginnings with one.
+// Signal-processing stage, IPC: file and topic without a meter set, and their prefixes with one.
 constexpr char kSharedRawDataFile[] = "hwmProg1LoudnessDataPub.ipc";
 constexpr char kRawDataFilePrefix[] = "hwmProbeLuRawDataPub-";
 constexpr char kSharedRawDataTopic[] = "LoudnessDspData";

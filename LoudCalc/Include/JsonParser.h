@@ -16,8 +16,8 @@
 #include "RawLoudnessData.h"
 
 /// Weight of a loudspeaker position in the programme's power sum, after the channel weightings of
-/// ITU-R BS.1770: back surrounds weigh as surrounds, a mono surround as a front speaker, all
-/// further positions do not count. Indexed by `AudioSpeakerType_e`.
+/// ITU-R BS.1770. Back surrounds weigh as much as surrounds, a mono surround as much as a front
+/// speaker; all further positions do not count. Indexed by `AudioSpeakerType_e`.
 extern const float LoudnessSpeakerWeight[AST_SPEAKER_MAX];
 
 class cJsonParser : public cJsonParseSysStatus, public cLuSettingsParser {
@@ -30,17 +30,17 @@ class cJsonParser : public cJsonParseSysStatus, public cLuSettingsParser {
   static void DeleteInstance();
 
   /// Acts on a text message. `payload` may be null. Returns 0, or -1 to end the event loop: on an
-  /// application command to reboot or upgrade, without a topic or without an instance. A refused
-  /// configuration changes no setting except the mode that applies to later commands; a refused
-  /// command raises no action; a refused preset empties the programme.
+  /// application command to reboot or upgrade, or if `topic` is null or there is no dispatcher. A
+  /// refused configuration changes no setting except the mode that applies to later commands; a
+  /// refused command raises no action; a refused preset empties the programme.
   static int ParseMessage(const char* topic, const char* payload);
 
   /// Acts on a binary message that holds the frames after the topic; does not destroy it. Returns
-  /// 0, or -1 without a topic or an instance.
+  /// 0, or -1 if `topic` is null or there is no dispatcher.
   static int ParseBinaryMessage(const char* topic, zmsg_t* message);
 
-  /// Handles the three frames of a raw block: true peaks, powers, one that is not used. Returns 1
-  /// when a frame had no or too little data, else 0.
+  /// Handles the three frames of a raw block: true peaks, powers and an unused one. Returns 1 when
+  /// a frame was empty or too short, else 0.
   static int LoudnessRawDataParser(zmsg_t* message);
 
   /// Sums one raw block over the programme and runs the engine with it. False when a frame is
@@ -85,10 +85,10 @@ class cJsonParser : public cJsonParseSysStatus, public cLuSettingsParser {
   cJsonParser() = default;
   ~cJsonParser() = default;
 
-  // The handler of a topic: of the first route that fits.
+  // The handler of the first route that fits the topic.
   static TopicHandler_t FindHandler(const char* topic);
 
-  // One handler a topic, each with the result for the event loop.
+  // One handler per topic. Each returns the result for the event loop.
   static int HandleCommand(const char* topic, const char* payload);
   static int HandleApplicationCommand(const char* topic, const char* payload);
   static int HandleSystemStatus(const char* topic, const char* payload);
@@ -98,7 +98,8 @@ class cJsonParser : public cJsonParseSysStatus, public cLuSettingsParser {
   static int HandlePreset(const char* topic, const char* payload);
   static int HandleUnknown(const char* topic, const char* payload);
 
-  // Reads a command for this cluster or for all; `cluster` is the one it names, 0 for all.
+  // Reads a command for this cluster or for all. Sets `cluster` to the cluster that the command
+  // names, 0 for all.
   bool ParseCommand(const char* payload, unsigned& cluster);
   void TakeCommandUser();
   void RaiseCommandActions(const char* topic);

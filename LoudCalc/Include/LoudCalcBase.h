@@ -22,9 +22,9 @@ constexpr std::size_t kMomentaryBlocks = 4;
 /// Momentary readings in the 3 s of the short-term loudness (EBU Tech 3341), one a block.
 constexpr std::uint32_t kShortTermBlocks = 30;
 
-/// Relative gates in LU: of integrated and programme loudness (ITU-R BS.1770-3, Annex 1), of the
-/// loudness range (EBU Tech 3342), and that of the short-term loudness, which is not gated (EBU
-/// Tech 3341).
+/// Relative gates in LU: for integrated and programme loudness (ITU-R BS.1770-3, Annex 1), for the
+/// loudness range (EBU Tech 3342), and for the short-term loudness, which is not gated (EBU Tech
+/// 3341).
 constexpr float kLoudnessGateLu = -10.0F;
 constexpr float kLraGateLu = -20.0F;
 constexpr float kNoGateLu = -99.0F;
@@ -54,7 +54,7 @@ struct LoudCalcResultsAll_s {
 
 // Written by the calculator only, unless a line says otherwise.
 extern ChanConfig_s ChanConfig;      // stored by LoudSetChanConfig, read by no calculation
-extern SampleCounts_s SampleCounts;  // where the measurement stands
+extern SampleCounts_s SampleCounts;  // position within warm-up, second and range
 extern bool LoudInitError;           // true while LoudCalcInit builds
 extern cCircBuf* pCbBinMomLoud;      // momentary codes, one per block; owned
 extern cCircBuf* pCbBinLra;          // short-term codes, one per second; owned
@@ -75,7 +75,7 @@ extern LoudnessData_t LuPausedData;  // the coded figures at the last pause or s
 /// calculator: call `LoudCalcCleanup` before building another.
 std::uint32_t LoudCalcInit();
 
-/// Restarts every measurement from empty, with the windows that the user's settings name now. All
+/// Restarts every measurement from empty, with the window lengths of the current user settings. All
 /// coded figures become "no reading". `LoudCalcResultsAll.Program` keeps its last value until the
 /// next programme reading, and `LuPausedData` does not change. REQUIRES: `LoudCalcInit`.
 void LoudCalcReset();
@@ -85,15 +85,15 @@ void LoudCalcReset();
 /// `LoudCalcInit` it does nothing.
 void LoudCalcCleanup();
 
-/// Keeps a copy of the channel configuration. REQUIRES: `chanConfig` is not null.
+/// Stores a copy of the channel configuration. REQUIRES: `chanConfig` is not null.
 void LoudSetChanConfig(const ChanConfig_s* chanConfig);
 
 /// Takes one 100 ms block and brings every figure up to date. `power` is the channel-weighted sum
 /// of the channels' K-weighted powers in the DSP stage's scale (see `LoudnessOfPower`), `peak` the
 /// largest true peak among them, `kFullScalePeak` for 0 dBTP. The first three blocks after a reset
 /// only fill the 400 ms of the momentary loudness; the fourth gives the first readings. Integrated
-/// and programme loudness and the loudness range are refreshed once a second, each on a block of
-/// its own. Allocates nothing. REQUIRES: `LoudCalcInit`.
+/// and programme loudness and the loudness range are refreshed once a second, each on a different
+/// block. Allocates nothing. REQUIRES: `LoudCalcInit`.
 void LoudCalcUpdate(std::uint64_t power, std::uint16_t peak);
 
 /// Momentary loudness in LKFS: that of the last 400 ms with the block of this power as the newest

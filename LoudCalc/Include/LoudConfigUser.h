@@ -1,5 +1,5 @@
 // The loudness settings that the user chose. One record for the process, written by the dispatcher
-// through the setters; the calculator reads the window lengths at every reset. Reactor thread only.
+// through the setters. The calculator reads the window lengths at every reset. Reactor thread only.
 
 #pragma once
 
@@ -38,20 +38,20 @@ struct LoudConfigUser_t {
 /// The record, for the whole life of the process.
 extern LoudConfigUser_t LoudConfigUser;
 
-/// Loudness window shown. Values outside the enumeration are ignored.
+/// Loudness window shown. The setter ignores values outside the enumeration.
 LoudWinType_e GetLuWinType();
 void SetLuWinType(LoudWinType_e winType);
 
-/// Continuous or start/stop measurement. Values outside the enumeration are ignored.
+/// Continuous or start/stop measurement. The setter ignores values outside the enumeration.
 teLoudModes GetLuMode();
 void SetLuMode(teLoudModes mode);
 
-/// Integrated-loudness window in seconds, held to 1 ... 7200. A change takes effect at the next
+/// Integrated-loudness window in seconds, clamped to 1 ... 7200. A change takes effect at the next
 /// `LoudCalcReset`.
 std::uint32_t GetIntegWinTime();
 void SetIntegWinTime(unsigned int seconds);
 
-/// Loudness-range window in seconds, held to 9 ... 10800. A change takes effect at the next
+/// Loudness-range window in seconds, clamped to 9 ... 10800. A change takes effect at the next
 /// `LoudCalcReset`.
 std::uint32_t GetLraWinTime();
 void SetLraWinTime(unsigned int seconds);

@@ -26,8 +26,8 @@ class cLoudInteg {
   std::uint32_t MaxNumElementsInCircBuf = 0;  // the ring's capacity in codes
   float RelativeGate = 0.0F;                  // relative gate in LU, negative
 
-  /// An empty window of one reading. `relativeGate` is in LU, relative to the loudness above the
-  /// absolute gate; one of -99.0 switches relative gating off. REQUIRES: `circBuf` outlives the
+  /// An empty window with room for one reading. `relativeGate` is in LU, relative to the loudness
+  /// above the absolute gate; -99.0 switches relative gating off. REQUIRES: `circBuf` outlives the
   /// integrator and holds one code more than the longest window, because the newest code is written
   /// before the oldest is removed.
   cLoudInteg(float relativeGate, cCircBuf* circBuf);
@@ -46,13 +46,13 @@ class cLoudInteg {
   /// in the ring.
   void AddNewSample(std::uint16_t code);
 
-  /// Loudness of the window in LKFS, gated twice: absolutely, then relative to that (ITU-R
-  /// BS.1770-3, Annex 1). A relative gate below the absolute one has no effect. -99.0 when
-  /// no reading passes.
+  /// Loudness of the window in LKFS, gated twice: with the absolute gate, then relative to the
+  /// loudness above it (ITU-R BS.1770-3, Annex 1). A relative gate below the absolute one has no
+  /// effect. -99.0 when no reading passes.
   float GetGatedLkfsReading() const;
 
-  /// Gate of the loudness range in LKFS. The range is gated twice on purpose: by the window's own
-  /// relative gate and then 20 LU below the loudness that passed it, not below the ungated one.
+  /// Gate of the loudness range in LKFS. The range is gated twice on purpose: with the window's own
+  /// relative gate, and then 20 LU below the loudness that results from it.
   float GetLraGate() const;
 
   /// Loudness range of the window in LU (EBU Tech 3342). 0.0 when its gate lies below -70 LKFS.

@@ -5,17 +5,18 @@
 
 #include "LuEnumerations.h"
 
-// Topics on the state socket; each is a prefix with the meter set behind it.
+// Prefixes of the topics on the state socket. The number of the meter set follows.
 constexpr char kAcknowledgementTopicPrefix[] = "IOQVHwmLoudnessCmd_";
 constexpr char kAcknowledgementRepubTopicPrefix[] = "IOQVHwmLoudnessCmd_Repub_";
 constexpr char kCurrentConfTopicPrefix[] = "IOQVHwmSetLoudnessConfiguration_";
 constexpr char kCurrentConfRepubTopicPrefix[] = "IOQVHwmSetLoudnessConfiguration_Repub_";
 
-/// One step of the action machine or one data message; the 100 ms tick. Does nothing while
+/// The 100 ms tick: one step of the action machine or one data message. Does nothing while
 /// reporting is off. The publisher sockets must be bound.
 void SendLoudnessData();
 
 /// Republishes the last command carried out and, with a valid source, the configuration in force.
+/// Does so even while reporting is off.
 void UpdateLoudnessStateAndConf();
 
 /// Publishes the acknowledgement of `cmd`, under the republication topic when `repub` is set.

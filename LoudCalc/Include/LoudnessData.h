@@ -1,4 +1,4 @@
-// The coded results of one meter set, as the engine leaves them and the publisher sends them.
+// The coded results of one meter set, as the engine writes them and the publisher sends them.
 
 #pragma once
 

@@ -13,20 +13,20 @@
 #include "MqNames.h"
 #include "MqPubHandler.h"
 
-/// Files of the two sockets in the unit's IPC directory. A prefix is followed by meter set and
-/// cluster; without a meter set (0) both sockets have the one name without a prefix.
+/// Files of the two sockets in the unit's IPC directory. Meter set and cluster follow a prefix.
+/// Without a meter set (0) both sockets use `kSharedPublisherFile`.
 constexpr char kSharedPublisherFile[] = "Lc1LoudnessDataPub.ipc";
 constexpr char kDataPublisherFilePrefix[] = "ProbeLc1LoudnessDataPub-";
 constexpr char kStatePublisherFilePrefix[] = "ProbeLc1LoudnessStatePub-";
 
-/// Writes the name that begins with one of these prefixes into `file`.
+/// Writes the file name of the socket with this prefix into `file`.
 void FormatPublisherFile(MqFileName_t& file, const char* prefix, std::uint32_t meterSet,
                          std::uint32_t cluster);
 
 /// Topic of the loudness-data message, its first frame.
 constexpr char kLoudnessDataTopic[] = "LoudnessData";
 
-/// What a loudness-data message carries after its topic: the results and what they belong to.
+/// Content of a loudness-data message after its topic: the results, then source, command, cluster.
 struct LuDataContent_t : LoudnessData_t {
   std::int16_t ValidSrc;  // 1: valid source, 0: none
   std::int16_t Cmd;       // last command executed, LuCmd_e
@@ -35,13 +35,13 @@ struct LuDataContent_t : LoudnessData_t {
 
 /// One frame of the loudness-data message.
 struct LuDataFrame_t {
-  const char* name;                      // what the frame is called
-  std::int16_t LuDataContent_t::*value;  // what it holds; null: the topic
-  const char* missingText;               // assertion text when it cannot be made
+  const char* name;                      // name of the frame
+  std::int16_t LuDataContent_t::*value;  // field that it carries; null: the topic
+  const char* missingText;               // assertion text when the frame cannot be made
 };
 
-/// The loudness-data message, frame by frame. The topic goes without a terminator, every value as 2
-/// bytes in the host's byte order.
+/// The loudness-data message, frame by frame. The topic is sent without a terminator, every value
+/// as 2 bytes in the host's byte order.
 constexpr LuDataFrame_t kLuDataFrames[] = {
     {"topic", nullptr, "__null != pTopicFrame"},
     {"MaxMomentary", &LuDataContent_t::MaxMomentary, "__null != pMaxMomentaryFrame"},
@@ -91,12 +91,12 @@ class cPubHandler : public MqPubHandler {
   /// Destroys both sockets, the data socket first.
   void Cleanup();
 
-  /// Checks that the files by which clients find the sockets still exist, binds again where one is
-  /// missing and logs at Warn what happened. Call it several times a second.
+  /// Checks that the files by which clients find the sockets still exist, binds a socket again if
+  /// its file is missing, and logs at Warn what happened. Call it several times a second.
   void TendFiles();
 
   /// Publishes a JSON text on the state socket, which must be bound. False if an argument is null
-  /// or the socket refuses it.
+  /// or the socket refuses the message.
   bool SendJson(const char* topic, const char* json);
 
   /// Publishes the loudness-data message on the data socket, which must be bound: the results, the
@@ -115,9 +115,9 @@ class cPubHandler : public MqPubHandler {
   MqSock_t* mpLuStatePubSocket = nullptr;  // PUB socket of the JSON messages, owned
 
   static cPubHandler* mpPub;          // the instance, mirrored by `gpLcPubs`; null: none
-  static Logger* mpLogger;            // the logger as of the instance's making; null before
+  static Logger* mpLogger;            // the logger, taken when the instance is made; null before
   static LogLevel_e mLogLevel;        // lowest level that is logged
-  static std::uint32_t mlMeterSetNo;  // meter set of this process; 0: it serves none
+  static std::uint32_t mlMeterSetNo;  // meter set of this process; 0: none
   static std::uint32_t mlClusterNo;   // cluster of this process, 1 to 8
 
  private:

@@ -7,7 +7,7 @@
 
 #include "LoudnessData.h"
 
-/// Makes the publisher, unless it exists, and keeps it in `gpLcPubs`. Binds nothing. The process
+/// Makes the publisher, unless it exists, and stores it in `gpLcPubs`. Binds nothing. The process
 /// stops when the publisher cannot be made.
 void PublishLoudnessInit();
 

@@ -12,7 +12,7 @@ constexpr unsigned kRawMeters = 32;
 /// Blocks in a second.
 constexpr std::uint32_t kBlocksPerSecond = 10;
 
-/// True peak of a full-scale signal, 0 dBTP, and the largest that the engine takes, 6.02 dBTP.
+/// True peak of a full-scale signal, 0 dBTP, and the largest that the engine accepts, 6.02 dBTP.
 constexpr std::uint32_t kFullScalePeak = 32768;
 constexpr std::uint32_t kLargestPeak = 65535;
 
@@ -31,8 +31,8 @@ struct ProgrammeBlock {
 /// Sums a block over the meters whose bit is set in `meters` (bit i: meter i + 1).
 ///
 /// `peaks` holds unsigned 32-bit and `powers` unsigned 64-bit entries in host byte order. The power
-/// of a meter counts truncate(power x weight), and only with a weight above 0; its peak always
-/// counts. Frames may be shorter or longer than 32 entries as long as every entry that is read is
-/// there. False when one is missing; `block` is then unchanged.
+/// of a meter counts as truncate(power x weight), and only with a weight above 0; its peak always
+/// counts. Frames may be shorter or longer than 32 entries as long as they contain every entry that
+/// is read. False when one is missing; `block` is then unchanged.
 bool SumProgramme(const FrameBytes& peaks, const FrameBytes& powers, std::uint32_t meters,
                   const double (&weights)[kRawMeters], ProgrammeBlock& block);

@@ -11,8 +11,8 @@
 
 /// Makes the singletons, the engine, the publishers, the heartbeat, the subscriptions and the
 /// timers. `iSlot_in` is 0 (main board) or 1 (optical board), `cpIp_in` this board's IPv4 address
-/// text, `cluster_no` 1 to 8. Returns true; a missing singleton, a failed connection or timer stops
-/// the process. A failed publisher bind is only logged.
+/// text, `cluster_no` 1 to 8. Returns true. If a singleton, connection or timer cannot be made, the
+/// process stops. If a publisher cannot be bound, that is only logged.
 bool initReactorLoop(std::int32_t iSlot_in, const char* cpIp_in, std::uint32_t meter_set,
                      std::uint32_t cluster_no);
 
@@ -22,13 +22,13 @@ bool startReactorLoop();
 /// Ends the timers, destroys the publishers and the subscriber sockets and frees the engine.
 void cleanReactorLoop();
 
-/// Timer, every 1000 ms: sends one heartbeat, and on every fifth call the state and configuration
-/// again.
+/// Timer, every 1000 ms: sends one heartbeat. Every fifth call republishes the last command and the
+/// configuration.
 int DoEverySecond(zloop_t* loop, int timer, void* argument);
 
 /// Timer, every 100 ms: one step of the reporting. Every third call also notifies the service
-/// manager and restores connections that peers broke and publishers' files that were removed: a
-/// timer of their own would wake the process more often.
+/// manager, and restores connections that peers broke and publishers' files that were removed. A
+/// separate timer for this would wake the process more often.
 int LuDataUpdateCallback(zloop_t* loop, int timer, void* argument);
 
 /// Readers of the reactor; they hand each message to the dispatcher.

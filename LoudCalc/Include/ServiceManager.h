@@ -7,9 +7,9 @@
 
 class ServiceManager {
  public:
-  /// Reads the manager's address from NOTIFY_SOCKET, and from WATCHDOG_USEC and WATCHDOG_PID
-  /// whether it expects keep-alive messages. Removes the three variables, so that child processes
-  /// do not inherit them.
+  /// Reads NOTIFY_SOCKET for the manager's address, and WATCHDOG_USEC and WATCHDOG_PID for whether
+  /// it expects keep-alive messages. Removes the three variables, so that child processes do not
+  /// inherit them.
   ServiceManager();
   ~ServiceManager();
   ServiceManager(const ServiceManager&) = delete;
@@ -18,15 +18,15 @@ class ServiceManager {
   /// Whether there is a manager to notify.
   bool IsPresent() const { return mFd != -1; }
 
-  /// The service runs: "READY=1". Only the first call sends it. If the manager has no room for the
-  /// message, the next call tries again.
+  /// Sends "READY=1": the service runs. Sends it once. If the manager has no room for the message,
+  /// the next call tries again.
   void NotifyReady();
 
-  /// The service is about to end: "STOPPING=1".
+  /// Sends "STOPPING=1": the service is about to end.
   void NotifyStopping();
 
-  /// The event loop runs: "WATCHDOG=1", if the manager expects it. Call it several times in the
-  /// manager's period, and from the loop itself, so that the manager notices a loop that hangs.
+  /// Sends "WATCHDOG=1", if the manager expects it: the event loop runs. Call it several times in
+  /// the manager's period, and from the loop itself, so that the manager notices a loop that hangs.
   void NotifyAlive();
 
  private:
