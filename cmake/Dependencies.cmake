@@ -2,6 +2,15 @@
 
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(CZMQ REQUIRED IMPORTED_TARGET libczmq>=4.2 libzmq>=4.3)
+# CMake 3.25 takes what follows -isystem for a folder when it configures first, and for an option from then on: the
+# second build would compile everything anew. Here it is a folder each time.
+string(REPLACE "-isystem;" "-I" czmq_folders "${CZMQ_CFLAGS}")
+set(czmq_options "${czmq_folders}")
+list(FILTER czmq_folders INCLUDE REGEX "^-I")
+list(TRANSFORM czmq_folders REPLACE "^-I" "")
+list(FILTER czmq_options EXCLUDE REGEX "^-I")
+set_target_properties(PkgConfig::CZMQ PROPERTIES
+  INTERFACE_INCLUDE_DIRECTORIES "${czmq_folders}" INTERFACE_COMPILE_OPTIONS "${czmq_options}")
 
 find_path(RAPIDJSON_INCLUDE_DIR rapidjson/document.h REQUIRED)
 add_library(rapidjson INTERFACE)

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Configures the project with every combination of its switches, and builds each switch on its own, the tools
 # without the gate, which then want none of its libraries, and the service alone, which looks for no library but its
-# own two. What the build under test has compiled with the same command is not compiled again; everything is linked.
+# own two, and compiles nothing when it is configured again. What the build under test has compiled with the same
+# command is not compiled again; everything is linked.
 # Usage: configurations.sh CMAKE SOURCES BUILD
 set -euo pipefail
 cmake=$1
@@ -31,6 +32,13 @@ build() {
   "$cmake" --build "$place/build" --parallel 2 >"$place/log" 2>&1 || fail "does not build with $1"
 }
 
+# As ./demo and ./check do, which always configure.
+expect_nothing_new() {
+  "$cmake" "$place/build" >"$place/log" 2>&1 || fail "does not configure again"
+  "$cmake" --build "$place/build" >"$place/log" 2>&1 || fail "does not build again"
+  ! grep -q ' Building ' "$place/log" || fail "configured again, it compiles anew"
+}
+
 # The packages that were looked for: each leaves its path in the cache.
 packages() {
   grep -oE '^[A-Za-z0-9_]+(_DIR:PATH|_FOUND:INTERNAL|_INCLUDE_DIR:PATH)=.+' "$place/build/CMakeCache.txt" |
@@ -47,7 +55,7 @@ for switches in {ON,OFF}\ {ON,OFF}\ {ON,OFF}\ {ON,OFF}; do
     "ON OFF OFF OFF") packages >"$place/of-desk"; build "the tools without the gate" ;;
     "OFF OFF ON OFF") build "the tests" ;;
     "OFF OFF OFF ON") build "the benchmarks" ;;
-    "OFF OFF OFF OFF") packages >"$place/of-service"; build "the service alone" ;;
+    "OFF OFF OFF OFF") packages >"$place/of-service"; build "the service alone"; expect_nothing_new ;;
   esac
 done
 of_gate_alone=$(comm -23 "$place/of-gate" "$place/of-desk")
