@@ -12,8 +12,8 @@
 namespace louddesk {
 namespace {
 
-// How long a reader is waited for that keeps the writer out, and the other way round.
-constexpr int kBusyMs = 5000;
+// How long a writer waits for somebody who keeps it out. Readers do not.
+constexpr std::chrono::milliseconds kWriterPatience{5000};
 
 StationError::Fault FaultOf(int code) {
   const int primary = code & 0xff;  // the rest tells more of the same
@@ -55,7 +55,8 @@ SqliteFile::SqliteFile(const std::string& path, SqliteMode mode) : mPath(path) {
   if (code != SQLITE_OK)
     Fail();
   sqlite3_extended_result_codes(handle, 1);
-  sqlite3_busy_timeout(handle, kBusyMs);
+  const auto patience = mode == SqliteMode::kReadWrite ? kWriterPatience : kReaderPatience;
+  sqlite3_busy_timeout(handle, static_cast<int>(patience.count()));
   // What the schema of a file from elsewhere says is not trusted.
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);

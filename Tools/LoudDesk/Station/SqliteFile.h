@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -11,6 +12,10 @@ struct sqlite3;
 struct sqlite3_stmt;
 
 namespace louddesk {
+
+/// How long a reader waits for somebody who keeps it out. Who writes does not; only who recovers or
+/// locks the whole file does.
+constexpr std::chrono::milliseconds kReaderPatience{2000};
 
 enum class SqliteMode { kReadOnly, kReadUnchanging, kReadWrite };
 

@@ -14,15 +14,6 @@ namespace {
 
 constexpr char kLogPath[] = "/api/log";
 
-// So many requests wait for the one that is worked on; further ones are refused.
-constexpr std::size_t kMostWaiting = 4;
-
-// So many tables of seconds are on their way at a time, 11 MB each.
-constexpr std::size_t kMostFiles = 4;
-
-// The server's patience is 15 s. What takes longer is given up in time.
-constexpr std::chrono::seconds kLongestWork{12};
-
 HttpAnswer Busy() {
   return HttpAnswer::Plain(kUnavailable, "There are too many such requests; try again later.");
 }
@@ -41,8 +32,8 @@ void AddNoLog(Routes& routes) {
   });
 }
 
-LogApi::LogApi(Routes& routes, std::string file)
-    : mFile(std::move(file)), mThread([this] { Run(); }) {
+LogApi::LogApi(Routes& routes, std::string file, LogLimits limits)
+    : mFile(std::move(file)), mLimits(limits), mThread([this] { Run(); }) {
   routes.Add(kGet, kLogPath, [this](const HttpRequest& request) { return Take(request); });
 }
 
@@ -64,19 +55,24 @@ HttpAnswer LogApi::Take(const HttpRequest& request) {
     return HttpAnswer::Plain(kBadRequest, error.what());
   }
   const auto late = std::make_shared<LateAnswer>();
+  const bool makesFile = read.style == LogStyle::kCsv;
   const std::lock_guard<std::mutex> lock(mMutex);
+  if (mWaiting.size() >= mLimits.waiting || (makesFile && HasAllFiles()))
+    return Busy();
+  mWaiting.push_back({makesFile,
+                      [this, read = std::move(read), now](const auto& check) {
+                        return AnswerFrom(mFile, read, now, check);
+                      },
+                      std::chrono::steady_clock::now() + mLimits.work, late});
+  mChange.notify_one();
+  return HttpAnswer::Later(late);
+}
+
+bool LogApi::HasAllFiles() {
   mFiles.erase(
       std::remove_if(mFiles.begin(), mFiles.end(), [](const auto& file) { return file.expired(); }),
       mFiles.end());
-  if (mWaiting.size() >= kMostWaiting ||
-      (read.style == LogStyle::kCsv && mFiles.size() >= kMostFiles))
-    return Busy();
-  mWaiting.push_back({[this, read = std::move(read), now](const auto& check) {
-                        return AnswerFrom(mFile, read, now, check);
-                      },
-                      std::chrono::steady_clock::now() + kLongestWork, late});
-  mChange.notify_one();
-  return HttpAnswer::Later(late);
+  return mFiles.size() >= mLimits.files;
 }
 
 void LogApi::Tend() {
@@ -97,8 +93,9 @@ void LogApi::Run() {
       return;
     Job job = std::move(mWaiting.front());
     mWaiting.pop_front();
+    const bool isRefused = job.makesFile && HasAllFiles();  // made while it waited
     lock.unlock();
-    job.answer = AnswerOf(job);
+    job.answer = isRefused ? Busy() : AnswerOf(job);
     lock.lock();
     if (job.answer.file)
       mFiles.push_back(job.answer.file);

@@ -21,11 +21,21 @@ namespace loudgate {
 /// Says that there is no record, at /api/log.
 void AddNoLog(Routes& routes);
 
+/// What requests may take of the gate.
+struct LogLimits {
+  std::size_t waiting = 4;  // for the one that is worked on; further ones are refused at once
+  std::size_t files = 4;    // tables of seconds on their way, 11 MB each; further ones are refused
+
+  /// From a request to its answer. What would take longer is given up, before the server's patience
+  /// ends; the time that a locked file is waited for comes on top.
+  std::chrono::milliseconds work{12000};
+};
+
 class LogApi {
  public:
   /// Answers /api/log from the record in `file`, which need not exist yet. The routes may be asked
   /// as long as this lives.
-  LogApi(Routes& routes, std::string file);
+  LogApi(Routes& routes, std::string file, LogLimits limits = {});
 
   /// Ends what is going on.
   ~LogApi();
@@ -42,6 +52,7 @@ class LogApi {
 
   // A request on its way.
   struct Job {
+    bool makesFile;
     Work work;
     Time due;  // when nobody waits for it any longer
     std::shared_ptr<LateAnswer> late;
@@ -49,10 +60,12 @@ class LogApi {
   };
 
   HttpAnswer Take(const HttpRequest& request);
+  bool HasAllFiles();  // REQUIRES: mMutex is held
   void Run();
   HttpAnswer AnswerOf(const Job& job) const;
 
   std::string mFile;
+  LogLimits mLimits;
 
   mutable std::mutex mMutex;  // guards what follows
   std::condition_variable mChange;

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -33,6 +34,8 @@ using Clock = std::chrono::steady_clock;
 constexpr milliseconds kPatience{20000};
 
 constexpr char kRequest[] = "GET /hello HTTP/1.1\r\nHost: localhost\r\n\r\n";
+constexpr char kFileRequest[] = "GET /file HTTP/1.1\r\nHost: localhost\r\n\r\n";
+constexpr std::size_t kFileSize = std::size_t{8} << 20;
 constexpr char kStreamRequest[] = "GET /stream HTTP/1.1\r\nHost: localhost\r\n\r\n";
 
 // A connection to the server.
@@ -108,6 +111,7 @@ class HttpServerTest : public testing::Test {
     });
     mRoutes.Add("POST", "/echo",
                 [](const HttpRequest& request) { return HttpAnswer::Json(request.body); });
+    mRoutes.Add("GET", "/file", [](const HttpRequest&) { return FileAnswer(); });
     mRoutes.Add("GET", "/stream", [](const HttpRequest&) { return HttpAnswer::Stream("key"); });
   }
 
@@ -115,6 +119,15 @@ class HttpServerTest : public testing::Test {
     mIsEnding = true;
     if (mThread.joinable())
       mThread.join();
+  }
+
+  // Far more than the kernel keeps for a client that does not read.
+  static HttpAnswer FileAnswer() {
+    const int descriptor = memfd_create("file", MFD_CLOEXEC);
+    EXPECT_EQ(0, ftruncate(descriptor, kFileSize));
+    HttpAnswer answer;
+    answer.file = std::make_shared<const loudgate::AnswerFile>(descriptor, kFileSize);
+    return answer;
   }
 
   // Serves on a thread of its own, and publishes `event` fifty times a second.
@@ -281,6 +294,32 @@ TEST_F(HttpServerTest, AReaderThatDoesNotReadIsDropped) {
   EXPECT_FALSE(good.IsEnded(milliseconds(2500)));  // reads all the while
   EXPECT_TRUE(HasConnections(1));
   EXPECT_EQ(1u, EndAndCount().dropped);
+}
+
+// It does not read for longer than an answer may take otherwise.
+TEST_F(HttpServerTest, AFileMayTakeLongerThanAnAnswer) {
+  mSettings.limits.filePatience = std::chrono::seconds(60);
+  Start();
+  Client slow(mAddress, 4096);
+  slow.Send(kFileRequest);
+  Client good(mAddress);
+  good.Send(kStreamRequest);
+  EXPECT_FALSE(good.IsEnded(milliseconds(2500)));
+  EXPECT_TRUE(slow.IsEnded());  // after the file, as it asks for nothing else
+  EXPECT_LT(kFileSize, slow.ReadUntil("").size());
+  EXPECT_EQ(1u, EndAndCount().dropped);
+}
+
+TEST_F(HttpServerTest, AFileThatIsNotTakenIsDropped) {
+  mSettings.limits.filePatience = std::chrono::seconds(2);
+  Start();
+  Client stuck(mAddress, 4096);
+  stuck.Send(kFileRequest);
+  EXPECT_TRUE(HasConnections(1));
+  EXPECT_TRUE(HasConnections(0));
+  EXPECT_EQ(1u, EndAndCount().dropped);
+  EXPECT_TRUE(stuck.IsEnded());
+  EXPECT_GT(kFileSize, stuck.ReadUntil("").size());
 }
 
 TEST_F(HttpServerTest, AConnectionWithoutARequestIsDropped) {

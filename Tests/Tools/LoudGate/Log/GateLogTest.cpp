@@ -14,6 +14,9 @@ using testing::StartsWith;
 
 constexpr char kHour[] = "/api/log?cluster=1-3&from=2024-11-19T00:00:00Z&to=2024-11-19T01:00:00Z";
 
+constexpr char kBusy[] = "There are too many such requests";
+constexpr char kTooLong[] = "This takes too long here";
+
 class GateLogTest : public GateTest {
  protected:
   // An hour at -23 LKFS from 2024-11-19T00:00:00Z on. It must not be too old for the gate.
@@ -23,6 +26,33 @@ class GateLogTest : public GateTest {
     louddesk::Append(batch.seconds[{1, 1}], 3600, -180);
     louddesk::StationRecord(mRecord).Append(batch);
     StartGate({"--record", mRecord, "--days", "36500"});
+  }
+
+  // Thirty-one days of the cluster 1-3 up to now.
+  void RecordAMonth() {
+    constexpr std::int64_t kDay = 86400;
+    louddesk::StationRecord record(mRecord);
+    std::int64_t time = std::time(nullptr) - 31 * kDay;
+    for (int day = 0; day < 31; ++day, time += kDay) {
+      louddesk::StationBatch batch;
+      auto& seconds = batch.seconds[{1, 3}];
+      seconds.push_back(louddesk::SecondAt(time, -230));
+      louddesk::Append(seconds, kDay - 1, -230);
+      record.Append(batch);
+    }
+  }
+
+  // Waits until so many have been refused; returns how many have.
+  int AwaitRefusals(const std::vector<std::unique_ptr<ServiceProcess>>& clients, int count) {
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    const auto refused = [&clients] {
+      return std::count_if(clients.begin(), clients.end(), [](const auto& client) {
+        return client->StandardOutput().find(kBusy) != std::string::npos;
+      });
+    };
+    while (refused() < count && std::chrono::steady_clock::now() < end)
+      Pass(std::chrono::milliseconds(10));
+    return static_cast<int>(refused());
   }
 
   test_audio::AudioDirectory mFolder;
@@ -109,6 +139,40 @@ TEST_F(GateLogTest, ManyAtOnceAreAnsweredOrRefused) {
     EXPECT_THAT(client->StandardOutput(), testing::AnyOf("200\n", "503\n"));
   }
   EXPECT_EQ(200, Get(kHour).status);
+}
+
+// A month takes seconds to read, so that requests for it pile up on the thread that reads. They are
+// answered or refused; nothing else waits for them.
+TEST_F(GateLogTest, LongPeriodsDisturbNeitherTheStreamNorTheRecordNorTheService) {
+  constexpr int kRequests = 20;
+  constexpr int kMostAccepted = 5;  // one is worked on, four wait
+  RecordAMonth();
+  ASSERT_NO_FATAL_FAILURE(Start());
+  ASSERT_NO_FATAL_FAILURE(StartGate({"--record", mRecord, "--write-every", "1"}));
+  StartMeasuring();
+  Await("/api/clusters/1-1",
+        [](const nlohmann::json& cluster) { return cluster.at("State") == "RUNNING"; });
+  const auto reader = Follow("/api/stream");
+  ASSERT_TRUE(reader->WaitForLine("data: ", kPatience));
+  const std::int64_t from = std::time(nullptr) + 1;
+  MarkCadence();
+  std::vector<std::unique_ptr<ServiceProcess>> clients;
+  for (int i = 0; i < kRequests; ++i)
+    clients.push_back(Follow("/api/log?cluster=1-3&last=30d",
+                             {"--max-time", "60", "--write-out", "%{http_code}\\n"}));
+  EXPECT_EQ(kRequests - kMostAccepted, AwaitRefusals(clients, kRequests - kMostAccepted));
+  EXPECT_TRUE(std::any_of(clients.begin(), clients.end(),
+                          [](const auto& client) { return client->IsRunning(); }));
+  EXPECT_EQ(200, Get("/api/clusters").status);
+  const std::size_t before = reader->LineCount();
+  ASSERT_TRUE(reader->WaitForLine("data: ", kPatience, before));
+  for (const auto& client : clients) {
+    ASSERT_TRUE(client->WaitForExit(3 * kPatience));
+    EXPECT_THAT(client->StandardOutput(), testing::AnyOf(HasSubstr("\"WithoutData\":0"),
+                                                         HasSubstr(kBusy), HasSubstr(kTooLong)));
+  }
+  ExpectCadenceKept();
+  ExpectRecorded(from, std::time(nullptr) - 1);
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 #include <csignal>
 #include <cstdlib>
 
+#include "WatchRows.h"
+
 namespace {
 
 constexpr char kListening[] = "Listening at ";
@@ -101,4 +103,16 @@ nlohmann::json GateTest::Await(const std::string& path,
   } while (std::chrono::steady_clock::now() < end);
   ADD_FAILURE() << path << ": " << reply.head << "\n" << reply.body;
   return {};
+}
+
+void GateTest::ExpectRecorded(std::int64_t from, std::int64_t to) {
+  constexpr unsigned kMostTicksLeftOut = 5;
+  const auto text = [](std::int64_t time) {
+    return louddesk::UtcText(louddesk::WallTime(std::chrono::seconds(time)));
+  };
+  const nlohmann::json evidence =
+      Await("/api/log?cluster=1-1&from=" + text(from) + "&to=" + text(to),
+            [](const nlohmann::json& document) { return document.at("Gaps").at("Count") == 0; });
+  EXPECT_GE(kMostTicksLeftOut, evidence.at("Missed"));
+  EXPECT_EQ(0, evidence.at("WithoutData"));
 }

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -54,6 +55,10 @@ class GateTest : public RunningService {
   /// the last one otherwise.
   nlohmann::json Await(const std::string& path,
                        const std::function<bool(const nlohmann::json&)>& condition);
+
+  /// Expects that the record of the cluster 1-1 comes to have all seconds from `from`, before `to`
+  /// (s since 1970), but for a few ticks that the service itself may leave out on a busy machine.
+  void ExpectRecorded(std::int64_t from, std::int64_t to);
 
   std::unique_ptr<ServiceProcess> mGate;
   unsigned mExpectedLines = 1;  // on its standard output
