@@ -72,6 +72,7 @@ void WatchModel::TakeData(const LoudnessMessage& message) {
   mMaxShortTerm = std::max(mMaxShortTerm, mData.ShortTerm);
   mHistory.back() = std::max(mHistory.back(), mData.ShortTerm);
   HoldPeak(message.time);
+  MarkUnchangedSteps(message.time);
 }
 
 void WatchModel::ResetMaxima() {
@@ -98,6 +99,19 @@ std::optional<std::chrono::milliseconds> WatchModel::NoChangeFor(Time now) const
       now - *mSameSince < kNoChangeAfter)
     return std::nullopt;
   return std::chrono::duration_cast<std::chrono::milliseconds>(now - *mSameSince);
+}
+
+// That nothing changes is known only after a while: the steps behind it are marked then.
+void WatchModel::MarkUnchangedSteps(Time now) {
+  mUnchangedSteps.back() = false;
+  if (!NoChangeFor(now))
+    return;
+  Time begin = mStepEnd - kHistoryStep;
+  for (auto step = mUnchangedSteps.rbegin();
+       step != mUnchangedSteps.rend() && begin >= *mSameSince && !*step; ++step) {
+    *step = true;
+    begin -= kHistoryStep;
+  }
 }
 
 std::optional<MeasurementWindows> WatchModel::Windows(Time now) const {
@@ -156,8 +170,11 @@ void WatchModel::AddNote(const std::string& localTime, const std::string& text) 
 void WatchModel::Advance(Time now) {
   for (; now >= mStepEnd; mStepEnd += kHistoryStep) {
     mHistory.push_back(kNoLoudnessCode);
-    if (mHistory.size() > kMaxHistory)
+    mUnchangedSteps.push_back(false);
+    if (mHistory.size() > kMaxHistory) {
       mHistory.pop_front();
+      mUnchangedSteps.pop_front();
+    }
   }
 }
 

@@ -115,6 +115,9 @@ class WatchModel {
   /// and in silence.
   std::optional<std::chrono::milliseconds> NoChangeFor(Time now) const;
 
+  /// Whether the last message repeats the figures of the one before it in a running measurement.
+  bool IsRepeat() const { return mSameSince < mLastData; }
+
   /// The last configuration published as in force; nothing before the first one.
   const std::optional<LoudnessConfiguration>& Configuration() const { return mConfiguration; }
 
@@ -149,6 +152,9 @@ class WatchModel {
   /// reading. The last step is still in progress.
   const std::deque<std::int16_t>& History() const { return mHistory; }
 
+  /// For each step of the history, whether it belongs to a time without change (see NoChangeFor).
+  const std::deque<bool>& UnchangedSteps() const { return mUnchangedSteps; }
+
   /// Acknowledgements and other notes, oldest first.
   const std::deque<Note>& Notes() const { return mNotes; }
 
@@ -157,6 +163,7 @@ class WatchModel {
   void HoldPeak(Time time);
   bool IsDataDue() const;  // according to the last command
   void NoteChange(const LoudnessMessage& message);
+  void MarkUnchangedSteps(Time now);
 
   bool mIsConnected = false;
   std::optional<Time> mLastData;
@@ -175,6 +182,7 @@ class WatchModel {
   Time mHeldSince;
   Time mStepEnd;  // end of the last step in the history
   std::deque<std::int16_t> mHistory{kNoLoudnessCode};
+  std::deque<bool> mUnchangedSteps{false};
   std::deque<Note> mNotes;
 };
 

@@ -77,6 +77,9 @@ void WriteHistory(DocumentWriter& object, const louddesk::WatchModel& model) {
       .OpenArray("ShortTerm");
   for (const std::int16_t code : model.History())
     object.Number(DocumentWriter::kNoKey, OrNull(louddesk::TenthsText(code)));
+  object.CloseArray().OpenArray("NoChange");
+  for (const bool isUnchanged : model.UnchangedSteps())
+    object.Flag(DocumentWriter::kNoKey, isUnchanged);
   object.CloseArray().CloseObject();
 }
 

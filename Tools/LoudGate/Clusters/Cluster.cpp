@@ -2,6 +2,8 @@
 
 #include "Cluster.h"
 
+#include <utility>
+
 #include "LuEnumerations.h"
 
 namespace loudgate {
@@ -50,11 +52,18 @@ bool Cluster::TakeData(const louddesk::LoudnessMessage& message, Moment now) {
   return true;
 }
 
-// In a pause the figures are those of its beginning.
+// In a pause the figures are those of its beginning. A service whose blocks have stopped publishes
+// its last figures for ever; that they are repeats is known only after a while.
 void Cluster::TakeReading(const louddesk::LoudnessMessage& message) {
   const bool isRunning = message.command == LU_CMD_START || message.command == LU_CMD_PLAY;
-  if (isRunning && message.validSource != 0)
-    mReadings.Take(message.data.Momentary);
+  if (!isRunning || message.validSource == 0)
+    return;
+  if (mModel.NoChangeFor(message.time)) {
+    mReadings.DropLast(std::exchange(mRepeats, 0));
+    return;
+  }
+  mRepeats = mModel.IsRepeat() ? mRepeats + 1 : 0;
+  mReadings.Take(message.data.Momentary);
 }
 
 void Cluster::TakePeak(const louddesk::LoudnessMessage& message) {

@@ -61,7 +61,8 @@ class Cluster {
   /// asks at least every kRecent misses no peak.
   std::int16_t RecentTruePeak() const { return std::max(mPeak, mPeakBefore); }
 
-  /// The momentary readings of the running measurement, without pauses.
+  /// The momentary readings of the running measurement, without pauses and without those that a
+  /// time without change repeats: of it there is the first.
   const MomentaryReadings& Readings() const { return mReadings; }
 
   /// Changes with everything that is taken.
@@ -95,6 +96,7 @@ class Cluster {
   bool mIsAnswered = false;  // something was acknowledged since the last data
   bool mWasConnected = false;
   MomentaryReadings mReadings;
+  std::size_t mRepeats = 0;                    // last ones of mReadings that are repeats
   std::int16_t mPeak = kNoTruePeakCode;        // highest since mPeakStart
   std::int16_t mPeakBefore = kNoTruePeakCode;  // highest of the span before
   std::chrono::steady_clock::time_point mPeakStart;

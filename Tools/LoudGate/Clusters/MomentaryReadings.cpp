@@ -42,6 +42,10 @@ void MomentaryReadings::Take(std::int16_t code) {
     mCodes.pop_front();
 }
 
+void MomentaryReadings::DropLast(std::size_t count) {
+  mCodes.resize(mCodes.size() - std::min(count, mCodes.size()));
+}
+
 ReadingHistogram MomentaryReadings::Histogram() const {
   ReadingHistogram histogram;
   histogram.readings = mCodes.size();

@@ -29,6 +29,9 @@ class MomentaryReadings {
   /// as one below the absolute gate.
   void Take(std::int16_t code);
 
+  /// Takes back so many of the last ones, all of them if there are fewer.
+  void DropLast(std::size_t count);
+
   ReadingHistogram Histogram() const;
 
  private:

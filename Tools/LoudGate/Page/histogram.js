@@ -99,8 +99,9 @@ export class Histogram {
     const caption = make("figcaption");
     caption.append(this.#summary, make("p", "",
       "Momentary readings that LoudGate has taken while the measurement ran, 20 minutes at most, " +
-      "in steps of 0.5 LU. Hollow bars lie below the relative gate. The gates are those of these " +
-      "readings; the service's figures are of its own windows."));
+      "in steps of 0.5 LU; of a time in which no figure changes, the first one alone. Hollow bars " +
+      "lie below the relative gate. The gates are those of these readings; the service's figures " +
+      "are of its own windows."));
     this.element = make("figure");
     this.element.append(plot, this.#axis, caption);
   }

@@ -25,6 +25,17 @@ function pathOf(values, scale, target) {
   return path;
 }
 
+// The values where the flag is as asked for, and nothing in the other places.
+function valuesWhere(values, flags, isSet) {
+  return values.map((value, i) => flags[i] === isSet ? value : null);
+}
+
+function noChangeOf({Step, NoChange}) {
+  const steps = NoChange.filter(Boolean).length;
+  return steps === 0 ? ""
+    : `Dotted: ${steps * Step}\u00a0s without change: no blocks, or a steady tone.`;
+}
+
 function summaryOf(values) {
   const numbers = values.filter(isNumber);
   if (numbers.length === 0)
@@ -37,32 +48,38 @@ export class HistoryCurve {
   #zone = makeSvg("rect", {class: "curve-zone", x: 0, width: POINTS});
   #target = makeSvg("path", {class: "curve-target"});
   #curve = makeSvg("path", {class: "curve"});
+  #unchanged = makeSvg("path", {class: "curve-unchanged"});
   #labels = makeHidden("div", "curve-labels");
-  #summary = make("figcaption");
+  #summary = make("p");
+  #noChange = make("p");
   #scale = null;
 
   constructor() {
     const drawing = makeDrawing(POINTS, HEIGHT);
-    drawing.append(this.#zone, this.#target, this.#curve);
+    drawing.append(this.#zone, this.#target, this.#curve, this.#unchanged);
     const times = makeHidden("div", "curve-times");
     times.append(make("span", "", "20 min ago"), make("span", "", "now"));
     const plot = make("div", "plot");
     plot.append(this.#labels, drawing);
+    const caption = make("figcaption");
+    caption.append(this.#summary, this.#noChange);
     this.element = make("figure");
-    this.element.append(plot, times, this.#summary);
+    this.element.append(plot, times, caption);
   }
 
   // Takes the document of one cluster with its history.
   show(cluster) {
     const scale = luScaleOf(cluster);
-    const values = cluster.History.ShortTerm;
+    const {ShortTerm: values, NoChange: isUnchanged} = cluster.History;
     this.#showScale(scale);
     const top = heightOf(scale, cluster.Tolerance);
     this.#zone.setAttribute("y", top);
     this.#zone.setAttribute("height", heightOf(scale, -cluster.Tolerance) - top);
     this.#target.setAttribute("d", `M0 ${heightOf(scale, 0)}H${POINTS}`);
-    this.#curve.setAttribute("d", pathOf(values, scale, cluster.Target));
+    for (const [path, isSet] of [[this.#curve, false], [this.#unchanged, true]])
+      path.setAttribute("d", pathOf(valuesWhere(values, isUnchanged, isSet), scale, cluster.Target));
     setText(this.#summary, summaryOf(values));
+    setText(this.#noChange, noChangeOf(cluster.History));
   }
 
   #showScale(scale) {

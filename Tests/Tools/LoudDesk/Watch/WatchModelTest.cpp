@@ -2,6 +2,7 @@
 
 #include "WatchModel.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "LuEnumerations.h"
@@ -321,6 +322,7 @@ TEST_F(WatchModelTest, HistoryIsBounded) {
   Data(milliseconds(0), WithShortTerm(-250));
   mModel.Advance(kStart + 2 * louddesk::kMaxHistory * louddesk::kHistoryStep);
   EXPECT_EQ(louddesk::kMaxHistory, mModel.History().size());
+  EXPECT_EQ(louddesk::kMaxHistory, mModel.UnchangedSteps().size());
 }
 
 constexpr std::int16_t kSilentPeakCode = -9031;  // the level of a peak of 1, 0.01 dBTP
@@ -394,6 +396,33 @@ TEST_F(NoChangeTest, GapInTheDataIsNoTimeWithoutChange) {
   Data(milliseconds(0), Loud());
   Data(seconds(10), Loud());
   EXPECT_EQ(std::nullopt, NoChangeAt(milliseconds(10100)));
+}
+
+// Steps of 2 s. The figures stay from 1 s to 9.5 s: the steps from 2 s to 8 s lie within that.
+TEST_F(NoChangeTest, TheStepsThatLieWithinItAreMarked) {
+  LoudnessData_t other = Loud();
+  ++other.Momentary;
+  Data(milliseconds(900), other);
+  Stay(seconds(1), seconds(3), Loud());
+  EXPECT_THAT(mModel.UnchangedSteps(), testing::ElementsAre(false, false));
+  Stay(seconds(3), seconds(9), Loud());
+  EXPECT_THAT(mModel.UnchangedSteps(), testing::ElementsAre(false, true, true, true, true));
+  Data(milliseconds(9500), other);
+  EXPECT_THAT(mModel.UnchangedSteps(), testing::ElementsAre(false, true, true, true, false));
+  Data(milliseconds(10000), Loud());
+  EXPECT_THAT(mModel.UnchangedSteps(), testing::ElementsAre(false, true, true, true, false, false));
+}
+
+TEST_F(NoChangeTest, ARepeatIsAMessageWithTheFiguresOfTheLast) {
+  EXPECT_FALSE(mModel.IsRepeat());
+  Data(milliseconds(0), Loud());
+  EXPECT_FALSE(mModel.IsRepeat());
+  Data(milliseconds(100), Loud());
+  EXPECT_TRUE(mModel.IsRepeat());
+  Data(milliseconds(200), LoudnessData_t{});
+  EXPECT_FALSE(mModel.IsRepeat());
+  Data(seconds(10), LoudnessData_t{});
+  EXPECT_FALSE(mModel.IsRepeat());  // after a gap
 }
 
 ServiceAnswer Configured(unsigned window, unsigned range) {

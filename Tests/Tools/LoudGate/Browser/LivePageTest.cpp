@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <csignal>
+#include <numeric>
 #include <set>
 #include <vector>
 
@@ -55,6 +56,15 @@ class LivePageTest : public PageTest {
                        loudness(data.Momentary), loudness(data.ShortTerm),
                        loudness(data.Integrated), range, loudness(data.Program),
                        peak(data.MaxTruePeak), peak(data.TruePeak));
+  }
+
+  // Blocks at the unit's pace, whose levels change as those of a programme do: they go from `lkfs`
+  // down by 0.6 LU, and are 0.3 LU lower on average.
+  void FeedProgramme(unsigned count, double lkfs) {
+    for (unsigned block = 0; block < count; ++block) {
+      Feed(1, lkfs - 0.1 * (block % 7));
+      Pass(kPeriod);
+    }
   }
 
   void SetMedia(const std::string& name, const std::string& value) {
@@ -111,7 +121,8 @@ TEST_F(LivePageTest, ThePageOfAClusterShowsHistoryConfigurationAndAcknowledgemen
   Feed(40, -26.0);
   AwaitTrue(R"(
     const shortTerm = document.querySelector("[data-figure=ShortTerm]").textContent;
-    return document.querySelector("figcaption").innerText.endsWith(`, last ${shortTerm} LKFS`);
+    return document.querySelector("#history figcaption p").textContent
+        .endsWith(`, last ${shortTerm} LKFS`);
   )");
   AwaitTrue("return /^M\\d/.test(document.querySelector('.curve').getAttribute('d'))");
   SendCommand("Pause");
@@ -121,25 +132,18 @@ TEST_F(LivePageTest, ThePageOfAClusterShowsHistoryConfigurationAndAcknowledgemen
 
 // Two levels, the quieter one 30 LU lower: the relative gate lies 10 LU below their mean power,
 // which is that of the louder one less 10 log10 of its share, ITU-R BS.1770, Annex 1. The gated
-// loudness is then that of the louder one. A level stays when no further block comes. Readings of
-// 400 ms mix the levels where they meet.
+// loudness is then that of the louder one. Readings of 400 ms mix the levels where they meet.
 TEST_F(LivePageTest, ThePageOfAClusterShowsTheHistogramWithItsGates) {
   ASSERT_NO_FATAL_FAILURE(OpenPage("/cluster/1-1"));
-  const double louder = -20.0 + kSurroundGain;
-  const auto awaitReadings = [&](std::size_t codes) {
-    return Await("/api/clusters/1-1",
-                 [codes](const json& document) {
-                   const json& counts = document.at("Histogram").at("Counts");
-                   return counts.size() > codes && counts.back() >= 20;
-                 })
-        .at("Histogram");
-  };
-  Feed(10, -50.0);
-  awaitReadings(0);
-  Feed(10, -20.0);
-  const json histogram = awaitReadings(250);
-  const double share =
-      histogram.at("Counts").back().get<double>() / histogram.at("Readings").get<double>();
+  const double louder = -20.0 - 0.3 + kSurroundGain;
+  FeedProgramme(30, -50.0);
+  FeedProgramme(30, -20.0);
+  const json histogram = Await("/api/clusters/1-1", [](const json& document) {
+                           return document.at("Histogram").at("Counts").size() > 250;
+                         }).at("Histogram");
+  const auto counts = histogram.at("Counts").get<std::vector<double>>();
+  const double share = std::accumulate(counts.end() - 10, counts.end(), 0.0) /
+                       histogram.at("Readings").get<double>();
   EXPECT_NEAR(louder + 10.0 * std::log10(share) - 10.0, histogram.at("RelativeGate"), 1.0);
   EXPECT_NEAR(louder, histogram.at("Gated"), 0.5);
   for (const char* bars : {"bars-counted", "bars-gated"})
@@ -153,6 +157,34 @@ TEST_F(LivePageTest, ThePageOfAClusterShowsTheHistogramWithItsGates) {
                std::abs(std::stod(match.at(2).get<std::string>()) - louder) < 0.5;
       });
   EXPECT_LE(std::stod(shown.at(1).get<std::string>()), louder - 10.0);
+  EXPECT_EQ("", mBrowser.Complaints());
+}
+
+// When the unit's blocks end, the service publishes its last figures for ever.
+TEST_F(LivePageTest, ThePageOfAClusterShowsWhenNothingChangesAndCountsItOnce) {
+  ASSERT_NO_FATAL_FAILURE(OpenPage("/cluster/1-1"));
+  FeedProgramme(20, -23.0);
+  const auto readingsAfter = [this](double noChange) {
+    const json document = Await("/api/clusters/1-1", [noChange](const json& cluster) {
+      const json& told = cluster.at("NoChange");
+      return told.is_number() && told >= noChange;
+    });
+    return document.at("Histogram").at("Readings").get<int>();
+  };
+  const int readings = readingsAfter(3.3);  // three messages after it is known
+  EXPECT_EQ(readings, readingsAfter(6.0));
+  // As many as blocks, but for those at either end that share a message.
+  EXPECT_NEAR(20, readings, 12);
+  AwaitTrue(
+      "return /^Dotted: [0-9]+.s without change/.test("
+      "document.querySelector('#history figcaption').innerText.split('\\n').pop())");
+  AwaitTrue("return document.querySelector('.curve-unchanged').getAttribute('d').startsWith('M')");
+  AwaitTrue("return document.querySelector('#histogram figcaption').innerText.includes(' of " +
+            std::to_string(readings) + " readings lie')");
+  FeedProgramme(20, -30.0);
+  Await("/api/clusters/1-1", [readings](const json& cluster) {
+    return cluster.at("Histogram").at("Readings") >= readings + 10;
+  });
   EXPECT_EQ("", mBrowser.Complaints());
 }
 

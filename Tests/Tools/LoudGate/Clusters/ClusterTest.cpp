@@ -83,6 +83,23 @@ TEST_F(ClusterTest, CountsTheReadingsOfARunningMeasurement) {
   EXPECT_EQ(2u, mCluster.Readings().Histogram().readings);
 }
 
+// A service whose blocks have stopped repeats its last figures.
+TEST_F(ClusterTest, CountsOneReadingOfATimeWithoutChange) {
+  Peaks(milliseconds(1000), -2000);
+  Peaks(milliseconds(2900), -1000);
+  EXPECT_EQ(39u, mCluster.Readings().Histogram().readings);
+  Peaks(milliseconds(60000), -1000);
+  EXPECT_EQ(11u, mCluster.Readings().Histogram().readings);
+  Peaks(milliseconds(1000), -2000);
+  EXPECT_EQ(21u, mCluster.Readings().Histogram().readings);
+}
+
+TEST_F(ClusterTest, CountsEveryReadingOfSilence) {
+  constexpr std::int16_t kSilentPeakCode = -9031;  // the level of a peak of 1, 0.01 dBTP
+  Peaks(milliseconds(10000), kSilentPeakCode);
+  EXPECT_EQ(100u, mCluster.Readings().Histogram().belowGate);
+}
+
 TEST_F(ClusterTest, KeepsTheLastMessageAndWhenItCame) {
   EXPECT_FALSE(mCluster.Last());
   Data();

@@ -79,6 +79,17 @@ TEST(MomentaryReadingsTest, SilenceHasNoLoudness) {
   EXPECT_TRUE(histogram.counts.empty());
 }
 
+TEST(MomentaryReadingsTest, TheLastOnesCanBeTakenBack) {
+  MomentaryReadings readings;
+  Take(readings, 3, -200);
+  Take(readings, 2, -300);
+  readings.DropLast(3);
+  EXPECT_EQ(std::vector<unsigned>{2}, readings.Histogram().counts);
+  EXPECT_EQ(-200, readings.Histogram().lowest);
+  readings.DropLast(3);
+  EXPECT_EQ(0u, readings.Histogram().readings);
+}
+
 TEST(MomentaryReadingsTest, TwentyMinutesAreKept) {
   MomentaryReadings readings;
   Take(readings, 1, -100);
