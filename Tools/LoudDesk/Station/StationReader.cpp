@@ -75,8 +75,22 @@ std::optional<StationPeriod> StationReader::Extent() {
   last.Bind(1, kEnd);
   if (!first.Step() || !last.Step())
     return std::nullopt;
-  return StationPeriod{first.Number(0) / kClusterNumbers * kSecondsPerMinute,
-                       (last.Number(0) / kClusterNumbers + 1) * kSecondsPerMinute};
+  return StationPeriod{ExtentOf(first.Number(0) / kClusterNumbers).from,
+                       ExtentOf(last.Number(0) / kClusterNumbers).to};
+}
+
+// From the first second of a minute to the end of the last, of all clusters; the whole minute when
+// its rows are damaged.
+StationPeriod StationReader::ExtentOf(std::int64_t minute) {
+  const StationPeriod whole = {minute * kSecondsPerMinute, (minute + 1) * kSecondsPerMinute};
+  StationPeriod extent = {whole.to, whole.from};
+  SqliteStatement rows(mFile, "SELECT seconds FROM minutes WHERE id >= ? AND id < ?");
+  rows.Bind(1, minute * kClusterNumbers).Bind(2, (minute + 1) * kClusterNumbers);
+  while (rows.Step())
+    for (const auto& second : DecodeMinute(minute, rows.Bytes(0)))
+      if (second)
+        extent = {std::min(extent.from, second->time), std::max(extent.to, second->time + 1)};
+  return extent.from < extent.to ? extent : whole;
 }
 
 std::optional<std::int64_t> StationReader::NumberOf(const StationCluster& cluster) {

@@ -28,7 +28,7 @@ class StationReader {
   /// StationError, as all of these.
   std::vector<StationCluster> Clusters();
 
-  /// From the first minute that there is of the whole record to the end of the last; nothing while
+  /// From the first second that there is of the whole record to the end of the last; nothing while
   /// there is none.
   std::optional<StationPeriod> Extent();
 
@@ -55,6 +55,7 @@ class StationReader {
                                          std::int64_t time);
 
  private:
+  StationPeriod ExtentOf(std::int64_t minute);
   std::optional<std::int64_t> NumberOf(const StationCluster& cluster);
 
   SqliteFile mFile;

@@ -62,6 +62,11 @@ class EvidenceTest : public testing::Test {
                       {kCluster, {kTuesday + from, kTuesday + to}, CriteriaOf(kUsualProfile), {}});
   }
 
+  StationPeriod Meant(const PeriodAsked& asked, std::int64_t now) const {
+    StationReader reader(mPath);
+    return PeriodMeant(asked, reader, now);
+  }
+
   // Two minutes with a gap of ten seconds and a peak of -0.4 dBTP, 40 s after the first second.
   void RecordTwoMinutes() {
     std::vector<RecordedSecond> seconds;
@@ -96,6 +101,17 @@ TEST_F(EvidenceTest, ThePeriodIsReadToTheSecond) {
   EXPECT_DOUBLE_EQ(evidence.figures.programme.figures.seconds, 90.0);
   EXPECT_EQ(evidence.figures.gaps.count, 0U);
   EXPECT_EQ(evidence.assessment.judgement, Judgement::kPass);
+}
+
+TEST_F(EvidenceTest, WithoutAnEndThePeriodEndsWhereTheRecordDoes) {
+  std::vector<RecordedSecond> seconds;
+  Append(seconds, 90, -230);
+  Record(seconds);
+  const StationPeriod minute = Meant({{}, {}, 60}, kTuesday + 100);
+  EXPECT_EQ(minute.from, kTuesday + 30);
+  EXPECT_EQ(minute.to, kTuesday + 90);
+  EXPECT_EQ(Meant({{}, {}, 60}, kTuesday + 80).to, kTuesday + 80);
+  EXPECT_EQ(Meant({{}, {}, std::int64_t{999999999} * 604800}, kTuesday + 100).from, 0);
 }
 
 TEST_F(EvidenceTest, TheAimIsThatOfTheRecordedConfigurations) {

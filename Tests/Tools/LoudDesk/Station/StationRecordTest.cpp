@@ -134,7 +134,14 @@ TEST_F(StationRecordTest, APeriodHasItsSecondsAndNoOther) {
   EXPECT_EQ(200u, reader.Seconds(mSecond, {INT64_MIN, INT64_MAX}).size());
   EXPECT_THAT(reader.Seconds({9, 9}, {0, INT64_MAX}), IsEmpty());
   EXPECT_EQ(kNine, reader.Extent()->from);
-  EXPECT_EQ(kNine + 240, reader.Extent()->to);
+  EXPECT_EQ(kNine + 200, reader.Extent()->to);
+}
+
+TEST_F(StationRecordTest, TheRecordBeginsAndEndsWithItsSeconds) {
+  StationRecord record(mPath);
+  record.Append({{{mFirst, Seconds(kNine + 20, 10)}, {mSecond, Seconds(kNine + 15, 10)}}, {}});
+  EXPECT_EQ(kNine + 15, StationReader(mPath).Extent()->from);
+  EXPECT_EQ(kNine + 30, StationReader(mPath).Extent()->to);
 }
 
 TEST_F(StationRecordTest, AReaderMayStopEarly) {
