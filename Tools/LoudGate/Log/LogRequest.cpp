@@ -62,6 +62,13 @@ std::optional<louddesk::Criteria> CriteriaNamed(const std::string& name) {
              : std::optional(louddesk::CriteriaOf(name));
 }
 
+// A plus sign that was not escaped stands for a blank in a query: that of "...T20:15:00+01:00".
+std::string WithPlus(std::string text) {
+  if (text.find('T') != std::string::npos)
+    std::replace(text.begin(), text.end(), ' ', '+');
+  return text;
+}
+
 void CheckNames(const HttpRequest& request) {
   for (const auto& [name, value] : request.query)
     if (std::find(kParameters.begin(), kParameters.end(), name) == kParameters.end())
@@ -172,7 +179,9 @@ HttpAnswer Answer(const std::string& file, const LogRequest& request, std::int64
 }  // namespace
 
 LogRequest ReadLogRequest(const HttpRequest& request, std::int64_t now) {
-  const auto time = [now](const std::string& text) { return louddesk::ReadTime(text, now); };
+  const auto time = [now](const std::string& text) {
+    return louddesk::ReadTime(WithPlus(text), now);
+  };
   CheckNames(request);
   LogRequest read;
   read.cluster = ValueOf(request, "cluster", louddesk::ClusterNamed);

@@ -70,6 +70,9 @@ TEST_F(GateLogTest, JsonIsWhatLoudDeskSays) {
   ASSERT_TRUE(desk.WaitForExit(kPatience));
   EXPECT_EQ(desk.StandardOutput(), reply.body);
   EXPECT_EQ(-23.0, reply.Json()["Integrated"].get<double>());
+  EXPECT_EQ(reply.body, Get("/api/log?cluster=1-3&from=2024-11-19T01:00:00+01:00"
+                            "&to=2024-11-19T02:00:00%2B01:00")
+                            .body);
 }
 
 TEST_F(GateLogTest, TheReportBringsItsStyleAndNothingElse) {
