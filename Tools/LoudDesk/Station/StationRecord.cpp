@@ -42,7 +42,7 @@ constexpr std::int64_t kRowsAtOnce = 4096;
 constexpr int kPagesAtOnce = 1024;
 
 // No time of a record is further from 1970 than 10,000 years.
-constexpr std::int64_t kFurthest = 10000 * 365 * kSecondsPerDay;
+constexpr std::int64_t kFurthest = kSecondsPerDay * 365 * 10000;
 
 // Time between two questions whether to give up a check.
 constexpr std::chrono::milliseconds kAskEvery{20};
