@@ -83,7 +83,7 @@ void WriteHistory(DocumentWriter& object, const louddesk::WatchModel& model) {
   object.CloseArray().CloseObject();
 }
 
-std::string LkfsText(const std::optional<float>& lkfs) {
+std::string LkfsText(const std::optional<double>& lkfs) {
   return lkfs ? fmt::format("{:.1f}", *lkfs) : kNull;
 }
 

@@ -1,38 +1,19 @@
-// Counting by the published codes; gating by the engine's own histogram.
+// Counting by the published codes; gating as for measured programmes.
 
 #include "MomentaryReadings.h"
 
 #include <algorithm>
 #include <iterator>
-#include <memory>
 
 #include "Bin.h"
+#include "LoudCalcBase.h"
+#include "LoudnessHistogram.h"
 
 namespace loudgate {
 namespace {
 
-// ITU-R BS.1770, Annex 1: how far the relative gate lies below the loudness above the absolute one.
-constexpr float kRelativeGateLu = -10.0F;
-
 constexpr float kCodesPerLu = 10.0F;
 const auto kAbsoluteGateCode = static_cast<std::int16_t>(kAbsoluteGateLkfs * kCodesPerLu);
-
-// The powers of the codes are the same for all histograms.
-std::unique_ptr<Cbin> MakeBins() {
-  static const bool isFilled = (Cbin::InitBinCenters(), true);
-  static_cast<void>(isFilled);
-  return std::make_unique<Cbin>();
-}
-
-void Gate(ReadingHistogram& histogram, const Cbin& bins) {
-  const float ungated = bins.GetLoudnessLkfs(kAbsoluteGateLkfs);
-  if (ungated == kNoLoudnessLkfs)
-    return;
-  const float gate = ungated + kRelativeGateLu;
-  if (gate >= kAbsoluteGateLkfs)
-    histogram.relativeGate = gate;
-  histogram.gated = bins.GetLoudnessLkfs(std::max(gate, kAbsoluteGateLkfs));
-}
 
 }  // namespace
 
@@ -58,12 +39,13 @@ ReadingHistogram MomentaryReadings::Histogram() const {
   const auto [lowest, highest] = std::minmax_element(above.begin(), above.end());
   histogram.lowest = *lowest;
   histogram.counts.resize(static_cast<std::size_t>(*highest - *lowest) + 1);
-  const auto bins = MakeBins();
+  louddesk::LoudnessHistogram loudness(kLoudnessGateLu);
   for (const std::int16_t code : above) {
     ++histogram.counts[static_cast<std::size_t>(code - histogram.lowest)];
-    bins->Increment(Cbin::GetBinIndx(static_cast<float>(code) / kCodesPerLu));
+    loudness.Count(Cbin::GetBinIndx(static_cast<float>(code) / kCodesPerLu));
   }
-  Gate(histogram, *bins);
+  histogram.relativeGate = loudness.RelativeGate();
+  histogram.gated = loudness.GatedLoudness();
   return histogram;
 }
 

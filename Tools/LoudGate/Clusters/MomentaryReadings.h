@@ -16,11 +16,11 @@ constexpr std::size_t kMaxReadings = 12000;
 /// Readings counted by their code, and the gates of ITU-R BS.1770 over exactly these.
 struct ReadingHistogram {
   std::size_t readings = 0;
-  std::size_t belowGate = 0;          // below the absolute gate
-  std::optional<float> relativeGate;  // LKFS; nothing where it lies below the absolute one
-  std::optional<float> gated;         // gated loudness, LKFS; nothing when no reading passes
-  int lowest = 0;                     // code of the first count, 0.1 LKFS
-  std::vector<unsigned> counts;       // of each code from the lowest up, above the absolute gate
+  std::size_t belowGate = 0;           // below the absolute gate
+  std::optional<double> relativeGate;  // LKFS; nothing where it lies below the absolute one
+  std::optional<double> gated;         // gated loudness, LKFS; nothing when no reading passes
+  int lowest = 0;                      // code of the first count, 0.1 LKFS
+  std::vector<unsigned> counts;        // of each code from the lowest up, above the absolute gate
 };
 
 class MomentaryReadings {
