@@ -199,7 +199,7 @@ void AddRecord(std::vector<MetricFamily>& families, const RecordCounts& counts) 
   families.push_back(Single("loudgate_record_bytes", "Size of the record.", MetricType::Gauge,
                             static_cast<double>(counts.bytes)));
   families.push_back(Single("loudgate_record_working",
-                            "Whether the record could be written last: 1, else 0.",
+                            "Whether the record could be written last, within a minute: 1, else 0.",
                             MetricType::Gauge, counts.isWorking ? 1 : 0));
   families.push_back(Single("loudgate_record_failures_total",
                             "Attempts to write the record that failed.", MetricType::Counter,

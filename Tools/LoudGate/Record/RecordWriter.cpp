@@ -104,7 +104,10 @@ std::vector<std::string> RecordWriter::TakeLines() {
 
 RecordCounts RecordWriter::Counts() const {
   const std::lock_guard lock(mMutex);
-  return mCounts;
+  RecordCounts counts = mCounts;
+  const bool hangs = mWritesSince && Clock::now() - *mWritesSince > mSettings.longestWrite;
+  counts.isWorking = counts.isWorking && !hangs;
+  return counts;
 }
 
 void RecordWriter::Tell(const std::string& line) {
@@ -115,8 +118,8 @@ void RecordWriter::Tell(const std::string& line) {
 void RecordWriter::Run() {
   pthread_setname_np(pthread_self(), "record");
   while (Await())
-    Write();
-  Write();
+    WriteTimed();
+  WriteTimed();
   mRecord.reset();
 }
 
@@ -126,6 +129,17 @@ bool RecordWriter::Await() {
   mChange.wait(lock, [this] { return mIsWoken || mIsEnding; });
   mIsWoken = false;
   return !mIsEnding;
+}
+
+// A disk that fails may let nobody know.
+void RecordWriter::WriteTimed() {
+  const auto take = [this](std::optional<Clock::time_point> since) {
+    const std::lock_guard lock(mMutex);
+    mWritesSince = since;
+  };
+  take(Clock::now());
+  Write();
+  take(std::nullopt);
 }
 
 // A damaged file is set aside once; what cannot be written into a new one either waits.

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -22,6 +23,7 @@ struct RecordSettings {
   std::string file;
   std::int64_t days = 90;
   std::uint64_t mostBytes = std::uint64_t{2} << 30;  // with SQLite's log, without files set aside
+  std::chrono::milliseconds longestWrite{60000};     // one that takes longer hangs
 };
 
 /// The state of the record.
@@ -29,7 +31,7 @@ struct RecordCounts {
   std::uint64_t bytes = 0;        // of the file and SQLite's log
   std::uint64_t failures = 0;     // attempts to write that failed
   std::uint64_t lostSeconds = 0;  // that will not be recorded, of all clusters
-  bool isWorking = false;         // the last attempt went well
+  bool isWorking = false;         // the last attempt went well, and none hangs
 };
 
 class RecordWriter {
@@ -57,6 +59,7 @@ class RecordWriter {
  private:
   void Run();
   bool Await();
+  void WriteTimed();
   void Write();
   void Open();
   void LeaveTakenFile();
@@ -88,6 +91,7 @@ class RecordWriter {
   bool mIsWoken = true;
   std::vector<std::string> mLines;
   RecordCounts mCounts;
+  std::optional<std::chrono::steady_clock::time_point> mWritesSince;
 
   std::thread mThread;  // the last one: it uses the others
 };

@@ -341,7 +341,8 @@ TEST_F(RecordWriterTest, WhatWaitsForTheDiskIsBoundedWhateverItIs) {
 }
 
 TEST_F(RecordWriterTest, WhatWaitsIsBoundedWhileTheWriterHangs) {
-  Start();
+  mWriter = std::make_unique<RecordWriter>(
+      loudgate::RecordSettings{mFile, 90, 1 << 30, std::chrono::milliseconds(100)});
   Await([](const RecordCounts& counts) { return counts.isWorking; });
   louddesk::SqliteFile other(mFile, louddesk::SqliteMode::kReadWrite);
   other.Execute("BEGIN IMMEDIATE");
@@ -349,7 +350,9 @@ TEST_F(RecordWriterTest, WhatWaitsIsBoundedWhileTheWriterHangs) {
   for (std::int64_t i = 0; i < 5; ++i)
     mWriter->Put(BatchOf(mNow + kDay * i, 3 * 3600));
   EXPECT_LE(3u * 3600u, mWriter->Counts().lostSeconds);
+  Await([](const RecordCounts& counts) { return !counts.isWorking && counts.failures == 0; });
   other.Execute("COMMIT");
+  Await([](const RecordCounts& counts) { return counts.isWorking; });
   End();
 }
 
