@@ -1,11 +1,13 @@
-// Which requests the gate answers, and the orders in their bodies. An input is a Host header, an
-// Origin header and an address to listen at, each ended by a zero, and a body.
+// Which requests the gate answers, the orders in their bodies and the periods in their queries. An
+// input is a Host header, an Origin header and an address to listen at, each ended by a zero, and a
+// text that is taken as a body and as each of the parameters of a period.
 
 #include <string>
 
 #include "ControlOrder.h"
 #include "FuzzTarget.h"
 #include "ListenAddress.h"
+#include "LogRequest.h"
 #include "RequestGuard.h"
 
 namespace {
@@ -20,6 +22,21 @@ bool IsNoNameOfOthers(const std::string& host) {
   return lower.rfind("localhost", 0) == 0 ? HasOnly(lower.substr(9), ":0123456789")
          : lower.rfind('[', 0) == 0       ? HasOnly(lower, "[]:.0123456789abcdef")
                                           : HasOnly(lower, ":.0123456789");
+}
+
+void ReadAsParameter(const char* name, const std::string& value) {
+  constexpr std::int64_t kNow = 1718011999;
+  loudgate::HttpRequest request;
+  request.query = {{name, value}};
+  request.query.emplace("last", "1h");
+  try {
+    const loudgate::LogRequest read = loudgate::ReadLogRequest(request, kNow);
+    FUZZ_PROPERTY(read.period.last.value_or(1) > 0, "a period has a length");
+    FUZZ_PROPERTY(!read.cluster || louddesk::NameOf(*read.cluster) == value,
+                  "a cluster is named in one way");
+  } catch (const loudgate::BadLogRequest&) {
+    return;
+  }
 }
 
 }  // namespace
@@ -48,4 +65,6 @@ void fuzz::TestOneInput(Input input) {
     FUZZ_PROPERTY(std::string(body.c_str()).find('{') != std::string::npos &&
                       loudgate::ControlOrderNames().find(order->name) != std::string::npos,
                   "an order is one of those that are listed, in an object");
+  for (const char* name : {"cluster", "from", "to", "last", "format", "profile"})
+    ReadAsParameter(name, body.c_str());
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -83,7 +84,11 @@ void ReadAll(const std::string& path, const StationPeriod& period) {
   try {
     StationReader reader(path);
     reader.Clusters();
-    reader.Extent();
+    const auto extent = reader.Extent();
+    FUZZ_PROPERTY(!extent || (extent->from >= 0 && extent->from < extent->to),
+                  "a record begins in 1970 at the earliest and has a length");
+    FUZZ_PROPERTY(!extent || extent->to <= std::numeric_limits<std::int64_t>::max() / 1000,
+                  "the end of a record can be told in ms");
     std::optional<std::int64_t> last;
     for (const RecordedSecond& second : reader.Seconds(kCluster, period)) {
       CheckSecond(second);
