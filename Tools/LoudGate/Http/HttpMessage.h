@@ -47,6 +47,7 @@ struct HttpRequest {
   std::map<std::string, std::string> query;    // decoded
   std::map<std::string, std::string> headers;  // names in lower case
   std::string body;
+  bool isAmbiguous = false;  // a parameter of the query is there twice
 
   /// Empty texts where there is none.
   std::string Query(const std::string& name) const { return Of(query, name); }

@@ -46,6 +46,10 @@ constexpr char kStreamType[] = "text/event-stream";
 // How soon a browser connects again, ms.
 constexpr char kStreamStart[] = "retry: 1000\n\n";
 
+// The library does not say what is wrong with them.
+constexpr char kPairText[] =
+    " The certificate and the key have to be a pair in PEM, the key without a password.";
+
 constexpr int kBacklog = 64;
 
 // What the kernel keeps for a client that does not read: little, so that it is noticed soon.
@@ -97,15 +101,20 @@ struct ResponseDestroyer {
 };
 using Response = std::unique_ptr<MHD_Response, ResponseDestroyer>;
 
+// Headers of one name are one list, RFC 9110, 5.3: of two hosts none counts.
 MHD_Result TakeHeader(void* map, MHD_ValueKind, const char* name, const char* value) {
   auto& headers = *static_cast<std::map<std::string, std::string>*>(map);
-  headers.emplace(LowerCase(name), value == nullptr ? "" : value);
+  const std::string text = value == nullptr ? "" : value;
+  const auto [header, isNew] = headers.emplace(LowerCase(name), text);
+  if (!isNew)
+    header->second += ", " + text;
   return MHD_YES;
 }
 
-MHD_Result TakeArgument(void* map, MHD_ValueKind, const char* name, const char* value) {
-  auto& query = *static_cast<std::map<std::string, std::string>*>(map);
-  query.emplace(name, value == nullptr ? "" : value);
+MHD_Result TakeArgument(void* place, MHD_ValueKind, const char* name, const char* value) {
+  auto& request = *static_cast<HttpRequest*>(place);
+  const bool isNew = request.query.emplace(name, value == nullptr ? "" : value).second;
+  request.isAmbiguous = request.isAmbiguous || !isNew;
   return MHD_YES;
 }
 
@@ -221,7 +230,8 @@ class HttpServer::Daemon {
     if (mDaemon != nullptr)
       return;
     close(descriptor);
-    throw HttpError(mUrl + ": " + (mLastLog.empty() ? "HTTP cannot be served" : mLastLog));
+    throw HttpError(mUrl + ": " + (mLastLog.empty() ? "HTTP cannot be served" : mLastLog) +
+                    (isTls ? kPairText : ""));
   }
 
   int Descriptor() const {
@@ -343,13 +353,15 @@ class HttpServer::Daemon {
     request.method = method;
     request.path = url;
     MHD_get_connection_values(connection, MHD_HEADER_KIND, TakeHeader, &request.headers);
-    MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, TakeArgument, &request.query);
+    MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, TakeArgument, &request);
   }
 
   // Answers at once what must not be read any further.
   MHD_Result Begin(MHD_Connection* connection, const Exchange& exchange) {
     if (const auto refusal = mGuard.Refusal(exchange.request))
       return Answer(connection, *refusal);
+    if (exchange.request.isAmbiguous)
+      return Answer(connection, HttpAnswer::Plain(kBadRequest, "A parameter is there twice."));
     const std::string length = exchange.request.Header("content-length");
     if (!length.empty() && std::strtoull(length.c_str(), nullptr, 10) > mLimits.bodyBytes)
       return Answer(connection, TooLarge());

@@ -3,6 +3,7 @@
 #include "Gate.h"
 
 #include <sys/signalfd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -69,6 +70,13 @@ std::string ContentsOf(const std::string& file) {
   return contents;
 }
 
+// Whoever can read the key can take the place of this gate.
+void NoteOpenKey(const std::string& key, louddesk::Complaints& complaints) {
+  struct stat status {};
+  if (stat(key.c_str(), &status) == 0 && (status.st_mode & S_IRWXO) != 0)
+    complaints.Note(key + ": others can read this private key; chmod 600 keeps them out");
+}
+
 HttpSettings SettingsFor(const GateOptions& options) {
   HttpSettings settings;
   settings.address = options.listen;
@@ -97,6 +105,7 @@ class Gate {
                [&complaints](const std::string& text) { complaints.Note(text); }),
         mApi(mBoard, mRoutes),
         mServer(mLoop, SettingsFor(options), mRoutes) {
+    NoteOpenKey(options.key, complaints);
     AddPages(mRoutes);
     AddMetrics(mRoutes, mBoard, [this] { return OwnCounts(); });
     if (options.token.empty())

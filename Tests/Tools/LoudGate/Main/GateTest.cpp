@@ -1,5 +1,7 @@
 // The shipped gate: start, end, and what it refuses, asked by a real client.
 
+#include <unistd.h>
+
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -7,6 +9,36 @@
 #include "GateProcess.h"
 
 namespace {
+
+// A key and a certificate of this machine, gone with the object.
+class TlsFiles {
+ public:
+  TlsFiles() : mPlace(std::filesystem::temp_directory_path() / ("loudgate-tls-" + Number())) {
+    ServiceProcess maker(OPENSSL_BINARY,
+                         {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256",
+                          "-nodes", "-subj", "/CN=station.example", "-addext",
+                          "subjectAltName=IP:127.0.0.1", "-out", Certificate(), "-keyout", Key()});
+    const auto report = maker.WaitForExit(kPatience);
+    EXPECT_TRUE(report && report->status == 0) << maker.StandardError();
+  }
+  ~TlsFiles() {
+    std::filesystem::remove(Certificate());
+    std::filesystem::remove(Key());
+  }
+  TlsFiles(const TlsFiles&) = delete;
+  TlsFiles& operator=(const TlsFiles&) = delete;
+
+  std::string Certificate() const { return mPlace + ".pem"; }
+  std::string Key() const { return mPlace + "-key.pem"; }
+
+ private:
+  static std::string Number() {
+    static int number = 0;
+    return std::to_string(getpid()) + "-" + std::to_string(++number);
+  }
+
+  const std::string mPlace;
+};
 
 TEST_F(GateTest, EverySignalOfAnEndEndsItInOrder) {
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
@@ -48,12 +80,16 @@ TEST_F(GateTest, RefusesOtherHostsOriginsAndMethods) {
   EXPECT_EQ(200, Get("/api/clusters", {"-H", "Origin: http://" + host}).status);
   EXPECT_EQ(403, Get("/api/clusters", {"-H", "Origin: http://other.example"}).status);
   EXPECT_EQ(403, Get("/api/stream", {"-H", "Origin: null"}).status);
+  EXPECT_EQ(403, Get("/api/clusters",
+                     {"-H", "Origin: http://" + host, "-H", "Origin: http://other.example"})
+                     .status);
   for (const char* method : {"POST", "PUT", "DELETE", "OPTIONS", "TRACE", "PATCH"}) {
     const HttpReply reply = Get("/api/clusters", {"-X", method});
     EXPECT_EQ(405, reply.status) << method;
     EXPECT_EQ("GET, HEAD", reply.Header("Allow"));
   }
   EXPECT_EQ(404, Get("/api").status);
+  EXPECT_EQ(400, Get("/api/stream?cluster=1-1&cluster=1-2").status);
 }
 
 TEST_F(GateTest, AnswersWithAStrictContentPolicy) {
@@ -85,21 +121,40 @@ TEST_F(GateTest, APlaceThatIsTakenIsAComplaint) {
 }
 
 TEST_F(GateTest, ServesOverTlsOnlyWithACertificate) {
-  const std::string place = std::filesystem::temp_directory_path() / "loudgate-test-tls";
-  const std::string certificate = place + ".pem";
-  const std::string key = place + "-key.pem";
-  ServiceProcess maker(OPENSSL_BINARY,
-                       {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256",
-                        "-nodes", "-subj", "/CN=station.example", "-addext",
-                        "subjectAltName=IP:127.0.0.1", "-out", certificate, "-keyout", key});
-  const auto report = maker.WaitForExit(kPatience);
-  ASSERT_TRUE(report && report->status == 0) << maker.StandardError();
-  ASSERT_NO_FATAL_FAILURE(StartGate({"--certificate", certificate, "--key", key}));
+  const TlsFiles files;
+  ASSERT_NO_FATAL_FAILURE(StartGate({"--certificate", files.Certificate(), "--key", files.Key()}));
   EXPECT_EQ("https://", Url().substr(0, 8));
-  EXPECT_EQ(200, Get("/api/clusters", {"--cacert", certificate}).status);
+  EXPECT_EQ(200, Get("/api/clusters", {"--cacert", files.Certificate()}).status);
   EXPECT_EQ(0, Get("/api/clusters").status);  // a client that does not know the certificate
-  const auto reader = Follow("/api/stream", {"--cacert", certificate});
+  const auto reader = Follow("/api/stream", {"--cacert", files.Certificate()});
   EXPECT_TRUE(reader->WaitForLine("data: {", kPatience));
+}
+
+TEST_F(GateTest, APrivateKeyThatOthersCanReadIsTold) {
+  const TlsFiles files;
+  std::filesystem::permissions(files.Key(), std::filesystem::perms::others_read,
+                               std::filesystem::perm_options::add);
+  ASSERT_NO_FATAL_FAILURE(StartGate({"--certificate", files.Certificate(), "--key", files.Key()}));
+  mGate->Signal(SIGTERM);
+  const auto report = mGate->WaitForExit(kPatience);
+  ASSERT_TRUE(report);
+  EXPECT_EQ(0, report->status);
+  EXPECT_EQ(
+      "LoudGate: " + files.Key() + ": others can read this private key; chmod 600 keeps them out\n",
+      mGate->StandardError());
+}
+
+TEST_F(GateTest, AKeyOfAnotherCertificateIsAComplaint) {
+  const TlsFiles files;
+  const TlsFiles others;
+  ServiceProcess gate(LOUDGATE_BINARY, {"--listen", "127.0.0.1:0", "--no-record", "--certificate",
+                                        files.Certificate(), "--key", others.Key()});
+  const auto report = gate.WaitForExit(kPatience);
+  ASSERT_TRUE(report);
+  EXPECT_EQ(1, report->status);
+  EXPECT_THAT(gate.StandardError(),
+              testing::EndsWith("/: Failed to initialize TLS support. The certificate and the key "
+                                "have to be a pair in PEM, the key without a password.\n"));
 }
 
 TEST_F(GateTest, ACertificateThatCannotBeReadIsAComplaint) {
