@@ -19,8 +19,7 @@
 
 namespace {
 
-// A pipe takes a piece of up to this size either completely or not at all, and one that is ready
-// for writing takes it.
+// A write of up to this size to a pipe is atomic. A pipe that is ready for writing has room for it.
 constexpr std::size_t kPieceSize = PIPE_BUF;
 
 // A terminal that is ready has room for a piece of this size. It may replace a control character by
@@ -35,7 +34,7 @@ std::size_t TerminalPiece(const char* text, std::size_t size) {
   return control == text ? 1 : static_cast<std::size_t>(control - text);
 }
 
-// Held from the poll to the write, because both streams may lead to the same place.
+// Locked from the poll to the write, because both streams may lead to the same pipe or terminal.
 std::mutex gRoom;
 
 // Writes a piece only if the descriptor has room for it now. If another process takes the room

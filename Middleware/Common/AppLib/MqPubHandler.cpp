@@ -1,4 +1,4 @@
-// Publisher sockets. Stateless but for the two numbers; the deriving class owns the sockets.
+// Publisher sockets. The only state is the two numbers; the derived class owns the sockets.
 
 #include "MqPubHandler.h"
 

@@ -25,7 +25,7 @@ std::string TopicOf(const TopicRow_t& row) {
   return {row, strnlen(row, sizeof row)};
 }
 
-// What a reader returns to the loop.
+// The result that a reader returns to the loop: -1 ends the loop.
 int LoopResult(int handlerResult) {
   return zsys_interrupted != 0 || handlerResult == -1 ? -1 : 0;
 }
@@ -33,17 +33,17 @@ int LoopResult(int handlerResult) {
 // Delay of work that is postponed to the end of a round of the loop. The loop does not accept 0.
 constexpr std::size_t kTicketDelayMs = 1;
 
-// The most frames of a message that are kept; a raw block has four.
+// Maximum number of frames kept of a message. A raw block has four.
 constexpr std::size_t kMostFrames = 64;
 
-// The most excess frames that are dropped at a time, about as much work as one message.
+// Maximum number of excess frames dropped at a time, about as much work as one message.
 constexpr std::size_t kMostFramesDropped = 1000;
 
 // The longest topic that is handled, far longer than any subscription. Subscriptions are prefixes,
 // so a peer can send longer topics.
 constexpr std::size_t kLongestTopic = 4096;
 
-// The next frame; null if there is none yet. A receive that a signal interrupts is repeated.
+// Receives the next frame; null if there is none yet. Repeats a receive that a signal interrupts.
 zframe_t* ReceiveFrame(zsock_t* socket) {
   zframe_t* frame = nullptr;
   do {
@@ -52,7 +52,7 @@ zframe_t* ReceiveFrame(zsock_t* socket) {
   return frame;
 }
 
-// The message that woke the loop, up to `kMostFrames` frames of it. The library hands over a
+// Receives the message that woke the loop, up to `kMostFrames` frames of it. The library delivers a
 // message only when all its frames have arrived.
 zmsg_t* ReceiveMessage(zsock_t* socket) {
   zmsg_t* pMessage = nullptr;
@@ -93,7 +93,7 @@ bool MqReactor::Guarded(Operation operation) {
   });
 }
 
-// A topic is copied, compared and logged, which must stay cheap.
+// Topics are copied, compared and logged, which must stay cheap.
 bool MqReactor::IsTopicTooLong(zmsg_t* message) {
   zframe_t* topic = zmsg_first(message);
   const std::size_t size = topic != nullptr ? zframe_size(topic) : 0;
@@ -304,7 +304,7 @@ void MqReactor::TendAfterReading(bool binary) {
     (binary ? mBinLinks : mLinks).TendBetweenMessages(ReportRenewal);
 }
 
-// There is never anything to read. Asking is enough to make the library handle the clients.
+// A PUB socket has nothing to read. Asking for its events makes the library handle the clients.
 void MqReactor::WatchClients(zsock_t* publisher) {
   LOUDCALC_ASSERT(IsValidReactor() && publisher != nullptr,
                   "IsValidReactor() && publisher != nullptr");

@@ -30,7 +30,7 @@ constexpr std::size_t kIpBytes = 4;
 constexpr std::size_t kMacBytes = 6;
 constexpr unsigned kMaskBits = 32;
 
-// Prints the rule that is broken, if wanted. Returns false, as the validation does.
+// Prints the rule that is broken if `print` is set. Returns false, the result of the validation.
 __attribute__((format(printf, 2, 3))) bool Refuse(bool print, const char* format, ...) {
   if (!print)
     return false;
@@ -42,7 +42,7 @@ __attribute__((format(printf, 2, 3))) bool Refuse(bool print, const char* format
   return false;
 }
 
-// Asks the kernel about an interface. `request` takes the answer.
+// Queries the kernel about an interface. The answer is in `request`.
 bool QueryInterface(unsigned long question, const char* interfaceName, ifreq& request) {
   request = {};
   if (interfaceName == nullptr)

@@ -12,7 +12,7 @@
 #include "Logger.h"
 #include "MqPushLink.h"
 
-/// Endpoint at which the process monitor takes heartbeats and requests: TCP port, IPC file name.
+/// Endpoint at which the process monitor receives heartbeats and requests: TCP port, IPC file name.
 constexpr unsigned kMonitorInletPort = 10000;
 constexpr char kMonitorInletIpcName[] = "hbMonPullMq.ipc";
 
@@ -39,8 +39,8 @@ constexpr int kAppCommandSwUpgrade = 100;
 /// Size of the heartbeat text's buffer in bytes.
 constexpr std::size_t kProcessBeatSize = 512;
 
-/// Sends never wait. While the monitor is away about a thousand messages are kept for it; what
-/// comes after that is refused as a whole until it takes them.
+/// Sends never wait. While the monitor is absent, about a thousand messages are queued for it. Any
+/// further message is refused as a whole.
 class cHeartBeater {
  public:
   /// The client, made on first use, without socket and heartbeat text, and freed by an exit
@@ -51,8 +51,8 @@ class cHeartBeater {
   static void DeleteInstance();
 
   /// Makes the heartbeat text {"HbKey":KEY,"Version":VERSION,"State":STATUS}. A missing version is
-  /// written as "Unknown", with a warning. A text of more than 510 characters is cut there and sent
-  /// anyway. False without a key; the previous text then stays but is not sent.
+  /// written as "Unknown", with a warning. A text of more than 510 characters is truncated to 510
+  /// and sent anyway. False without a key; the previous text is then kept but not sent.
   bool SetHeartBeatJson(const char* cpHbKey, const char* cpVersion, ProcessStatus_e status);
 
   /// Connect to the monitor, which need not be there yet: over TCP at an IPv4 address text, or at
@@ -61,8 +61,8 @@ class cHeartBeater {
   bool ConnectMqOverTcp(const char* ipStr_in);
   bool ConnectMqOverIpc();
 
-  /// Sends the heartbeat, two frames. False without a socket or a valid text, silently, or when the
-  /// socket refuses it.
+  /// Sends the heartbeat in two frames: topic and text. False without a socket or a valid text,
+  /// which logs nothing, or when the socket refuses the message.
   bool SendBeat();
 
   /// Asks the monitor to publish the system status again. Does nothing without a socket or a valid
@@ -77,8 +77,9 @@ class cHeartBeater {
   /// else.
   static int ParseAppCommand(const char* cpEncMessage_in);
 
-  /// Renews the connection when the library has given it up, which it does when the peer breaks the
-  /// protocol; logged at Warn, once until it works again. Call it several times a second.
+  /// Renews the connection if the library has abandoned it, which happens when the peer breaks the
+  /// protocol. Logs that at Warn, once until the connection works again. Call it several times a
+  /// second.
   void TendLink();
 
   /// Destroys the socket, if there is one. The heartbeat text stays.
@@ -90,7 +91,7 @@ class cHeartBeater {
   char ProcessBeat[kProcessBeatSize] = {};  // heartbeat JSON, zero-terminated
 
   static cHeartBeater* mpHeartBeater;  // the instance; null: none
-  static Logger* mpLogger;             // where the lines go; null: silent
+  static Logger* mpLogger;             // receives the log lines; null: silent
   static int mLogLevel;                // lowest level that is logged, MsgLevel_e
 
  private:

@@ -18,7 +18,7 @@ class MqPubHandler {
   /// then owns. Null when binding fails, the name or address is null or the port is 0. A socket
   /// made here is then destroyed; one passed in does not change.
   ///
-  /// Over IPC the file of another socket is replaced without a message.
+  /// Over IPC, the file of another socket is replaced silently.
   MqSock_t* BindMqOverIpc(const char* cpIpc_in, MqSock_t* socket);
   MqSock_t* BindMqOverTcp(const char* cpIp_in, std::uint32_t port, MqSock_t* socket);
 
@@ -32,8 +32,8 @@ class MqPubHandler {
   /// null or the socket refuses a frame. An empty topic is allowed.
   bool SendJson(MqSock_t* socket, const char* topic, const char* json);
 
-  /// Publishes two frames: topic, and `value` as 4 bytes in the host's byte order. False as
-  /// SendJson.
+  /// Publishes two frames: topic, and `value` as 4 bytes in the host's byte order. False in the
+  /// same cases as SendJson.
   bool SendUint32(MqSock_t* socket, const char* topic, std::uint32_t value);
 
   /// A new socket of a ZeroMQ type such as ZMQ_PUB, owned by the caller.

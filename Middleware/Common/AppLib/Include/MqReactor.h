@@ -16,14 +16,14 @@
 #include "MqSupport.h"
 #include "MqTimer.h"
 
-/// Size of a row of a topic list. A topic has at most one character less.
+/// Size of a row of a topic list, with room for the terminator.
 constexpr std::size_t kMqTopicSize = 128;
 
 /// A topic list: rows of 128 characters, each a zero-terminated topic prefix. A row without a
 /// terminator counts as a topic of 128 characters.
 using mqTopics_t = const char (*)[kMqTopicSize];
 
-/// Which sockets of the reactor are meant; used as bits.
+/// Sockets of the reactor, as bits.
 enum MqDataType_e : std::int32_t {
   MQ_DATA_TYPE_STRING = 1,             // the text socket
   MQ_DATA_TYPE_BINARY = 2,             // the binary socket
@@ -48,8 +48,8 @@ using pReactorTimerCallback = MqTimer::Handler_t;
 /// logged at Critical and make it return false.
 class MqReactor {
  public:
-  /// Makes the loop and both sockets. When one of them cannot be made nothing is kept and the
-  /// reactor is invalid for good; see IsValidReactor.
+  /// Makes the loop and both sockets. If one of them cannot be made, the others are destroyed and
+  /// the reactor stays invalid; see IsValidReactor.
   MqReactor();
 
   /// Destroys the text socket, the binary socket and the loop, in that order.
@@ -98,16 +98,16 @@ class MqReactor {
 
   /// Adds a timer that fires every `delay` milliseconds, `times` times, or without end if `times`
   /// is 0. Returns its id, -1 for an invalid reactor. If the loop refuses the timer, the process
-  /// stops. When the loop is late, a timer without end makes only the latest tick that is due and
-  /// skips those before it.
+  /// stops. When the loop is late, an endless timer fires only for the latest tick that is due and
+  /// skips the earlier ones.
   std::int32_t AddTimer(pReactorTimerCallback handler, void* argument, std::size_t delay,
                         std::size_t times);
 
-  /// Ends a timer, which does not fire again even if it is due. May be called at any time, also by
-  /// the timer's own handler. Does nothing if it has already ended.
+  /// Ends a timer. It does not fire again, even if it is due. May be called at any time, also by
+  /// the timer's own handler. Does nothing if the timer has already ended.
   void EndTimer(std::int32_t timerId);
 
-  /// Number of timers that the loop takes once it has been started.
+  /// Sets the number of timers that the loop accepts once it has been started.
   void SetMaxTimers(std::uint32_t maxTimers) { mlMaxTimers = maxTimers; }
 
   /// Registers the readers that `type` names, which must be at least one, and runs the loop until a
@@ -115,9 +115,9 @@ class MqReactor {
   /// not end it. False at once for an invalid reactor, else true.
   bool StartLoop(MqDataType_e type);
 
-  /// Renews the connections that the library has given up, which it does when a peer breaks the
-  /// protocol; each is logged at Warn, once until it works again. What a peer said before is read
-  /// first, for a few seconds at most. Call it several times a second.
+  /// Renews the connections that the library has abandoned, which happens when a peer breaks the
+  /// protocol. Logs each at Warn, once until it works again. Messages that the peer sent before are
+  /// read first, for a few seconds at most. Call it several times a second.
   void TendLinks();
 
   /// Makes the loop handle clients of `publisher`, a bound PUB socket, when they connect, subscribe
@@ -126,8 +126,8 @@ class MqReactor {
   /// stops. REQUIRES: a valid reactor and a socket that is not watched.
   void WatchClients(zsock_t* publisher);
 
-  /// Ends that; call it before the publisher is destroyed. Does nothing without a socket or a
-  /// watch.
+  /// Stops watching `publisher`; call it before the publisher is destroyed. Does nothing if it is
+  /// null or not watched.
   void UnwatchClients(zsock_t* publisher);
 
   /// Destroys the text socket and the binary socket, if they exist. The reactor is invalid
@@ -160,7 +160,7 @@ class MqReactor {
   pReactorReaderCallbackForBinaryData mpReactorReaderCallbackForBinaryData =
       nullptr;  // handler of binary messages; null: none
 
-  static Logger* mpLogger;      // where the lines go, set by the deriving class; null: silent
+  static Logger* mpLogger;      // receives the log lines, set by the derived class; null: silent
   static LogLevel_e mLogLevel;  // lowest level that is logged
 
  private:
@@ -188,7 +188,7 @@ class MqReactor {
 
   MqLinkWatch mLinks;                       // of `mpSock`
   MqLinkWatch mBinLinks;                    // of `mpSockBin`
-  std::map<std::int32_t, MqTimer> mTimers;  // those that will tick, by their ids
-  std::vector<std::int32_t> mEndedTimers;   // ended by handlers, but not yet taken out of the loop
+  std::map<std::int32_t, MqTimer> mTimers;  // active timers by id
+  std::vector<std::int32_t> mEndedTimers;   // ids of ended timers that are still in the loop
   bool mIsLooping = false;                  // the loop runs
 };

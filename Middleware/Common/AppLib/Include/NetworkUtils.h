@@ -36,10 +36,10 @@ void GetMaskFromNumBits(char* out, std::uint8_t bits);
 /// Writes 4 bytes, the first one leftmost, as an address to `out`, 16 characters.
 void CreateIpStringFromBytes(char* out, const std::uint8_t* bytes);
 
-/// Looks up the IPv4 address of an interface, of whose name the first 15 characters count. Returns
-/// 0 with the address in `out`, all of whose 16 characters are written; 1 with a line on standard
-/// output and `out` untouched when there is no such interface or it has no address. REQUIRES:
-/// `out`.
+/// Looks up the IPv4 address of an interface; only the first 15 characters of the name count.
+/// Returns 0 with the address in `out`, all of whose 16 characters are written; 1 with a line on
+/// standard output and `out` untouched when there is no such interface or it has no address.
+/// REQUIRES: `out`.
 int GetInterfaceAddressFromIoctl(const char* interfaceName, char* out);
 
 /// Looks up the hardware address of an interface. Returns 0 with it in `out`, 6 bytes; 1 with a

@@ -11,7 +11,7 @@ namespace json {
 
 namespace {
 
-// Passes what the reader finds to the document under construction, and stops the reader as soon as
+// Passes the reader's events to the document under construction, and stops the reader as soon as
 // the document exceeds a limit of depth or size.
 class BoundedDocument {
  public:

@@ -11,7 +11,7 @@
 
 namespace {
 
-// Enough to distinguish a link that ZeroMQ renews from one that it has abandoned: it reports the
+// These events distinguish a link that ZeroMQ renews from one that it has abandoned: it reports the
 // next attempt only for the former.
 constexpr int kWatchedEvents =
     ZMQ_EVENT_CONNECTED | ZMQ_EVENT_CONNECT_RETRIED | ZMQ_EVENT_DISCONNECTED |
@@ -43,7 +43,7 @@ std::string NewMonitorEndpoint() {
   return "inproc://links-" + std::to_string(++watches);
 }
 
-// The next frame; false when there is none yet.
+// Receives the next frame; false when there is none yet.
 bool TakeFrame(void* socket, std::string& bytes) {
   zmq_msg_t frame;
   zmq_msg_init(&frame);
@@ -157,7 +157,7 @@ bool MqLinkWatch::IsAnyLostFor(std::int64_t milliseconds) const {
   });
 }
 
-// Whether neither a message nor the rest of one waits on the socket.
+// Whether the socket has nothing to read, not even the rest of a message.
 bool MqLinkWatch::IsIdle() const {
   int events = 0;
   return MqAskEvents(mpSocket, events) && (events & ZMQ_POLLIN) == 0;
@@ -167,18 +167,18 @@ zmq_pollitem_t MqLinkWatch::PollItem() const {
   return MqSignalItem(mpEvents);
 }
 
-// The options of the socket are those of its last connection, which may have been of another kind.
-// Its queue lengths must be left alone: libzmq passes a change on to every connection, even to one
+// The socket has the options of its last connection, which may have used another transport. Its
+// queue lengths must not be set again: libzmq passes a change on to every connection, even to one
 // that it is about to free, and crashes.
 bool MqLinkWatch::ConnectAgain(const std::string& endpoint) {
   PrepareForTransport(mpSocket, endpoint.compare(0, sizeof kTcpPrefix - 1, kTcpPrefix) == 0);
   return MqConnect(mpSocket, endpoint.c_str()) == 0;
 }
 
-// All lost links are disconnected before the first is connected again, even those that were lost a
-// moment ago. Of a link that it has given up, the library keeps the address of the freed connection
-// until it is told to disconnect, and then ends whatever lives at that address. That might be a new
-// connection of another link, and no event would say so.
+// Disconnects all lost links before it connects the first one again, even links that were lost a
+// moment ago. For an abandoned link the library keeps the memory address of the freed connection
+// until it is told to disconnect, and then ends the connection that is at that address. That could
+// be a new connection of another link, and no event would report it.
 void MqLinkWatch::RenewLost() {
   std::vector<std::string> lost;
   for (const auto& [endpoint, link] : mLinks)
@@ -188,7 +188,7 @@ void MqLinkWatch::RenewLost() {
     MqUninterrupted([&] { return zsock_disconnect(mpSocket, "%s", endpoint.c_str()); });
   for (const std::string& endpoint : lost) {
     if (!ConnectAgain(endpoint))
-      continue;  // still lost, and tried again
+      continue;  // still lost; tried again next time
     Link& link = mLinks[endpoint];
     link.lostSince = kNever;
     link.isReportDue = !std::exchange(link.isReported, true);

@@ -17,7 +17,7 @@ namespace {
 
 MqAdmitted gAdmitted;
 
-// Adds users or groups that may connect. With the first of them all others are shut out.
+// Adds users or groups that may connect. As soon as one is added, all others are rejected.
 template <typename Id>
 bool Admit(zsock_t* socket, int option, const std::vector<Id>& ids) {
   return std::all_of(ids.begin(), ids.end(), [&](Id id) {

@@ -21,7 +21,7 @@ namespace {
 constexpr char kUnitName[] = "Logger";
 
 constexpr char kNotifyColour[] = "\033[0;33m";
-constexpr char kLineEnd[] = "\n\033[0m";  // resets the colour for what follows
+constexpr char kLineEnd[] = "\n\033[0m";  // resets the colour after the line
 
 // How the five levelled calls differ.
 struct Severity {
@@ -49,7 +49,7 @@ constexpr LevelName kLevelNames[] = {
 
 Logger* gpInstance = nullptr;  // the logger, written by GetInstance and DeleteInstance
 
-// Of one of the five levels above.
+// The row of a level. REQUIRES: `level` is one of the five above.
 const Severity& SeverityOf(MsgLevel_e level) {
   const Severity* severity = kSeverities;
   while (severity->level != level)
@@ -82,14 +82,14 @@ int CountOf(const std::string& message) {
   return static_cast<int>(message.size());
 }
 
-// In one write, so that the lines of processes on the same console do not mix, and flushed, because
-// a service's output goes to a pipe.
+// Writes in one piece, so that the lines of processes on the same console do not mix, and flushes,
+// because a service's output goes to a pipe.
 bool Write(FILE* stream, const std::string& text) {
   return std::fwrite(text.data(), 1, text.size(), stream) == text.size() &&
          std::fflush(stream) == 0;
 }
 
-// Directly on the stream: the exception may mean that there is no memory for a line.
+// Prints directly to the stream: the exception may mean that there is no memory for a line.
 void ReportException(const char* title, const char* description) {
   std::fprintf(stderr, "%s|%u| \"%s %s\"\n", kUnitName, static_cast<unsigned>(__LINE__), title,
                description);

@@ -17,7 +17,7 @@ constexpr TextEntry<AudioChannelsClusterType_e> kClusterTexts[] = {
     {"5.1", ACCT_5_1},   {"7.1Surround", ACCT_7_1}, {"Custom", ACCT_CUSTOM},
 };
 
-// Whether the cluster names its first meter and the number of its meters.
+// Whether the cluster has a first meter and a number of meters that is not negative.
 bool HasMeters(const cCluster& cluster) {
   return cluster.miNumberOfMeters >= 0 && cluster.miFirstMeter != -1;
 }

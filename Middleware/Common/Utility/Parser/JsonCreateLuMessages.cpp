@@ -21,7 +21,7 @@ class MessageObject {
     Add(key, rapidjson::Value(text.data(), length, mDocument.GetAllocator()));
   }
 
-  /// Replaces what `buffer` holds by this message and returns its zero-terminated text.
+  /// Replaces the contents of `buffer` by this message and returns its zero-terminated text.
   const char* WriteTo(rapidjson::StringBuffer& buffer) const {
     buffer.Clear();
     rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);

@@ -10,8 +10,8 @@
 
 namespace {
 
-// Calls `parse` for each of the `places` and the element of `array` at its index. Further elements
-// are ignored.
+// Calls `parse` with each of the `places` and the element of `array` at the same index. Ignores
+// further elements.
 template <typename Places, typename Parse>
 void ForEachPlace(const rapidjson::Value& array, Places& places, Parse parse) {
   const std::size_t count = std::min<std::size_t>(array.Size(), places.size());

@@ -23,7 +23,7 @@ struct Section {
   int (*parse)(cPresetParser& preset, const rapidjson::Value& section);
 };
 
-// In the order in which the sections are read. The others are read even if one fails.
+// In the order in which the sections are read. If one fails, the others are still read.
 constexpr Section kSections[] = {
     {preset_key::kClusters, 0,
      [](cPresetParser& preset, const rapidjson::Value& section) {
@@ -106,7 +106,7 @@ int cPresetParser::ParseSections(const rapidjson::Value& document) {
   return ok;
 }
 
-// Without its group a preset cannot be told from one of the same name in another group.
+// A preset needs its group: presets of different groups may have the same name.
 void cPresetParser::ParseName(const rapidjson::Value& document) {
   const rapidjson::Value* name = json::FindObject(document, preset_key::kName);
   if (name == nullptr)

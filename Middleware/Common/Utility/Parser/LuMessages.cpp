@@ -33,7 +33,7 @@ constexpr TextEntry<LoudModes_e> kModes[] = {
 };
 
 // "None" has no row because it is the fallback. "Restart" needs its own row because it contains
-// "start", not "Start". It stands after "Start" because the first text of a value is the one that
+// "start", not "Start". It comes after "Start" because the first text of a value is the one that
 // is written.
 constexpr TextEntry<LuCmd_e> kCommands[] = {
     {cLuCmd::kStopText, LU_CMD_STOP},   {cLuCmd::kPauseText, LU_CMD_PAUSE},

@@ -12,8 +12,8 @@
 
 namespace json {
 
-/// The largest document that is accepted, several times larger than any that a unit needs: in a
-/// preset, a meter takes about 500 bytes, an output channel 130, an Emset flow 600.
+/// Limits of an accepted document. They are several times larger than any document that a unit
+/// needs: in a preset, a meter takes about 500 bytes, an output channel 130, an Emset flow 600.
 constexpr std::size_t kMaxDocumentSize = 256 * 1024;  // bytes
 constexpr std::size_t kMaxValues = 32 * 1024;         // values and keys together
 constexpr std::size_t kMaxNesting = 64;               // objects and arrays within one another

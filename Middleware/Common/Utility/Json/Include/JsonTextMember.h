@@ -1,5 +1,4 @@
-// Reads a member of a JSON document that is kept twice: as the text received and as the value that
-// it stands for.
+// Reads a JSON member that is stored twice: as the text received and as the value it stands for.
 
 #pragma once
 

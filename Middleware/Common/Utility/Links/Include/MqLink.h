@@ -11,15 +11,15 @@
 #include <map>
 #include <string>
 
-/// How soon a vanished TCP peer is noticed. The ZeroMQ library of an idle peer (4.2 and later)
-/// answers the heartbeats, so an idle peer never counts as vanished.
-constexpr int kMqHeartbeatPeriodMs = 1000;   // between two questions to the peer
-constexpr int kMqHeartbeatTimeoutMs = 3000;  // for any sign of life after a question
+/// Times that decide how soon a vanished TCP peer is noticed. The ZeroMQ library of an idle peer
+/// (4.2 and later) answers the heartbeats, so an idle peer never counts as vanished.
+constexpr int kMqHeartbeatPeriodMs = 1000;   // between two pings to the peer
+constexpr int kMqHeartbeatTimeoutMs = 3000;  // after a ping, for any traffic from the peer
 constexpr int kMqConnectTimeoutMs = 1000;    // for the TCP handshake; then the next attempt
 constexpr int kMqHandshakeTimeoutMs = 3000;  // for the ZeroMQ handshake; then the next attempt
 constexpr int kMqKeepAliveIdleS = 5;         // of silence before the first TCP probe
 constexpr int kMqKeepAlivePeriodS = 2;       // between two probes
-constexpr int kMqKeepAliveProbes = 3;        // unanswered ones that end the link
+constexpr int kMqKeepAliveProbes = 3;        // unanswered probes that end the link
 
 /// The largest frame that is accepted over TCP, larger than any document that a reader accepts
 /// (JsonAccess.h), and over IPC, where a raw block may be longer than necessary. A peer that sends
@@ -40,8 +40,8 @@ constexpr std::int64_t kMqLostLinkPatienceMs = 500;
 /// arrived over it.
 constexpr std::int64_t kMqBusyLinkPatienceMs = 5000;
 
-/// How long a link must have worked to count as a good one. The link to a peer that breaks the
-/// protocol soon after every handshake never does.
+/// How long a link must have worked to count as good. The link to a peer that breaks the protocol
+/// soon after every handshake never counts as good.
 constexpr std::int64_t kMqGoodLinkMs = 3000;
 
 /// Sets the options above for the connections that `socket`, a SUB or PUSH socket, makes from now
@@ -80,9 +80,9 @@ class MqLinkWatch {
   /// before the first poll. Its descriptor is kMqNoDescriptor when there is no watch.
   zmq_pollitem_t PollItem() const;
 
-  /// Calls TakeNote and renews links that are lost for good, unless messages wait on the socket;
-  /// subscriptions stay with the socket. Never waits. `report(endpoint)` is called for each of
-  /// them, once until it has been a good link again. Call it several times a second.
+  /// Calls TakeNote and renews abandoned links, unless messages wait on the socket. The socket
+  /// keeps its subscriptions. Never waits. Calls `report(endpoint)` for each renewed link, once
+  /// until the link has been good again. Call it several times a second.
   template <typename Report>
   void Tend(Report report) {
     if (mpEvents == nullptr)
@@ -92,10 +92,10 @@ class MqLinkWatch {
       Renew(report);
   }
 
-  /// Renews links that have been lost for so long that no message may delay it any more. To be
-  /// called after the last frame of a message and before the socket is polled again: when a link
-  /// goes in the middle of its message, the library aborts, and a message that a poll has found
-  /// counts as begun.
+  /// Renews links that have been lost for so long that waiting messages no longer delay the
+  /// renewal. Call it after the last frame of a message and before the socket is polled again: the
+  /// library aborts when a link ends in the middle of its message, and a message that a poll has
+  /// found counts as begun.
   template <typename Report>
   void TendBetweenMessages(Report report) {
     if (mpEvents != nullptr && IsAnyLostFor(kMqBusyLinkPatienceMs))
@@ -108,8 +108,8 @@ class MqLinkWatch {
   struct Link {
     std::int64_t lostSince = kNever;  // ms of the monotonic clock; kNever: up or being renewed
     std::int64_t upSince = kNever;    // ms of the monotonic clock; kNever: not up
-    bool isReported = false;          // renewed and reported since it last was a good link
-    bool isReportDue = false;         // renewed for the first time since then
+    bool isReported = false;          // renewed and reported since the link was last good
+    bool isReportDue = false;         // renewed for the first time since then, not yet reported
   };
 
   template <typename Report>
@@ -130,5 +130,5 @@ class MqLinkWatch {
 
   zsock_t* mpSocket = nullptr;         // the watched socket, not owned
   void* mpEvents = nullptr;            // libzmq socket where its events arrive, owned
-  std::map<std::string, Link> mLinks;  // by endpoint; those with an event so far
+  std::map<std::string, Link> mLinks;  // links with an event so far, by endpoint
 };

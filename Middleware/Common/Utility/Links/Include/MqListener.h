@@ -8,9 +8,9 @@
 
 #include <vector>
 
-/// The longest topic that a client may subscribe to, slightly longer than the longest that is
-/// published. When a client leaves, the library walks the tree of all topics of all clients, which
-/// has a node for each byte of each of them.
+/// The longest topic that a client may subscribe to, slightly longer than the longest published
+/// topic. When a client leaves, the library walks the tree of all topics of all clients, which has
+/// up to one node for each byte of each topic.
 constexpr int kMqLongestSubscription = 50;  // bytes
 
 /// The largest frame that is accepted from a client: its handshake, of less than 40 bytes, or a

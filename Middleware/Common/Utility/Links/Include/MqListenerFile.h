@@ -10,19 +10,19 @@
 
 #include <string>
 
-/// What happened to such a file.
+/// What happened to the file.
 enum class MqFileNews {
   kNone,
   kTaken,       // another file is in its place and is not touched
-  kBoundAnew,   // it was missing; the socket is bound to a new one
-  kNotReplaced  // it is missing, and binding a new one failed; `errno` says why
+  kBoundAnew,   // it was missing; the socket is bound to a new file
+  kNotReplaced  // it is missing, and binding a new file failed; the reason is in `errno`
 };
 
 class MqListenerFile {
  public:
-  /// How often a socket is bound again before its old listeners are closed. Each time leaves a
-  /// listener behind that clients may still be connected to. When the old listeners are closed, all
-  /// together, these clients connect to the new file.
+  /// Number of listeners at which the old ones are closed. Each new bind leaves a listener behind
+  /// that clients may still be connected to. The old listeners are closed all together; their
+  /// clients then connect to the new file.
   static constexpr int kMostListeners = 16;
 
   /// Watches the file to which `socket` has just been bound, which must be over IPC.
@@ -32,8 +32,8 @@ class MqListenerFile {
   void Unwatch() { mpSocket = nullptr; }
 
   /// Checks the file. A missing file is replaced only at the second check, so that another process
-  /// may take its place before. Each change is returned once, and again if it recurs after the
-  /// socket had its own file.
+  /// has time to bind there. Each change is returned once, and again if it recurs after the socket
+  /// has had its own file.
   MqFileNews Tend();
 
  private:
@@ -41,9 +41,9 @@ class MqListenerFile {
   MqFileNews BindAnew();
 
   zsock_t* mpSocket = nullptr;           // not owned; null: no watch
-  std::string mPath;                     // of the file
-  struct stat mFile = {};                // the file as it was bound
-  int mListeners = 0;                    // of the socket
-  bool mIsMissed = false;                // missing at the last check
+  std::string mPath;                     // path of the file
+  struct stat mFile = {};                // identity of the file when it was bound
+  int mListeners = 0;                    // listeners of the socket, old ones included
+  bool mIsMissed = false;                // the file was missing at the last check
   MqFileNews mTold = MqFileNews::kNone;  // the last news returned
 };

@@ -1,4 +1,4 @@
-// What the messaging classes have in common: endpoint texts, owned sockets, calls that are retried
+// Shared helpers of the messaging classes: endpoint texts, owned sockets, calls that are retried
 // after signals, and the place where exceptions are caught. Stateless.
 
 #pragma once
@@ -54,13 +54,13 @@ struct MqSockDestroyer {
 /// A socket with one owner.
 using MqSockOwner = std::unique_ptr<zsock_t, MqSockDestroyer>;
 
-/// How often a call of the library is tried when signals interrupt it. Each signal interrupts at
-/// most one try, so even a storm of signals stays far below this limit, which only bounds the wait.
+/// How often a library call is tried when signals interrupt it. Each signal interrupts at most one
+/// try, so even a storm of signals stays far below this limit, which only bounds the wait.
 constexpr int kMqTries = 1000;
 
-/// Returns what `call` returns, a call of the library that returns -1 with `errno` on failure. When
-/// a signal interrupts it before it has done anything, it is repeated, up to `kMqTries` times in
-/// all.
+/// Makes a library call that returns -1 with `errno` on failure, and returns its result. If a
+/// signal interrupts the call before it has done anything, it is repeated, up to `kMqTries` times
+/// in all.
 template <typename Call>
 int MqUninterrupted(Call call) {
   int result = call();
@@ -69,8 +69,8 @@ int MqUninterrupted(Call call) {
   return result;
 }
 
-/// The same for a `send` of a frame that is not the first of its message, which is repeated until
-/// it succeeds. Half a message must not remain: the next message would be appended to it.
+/// The same for a `send` of a frame that is not the first of its message. It is repeated until no
+/// signal interrupts it. Half a message must not remain: the next message would be appended to it.
 template <typename Send>
 int MqSendFurther(Send send) {
   int result = send();
@@ -82,10 +82,10 @@ int MqSendFurther(Send send) {
 /// No file descriptor.
 constexpr int kMqNoDescriptor = -1;
 
-/// For a poll: readable when the library has been told something new for `socket`, a socket of
-/// libzmq. Without one (null) the descriptor is kMqNoDescriptor. A poll of the socket itself would
-/// cost two system calls more each time. Each time and once before the first poll, everything must
-/// be taken: it does not become readable again for what is left.
+/// For a poll: readable when libzmq has a new event for `socket`, a socket of libzmq. If that is
+/// null, the descriptor is kMqNoDescriptor. A poll of the socket itself would cost two more system
+/// calls each time. Read all events each time and once before the first poll: the item does not
+/// become readable again for events that are left.
 inline zmq_pollitem_t MqSignalItem(void* socket) {
   zmq_pollitem_t item = {nullptr, kMqNoDescriptor, ZMQ_POLLIN, 0};
   std::size_t size = sizeof item.fd;
@@ -94,9 +94,9 @@ inline zmq_pollitem_t MqSignalItem(void* socket) {
   return item;
 }
 
-/// Lets the library handle all that it has been told for `socket`, its clients for example, and
-/// asks whether it can be read (ZMQ_POLLIN) or written (ZMQ_POLLOUT). False when that fails. This
-/// calls libzmq directly: CZMQ returns an uninitialised value when a signal interrupts the call.
+/// Lets the library handle all pending events of `socket`, such as clients that connect, and sets
+/// `events` to whether it can be read (ZMQ_POLLIN) or written (ZMQ_POLLOUT). False when that fails.
+/// Calls libzmq directly: CZMQ returns an uninitialised value when a signal interrupts the call.
 inline bool MqAskEvents(zsock_t* socket, int& events) {
   std::size_t size = sizeof events;
   const auto ask = [&] {

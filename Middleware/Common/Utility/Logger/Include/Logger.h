@@ -1,5 +1,5 @@
 // The process-wide logger: coloured, time-stamped lines on the console and, when attached, one JSON
-// document a message to the unit's log sink over ZeroMQ. Used from the reactor thread only.
+// document per message to the unit's log sink over ZeroMQ. Used from the reactor thread only.
 
 #pragma once
 
@@ -22,7 +22,7 @@ enum MsgLevel_e : std::int32_t {
   MsgLevel_Critical = 50,
   MsgLevel_Max = 51,
   MsgLevel_Default = MsgLevel_Warn,
-  MsgLevel_None = 1050,  // a threshold that lets nothing through
+  MsgLevel_None = 1050,  // as a threshold: nothing is written
 };
 using LogLevel_e = MsgLevel_e;
 
@@ -58,38 +58,38 @@ class Logger {
   /// Levelled messages. Each is one line on the console, with time stamp (milliseconds since the
   /// epoch), process name and level name before it: Critical, Error and Warn on standard error,
   /// Info and Debug on standard output, all but Critical only with `mConsoleAttached`. Each also
-  /// goes to the attached sink, cut at 2047 characters including the prefix. A message with a level
-  /// below `mLogLevel` is not written, and with `mDisableAll` no message is. Returns the character
-  /// count of the whole message, 0 when it went nowhere.
+  /// goes to the attached sink, cut at 2047 characters including the prefix. Messages below
+  /// `mLogLevel` are suppressed, and all messages with `mDisableAll`. Returns the character count
+  /// of the whole message, 0 when it went nowhere.
   int Critical(const char* format, ...) __attribute__((format(printf, 2, 3)));
   int Error(const char* format, ...) __attribute__((format(printf, 2, 3)));
   int Warn(const char* format, ...) __attribute__((format(printf, 2, 3)));
   int Info(const char* format, ...) __attribute__((format(printf, 2, 3)));
   int Debug(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-  /// A notification for the unit's user, whatever `mLogLevel` and `mDisableAll`: to the attached
-  /// sink, cut at 2047 characters, else as a line without the title on standard error. `title` may
-  /// be null. Returns the character count of the whole message.
+  /// A notification for the unit's user. `mLogLevel` and `mDisableAll` do not suppress it. It goes
+  /// to the attached sink, cut at 2047 characters; without a sink, a line without the title goes to
+  /// standard error. `title` may be null. Returns the character count of the whole message.
   int Notify(MsgLevel_e level, const char* title, const char* format, ...)
       __attribute__((format(printf, 4, 5)));
 
   /// Writes the formatted text and a line feed to `stream`, nothing else, and flushes it.
   static void Fprintf(FILE* stream, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-  /// Connects the sink socket (PUSH) over TCP or IPC; the sink need not be there yet. Sends to it
-  /// never wait: up to the socket's limit (1000 messages) they are kept for a sink that is late or
-  /// stalled; further messages are lost. Returns 1 when attached, 0 when that failed or a sink was
-  /// already attached.
+  /// Connects the sink socket (PUSH) over TCP or IPC; the sink need not exist yet. Sends never
+  /// wait: up to the socket's limit (1000), messages are queued for a sink that is late or stalled;
+  /// further messages are lost. Returns 1 when attached, 0 when that failed or a sink was already
+  /// attached.
   int AttachMqOverTcp();
   int AttachMqOverIpc();
 
-  /// Closes the sink socket if there is one; messages still kept are lost. Returns 1, 0 on an
+  /// Closes the sink socket if there is one; queued messages are lost. Returns 1, or 0 on an
   /// exception.
   int DetachMq();
 
-  /// Renews the connection to the sink when the library has given it up, which it does when the
-  /// peer breaks the protocol; a warning says so, once until it works again. Call it several times
-  /// a second.
+  /// Renews the connection to the sink if the library has abandoned it, which happens when the peer
+  /// breaks the protocol. Logs that at Warn, once until the connection works again. Call it several
+  /// times a second.
   void TendLink();
 
   /// Whether a sink socket is attached (its peer need not be there).

@@ -26,8 +26,8 @@ class cCluster {
   /// 0 when `value` is not an object, else 1.
   int ParseCluster(const rapidjson::Value& value);
 
-  /// What a "Type" text stands for, found by the name it contains; `ACCT_NONE` for a null or
-  /// unknown text. 7.1 needs the full "7.1Surround".
+  /// The layout that a "Type" text stands for, found by the name it contains; `ACCT_NONE` for a
+  /// null or unknown text. 7.1 needs the full "7.1Surround".
   static AudioChannelsClusterType_e ConvertToClusterTypeFromString(const char* text);
 
   std::int32_t miClusterId;                             // zero-based index, fixed at creation
@@ -70,7 +70,8 @@ class cClusterSet {
   std::string GetCusterTypeStr(std::int32_t cluster) const;              // fallback empty
   std::string GetClusterName(std::int32_t cluster) const;                // fallback empty
 
-  /// Copies the cluster's fields into `copy`. 0, leaving it as it is, for an index outside the set.
+  /// Copies the cluster's fields into `copy`. For an index outside the set, returns 0 and does not
+  /// change `copy`.
   int GetClusterForId(std::int32_t cluster, cCluster& copy) const;
 
   ClusterMap_t mClusters;                 // the clusters by zero-based index

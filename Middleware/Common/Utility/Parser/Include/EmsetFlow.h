@@ -38,7 +38,7 @@ class cEmsetNetworkSettings {
 /// Which header fields a received packet must match.
 class cEmsetFilter {
  public:
-  /// Reads a "Filter" object as `ParseNetworkSettings` reads its own.
+  /// Reads a "Filter" object in the same way as `ParseNetworkSettings`.
   int ParseFilter(const rapidjson::Value& value);
 
   /// Prints the filter on standard output as one block.
@@ -61,8 +61,8 @@ class cEmsetPrimaryFlow : public cEmsetNetworkSettings, public cEmsetFilter {
   /// else 1.
   int ParsePrimaryFlow(const rapidjson::Value& value);
 
-  /// What a "Flow" text stands for; `EmsetFlow_UNKNOWN` for a null or unknown text. The whole text
-  /// must match.
+  /// The flow that a "Flow" text stands for; `EmsetFlow_UNKNOWN` for a null or unknown text. The
+  /// whole text must match.
   static EmsetFlow_e ConvertFlowStrToType(const char* text);
 
   /// The text of a flow, "Unknown" for any other value.

@@ -14,26 +14,26 @@
 /// writer or the end of the object. Writing cannot fail.
 class cLuSettingsCreater : public cLuConf, public cLuCmd {
  public:
-  /// A command message of one of two kinds that share only "Command" (the text of `Cmd`, "None" for
-  /// a command without one). With `add_cluster_info`: then "ClusterId", "CmdTS", "UID" and
-  /// "MeterSet", from `mlClusterId`, `mlCmdTS`, the command's `mlUserId` and `meter_set`. Without:
-  /// then "OriginFromFp" alone.
+  /// Writes a command message. It begins with "Command": the text of `Cmd`, "None" for a command
+  /// without a text. With `add_cluster_info`, "ClusterId", "CmdTS", "UID" and "MeterSet" follow,
+  /// from `mlClusterId`, `mlCmdTS`, the command's `mlUserId` and `meter_set`. Without it, only
+  /// "OriginFromFp" follows.
   const char* PrepareLuCmdJsonStr(LuCmd_e Cmd, bool OriginFromFp, bool add_cluster_info,
                                   unsigned meter_set);
 
-  /// A cluster message of one of two kinds that share only "ClusterId" (`mlClusterId`). With
-  /// `add_cmd_status`: then "Command", "CmdTS", "UID" and "MeterSet" as in a command message.
-  /// Without: then "OriginFromFp" (`mbIsCmdOriginFromFp`) alone; `Cmd` and `meter_set` are ignored.
+  /// Writes a cluster message. It begins with "ClusterId" (`mlClusterId`). With `add_cmd_status`,
+  /// "Command", "CmdTS", "UID" and "MeterSet" follow as in a command message. Without it, only
+  /// "OriginFromFp" (`mbIsCmdOriginFromFp`) follows; `Cmd` and `meter_set` are ignored.
   const char* PrepareLuClusterJsonStr(LuCmd_e Cmd, bool add_cmd_status, unsigned meter_set);
 
-  /// A configuration message with all its ten members. "ClusterId" is `mlDefaultClusterId`, the
-  /// texts are the stored ones and the user is not in it.
+  /// Writes a configuration message with all its ten members. "ClusterId" is `mlDefaultClusterId`.
+  /// The texts are the stored ones. The message does not contain the user.
   const char* PrepareLuConfJsonStr();
 
   bool mbIsCmdOriginFromFp = false;       // a cluster message began at the front panel
   bool mbIsClustOriginFromFp = false;     // counterpart of the reader's flag; no writer reads it
   bool mbIsConfOriginFromFp = false;      // a configuration message began at the front panel
-  rapidjson::StringBuffer msCmdBuffer;    // text of the last message written, of whichever kind
+  rapidjson::StringBuffer msCmdBuffer;    // text of the last message written, of any kind
   rapidjson::StringBuffer msClustBuffer;  // reserved; no writer fills it
   rapidjson::StringBuffer msConfBuffer;   // reserved; no writer fills it
 };

@@ -29,7 +29,7 @@ enum SysOutputType_e : std::int32_t {
   SOT_UNKNOWN = 13,
 };
 
-/// Where an output channel is. Ordered by the fields as they stand.
+/// Where an output channel is. Ordered by its fields, the first one first.
 class cAudChannelOutputRoutingKey {
  public:
   std::int32_t miSlot = -1;                          // slot of the output, -1: none
@@ -64,8 +64,8 @@ class cAudChannelOutputRouting : public cAudChannelOutputRoutingKey {
 using AudChannelOutputRoutingMap_t =
     std::map<cAudChannelOutputRoutingKey, std::shared_ptr<cAudChannelOutputRouting>>;
 
-/// The most channels that are read from one document. Each is printed, and its key is kept after
-/// the document as long as the map has room for it.
+/// Maximum number of channels that are read from one document. Each is printed. Its key stays in
+/// the map after the document as long as there is room.
 constexpr std::size_t kMaxRoutedChannels = 512;
 
 class cAudOutputRouting {
@@ -77,9 +77,9 @@ class cAudOutputRouting {
   /// them channel pairs. With `routingFlag` every slot is read, without it only the slot
   /// `routingArg`. Each complete channel goes into `mAcorMap` and is printed. A slot whose name
   /// does not begin with a number that an int holds is skipped with a log line. 1 when everything
-  /// was well formed and, without `routingFlag`, the slot was there; otherwise 0 with everything
-  /// read that could be. Channels beyond the first `kMaxRoutedChannels` are skipped with one log
-  /// line.
+  /// was well formed and, without `routingFlag`, the slot was there. Otherwise 0; everything that
+  /// can be read is read even then. Channels beyond the first `kMaxRoutedChannels` are skipped with
+  /// one log line.
   int ParseAudOutputRouting(const rapidjson::Value& value, bool routingFlag, int routingArg);
 
   /// The inner levels of the document, read into `mAcor`, whose slot, connector and output type are
@@ -127,5 +127,5 @@ class cAudOutputRouting {
   bool SetChannel(std::int32_t index);
   void ForgetUnusedChannels();
 
-  std::size_t mChannelsMet = 0;  // in the document at hand
+  std::size_t mChannelsMet = 0;  // channels found in the current document
 };

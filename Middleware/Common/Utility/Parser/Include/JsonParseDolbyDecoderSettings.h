@@ -13,10 +13,10 @@ class cDolbyDecoderSettingsParser {
   /// Returns every setting to its default.
   void ResetDolbyDecoderSettings();
 
-  /// Reads the settings object. 1 when all four configurations, the members that "DDPlusConfig" and
-  /// "ED2Config" must have and both status members are there with their types; else 0. What is
-  /// present is stored even then, except that the status members are not read after a failure in
-  /// the configurations.
+  /// Reads the settings object. 1 when all of these are present with the right types: the four
+  /// configurations, the required members of "DDPlusConfig" and "ED2Config", and both status
+  /// members; else 0. Members that are present are stored even then, except that the status members
+  /// are not read after a failure in the configurations.
   int ParseDolbyDecoderSettingsObject(const rapidjson::Value& value);
 
   /// Restores the defaults and reads the document `json` whose root is the settings object. 0 also

@@ -1,6 +1,6 @@
-// Emsets: the configuration of the unit's IP media interfaces, one an SFP cage, each with its
-// flows, its timing reference and its precision time settings. The loudness service supplies no
-// Emset parser to the preset. Reactor thread only.
+// Emsets: the configuration of the unit's IP media interfaces, one per SFP cage, each with its
+// flows, its timing reference and its precision time settings. The loudness service does not pass
+// an Emset parser to the preset. Reactor thread only.
 
 #pragma once
 
@@ -39,7 +39,7 @@ class cEmsetSignals : public cEmsetReference, public cEmsetSfpPTPSettings {
   /// Clears every flow.
   void ClearFlows();
 
-  /// Reads a "Signals" object. Element i of the primary flows fills `mFlows[i]`, elements beyond
+  /// Reads a "Signals" object. Element i of the primary flows fills `mFlows[i]`; further elements
   /// are ignored. 1 when at least one flow parsed, else 0.
   int ParseSignals(const rapidjson::Value& value);
 
@@ -72,7 +72,7 @@ class cEmsetConfParser {
   /// filter of each.
   void ResetEmsetConfParser();
 
-  /// Resets, then reads the "EmsetConfig" array: element i fills `mEmsets[i]`, elements beyond are
+  /// Resets, then reads the "EmsetConfig" array: element i fills `mEmsets[i]`; further elements are
   /// ignored. 1 when `value` is an array, even if its Emsets fail, else 0.
   int ParseEmsetConf(const rapidjson::Value& value);
 

@@ -30,7 +30,7 @@ class cJsonParseSysStatus {
 
   static bool mbSysStatus;             // the system was in order at the last message
   static bool mbDolbyDecoderDetected;  // a Dolby decoder was seen processing; stays set once it is
-  static Logger* mpLogger;             // where the lines go, not owned; null: no lines
+  static Logger* mpLogger;             // receives the log lines, not owned; null: silent
   static std::int32_t mLogLevel;       // lowest level of a line that is written (`MsgLevel_e`)
 
  private:
@@ -43,12 +43,12 @@ class cJsonParseHbMonCommand {
  public:
   /// Reads the command into `miHBMonCommand` and returns true. A null text, one that is not JSON,
   /// or a "Command" that is missing or null is logged as an error, gives -1 and returns false.
-  /// Asserts that the root is an object and "Command" an integer of 32 bits with a sign.
+  /// Asserts that the root is an object and "Command" a signed 32-bit integer.
   bool ParseSysStatus(const char* cpEncMessage_in);
 
   std::int32_t miHBMonCommand = -1;  // the last command; -1 after a failure and before the first
 
-  static Logger* mpLogger;        // where the lines go, not owned; null: no lines
+  static Logger* mpLogger;        // receives the log lines, not owned; null: silent
   static std::int32_t mLogLevel;  // lowest level of a line that is written (`MsgLevel_e`)
 
  private:

@@ -9,9 +9,9 @@
 /// Holds the last configuration and the last command that arrived.
 ///
 /// Each message is one JSON object in a zero-terminated text. Keys match exactly, in any order, and
-/// unknown keys are ignored. A value of the wrong type counts as missing: an unsigned key takes
-/// only integers from 0 to 4294967295, a signed one only those from -2147483648 to 2147483647,
-/// and 9.0 is not an integer. Values are stored as they come; ranges are not checked.
+/// unknown keys are ignored. A value of the wrong type counts as missing: an unsigned key accepts
+/// only integers from 0 to 4294967295, a signed one only those from -2147483648 to 2147483647, and
+/// 9.0 is not an integer. Values are stored as received; ranges are not checked.
 ///
 /// A text that is null, not JSON or not an object gives false and changes nothing here.
 class cLuSettingsParser : public cLuConf, public cLuCmd {
@@ -24,9 +24,9 @@ class cLuSettingsParser : public cLuConf, public cLuCmd {
   /// applied.
   bool ParseLuConfJsonStr(const char* cpEncMessage_in);
 
-  /// Reads a command message. True when "Command" is any text; one that is not a command gives
-  /// `LU_CMD_NONE`. "OriginFromFp", "CmdTS" and "UserID" may be missing. The command is reset first
-  /// and the configuration is kept.
+  /// Reads a command message. True when "Command" is a text. A text that is not a command gives
+  /// `LU_CMD_NONE`. "OriginFromFp", "CmdTS" and "UserID" may be missing. The command is reset
+  /// first; the configuration does not change.
   bool ParseLuCmdJsonStr(const char* cpEncMessage_in);
 
   /// Reads a command message addressed to one cluster. `cluster_id_out` and `meter_set_no_out` take

@@ -29,5 +29,5 @@ class LabelledBlock {
   void Print() const;
 
  private:
-  std::string mText;  // what has been appended so far
+  std::string mText;  // text appended so far
 };

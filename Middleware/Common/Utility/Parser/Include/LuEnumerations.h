@@ -53,11 +53,11 @@ enum LuCmd_e : std::int32_t {
   LU_CMD_NUM_STATES = 10,
 };
 
-// Pending actions, as bits. The service carries out one on each tick.
+// Pending actions, as bits. The service performs one on each tick.
 constexpr std::uint32_t kActionStart = 0x001;  // acknowledge a start
 constexpr std::uint32_t kActionReset = 0x002;  // restart every measurement
 constexpr std::uint32_t kActionStop =
     0x004;  // freeze the results; kActionRunning is cleared with it
-constexpr std::uint32_t kActionPause = 0x008;    // freeze the results, go on publishing them
+constexpr std::uint32_t kActionPause = 0x008;    // freeze the results but keep publishing them
 constexpr std::uint32_t kActionPlay = 0x010;     // publish live results again
 constexpr std::uint32_t kActionRunning = 0x100;  // not pending: data goes out on every tick

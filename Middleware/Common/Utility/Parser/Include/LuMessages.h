@@ -9,11 +9,11 @@
 
 #include "LuEnumerations.h"
 
-/// A loudness configuration. Each text stands beside its enumeration; set both together. Ranges are
-/// not checked here but where the settings are stored.
+/// A loudness configuration. Each enumeration has a text field beside it; set both together. Ranges
+/// are checked where the settings are stored, not here.
 class cLuConf {
  public:
-  /// Texts of the reset defaults. Each is also the text of all values without their own.
+  /// Texts of the defaults after a reset. Each is also the text of every value that has none.
   static constexpr char kDefaultStandardText[] = "ITU BS1770-3";
   static constexpr char kDefaultWindowText[] = "Momentary";
   static constexpr char kDefaultAlarmText[] = "Both";
@@ -62,7 +62,7 @@ class cLuConf {
 /// A loudness command.
 class cLuCmd {
  public:
-  /// Text of `LU_CMD_NONE` and of every command without its own.
+  /// Text of `LU_CMD_NONE` and of every command that has none.
   static constexpr char kNoCommandText[] = "None";
 
   /// Texts of the commands that can arrive by message.
@@ -73,8 +73,8 @@ class cLuCmd {
   static constexpr char kResetText[] = "Reset";
   static constexpr char kPrintText[] = "Print";
 
-  /// Work like the conversions of `cLuConf`, with `LU_CMD_NONE` and "None" for everything else. A
-  /// text that only contains a command, such as "AutoStart", is that command. The commands above
+  /// Work like the conversions of `cLuConf`, with `LU_CMD_NONE` and "None" as the fallbacks. A text
+  /// that contains a command, such as "AutoStart", is that command. The commands above
   /// `LU_CMD_PRINT` have no text and cannot arrive by message.
   static LuCmd_e ConvertToLuCmdFromString(const char* text);
   static const char* ConvertToLuCmdStrFromEnum(LuCmd_e command);

@@ -12,8 +12,8 @@
 
 #include "AudioEnumerations.h"
 
-/// `number` of a document, counted from one, as an index counted from zero. The lowest integer
-/// stays as it is; it is not a valid index in any case.
+/// Converts a one-based `number` of a document to a zero-based index. The lowest integer does not
+/// change; it is not a valid index in either case.
 constexpr std::int32_t ZeroBased(std::int32_t number) {
   return number > INT32_MIN ? number - 1 : number;
 }
@@ -30,19 +30,19 @@ class cMeter {
   /// when `value` or its "Source" is not an object (fields set before stay set), else 1.
   int ParseMeter(const rapidjson::Value& value);
 
-  /// What a "Speaker" text stands for; `AST_NONE` for a null or unknown text. The whole text
-  /// counts.
+  /// The position that a "Speaker" text stands for; `AST_NONE` for a null or unknown text. The
+  /// whole text must match.
   static AudioSpeakerType_e ConvertToSpeakerTypeFromString(const char* text);
 
   /// Side of the stereo output for a loudspeaker position; `OPA_NONE` for any other value.
   static OutputAssignments_e ConvertToOutputAssignmentsFromSpeakerType(AudioSpeakerType_e speaker);
 
-  /// What an input "Type" text stands for, found by the names it contains. With `videoOnly` the
-  /// names of inputs that carry audio alone do not count. `SIT_NONE` for a null or unknown text.
+  /// The input that a "Type" text stands for, found by the names it contains. With `videoOnly` the
+  /// names of audio-only inputs do not count. `SIT_NONE` for a null or unknown text.
   static SysInputType_e ConvertToSysInputTypeFromString(const char* text, bool videoOnly);
 
-  /// What a "ConnectorType" text stands for, found by the name it contains. `SIOCT_NONE` for a null
-  /// or unknown text.
+  /// The connector that a "ConnectorType" text stands for, found by the name it contains.
+  /// `SIOCT_NONE` for a null or unknown text.
   static SysIOConnectorType_e ConvertToConnectorTypeFromString(const char* text);
 
   std::int32_t miMeterNo;                             // zero-based index, fixed at creation
@@ -84,7 +84,7 @@ class cMeterSet {
   /// Reads the "MeterSet" object: each member's name is a meter number counted from one, its value
   /// the meter. 1 when every meter parsed; a meter that fails does not stop the others. Throws
   /// std::invalid_argument for a name that does not begin with a number and std::out_of_range for
-  /// one beyond int, with a text that contains the name; meters read before it keep what was read.
+  /// one beyond int, with a text that contains the name; meters already read keep their values.
   int ParseMeterSet(const rapidjson::Value& value);
 
   /// Reads one meter object into the meter `index` and its Dolby flag into `isDolby`. 0 when it

@@ -1,4 +1,4 @@
-// Keys of the preset that its sender writes too.
+// Keys of the preset that its readers and its sender share.
 
 #pragma once
 

@@ -1,4 +1,4 @@
-// How the texts of messages and documents become enumerations and back: ordered tables of text and
+// Converts texts of messages and documents to enumerations and back: ordered tables of text and
 // value, searched from the top. The order of a table is part of its format. Stateless.
 
 #pragma once
@@ -13,9 +13,9 @@ struct TextEntry {
   Value value;
 };
 
-/// The value of the first row whose text occurs anywhere in `text` (case-sensitive), so the longer
-/// of two texts of which one contains the other must stand first. `fallback` for a null text and
-/// for one that contains none of the rows.
+/// The value of the first row whose text occurs anywhere in `text` (case-sensitive). If one row's
+/// text contains another's, the longer one must come first. `fallback` for a null text and for one
+/// that contains none of the rows.
 template <typename Value, std::size_t kRows>
 Value FindBySubstring(const TextEntry<Value> (&table)[kRows], const char* text, Value fallback) {
   if (text == nullptr)

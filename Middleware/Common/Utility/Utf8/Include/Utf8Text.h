@@ -10,5 +10,5 @@
 std::size_t SizeOfUtf8At(const std::string& text, std::size_t place);
 
 /// `text` as valid UTF-8: every byte that is not part of a complete character is replaced by
-/// U+FFFD. All else stays as it is.
+/// U+FFFD. All other bytes are copied.
 std::string Utf8Of(const std::string& text);
