@@ -1,10 +1,10 @@
 // A command sender: sends one command to one cluster and waits until it has been carried out.
 //
-//   CommandSender start|stop|pause|play|reset [CLUSTER]        cluster 1 if not given
+//   CommandSender start|stop|pause|play|reset [CLUSTER]        the default is cluster 1
 //
-// It takes the place of the main board's application server: nobody else may listen there. Only
-// services of meter set 1 take commands. The status is 0 when the command was acknowledged, 1 when
-// it was not, with a line that says how far it came.
+// It takes the place of the main board's application server, whose port must be free. Only services
+// of meter set 1 accept commands. The exit status is 0 if the command was acknowledged; otherwise
+// it is 1, and a line names the step that failed.
 
 #include <czmq.h>
 #include <rapidjson/document.h>
@@ -32,8 +32,8 @@ constexpr int kReadyMs = 10000;
 constexpr int kAnswerMs = 1000;
 constexpr int kAttempts = 3;
 
-// A command, and the acknowledgements that end the wait for it: a pause while stopped stays a stop,
-// a play after a stop is a start.
+// A command, and the acknowledgements that end the wait for it: a pause while stopped is
+// acknowledged as a stop, a play after a stop as a start.
 struct Command {
   const char* word;
   const char* name;
@@ -51,10 +51,10 @@ struct Failure : std::runtime_error {
 
 struct Acknowledgement {
   std::string command;
-  std::uint32_t stamp;  // of the command that the service read last
+  std::uint32_t stamp;  // time stamp of the command that the service read last
 };
 
-// Nothing when the text is not one.
+// Reads an acknowledgement. Nothing if the text is not an acknowledgement.
 std::optional<Acknowledgement> Read(const std::string& json) {
   rapidjson::Document document;
   document.Parse<rapidjson::kParseIterativeFlag>(json.data(), json.size());
@@ -86,7 +86,7 @@ class CommandSender {
         mCommands(zsock_new(ZMQ_XPUB)),
         mStates(zsock_new(ZMQ_SUB)),
         mPoller(zpoller_new(mCommands, mStates, nullptr)) {
-    // Acknowledgements and republications begin alike.
+    // The topics of acknowledgements and of republications both begin with this prefix.
     zsock_set_subscribe(mStates, "IOQVHwmLoudnessCmd_");
     zsock_connect(mStates, "ipc:///run/shm/mq/ProbeLc1LoudnessStatePub-m1c%u.ipc", mCluster);
   }
@@ -100,9 +100,9 @@ class CommandSender {
   CommandSender(const CommandSender&) = delete;
   CommandSender& operator=(const CommandSender&) = delete;
 
-  // Waits until both ways are open: the subscription shows the one to the service, a republication
-  // the one back. A command that is sent earlier is lost, or its acknowledgement is. Throws
-  // Failure.
+  // Waits until both directions work: the subscription shows that the service is connected, a
+  // republication that its messages arrive here. Otherwise the command or its acknowledgement would
+  // be lost. Throws Failure.
   void Connect() {
     const std::string address = BoardAddress();
     if (zsock_bind(mCommands, "tcp://%s:7000", address.c_str()) < 0)
@@ -116,8 +116,9 @@ class CommandSender {
       throw Failure("nothing comes from the service of cluster " + std::to_string(mCluster));
   }
 
-  // Throws Failure when it is not acknowledged. It is sent again then: a further service may have
-  // subscribed later, and what waits to be carried out waits once.
+  // Sends the command up to `kAttempts` times, until it is acknowledged; otherwise throws Failure.
+  // It repeats the command because a further service may have subscribed later. An action that is
+  // already pending is performed only once.
   void Send(const Command& command) {
     const auto stamp = static_cast<std::uint32_t>(std::time(nullptr));
     const std::string json = "{\"Command\":\"" + std::string(command.name) +
@@ -153,7 +154,7 @@ class CommandSender {
     return false;
   }
 
-  // Takes the next message, if there is one by then; gives it if it is an acknowledgement.
+  // Receives the next message, if one comes before `end`. Returns it if it is an acknowledgement.
   std::optional<Acknowledgement> TakeOne(std::int64_t end) {
     const auto left = static_cast<int>(std::max<std::int64_t>(end - zclock_mono(), 0));
     auto* socket = static_cast<zsock_t*>(zpoller_wait(mPoller, left));

@@ -1,11 +1,12 @@
-// A data client: prints the loudness that one cluster publishes, a line a message, until Ctrl-C.
+// A data client: prints the loudness that one cluster publishes, one line per message, until
+// Ctrl-C.
 //
-//   DataClient [METER-SET [CLUSTER]]        1 and 1 if not given
+//   DataClient [METER-SET [CLUSTER]]        the defaults are 1 and 1
 //
 //   M  -23.0  S  -23.1  I  -23.0 LKFS  TP  -6.02 dBTP
 //
-// Figures go to standard output. What is to be known beside them follows in the same line; that no
-// messages come, and that they come again, goes to standard error.
+// Figures go to standard output, with notes at the end of the line, for example when the figures
+// are not live. When messages stop, and when they resume, a line goes to standard error.
 
 #include <czmq.h>
 
@@ -54,8 +55,8 @@ std::string EndpointOf(unsigned meterSet, unsigned cluster) {
          std::to_string(cluster) + ".ipc";
 }
 
-// False when the message is not one of loudness data. A subscription matches beginnings of topics,
-// and a client should outlive whatever it is sent.
+// False if the message is not a loudness-data message. A subscription matches prefixes of topics,
+// so other messages can arrive, and a client should survive malformed ones.
 bool Read(zmsg_t* message, Figures& figures) {
   zframe_t* topic = zmsg_first(message);
   if (zmsg_size(message) != 1 + kFigures || !zframe_streq(topic, kTopic))
@@ -82,10 +83,10 @@ std::string Peak(std::int16_t code) {
   return code == kNoPeak ? "   ---" : text;
 }
 
-// Tells a measurement from figures that are only published again and again.
+// Distinguishes live figures from figures that are only published again.
 class Freshness {
  public:
-  // What a reader of the figures has to know; empty when they are live.
+  // A note for the reader of the figures; empty if they are live.
   std::string NoteOn(const Figures& figures) {
     const bool isSame = std::equal(figures.begin(), figures.begin() + kValidSource, mLast.begin());
     mUnchanged = isSame ? mUnchanged + 1 : 1;
@@ -96,7 +97,7 @@ class Freshness {
       return "  paused";
     if (figures[kPeak] == kNoPeak)
       return "  no block yet";
-    // In silence the figures stay as they are, with blocks or without.
+    // In silence the figures do not change, even while blocks arrive.
     const bool isSilent = figures[kMomentary] == kNoLoudness && figures[kPeak] == kSilentPeak;
     if (mUnchanged < kFrozenMessages || isSilent)
       return "";
@@ -112,7 +113,7 @@ void Print(const Figures& figures, const std::string& note) {
   std::printf("M %s  S %s  I %s LKFS  TP %s dBTP%s\n", Loudness(figures[kMomentary]).c_str(),
               Loudness(figures[kShortTerm]).c_str(), Loudness(figures[kIntegrated]).c_str(),
               Peak(figures[kPeak]).c_str(), note.c_str());
-  std::fflush(stdout);  // in a pipe too, the reader wants them now
+  std::fflush(stdout);  // a pipe would otherwise delay the line
 }
 
 void PrintAll(zsock_t* socket) {
@@ -120,7 +121,7 @@ void PrintAll(zsock_t* socket) {
   Freshness freshness;
   bool isGap = false;
   while (zsys_interrupted == 0) {
-    // The library connects again by itself, for as long as it takes.
+    // The library reconnects by itself.
     if (zpoller_wait(poller, kGapMs) == nullptr) {
       if (zpoller_expired(poller) && !isGap)
         std::fprintf(stderr,

@@ -27,8 +27,8 @@ READY_S = 10
 ANSWER_S = 1
 ATTEMPTS = 3
 
-# The acknowledgements that end the wait for a command: a pause while stopped stays a stop, a play after a
-# stop is a start.
+# The acknowledgements that end the wait for a command: a pause while stopped is acknowledged as a stop, a
+# play after a stop as a start.
 ENDINGS = {"start": ["Start"], "stop": ["Stop"], "pause": ["Pause", "Stop"], "play": ["Play", "Start"],
            "reset": ["Reset"]}
 
@@ -53,7 +53,7 @@ class CommandSender:
         self.is_heard = False
         self.commands = context.socket(zmq.XPUB)
         self.states = context.socket(zmq.SUB)
-        # Acknowledgements and republications begin alike.
+        # The topics of acknowledgements and of republications both begin with this prefix.
         self.states.subscribe(b"IOQVHwmLoudnessCmd_")
         self.states.connect(f"ipc:///run/shm/mq/ProbeLc1LoudnessStatePub-m1c{cluster}.ipc")
         self.poller = zmq.Poller()

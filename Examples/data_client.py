@@ -72,7 +72,7 @@ class Freshness:
             return "  paused"
         if figures[PEAK] == NO_PEAK:
             return "  no block yet"
-        # In silence the figures stay as they are, with blocks or without.
+        # In silence the figures do not change, even while blocks arrive.
         is_silent = figures[MOMENTARY] == NO_LOUDNESS and figures[PEAK] == SILENT_PEAK
         if self.unchanged < FROZEN_MESSAGES or is_silent:
             return ""
@@ -80,7 +80,7 @@ class Freshness:
 
 
 def show(figures, note):
-    # Flushed: in a pipe too, the reader wants them now.
+    # Flushed: a pipe would otherwise delay the line.
     print(f"M {loudness(figures[MOMENTARY])}  S {loudness(figures[SHORT_TERM])}  "
           f"I {loudness(figures[INTEGRATED])} LKFS  TP {peak(figures[PEAK])} dBTP{note}", flush=True)
 
@@ -89,7 +89,7 @@ def print_all(socket):
     freshness = Freshness()
     is_gap = False
     while True:
-        # The library connects again by itself, for as long as it takes.
+        # The library reconnects by itself.
         if not socket.poll(GAP_MS):
             if not is_gap:
                 print("no data for 1 s: the measurement is stopped, reporting is off, the service does not "
@@ -122,7 +122,7 @@ def main():
         print("usage: data_client.py [METER-SET [CLUSTER]]; clusters are 1 to 8", file=sys.stderr)
         return 2
     signal.signal(signal.SIGTERM, stop)
-    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # a reader that has enough ends the client
+    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # ends the client when the reader of its pipe ends
     with zmq.Context() as context, context.socket(zmq.SUB) as socket:
         socket.subscribe(TOPIC)
         socket.connect(endpoint_of(meter_set, cluster))
