@@ -1,5 +1,5 @@
-// Counted memory. Replaces every form of operator new and delete, because a sanitizer's runtime has
-// all of them and its forms do not count.
+// Counts allocations. Replaces every form of operator new and delete, because a sanitizer's runtime
+// defines all of them and does not count.
 
 #include "AllocationCount.h"
 
@@ -17,7 +17,7 @@ std::atomic<const void*> gWatched{nullptr};
 
 constexpr std::size_t kUsualAlignment = alignof(std::max_align_t);
 
-// Not inlined: otherwise the compiler warns of the pair of aligned_alloc and operator delete.
+// Not inlined: otherwise the compiler warns that aligned_alloc and operator delete do not match.
 [[gnu::noinline]] void* Allocate(std::size_t size, std::size_t alignment) noexcept {
   ++gAllocations;
   ++gOwnAllocations;

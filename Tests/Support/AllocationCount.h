@@ -1,4 +1,4 @@
-// In a program that links this, every call of operator new and delete is counted, on any thread.
+// Counts every call of operator new and delete, on any thread, in a program that links this unit.
 
 #pragma once
 
@@ -7,14 +7,14 @@
 /// Blocks of memory allocated since the program began.
 std::uint64_t AllocationsSoFar();
 
-/// The part of them that the calling thread allocated.
+/// Blocks that the calling thread has allocated since the program began.
 std::uint64_t OwnAllocationsSoFar();
 
-/// Blocks of memory freed since then.
+/// Blocks of memory freed since the program began.
 std::uint64_t ReleasesSoFar();
 
-/// Blocks that the calling thread allocated while `work()` ran. Those of the messaging library's
-/// threads come at any time.
+/// Blocks that the calling thread allocated while `work()` ran. The messaging library's threads
+/// allocate at any time and are not counted.
 template <typename Work>
 std::uint64_t AllocationsOf(Work work) {
   const std::uint64_t before = OwnAllocationsSoFar();
@@ -22,7 +22,7 @@ std::uint64_t AllocationsOf(Work work) {
   return OwnAllocationsSoFar() - before;
 }
 
-/// Watches the block at `memory`, not null, instead of the one watched before.
+/// Watches the block at `memory`, which must not be null, instead of the previous one.
 void WatchRelease(const void* memory);
 
 /// Whether the watched block has been freed.

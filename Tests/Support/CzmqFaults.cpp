@@ -1,5 +1,5 @@
-// The intercepted calls. A function that the program defines replaces the library's, which
-// RTLD_NEXT finds.
+// The intercepted calls. A function defined in the program replaces the library's function of the
+// same name, which RTLD_NEXT finds.
 
 #include "CzmqFaults.h"
 

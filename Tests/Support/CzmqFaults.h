@@ -1,5 +1,5 @@
-// Faults of the messaging library on demand. In a test program that links this, the calls below are
-// counted and fail or throw on request; all others go to the library.
+// Faults of the messaging library on demand. In a test program that links this unit, the calls
+// below are counted and fail or throw on request; all other calls go to the library.
 
 #pragma once
 
@@ -54,7 +54,7 @@ void HoldUp(Call call, int milliseconds, int nth = 1);
 /// Number of calls since the last Reset, failed ones included.
 int Count(Call call);
 
-/// How many sends of the library a signal has interrupted since the last Reset, not counting
+/// Number of the library's sends that signals have interrupted since the last Reset, without
 /// planned faults.
 int InterruptedSends();
 

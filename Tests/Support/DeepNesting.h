@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <string>
 
-/// Far more levels than the reader accepts, and than a recursive reader would survive in a debug
-/// build. The texts are still short enough to be parsed.
+/// Far more levels than the reader accepts, and more than a recursive reader would survive in a
+/// debug build. The texts are still short enough to be parsed.
 constexpr std::size_t kDeepLevels = 40000;
 
 /// `piece` repeated `levels` times.
@@ -18,7 +18,7 @@ inline std::string Deep(const std::string& piece, std::size_t levels = kDeepLeve
   return text;
 }
 
-/// Arrays, or objects, that are opened and never closed: not JSON.
+/// Arrays or objects that are opened but never closed: not valid JSON.
 inline std::string UnclosedArrays() {
   return Deep("[");
 }
@@ -26,7 +26,7 @@ inline std::string UnclosedObjects() {
   return Deep("{\"a\":");
 }
 
-/// Valid documents of that depth, or of `levels` levels.
+/// Valid documents with `levels` levels.
 inline std::string NestedArrays(std::size_t levels = kDeepLevels) {
   return Deep("[", levels) + Deep("]", levels);
 }

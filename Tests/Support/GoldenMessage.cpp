@@ -30,7 +30,7 @@ Frame FrameOfLiteral(const std::string& literal) {
   return std::string(value.GetString(), value.GetStringLength());
 }
 
-// Bytes of one item, "22" or "00*126".
+// Bytes of one item, for example "22" or "00*126".
 Frame BytesOf(const std::string& item) {
   const std::string digits = item.substr(0, 2);
   const std::string count = item.size() > 2 ? item.substr(3) : "1";
@@ -64,7 +64,8 @@ Frame FrameOfFile(const std::string& name) {
   return ReadGolden(name);
 }
 
-// How a line begins, whether that beginning is part of the frame, and how the rest is read.
+// A kind of line: how it begins, whether that beginning is part of the frame, and how the rest is
+// read.
 struct Notation {
   std::string_view beginning;
   bool belongsToFrame;

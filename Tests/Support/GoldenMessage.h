@@ -1,5 +1,5 @@
-// The example messages of Tests/Golden, frame by frame; that folder's README says how they are
-// written.
+// The example messages of Tests/Golden, frame by frame. The README of that folder describes their
+// notation.
 
 #pragma once
 
@@ -13,8 +13,8 @@ namespace golden {
 /// A message: one byte string per frame.
 using Frames = std::vector<std::string>;
 
-/// Reads a message in the notation of the files. Variable parts stay as they are written. False,
-/// with `frames` unchanged, if a line is not a frame or there is no frame at all.
+/// Reads a message in the notation of the files. Variable parts are not replaced. False, with
+/// `frames` unchanged, if a line is not a frame or there is no frame at all.
 bool ParseMessage(const std::string& text, Frames& frames);
 
 /// The message in a file. If it is missing or malformed, the test fails and there are no frames.

@@ -46,7 +46,7 @@ bool WriteFile(const char* path, const std::string& text) {
   return written;
 }
 
-// Without privileges, a user namespace grants them for the other namespaces.
+// For a process without privileges: a user namespace grants those that the other namespaces need.
 bool EnterUserNamespace() {
   const std::string uid = "0 " + std::to_string(geteuid()) + " 1";
   const std::string gid = "0 " + std::to_string(getegid()) + " 1";
@@ -123,7 +123,7 @@ const char* EnterNamespaces() {
   return nullptr;
 }
 
-// Tried in a child first: a failure halfway must not leave this process without a network.
+// Tries in a child process: a failure halfway must not leave this process without a network.
 bool NamespacesAreAllowed() {
   const pid_t child = fork();
   if (child < 0)
@@ -162,7 +162,7 @@ void WaitForOtherTests() {
 }
 
 void ShareMachine() {
-  // In the child of a death test the parent, which waits for it, holds the lock and the ports.
+  // In the child process of a death test, the waiting parent holds the lock and the ports.
   const bool childOfHolder = std::getenv(kLockHeldVariable) != nullptr;
   if (!childOfHolder)
     WaitForOtherTests();

@@ -10,9 +10,9 @@ constexpr char kNoNamespacesVariable[] = "LOUDCALC_TEST_NO_NAMESPACES";
 /// with an empty IPC parent directory and a loopback device that has the unit's default board
 /// addresses. Needs root or unprivileged user namespaces.
 ///
-/// If the kernel refuses, the environment variables of the board addresses are set to 127.0.0.1 and
-/// 127.0.0.2, a message says so on standard error, and tests run one at a time: the process waits
-/// until no other test runs on this machine, and others wait until it ends.
+/// If the kernel refuses, sets the environment variables of the board addresses to 127.0.0.1 and
+/// 127.0.0.2, reports that on standard error, and tests run one at a time: the process waits until
+/// no other test runs on this machine, and other tests wait until it ends.
 ///
 /// Does nothing when the tests are only listed.
 void IsolateTestProcess();

@@ -106,7 +106,7 @@ Console::Console() {
   testing::internal::CaptureStderr();
 }
 
-// The failure messages of the test were captured too, and are printed now.
+// Prints the captured output of a failed test, because it includes the failure messages.
 Console::~Console() {
   Output();
   Errors();

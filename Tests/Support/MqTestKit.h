@@ -25,7 +25,7 @@ void MakeIpcDirectory();
 /// Endpoint of a file name in the unit's IPC directory.
 std::string IpcEndpoint(const std::string& fileName);
 
-/// A file name whose path in that directory is one character too long for a socket.
+/// A file name whose path in the IPC directory is one character too long for a socket.
 std::string TooLongIpcName();
 
 /// The next message; no frames if none comes before the deadline.
@@ -42,7 +42,7 @@ void Send(zsock_t* socket, const Frames& frames);
 /// A publisher that sees subscriptions begin and end.
 class Publisher {
  public:
-  /// Bound to an IPC file or, with a null name, to a free TCP port of this machine.
+  /// Binds to an IPC file or, with a null name, to a free TCP port of this machine.
   explicit Publisher(const char* ipcName);
   ~Publisher();
   Publisher(const Publisher&) = delete;
@@ -92,7 +92,7 @@ class Console {
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
 
-  /// Everything from its construction to the first call, on standard output and on standard error.
+  /// All text from the construction to the first call, on standard output and on standard error.
   const std::string& Output();
   const std::string& Errors();
 

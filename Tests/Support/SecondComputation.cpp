@@ -1,4 +1,4 @@
-// The second computation.
+// The loudness figures, computed a second time.
 
 #include "SecondComputation.h"
 
@@ -40,7 +40,7 @@ Codes Last(const Codes& codes, std::size_t count) {
   return {codes.end() - static_cast<std::ptrdiff_t>(std::min(count, codes.size())), codes.end()};
 }
 
-// Mean power of the codes at or above the gate, as a loudness. Code 0 never counts.
+// Loudness of the mean power of the codes at or above the gate. Code 0 never counts.
 float MeanAbove(const Codes& codes, float gate) {
   std::uint64_t power = 0;
   std::uint64_t count = 0;
@@ -53,15 +53,16 @@ float MeanAbove(const Codes& codes, float gate) {
   return count == 0 ? kNoReading : LoudnessOf(power / count);
 }
 
-// ITU-R BS.1770: the absolute gate, then a relative one below the mean of what passed.
+// ITU-R BS.1770: the absolute gate, then a gate relative to the mean of the readings that passed
+// it.
 float GatedMean(const Codes& codes, float relativeGate) {
   const float ungated = MeanAbove(codes, -70.0F);
   const float gate = ungated + relativeGate;
   return gate < -70.0F ? ungated : MeanAbove(codes, gate);
 }
 
-// EBU Tech 3342. The distance, among the readings above the gate, from the first code with 10 % of
-// them at or below it to the last with 5 % of them at or above it, in whole percents.
+// EBU Tech 3342: among the readings above the gate, the distance from the lowest code with 10 % of
+// the readings at or below it to the highest with 5 % of them at or above it.
 float RangeOf(Codes codes) {
   const float gate = GatedMean(codes, -20.0F) - 20.0F;
   if (gate < -70.0F)
@@ -138,7 +139,7 @@ LoudnessData_t SecondComputation::Coded() const {
           Rounded(mFigures.truePeak * 100.0F)};
 }
 
-// The last 400 ms; silence before the first block.
+// Loudness of the last 400 ms. The time before the first block counts as silence.
 float SecondComputation::MomentaryNow() const {
   const std::size_t blocks = std::min(kMomentaryBlocks, mPowers.size());
   std::uint64_t sum = 0;

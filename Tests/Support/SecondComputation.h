@@ -1,6 +1,6 @@
-// The loudness figures computed a second time, directly from the formulas: every block since the
-// reset is kept, and each figure is computed from all of them. There is no histogram, ring, table
-// or running sum, and no code of the service. It is slow and simple on purpose.
+// The loudness figures, computed a second time and directly from the formulas. Every block since
+// the reset is kept, and each figure is computed from all of them. There is no histogram, ring,
+// table or running sum, and no code of the service. Slow and simple on purpose.
 
 #pragma once
 
@@ -28,7 +28,7 @@ class SecondComputation {
     float maxTruePeak = -99.0F;
   };
 
-  /// The arguments are the windows of integrated loudness and loudness range, in seconds.
+  /// The windows are those of the integrated loudness and of the loudness range, in seconds.
   SecondComputation(std::size_t integratedWindow, std::size_t rangeWindow);
 
   /// Removes every block. The programme loudness stays until its next reading.
@@ -51,7 +51,7 @@ class SecondComputation {
   std::size_t mIntegratedReadings;     // window in momentary readings
   std::size_t mRangeReadings;          // window in short-term readings
   std::vector<std::uint64_t> mPowers;  // every block since the reset
-  Codes mMomentary;                    // every momentary reading since the reset, one a block
-  Codes mShortTerm;                    // the short-term reading of every full second since then
+  Codes mMomentary;                    // every momentary reading since the reset, one per block
+  Codes mShortTerm;                    // one short-term reading per full second since the reset
   Figures mFigures;
 };

@@ -24,7 +24,7 @@ namespace {
 constexpr int kCannotExecute = 127;
 constexpr std::size_t kReadSize = 65536;
 
-// Room for a second of busy output, so that programs do not wait for a slow test.
+// Holds a second of busy output, so that programs do not wait for a slow test.
 constexpr int kPipeSize = 1024 * 1024;
 
 struct Pipe {
@@ -74,7 +74,7 @@ sigset_t SetOf(const std::set<int>& signals) {
   return set;
 }
 
-// What the child inherits at the fork.
+// State that the child process needs after the fork.
 struct Inheritance {
   pid_t parent;
   sigset_t mask;
@@ -98,7 +98,7 @@ struct Inheritance {
   _exit(kCannotExecute);
 }
 
-// A stream, split into lines.
+// Reads a stream and splits it into lines.
 class LineReader {
  public:
   // A negative `file` is a stream without lines.
@@ -111,7 +111,7 @@ class LineReader {
   pollfd PollItem() const { return {mIsOpen ? mFile : -1, POLLIN, 0}; }
   bool IsOpen() const { return mIsOpen; }
 
-  // The lines that are complete, and at the end of the stream the rest.
+  // Reads once and returns the complete lines; at the end of the stream, the rest.
   std::vector<std::string> Read() {
     std::array<char, kReadSize> buffer;
     const ssize_t size = read(mFile, buffer.data(), buffer.size());
@@ -260,7 +260,8 @@ void ServiceProcess::Reap() {
   siginfo_t info{};
   while (waitid(P_PID, static_cast<id_t>(mPid), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
   }
-  // From here on the process number may be that of another process, which must not get a signal.
+  // Locked, because after waitpid the process number may belong to another process, which must not
+  // get a signal.
   const std::lock_guard<std::mutex> lock(mMutex);
   int status = 0;
   waitpid(mPid, &status, 0);

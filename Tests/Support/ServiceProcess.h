@@ -31,12 +31,12 @@ struct OutputLine {
 struct ProcessOptions {
   static constexpr int kClosed = -1;
 
-  /// Signals that are blocked when the program starts. They stay pending until the program unblocks
-  /// them.
+  /// Signals that are blocked when the program starts. Such a signal stays pending until the
+  /// program unblocks it.
   std::set<int> blockedSignals;
 
   /// Descriptors of the test, or kClosed, for the streams. By default the input is empty and the
-  /// output is observed; the lines of a stream given here are not.
+  /// output is observed. A stream given here is not observed.
   std::optional<int> input;
   std::optional<int> output;
   std::optional<int> errors;
@@ -58,8 +58,8 @@ class ServiceProcess {
   ServiceProcess(const ServiceProcess&) = delete;
   ServiceProcess& operator=(const ServiceProcess&) = delete;
 
-  /// Waits for a line of either stream that contains `text`. Lines that have come already count,
-  /// except for the first `skip`. False if `patience` or the output ends first.
+  /// Waits for a line of either stream that contains `text`. Earlier lines count, except for the
+  /// first `skip`. False if `patience` or the output ends first.
   bool WaitForLine(const std::string& text, Patience patience, std::size_t skip = 0);
 
   /// All lines so far, in the order of their arrival.
@@ -79,10 +79,10 @@ class ServiceProcess {
   /// field.
   std::string StatusOf(const std::string& field) const;
 
-  /// Memory that it uses, in KiB.
+  /// Resident memory of the process in KiB.
   long ResidentKib() const;
 
-  /// Number of files that it has open.
+  /// Number of files that the process has open.
   long OpenFiles() const;
 
   /// Waits until the process has ended and its output has been read. Nothing if `patience` ends
@@ -96,7 +96,7 @@ class ServiceProcess {
   std::string Joined(bool isError) const;
 
   pid_t mPid = -1;
-  mutable std::mutex mMutex;         // guards what follows
+  mutable std::mutex mMutex;         // guards the following members
   std::condition_variable mChanged;  // a line came or the process ended
   std::vector<OutputLine> mLines;
   std::optional<ExitReport> mExit;

@@ -1,4 +1,4 @@
-// Sends signals without a pause to the thread of the test while that sends messages.
+// Sends signals without a pause to the test's thread while the thread sends messages.
 
 #pragma once
 
@@ -14,9 +14,9 @@
 #include "CzmqFaults.h"
 #include "Emulation.h"
 
-/// During its lifetime another thread sends signals, as fast as it can, to the thread that made it.
-/// They are handled, without SA_RESTART, while the work passed to During runs. Otherwise they are
-/// blocked, so that they do not disturb the test itself.
+/// During its lifetime another thread sends signals, as fast as it can, to the thread that made the
+/// storm. They are handled, without SA_RESTART, while the work passed to During runs. Otherwise
+/// they are blocked, so that they do not disturb the test itself.
 class SignalStorm {
  public:
   SignalStorm() {
@@ -62,8 +62,8 @@ class SignalStorm {
   std::thread mThread;
 };
 
-/// Calls `send`, which sends on `socket`, under signals, and `receive` as often without them, until
-/// signals have interrupted enough sends.
+/// Calls `send`, which sends on `socket`, under signals, and `receive` equally often without
+/// signals, until signals have interrupted enough sends.
 template <typename Send, typename Receive>
 void SendUnderStorm(zsock_t* socket, Send send, Receive receive) {
   if (kIsEmulated)
@@ -72,8 +72,8 @@ void SendUnderStorm(zsock_t* socket, Send send, Receive receive) {
   constexpr int kEnough = 5;
   constexpr std::chrono::seconds kPatience{100};  // an idle machine takes about one
   const auto end = std::chrono::steady_clock::now() + kPatience;
-  // A sender learns only every other millisecond what the receiver has taken, which is long enough
-  // to fill its queue.
+  // A sender learns only every other millisecond how much the receiver has read, which is long
+  // enough to fill its queue.
   zsock_set_sndhwm(socket, 0);
   faults::Reset();
   SignalStorm storm;

@@ -9,8 +9,8 @@
 
 namespace {
 
-// Says at the end of a skipped test why it was skipped. The framework says so within the test,
-// where many a fixture reads the standard output itself.
+// Prints the reason for a skip at the end of the test. The framework prints it within the test,
+// where many fixtures capture the standard output.
 class SkipReasons : public testing::EmptyTestEventListener {
   void OnTestEnd(const testing::TestInfo& test) override {
     const testing::TestResult& result = *test.result();
@@ -24,7 +24,7 @@ class SkipReasons : public testing::EmptyTestEventListener {
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
-  // A shell ignores it in programs that it starts in the background; tests of Ctrl-C need it.
+  // A shell makes programs that it starts in the background ignore SIGINT. Tests of Ctrl-C need it.
   std::signal(SIGINT, SIG_DFL);
   IsolateTestProcess();
   testing::UnitTest::GetInstance()->listeners().Append(new SkipReasons);

@@ -12,9 +12,9 @@ namespace zmtp {
 constexpr std::size_t kGreetingSize = 64;
 
 // The first byte of a frame.
-constexpr char kLast = 0;       // short, none follows
-constexpr char kMore = 1;       // short, another follows
-constexpr char kLongFrame = 2;  // its length takes 8 bytes instead of one
+constexpr char kLast = 0;       // short frame, the last of its message
+constexpr char kMore = 1;       // short frame, another follows
+constexpr char kLongFrame = 2;  // its length field has 8 bytes instead of one
 constexpr char kCommand = 4;
 
 /// Signature, version 3.0, mechanism NULL, and zeros to the end.
