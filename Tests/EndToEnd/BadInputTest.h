@@ -1,5 +1,5 @@
-// Shared by the tests of unusable input: a service that measures and must go on measuring, and a
-// table whose rows are sent to it one after the other.
+// Shared by the tests of unusable input: a service that must keep measuring, and a table whose rows
+// are sent to it one after the other.
 
 #pragma once
 
@@ -19,7 +19,7 @@ inline std::string Repeat(const std::string& text, std::size_t count) {
   return result;
 }
 
-constexpr std::size_t kDeep = 30000;  // brackets each way; short enough for a document
+constexpr std::size_t kDeep = 30000;  // levels; the text is within the size limit of a document
 
 /// Arrays nested far deeper than the limit.
 inline std::string DeepArray() {
@@ -44,8 +44,8 @@ class BadInputTest : public FaultyUnit {
     FaultyUnit::TearDown();
   }
 
-  /// Passes each row to `check`, all on the same service. A failure names its row, and the rows
-  /// after it get a new service.
+  /// Passes each row to `check`, all with the same service. A failure names its row; later rows get
+  /// a new service.
   template <typename Row, typename Check>
   void ForEachRow(const std::vector<Row>& rows, Check check) {
     for (const Row& row : rows) {
@@ -58,7 +58,7 @@ class BadInputTest : public FaultyUnit {
     }
   }
 
-  /// Expects that the service goes on measuring, with a level that no earlier row had.
+  /// Expects that the service still measures, at a level that no earlier row had.
   void ExpectMeasuresOn() {
     mLevel = mLevel > -40 ? mLevel - 2 : kLoudest;
     ExpectMeasures(mLevel);

@@ -1,4 +1,4 @@
-// Text messages that the service must survive, and the few that must stop it.
+// Text messages that the service must survive, and a few that must stop it.
 
 #include "BadInputTest.h"
 
@@ -18,7 +18,7 @@ struct MessageRow {
   const char* name;
   Peer peer;
   louddesk::Frames frames;
-  const char* line;  // that the service logs; empty: none
+  const char* line;  // log line of the service; empty: none
 };
 
 constexpr char kMonitorTopic[] = "HbAppCmd";
@@ -66,7 +66,7 @@ class HarmlessMessageTest : public BadInputTest {
     ASSERT_TRUE(mService->WaitForLine(mark, kPatience, lines)) << mark;
   }
 
-  /// A message that is published from now on: the next one may have been sent already.
+  /// The second message from now. The next one may already have been sent.
   std::optional<louddesk::LoudnessMessage> NextPublished() {
     mUnit.DropLoudnessData();
     mUnit.NextLoudnessData(kPatience);

@@ -1,5 +1,6 @@
-// A refused preset is logged and leaves none in force, and the next valid one is measured.
-// PresetRefusalTest lists the documents that are refused; here is one for each way of refusing.
+// After a refused preset, which is logged, no preset is in force; the next valid preset is
+// measured. PresetRefusalTest lists the documents that are refused. Here is one document for each
+// kind of refusal.
 
 #include <optional>
 

@@ -10,7 +10,7 @@ namespace {
 
 using louddesk::Peer;
 
-/// What else happens while packets are lost.
+/// Event that coincides with the loss of packets.
 enum class Occasion { kOrdinary, kStartOfTheService, kRestartOfThePeers };
 
 struct HoleCase {
@@ -95,8 +95,8 @@ TEST_P(BlackHoleTest, PeersAreServedAfterIt) {
   ExpectEachSubscriptionOncePerConnection();
 }
 
-/// Connections that stay dead, as after the restart of a machine in between: TCP alone would keep
-/// them for a quarter of an hour. New ones work.
+/// Connections that stay dead, as after the restart of a router or firewall between the machines.
+/// New connections work. TCP alone would keep the dead ones for a quarter of an hour.
 class DeadConnectionTest : public LossTest {
  protected:
   /// The time after which a silent peer counts as gone.

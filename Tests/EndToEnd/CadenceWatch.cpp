@@ -17,11 +17,11 @@ constexpr double kPeriodMs = 100;
 constexpr double kOnTimeMs = 10;
 constexpr double kTurn = 6.283185307179586;
 
-// Polled often, to distinguish a stall of the machine from one of the service.
+// Short, to distinguish a stall of the machine from a stall of the service.
 constexpr std::chrono::milliseconds kLookPeriod{10};
 
-// Where the ticks lie within the period, in ms: the circular mean of the messages' positions, which
-// a few late ones hardly change.
+// Position of the ticks within the period, in ms: the circular mean of the arrival times, which a
+// few late messages hardly change.
 double PhaseOf(const std::vector<Clock::time_point>& times) {
   double sine = 0;
   double cosine = 0;

@@ -13,24 +13,25 @@
 /// How regularly the loudness data arrived.
 struct Cadence {
   std::size_t messages = 0;
-  std::size_t ticks = 0;                   // of the 100 ms grid; one per message if none is missing
-  std::size_t onTime = 0;                  // messages within 10 ms of a tick
-  std::chrono::milliseconds longestGap{};  // without a message, up to the end of the watch
-  std::chrono::milliseconds longestStall{};  // during which the machine did not run the watch
+  std::size_t ticks = 0;   // ticks of the 100 ms grid from the first to the last message
+  std::size_t onTime = 0;  // messages within 10 ms of a tick
+  std::chrono::milliseconds
+      longestGap{};  // longest time without a message, to the end of the watch
+  std::chrono::milliseconds longestStall{};  // longest time that the machine did not run the watch
 };
 
 class CadenceWatch {
  public:
   using Patience = std::chrono::milliseconds;
 
-  /// Subscribes to `file` in the unit's IPC directory, in its own thread.
+  /// Subscribes to `file` in the unit's IPC directory, in a separate thread.
   explicit CadenceWatch(std::string file);
   ~CadenceWatch();
   CadenceWatch(const CadenceWatch&) = delete;
   CadenceWatch& operator=(const CadenceWatch&) = delete;
 
-  /// Waits until so many messages have come; the watch begins with the first. False if `patience`
-  /// ends first.
+  /// Waits until `messages` messages have arrived. The watch begins with the first one. False if
+  /// `patience` ends first.
   bool WaitFor(std::size_t messages, Patience patience);
 
   /// Ends the watch.
@@ -42,9 +43,9 @@ class CadenceWatch {
   void Watch(const std::string& file);
   void Add(Clock::time_point time);
 
-  std::mutex mMutex;                      // guards what follows, up to the thread
-  std::condition_variable mChanged;       // a message has come
-  std::vector<Clock::time_point> mTimes;  // of the messages
+  std::mutex mMutex;                      // guards the following members except the thread
+  std::condition_variable mChanged;       // a message has arrived
+  std::vector<Clock::time_point> mTimes;  // arrival times of the messages
   std::chrono::milliseconds mLongestStall{};
   bool mIsOver = false;
   std::thread mThread;

@@ -32,7 +32,7 @@ class ClockJumpTest : public FaultyUnit {
     std::remove(kOffsetFile);
   }
 
-  /// In one step, because a file that is only partly written would mean another offset.
+  /// Sets the offset atomically, because a file that is only partly written would mean another one.
   void SetOffset(const std::string& offset) {
     const std::string next = std::string(kOffsetFile) + ".next";
     std::ofstream(next) << offset << '\n';
@@ -53,7 +53,7 @@ class ClockJumpTest : public FaultyUnit {
                 : 0;
   }
 
-  /// Expects that the offset shows in the log and disturbs nothing else.
+  /// Expects that the offset appears in the log and disturbs nothing else.
   void ExpectHarmless(const std::string& offset, long long hours) {
     SCOPED_TRACE(offset);
     ASSERT_NO_FATAL_FAILURE(BeginWatch());
@@ -67,7 +67,7 @@ class ClockJumpTest : public FaultyUnit {
     ExpectWatchedWell();
   }
 
-  double mLevel = -17;  // of the last blocks
+  double mLevel = -17;  // level of the last blocks, LKFS
 };
 
 TEST_F(ClockJumpTest, ForwardAndBackDisturbsNeitherDataNorHeartbeats) {

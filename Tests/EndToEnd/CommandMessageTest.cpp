@@ -1,5 +1,5 @@
-// The command message: what is printed about an accepted command, a refused one and one for another
-// cluster.
+// The command message: the lines printed about an accepted command, a refused command and a command
+// for another cluster.
 
 #include "WatchedService.h"
 
@@ -13,7 +13,7 @@ using Texts = std::vector<std::string>;
 constexpr char kTopic[] = "AppIOQVLoudnessCmd-1";
 constexpr char kUnit[] = "JsonParser";
 
-/// What the service writes about an accepted command.
+/// The lines that the service writes about an accepted command.
 Texts Accepted(const std::string& json, const std::string& command, int code, unsigned timeStamp,
                unsigned user, int mode) {
   return {Printed(kUnit, std::string("\"") + kTopic + "\\n\\" + json + "\\n\""),
@@ -89,7 +89,7 @@ TEST_F(CommandMessageTest, CommandToClusterZeroOrNoneIsTakenByEveryCluster) {
 TEST_F(CommandMessageTest, RefusedCommandsArePrintedAndChangeNothing) {
   struct {
     std::optional<std::string> json;
-    int cluster;  // that was read before the refusal
+    int cluster;  // cluster read before the refusal
   } const cases[] = {
       {std::nullopt, 0},
       {"", 0},

@@ -1,5 +1,5 @@
-// Every command in every state: what the action machine prints, what is acknowledged and what is
-// published.
+// Every command in every state: the lines of the action machine, the acknowledgements and the
+// published messages.
 
 #include "WatchedService.h"
 
@@ -30,7 +30,7 @@ LuCmd_e CodeOf(const std::string& command) {
 struct Outcome {
   Texts changes;     // of the state, as the action machine reports them, one per tick
   Texts answers;     // acknowledged commands, or the configuration
-  const char* last;  // the last command in the data messages that follow; null: none follow
+  const char* last;  // last command in the data messages that follow; null: no message follows
 };
 
 const Outcome kStopped = {{"0x4 --> 0x0"}, {"Stop"}, nullptr};
@@ -60,7 +60,7 @@ class CommandTest : public WatchedService {
     ExpectTransitions(kStarted.changes);
   }
 
-  /// Starts again in that mode and measures the level.
+  /// Starts again in mode `mode` and measures the level.
   void MeasureInMode(const std::string& mode) {
     Configure(mode);
     ExpectTransitions(kStarted.changes);
@@ -70,8 +70,8 @@ class CommandTest : public WatchedService {
     mMeasured = SettledFigures();
   }
 
-  /// Brings the service into the state before a row: sets the mode and has the commands carried out
-  /// while the level is measured. Skips what the row before has done already.
+  /// Brings the service into the initial state of a row: sets the mode and carries out the commands
+  /// while the level is measured. Skips steps if the previous row left the service in that state.
   void Prepare(const std::string& mode, const Texts& commands) {
     const std::string last = commands.empty() ? "Start" : commands.back();
     if (mIsKnown && mode == mConfiguration.mode && last == mLast && (!mIsReset || last != "Pause"))
@@ -82,8 +82,8 @@ class CommandTest : public WatchedService {
       CarryOut(command);
   }
 
-  /// Passes each row to `check`, all on the same service. A failure names its row, and the row
-  /// after it begins with a start.
+  /// Passes each row to `check`, all with the same service. A failure names its row; the next row
+  /// begins with a start.
   template <typename Rows, typename Check>
   void ForEachRow(const Rows& rows, Check check) {
     for (const auto& row : rows) {
@@ -130,7 +130,7 @@ class CommandTest : public WatchedService {
   }
 
   LoudnessConfiguration mConfiguration;
-  unsigned mTimeStamp = 100;    // of the last command
+  unsigned mTimeStamp = 100;    // time stamp of the last command
   std::string mLast = "Start";  // the last command that was carried out
   std::vector<int> mMeasured;   // the figures of the steady level
 
@@ -143,7 +143,7 @@ class CommandTest : public WatchedService {
     return !outcome.answers.empty() && outcome.answers.front() == "Reset";
   }
 
-  // Notes the state of the service after a row that passed.
+  // Records the state of the service after a row that passed.
   void TakeOver(const Outcome& outcome) {
     mIsReset = HasReset(outcome);
     if (!outcome.answers.empty() && outcome.answers.back() != "Reset")
@@ -164,8 +164,8 @@ class CommandTest : public WatchedService {
     mUnit.DropLoudnessData();
   }
 
-  bool mIsKnown = false;  // mode, last command and level are those that a row left behind
-  bool mIsReset = false;  // the figures are those of a reset
+  bool mIsKnown = false;  // mode, last command and level are known from the previous row
+  bool mIsReset = false;  // the figures have been reset
 
   void ExpectAnswers(const Texts& answers) {
     for (const std::string& answer : answers) {
@@ -190,12 +190,12 @@ class CommandTest : public WatchedService {
     std::vector<MessageRun> runs =
         outcome.last != nullptr ? RunsUntil(RunOf(outcome.last, figures)) : RunsUntilSilence();
     if (outcome.last != nullptr && !runs.empty())
-      runs.back().count = 1;  // these messages go on for as long as the test reads
+      runs.back().count = 1;  // these messages continue as long as the test reads
     DropFirst(runs, expected);
     EXPECT_EQ(expected, runs);
   }
 
-  // Drops all output until the command was carried out, however long that took.
+  // Drops the messages from before the command was carried out, however many they are.
   void DropFirst(std::vector<MessageRun>& runs, const std::vector<MessageRun>& expected) const {
     const MessageRun before = RunOf(mLast, mMeasured);
     const bool isExpected = !expected.empty() && IsSameKind(before, expected.front());
@@ -234,7 +234,7 @@ class CommandRowTest : public CommandTest {
   }
 };
 
-// Ordered so that most rows begin in the state that the row before left.
+// Ordered so that most rows begin in the state that the previous row left.
 const Row kContinuousRows[] = {
     {"StopWhileRunning", {}, "Stop", NothingAfter("Start")},
     {"PrintWhileRunning", {}, "Print", NothingAfter("Start")},
@@ -286,7 +286,7 @@ TEST_F(CommandRowTest, IsCarriedOutAcknowledgedAndToldInManualMode) {
 struct WaitingRow {
   const char* name;
   const char* mode;
-  Texts waiting;  // commands that come while reporting is off
+  Texts waiting;  // commands sent while reporting is off
   Outcome outcome;
 };
 
@@ -307,7 +307,8 @@ class WaitingCommandTest : public CommandTest {
   }
 };
 
-// A stop ends the run, and neither a pause nor a play before it is carried out brings it back.
+// A stop ends the run. A pause or a play that follows before the stop is carried out does not
+// resume it.
 const WaitingRow kWaitingRows[] = {
     {"NothingWaits", kContinuous, {}, NothingAfter("Start")},
     {"StartReplacesEverything", kContinuous, {"Pause", "Reset", "Play", "Start"}, kStarted},
@@ -339,8 +340,8 @@ const WaitingRow kStoppedRows[] = {
     {"Start", kContinuous, {"Start"}, kStarted},
 };
 
-// In continuous mode when the last command that was carried out is a stop: before the start that
-// every configuration causes.
+// Continuous mode, with a stop as the last command that was carried out. That is possible only
+// before the start that every configuration causes.
 TEST_F(WaitingCommandTest, AreCarriedOutAfterTheResetWhereTheLastOneWasAStop) {
   ForEachRow(kStoppedRows, [this](const WaitingRow& row) {
     Prepare(kManual, {"Stop"});
@@ -351,7 +352,7 @@ TEST_F(WaitingCommandTest, AreCarriedOutAfterTheResetWhereTheLastOneWasAStop) {
 
 // ---- Whose time stamp and user are published ----
 
-/// Commands with different time stamps, and a user of the same number.
+/// Commands with different time stamps. The user has the same number as the time stamp.
 class CommandUserTest : public WatchedService {
  protected:
   void SetUp() override {
@@ -377,7 +378,7 @@ class CommandUserTest : public WatchedService {
     const std::string expected = Acknowledgement("Start", 12, 12);
     auto state = NextRepublication(kPatience);
     if (state && state->json != expected)
-      state = NextRepublication(kPatience);  // that one was under way
+      state = NextRepublication(kPatience);  // the first one was already on its way
     ASSERT_TRUE(state);
     EXPECT_EQ(expected, state->json);
   }
@@ -418,7 +419,7 @@ TEST_F(CommandTest, PausedFiguresStayWhileTheMeasurementGoesOn) {
   CarryOut("Pause");
   Feed(8, -10);
   EXPECT_EQ(mMeasured, SettledFigures());
-  // A second pause freezes the figures measured since the first.
+  // A second pause freezes the figures of the time since the first one.
   Give("Pause");
   ExpectTransitions(kPaused.changes);
   // -10 LKFS a channel, weights 3 x 1 + 2 x 1.41: 10 log10 5.82 = 7.65 above it.

@@ -1,4 +1,4 @@
-// Loudness configurations: the restart, the envelope, the republication, and what is refused.
+// Loudness configurations: restart, envelope, republication and refusals.
 
 #include "WatchedService.h"
 
@@ -20,7 +20,7 @@ Speech Accepted(int mode) {
   return {{Printed("JsonParser", "\"Mode " + std::to_string(mode) + "\"")}, {}};
 }
 
-/// The lines about a refused one.
+/// The lines about a refused configuration.
 Speech Refused() {
   return {{Printed("JsonParser", "\"AppProbeSetLuConf-1\\n\\ failed parsing\\n\"")}, {}};
 }
@@ -163,8 +163,8 @@ TEST_F(ConfigurationTest, WindowOfIntegratedLoudnessIsAtLeastASecond) {
   ExpectAcknowledgement("Start");
   Feed(13, -20);  // three blocks of warm-up and a second
   Feed(20, -25);
-  // The last second has readings of the second level only, refreshed at its seventh block:
-  // -25 LKFS a channel, weights 3 x 1 + 2 x 1.41: 10 log10 5.82 = 7.65 above it.
+  // The last second has readings of the second level only; the figure is refreshed at the seventh
+  // block. -25 LKFS per channel, weights 3 x 1 + 2 x 1.41: 10 log10 5.82 = 7.65 above it.
   ExpectData([](const auto& message) { return std::abs(message.data.Integrated - -174) <= 1; },
              "the integrated loudness of the last second");
 }
@@ -232,7 +232,7 @@ TEST_F(ConfigurationTest, RefusedOnesArePrintedAndChangeNothing) {
   ExpectNoAnswer();
   ExpectNoTransition();
   EXPECT_EQ(measured, SettledFigures());
-  // The last valid one is in force: the next start publishes it.
+  // The last valid configuration is still in force: the next start publishes it.
   SendCommand("Start");
   ExpectRestart(JsonOfUser(6), 6);
 }
@@ -269,7 +269,7 @@ TEST_F(ConfigurationTest, FollowsTheCommandEveryFifthSecondUnlessTheSourceIsInva
   Measure();
   ExpectRepublished(kCommandRepublished, Acknowledgement("Start", 0, 4));
   ExpectRepublished(kConfigurationRepublished, Envelope(JsonOfUser(4), 4));
-  EXPECT_NEAR(5, TakeHeartbeats(), 1);  // a busy machine may put one on the other side of a state
+  EXPECT_NEAR(5, TakeHeartbeats(), 1);  // on a busy machine one may fall before or after a state
   const auto state = mUnit.NextState(4 * kPeriod);
   EXPECT_FALSE(state) << state->topic;
 }

@@ -19,7 +19,7 @@ using louddesk::Peer;
 
 constexpr char kLossNote[] = " bytes of console output lost]\n";
 
-// Lines of a kilobyte: on each stream four times what a pipe holds.
+// Lines of a kilobyte. On each stream they are four times as much as a pipe holds.
 constexpr int kLines = 256;
 constexpr std::size_t kLineSize = 1000;
 
@@ -30,7 +30,7 @@ constexpr uid_t kNobody = 65534;
 constexpr char kSetPrivileges[] = "/usr/bin/setpriv";
 constexpr char kLimitResources[] = "/usr/bin/prlimit";
 
-/// Two connected descriptors, of which the service gets the second.
+/// Two connected descriptors. The service gets the second one.
 struct Channel {
   int reader = -1;
   int writer = -1;
@@ -48,7 +48,7 @@ Channel SocketPair() {
   return {ends[0], ends[1]};
 }
 
-/// Full before the service starts.
+/// A pipe that is full before the service starts.
 Channel FullPipe() {
   const Channel pipe = Pipe();
   const std::string text(static_cast<std::size_t>(fcntl(pipe.writer, F_GETPIPE_SZ)), '.');
@@ -60,7 +60,7 @@ Channel FullDevice() {
   return {-1, open("/dev/full", O_WRONLY | O_CLOEXEC)};
 }
 
-/// Whether there is another user who may run the service and use the IPC directory.
+/// Whether another user may run the service and use the IPC directory.
 bool OtherUserMayRunService() {
   const uid_t user = geteuid();
   const bool may = HasOwnNamespaces() && seteuid(kNobody) == 0 &&
@@ -70,8 +70,8 @@ bool OtherUserMayRunService() {
 }
 
 /// A command that runs the service without root's right to open any file: as another user or, if
-/// there is none, as root without its privileges. Empty for an ordinary user, who has no such
-/// right.
+/// that is not possible, as root without privileges. Empty for an ordinary user, who does not have
+/// that right.
 std::vector<std::string> StrangerRunner() {
   if (geteuid() != 0)
     return {};
@@ -122,12 +122,12 @@ class ConsoleFaultTest : public FaultyUnit {
     mChannel.writer = ProcessOptions::kClosed;
   }
 
-  /// Expects that the service uses the channel for its two standard streams and has not opened it
-  /// again.
+  /// Expects that the service uses the channel only through its two inherited standard streams and
+  /// has not opened it again.
   void ExpectOnlyInherited() {
     namespace fs = std::filesystem;
     const fs::path channel = fs::read_symlink("/proc/self/fd/" + std::to_string(mChannel.writer));
-    std::error_code gone;  // closed in the meantime
+    std::error_code gone;  // set if the file was closed in the meantime
     int count = 0;
     for (const auto& entry : fs::directory_iterator("/proc/" + mService->StatusOf("Pid") + "/fd"))
       count += fs::read_symlink(entry, gone) == channel ? 1 : 0;
@@ -150,8 +150,8 @@ class ConsoleFaultTest : public FaultyUnit {
     ExpectLogLine("AppLoudnessCmd the end.");
   }
 
-  /// Expects that the service, while it writes, goes on measuring and handling commands, and that
-  /// it ends with status 0.
+  /// Expects that the service, while it writes, still measures and handles commands, and that it
+  /// ends with status 0.
   void ExpectUnimpressed() {
     ASSERT_NO_FATAL_FAILURE(BeginWatch());
     MakeTalk();

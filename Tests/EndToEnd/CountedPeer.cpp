@@ -29,7 +29,7 @@ std::uint16_t EventOf(const louddesk::Frames& frames) {
 
 CountedPeer::CountedPeer(int type, const std::string& endpoint)
     : mEndpoint(endpoint), mSocket(zsock_new(type)) {
-  // Set before the first connection: repeated subscriptions are reported one by one.
+  // Reports repeated subscriptions one by one. Must be set before the first connection.
   if (type == ZMQ_XPUB)
     zsock_set_xpub_verbose(mSocket, 1);
   zsock_set_sndhwm(mSocket, 0);
@@ -39,7 +39,7 @@ CountedPeer::CountedPeer(int type, const std::string& endpoint)
       << endpoint << ": " << zmq_strerror(zmq_errno());
 }
 
-// ZeroMQ closes listeners in the background; until then the endpoint is in use.
+// Waits, because ZeroMQ closes listeners in the background and the endpoint is in use until then.
 CountedPeer::~CountedPeer() {
   zsock_set_rcvtimeo(mMonitor, kCloseTimeoutMs);
   if (zsock_unbind(mSocket, "%s", mEndpoint.c_str()) == 0)

@@ -1,5 +1,5 @@
-// A well-behaved peer of the service that counts what happens to its connections: every connection
-// made and lost, and every subscription on each of them.
+// A well-behaved peer of the service that counts the connections made and lost, and the
+// subscriptions on each of them.
 
 #pragma once
 
@@ -17,13 +17,13 @@ class CountedPeer {
   /// be in use. Fails the test when it cannot be bound.
   CountedPeer(int type, const std::string& endpoint);
 
-  /// Closes it; its endpoint is free on return.
+  /// Closes the socket. The endpoint is free when this returns.
   ~CountedPeer();
 
   CountedPeer(const CountedPeer&) = delete;
   CountedPeer& operator=(const CountedPeer&) = delete;
 
-  /// Reads everything that has arrived. The functions below report what was read.
+  /// Reads everything that has arrived and updates the counts below.
   void ReadPending();
 
   /// Connections whose handshake succeeded, and connections that were lost.

@@ -21,8 +21,8 @@ constexpr unsigned kBlocksPerHour = 10 * 60 * 60;
 /// Hours after which every queue has been full once and every window of the engine is filled.
 constexpr unsigned kSettlingHours = 4;
 
-/// How much the memory may grow from then on. The load of the machine decides how full the queue of
-/// blocks is, which accounts for about two mebibytes.
+/// How much the memory may grow after that. The queue of blocks accounts for about two mebibytes;
+/// how full it is depends on the load of the machine.
 constexpr long kFlatKib = 4096;
 
 constexpr unsigned kIntegratedWindow = kMaxIntegWinSecs;
@@ -37,9 +37,9 @@ void PrintTo(const Stretch& stretch, std::ostream* stream) {
   *stream << stretch.name;
 }
 
-/// A programme that never repeats: passages of some seconds at levels from -55 to -10 LKFS a
+/// A programme that never repeats: passages of some seconds at levels from -55 to -10 LKFS per
 /// channel around a slowly varying level, so that every gate and every window matters, and peaks
-/// with ever rarer new maxima.
+/// whose new maxima become rarer over time.
 class EndlessProgramme {
  public:
   BlockReading Next() {
@@ -65,7 +65,7 @@ class EndlessProgramme {
     return low + (high - low) * (static_cast<double>(mRandom()) / 4294967296.0);
   }
 
-  /// As PowerOf, in steps of 0.01 LU that are computed once.
+  /// The same as PowerOf, in steps of 0.01 LU. Each step is computed once.
   std::uint64_t PowerAt(double lkfs) {
     const auto step = static_cast<std::size_t>((lkfs + 80) * 100);
     if (step >= mPowers.size())
@@ -81,7 +81,7 @@ class EndlessProgramme {
   std::vector<std::uint64_t> mPowers;
 };
 
-/// The engine alone, run on the same blocks.
+/// The engine on its own, fed with the same blocks.
 class EngineAlone {
  public:
   EngineAlone() {
@@ -141,7 +141,7 @@ class DayTest : public RunningService, public testing::WithParamInterface<Stretc
     ExpectData(
         [&](const LoudnessMessage& message) { return PublishedCodes(message.data) == expected; },
         "the engine's figures " + testing::PrintToString(expected));
-    // None of them may equal the figure of a service without blocks.
+    // None of the figures may equal that of a service without blocks.
     for (std::size_t i = 0; i < expected.size(); ++i)
       EXPECT_TRUE(expected[i] != -990 && expected[i] != -9900 && expected[i] != 0) << i;
   }

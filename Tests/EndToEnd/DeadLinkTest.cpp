@@ -11,7 +11,7 @@ namespace {
 using louddesk::Peer;
 using FaultyPeers = std::map<Peer, std::unique_ptr<FaultyPeer>>;
 
-constexpr int kSeveral = 3;  // connections that meet the fault
+constexpr int kSeveral = 3;  // connections that suffer the fault
 
 const char* TypeOf(Peer peer) {
   return peer == Peer::kHeartbeatReceiver || peer == Peer::kLogSink ? "PULL" : "XPUB";

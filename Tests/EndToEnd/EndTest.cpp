@@ -1,4 +1,4 @@
-// The orderly end of the service, at whatever time a signal arrives.
+// The orderly end of the service, whenever a signal arrives.
 
 #include <csignal>
 
@@ -48,7 +48,7 @@ TEST_F(EndTest, IsCleanAtAnyMomentAfterTheFirstLine) {
 
 struct Moment {
   const char* name;
-  const char* line;  // after which the signal comes
+  const char* line;  // the signal is sent after this line
 };
 
 void PrintTo(const Moment& moment, std::ostream* stream) {
@@ -149,7 +149,7 @@ TEST_F(EndTest, NothingIsSentAfterTheEnd) {
   ASSERT_NO_FATAL_FAILURE(StartWatched());
   StartMeasuring();
   EndBy(SIGTERM);
-  Pass(kPeriod);  // for messages on their way
+  Pass(kPeriod);  // messages on their way arrive
   mUnit.DropLoudnessData();
   mUnit.DropStates();
   mUnit.DropHeartbeats();

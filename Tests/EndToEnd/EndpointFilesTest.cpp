@@ -1,6 +1,6 @@
-// Files that stand where the service binds its endpoints, and an IPC directory that it cannot use.
-// A directory in the place of the data publisher is StartUpTest's; files that a killed service or
-// peer leaves behind are PeerRestartTest's and PeerFaultTest's.
+// Existing files at the paths to which the service binds, and an IPC directory that it cannot use.
+// StartUpTest covers a directory in the place of the data publisher; PeerRestartTest and
+// PeerFaultTest cover files that a killed service or peer leaves behind.
 
 #include <sys/mount.h>
 
@@ -52,8 +52,8 @@ class EndpointFilesTest : public FaultyUnit {
     EXPECT_TRUE(mService->WaitForLine(text, kPatience)) << text;
   }
 
-  /// Expects that the service starts without publishers, says so, and stops by the assertion of the
-  /// first message that it would publish.
+  /// Expects that the service starts without publishers, logs that, and stops by an assertion at
+  /// the first message that it would publish.
   void ExpectUnusableDirectory(const std::string& reason) {
     mUnit.OpenAll({Peer::kSignalProcessor, Peer::kLogSink});
     StartProcess();
@@ -110,7 +110,7 @@ TEST_F(EndpointFilesTest, DirectoryInThePlaceOfTheStatesIsReportedAndStopsTheFir
   StartProcess();
   ExpectLine("|CRITICAL|ReactorMain|");
   ExpectLine("\"Failed to initialize HWM Pubs.\"");
-  // At the latest when the state is republished, after five seconds.
+  // The state is republished after five seconds at the latest.
   ExpectStopByAssertion("__null != mpLuStatePubSocket");
 }
 

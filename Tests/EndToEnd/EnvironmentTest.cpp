@@ -1,4 +1,4 @@
-// Variables of the messaging library in the environment: none changes what the service does.
+// The messaging library's environment variables do not change the behaviour of the service.
 
 #include <csignal>
 
@@ -38,7 +38,7 @@ class EnvironmentTest : public FaultyUnit {
   }
 
   /// Counts the lines that arrive before a new one. New lines are refused while the queue is full,
-  /// so one is provoked whenever nothing arrives.
+  /// so a new line is provoked again whenever nothing arrives.
   std::size_t LinesBeforeANewOne() {
     constexpr char kNew[] = " new.";
     std::size_t lines = 0;
@@ -60,7 +60,7 @@ class EnvironmentTest : public FaultyUnit {
 TEST_F(EnvironmentTest, NoLibraryVariableChangesAnything) {
   mUnit.OpenAll();
   ExpectOrdinary(kLibraryVariables);
-  // Each variable alone names the one at fault.
+  // Tests each variable alone to find the one at fault.
   if (HasFailure())
     for (const auto& variable : kLibraryVariables) {
       SCOPED_TRACE("row " + variable.first);

@@ -32,7 +32,7 @@ using zmtp::Ready;
 struct FaultName {
   PeerFault fault;
   const char* name;
-  bool endsTheLink;  // ZeroMQ itself does not connect again
+  bool endsTheLink;  // ZeroMQ itself does not reconnect
 };
 
 constexpr FaultName kFaultNames[] = {
@@ -64,7 +64,7 @@ bool HangsUp(PeerFault fault) {
          fault == PeerFault::kCutInHandshake || fault == PeerFault::kCutInFrame;
 }
 
-constexpr char kOtherType[] = "REP";  // fits neither a subscriber nor a pusher
+constexpr char kOtherType[] = "REP";  // incompatible with SUB and PUSH sockets
 
 std::string Garbage() {
   return std::string(1000, '\xAA');
@@ -115,7 +115,7 @@ int ListenOnPort(const std::string& endpoint, const std::string& addressAndPort)
   return listener;
 }
 
-// False when the other side has closed; what it sends does not matter.
+// Reads and ignores what the other side sends. False when the other side has closed.
 bool Discard(int connection) {
   std::array<char, 4096> buffer;
   const ssize_t size = recv(connection, buffer.data(), buffer.size(), MSG_DONTWAIT);
@@ -144,7 +144,7 @@ FaultyPeer::FaultyPeer(const std::string& endpoint, std::string type, PeerFault 
   mListener = mPath.empty() ? ListenOnPort(endpoint, place) : ListenOnFile(endpoint, mPath);
   if (listen(mListener, SOMAXCONN) != 0)
     GiveUp(endpoint, "listen");
-  // Not inherited: a service that held the other end would keep the thread from ending.
+  // Not inherited: a service with the other end open would keep the thread from ending.
   if (pipe2(mStop, O_CLOEXEC) != 0)
     GiveUp(endpoint, "pipe");
   mThread = std::thread(&FaultyPeer::Serve, this);
@@ -192,7 +192,7 @@ std::uint64_t FaultyPeer::LargestFrame() const {
   return mPath.empty() ? kMqMaxFrameSize : kMqMaxLocalFrameSize;
 }
 
-// What a connection receives before the fault.
+// The bytes that a connection receives, up to and including the fault.
 std::string FaultyPeer::Speech() const {
   constexpr std::uint64_t kFrame = 200;
   switch (mFault) {

@@ -7,19 +7,19 @@
 #include <string>
 #include <thread>
 
-/// What is wrong with a peer.
+/// Kind of fault of a peer.
 enum class PeerFault {
-  kAnotherProtocol,        // answers as a web server would and hangs up
+  kAnotherProtocol,        // answers like a web server and closes the connection
   kZeros,                  // sends zeros instead of a greeting
   kSilence,                // accepts the connection and never sends anything
   kGarbageAfterGreeting,   // sends garbage instead of a handshake
   kGarbageAfterHandshake,  // sends garbage instead of a frame
-  kWrongSocketType,        // says in the handshake that it is a socket of another kind
+  kWrongSocketType,        // announces an incompatible socket type in the handshake
   kTooLargeFrame,          // sends a frame that is one byte longer than allowed
-  kGarbageAfterBacklog,    // sends garbage after a message that takes a second and more to read
+  kGarbageAfterBacklog,    // sends garbage after a message that takes more than a second to read
   kCutInGreeting,          // closes the connection in the middle of the greeting
-  kCutInHandshake,         // in the middle of the handshake
-  kCutInFrame,             // in the middle of a frame
+  kCutInHandshake,         // closes it in the middle of the handshake
+  kCutInFrame,             // closes it in the middle of a frame
 };
 
 /// The fault as the name of a test.
@@ -31,9 +31,10 @@ bool EndsTheLink(PeerFault fault);
 
 class FaultyPeer {
  public:
-  /// Listens on `endpoint` (tcp://ADDRESS:PORT or ipc://PATH), which must not be in use, as a peer
-  /// of the socket type `type` (its name in a handshake, for example "XPUB") but for its fault. A
-  /// separate thread serves the connections. Ends the test process when it cannot listen.
+  /// Listens on `endpoint` (tcp://ADDRESS:PORT or ipc://PATH), which must not be in use. Apart from
+  /// the fault it acts as a socket of the type `type` (its name in a handshake, for example
+  /// "XPUB"). A separate thread serves the connections. Ends the test process when it cannot
+  /// listen.
   FaultyPeer(const std::string& endpoint, std::string type, PeerFault fault);
 
   /// Closes every connection and frees the endpoint.
@@ -52,9 +53,9 @@ class FaultyPeer {
 
   std::string mType;
   PeerFault mFault;
-  std::string mPath;        // of the socket file; empty: TCP
+  std::string mPath;        // path of the socket file; empty: TCP
   int mListener = -1;       // owned
-  int mStop[2] = {-1, -1};  // a pipe whose closed end ends the thread; owned
+  int mStop[2] = {-1, -1};  // a pipe; closing one end ends the thread; owned
   std::atomic<int> mConnections{0};
   std::thread mThread;
 };

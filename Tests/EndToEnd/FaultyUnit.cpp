@@ -1,4 +1,4 @@
-// What the tests under faults have in common.
+// Shared parts of the tests under faults.
 
 #include "FaultyUnit.h"
 
@@ -19,8 +19,7 @@ constexpr char kClientPlace[] = "DataClient";
 
 constexpr std::chrono::milliseconds kServedSoon{5000 * kSlowness};
 
-// Ten times what the queues of all peers hold when full. Freed memory that a sanitizer retains
-// counts too.
+// Ten times the contents of all peers' full queues. Includes freed memory that a sanitizer retains.
 #ifdef __SANITIZE_ADDRESS__
 constexpr long kMostGrowthKib = 400 * 1024;
 #else
@@ -30,7 +29,7 @@ constexpr long kMostGrowthKib = 32 * 1024;
 struct PeerPlace {
   Peer peer;
   const char* place;
-  const char* line;  // of the service about what the peer publishes in its own process
+  const char* line;  // log line of the service about a message of the remote peer
 };
 
 constexpr PeerPlace kPeerPlaces[] = {
@@ -199,7 +198,7 @@ bool FaultyUnit::IsServed(Peer peer, Milliseconds patience) {
     return mService->WaitForLine(row.line, patience, mRemote->serviceLines);
   if (peer == Peer::kSignalProcessor)
     return HasNewFigures(patience);
-  // A remote server that is there makes the service write lines all the time.
+  // A running remote server makes the service write lines all the time.
   if (peer == Peer::kLogSink && mMoved.count(Peer::kMainAppServer) == 0)
     SayUnknown("");
   return WaitForRemoteLine(row.place, patience);

@@ -1,4 +1,4 @@
-// A running service whose peers misbehave: verbs and figures of the tests under faults.
+// A running service whose peers misbehave: the operations and limits of the tests under faults.
 
 #pragma once
 
@@ -29,41 +29,41 @@ class FaultyUnit : public WatchedService {
   using Milliseconds = std::chrono::milliseconds;
   using Peers = std::set<louddesk::Peer>;
 
-  /// Starts the service, with every peer in order, and makes it measure.
+  /// Starts the service with working peers and makes it measure.
   void StartInOrder(const ServiceStart& start = {});
 
   /// Like StartMeasuring, for a service whose console is not read.
   void StartMeasuringUnheard();
 
-  /// From now on watches the cadence, with a separate client, and the memory of the service.
+  /// Begins to watch the cadence, with a separate client, and the memory of the service.
   void BeginWatch();
 
-  /// Expects that data has kept coming since then and that memory has stayed within its bound, and
-  /// records the figures. Gaps may be a second long, for a busy machine, or as long as given, plus
-  /// the time in which the client itself could not run.
+  /// Expects that since BeginWatch data has kept arriving and memory has stayed within its bound,
+  /// and records the figures. Gaps may be as long as `longestGap` (a second, for a busy machine),
+  /// plus the time in which the client itself could not run.
   void ExpectWatchedWell(Milliseconds longestGap = Milliseconds{1000});
 
   /// Whether a client gets data from now on.
   bool GetsData(louddesk::DataClient& client, Milliseconds patience = kPatience);
 
-  /// Several processes may play peers or a client. From now on the functions below act on the one
-  /// of this name; before the first call, on one without a name.
+  /// Several processes may play peers or a client. After this call the functions below act on the
+  /// process named `remote`; before the first call, on a process without a name.
   void TurnTo(const std::string& remote) { mRemote = &mRemotes[remote]; }
 
-  /// Moves the peers to a separate process, or starts them there again.
+  /// Moves the peers to the remote process, or restarts them there.
   void StartRemote(const Peers& peers);
 
-  /// Starts a client of the loudness data in its own process.
+  /// Starts a client of the loudness data in the remote process.
   void StartRemoteClient();
 
-  /// Kills or stops that process and waits until that has happened; continues it.
+  /// Kill or stop the remote process and wait until that has happened; continue it.
   void KillRemote();
   void StopRemote();
   void ContinueRemote();
 
   ServiceProcess& RemoteProcess() { return *mRemote->process; }
 
-  /// Replaces the killed remote peers by listeners that never read, or ends these.
+  /// Replace the killed remote peers by listeners that never read; end these listeners.
   void ListenSilently();
   void EndSilence();
 
@@ -71,8 +71,8 @@ class FaultyUnit : public WatchedService {
   /// returns the time since the last start or continuation.
   Milliseconds AwaitServed();
 
-  /// The same as an expectation, see ExpectSoon. Later messages must arrive too: the first may have
-  /// waited in a buffer.
+  /// Calls AwaitServed and checks the time with ExpectSoon. Later messages must arrive too, because
+  /// the first may have waited in a buffer.
   void ExpectServedSoon();
 
   /// Expects that peers were served within five seconds of their return, and records how long it
@@ -85,13 +85,13 @@ class FaultyUnit : public WatchedService {
  private:
   struct Remote {
     std::unique_ptr<ServiceProcess> process;
-    Peers peers;  // that it plays
+    Peers peers;  // peers that the process plays
     bool isClient = false;
-    std::chrono::steady_clock::time_point back;             // of its last start or continuation
-    std::size_t serviceLines = 0;                           // at that moment
-    std::size_t lines = 0;                                  // of its own, at that moment
-    std::vector<int> frozen;                                // figures at that moment
-    std::vector<std::unique_ptr<SilentListener>> silences;  // in its place
+    std::chrono::steady_clock::time_point back;  // time of the last start or continuation
+    std::size_t serviceLines = 0;                // lines of the service at that time
+    std::size_t lines = 0;                       // lines of the process at that time
+    std::vector<int> frozen;                     // figures at that time
+    std::vector<std::unique_ptr<SilentListener>> silences;  // listeners that replace its peers
   };
 
   bool IsServed(louddesk::Peer peer, Milliseconds patience);
@@ -104,5 +104,5 @@ class FaultyUnit : public WatchedService {
   Remote* mRemote = &mRemotes[""];
   Peers mMoved;  // peers that this process no longer plays
   std::unique_ptr<CadenceWatch> mWatch;
-  long mResidentKib = 0;  // of the service at the beginning of the watch
+  long mResidentKib = 0;  // memory of the service at the beginning of the watch
 };

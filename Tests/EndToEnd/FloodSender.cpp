@@ -1,7 +1,8 @@
-// A peer that floods the service: binds an endpoint and publishes one message again and again, in a
-// process of its own at the lowest priority. The arguments are the endpoint, what to send, and how
-// often a second (0: as fast as the socket takes it). "Sink" receives messages instead and drops
-// them. Ends by a signal only; writes to standard output each second how many messages it has sent.
+// A peer that floods the service: binds an endpoint and publishes one message repeatedly, in a
+// separate process at the lowest priority. The arguments are the endpoint, the kind of message, and
+// the messages per second (0: as fast as the socket accepts them). The kind "Sink" receives and
+// drops messages instead. Each second it writes the number of messages sent to standard output.
+// Only a signal ends it.
 
 #include <czmq.h>
 #include <sys/resource.h>
@@ -56,7 +57,7 @@ Frames Preset() {
   return {kPresetTopic, louddesk::PresetForSpeakers(kSurround, 1).Json()};
 }
 
-// `text` between a valid preset's opening brace and its first member.
+// A valid preset with `members` before its first member.
 std::string PresetWith(const std::string& members) {
   return "{" + members + "," + louddesk::PresetForSpeakers(kSurround, 1).Json().substr(1);
 }
@@ -68,16 +69,16 @@ std::string Repeated(const std::string& text, std::size_t count) {
   return result;
 }
 
-// As many members as are accepted, long enough to fill the largest document.
+// A preset with the maximum number of members and of the maximum size.
 Frames LargestPreset() {
   constexpr std::size_t kRest = 1000;  // values and bytes of the valid preset, rounded up
   constexpr std::size_t kMembers = (json::kMaxValues - kRest) / 2;
-  constexpr std::size_t kShell = 5;  // "": and a comma and the value
+  constexpr std::size_t kShell = 5;  // quotes, colon, value and comma
   const std::size_t room = (json::kMaxDocumentSize - 4 * kRest) / kMembers - kShell;
   return {kPresetTopic, PresetWith(Repeated("\"" + std::string(room, 'x') + "\":1", kMembers))};
 }
 
-// As many routed channels as are accepted, several times more than are kept.
+// A preset with about as many routed channels as a document can hold, many more than are kept.
 Frames RoutingPreset() {
   constexpr std::size_t kChannels = 12000;
   const std::string channels = Repeated(R"({"OutputTrimDb":0,"MeterSources":[]})", kChannels);

@@ -1,5 +1,5 @@
-// Peers that publish as much as they can, and a thousand times more than they should. The short
-// runs belong to the daily tests, those of minutes (label `soak`) do not.
+// Peers that publish as fast as they can, up to a thousand times more than they should. The short
+// runs are daily tests; the runs of several minutes have the label `soak`.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -21,10 +21,10 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kAWhile{3};
 constexpr std::chrono::seconds kAMinute{60};
 
-/// What may wait for the service at one peer is a thousand messages, and a thousand lines and data
-/// messages for the readers. Blocks, commands and ordinary presets of some kilobytes stay far below
-/// this limit; for the largest documents it is computed from their size. Freed memory that a
-/// sanitizer retains counts too.
+/// Limit of the service's memory. Up to a thousand messages of one peer may be queued, and up to a
+/// thousand lines and data messages for the readers. Blocks, commands and ordinary presets of some
+/// kilobytes stay far below this limit; for the largest documents it is computed from their size.
+/// Includes freed memory that a sanitizer retains.
 #ifdef __SANITIZE_ADDRESS__
 constexpr long kBoundKib = 640 * 1024;
 #else
@@ -32,17 +32,17 @@ constexpr long kBoundKib = 64 * 1024;
 #endif
 constexpr long kBoundOfLargestKib = 1000 * 512 + kBoundKib;
 
-/// A service under a continuous flood gets no more of a busy machine than other processes. On an
-/// idle one the gaps between messages are 115 ms.
+/// Generous, because on a busy machine a flooded service gets no more processor time than others.
+/// On an idle machine the gaps between messages are 115 ms.
 constexpr std::chrono::milliseconds kLongestGap{2000 * kSlowness};
 
-/// The service's promise is a second.
+/// The service promises to end within a second.
 constexpr std::chrono::milliseconds kLenientEnd{5000 * kSlowness};
 
 struct FloodCase {
-  const char* kind;  // as FloodSender knows it
-  unsigned rate;     // messages a second; 0: as fast as the peer can
-  long boundKib;     // of the service's memory
+  const char* kind;  // kind of message, an argument of FloodSender
+  unsigned rate;     // messages per second; 0: as fast as the peer can
+  long boundKib;     // limit of the service's memory
 };
 
 constexpr FloodCase kFloods[] = {
@@ -77,7 +77,7 @@ void PrintTo(const Flood& flood, std::ostream* stream) {
   *stream << flood.flood.kind << " for " << flood.length.count() << " s";
 }
 
-/// A figure for the output and for the report of the test.
+/// Writes a figure to the output and to the report of the test.
 void Record(const char* name, double value) {
   testing::Test::RecordProperty(name, std::to_string(value));
   std::cout << "  " << name << ": " << value << std::endl;
@@ -89,7 +89,8 @@ double Milliseconds(Clock::duration duration) {
 
 class FloodTest : public RunningService, public testing::WithParamInterface<Flood> {
  protected:
-  /// The flood comes from a separate endpoint, and the log lines go to a sink that takes them all.
+  /// Starts the service. The flood comes from a separate endpoint, and a sink receives all log
+  /// lines.
   void StartBesideTheFlood() {
     ASSERT_NO_FATAL_FAILURE(Start({FloodedPlace(), Peer::kLogSink}, Unheard()));
     mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic,
@@ -104,7 +105,7 @@ class FloodTest : public RunningService, public testing::WithParamInterface<Floo
     ASSERT_TRUE(mSender->WaitForLine(" messages in ", kPatience)) << "no flood";
   }
 
-  /// Waits while the flood runs and checks what it must not disturb.
+  /// Waits while the flood runs and checks that it does not disturb the service.
   void WatchFlood() {
     CadenceWatch watch(louddesk::DataPublisherFile(mUnit.MeterSet(), mUnit.Cluster()));
     ASSERT_TRUE(watch.WaitFor(1, kPatience));
@@ -143,7 +144,7 @@ class FloodTest : public RunningService, public testing::WithParamInterface<Floo
     EXPECT_LE(mMostKib, GetParam().flood.boundKib);
   }
 
-  /// In the middle of the flood.
+  /// Ends the service in the middle of the flood.
   void ExpectQuickEnd() {
     const Clock::time_point begin = Clock::now();
     mService->Signal(SIGTERM);
@@ -171,7 +172,7 @@ class FloodTest : public RunningService, public testing::WithParamInterface<Floo
                                                           : Peer::kHardwareManager;
   }
 
-  /// Millions of lines would not fit into memory.
+  /// Discards the console output: millions of lines would not fit into memory.
   static ServiceStart Unheard() {
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     ServiceStart start;
@@ -189,8 +190,8 @@ class FloodTest : public RunningService, public testing::WithParamInterface<Floo
   std::unique_ptr<ServiceProcess> mSink;
   std::unique_ptr<ServiceProcess> mSender;
   Cadence mCadence;
-  Clock::duration mLongestBeatless{};  // stretch without a heartbeat
-  long mMostKib = 0;                   // of the service's memory
+  Clock::duration mLongestBeatless{};  // longest time without a heartbeat
+  long mMostKib = 0;                   // largest memory of the service
 };
 
 TEST_P(FloodTest, KeepsCadenceHeartbeatAndMemoryAndEndsAtOnce) {

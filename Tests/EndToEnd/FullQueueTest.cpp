@@ -1,4 +1,4 @@
-// Clients of the loudness data that come and go, stop or are silent, and queues that fill up.
+// Clients of the loudness data that connect and leave, stop or are silent, and queues that fill up.
 
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -13,7 +13,7 @@ namespace {
 
 using louddesk::Peer;
 
-constexpr std::size_t kQueue = 1000;     // lines that wait for the log sink
+constexpr std::size_t kQueue = 1000;     // lines queued for the log sink
 constexpr unsigned kLines = 4 * kQueue;  // enough for the kernel's buffers too
 constexpr std::chrono::milliseconds kAbsence{2500};
 
@@ -43,8 +43,8 @@ TEST_F(DataClientFaultTest, StoppedClientDisturbsNobodyAndGetsWhatWaited) {
   Pass(kAbsence);
   ContinueRemote();
   ExpectServedSoon();
-  // All data since the stop, except for ticks that a busy machine skips. Without the data that
-  // waited there would be far fewer messages.
+  // Expects all data since the stop, except for ticks that a busy machine skips. Without the queued
+  // data there would be far fewer messages.
   const auto missing = [&] {
     const auto ticks = (std::chrono::steady_clock::now() - stop) / kPeriod;
     return ticks - static_cast<long>(RemoteProcess().LineCount() - before);
@@ -59,7 +59,7 @@ TEST_F(DataClientFaultTest, ClientsThatConnectAndSayNothingDisturbNobody) {
   address.sun_family = AF_UNIX;
   const std::string path = "/run/shm/mq/" + louddesk::DataPublisherFile(1, 1);
   path.copy(address.sun_path, sizeof address.sun_path - 1);
-  // More than the number of files that a process may usually open.
+  // More than the usual limit of open files.
   constexpr rlim_t kClients = 1200;
   rlimit files = {};
   ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &files));
@@ -78,7 +78,7 @@ TEST_F(DataClientFaultTest, ClientsThatConnectAndSayNothingDisturbNobody) {
   ExpectWatchedWell();
 }
 
-/// A service whose log sink takes nothing while thousands of lines are written.
+/// A service whose log sink reads nothing while thousands of lines are written.
 class FullSinkTest : public FaultyUnit {
  protected:
   void SetUp() override {
@@ -95,8 +95,8 @@ class FullSinkTest : public FaultyUnit {
     ExpectAcknowledgement("Reset");
   }
 
-  /// Expects about as many of those lines as the queue holds. The kernel and the sink's side hold
-  /// some more, and the library notices room in the queue only when half of it is free.
+  /// Expects about as many of the lines as the queue holds. The kernel and the sink's own queue
+  /// hold some more, and the library notices room in the queue only when half of it is free.
   void ExpectOneQueueAtTheReturn() {
     ExpectServedSoon();
     std::size_t lines = 0;

@@ -1,5 +1,5 @@
-// The example messages against the shipped service: what it sends equals them byte for byte, what
-// it receives has the effect that Docs/PROTOCOL.md describes.
+// The example messages and the shipped service: the messages that it sends equal the examples byte
+// for byte; the messages that it receives have the effects that Docs/PROTOCOL.md describes.
 
 #include "GoldenMessage.h"
 
@@ -20,7 +20,7 @@ using louddesk::Peer;
 using testing::ElementsAre;
 using testing::Matches;
 
-/// The sender of topics with this beginning.
+/// The senders of topics, by the beginning of the topic.
 constexpr struct {
   const char* topic;
   Peer sender;
@@ -94,7 +94,7 @@ class GoldenMessagesTest : public RunningService {
     }
   }
 
-  /// Waits for the message at the log sink; those before it are dropped.
+  /// Waits for the message at the log sink; earlier messages are dropped.
   void ExpectLog(const std::string& name) {
     while (const auto line = mUnit.NextLogLine(kPatience))
       if (Matches(IsMessage(name))(line->frames))
@@ -113,7 +113,7 @@ class GoldenMessagesTest : public RunningService {
     EXPECT_EQ(0, report->status);
   }
 
-  /// Ten messages without readings, then silence.
+  /// Expects ten messages without readings, then silence.
   void ExpectInvalidSource() {
     ExpectNextData("loudness-data-invalid-source.frames", 5);
     ExpectNextData("loudness-data-invalid-source-last.frames", 5);
@@ -148,7 +148,7 @@ class WithoutMeterSetTest : public GoldenMessagesTest {
     mStates.emplace("Lc1LoudnessDataPub.ipc");
   }
 
-  /// The next message that is a republication, or the next that is not; no frames if none comes.
+  /// The next message that is a republication, or that is not one; no frames if none comes.
   Frames NextFrames(bool isRepublication) {
     for (Frames frames = NextFrames(); !frames.empty(); frames = NextFrames())
       if ((frames.front().find("_Repub_") != std::string::npos) == isRepublication)

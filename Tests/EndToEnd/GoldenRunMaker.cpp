@@ -1,6 +1,6 @@
-// Makes the golden run anew: the shipped service, measured and commanded by a script, with
-// `LoudDesk record` beside it. Messages to the service are at least a second apart, blocks two
-// messages of loudness data, so that nothing depends on how they meet the service's ticks.
+// Makes a new golden run: a script sends blocks and commands to the shipped service while `LoudDesk
+// record` records it. Messages to the service are at least a second apart, and blocks are two
+// loudness-data messages apart, so that nothing depends on when they arrive relative to the ticks.
 //
 // Usage: LOUDCALC_GOLDEN_RUN=FILE GoldenRunMaker
 
@@ -21,8 +21,8 @@ using louddesk::BlockReading;
 using louddesk::LoudnessConfiguration;
 using louddesk::Peer;
 
-// Every pending action is carried out and published by then, and two messages do not count as close
-// to one another.
+// Long enough that every pending action has been carried out and published, and that the replay
+// does not treat two messages as close together.
 constexpr std::chrono::milliseconds kApart{1300};
 
 constexpr int kMessagesPerBlock = 2;
@@ -41,7 +41,7 @@ class GoldenRunMaker : public RunningService {
     mRecord = std::make_unique<ServiceProcess>(LOUDDESK_BINARY,
                                                std::vector<std::string>{"record", mFile});
     ASSERT_TRUE(mRecord->WaitForLine("Connected to the service and all of its peers", kPatience));
-    Pass(std::chrono::seconds(6));  // a republication tells that the recorder hears the service
+    Pass(std::chrono::seconds(6));  // the recorder receives a republication in that time
   }
 
   void Text(Peer peer, const std::string& topic, const std::string& payload) {
@@ -74,7 +74,7 @@ class GoldenRunMaker : public RunningService {
     Text(Peer::kMainAppServer, "AppIOQVLoudnessCmd-1", message.Json());
   }
 
-  /// Where data flows, two messages of it come between two blocks.
+  /// Sends the blocks. While data is published, two messages come between two blocks.
   void Play(const std::vector<BlockReading>& blocks) {
     for (const BlockReading& block : blocks) {
       mUnit.SendRaw(block);
@@ -91,7 +91,7 @@ class GoldenRunMaker : public RunningService {
     Pass(3 * kPeriod);
   }
 
-  /// Levels, in LKFS, of all meters.
+  /// Blocks with these levels, in LKFS, on all meters.
   static std::vector<BlockReading> Levels(const std::vector<double>& levels, std::uint32_t peak) {
     std::vector<BlockReading> blocks(levels.size());
     for (std::size_t i = 0; i < levels.size(); ++i) {
@@ -131,11 +131,11 @@ TEST_F(GoldenRunMaker, Make) {
   ASSERT_NO_FATAL_FAILURE(StartBoth());
   const std::string surround = louddesk::PresetForSpeakers(SurroundSpeakers(), 1).Json();
 
-  // What has no effect, or is refused.
+  // Messages that have no effect or are refused.
   Text(Peer::kHardwareManager, kHwmStatusTopic, "{}");
   Text(Peer::kProcessMonitor, kSystemStatusTopic, R"({"SysStatus":1})");
   Play(Levels({-23, -23}, 1000));  // no programme yet
-  Preset(surround);                // waits
+  Preset(surround);                // its start waits until reporting is on
   Report(true);
 
   // The passage that is computed a second time.
@@ -156,7 +156,7 @@ TEST_F(GoldenRunMaker, Make) {
   Text(Peer::kMainAppServer, "AppIOQVLoudnessCmd-1", R"({"Command":7})");
   Text(Peer::kMainAppServer, "AppProbeSetLuConf-1", R"({"LraWindow":"60"})");
 
-  // The ends of the ranges: sums that wrap, peaks of which 16 bits count, frames too short.
+  // Extreme values: sums that wrap around, peaks of more than 16 bits, frames that are too short.
   std::vector<BlockReading> extremes(8);
   for (std::size_t i = 0; i < extremes.size(); ++i) {
     extremes[i].powers.fill(std::uint64_t{1} << (8 * i + 6));

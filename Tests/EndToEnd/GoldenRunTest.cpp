@@ -1,6 +1,6 @@
-// The golden run, Tests/EndToEnd/GoldenRun.loudrec, repeated with the shipped service: every
-// message that it publishes must be the recorded one, byte for byte, on every architecture. And the
-// golden run with a fault put in, which must be found and named.
+// Replays the golden run, Tests/EndToEnd/GoldenRun.loudrec, to the shipped service: every message
+// that it publishes must equal the recorded one, byte for byte, on every architecture. Also replays
+// altered copies of the run, whose differences must be found and named.
 
 #include <unistd.h>
 
@@ -25,7 +25,7 @@ using louddesk::Sender;
 using testing::AllOf;
 using testing::HasSubstr;
 
-// The run takes less than a minute, and several times that where another processor is emulated.
+// The run takes less than a minute, and several times longer in an emulator.
 constexpr std::chrono::seconds kRunPatience{600};
 
 std::vector<RecordedMessage> GoldenRun() {
@@ -70,7 +70,7 @@ class GoldenRunTest : public RunningService {
     std::filesystem::remove_all(mFolder);
   }
 
-  /// Writes the golden run with a fault put in.
+  /// Writes a copy of the golden run with this change.
   std::string Changed(const std::function<void(std::vector<RecordedMessage>&)>& change) {
     std::vector<RecordedMessage> messages = GoldenRun();
     change(messages);
@@ -111,7 +111,7 @@ TEST_F(GoldenRunTest, IsRepeatedByteForByte) {
                     HasSubstr("; 0 of loudness data came that the recording does not have")));
 }
 
-// So that the golden run is more than what the service happened to publish.
+// Shows that the recorded figures are correct, not only what the service published.
 TEST(GoldenRunFiguresTest, AreThoseOfASecondComputation) {
   const auto messages = GoldenRun();
   const std::size_t configuration =

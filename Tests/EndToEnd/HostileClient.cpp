@@ -1,6 +1,7 @@
 // Hostile clients of the service's publishers, in a separate process and at the lowest priority.
-// The arguments are what to do and the publisher's socket file; "Topics" and "Silent" want numbers
-// too. Writes to standard output, each second or once, what it has done. Ends by a signal only.
+// The arguments are the kind of attack and the publisher's socket file; "Topics" and "Silent" also
+// take numbers. Reports its progress on standard output, each second or once. Only a signal ends
+// it.
 
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -38,10 +39,10 @@ std::string RandomBytes(std::size_t count) {
   return bytes;
 }
 
-// One connection, which ends with the process at the latest.
+// A connection to the publisher.
 class Connection {
  public:
-  // Waits while the publisher has no room for it.
+  // Connects. Waits while the publisher has no room for the connection.
   explicit Connection(const std::string& path) : mSocket(socket(AF_UNIX, SOCK_STREAM, 0)) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -72,7 +73,7 @@ class Connection {
   void End() const { close(mSocket); }
 
  private:
-  // Nothing if the other side has closed.
+  // Reads `size` bytes. Empty if the other side has closed.
   std::string Hear(std::size_t size) const {
     std::string bytes(size, '\0');
     const bool isThere =
@@ -85,7 +86,7 @@ class Connection {
 
 using Numbers = std::vector<unsigned long>;
 
-// Repeats it and writes each second how many connections it made.
+// Repeats `connect`, which returns its number of connections, and writes the total each second.
 [[noreturn]] void Repeat(const std::function<unsigned long()>& connect) {
   const Clock::time_point start = Clock::now();
   unsigned long count = 0;
@@ -117,7 +118,7 @@ void ComeAndGo(const std::string& path, const Numbers&) {
   });
 }
 
-// The same with random bytes in between, many of which are subscriptions.
+// Connects, sends random bytes, many of which are subscriptions, and leaves.
 void Garbage(const std::string& path, const Numbers&) {
   constexpr std::size_t kBytes = 4000;
   Repeat([&] {
@@ -129,8 +130,8 @@ void Garbage(const std::string& path, const Numbers&) {
   });
 }
 
-// CLIENTS TOPICS LENGTH: as many clients, each with as many topics of that length. All leave at
-// once, with the process.
+// Numbers: CLIENTS TOPICS LENGTH. Connects CLIENTS clients, each subscribed to TOPICS topics of
+// LENGTH bytes. All leave at once, when the process ends.
 void Topics(const std::string& path, const Numbers& numbers) {
   for (unsigned long client = 0; client < numbers.at(0); ++client) {
     const Connection connection(path);
@@ -141,7 +142,7 @@ void Topics(const std::string& path, const Numbers& numbers) {
   StayFor("clients have subscribed", numbers.at(0));
 }
 
-// CLIENTS: as many clients that connect and stay silent. Rejected ones connect again.
+// Number: CLIENTS. Connects that many clients, which stay silent. Rejected ones connect again.
 void Silent(const std::string& path, const Numbers& numbers) {
   std::vector<Connection> clients;
   for (unsigned long client = 0; client < numbers.at(0); ++client)

@@ -1,6 +1,6 @@
-// Hostile clients: what they do to the publishers affects neither the cadence nor the service of
-// other clients, and neither the memory nor the life of the process. The short runs belong to the
-// daily tests, those of minutes (label `soak`) do not.
+// Hostile clients of the publishers. They must not affect the cadence, other clients, or the memory
+// and life of the process. The short runs are daily tests; the runs of several minutes have the
+// label `soak`.
 
 #include <algorithm>
 #include <filesystem>
@@ -19,7 +19,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kAWhile{4};
 constexpr std::chrono::seconds kAMinute{60};
 
-/// Freed memory that a sanitizer retains counts too.
+/// Limit of the service's memory. Includes freed memory that a sanitizer retains.
 #ifdef __SANITIZE_ADDRESS__
 constexpr long kBoundKib = 640 * 1024;
 #else
@@ -52,13 +52,13 @@ class HostileClientTest : public FaultyUnit,
     FaultyUnit::TearDown();
   }
 
-  /// Starts one and waits until it has begun.
+  /// Starts a hostile client and waits until it has begun.
   void StartHostile(const std::vector<std::string>& arguments) {
     mHostile.push_back(std::make_unique<ServiceProcess>(HOSTILE_CLIENT_BINARY, arguments));
     ASSERT_TRUE(mHostile.back()->WaitForLine(" ", kPatience)) << "nothing done";
   }
 
-  /// Waits for the time of the test while the hostile clients go on and `act` is called.
+  /// Waits for the duration of the test while the hostile clients run, and keeps calling `act`.
   void Endure(const std::function<void()>& act = [] {}) {
     for (const auto end = Clock::now() + GetParam(); Clock::now() < end;) {
       act();
@@ -80,10 +80,10 @@ class HostileClientTest : public FaultyUnit,
   }
 
   std::vector<std::unique_ptr<ServiceProcess>> mHostile;
-  long mMostFiles = 0;  // that the service had open
+  long mMostFiles = 0;  // largest number of open files of the service
 
  private:
-  long mMostKib = 0;  // of the service's memory
+  long mMostKib = 0;  // largest memory of the service
 };
 
 TEST_P(HostileClientTest, WhoConnectsAndNeverSubscribesFillsNoMemory) {
@@ -117,7 +117,7 @@ TEST_P(HostileClientTest, WhoRemovesTheFilesAgainAndAgainKeepsNobodyOut) {
   louddesk::DataClient newcomer(louddesk::DataPublisherFile(1, 1));
   EXPECT_TRUE(GetsData(newcomer));
   ExpectMeasures(-20);
-  // Earlier clients have to reconnect now and then.
+  // Earlier clients must reconnect from time to time.
   ExpectNothingSuffered(Milliseconds{3000});
 }
 
@@ -136,7 +136,7 @@ class FileShortageTest : public HostileClientTest {
 TEST_P(FileShortageTest, WhoConnectsAndSaysNothingDoesNotEndTheService) {
   ASSERT_NO_FATAL_FAILURE(StartHostile({"Silent", kDataFile, std::to_string(2 * kFiles)}));
   Endure();
-  // Not at every moment: those who are silent for too long are all dropped at once.
+  // The maximum, because clients that are silent for too long are all dropped at once.
   EXPECT_GE(mMostFiles, kFiles - 2 * kMqSpareFiles) << "there was no shortage";
   ExpectMeasures(-20);
   ExpectNothingSuffered();

@@ -1,6 +1,6 @@
-// Preloaded into the service: every third call of poll, on average, fails as if a signal had
-// interrupted it. The messaging library polls in each of its calls that a signal may interrupt, the
-// loop when it waits.
+// Preloaded into the service: on average, every third call of poll fails as if a signal had
+// interrupted it. The messaging library polls in each of its calls that a signal may interrupt; the
+// loop polls when it waits.
 
 #include <dlfcn.h>
 #include <poll.h>
@@ -15,14 +15,14 @@ namespace {
 
 std::atomic<unsigned> gInterruptions{0};
 
-// The same numbers every time, but without a short period: a period that fits the number of polls
-// in a round of the loop might interrupt every round, so that none would ever end.
+// Uses the same pseudo-random numbers every time. A short period could match the number of polls in
+// a round of the loop and interrupt every round, so that none would ever end.
 bool IsInterrupted() {
   thread_local std::mt19937 random;
   return random() % 3 == 0;
 }
 
-// Tells the test, if it asks, how often that happened.
+// Writes the number of interrupted calls to a file if the test asks for it.
 struct Account {
   ~Account() {
     const char* path = std::getenv("INTERRUPTED_POLLS_FILE");

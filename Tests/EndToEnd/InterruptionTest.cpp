@@ -1,4 +1,4 @@
-// System calls that signals interrupt all the time, from the first one on: nothing is lost, nothing
+// System calls that signals keep interrupting, from the first call on: nothing is lost and nothing
 // stops.
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-// What the tests of broken links have in common.
+// Shared parts of the tests of broken links.
 
 #include "LinkTest.h"
 
@@ -54,7 +54,7 @@ std::string ProbeTopic(Peer peer, int number) {
          ".";
 }
 
-// All subscriptions of a service of meter set 1 at one peer, each once.
+// The subscriptions that a service of meter set 1 must make at one peer, each once.
 std::map<std::string, int> SubscriptionsDue(Peer peer, const louddesk::UnitStandIn& unit) {
   if (IsCollector(peer))
     return {};

@@ -1,5 +1,5 @@
 // A running service with a counted peer at each of its connections. A peer can be removed and
-// replaced, and tells whether the service receives from it.
+// replaced, and shows whether the service receives from it.
 
 #pragma once
 
@@ -24,7 +24,7 @@ class LinkTest : public RunningService {
   using Clock = std::chrono::steady_clock;
   using Peers = std::set<louddesk::Peer>;
 
-  /// Every peer; those that are reached over TCP.
+  /// All peers, and the peers that are reached over TCP.
   static const Peers kEveryPeer;
   static const Peers kTcpPeers;
 
@@ -38,7 +38,7 @@ class LinkTest : public RunningService {
   /// Switches reporting on and sends the service a preset.
   void StartReporting();
 
-  /// Opens peers, closes them.
+  /// Open and close peers.
   void OpenPeers(const Peers& peers);
   void ClosePeers(const Peers& peers);
 
@@ -48,17 +48,17 @@ class LinkTest : public RunningService {
   bool PollUntil(const std::function<bool()>& condition, std::chrono::milliseconds patience);
 
   /// Waits until each of the peers is served: the service handles its messages, or it receives
-  /// those of the service. Prints and records how long that took since `since`; fails a peer for
-  /// which it took longer than `limit`. `what` names the occasion.
+  /// those of the service. Prints and records the time since `since`; fails if a peer took longer
+  /// than `limit`. `what` names the occasion.
   void ExpectServed(const Peers& peers, Clock::time_point since, const std::string& what,
                     std::chrono::milliseconds limit = kLenientReturn);
 
-  /// Expects that each of the peers has one connection, never lost, that brought every subscription
-  /// of the service once, and that no other follows.
+  /// Expects that each of the peers has had exactly one connection, which was never lost and
+  /// brought every subscription of the service once, and that no further connection follows.
   void ExpectOneConnectionEach(const Peers& peers);
 
-  /// Expects that every connection to the TCP peers brought each subscription once: an abandoned
-  /// link is renewed with every subscription, and none twice.
+  /// Expects that every connection to the TCP peers brought each subscription exactly once, also
+  /// after an abandoned link was renewed.
   void ExpectEachSubscriptionOncePerConnection();
 
   /// Sends a command and expects that it is handled once and acknowledged once.
@@ -67,7 +67,7 @@ class LinkTest : public RunningService {
   /// Expects that no message of ExpectServed was logged more than once.
   void ExpectNothingHeardTwice();
 
-  /// Lines so far that contain `text`.
+  /// Number of lines so far that contain `text`.
   int CountLines(const std::string& text) const;
 
   /// Publishes as one of the text peers.
@@ -79,8 +79,8 @@ class LinkTest : public RunningService {
   bool IsServed(louddesk::Peer peer, std::size_t firstLine);
   std::string ProbeLine(louddesk::Peer peer, int number) const;
 
-  std::map<louddesk::Peer, std::unique_ptr<CountedPeer>> mPeers;  // the open ones
-  int mFirstProbe = 1;                                            // of the latest ExpectServed
-  int mNextProbe = 1;                                             // number of the next message
-  unsigned mCommands = 0;                                         // sent by ExpectOneAnswer
+  std::map<louddesk::Peer, std::unique_ptr<CountedPeer>> mPeers;  // open peers
+  int mFirstProbe = 1;     // number of the first message of the last ExpectServed
+  int mNextProbe = 1;      // number of the next message
+  unsigned mCommands = 0;  // commands sent by ExpectOneAnswer
 };

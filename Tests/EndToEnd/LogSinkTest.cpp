@@ -1,4 +1,4 @@
-// What the log sink gets, and what happens to it while there is no sink.
+// The messages at the log sink, and what happens to them while there is no sink.
 
 #include <chrono>
 
@@ -14,7 +14,7 @@ using testing::MatchesRegex;
 constexpr char kSinkFile[] = "loggerSinkMq.ipc";
 constexpr char kUnknownTopic[] = "AppLoudnessCmd";
 constexpr std::size_t kLongestMessage = 2047;  // characters
-constexpr std::size_t kQueue = 1000;           // messages that wait for an absent sink
+constexpr std::size_t kQueue = 1000;           // messages queued for an absent sink
 
 /// Milliseconds since the epoch.
 long long Now() {
@@ -141,7 +141,7 @@ TEST_F(LogSinkTest, AbsentSinkGetsTheFirstLinesWhenItComesAndAllNewOnes) {
   ASSERT_TRUE(mService->WaitForLine("AppLoudnessCmd1499. not handled", kPatience));
 
   mUnit.Open(Peer::kLogSink);
-  // What did not fit into the queue is lost: the first lines are those of the start.
+  // Lines that did not fit into the queue are lost; the first lines are those of the start.
   constexpr int kStartLines = 4;
   for (int i = 0; i < kStartLines; ++i)
     EXPECT_LT(Next().level, 30);

@@ -1,4 +1,4 @@
-// Figures of the running service against a second computation.
+// Compares the figures of the running service with a second computation.
 
 #include "RunningService.h"
 #include "SecondComputation.h"
@@ -55,8 +55,9 @@ TEST_P(MeasurementTest, EveryFieldEqualsASecondComputation) {
   EXPECT_EQ(1, next->cluster);
 }
 
-// Three blocks of warm-up; the first reading; around the positions of a second at which figures are
-// refreshed; the first readings that leave the windows of 3, 5 and 9 seconds; long material.
+// Numbers of blocks: only the three of the warm-up; the first reading; around the blocks of a
+// second on which figures are refreshed; around the first readings that leave the windows of 3, 5
+// and 9 seconds; long material.
 INSTANTIATE_TEST_SUITE_P(Blocks, MeasurementTest,
                          testing::Values(3, 4, 5, 7, 10, 13, 14, 34, 63, 145, 1200));
 

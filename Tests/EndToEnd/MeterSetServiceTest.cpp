@@ -12,7 +12,7 @@ using louddesk::Peer;
 
 constexpr char kDirectory[] = "/run/shm/mq/";
 
-/// How many sockets listen on the file in the unit's IPC directory.
+/// Number of sockets that listen on the file in the unit's IPC directory.
 int ListenersOn(const std::string& file) {
   const std::string path = kDirectory + file;
   std::ifstream table("/proc/net/unix");
@@ -25,7 +25,7 @@ int ListenersOn(const std::string& file) {
   return count;
 }
 
-/// Receives what a publisher sends to its own client.
+/// A separate client of a publisher.
 class Client {
  public:
   Client(louddesk::UnitStandIn& unit, const std::string& file) : mUnit(unit), mClient(file) {}
@@ -71,8 +71,8 @@ class MeterSetServiceTest : public WatchedService {
 
   void SetUp() override { ASSERT_NO_FATAL_FAILURE(Start()); }
 
-  /// Publishes a configuration under a topic that every service receives and that only contains
-  /// the one of configurations.
+  /// Publishes a configuration under a topic that every service receives and that contains the
+  /// configuration topic.
   void SendConfigurationAside(unsigned number) {
     mUnit.SendText(Peer::kMainAppServer,
                    "AppLoudnessCmd AppProbeSetLuConf-" + std::to_string(number),
@@ -202,7 +202,7 @@ TEST_F(MeterSetTwoServiceTest, PublishesItsClusterAndNoReadings) {
   reset.cluster = 3;
   MessageRun running = reset;
   running.command = LU_CMD_START;
-  Feed(8, -20);  // in no programme
+  Feed(8, -20);  // there is no programme
   const std::vector<MessageRun> runs = RunsUntil(running);
   ASSERT_EQ(2u, runs.size()) << testing::PrintToString(runs);
   EXPECT_EQ(reset, runs[0]);

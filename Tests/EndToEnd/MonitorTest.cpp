@@ -188,7 +188,7 @@ class AbsentMonitorTest : public WatchedService {
 TEST_F(AbsentMonitorTest, DoesNotHoldUpTheDataAndGetsTheBeatsThatWait) {
   ASSERT_NO_FATAL_FAILURE(Start({Peer::kHeartbeatReceiver}));
   StartMeasuring();
-  for (int i = 0; i < 4; ++i)  // for two beats and more
+  for (int i = 0; i < 4; ++i)  // longer than two heartbeat periods
     ExpectCadence();
   ExpectMeasures(-20);
   mUnit.Open(Peer::kHeartbeatReceiver);

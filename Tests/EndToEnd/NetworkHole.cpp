@@ -1,5 +1,5 @@
-// Packets are dropped where they arrive, so that their senders do not notice: a rule for outgoing
-// packets would be reported to the senders.
+// Drops packets on arrival, so that their senders do not notice. A rule for outgoing packets would
+// be reported to the senders.
 
 #include "NetworkHole.h"
 
@@ -17,8 +17,8 @@ namespace {
 constexpr char kFirewall[] = "PATH=$PATH:/usr/sbin:/sbin nft";
 constexpr char kTable[] = "inet loudcalc_hole";
 
-// Passed as an argument: writing into a pipe to a firewall program that is missing would end the
-// test.
+// Passes the commands as an argument: writing to a pipe would end the test if the firewall program
+// is missing.
 bool Configure(const std::string& commands) {
   return std::system((std::string(kFirewall) + " '" + commands + "'").c_str()) == 0;
 }
@@ -33,8 +33,8 @@ Place PlaceOf(const std::string& endpoint) {
   return {place.substr(0, place.find(':')), place.substr(place.find(':') + 1)};
 }
 
-// An endpoint as the kernel lists it: the bytes of the address as a number of this machine, then
-// the port, in hexadecimal digits.
+// An endpoint in the kernel's notation: the bytes of the address as a number in host byte order,
+// then the port, both in hexadecimal digits.
 std::string ListedPlace(const Place& place) {
   in_addr address = {};
   inet_pton(AF_INET, place.address.c_str(), &address);
@@ -44,7 +44,7 @@ std::string ListedPlace(const Place& place) {
   return text;
 }
 
-// Packets to and from the endpoint; the ends of the rules narrow them down.
+// Rules that drop packets to and from the endpoint. `to` and `from` are further conditions.
 std::string RulesFor(const std::string& endpoint, const std::string& to, const std::string& from) {
   const Place place = PlaceOf(endpoint);
   return "ip daddr " + place.address + " tcp dport " + place.port + to + " drop\n" +  //

@@ -11,12 +11,12 @@ std::vector<std::uint16_t> PortsConnectedTo(const std::string& endpoint);
 
 class NetworkHole {
  public:
-  /// What is lost: everything, or what belongs to connections that are established now.
+  /// Packets that are lost: all, or only those of the connections that are established now.
   enum class Scope { kEverything, kPresentConnections };
 
-  /// From now on every packet from or to the endpoints (tcp://ADDRESS:PORT) is lost, within
-  /// `scope`. Fails the test when that cannot be done, or when an endpoint has no connection that
-  /// could be lost. REQUIRES: there is no obstacle.
+  /// Drops every packet from or to the endpoints (tcp://ADDRESS:PORT), within `scope`. Fails the
+  /// test when that cannot be done, or when an endpoint has no connection. REQUIRES: WhyNot() is
+  /// empty.
   explicit NetworkHole(const std::vector<std::string>& endpoints, Scope scope = Scope::kEverything);
 
   /// Lets packets through again.
@@ -25,6 +25,6 @@ class NetworkHole {
   NetworkHole(const NetworkHole&) = delete;
   NetworkHole& operator=(const NetworkHole&) = delete;
 
-  /// Why this process cannot make such holes, in one line; empty if it can.
+  /// The reason why this process cannot drop packets, in one line; empty if it can.
   static std::string WhyNot();
 };

@@ -1,4 +1,4 @@
-// Tests of links on a machine that lacks the firewall: they do not run, and say so.
+// Tests of links on a machine without the firewall program: they are skipped and named.
 
 #include "NetworkHole.h"
 
@@ -41,7 +41,7 @@ Outcome OutcomeOf(const std::string& command) {
   return outcome;
 }
 
-// In the mounts of this process alone there is no firewall.
+// Hides the firewall program in this process's own mount namespace.
 class NetworkHoleTest : public testing::Test {
  protected:
   void SetUp() override {

@@ -1,4 +1,4 @@
-// What a service manager receives from the shipped service.
+// The notifications that a service manager receives from the shipped service.
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -40,7 +40,7 @@ class NotificationTest : public RunningService {
     return start;
   }
 
-  // The next word; "nothing" when none comes in time.
+  // The next notification; "nothing" if none arrives in time.
   std::string NextWord(std::chrono::milliseconds patience = kPatience) const {
     const timeval time = {patience.count() / 1000, patience.count() % 1000 * 1000 + 1};
     setsockopt(mFd, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time);

@@ -1,4 +1,4 @@
-// Peers that are late, are killed, stop without closing, or accept and never read: the data keeps
+// Peers that are late, are killed, stop without closing, or accept but never read. The data keeps
 // its cadence, memory is bounded, and peers that return are served again.
 
 #include "FaultyUnit.h"
@@ -30,19 +30,19 @@ void PrintTo(Fault fault, std::ostream* stream) {
 constexpr std::chrono::milliseconds kAbsence{2500};
 constexpr std::chrono::milliseconds kSilence{4500};
 
-// Between the fault of one peer and that of the next.
+// Time between the faults of two peers.
 constexpr std::chrono::milliseconds kStagger{300};
 
-// Of a cadence that nothing disturbs.
+// Time of undisturbed cadence.
 constexpr std::chrono::milliseconds kAWhile{1500};
 
-// Without them no data is published at all.
+// Without these peers no data is published at all.
 const std::set<Peer> kNeededToMeasure = {Peer::kMainAppServer, Peer::kOpticalAppServer};
 
-/// A service whose peers each live in a process of their own.
+/// A service with a separate process for each peer.
 class PeerFaultTest : public FaultyUnit {
  protected:
-  /// Does that with each of the peers, one after the other; a failure names its peer.
+  /// Calls `action` with each of the peers, one after the other. A failure names its peer.
   template <typename Action>
   void ForEach(const std::vector<Peer>& peers, Action action) {
     for (const Peer peer : peers) {
@@ -54,7 +54,7 @@ class PeerFaultTest : public FaultyUnit {
 
   void ExpectEachServedSoon(const std::vector<Peer>& peers) {
     ForEach(peers, [this](Peer) { ExpectSoon(AwaitServed()); });
-    // What follows must come too.
+    // Later messages must arrive too.
     ForEach(peers, [this](Peer) { ExpectServedSoon(); });
   }
 };
@@ -79,8 +79,7 @@ class EarlierPeerTest : public PeerFaultTest, public testing::WithParamInterface
   }
 };
 
-// The first of them fails while all others are there, the last one comes back to all others, and
-// for a while there is none.
+// The peers fail one by one and return one by one. In between there is none for a while.
 TEST_P(EarlierPeerTest, LeavesTheDataAloneAndIsServedAgain) {
   ASSERT_NO_FATAL_FAILURE(StartInOrder());
   ForEach(kEveryPeer, [this](Peer peer) { StartRemote({peer}); });
@@ -122,8 +121,8 @@ TEST_F(LatePeerTest, LeavesTheDataAloneAndIsServed) {
   ExpectWatchedWell();
 }
 
-// Without any of them nothing is measured: they are late in this process, where they can send
-// messages.
+// All peers are absent at first. They are in this process, which can send the messages that start a
+// measurement.
 TEST_F(LatePeerTest, AllAtOnceAreServedAndMeasuredFor) {
   ASSERT_NO_FATAL_FAILURE(Start({louddesk::kAllPeers.begin(), louddesk::kAllPeers.end()}));
   Pass(kAbsence);

@@ -1,6 +1,6 @@
-// Peers of the service in a separate process, which a test can stop and kill: each argument is
-// "PLACE=ENDPOINT". Publishers publish all the time; every message that arrives is written to
-// standard output as "PLACE TEXT". Ends by a signal only.
+// Peers of the service in a separate process, which a test can stop and kill. Each argument is
+// "PLACE=ENDPOINT". Publishers publish continuously; every message that arrives is written to
+// standard output as "PLACE TEXT". Only a signal ends the process.
 
 #include <czmq.h>
 
@@ -30,8 +30,8 @@ constexpr unsigned kMeterSet = 1;
 
 struct PlaceKind {
   const char* place;
-  int type;        // of the socket; ZMQ_SUB connects, the others bind
-  Frames message;  // that a publisher repeats; the signal processor has its own
+  int type;        // type of the socket; ZMQ_SUB connects, the others bind
+  Frames message;  // repeated by a publisher; the signal processor sends blocks instead
 };
 
 const std::vector<PlaceKind>& Kinds() {
@@ -65,7 +65,7 @@ Frames NextBlock() {
 
 struct Place {
   const PlaceKind* kind;
-  zsock_t* socket;  // for the life of the process
+  zsock_t* socket;  // never destroyed
 };
 
 Place Open(const std::string& argument) {

@@ -1,4 +1,4 @@
-// Peers, clients and the service itself that end and come back.
+// Peers, clients and the service itself end and return.
 
 #include "WatchedService.h"
 
@@ -78,7 +78,7 @@ class PeerRestartTest : public WatchedService {
     EXPECT_TRUE(mService->WaitForLine(line, kPatience, before)) << line;
   }
 
-  // One line may be lost with the connection that it was written to.
+  // Expects log lines to arrive. One line may be lost together with its connection.
   void ExpectLogLines() {
     const std::string topic = "AppLoudnessCmd" + std::to_string(++mTopics) + ".";
     for (int i = 0; i < 100; ++i) {
@@ -90,8 +90,8 @@ class PeerRestartTest : public WatchedService {
     ADD_FAILURE() << "no line about " << topic;
   }
 
-  double mLevel = -17;  // of the last blocks
-  int mTopics = 0;      // that were used
+  double mLevel = -17;  // level of the last blocks, LKFS
+  int mTopics = 0;      // topics used so far
 };
 
 TEST_F(PeerRestartTest, AllPeersAreHeardAgainAfterEachRestart) {

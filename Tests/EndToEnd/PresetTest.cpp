@@ -1,4 +1,4 @@
-// Presets: the programme and its weights, republications, invalid sources and what is refused.
+// Presets: the programme and its weights, republications, invalid sources and refusals.
 
 #include <cmath>
 
@@ -34,7 +34,7 @@ std::string MeterLine(int meter, int ownCluster, int cluster, const char* weight
                             " :: " + weightInForce + "\"");
 }
 
-/// Ten messages of a source without a meter, of which five are marked valid.
+/// Ten messages of a source without a meter; the first five are marked valid.
 std::vector<MessageRun> InvalidSourceRuns(int cluster = 1) {
   MessageRun marked;
   marked.figures = kNoFigures;
@@ -64,8 +64,7 @@ class PresetTest : public WatchedService {
     ExpectAcknowledged("Start");
   }
 
-  /// Publishes eight blocks in which each of the 32 meters has the level and its own peak: meter n
-  /// the peak 1000 n.
+  /// Publishes eight blocks in which all 32 meters have this level and meter n has the peak 1000 n.
   void FeedAllMeters(double lkfs) {
     louddesk::BlockReading block;
     for (std::size_t meter = 0; meter < block.powers.size(); ++meter) {
@@ -76,7 +75,7 @@ class PresetTest : public WatchedService {
       mUnit.SendRaw(block);
   }
 
-  /// Code of a sample peak: 20 log10 of it, with 32768 as full scale, in hundredths of dBTP.
+  /// Code of a peak: its level relative to 32768, in hundredths of dBTP.
   static int PeakCode(double peak) {
     return static_cast<int>(std::lround(2000 * std::log10(peak / 32768)));
   }
@@ -244,12 +243,12 @@ TEST_F(PresetTest, OneOfAnotherClusterMakesTheSourceInvalidUntilAGoodOne) {
             speech);
   std::vector<MessageRun> runs = RunsUntilSilence();
   if (!runs.empty() && runs.front().figures == measured)
-    runs.erase(runs.begin());  // told before the preset came
+    runs.erase(runs.begin());  // published before the preset arrived
   EXPECT_EQ(InvalidSourceRuns(), runs);
   ExpectNoTransition();
   ExpectNoAnswer();
 
-  // What waited is carried out now; the last command is None.
+  // The pending actions are carried out now; the last command is None.
   Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   MessageRun reset;
   reset.figures = kNoFigures;

@@ -34,7 +34,7 @@ class ReportingTest : public RunningService {
     ExpectThat(NextAnswer(kPatience), topic, json);
   }
 
-  /// The next messages, however many there are, carry these figures and this command.
+  /// Expects that the next messages all carry these figures and this command.
   void ExpectFrozen(const std::vector<int>& figures, LuCmd_e command) {
     mUnit.DropLoudnessData();
     for (int i = 0; i < 5; ++i) {
@@ -64,8 +64,8 @@ class ReportingTest : public RunningService {
     return message ? PublishedCodes(message->data) : std::vector<int>{};
   }
 
-  /// Restarts the measurement of a level. Returns the time from the message of the reset to the
-  /// next one, in seconds.
+  /// Restarts the measurement of a level. Returns the time in seconds from the message of the reset
+  /// to the next message.
   double SecondsAfterTheReset() {
     Feed(8, -20);
     ExpectData([](const LoudnessMessage& message) { return message.data.MaxMomentary != -990; },
@@ -134,8 +134,8 @@ TEST_F(ReportingTest, PresetResetsThenStartsThenPublishes) {
   EXPECT_TRUE(mService->WaitForLine("LuCalc States chnages 0x101 --> 0x100 . ", kPatience));
 }
 
-// The tick of the start, between that of the reset and the next, has no data. A busy machine may
-// delay any of these messages, but not most of them.
+// The tick of the start, right after the tick of the reset, has no data. A busy machine may delay
+// any of these messages, but not most of them.
 TEST_F(ReportingTest, StartTakesATickWithoutData) {
   constexpr std::size_t kRestarts = 7;
   StartMeasuring();

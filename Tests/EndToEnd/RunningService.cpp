@@ -1,4 +1,4 @@
-// What the end-to-end tests have in common.
+// Shared parts of the end-to-end tests.
 
 #include "RunningService.h"
 
@@ -24,10 +24,10 @@ constexpr char kExitLine[] = "LoudCalc exiting...";
 constexpr char kRepublished[] = "_Repub_";
 constexpr char kStoppedState[] = "T";  // in /proc/PID/status
 
-// What the stand-in reports while no service publishes.
+// The stand-in's report while no service publishes.
 constexpr const char* kNoPublishers[] = {"no publisher of loudness data", "no publisher of states"};
 
-// What a clean run never prints: failed assertions, faults of the engine, sockets left over,
+// Texts that a clean run never prints: failed assertions, faults of the engine, sockets left over,
 // findings of the sanitizers.
 constexpr const char* kComplaints[] = {"Assertion", "LOUD C ERR", "dangling",
                                        "ERROR: ",   "Sanitizer",  "runtime error"};
@@ -232,12 +232,12 @@ void RunningService::MarkCadence() {
 
 void RunningService::ExpectCadenceKept() {
   constexpr int kEnoughMessages = 5;
-  // Allowed for a busy machine: ten times what an idle one needs.
+  // For a busy machine: ten times what an idle one needs.
   constexpr int kMostMissing = 10;
   double missing = 0;
   int messages = 0;
-  // Unread messages are counted first, however many there are. Only a message that had to be waited
-  // for shows how far they are behind; any message shows that they are ahead.
+  // Counts all unread messages first. Only a message that was waited for shows how many are
+  // missing; any message can show that there are too many.
   for (bool isNew = false; (!isNew || messages < kEnoughMessages) && missing > -kMostMissing;) {
     auto message = mUnit.NextLoudnessData(louddesk::Patience{0});
     isNew = !message;
@@ -267,7 +267,7 @@ void RunningService::ExpectMeasures(double lkfs) {
   const double programme = lkfs + 10 * std::log10(3 + 2 * 1.41);
   const int expected = static_cast<int>(std::lround(programme * 10));
   Feed(8, lkfs);  // three blocks of warm-up after a reset, then 400 ms and more of the level
-  // 0.1 LU either way: the expected value may be close to the border between two codes.
+  // 0.1 LU of tolerance: the expected value may be close to the border between two codes.
   ExpectData([&](const auto& message) { return std::abs(message.data.Momentary - expected) <= 1; },
              "a momentary loudness of " + std::to_string(expected));
 }

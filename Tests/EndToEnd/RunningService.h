@@ -23,7 +23,7 @@
 #include "UnitDocuments.h"
 #include "UnitStandIn.h"
 
-/// Enough for a machine that builds at the same time; only failures take so long.
+/// Long enough for a machine that builds at the same time. Only failures take this long.
 constexpr std::chrono::milliseconds kPatience{20000 * kSlowness};
 
 /// Period of the loudness data.
@@ -34,47 +34,47 @@ const std::vector<std::string>& SurroundSpeakers();
 
 /// How a service is started, apart from its command line.
 struct ServiceStart {
-  std::map<std::string, std::string> environment;  // on top of the test's
+  std::map<std::string, std::string> environment;  // in addition to the test's
   ProcessOptions options;
-  std::vector<std::string> runner;  // program and arguments that run the service; none: directly
+  std::vector<std::string> runner;  // program and arguments that run the service; empty: none
 };
 
 class RunningService : public testing::Test {
  protected:
-  /// Verbs for a service of one meter set and cluster. Nothing is started.
+  /// Prepares for a service of one meter set and cluster. Starts nothing.
   explicit RunningService(unsigned meterSet = 1, unsigned cluster = 1);
 
-  /// Ends a service that still runs, which must be orderly, with status 0 and without error
+  /// Ends a service that still runs and expects an orderly end with status 0 and without error
   /// messages.
   void TearDown() override;
 
-  /// Opens the unit's peers but `absent`, starts the service and waits until it has subscribed to
-  /// all that are open. Fails the test otherwise: use with ASSERT_NO_FATAL_FAILURE.
+  /// Opens the unit's peers except `absent`, starts the service and waits until it has subscribed
+  /// to all open peers. Fails the test otherwise: use with ASSERT_NO_FATAL_FAILURE.
   void Start(const std::set<louddesk::Peer>& absent = {}, const ServiceStart& start = {});
 
   /// Starts the service alone.
   void StartProcess(const ServiceStart& start = {});
 
-  /// Starts the service again after one has ended, when every peer and client has noticed that end,
-  /// and waits as Start does, so that messages then reach the new one. Drops the data and the
-  /// states of the last one.
+  /// Starts the service again after the previous one has ended and every peer and client has
+  /// noticed that. Waits like Start, so that messages then reach the new service. Drops the data
+  /// and the states of the previous one.
   void StartAgain(const ServiceStart& start = {});
 
-  /// Waits while everything that arrives is read.
+  /// Waits for `time` and reads everything that arrives.
   void Pass(std::chrono::milliseconds time);
 
   /// Stops a process and waits until it is stopped.
   void Suspend(ServiceProcess& process);
 
-  /// Switches reporting and waits until the service has handled that.
+  /// Switches reporting on or off and waits until the service has handled that.
   void EnableReporting(bool enable = true);
 
-  /// Publishes a preset, a configuration, a command from the application server.
+  /// Publish a preset, a configuration or a command as the application server.
   void SendPreset(const std::string& json);
   void SendConfiguration(const louddesk::LoudnessConfiguration& configuration);
   void SendCommand(const std::string& command);
 
-  /// Waits for an acknowledgement of `command` and drops the states before it.
+  /// Waits for an acknowledgement of `command` and drops earlier states.
   void ExpectAcknowledgement(const std::string& command);
 
   /// The next message of the state publisher that is not a republication, or that is one.
@@ -83,7 +83,7 @@ class RunningService : public testing::Test {
   std::optional<louddesk::StateMessage> NextAnswer(louddesk::Patience patience);
   std::optional<louddesk::StateMessage> NextRepublication(louddesk::Patience patience);
 
-  /// Heartbeats that have arrived and were not yet read.
+  /// Reads the heartbeats that have arrived and returns their number.
   int TakeHeartbeats();
 
   /// Enables reporting, sends a 5.1 preset and waits until data flows.
@@ -99,31 +99,31 @@ class RunningService : public testing::Test {
   /// Expects that from now on a message comes every 100 ms.
   void ExpectCadence();
 
-  /// The same for a period of any length with disturbances. Between the two calls no loudness data
-  /// may be read. A busy machine may skip a few ticks; a service that publishes nothing for over a
-  /// second fails.
+  /// The same for a period of any length with disturbances, between the two calls. No loudness data
+  /// may be read in between. A busy machine may skip a few ticks; a service that publishes nothing
+  /// for over a second fails.
   void MarkCadence();
   void ExpectCadenceKept();
 
-  /// Expects that no message comes for a while of several periods.
+  /// Expects that no message comes for several periods.
   void ExpectNoData();
 
-  /// The same where the publishing has just ended: messages on their way are dropped.
+  /// The same when publishing has just ended: messages on their way are dropped.
   void ExpectDataEnded();
 
-  /// Feeds blocks of a level that was not there before and expects to see it.
+  /// Feeds blocks of a new level and expects that the service publishes it.
   void ExpectMeasures(double lkfs);
 
-  /// Waits for a line at the log sink that contains `text`; lines before it are dropped.
+  /// Waits for a line at the log sink that contains `text`; earlier lines are dropped.
   void ExpectLogLine(const std::string& text);
 
   /// Ends the service with `signal` and expects status 0, the exit line and no complaint.
   void ExpectCleanEnd(int signal);
 
-  /// Expects that the service stops by an assertion with exactly that text.
+  /// Expects that the service stops by an assertion with exactly this text.
   void ExpectStopByAssertion(const std::string& text);
 
-  /// What the service printed, for failure messages.
+  /// The output of the service, for failure messages.
   std::string Output() const;
 
   louddesk::UnitStandIn mUnit;
@@ -133,5 +133,5 @@ class RunningService : public testing::Test {
   std::optional<louddesk::StateMessage> NextStateOf(bool isRepublished,
                                                     louddesk::Patience patience);
 
-  std::chrono::steady_clock::time_point mMark;  // arrival of the message the cadence counts from
+  std::chrono::steady_clock::time_point mMark;  // arrival of the message that begins the count
 };

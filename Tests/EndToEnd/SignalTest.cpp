@@ -1,4 +1,4 @@
-// Signals that the service ignores, its suspension, and its end by a signal at any moment from its
+// Signals that the service ignores, its suspension, and its end by a signal at any time from its
 // first instruction on.
 
 #include <algorithm>
@@ -55,7 +55,7 @@ class SuspensionTest : public FaultyUnit {
  protected:
   using Counts = std::pair<std::size_t, std::size_t>;  // data messages, heartbeats
 
-  /// What comes in the given time.
+  /// Counts the messages of the given time.
   Counts Count(Milliseconds time) {
     const auto end = Clock::now() + time;
     std::size_t messages = 0;
@@ -73,7 +73,7 @@ TEST_F(SuspensionTest, ResumedServiceSendsOneLateMessageAndThenKeepsItsGrid) {
   constexpr Milliseconds kAfter{1500};       // 15 data messages, 1 or 2 heartbeats
   ASSERT_NO_FATAL_FAILURE(StartInOrder());
   ASSERT_NO_FATAL_FAILURE(Suspend(*mService));
-  Pass(kPeriod);  // for what was on its way
+  Pass(kPeriod);  // messages on their way arrive
   mUnit.DropLoudnessData();
   mUnit.DropHeartbeats();
   EXPECT_EQ(Counts(0, 0), Count(kSuspension));
@@ -84,8 +84,8 @@ TEST_F(SuspensionTest, ResumedServiceSendsOneLateMessageAndThenKeepsItsGrid) {
   const auto periods = static_cast<std::size_t>((Clock::now() - resumption) / kPeriod);
   RecordFigure("messages_in_1500_ms", static_cast<double>(messages));
   RecordFigure("heartbeats_in_1500_ms", static_cast<double>(beats));
-  // One that is late, and one at the end of the period, whose length depends on the machine. A
-  // burst would be 33 more, and 3.
+  // Two more are allowed: a late one, and one at the end of the period, whose length depends on the
+  // machine. A burst would be 33 more messages and 3 more heartbeats.
   EXPECT_LE(messages, periods + 2);
   EXPECT_GE(messages, 5u);
   EXPECT_LE(beats, periods / 10 + 2);
@@ -94,9 +94,9 @@ TEST_F(SuspensionTest, ResumedServiceSendsOneLateMessageAndThenKeepsItsGrid) {
   ExpectCadence();
 }
 
-/// How long the service may take from a signal to its end, in ms: as promised, except under a
-/// sanitizer and in the emulator, which translates the start anew for every process; and on the
-/// busiest machine.
+/// How long the service may take from a signal to its end, in ms. The limit of the median is the
+/// promised time, except under a sanitizer and in the emulator, which translates the code again for
+/// every process. The other limit is for the busiest machine.
 #if defined(__SANITIZE_ADDRESS__) || defined(LOUDCALC_TEST_EMULATED)
 constexpr double kMostOfTheMedian = 600 * kSlowness;
 #else
@@ -118,13 +118,13 @@ class BlockFlood {
  private:
   void Publish(const std::string& endpoint, const std::string& topic) const {
 #ifdef __SANITIZE_ADDRESS__
-    // The messaging library loses the frames of a block of which a part is written when the service
-    // goes.
+    // The messaging library leaks the frames of a block that is only partly written when the
+    // service ends.
     const __lsan::ScopedDisabler lossesAreTheLibrarys;
 #endif
     zsock_t* stage = zsock_new(ZMQ_PUB);  // drops what does not fit into its queue
     EXPECT_NE(-1, zsock_bind(stage, "%s", endpoint.c_str()));
-    // Any power and peak; the sizes are those of 32 meters.
+    // Powers and peaks do not matter; the sizes are those of 32 meters.
     const louddesk::Frames block = {topic, std::string(128, '\1'), std::string(256, '\1'), "spare"};
     while (!mIsOver)
       louddesk::SendFrames(stage, block);
@@ -160,7 +160,8 @@ class EndingSignalTest : public FaultyUnit, public testing::WithParamInterface<N
   }
 
  private:
-  /// An idle machine takes some milliseconds. A busy one may delay any end, but not most of them.
+  /// Checks the times. An idle machine takes some milliseconds; a busy one may delay any end, but
+  /// not most of them.
   void ExpectPromptEnds() {
     std::sort(mTimes.begin(), mTimes.end());
     const double median = mTimes[mTimes.size() / 2];
@@ -174,7 +175,7 @@ class EndingSignalTest : public FaultyUnit, public testing::WithParamInterface<N
 };
 
 TEST_P(EndingSignalTest, IsObeyedFromTheFirstInstructionOn) {
-  constexpr int kDelays = 50;  // ms, by which the start is over
+  constexpr int kDelays = 50;  // ms; the start takes less
   ServiceStart start;
   // A signal before main stays pending until main unblocks it.
   start.options.blockedSignals = {SIGTERM, SIGINT};

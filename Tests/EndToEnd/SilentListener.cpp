@@ -48,7 +48,7 @@ int ListenAtPort(const std::string& host, unsigned port, const std::string& endp
 }  // namespace
 
 SilentListener::SilentListener(const std::string& endpoint) {
-  const std::string place = endpoint.substr(sizeof kTcp - 1);  // both beginnings are as long
+  const std::string place = endpoint.substr(sizeof kTcp - 1);  // both prefixes have this length
   if (endpoint.rfind(kIpc, 0) == 0) {
     mSocket = ListenAtFile(place, endpoint);
   } else {

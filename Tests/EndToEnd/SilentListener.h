@@ -6,8 +6,8 @@
 
 class SilentListener {
  public:
-  /// Listens at an endpoint as ZeroMQ writes it, of TCP or of a file whose old socket is replaced.
-  /// Throws std::system_error when it cannot.
+  /// Listens at a ZeroMQ endpoint (tcp://ADDRESS:PORT or ipc://PATH); replaces an old socket file.
+  /// Throws std::system_error when it cannot listen.
   explicit SilentListener(const std::string& endpoint);
 
   /// Ends every connection.

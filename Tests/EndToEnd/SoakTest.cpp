@@ -1,5 +1,5 @@
-// Peers that are away for longer than the queues last: a thousand heartbeats take a thousand
-// seconds. Not among the daily tests; the label is `soak`.
+// Peers that are absent for so long that queues fill up: a thousand heartbeats take a thousand
+// seconds. Not daily tests; the label is `soak`.
 
 #include "FaultyUnit.h"
 
@@ -9,7 +9,7 @@ using louddesk::Peer;
 
 constexpr std::chrono::milliseconds kLong = std::chrono::seconds{1100};
 
-constexpr std::size_t kQueue = 1000;  // messages that wait for a peer
+constexpr std::size_t kQueue = 1000;  // messages queued for a peer
 
 constexpr char kFailedBeat[] = "\"Failed to send HB Topic.\"";
 
@@ -51,7 +51,7 @@ TEST_F(SoakTest, ClientThatDoesNotReadGetsWhatFitsIntoItsQueue) {
   Pass(std::chrono::seconds{3});
   const double messages = static_cast<double>(RemoteProcess().LineCount() - before);
   RecordFigure("messages_at_the_return", messages);
-  // The queues of both sides and what the kernel holds between them.
+  // The queues of both sides and the kernel's buffers between them.
   EXPECT_GE(messages, kQueue);
   EXPECT_LE(messages, 3 * kQueue);
   ExpectWatchedWell();

@@ -45,7 +45,7 @@ std::string ErrorsOfRefusedStart(const Arguments& arguments,
 }
 
 TEST(CommandLineTest, NoOptionsEndWithTheClusterMessage) {
-  // Lines are joined with a line feed behind each; the message itself has none.
+  // ServiceProcess adds a line feed to each line; the message itself does not end in one.
   EXPECT_EQ(std::string(kClusterMessage) + "\n", ErrorsOfRefusedStart({}));
 }
 
@@ -58,7 +58,7 @@ TEST_P(InvalidClusterTest, EndsWithTheClusterMessage) {
 
 INSTANTIATE_TEST_SUITE_P(Clusters, InvalidClusterTest,
                          testing::Values("0", "9", "-1", "left", "",
-                                         "010",                  // ten, whatever the zero
+                                         "010",                  // 10, not octal
                                          "4294967297",           // 1 in 32 bits
                                          "-4294967295",          // the same
                                          "18446744073709551617"  // 1 in 64 bits
@@ -221,7 +221,7 @@ TEST_F(StartUpTest, EndsCleanlyWhileMeasuring) {
   ExpectCleanEnd(SIGINT);
 }
 
-/// A service whose publisher of loudness data cannot bind: a directory stands in its place.
+/// A service whose loudness-data publisher cannot bind, because a directory has the file's name.
 class FailedPublisherTest : public StartUpTest {
  protected:
   void SetUp() override {

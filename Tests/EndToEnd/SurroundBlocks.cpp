@@ -1,4 +1,4 @@
-// Material of a 5.1 programme.
+// Blocks of a 5.1 programme.
 
 #include "SurroundBlocks.h"
 

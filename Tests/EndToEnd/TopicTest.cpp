@@ -25,7 +25,7 @@ Speech Enabled(const std::string& payload, bool isOn) {
           {}};
 }
 
-/// Topics that have no test of their own.
+/// Topics without a separate test.
 class TopicTest : public WatchedService {
  protected:
   void SetUp() override { ASSERT_NO_FATAL_FAILURE(StartWatched()); }

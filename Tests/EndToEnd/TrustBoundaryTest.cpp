@@ -23,13 +23,13 @@ using louddesk::Peer;
 
 constexpr char kDirectory[] = "/run/shm/mq";
 
-// Numbers that are not in use; the first is the group of the packaged files.
+// User and group numbers that are not in use. The first is the group of the packaged files.
 constexpr char kGroup[] = "4711";
 constexpr char kServiceUser[] = "4712";
 constexpr char kMember[] = "4713";
 constexpr char kStranger[] = "4714";
 
-/// The words of the first line of a packaged file that begins with `beginning`, after that.
+/// The words after `beginning` in the first line of a packaged file that begins with it.
 std::vector<std::string> WordsAfter(const std::string& beginning, const std::string& file) {
   std::ifstream stream(std::string(PACKAGED_FILES) + "/" + file);
   for (std::string line; std::getline(stream, line);)
@@ -59,7 +59,7 @@ TEST(PackagedFilesTest, OneGroupIsNamedThroughout) {
   EXPECT_EQ(group, WordsAfter("SupplementaryGroups=", "loudcalc@.service.in")[0]);
 }
 
-/// Sockets of this network that anybody may connect or send to, by the kernel's numbers.
+/// Sockets of this network to which any process may connect or send, by their inode numbers.
 std::set<std::string> OpenPorts() {
   constexpr char kListening[] = "0A";
   std::set<std::string> sockets;
@@ -77,7 +77,7 @@ std::set<std::string> OpenPorts() {
   return sockets;
 }
 
-/// How many of `sockets` the process has.
+/// Number of `sockets` that the process has open.
 long CountIn(const std::string& process, const std::set<std::string>& sockets) {
   const fs::directory_iterator files("/proc/" + process + "/fd");
   return std::count_if(begin(files), end(files), [&](const fs::directory_entry& file) {
@@ -107,18 +107,18 @@ class TrustBoundaryTest : public FaultyUnit {
     MakeDirectory();
   }
 
-  /// Makes the directory of the sockets as the packaged files say.
+  /// Makes the directory of the sockets with the permissions in the packaged files.
   static void MakeDirectory() {
     fs::remove_all(kDirectory);
     fs::create_directory(kDirectory);
     ASSERT_EQ(0, chown(kDirectory, 0, static_cast<gid_t>(std::stoul(kGroup))));
     ASSERT_EQ(0, chmod(kDirectory, ModeOf(WordsAfter("d /run/shm/mq", "loudcalc.tmpfiles")[0])));
-    umask(ModeOf(Umask()));  // peers have the same, the stand-in's too
+    umask(ModeOf(Umask()));  // the peers' umask too, including the stand-in's
   }
 
   static std::string Umask() { return WordsAfter("UMask=", "loudcalc@.service.in")[0]; }
 
-  /// To a place from which every user can run them.
+  /// Copies the programs to a place from which every user can run them.
   static void CopyPrograms() {
     fs::create_directory(kPrograms);
     for (const char* program : {LOUDCALC_BINARY, PEER_PROCESS_BINARY, HOSTILE_CLIENT_BINARY}) {
@@ -149,7 +149,7 @@ class TrustBoundaryTest : public FaultyUnit {
     return std::make_unique<ServiceProcess>(program, command);
   }
 
-  /// The service as the unit runs it, and the stand-in around it.
+  /// Starts the service as its systemd unit does, with the stand-in as its peers.
   void StartInItsUnit() {
     mUnit.OpenAll();
     mService = Run(AsUser(kServiceUser, true, "LoudCalc"), {"-m", "1", "-c", "1"});

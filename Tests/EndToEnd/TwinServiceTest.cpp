@@ -13,8 +13,8 @@ using louddesk::Peer;
 
 class TwinServiceTest : public FaultyUnit {
  protected:
-  /// The first service measures; the stand-in is its client. Then the second does too, of which
-  /// `mNewClient` is one.
+  /// Makes a first service measure, with the stand-in as its client, and then a second service,
+  /// with `mNewClient` as its client.
   void SetUp() override {
     ASSERT_NO_FATAL_FAILURE(StartInOrder());
     mFirst = std::move(mService);
@@ -79,7 +79,7 @@ TEST_F(TwinServiceTest, OldClientsStayWithTheFirstAndNewOnesGoToTheSecond) {
   mSecond->Signal(SIGCONT);
   EXPECT_TRUE(GetsData(*mNewClient));
 
-  // The first says so once for each of its files and does not take them back.
+  // The first service logs that once for each of its files and does not take the files back.
   EXPECT_EQ(2u, LinesOf(*mFirst, "Somebody else has taken"));
   EXPECT_EQ(0u, LinesOf(*mSecond, "Somebody else has taken"));
 }
@@ -89,7 +89,7 @@ TEST_F(TwinServiceTest, EndOfTheFirstLeavesTheSecondToNewClients) {
   EXPECT_TRUE(GetsData(*mNewClient));
   DataClient newest(louddesk::DataPublisherFile(1, 1));
   EXPECT_TRUE(GetsData(newest));
-  // The client of the first also connects to the new file.
+  // The client of the first service also connects to the new file.
   EXPECT_TRUE(OldClientGetsData());
 }
 

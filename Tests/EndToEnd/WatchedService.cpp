@@ -1,4 +1,4 @@
-// What the tests that watch every line and every message have in common.
+// Shared parts of the tests that check every line and every message.
 
 #include "WatchedService.h"
 
@@ -19,9 +19,9 @@ constexpr char kWarnColour[] = "\033[1;33m";
 
 constexpr char kTransition[] = "LuCalc States chnages ";
 
-constexpr std::size_t kSettledMessages = 3;  // equal ones in a row: nothing changes any more
+constexpr std::size_t kSettledMessages = 3;  // equal messages in a row: nothing changes any more
 
-constexpr std::size_t kMostMessages = 100;  // that are waited for: those of ten seconds
+constexpr std::size_t kMostMessages = 100;  // waited for at most: ten seconds
 
 constexpr int kWarnLevel = 30;
 constexpr int kErrorLevel = 40;
@@ -38,7 +38,7 @@ bool IsDigit(char character) {
   return character >= '0' && character <= '9';
 }
 
-// Replaces the number at `place` by '#'; false when there is none.
+// Replaces the number at `place` by '#'. False if there is no number.
 bool ReplaceNumber(std::string& text, std::size_t place) {
   std::size_t end = place;
   while (end < text.size() && IsDigit(text[end]))
@@ -61,7 +61,7 @@ std::string Levelled(const char* colour, const char* level, const std::string& u
   return std::string(colour) + "#|HwMana|" + level + "|" + unit + "|#|" + text;
 }
 
-// The same line as it stands at the log sink: level number, then the line without its colour.
+// The form of the line at the log sink: level number, then the line without its colour.
 std::string AtSink(const std::string& line) {
   const int level = BeginsWith(line, kErrorColour) ? kErrorLevel : kWarnLevel;
   return std::to_string(level) + " " + line.substr(line.find('m') + 1);
@@ -143,7 +143,7 @@ Speech WatchedService::Hear(Peer peer) {
   const std::vector<OutputLine> lines = mService->Lines();
   mHeard = lines.size();
   Speech speech;
-  bool isRefusalDue = false;  // the second line about the command that is refused
+  bool isRefusalDue = false;  // the next line is the second one about the refused command
   for (std::size_t i = first; i < lines.size(); ++i) {
     const std::string line = Normalised(lines[i].text);
     if (BeginsWith(line, kTransition))

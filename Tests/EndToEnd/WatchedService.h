@@ -1,4 +1,4 @@
-// A running service of which every line and every message is compared exactly.
+// A running service whose lines and messages are all compared exactly.
 
 #pragma once
 
@@ -6,8 +6,8 @@
 
 #include "RunningService.h"
 
-/// What the service wrote between two moments, line by line. Time stamps and source lines, which
-/// tests cannot know, are replaced by '#'.
+/// Output of the service in some period, line by line. Time stamps and source lines, which tests
+/// cannot know, are replaced by '#'.
 struct Speech {
   std::vector<std::string> output;  // standard output without the lines of the action machine
   std::vector<std::string> errors;  // standard error
@@ -23,8 +23,8 @@ std::string Printed(const std::string& unit, const std::string& text);
 std::string Warned(const std::string& unit, const std::string& text);
 std::string Failed(const std::string& unit, const std::string& text);
 
-/// The line with its time stamp and its source line replaced, and without the end of the colour of
-/// the line before.
+/// The line with its time stamp and its source line replaced, and without the colour reset of the
+/// previous line.
 std::string Normalised(std::string line);
 
 /// Equal loudness messages in a row.
@@ -36,7 +36,7 @@ struct MessageRun {
   std::size_t count = 1;  // messages
 };
 
-/// Whether the messages of both are equal; their numbers may differ.
+/// Whether the messages of both runs are equal; their counts may differ.
 bool IsSameKind(const MessageRun& left, const MessageRun& right);
 bool operator==(const MessageRun& left, const MessageRun& right);
 void PrintTo(const MessageRun& run, std::ostream* stream);
@@ -51,13 +51,13 @@ class WatchedService : public RunningService {
   /// Starts like RunningService and drops all output up to then.
   void StartWatched();
 
-  /// Waits until the service has handled everything that the text peer `peer` sent, and returns
-  /// what it wrote since the last call. Every levelled line must have reached the log sink too. For
+  /// Waits until the service has handled everything that the text peer `peer` sent, and returns its
+  /// output since the last call. Every levelled line must have reached the log sink too. Only for
   /// the meter sets 0 and 1, whose services have a topic on which a refusal can be provoked.
   Speech Hear(louddesk::Peer peer = louddesk::Peer::kMainAppServer);
 
-  /// Publishes a text message as the main board's application server and returns what it makes the
-  /// service write.
+  /// Publishes a text message as the main board's application server and returns the output that it
+  /// causes.
   Speech SayTo(const std::string& topic, const std::optional<std::string>& payload);
 
   /// Expects that the next lines of the action machine report exactly these changes, for example
@@ -67,7 +67,7 @@ class WatchedService : public RunningService {
   /// Expects that the action machine reported nothing since the last expected change.
   void ExpectNoTransition();
 
-  /// Drops what the action machine has reported so far.
+  /// Drops the lines of the action machine so far.
   void ForgetTransitions();
 
   /// Expects that the next answer has exactly this topic and text.
@@ -76,7 +76,7 @@ class WatchedService : public RunningService {
   /// Expects an acknowledgement of `command` as the next answer.
   void ExpectAcknowledged(const std::string& command, unsigned timeStamp = 0, unsigned user = 0);
 
-  /// Expects that no answer comes for several periods; expects that none has come.
+  /// Expect that no answer comes for several periods, or that none has come so far.
   void ExpectNoAnswer();
   void ExpectNoAnswerSoFar();
 
@@ -84,11 +84,11 @@ class WatchedService : public RunningService {
   std::string Acknowledgement(const std::string& command, unsigned timeStamp = 0,
                               unsigned user = 0) const;
 
-  /// Topics of what the service publishes.
+  /// Topics of the service's acknowledgements and configurations.
   std::string CommandTopic() const;
   std::string ConfigurationTopic() const;
 
-  /// Text of a published configuration that came as `json` from the user `user`.
+  /// Text of a published configuration that was received as `json` from the user `user`.
   std::string Envelope(const std::string& json, unsigned user) const;
 
   /// Stable figures: those of two equal messages in a row.
@@ -105,7 +105,7 @@ class WatchedService : public RunningService {
   void ExpectAtSink(const std::string& mark, const std::vector<std::string>& errors);
   std::size_t IndexOf(const std::string& text, std::size_t first) const;
 
-  unsigned mMarks = 0;              // messages sent to learn that all earlier ones were handled
+  unsigned mMarks = 0;              // marker messages sent, to see when earlier ones were handled
   std::size_t mHeard = 0;           // lines that Hear has returned
   std::size_t mNextTransition = 0;  // line after the last change that was expected
 };

@@ -1,4 +1,4 @@
-// What the service subscribes to and publishes on.
+// The endpoints and topics of the service.
 
 #include "RunningService.h"
 
@@ -11,7 +11,7 @@ using testing::Optional;
 
 using Topics = std::set<std::string>;
 
-/// The topics of every text peer, spelled out; `meterSet` matters only if it has topics of its own.
+/// The topics of every text peer, spelled out. `meterSet` matters only if it has separate topics.
 Topics TextTopicsOf(unsigned meterSet) {
   Topics topics = {"HbSysStatusEvent", "HbAppCmd", "HwmStatusOrRequest", "AppLoudnessCmd",
                    "QVProbeOptInputDataCmd"};
