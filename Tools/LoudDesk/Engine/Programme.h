@@ -22,8 +22,8 @@ using Programme = std::vector<ProgrammeChannel>;
 /// All channels of a layout that feed a speaker, in the order of the layout.
 Programme ProgrammeOf(const SpeakerLayout& speakers);
 
-/// Returns a programme of one channel as two loudspeakers play it: the channel feeds Left and Right,
-/// which raises the loudness by 3.01 LU. Returns other programmes unchanged.
+/// Returns a programme of one channel as two loudspeakers play it: the channel feeds Left and
+/// Right, which raises the loudness by 3.01 LU. Returns other programmes unchanged.
 Programme AsDualMono(const Programme& programme);
 
 /// The channels of a programme, counted from 1, each listed once: "1-6", "7,8".

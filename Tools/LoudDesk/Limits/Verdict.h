@@ -47,8 +47,8 @@ const char* WordFor(Judgement judgement);
 /// The verdict for programs: "pass", "fail" or "open"; empty where nothing is judged.
 const char* MachineWordFor(Judgement judgement);
 
-/// The overall verdict: a fail outweighs a missing reading, a missing reading an open verdict, and an
-/// open verdict a pass. Not judged if there are no verdicts.
+/// The overall verdict: a fail outweighs a missing reading, a missing reading an open verdict, and
+/// an open verdict a pass. Not judged if there are no verdicts.
 Judgement OverallJudgement(const std::vector<Verdict>& verdicts);
 
 /// The gain that a programme needs, in dB. Negative values lower it.

@@ -1,5 +1,4 @@
-// A programme as the formats of output show it: what it is part of, its figures, and how it stands
-// to the criteria. Stateless.
+// A programme as the output formats show it: its origin, its figures and its verdicts. Stateless.
 
 #pragma once
 
@@ -12,45 +11,47 @@
 
 namespace louddesk {
 
-/// The programme that a row is about. What it points to outlives it.
+/// The programme of a row. Everything it points to must outlive it.
 struct Subject {
   const FileFacts* file;               // null: all files as one programme
-  std::size_t files;                   // how many the programme is made of
-  bool isOneOfSeveral;                 // of the programmes of its file
-  const MeasuredProgramme* programme;  // of all files as one: without channels
-  std::size_t damagedFiles = 0;        // of all files as one: how many of them are damaged
+  std::size_t files;                   // number of files in the programme
+  bool isOneOfSeveral;                 // its file has several programmes
+  const MeasuredProgramme* programme;  // without channels for all files as one
+  std::size_t damagedFiles = 0;        // number of damaged files, for all files as one
 };
 
-/// How a programme stands to the criteria.
+/// The verdicts on a programme.
 struct Assessment {
   std::vector<Verdict> verdicts;
-  Judgement judgement;  // of all of them
+  Judgement judgement;  // overall verdict
   TargetGain gain;
 };
 
-/// Status of the program when it is to tell of limits, and one is broken.
+/// The exit status when --fail is given and a limit is broken.
 constexpr int kLimitBrokenStatus = 3;
 
-/// Whether a limit is broken. Complains of each that could not be judged; `name` begins the line.
+/// Returns whether a limit is broken. Reports each limit that could not be judged, in a line that
+/// starts with `name`.
 bool TakeVerdicts(const Assessment& assessment, const std::string& name, Complaints& complaints);
 
 Assessment AssessmentOf(const Figures& figures, const Criteria& criteria);
 
-/// The subjects of a file, one a programme.
+/// The subjects of a file, one per programme.
 std::vector<Subject> SubjectsOf(const MeasuredFile& file);
 
-/// What a row is called: the path of the file, with the channels behind it where it holds several
-/// programmes, or how many files it stands for. Any bytes.
+/// The name of a row: the path of the file, followed by the channels if the file has several
+/// programmes, or the number of files for all files as one. May contain any bytes.
 std::string NameOf(const Subject& subject);
 
-/// What of the programme is missing: of its file, or in how many of all files as one something is;
-/// empty when nothing is.
+/// A description of missing parts: of the file, or the number of damaged files for all files as
+/// one. Empty if nothing is missing.
 std::string DamageOf(const Subject& subject);
 
-/// What a table has behind the name of a programme: " (damaged)" or nothing.
+/// The suffix of a programme's name in a table: " (damaged)" or nothing.
 const char* MarkOf(const Subject& subject);
 
-/// Whether the loudness range may still change much: that of less than 60 s (EBU Tech 3341).
+/// Whether the loudness range may still change much, because the programme is shorter than 60 s
+/// (EBU Tech 3341).
 bool IsRangeUnstable(const Figures& figures);
 
 }  // namespace louddesk

@@ -39,10 +39,10 @@ constexpr InkLook kLooks[] = {
 
 termios gShellModes;  // written before the handlers are installed
 
-// Restores the attributes, the keypad mode and the cursor, clears the screen and, where the terminal
-// has saved it, brings back the previous one. Called by signal handlers, which may not call ncurses.
-// A background process does nothing: the terminal belongs to another process and was restored when
-// this one was stopped.
+// Restores the attributes, the keypad mode and the cursor, clears the screen and, where the
+// terminal has saved it, brings back the previous one. Called by signal handlers, which may not
+// call ncurses. A background process does nothing: the terminal belongs to another process and was
+// restored when this one was stopped.
 void GiveBack() {
   constexpr char kSequence[] = "\033[0m\033[?1l\033>\033[?25h\033[H\033[2J\033[?1049l";
   if (tcgetpgrp(STDOUT_FILENO) == getpgrp() &&
