@@ -1,4 +1,4 @@
-// Audio files: their links become one programme, unless they are of different kinds.
+// Reads audio files. All links of a file form one programme, unless their formats differ.
 
 #include "AudioFile.h"
 
@@ -62,7 +62,7 @@ std::size_t AudioFile::Read(double* samples, std::size_t frames) {
   return got;
 }
 
-// To the next link that can be opened. Those that cannot are damage like any other.
+// Moves on to the next link that can be opened. Links that cannot be opened count as damage.
 void AudioFile::GoOn() {
   CloseLink();
   while (mLink == nullptr && mLinks->NextLink()) {
@@ -76,7 +76,7 @@ void AudioFile::GoOn() {
   }
 }
 
-// Null when it cannot be opened.
+// Opens the current link; null if it cannot be opened.
 std::unique_ptr<LibavDecoder> AudioFile::OpenNextLink() {
   std::unique_ptr<LibavDecoder> link;
   try {
@@ -101,7 +101,7 @@ void AudioFile::CloseLink() {
   mLink.reset();
 }
 
-// What the demuxer of a link did not want, where another link may follow.
+// Skips what the demuxer left unread in a link, so that the next link can begin.
 void AudioFile::SkipLink() {
   if (mLinks->Seekable() != nullptr)
     return;

@@ -1,4 +1,4 @@
-// What keeps a file from being measured.
+// The error for files that cannot be measured.
 
 #pragma once
 
@@ -9,10 +9,10 @@
 
 namespace louddesk {
 
-/// The path that stands for standard input.
+/// The path for standard input.
 constexpr char kStandardInput[] = "-";
 
-/// The text is one line that begins with the file's name, as `Printable` shows it.
+/// The message is one line that starts with the file's name, as `Printable` shows it.
 class AudioFileError : public std::runtime_error {
  public:
   AudioFileError(const std::string& path, const std::string& reason)

@@ -1,4 +1,4 @@
-// Formats in words.
+// Describes formats in words.
 
 #include "AudioFormat.h"
 

@@ -1,4 +1,4 @@
-// What the samples of a file are, and what it says of its streams. Stateless.
+// The sample format of a file and the properties of its streams. Stateless.
 
 #pragma once
 
@@ -13,35 +13,35 @@ extern "C" {
 
 namespace louddesk {
 
-/// Which loudspeaker each channel is for, in the order of the channels, by the file itself: its
-/// container tells it, or the standard of its format fixes it. `AV_CHAN_NONE` for a channel that
-/// the file declares to be for no loudspeaker. Empty when the file does not say.
+/// The loudspeaker of each channel, in the order of the channels, as stored in the container or
+/// defined by the standard of its format. `AV_CHAN_NONE` for a channel that the file declares to
+/// have no loudspeaker. Empty if the file does not specify loudspeakers.
 using ChannelMap = std::vector<AVChannel>;
 
-/// The map of a layout of FFmpeg's libraries. Channels of an ambisonic layout are for no
+/// The map of a layout from FFmpeg's libraries. Channels of an ambisonic layout have no
 /// loudspeaker.
 ChannelMap ChannelMapOf(const AVChannelLayout& layout);
 
 struct AudioFormat {
   std::size_t channels = 0;
   int sampleRate = 0;    // Hz
-  ChannelMap positions;  // of the channels; empty: the file does not say
+  ChannelMap positions;  // of the channels; empty: not specified
 };
 
-/// Whether samples of one can follow those of the other in a programme.
+/// Whether samples of both formats can be in one programme.
 bool AreSame(const AudioFormat& a, const AudioFormat& b);
 
-/// Why a file is not one programme: its format changes at `seconds`.
+/// The error for a file whose format changes at `seconds`.
 std::string ChangeText(const AudioFormat& from, const AudioFormat& to, double seconds);
 
-/// What a file says of one of its audio streams.
+/// The properties of one audio stream, as stored in the file.
 struct StreamInfo {
   std::string codec;              // "aac", "pcm_s24le"
   std::string format;             // "48000 Hz, stereo"
-  std::optional<double> seconds;  // where the file says it
-  std::string language;           // as the file says it; empty: it does not
-  std::string title;              // likewise
-  bool isChosen = false;          // measured unless another one is asked for
+  std::optional<double> seconds;  // nothing if not stored
+  std::string language;           // as stored; empty if not stored
+  std::string title;              // as stored; empty if not stored
+  bool isChosen = false;          // measured by default
 };
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Samples through the front end.
+// Passes samples through the front end.
 
 #include "BlockStream.h"
 
@@ -12,8 +12,7 @@ BlockStream::BlockStream(std::string name, std::unique_ptr<SampleSource> source)
       mMeter(mSource->Channels(), mSource->SampleRate()),
       mSamples(mMeter.MaxFramesInBlock() * mSource->Channels()) {}
 
-// Less than a block is left after the last whole one. It is not measured, but a bad sample in it is
-// still an error.
+// An incomplete last block is not measured, but a bad sample in it is still an error.
 bool BlockStream::Next(BlockReading& block) {
   const std::size_t frames = mMeter.FramesInNextBlock();
   const std::size_t got = mSource->Read(mSamples.data(), frames);

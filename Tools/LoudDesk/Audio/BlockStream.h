@@ -1,5 +1,4 @@
-// Samples, of a file or generated, as the blocks that a unit's signal-processing stage would
-// publish of them.
+// The samples of a source as the blocks that a unit's signal-processing stage would publish.
 
 #pragma once
 
@@ -15,21 +14,21 @@ namespace louddesk {
 
 class BlockStream {
  public:
-  /// `name` is what the source is called when it is at fault.
+  /// `name` identifies the source in error messages.
   BlockStream(std::string name, std::unique_ptr<SampleSource> source);
 
   const SampleSource& Source() const { return *mSource; }
 
-  /// Reads the next whole block of 100 ms; false at the end, also where less than a block is left.
-  /// Throws `AudioFileError` when the source cannot be read on or holds a sample that is not a
-  /// number, also behind the last whole block.
+  /// Reads the next whole block of 100 ms. Returns false at the end, also if less than a block is
+  /// left. Throws `AudioFileError` if the source cannot be read, or if it contains a sample that is
+  /// not a number, even after the last whole block.
   bool Next(BlockReading& block);
 
  private:
   std::string mName;
   std::unique_ptr<SampleSource> mSource;
   BlockMeter mMeter;
-  std::vector<double> mSamples;  // interleaved, room for the longest block
+  std::vector<double> mSamples;  // interleaved, large enough for the longest block
 };
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Bytes by the system's calls.
+// Reads bytes with system calls.
 
 #include "ByteInput.h"
 
@@ -28,7 +28,8 @@ bool IsPipe(const struct stat& status) {
   return S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode);
 }
 
-// Before it is opened: opening a device may do something. A terminal is a device too.
+// Called before opening, because opening a device may have side effects. A terminal is a device
+// too.
 void CheckKind(const std::string& path, const struct stat& status) {
   if (S_ISDIR(status.st_mode))
     throw AudioFileError(path, "is a directory");

@@ -1,4 +1,4 @@
-// Damage in words.
+// Describes damage in words.
 
 #include "Damage.h"
 
@@ -12,16 +12,17 @@
 namespace louddesk {
 namespace {
 
-// Places that a message names; of more it tells how many there are.
+// The maximum number of places that a message lists; further ones are counted.
 constexpr std::size_t kNamedPlaces = 5;
 
-// Places nearer to one another are one, s: what a message can tell apart.
+// Places closer together than this, in seconds, are merged, because a message cannot distinguish
+// them.
 constexpr double kSamePlace = 0.1;
 
 // "1:02.3", "0:12.4 and 1:02.3", "0:12.4, 0:15.0, 1:02.3 and 7 more places".
 std::string PlacesText(const std::vector<double>& places) {
   std::vector<std::string> names;
-  // The place of "1 more" is better taken by its name.
+  // Lists the sixth place instead of "1 more".
   const std::size_t named = places.size() == kNamedPlaces + 1 ? places.size() : kNamedPlaces;
   for (const double place : places)
     if (names.size() < named)
@@ -33,7 +34,7 @@ std::string PlacesText(const std::vector<double>& places) {
   return fmt::format("{} and {}", fmt::join(names.begin(), names.end() - 1, ", "), names.back());
 }
 
-// "0.06 % of the file", or "the file" where nobody knows how much.
+// "0.06 % of the file", or "the file" if the missing duration is unknown.
 std::string ShareText(const Damage& damage, double there) {
   if (damage.missing <= 0.0)
     return "the file";

@@ -1,4 +1,4 @@
-// What of a file is missing because the file is damaged or ends early.
+// The parts of a file that are missing because the file is damaged or truncated.
 
 #pragma once
 
@@ -8,20 +8,20 @@
 
 namespace louddesk {
 
-/// Times are those of the undamaged file, s from its beginning, as far as they can be known.
+/// Times refer to the undamaged file, in seconds from its start, as far as they are known.
 struct Damage {
-  std::vector<double> places;    // where something is missing between what is there, in time
-  double missing = 0.0;          // s that are known to be missing; more may be
-  std::optional<double> endsAt;  // where the file ends before its end
+  std::vector<double> places;    // gaps before the end, in order of time
+  double missing = 0.0;          // known missing duration, s; more may be missing
+  std::optional<double> endsAt;  // where a truncated file ends
 
   bool IsNone() const { return places.empty() && !endsAt; }
 };
 
-/// Adds the damage of a part of the file that begins at `begin`, s.
+/// Adds the damage of a part of the file that starts at `begin`, s.
 void AddDamage(Damage& whole, const Damage& part, double begin);
 
-/// What is missing beside `there` seconds that are there, as a phrase for a message: "0.06 % of the
-/// file is damaged, at 1:02.3". REQUIRES: there is damage.
+/// Describes damage as a phrase for a message: "0.06 % of the file is damaged, at 1:02.3". `there`
+/// is the duration that could be read, s. REQUIRES: there is damage.
 std::string DamageText(const Damage& damage, double there);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// libavformat over bytes of our own.
+// Runs libavformat on our own byte source.
 
 #include "LibavContainer.h"
 
@@ -19,12 +19,12 @@ namespace {
 
 constexpr int kBufferSize = 65536;
 
-// A guess by the first bytes that is less sure than this does not count: every file of noise has
-// bytes that look like the header of something.
+// Format guesses below this score are rejected: any large enough file of noise contains bytes that
+// look like some header.
 constexpr int kLeastScore = AVPROBE_SCORE_RETRY / 2;
 
-// The containers that are read, by libavformat's names. Lists of other files, pictures, devices and
-// the like are not among them. Docs/MEASURING.md names them for users.
+// The accepted containers, by libavformat's names. Playlists, pictures, devices and the like are
+// excluded. Docs/MEASURING.md lists the containers for users.
 constexpr char kWav[] = "wav";
 constexpr char kMp4[] = "mov,mp4,m4a,3gp,3g2,mj2";
 constexpr char kCaf[] = "caf";
@@ -34,25 +34,25 @@ constexpr const char* kContainers[] = {kWav,   "w64", "aiff", "au",   kCaf, "fla
                                        "mp3",  "aac", "ac3",  "eac3", kMp4, kMatroska, "mpegts",
                                        "mpeg", "mxf", kAvi,   "asf",  "wv", "tta",     "ape"};
 
-// What a file may ask for before it has told anything: bytes and streams to be looked at, and the
-// largest piece of memory. Real files stay far below.
+// Limits for untrusted files: bytes and streams examined when opening, and the largest allocation.
+// Real files stay far below.
 constexpr std::int64_t kMostProbeBytes = 20'000'000;
 constexpr int kMostStreams = 200;
 constexpr std::size_t kMostMemory = 512U << 20U;
 
-// Plain samples are cut into packets of so many bytes.
+// Packet size for plain samples, in bytes.
 constexpr char kPacketBytes[] = "65536";
 
-// A demuxer that finds nothing any more after so many faults in a row never will.
+// After this many consecutive errors, a demuxer will not find anything further.
 constexpr int kMostFaultsInARow = 1000;
 
 struct Named {
   const char* name;
 };
 
-// Containers whose length is that of the stream, by libavformat's names; others estimate it. Exact
-// ones keep that of codecs that lose nothing to the frame, and Matroska tells that of the longest
-// stream.
+// Containers that store the length of the stream, by libavformat's names; for others it is only an
+// estimate. An exact length is exact to the frame for lossless codecs. Matroska stores the length
+// of the longest stream.
 struct LengthFacts {
   const char* name;
   bool isExact;
@@ -62,19 +62,19 @@ constexpr LengthFacts kLengths[] = {
     {"flac", true}, {"mp3", false}, {"wv", true},  {"tta", true},     {kWav, true},
     {"w64", true},  {"aiff", true}, {"au", true},  {"ape", true},     {"mxf", true},
     {kAvi, true},   {kMp4, true},   {kCaf, false}, {kMatroska, false}};
-constexpr double kLengthTolerance = 0.5;  // s, of those that are not exact
+constexpr double kLengthTolerance = 0.5;  // s, for lengths that are not exact
 
-// Containers of plain samples, from which packets are cut. What looks like plain samples may be a
-// coded stream, as of DTS on a disc: libavformat looks for one in the first packets, 3 s of a disc.
+// Containers of plain samples, which libavformat cuts into packets. Apparent samples may be a coded
+// stream, such as DTS on a disc. libavformat looks for one in the first packets, 3 s of a disc.
 constexpr Named kInPieces[] = {{kWav}, {"w64"}, {"aiff"}, {"au"}, {kCaf}};
 constexpr int kPacketsLookedAt = 8;
 
-// Streams without a container, which a parser cuts into packets. Bytes that it makes nothing of it
-// leaves in the packet behind them.
+// Streams without a container, which a parser cuts into packets. Bytes that the parser does not
+// recognise become part of the next packet.
 constexpr Named kCutByParser[] = {{"mp3"}, {"aac"}, {"ac3"}, {"eac3"}};
 
-// Where packets follow one another without gaps, so that a gap is a loss. The times of Ogg count
-// frames. Those of Matroska are rounded, and a recorder may leave out a packet or two.
+// Containers in which a gap between packets is a loss. Times in Ogg count frames. Times in Matroska
+// are rounded, and a recorder may skip a packet or two.
 struct GapFacts {
   const char* name;
   double leastGap;  // s
@@ -82,9 +82,9 @@ struct GapFacts {
 
 constexpr GapFacts kGaps[] = {{"ogg", 0.002}, {kMatroska, 0.25}};
 
-// Programs that write into a pipe fill in lengths of these and more: they do not know better.
+// Programs that write into a pipe do not know the length and store this value or a larger one.
 constexpr std::int64_t kPlaceholderBytes = 0x7FFF0000;
-constexpr std::int64_t kPlaceholderPackets = 0x40000000;  // of AVI
+constexpr std::int64_t kPlaceholderPackets = 0x40000000;  // in AVI
 
 template <typename Facts, std::size_t kCount>
 const Facts* FactsOf(const Facts (&table)[kCount], const AVInputFormat& format) {
@@ -104,10 +104,11 @@ bool IsRead(const AVInputFormat& format) {
                      [&format](const char* name) { return std::strcmp(format.name, name) == 0; });
 }
 
-// What the libraries would write to the terminal they return as well, as far as it matters.
+// The libraries also return the errors that matter, so their messages are dropped.
 void SayNothing(void*, int, const char*, va_list) {}
 
-// Once: the library keeps the callback in plain memory, and files are opened on several threads.
+// Runs once, because the library stores the callback without synchronisation and files are opened
+// on several threads.
 void SilenceLibav() {
   static const bool isSilenced = (av_log_set_callback(SayNothing), true);
   static_cast<void>(isSilenced);
@@ -180,7 +181,7 @@ LibavContainer::LibavContainer(const std::string& path, LinkInput& input)
     throw AudioFileError(path, "holds no audio");
 }
 
-// By the name that the links give it, or by the first bytes.
+// Uses the format that the link specifies; otherwise guesses from the first bytes.
 const AVInputFormat* LibavContainer::FormatOf(LinkInput& input) {
   if (input.Container() != nullptr)
     return av_find_input_format(input.Container());
@@ -203,7 +204,7 @@ void LibavContainer::Open(const AVInputFormat* format) {
   AVDictionary* options = nullptr;
   av_dict_set(&options, "max_size", kPacketBytes, 0);
   const int error =
-      avformat_open_input(&context, nullptr, format, &options);  // frees it on failure
+      avformat_open_input(&context, nullptr, format, &options);  // frees context on failure
   av_dict_free(&options);
   if (error < 0)
     throw AudioFileError(mPath, UnknownText(mInput, error));
@@ -263,7 +264,7 @@ LibavContainer::Got LibavContainer::ReadPacket(AVPacket& packet) {
   }
 }
 
-// Of a container that is read in pieces of one length the last piece is shorter, and marked.
+// Containers of plain samples mark their shorter last packet as corrupt, which is normal.
 bool LibavContainer::IsPacketSuspect(const AVPacket& packet) const {
   return (packet.flags & AV_PKT_FLAG_CORRUPT) != 0 && FactsOf(kInPieces, *mContext) == nullptr;
 }
@@ -272,8 +273,8 @@ bool LibavContainer::NeedsFile() const {
   return mInput.Seekable() == nullptr && std::strcmp(mContext->iformat->name, kMp4) == 0;
 }
 
-// A stream that begins later is the rest of the programme, or another one, as in broadcasts that
-// were joined.
+// A stream that starts later may be the rest of the programme or a different one, as in joined
+// broadcasts.
 void LibavContainer::CheckForLaterStreams() const {
   if (!mIsChosenByNumber && AudioStreams().size() > mStreamsAtFirst)
     throw AudioFileError(mPath,
@@ -281,7 +282,7 @@ void LibavContainer::CheckForLaterStreams() const {
                          "--stream");
 }
 
-// What follows the samples is not looked at: the demuxer would search all of it for more.
+// Ends reading after the samples; otherwise the demuxer would search the rest of the file.
 void LibavContainer::FindEndOfWav() {
   const AVCodecParameters& codec = *mContext->streams[0]->codecpar;
   const std::int64_t frames = mContext->streams[0]->duration;
@@ -300,7 +301,7 @@ bool LibavContainer::IsCutByParser() const {
   return FactsOf(kCutByParser, *mContext) != nullptr;
 }
 
-// The sizes in a WAV have 32 bits, and programs that write more let them wrap around.
+// The sizes in a WAV have 32 bits. Programs that write more than 4 GiB let them wrap around.
 void LibavContainer::CheckForWrappedSize() const {
   constexpr std::uint64_t kWrap = std::uint64_t{1} << 32U;
   const ByteInput* input = mInput.Seekable();
@@ -314,7 +315,7 @@ std::optional<LibavContainer::Promise> LibavContainer::Promised(int sampleRate) 
     return std::nullopt;
   const AVRational rate{1, sampleRate};
   std::int64_t frames = 0;
-  const bool isCounted =  // packets, of plain samples
+  const bool isCounted =  // number of packets is exact for plain samples
       facts->name == kCaf && av_get_bits_per_sample(mStream->codecpar->codec_id) > 0;
   if (isCounted)
     frames = mStream->nb_frames;
@@ -330,7 +331,7 @@ std::optional<LibavContainer::Promise> LibavContainer::Promised(int sampleRate) 
   return Promise{frames, isExact ? 0 : std::llround(kLengthTolerance * sampleRate)};
 }
 
-// The demuxer of AVI scales the length by the size of the file, but keeps the number of packets.
+// The AVI demuxer scales the length to the size of the file, but keeps the number of packets.
 bool LibavContainer::IsPlaceholder(std::int64_t frames) const {
   if (std::strcmp(mContext->iformat->name, kAvi) == 0 && mStream->nb_frames == kPlaceholderPackets)
     return true;
@@ -338,7 +339,7 @@ bool LibavContainer::IsPlaceholder(std::int64_t frames) const {
          frames >= kPlaceholderBytes / std::max(mStream->codecpar->block_align, 1);
 }
 
-// MP4 says how much of its last packet is to be played.
+// MP4 stores how much of its last packet is to be played.
 std::optional<std::int64_t> LibavContainer::Padding(int sampleRate) const {
   const int packets = avformat_index_get_entries_count(mStream);
   if (std::strcmp(mContext->iformat->name, kMp4) != 0 || packets == 0)

@@ -1,5 +1,5 @@
-// The packets of one audio stream of a container, demultiplexed by FFmpeg's libraries. Nothing that
-// the container refers to, as another file or an address on the network, is opened.
+// The packets of one audio stream, demultiplexed by FFmpeg's libraries. References in the
+// container, such as other files or network addresses, are never opened.
 
 #pragma once
 
@@ -17,50 +17,51 @@ namespace louddesk {
 
 class LibavContainer {
  public:
-  /// Opens the link that `input` stands at, which must outlive the object. `path` is what messages
-  /// name. Throws `AudioFileError` when it cannot be read or holds no audio.
+  /// Opens the current link of `input`, which must outlive the object. `path` is the name in error
+  /// messages. Throws `AudioFileError` if the link cannot be read or has no audio.
   LibavContainer(const std::string& path, LinkInput& input);
 
   LibavContainer(const LibavContainer&) = delete;
   LibavContainer& operator=(const LibavContainer&) = delete;
 
-  /// The audio streams; the one that players choose by themselves is marked.
+  /// The audio streams, with the one that players choose by default marked.
   std::vector<StreamInfo> Streams() const;
 
-  /// The stream of a number, counted from 1, or the marked one; from now on packets are of that
-  /// stream. Throws `AudioFileError` when there is none of that number.
+  /// Selects the stream with a number, counted from 1, or the marked one. From then on, packets are
+  /// from this stream. Throws `AudioFileError` if there is no stream with this number.
   const AVStream& Choose(std::optional<std::size_t> number);
 
-  /// The container and the coding of the chosen stream, by the library's names.
+  /// The container and the codec of the chosen stream, by the library's names.
   std::string FormatInWords() const;
 
   enum class Got { kPacket, kSuspectPacket, kFault, kEnd };
 
-  /// Reads the next packet of the chosen stream. `kSuspectPacket`: the container knows that some of
-  /// it is missing. `kFault`: something could not be read; the next call goes on behind it. Throws
-  /// `AudioFileError` at the end when there were streams that began later, of which nobody has
-  /// chosen one.
+  /// Reads the next packet of the chosen stream. `kSuspectPacket`: the container reports that parts
+  /// of the packet are missing. `kFault`: something could not be read; the next call continues
+  /// after it. Throws `AudioFileError` at the end if further streams appeared later and no number
+  /// was chosen.
   Got ReadPacket(AVPacket& packet);
 
-  /// Frames of `sampleRate` that the container promises for the chosen stream; `tolerance` is what
-  /// may be lacking in an intact file. Nothing where the container only estimates them.
+  /// Length of the chosen stream in frames at `sampleRate`, as stored in the container. `tolerance`
+  /// is the number of frames by which an intact file may be shorter. Nothing if the length is only
+  /// an estimate.
   struct Promise {
     std::int64_t frames;
     std::int64_t tolerance;
   };
   std::optional<Promise> Promised(int sampleRate) const;
 
-  /// Frames from which on the last packet holds padding; nothing where it holds none.
+  /// Number of frames after which the last packet contains padding; nothing if it contains none.
   std::optional<std::int64_t> Padding(int sampleRate) const;
 
-  /// Whether what it holds can be found in a file only: it comes from a pipe.
+  /// Whether the container comes from a pipe but can only be read from a file.
   bool NeedsFile() const;
 
-  /// Whether bytes that are not audio may have ended up in the packets of a stream.
+  /// Whether packets of the stream may contain bytes that are not audio.
   bool IsCutByParser() const;
 
-  /// From which gap between the times of two packets on something is missing there, s; nothing
-  /// where gaps mean nothing.
+  /// The smallest gap between the times of two packets that means a loss, s; nothing if gaps have
+  /// no meaning.
   std::optional<double> LeastGap() const;
 
  private:
@@ -80,13 +81,13 @@ class LibavContainer {
   LinkInput& mInput;
   LibavHandle<AVIOContext> mBytes;
   LibavHandle<AVFormatContext> mContext;
-  // The demuxer of WAV trusts the length in a header only as far as the file reaches. From a file
-  // that seems endless it passes on what the header promises.
+  // The WAV demuxer limits the length in the header to the size of the file. A file that seems
+  // endless makes it return the length in the header.
   bool mIsWav = false;
   std::uint64_t mBytesRead = 0;
-  std::uint64_t mEndOfBytes = UINT64_MAX;  // nothing is read from there on
-  AVStream* mStream = nullptr;             // of mContext
-  std::size_t mStreamsAtFirst = 0;         // audio streams when it was opened
+  std::uint64_t mEndOfBytes = UINT64_MAX;  // reading stops here
+  AVStream* mStream = nullptr;             // stream of mContext
+  std::size_t mStreamsAtFirst = 0;         // audio streams when the link was opened
   bool mIsChosenByNumber = false;
   int mFaultsInARow = 0;
 };

@@ -1,4 +1,4 @@
-// FFmpeg's libraries, whose headers are C, the handles on what they allocate, and their complaints.
+// The C headers of FFmpeg's libraries, owning handles for their objects, and their error messages.
 
 #pragma once
 
@@ -27,7 +27,7 @@ struct LibavDeleter {
   }
 };
 
-/// "End of file", of a negative value that one of the libraries' functions has returned.
+/// The text for a negative return value of the libraries: "End of file".
 inline std::string LibavText(int error) {
   std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
   av_strerror(error, text.data(), text.size());

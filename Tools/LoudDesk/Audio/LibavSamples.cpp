@@ -1,4 +1,4 @@
-// One reader for each form: a type of sample, with the channels side by side or in planes.
+// One reader for each sample format: a sample type, interleaved or planar.
 
 #include "LibavSamples.h"
 
@@ -8,7 +8,8 @@
 namespace louddesk {
 namespace {
 
-// Integers reach from -1.0 to one step below 1.0; unsigned ones have their middle in the middle.
+// Integers map to -1.0 up to one step below 1.0. Zero of unsigned samples is in the middle of their
+// range.
 template <typename Sample>
 double ToDouble(Sample sample) {
   if constexpr (std::is_floating_point_v<Sample>) {

@@ -1,6 +1,5 @@
-// The samples of decoded frames, of any form that FFmpeg's decoders have, as numbers of double
-// precision. No rate, layout or level changes, so that no sample is more than multiplied.
-// Stateless.
+// Converts the samples of decoded frames, in any format of FFmpeg's decoders, to double precision.
+// Rate, layout and level are unchanged: samples are only scaled. Stateless.
 
 #pragma once
 
@@ -10,12 +9,12 @@
 
 namespace louddesk {
 
-/// Writes `frames` frames from the frame `first` on, interleaved, full scale 1.0. REQUIRES: there
-/// are so many.
+/// Writes `frames` interleaved frames, from the frame `first` on, full scale 1.0. REQUIRES: the
+/// frame has that many.
 using SampleReader = void (*)(const AVFrame& frame, std::size_t first, std::size_t frames,
                               double* samples);
 
-/// The reader of a form of samples (`AVSampleFormat`); null for one that is not known.
+/// The reader for an `AVSampleFormat`; null if the format is unknown.
 SampleReader SampleReaderFor(int form);
 
 }  // namespace louddesk

@@ -1,5 +1,5 @@
-// Bytes that may be several streams one behind the other, each with headers of its own: an Ogg
-// chain, or MP3 files that were joined. Each of these links is a file for a demuxer.
+// Bytes that may be several concatenated streams, each with its own headers: an Ogg chain or joined
+// MP3 files. The demuxer treats each of these links as a file.
 
 #pragma once
 
@@ -15,20 +15,20 @@ class LinkInput {
   LinkInput(const LinkInput&) = delete;
   LinkInput& operator=(const LinkInput&) = delete;
 
-  /// libavformat's name of the container; null where the bytes have to tell.
+  /// libavformat's name of the container; null if it must be detected from the bytes.
   virtual const char* Container() const = 0;
 
-  /// The input whose positions the demuxer may go to; null where it has to read in order.
+  /// The input, if the demuxer may seek in it; null if it must read in order.
   virtual ByteInput* Seekable() { return nullptr; }
 
-  /// Reads up to `count` bytes of the link, 0 at its end.
+  /// Reads up to `count` bytes of the link. Returns their number, 0 at the end of the link.
   virtual std::size_t Read(unsigned char* bytes, std::size_t count) = 0;
 
-  /// Goes on to the next link; false when there is none. REQUIRES: the link has been read to its
-  /// end.
+  /// Moves on to the next link. Returns false if there is none. REQUIRES: the link has been read to
+  /// its end.
   virtual bool NextLink() = 0;
 
-  /// Whether the bytes of the link show that its end is missing. Known at its end.
+  /// Whether the link's bytes show that it is truncated. Known at its end.
   virtual bool EndsEarly() const { return false; }
 
  protected:

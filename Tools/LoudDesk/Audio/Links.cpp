@@ -1,4 +1,4 @@
-// Which links there are.
+// Determines the links of a file.
 
 #include "Links.h"
 
@@ -12,11 +12,11 @@
 namespace louddesk {
 namespace {
 
-// Bytes of an identifier in Wave64 and ASF, and of one with the size behind it.
+// Size in bytes of an identifier in Wave64 and ASF, and of an identifier followed by a size.
 constexpr std::size_t kIdentifier = 16;
 constexpr std::size_t kObjectHeader = kIdentifier + sizeof(std::uint64_t);
 
-// A size of 64 bits; 0 where a program did not know it.
+// A 64-bit size; 0 if the writing program did not know it.
 std::uint64_t SizeAt(const unsigned char* bytes) {
   std::uint64_t size = 0;
   for (std::size_t i = sizeof size; i > 0; --i)
@@ -24,7 +24,7 @@ std::uint64_t SizeAt(const unsigned char* bytes) {
   return size > INT64_MAX ? 0 : size;
 }
 
-// The bytes that a Wave64 says it has, which its demuxer does not pass on. 0 for other files.
+// The size that a Wave64 file declares, which the demuxer does not report; 0 for other files.
 std::uint64_t DeclaredByWave64(ByteInput& input) {
   constexpr unsigned char kMagic[] = {'r', 'i', 'f', 'f', 0x2E, 0x91, 0xCF, 0x11};
   if (input.Ahead(kObjectHeader) < kObjectHeader ||
@@ -33,8 +33,8 @@ std::uint64_t DeclaredByWave64(ByteInput& input) {
   return SizeAt(input.Bytes() + kIdentifier);
 }
 
-// Where the packets of an ASF (WMA, WMV) end: behind an object with its header and one with its
-// data. What may follow is an index, without which nothing is missing. 0 for other files.
+// The end of the packets in an ASF file (WMA, WMV), which follow a header object and are inside a
+// data object. An index may follow; without it nothing is missing. 0 for other files.
 std::uint64_t DeclaredByAsf(ByteInput& input) {
   constexpr unsigned char kHeader[] = {0x30, 0x26, 0xB2, 0x75, 0x8E, 0x66, 0xCF, 0x11};
   constexpr unsigned char kData[] = {0x36, 0x26, 0xB2, 0x75, 0x8E, 0x66, 0xCF, 0x11};
@@ -51,8 +51,8 @@ std::uint64_t DeclaredByAsf(ByteInput& input) {
   return hasData ? begin + SizeAt(input.Bytes() + begin + kIdentifier) : 0;
 }
 
-// The bytes of a packet of an MPEG transport stream, of which each begins with the same byte, on
-// discs behind a time of 4 bytes; 0 for other files.
+// Packet size of an MPEG transport stream; 0 for other files. All packets begin with the same byte,
+// on discs after a timestamp of 4 bytes.
 std::size_t TransportPacketSize(ByteInput& input) {
   constexpr unsigned char kSync = 0x47;
   constexpr std::size_t kPackets = 8;
@@ -71,7 +71,7 @@ std::size_t TransportPacketSize(ByteInput& input) {
   return 0;
 }
 
-// Whether the size alone shows that the end of a file is missing.
+// Whether the size of the file alone shows that it is truncated.
 bool IsCutOff(ByteInput& input) {
   if (!input.Size())
     return false;
@@ -82,7 +82,7 @@ bool IsCutOff(ByteInput& input) {
   return packet > 0 && size % packet != 0;
 }
 
-// Bytes that are one link, whatever they hold.
+// A file with a single link, of any format.
 class SingleLink : public LinkInput {
  public:
   explicit SingleLink(ByteInput& input) : mInput(input), mEndsEarly(IsCutOff(input)) {}

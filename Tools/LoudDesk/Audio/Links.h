@@ -1,4 +1,4 @@
-// The links that the bytes of a file are made of. Stateless.
+// Splits the bytes of a file into links. Stateless.
 
 #pragma once
 
@@ -8,7 +8,7 @@
 
 namespace louddesk {
 
-/// The links of what `input` holds, which must outlive them.
+/// The links of `input`, which must outlive them.
 std::unique_ptr<LinkInput> LinksOf(ByteInput& input);
 
 }  // namespace louddesk

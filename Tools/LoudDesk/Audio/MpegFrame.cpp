@@ -1,4 +1,4 @@
-// Bits of the header, and the tables that they point into.
+// Parses the bits of the header with the tables of the standard.
 
 #include "MpegFrame.h"
 
@@ -7,7 +7,7 @@
 namespace louddesk {
 namespace {
 
-constexpr unsigned kVersion1 = 3;  // 2: version 2, 0: version 2.5, of lower sample rates
+constexpr unsigned kVersion1 = 3;  // 2: version 2, 0: version 2.5; both have lower sample rates
 constexpr unsigned kReservedVersion = 1;
 constexpr unsigned kVersion25 = 0;
 
@@ -18,7 +18,8 @@ constexpr unsigned kReservedLayer = 0;
 constexpr unsigned kForbiddenBitRate = 15;
 constexpr unsigned kReservedRate = 3;
 
-// kbit/s by their index, 0 of the free format: of version 1 by layer, III to I, and of the others.
+// kbit/s by index, where index 0 is the free format: for version 1 by layer (III to I), then for
+// the other versions.
 constexpr std::size_t kBitRates = 15;
 constexpr std::uint16_t kBitRatesOf1[3][kBitRates] = {
     {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320},
@@ -53,7 +54,7 @@ std::size_t SampleRateOf(const Header& header) {
   return header.version == kVersion25 ? rate / 4 : rate / 2;
 }
 
-// A slot is 4 bytes in layer I and one in the others.
+// A slot has 4 bytes in layer I and 1 byte in the other layers.
 std::size_t SlotsOf(const Header& header) {
   if (header.layer == kLayer1)
     return 12;

@@ -1,4 +1,4 @@
-// The header of a frame of MPEG audio, as ISO/IEC 11172-3 and 13818-3 have it. Stateless.
+// Parses headers of MPEG audio frames (ISO/IEC 11172-3 and 13818-3). Stateless.
 
 #pragma once
 
@@ -6,15 +6,15 @@
 
 namespace louddesk {
 
-/// Bytes of the header.
+/// Size of the header in bytes.
 constexpr std::size_t kMpegHeader = 4;
 
-/// Whether `kMpegHeader` bytes are a header: eleven bits of synchronization, then values of which
-/// some are reserved.
+/// Whether `kMpegHeader` bytes are a header: eleven synchronisation bits, then fields without
+/// reserved values.
 bool IsMpegHeader(const unsigned char* bytes);
 
-/// Bytes of the frame with its header, as the header says; 0 where it does not, as in the free
-/// format. REQUIRES: `IsMpegHeader`.
+/// Size of the frame in bytes, including the header; 0 if the header does not determine it, as in
+/// the free format. REQUIRES: `IsMpegHeader`.
 std::size_t MpegFrameSize(const unsigned char* header);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Ogg pages, each checked before it is handed on.
+// Checks each Ogg page before passing it on.
 
 #include "OggLinks.h"
 
@@ -32,7 +32,8 @@ std::uint32_t NumberAt(const unsigned char* bytes) {
   return number;
 }
 
-// Bytes of the page that the input stands at; 0 when the input ends within it, or there is none.
+// Size of the page at the current position, in bytes; 0 if there is none, or if the input ends
+// within the page.
 std::size_t PageSize(ByteInput& input) {
   if (input.Ahead(kHeader) < kHeader || !BeginsPage(input.Bytes()))
     return 0;
@@ -45,8 +46,7 @@ std::size_t PageSize(ByteInput& input) {
   return input.Ahead(size) < size ? 0 : size;
 }
 
-// The checksum counts its own four bytes as zeros. The library's is that of the page with its bytes
-// reversed.
+// The checksum treats its own four bytes as zeros. The library returns it in reversed byte order.
 bool HasRightChecksum(const unsigned char* page, std::size_t size) {
   constexpr unsigned char kZeros[kChecksumSize] = {};
   const AVCRC* table = av_crc_get_table(AV_CRC_32_IEEE);
@@ -57,7 +57,7 @@ bool HasRightChecksum(const unsigned char* page, std::size_t size) {
   return __builtin_bswap32(sum) == NumberAt(page + kChecksum);
 }
 
-// To the next bytes that may begin a page, or to the end.
+// Skips to the next bytes that may begin a page, or to the end.
 void SkipToCapture(ByteInput& input) {
   constexpr std::size_t kSearched = 65536;
   input.Skip(1);
@@ -114,8 +114,8 @@ bool OggLinks::FindPage() {
   return mRest > 0;
 }
 
-// Hands it on, finds it to begin the next link, or leaves it out: the beginning of its stream is
-// lost.
+// Passes the page on, recognises it as the start of the next link, or skips it if the start of its
+// stream is lost.
 void OggLinks::TakePage(std::size_t size) {
   const unsigned flags = mInput.Bytes()[kFlags];
   const std::uint32_t serial = NumberAt(mInput.Bytes() + kSerial);

@@ -1,5 +1,5 @@
-// The links of an Ogg chain (RFC 3533, section 4). Pages whose checksum is wrong are left out, as
-// if they were missing.
+// The links of an Ogg chain (RFC 3533, section 4). Pages with a wrong checksum are treated as
+// missing.
 
 #pragma once
 
@@ -12,7 +12,7 @@ namespace louddesk {
 
 class OggLinks : public LinkInput {
  public:
-  /// Whether an input begins as Ogg does.
+  /// Whether an input begins with an Ogg page.
   static bool IsAt(ByteInput& input);
 
   explicit OggLinks(ByteInput& input) : mInput(input) {}
@@ -21,8 +21,7 @@ class OggLinks : public LinkInput {
   std::size_t Read(unsigned char* bytes, std::size_t count) override;
   bool NextLink() override;
 
-  /// Whether the last page is missing. What is missing between the pages shows in the times of the
-  /// audio.
+  /// Whether the last page is missing. Missing pages in between show in the times of the audio.
   bool EndsEarly() const override { return mEndsEarly; }
 
  private:
@@ -31,12 +30,12 @@ class OggLinks : public LinkInput {
   bool IsKnownSerial(std::uint32_t serial) const;
 
   ByteInput& mInput;
-  std::size_t mRest = 0;                // bytes of the page that are left to be read
-  std::vector<std::uint32_t> mSerials;  // of the streams of the link
-  bool mHasData = false;                // the link is behind the pages that begin its streams
-  bool mIsLastPage = false;             // the page read last ends its stream
+  std::size_t mRest = 0;                // bytes of the page that are still to be read
+  std::vector<std::uint32_t> mSerials;  // of the link's streams
+  bool mHasData = false;                // the pages that begin the link's streams have passed
+  bool mIsLastPage = false;             // the last page read ends its stream
   bool mEndsEarly = false;
-  bool mIsLinkAhead = false;  // the input stands at the first page of the next link
+  bool mIsLinkAhead = false;  // the input is at the first page of the next link
 };
 
 }  // namespace louddesk

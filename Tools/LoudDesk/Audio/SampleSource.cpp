@@ -1,4 +1,4 @@
-// Sources that read files.
+// A source that reads a file.
 
 #include "SampleSource.h"
 
@@ -20,7 +20,7 @@ class FileSource : public SampleSource {
   }
 
  private:
-  // What is there has been handed out by now, but for less than a block.
+  // Called at the end: only an incomplete last block has not been passed on.
   void CheckDamage() const {
     if (!mFile->Missing().IsNone())
       throw AudioFileError(mFile->Path(), DamageText(mFile->Missing(), mFile->SecondsRead()));

@@ -1,5 +1,4 @@
-// Where samples come from: a stream that is read like an audio file, or is one. One reader per
-// source.
+// A stream of samples that is read like an audio file. One reader per source.
 
 #pragma once
 
@@ -19,13 +18,13 @@ class SampleSource {
   SampleSource(const SampleSource&) = delete;
   SampleSource& operator=(const SampleSource&) = delete;
 
-  /// The loudspeaker that each channel feeds; 1 to 32.
+  /// The loudspeaker of each channel; 1 to 32 channels.
   const SpeakerLayout& Speakers() const { return mSpeakers; }
   std::size_t Channels() const { return mSpeakers.size(); }
   int SampleRate() const { return mSampleRate; }  // Hz, 8000 ... 192000
 
-  /// Reads up to `frames` interleaved frames, full scale 1.0, and returns how many there were:
-  /// fewer only at the end. Throws `AudioFileError` when a file cannot be read on.
+  /// Reads up to `frames` interleaved frames, full scale 1.0, and returns their number, which is
+  /// smaller only at the end. Throws `AudioFileError` if a file cannot be read.
   virtual std::size_t Read(double* samples, std::size_t frames) = 0;
 
  protected:
@@ -37,8 +36,8 @@ class SampleSource {
   int mSampleRate;
 };
 
-/// Opens a file at its beginning, with the speakers of `LayoutFor`. Throws `AudioFileError`; at the
-/// end also when a part of the file turned out to be missing.
+/// Opens a file at its start, with the speakers of `LayoutFor`. Throws `AudioFileError`. The source
+/// also throws it at the end if a part of the file is missing.
 std::unique_ptr<SampleSource> OpenFileSource(const std::string& path,
                                              const std::optional<SpeakerLayout>& chosen);
 

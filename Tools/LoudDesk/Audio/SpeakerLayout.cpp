@@ -1,4 +1,4 @@
-// Loudspeaker positions of a file's channels.
+// Assigns loudspeakers to a file's channels.
 
 #include "SpeakerLayout.h"
 
@@ -13,19 +13,19 @@ namespace {
 
 constexpr char kSeparator = ',';
 
-// The usual layouts, by the number of their channels.
+// The usual layouts by number of channels.
 constexpr AudioSpeakerType_e kMono[] = {AST_SPEAKER_CENTER};
 constexpr AudioSpeakerType_e kStereo[] = {AST_SPEAKER_LEFT, AST_SPEAKER_RIGHT};
 constexpr AudioSpeakerType_e kSurround51[] = {AST_SPEAKER_LEFT,   AST_SPEAKER_RIGHT,
                                               AST_SPEAKER_CENTER, AST_SPEAKER_LFE,
                                               AST_SPEAKER_LS,     AST_SPEAKER_RS};
 
-// A position that a file may give a channel, and the speaker there. ITU-R BS.1770 weighs speakers
-// by where they stand, so that what matters is front, side or back.
+// The speaker for a channel position in a file. ITU-R BS.1770 weights speakers by their position,
+// so only front, side or back matters.
 struct PlacedSpeaker {
   AVChannel position;
   AudioSpeakerType_e speaker;
-  AudioSpeakerType_e behindSides;  // where there are surrounds at the sides as well
+  AudioSpeakerType_e behindSides;  // if the layout also has side surrounds
 };
 
 constexpr PlacedSpeaker kPlacedSpeakers[] = {

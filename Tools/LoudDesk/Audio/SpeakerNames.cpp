@@ -9,7 +9,7 @@
 namespace louddesk {
 namespace {
 
-// What a speaker is called beside its text in the preset.
+// The names of a speaker other than its text in presets.
 struct SpeakerName {
   AudioSpeakerType_e speaker;
   const char* shortName;  // as broadcasters write it

@@ -1,5 +1,5 @@
-// The names that a user may give a loudspeaker, and the texts that the unit's preset knows it by.
-// Never changes.
+// The names of loudspeakers that users may give, and their texts in the unit's presets. Constant
+// data.
 
 #pragma once
 
@@ -8,17 +8,17 @@
 
 namespace louddesk {
 
-/// Text of a channel that feeds no speaker and belongs to no programme.
+/// The text for a channel without a speaker, which belongs to no programme.
 constexpr char kNoSpeaker[] = "None";
 
-/// The preset's text for a name in any case, long or short ("Left", "l", "FL"), `kNoSpeaker` among
-/// them; nothing for a name that means no speaker.
+/// The preset's text for a name, which may be long or short and in any case ("Left", "l", "FL"), or
+/// `kNoSpeaker` for "None"; nothing for unknown names.
 std::optional<std::string> SpeakerNamed(const std::string& name);
 
-/// "L" for "Left": the short name of a preset's text, which is known.
+/// The short name for a preset's text: "L" for "Left". REQUIRES: the text is known.
 std::string ShortSpeakerName(const std::string& speaker);
 
-/// Long and short names: "Left (L), Right (R), ... and None".
+/// All long and short names: "Left (L), Right (R), ... and None".
 std::string SpeakerNamesInWords();
 
 }  // namespace louddesk

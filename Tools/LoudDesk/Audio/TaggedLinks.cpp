@@ -1,4 +1,4 @@
-// Heads of links: ID3 tags, frames with facts about an MP3, the magic of FLAC.
+// Finds the heads of links: ID3 tags, info frames of MP3, the magic of FLAC.
 
 #include "TaggedLinks.h"
 
@@ -13,10 +13,10 @@
 namespace louddesk {
 namespace {
 
-// How far ahead heads are looked for at a time.
+// Number of bytes searched for heads at a time.
 constexpr std::size_t kWindow = 65536;
 
-// ID3v2: magic, version, flags, a size of seven bits to the byte, then the name of the first frame.
+// ID3v2: magic, version, flags, a size with seven bits per byte, then the name of the first frame.
 constexpr std::size_t kId3Header = 10;
 constexpr std::size_t kId3Name = 4;
 
@@ -42,8 +42,8 @@ std::size_t Id3Size(const unsigned char* bytes, std::size_t ahead) {
   return kId3Header + size;
 }
 
-// Encoders put facts about the whole file into a first frame without sound, behind empty side
-// information whose length follows from the version and the channels.
+// Encoders store facts about the whole file in a silent first frame, after empty side information
+// whose length depends on version and channels.
 std::size_t FactsFrame(const unsigned char* bytes, std::size_t ahead) {
   constexpr std::size_t kSideInfos[] = {32, 17, 9};
   constexpr std::size_t kMagic = 4;
@@ -64,7 +64,7 @@ std::size_t Mp3Head(const unsigned char* bytes, std::size_t ahead) {
   return tag > 0 ? tag : FactsFrame(bytes, ahead);
 }
 
-// The magic and the header of the block that has to follow, 34 bytes of stream information.
+// The magic, and the header of the mandatory first block: 34 bytes of stream information.
 std::size_t FlacHead(const unsigned char* bytes, std::size_t ahead) {
   constexpr std::array<unsigned char, 3> kLength = {0, 0, 34};
   constexpr std::size_t kHead = 8;
@@ -74,7 +74,8 @@ std::size_t FlacHead(const unsigned char* bytes, std::size_t ahead) {
   return isHead ? kHead : 0;
 }
 
-// Where the first of some bytes stands from a place on; the size of the text where there is none.
+// Position of the first of the `wanted` bytes at or after `from`; the size of the text if there is
+// none.
 std::size_t FindAnyOf(std::string_view wanted, std::string_view text, std::size_t from) {
   std::size_t at = text.size();
   for (const char byte : wanted)
@@ -85,7 +86,7 @@ std::size_t FindAnyOf(std::string_view wanted, std::string_view text, std::size_
 }  // namespace
 
 std::unique_ptr<LinkInput> TaggedLinks::Of(ByteInput& input) {
-  constexpr std::size_t kLongestTag = 16'000'000;  // a picture or two
+  constexpr std::size_t kLongestTag = 16'000'000;  // with a picture or two
   std::size_t ahead = input.Ahead(kLongestLook);
   const std::size_t tag = Id3Size(input.Bytes(), ahead);
   if (tag > kLongestTag)
@@ -115,8 +116,8 @@ bool TaggedLinks::NextLink() {
   return true;
 }
 
-// What can be read until the next head, or as far as one can be ruled out. An ID3 tag and the frame
-// of facts behind it are one head.
+// Determines how many bytes can be read until the next head, or until one could begin. An ID3 tag
+// and the info frame after it form one head.
 void TaggedLinks::FindNextHead() {
   const std::size_t ahead = mInput.Ahead(kWindow);
   const unsigned char* bytes = mInput.Bytes();

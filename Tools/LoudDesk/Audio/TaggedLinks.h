@@ -1,4 +1,4 @@
-// MP3 and FLAC files that were joined: each link begins with a head that nothing else looks like.
+// Joined MP3 or FLAC files: each link begins with a head that occurs nowhere else.
 
 #pragma once
 
@@ -11,12 +11,12 @@ namespace louddesk {
 
 class TaggedLinks : public LinkInput {
  public:
-  /// The size of the head of a link that begins at `bytes`; 0 where none begins there. `ahead`
-  /// bytes may be looked at: at least `kLongestLook`, fewer only at the end of the input.
+  /// Returns the size of the link head at `bytes`; 0 if there is none. `ahead` bytes may be read:
+  /// at least `kLongestLook`, fewer only at the end of the input.
   using HeadFinder = std::size_t (*)(const unsigned char* bytes, std::size_t ahead);
   static constexpr std::size_t kLongestLook = 64;
 
-  /// Links of an input that begins as MP3 or FLAC do; null for any other.
+  /// The links of an input that begins like MP3 or FLAC; null for any other input.
   static std::unique_ptr<LinkInput> Of(ByteInput& input);
 
   const char* Container() const override { return mContainer; }
@@ -31,11 +31,11 @@ class TaggedLinks : public LinkInput {
 
   ByteInput& mInput;
   const char* mContainer;
-  const char* mFirstBytes;  // that a head may begin with
+  const char* mFirstBytes;  // that can begin a head
   HeadFinder mFindHead;
-  bool mIsAtBegin = true;     // of a link, whose own head is still to be read
-  std::size_t mRest = 0;      // bytes ahead that are known to belong to the link
-  bool mIsLinkAhead = false;  // the input stands at the head of the next link
+  bool mIsAtBegin = true;     // of a link whose own head is still to be read
+  std::size_t mRest = 0;      // buffered bytes that belong to the link
+  bool mIsLinkAhead = false;  // the input is at the head of the next link
 };
 
 }  // namespace louddesk
