@@ -1,4 +1,4 @@
-// What the front end says of 100 ms of audio, in the units of the raw loudness data that a unit's
+// The front end's result for 100 ms of audio, in the units of the raw loudness data that a unit's
 // signal-processing stage publishes.
 
 #pragma once
@@ -11,15 +11,15 @@
 
 namespace louddesk {
 
-/// Meters (audio channels) of a meter set.
+/// Number of meters (audio channels) in a meter set.
 constexpr std::size_t kMeters = kRawMeters;
 
-/// One block; entry i belongs to meter i + 1. Meters that nothing feeds read 0.
+/// One block; entry i belongs to meter i + 1. Meters without a channel read 0.
 struct BlockReading {
   std::array<std::uint64_t, kMeters> powers{};  // K-weighted power, the service's integer scale
   std::array<std::uint32_t, kMeters> peaks{};   // true peak, 0 ... `kLargestPeak`
   std::array<float, kMeters> samplePeaks{};     // largest magnitude of a sample, full scale 1.0;
-                                                // no part of what a unit publishes
+                                                // not published by a unit
 };
 
 }  // namespace louddesk

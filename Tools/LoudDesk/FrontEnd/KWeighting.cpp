@@ -1,5 +1,5 @@
-// K-weighting: the coefficients for a sample rate, and the filter that runs several channels at
-// once. A recursive filter cannot be vectorised along time, so the channels are its lanes.
+// K-weighting: the coefficients for a sample rate, and the filter for several channels at once. A
+// recursive filter cannot be vectorised along time, so each vector lane is a channel.
 
 #include "KWeighting.h"
 

@@ -1,5 +1,5 @@
-// The loudness weighting of the front end: two biquads that imitate how the head and the ear weigh
-// frequencies, and the energy of what comes out of them. One filter per stream of samples.
+// The loudness weighting of the front end: two biquads that model the frequency response of head
+// and ear, and the energy of their output. One filter per stream of samples.
 
 #pragma once
 
@@ -26,40 +26,40 @@ struct KWeightingCoefficients {
   BiquadCoefficients highPass;  // stage 2: revised low-frequency B curve
 };
 
-/// The sections for a sample rate in Hz. The standard prints them for 48 kHz only; these are the
-/// analogue prototypes of its figures, transformed to any rate, and equal them at 48 kHz.
+/// The sections for a sample rate in Hz. The standard gives coefficients for 48 kHz only. These are
+/// transformed from analogue prototypes of them to any rate, and equal them at 48 kHz.
 KWeightingCoefficients KWeightingFor(double sampleRate);
 
-/// Sum of the squares of each channel's weighted samples; entries beyond the channels are not used.
+/// The sum of squares of each channel's weighted samples. Entries beyond the channels are unused.
 using ChannelEnergies = std::array<double, kMeters>;
 
-/// The running filter over interleaved channels. Allocates nothing.
+/// The filter over interleaved channels, with its state. Allocates nothing.
 class KWeightingFilter {
  public:
   /// Starts from silence. REQUIRES: 1 <= channels <= 32.
   KWeightingFilter(const KWeightingCoefficients& weighting, std::size_t channels);
 
-  /// Most frames that one call takes; see the end of `AddEnergies`.
+  /// The maximum number of frames per call; see the end of the comment on `AddEnergies`.
   static constexpr std::size_t kMaxFrames = 256;
 
   /// Filters `frames` interleaved frames and adds the squares of the results to `energies`.
   /// REQUIRES: frames <= kMaxFrames, and every sample is 0 or of a magnitude from 1e-15 to 1e15.
   ///
-  /// Leaves no state smaller than 1e-30 but zero. A filter that rings out in silence would
-  /// otherwise spend the rest of a pause in denormal numbers, a hundred times slower than others.
-  /// Doing so once a call is enough: the quickest decay, that of the shelf at 8 kHz, is a factor of
-  /// 0.43 a sample, so that within 256 frames a state falls from 1e-30 to 1e-124 at the least and
-  /// its square stays far above the smallest normal number, 2e-308.
+  /// Sets states below 1e-30 to zero at the end. Otherwise a filter that decays in silence would
+  /// compute with denormal numbers, which takes a hundred times longer. Once per call is enough:
+  /// the fastest decay, that of the shelf at 8 kHz, is a factor of 0.43 per sample. Within 256
+  /// frames a state falls from 1e-30 to no less than 1e-124, and its square stays far above the
+  /// smallest normal number, 2e-308.
   void AddEnergies(const double* samples, std::size_t frames, ChannelEnergies& energies);
 
  private:
-  // Transposed direct form II: two states a section. A lane is a double or a vector of doubles, one
-  // a channel.
+  // Transposed direct form II with two states per section. A lane is a double or a vector of
+  // doubles, with one double per channel.
   template <typename Lane, std::size_t kLanes>
   void FilterGroup(const double* samples, std::size_t frames, std::size_t firstChannel,
                    ChannelEnergies& energies);
 
-  using States = std::array<double, kMeters>;  // one entry a channel
+  using States = std::array<double, kMeters>;  // one entry per channel
 
   KWeightingCoefficients mWeighting;
   std::size_t mChannels;
