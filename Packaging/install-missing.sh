@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a task needs and this machine lacks; prints nothing if none is missing.
-# With --list it only prints what the task needs, one package a line.
-# For aarch64 it also makes build/aarch64-root, unless it is there: the libraries that the build for the board
-# links and its programs load. They have a root of their own because libczmq-dev of two architectures cannot be
-# installed side by side: it needs libnss3-dev, which cannot.
+# Installs the Debian packages that a task needs and that are missing on this machine. Prints
+# nothing if none is missing. With --list, only prints the packages that the task needs, one per
+# line.
+# For aarch64 it also creates build/aarch64-root, unless it exists: a root with the libraries that
+# the build for the board links and loads. They need a separate root because libczmq-dev depends on
+# libnss3-dev, which cannot be installed for two architectures side by side.
 # Usage: install-missing.sh [--list]
 #   service|desk|build|demo|package|cross-package|check|check-packages|docs|aarch64
 set -euo pipefail
@@ -64,7 +65,7 @@ as_root() {
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 
-# Runs a command whose output matters only when it fails.
+# Runs a command and prints its output only if it fails.
 quietly() {
   "$@" >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
 }
@@ -81,7 +82,7 @@ install_on_this_machine() {
     apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
-# What is linked and loaded; the rest of what a check needs runs on this machine.
+# Packages that are linked and loaded. All other programs of a check run on this machine.
 libraries_of_the_board() {
   printf '%s\n' libc6-dev libstdc++6 "${build[@]}" "${check[@]}" |
     grep -E -- '-dev$|^libstdc|^libfaketime$' | grep -v -x -e libclang-rt-dev -e libbenchmark-dev | paste -sd,
@@ -99,9 +100,9 @@ make_root_of_the_board() {
   quietly as_root mmdebstrap --variant=extract --architectures=arm64 --include="$packages" "$suite" "$root.new"
   as_root chown -R "$(id -u):$(id -g)" "$root.new"
   chmod 755 "$root.new"
-  # Programs in the emulator look here first for every file, so nothing of this machine's own may be hidden.
+  # The emulator looks up every file here first. Other folders would hide files of this machine.
   find "$root.new" -mindepth 1 -maxdepth 1 ! -name usr ! -name 'lib*' -exec rm -rf {} +
-  # Links that begin at the root would lead the linker out of it.
+  # Absolute links would lead the linker out of this root.
   find "$root.new" -type l -lname '/*' -printf '%p %l\n' | while read -r link target; do
     ln -sfnr "$root.new$target" "$link"
   done

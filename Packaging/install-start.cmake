@@ -1,6 +1,7 @@
-# Writes the unit files and the script that one of them runs at installation, because the prefix is known only then.
-# `templates` is the folder of all; `with_gate` says whether the gate is installed; `bindir` and `libexecdir` are the
-# folders of the programs and the script, below the prefix unless they are absolute.
+# Writes the systemd units, and the script that one of them runs. This happens during installation
+# because the prefix is known only then. `templates` is the folder of the templates; `with_gate` is
+# true if the gate is installed. `bindir` and `libexecdir` are the folders of the programs and the
+# script, below the prefix unless they are absolute.
 
 cmake_path(ABSOLUTE_PATH bindir BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" NORMALIZE)
 cmake_path(ABSOLUTE_PATH libexecdir BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" NORMALIZE)

@@ -1,5 +1,5 @@
-# Cross build for the unit's board: Debian's compiler, Debian's libraries for arm64 in a root of their own, and
-# QEMU to run what was built. `Packaging/install-missing.sh aarch64` provides all three.
+# Cross build for the unit's board: Debian's cross compiler, Debian's arm64 libraries in a separate
+# root, and QEMU to run the programs. `Packaging/install-missing.sh aarch64` installs all three.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)

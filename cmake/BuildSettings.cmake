@@ -1,5 +1,5 @@
-# How the project's own code is compiled: language level, warnings, and the functions by which each folder
-# declares its library or tests in a few lines.
+# Compiler settings for the project's own code, and the functions by which folders declare their
+# libraries and tests.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -12,22 +12,22 @@ endif()
 add_library(loudcalc_build_settings INTERFACE)
 target_compile_options(loudcalc_build_settings INTERFACE
   -Wall -Wextra -Wconversion -Wshadow
-  # No fused multiply-add: every figure is the same on the board and on a desk.
+  # No fused multiply-add: all figures are the same on the board and on a desk.
   -ffp-contract=off
-  # Assertion texts name a file of the project, not of the machine that built it.
+  # Assertion messages contain paths relative to the project, independent of the build machine.
   "-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=")
 target_compile_definitions(loudcalc_build_settings INTERFACE _GNU_SOURCE)
 if(LOUDCALC_SANITIZERS)
   target_compile_options(loudcalc_build_settings INTERFACE
     -fsanitize=${LOUDCALC_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer
-    # The library's own checks too: an index past the end of an array may lie inside the object that contains it,
-    # which no sanitizer notices.
+    # The standard library's own checks too: an index beyond an array may still be within the
+    # enclosing object, which no sanitizer notices.
     -D_GLIBCXX_ASSERTIONS)
   target_link_options(loudcalc_build_settings INTERFACE -fsanitize=${LOUDCALC_SANITIZERS})
 endif()
 
-# A release is hardened against attackers: overflows of the stack and of the C library's buffers end the process,
-# code is at random addresses, and the tables of functions are read-only. Checks of jump targets are left out,
+# Hardens releases: overflows of the stack and of the C library's buffers end the process, code has
+# random addresses, and the tables of functions are read-only. Checks of jump targets are left out
 # because the unit's processor does not support them.
 set(LOUDCALC_IS_HARDENED OFF)
 if(CMAKE_BUILD_TYPE STREQUAL "Release" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT LOUDCALC_SANITIZERS)
@@ -39,8 +39,9 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" 
     $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-pie> LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 endif()
 
-# loudcalc_add_library(NAME SOURCES files... [LINK libraries...]): a static library. Its headers are in Include/
-# beside the calling CMakeLists.txt, or beside it directly if there is no Include/.
+# loudcalc_add_library(NAME SOURCES files... [LINK libraries...]): adds a static library. Its
+# headers are in the folder Include/ beside the calling CMakeLists.txt or, if there is none,
+# directly beside it.
 function(loudcalc_add_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
@@ -52,9 +53,9 @@ function(loudcalc_add_library name)
   target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE loudcalc_build_settings)
 endfunction()
 
-# loudcalc_embed_text(SYMBOL HEADER FILE TEXT [NAMESPACE]): makes SYMBOL.cpp in the build tree, which defines the
-# text constant SYMBOL that HEADER declares in NAMESPACE (louddesk); made again when FILE, which the text is from,
-# changes.
+# loudcalc_embed_text(SYMBOL HEADER FILE TEXT [NAMESPACE]): generates SYMBOL.cpp, which defines the
+# text constant SYMBOL with the contents TEXT. HEADER declares it in NAMESPACE (louddesk by
+# default). CMake regenerates it when FILE, the source of the text, changes.
 function(loudcalc_embed_text symbol header file text)
   set(namespace louddesk ${ARGN})
   list(GET namespace -1 namespace)

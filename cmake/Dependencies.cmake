@@ -1,4 +1,4 @@
-# Third-party libraries, all from the system; their headers count as system headers.
+# Third-party libraries, all from the system. Their headers count as system headers.
 
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(CZMQ REQUIRED IMPORTED_TARGET libczmq>=4.2 libzmq>=4.3)
