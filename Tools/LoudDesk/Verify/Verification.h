@@ -14,7 +14,7 @@ struct VerifyOptions {
   std::vector<std::string> cases;            // identifiers of cases or documents; empty: all cases
   std::vector<std::string> recordings = {};  // paths of copies; each is a copy of the recording of
                                              // the case at the same index; empty: none
-  int sampleRate = 48000;  // of the signals, Hz
+  int sampleRate = 48000;                    // of the signals, Hz
   ComplianceStyle style = ComplianceStyle::kTable;
   std::string report = {};                                 // path of the page to write; empty: none
   std::string meter = "front end, dispatcher and engine";  // description for the page
