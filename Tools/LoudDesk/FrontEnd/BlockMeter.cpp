@@ -36,29 +36,28 @@ Lane Conditioned(const Lane& samples) {
   return Magnitude<Lane>(limited) < kSmallestSample ? Lane{} : limited;
 }
 
-void Condition(const double* samples, std::size_t count, double* conditioned) {
+// Returns the conditioned samples.
+const double* Condition(const double* samples, std::size_t count, double* conditioned) {
+  std::transform(samples, samples + count, conditioned, Conditioned<double>);
+  return conditioned;
+}
+
+// Whether all are numbers and conditioned already, as those of nearly every file are. Without a
+// branch per sample.
+bool AreConditioned(const double* samples, std::size_t count) {
   constexpr std::size_t kPair = kWidth<DoublePair, double>;
+  auto areConditioned = DoublePair{} == DoublePair{};
   std::size_t i = 0;
-  for (; i + kPair <= count; i += kPair)
-    Store(Conditioned<DoublePair>(Load<DoublePair>(samples + i)), conditioned + i);
-  for (; i < count; ++i)
-    conditioned[i] = Conditioned<double>(samples[i]);
+  for (; i + kPair <= count; i += kPair) {
+    const auto pair = Load<DoublePair>(samples + i);
+    areConditioned &= Conditioned<DoublePair>(pair) == pair;
+  }
+  return areConditioned[0] != 0 && areConditioned[1] != 0 &&
+         (i == count || Conditioned<double>(samples[i]) == samples[i]);
 }
 
 bool IsNumber(double sample) {
   return std::fabs(sample) <= std::numeric_limits<double>::max();
-}
-
-// Without a branch per sample.
-bool AreNumbers(const double* samples, std::size_t count) {
-  constexpr std::size_t kPair = kWidth<DoublePair, double>;
-  auto areNumbers = DoublePair{} == DoublePair{};
-  std::size_t i = 0;
-  for (; i + kPair <= count; i += kPair)
-    areNumbers &=
-        Magnitude<DoublePair>(Load<DoublePair>(samples + i)) <= std::numeric_limits<double>::max();
-  return areNumbers[0] != 0 && areNumbers[1] != 0 &&
-         std::all_of(samples + i, samples + count, IsNumber);
 }
 
 }  // namespace
@@ -121,14 +120,13 @@ std::uint64_t BlockMeter::FirstFrameOf(std::uint64_t block) const {
   return block * mSampleRate / kBlocksPerSecond;
 }
 
-// A first pass over the block tells whether there is one; only then is its place looked for.
 std::optional<BadSample> BlockMeter::FindBadSample(const double* samples,
                                                    std::size_t frames) const {
-  const std::size_t count = frames * mChannels;
-  if (AreNumbers(samples, count))
+  const double* end = samples + frames * mChannels;
+  const double* bad = std::find_if_not(samples, end, IsNumber);
+  if (bad == end)
     return std::nullopt;
-  const auto index =
-      static_cast<std::size_t>(std::find_if_not(samples, samples + count, IsNumber) - samples);
+  const auto index = static_cast<std::size_t>(bad - samples);
   return BadSample{index % mChannels, FirstFrameOf(mBlock) + index / mChannels};
 }
 
@@ -136,13 +134,19 @@ std::optional<BadSample> BlockMeter::FindBadSample(const double* samples,
 std::optional<BadSample> BlockMeter::MeasureFrames(const double* samples, std::size_t frames,
                                                    ChannelEnergies& energies,
                                                    BlockReading& reading) {
-  if (const auto badSample = FindBadSample(samples, frames))
+  const bool areConditioned = AreConditioned(samples, frames * mChannels);
+  if (const auto badSample = areConditioned ? std::nullopt : FindBadSample(samples, frames))
     return badSample;
   ChannelPeaks peaks{};
   reading = BlockReading{};
-  for (std::size_t done = 0; done < frames; done += kChunkFrames)
-    MeasureChunk(samples + done * mChannels, std::min(kChunkFrames, frames - done), energies, peaks,
-                 reading.samplePeaks);
+  for (std::size_t done = 0; done < frames; done += kChunkFrames) {
+    const double* chunk = samples + done * mChannels;
+    std::array<double, kChunkFrames * kMeters> conditioned;
+    const std::size_t chunkFrames = std::min(kChunkFrames, frames - done);
+    if (!areConditioned)
+      chunk = Condition(chunk, chunkFrames * mChannels, conditioned.data());
+    MeasureChunk(chunk, chunkFrames, energies, peaks, reading.samplePeaks);
+  }
   for (std::size_t channel = 0; channel < mChannels; ++channel)
     reading.peaks[channel] = BlockPeak(peaks[channel]);
   return std::nullopt;
@@ -150,11 +154,9 @@ std::optional<BadSample> BlockMeter::MeasureFrames(const double* samples, std::s
 
 void BlockMeter::MeasureChunk(const double* samples, std::size_t frames, ChannelEnergies& energies,
                               ChannelPeaks& peaks, ChannelPeaks& samplePeaks) {
-  std::array<double, kChunkFrames * kMeters> conditioned;
-  Condition(samples, frames * mChannels, conditioned.data());
-  mFilter.AddEnergies(conditioned.data(), frames, energies);
+  mFilter.AddEnergies(samples, frames, energies);
   if (mPeaks == Peaks::kTrue)
-    mTruePeak.Raise(conditioned.data(), frames, peaks, samplePeaks);
+    mTruePeak.Raise(samples, frames, peaks, samplePeaks);
 }
 
 }  // namespace louddesk

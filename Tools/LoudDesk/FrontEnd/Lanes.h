@@ -9,6 +9,7 @@
 namespace louddesk {
 
 using DoublePair = double __attribute__((vector_size(2 * sizeof(double))));
+using FloatPair = float __attribute__((vector_size(2 * sizeof(float))));
 using FloatQuad = float __attribute__((vector_size(4 * sizeof(float))));
 
 /// Number of values in a lane of doubles or floats.

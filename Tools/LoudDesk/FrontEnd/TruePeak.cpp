@@ -75,44 +75,54 @@ struct FoldedWindow {
   Lane differences[kTapPairs];
 };
 
-// The larger of `peak` and what windows beginning at `window` and the samples after it hold. Twice
+// The largest magnitudes of the samples and of the points between them.
+template <typename Lane>
+struct LanePeaks {
+  Lane samples{};
+  Lane points{};
+};
+
+// Raises the peaks to what windows beginning at `window` and the samples after it hold. Twice
 // oversampled, the inner pair alone serves best: with the samples themselves no point of the
 // waveform is further than 3/16 of a sample away from one that is looked at.
-template <typename Lane, Oversampling kOversampling>
-Lane Raised(Lane peak, const float* window) {
-  peak = Larger<Lane>(peak, Magnitude<Lane>(Load<Lane>(window + kTaps - 1)));
+template <Oversampling kOversampling, typename Lane>
+void RaiseTo(const float* window, LanePeaks<Lane>& peaks) {
+  peaks.samples = Larger<Lane>(peaks.samples, Magnitude<Lane>(Load<Lane>(window + kTaps - 1)));
   if constexpr (kOversampling != Oversampling::kNone) {
     const FoldedWindow<Lane> folded(window);
-    peak = Larger<Lane>(peak, folded.PeakOf(kInnerPair));
+    peaks.points = Larger<Lane>(peaks.points, folded.PeakOf(kInnerPair));
     if constexpr (kOversampling == Oversampling::kFour)
-      peak = Larger<Lane>(peak, folded.PeakOf(kOuterPair));
+      peaks.points = Larger<Lane>(peaks.points, folded.PeakOf(kOuterPair));
   }
-  return peak;
+}
+
+float LargestOf(const FloatQuad& lanes) {
+  return std::max(std::max(lanes[0], lanes[1]), std::max(lanes[2], lanes[3]));
 }
 
 template <Oversampling kOversampling>
-float PeakOf(const float* windows, std::size_t count) {
+LanePeaks<float> PeaksOf(const float* windows, std::size_t count) {
   constexpr std::size_t kQuad = kWidth<FloatQuad, float>;
-  FloatQuad peaks{};
+  LanePeaks<FloatQuad> quads;
   std::size_t i = 0;
   for (; i + kQuad <= count; i += kQuad)
-    peaks = Raised<FloatQuad, kOversampling>(peaks, windows + i);
-  float peak = std::max(std::max(peaks[0], peaks[1]), std::max(peaks[2], peaks[3]));
+    RaiseTo<kOversampling>(windows + i, quads);
+  LanePeaks<float> peaks{LargestOf(quads.samples), LargestOf(quads.points)};
   for (; i < count; ++i)
-    peak = Raised<float, kOversampling>(peak, windows + i);
-  return peak;
+    RaiseTo<kOversampling>(windows + i, peaks);
+  return peaks;
 }
 
-float PeakOf(Oversampling oversampling, const float* windows, std::size_t count) {
+LanePeaks<float> PeaksOf(Oversampling oversampling, const float* windows, std::size_t count) {
   switch (oversampling) {
     case Oversampling::kFour:
-      return PeakOf<Oversampling::kFour>(windows, count);
+      return PeaksOf<Oversampling::kFour>(windows, count);
     case Oversampling::kTwo:
-      return PeakOf<Oversampling::kTwo>(windows, count);
+      return PeaksOf<Oversampling::kTwo>(windows, count);
     case Oversampling::kNone:
       break;
   }
-  return PeakOf<Oversampling::kNone>(windows, count);
+  return PeaksOf<Oversampling::kNone>(windows, count);
 }
 
 }  // namespace
@@ -128,16 +138,30 @@ TruePeakMeter::TruePeakMeter(Oversampling oversampling, std::size_t channels)
 
 void TruePeakMeter::Raise(const double* samples, std::size_t frames, ChannelPeaks& peaks,
                           ChannelPeaks& samplePeaks) {
-  const std::size_t channels = mWindows.size();
-  for (std::size_t channel = 0; channel < channels; ++channel) {
+  TakeIn(samples, frames);
+  for (std::size_t channel = 0; channel < mWindows.size(); ++channel) {
     Window& window = mWindows[channel];
-    for (std::size_t n = 0; n < frames; ++n)
-      window[kHistory + n] = static_cast<float>(samples[n * channels + channel]);
-    peaks[channel] = std::max(peaks[channel], PeakOf(mOversampling, window.data(), frames));
-    samplePeaks[channel] =
-        std::max(samplePeaks[channel], PeakOf(Oversampling::kNone, window.data(), frames));
+    const LanePeaks<float> found = PeaksOf(mOversampling, window.data(), frames);
+    samplePeaks[channel] = std::max(samplePeaks[channel], found.samples);
+    peaks[channel] = std::max({peaks[channel], found.samples, found.points});
     std::copy_n(window.begin() + static_cast<std::ptrdiff_t>(frames), kHistory, window.begin());
   }
+}
+
+// Two channels at a time, which are converted together.
+void TruePeakMeter::TakeIn(const double* samples, std::size_t frames) {
+  const std::size_t channels = mWindows.size();
+  std::size_t channel = 0;
+  for (; channel + 2 <= channels; channel += 2)
+    for (std::size_t n = 0; n < frames; ++n) {
+      const auto pair =
+          __builtin_convertvector(Load<DoublePair>(samples + n * channels + channel), FloatPair);
+      mWindows[channel][kHistory + n] = pair[0];
+      mWindows[channel + 1][kHistory + n] = pair[1];
+    }
+  if (channel < channels)
+    for (std::size_t n = 0; n < frames; ++n)
+      mWindows[channel][kHistory + n] = static_cast<float>(samples[n * channels + channel]);
 }
 
 }  // namespace louddesk

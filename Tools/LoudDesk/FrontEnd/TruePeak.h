@@ -52,6 +52,8 @@ class TruePeakMeter {
   // One channel's samples in a row: those that the next window still reaches, then the new ones.
   using Window = std::array<float, kHistory + kMaxFrames>;
 
+  void TakeIn(const double* samples, std::size_t frames);
+
   Oversampling mOversampling;
   std::vector<Window> mWindows;  // one a channel
 };
