@@ -53,9 +53,10 @@ class LibavDecoder {
   AudioFormat FormatOf(const AVFrame& frame) const;
   std::string NothingText() const;
   void OpenCodec();
-  bool Decode();
+  bool NextFrame();
   bool ReceiveFrame();
   void SendPacket();
+  int Decode(const AVPacket* packet);
   bool IsPacketCut() const;
   void Suspect(std::int64_t lostTicks);
   std::int64_t LostTicks() const;
