@@ -87,7 +87,7 @@ without_systemd() {
 }
 
 under_systemd() {
-  cp -a "$place/clean" "$place/booted"
+  mv "$place/clean" "$place/booted"
   put_in "$place/booted"
   mkdir -p "$place/booted/etc/systemd/system/multi-user.target.wants"
   cat >"$place/booted/etc/systemd/system/inside.service" <<'END'
