@@ -1,4 +1,4 @@
-// Which clients the environment allows to connect to the publishers.
+// The clients that the environment variables allow to connect to the publishers.
 
 #include "AdmittedClients.h"
 
@@ -29,7 +29,7 @@ class AdmittedClientsTest : public testing::Test {
     unsetenv(kClientGroupsVariable);
   }
 
-  // Whether a publisher that is prepared now lets a client of this process connect.
+  // Whether a client in this process can connect to a new publisher.
   static bool IsAdmitted() {
     zsock_t* publisher = zsock_new(ZMQ_PUB);
     EXPECT_TRUE(MqPrepareListener(publisher));

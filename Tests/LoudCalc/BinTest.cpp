@@ -16,10 +16,10 @@ namespace {
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-// The lower edge of a bin in LKFS, and the loudness of a histogram with that bin alone: the two
-// constants of the table are 1857398385681617.0 = 10^15.2689051 and 0.7074, those of the conversion
-// back 152.6905962 and 0.6974, so it is 152.689051 + 0.7074 - 152.6905962 - 0.6974 = 0.0085 LU
-// above the edge.
+// The lower edge of a bin in LKFS, and the loudness of a histogram with a reading in that bin
+// alone. The constants of the table are 1857398385681617.0 = 10^15.2689051 and 0.7074, those of the
+// conversion back 152.6905962 and 0.6974. The loudness is therefore 152.689051 + 0.7074 -
+// 152.6905962 - 0.6974 = 0.0085 LU above the edge.
 double LowerEdge(int code) {
   return -70.0 + 0.02 * (code - 1);
 }
@@ -69,9 +69,10 @@ TEST_F(CbinTest, ResetForgetsEveryReading) {
 
 // --- The table of bin powers -------------------------------------------------------------------
 
-// The offset is 0.6974 and the single-precision 0.01. One of 0.7074 would raise every entry by
-// 10^(2.2e-11), one of 0.7074 in single precision (0.70740002) by 10^(2.4e-9): a part in 2e10 or in
-// 2e8, while doubles are exact to a part in 1e14. Truncation takes less than 1.
+// The offset is 0.6974 plus the single-precision 0.01. An offset of 0.7074 would multiply every
+// entry by 10^(2.2e-11), and 0.7074 in single precision (0.70740002) by 10^(2.4e-9): a difference
+// of one part in 2e10 or in 2e8, while doubles are accurate to one part in 1e14. Truncation lowers
+// an entry by less than 1.
 TEST_F(CbinTest, TableHoldsTheTruncatedPowerOfEachLowerEdge) {
   ASSERT_EQ(Cbin::BinCenters.size(), 4001U);
   EXPECT_EQ(Cbin::BinCenters[0], 0U);
@@ -130,8 +131,8 @@ TEST_F(CbinTest, MiddleOfEveryBinHasItsCode) {
 }
 
 // The float nearest to -59.7 is -59.70000076, below the edge of bin 516. (-59.70000076 + 70) / 0.02
-// is 514.99997: double precision would leave it in bin 515, but single precision has steps of
-// 0.00006 there and rounds it to 515.0.
+// is 514.99997: double precision would leave it in bin 515. Single precision has steps of 0.00006
+// there and rounds it to 515.0.
 TEST_F(CbinTest, CodingIsDoneInSinglePrecision) {
   EXPECT_EQ(Cbin::GetBinIndx(-59.7F), 516);
 }
@@ -207,8 +208,8 @@ TEST_F(CbinTest, DecrementOfNothingAtAllPrintsBothLines) {
   EXPECT_EQ(mBin.Bins[0], 0U);
 }
 
-// Removing readings that were never added can bring the count to 0 while other readings remain.
-// Every figure then treats the histogram as empty.
+// Removing readings that were never added can lower the count to 0 while other readings remain. All
+// figures then treat the histogram as empty.
 TEST_F(CbinTest, CountOfZeroIsAnEmptyHistogramWhateverItsBinsHold) {
   Add(1000);
   Add(3000);
@@ -285,8 +286,8 @@ TEST_F(CbinTest, ReadingsBelowTheAbsoluteGateNeverDiluteTheMean) {
     EXPECT_NEAR(mBin.GetLoudnessLkfs(gate), ReadBack(2000), 0.0001) << "gate " << gate;
 }
 
-// The bins above a gate are summed group by group. Readings that came and went, wherever they were,
-// leave no trace in any of the sums, also where these have wrapped.
+// The bins above a gate are summed group by group. Readings that were added and removed leave no
+// trace in any of the sums, even if a sum has wrapped.
 TEST_F(CbinTest, EveryGateReadsTheSumsOfTheBinsAboveIt) {
   std::mt19937 random(1770);
   for (int i = 0; i < 20000; ++i)
@@ -377,8 +378,8 @@ TEST_F(CbinTest, RangeRunsFromTheTenthToTheNinetyFifthPercentile) {
 TEST_F(CbinTest, EndsOfTheRangeAreTheirOwnCodes) {
   for (std::uint16_t code = 1001; code <= 1100; ++code)
     Add(code);
-  // The tenth of a hundred readings is the first with ten percent at or below it, the fifth from
-  // the top the first with five percent at or above it.
+  // Of a hundred readings, the tenth from below is the first with ten percent at or below it, and
+  // the fifth from above the first with five percent at or above it.
   const LraEnds ends = mBin.GetLraEnds(1);
   EXPECT_EQ(ends.low, 1010);
   EXPECT_EQ(ends.high, 1096);
@@ -442,8 +443,8 @@ TEST_F(CbinTest, CodeZeroIsNeverTheLowPoint) {
   EXPECT_EQ(mBin.GetLra(0), 2.0F);  // 101 - 1 bins
 }
 
-// Of 101 readings the only one above silence is 0 %: the search from the top ends with 0, the low
-// point is code 1, and the distance is one bin downward.
+// Of 101 readings the only one above silence is 0 %. The search from the top ends at code 0 and the
+// low point is code 1, so the distance is one bin downward.
 TEST_F(CbinTest, NoHighPointEndsBelowTheLowPoint) {
   Add(0, 100);
   Add(4000);
@@ -456,9 +457,9 @@ TEST_F(CbinTest, RangeSpansTheWholeScale) {
   EXPECT_EQ(mBin.GetLra(1), 79.98F);  // 3999 bins
 }
 
-// 43 000 000 * 100 is 5 032 704 modulo 2^32, 0 % of 53 000 000; all 53 000 000 are 1 005 032 704,
-// 18 %. So the search upward passes code 1000 and ends at 2000, where the search downward also
-// ends.
+// 43 000 000 * 100 is 5 032 704 modulo 2^32, which is 0 % of 53 000 000. For all 53 000 000 it is
+// 1 005 032 704, or 18 %. So the search upward passes code 1000 and ends at 2000, where the search
+// downward also ends.
 TEST_F(CbinTest, PercentagesAreComputedInThirtyTwoBits) {
   mBin.Bins[1000] = 43000000;
   mBin.Bins[2000] = 10000000;
@@ -470,8 +471,8 @@ TEST_F(CbinTest, PercentagesAreComputedInThirtyTwoBits) {
 
 struct LoudProgramme {
   double lkfs;
-  int longestReadings;  // with these the sum still fits
-  int tooManyReadings;  // with these it does not
+  int longestReadings;  // number of readings whose sum still fits
+  int tooManyReadings;  // number of readings whose sum does not fit
 };
 
 constexpr int kReadingsPerMinute = 600;

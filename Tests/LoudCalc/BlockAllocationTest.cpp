@@ -1,6 +1,6 @@
-// What a block and a tick allocate on their way through the service. Counted is operator new, which
-// all of the service's own code uses. The messages themselves are the messaging library's: it takes
-// them from malloc, which is not counted.
+// Allocations for a block and for a tick on their way through the service. Counts operator new,
+// which all code of the service uses. The messaging library allocates the messages with malloc,
+// which is not counted.
 
 #include <gtest/gtest.h>
 
@@ -84,7 +84,7 @@ TEST_F(BlockAllocationTest, TickPublishesWithoutAllocating) {
   ASSERT_TRUE(gpLcPubs->BindMq());
   glEnableProbeData = 1;
   gluCalcActions = kActionRunning;
-  SendLoudnessData();  // what the library prepares with the first message
+  SendLoudnessData();  // the library allocates at the first message
   EXPECT_EQ(AllocationsOf([] {
               for (int i = 0; i < kBlocks; ++i)
                 SendLoudnessData();

@@ -1,4 +1,4 @@
-// Addresses of the boards: compiled defaults and their overriding by the environment.
+// Addresses of the boards: compiled defaults, and environment variables that override them.
 
 #include "BoardAddresses.h"
 

@@ -1,4 +1,4 @@
-// What each command does to the pending actions, row by row.
+// The effect of each command on the pending actions, row by row.
 
 #include "CommandTable.h"
 

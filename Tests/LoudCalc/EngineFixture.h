@@ -1,4 +1,4 @@
-// What the tests of the calculator share: a calculator for each test, and functions that feed it.
+// Shared by the tests of the calculator: a calculator for each test, and functions that feed it.
 
 #pragma once
 
@@ -38,7 +38,7 @@ class EngineFixture : public testing::Test {
     LoudCalcInit();
   }
 
-  // The service ends after the cleanup. Here another test may follow, so the pointers are cleared.
+  // Clears the pointers because another test may follow. The service ends after the cleanup.
   ~EngineFixture() override {
     LoudCalcCleanup();
     pCbBinMomLoud = pCbBinLra = nullptr;

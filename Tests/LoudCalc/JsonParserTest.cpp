@@ -1,4 +1,4 @@
-// The dispatcher: which topic does what.
+// The dispatcher: the effect of each topic.
 
 #include "JsonParser.h"
 
@@ -25,7 +25,7 @@ constexpr char kConfiguration[] =
     R"json("LoudnessWindow":"Custom","AlarmTolerance":1,"Alarm":"Over","ReferenceLevel":-23,)json"
     R"json("Mode":"Manual","LoudnessWindowTime":30,"UserID":11})json";
 
-// A preset of one cluster over meters 1 and 2, each fed by the given channel and input.
+// A preset with one cluster of meters 1 and 2, both with this channel and input.
 std::string Preset(const char* firstSpeaker, const char* secondSpeaker, const char* input = "MADI",
                    int channel = 1, const char* extra = "") {
   const auto meter = [&](int number, const char* speaker) {
@@ -55,7 +55,7 @@ class JsonParserTest : public testing::Test {
     Logger::GetInstance()->mLogLevel = MsgLevel_Debug;
   }
 
-  // Hands over one message; keeps what was printed in `out_` and `err_`.
+  // Passes one message to the dispatcher and stores its output in `out_` and `err_`.
   int Send(const std::string& topic, const char* payload) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
@@ -156,7 +156,7 @@ TEST_F(JsonParserTest, CommandTopicMustBeThatOfTheMeterSet) {
   EXPECT_EQ(0x103u, gluCalcActions);
 }
 
-// Meter set 2 takes every topic that contains this text for that of a configuration.
+// Meter set 2 treats every topic that contains the configuration prefix as a configuration.
 TEST_F(JsonParserTest, TopicThatContainsTwoTextsBelongsToTheFirstInTheOrderOfTheTopics) {
   ServeMeterSet(2);
   EXPECT_EQ(0, Send("AppProbeSetLuConf-AppIOQVLoudnessCmd-", kConfiguration));
@@ -498,7 +498,7 @@ TEST_F(JsonParserTest, PresetOfAnotherMeterSetIsIgnored) {
 TEST_F(JsonParserTest, PresetClearsTheActionsOfAStopAndThenRestarts) {
   gluCalcActions = 0x11F;
   Send("AppProbeIOMatrixStream-1", Preset("Left", "Right"));
-  // 0x11F less 0x119 with 0x004 is 0x006; less 0x01C with 0x103 is 0x103.
+  // A stop clears 0x119 and sets 0x004: 0x11F becomes 0x006. A restart clears 0x01C and sets 0x103.
   EXPECT_EQ(0x103u, gluCalcActions);
 }
 
@@ -525,8 +525,8 @@ TEST_F(JsonParserTest, WithoutAReactorCommandsAndConfigurationsStillTakeEffect) 
   EXPECT_EQ(0u, cLcReactor::GetCmdUserId());
 }
 
-// What is printed for each kind of message while the lines that can be switched off are on, and
-// while they are off. The refused configuration resets the mode to its initial value.
+// The lines printed for each kind of message, with the optional lines on and with them off. The
+// refused configuration resets the mode to its initial value.
 TEST_F(JsonParserTest, SomeConsoleLinesCanBeSwitchedOffAndSomeAreAlwaysWritten) {
   const std::string preset = Preset("Left", "Right");
   const std::string republished = Preset("Left", "Right", "MADI", 1, ",\"Repub\":true");
@@ -582,7 +582,7 @@ class RawMessageTest : public JsonParserTest {
  protected:
   RawMessageTest() { cJsonParser::SetChannelWeight(1, 1.0f); }
 
-  // Blocks since the last reset, as the engine counts them while it warms up.
+  // Blocks since the last reset; the engine counts them during the warm-up only.
   static unsigned Blocks() { return SampleCounts.DspSubSample; }
 };
 

@@ -1,4 +1,4 @@
-// The singleton of the service's reactor and the numbers that it keeps.
+// The singleton of the service's reactor and the numbers that it stores.
 
 #include "LcReactor.h"
 

@@ -16,7 +16,7 @@ namespace {
 
 constexpr LoudnessData_t kSomeReadings = {-101, -102, -103, -104, 105, -106, -107, -108};
 
-// The coded figures of a process that has no calculator yet.
+// The coded figures before the first calculator exists.
 const LoudnessData_t kLuDataAtStart = LuData;
 const LoudnessData_t kLuPausedDataAtStart = LuPausedData;
 const float kProgramAtStart = LoudCalcResultsAll.Program;
@@ -177,7 +177,7 @@ TEST_F(LoudCalcBaseTest, ResetClearsTheFiguresButNotTheProgramme) {
   EXPECT_EQ(LuData, kCodesOfNoReadings);
 }
 
-// The fourth block codes all figures, so the old programme shows until the block of the next
+// The fourth block codes all figures, so the old programme loudness is published until its next
 // reading.
 TEST_F(LoudCalcBaseTest, ProgrammeOfBeforeTheResetStandsUntilItsNextReading) {
   FeedSeconds(-20.0, 10);
@@ -321,8 +321,8 @@ TEST_F(LoudCalcBaseTest, MaximumHoldsTheLoudestBlock) {
   EXPECT_EQ(LuData.Momentary, -300);
 }
 
-// Two powers of 2^63 make the sum 0 modulo 2^64; two blocks later, when the first of them has to be
-// subtracted, the sum is 2.
+// Two powers of 2^63 make the sum 0 modulo 2^64. Two blocks later the first of them must be
+// subtracted, but the sum is only 2.
 TEST_F(LoudCalcBaseTest, SumThatHasWrappedRestartsFromTheNewestPower) {
   const std::uint64_t half = std::uint64_t{1} << 63;
   for (std::uint64_t power : {half, half, std::uint64_t{1}, std::uint64_t{1}})
@@ -358,8 +358,8 @@ TEST_F(LoudCalcBaseTest, HighestPowersDoNoHarm) {
 
 // --- The schedule of a second ------------------------------------------------------------------
 
-// Each figure is spoilt before every block; a figure that comes back has been computed in that
-// block.
+// Overwrites each figure with a wrong value before every block. A figure that is correct after the
+// block has been computed in that block.
 TEST_F(LoudCalcBaseTest, SlowFiguresAreRefreshedOnBlocksOfTheirOwn) {
   constexpr float kSpoilt = 77.0F;
   WarmUp();

@@ -52,10 +52,10 @@ TEST_F(LoudCalcFiguresTest, NoPeakIsNoTruePeak) {
   EXPECT_EQ(LuData.MaxTruePeak, -9900);
 }
 
-// log10(5119) is 3.7091851 and 20 times that 74.1837025, in single precision, with steps of
-// 0.0000076, 74.1837006. Less 90.3087 that is -16.1249994, in single precision, with steps of
-// 0.0000019, -16.125: an exact half, rounded away from zero. A product in double precision would
-// end at -16.124998.
+// log10(5119) is 3.7091851, and 20 times that is 74.1837025. Single precision has steps of
+// 0.0000076 there and rounds it to 74.1837006. Minus 90.3087 that is -16.1249994; with steps of
+// 0.0000019 it becomes -16.125, an exact half, which is rounded away from zero. A product in double
+// precision would end at -16.124998.
 TEST_F(LoudCalcFiguresTest, TruePeakIsSinglePrecisionUpToTheSubtraction) {
   EXPECT_EQ(GetTruePeak(5119), -16.125F);
   WarmUp();
@@ -82,7 +82,7 @@ TEST_F(LoudCalcFiguresTest, MaximumTruePeakHoldsUntilReset) {
 
 // --- Coding ------------------------------------------------------------------------------------
 
-// On a silent first block of a second only the momentary and short-term figures are computed; the
+// On a silent first block of a second only the momentary and short-term figures are computed. All
 // others are coded with their previous values.
 class CodingTest : public LoudCalcFiguresTest {
  protected:
@@ -146,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(Values, LraCodingTest,
                                          std::pair(-0.02F, 0), std::pair(-0.98F, -9),
                                          std::pair(79.98F, 799)));
 
-// A range of n bins is 0.02 n LU, so its tenths are n / 5. Rounding of floats must not lose one.
+// A range of n bins is 0.02 n LU, which is n / 5 tenths. Float rounding must not lose a tenth.
 TEST_F(CodingTest, EveryPossibleRangeIsCodedAsItsWholeTenths) {
   Cbin bin;
   for (std::uint16_t bins = 0; bins < 4000; ++bins) {
@@ -169,9 +169,9 @@ TEST_F(CodingTest, ShortTermAndMomentaryAreCodedEveryBlock) {
 
 // --- The start ---------------------------------------------------------------------------------
 
-// The momentary loudness is that of the mean power of four blocks, from the fourth on. Programme
-// and integrated loudness have their first readings on the fourth and the seventh block after the
-// three of warm-up.
+// From the fourth block on, the momentary loudness is that of the mean power of four blocks.
+// Programme and integrated loudness have their first readings on the fourth and the seventh block
+// after the three blocks of warm-up.
 TEST_F(LoudCalcFiguresTest, FirstSixBlocksAfterTheStart) {
   const std::vector<double> levels = {-20.0, -30.0, -23.0, -40.0, -26.0, -33.0};
   const auto power = [&](std::size_t block) { return std::pow(10.0, levels[block] / 10.0); };
@@ -197,7 +197,7 @@ TEST_F(LoudCalcFiguresTest, FirstSixBlocksAfterTheStart) {
 
 TEST_F(LoudCalcFiguresTest, ShortTermForgetsWhatIsOlderThanThreeSeconds) {
   FeedLevel(-10.0, 3);
-  FeedLevel(-30.0, 3);  // the last momentary readings with a loud block in them
+  FeedLevel(-30.0, 3);  // the last momentary readings that include a loud block
   FeedLevel(-30.0, 29);
   EXPECT_GT(LuData.ShortTerm, -299);
   FeedLevel(-30.0, 1);

@@ -1,5 +1,4 @@
-// The calculator against a second computation of the same figures: every figure must agree on every
-// block.
+// Compares the calculator with a second computation: every figure must agree on every block.
 
 #include <gtest/gtest.h>
 
@@ -14,8 +13,8 @@
 
 namespace {
 
-// Random stretches of sound of up to three seconds: mostly programme whose level wanders, with
-// silences in between and, on request, the extreme values that the DSP stage can deliver.
+// Random passages of sound of up to three seconds: mostly a programme of varying level, with
+// silence in between and, on request, the extreme values that the DSP stage can deliver.
 class RandomSound {
  public:
   RandomSound(std::uint32_t seed, double lowest, double highest, bool extremes)
@@ -51,12 +50,12 @@ class RandomSound {
   }
 
   std::mt19937 mRandom;
-  double mLowest;                 // of the stretches' levels, LKFS
-  double mHighest;                // of the stretches' levels, LKFS
-  bool mExtremes;                 // whether some stretches are of extreme powers
-  std::uint64_t mBlocksLeft = 0;  // of the current stretch
-  std::uint64_t mKind = 0;        // of the current stretch, 0 silence
-  double mLevel = 0.0;            // of the current stretch, LKFS
+  double mLowest;                 // lowest level of a passage, LKFS
+  double mHighest;                // highest level of a passage, LKFS
+  bool mExtremes;                 // some passages have extreme powers
+  std::uint64_t mBlocksLeft = 0;  // blocks left of the current passage
+  std::uint64_t mKind = 0;        // kind of the current passage, 0: silence
+  double mLevel = 0.0;            // level of the current passage, LKFS
 };
 
 struct Scenario {

@@ -13,7 +13,7 @@ constexpr unsigned int kMaxUnsigned = std::numeric_limits<unsigned int>::max();
 // The record at process start.
 const LoudConfigUser_t kAtStart = LoudConfigUser;
 
-// The record outlives a test; each starts from the values of process start.
+// The record outlives a test; each test starts with the values of process start.
 class LoudConfigUserTest : public testing::Test {
  protected:
   LoudConfigUserTest() { LoudConfigUser = LoudConfigUser_t{}; }

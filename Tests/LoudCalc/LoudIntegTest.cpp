@@ -199,8 +199,8 @@ TEST_F(LoudIntegTest, SilenceReadsNoLoudness) {
   EXPECT_EQ(mGate10.GetGatedLkfsReading(), -99.0F);
 }
 
-// Half at -20 and half at -40 LKFS: the ungated mean is -20 + 10 log10(0.505) = -22.967 LKFS, so a
-// gate 10 LU below it drops the lower half and one 20 LU below it (-42.967) keeps it.
+// Half at -20 and half at -40 LKFS: the ungated mean is -20 + 10 log10(0.505) = -22.967 LKFS. A
+// gate 10 LU below it drops the lower half, a gate 20 LU below it (-42.967) keeps it.
 TEST_F(LoudIntegTest, ReadingsBelowTheRelativeGateDoNotCount) {
   AddLevel(-20.0, 15);
   AddLevel(-40.0, 15);
@@ -219,10 +219,9 @@ TEST_F(LoudIntegTest, GateOfMinus99ReportsTheAbsolutelyGatedMean) {
   EXPECT_NEAR(mUngated.GetGatedLkfsReading(), ReadBack(9.0 - 10.0 * std::log10(28.0)), 0.0001);
 }
 
-// One reading at -50.5 and 24 at -69 LKFS: mean 10 log10((10^-5.05 + 24 * 10^-6.9) / 25) = -63.21
-// LKFS, the gate 10 LU lower is below -70, so the mean counts although the loud reading alone is
-// far higher. Silence (code 0) still does not count: the histogram never sums it, whatever the
-// gate.
+// One reading at -50.5 and 24 at -69 LKFS: the mean is 10 log10((10^-5.05 + 24 * 10^-6.9) / 25) =
+// -63.21 LKFS. The gate 10 LU lower is below -70, so this mean is the result although the loud
+// reading alone is far higher. Silence (code 0) still does not count: the histogram never sums it.
 TEST_F(LoudIntegTest, BelowMinus60TheRelativeGateHasNoEffect) {
   AddLevel(-50.5, 1);
   AddLevel(-69.0, 24);
@@ -261,7 +260,7 @@ TEST_F(LoudIntegTest, BelowMinus50ThereIsNoRange) {
 
 // Four readings at -57.54 and one at -43.68 LKFS: 10 log10((4 * 10^-5.754 + 10^-4.368) / 5) is
 // -50.0085 LKFS and reads back as -50, exactly so in single precision with its steps of 0.0000038.
-// The range's gate is then -70, which is not below the absolute one: all five readings count.
+// The range's gate is then -70, which is not below the absolute gate: all five readings count.
 TEST_F(LoudIntegTest, AtMinus50ThereIsARange) {
   AddLevel(-57.54, 4);
   AddLevel(-43.68, 1);
@@ -275,10 +274,10 @@ TEST_F(LoudIntegTest, JustAboveMinus50ThereIsARange) {
   EXPECT_EQ(mGate20.GetLra(), 12.0F);
 }
 
-// 3 readings at -20, 24 at -60 and 3 at -45 LKFS. Ungated mean: 10 log10((3 * 10^-2 + 3 * 10^-4.5)
-// / 30) = -29.99 LKFS. Gated 20 LU below that, the rest has a mean of 10 log10((10^-2 + 10^-4.5) /
-// 2) = -23.00 LKFS. The range's gate lies 20 LU below this, at -43.00, above the readings at -45:
-// one level is left. Measured from the ungated mean it would be at -49.99 and the range 25 LU.
+// 3 readings at -20, 24 at -60 and 3 at -45 LKFS. The ungated mean is 10 log10((3 * 10^-2 + 3 *
+// 10^-4.5) / 30) = -29.99 LKFS. A gate 20 LU below that leaves a mean of 10 log10((10^-2 + 10^-4.5)
+// / 2) = -23.00 LKFS. The range's gate is 20 LU below this, at -43.00, above the readings at -45:
+// one level is left. Relative to the ungated mean the gate would be at -49.99 and the range 25 LU.
 TEST_F(LoudIntegTest, RangeIsGatedTwice) {
   AddLevel(-20.0, 3);
   AddLevel(-60.0, 24);
@@ -287,7 +286,7 @@ TEST_F(LoudIntegTest, RangeIsGatedTwice) {
   EXPECT_EQ(mGate20.GetLra(), 0.0F);
 }
 
-// The same readings on an integrator that does not gate: -29.99 - 20 keeps those at -45 LKFS.
+// The same readings in an integrator without a relative gate: -29.99 - 20 keeps those at -45 LKFS.
 TEST_F(LoudIntegTest, RangeFollowsTheIntegratorsOwnGate) {
   AddLevel(-20.0, 3);
   AddLevel(-60.0, 24);

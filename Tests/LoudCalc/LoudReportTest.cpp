@@ -45,7 +45,7 @@ class LoudReportTest : public testing::Test {
 
   ~LoudReportTest() override { LoudCalcCleanup(); }
 
-  // One tick; what it printed.
+  // Runs one tick and returns its output.
   static std::string Tick() {
     testing::internal::CaptureStdout();
     SendLoudnessData();
@@ -118,8 +118,9 @@ TEST_F(LoudReportTest, EveryOtherValueThanZeroSwitchesReportingOn) {
   }
 }
 
-// 9004 readings of 0 LKFS, each of 1857398385681617 x 10^0.07074 = 2.186e15, are more than 2^64 =
-// 1.845e19 by 1.236e18, or 1.37e14 a reading: 10 log10(1.37e14) - 153.388 = -12.0 LKFS.
+// 9004 readings of 0 LKFS have a sum of 9004 x 1857398385681617 x 10^0.07074 = 9004 x 2.186e15.
+// That is 1.236e18 above 2^64 = 1.845e19, or 1.37e14 per reading: 10 log10(1.37e14) - 153.388 =
+// -12.0 LKFS.
 TEST_F(LoudReportTest, SumThatHasWrappedIsStillOfAValidSource) {
   constexpr int kReadings = 9004;  // the last of which refreshes the programme loudness
   gluCalcActions = kActionRunning;
@@ -203,7 +204,7 @@ TEST_F(LoudReportTest, PauseFreezesTheResultsAndGoesOnPublishingThem) {
   EXPECT_THAT(published_.State(),
               ElementsAre(ElementsAre("IOQVHwmLoudnessCmd_1", Acknowledgement("Pause"))));
 
-  LuData = LoudnessData_t{-1, -2, -3, -4, 9, -6, -7, -8};  // the calculator goes on
+  LuData = LoudnessData_t{-1, -2, -3, -4, 9, -6, -7, -8};  // the calculator still measures
   Tick();
   const std::vector<Message> data = published_.Data();
   ASSERT_THAT(data, SizeIs(1));

@@ -1,5 +1,5 @@
-// The process entry in cases that the shipped service never meets: a wiring that fails, and an
-// interface whose address is all zeros. This file replaces the wiring and the system's answer.
+// The process entry in cases that other tests cannot produce: a wiring that fails, and an interface
+// whose address is all zeros. This file replaces the wiring and the system call for the address.
 
 #include <arpa/inet.h>
 #include <dlfcn.h>
@@ -24,8 +24,8 @@ int MainOfLoudCalc(int argc, char** argv);
 
 namespace {
 
-const char* gInterfaceAddress = nullptr;  // of every interface; null: the real one
-bool gIsWired = false;                    // what the wiring returns
+const char* gInterfaceAddress = nullptr;  // address of every interface; null: the real one
+bool gIsWired = false;                    // result of the wiring
 
 }  // namespace
 
@@ -44,7 +44,7 @@ void cleanReactorLoop() {
   std::printf("cleaning\n");
 }
 
-// A function that the program defines replaces the library's.
+// A function defined in the program replaces the library's function of the same name.
 extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
   va_list arguments;
   va_start(arguments, request);
@@ -71,7 +71,8 @@ class MainDeathTest : public testing::Test {
  protected:
   MainDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
-  // Runs the service to its end. The test sees only the error stream, so both go there.
+  // Runs the service to its end. Sends both streams to standard error, the only one that the test
+  // sees.
   [[noreturn]] static void Run(std::vector<std::string> arguments) {
     dup2(STDERR_FILENO, STDOUT_FILENO);
     std::string name = "LoudCalc";

@@ -54,7 +54,7 @@ class PubHandlerDeathTest : public testing::Test {
   cPubHandler* publisher_ = nullptr;
 };
 
-// The same, with the console captured.
+// The same fixture with the console captured.
 class PubHandlerTest : public PubHandlerDeathTest {
  protected:
   // A subscriber of the loudness-data message.

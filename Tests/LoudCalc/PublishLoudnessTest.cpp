@@ -24,7 +24,7 @@ thread_local Allocation gNextAllocation = Allocation::Works;
 
 }  // namespace
 
-// Not inlined: otherwise the compiler warns of malloc with delete and of new with free.
+// Not inlined: otherwise the compiler warns that malloc and delete, or new and free, do not match.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   const Allocation allocation = gNextAllocation;
   gNextAllocation = Allocation::Works;
@@ -54,7 +54,7 @@ thread_local Allocation gNextAllocation = Allocation::Works;
 
 namespace {
 
-// There is no publisher yet. For tests that end the process.
+// Without a publisher. For tests that end the process.
 class PublishLoudnessDeathTest : public testing::Test {
  protected:
   PublishLoudnessDeathTest() {

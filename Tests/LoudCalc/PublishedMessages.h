@@ -1,4 +1,4 @@
-// The other end of the two publisher sockets, for tests that look at what is published.
+// The subscriber's end of the two publisher sockets, for tests that check published messages.
 
 #pragma once
 
@@ -42,8 +42,8 @@ class PublishedMessages {
   PublishedMessages(const PublishedMessages&) = delete;
   PublishedMessages& operator=(const PublishedMessages&) = delete;
 
-  /// Everything sent since the last call, in order. Nothing that was sent before the call is
-  /// missing: a marker follows it through the same socket.
+  /// All messages sent since the last call, in order. None is missing, because a marker follows
+  /// them through the same socket.
   std::vector<Message> Data() { return Drain(data_, gpLcPubs->mpLuDataPubSocket); }
   std::vector<Message> State() { return Drain(state_, gpLcPubs->mpLuStatePubSocket); }
 
@@ -82,7 +82,7 @@ class PublishedMessages {
 
   std::string NextMarker() { return "marker " + std::to_string(++markers_); }
 
-  // Until a subscription has reached the publisher its messages are lost, so markers are repeated.
+  // Repeats a marker, because messages are lost until a subscription has reached the publisher.
   void Synchronise(zsock_t* socket, zsock_t* publisher) {
     Message message;
     for (int waited = 0; waited < kDeadlineMs; waited += kRetryMs) {

@@ -1,4 +1,4 @@
-// The sum of a raw block over the programme.
+// The sums of a raw block over the programme.
 
 #include "RawLoudnessData.h"
 

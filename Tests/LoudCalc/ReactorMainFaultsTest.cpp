@@ -28,7 +28,7 @@ class ReactorMainFaultsTest : public testing::Test {
 };
 
 TEST_F(ReactorMainFaultsTest, EverySubscriptionMustConnect) {
-  // The first connection is that of the heartbeats, whose failure is only logged.
+  // The first connection is for heartbeats; its failure is only logged.
   for (int connection = 2; connection <= 6; ++connection) {
     EXPECT_DEATH((faults::Fail(Call::Connect, connection), Wire()), "`ret == true'") << connection;
   }
@@ -46,7 +46,7 @@ TEST_F(ReactorMainFaultsTest, HeartbeatThatCannotConnectIsOnlyLogged) {
 
 TEST_F(ReactorMainFaultsTest, MeterSetTopicThatCannotBeSubscribedIsOnlyLogged) {
   const struct {
-    int subscription;  // which of all subscriptions fails
+    int subscription;  // number of the subscription that fails
     const char* topic;
   } kCases[] = {{6, "AppProbeIOMatrixStream-1/24"},
                 {7, "AppProbeSetLuConf-1/19"},

@@ -1,4 +1,4 @@
-// The wiring: which endpoints, topics and timers each meter set gets. Real sockets play the unit.
+// The wiring: the endpoints, topics and timers of each meter set. Real sockets play the unit.
 
 #include "ReactorMain.h"
 
@@ -25,7 +25,7 @@ namespace {
 using testing::HasSubstr;
 using testing::SizeIs;
 
-// A publisher of the unit that sees what is subscribed to.
+// A publisher of the unit that sees the subscriptions.
 class Publisher {
  public:
   explicit Publisher(const std::string& endpoint) : socket_(zsock_new(ZMQ_XPUB)) {
@@ -81,7 +81,7 @@ class ReactorMainTest : public testing::Test {
       cleanReactorLoop();
   }
 
-  // Wires the service; what it printed.
+  // Wires the service and returns its output.
   static std::string Start(std::uint32_t meterSet, std::uint32_t cluster = 1) {
     testing::internal::CaptureStdout();
     EXPECT_TRUE(initReactorLoop(1, "127.0.0.1", meterSet, cluster));

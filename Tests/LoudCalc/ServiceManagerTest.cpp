@@ -1,4 +1,4 @@
-// What a service manager receives, on real datagram sockets.
+// The messages to a service manager, on real datagram sockets.
 
 #include "ServiceManager.h"
 
@@ -34,7 +34,7 @@ class ManagerEnd {
   }
   ~ManagerEnd() { close(mFd); }
 
-  // What has arrived since the last call.
+  // The messages that have arrived since the last call.
   std::vector<std::string> Heard() const {
     std::vector<std::string> heard;
     char text[256];
@@ -92,7 +92,7 @@ TEST_F(ServiceManagerTest, ReadyIsToldAgainToAManagerThatHadNoRoomForIt) {
   const ManagerEnd end(OwnName());
   setenv("WATCHDOG_USEC", "3000000", 1);
   ServiceManager manager;
-  // More than any queue of datagrams holds.
+  // More than the queue of a datagram socket holds.
   for (int i = 0; i < 100000; ++i)
     manager.NotifyAlive();
   manager.NotifyReady();
