@@ -1,5 +1,4 @@
-// The assertion of the service. Built as for a release, because the assertion must not depend on
-// the build type.
+// The assertion of the service. Built with NDEBUG, because it must work in every build type.
 
 #ifndef NDEBUG
 #define NDEBUG

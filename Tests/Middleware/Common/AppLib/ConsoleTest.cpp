@@ -34,7 +34,7 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-// Replaces the result of the next poll for room.
+// Can replace the result of a poll for room.
 std::function<int(int)> gAnswer;
 
 }  // namespace
@@ -67,7 +67,7 @@ Channel Pipe() {
   return {ends[0], ends[1]};
 }
 
-// No other process can find it.
+// A named pipe in a directory that no other process knows.
 Channel NamedPipe() {
   char directory[] = "/tmp/ConsoleTestXXXXXX";
   EXPECT_NE(mkdtemp(directory), nullptr);
@@ -82,7 +82,7 @@ Channel NamedPipe() {
   return channel;
 }
 
-// The text with a carriage return before each line feed.
+// A pseudo-terminal. It adds a carriage return before each line feed.
 Channel Terminal() {
   Channel channel;
   channel.in = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -105,8 +105,8 @@ int OpenAgain(int fd, int flags) {
   return open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
 }
 
-// Makes the channel look like that of another user: it can be written to, but not opened. Root
-// without privileges is an ordinary user, and exists in every namespace.
+// Makes the channel look like another user's: it can be written to, but not opened. For that, the
+// process gives up root's privileges; unlike another user, root exists in every namespace.
 void Estrange(int fd) {
   EXPECT_EQ(fchmod(fd, 0), 0);
   __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
@@ -116,7 +116,8 @@ void Estrange(int fd) {
   EXPECT_EQ(errno, EACCES);
 }
 
-// Runs `work` in a child whose descriptor `standardFd` is `out`; a negative one is closed.
+// Runs `work` in a child process whose descriptor `standardFd` is `out`, or closed if that is
+// negative.
 pid_t Start(int standardFd, int out, const std::function<void()>& work) {
   const pid_t child = fork();
   if (child != 0)
@@ -139,13 +140,13 @@ void ExpectSuccess(pid_t child) {
   EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
-// The text without what a terminal adds.
+// The text without the carriage returns that a terminal adds.
 std::string WithoutReturns(std::string text) {
   text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
   return text;
 }
 
-// Everything until the end.
+// Reads everything until the end.
 std::string ReadAll(int fd) {
   std::string text;
   char piece[4096];
@@ -154,7 +155,7 @@ std::string ReadAll(int fd) {
   return text;
 }
 
-// Everything that has been written so far.
+// Reads everything that has been written so far.
 std::string ReadWhatIsThere(int fd) {
   std::string text;
   char piece[4096];
@@ -168,7 +169,7 @@ std::string ReadWhatIsThere(int fd) {
   return text;
 }
 
-// Everything up to the arrival of `text`.
+// Reads until `text` has arrived.
 std::string ReadUntil(int fd, const std::string& text) {
   std::string all;
   char piece[4096];
@@ -183,7 +184,7 @@ std::string ReadUntil(int fd, const std::string& text) {
   return all;
 }
 
-// Lets one process wait for another.
+// Signals the process that waits at the other end.
 void Pass(const Channel& channel) {
   EXPECT_EQ(write(channel.out, "x", 1), 1);
 }
@@ -193,7 +194,7 @@ void Await(const Channel& channel) {
   EXPECT_EQ(read(channel.in, &byte, 1), 1);
 }
 
-// What `work` prints on standard output in a child, read only after its end.
+// The text that `work` prints on standard output in a child process, read only after its end.
 std::string PrintedTo(const Channel& channel, const std::function<void()>& work) {
   ExpectSuccess(Start(STDOUT_FILENO, channel.out, work));
   close(channel.out);
@@ -228,7 +229,7 @@ TEST(ConsoleTest, LineIsThereBeforeTheNextOne) {
 struct ChannelCase {
   const char* name;
   Channel (*make)();
-  bool isEstranged;  // from the process that writes
+  bool isEstranged;  // the writing process may not open it
 };
 
 void PrintTo(const ChannelCase& channel, std::ostream* stream) {
@@ -243,7 +244,7 @@ class ChannelTest : public testing::TestWithParam<ChannelCase> {
         close(fd);
   }
 
-  // Runs `work` in a child that prints to the channel, of which this process keeps the other end.
+  // Runs `work` in a child process that prints to the channel. This process keeps the other end.
   void StartWriter(const std::function<void()>& work) {
     mChild = Start(STDERR_FILENO, mChannel.out, [&] {
       if (GetParam().isEstranged)
@@ -382,7 +383,7 @@ TEST(ConsoleTest, NamedPipeWhoseReaderComesLaterIsNotWaitedFor) {
   close(pipe.in);
 }
 
-// Control-S holds the lines, Control-Q lets them go on.
+// Control-S stops the output of a terminal, Control-Q continues it.
 TEST(ConsoleTest, HeldTerminalOfAnotherUserIsNotWaitedFor) {
   const Channel terminal = Terminal();
   ASSERT_EQ(tcflow(terminal.out, TCOOFF), 0);
@@ -406,7 +407,7 @@ bool KernelWritesToPipesWithoutWaiting() {
   return result;
 }
 
-// Between the poll and the write another process could take the room.
+// Otherwise another process could take the room between the poll and the write.
 TEST(ConsoleTest, RoomIsNotAskedForWhereTheKernelCanWriteWithoutWaiting) {
   if (!KernelWritesToPipesWithoutWaiting())
     GTEST_SKIP() << "NOT TESTED: this kernel always waits for room in a pipe";
@@ -450,7 +451,7 @@ TEST(ConsoleTest, RoomThatTheOtherStreamTakesFirstIsNotWaitedFor) {
         std::fputs(line.c_str(), stderr);
         Pass(done);
       });
-      // Gives the other one time to overtake, which it must not do.
+      // Gives the other stream time to write first, which it must not do.
       pollfd item = {done.in, POLLIN, 0};
       EXPECT_EQ(poll(&item, 1, 200), 0);
       return ready;

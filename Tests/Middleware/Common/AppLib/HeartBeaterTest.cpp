@@ -31,7 +31,7 @@ constexpr char kUnit[] = "HeartBeater";
 constexpr char kTcpInlet[] = "tcp://127.0.0.1:10000";
 constexpr char kIpcInlet[] = "ipc:///run/shm/mq/hbMonPullMq.ipc";
 constexpr char kBeat[] = "{\"HbKey\":\"QvOptLuCal1\",\"Version\":\"Telvon8-v1.9.3\",\"State\":1}";
-constexpr int kSendMark = 1000;  // messages that a socket keeps for an absent peer
+constexpr int kSendMark = 1000;  // messages that a socket queues for an absent peer
 
 // The monitor's end of the connection.
 class Monitor {
@@ -74,7 +74,7 @@ class HeartBeaterDeathTest : public testing::Test {
   cHeartBeater* client_ = nullptr;
 };
 
-// The same, with the console captured.
+// The same fixture with the console captured.
 class HeartBeaterTest : public HeartBeaterDeathTest {
  protected:
   mqtest::Console console_;
@@ -130,7 +130,7 @@ TEST_F(HeartBeaterDeathTest, ExitWithASocketIsClean) {
   EXPECT_EXIT(
       {
         client_->ConnectMqOverIpc();
-        dup2(STDERR_FILENO, STDOUT_FILENO);  // where CZMQ complains of sockets left behind
+        dup2(STDERR_FILENO, STDOUT_FILENO);  // where CZMQ reports sockets that were left open
         std::exit(0);
       },
       testing::ExitedWithCode(0),
@@ -292,7 +292,7 @@ TEST_F(HeartBeaterTest, ExceptionsEndInTheLogAndLeaveNoSocket) {
     EXPECT_FALSE(client_->ConnectMqOverIpc());
   }
   EXPECT_EQ(nullptr, client_->pPushSocket);
-  EXPECT_EQ(2, faults::Count(Call::SockDestroy));  // those whose connect threw
+  EXPECT_EQ(2, faults::Count(Call::SockDestroy));  // the sockets whose connect threw
   EXPECT_THAT(console_.Errors(),
               Logged("CRITICAL", kUnit, "\"Exception Bad alloc std::bad_alloc\""));
   EXPECT_THAT(console_.Errors(), Logged("CRITICAL", kUnit, "\"Exception provoked by the test\""));
@@ -522,7 +522,7 @@ TEST_F(HeartBeaterTest, SlowMonitorGetsWholeHeartbeatsOnly) {
   Monitor monitor(kIpcInlet);
   std::atomic<bool> isDone{false};
   int whole = 0;
-  // The queue is full most of the time, so that the monitor may make room at any moment of a send.
+  // The queue is full most of the time, so the monitor may make room at any point of a send.
   std::thread reader([&] {
     for (int i = 0; i < kReceived; ++i)
       whole += monitor.Next() == Frames{"HbProc", kBeat} ? 1 : 0;
@@ -534,8 +534,8 @@ TEST_F(HeartBeaterTest, SlowMonitorGetsWholeHeartbeatsOnly) {
   reader.join();
   EXPECT_EQ(kReceived, whole);
   EXPECT_GT(refused, 0);
-  // Closed before the monitor's socket: libzmq 4.3 aborts if a connection breaks at the very moment
-  // at which its socket closes with half a message on the way.
+  // Closed before the monitor's socket: libzmq 4.3 aborts if a connection breaks while its socket
+  // closes with a partly sent message.
   cHeartBeater::DeleteInstance();
 }
 

@@ -42,7 +42,7 @@ constexpr char kNoMacText[] = "NET ERROR : Unable to get mac address from ioctl.
 
 using Mac = std::array<std::uint8_t, 6>;
 
-// What an action writes to standard output.
+// The text that an action writes to standard output.
 std::string OutputOf(const std::function<void()>& action) {
   testing::internal::CaptureStdout();
   action();

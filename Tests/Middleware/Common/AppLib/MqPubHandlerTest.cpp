@@ -136,7 +136,7 @@ TEST_F(MqPubHandlerTest, ClientWhoseTopicNoMessageCouldHaveIsDropped) {
 TEST_F(MqPubHandlerTest, SocketThatCannotTellItsClientsApartIsNotBound) {
   faults::Reset();
   socket_ = BindIpc();
-  const int options = faults::Count(Call::SetOption);  // of a socket without restrictions
+  const int options = faults::Count(Call::SetOption);  // for a socket without restrictions
   handler_.DestroyMq(socket_);
   MqAdmitOnly({{1}, {2}});
   for (const int filter : {1, 2}) {
@@ -220,7 +220,7 @@ TEST_F(MqPubHandlerTest, ExceptionsEndInTheLogAndLeaveNoSocket) {
     EXPECT_EQ(nullptr, handler_.BindMqOverTcp(kLocalHost, 7000, nullptr));
   }
   EXPECT_EQ(2, faults::Count(Call::Bind));
-  EXPECT_EQ(2, faults::Count(Call::SockDestroy));  // those whose bind threw
+  EXPECT_EQ(2, faults::Count(Call::SockDestroy));  // the sockets whose bind threw
   const std::string badAlloc = "\"Exception Bad alloc std::bad_alloc\"";
   const std::string other = "\"Exception provoked by the test\"";
   EXPECT_THAT(console_.Output(), Printed(kUnit, badAlloc));

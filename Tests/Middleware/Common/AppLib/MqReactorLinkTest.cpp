@@ -1,5 +1,5 @@
 // Links of a reactor that are lost while messages wait to be read. The library aborts when the link
-// of a partly read message is closed, and messages that arrived over a link are lost with it.
+// of a partly read message is closed, and unread messages are lost together with their link.
 
 #include <gtest/gtest.h>
 
@@ -28,7 +28,7 @@ int HandleText(const char*, const char* data) {
   return 0;
 }
 
-// A reactor with two publishers on its text socket: one over TCP, whose link breaks, and another.
+// A reactor with two publishers on its text socket. The link of the first one, over TCP, breaks.
 class MqReactorLinkTest : public testing::Test {
  protected:
   MqReactorLinkTest() {
@@ -50,7 +50,7 @@ class MqReactorLinkTest : public testing::Test {
     return frames;
   }
 
-  // With a frame that is larger than the service accepts.
+  // Breaks the link with a frame that is larger than the service accepts.
   void BreakTheLink() {
     publisher_->Publish({"Text", std::string(kMqMaxFrameSize + 1, 'x')});
     EXPECT_EQ("-Text", publisher_->NextChange());
@@ -64,7 +64,7 @@ class MqReactorLinkTest : public testing::Test {
 
   void Read() { MqReactor::ReaderCallback(reactor_.mpLoop, reactor_.mpSock, &reactor_); }
 
-  // Reads and tends the links, as a loop does, until the publisher sees the new link.
+  // Reads messages and tends the links, as a loop does, until the publisher sees the new link.
   bool IsRenewed() {
     const std::int64_t end = zclock_mono() + mqtest::kDeadlineMs;
     while (!publisher_->HasChange() && zclock_mono() < end) {
@@ -85,7 +85,7 @@ TEST_F(MqReactorLinkTest, MessageThatIsHalfReadIsReadToItsEndFirst) {
   ASSERT_TRUE(mqtest::AwaitMessage(reactor_.mpSock));
   Read();
   BreakTheLink();
-  // Longer than a link is kept for the sake of waiting messages.
+  // Longer than a lost link is kept while messages wait.
   TendFor(kMqBusyLinkPatienceMs + kMqLostLinkPatienceMs);
   Read();
   EXPECT_NE(0, zsock_rcvmore(reactor_.mpSock)) << "still in the middle of the message";

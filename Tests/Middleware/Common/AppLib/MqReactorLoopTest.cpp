@@ -30,7 +30,7 @@ constexpr char kMissing[] = "(null)";
 constexpr bool kText = false;
 constexpr bool kBinary = true;
 
-// What the handlers received and what they return; 0 when the list is empty.
+// The messages that the handlers received, and the results that they return; 0 if there is none.
 std::vector<Frames> gMessages;
 std::deque<int> gResults;
 
@@ -55,7 +55,7 @@ int HandleBinary(const char* topic, zmsg_t* message) {
   return NextResult();
 }
 
-// Counts its calls in the int behind the argument; the third ends the loop.
+// Counts its calls in the int that the argument points to. The third call ends the loop.
 int EndAtThirdCall(zloop_t*, int, void* argument) {
   int& calls = *static_cast<int*>(argument);
   return ++calls == 3 ? -1 : 0;
@@ -132,7 +132,7 @@ class MqReactorLoopDeathTest : public testing::Test {
   std::unique_ptr<MqReactor> reactor_;
 };
 
-// The same, with the console captured.
+// The same fixture with the console captured.
 class MqReactorLoopTest : public MqReactorLoopDeathTest {
  protected:
   mqtest::Console console_;
@@ -262,7 +262,7 @@ TEST_F(MqReactorLoopTest, HandlerMayCloseTheSockets) {
   EXPECT_FALSE(reactor_->IsValidReactor());
 }
 
-// Without an error message, and without polling a destroyed socket.
+// There must be no error message and no poll of a destroyed socket.
 TEST_F(MqReactorLoopTest, HandlerMayCloseTheSocketsAndGoOn) {
   gReactorToClose = reactor_.get();
   reactor_->SetReactorReader([](const char*, const char*) {
@@ -384,7 +384,7 @@ TEST_F(MqReactorLoopDeathTest, SocketLostByARefusedConnectionCannotBeRead) {
 
 // ----- clients of publishers
 
-// Whether something waits that the library does not take up before its socket is used.
+// Whether the library has pending work that it does only when the socket is used.
 bool IsAnythingWaiting(zsock_t* socket, int milliseconds = 0) {
   zmq_pollitem_t item{nullptr, static_cast<int>(zsock_fd(socket)), ZMQ_POLLIN, 0};
   return zmq_poll(&item, 1, milliseconds) > 0;
@@ -395,7 +395,7 @@ class PublisherInLoopTest : public MqReactorLoopTest {
  protected:
   PublisherInLoopTest() : silent_(zsock_new(ZMQ_PUB)), client_(zsock_new(ZMQ_SUB)) {
     zsock_bind(silent_, "%s", endpoint_.c_str());
-    zsock_events(silent_);  // deals with what the bind itself left to do
+    zsock_events(silent_);  // does the work that the bind left pending
   }
 
   ~PublisherInLoopTest() override {
@@ -403,15 +403,15 @@ class PublisherInLoopTest : public MqReactorLoopTest {
     zsock_destroy(&silent_);
   }
 
-  // Waits until the publisher has something to do with the client. The reactor must watch already:
-  // it deals with whatever waits when it begins to.
+  // Connects the client and waits until the publisher has pending work. The reactor must already
+  // watch the publisher: it does pending work when it begins to watch.
   void Connect() {
     zsock_connect(client_, "%s", endpoint_.c_str());
     ASSERT_TRUE(IsAnythingWaiting(silent_, mqtest::kDeadlineMs));
   }
 
-  // Ends the loop once nothing waits for the publisher, or after too long a time. What it saw is
-  // kept, because the client's library may send more at any later moment.
+  // Ends the loop once the publisher has no pending work, or after a time limit. Stores the result,
+  // because the client's library may send more at any time.
   static int EndWhenNothingWaits(zloop_t*, int, void* argument) {
     auto& test = *static_cast<PublisherInLoopTest*>(argument);
     test.isDealtWith_ = !IsAnythingWaiting(test.silent_);
@@ -513,12 +513,12 @@ TEST_F(MqReactorLoopTest, EndedTimerDoesNotFire) {
   EXPECT_EQ(before, counted);
 }
 
-// Ends a timer, which may be the one that calls it, and counts.
+// Ends a timer, possibly the one that calls it, and counts its calls.
 struct Ender {
   MqReactor* reactor = nullptr;
   std::int32_t timer = -1;
   int calls = 0;
-  bool isTakenOutAtOnce = false;  // out of the loop, which may be in the middle of it
+  bool isTakenOutAtOnce = false;  // removed from the loop at once, perhaps while the loop uses it
 };
 
 int EndTimer(zloop_t*, int, void* argument) {
@@ -540,7 +540,7 @@ TEST_F(MqReactorLoopTest, TimerEndedBeforeTheLoopStartsDoesNotFire) {
 }
 
 TEST_F(MqReactorLoopTest, HandlerMayEndItsOwnTimer) {
-  // The second time in a loop that has been started before.
+  // The second round is in a restarted loop.
   for (int start = 0; start < 2; ++start) {
     int calls = 0;
     Ender ender{reactor_.get()};
@@ -573,8 +573,8 @@ TEST_F(MqReactorLoopTest, HandlerMayEndAnotherTimerThatIsDue) {
   }
 }
 
-// Adds two timers, one that is over after its last tick and one that this one ends, and makes room
-// for the next two.
+// Adds two timers: one that is over after its last tick, and one that this handler ends. Both make
+// room for the next two.
 int AddTwoTimers(zloop_t*, int, void* argument) {
   auto& ender = *static_cast<Ender*>(argument);
   ender.reactor->AddTimer(CountCall, &ender.calls, 0, 1);
@@ -586,7 +586,7 @@ int AddTwoTimers(zloop_t*, int, void* argument) {
 TEST_F(MqReactorLoopTest, TimersThatAreOverTakeNoMemory) {
   constexpr std::size_t kRounds = 2000;
   Ender ender{reactor_.get()};
-  reactor_->SetMaxTimers(kRounds);  // half of all; with more the loop would stop the process
+  reactor_->SetMaxTimers(kRounds);  // half of all timers; more at a time would stop the process
   reactor_->AddTimer(AddTwoTimers, &ender, 1, kRounds);
   reactor_->AddTimer(EndLoop, nullptr, kRounds + 100, 1);
   const std::uint64_t before = AllocationsSoFar() - ReleasesSoFar();
@@ -694,11 +694,12 @@ TEST_F(MqReactorLoopTest, ReaderRegisteredAgainIsCalledOnceForAMessage) {
 }
 
 TEST_F(MqReactorLoopTest, FloodOfMessagesDoesNotKeepTimersWaiting) {
-  constexpr int kMessages = 500;  // fewer than a socket keeps
+  constexpr int kMessages = 500;  // fewer than a socket queues
   for (int i = 0; i < kMessages; ++i)
     publisher_->Publish({"Text", "data"});
   ASSERT_TRUE(mqtest::AwaitMessage(reactor_->mpSock));
-  // Due as soon as the first message was read: a reader that went on reading would take them all.
+  // The timer is due as soon as the first message has been read. A reader that did not return would
+  // read them all.
   reactor_->SetReactorReader([](const char* topic, const char* data) {
     if (gMessages.empty())
       zloop_timer(gLoopToEnd, 0, 1, EndLoop, nullptr);
@@ -770,7 +771,7 @@ TEST_F(MqReactorLoopTest, StraySignalsDoNotEndTheLoop) {
 }
 
 TEST_F(MqReactorLoopTest, LoopWhoseSocketsAreGoneEnds) {
-  // If CZMQ's loop returns for another reason than a signal, ours must not spin.
+  // If CZMQ's loop returns for a reason other than a signal, ours must not spin.
   faults::Fail(Call::LoopStart, 1, ETERM);
   EXPECT_TRUE(Run());
   EXPECT_EQ(1, faults::Count(Call::LoopStart));

@@ -63,13 +63,13 @@ class MqReactorDeathTest : public testing::Test {
   std::unique_ptr<MqReactor> reactor_;
 };
 
-// The same, with the console captured.
+// The same fixture with the console captured.
 class MqReactorTest : public MqReactorDeathTest {
  protected:
   mqtest::Console console_;
 };
 
-// Fills a row with `length` letters and a terminator, for which the caller has left room.
+// Fills a row with `length` letters. The row must be zero beforehand, for the terminator.
 void FillTopic(TopicList_t& topics, std::size_t row, std::size_t length) {
   std::memset(topics[row], 'a', length);
 }
@@ -111,7 +111,7 @@ TEST_F(MqReactorTest, ReactorWithoutLoopOrSocketIsInvalid) {
   struct {
     Call call;
     int nth;
-    std::size_t destroyed;  // what had been made before
+    std::size_t destroyed;  // number of objects made before the fault
   } const cases[] = {{Call::LoopNew, 1, 0}, {Call::SockNew, 1, 2}, {Call::SockNew, 2, 2}};
   for (const auto& broken : cases) {
     SCOPED_TRACE(testing::Message() << static_cast<int>(broken.call) << "/" << broken.nth);

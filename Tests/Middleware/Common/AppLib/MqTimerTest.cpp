@@ -14,8 +14,8 @@ namespace {
 // Records when it is called and, on the call with number `stallAt`, delays the loop.
 struct Recorder {
   std::vector<std::int64_t> ticks;  // ms of the monotonic clock
-  zloop_t* loop = nullptr;          // of the last call
-  int timerId = 0;                  // of the last call
+  zloop_t* loop = nullptr;          // argument of the last call
+  int timerId = 0;                  // argument of the last call
   std::size_t stallAt = 0;          // counted from one; 0: never
   std::int64_t stall = 0;           // ms
   std::size_t enough = 0;           // ticks after which the loop ends
@@ -57,8 +57,8 @@ bool RunLoop(Recorder& recorder, std::size_t delay, std::size_t times) {
   return timer.IsOver();
 }
 
-// In ms. The loop's schedule and the timer's begin one call apart, and a delay that ends half a
-// period from any tick leaves room for that.
+// In ms. The loop's schedule and the timer's begin one call apart. Delays end half a period from
+// any tick, so that this does not matter.
 constexpr std::int64_t kPeriod = 20 * kSlowness;
 
 TEST(MqTimerTest, TicksThatTheNextOneHasOvertakenAreLeftOut) {
@@ -81,7 +81,7 @@ TEST(MqTimerTest, GridOutlastsAStall) {
   const std::int64_t start = zclock_mono();
   RunLoop(recorder, kPeriod, 0);
   ASSERT_EQ(recorder.ticks.size(), 4u);
-  // Ticks 1 and 4 (late), 5 and 6 of the timer's schedule.
+  // The four ticks are 1, 4 (late), 5 and 6 of the timer's schedule.
   EXPECT_GE(recorder.ticks[3], start + 6 * kPeriod);
 }
 

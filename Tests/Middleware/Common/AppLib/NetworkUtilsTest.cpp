@@ -18,7 +18,7 @@ using testing::KilledBySignal;
 
 namespace {
 
-// What an action writes to standard output.
+// The text that an action writes to standard output.
 std::string OutputOf(const std::function<void()>& action) {
   testing::internal::CaptureStdout();
   action();
@@ -127,8 +127,8 @@ TEST(IpAddrAndMaskAreValidTest, HostsAddressesPassInSilence) {
   }
 }
 
-// The numbers shown are those of the network byte order as this machine reads them: the bytes of
-// NOT 255.255.255.0 are 00 00 00 ff, those of the mask ff ff ff 00.
+// The printed numbers are in network byte order, read as integers of this machine: the bytes of NOT
+// 255.255.255.0 are 00 00 00 ff, those of the mask ff ff ff 00.
 TEST(IpAddrAndMaskAreValidTest, FirstRuleThatFailsIsNamed) {
   if (htonl(1) == 1)
     GTEST_SKIP() << "The expected numbers are those of a little-endian machine.";

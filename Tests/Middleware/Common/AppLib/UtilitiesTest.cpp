@@ -50,7 +50,7 @@ std::string Uppercase(std::string text, std::uint8_t maximum) {
   return text;
 }
 
-// A field of bytes whose every access is checked by the address sanitizer, where there is one.
+// A field of bytes of exact size, so that the address sanitizer checks every access to it.
 class Field {
  public:
   explicit Field(const std::string& content) : bytes_(Bytes(content)) { bytes_.shrink_to_fit(); }
@@ -331,7 +331,7 @@ TEST_F(DirectoryTest, RegularFileInTheWayIsNoDirectory) {
   EXPECT_EQ(errno, ENOTDIR);
 }
 
-// A dangling link is invisible to stat but makes mkdir fail, like a directory that another process
+// stat does not see a dangling link, but mkdir fails on it, as on a directory that another process
 // has just made.
 TEST_F(DirectoryTest, WhatAppearsBetweenLookingAndMakingCountsAsMade) {
   EXPECT_EQ(do_mkdir(MakeLink("nowhere").c_str(), 0777), 0);

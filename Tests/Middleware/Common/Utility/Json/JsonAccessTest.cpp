@@ -89,7 +89,7 @@ std::string DocumentOf(std::size_t size) {
   return R"({"a":")" + std::string(size - kFrame, 'x') + R"("})";
 }
 
-// An array of `elements` numbers counts as that many values and one more.
+// An array of `elements` numbers. It counts as `elements` + 1 values.
 std::string ArrayOf(std::size_t elements) {
   std::string text = "[0";
   for (std::size_t i = 1; i < elements; ++i)
@@ -97,7 +97,7 @@ std::string ArrayOf(std::size_t elements) {
   return text + "]";
 }
 
-// Each member is a key and a value; the object itself is one more.
+// An object of `members` members. It counts as 2 `members` + 1 values and keys.
 std::string ObjectOf(std::size_t members) {
   std::string text = R"({"":0)";
   for (std::size_t i = 1; i < members; ++i)

@@ -39,8 +39,8 @@ class MqLinkTest : public testing::Test {
     zsock_destroy(&mPeer);
   }
 
-  // Binds a peer of a type to the endpoint after the previous one is closed. The first one chooses
-  // the port.
+  // Closes the previous peer and binds a new one of this type to the endpoint. The first peer
+  // chooses the port.
   void BindPeer(int type) {
     zsock_destroy(&mPeer);
     mPeer = zsock_new(type);
@@ -92,8 +92,8 @@ class MqLinkTest : public testing::Test {
 
 const std::string kSubscription = std::string("\1") + kTopic;
 
-// Each option covers a case that the one above does not: a peer that no longer answers, one that
-// never did, and a dead connection that only the kernel notices.
+// Each option covers a different case: a peer that no longer answers, a peer that never answered,
+// and a dead connection that only the kernel notices.
 TEST(MqPrepareLinkTest, VanishedPeersAreNoticedInSeveralWays) {
   for (const int type : {ZMQ_SUB, ZMQ_PUSH}) {
     for (const bool isOverTcp : {true, false}) {
@@ -241,13 +241,13 @@ TEST_F(MqLinkTest, OtherLinksOfTheSocketAreLeftAlone) {
 }
 
 TEST_F(MqLinkTest, SignalsDoNotStopTheWatch) {
-  // In the middle of an event, before one, and when messages are looked for.
+  // A signal in the middle of an event, before an event, and in the query for messages.
   for (const auto& [call, nth] :
        {std::pair(Call::EventReceive, 2), {Call::EventReceive, 1}, {Call::AskEvents, 1}}) {
     SCOPED_TRACE(testing::Message() << static_cast<int>(call) << ", " << nth);
     mRenewed.clear();
     faults::Reset();
-    faults::Fail(Call::Monitor, 2, EINTR);  // the first one ends the watch before
+    faults::Fail(Call::Monitor, 2, EINTR);  // the first call ends the previous watch
     ASSERT_TRUE(mWatch.Start(mSocket));
     BindPeer(ZMQ_PUSH);
     Connect();

@@ -44,7 +44,7 @@ class MqListenerFileTest : public testing::Test {
     return socket;
   }
 
-  // A report about a file that was already missing.
+  // The result of the second check of a missing file.
   MqFileNews SecondLook() {
     EXPECT_EQ(MqFileNews::kNone, file_.Tend());
     return file_.Tend();
@@ -145,7 +145,8 @@ TEST_F(MqListenerFileTest, ListenersDoNotPileUp) {
     ASSERT_EQ(MqFileNews::kBoundAnew, SecondLook());
     ASSERT_EQ(MqFileNews::kNone, file_.Tend());
   }
-  // The library closes them in the background, and the client connects to the new file.
+  // The library closes the old listeners in the background, and the client connects to the new
+  // file.
   for (int waited = 0; openFiles() > before + MqListenerFile::kMostListeners; waited += 10) {
     ASSERT_LT(waited, mqtest::kDeadlineMs) << openFiles() - before << " files more";
     zclock_sleep(10);

@@ -17,10 +17,10 @@ namespace {
 
 constexpr char kFile[] = "mqListenerTest.ipc";
 
-// The longest topic of a client that sends one byte before it, as libzmq did before 4.3.3.
+// The longest topic of a client that puts only one byte before it, as libzmq did before 4.3.3.
 constexpr std::size_t kLongestOfOlderClients = kMqMaxClientFrameSize - 1;
 
-// A client of the library.
+// A client that uses the library.
 class Client {
  public:
   explicit Client(const std::string& topic) : socket_(zsock_new(ZMQ_SUB)) {

@@ -1,4 +1,4 @@
-// Links to peers that collect messages: who owns the socket, and when it exists.
+// Links to peers that collect messages: ownership and lifetime of the socket.
 
 #include "MqPushLink.h"
 

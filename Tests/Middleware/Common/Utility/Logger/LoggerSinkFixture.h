@@ -63,11 +63,11 @@ class LoggerSinkTest : public testing::Test {
     faults::Reset();
     mqtest::Console console;
     Logger::DeleteInstance();
-    // Sockets are closed in the background, and the next test must not find them.
+    // Waits for sockets that close in the background; the next test must not see them.
     zsys_shutdown();
   }
 
-  // Attaches the logger and drops what it writes about that on the console and to the sink.
+  // Attaches the logger and drops its lines about that, on the console and at the sink.
   void AttachQuietly() {
     const MsgLevel_e level = mpLogger->mLogLevel;
     mpLogger->mLogLevel = MsgLevel_None;
@@ -80,7 +80,7 @@ class LoggerSinkTest : public testing::Test {
     mpLogger->mConsoleAttached = true;
   }
 
-  // Sends numbers that are not read until one is refused. Returns how many were not refused, at
+  // Sends numbers, which nobody reads, until one is refused. Returns how many were accepted, at
   // most kMostMessages.
   int FillQueue() {
     int sent = 0;

@@ -1,4 +1,4 @@
-// What the log sink receives, and what happens while it does not read.
+// The messages at the log sink, and the behaviour while the sink does not read.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,8 +20,8 @@ namespace {
 
 constexpr std::size_t kMaxSinkText = 2047;
 
-// Length of what stands before a message of level INFO: time stamp of 13 digits (until the year
-// 2286), "|LoudC|INFO|".
+// Length of the prefix of a message of level INFO: time stamp of 13 digits (until the year 2286),
+// "|LoudC|INFO|".
 constexpr std::size_t kInfoPrefix = 13 + 12;
 
 }  // namespace
@@ -69,7 +69,7 @@ TEST_F(LoggerSinkTest, BytesThatAreNoTextReachTheSinkAsReplacementCharacters) {
 TEST_F(LoggerSinkTest, NameThatIsNoTextReachesTheSinkAsReplacementCharacters) {
   Sink sink(kIpcEndpoint);
   AttachQuietly();
-  // The last of the seven bytes is the first of two.
+  // The last of the seven bytes is the first byte of a two-byte character.
   std::snprintf(mpLogger->mName, sizeof mpLogger->mName, "Lo\xff\xc3\xa4u\xc3");
   EXPECT_TRUE(Send("m"));
   EXPECT_EQ(sink.Next(),
@@ -244,7 +244,7 @@ TEST_F(LoggerSinkTest, FiveThousandMessagesWithoutAPeerNeverWait) {
     refused += isLastSent ? 0 : 1;
   }
   EXPECT_FALSE(isLastSent);
-  // The queue keeps what came first.
+  // The queue keeps the earliest messages.
   EXPECT_GT(refused, 0);
   EXPECT_LT(refused, 5000);
 }
@@ -270,7 +270,8 @@ TEST_F(LoggerSinkTest, LateSinkGetsWhatWasKeptInOrderAndThenWhatIsNew) {
   EXPECT_EQ(sink.NextText(), "new");
 }
 
-// How much the sink's own queue and the system hold before the logger's queue fills varies.
+// The sink's own queue and the system hold a varying number of messages before the logger's queue
+// fills.
 TEST_F(LoggerSinkTest, StalledSinkDoesNotHoldTheLoggerUp) {
   Sink sink(kIpcEndpoint);
   AttachQuietly();

@@ -112,7 +112,7 @@ class WritesToErrors {
   int ends_[2] = {-1, -1};
 };
 
-// A stream whose other end shows what has left the buffer.
+// A stream whose other end shows the text that has left the buffer.
 class BufferedStream {
  public:
   BufferedStream() {

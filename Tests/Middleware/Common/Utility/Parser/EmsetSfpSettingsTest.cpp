@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* kNoDocuments[] = {"", "{", "[]", "null", "1", "\"x\"", "{} {}", "{\"a\":}"};
 
-// Parses, and keeps the block that is written to standard output in `printed`.
+// Parses the settings and stores the block printed on standard output in `printed`.
 template <typename Input>
 int ParsePtp(cEmsetSfpPTPSettings& ptp, const Input& input, std::string& printed) {
   testing::internal::CaptureStdout();

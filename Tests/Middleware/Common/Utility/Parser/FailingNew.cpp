@@ -1,6 +1,5 @@
-// Replaces the operators for one object, all forms together, so that each object is freed the way
-// it was obtained. A separate source file, so that the compiler cannot see through the
-// replacements.
+// Replaces all forms of the operators for single objects, so that each object is freed in the way
+// it was allocated. A separate source file, so that the compiler cannot inline the replacements.
 
 #include "FailingNew.h"
 
@@ -10,7 +9,7 @@
 
 namespace {
 
-std::size_t gUntilFailure = 0;  // objects, the one that fails among them; 0: none will fail
+std::size_t gUntilFailure = 0;  // allocations up to and including the failure; 0: none will fail
 
 void* Allocate(std::size_t size) {
   return std::malloc(size == 0 ? 1 : size);

@@ -4,12 +4,12 @@
 
 #include <cstddef>
 
-/// The next `new` of one object in this process throws std::bad_alloc; the ones after it work
+/// Makes the next `new` of a single object in this process throw std::bad_alloc. Later ones work
 /// again.
 void FailNextNew();
 
-/// The same after `others` successful ones.
+/// The same after `others` successful allocations.
 void FailNewAfter(std::size_t others);
 
-/// Every `new` works again from now on. True if the planned failure has happened.
+/// Cancels a planned failure. True if it has already happened.
 bool StopFailingNew();

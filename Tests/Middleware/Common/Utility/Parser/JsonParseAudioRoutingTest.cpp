@@ -1,4 +1,4 @@
-// Routing section of the preset: the four levels of the document and what is entered.
+// Routing section of the preset: the four levels of the document and the entries of the map.
 
 #include "JsonParseAudioRouting.h"
 
@@ -45,7 +45,7 @@ class AudioRoutingTest : public testing::Test {
     return result;
   }
 
-  // Parses `count` channels of slot 1, counted from the one with index `first`.
+  // Parses `count` channels of slot 1, beginning with index `first`.
   int ParseChannels(std::size_t count, std::size_t first = 0) {
     std::string pairs;
     for (std::size_t i = first; i < first + count; ++i)
@@ -58,7 +58,7 @@ class AudioRoutingTest : public testing::Test {
     return Parse(Routing("1", Pair(number, channels)));
   }
 
-  // The entry of a channel at the BNC connector's SDI output; the test fails where there is none.
+  // The entry of a channel at the BNC connector's SDI output. Fails the test if there is none.
   cAudChannelOutputRouting Entry(std::int32_t slot, std::int32_t channel) {
     const auto entry = mRouting.mAcorMap.find(Record(slot, SIOCT_BNC, SOT_SDI, channel));
     if (entry != mRouting.mAcorMap.end())
@@ -220,7 +220,7 @@ TEST_F(AudioRoutingTest, LevelThatIsMalformedFailsButTheRestIsRead) {
   const std::string output = R"({"Pairs":[)" + pair + "]}";
   const std::string connector = R"({"SDI":)" + output + "}";
   const std::string slot = R"({"BNC":)" + connector + "}";
-  // Each has one bad member at one level before the good one.
+  // Each case has a bad member at one level before the good one.
   const std::string cases[] = {
       R"({"1":[],"2":)" + slot + "}",
       R"({"2":{"XLR":1,"BNC":)" + connector + "}}",

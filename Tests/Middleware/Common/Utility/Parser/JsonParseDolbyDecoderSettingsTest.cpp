@@ -236,7 +236,7 @@ TEST_F(DolbyDecoderSettingsTest, CompressionTakesIntegersAndFractions) {
                         {"0.25", 0.25F},
                         {"1e2", 100.0F},
                         {"4294967296", 4294967296.0F},
-                        // Beyond the range of float the value is limited to it.
+                        // Values beyond the range of float are clamped.
                         {"1e300", kHighest},
                         {"-1e300", -kHighest}};
   for (const Case& row : cases) {

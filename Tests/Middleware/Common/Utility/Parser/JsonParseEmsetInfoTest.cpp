@@ -153,7 +153,7 @@ TEST_F(EmsetTest, SignalsAreValidWithOneFlowThatParsed) {
                         {"[null,{}]", 1},
                         {"{}", 0},
                         {"null", 0},
-                        // The flow that can be parsed is not among the first six, which count.
+                        // The only good flow is not among the first six.
                         {"[1,1,1,1,1,1,{}]", 0}};
   for (const Case& row : cases) {
     EXPECT_EQ(ParseSignals(SignalsWith(row.primary)), row.result) << row.primary;

@@ -23,7 +23,7 @@ constexpr char kOkay[] = R"({"SystemStatus":"Okay"})";
 constexpr char kOkayProcessing[] =
     R"({"SystemStatus":"Okay","DolbyDecoder":{"State":"Processing"}})";
 
-/// The logger with everything on the console.
+/// The logger, with all lines on the console.
 Logger* OpenLogger() {
   Logger* logger = Logger::GetInstance();
   logger->mLogLevel = MsgLevel_Debug;
@@ -36,7 +36,7 @@ auto Line(const std::string& level, const std::string& message) {
   return ContainsRegex("\\|" + level + "\\|JsonParseHbMonMessages\\|[0-9]+\\|" + message + "\n");
 }
 
-/// What an action writes on standard error, where warnings and errors go.
+/// The text that an action writes on standard error, where warnings and errors go.
 template <typename Action>
 std::string LinesOf(Action action) {
   testing::internal::CaptureStderr();

@@ -51,7 +51,7 @@ const ConfKey kTextConfKeys[] = {
 
 class JsonParseLuMessagesTest : public LuMessageReader {
  protected:
-  /// The message is refused, but all its other keys are read.
+  /// Expects that the message is refused but all its other keys are read.
   void ExpectConfRefusedButFor(const ConfKey& confKey, const Members& members) {
     StartAgain();
     EXPECT_FALSE(ReadConf(Text(members))) << Text(members);

@@ -1,4 +1,4 @@
-// The preset document as a whole: its sections, what decides the result and what a reset keeps.
+// The preset document as a whole: its sections, the result, and the fields that a reset keeps.
 
 #include "JsonParseMetersInfo.h"
 

@@ -8,7 +8,7 @@
 
 #include "JsonAccess.h"
 
-/// The document of that text; the test fails if it is not JSON.
+/// Parses the text. Fails the test if it is not JSON.
 inline rapidjson::Document Json(const std::string& text) {
   rapidjson::Document document;
   EXPECT_TRUE(json::Parse(text.c_str(), document)) << text;

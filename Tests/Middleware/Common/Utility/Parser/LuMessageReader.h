@@ -99,8 +99,8 @@ inline cLuSettingsParser ResetParser() {
   return parser;
 }
 
-/// A complete configuration message, every value away from its default, in the order in which the
-/// keys are read.
+/// A complete configuration message. No value is the default; the members are in the order in which
+/// the keys are read.
 inline const Members kConf = {{"OriginFromFp", "true"},
                               {"ClusterId", "2"},
                               {"LraWindow", "60"},
@@ -123,7 +123,7 @@ inline const Members kCluster = {{"OriginFromFp", "true"},
                                  {"CmdTS", "7"},
                                  {"UserID", "5"}};
 
-/// What a used reader holds after `kConf`.
+/// A used reader after `kConf`.
 inline cLuSettingsParser ParserAfterConf() {
   cLuSettingsParser parser = ResetParser();
   parser.mbIsConfOriginFromFp = true;
@@ -144,7 +144,7 @@ inline cLuSettingsParser ParserAfterConf() {
   return parser;
 }
 
-/// What a used reader holds after `kCommand`, whichever way it is read.
+/// A used reader after `kCommand`, read by either function.
 inline cLuSettingsParser ParserAfterCommand() {
   cLuSettingsParser parser = UsedParser();
   parser.mbIsCmdOriginFromFp = true;
@@ -155,7 +155,7 @@ inline cLuSettingsParser ParserAfterCommand() {
   return parser;
 }
 
-/// What a used reader holds after `kCluster`.
+/// A used reader after `kCluster`.
 inline cLuSettingsParser ParserAfterCluster() {
   cLuSettingsParser parser = UsedParser();
   parser.mlClusterId = 3;
@@ -199,7 +199,7 @@ class LuMessageReader : public testing::Test {
     EXPECT_EQ(Fields(parser_), before) << shown;
   }
 
-  static constexpr unsigned kStale = 333;  // what outputs hold before a call
+  static constexpr unsigned kStale = 333;  // value of the outputs before a call
 
   cLuSettingsParser parser_ = UsedParser();
   unsigned meterSet_ = kStale;

@@ -73,7 +73,7 @@ void ExpectDefaultsButUser(const cLuConf& conf) {
   EXPECT_EQ(conf.mlLoudnessWindowTime, 3u);
 }
 
-/// A configuration in which no field has its default.
+/// A configuration in which every field differs from its default.
 cLuConf ChangedConf() {
   cLuConf conf;
   conf.mlLraWindow = 60;
@@ -94,7 +94,7 @@ cLuConf ChangedConf() {
   return conf;
 }
 
-/// Standard output through a pipe, to see what has left the process's buffer.
+/// Redirects standard output to a pipe, to see the text that has left the process's buffer.
 class PipedStdout {
  public:
   PipedStdout() {

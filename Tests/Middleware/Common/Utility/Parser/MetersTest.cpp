@@ -150,7 +150,7 @@ TEST_F(MeterTest, InputTextsAreFoundByTheNamesTheyContain) {
   struct Case {
     const char* text;
     SysInputType_e any;    // among all inputs
-    SysInputType_e video;  // among those that carry pictures
+    SysInputType_e video;  // among inputs that carry pictures
   };
   const Case cases[] = {
       {"None", SIT_NONE, SIT_NONE},

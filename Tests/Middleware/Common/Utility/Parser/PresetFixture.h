@@ -1,4 +1,4 @@
-// Shared by the tests of the preset document: its sections and a preset that reads it.
+// Shared by the tests of the preset document: sections of documents, and a preset that reads them.
 
 #pragma once
 
@@ -87,7 +87,7 @@ inline auto OwnFields(const cPresetParser& preset) {
 
 class PresetTest : public testing::Test {
  protected:
-  // Parses as the service does: with the routing of slot 0 only.
+  // Parses in the same way as the service: with the routing of slot 0 only.
   int Parse(const std::string& text) { return Parse(text.c_str(), true, false, 0, nullptr); }
 
   int Parse(const char* text, bool parseRouting, bool routingFlag, int routingArg,

@@ -33,22 +33,22 @@ class PresetMemoryTest : public testing::Test {
     return result;
   }
 
-  // Reads a document while the allocation after the first `others` ones fails. False if no further
-  // one was needed.
+  // Reads a document while the allocation after the first `others` fails. False if reading needed
+  // no further allocation.
   bool ParseWithFailure(const std::string& text, std::size_t others) {
     testing::internal::CaptureStdout();
     FailNewAfter(others);
     try {
       mPreset.ParsePreset(text.c_str(), true, true, 0, nullptr);
     } catch (const std::bad_alloc&) {
-      // The allocation was for the document itself, of which nothing is read.
+      // The allocation was for the document itself; nothing is read.
     }
     const bool hasFailed = StopFailingNew();
     testing::internal::GetCapturedStdout();
     return hasFailed;
   }
 
-  // For every entry, in the order of the map.
+  // The trims of all entries, in the order of the map.
   std::vector<std::int32_t> Trims() const {
     std::vector<std::int32_t> trims;
     for (const auto& entry : mPreset.mAcorMap)

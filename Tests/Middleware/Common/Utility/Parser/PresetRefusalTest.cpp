@@ -47,7 +47,7 @@ class PresetRefusalTest : public PresetTest {
  protected:
   ~PresetRefusalTest() override { cPresetParser::mpLogger = nullptr; }
 
-  // Parses with a logger on the console and returns what it wrote on standard error.
+  // Parses with a logger on the console and returns its lines on standard error.
   std::string LogOf(const std::string& text) {
     cPresetParser::mpLogger = Logger::GetInstance();
     cPresetParser::mpLogger->mConsoleAttached = true;

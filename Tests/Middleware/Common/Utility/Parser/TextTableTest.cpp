@@ -8,7 +8,7 @@ namespace {
 
 enum Fruit { kNone, kApple, kPineapple, kPlum, kUnknown };
 
-// In a search by substring "Apple" hides "Applesauce".
+// In a search by substring, "Apple" is found before "Applesauce".
 constexpr TextEntry<Fruit> kFruits[] = {
     {"Pineapple", kPineapple},
     {"Apple", kApple},
