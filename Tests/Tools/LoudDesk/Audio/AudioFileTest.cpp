@@ -1,4 +1,4 @@
-// Audio files: every format and depth, and everything that can be wrong with a file.
+// Audio files: every format and bit depth, and every kind of fault.
 
 #include "AudioFile.h"
 
@@ -32,7 +32,8 @@ constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
 constexpr int kFlac16 = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
 constexpr int kVorbis = SF_FORMAT_OGG | SF_FORMAT_VORBIS;
 
-// Makes the process an ordinary user during its lifetime, because root may read everything.
+// Makes the process an ordinary user during the object's lifetime, because root may read
+// everything.
 class NotRoot {
  public:
   NotRoot() : mUser(geteuid()), mIsOrdinary(mUser != 0 || seteuid(kNobody) == 0) {}
@@ -75,7 +76,7 @@ class AudioFileTest : public testing::Test {
     return "";
   }
 
-  // What is said about a file that is incomplete; empty for a complete one.
+  // The complaint about an incomplete file; empty for a complete one.
   static std::string DamageOf(const std::string& path) {
     AudioFile file(path);
     Samples samples(4800 * file.Channels());
@@ -225,7 +226,7 @@ TEST_F(AudioFileTest, RatesOutside8To192KilohertzAreRefused) {
   }
 }
 
-// 44 bytes of header, 72000 frames of 4 bytes. What is left of 1.5 s are 25000 frames, 0.52 s.
+// 44 bytes of header, 72000 frames of 4 bytes. Of the 1.5 s, 25000 frames are left, 0.52 s.
 TEST_F(AudioFileTest, OfATruncatedWavIsSaidHowMuchIsMissing) {
   const std::string path = WriteNoise("cut.wav", kWav16);
   CutOff(path, 100044);
@@ -276,7 +277,7 @@ TEST_F(AudioFileTest, ATruncatedWave64EndsEarly) {
   EXPECT_EQ(DamageOf(path), "the file ends early, at 0:00.7");
 }
 
-// Only the missing pages said how long the file was.
+// The length of the file was only in the missing pages.
 TEST_F(AudioFileTest, AnOggCutWithinAPageEndsEarly) {
   const std::string vorbis = WriteNoise("cut.ogg", kVorbis);
   CutOff(vorbis, BytesOf(vorbis).size() / 2);
@@ -310,14 +311,14 @@ TEST_F(AudioFileTest, AWavCutWithinItsHeaderIsNotAudio) {
   EXPECT_THAT(RefusalOf(path), StartsWith(path + ": "));
 }
 
-// The size in the header, of 32 bits, says 1000 bytes; a hole of four GiB follows.
+// The 32-bit size in the header is 1000 bytes; a hole of four GiB follows.
 TEST_F(AudioFileTest, AWavThatIsLongerThanItsHeaderCanTellIsRefused) {
   const std::string path = mDirectory.Write("long.wav", kWav16, 48000, 1, Samples(500, 0.1));
   std::filesystem::resize_file(path, (std::uintmax_t{1} << 32) + 1044);
   EXPECT_EQ(RefusalOf(path), path + ": is longer than the 4 GiB that its header can tell");
 }
 
-// A program that writes into a pipe cannot go back and fill in the length.
+// A program that writes to a pipe cannot go back and fill in the length.
 TEST_F(AudioFileTest, AWavWhoseLengthWasNeverFilledInIsWhole) {
   const std::string source = WriteNoise("whole.wav", kWav16);
   std::string bytes = BytesOf(source);
@@ -328,7 +329,7 @@ TEST_F(AudioFileTest, AWavWhoseLengthWasNeverFilledInIsWhole) {
   EXPECT_EQ(DamageOf(path), "");
 }
 
-// A recorder that was killed leaves zeros.
+// A recorder that was killed leaves a length of zero.
 TEST_F(AudioFileTest, AWavWhoseLengthIsStillZeroIsReadToItsEnd) {
   const std::string source = WriteNoise("whole.wav", kWav16);
   std::string bytes = BytesOf(source);

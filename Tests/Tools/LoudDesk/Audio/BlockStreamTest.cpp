@@ -1,4 +1,4 @@
-// The blocks that a unit publishes of a source of samples.
+// The blocks that a unit publishes for a source of samples.
 
 #include "BlockStream.h"
 
@@ -38,7 +38,7 @@ TEST(BlockStreamTest, WholeBlocksAreRead) {
   EXPECT_EQ(5u, BlocksIn(half));
   BlockReading block;
   EXPECT_FALSE(half.Next(block)) << "the end is not the end";
-  // 11025 Hz: 1102.5 frames per block; ten seconds are a hundred blocks nevertheless.
+  // 11025 Hz: 1102.5 frames per block. Ten seconds must still be a hundred blocks.
   BlockStream odd("tone", MakeSource(ToneOf(10, -20), 11025));
   EXPECT_EQ(100u, BlocksIn(odd));
 }
@@ -48,7 +48,8 @@ TEST(BlockStreamTest, LessThanABlockIsNone) {
   EXPECT_EQ(0u, BlocksIn(stream));
 }
 
-// By L = 10 log10(P) - 152.6905962 - 0.6974; of a sine of 997 Hz alone 3.01 below its peak level.
+// L = 10 log10(P) - 152.6905962 - 0.6974. A sine of 997 Hz on one channel reads 3.01 LU less than
+// its peak level.
 TEST(BlockStreamTest, BlockHasPowerAndPeakOfEachChannel) {
   louddesk::StepSignal signal = ToneOf(1, -20);
   signal.steps.front().levels = {-20, -40};
@@ -67,7 +68,7 @@ TEST(BlockStreamTest, BlockHasPowerAndPeakOfEachChannel) {
   EXPECT_EQ(0u, block.peaks[2]);
 }
 
-// A second of two channels is ten blocks; what follows is less than one.
+// A second of two channels is ten blocks. The rest is less than a block.
 TEST(BlockStreamTest, SampleThatIsNoNumberIsNamedBehindTheLastWholeBlockToo) {
   const test_audio::AudioDirectory audio;
   test_audio::Samples samples(2 * (48000 + 100), 0.0);

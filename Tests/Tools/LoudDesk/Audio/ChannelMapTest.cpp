@@ -1,5 +1,5 @@
-// Which speaker a channel is for, according to the file: masks, the orders of formats, and files
-// that do not say.
+// The speakers of channels according to the file: masks, channel orders of formats, and files
+// without that information.
 
 #include "AudioFormat.h"
 
@@ -49,13 +49,13 @@ class ChannelMapTest : public testing::Test {
     return AudioFile(Write(format, channels)).Positions();
   }
 
-  // The map of a FLAC file of six channels with a comment put in behind its first metadata block,
-  // which takes 4 + 34 bytes behind the four of the magic.
+  // The map of a FLAC file of six channels, with a comment inserted after its first metadata block,
+  // which has 4 + 34 bytes after the four of the magic number.
   ChannelMap FlacMapWith(const std::string& comment) const {
     std::string bytes = BytesOf(Write(kFlac, 6));
     std::string block;
     for (const std::string& text : {std::string("encoder"), std::string(), comment}) {
-      // The empty text in the middle stands for the number of comments.
+      // The empty text in the middle is the number of comments.
       const auto value = static_cast<char>(text.empty() ? 1 : text.size());
       block += std::string{value, '\0', '\0', '\0'} + text;
     }
@@ -68,7 +68,7 @@ class ChannelMapTest : public testing::Test {
   AudioDirectory mDirectory;
 };
 
-// The speakers of Vorbis I, 4.3.9, in the order of WAV.
+// The speakers of Vorbis I, 4.3.9, in WAV order.
 TEST_F(ChannelMapTest, VorbisHasTheSpeakersOfItsStandard) {
   EXPECT_THAT(MapOf(kVorbis, 1), ElementsAre(kC));
   EXPECT_THAT(MapOf(kVorbis, 2), ElementsAre(kL, kR));
@@ -121,8 +121,8 @@ TEST_F(ChannelMapTest, OpusHasTheSpeakersOfVorbis) {
     EXPECT_EQ(MapOf(kOpus, channels), MapOf(kVorbis, channels)) << channels << " channels";
 }
 
-// The family is byte 18 of the first packet, which begins at byte 28. The checksum of the page, in
-// bytes 22 to 25, is that of the Ogg format: CRC-32 with the polynomial 0x04C11DB7.
+// The family is byte 18 of the first packet, which begins at byte 28. The Ogg checksum of the page,
+// in bytes 22 to 25, is a CRC-32 with the polynomial 0x04C11DB7.
 TEST_F(ChannelMapTest, OpusOfAnotherFamilyHasChannelsForNoSpeaker) {
   std::string bytes = BytesOf(Write(kOpus, 6));
   const std::size_t page = bytes.find("OggS", 1);
@@ -171,8 +171,8 @@ TEST_F(ChannelMapTest, AMaskThatDoesNotFitTheChannelsOfAFlacSaysNothing) {
     EXPECT_EQ(FlacMapWith(comment), usual) << comment;
 }
 
-// The mask stands at byte 40 of a WAV whose format chunk is the first: 12 bytes of header, 8 of the
-// chunk's own, 20 before the mask.
+// The mask is at byte 40 of a WAV whose first chunk is the format chunk: after 12 bytes of header,
+// 8 of the chunk's header and 20 before the mask.
 TEST_F(ChannelMapTest, AWavHasTheOrderOfItsMask) {
   struct {
     int mask;

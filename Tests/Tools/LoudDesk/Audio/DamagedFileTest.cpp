@@ -1,6 +1,6 @@
-// Damaged files of real encoders: what is there is read, and what is missing is reported. The files
-// are ten seconds of noise, which no encoder compresses well, so that a position in the file
-// corresponds to a time.
+// Damaged files of real encoders: the intact parts are read, and the missing parts are reported.
+// The files are ten seconds of noise, which no encoder compresses well, so that a position in the
+// file corresponds to a time.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -67,13 +67,13 @@ class DamagedFileTest : public testing::Test {
 
 constexpr char kFfmpeg[] = "ffmpeg -v error -y -i %d/noise.wav ";
 
-// What is read and what is missing add up to the whole. The reported place is that of the changed
-// bytes: half-way, apart from headers and the encoder's delay.
+// The parts read and missing add up to the whole. The reported place is that of the changed bytes:
+// half-way, apart from headers and the encoder's delay.
 TEST_F(DamagedFileTest, WhatIsDamagedInTheMiddleIsLeftOutAndNamed) {
   struct {
     const char* name;
     std::string command;
-    double most;  // s, duration of the smallest piece that can be lost
+    double most;  // duration of the smallest piece that can be lost, s
   } const cases[] = {
       {"a.ogg", "oggenc -Q -o %o %d/noise.wav", 0.6},
       {"a.opus", "opusenc --quiet %d/noise.wav %o", 1.1},
@@ -96,7 +96,7 @@ TEST_F(DamagedFileTest, WhatIsDamagedInTheMiddleIsLeftOutAndNamed) {
   }
 }
 
-// Sharp sounds make a Vorbis encoder go over to short blocks and back, ten times a second here.
+// Sharp sounds make a Vorbis encoder switch to short blocks and back, here ten times a second.
 TEST_F(DamagedFileTest, IntactVorbisOfSharpSoundsIsNotDamaged) {
   std::vector<double> clicks(2 * kRate * 5);
   for (std::size_t frame = 1000; frame < clicks.size() / 2; frame += kRate / 10)
@@ -107,7 +107,8 @@ TEST_F(DamagedFileTest, IntactVorbisOfSharpSoundsIsNotDamaged) {
   EXPECT_TRUE(outcome.damage.IsNone()) << outcome.damage.places.size() << " places";
 }
 
-// 2000 bytes of an MP3 at 128 kbit/s are 125 ms. A frame that needs bits of a lost one is lost too.
+// 2000 bytes of an MP3 at 128 kbit/s are 125 ms. A frame that needs bits of a lost frame is lost
+// too.
 TEST_F(DamagedFileTest, WhatIsNotAFrameOfAnMp3IsMissing) {
   for (const char* options : {"-b128", "-b128 -t"}) {
     const Outcome outcome =
@@ -120,7 +121,7 @@ TEST_F(DamagedFileTest, WhatIsNotAFrameOfAnMp3IsMissing) {
   }
 }
 
-// A megabyte of what no decoder made sense of, at 5 s, in a stream that goes on.
+// A megabyte that no decoder understands, at 5 s of a stream that continues.
 TEST_F(DamagedFileTest, BytesThatAreMissingInTheMiddleAreMissingInTime) {
   for (const char* name : {"a.flac", "a.ogg"}) {
     const std::string encoder = std::string(name) == "a.ogg" ? "oggenc -Q" : "flac -s";
@@ -166,7 +167,7 @@ TEST_F(DamagedFileTest, AFileThatWasCutOffIsReadAsFarAsItGoes) {
   }
 }
 
-// These formats do not say how long the file is, but an end within a frame shows.
+// Files in these formats do not contain their length, but an end within a frame can be detected.
 TEST_F(DamagedFileTest, AStreamThatEndsWithinAFrameEndsEarly) {
   const std::string mp3 = "lame --quiet -t %d/noise.wav %o";  // without its facts
   const std::pair<const char*, std::string> cases[] = {
@@ -180,7 +181,7 @@ TEST_F(DamagedFileTest, AStreamThatEndsWithinAFrameEndsEarly) {
     const std::string path = mDirectory.Make(name, command);
     EXPECT_TRUE(Read(path).damage.IsNone()) << name;
     const std::string bytes = BytesOf(path);
-    // At four places: one of them alone may be where a frame ends.
+    // Four places, because one of them may be the end of a frame.
     int found = 0;
     for (std::size_t i = 0; i < 4; ++i) {
       const Outcome outcome =
@@ -195,7 +196,7 @@ TEST_F(DamagedFileTest, AStreamThatEndsWithinAFrameEndsEarly) {
   }
 }
 
-// The header of ASF says where its packets end; a transport stream ends with a packet.
+// The header of an ASF file contains the end of its packets; a transport stream ends with a packet.
 TEST_F(DamagedFileTest, AFileWhoseSizeDoesNotFitEndsEarly) {
   const std::string picture =
       "ffmpeg -v error -y -f lavfi -i testsrc2=d=10:s=64x64 -i %d/noise.wav ";
@@ -217,7 +218,7 @@ TEST_F(DamagedFileTest, AFileWhoseSizeDoesNotFitEndsEarly) {
   }
 }
 
-// Behind its packets an ASF has an index, which seeking takes and measuring does not.
+// After its packets an ASF file has an index. Seeking needs it, measuring does not.
 TEST_F(DamagedFileTest, AnAsfWithoutItsIndexIsWhole) {
   const std::string path = mDirectory.Make("av.wmv",
                                            "ffmpeg -v error -y -f lavfi -i testsrc2=d=10:s=64x64 "

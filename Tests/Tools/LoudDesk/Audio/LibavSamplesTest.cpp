@@ -1,4 +1,4 @@
-// Every form of samples, side by side and in planes, read in pieces.
+// Every sample format, interleaved and planar, read in pieces.
 
 #include "LibavSamples.h"
 
@@ -15,7 +15,8 @@ using testing::ElementsAre;
 
 constexpr int kFrames = 3;
 
-// A frame of two channels: 0, 1, 2, ... of `samples` are those of the first, then of the second.
+// A frame of two channels. `samples` has all samples of the first channel, then those of the
+// second.
 template <typename Sample>
 LibavHandle<AVFrame> FrameOf(AVSampleFormat form, const std::vector<Sample>& samples) {
   LibavHandle<AVFrame> frame(av_frame_alloc());

@@ -13,8 +13,8 @@ struct KnownFrame {
   std::size_t size;  // by ISO/IEC 11172-3, 2.4.3.1, and 13818-3, 2.4.3.1
 };
 
-// Bytes: slots of 144 (72 where a frame has half the samples) x bits a second / Hz, and one for
-// padding; in layer I of 12, and four bytes each.
+// Size in bytes: 144 (72 if a frame has half the samples) x bit rate / sample rate, plus 1 for
+// padding. In layer I: 12 x bit rate / sample rate, plus 1 for padding, times four.
 constexpr KnownFrame kFrames[] = {
     {"MP3, 128 kbit/s, 44.1 kHz", {0xFF, 0xFB, 0x90, 0x00}, 417},
     {"the same with padding", {0xFF, 0xFB, 0x92, 0x00}, 418},

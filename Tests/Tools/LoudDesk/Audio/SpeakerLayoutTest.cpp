@@ -1,5 +1,5 @@
-// Speakers of the channels: by the number of channels, by a list, and the complaints about a wrong
-// list.
+// Speakers of the channels: from the number of channels, from a list, and the complaints about a
+// wrong list.
 
 #include "SpeakerLayout.h"
 
@@ -30,8 +30,8 @@ class SpeakerLayoutTest : public testing::Test {
                                       Samples(channels * 10, 0.1)));
   }
 
-  // A WAV whose mask of channels, at its byte 40, is this one: 0x3 Left and Right, 0x4 Center, 0x8
-  // LFE, 0x30 back, 0xC0 beside the centre, 0x100 back centre, 0x600 sides, 0x800 overhead.
+  // A WAV with this channel mask, at byte 40: 0x3 Left and Right, 0x4 Center, 0x8 LFE, 0x30 back,
+  // 0xC0 beside the centre, 0x100 back centre, 0x600 sides, 0x800 overhead.
   AudioFile FileWithMask(unsigned mask, std::size_t channels) const {
     std::string bytes = BytesOf(mDirectory.Write("mask.wav", SF_FORMAT_WAVEX | SF_FORMAT_PCM_16,
                                                  48000, channels, Samples(channels * 10, 0.1)));
@@ -98,7 +98,8 @@ TEST_F(SpeakerLayoutTest, UnknownSpeakersAreQuotedAndTheKnownOnesNamed) {
   EXPECT_THAT(CheckSpeakers("Left,Middle,Right"), StartsWith("\"Middle\" "));
 }
 
-// There are 32 channels and nine names: a name says how a channel is weighted, not which one it is.
+// There are up to 32 channels but only nine names: a name gives the weight of a channel and is not
+// unique.
 TEST_F(SpeakerLayoutTest, ASpeakerMayHaveSeveralChannels) {
   EXPECT_EQ(CheckSpeakers("Left,Right,Left,Right"), "");
   EXPECT_EQ(LayoutFor(FileOf(2), SpeakerLayout{"Left", "Left"}), SpeakerLayout(2, "Left"));

@@ -28,9 +28,9 @@ using test_audio::Sine;
 constexpr int kRate = 48000;
 constexpr std::size_t kFrames = 4 * kRate;
 constexpr double kLevel = -20.0;   // dBFS, peak of the tone in all files
-constexpr double kAccuracy = 0.5;  // dB; LAME attenuates by nearly as much to leave room for peaks
+constexpr double kAccuracy = 0.5;  // dB; LAME attenuates by nearly this much to leave headroom
 
-// What these tests check of a file.
+// The properties of a file that these tests check.
 struct Heard {
   std::size_t frames = 0;
   std::size_t channels = 0;
@@ -92,7 +92,7 @@ class WholeFileTest : public testing::Test {
   AudioDirectory mDirectory;
 };
 
-// Block codecs pad the last block if the container does not say how much of it to play: at most two
+// Block codecs pad the last block, unless the container states how much of it to play: at most two
 // blocks of 2048 frames.
 TEST_F(WholeFileTest, MediaOfEveryKindIsReadToItsEnd) {
   constexpr char kPlain[] = "ffmpeg -v error -i %d/tone.wav ";
@@ -101,7 +101,7 @@ TEST_F(WholeFileTest, MediaOfEveryKindIsReadToItsEnd) {
   struct {
     const char* name;
     std::string command;
-    std::size_t padding;  // frames that may be added or that the encoder may have left out
+    std::size_t padding;  // frames that the encoder may have added or omitted
   } const cases[] = {
       {"a.flac", "flac -s -o %o %d/tone.wav", 0},
       {"a.ogg", "oggenc -Q -o %o %d/tone.wav", 0},
@@ -137,7 +137,7 @@ TEST_F(WholeFileTest, MediaOfEveryKindIsReadToItsEnd) {
   }
 }
 
-// The first frames alone allow only a guess at the length of a file of varying bit rate.
+// With a variable bit rate, the length can only be guessed from the first frames.
 TEST_F(WholeFileTest, AnMp3WithoutFactsIsReadToItsEnd) {
   for (const char* options : {"-V2 -t", "-b128 -t"}) {
     const std::string path =
@@ -151,9 +151,9 @@ TEST_F(WholeFileTest, AnMp3WithoutFactsIsReadToItsEnd) {
   }
 }
 
-// What is written into a pipe has no length in its head, or a placeholder, and the demuxer guesses
-// by the size of the file. In a minute the guess is wrong by more than the half second that
-// Matroska may be.
+// A file that was written to a pipe has no length, or a placeholder, in its header, and the demuxer
+// guesses from the size of the file. For a minute of audio the guess is wrong by more than half a
+// second, the tolerance for Matroska.
 TEST_F(WholeFileTest, AFileThatWasWrittenIntoAPipeIsWhole) {
   struct {
     const char* name;
@@ -181,7 +181,7 @@ TEST_F(WholeFileTest, AFileThatWasWrittenIntoAPipeIsWhole) {
   }
 }
 
-// Each link begins and ends where its encoder says.
+// Each part begins and ends at the frames that its encoder recorded.
 TEST_F(WholeFileTest, JoinedMp3sAreAsLongAsTheirParts) {
   const std::string picture = mDirectory.Make(
       "noise.png", "ffmpeg -v error -f lavfi -i nullsrc=s=300x300,noise=alls=100 -frames:v 1 %o");
@@ -228,7 +228,7 @@ TEST_F(WholeFileTest, AFileWhoseChannelsChangeIsRefused) {
   WriteTone("mono.wav", 1);
   struct {
     const char* type;
-    const char* before;  // of the encoder's command, around the source
+    const char* before;  // the encoder's command before the source
     const char* behind;
   } const encoders[] = {
       {".ogg", "oggenc -Q -o %o %d/", ".wav"},       {".opus", "opusenc --quiet %d/", ".wav %o"},

@@ -1,9 +1,10 @@
-// Front end and meter against libebur128 over generated noise: loudness within 0.05 LU, true peak
-// within 0.2 dB, at several sample rates and numbers of channels.
+// Compares front end and meter with libebur128 on generated noise: loudness within 0.05 LU, true
+// peak within 0.2 dB, at several sample rates and numbers of channels.
 //
-// Like every signal from a converter, the noise has no energy at half of the sample rate. If noise
-// is white up to there, an interpolator of this size cannot find its true peak: both meters miss it
-// by more than a decibel, and by different amounts. For such noise only the loudness is compared.
+// Like every signal from a converter, the noise has no energy at half of the sample rate. For noise
+// that is white up to there, an interpolator of this size cannot find the true peak: both meters
+// miss it by more than a decibel, and by different amounts. For such noise only the loudness is
+// compared.
 
 #include <ebur128.h>
 #include <gtest/gtest.h>
@@ -27,7 +28,7 @@ constexpr double kLoudnessTolerance = 0.05;  // LU
 constexpr double kTruePeakTolerance = 0.2;   // dB
 
 struct Sound {
-  int sampleRate;        // Hz, whole frames in 100 ms
+  int sampleRate;        // Hz; 100 ms must be whole frames
   std::size_t channels;  // 1, 2 or 6
 };
 
@@ -35,11 +36,11 @@ void PrintTo(const Sound& sound, std::ostream* out) {
   *out << sound.channels << " channels at " << sound.sampleRate << " Hz";
 }
 
-// How the white noise is filtered.
+// Filter of the white noise.
 enum class Colour {
-  kWhite,     // not at all
-  kSmoothed,  // with nothing at half of the sample rate
-  kPink,      // 3 dB less for each octave upwards, and nothing at half of the sample rate
+  kWhite,     // none
+  kSmoothed,  // no energy at half of the sample rate
+  kPink,      // 3 dB less per octave, and no energy at half of the sample rate
 };
 
 struct DestroyEbur128 {
@@ -59,7 +60,7 @@ class BothMeters {
                              EBUR128_MODE_M | EBUR128_MODE_S | EBUR128_MODE_I | EBUR128_MODE_LRA |
                                  EBUR128_MODE_TRUE_PEAK)) {}
 
-  // Plays a signal to its end; `afterBlock` may compare.
+  // Plays a signal to its end and calls `afterBlock` after each block.
   template <typename AfterBlock>
   void Play(StepSignal signal, AfterBlock afterBlock) {
     signal.speakers = UsualLayout(mSound.channels).value();
@@ -115,7 +116,7 @@ class BothMeters {
   int Blocks() const { return mBlocks; }
 
  private:
-  // (1 + cos w) / 2, over every channel: half the amplitude at a quarter of the sample rate.
+  // Filters each channel with the gain (1 + cos w) / 2: one half at a quarter of the sample rate.
   void Smooth(std::vector<double>& samples) {
     for (std::size_t i = 0; i < samples.size(); ++i) {
       auto& [newer, older] = mPrevious[i % mSound.channels];
@@ -126,11 +127,11 @@ class BothMeters {
     }
   }
 
-  // Three low passes of the first order, each four octaves above the one before it and a fourth
-  // as high: their sum falls by about 3 dB an octave.
+  // The sum of three first-order low passes, each with a corner four octaves above the previous one
+  // and a quarter of its gain, falls by about 3 dB per octave.
   void MakePink(std::vector<double>& samples) {
-    constexpr double kMakeUp = 4.0;  // for most of what the low passes take
-    // How far a low pass follows its input in one sample; corners in shares of the sample rate.
+    constexpr double kMakeUp = 4.0;  // gain that makes up for most of the low passes' attenuation
+    // Coefficient of a low pass with this corner, a fraction of the sample rate.
     const auto follow = [](double corner) { return 1.0 - std::exp(-2.0 * M_PI * corner); };
     const double follows[] = {follow(0.000625), follow(0.01), follow(0.16)};
     for (std::size_t i = 0; i < samples.size(); ++i) {
@@ -164,8 +165,8 @@ StepSignal NoiseInSteps(const std::vector<SignalStep>& steps) {
 
 class Ebur128AgreementTest : public testing::TestWithParam<Sound> {};
 
-// The short-term loudness of both is a mean over 3 s, of thirty readings of 400 ms in ours: the
-// same while the level stays, from thirty readings on.
+// The short-term loudness of both meters is a mean over 3 s; ours is the mean of thirty readings of
+// 400 ms. With a constant level they are equal from thirty readings on.
 TEST_P(Ebur128AgreementTest, SteadyNoiseReadsTheSameAtEveryBlock) {
   BothMeters meters(GetParam());
   meters.Play(NoiseInSteps({{6.0, {-20.0}}}), [&] {

@@ -1,5 +1,5 @@
-// Gated figures of many readings: identical to those of the engine's own integrator within its
-// range, and those of the formulas beyond it.
+// Gated figures of many readings: identical to those of the engine's integrator within its range,
+// and equal to the formulas beyond it.
 
 #include "LoudnessHistogram.h"
 
@@ -28,7 +28,7 @@ void Count(LoudnessHistogram& histogram, double lkfs, int times) {
     histogram.Count(CodeOf(lkfs));
 }
 
-// The engine's integrator over the same readings, all of them within its window.
+// The engine's integrator with the same readings, all within its window.
 class WithEngine {
  public:
   explicit WithEngine(float gate)
@@ -93,7 +93,7 @@ TEST(LoudnessHistogramTest, SumsHoldTheLoudestProgrammeOfAnyLength) {
   EXPECT_EQ(histogram.Range().value().lu, 0.0);
 }
 
-// 1 part at -20 and 2 at -26, all above the gate.
+// One third of the readings at -20 and two thirds at -26, all above the gate.
 TEST(LoudnessHistogramTest, TheMeanIsThatOfAllReadings) {
   LoudnessHistogram histogram(kIntegratedGate);
   Count(histogram, -20.0, 1'000'000);
@@ -103,8 +103,8 @@ TEST(LoudnessHistogramTest, TheMeanIsThatOfAllReadings) {
   EXPECT_NEAR(histogram.RelativeGate().value(), mean - 10.0, kBin);
 }
 
-// 2^32 readings would be 13 years of blocks; percentages have to stand 43 million, where 32 bits
-// of the engine's percentages end: 45 million at -30, 5 at -20 are 90 and 10 %.
+// 2^32 readings would be 13 years of blocks. The engine's 32-bit percentages overflow at 43 million
+// readings; these must not: 45 million at -30 and 5 million at -20 are 90 and 10 %.
 TEST(LoudnessHistogramTest, PercentagesHoldManyReadings) {
   LoudnessHistogram histogram(kRangeGate);
   LoudnessHistogram part(kRangeGate);

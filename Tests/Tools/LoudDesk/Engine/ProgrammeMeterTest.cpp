@@ -1,5 +1,5 @@
-// The meter of programmes, compared block by block with the service's engine behind its dispatcher,
-// and with the standards where it must differ from the engine.
+// The programme meter, compared block by block with the service's engine behind its dispatcher, and
+// with the standards where it must differ from the engine.
 
 #include "ProgrammeMeter.h"
 
@@ -54,7 +54,7 @@ Figures FiguresOf(const std::vector<BlockReading>& blocks) {
   return meter.Read();
 }
 
-// Levels that wander as programmes do, with pauses, on six channels.
+// Levels that vary like those of a programme, with pauses, on six channels.
 class WanderingBlocks {
  public:
   BlockReading Next() {
@@ -78,8 +78,8 @@ class WanderingBlocks {
 };
 
 // Both meters side by side. Where they differ, the expected figures are computed from the engine's
-// readings: the maximum of the short-term loudness from 3 s on, and the range of one such reading
-// per second.
+// readings: the maximum of the short-term loudness from 3 s on, and the range of one short-term
+// reading per second.
 class BothMeters {
  public:
   BothMeters()
@@ -132,8 +132,8 @@ class BothMeters {
   int mBlocks = 0;
 };
 
-// Every figure of the first minutes at every block, then up to the last that the engine's window
-// holds: 72000 readings, the first of them at the fourth block.
+// Compares every figure at every block of the first minutes, then up to the last reading that fits
+// into the engine's window: 72000 readings, the first at the fourth block.
 TEST(ProgrammeMeterTest, FiguresAreThoseOfTheEngineToTheLastDigitUpToTwoHours) {
   BothMeters both;
   WanderingBlocks blocks;
@@ -155,8 +155,8 @@ TEST(ProgrammeMeterTest, IntegratedLoudnessIsThatOfTheWholeProgramme) {
   EXPECT_NEAR(meter.Read().integrated.value(), mean, kBin);
 }
 
-// Two hours at -20 and three at -30: the loud ones are 40 % of all readings, and none of the last
-// three hours. The other way round they are none of the first three.
+// Two hours at -20 and three at -30: the loud readings are 40 % of all, and none is in the last
+// three hours. In reverse order, none is in the first three hours.
 TEST(ProgrammeMeterTest, LoudnessRangeIsThatOfTheWholeProgramme) {
   ProgrammeMeter loudFirst = Mono();
   Feed(loudFirst, BlockAt(-20.0), 2 * kHour);
@@ -187,8 +187,8 @@ TEST(ProgrammeMeterTest, ShortTermLoudnessBeginsWithTheThirtiethBlock) {
   EXPECT_NEAR(meter.Read().maxShortTerm.value(), -23.0, kBin);
 }
 
-// A second at -10, the rest at -40. At 3.0 s there are 27 momentary readings, of which 7 hold
-// nothing but the loud second and 3 hold 3, 2 and 1 of its blocks: 10 log10(8.5 / 27) above -10.
+// A second at -10, the rest at -40. At 3.0 s there are 27 momentary readings. 7 of them consist of
+// loud blocks only, and 3 contain 3, 2 and 1 loud blocks: 10 log10(8.5 / 27) relative to -10.
 TEST(ProgrammeMeterTest, ALoudBeginningCountsInTheMaximumAsPartOf3Seconds) {
   std::vector<BlockReading> blocks(100, BlockAt(-40.0));
   std::fill_n(blocks.begin(), 10, BlockAt(-10.0));
@@ -197,14 +197,15 @@ TEST(ProgrammeMeterTest, ALoudBeginningCountsInTheMaximumAsPartOf3Seconds) {
   EXPECT_DOUBLE_EQ(figures.maxShortTermAt, 3.0);
 }
 
-// One reading a second, with the engine's: at 1.3, 2.3, 3.3 s; the first two are of less than 3 s.
+// One reading per second, at the same blocks as the engine: at 1.3, 2.3, 3.3 s. The first two cover
+// less than 3 s.
 TEST(ProgrammeMeterTest, LoudnessRangeBeginsWithTheFirstSecondBehind3Seconds) {
   EXPECT_FALSE(FiguresOf(std::vector<BlockReading>(32, BlockAt(-23.0))).lra);
   EXPECT_EQ(FiguresOf(std::vector<BlockReading>(33, BlockAt(-23.0))).lra.value(), 0.0);
 }
 
-// A loud tenth of a second at the beginning is in the reading at 3.3 s, one of 25, which is less
-// than the 5 % that the range leaves out. Those at 1.3 and 2.3 s would make it three of 27.
+// A loud tenth of a second at the beginning is in the reading at 3.3 s: one of 25 readings, less
+// than the 5 % that the range excludes. With the readings at 1.3 and 2.3 s it would be three of 27.
 TEST(ProgrammeMeterTest, ReadingsOfLessThan3SecondsDoNotCountInTheRange) {
   std::vector<BlockReading> blocks(273, BlockAt(-30.0));
   blocks.front() = BlockAt(-5.0);
@@ -219,7 +220,7 @@ TEST(ProgrammeMeterTest, MaximaHaveTheTimesAtWhichTheyWereFirstReached) {
   blocks[80].peaks[0] = 1000;
   const Figures figures = FiguresOf(blocks);
   EXPECT_DOUBLE_EQ(figures.maxMomentaryAt, 5.4);
-  EXPECT_DOUBLE_EQ(figures.maxShortTermAt, 6.3);  // all ten blocks in full
+  EXPECT_DOUBLE_EQ(figures.maxShortTermAt, 6.3);  // covers all ten blocks in full
   EXPECT_DOUBLE_EQ(figures.maxTruePeakAt, 7.1);
 }
 
@@ -237,7 +238,7 @@ TEST(ProgrammeMeterTest, MetersSideBySideDoNotInfluenceEachOther) {
   EXPECT_LT(second.Read().maxTruePeak.value(), first.Read().maxTruePeak.value());
 }
 
-// Channels 2 and 3 of four; ten times the power on the others.
+// The programme has channels 2 and 3 of four; the other two have ten times the power.
 TEST(ProgrammeMeterTest, OnlyTheChannelsOfTheProgrammeCount) {
   BlockReading block;
   for (std::size_t channel = 0; channel < 4; ++channel) {
@@ -262,7 +263,7 @@ TEST(ProgrammeMeterTest, DualMonoReadsTheLoudnessOfTwoSpeakers) {
   EXPECT_EQ(meter.ReadChannels().front().speakers, "Left, Right");
 }
 
-// The scale of one channel ends at 2^61, so that four blocks of twice that would be 2^64.
+// The scale of one channel ends at 2^61. Four blocks of twice that would be 2^64.
 TEST(ProgrammeMeterTest, DualMonoAtTheEndOfTheScaleDoesNotWrapAround) {
   ProgrammeMeter meter(AsDualMono(ProgrammeOf(kMono)), 1);
   BlockReading block;
@@ -304,7 +305,8 @@ TEST(ProgrammeMeterTest, TheReadingsAreThoseOfTheWholeProgramme) {
   EXPECT_EQ(readings.shortTerm.Range().value().lu, meter.Read().lra.value());
 }
 
-// Full scale 32768 in sixteen bits: 20 log10(65535 / 32768) = 6.02 dBTP is the end.
+// Peaks have sixteen bits and a full scale of 32768, so the scale ends at 20 log10(65535 / 32768) =
+// 6.02 dBTP.
 TEST(ProgrammeMeterTest, APeakAtTheEndOfItsScaleIsMarked) {
   for (const std::uint32_t peak : {65534U, 65535U}) {
     const Figures figures =
@@ -314,7 +316,7 @@ TEST(ProgrammeMeterTest, APeakAtTheEndOfItsScaleIsMarked) {
   }
 }
 
-// Codes end at +10 LKFS. A reading beyond is among them as if it were there.
+// Codes end at +10 LKFS. A reading beyond that counts as +10 LKFS.
 TEST(ProgrammeMeterTest, ReadingsBeyondTheLastCodeMarkWhatIsMadeFromCodes) {
   const Figures within = FiguresOf(std::vector<BlockReading>(40, BlockAt(9.95, 60000)));
   EXPECT_FALSE(within.isLoudnessAtLeast);
@@ -329,7 +331,7 @@ TEST(ProgrammeMeterTest, ReadingsBeyondTheLastCodeMarkWhatIsMadeFromCodes) {
   EXPECT_FALSE(beyond.lra.has_value());
 }
 
-// One block in the middle, which left the last four long ago.
+// One such block in the middle, long before the last four blocks.
 TEST(ProgrammeMeterTest, APowerAtTheEndOfItsScaleMarksAllLoudness) {
   std::vector<BlockReading> blocks(30, BlockAt(-40.0));
   blocks[10].powers[0] = LargestBlockPower(1);
@@ -337,8 +339,8 @@ TEST(ProgrammeMeterTest, APowerAtTheEndOfItsScaleMarksAllLoudness) {
   EXPECT_TRUE(FiguresOf(blocks).isLoudnessAtLeast);
 }
 
-// Shared by 32 channels, the scale of each ends at +15 LKFS, so that the four-block mean of a short
-// sound stays within the codes: 15.0 - 6.02.
+// With 32 channels the scale of each ends at +15 LKFS. The four-block mean of a short sound stays
+// within the codes: 15.0 - 6.02.
 TEST(ProgrammeMeterTest, APowerAtTheEndOfItsScaleIsMarkedWhereTheReadingIsNotBeyondTheCodes) {
   ProgrammeMeter meter(ProgrammeOf(SpeakerLayout(32, "Left")), 32);
   Feed(meter, BlockAt(-40.0), 10);
@@ -378,14 +380,14 @@ TEST(ProgrammeMeterTest, ProgrammeBelowTheAbsoluteGateHasOnlyMaximumMomentaryAnd
   EXPECT_TRUE(figures.maxTruePeak.has_value());
 }
 
-// The lower gate of the range lies 20 LU below the loudness and must not lie below -70 LKFS.
+// The lower gate of the range is 20 LU below the loudness and must not be below -70 LKFS.
 TEST(ProgrammeMeterTest, LoudnessRangeNeedsALowerGateAboveMinus70) {
   EXPECT_FALSE(FiguresOf(std::vector<BlockReading>(50, BlockAt(-51.0))).lra.has_value());
   EXPECT_EQ(FiguresOf(std::vector<BlockReading>(50, BlockAt(-49.0))).lra.value(), 0.0);
 }
 
-// The integrated loudness directly from its definition: 400 ms every 100 ms, gated at -70 LKFS and
-// then at 10 LU below the mean of the rest.
+// The integrated loudness directly from its definition: readings of 400 ms every 100 ms, gated at
+// -70 LKFS and then at 10 LU below the mean of the rest.
 double PlainIntegrated(const std::vector<BlockReading>& blocks) {
   std::vector<double> powers;
   for (std::size_t i = 3; i < blocks.size(); ++i) {
@@ -410,7 +412,7 @@ double PlainIntegrated(const std::vector<BlockReading>& blocks) {
   return mean;
 }
 
-// A loud end, whose last block changes the figure by 0.1 LU and more at each of these lengths.
+// A loud end. At each of these lengths the last block changes the figure by at least 0.1 LU.
 TEST(ProgrammeMeterTest, IntegratedLoudnessCountsEveryBlockToTheLast) {
   std::vector<BlockReading> blocks;
   for (int block = 0; block < 60; ++block) {

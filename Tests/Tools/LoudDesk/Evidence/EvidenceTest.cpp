@@ -1,4 +1,4 @@
-// A period read from a record, and how it is written.
+// A period read from a record, and its output.
 
 #include "Evidence.h"
 
@@ -117,7 +117,7 @@ TEST_F(EvidenceTest, WithoutAnEndThePeriodEndsWhereTheRecordDoes) {
 TEST_F(EvidenceTest, TheAimIsThatOfTheRecordedConfigurations) {
   std::vector<RecordedSecond> seconds;
   Append(seconds, 120, -230);
-  // Until 50 s the tolerance ends at -24.0, from then on at -22.0.
+  // Before 50 s the upper limit of the tolerance is -24.0, afterwards -22.0.
   Record(seconds,
          {ConfigurationAt(kTuesday - 3600, -25, 1), ConfigurationAt(kTuesday + 50, -23, 1)});
   const Evidence evidence = Read(0, 120);
@@ -186,10 +186,10 @@ TEST_F(EvidenceTest, JsonHasUtcAndNumbers) {
   EXPECT_EQ(json["Gaps"]["Seconds"].GetInt(), 10);
   EXPECT_STREQ(json["Gaps"]["List"][0]["From"].GetString(), "2024-11-19T00:01:00.000Z");
   EXPECT_EQ(json["Tolerance"]["Above"].GetInt(), 1);
-  EXPECT_STREQ(json["Verdict"].GetString(), "fail");  // by the true peak
+  EXPECT_STREQ(json["Verdict"].GetString(), "fail");  // because of the true peak
 }
 
-// The power of one reading of -15.5 LKFS among 1099 of -23.0 makes -22.98 LKFS.
+// One reading of -15.5 LKFS among 1099 of -23.0 gives a mean of -22.98 LKFS.
 TEST_F(EvidenceTest, JsonIsThatOfTheProtocol) {
   RecordTwoMinutes();
   EXPECT_EQ(ReadGolden("gate-log.json") + "\n", EvidenceJson(Read(0, 120)));
@@ -283,7 +283,7 @@ TEST_F(EvidenceTest, APageWithoutDataHasNoPlots) {
   EXPECT_THAT(page.Texts("//h:body").at(0), HasSubstr("<Stop>"));
 }
 
-// The plots hold no more than a screen shows.
+// The plots have no more points than a screen can show.
 TEST_F(EvidenceTest, ThePageOfADayStaysSmall) {
   std::vector<RecordedSecond> seconds;
   for (int i = 0; i < 86400; ++i)

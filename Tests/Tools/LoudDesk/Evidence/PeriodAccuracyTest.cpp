@@ -1,6 +1,6 @@
-// Whole recordings and the standards' signals through the service's engine, whose published tenths
-// become recorded seconds: the figures of the record against those of the engine and of
-// `LoudDesk measure`, which both know every reading to a hundredth.
+// Feeds whole recordings and the standards' signals to the service's engine, whose published tenths
+// become recorded seconds. Compares the figures of the record with those of the engine and of
+// `LoudDesk measure`, which both have every reading to a hundredth.
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@
 namespace louddesk {
 namespace {
 
-// What Docs/COMPLIANCE.md promises, between figures as they are written.
+// The tolerances that Docs/COMPLIANCE.md promises for rounded figures.
 constexpr double kIntegratedTolerance = 0.05 + 1e-9;  // LU
 constexpr double kRangeTolerance = 0.15;              // LU
 
@@ -115,7 +115,7 @@ TEST_P(ToneTest, IsWithinTheRoundingOfItsReading) {
 
 INSTANTIATE_TEST_SUITE_P(OverOneTenth, ToneTest, testing::Range(0, 21));
 
-// Levels that wander as programmes do, two hours of them.
+// Two hours of levels that vary like those of a programme.
 TEST_F(PeriodAccuracyTest, OfAWanderingProgrammeTheRoundingAveragesOut) {
   Start({"Center"});
   std::mt19937 random(1770);
@@ -169,7 +169,7 @@ TEST_P(SignalAccuracyTest, TheRecordAgreesWithTheEngine) {
 
 INSTANTIATE_TEST_SUITE_P(OfTheStandards, SignalAccuracyTest, testing::ValuesIn(Programmes()));
 
-// Voices, noise and music of Debian packages.
+// Voices, noise and music from Debian packages.
 struct Recording {
   const char* name;
   const char* package;
@@ -212,7 +212,7 @@ TEST_P(RecordingAccuracyTest, TheRecordAgreesWithEngineAndMeasure) {
   const Compared compared = Finish();
   ExpectAgreement(compared);
   ExpectIntegrated(compared.recorded.integrated, measure.Read().integrated);
-  // The service does not look at the peaks of the first three blocks.
+  // The service ignores the peaks of the first three blocks.
   ExpectClose(compared.recorded.maxTruePeak, LoudCalcResultsAll.MaxTruePeak, kHundredthTolerance,
               "true peak");
 }

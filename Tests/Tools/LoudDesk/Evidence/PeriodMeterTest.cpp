@@ -1,4 +1,4 @@
-// Figures of recorded seconds, against those of the formulas.
+// Figures of recorded seconds, compared with the formulas.
 
 #include "PeriodMeter.h"
 
@@ -15,7 +15,7 @@ namespace {
 // Half a loudness code.
 constexpr double kHalfCode = 0.01;
 
-// The loudness of the mean power, LKFS.
+// The loudness of the mean power of two levels, LKFS.
 double MeanOf(double first, double second) {
   return 10.0 * std::log10((std::pow(10.0, first / 10.0) + std::pow(10.0, second / 10.0)) / 2.0);
 }
@@ -36,14 +36,14 @@ TEST(PeriodMeterTest, LoudnessIsTheMeanPowerOfWhatPassesTheRelativeGate) {
   EXPECT_NEAR(Shown(figures).integrated.value(), MeanOf(-20.0, -30.0), kHalfCode);
 }
 
-// The mean of all is -22.97 LKFS, so that the gate lies at -32.97.
+// The mean of all readings is -22.97 LKFS, so the gate is at -32.97.
 TEST(PeriodMeterTest, ReadingsBelowTheRelativeGateDoNotCount) {
   const auto figures = FiguresOf(Seconds({{60, -200}, {60, -400}}));
   EXPECT_NEAR(Shown(figures).integrated.value(), -20.0, kHalfCode);
 }
 
 TEST(PeriodMeterTest, ReadingsBelowTheAbsoluteGateDoNotMoveTheRelativeOne) {
-  // With -71 LKFS the ungated mean would be -63.0 and the gate -73.0.
+  // If -71 LKFS counted, the mean would be -63.0 and the gate -73.0.
   const auto figures = FiguresOf(Seconds({{60, -600}, {60, -710}}));
   EXPECT_NEAR(Shown(figures).integrated.value(), -60.0, kHalfCode);
 }
@@ -56,7 +56,7 @@ TEST(PeriodMeterTest, SilenceHasNoLoudness) {
   EXPECT_DOUBLE_EQ(Shown(figures).seconds, 60.0);
 }
 
-// Every tenth of the scale: no reading is drawn to one side by the width of the codes.
+// Every tenth of the scale: the width of the codes must not bias any reading.
 TEST(PeriodMeterTest, ASteadyReadingIsItsOwnMean) {
   for (std::int16_t tenths = -690; tenths <= 90; ++tenths) {
     const auto figures = FiguresOf(Seconds({{10, tenths}}));
@@ -64,7 +64,7 @@ TEST(PeriodMeterTest, ASteadyReadingIsItsOwnMean) {
   }
 }
 
-// EBU Tech 3342: 10 LU between two levels of a minute each.
+// EBU Tech 3342: two levels of a minute each, 10 LU apart.
 TEST(PeriodMeterTest, TheRangeIsThatOfTheShortTermReadings) {
   const auto figures = FiguresOf(Seconds({{60, -200}, {60, -300}}));
   EXPECT_NEAR(Shown(figures).lra.value(), 10.0, 1e-5);
@@ -78,7 +78,7 @@ TEST(PeriodMeterTest, TheGateOfTheRangeLies20BelowTheLoudness) {
 TEST(PeriodMeterTest, MaximaHaveTheTimesAtWhichTheirReadingsEnd) {
   auto seconds = Seconds({{100, -300}});
   seconds[20].momentary[3] = -150;
-  seconds[30].momentary[0] = -150;  // as high, later
+  seconds[30].momentary[0] = -150;  // equally high, but later
   seconds[40].shortTerm = -180;
   seconds[50].truePeak = -105;
   const PeriodFigures period = FiguresOf(seconds);
@@ -129,7 +129,7 @@ TEST(PeriodMeterTest, OfManyGapsTheFirstAreNamedAndAllCounted) {
   EXPECT_EQ(figures.gaps.count, 2999U);
 }
 
-// A message that did not come is not silence.
+// A missed message is not silence.
 TEST(PeriodMeterTest, MissedReadingsAreCountedAndNotMeasured) {
   auto seconds = Seconds({{60, -230}});
   seconds[10].momentary[5] = kMissedReading;
@@ -143,12 +143,12 @@ TEST(PeriodMeterTest, MissedReadingsAreCountedAndNotMeasured) {
   EXPECT_EQ(counted, 598U);
 }
 
-// What a service publishes for ever when no blocks come.
+// A service that receives no blocks publishes the same figures for ever.
 TEST(PeriodMeterTest, WhereNoFigureChangesTheSpanIsNamed) {
   auto seconds = Seconds({{10, -200}, {2, -210}, {5, -220}, {6, kNoLoudnessCode}, {4, -230}});
   seconds[9].momentary[5] = -201;  // the last of the ten changes
-  seconds[14].truePeak = -150;     // so does the third of the five
-  seconds[25].shortTerm = -231;    // and the third of the four
+  seconds[14].truePeak = -150;     // the third of the five changes
+  seconds[25].shortTerm = -231;    // the third of the four changes
   const auto spans = FiguresOf(seconds).unchanged;
   ASSERT_EQ(spans.count, 1U);
   EXPECT_EQ(spans.first[0].from, kTuesday);
@@ -173,7 +173,7 @@ TEST(PeriodMeterTest, AGapEndsWhatIsTheSame) {
   EXPECT_EQ(spans.seconds, 9);
 }
 
-// A measurement that was stopped has left no gap in the record.
+// The time of a stopped measurement is not a gap in the record.
 TEST(PeriodMeterTest, SecondsWithoutDataAreNeitherGapsNorSilence) {
   auto seconds = Seconds({{60, -230}, {30, kMissedReading}});
   for (auto second = seconds.begin() + 60; second != seconds.end(); ++second) {
@@ -202,7 +202,7 @@ TEST(PeriodMeterTest, TimeWithoutMetersIsCounted) {
   EXPECT_EQ(FiguresOf(seconds).invalidSeconds, 7);
 }
 
-// -22.0 and -24.0 are on the tolerance and thus within it.
+// -22.0 and -24.0 are exactly on the limits of the tolerance, and so within it.
 TEST(PeriodMeterTest, TimeOutOfToleranceIsThatOfTheShortTermLoudness) {
   const auto seconds =
       Seconds({{10, -220}, {20, -219}, {30, -240}, {40, -241}, {5, kNoLoudnessCode}});
@@ -251,7 +251,7 @@ TEST(PeriodMeterTest, PassagesAboveTheLimitsOfTheCriteriaAreFound) {
   EXPECT_DOUBLE_EQ(figures.passages[0].first[0].highest, -0.4);
 }
 
-// +6.02 dBTP is where the scale of the peaks ends, +10 LKFS that of the loudness codes.
+// The scale of the peaks ends at +6.02 dBTP, that of the loudness codes at +10 LKFS.
 TEST(PeriodMeterTest, FiguresAtTheEndsOfTheirScalesAreMarked) {
   auto seconds = Seconds({{60, -230}});
   EXPECT_FALSE(Shown(FiguresOf(seconds)).isPeakAtLeast);

@@ -12,7 +12,7 @@ namespace louddesk {
 /// 2024-11-19T00:00:00Z.
 constexpr std::int64_t kTuesday = 1731974400;
 
-/// A second with ten momentary and a short-term reading of the same loudness, 0.1 LKFS.
+/// A second with ten momentary readings and one short-term reading, all of `tenths` (0.1 LKFS).
 inline RecordedSecond SecondAt(std::int64_t time, std::int16_t tenths) {
   RecordedSecond second;
   second.time = time;
@@ -24,13 +24,13 @@ inline RecordedSecond SecondAt(std::int64_t time, std::int16_t tenths) {
   return second;
 }
 
-/// Adds so many of them.
+/// Appends `count` such seconds.
 inline void Append(std::vector<RecordedSecond>& seconds, int count, std::int16_t tenths) {
   for (int i = 0; i < count; ++i)
     seconds.push_back(SecondAt(seconds.empty() ? kTuesday : seconds.back().time + 1, tenths));
 }
 
-/// The whole of them as a period.
+/// The period that all these seconds cover.
 inline StationPeriod PeriodOf(const std::vector<RecordedSecond>& seconds) {
   return {seconds.front().time, seconds.back().time + 1};
 }

@@ -1,4 +1,4 @@
-// The front end as a whole: block boundaries, integer scales, and what it refuses.
+// The front end as a whole: block boundaries, integer scales and refused input.
 
 #include "BlockMeter.h"
 
@@ -29,7 +29,7 @@ double LoudnessOf(double power) {
   return 10.0 * std::log10(power) - 152.6905962 - 0.6974;
 }
 
-// Measures as many whole blocks as the samples hold.
+// Measures all whole blocks of the samples.
 std::vector<BlockReading> ReadingsOf(BlockMeter& meter, std::size_t channels,
                                      const Samples& samples) {
   std::vector<BlockReading> readings;
@@ -104,8 +104,8 @@ TEST(BlockMeterTest, MeanSquareIsOverTheFramesOfItsOwnBlock) {
   }
 }
 
-// Mean square 1/2 is -3.0103 dB; -0.691 and the gain at 997 Hz, 0.691 dB at 48 kHz, cancel out. One
-// second holds 997 whole periods.
+// A mean square of 1/2 is -3.0103 dB. The offset of -0.691 and the gain at 997 Hz, 0.691 dB at 48
+// kHz, cancel out. One second has 997 whole periods.
 TEST(BlockMeterTest, FullScaleSineOf997HertzReadsMinus3Point01) {
   for (const int sampleRate : {8000, 11025, 44100, 48000, 96000, 192000}) {
     const auto second = static_cast<std::size_t>(sampleRate);
@@ -156,8 +156,7 @@ TEST(BlockMeterTest, TheEndOfThePowerScaleIsSharedByTheChannels) {
   EXPECT_LT(BlockPower(1.0, 3), LargestBlockPower(3));
 }
 
-// 1.41 x 32768 = 46202.88. Above 65535 the service, which keeps sixteen bits, would begin again at
-// 0.
+// 1.41 x 32768 = 46202.88. Above 65535 the service's sixteen bits would wrap around to 0.
 TEST(BlockMeterTest, PeakScaleIsThatOfTheService) {
   EXPECT_EQ(BlockPeak(0.0F), 0U);
   EXPECT_EQ(BlockPeak(0.5F), 16384U);
@@ -254,8 +253,8 @@ TEST(BlockMeterTest, ARestHasThePeaksOfItsSamplesAndNoPower) {
   BlockReading reading;
   meter.Measure(Samples(2 * 4800, 0.0).data(), reading);
   Samples rest(2 * 4799, 0.0);
-  rest[1] = 0.5;            // of the first frame, the second channel
-  rest[2 * 4798] = -0.125;  // of the last frame, the first channel
+  rest[1] = 0.5;            // first frame, second channel
+  rest[2 * 4798] = -0.125;  // last frame, first channel
   ASSERT_FALSE(meter.MeasureRest(rest.data(), 4799, reading).has_value());
   EXPECT_EQ(reading.peaks[1], 16384U);
   EXPECT_GE(reading.peaks[0], 4096U);
@@ -307,9 +306,9 @@ TEST(BlockMeterTest, TheLargestNumbersReadTheLargestFigures) {
   EXPECT_EQ(readings[0].peaks[0], 65535U);
 }
 
-// An operation whose result is a denormal number raises the underflow flag. The pause after the
-// sound is long enough for every state to decay far below 1e-308; the samples of the second signal
-// are denormal or close to it themselves.
+// An operation with a denormal result raises the underflow flag. The pause after the sound is long
+// enough for every state to decay far below 1e-308. The samples of the second signal are themselves
+// denormal or nearly so.
 TEST(BlockMeterTest, NoOperationEndsInADenormalNumber) {
   for (const int sampleRate : {8000, 11025, 48000, 96000, 192000}) {
     const auto second = static_cast<std::size_t>(sampleRate);

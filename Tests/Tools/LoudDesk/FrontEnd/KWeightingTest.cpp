@@ -1,4 +1,4 @@
-// K-weighting against the figures that ITU-R BS.1770 prints, and the filter against its formula.
+// Compares the K-weighting with the figures in ITU-R BS.1770, and the filter with its formula.
 
 #include "KWeighting.h"
 
@@ -70,8 +70,8 @@ TEST(KWeightingTest, GainsAreThoseOfTheStandard) {
         << c.frequency << " Hz at " << c.sampleRate << " Hz";
 }
 
-// A sine of mean square 1/2 leaves the filter with a mean square of 1/2 x 10^(gain/10). The first
-// second is for the filter to settle; the second holds whole periods of every frequency.
+// A sine of mean square 1/2 has a mean square of 1/2 x 10^(gain/10) after the filter. The filter
+// settles in the first second; the second one has whole periods of every frequency.
 TEST(KWeightingTest, RunningFilterHasTheGainOfItsFormulaAtEveryRate) {
   for (const int sampleRate : {8000, 11025, 22050, 32000, 44100, 48000, 96000, 176400, 192000})
     for (const double frequency : {40.0, 100.0, 997.0, 3000.0}) {
@@ -86,7 +86,8 @@ TEST(KWeightingTest, RunningFilterHasTheGainOfItsFormulaAtEveryRate) {
     }
 }
 
-// The number of channels decides which of them share a pass; it must not change the result.
+// The number of channels decides which channels are filtered together. It must not change the
+// result.
 TEST(KWeightingTest, EveryChannelOfAnyNumberIsFilteredLikeASingleOne) {
   constexpr std::size_t kFrames = 700;
   for (std::size_t channels = 1; channels <= kMeters; ++channels) {
@@ -121,9 +122,9 @@ TEST(KWeightingTest, EnergiesAreAddedToWhatIsThere) {
   EXPECT_NEAR(fromThree[0], 3.0 + fromZero[0], 1e-12);
 }
 
-// The slower of the two decays, that of the high pass, is e^-1 in 1 / (2 pi 38 Hz) = 4.2 ms: 1e-30
-// is reached after 0.3 s. Without an end to it the squares would pass through the denormal range
-// and reach zero after 1.5 s.
+// The high pass decays more slowly than the other section: by e^-1 in 1 / (2 pi 38 Hz) = 4.2 ms. It
+// reaches 1e-30 after 0.3 s. If it were not cut off, the squares would pass through the denormal
+// range and reach zero after 1.5 s.
 TEST(KWeightingTest, SilenceAfterSoundRingsOutToExactlyNothing) {
   for (const int sampleRate : {8000, 48000, 192000}) {
     KWeightingFilter filter(KWeightingFor(sampleRate), 2);

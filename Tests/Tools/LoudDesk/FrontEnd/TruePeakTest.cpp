@@ -1,4 +1,5 @@
-// True peak against the signals of EBU Tech 3341 and against the plain filter of ITU-R BS.1770.
+// Compares the true peak with the signals of EBU Tech 3341 and with the plain filter of ITU-R
+// BS.1770.
 
 #include "TruePeak.h"
 
@@ -46,7 +47,7 @@ double LevelDb(float peak) {
   return 20.0 * std::log10(static_cast<double>(peak));
 }
 
-// Fades of 10 ms at both ends, as the standard's signals have them.
+// The samples with fades of 10 ms at both ends, like the standard's signals.
 Samples Faded(Samples samples, int sampleRate) {
   const auto fade = static_cast<std::size_t>(sampleRate / 100);
   for (std::size_t n = 0; n < fade; ++n) {
@@ -57,8 +58,8 @@ Samples Faded(Samples samples, int sampleRate) {
   return samples;
 }
 
-// The standard's interpolator as it is printed: one filter of 48 taps over the samples with three
-// zeros between them, whose phase p is every fourth tap from p on.
+// The interpolator as printed in the standard: one filter of 48 taps for the samples with three
+// zeros between them. Phase p has every fourth tap from p on.
 constexpr double kPhases[4][12] = {
     {0.001708984375, 0.010986328125, -0.0196533203125, 0.033203125, -0.0594482421875,
      0.1373291015625, 0.97216796875, -0.102294921875, 0.047607421875, -0.026611328125,
@@ -97,7 +98,7 @@ TEST(TruePeakTest, OversamplingFallsWithTheSampleRate) {
   EXPECT_EQ(OversamplingFor(192000.0), Oversampling::kNone);
 }
 
-// EBU Tech 3341, cases 15 to 19: the samples of all but the first lie beside the crests.
+// EBU Tech 3341, cases 15 to 19. Except in the first case, no sample is on a crest.
 TEST(TruePeakTest, CrestsBetweenSamplesAreFound) {
   struct {
     int number;
@@ -149,7 +150,7 @@ TEST(TruePeakTest, WithoutOversamplingThePeakIsTheLargestSample) {
   EXPECT_EQ(PeaksOf(Oversampling::kNone, 1, {0.25, -0.75, 0.5})[0], 0.75F);
 }
 
-// A single sample of 1 passes the interpolator with 0.972 at most.
+// After a single sample of 1 the interpolator reaches 0.972 at most.
 TEST(TruePeakTest, ReadingIsNeverBelowTheSamplePeak) {
   Samples impulse(100, 0.0);
   impulse[50] = -1.0;
@@ -184,8 +185,8 @@ TEST(TruePeakTest, PeaksAreRaisedNeverLowered) {
   EXPECT_EQ(peaks[0], 0.5F);
 }
 
-// A sine of a quarter of the sample rate at 45 degrees: every sample lies 3 dB below the crest, and
-// one of them elsewhere is higher, at the end of an odd number of frames.
+// A sine of a quarter of the sample rate at 45 degrees: every sample is 3 dB below the crest,
+// except for a higher one at the end of an odd number of frames.
 TEST(TruePeakTest, SamplePeaksAreThoseOfTheSamplesAlone) {
   for (const Oversampling oversampling :
        {Oversampling::kNone, Oversampling::kTwo, Oversampling::kFour}) {

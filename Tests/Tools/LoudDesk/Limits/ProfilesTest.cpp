@@ -1,4 +1,4 @@
-// Profiles against the figures that their documents state or are reported to state.
+// Compares profiles with the figures that their documents state or are reported to state.
 
 #include "Profiles.h"
 
@@ -93,7 +93,7 @@ TEST(ProfilesTest, TheListShowsEveryProfileWithItsFiguresAndSource) {
   const std::string list = ProfileList();
   for (const std::string& name : ProfileNames()) {
     EXPECT_THAT(list, HasSubstr("\n" + name)) << name;
-    // What is too long for a line goes on in the next.
+    // Long texts are wrapped, so only the first word is compared.
     const std::string source = CriteriaOf(name).source;
     EXPECT_THAT(list, HasSubstr(source.substr(0, source.find_first_of(" ,")))) << name;
   }

@@ -35,7 +35,7 @@ Verdict PeakVerdict(std::optional<double> maxTruePeak, const Criteria& criteria 
   return VerdictsOn(Programme(-23.0, maxTruePeak), criteria).at(1);
 }
 
-// A figure is judged as it is written: -22.5049 is written -22.50, -22.5051 is -22.51.
+// A figure is judged after rounding: -22.5049 is written as -22.50, -22.5051 as -22.51.
 TEST(VerdictTest, LoudnessOnTheEdgeOfTheToleranceKeepsIt) {
   struct {
     double integrated;
@@ -81,7 +81,7 @@ TEST(VerdictTest, WithoutAReadingThereIsNoVerdict) {
   EXPECT_EQ(PeakVerdict(std::nullopt).finding, "There is no reading, so nothing is judged");
 }
 
-// A reading at the end of its scale means that much or more. It exceeds any lower limit; nothing
+// A reading at the end of its scale means at least that value. It exceeds any lower limit; nothing
 // else is certain.
 TEST(VerdictTest, ATruePeakAtTheEndOfItsScaleBreaksALimitOrLeavesItOpen) {
   Figures figures = Programme(-23.0, 6.02);
@@ -176,7 +176,7 @@ TEST(VerdictTest, WithoutALimitNothingIsJudged) {
   EXPECT_STREQ(WordFor(Judgement::kNotJudged), "Not judged");
 }
 
-// Every figure that has a limit, on it and a hundredth beyond.
+// Every figure that has a limit, exactly on the limit and a hundredth beyond it.
 TEST(VerdictTest, FurtherFiguresAreJudgedByLimitsOfTheirOwn) {
   Criteria criteria;
   criteria.limits.maxShortTerm = -18.0;
@@ -240,7 +240,7 @@ TEST(VerdictTest, CriteriaAreOneLine) {
   EXPECT_EQ(CriteriaText(criteria), "Playback: target -14.00 LKFS, nothing is judged");
 }
 
-// The target is 3 dB higher; the peak leaves room for 2, 3 and 4 dB, or exceeds its limit by 1.
+// The target is 3 dB higher. The peak has headroom of 2, 3 or 4 dB, or exceeds its limit by 1 dB.
 TEST(VerdictTest, GainLeadsToTheTargetAndNotBeyondThePeakCeiling) {
   struct {
     double maxTruePeak;

@@ -1,4 +1,5 @@
-// The shipped `LoudDesk log` on records that LoudGate's writer made: what goes where, and statuses.
+// The shipped `LoudDesk log` with records made by LoudGate's writer: output streams and exit
+// statuses.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,7 +30,7 @@ struct Outcome {
 
 class LogCommandTest : public testing::Test {
  protected:
-  // By the clock of Berlin in winter.
+  // Runs LoudDesk in the time zone of Berlin in winter.
   Outcome Run(const std::string& arguments) const {
     const std::string out = mDirectory.Path("out.txt");
     const std::string errors = mDirectory.Path("errors.txt");
@@ -39,7 +40,7 @@ class LogCommandTest : public testing::Test {
     return {WEXITSTATUS(status), test_audio::BytesOf(out), test_audio::BytesOf(errors)};
   }
 
-  // Two minutes of cluster 1-3 at -23 LKFS from 2024-11-19T00:00:00Z on, and as many of 1-1.
+  // Two minutes each of clusters 1-3 and 1-1 at -23 LKFS, from 2024-11-19T00:00:00Z on.
   void Record() const {
     StationBatch batch;
     Append(batch.seconds[{1, 3}], 120, -230);

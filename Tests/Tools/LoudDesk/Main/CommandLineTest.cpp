@@ -27,7 +27,7 @@ Outcome OutcomeOf(const std::vector<std::string>& arguments) {
   return {status, out.str(), errors.str()};
 }
 
-// All subcommands. Each ends the parse once it has understood its arguments, before it does
+// All subcommands. Each ends the parse once its arguments have been accepted, before it does
 // anything.
 class IdleCommandLine {
  public:
@@ -36,7 +36,7 @@ class IdleCommandLine {
     Visit(mApp, [](CLI::App& app) { app.parse_complete_callback([] { throw CLI::Success(); }); });
   }
 
-  // What is wrong with the arguments; empty if they are right.
+  // The complaint about the arguments; empty if they are right.
   std::string Complaint(const std::string& arguments) {
     try {
       mApp.parse(arguments);
@@ -93,7 +93,7 @@ TEST(CommandLineTest, EverySubcommandShowsExamplesThatItUnderstands) {
     EXPECT_EQ(IdleCommandLine().Complaint(example), "") << example;
 }
 
-// Checks the check: it finds a wrong example, and the end of a right one before a pipe.
+// Tests the check itself: it finds a wrong example, and the end of a right one before a pipe.
 TEST(CommandLineTest, ExamplesAreReadUpToWhereTheShellTakesOver) {
   EXPECT_THAT(ExamplesIn("Usage\n\nExample:\n  LoudDesk watch --loud > x\n  export A=1\n"
                          "  (sleep 5) | LoudDesk unit a.wav\n\n  LoudDesk is no example here\n"),

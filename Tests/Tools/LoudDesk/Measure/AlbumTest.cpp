@@ -30,7 +30,8 @@ MeasuredProgramme ProgrammeAt(double lkfs, int blocks) {
   return programme;
 }
 
-// Neither the mean of the two figures nor that of the longer one: the mean power of all readings.
+// The mean power of all readings, not the mean of the two figures and not the figure of the longer
+// programme.
 TEST(AlbumTest, LoudnessIsThatOfAllReadingsTogether) {
   Album album;
   album.Add(ProgrammeAt(-20.0, 1000));
@@ -43,7 +44,7 @@ TEST(AlbumTest, LoudnessIsThatOfAllReadingsTogether) {
   EXPECT_DOUBLE_EQ(figures.seconds, 400.0);
 }
 
-// The quiet one alone would pass its own gate.
+// The quiet programme would pass a gate of its own.
 TEST(AlbumTest, GatesAreThoseOfAllTogether) {
   Album album;
   album.Add(ProgrammeAt(-20.0, 1000));

@@ -1,4 +1,4 @@
-// SHA-256 against the examples of its standard.
+// Compares SHA-256 with the examples of its standard.
 
 #include "FileHash.h"
 
@@ -21,7 +21,7 @@ TEST(FileHashTest, HashesAreThoseOfTheStandard) {
             "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
 }
 
-// More than is read at once.
+// A file that is longer than one read.
 TEST(FileHashTest, EveryByteCounts) {
   const test_audio::AudioDirectory directory;
   std::string bytes(3'000'000, 'a');

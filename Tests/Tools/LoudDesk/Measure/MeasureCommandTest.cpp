@@ -1,5 +1,5 @@
-// The shipped LoudDesk on its command line: status codes, what goes to which stream, and behaviour
-// on a terminal.
+// The shipped LoudDesk on its command line: exit statuses, output streams, and behaviour on a
+// terminal.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -37,10 +37,10 @@ using testing::StartsWith;
 constexpr char kLoudDesk[] = LOUDDESK_BINARY;
 constexpr int kFloatWav = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
 
-// Bytes of a file just long enough for a progress bar: 250 s.
+// Size in bytes of a file that is just long enough for a progress bar: 250 s.
 constexpr std::uint32_t kLong = 24'000'000;
 
-// Bytes of a file that takes many seconds to measure.
+// Size in bytes of a file that takes many seconds to measure.
 constexpr std::uint32_t kVeryLong = 2'000'000'000;
 
 struct Outcome {
@@ -51,7 +51,7 @@ struct Outcome {
 
 // The text as one word of a shell's command line.
 std::string Quoted(const std::string& text) {
-  return "'" + text + "'";  // no path or argument of these tests holds a quote
+  return "'" + text + "'";  // no path or argument of these tests contains a quote
 }
 
 // A pseudo-terminal, whose other end the test holds.
@@ -76,13 +76,13 @@ class Terminal {
 
   const std::string& Name() const { return mName; }
 
-  // False if nothing has been written to the terminal in all that time.
+  // Waits for output on the terminal. False if none comes in this time.
   bool WaitForText(int milliseconds) const {
     pollfd readable = {mOwnSide, POLLIN, 0};
     return poll(&readable, 1, milliseconds) > 0;
   }
 
-  // What has been written to the terminal so far.
+  // The output on the terminal so far.
   std::string Read() const {
     std::string text;
     std::array<char, 4096> bytes;
@@ -104,7 +104,8 @@ class Terminal {
 
 class MeasureCommandTest : public testing::Test {
  protected:
-  // Runs LoudDesk from a shell. Standard output and error go to files, or where `redirection` says.
+  // Runs LoudDesk from a shell. Standard output and error go to files unless `redirection` changes
+  // that.
   Outcome Run(const std::string& arguments, const std::string& redirection = "") const {
     const std::string out = mDirectory.Path("out.txt");
     const std::string errors = mDirectory.Path("errors.txt");
@@ -123,7 +124,7 @@ class MeasureCommandTest : public testing::Test {
                             Repeated(Sine(Amplitude(-23.0), 1000.0, 48000, 96000), 2));
   }
 
-  // A file of 48000 frames for every 96000 bytes that costs no disk: a hole.
+  // A sparse file, which takes no disk space: 48000 frames for every 96000 bytes.
   std::string WriteSilence(std::uint32_t sampleBytes) const {
     const std::string path =
         mDirectory.Write("long.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 48000, 2, {0.0, 0.0});
@@ -161,7 +162,7 @@ TEST_F(MeasureCommandTest, JsonIsAllThereIsOnStandardOutput) {
   EXPECT_EQ(document["File"].GetString(), path);
   EXPECT_NEAR(document["Integrated"].GetDouble(), -23.0, 0.1);
   EXPECT_NEAR(document["MaxMomentary"].GetDouble(), -23.0, 0.1);
-  EXPECT_TRUE(document["MaxShortTerm"].IsNull());  // of 2 s
+  EXPECT_TRUE(document["MaxShortTerm"].IsNull());  // 2 s are too short
   EXPECT_NEAR(document["MaxTruePeak"].GetDouble(), -23.0, 0.2);
   EXPECT_EQ(document["Seconds"].GetDouble(), 2.0);
 }
@@ -246,7 +247,7 @@ TEST_F(MeasureCommandTest, ProgrammesAndSpeakersAreChosenByOptions) {
   const std::string path = Quoted(WriteTone("tone.wav"));
   struct {
     const char* options;
-    double integrated;  // of a tone of -23 dBFS: on two speakers -23.00, on one 3.01 LU less
+    double integrated;  // for a tone of -23 dBFS: on two speakers -23.00, on one 3.01 LU less
   } const cases[] = {
       {"--speakers l,r", -23.0},
       {"--speakers none,c", -26.01},
@@ -378,7 +379,7 @@ TEST_F(MeasureCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
   }
 }
 
-// What a new user may take for a file, and the one line about each.
+// Arguments that a new user may mistake for an audio file, and the one line about each.
 TEST_F(MeasureCommandTest, WhatIsNoAudioFileIsNamedWithTheReason) {
   const std::string directory = mDirectory.Path(".");
   const std::string empty = mDirectory.WriteBytes("empty.wav", "");

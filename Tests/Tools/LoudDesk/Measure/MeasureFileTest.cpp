@@ -69,14 +69,14 @@ TEST_F(MeasureFileTest, ASteadyToneReadsItsLevelInEveryFigure) {
   }
 }
 
-// EBU Tech 3341, case 3: the quiet ends lie below the relative gate.
+// EBU Tech 3341, case 3: the quiet ends are below the relative gate.
 TEST_F(MeasureFileTest, QuietPassagesAreGated) {
   const Samples quiet = StereoTone(-36.0, 10.0);
   const Figures figures = Measure(2, Joined(Joined(quiet, StereoTone(-23.0, 60.0)), quiet));
   EXPECT_NEAR(figures.integrated.value(), -23.0, 0.1);
 }
 
-// EBU Tech 3341, case 6, with something in the sixth channel that must not count.
+// EBU Tech 3341, case 6, with a signal on the LFE channel that must not count.
 TEST_F(MeasureFileTest, SurroundSpeakersWeighMoreAndLowFrequencyEffectsNothing) {
   const Samples front = Tone(-28.0, 20.0);
   const Samples surround = Tone(-30.0, 20.0);
@@ -84,11 +84,11 @@ TEST_F(MeasureFileTest, SurroundSpeakersWeighMoreAndLowFrequencyEffectsNothing) 
   const Figures figures =
       Measure(6, Interleaved({front, front, Tone(-24.0, 20.0), effects, surround, surround}));
   EXPECT_NEAR(figures.integrated.value(), -23.0, 0.1);
-  EXPECT_NEAR(figures.maxTruePeak.value(), -6.0, 0.2);  // of every channel
+  EXPECT_NEAR(figures.maxTruePeak.value(), -6.0, 0.2);  // every channel counts
 }
 
-// A tone of -23 dBFS in one channel instead of two reads 3.01 LU less, and 1.49 LU more than that
-// as a surround speaker: 10 log10(1.41).
+// A tone of -23 dBFS on one channel reads 3.01 LU less than on two. As a surround speaker that
+// channel reads 10 log10(1.41) = 1.49 LU more.
 TEST_F(MeasureFileTest, ChosenSpeakersDecideTheWeights) {
   const Samples tone = Tone(-23.0, 5.0);
   const Samples silence(tone.size(), 0.0);
@@ -123,7 +123,7 @@ TEST_F(MeasureFileTest, WhatIsLeftBehindTheLastBlockHasATruePeakAndNoLoudness) {
   EXPECT_NEAR(figures.seconds, 2.0999, 1.0 / kRate);
 }
 
-// Lengths before and after the fourth block, with which loudness begins; a rest of one frame.
+// Lengths before and after the fourth block, where loudness begins, each with a rest of one frame.
 TEST_F(MeasureFileTest, ThePeakOfTheVeryLastSampleCounts) {
   for (const std::size_t blocks : {0U, 1U, 3U, 4U, 20U}) {
     Samples samples(2 * (blocks * kBlock + 1), 0.0);
@@ -178,7 +178,7 @@ TEST_F(MeasureFileTest, FourBlocksHaveLoudness) {
   EXPECT_TRUE(figures.maxMomentary.has_value());
 }
 
-// EBU Tech 3341 and 3342 refer to readings of 3 s.
+// EBU Tech 3341 and 3342 define these figures by readings of 3 s.
 TEST_F(MeasureFileTest, LessThan3SecondsHaveNoShortTermLoudnessAndNoRange) {
   const Figures shorter = Measure(2, StereoTone(-10.0, 2.99));
   EXPECT_TRUE(shorter.integrated.has_value());
@@ -297,7 +297,7 @@ TEST_F(MeasureFileTest, ReadingsAreThoseOfTheWholeFile) {
   EXPECT_EQ(series.readings.momentary.GatedLoudness(), series.figures.integrated);
 }
 
-// In one pass: a tone on the first two of three channels, another one on the third.
+// One pass over three channels: a tone on the first two, another tone on the third.
 TEST_F(MeasureFileTest, SeveralProgrammesOfAFileHaveFiguresOfTheirOwn) {
   const Samples tone = Tone(-23.0, 5.0);
   AudioFile file(mDirectory.Write("three.wav", kFloatWav, kRate, 3,
@@ -316,7 +316,7 @@ TEST_F(MeasureFileTest, SeveralProgrammesOfAFileHaveFiguresOfTheirOwn) {
   }
 }
 
-// Crests between the samples: a quarter of the sample rate at 45 degrees.
+// A sine of a quarter of the sample rate at 45 degrees has its crests between the samples.
 TEST_F(MeasureFileTest, EachChannelHasItsPeaks) {
   const Samples crests = Sine(0.5, kRate / 4.0, kRate, kRate, 45.0);
   const Samples quiet = Tone(-40.0, 1.0);

@@ -1,5 +1,4 @@
-// The files of a command line: what goes to which stream, and that a file that fails does not
-// affect the others.
+// The files of a command line: output streams, and a file that fails without affecting the others.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -44,7 +43,7 @@ std::string LastLine(const std::string& text) {
   return text.substr(end == std::string::npos ? 0 : end + 1);
 }
 
-// Of files in a style, and with a report where it is named.
+// Options for these files in this style, with a report if its path is not empty.
 MeasureOptions Options(std::vector<std::string> files, FigureStyle style = FigureStyle::kTable,
                        const std::string& report = "") {
   MeasureOptions options;
@@ -54,7 +53,7 @@ MeasureOptions Options(std::vector<std::string> files, FigureStyle style = Figur
   return options;
 }
 
-// By an own target, tolerance and limit of the true peak.
+// The options with a target, a tolerance and a limit of the true peak.
 MeasureOptions WithLimits(MeasureOptions options, double target, double tolerance,
                           double maxTruePeak) {
   options.profile.target = target;
@@ -135,7 +134,7 @@ TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedByItsPosition) {
   }
 }
 
-// 2016 frames are 42 ms: by themselves less than a block, and after a block a rest.
+// 2016 frames are 42 ms: alone less than a block, after a block a rest.
 TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedInTheLastIncompleteBlockToo) {
   for (const std::size_t frames : {2016U, 4800U + 2016U}) {
     Samples samples(2 * frames, 0.1);
@@ -194,8 +193,8 @@ TEST_F(MeasureFilesTest, ALimitBeyondTheEndOfTheScaleIsNotKept) {
   EXPECT_THAT(page, HasSubstr("\xE2\x89\xA5 6.02 "));
 }
 
-// 5.1 in the order of each format. A tone on the LFE channel alone reads no loudness; one of -20
-// dBFS on both surrounds reads -20 + 10 log10(1.41) = -18.51 LKFS, but for what a codec changes.
+// 5.1 in the channel order of each format. A tone on the LFE channel alone has no loudness. A tone
+// of -20 dBFS on both surrounds reads -20 + 10 log10(1.41) = -18.51 LKFS, except for coding errors.
 TEST_F(MeasureFilesTest, ChannelsAreTakenInTheOrderOfTheFormat) {
   struct {
     const char* name;
@@ -404,7 +403,7 @@ TEST_F(MeasureFilesTest, AReportCoversEveryFileAlsoThoseThatFail) {
   EXPECT_THAT(page, HasSubstr("<bdi>no such file</bdi>"));
 }
 
-// A tone of -20 dBFS reads -20 LKFS: 3 LU above the target of EBU R 128, on the one chosen.
+// A tone of -20 dBFS reads -20 LKFS: 3 LU above the target of EBU R 128, but on the chosen target.
 TEST_F(MeasureFilesTest, AReportJudgesByTheLimitsGivenAndLeavesTheStatusAlone) {
   const std::string a = WriteTone("a.wav");
   const std::string report = mDirectory.Path("report.html");
@@ -455,19 +454,19 @@ TEST_F(MeasureFilesTest, LongFilesShowProgressOnATerminalOnly) {
   EXPECT_THAT(mErrors.str(), testing::EndsWith(" \r"));
 }
 
-// No line is wider than the terminal is at the time.
+// No line may be wider than the terminal when the line is written.
 TEST_F(MeasureFilesTest, ATerminalThatGetsNarrowerDoesNotScroll) {
   const std::string path = mDirectory.Write("long.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 192000,
                                             32, Samples(20'000'000, 0.0));
   MeasureOptions options = Options({path}, FigureStyle::kJson);
   options.programmes.speakers = SpeakerLayout(32, "Left");
   std::size_t columns = 80;
-  std::vector<std::size_t> widths;  // of the terminal, each time that it was asked
+  std::vector<std::size_t> widths;  // width of the terminal at each query
   EXPECT_EQ(Run(options,
                 [&] {
                   columns = columns > 20 ? columns - 10 : 20;
                   widths.push_back(columns);
-                  mErrors << '|';  // what follows was written for this width
+                  mErrors << '|';  // marks the beginning of the output for this width
                   return columns;
                 }),
             0);
@@ -548,8 +547,7 @@ TEST_F(DamagedFilesTest, SoIsEveryRowOfTheSeries) {
   EXPECT_GT(damaged, 5);
 }
 
-// More files than the threads and their window hold, with lengths such that they end in another
-// order.
+// More files than the threads handle at a time. Their lengths make them finish in another order.
 TEST_F(MeasureFilesTest, ManyJobsWriteInTheOrderGiven) {
   std::vector<std::string> files;
   for (int i = 0; i < 40; ++i) {

@@ -1,4 +1,4 @@
-// The shipped LoudDesk on media of every kind, from every kind of source: video with several
+// The shipped LoudDesk with media of every kind from every kind of source: video with several
 // streams, standard input, pipes, directories, many files at a time, and malicious files.
 
 #include <fcntl.h>
@@ -51,7 +51,8 @@ struct Measured {
 
 class MediaCommandTest : public testing::Test {
  protected:
-  // A command of the shell in which %l is the shipped program and %d the directory of the files.
+  // Runs a shell command in which %l stands for the shipped program and %d for the directory of the
+  // files.
   Outcome Run(std::string command) const {
     for (const auto& [letter, text] :
          {std::pair<std::string, std::string>("%l", LOUDDESK_BINARY), {"%d", mDirectory.Path("")}})
@@ -88,7 +89,7 @@ class MediaCommandTest : public testing::Test {
   AudioDirectory mDirectory;
 };
 
-// Each format that Docs/MEASURING.md names, as ffmpeg writes it. Codecs of blocks may pad.
+// Each format that Docs/MEASURING.md names, written by ffmpeg. Block codecs may pad.
 TEST_F(MediaCommandTest, EveryFormatInTheReadmeIsMeasured) {
   WriteTone("tone.wav", -23.0);
   const std::pair<const char*, const char*> cases[] = {
@@ -124,7 +125,7 @@ TEST_F(MediaCommandTest, EveryFormatInTheReadmeIsMeasured) {
       {"a.wv", ""},
       {"a.tta", ""},
   };
-  // A programme writes them all: it takes longer to start than to encode.
+  // One ffmpeg process writes them all, because it takes longer to start than to encode.
   std::string encode = "ffmpeg -v error -y -i %d/tone.wav -f lavfi -i color=s=64x64:d=4:r=25";
   std::string files;
   for (const auto& [name, options] : cases) {
@@ -143,7 +144,7 @@ TEST_F(MediaCommandTest, EveryFormatInTheReadmeIsMeasured) {
   for (std::size_t i = 0; i < lines.size(); ++i) {
     const std::string name = cases[i].first;
     EXPECT_EQ(lines[i].file, mDirectory.Path(name));
-    EXPECT_NEAR(lines[i].integrated, -23.0, 0.6) << name;  // LAME turns down by 0.45 dB
+    EXPECT_NEAR(lines[i].integrated, -23.0, 0.6) << name;  // LAME attenuates by 0.45 dB
     EXPECT_NEAR(lines[i].seconds, 4.0, 0.1) << name;
   }
 }
@@ -196,7 +197,7 @@ TEST_F(MediaCommandTest, StandardInputAndPipesAreMeasured) {
   }
 }
 
-// An MP4 whose index lies at its end cannot be read in order.
+// An MP4 with its index at the end cannot be read in order.
 TEST_F(MediaCommandTest, WhatCannotComeFromAPipeSaysSo) {
   WriteTone("a.wav", -23.0);
   mDirectory.Make("a.m4a", "ffmpeg -v error -i %d/a.wav %o");
@@ -243,7 +244,7 @@ TEST_F(MediaCommandTest, CtrlCWritesWhatIsFinished) {
     _exit(127);
   }
   const int feeder = open(fifo.c_str(), O_WRONLY);  // the measurement has begun
-  // The second file is ready when its worker has closed it; then it waits for the first.
+  // The worker of the second file has closed it and now waits for the first file.
   const std::string descriptors = "/proc/" + std::to_string(child) + "/fd";
   const auto holds = [&descriptors](const std::string& path) {
     std::error_code error;

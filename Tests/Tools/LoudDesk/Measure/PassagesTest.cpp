@@ -1,4 +1,4 @@
-// Where a series lies above a limit.
+// The passages in which a series is above a limit.
 
 #include "Passages.h"
 
@@ -30,13 +30,13 @@ TEST(PassagesTest, APassageLastsFromItsFirstBlockToItsLast) {
   EXPECT_DOUBLE_EQ(passages[0].highest, -0.25);
 }
 
-// -1.004 is written -1.00.
+// -0.996 is written as -1.00.
 TEST(PassagesTest, OnTheLimitIsNotAboveItAsItIsWritten) {
   EXPECT_TRUE(Above(PeaksOf({-1.0F, -0.996F}), -1.0).empty());
   EXPECT_EQ(Above(PeaksOf({-1.0F, -0.99F}), -1.0).size(), 1U);
 }
 
-// The first passage ends at 0.1 s: the next one begins 0.9 s or 1.0 s later.
+// The first passage ends at 0.1 s; the next one begins 0.9 s or 1.0 s later.
 TEST(PassagesTest, PassagesLessThanASecondApartAreOne) {
   std::vector<float> peaks(20, -9.0F);
   peaks[0] = 0.0F;
@@ -66,7 +66,7 @@ TEST(PassagesTest, WhereThereIsNoReadingThereIsNoPassage) {
   EXPECT_TRUE(Above(std::vector<SeriesPoint>(10), -90.0).empty());
 }
 
-// A day may hold tens of thousands of passages.
+// A day may have tens of thousands of passages.
 TEST(PassagesTest, OfManyPassagesTheFirstAreKeptAndAllCounted) {
   PassageGatherer gatherer(-1.0, 0.1, 2);
   for (int i = 1; i <= 5; ++i)

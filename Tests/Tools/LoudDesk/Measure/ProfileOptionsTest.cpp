@@ -11,7 +11,7 @@ namespace {
 
 using testing::HasSubstr;
 
-// What the options of a command line ask for. If they are wrong, the title is the complaint.
+// The criteria of a command line. If its options are wrong, the title is the complaint.
 Criteria CriteriaOfLine(const std::string& line) {
   CLI::App app;
   ProfileOptions options;

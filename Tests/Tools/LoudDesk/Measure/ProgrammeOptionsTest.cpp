@@ -1,4 +1,4 @@
-// Channels and speakers as they are written on the command line.
+// Channels and speakers on the command line.
 
 #include "ProgrammeOptions.h"
 

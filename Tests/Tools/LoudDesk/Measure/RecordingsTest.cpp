@@ -1,8 +1,8 @@
-// The shipped LoudDesk against independent meters, on recordings from Debian packages. Momentary
-// and integrated loudness agree within 0.05 LU, and the maximum true peak within 0.2 dB, with
-// libebur128 and, if it is installed, ffmpeg. The engine has its own definition of short-term
-// loudness and loudness range: they agree with what follows from libebur128's momentary loudness by
-// that definition, and are close to libebur128's own figures.
+// Compares the shipped LoudDesk with independent meters on recordings from Debian packages.
+// Momentary and integrated loudness agree within 0.05 LU, and the maximum true peak within 0.2 dB,
+// with libebur128 and, if it is installed, ffmpeg. The engine has its own definition of short-term
+// loudness and loudness range: they agree with the figures computed by that definition from
+// libebur128's momentary loudness, and are close to libebur128's own figures.
 
 #include <ebur128.h>
 #include <gmock/gmock.h>
@@ -36,23 +36,23 @@ constexpr double kTruePeakTolerance = 0.2;   // dB
 constexpr double kRangeDistance = 0.5;
 constexpr double kAbsoluteGate = -70.0;  // LKFS
 
-constexpr std::size_t kFieldsOfRow = 7;  // of the series from the time on, at its end
+constexpr std::size_t kFieldsOfRow = 7;  // last fields of a row of the series, from the time on
 
-// How far the range of one reading per second may be from that of ten, in LU: for programmes of a
-// minute and more, and for shorter ones. Docs/COMPLIANCE.md states both.
+// How far the range from one reading per second may be from the range from ten, in LU: for
+// programmes of at least a minute, and for shorter ones. Docs/COMPLIANCE.md states both.
 constexpr double kStableDeviation = 0.15;
 constexpr double kShortDeviation = 0.5;
 constexpr std::size_t kStableRange = 600;  // blocks
 
-// The engine's short-term loudness is the mean of the last thirty momentary readings. Such a
-// reading is the mean of four blocks of 100 ms, so that it weighs 33 blocks.
+// The engine's short-term loudness is the mean of the last thirty momentary readings. Each of them
+// is the mean of four blocks of 100 ms, so the short-term loudness depends on 33 blocks.
 constexpr std::size_t kShortTermReadings = 30;
 constexpr std::size_t kMomentaryBlocks = 4;
 constexpr std::size_t kShortTermBlocks = kShortTermReadings + kMomentaryBlocks - 1;
 constexpr std::size_t kReadingsPerSecond = 10;
 constexpr std::size_t kFirstShortTerm = 30;  // by the number of blocks
 
-// The range has one reading per second from 1.3 s on. This block has the first one of full 3 s.
+// The range has one reading per second from 1.3 s on. This block has the first one that covers 3 s.
 constexpr std::size_t kFirstOfRange = 33;
 
 // ffmpeg prints one decimal, so half of a tenth is added to the tolerance.
@@ -61,7 +61,7 @@ constexpr double kPrintedTolerance = 0.05;
 struct Recording {
   const char* name;     // of the test
   const char* package;  // Debian package that it comes with
-  const char* path;     // of a file, or of a directory of them to be played in a row
+  const char* path;     // a file, or a directory whose files are played in a row
 };
 
 void PrintTo(const Recording& recording, std::ostream* out) {
@@ -96,22 +96,22 @@ constexpr Recording kLongestRecording = {"MusicOfFiveMinutes", "hex-a-hop-data",
 struct Figures {
   double integrated = 0.0;   // LKFS
   double maxTruePeak = 0.0;  // dBTP
-  double lra = 0.0;          // LU, 0 where there is none
+  double lra = 0.0;          // LU, 0 if there is none
 };
 
-// Loudness at the end of a block, LKFS; far below any gate where there is none.
+// Loudness at the end of a block, LKFS; far below any gate if there is none.
 struct Point {
   double momentary = -200.0;
   double shortTerm = -200.0;
 };
 
-// What a meter says about a file; one point per block.
+// A meter's results for a file; one point per block.
 struct Measured {
   Figures figures;
   std::vector<Point> points;
 };
 
-// Everything that a command writes to its standard output, by a shell.
+// Runs a command in a shell and returns its standard output.
 std::string OutputOf(const std::string& command) {
   const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
   std::string output;
@@ -125,7 +125,7 @@ std::string OutputOf(const std::string& command) {
   return output;
 }
 
-// By the shipped binary.
+// The figures of the shipped binary.
 Figures FiguresOfLoudDesk(const std::string& path) {
   const std::string output =
       OutputOf("'" + std::string(kLoudDesk) + "' measure --format json '" + path + "'");
@@ -207,7 +207,7 @@ Point PointOf(const Ebur128& meter) {
   return point;
 }
 
-// By libebur128, fed with blocks of 100 ms and the rest after them.
+// The results of libebur128, fed with blocks of 100 ms and the rest.
 Measured MeasuredByEbur128(const std::string& path) {
   SF_INFO info{};
   const std::unique_ptr<SNDFILE, CloseSndfile> file(sf_open(path.c_str(), SFM_READ, &info));
@@ -267,8 +267,8 @@ std::vector<double> ShortTermOf(const std::vector<Point>& points) {
 }
 
 // The loudness range of the short-term readings from block `first` on, `step` blocks apart: from
-// the lowest reading that 10 % do not exceed to the highest that 5 % reach. Readings over 20 LU
-// below their gated loudness do not count. Percentages are truncated to whole ones.
+// the lowest reading that 10 % do not exceed to the highest that 5 % reach. Readings more than 20
+// LU below their gated loudness do not count. Percentages are truncated to integers.
 double RangeOf(const std::vector<double>& shortTerm, std::size_t first, std::size_t step) {
   std::vector<double> readings;
   for (std::size_t i = first - 1; i < shortTerm.size(); i += step)
@@ -282,7 +282,7 @@ double RangeOf(const std::vector<double>& shortTerm, std::size_t first, std::siz
     return 0.0;
   std::sort(readings.begin(), readings.end());
   const std::size_t count = readings.size();
-  const auto rankOf = [count](std::size_t percent) {  // of the first reading, counted from 0
+  const auto rankOf = [count](std::size_t percent) {  // index of the first such reading
     std::size_t rank = 0;
     while ((rank + 1) * 100 / count < percent)
       ++rank;
@@ -291,12 +291,12 @@ double RangeOf(const std::vector<double>& shortTerm, std::size_t first, std::siz
   return readings[count - 1 - rankOf(5)] - readings[rankOf(10)];
 }
 
-// As the engine defines it: with one reading per second.
+// The range by the engine's definition: one reading per second.
 double RangeOf(const std::vector<double>& shortTerm) {
   return RangeOf(shortTerm, kFirstOfRange, kReadingsPerSecond);
 }
 
-// As EBU Tech 3342 of 2016 asks for it: with ten readings per second.
+// The range by EBU Tech 3342 of 2016: ten readings per second.
 double RangeOfAll(const std::vector<double>& shortTerm) {
   return RangeOf(shortTerm, kFirstShortTerm, 1);
 }
@@ -308,7 +308,7 @@ double NumberBehind(const std::string& text, const std::string& label) {
                                        : std::strtod(&text[position + label.size()], nullptr);
 }
 
-// By ffmpeg, from the summary that its filter writes.
+// The figures of ffmpeg, from the summary of its filter.
 Figures FiguresOfFfmpeg(const std::string& path) {
   const std::string output = OutputOf("ffmpeg -nostdin -nostats -hide_banner -i '" + path +
                                       "' -af ebur128=peak=true:framelog=verbose -f null - 2>&1");
@@ -340,8 +340,8 @@ void ExpectShortTermByDefinition(const std::vector<Point>& ours,
     }
 }
 
-// A mean over thirty means over four blocks is also the mean of the last four means over thirty
-// blocks, which are the standard's short-term readings, 100 ms apart.
+// The mean of thirty means of four blocks is also the mean of the last four means of thirty blocks.
+// The latter are the standard's short-term readings, 100 ms apart.
 void ExpectShortTermAmongLastFour(const std::vector<Point>& ours,
                                   const std::vector<Point>& theirs) {
   for (std::size_t i = kShortTermBlocks - 1; i < theirs.size(); ++i) {
@@ -418,8 +418,8 @@ TEST_P(RecordingsTest, SeriesFollowsFromLibebur128sAtEveryBlock) {
   ExpectShortTermAmongLastFour(ours, theirs);
 }
 
-// How far a range with one reading per second is from one with ten. For programmes under a minute a
-// meter has to mark the range as not yet stable anyway (EBU Tech 3341).
+// How far a range with one reading per second is from a range with ten. For programmes under a
+// minute a meter must mark the range as not yet stable anyway (EBU Tech 3341).
 TEST_P(LongRecordingsTest, OneReadingASecondIsEnoughForTheRange) {
   std::vector<double> shortTerm;
   for (const Point& point : PointsOfLoudDesk(Path()))
@@ -457,7 +457,7 @@ INSTANTIATE_TEST_SUITE_P(OfDebian, LongRecordingsTest, testing::ValuesIn(LongRec
 #ifdef LOUDDESK_OF_THIS_MACHINE
 class AllRecordingsTest : public RecordingsTest {};
 
-// The figures of a file as JSON, and those of its every block.
+// The figures of a file as JSON, and those of each of its blocks.
 std::string AllFiguresOf(const std::string& louddesk, const std::string& path) {
   const test_audio::AudioDirectory directory;
   const std::string series = directory.Path("series.csv");
@@ -466,7 +466,7 @@ std::string AllFiguresOf(const std::string& louddesk, const std::string& path) {
   return figures + test_audio::BytesOf(series);
 }
 
-// Lossy formats too: their decoders compute alike.
+// Includes lossy formats: their decoders give the same results on both machines.
 TEST_P(AllRecordingsTest, FiguresAreThoseOfTheBuildForThisMachine) {
   SCOPED_TRACE(GetParam().path);
   const std::string theirs = AllFiguresOf(LOUDDESK_OF_THIS_MACHINE, Path());

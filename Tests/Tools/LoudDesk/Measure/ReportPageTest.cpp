@@ -1,4 +1,4 @@
-// The page, read as an XML parser reads it.
+// The page, read with an XML parser.
 
 #include "ReportPage.h"
 
@@ -45,7 +45,8 @@ void Count(LoudnessHistogram& histogram, float lkfs, int times) {
 }
 
 // 60 s at -23 LKFS, within all scales, with a relative gate and a loudness range: 450 momentary
-// readings at -23, 90 at -40 and 60 of silence; short-term readings at -26 and -20, half and half.
+// readings at -23, 90 at -40 and 60 of silence; half of the short-term readings at -26, half at
+// -20.
 File Programme(const std::string& file = "music/song.wav") {
   MeasuredProgramme programme = Stereo();
   Figures& figures = programme.figures;
@@ -112,7 +113,7 @@ TEST(ReportPageTest, EveryPageIsWellFormed) {
     EXPECT_TRUE(ParsedPage(PageOf(files)).IsWellFormed()) << files.size() << " files";
 }
 
-// Checks the check: the parser refuses a page that is not well-formed.
+// Tests the check itself: the parser refuses a page that is not well-formed.
 TEST(ReportPageTest, AnUnclosedElementIsNotWellFormed) {
   std::string page = PageOf({Programme()});
   page.erase(page.find("</svg>"), 6);
@@ -185,7 +186,7 @@ TEST(ReportPageTest, WhatCouldNotBeMeasuredStandsInTheFirstTableWithTheReason) {
               ElementsAre("<gone>.wav"));
   EXPECT_THAT(page.Texts("//h:table[@class='programmes']/h:tbody/h:tr[2]/h:td"),
               ElementsAre("\xE2\x9C\x97 Not measured no such file"));
-  // As wide as the other rows.
+  // The row is as wide as the others.
   EXPECT_THAT(
       page.Texts("//h:tr[@class='failed']/h:td/@colspan"),
       ElementsAre(std::to_string(page.Count("//h:table[@class='programmes']/h:thead//h:th") - 1)));
@@ -378,9 +379,9 @@ TEST(ReportPageTest, ThePageNamesTheLimits) {
                           "version 3, June 2014; published."));
 }
 
-// On the EBU +9 scale around -23, which is -41 ... -14: the band from -22.5 to -23.5 begins
-// 8.5/27 below the top and is 1/27 high; the target lies 9/27 below the top. The true peak reaches
-// from -40 to 3: -1 lies 4/43 below the top, and so does the foot of what is forbidden.
+// The EBU +9 scale around -23 is -41 ... -14. The band from -22.5 to -23.5 begins 8.5/27 below the
+// top and is 1/27 high; the target is 9/27 below the top. The scale of the true peak is -40 ... 3:
+// -1 is 4/43 below the top, and the forbidden area ends there.
 TEST(ReportPageTest, LimitsAreDrawnAtTheirValues) {
   const ParsedPage page(PageOf({Programme()}));
   EXPECT_THAT(page.Texts("//s:svg[s:title='Loudness over time']/s:rect[@class='target']/@y"),
@@ -392,7 +393,7 @@ TEST(ReportPageTest, LimitsAreDrawnAtTheirValues) {
   EXPECT_THAT(page.Texts("//s:rect[@class='forbidden']/@height"), ElementsAre("9.30%"));
 }
 
-// A target of -16 has a scale of -34 ... -7 and a band of 2/27; -2 lies 5/43 below the top.
+// A target of -16 has a scale of -34 ... -7 and a band of 2/27; -2 is 5/43 below the top.
 TEST(ReportPageTest, ChosenLimitsAreDrawnInstead) {
   Criteria criteria;
   criteria.target = -16.0;
@@ -406,7 +407,8 @@ TEST(ReportPageTest, ChosenLimitsAreDrawnInstead) {
                                                                 "1.00 LU"));
 }
 
-// EBU Tech 3341: +9 reaches from -18 to +9 LU, +18 from -36 to +18 LU; beyond that in steps of 6.
+// EBU Tech 3341: the +9 scale is -18 ... +9 LU, the +18 scale -36 ... +18 LU. Beyond that the scale
+// grows in steps of 6.
 TEST(ReportPageTest, LoudnessIsDrawnOnTheEbuScaleThatHoldsIt) {
   struct {
     double maxMomentary;
@@ -437,7 +439,7 @@ TEST(ReportPageTest, AllThreeLoudnessesAndTheTruePeakAreDrawn) {
     EXPECT_EQ(page.Count(std::string("//s:svg/s:svg/s:path[@class='") + curve + "']"), 1U) << curve;
 }
 
-// 30 s of 60 s, and -3 on -40 ... 3.
+// The peak is at 30 s of 60 s, and at -3 on a scale of -40 ... 3.
 TEST(ReportPageTest, TheHighestPeakIsMarkedAndNamed) {
   const ParsedPage page(PageOf({Programme()}));
   EXPECT_THAT(page.Texts("//s:circle/@cx"), ElementsAre("50.00%"));
@@ -448,7 +450,7 @@ TEST(ReportPageTest, TheHighestPeakIsMarkedAndNamed) {
 
 // A code stands for the loudness 0.0085 LU above its lower edge: the 450 readings for -23.0115, the
 // 90 for -39.9915. Their mean is 10 log10((450 x 10^-2.30115 + 90 x 10^-3.99915) / 540) = -23.786;
-// the relative gate lies 10 LU below. From -72 to -20: the gate of -70 lies at 2/52, that of
+// the relative gate is 10 LU below. The scale is -72 ... -20: the gate of -70 is at 2/52, that of
 // -33.786 at 38.214/52.
 TEST(ReportPageTest, HistogramMarksGatesPercentilesAndLoudness) {
   const ParsedPage page(PageOf({Programme()}));
@@ -460,14 +462,15 @@ TEST(ReportPageTest, HistogramMarksGatesPercentilesAndLoudness) {
               testing::UnorderedElementsAre("3.85%", "73.49%"));
 }
 
-// A mark's line begins above the texts of all marks further in, so that none crosses a text.
+// A mark's line begins above the texts of all marks nearer to the middle, so that no line crosses a
+// text.
 TEST(ReportPageTest, TextsOfTheHistogramStandInRowsOfTheirOwn) {
   const ParsedPage page(PageOf({Programme()}));
   const auto rows = page.Texts("//s:text[contains(@class, 'mark')]/@y");
   EXPECT_EQ(std::set<std::string>(rows.begin(), rows.end()).size(), 5U);
 }
 
-// 450 of 600 readings count, 90 lie below the relative gate, 60 below the absolute one. The scale
+// 450 of 600 readings count, 90 are below the relative gate, 60 below the absolute gate. The scale
 // ends at 80 %: bars of 75 and 15 % are 937.5 and 187.5 of 1000 high.
 TEST(ReportPageTest, HistogramPartsWhatCountsFromWhatIsGated) {
   const ParsedPage page(PageOf({Programme()}));
@@ -553,7 +556,7 @@ TEST(ReportPageTest, APageOfTwoHoursStaysSmall) {
   EXPECT_TRUE(ParsedPage(page).IsWellFormed());
 }
 
-// 900 columns at most, of which an outline needs two points each and the corners of its ends.
+// There are 900 columns at most. An outline has two points per column and the corners of its ends.
 TEST(ReportPageTest, TheNumberOfPointsIsBoundedHoweverLongTheFile) {
   File file = Programme();
   file.programme.points.clear();

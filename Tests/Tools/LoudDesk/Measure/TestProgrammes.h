@@ -17,7 +17,7 @@ inline MeasuredProgramme Stereo() {
   Figures& figures = programme.figures;
   figures.seconds = 123.456;
   figures.integrated = -23.004;
-  figures.lra = 5.125;  // exact in binary, so that the tie goes to the even digit
+  figures.lra = 5.125;  // exact in binary, so it is rounded to the even digit
   figures.maxMomentary = -18.2;
   figures.maxMomentaryAt = 10.4;
   figures.maxShortTerm = -19.999;

@@ -1,4 +1,4 @@
-// Files that appear under their names complete or not at all.
+// Files that appear under their names either complete or not at all.
 
 #include "DraftFile.h"
 

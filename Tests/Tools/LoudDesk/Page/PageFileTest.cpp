@@ -1,4 +1,4 @@
-// Pages are on the disk complete or not at all.
+// Pages on the disk are either complete or absent.
 
 #include "PageFile.h"
 

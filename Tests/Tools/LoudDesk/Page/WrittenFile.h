@@ -1,4 +1,4 @@
-// What the tests of written files share.
+// Shared by the tests of written files.
 
 #pragma once
 
@@ -13,7 +13,7 @@
 
 namespace louddesk {
 
-/// Has a directory in which a test writes one file.
+/// A directory in which a test writes one file.
 class WrittenFileTest : public testing::Test {
  protected:
   explicit WrittenFileTest(const std::string& name) : mPath(mDirectory.Path(name)) {}
@@ -27,7 +27,7 @@ class WrittenFileTest : public testing::Test {
   }
 
   test_audio::AudioDirectory mDirectory;
-  std::string mPath;  // of the file
+  std::string mPath;  // path of the file
 };
 
 }  // namespace louddesk

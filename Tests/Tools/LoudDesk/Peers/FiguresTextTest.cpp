@@ -23,11 +23,11 @@ TEST(FiguresTextTest, CodesAreTenthsAndHundredths) {
 TEST(FiguresTextTest, NoReadingIsADash) {
   EXPECT_EQ("-", TenthsText(-990));
   EXPECT_EQ("-", HundredthsText(-9900));
-  // Each of the two codes is special only where it belongs.
+  // Each of the two special codes is special only in its own fields.
   EXPECT_EQ("-9.90", HundredthsText(-990));
 }
 
-// The service has no code for it.
+// The service has no code for a missing range.
 TEST(FiguresTextTest, RangeOfNothingIsADash) {
   LoudnessData_t data;
   EXPECT_EQ("-", RangeText(data));

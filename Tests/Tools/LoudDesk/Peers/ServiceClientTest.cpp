@@ -21,7 +21,7 @@ class ServiceClientTest : public RunningService {
     mClient.SwitchReporting(true);
   }
 
-  /// Two meters of a stereo programme at a power that reads `lkfs` on each of them.
+  /// Sends blocks in which each of the two meters of a stereo programme reads `lkfs`.
   void FeedStereo(double lkfs) {
     louddesk::BlockReading block;
     block.powers[0] = block.powers[1] = PowerOf(lkfs);
@@ -57,7 +57,7 @@ TEST_F(ServiceClientTest, EveryRestartMeasuresAnewAndIsAnotherUsers) {
   ExpectData([](const auto& message) { return message.data.MaxMomentary == -270; }, "-27.0 LKFS");
 }
 
-// As in the mode Manual.
+// The mode must be Manual.
 TEST_F(ServiceClientTest, StartedServiceStopsOnCommandAndStartsAgain) {
   ASSERT_NO_FATAL_FAILURE(StartConnected());
   mClient.Restart(kStereo);

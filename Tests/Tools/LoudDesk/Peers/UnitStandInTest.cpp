@@ -167,7 +167,7 @@ TEST_F(UnitStandInTest, ClosedPeerLeavesItsPlaceToOthers) {
   EXPECT_NO_THROW(other.Open(Peer::kHardwareManager));
 }
 
-// Runs the command that shows by whom the port is used: it finds this process.
+// Runs the command that shows which process uses the port. It finds this process.
 TEST_F(UnitStandInTest, EveryEndpointInUseIsRefusedWithTheCommandThatShowsByWhom) {
   mUnit.OpenAll();
   UnitStandIn other(1, 1);
@@ -189,7 +189,7 @@ TEST_F(UnitStandInTest, PortInUseOnAllAddressesIsRefused) {
   zsock_destroy(&holder);
 }
 
-// The files that a killed service leaves behind.
+// A killed service leaves such files behind.
 TEST_F(UnitStandInTest, FileThatNobodyListensOnAnyMoreIsTaken) {
   mUnit.Open(Peer::kLogSink);
   const std::string file = mUnit.EndpointOf(Peer::kLogSink).substr(sizeof "ipc://" - 1);

@@ -66,7 +66,7 @@ TEST(OrdersTest, EveryOrderIsNamed) {
       louddesk::OrderWords());
 }
 
-/// The reading end of a pipe as the input.
+/// Uses the reading end of a pipe as the input.
 class OrderInputTest : public testing::Test {
  protected:
   OrderInputTest() {
@@ -198,7 +198,7 @@ TEST(OrderInputFileTest, DirectoryHasNoOrders) {
   close(directory);
 }
 
-// To a process, a terminal that is not its own is like one that it has in the background.
+// For a process, another session's terminal is like its own terminal in the background.
 TEST(OrderInputTerminalTest, ForeignTerminalIsLeftAlone) {
   const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
   ASSERT_GE(terminal, 0);

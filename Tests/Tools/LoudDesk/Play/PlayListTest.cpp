@@ -143,7 +143,7 @@ TEST(PlayListTest, ToneHasItsFrequencyAndPeakLevelOnBothChannels) {
   EXPECT_EQ(left, Channel(samples, 1));
   EXPECT_NEAR(-20, PeakDb(left), 0.001);
   EXPECT_NEAR(-23.01, RmsDb(left), 0.001);
-  // A cycle is 48 frames.
+  // A period is 48 frames.
   for (std::size_t i = 0; i + 48 < left.size(); ++i)
     ASSERT_NEAR(left[i], left[i + 48], 1e-9) << i;
   EXPECT_NEAR(left[12], 0.1, 1e-9);

@@ -19,7 +19,7 @@ class PlayedUnit : public RunningService {
   using Arguments = std::vector<std::string>;
 
   static constexpr int kSampleRate = 48000;
-  static constexpr char kQuick[] = "50";  // times real time
+  static constexpr char kQuick[] = "50";  // speed, a multiple of real time
 
   using RunningService::RunningService;
 
@@ -44,7 +44,7 @@ class PlayedUnit : public RunningService {
   }
 
   /// Starts the service, then the desk with a pipe for orders. Waits until the desk plays and the
-  /// test receives what the service publishes.
+  /// test receives messages of the service.
   void StartBoth(const Arguments& arguments) {
     StartProcess();
     ASSERT_NO_FATAL_FAILURE(StartDeskWithPipe(arguments));
@@ -74,7 +74,7 @@ class PlayedUnit : public RunningService {
         << mDesk->StandardOutput();
   }
 
-  /// Waits for the desk to end by itself, with that status.
+  /// Waits for the desk to end by itself with this status.
   void ExpectEnd(int status) {
     const auto report = mDesk->WaitForExit(kPatience);
     ASSERT_TRUE(report) << "still running";
@@ -107,7 +107,7 @@ class PlayedUnit : public RunningService {
     return "";
   }
 
-  /// How many lines of the desk are exactly `text`, or begin with it.
+  /// Number of lines of the desk that equal `text`, or that begin with it.
   std::size_t LinesEqualTo(const std::string& text) const {
     return CountLines([&text](const std::string& line) { return line == text; });
   }
@@ -115,7 +115,7 @@ class PlayedUnit : public RunningService {
     return CountLines([&text](const std::string& line) { return line.rfind(text, 0) == 0; });
   }
 
-  /// A file with a sine of 997 Hz on all channels, peaks at `levelDb`.
+  /// A file with a sine of 997 Hz on all channels, with peaks at `levelDb`.
   std::string Tone(const std::string& name, double seconds, double levelDb, std::size_t channels) {
     const auto frames = static_cast<std::size_t>(seconds * kSampleRate);
     const test_audio::Samples tone =
@@ -128,7 +128,7 @@ class PlayedUnit : public RunningService {
   std::unique_ptr<ServiceProcess> mDesk;
 
  private:
-  int mInput = -1;  // our end of the desk's input, where it is a pipe
+  int mInput = -1;  // our end of the desk's input if that is a pipe; -1: none
 
   template <typename Condition>
   std::size_t CountLines(const Condition& condition) const {

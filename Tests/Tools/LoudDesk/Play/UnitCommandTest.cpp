@@ -17,7 +17,7 @@ constexpr int kFloatWav = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
 
 class UnitCommandTest : public PlayedUnit {};
 
-// The service of the last cluster.
+// A service of the last cluster.
 class LastClusterTest : public PlayedUnit {
  protected:
   LastClusterTest() : PlayedUnit(1, 8) {}
@@ -49,7 +49,7 @@ TEST_F(UnitCommandTest, ShowsALineASecondIntoAPipe) {
   for (const OutputLine& line : mDesk->Lines())
     if (line.text.find("LKFS  LRA") != std::string::npos)
       live.push_back(line.text);
-  // 2.5 s of material and half a second in which the last blocks are waited for.
+  // 2.5 s of material, and half a second of waiting for the last blocks.
   EXPECT_THAT(live.size(), testing::AllOf(testing::Ge(3u), testing::Le(5u)));
   EXPECT_THAT(live.back(), MatchesRegex(" +[0-9.]+ s  M -23.0  S -23.0  I -23.0 LKFS  LRA  0.0 LU  "
                                         "TP -2[23].[0-9]+ dBTP"));

@@ -1,5 +1,5 @@
-// Orders that the user gives, line by line, while the desk tool's subcommand `unit` plays to the
-// shipped service.
+// Orders of the user, line by line, while the desk tool's subcommand `unit` plays to the shipped
+// service.
 
 #include <csignal>
 
@@ -13,10 +13,10 @@ using testing::Not;
 
 class UnitOrdersTest : public PlayedUnit {
  protected:
-  /// A tone that lasts until the test ends it.
+  /// Starts a tone that lasts until the test ends it.
   void StartTone() { ASSERT_NO_FATAL_FAILURE(StartBoth({"--tone", "997,-23"})); }
 
-  /// The service's own console has told this since the play began.
+  /// Expects a line on the service's console.
   void ExpectAtService(const std::string& line) {
     EXPECT_TRUE(mService->WaitForLine(line, kPatience)) << line;
   }
@@ -30,8 +30,8 @@ class UnitOrdersTest : public PlayedUnit {
 
 struct CommandCase {
   const char* word;
-  const char* command;  // of the protocol, and of the acknowledgement
-  int number;           // of the protocol
+  const char* command;  // name of the command in the protocol and in the acknowledgement
+  int number;           // number of the command in the protocol
 };
 
 class UnitCommandWordTest : public UnitOrdersTest,
@@ -60,7 +60,7 @@ TEST_F(UnitOrdersTest, PrintIsSeenAtTheServiceAlone) {
   ASSERT_NO_FATAL_FAILURE(StartTone());
   ExpectAnswer("print", "> print");
   ExpectAtService("LuCmd: Print : 6");
-  // It delays nothing.
+  // The print order does not delay the next order.
   ExpectAnswer("pause", "Pause acknowledged");
   EXPECT_THAT(mDesk->StandardOutput(), Not(HasSubstr("Print acknowledged")));
   Quit();
@@ -82,7 +82,7 @@ TEST_F(UnitOrdersTest, EachOrderWaitsForTheAcknowledgementOfTheLast) {
 }
 
 TEST_F(UnitOrdersTest, PauseFreezesWhatIsShown) {
-  // The short-term figure comes after three seconds; the rest has as long again.
+  // The short-term figure comes after three seconds; at least that much time is left afterwards.
   ASSERT_NO_FATAL_FAILURE(StartBoth({Tone("loud.wav", 7, -20, 2), Tone("soft.wav", 60, -40, 2)}));
   ASSERT_TRUE(mDesk->WaitForLine("M -20.0  S -20.0", kPatience));
   ExpectAnswer("pause", "Pause acknowledged");
@@ -96,8 +96,8 @@ TEST_F(UnitOrdersTest, PauseFreezesWhatIsShown) {
               HasSubstr("Paused: these are the figures of the pause\nIntegrated loudness "));
 }
 
-// The service is silent for longer than 3 s, after which it would count as dead if it had to
-// publish data.
+// The service is silent for longer than 3 s. If it were expected to publish data, it would then
+// count as dead.
 TEST_F(UnitOrdersTest, StoppedServiceIsNotTakenForADeadOne) {
   StartProcess();
   ASSERT_NO_FATAL_FAILURE(StartDeskWithPipe({"--tone", "997,-23", "--duration", "6"}));
@@ -148,7 +148,7 @@ TEST_F(UnitOrdersTest, PlayWithoutReportingEndsWithTheLastFigures) {
   EXPECT_EQ("-23.0", Final("Momentary", "LKFS"));
 }
 
-// The next programme is sent, and measured as soon as the user asks for it.
+// The next programme is sent at once, and measured as soon as the user asks for it.
 TEST_F(UnitOrdersTest, OtherSpeakersDoNotNeedTheReporting) {
   StartProcess();
   ASSERT_NO_FATAL_FAILURE(

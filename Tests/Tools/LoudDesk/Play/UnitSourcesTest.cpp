@@ -1,4 +1,4 @@
-// What the desk tool's subcommand `unit` plays besides files, against the shipped service.
+// The sources other than files that the desk tool's subcommand `unit` plays to the shipped service.
 
 #include "PlayedUnit.h"
 
@@ -10,9 +10,9 @@ using testing::Not;
 
 class UnitSourcesTest : public PlayedUnit {};
 
-// The gain of the weighting is 0.6910 dB at 997 Hz and 48 kHz and cancels the offset of -0.691
-// (ITU-R BS.1770); a sine has half the power of its peak, two front channels double it: the
-// loudness is the level of the peaks.
+// The gain of the weighting, 0.6910 dB at 997 Hz and 48 kHz, cancels the offset of -0.691 (ITU-R
+// BS.1770). A sine has half the power of its peak, and two front channels double that: the loudness
+// is the level of the peaks.
 TEST_F(UnitSourcesTest, LoudnessOfAToneIsItsLevel) {
   StartProcess();
   StartDesk({"--tone", "997,-17.5", "--duration", "20", "--speed", kQuick});
@@ -26,7 +26,8 @@ TEST_F(UnitSourcesTest, LoudnessOfAToneIsItsLevel) {
   EXPECT_EQ("20.0", Final("Duration", "s"));
 }
 
-// The gain at 100 Hz is -1.13 dB at 48 kHz: 0.691 + 1.13 below the level of the peaks, -18.82.
+// The gain at 100 Hz and 48 kHz is -1.13 dB, so the loudness is 0.691 + 1.13 below the level of the
+// peaks: -17 - 1.82 = -18.82.
 TEST_F(UnitSourcesTest, LoudnessOfALowToneIsWeighted) {
   StartProcess();
   StartDesk({"--tone", "100,-17", "--duration", "20", "--speed", kQuick});
@@ -57,7 +58,7 @@ TEST_F(UnitSourcesTest, CaseReadsWhatItsStandardAsksFor) {
   EXPECT_EQ("60.1", Final("Duration", "s"));
 }
 
-// Five channels, of which the surrounds weigh more; the preset goes with the signal.
+// Five channels, with a higher weight for the surrounds. The preset comes with the signal.
 TEST_F(UnitSourcesTest, CaseBringsItsSpeakers) {
   StartProcess();
   StartDesk({"--case", "3341-6", "--speed", "100"});
@@ -66,7 +67,7 @@ TEST_F(UnitSourcesTest, CaseBringsItsSpeakers) {
   EXPECT_NEAR(-23, std::stod(Final("Integrated loudness", "LKFS")), 0.1001);
 }
 
-// If the measurement went on, the tone would raise the figures of a case 30 dB below it.
+// If the measurement continued, the tone would raise the figures of a case 30 dB below it.
 TEST_F(UnitSourcesTest, CaseStartsANewMeasurement) {
   StartProcess();
   StartDesk({"--tone", "997,-3", "--duration", "5", "--case", "3341-2", "--speed", kQuick});
@@ -84,7 +85,7 @@ TEST_F(UnitSourcesTest, EverySignalOfACaseStartsANewMeasurement) {
   for (const int i : {1, 2, 3, 4})
     EXPECT_EQ(1u, LinesBeginningWith("Playing case 3342-repeat, " + std::to_string(i) + " of 4"));
   EXPECT_EQ(4u, LinesBeginningWith("Integrated loudness "));
-  // 2 x 2 x 20 s, and 2 x 5 x 20 s of the last one.
+  // 2 x 2 x 20 s for three of them, and 2 x 5 x 20 s for the last one.
   EXPECT_EQ(3u, LinesEqualTo("Duration                 80.0 s"));
   EXPECT_EQ(1u, LinesEqualTo("Duration                200.0 s"));
 }
@@ -144,7 +145,7 @@ TEST_F(UnitSourcesTest, ToneWithoutADurationLastsUntilCtrlC) {
   EXPECT_EQ("-23.0", Final("Integrated loudness", "LKFS"));
 }
 
-// As the help says, the service publishes a true peak even for silence.
+// The service publishes a true peak even for silence, as the help text states.
 TEST_F(UnitSourcesTest, SilenceReadsTheLowestTruePeak) {
   StartProcess();
   StartDesk({mAudio.Write("silence.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, kSampleRate, 1,

@@ -22,7 +22,7 @@ class UnitTerminalTest : public TerminalService {
     ASSERT_TRUE(mUnit.WaitUntilSubscribed(kPatience)) << mUnit.MissingSubscriptions();
   }
 
-  /// How many of the lines that can be seen contain `text`.
+  /// Number of visible lines that contain `text`.
   std::size_t LinesWith(const std::string& text) {
     std::istringstream screen(Screen());
     std::size_t count = 0;
@@ -41,7 +41,7 @@ TEST_F(UnitTerminalTest, NarrowerTerminalStillHasOneLiveLine) {
   ASSERT_NO_FATAL_FAILURE(StartTone());
   Tmux("resize-window -x 50 -y 24");
   Pass(15 * kPeriod);
-  // The terminal may have wrapped the line that was there before.
+  // The terminal may have wrapped the previous line.
   EXPECT_LE(LinesWith(" M -23.0 "), 2u) << Screen();
   Tmux("resize-window -x 90 -y 24");
   EXPECT_TRUE(WaitForText("dBTP\n"));
@@ -65,7 +65,7 @@ TEST_F(UnitTerminalTest, InterruptEndsWithTheFiguresSoFar) {
   ASSERT_TRUE(WaitForText("Duration "));
 }
 
-// The terminal belongs to the shell, and so does what is typed.
+// The shell owns the terminal and receives the typed text.
 TEST_F(UnitTerminalTest, BackgroundJobPlaysAndLeavesWhatIsTypedToTheShell) {
   StartProcess();
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(90, 24));

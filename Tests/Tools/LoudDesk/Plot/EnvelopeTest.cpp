@@ -29,7 +29,7 @@ TEST(EnvelopeTest, AShortSeriesIsKeptAsItIs) {
   }
 }
 
-// Seven blocks in at most three columns: three to a column, the last column has one.
+// Seven blocks in at most three columns: three blocks per column, one in the last column.
 TEST(EnvelopeTest, NeighbouringBlocksShareAColumn) {
   const auto runs = Envelope({-1.0F, -9.0F, -2.0F, -3.0F, -4.0F, -5.0F, -6.0F}, 3);
   ASSERT_EQ(runs.size(), 1U);

@@ -1,4 +1,4 @@
-// Scales, ticks and where the parts of a plot end up.
+// Scales, ticks and the positions of the parts of a plot.
 
 #include "SvgPlot.h"
 
@@ -98,7 +98,7 @@ TEST(SvgPlotTest, TitleAndDescriptionNameThePlotToThoseWhoDoNotSeeIt) {
   EXPECT_THAT(text, HasSubstr("<desc id=\"p-description\">&lt;C&gt;</desc>"));
 }
 
-// -10 on -40 ... 0 lies a quarter below the top; 0 and -40 are top and foot.
+// On a scale of -40 ... 0, -10 is a quarter below the top; 0 is the top and -40 the bottom.
 TEST(SvgPlotTest, LinesAndBandsLieAtTheirValues) {
   SvgPlot plot = Plot();
   plot.AddHorizontalLine(-10.0, "limit");
@@ -109,8 +109,8 @@ TEST(SvgPlotTest, LinesAndBandsLieAtTheirValues) {
   EXPECT_THAT(plot.Text(), HasSubstr("x=\"25.00%\" width=\"25.00%\""));
 }
 
-// The narrowest plot is 224 pixels wide, where labels at 0, 0.25 and 0.5 of 10 lie 5.6 pixels
-// apart; a letter takes 7.
+// The narrowest plot is 224 pixels wide. There, labels at 0, 0.25 and 0.5 of 10 are 5.6 pixels
+// apart, and a letter is 7 pixels wide.
 TEST(SvgPlotTest, LabelsThatWouldTouchStandInFurtherRows) {
   SvgPlot plot = Plot();
   plot.AddXTicks({{0.0, "1"}, {0.25, "2"}, {0.5, "12"}, {4.0, "13"}});

@@ -45,7 +45,7 @@ class RecordCommandTest : public RunningService {
     mRecord = std::make_unique<ServiceProcess>(LOUDDESK_BINARY, arguments);
   }
 
-  /// A service and a recorder; both are connected to everything.
+  /// Starts a service and a recorder and waits until both are connected to everything.
   void StartBoth() {
     ASSERT_NO_FATAL_FAILURE(Start());
     StartRecord();
@@ -53,7 +53,8 @@ class RecordCommandTest : public RunningService {
     ASSERT_TRUE(mUnit.WaitFor([this] { return HasRecorderSubscribed(); }, kPatience));
   }
 
-  /// The recorder's subscriptions are a character shorter than the topics.
+  /// Whether the recorder has subscribed. Its subscriptions are a character shorter than the
+  /// topics.
   bool HasRecorderSubscribed() const {
     const auto has = [this](Peer peer, const std::string& topic) {
       return mUnit.SubscriptionsAt(peer).count(topic.substr(0, topic.size() - 1)) == 1;
@@ -64,7 +65,7 @@ class RecordCommandTest : public RunningService {
            });
   }
 
-  /// What the file holds now.
+  /// The messages in the file now.
   std::vector<RecordedMessage> Recorded() {
     std::ifstream file(mPath, std::ios::binary);
     louddesk::RecordingReader reader(file);
@@ -85,7 +86,7 @@ class RecordCommandTest : public RunningService {
     return frames;
   }
 
-  /// Waits until the file has `count` messages of the sender.
+  /// Waits until the file has `count` messages from the sender.
   void ExpectInFile(Sender sender, std::size_t count) {
     const auto end = std::chrono::steady_clock::now() + kPatience;
     while (RecordedFrom(sender).size() < count && std::chrono::steady_clock::now() < end)
@@ -162,7 +163,7 @@ TEST_F(RecordCommandTest, HasWhatEveryPeerSendsByteForByte) {
 
 TEST_F(RecordCommandTest, HasWhatTheServicePublishesAsAnotherClientSeesIt) {
   ASSERT_NO_FATAL_FAILURE(StartBoth());
-  // The recorder's subscription to the publishers is known to stand once something has come by it.
+  // The recorder's subscription to the publishers works once a message has arrived over it.
   ExpectInFile(Sender::kStatePublisher, 1);
   mUnit.DropStates();
   StartMeasuring();
@@ -183,7 +184,7 @@ TEST_F(RecordCommandTest, HasWhatTheServicePublishesAsAnotherClientSeesIt) {
             std::search(recorded.begin(), recorded.end(), published.begin(), published.end()));
   EXPECT_THAT(RecordedFrom(Sender::kStatePublisher),
               Contains(testing::Contains(HasSubstr("\"Command\":\"Start\""))));
-  // What was sent stands before what became of it.
+  // Each message comes before its effects.
   const auto messages = Recorded();
   const auto preset = std::find_if(messages.begin(), messages.end(), [](const auto& message) {
     return message.frames.front() == "AppProbeIOMatrixStream-1";
@@ -212,7 +213,8 @@ TEST_F(RecordCommandTest, WhatWasFlushedSurvivesAKill) {
   EXPECT_EQ("the recording is cut off", mFlaw);
 }
 
-// A publisher that waits for the service would otherwise send its first messages to nobody.
+// A publisher that waits for the service would otherwise send its first messages before the service
+// is there.
 TEST_F(RecordCommandTest, IsNotTakenForTheService) {
   mUnit.OpenAll();
   StartRecord();
@@ -226,8 +228,8 @@ TEST_F(RecordCommandTest, IsNotTakenForTheService) {
   EndRecord();
 }
 
-// The file consists of head, messages and end, so that nothing else can be in it. The reader is the
-// one of the document: it shares no line with the tool's.
+// The file consists of head, messages and end, and nothing else. The reader is the one in the
+// document; it shares no code with the tool's reader.
 TEST_F(RecordCommandTest, TheReaderOfTheDocumentReadsIt) {
   ASSERT_NO_FATAL_FAILURE(StartBoth());
   mUnit.SendText(Peer::kHardwareManager, kHwmStatusTopic, std::string("a\0b", 3));

@@ -66,7 +66,7 @@ void ExpectEqual(const RecordedMessage& expected, const RecordedMessage& message
   EXPECT_EQ(expected.frames, message.frames);
 }
 
-// The plain bytes of a recording, compressed as its file would be.
+// The plain bytes of a recording, compressed like those of its file.
 std::string Compressed(const std::string& plain) {
   std::string bytes(ZSTD_compressBound(plain.size()), '\0');
   bytes.resize(ZSTD_compress(bytes.data(), bytes.size(), plain.data(), plain.size(), 1));
@@ -115,7 +115,7 @@ TEST_F(RecordingTest, IsReadAsItWasWritten) {
     ExpectEqual(messages[i], read.messages[i]);
 }
 
-// More flushes than a compressed frame has.
+// More flushes than one compressed frame can have.
 TEST_F(RecordingTest, EveryFlushMakesTheFileReadableUpToThere) {
   RecordingWriter writer(mPath, kHead);
   for (unsigned i = 1; i <= 130; ++i) {
@@ -131,7 +131,7 @@ TEST_F(RecordingTest, EveryFlushMakesTheFileReadableUpToThere) {
 
 TEST_F(RecordingTest, CutOffAnywhereKeepsWhatWasBefore) {
   RecordingWriter writer(mPath, kHead);
-  std::vector<std::size_t> sizes;  // of the file after each message
+  std::vector<std::size_t> sizes;  // size of the file after each message
   for (unsigned i = 0; i < 20; ++i) {
     writer.Write({Sender::kMainAppServer, i, {"topic", std::string(50, static_cast<char>(i))}});
     writer.Flush();
@@ -161,7 +161,7 @@ TEST_F(RecordingTest, ChangedBytesAreNeverTakenForAWholeRecording) {
     try {
       ASSERT_NE("", Read(changed).flaw) << place;
     } catch (const RecordingError&) {
-      continue;  // not even the head is left
+      continue;  // not even the head is complete
     }
   }
 }

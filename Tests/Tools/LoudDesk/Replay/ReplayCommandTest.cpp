@@ -1,5 +1,5 @@
-// The desk tool's subcommand `replay` with the shipped service. The golden run, in the end-to-end
-// tests, shows that it finds faults.
+// The desk tool's subcommand `replay` with the shipped service. GoldenRunTest, an end-to-end test,
+// shows that it finds faults.
 
 #include <unistd.h>
 
@@ -159,7 +159,7 @@ TEST_F(ReplayCommandTest, NamesADoubtAboutTheRecordedOrder) {
                       "3.009 s or an acknowledgement came first)")));
 }
 
-// The order to end is obeyed: no difference, but nothing may be recorded behind it.
+// The service obeys a command to end. That is not a difference, but the recording must end there.
 TEST_F(ReplayCommandTest, AServiceMayEndWhenItIsToldTo) {
   std::vector<RecordedMessage> messages = ::Start();
   messages.push_back({Sender::kProcessMonitor, 9 * kSecond, {"HbAppCmd", "{\"AppCmd\":9}"}});

@@ -21,10 +21,11 @@ using Arguments = std::vector<std::string>;
 
 class SendCommandTest : public RunningService {
  protected:
-  /// A service without an application server on the main board, whose place `send` can take.
+  /// Starts a service without the main board's application server, so that `send` can take its
+  /// place.
   void StartWithoutMain() { Start({Peer::kMainAppServer}); }
 
-  /// The same, while it measures.
+  /// The same with a running measurement.
   void StartMeasured() {
     ASSERT_NO_FATAL_FAILURE(StartWithoutMain());
     EnableReporting();
@@ -66,7 +67,7 @@ class SendCommandTest : public RunningService {
     EXPECT_EQ(1, std::count(errors.begin(), errors.end(), '\n')) << errors;
   }
 
-  /// Each member differs from the initial value of the service.
+  /// A configuration whose members all differ from the service's initial values.
   static louddesk::LoudnessConfiguration OwnConfiguration() {
     louddesk::LoudnessConfiguration configuration;
     configuration.lraWindow = 60;
@@ -81,7 +82,7 @@ class SendCommandTest : public RunningService {
     return configuration;
   }
 
-  /// Sends a configuration as another client does, and waits until it is carried out.
+  /// Sends a configuration as another client and waits until it is in force.
   void PutInForce(const louddesk::LoudnessConfiguration& configuration) {
     mUnit.SendText(Peer::kOpticalAppServer, louddesk::TopicFor(kConfigurationTopicPrefix, 1),
                    configuration.Json());
@@ -89,7 +90,7 @@ class SendCommandTest : public RunningService {
     mUnit.DropStates();
   }
 
-  /// The next configuration that is published with a start.
+  /// Expects this configuration to be the next one that is published with a start.
   void ExpectInForce(const louddesk::LoudnessConfiguration& expected) {
     std::string published;
     while (const auto state = NextAnswer(kPatience)) {
@@ -171,8 +172,8 @@ TEST_F(SendCommandTest, CommandsAreAcknowledged) {
   ExpectSent({"command", "start"}, "Reset acknowledged, user 0\nStart acknowledged, user 0\n");
 }
 
-// A service acknowledges with the stamp of the command that it read last. If two clients send one
-// within the same tick, that may be the stamp of the other client.
+// A service acknowledges with the stamp of the command that it read last. If two clients send
+// commands within the same tick, that may be the other client's stamp.
 TEST_F(SendCommandTest, AcknowledgementWithAnotherStampIsTakenAndSaid) {
   AnsweringService service(mUnit);
   StartSend({"command", "play"});
@@ -268,7 +269,7 @@ TEST_F(SendCommandTest, MissingConfigurationIsSaid) {
   ExpectInForce(expected);
 }
 
-// The service keeps 1022 bytes of it.
+// The service keeps only 1022 bytes of a configuration.
 TEST_F(SendCommandTest, CutConfigurationIsNotGuessed) {
   StartMeasured();
   louddesk::LoudnessConfiguration configuration;

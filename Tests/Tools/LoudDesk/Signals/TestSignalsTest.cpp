@@ -24,7 +24,7 @@ constexpr double kRounding = 1e-12;
 const SpeakerLayout kMono = {"Center"};
 const SpeakerLayout kStereo = {"Left", "Right"};
 
-// All samples up to the end, or `frames` of an endless signal, interleaved.
+// All samples of a signal, or the first `frames` frames of an endless one, interleaved.
 Samples Play(const Signal& signal, int sampleRate, std::size_t frames = 1'000'000) {
   const auto source = MakeSource(signal, sampleRate);
   Samples samples(frames * source->Channels());
@@ -55,8 +55,8 @@ TEST(TestSignalsTest, ASineStaysInPhaseForTwoMinutes) {
                 kRounding);
 }
 
-// A share of the nominal rate is a quarter of the rate below 96 kHz, an eighth from there and a
-// sixteenth from 192 kHz.
+// This fraction of the nominal rate is a quarter of the sample rate below 96 kHz, an eighth from 96
+// kHz on and a sixteenth from 192 kHz on.
 TEST(TestSignalsTest, AFrequencyMayBeAShareOfTheNominalRate) {
   StepSignal signal = MonoSteps({{0.001, {0.0}}});
   signal.frequency = {0.25, Frequency::Unit::kShareOfNominalRate};
@@ -147,8 +147,8 @@ TEST(TestSignalsTest, ATonePlaysOnAndOn) {
   }
 }
 
-// Evenly distributed from -a to a: mean 0, mean square a^2 / 3. Of 96000 samples the mean is within
-// 5 sigma = 5 x 0.1 / sqrt(3 x 96000) of 0.
+// Uniform distribution from -a to a: mean 0, mean square a^2 / 3. The mean of 96000 samples is
+// within 5 sigma = 5 x 0.1 / sqrt(3 x 96000) of 0.
 TEST(TestSignalsTest, NoiseIsWhiteAndReachesUpToItsPeakLevel) {
   const Samples samples = Play(Noise(-20.0), 48000, 48000);
   double sum = 0.0, squares = 0.0, neighbours = 0.0, channels = 0.0, largest = 0.0;
@@ -234,8 +234,8 @@ double Largest(const Samples& samples) {
   return largest;
 }
 
-// A sample lies at most 2 of the 16 steps of the hidden period beside its crest: cos(45 degrees).
-// The low pass changes them a little.
+// The nearest sample is at most 2 of the 16 steps of the hidden period away from its crest: cos(45
+// degrees). The low pass changes the samples a little.
 TEST(TestSignalsTest, AHiddenCrestLiesOnASampleOrBetweenTwo) {
   EXPECT_NEAR(Largest(HiddenCrest(0, 48000)), 1.0, 0.05);
   EXPECT_NEAR(Largest(HiddenCrest(2, 48000)), std::sqrt(0.5), 0.05);
@@ -252,7 +252,7 @@ TEST(TestSignalsTest, AHiddenCrestStandsInTheMiddleOfASteadySine) {
   EXPECT_NEAR(samples.back(), 0.0, 0.01);
 }
 
-// At 192 kHz nothing is thinned out.
+// At 192 kHz no samples are dropped.
 TEST(TestSignalsTest, OffsetsArePartsOfOneWaveform) {
   const Samples waveform = HiddenCrest(0, 192000);
   for (int offset = 0; offset < 4; ++offset) {
@@ -265,7 +265,7 @@ TEST(TestSignalsTest, OffsetsArePartsOfOneWaveform) {
   }
 }
 
-// Whatever is above half of the nominal rate would be aliased into the signal.
+// Frequencies above half of the nominal rate would be aliased into the signal.
 TEST(TestSignalsTest, AHiddenCrestIsLowPassedBeforeItIsThinnedOut) {
   const Samples waveform = HiddenCrest(0, 192000);
   const auto magnitudeAt = [&](double hertz) {

@@ -1,4 +1,4 @@
-// The bytes of a minute, as Docs/OPERATIONS.md tells them to those who read them with other tools.
+// The bytes of a minute, as Docs/OPERATIONS.md describes them for readers with other tools.
 
 #include "StationFormat.h"
 
@@ -15,7 +15,7 @@ using louddesk::RecordedState;
 
 namespace {
 
-constexpr std::int64_t kMinute = 28633533;  // since 1970
+constexpr std::int64_t kMinute = 28633533;  // minutes since 1970
 
 RecordedSecond SecondAt(std::int64_t time) {
   RecordedSecond second;

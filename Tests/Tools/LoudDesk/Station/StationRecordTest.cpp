@@ -1,4 +1,4 @@
-// Write side and read side on a file.
+// Writing and reading a record file.
 
 #include "StationRecord.h"
 
@@ -31,7 +31,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::int64_t kNine = 1718011980;  // a whole minute: 28633533 times 60 s
+constexpr std::int64_t kNine = 1718011980;  // the beginning of a minute: 28633533 times 60 s
 constexpr std::int64_t kDay = 86400;
 
 RecordedSecond SecondAt(std::int64_t time, std::int16_t loudness = -230) {
@@ -202,7 +202,7 @@ TEST_F(StationRecordTest, ADayOfAClusterTakesAtMostFiveMegabytes) {
         reading = static_cast<std::int16_t>(std::lround(-230 + 80 * std::sin(phase += 0.7)));
       batch.seconds[mFirst].push_back(second);
     }
-    // Every minute something is acknowledged: more than anybody does.
+    // One acknowledgement per minute, more than in practice.
     batch.events.push_back(
         {(kNine + minute * 60) * 1000, mFirst, "acknowledgement", "Start acknowledged, user 17"});
     record.Append(batch);

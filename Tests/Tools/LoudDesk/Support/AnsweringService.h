@@ -1,4 +1,5 @@
-// A service of meter set 1, cluster 1 that measures nothing and answers what a test tells it to.
+// A service of meter set 1, cluster 1 that measures nothing and sends the answers that a test
+// chooses.
 
 #pragma once
 
@@ -15,8 +16,8 @@
 
 class AnsweringService {
  public:
-  /// Publishes where the service does, and subscribes to the application server of `unit` as soon
-  /// as there is one.
+  /// Binds the service's publishers, and subscribes to the application server of `unit` as soon as
+  /// that exists.
   explicit AnsweringService(const louddesk::UnitStandIn& unit)
       : mDataPublisher(ZMQ_PUB, louddesk::Endpoint::Ipc(louddesk::DataPublisherFile(1, 1))),
         mStatePublisher(ZMQ_PUB, louddesk::Endpoint::Ipc(louddesk::StatePublisherFile(1, 1))),

@@ -1,4 +1,4 @@
-// The K-weighting's gain, from its coefficients alone.
+// The K-weighting's gain, computed from its coefficients.
 
 #pragma once
 

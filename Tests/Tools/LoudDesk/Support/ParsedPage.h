@@ -1,4 +1,4 @@
-// A page as an XML parser reads it.
+// A page that an XML parser has read.
 
 #pragma once
 
@@ -13,7 +13,7 @@
 
 namespace test_page {
 
-/// XPath names elements of the page with h:, those of drawings with s:.
+/// In XPath expressions, h: is the prefix of the page's elements and s: that of the drawings'.
 class ParsedPage {
  public:
   explicit ParsedPage(const std::string& page)

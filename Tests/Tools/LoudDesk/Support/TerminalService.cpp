@@ -1,4 +1,4 @@
-// What the tests in a terminal have in common.
+// Shared by the tests in a terminal.
 
 #include "TerminalService.h"
 
@@ -14,7 +14,7 @@ using testing::Not;
 
 namespace {
 
-// Everything that a program writes until it ends.
+// Runs a command and returns its output.
 std::string OutputOf(const std::string& command) {
   std::string output;
   FILE* pipe = popen(command.c_str(), "r");
@@ -36,7 +36,7 @@ void TerminalService::TearDown() {
 
 void TerminalService::OpenTerminal(unsigned columns, unsigned rows) {
   std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
-  std::replace(name.begin(), name.end(), '/', '-');  // of a test with a parameter
+  std::replace(name.begin(), name.end(), '/', '-');  // in the name of a test with a parameter
   mSocket = testing::TempDir() + "tmux-" + name + "-" + std::to_string(getpid());
   Tmux("new-session -d -x " + std::to_string(columns) + " -y " + std::to_string(rows) +
        " \"env PS1='ready> ' LC_ALL=C.UTF-8 sh\"");

@@ -95,7 +95,7 @@ std::string AudioDirectory::Write(const std::string& name, int format, int sampl
     ADD_FAILURE() << path << ": " << sf_strerror(nullptr);
     return path;
   }
-  // In pieces: the Vorbis encoder keeps a whole piece on its stack.
+  // Writes in pieces, because the Vorbis encoder keeps a whole piece on its stack.
   constexpr std::size_t kPiece = 4096;
   const std::size_t frames = samples.size() / channels;
   for (std::size_t done = 0; done < frames; done += kPiece) {

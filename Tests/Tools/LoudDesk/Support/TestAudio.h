@@ -14,7 +14,7 @@ using Samples = std::vector<double>;
 /// The linear amplitude of a level in dBFS.
 double Amplitude(double levelDb);
 
-/// A sine of a peak amplitude; `phaseDegrees` at the first sample.
+/// A sine with this peak amplitude and the phase `phaseDegrees` at the first sample.
 Samples Sine(double amplitude, double frequency, int sampleRate, std::size_t frames,
              double phaseDegrees = 0.0);
 
@@ -30,7 +30,7 @@ Samples Repeated(const Samples& channel, std::size_t channels);
 /// `first` followed by `second`.
 Samples Joined(Samples first, const Samples& second);
 
-/// A new directory for the files of one test. It is removed with all files in it.
+/// A new directory for the files of one test. The destructor removes it with all its files.
 class AudioDirectory {
  public:
   AudioDirectory();
@@ -38,7 +38,7 @@ class AudioDirectory {
   AudioDirectory(const AudioDirectory&) = delete;
   AudioDirectory& operator=(const AudioDirectory&) = delete;
 
-  /// Path of a file in it.
+  /// Path of a file in the directory.
   std::string Path(const std::string& name) const;
 
   /// Writes an audio file in a libsndfile format (SF_FORMAT_WAV | SF_FORMAT_PCM_16, ...) and
@@ -50,14 +50,14 @@ class AudioDirectory {
   /// and returns its path. The test fails if the command does.
   std::string Make(const std::string& name, const std::string& command) const;
 
-  /// Writes bytes as they are and returns the path.
+  /// Writes bytes unchanged and returns the path.
   std::string WriteBytes(const std::string& name, const std::string& bytes) const;
 
  private:
   std::string mPath;
 };
 
-/// During its lifetime, writes of this process beyond this size of a file fail, as on a full disk.
+/// During its lifetime, writes of this process beyond a certain file size fail, as on a full disk.
 class FileSizeLimit {
  public:
   explicit FileSizeLimit(std::uint64_t bytes);
@@ -69,7 +69,7 @@ class FileSizeLimit {
 /// The bytes of a file.
 std::string BytesOf(const std::string& path);
 
-/// Keeps the first `bytes` bytes of a file, as a full disk or an interrupted copy does.
+/// Truncates a file to its first `bytes` bytes, like a full disk or an interrupted copy.
 void CutOff(const std::string& path, std::uint64_t bytes);
 
 }  // namespace test_audio

@@ -1,4 +1,4 @@
-// What is restored when a signal ends the process, tested in child processes.
+// Restoring the terminal when a signal ends the process, tested in child processes.
 
 #include "FatalSignals.h"
 
@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kSurvived = 3;
 
-// The only fault that the sanitizers do not catch themselves.
+// SIGABRT is the only fault that the sanitizers do not catch themselves.
 TEST(FatalSignalsTest, ASignalGivesBackAndEndsTheProcessAllTheSame) {
   for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGABRT})
     EXPECT_EXIT(
@@ -27,7 +27,7 @@ TEST(FatalSignalsTest, ASignalGivesBackAndEndsTheProcessAllTheSame) {
         testing::StrEq("\r\x1B[K" + EmulatorAtEndBy(signalNumber)));
 }
 
-// As a shell starts jobs in the background.
+// A shell starts background jobs in this way.
 TEST(FatalSignalsTest, AnIgnoredSignalStaysIgnored) {
   EXPECT_EXIT(
       {

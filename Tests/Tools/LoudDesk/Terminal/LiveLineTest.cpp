@@ -82,7 +82,7 @@ TEST(LiveLineTest, TerminalLineFollowsTheWidthOfTheTerminal) {
   EXPECT_EQ("\r123456789\rabcde\rABCDEFG", out.str());
 }
 
-// Padding with blanks to the old width would wrap.
+// Padding with blanks to the old width would make the line wrap.
 TEST(LiveLineTest, NothingIsHiddenBeyondTheWidthOfTheTerminal) {
   std::ostringstream out;
   std::size_t columns = 10;

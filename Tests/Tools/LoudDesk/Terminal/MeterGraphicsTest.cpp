@@ -113,7 +113,7 @@ std::vector<std::string> History(const std::deque<std::optional<double>>& values
 }
 
 TEST(MeterGraphicsTest, HistoryEndsAtTheRightWithTheLastValue) {
-  // Four rows, one per unit; the line at 2.5 lies in the second row from the top.
+  // Four rows, one per unit; the line at 2.5 is in the second row from the top.
   EXPECT_EQ((std::vector<std::string>{"", "┈┈┈▄", "  ▅█", "  ██"}), History({1.625, 2.5}));
 }
 

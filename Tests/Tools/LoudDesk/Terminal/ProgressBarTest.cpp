@@ -1,4 +1,4 @@
-// The progress bar as it is sent to the terminal.
+// The progress bar's output to the terminal.
 
 #include "ProgressBar.h"
 
@@ -36,7 +36,7 @@ TEST(ProgressBarTest, EndsAtAHundredPercent) {
   }
 }
 
-// A terminal may move to the next line after its last column, so that one stays free.
+// One column stays free, because a terminal may move to the next line after its last column.
 TEST(ProgressBarTest, StaysWithinTheTerminal) {
   for (const std::size_t columns : {0U, 1U, 10U, 44U, 80U}) {
     std::ostringstream terminal;

@@ -1,4 +1,4 @@
-// Rows as RFC 4180 has them.
+// Rows of comma-separated values (RFC 4180).
 
 #include "CsvText.h"
 

@@ -1,4 +1,4 @@
-// Numbers as a user writes them.
+// Numbers that a user enters.
 
 #include "NumberCheck.h"
 

@@ -1,4 +1,4 @@
-// How names made of any bytes are shown on a terminal.
+// Names made of arbitrary bytes, as shown on a terminal.
 
 #include "PrintableText.h"
 
@@ -21,7 +21,7 @@ TEST(PrintableTextTest, ControlCharactersAreWrittenInHexadecimal) {
   EXPECT_EQ(Printable(std::string(1, '\0')), "\\x00");
 }
 
-// U+009B begins a control sequence, as ESC [ does.
+// U+009B begins a control sequence, like ESC [.
 TEST(PrintableTextTest, ControlCharactersOfTwoBytesAreToo) {
   EXPECT_EQ(Printable("\xC2\x9B"
                       "31m"),

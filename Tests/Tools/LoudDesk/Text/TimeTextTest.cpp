@@ -1,4 +1,4 @@
-// Moments in the time zone of Berlin, where summer time ended on 2026-10-25 at 03:00.
+// Times in the time zone of Berlin, where summer time ended on 2026-10-25 at 03:00.
 
 #include "TimeText.h"
 
@@ -14,7 +14,7 @@ constexpr std::int64_t kNoon = 1795345200;  // 2026-11-22T11:00:00Z, 12:00 in Be
 
 class TimeTextTest : public testing::Test {
  protected:
-  // The rule itself, so that no database of time zones is needed.
+  // Sets the rule itself, so that no time zone database is needed.
   TimeTextTest() {
     setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
     tzset();
@@ -51,7 +51,7 @@ TEST_F(TimeTextTest, ATimeAloneIsOfToday) {
   EXPECT_EQ(ReadTime("now", kNoon), kNoon);
 }
 
-// 25 hours.
+// That day has 25 hours.
 TEST_F(TimeTextTest, TheDayOnWhichSummerTimeEndsIsLonger) {
   EXPECT_EQ(ReadTime("2026-10-26", 0).value() - ReadTime("2026-10-25", 0).value(), 25 * 3600);
 }

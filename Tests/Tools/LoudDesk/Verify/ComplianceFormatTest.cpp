@@ -54,7 +54,7 @@ ComplianceRow RecordingRow() {
   return {"3341-7", "a recording", std::nullopt, std::nullopt, ComplianceVerdict::kNotRun};
 }
 
-// What the widest rows of all cases look like: every figure at its widest.
+// The rows of all cases with every figure at its widest.
 std::vector<ComplianceRow> WideRows() {
   return RowsOfAllCases([](const Expectation&) { return -99.0; });
 }

@@ -1,4 +1,4 @@
-// The report on a verification, read as an XML parser reads it.
+// The report on a verification, read with an XML parser.
 
 #include "CompliancePage.h"
 
@@ -39,7 +39,7 @@ ComplianceRow Recording() {
   return {"3341-7", "a recording", std::nullopt, std::nullopt, ComplianceVerdict::kNotRun};
 }
 
-// All cases, with each figure as the grid of blocks predicts it.
+// All cases, each figure with the value that the grid of blocks predicts.
 std::vector<ComplianceRow> AllRows() {
   return RowsOfAllCases([](const Expectation& expectation) { return expectation.expected; });
 }
@@ -157,7 +157,8 @@ TEST(CompliancePageTest, EachKindOfReadingHasAPlotThatIsNamedAndDescribed) {
   EXPECT_EQ(page.Count("//s:svg[@role='img'][s:desc!='']"), 6U);
 }
 
-// On a screen of 320 pixels a plot is 224 pixels wide, and a letter of a label 7 at most.
+// On a screen of 320 pixels a plot is 224 pixels wide. A letter of a label is 7 pixels wide at
+// most.
 TEST(CompliancePageTest, LabelsOfCasesDoNotTouchOnANarrowScreen) {
   const ParsedPage page(PageOf(AllRows()));
   const std::size_t plots = page.Count("//s:svg[@role='img']");
@@ -193,8 +194,8 @@ TEST(CompliancePageTest, EveryFigureIsADotInAPlot) {
             rows.size() - static_cast<std::size_t>(CountOf(rows, ComplianceVerdict::kNotRun)));
 }
 
-// The scale is -2 ... 2. Half of a tolerance above lies at 1.5 of 4 from the top, and that of 0.2
-// upwards is not that of 0.4 downwards.
+// The scale is -2 ... 2 tolerances. Half a tolerance above is at 1.5 of 4 from the top. The
+// tolerances of 0.2 upwards and 0.4 downwards differ.
 TEST(CompliancePageTest, DotsLieAtTheirShareOfTheTolerance) {
   const ParsedPage page(
       PageOf({Row("3341-15", TruePeak(-6.0), -5.9), Row("3341-16", TruePeak(-6.0), -6.2),
@@ -205,15 +206,15 @@ TEST(CompliancePageTest, DotsLieAtTheirShareOfTheTolerance) {
               ElementsAre("16.67%", "50.00%", "83.33%"));
 }
 
-// The tolerance of the standard is -1 ... 1 of -2 ... 2.
+// The tolerance of the standard is -1 ... 1 on a scale of -2 ... 2.
 TEST(CompliancePageTest, TheToleranceIsABand) {
   const ParsedPage page(PageOf({Row("3341-15", TruePeak(-6.0), -6.0)}));
   EXPECT_THAT(page.Texts("//s:rect[@class='target']/@y"), ElementsAre("25.00%"));
   EXPECT_THAT(page.Texts("//s:rect[@class='target']/@height"), ElementsAre("50.00%"));
 }
 
-// -23.46 +-0.1 is -5.6 ... -3.6 tolerances off on a scale of -6 ... 2: 950 and 700 of 1000 from the
-// top.
+// -23.46 +-0.1 is -5.6 ... -3.6 tolerances away, on a scale of -6 ... 2: at 950 and 700 of 1000
+// from the top.
 TEST(CompliancePageTest, WhatTheBlocksPredictIsABandOfItsOwn) {
   const ParsedPage page(PageOf({Row("3341-13", Momentary(-23.0, -23.46), -23.46)}));
   EXPECT_THAT(page.Texts("//s:path[@class='predicted']/@d"),

@@ -1,4 +1,4 @@
-// The cases of the standards, how their readings are picked, and the verdicts.
+// The cases of the standards, the choice of their readings, and the verdicts.
 
 #include "Compliance.h"
 
@@ -68,8 +68,8 @@ TEST(ComplianceCasesTest, OnlyTheRecordingsHaveNoSignal) {
   EXPECT_THAT(without, ElementsAre("3341-7", "3341-8", "3342-5", "3342-6"));
 }
 
-// What the documents ask for, with their tolerances: a tenth of a LU and +0.2/-0.4 dB in Tech 3341,
-// one LU in Tech 3342.
+// The requirements of the documents with their tolerances: 0.1 LU and +0.2/-0.4 dB in Tech 3341, 1
+// LU in Tech 3342.
 TEST(ComplianceCasesTest, StandardFiguresAndTolerancesAreThoseOfTheDocuments) {
   struct {
     const char* id;
@@ -132,7 +132,7 @@ TEST(ComplianceCasesTest, BurstsOfOneStreamRiseFromMinus38ToMinus19) {
   }
 }
 
-// Expected differs from the standard by the grid alone, and only in these cases.
+// Expected figures differ from the standard only because of the grid, and only in these cases.
 TEST(ComplianceCasesTest, OnlyCasesAboutTheGridExpectAnythingBesideTheStandard) {
   std::set<std::string> deviating;
   for (const ComplianceCase& known : ComplianceCases())
@@ -143,7 +143,7 @@ TEST(ComplianceCasesTest, OnlyCasesAboutTheGridExpectAnythingBesideTheStandard) 
               testing::UnorderedElementsAre("3341-9", "3341-10", "3341-11", "3341-13", "3341-14"));
 }
 
-// By hand in BlockGridTest: 10 log10(1 - d / 4), and 27.5 readings of 28 or 29 of 30.
+// Derived in BlockGridTest: 10 log10(1 - d / 4), and 27.5 readings of 28 or 29 of 30.
 TEST(ComplianceCasesTest, DeviationsOfTheGridAreAddedToTheLevels) {
   const double momentary[] = {0.0, 0.95, 0.9, 0.9, 0.95};
   for (std::size_t i = 0; i < 20; ++i) {
@@ -217,7 +217,7 @@ class ScriptedMeter : public MeterUnderTest {
     return readings;
   }
 
-  std::map<int, double> mScript;  // momentary reading by the number of blocks
+  std::map<int, double> mScript;  // momentary readings by number of blocks
   SpeakerLayout mSpeakers;
   Measurand mMeasurand = Measurand::kLoudness;
   BlockReading mLastBlock;
@@ -228,7 +228,7 @@ class ScriptedMeter : public MeterUnderTest {
 
 class RunCaseTest : public testing::Test {
  protected:
-  // One second of tone with one expectation.
+  // Runs one second of tone with one expectation.
   std::optional<double> Measured(Quantity quantity, Pick pick, int first, int last) {
     const Expectation expectation = {quantity, "", pick, first, last, 0.0, 0.0, {0.1, 0.1}};
     const ComplianceCase one = {
@@ -280,7 +280,7 @@ TEST_F(RunCaseTest, TheMeterIsAskedOnlyForReadingsThatCount) {
   Measured(Quantity::kLra, Pick::kLast, 10, 10);
   EXPECT_EQ(mMeter.mReads, 1);
   mMeter.mReads = 0;
-  Rows(CaseOf("3341-1"), mMeter);  // three figures of one moment
+  Rows(CaseOf("3341-1"), mMeter);  // three figures at the same time
   EXPECT_EQ(mMeter.mReads, 1);
 }
 

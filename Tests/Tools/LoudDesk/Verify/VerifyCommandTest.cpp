@@ -1,5 +1,5 @@
-// The shipped `LoudDesk verify`: its command line, and that the table it prints is the one that
-// Docs/COMPLIANCE.md explains.
+// The shipped `LoudDesk verify`: its command line, and its table, which must equal the one in
+// Docs/COMPLIANCE.md.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -51,7 +51,7 @@ class VerifyCommandTest : public testing::Test {
   AudioDirectory mDirectory;
 };
 
-// The text between two others; empty if one of them is missing.
+// The text between `begin` and `end`; empty if one of them is missing.
 std::string Between(const std::string& text, const std::string& begin, const std::string& end) {
   const std::size_t from = text.find(begin);
   const std::size_t to = text.find(end);
@@ -69,7 +69,7 @@ TEST_F(VerifyCommandTest, TheDocumentShowsWhatTheToolPrints) {
       << "replace the table in " << kDocument << " by the output of LoudDesk verify";
 }
 
-// The page takes its explanations from there.
+// The page takes its explanations from the document.
 TEST_F(VerifyCommandTest, TheDocumentExplainsEveryCase) {
   const std::string document = BytesOf(kDocument);
   std::istringstream rows(Between(document, kTableBegin, kTableEnd));
@@ -189,7 +189,7 @@ TEST_F(VerifyCommandTest, EveryCaseIsListedWithItsSignal) {
                                           HasSubstr("\n3342-6       recording, ")));
 }
 
-// A tone of -23 dBFS on two channels has the loudness that is asked of it.
+// A tone of -23 dBFS on two channels has the required loudness.
 TEST_F(VerifyCommandTest, ACopyOfARecordingMayComeByStandardInput) {
   const test_audio::Samples tone =
       test_audio::Sine(test_audio::Amplitude(-23.0), 1000.0, 48000, 960000);

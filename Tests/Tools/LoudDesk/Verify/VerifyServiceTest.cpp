@@ -25,7 +25,7 @@ using testing::StartsWith;
 
 using Arguments = std::vector<std::string>;
 
-// Enough for a machine that also builds; only a failure takes that long.
+// Long enough for a machine that builds at the same time. Only a failure takes this long.
 constexpr ServiceProcess::Patience kPatience{60000 * kSlowness};
 
 class VerifyServiceTest : public testing::Test {
@@ -57,8 +57,8 @@ class VerifyServiceTest : public testing::Test {
   std::unique_ptr<ServiceProcess> mVerify;
 };
 
-// Published in tenths. Each case starts from empty: the second tone lies below the first one's
-// gate.
+// Figures are published in tenths. Each case starts from empty, although the second tone is below
+// the first one's gate.
 TEST_F(VerifyServiceTest, FiguresAreThoseThatTheServicePublishes) {
   StartService();
   StartVerify({"--case", "3341-1", "3341-2", "3341-6", "3342-2"});
@@ -88,7 +88,7 @@ TEST_F(VerifyServiceTest, WhatFollowsFromTheBlocksIsPublishedToo) {
   EXPECT_THAT(mVerify->StandardOutput(), EndsWith("\n4 pass, 16 grid, 0 FAIL, 0 not run\n"));
 }
 
-// The momentary reading after each block of a level that changes with every one.
+// The momentary reading after each block, with a level that changes at every block.
 louddesk::ComplianceCase CaseOfEveryBlock() {
   louddesk::StepSignal signal = {{"Left", "Right"}, {}};
   std::vector<louddesk::Expectation> expectations;
@@ -180,7 +180,7 @@ TEST_F(VerifyServiceTest, AServiceThatHangsIsToldFromOneThatHasEnded) {
   mService->Signal(SIGCONT);
 }
 
-// 130 as for a verification of the engine, which dies of the signal.
+// The status is 130, as for a verification of the engine, which the signal ends.
 TEST_F(VerifyServiceTest, CtrlCEndsAVerification) {
   StartService();
   StartVerify({"--case", "3341-9"});

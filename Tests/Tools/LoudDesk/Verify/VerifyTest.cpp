@@ -1,4 +1,4 @@
-// Whole verifications: the engine at several sample rates, and meters that are wrong.
+// Whole verifications: the engine at several sample rates, and meters with errors.
 
 #include "Verification.h"
 
@@ -78,8 +78,8 @@ TEST_P(VerifyAtRateTest, TheEngineFailsInNoFigure) {
 INSTANTIATE_TEST_SUITE_P(Rates, VerifyAtRateTest,
                          testing::Values(8000, 11025, 22050, 32000, 44100, 88200, 96000, 192000));
 
-// Half of a LU less is more than the tolerance of any figure of Tech 3341. The figures of these
-// cases: 3 + 1 + 2 + 2 + 20 + 20 + 9.
+// An error of 0.5 LU exceeds the tolerance of every figure of Tech 3341. These cases have 3 + 1 + 2
+// + 2 + 20 + 20 + 9 figures.
 TEST_F(VerifyTest, AMeterThatReadsTooLittleFailsEverywhere) {
   WrongMeter meter(-0.5);
   VerifyOptions options;
@@ -179,7 +179,7 @@ TEST_F(VerifyTest, AStreamThatTakesNothingIsAFailure) {
 // Tones in the place of the recordings.
 class RecordingTest : public VerifyTest {
  protected:
-  // 20 s at each level in dBFS.
+  // Writes a file with 20 s at each of these levels in dBFS.
   std::string Write(const std::string& name, const std::vector<double>& levels,
                     std::size_t channels = 2) const {
     test_audio::Samples tone;
@@ -201,7 +201,8 @@ class RecordingTest : public VerifyTest {
   std::string Report() const { return test_audio::BytesOf(mDirectory.Path("report.html")); }
 };
 
-// A tone of -23 dBFS on both channels reads -23 LKFS; two steps lie as far apart as their levels.
+// A tone of -23 dBFS on both channels reads -23 LKFS. The range of two steps is the difference of
+// their levels.
 TEST_F(RecordingTest, ACopyIsMeasuredToItsEndAndJudged) {
   const std::string narrow = Write("narrow.wav", {-23.0});
   const std::string five = Write("five.wav", {-20.0, -25.0});

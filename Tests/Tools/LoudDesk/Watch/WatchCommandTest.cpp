@@ -43,8 +43,8 @@ class WatchCommandTest : public RunningService {
     mWatch = std::make_unique<ServiceProcess>(LOUDDESK_BINARY, arguments);
   }
 
-  /// Pauses the measurement until the watch says so: nobody tells when it is connected to the
-  /// states too.
+  /// Sends pauses until the watch shows one. There is no other sign that it is connected to the
+  /// states.
   void ExpectPauseSeen() {
     const auto end = std::chrono::steady_clock::now() + kPatience;
     do
@@ -96,7 +96,7 @@ TEST_F(WatchCommandTest, RowsHaveTheFiguresOfTheMessages) {
   ASSERT_EQ(2u, Rows().size());
   const auto fields = Split(Rows()[1], ',');
   ASSERT_EQ(12u, fields.size());
-  // Nothing is fed: the figures stand still but for those refreshed once a second.
+  // Nothing is fed: only figures that are refreshed once a second can still change.
   EXPECT_DOUBLE_EQ(message->data.MaxMomentary / 10.0, std::stod(fields[1]));
   EXPECT_DOUBLE_EQ(message->data.Momentary / 10.0, std::stod(fields[2]));
   EXPECT_DOUBLE_EQ(message->data.MaxTruePeak / 100.0, std::stod(fields[7]));
@@ -137,7 +137,7 @@ TEST_F(WatchCommandTest, SecondsEndIt) {
   StartMeasured();
   StartWatch({"--format", "csv", "--seconds", "2.05"});
   ExpectEnd(0);
-  // The header and ten a second, less what passes before the connection stands.
+  // The header and ten rows per second, minus those before the connection was made.
   EXPECT_THAT(Rows().size(), testing::AllOf(testing::Ge(3u), testing::Le(23u)));
 }
 
@@ -216,7 +216,7 @@ TEST_F(WatchCommandTest, DeadServiceIsSaidAndItsReturnToo) {
   EXPECT_TRUE(mWatch->WaitForLine("RUNNING", kPatience, before));
 }
 
-// Where blocks stop coming the service publishes the figures after the last one, without an end.
+// When blocks stop arriving, the service publishes the last figures without an end.
 TEST_F(WatchCommandTest, FrozenSourceIsSaidAndItsReturnToo) {
   StartMeasured();
   StartWatch({"--format", "csv"});

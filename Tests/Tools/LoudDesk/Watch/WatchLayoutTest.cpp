@@ -81,7 +81,7 @@ class WatchLayoutTest : public testing::Test {
       louddesk::ActOnKey(key, mLook, mModel);
   }
 
-  /// The ink of the first cell of a text.
+  /// The colour of the first cell of a text.
   louddesk::Ink InkOf(const std::string& text) const {
     const TextScreen screen = ComposeWatch(mModel, mLook, kUsual, kStart);
     for (std::size_t row = 0; row < screen.Rows(); ++row) {
@@ -297,7 +297,7 @@ TEST_F(WatchLayoutTest, InvalidSourceIsSaid) {
 TEST_F(WatchLayoutTest, PeakAboveThePermittedOneIsSaidWithoutColours) {
   mData.MaxTruePeak = -100;
   Take();
-  // At -1 dBTP, the permitted maximum, it is not over.
+  // -1 dBTP is the permitted maximum and does not exceed it.
   EXPECT_THAT(Picture({120, 24}), Not(HasSubstr("OVER")));
   mData.MaxTruePeak = -99;
   Take();
@@ -325,8 +325,8 @@ TEST_F(WatchLayoutTest, UsualWindowHasTheThreeAnswersToANewStart) {
     EXPECT_THAT(picture, HasSubstr(user));
 }
 
-// Of 51 columns 11 are the margin, the time and the blanks behind it, one is the other margin: 39
-// are left, 13 of them for " acknowledged".
+// Of 51 columns, 11 are the left margin, the time and the blanks after it, and one is the right
+// margin: 39 are left, 13 of them for " acknowledged".
 TEST_F(WatchLayoutTest, AnswerThatDoesNotFitEndsInDots) {
   Take();
   Note(std::string(26, 'a'));
@@ -348,7 +348,8 @@ TEST_F(WatchLayoutTest, NarrowWindowHasAllFiguresBeforeAHistory) {
   EXPECT_THAT(Picture({60, 12}), Not(HasSubstr("Short-term, last ")));
 }
 
-// In three rows of 27 LU, 0 LU and +9 LU fall into the same one: 18 / 27 of three rows are two.
+// With 27 LU in three rows, the labels of 0 LU and +9 LU fall into the same row: 18 / 27 of three
+// rows are two.
 TEST_F(WatchLayoutTest, LowHistoryHasNoLabelUponAnother) {
   Take();
   const std::string picture = Picture({60, 20});

@@ -1,4 +1,4 @@
-// What the live meter learns about a service from its messages.
+// The state of a service that the live meter derives from its messages.
 
 #include "WatchModel.h"
 
@@ -187,7 +187,7 @@ TEST_F(WatchModelTest, RepublicationTellsLateJoinersTheState) {
   EXPECT_TRUE(mModel.Notes().empty());
 }
 
-// The last command is republished every five seconds: it may well come before the first data.
+// The last command is republished every five seconds, so it may come before the first data.
 TEST_F(WatchModelTest, RepublicationBeforeTheFirstDataIsNoSilence) {
   Take(milliseconds(0), Republished("Start"));
   EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(0)));
@@ -216,7 +216,7 @@ TEST_F(WatchModelTest, RepublicationsDoNotPutOffTheSilence) {
   EXPECT_EQ(ServiceState::kSilent, StateAt(milliseconds(1000)));
 }
 
-// Neither says what the service does.
+// Neither message shows the state of the service.
 TEST_F(WatchModelTest, ResetOrConfigurationAloneIsNoState) {
   Take(milliseconds(0), Acknowledged("Reset"));
   EXPECT_EQ(ServiceState::kWaiting, StateAt(milliseconds(10)));
@@ -289,7 +289,7 @@ TEST_F(WatchModelTest, HeldPeakIsLetGoAtTheRestart) {
   EXPECT_EQ(-2299, mModel.HeldPeak());
 }
 
-// Even where the message without a maximum was missed.
+// Applies even if the message without a maximum was missed.
 TEST_F(WatchModelTest, LowerMaximumIsARestart) {
   LoudnessData_t loud = WithPeak(602);
   loud.MaxTruePeak = 602;
@@ -337,7 +337,7 @@ LoudnessData_t Loud() {
 
 class NoChangeTest : public WatchModelTest {
  protected:
-  /// The same figures every 100 ms.
+  /// Passes the same figures every 100 ms.
   void Stay(seconds from, seconds to, LoudnessData_t data, LuCmd_e command = LU_CMD_START) {
     for (milliseconds at = from; at <= to; at += milliseconds(100))
       Data(at, data, command);
@@ -379,7 +379,7 @@ TEST_F(NoChangeTest, SilenceMayStay) {
   EXPECT_EQ(std::nullopt, NoChangeAt(seconds(10)));
 }
 
-// Silence has the true peak of its blocks.
+// Silent blocks have a true peak; figures without any block have none.
 TEST_F(NoChangeTest, SourceWithoutAnyBlockIsNotSilence) {
   Stay(seconds(0), seconds(4), LoudnessData_t{});
   EXPECT_EQ(seconds(4), NoChangeAt(seconds(4)));
@@ -463,7 +463,7 @@ TEST_F(WindowsTest, AreUnknownUntilTheServiceHasRepublished) {
   ExpectWindows(3, 9);
 }
 
-// An invalid source keeps the configuration from being republished.
+// The service does not republish the configuration while the source is invalid.
 TEST_F(WindowsTest, AreUnknownWithoutASource) {
   Data(milliseconds(0), LoudnessData_t{}, LU_CMD_NONE, 0);
   Take(milliseconds(0), Republished("None"));

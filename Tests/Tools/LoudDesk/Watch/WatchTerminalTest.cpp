@@ -17,14 +17,14 @@ class WatchTerminalTest : public TerminalService {
     Type(std::string(LOUDDESK_BINARY) + " watch " + options);
   }
 
-  /// Until the watch has drawn itself, on a screen of its own.
+  /// Expects that the watch has drawn itself, on the alternate screen.
   void ExpectMeter() {
     ASSERT_TRUE(WaitForText("q quits"));
     EXPECT_EQ("1 0\n", Tmux("display-message -p '#{alternate_on} #{cursor_flag}'"));
   }
 
-  /// Pauses the measurement until the watch says so: nobody tells when it is connected to the
-  /// states too.
+  /// Sends pauses until the watch shows one. There is no other sign that it is connected to the
+  /// states.
   void ExpectPauseSeen() {
     const auto end = std::chrono::steady_clock::now() + kPatience;
     do {
@@ -113,7 +113,7 @@ TEST_F(WatchTerminalTest, ControlCommandsTheService) {
   EXPECT_TRUE(WaitForText("Reset acknowledged"));
   Press("1");
   EXPECT_TRUE(WaitForText("Start acknowledged"));
-  // In the mode Continuous.
+  // The mode is Continuous, in which a stop has no effect.
   Press("4");
   EXPECT_TRUE(WaitForText("Stop not acknowledged: the mode is Continuous"));
 }
@@ -145,7 +145,7 @@ TEST_F(WatchTerminalTest, AllClustersHaveARowAndEnterOpensOne) {
   EXPECT_TRUE(second.WaitForExit(kPatience));
 }
 
-// Its state alone would say that all is well.
+// The state alone would not show the fault.
 TEST_F(WatchTerminalTest, AFrozenSourceIsToldAmongAllClusters) {
   StartMeasured();
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
@@ -155,7 +155,7 @@ TEST_F(WatchTerminalTest, AFrozenSourceIsToldAmongAllClusters) {
   EXPECT_TRUE(WaitForText("  1  1  RUNNING"));
 }
 
-// A service that was killed leaves its files.
+// A killed service leaves its files behind.
 TEST_F(WatchTerminalTest, FileWithoutAServiceIsNoCluster) {
   StartMeasured();
   ServiceProcess second(LOUDCALC_BINARY, {"-m", "2", "-c", "3"});
@@ -189,7 +189,7 @@ TEST_F(WatchTerminalTest, KeyLeavesTheTerminalSane) {
 struct SignalCase {
   const char* name;
   int signal;
-  const char* status;  // as the shell reports it
+  const char* status;  // exit status reported by the shell
 };
 
 class WatchTerminalSignalTest : public WatchTerminalTest,
@@ -215,7 +215,7 @@ INSTANTIATE_TEST_SUITE_P(Signals, WatchTerminalSignalTest,
                                          SignalCase{"Abortion", SIGABRT, "134"}),
                          [](const auto& signal) { return signal.param.name; });
 
-// As under nohup.
+// nohup makes programs ignore the signal.
 TEST_F(WatchTerminalTest, IgnoredHangUpStaysIgnored) {
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
   const std::string file = FileOfItsOwn(".pid");
@@ -240,7 +240,7 @@ TEST_F(WatchTerminalTest, QuitKeyLeavesAPlainTerminalWithoutThePicture) {
   ExpectSaneTerminal("131");
 }
 
-// A line that is typed ahead must reach the shell complete.
+// A line typed ahead must reach the shell complete.
 TEST_F(WatchTerminalTest, ReturnKeyStaysTheEndOfALine) {
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
   Watch();
@@ -310,7 +310,7 @@ TEST_P(WatchColourTest, FollowsTheWishOfTheUser) {
   Type(std::string("TERM=screen-256color ") + GetParam().environment + " " + LOUDDESK_BINARY +
        " watch");
   ASSERT_TRUE(WaitForText("NO SERVICE"));
-  // Red, the colour of an alert, as tmux gives it back.
+  // 31 is red, the colour of an alert.
   EXPECT_EQ(GetParam().hasColours, Tmux("capture-pane -ep").find("31m") != std::string::npos);
 }
 
