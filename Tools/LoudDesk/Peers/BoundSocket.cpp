@@ -33,8 +33,8 @@ void MakeIpcDirectory(const Endpoint& endpoint) {
   if (!std::filesystem::is_directory(parent, ignored))
     Refuse(endpoint, parent.string() + " is missing; link it to /dev/shm or mount a tmpfs there");
   if (mkdir(kIpcDirectory, kIpcDirectoryMode) == 0)
-    chmod(kIpcDirectory,
-          kIpcDirectoryMode);  // independent of the umask: other processes of the unit use it
+    // Independent of the umask: other processes of the unit use the directory.
+    chmod(kIpcDirectory, kIpcDirectoryMode);
   else if (errno != EEXIST)
     Refuse(endpoint, std::string("cannot make the directory: ") + std::strerror(errno));
 }

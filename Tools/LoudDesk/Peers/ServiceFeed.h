@@ -46,8 +46,7 @@ class ServiceFeed : public SocketReader {
   void ReadPending() override;
 
  private:
-  std::deque<DataClient>
-      mClients;  // one for data and one for states, or one if they share an endpoint
+  std::deque<DataClient> mClients;  // for data and states; one if they share an endpoint
   std::deque<LoudnessMessage> mData;
   std::deque<StateMessage> mStates;
 };

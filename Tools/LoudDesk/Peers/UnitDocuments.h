@@ -30,9 +30,8 @@ struct Preset {
   std::vector<Meter> meters;
   std::vector<Cluster> clusters;  // counted from 1
   std::optional<Name> name;
-  std::optional<std::string> clock =
-      "Internal";              // type of the source; the service refuses a preset without one
-  bool isRepublished = false;  // repeats the preset in force
+  std::optional<std::string> clock = "Internal";  // type; a preset without one is refused
+  bool isRepublished = false;                     // repeats the preset in force
 
   std::string Json() const;
 };

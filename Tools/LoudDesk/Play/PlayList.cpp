@@ -14,8 +14,7 @@
 namespace louddesk {
 namespace {
 
-constexpr int kSampleRate =
-    48000;  // Hz, of generated signals; the rate of test signals if a case names none
+constexpr int kSampleRate = 48000;  // Hz, of generated signals unless a case has its own
 
 // The allowed values of a level or a frequency.
 struct Bounds {

@@ -41,8 +41,7 @@ struct Tolerance {
 /// A figure that a meter must read.
 struct Expectation {
   Quantity quantity;
-  std::string
-      detail;  // distinguishes several figures of one case, in words; empty for a single one
+  std::string detail;  // distinguishes several figures of one case; empty for a single one
   Pick pick;
   int firstBlock;       // range of readings that count, as numbers of blocks of 100 ms
   int lastBlock;        // measured before the reading

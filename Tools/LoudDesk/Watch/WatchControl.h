@@ -30,9 +30,8 @@ class WatchControl {
 
   UnitStandIn mUnit;
   ServiceClient mClient;
-  std::string mCommand;  // last command sent
-  std::optional<Clock::time_point>
-      mDue;  // deadline for its acknowledgement; nothing if acknowledged
+  std::string mCommand;                   // last command sent
+  std::optional<Clock::time_point> mDue;  // deadline for the acknowledgement; nothing: it has come
   std::vector<std::string> mNews;
 };
 
