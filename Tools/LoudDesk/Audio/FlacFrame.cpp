@@ -1,4 +1,4 @@
-// The CRC by tables, sixteen bytes at a time.
+// Computes the CRC with tables, sixteen bytes at a time.
 
 #include "FlacFrame.h"
 
@@ -7,10 +7,10 @@
 namespace louddesk {
 namespace {
 
-constexpr unsigned kPolynomial = 0x8005;  // x^16 + x^15 + x^2 + 1, the highest bit first
+constexpr unsigned kPolynomial = 0x8005;  // x^16 + x^15 + x^2 + 1, highest bit first
 constexpr std::size_t kBytesAtATime = 16;
 
-// What a byte contributes to the sum when so many more bytes follow it.
+// Contribution of each byte value to the CRC, for a fixed number of bytes after it.
 using Contributions = std::array<std::uint16_t, 256>;
 
 constexpr std::uint16_t FollowedByZero(unsigned sum) {
@@ -31,7 +31,7 @@ constexpr std::array<Contributions, kBytesAtATime> MakeTables() {
 
 constexpr std::array<Contributions, kBytesAtATime> kTables = MakeTables();
 
-// The first two bytes meet the sum so far.
+// Combines the CRC so far with the first two bytes.
 unsigned SumOfPiece(unsigned sum, const std::uint8_t* bytes) {
   unsigned next = kTables[kBytesAtATime - 1][bytes[0] ^ sum >> 8U];
   next ^= kTables[kBytesAtATime - 2][bytes[1] ^ (sum & 0xFFU)];

@@ -1,4 +1,4 @@
-// The sum by which a frame of FLAC shows that it is intact (RFC 9639, section 9.3).
+// The checksum of FLAC frames (RFC 9639, section 9.3).
 
 #pragma once
 
@@ -7,8 +7,8 @@
 
 namespace louddesk {
 
-/// The CRC-16 of FLAC over bytes. That of whole frames is 0, as each ends with the sum of what
-/// stands before.
+/// The CRC-16 of FLAC over bytes. It is 0 for an intact whole frame, which ends with the checksum
+/// of the bytes before.
 std::uint16_t FlacSum(const std::uint8_t* bytes, std::size_t count);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// libavcodec, and the accounts of what they could not decode.
+// Decodes with libavcodec, and keeps account of what could not be decoded.
 
 #include "LibavDecoder.h"
 
@@ -15,19 +15,19 @@
 namespace louddesk {
 namespace {
 
-// A leap of the times by more is a clock that was set, not a loss.
+// A larger jump in time is a changed clock, not a loss.
 constexpr double kLongestGap = 3600.0;  // s
 
-// What is lacking, and may be lost at a place so near to the end, is the end.
+// A loss this close to the end counts as the end.
 constexpr double kNearEnd = 0.5;  // s
 
-// A decoder that fails so often without taking another packet never will do better.
+// After this many consecutive errors, a decoder will not accept another packet.
 constexpr int kMostFaultsInARow = 100'000;
 
-// What is wrong with a packet is an error.
+// Errors in a packet make decoding fail.
 constexpr int kAllChecks = AV_EF_CRCCHECK | AV_EF_EXPLODE;
 
-// Programmes are measured as they are, not as a set-top box at night plays them.
+// Switches off dynamic range control: programmes are measured at their original levels.
 constexpr char kDynamicRangeControl[] = "drc_scale";
 
 template <typename Object>
@@ -38,7 +38,7 @@ Object* Allocated(Object* object) {
 }
 
 ChannelMap PositionsOf(AVCodecID codec, const AVChannelLayout& layout) {
-  // Opus of a mapping family without speakers (RFC 7845, section 5.1.1.3).
+  // Opus with a channel mapping family without speakers (RFC 7845, section 5.1.1.3).
   if (codec == AV_CODEC_ID_OPUS && layout.order == AV_CHANNEL_ORDER_UNSPEC)
     return ChannelMap(static_cast<std::size_t>(layout.nb_channels), AV_CHAN_NONE);
   return ChannelMapOf(layout);
@@ -73,7 +73,7 @@ LibavDecoder::LibavDecoder(const std::string& path, LinkInput& input,
   TakeFrame();
 }
 
-// Why there is not a single frame.
+// The error for a stream without any frame.
 std::string LibavDecoder::NothingText() const {
   if (!mIsSuspect)
     return "holds no audio";
@@ -123,7 +123,7 @@ bool LibavDecoder::NextFrame() {
   return true;
 }
 
-// Leaves out frames that the decoder itself calls wrong.
+// Receives the next intact frame. Skips frames that the decoder reports as damaged.
 bool LibavDecoder::ReceiveFrame() {
   for (int faults = 0; !mHasEnded;) {
     const int error = avcodec_receive_frame(mCodec.get(), mFrame.get());
@@ -148,7 +148,7 @@ void LibavDecoder::SendPacket() {
     Suspect(0);
   if (got == LibavContainer::Got::kFault)
     return;
-  // At the end: what the decoder still holds.
+  // At the end, makes the decoder return its remaining frames.
   const bool isEnd = got == LibavContainer::Got::kEnd;
   if (!isEnd && IsPacketCut())
     Suspect(mPacket->duration);
@@ -159,8 +159,8 @@ void LibavDecoder::SendPacket() {
   av_packet_unref(mPacket.get());
 }
 
-// The decoder of FLAC takes four times as long for the sums of frames as we do. It checks those
-// that are not found intact here: what stands behind a frame may be in the packet too.
+// Our check of frames is four times as fast as that of the FLAC decoder. The decoder checks only
+// packets that fail ours, because a packet may contain further bytes after its frame.
 int LibavDecoder::Decode(const AVPacket* packet) {
   const bool isIntact = packet != nullptr && mCodec->codec_id == AV_CODEC_ID_FLAC &&
                         FlacSum(packet->data, static_cast<std::size_t>(packet->size)) == 0;
@@ -168,7 +168,7 @@ int LibavDecoder::Decode(const AVPacket* packet) {
   return avcodec_send_packet(mCodec.get(), packet);
 }
 
-// The decoder of MPEG audio fills up a frame of which the end is missing, and says nothing.
+// The decoder of MPEG audio silently fills up a truncated frame.
 bool LibavDecoder::IsPacketCut() const {
   const auto size = static_cast<std::size_t>(std::max(mPacket->size, 0));
   const AVCodecID codec = mStream.codecpar->codec_id;
@@ -178,7 +178,7 @@ bool LibavDecoder::IsPacketCut() const {
          size < MpegFrameSize(mPacket->data);
 }
 
-// What the bytes of the packet would last if they were like those before.
+// The estimated duration of the packet's bytes, from the size of the last good packet.
 std::int64_t LibavDecoder::LostTicks() const {
   if (!mContainer.IsCutByParser() || mPacket->size <= mGoodSize || mGoodSize == 0)
     return mPacket->duration;
@@ -190,7 +190,7 @@ void LibavDecoder::CheckKind() const {
     throw AudioFileError(mPath, ChangeText(mFormat, FormatOf(*mFrame), Here()));
 }
 
-// One and the same decoder may turn from one form of samples to another.
+// A decoder may change its sample format between frames.
 void LibavDecoder::TakeFrame() {
   mReadSamples = SampleReaderFor(mFrame->format);
   if (mReadSamples == nullptr)
@@ -209,8 +209,7 @@ void LibavDecoder::Suspect(std::int64_t lostTicks) {
   mLost += FramesOf(lostTicks);
 }
 
-// Where something was wrong the times tell how much is lost; in some containers they tell that
-// something is.
+// After damage, the times show how much is lost. In some containers, a gap alone shows a loss.
 void LibavDecoder::CheckTime() {
   const double place = mLeaptAt.value_or(Here());
   std::int64_t gap = TakeGap();
@@ -222,9 +221,9 @@ void LibavDecoder::CheckTime() {
     CountLoss(place, std::max(gap, mLost));
 }
 
-// Frames from the end of the last frame to the time of this one. Where nothing was wrong, the time
-// of one frame alone proves nothing: that of a Vorbis frame between long and short blocks may be
-// too late. A leap counts when the next frame keeps to it.
+// Number of frames between the end of the last frame and the time of this one. Without other
+// damage, a jump counts only if the next frame confirms it: the time of a Vorbis frame between long
+// and short blocks may be too late.
 std::int64_t LibavDecoder::TakeGap() {
   if (mFrame->best_effort_timestamp == AV_NOPTS_VALUE) {
     mNextTime.reset();
@@ -251,7 +250,8 @@ void LibavDecoder::CountLoss(double place, std::int64_t frames) {
   mLost = 0;
 }
 
-// What is lacking of the promise is lost at the places that are known, or else at the end.
+// Compares the decoded length with the container's. Assigns missing frames to damaged places of
+// unknown length, or else to the end.
 void LibavDecoder::CheckLength() {
   const double there = Here();
   if (mIsSuspect) {
@@ -277,7 +277,7 @@ std::int64_t LibavDecoder::FramesOf(std::int64_t ticks) const {
   return av_rescale_q(ticks, mStream.time_base, AVRational{1, mCodec->sample_rate});
 }
 
-// In the undamaged link, as far as that is known.
+// Position in the undamaged link, s, as far as it is known.
 double LibavDecoder::Here() const {
   return static_cast<double>(mDecoded) / mFormat.sampleRate + mDamage.missing;
 }

@@ -20,9 +20,9 @@ namespace louddesk {
 
 class LibavDecoder {
  public:
-  /// Opens the link that `input` stands at, which must outlive the object, and the stream of that
-  /// number, counted from 1, or the one that players choose. `path` is what messages name. Throws
-  /// `AudioFileError` when there is no such stream or nothing in it can be decoded.
+  /// Opens the current link of `input`, which must outlive the object, and selects the stream with
+  /// the given number, counted from 1, or the one that players choose. `path` is the name in error
+  /// messages. Throws `AudioFileError` if there is no such stream or nothing in it can be decoded.
   LibavDecoder(const std::string& path, LinkInput& input, std::optional<std::size_t> stream);
 
   LibavDecoder(const LibavDecoder&) = delete;
@@ -30,23 +30,23 @@ class LibavDecoder {
 
   const AudioFormat& Format() const { return mFormat; }
 
-  /// Container and coding.
+  /// Container and codec.
   std::string FormatInWords() const { return mContainer.FormatInWords(); }
 
-  /// Audio streams of the link; the one that is read is marked.
+  /// The audio streams of the link, with the chosen one marked.
   std::vector<StreamInfo> Streams() const { return mContainer.Streams(); }
 
-  /// Reads up to `frames` interleaved frames, full scale 1.0, and returns how many there were:
-  /// fewer only at the end. Priming and padding that the file declares are left out, as players do;
-  /// the dynamic range control of AC-3 is not applied. Throws `AudioFileError` when channels or
-  /// sample rate change on the way.
+  /// Reads up to `frames` interleaved frames, full scale 1.0, and returns their number, which is
+  /// smaller only at the end. Leaves out priming and padding declared in the file, as players do.
+  /// Does not apply the dynamic range control of AC-3. Throws `AudioFileError` if channels or
+  /// sample rate change.
   std::size_t Read(double* samples, std::size_t frames);
 
-  /// What turned out to be missing, in time from the beginning of the link. Complete at the end.
+  /// The damage found so far, in time from the start of the link. Complete at the end.
   const Damage& Missing() const { return mDamage; }
 
  private:
-  // What must not change from frame to frame: Hz, channels, AVChannelOrder and mask of positions.
+  // Must not change between frames: sample rate, channels, AVChannelOrder and mask of positions.
   using FrameKind = std::tuple<int, int, int, std::uint64_t>;
 
   static FrameKind KindOf(const AVFrame& frame);
@@ -72,25 +72,25 @@ class LibavDecoder {
   std::string mPath;
   AudioFormat mFormat;
   LibavContainer mContainer;
-  const AVStream& mStream;  // of mContainer
+  const AVStream& mStream;  // stream of mContainer
   LibavHandle<AVCodecContext> mCodec;
   LibavHandle<AVPacket> mPacket;
   LibavHandle<AVFrame> mFrame;
   FrameKind mKind{};
 
-  bool mHasEnded = false;               // there are no frames any more
-  SampleReader mReadSamples = nullptr;  // of mFrame
-  std::size_t mPlayed = 0;              // frames of mFrame, less padding
-  std::size_t mTaken = 0;               // of these
-  std::int64_t mDecoded = 0;            // frames in all, so far
+  bool mHasEnded = false;               // no more frames
+  SampleReader mReadSamples = nullptr;  // for mFrame
+  std::size_t mPlayed = 0;              // frames of mFrame without padding
+  std::size_t mTaken = 0;               // number of these already read
+  std::int64_t mDecoded = 0;            // total number of frames so far
 
-  std::optional<std::int64_t> mNextTime;    // in frames; nothing: the file does not say
+  std::optional<std::int64_t> mNextTime;    // expected, in frames; nothing: unknown
   std::optional<double> mLeaptAt;           // s; where the last frame's time was not mNextTime
-  std::optional<std::int64_t> mMostPlayed;  // frames; what is decoded behind is padding
-  int mGoodSize = 0;                        // bytes of the last packet that was decoded
-  bool mIsSuspect = false;                  // something was wrong since the last good frame
-  std::int64_t mLost = 0;                   // frames of the packets that were
-  bool mIsLossUnknown = false;              // of a place
+  std::optional<std::int64_t> mMostPlayed;  // total number of frames before the padding
+  int mGoodSize = 0;                        // bytes of the last packet decoded without an error
+  bool mIsSuspect = false;                  // an error occurred since the last good frame
+  std::int64_t mLost = 0;                   // frames in the packets with errors since then
+  bool mIsLossUnknown = false;              // the length of some loss is unknown
   Damage mDamage;
 };
 

@@ -1,5 +1,5 @@
-// Front end: cuts a stream into blocks, and each block into chunks that stay in the fastest cache
-// while the filters pass over them.
+// The front end cuts a stream into blocks, and each block into chunks that stay in the fastest
+// cache during all filter passes.
 
 #include "BlockMeter.h"
 
@@ -19,12 +19,14 @@ namespace {
 constexpr std::size_t kChunkFrames =
     std::min(KWeightingFilter::kMaxFrames, TruePeakMeter::kMaxFrames);
 
-// The filters get no magnitudes below -300 dBFS, which become silence, or above +300 dBFS. Readings
-// do not show it: they begin at -153 dB and end far below +300.
+// Limits the samples for the filters: magnitudes below -300 dBFS become silence, those above +300
+// dBFS are reduced to it. This does not affect readings, which begin at -153 dB and end far below
+// +300.
 constexpr double kSmallestSample = 1e-15;
 constexpr double kLargestSample = 1e15;
 
-// The service reads 0 LKFS at the level of its scale; BS.1770 reads -0.691 + 10 log10(z).
+// 0 LKFS is the reference level of the service's scale; BS.1770 defines loudness as -0.691 + 10
+// log10(z).
 const double kPowerScale = std::pow(10.0, (kPowerScaleDb + kWeightingOffsetDb - 0.691) / 10.0);
 
 constexpr std::uint64_t kLargestPowerOfAll = std::uint64_t{1} << 61;
@@ -130,7 +132,7 @@ std::optional<BadSample> BlockMeter::FindBadSample(const double* samples,
   return BadSample{index % mChannels, FirstFrameOf(mBlock) + index / mChannels};
 }
 
-// The powers are left at 0.
+// Leaves the powers at 0.
 std::optional<BadSample> BlockMeter::MeasureFrames(const double* samples, std::size_t frames,
                                                    ChannelEnergies& energies,
                                                    BlockReading& reading) {

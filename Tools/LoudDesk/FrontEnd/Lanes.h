@@ -1,6 +1,5 @@
-// Short vectors as GCC and Clang have them, for loops that do the same on several channels or
-// samples at once. Every operation also works on a plain number, for the channels or samples that
-// are left over.
+// Short vectors of GCC and Clang, for loops that do the same for several channels or samples at
+// once. Every operation also accepts a plain number, for the remaining channels or samples.
 
 #pragma once
 

@@ -1,5 +1,5 @@
 // True peak: polyphase interpolation over a window of twelve samples, four windows at a time.
-// Single precision is plenty: a peak is published with sixteen bits.
+// Single precision is sufficient, because a peak is published with sixteen bits.
 
 #include "TruePeak.h"
 
@@ -16,8 +16,8 @@ constexpr std::size_t kTapPairs = kTaps / 2;
 constexpr double kTwoTimesFrom = 96000.0;
 constexpr double kNoneFrom = 192000.0;
 
-// Phases 0 and 1 of the standard's interpolator; phases 3 and 2 are these reversed. They stand an
-// eighth and three eighths of the way from one sample to the next.
+// Phases 0 and 1 of the standard's interpolator; phases 3 and 2 are their reverses. The points are
+// an eighth and three eighths of the way from one sample to the next.
 using Phase = std::array<double, kTaps>;
 constexpr Phase kOuterPhase = {0.001708984375,   0.010986328125,  -0.0196533203125, 0.033203125,
                                -0.0594482421875, 0.1373291015625, 0.97216796875,    -0.102294921875,
@@ -48,7 +48,7 @@ constexpr PhasePair WithReverse(const Phase& phase) {
 constexpr PhasePair kOuterPair = WithReverse(kOuterPhase);
 constexpr PhasePair kInnerPair = WithReverse(kInnerPhase);
 
-// The sums and differences of the samples that stand symmetrically in a window.
+// Sums and differences of the samples in symmetric positions of a window.
 template <typename Lane>
 struct FoldedWindow {
   explicit FoldedWindow(const float* window) {

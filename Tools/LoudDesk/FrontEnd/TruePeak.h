@@ -1,5 +1,5 @@
-// True peak of the front end: how far the waveform rises between its samples. One meter per stream
-// of samples.
+// The true-peak meter of the front end, which finds maxima of the waveform between samples. One
+// meter per stream of samples.
 
 #pragma once
 
@@ -11,51 +11,50 @@
 
 namespace louddesk {
 
-/// How many times a true-peak meter oversamples.
+/// The oversampling factor of a true-peak meter.
 enum class Oversampling {
   kNone = 1,  // samples only
   kTwo = 2,   // two points between neighbouring samples
   kFour = 4,  // four points between neighbouring samples
 };
 
-/// What a sample rate in Hz needs so that no peak is missed by much (ITU-R BS.1770-3, Annex 2):
-/// four below 96 kHz, two from 96 kHz, none from 192 kHz.
+/// The oversampling for a sample rate in Hz (ITU-R BS.1770-3, Annex 2): four below 96 kHz, two from
+/// 96 kHz, none from 192 kHz.
 Oversampling OversamplingFor(double sampleRate);
 
-/// Largest magnitude of each channel, full scale 1.0; entries beyond the channels are not used.
+/// Largest magnitude of each channel, full scale 1.0. Entries beyond the channels are unused.
 using ChannelPeaks = std::array<float, kMeters>;
 
-/// Interpolates interleaved channels and keeps the largest magnitude. The interpolated points come
-/// half a window, six samples, later than the samples around them.
+/// Interpolates interleaved channels and keeps the largest magnitude. Interpolated points are half
+/// a window, six samples, later than the samples around them.
 class TruePeakMeter {
  public:
   /// Starts from silence. REQUIRES: 1 <= channels <= 32.
   TruePeakMeter(Oversampling oversampling, std::size_t channels);
 
-  /// Most frames that one call takes.
+  /// The maximum number of frames per call.
   static constexpr std::size_t kMaxFrames = 256;
 
-  /// Raises `peaks`, and `samplePeaks` by the samples alone, to what `frames` interleaved frames
-  /// hold. A true peak is never below the largest sample: the interpolated points lie between the
-  /// samples and none of them on one, while a waveform goes through its samples, so that these
-  /// count too. Allocates nothing. REQUIRES: frames <= kMaxFrames, and every sample is 0 or of a
-  /// magnitude from 1e-15 to 1e15.
+  /// Raises `peaks` to the true peaks of `frames` interleaved frames, and `samplePeaks` to their
+  /// largest samples. Interpolated points are between samples and never on one; the samples count
+  /// too, so a true peak is never below the largest sample. Allocates nothing. REQUIRES: frames <=
+  /// kMaxFrames, and every sample is 0 or of a magnitude from 1e-15 to 1e15.
   void Raise(const double* samples, std::size_t frames, ChannelPeaks& peaks,
              ChannelPeaks& samplePeaks);
 
-  /// Taps of each interpolated point.
+  /// Number of taps for each interpolated point.
   static constexpr std::size_t kTaps = 12;
 
  private:
   static constexpr std::size_t kHistory = kTaps - 1;
 
-  // One channel's samples in a row: those that the next window still reaches, then the new ones.
+  // One channel's samples in order: those still needed by the next window, then the new ones.
   using Window = std::array<float, kHistory + kMaxFrames>;
 
   void TakeIn(const double* samples, std::size_t frames);
 
   Oversampling mOversampling;
-  std::vector<Window> mWindows;  // one a channel
+  std::vector<Window> mWindows;  // one per channel
 };
 
 }  // namespace louddesk
