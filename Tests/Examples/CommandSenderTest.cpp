@@ -13,7 +13,7 @@
 namespace {
 
 using louddesk::Peer;
-/// Whether some process listens on TCP port 7000.
+/// Whether a process listens on TCP port 7000.
 bool IsPortTaken() {
   std::ifstream table("/proc/net/tcp");
   const std::string text{std::istreambuf_iterator<char>(table), {}};
@@ -22,7 +22,7 @@ bool IsPortTaken() {
 
 class CommandSenderTest : public RunningService, public testing::WithParamInterface<Language> {
  protected:
-  /// A service that measures, with the place of the main board's application server free.
+  /// Starts a service that measures, without the main board's application server.
   void StartMeasured() {
     ASSERT_NO_FATAL_FAILURE(Start({Peer::kMainAppServer}));
     EnableReporting();
@@ -32,7 +32,7 @@ class CommandSenderTest : public RunningService, public testing::WithParamInterf
     mUnit.DropStates();
   }
 
-  /// While everything that arrives at the unit is read.
+  /// Runs the sender to its end and reads everything that arrives at the unit meanwhile.
   void Send(const std::vector<std::string>& arguments) {
     mSender = StartExample(GetParam(), arguments);
     const auto end = std::chrono::steady_clock::now() + 2 * kPatience;
@@ -84,7 +84,7 @@ TEST_P(CommandSenderTest, StopIsAcknowledgedInTheModeManualOnly) {
   ExpectAcknowledgement("Start");
   ExpectSent("stop", "Stop acknowledged\n");
   ExpectDataEnded();
-  // What the pause leads to while stopped.
+  // While stopped, a pause is acknowledged as a stop.
   ExpectSent("pause", "Stop acknowledged\n");
 }
 

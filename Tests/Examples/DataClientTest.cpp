@@ -16,8 +16,7 @@ using testing::HasSubstr;
 constexpr char kGap[] = "no data for 1 s: ";
 constexpr char kNotData[] = "a message that is not loudness data is left out";
 
-/// Level of each channel at which a 5.1 programme, whose weights are 3 x 1 and 2 x 1.41, has
-/// `lkfs`.
+/// Level of each channel of a 5.1 programme that reads `lkfs`. The weights are 3 x 1 and 2 x 1.41.
 double ChannelLevel(double lkfs) {
   return lkfs - 10 * std::log10(3 + 2 * 1.41);
 }
@@ -36,7 +35,7 @@ class DataClientTest : public RunningService, public testing::WithParamInterface
     mClient = StartExample(GetParam(), arguments);
   }
 
-  /// A line among those that come from now on.
+  /// Expects a line that contains `text` after the lines read so far.
   void ExpectPrints(const std::string& text) {
     EXPECT_TRUE(mClient->WaitForLine(text, kPatience, mRead))
         << text << "\n"
@@ -46,7 +45,7 @@ class DataClientTest : public RunningService, public testing::WithParamInterface
   void SkipPrinted() { mRead = mClient->LineCount(); }
 
   std::unique_ptr<ServiceProcess> mClient;
-  std::size_t mRead = 0;  // lines
+  std::size_t mRead = 0;  // lines read so far
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, DataClientTest,
@@ -58,7 +57,7 @@ TEST_P(DataClientTest, PrintsTheFiguresAndSaysWhenTheyNoLongerChange) {
   StartMeasuring();
   StartClient();
   ExpectPrints("M   ---  S   ---  I   --- LKFS  TP    --- dBTP  no block yet");
-  // Three blocks of warm-up, and integrated loudness with the tenth.
+  // Three blocks of warm-up; the integrated loudness is refreshed on the tenth block.
   Feed(20, ChannelLevel(-23.0), 16384);
   ExpectPrints("M -23.0  S -23.0  I -23.0 LKFS  TP  -6.02 dBTP");
   ExpectPrints("M -23.0  S -23.0  I -23.0 LKFS  TP  -6.02 dBTP  no change for 3 s");
@@ -89,7 +88,7 @@ TEST_P(DataClientTest, SilenceIsNotTakenForAFault) {
   ASSERT_NO_FATAL_FAILURE(Start());
   StartMeasuring();
   StartClient();
-  // No power and no peak, which count as 1.
+  // Powers and peaks of 0, which count as 1.
   louddesk::BlockReading silence;
   for (int block = 0; block < 10; ++block)
     mUnit.SendRaw(silence);
@@ -137,14 +136,15 @@ TEST_P(DataClientTest, LeavesOutWhatIsNotLoudnessData) {
     zmsg_t* subscription = zmsg_recv(publisher);
     zmsg_destroy(&subscription);
   }
-  // A pair of the letter P is 0x5050 = 20560.
+  // The text "PP" is the code 0x5050 = 20560.
   const std::vector<std::string> codes(11, "PP");
   Publish(publisher, "LoudnessData", {});
   Publish(publisher, "LoudnessData2", codes);
   Publish(publisher, "LoudnessData", std::vector<std::string>(11, "P"));
   Publish(publisher, "LoudnessData", codes);
   ExpectPrints("M 2056.0  S 2056.0  I 2056.0 LKFS  TP 205.60 dBTP");
-  // One a message that is not; the two streams of the example are read independently.
+  // One notice per message that is not loudness data. Waits for them, because the example's two
+  // streams are read independently.
   const std::string notices = std::string(kNotData) + "\n" + kNotData + "\n" + kNotData + "\n";
   const auto end = std::chrono::steady_clock::now() + kPatience;
   while (mClient->StandardError() != notices && std::chrono::steady_clock::now() < end)

@@ -1,4 +1,4 @@
-// The examples as an integrator runs them, in each of their languages.
+// Runs the examples like an integrator, in each of their languages.
 
 #pragma once
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Copies the examples out of the tree, builds them there, and looks whether they begin.
+# Copies the examples out of the tree, builds them there, and checks that they start.
 # Usage: build-alone.sh CMAKE EXAMPLES
 set -euo pipefail
 cmake=$1
