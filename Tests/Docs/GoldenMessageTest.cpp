@@ -1,5 +1,5 @@
-// The notation of the example messages, and that a message that differs from its example is
-// noticed.
+// The notation of the example messages, and the detection of messages that differ from their
+// example.
 
 #include "GoldenMessage.h"
 

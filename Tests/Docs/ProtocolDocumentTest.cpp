@@ -1,5 +1,5 @@
-// Docs/PROTOCOL.md compared with the example messages and the code: its examples are exactly the
-// files of Tests/Golden, and its tables have the names of the code.
+// Compares Docs/PROTOCOL.md with the example messages and the code: its examples are exactly the
+// files of Tests/Golden, and its tables have the names in the code.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -34,9 +34,9 @@ constexpr char kFence[] = "```";
 
 /// A fenced block.
 struct Fence {
-  unsigned line;        // where it begins, from 1
+  unsigned line;        // number of its first line, from 1
   std::string caption;  // the last line before it that is not empty
-  std::string content;  // with the line feed of its last line
+  std::string content;  // ends with a line feed
 };
 
 std::string ReadDocument(const char* path = LOUDCALC_PROTOCOL_DOCUMENT) {
@@ -44,7 +44,7 @@ std::string ReadDocument(const char* path = LOUDCALC_PROTOCOL_DOCUMENT) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// A text with blanks as the only white space.
+/// The text with single blanks as its only white space.
 std::string OnOneLine(std::string text) {
   std::replace(text.begin(), text.end(), '\n', ' ');
   return text;
@@ -62,8 +62,8 @@ std::string Rounded(double number) {
   return std::to_string(std::lround(number));
 }
 
-/// How many readings of a loudness fit into the 64-bit sum of their powers, where the power is
-/// 1857398385681617 at 0.7074 below 0 LKFS.
+/// Number of readings of a loudness whose sum of powers fits into 64 bits. The power of -0.7074
+/// LKFS is 1857398385681617.
 double ReadingsThatFit(double lkfs) {
   return std::pow(2.0, 64.0) / (1857398385681617.0 * std::pow(10.0, (lkfs + 0.7074) / 10.0));
 }
@@ -107,7 +107,7 @@ std::string SubjectOf(const std::string& caption) {
   return end != std::string::npos ? caption.substr(begin + 1, end - begin - 1) : "";
 }
 
-/// How a heading is linked to: in lower case, blanks as hyphens, without full stops.
+/// The link to a heading: lower case, hyphens for blanks, no full stops.
 std::string AnchorOf(const std::string& heading) {
   std::string anchor = "#";
   for (const char c : heading.substr(heading.find(' ') + 1)) {
@@ -117,7 +117,7 @@ std::string AnchorOf(const std::string& heading) {
   return anchor;
 }
 
-/// A row of one of the document's tables, of its first cells.
+/// The beginning of a row of a table in the document, with these first cells.
 std::string Row(const std::vector<std::string>& cells) {
   std::string row = "\n|";
   for (const std::string& cell : cells)
@@ -246,7 +246,7 @@ TEST_F(ProtocolDocumentTest, LoudProgrammesLastAsLongAsTheirSumsHold) {
   const std::string readings = WithComma(100 * std::lround(atZero / 100)) + " readings";
   const std::string minutes = Rounded(atZero / kReadingsPerMinute) + " minutes";
   const std::string minutesAtNine = Rounded(ReadingsThatFit(-9) / kReadingsPerMinute) + " minutes";
-  // The next tenth below the level of which the longest window just fits.
+  // The level at which the longest window just fits, rounded down to a tenth.
   const long tenths = std::lround(std::ceil(100.0 * std::log10(kLongestWindow / atZero)));
   const std::string level = "-" + std::to_string(tenths / 10) + "." + std::to_string(tenths % 10);
 

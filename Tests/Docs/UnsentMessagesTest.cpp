@@ -1,4 +1,4 @@
-// Messages that the library can send but the service never does: they equal their examples.
+// Messages that the library can send but the service never sends. They must equal their examples.
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,7 @@ import pathlib
 import re
 import sys
 
-# What writes a line; the second group is everything up to the end of the call.
+# Calls that write a line.
 CALL = re.compile(r'\b(LOUDCALC_LOG|LOUDCALC_PRINT|LOUDCALC_CONSOLE|PrintEngineFault|Fprintf|(?:std::)?f?printf'
                   r'|Debug|Info|Warn|Error|Critical)\(')
 SNPRINTF_OF_LOSS = re.compile(r'snprintf\((line, sizeof line, )')
@@ -15,7 +15,7 @@ LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
 CONVERSION = re.compile(r'%[-+ #0]*[0-9]*(?:\.[0-9]+)?(?:hh|h|ll|l|z)?[diuxXfscp]')
 UNITS = re.compile(r'^\.\.\.\|\.\.\.\| ?')  # "%s|%u|": unit and line before the text
 PREFIXES = {'kErrorPrefix': 'NET ERROR : ', 'PrintEngineFault': 'LOUD C ERR: '}
-# Dumps for the debugger, and complaints on addresses that only a configuration of networks would make.
+# Texts of functions that the service never calls: memory dumps, and complaints about network settings.
 NEVER_CALLED = {
     'Utilities.cpp': {'Dumping 0x... (...) bytes.', '0x......', '..',
                       'ADDR 00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F 0123456789ABCDEF'},

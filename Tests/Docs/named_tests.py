@@ -8,7 +8,7 @@ import re
 import sys
 
 NAMED = re.compile(r'`([A-Za-z*]+\.[A-Za-z]*\*)`')
-EXAMPLES = {'Name.*'}  # of how tests are named
+EXAMPLES = {'Name.*'}  # not tests, but examples of names
 IN_SOURCE = re.compile(r'^TEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)', re.M)
 IN_LIST = re.compile(r'^\s*add_test\(NAME (\w+\.)', re.M)
 

@@ -12,7 +12,7 @@ import pathlib
 import re
 import sys
 
-MOST_LINES = 110  # 55 a page
+MOST_LINES = 110  # two pages of 55 lines
 TWO_COMMANDS = ["./demo", "./check"]
 ITEMS = 20
 METERS = ["LoudDesk", "ffmpeg", "loudgain", "libebur128"]
