@@ -68,7 +68,7 @@ class Tree:
         for path in sorted(p for p in files if p.suffix in (".cpp", ".h")):
             owners = [name for name in names if path.stem in sources.get(name, ())]
             if not owners and len(names) == 1 and path.suffix == ".h":
-                owners = names  # a header without a source, where only one library can have it
+                owners = names  # a header without a source belongs to the folder's only library
             self.add_file(path, owners)
 
     def add_file(self, path, owners):
@@ -166,7 +166,7 @@ def main():
     if not any(checked(path) for path in tree.library_of):
         faults.append("nothing is checked")
     for folder in folders:
-        programs = set()  # which may include anything
+        programs = set()  # programs may include anything
         for build_file in folder.rglob("CMakeLists.txt"):
             programs.update(*read_targets(build_file.parent, "executable").values())
         for path in sorted(folder.rglob("*.cpp")) + sorted(folder.rglob("*.h")):
