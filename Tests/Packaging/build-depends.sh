@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# The Debian packages are built with what ./package installs, no more and no less. Usage: build-depends.sh SOURCES
+# Checks that debian/control lists exactly the packages that ./package installs. Usage: build-depends.sh SOURCES
 set -euo pipefail
 sources=$1
 
-# What every Debian build has is not listed in debian/control.
+# debian/control does not list packages that every Debian build has.
 essential='^(g\+\+|dpkg-dev)$'
 installed=$("$sources/Packaging/install-missing.sh" --list package | grep -vE "$essential" | sort -u)
 listed=$(sed -n '/^Build-Depends:/,/^$/s/^ \([^ ,]*\).*/\1/p' "$sources/debian/control" |

@@ -5,11 +5,11 @@ set -euo pipefail
 completion=$1
 program=$2
 name=$(basename "$program")
-set +u  # the library of completions does not bear it
+set +u  # the completion library uses unset variables
 . /usr/share/bash-completion/bash_completion
 . "$completion"
 
-# Arguments: what is expected, then the words of the line, the last one unfinished.
+# Arguments: the expected completions, then the words of the line, the last one unfinished.
 expect() {
   local expected=$1
   shift
@@ -20,7 +20,7 @@ expect() {
     { printf '%s %s: %s instead of %s\n' "$name" "$*" "${COMPREPLY[*]}" "$expected"; exit 1; }
 }
 
-# Bash asks by the name that was typed.
+# Bash looks completions up by the typed name.
 [[ $(complete -p "$name") == *" -F _loudcalc_tool $name" ]] || { echo "no completion of $name"; exit 1; }
 
 if [ "$name" = LoudGate ]; then

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Configures the project with every combination of its switches, and builds each switch on its own, the tools
-# without the gate, which then want none of its libraries, and the service alone, which looks for no library but its
-# own two, and compiles nothing when it is configured again. What the build under test has compiled with the same
-# command is not compiled again; everything is linked.
+# Configures the project with every combination of its switches. Builds each switch on its own, the tools without the
+# gate, which must then need none of its libraries, and the service alone, which must look for no libraries but its own
+# two and must compile nothing when it is configured again. Objects that the build under test has compiled with the
+# same command are reused; everything is linked.
 # Usage: configurations.sh CMAKE SOURCES BUILD
 set -euo pipefail
 cmake=$1
@@ -32,14 +32,14 @@ build() {
   "$cmake" --build "$place/build" --parallel 2 >"$place/log" 2>&1 || fail "does not build with $1"
 }
 
-# As ./demo and ./check do, which always configure.
+# Configures and builds again, like ./demo and ./check, which always configure. Nothing may be compiled.
 expect_nothing_new() {
   "$cmake" "$place/build" >"$place/log" 2>&1 || fail "does not configure again"
   "$cmake" --build "$place/build" >"$place/log" 2>&1 || fail "does not build again"
   ! grep -q ' Building ' "$place/log" || fail "configured again, it compiles anew"
 }
 
-# The packages that were looked for: each leaves its path in the cache.
+# The packages that CMake looked for. Each leaves its path in the cache.
 packages() {
   grep -oE '^[A-Za-z0-9_]+(_DIR:PATH|_FOUND:INTERNAL|_INCLUDE_DIR:PATH)=.+' "$place/build/CMakeCache.txt" |
     sed 's/_\(DIR\|FOUND\|INCLUDE_DIR\):.*//' | sort
@@ -65,7 +65,7 @@ done
 [ "$(paste -sd' ' "$place/of-service")" = "CZMQ RAPIDJSON" ] ||
   { echo "the service alone wants:" $(cat "$place/of-service"); exit 1; }
 
-# Who builds for a board or a desk is told to use the preset for that. Arguments: the preset, what it leaves out.
+# Checks the presets for a board and for a desk. Arguments: the preset, the switches that it turns off.
 expect_preset() {
   local switch
   (cd "$sources" && "$cmake" --preset "$1" -B "$place/$1" >"$place/log" 2>&1) ||

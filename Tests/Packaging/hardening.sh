@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks that a program has the protections of a release and does not name the folder that it was built
-# from. Usage: hardening.sh READELF PROGRAM FOLDER
+# Checks that a program has the protections of a release and does not contain the name of the folder that
+# it was built from. Usage: hardening.sh READELF PROGRAM FOLDER
 set -euo pipefail
 readelf=$1
 program=$2

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs the built project under a prefix of its own, and into the root of a package, and looks at what is
-# there: what the unit file starts, for each name that an instance can have, and whether systemd's own tools
-# have anything to say. Usage: installation.sh CMAKE BUILD VERSION
+# Installs the built project under a separate prefix and into the root of a package, and checks the
+# installed files: the command that the unit file starts, for each kind of instance name, and that
+# systemd's own tools report nothing. Usage: installation.sh CMAKE BUILD VERSION
 set -euo pipefail
 cmake=$1
 build=$2
@@ -15,7 +15,7 @@ expect() {
   [ "$2" = "$3" ] || fail "$1: $2 instead of $3"
 }
 
-# What the installed unit file starts. Arguments: its root, the prefix below it.
+# The command that the installed unit file starts. Arguments: its root, the prefix below it.
 start_of_unit() {
   sed -n 's/^ExecStart=\([^ ]*\) .*/\1/p' "$1$2/lib/systemd/system/loudcalc@.service"
 }
@@ -44,7 +44,7 @@ done
 diff -r "$(dirname "$0")/../../Packaging/prometheus" "$place/package/usr/share/loudcalc-gate/prometheus" ||
   fail "in a package the files for Prometheus are not as they were"
 
-# The names of instances, before a service that says how it was called.
+# The names of instances, with a stand-in for the service that prints its arguments.
 printf '#!/bin/sh\necho "$@"\n' >"$place/opt/bin/LoudCalc"
 while read -r instance arguments; do
   expect "loudcalc@$instance" "$("$start" "$instance" -i eth1)" "$arguments -i eth1"
@@ -66,7 +66,7 @@ done
 expect "status that is not tried again" 64 \
   "$(sed -n 's/^RestartPreventExitStatus=//p' "$place/opt/lib/systemd/system/loudcalc@.service")"
 
-# systemd makes the group, and has no complaint: about the unit, and about the directory on any kind of machine.
+# systemd makes the group and reports no fault in the unit, nor in the directory on any kind of machine.
 mkdir -p "$place/users/etc"
 said=$(systemd-sysusers --root="$place/users" "$place/opt/lib/sysusers.d/loudcalc.conf" 2>&1) ||
   fail "systemd-sysusers: $said"

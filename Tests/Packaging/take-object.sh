@@ -1,5 +1,5 @@
 #!/bin/sh
-# Compiler launcher: if made-objects.py has found the object, it is taken; otherwise it is compiled.
+# Compiler launcher: reuses the object if made-objects.py has found it; otherwise compiles it.
 # Usage: take-object.sh COMPILER ARGUMENTS...
 set -eu
 object=
@@ -13,9 +13,9 @@ for word in "$@"; do
   source=$word
   previous=$word
 done
-# The present object may be the other build's own file: it is replaced, never written to.
+# The existing object may be a link to the other build's file, so it is replaced, never written to.
 [ -z "$object" ] || rm -f "$object"
 [ -e "$object.made" ] || exec "$@"
-# A link works on one file system only.
+# Copies if a hard link is not possible, for example between file systems.
 ln -L "$object.made" "$object" 2>/dev/null || cp "$object.made" "$object"
 [ -z "$dependencies" ] || printf '%s: %s\n' "$object" "$source" >"$dependencies"
