@@ -7,7 +7,8 @@
 
 namespace {
 
-// Only the origin is reset, which the cluster message shares with the command.
+// The expected reader after a cluster message. Only the origin is reset, which the message shares
+// with the command.
 cLuSettingsParser Expected(const rapidjson::Value& message, const cLuSettingsParser& before) {
   cLuSettingsParser reader = before;
   reader.mbIsCmdOriginFromFp = fuzz::BoolOf(message, "OriginFromFp", false);

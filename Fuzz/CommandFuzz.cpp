@@ -8,9 +8,9 @@
 namespace {
 
 constexpr unsigned kAllClusters = 0;
-constexpr unsigned kUnread = 77;  // what the output arguments hold before the call
+constexpr unsigned kUnread = 77;  // value of the output arguments before the call
 
-// What a command message that passes its filter leaves in the reader.
+// The expected reader after a command message that passes its filter.
 cLuSettingsParser Expected(const rapidjson::Value& message, const cLuSettingsParser& before) {
   cLuSettingsParser reader = before;
   reader.msLuCmd = fuzz::TextOf(message, "Command", "None");
@@ -21,7 +21,7 @@ cLuSettingsParser Expected(const rapidjson::Value& message, const cLuSettingsPar
   return reader;
 }
 
-// What a command message of another cluster leaves.
+// The expected reader after a command message of another cluster.
 cLuSettingsParser WithoutCommand(const cLuSettingsParser& before) {
   cLuSettingsParser reader = before;
   reader.cLuCmd::Reset();
@@ -71,7 +71,7 @@ void CheckFiltered(const fuzz::Text& text, const fuzz::Document& document, unsig
   fuzz::CheckRecord(static_cast<cLuCmd&>(reader));
 }
 
-// The writer's key for the user is not the one that the reader looks for, so the user is set again.
+// Writer and reader use different keys for the user, so the user is set again.
 std::string Written(const cLuCmd& command, unsigned cluster, unsigned meterSet) {
   cLuSettingsCreater writer;
   writer.mlClusterId = cluster;

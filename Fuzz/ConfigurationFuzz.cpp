@@ -1,5 +1,5 @@
-// Configuration messages: what is refused, what the reader holds afterwards, and that what the
-// writer writes is read back unchanged.
+// Configuration messages: refusals, the reader's fields afterwards, and that the writer's output is
+// read back unchanged.
 
 #include "FuzzTarget.h"
 #include "JsonCreateLuMessages.h"
@@ -8,7 +8,7 @@
 
 namespace {
 
-// The configuration that a message asks for: the defaults, replaced by the valid members.
+// The configuration in a message: the defaults, replaced by the valid members.
 cLuConf Expected(const rapidjson::Value& message, const cLuConf& before) {
   cLuConf conf;
   conf.mlDefaultClusterId = fuzz::UnsignedOf(message, "ClusterId", 1);

@@ -1,5 +1,5 @@
-// The whole dispatcher: a series of messages, text and binary, with ticks of the timers between
-// them, all on the same state.
+// The whole dispatcher: a series of text and binary messages with ticks of the timers between them,
+// all on the same state.
 //
 // Input: one byte each for the meter set and the cluster of the process ('0' is 0), then records. A
 // record begins with a letter:
@@ -8,7 +8,7 @@
 //     N  topic, zero: a text message without a payload
 //     B  topic, zero, a message (Frames.h): a binary message
 //     t  a tick of the 100 ms timer
-//     s  a republication, as every fifth second
+//     s  a republication
 //
 // Any other letter is skipped.
 
@@ -26,13 +26,13 @@
 namespace {
 
 constexpr unsigned kMaxRecords = 64;
-constexpr unsigned kNumbers = 9;  // of meter sets and of clusters, including none
+constexpr unsigned kNumbers = 9;  // meter sets and clusters are 0 (none) to 8
 
 bool Contains(const std::string& text, const char* part) {
   return text.find(part) != std::string::npos;
 }
 
-// Whether `topic` is that of this meter set: prefix and number, nothing before and after.
+// Whether `topic` is exactly the prefix and this meter set's number.
 bool IsOwnTopic(const std::string& topic, const std::string& prefix, std::uint32_t number) {
   return topic == prefix + std::to_string(number);
 }
@@ -51,7 +51,8 @@ bool EndsLoop(const std::string& topic, const char* payload) {
   return command == 9 || command == 100;
 }
 
-// What a message of this topic may change at most, in the order in which topics are recognised.
+// The groups of the state that a message of this topic may change, in the order in which topics are
+// recognised.
 fuzz::Changes AllowedChanges(const std::string& topic, const char* payload) {
   fuzz::Changes none{};
   if (Contains(topic, "AppIOQVLoudnessCmd-")) {
@@ -97,7 +98,8 @@ void CheckEffect(const std::string& topic, const char* payload) {
     CheckEnable(payload);
 }
 
-// A monitor that breaks its contract ends the service, and with it the series.
+// Whether the assertion is about the monitor's contract. If the monitor breaks it, the service
+// ends, and so does the series.
 bool IsContractOfMonitor(const std::string& topic, const char* assertion) {
   return topic == "HbSysStatusEvent" && (std::strcmp(assertion, "doc.IsObject()") == 0 ||
                                          std::strcmp(assertion, "vSysStatus.IsString()") == 0 ||

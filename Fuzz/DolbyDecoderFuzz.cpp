@@ -1,4 +1,4 @@
-// Settings of the Dolby decoder as a document of their own.
+// Settings of the Dolby decoder as a separate document.
 
 #include <cmath>
 #include <tuple>
@@ -20,7 +20,7 @@ auto FieldsOf(const Settings& settings) {
                   settings.mbOriginFromFp);
 }
 
-// A reader of which a document before this one has set every field.
+// A reader in which an earlier document has set every field.
 Settings UsedReader() {
   Settings reader;
   reader.ParseDolbyDecoderSettings(R"({

@@ -1,4 +1,4 @@
-// The Emset configuration, as the preset hands it to its reader: any JSON value.
+// The Emset configuration, in the form in which the preset passes it to its reader: any JSON value.
 
 #include <algorithm>
 
@@ -72,7 +72,8 @@ void CheckAll(const cEmsetConfParser& reader, const rapidjson::Value& value) {
   }
 }
 
-// An Emset in every place shows what a document leaves unchanged.
+// An earlier document with an Emset in every place, which shows the fields that the next one does
+// not change.
 constexpr char kEarlier[] =
     R"({"Slot":1,"Cage":2,"DisplayName":"Earlier","Signals":{"Flows":{"Primary":[
         {"EnableFlow":true,"Flow":"Video","NetworkSettings":{"SourceIP":"10.0.0.1"},

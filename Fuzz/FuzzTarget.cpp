@@ -12,7 +12,8 @@
 
 #include "Assertion.h"
 
-// Replaces that of the support library: the target decides whether the input should end here.
+// Replaces the support library's function: the target decides whether the input may fail an
+// assertion.
 void FailAssertion(const char* text, const char* file, int line) {
   throw fuzz::ReachedAssertion{text, file, line};
 }
@@ -21,7 +22,7 @@ namespace fuzz {
 
 namespace {
 
-// A stream that makes no system call and keeps nothing.
+// A stream that makes no system call and discards everything.
 FILE* OpenNowhere() {
   cookie_io_functions_t nowhere = {};
   nowhere.write = [](void*, const char*, std::size_t size) { return static_cast<ssize_t>(size); };

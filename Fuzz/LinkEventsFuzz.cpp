@@ -1,5 +1,5 @@
-// Events of connections on their way from the library to the watch that renews links. The input
-// also controls the clock and whether connections succeed.
+// Connection events from the library to the watch that renews links. The input also controls the
+// clock and whether connections succeed.
 //
 // Input: one byte, odd for a PUSH socket, else a SUB socket, then records. A record begins with a
 // letter:
@@ -42,18 +42,18 @@ constexpr std::int64_t kStart = 1000000;  // ms of the clock
 struct Call {
   bool isConnect;
   std::string endpoint;
-  int heartbeatPeriod;  // ms, of the socket at that moment
-  int largestFrame;     // bytes, the same
+  int heartbeatPeriod;  // option of the socket at that time, ms
+  int largestFrame;     // option of the socket at that time, bytes
 };
 
-// The world around the watch.
-std::deque<std::string> gFrames;  // of the events, two each
+// The environment of the watch.
+std::deque<std::string> gFrames;  // frames of unread events, two for each event
 std::int64_t gNow = kStart;
 bool gIsIdle = true;
 bool gIsRefused = false;
 bool gIsTending = false;
-std::vector<Call> gCalls;           // since the last tending
-std::vector<std::string> gReports;  // the same
+std::vector<Call> gCalls;           // calls since the links were last tended
+std::vector<std::string> gReports;  // reports since the links were last tended
 
 void RecordCall(bool isConnect, zsock_t* socket, const char* format, va_list arguments) {
   char endpoint[8192];
@@ -63,7 +63,7 @@ void RecordCall(bool isConnect, zsock_t* socket, const char* format, va_list arg
 
 }  // namespace
 
-// A function that the program defines replaces the one of the library.
+// A function defined in the program replaces the library's function of the same name.
 extern "C" {
 
 int zmq_msg_recv(zmq_msg_t* message, void* socket, int flags) {
@@ -118,7 +118,7 @@ namespace {
 
 using Endpoints = std::vector<std::string>;
 
-// A link as the header describes it.
+// A link with the behaviour that the header describes.
 struct Link {
   std::optional<std::int64_t> lostSince;
   std::optional<std::int64_t> upSince;
@@ -172,7 +172,7 @@ class Model {
   std::map<std::string, Link> mLinks;
 };
 
-// As the library sees them, which ends a text at its first zero byte, and in one order.
+// The endpoints as the library sees them, cut at the first zero byte, and sorted.
 Endpoints Seen(Endpoints endpoints) {
   for (std::string& endpoint : endpoints)
     endpoint = endpoint.c_str();
@@ -252,7 +252,7 @@ class LinkEvents {
   MqLinkWatch& mWatch;
   bool mIsReader;  // a SUB socket
   Model mModel;
-  std::vector<std::pair<std::string, std::string>> mEvents;  // that have not been read
+  std::vector<std::pair<std::string, std::string>> mEvents;  // unread events
 };
 
 // One watched socket serves all inputs: a watch forgets its links when it is started again.

@@ -15,8 +15,7 @@ void CheckApplicationCommand(const fuzz::Text& text, const fuzz::Document& docum
                 "the command is the integer of that name in an object, else -1");
 }
 
-// The assertion that fails for a message of the monitor that breaks the contract; null if none
-// does.
+// The assertion that a message of the monitor breaks; null if it breaks none.
 const char* BrokenContract(const fuzz::Document& document) {
   if (!document.IsJson())
     return nullptr;

@@ -1,5 +1,5 @@
-// Preset documents, as the service reads them: without an Emset reader and with the routing of slot
-// 0. Read by a reader that holds an earlier preset and by a fresh one.
+// Preset documents, read as the service reads them: without an Emset reader and with the routing of
+// slot 0. Uses a reader with an earlier preset and a new one.
 
 #include <algorithm>
 #include <cerrno>
@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kMeters = 32;
 
-// An earlier preset that sets what the next one must not keep.
+// An earlier preset that sets the fields that the next one must not keep.
 constexpr char kEarlier[] = R"({"Repub":true,"Count":3,"PubTS":4,"SpeakerDelayMs":5,
     "Name":{"Preset":"Earlier","Program":"Earlier","Group":"Earlier"},
     "Clusters":[{"FirstMeter":1,"NumberOfMeters":32,"MuteOnPresetRecall":false,"Type":"Stereo",
@@ -41,7 +41,7 @@ auto FieldsOf(const cCluster& cluster) {
                   cluster.msClusterName);
 }
 
-// Everything that a preset does not inherit from the one before it.
+// All fields that a preset does not inherit from the previous one.
 auto FieldsOf(const cPresetParser& preset) {
   return std::tie(preset.mbRepub, preset.mbIsSourceSelected, preset.mbApplyCommonDolbyConf,
                   preset.mbApplyDZMeterScreen, preset.msPresetName, preset.msProgramName,

@@ -1,7 +1,13 @@
-// What the gate makes of what services publish. An input is a series of messages, each begun by a
-// letter: d and 22 bytes, loudness data; m and texts, each ended by a zero, up to an empty one, the
-// frames of any message of the data publisher; s and two such texts, topic and document of a state;
-// w and two bytes, so many milliseconds. Any other letter is passed over.
+// The gate's handling of published messages.
+//
+// Input: records. A record begins with a letter:
+//
+//     d  22 bytes: the codes of a loudness-data message
+//     m  texts, each with a zero after it, up to an empty one: the frames of a data publisher's
+//     message s  topic, zero, document, zero: a state w  a number of two bytes: that many
+//     milliseconds pass
+//
+// Any other letter is skipped.
 
 #include <nlohmann/json.hpp>
 #include <string>

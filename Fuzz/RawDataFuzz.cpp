@@ -72,8 +72,8 @@ bool ExpectedBlock(zmsg_t* message, Block& block) {
   return true;
 }
 
-// Only the low 16 bits of a peak reach the engine, which shows peaks once it has warmed up. It
-// computes in single precision, so the last digit may differ.
+// Only the low 16 bits of a peak reach the engine, which has a true peak once it has warmed up. The
+// engine computes in single precision, so the last digit may differ.
 void CheckPeak(std::uint32_t peak) {
   const auto level = static_cast<std::uint16_t>(std::max(peak, 1u));
   const double dbtp = level == 0 ? -99.0 : 20 * std::log10(level / 32768.0);

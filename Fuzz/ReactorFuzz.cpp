@@ -1,5 +1,5 @@
-// Messages on their way from the reactor's sockets to its handlers: any number of frames of any
-// size, and calls of the readers in any order.
+// Messages from the reactor's sockets to its handlers: any number of frames of any size, and calls
+// of the readers in any order.
 //
 // Input: records. A record begins with a letter:
 //
@@ -8,12 +8,12 @@
 //     t  a call of the text reader, as the loop makes it for a readable socket
 //     b  a call of the binary reader
 //
-// Any other letter is skipped. A message: one byte, signed, that its handler returns, then its
+// Any other letter is skipped. A message is one signed byte, the result of its handler, then its
 // frames up to a dot or the end:
 //
 //     l  a length of one byte and that many bytes
 //     x  a length of two bytes and one byte: that many times the byte
-//     r  a number of two bytes: that many copies of the frame before it
+//     r  a number of two bytes: that many copies of the previous frame
 //
 // Any other letter is an empty frame.
 
@@ -34,19 +34,19 @@ namespace {
 
 using Frames = std::vector<std::string>;
 
-// What the header and the documents promise.
+// Limits that the header and the documents promise.
 constexpr std::size_t kFramesKept = 64;
 constexpr std::size_t kFramesDroppedAtOnce = 1000;
 constexpr std::size_t kLongestTopic = 4096;
 
 constexpr std::size_t kMaxRecords = 32;
-constexpr std::size_t kMaxFrames = 5000;       // of one message
+constexpr std::size_t kMaxFrames = 5000;       // per message
 constexpr std::size_t kMaxRepeated = 1 << 20;  // bytes
 
-std::vector<Frames> gHanded;  // what the handlers got since the last call of a reader
-int gResult = 0;              // what they return
+std::vector<Frames> gHanded;  // messages that the handlers got since the last call of a reader
+int gResult = 0;              // result of the handlers
 
-// Texts end at their first zero byte.
+// The frame as a text, which ends at the first zero byte.
 std::string AsText(const std::string& frame) {
   return frame.c_str();
 }
@@ -66,11 +66,11 @@ int HandleBinary(const char* topic, zmsg_t* message) {
 
 // The effect of one call of a reader.
 struct Call {
-  std::vector<Frames> handed;  // to the handler; at most one message
-  int result;                  // of the handler
+  std::vector<Frames> handed;  // messages passed to the handler, at most one
+  int result;                  // result of the handler
 };
 
-// One of the reactor's sockets and what publishes to it.
+// One of the reactor's sockets and its publisher.
 class Line {
  public:
   Line(zsock_t* socket, const char* endpoint, zloop_reader_fn* read, bool isBinary)
@@ -126,10 +126,10 @@ class Line {
   }
 
   MqSockOwner mPublisher;
-  zsock_t* mSocket;  // the reactor's
+  zsock_t* mSocket;  // the reactor's socket
   zloop_reader_fn* mRead;
   bool mIsBinary;
-  std::deque<Call> mDue;  // calls until everything published is taken
+  std::deque<Call> mDue;  // expected calls until everything published has been read
 };
 
 struct Lines {
@@ -208,6 +208,6 @@ void fuzz::TestOneInput(Input input) {
   for (Line* line : {&lines.text, &lines.binary}) {
     while (line->IsReadable())
       line->Read(lines.reactor);
-    line->Read(lines.reactor);  // nothing is left, and nothing was due
+    line->Read(lines.reactor);  // expects that no message is left
   }
 }

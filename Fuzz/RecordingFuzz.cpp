@@ -1,4 +1,4 @@
-// Recordings from strangers: any bytes as the file, or any bytes as what is compressed in it.
+// Untrusted recordings: any bytes as the file, or any bytes as its uncompressed contents.
 
 #include <zstd.h>
 
@@ -24,7 +24,7 @@ std::string Compressed(const std::string& plain) {
   return bytes;
 }
 
-// The messages of plain bytes, read a second time without the reader's code.
+// Reads the messages of uncompressed bytes a second time, without the reader's code.
 class PlainReader {
  public:
   explicit PlainReader(const std::string& plain) : mRest(plain.substr(kHeadSize)) {}

@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 std::vector<std::string> gRun;  // inputs in the order in which the target got them
 
-// What the target does with an input of that name.
+// The target's action on this input.
 void ActOn(const std::string& input) {
   FUZZ_PROPERTY(input != "bad", "no input is bad");
   LOUDCALC_ASSERT(input != "assertion", "input != \"assertion\"");
@@ -45,7 +45,7 @@ class ReplayTest : public testing::Test {
   }
   ~ReplayTest() override { fs::remove_all(mFolder); }
 
-  /// Writes a file below a folder of the test's own and returns that folder's path.
+  /// Writes a file into a folder of this test and returns the folder's path.
   std::string Write(const std::string& folder, const std::string& name, const std::string& bytes) {
     const fs::path path = mFolder / folder;
     fs::create_directories(path);

@@ -1,6 +1,7 @@
-// Which requests the gate answers, the orders in their bodies and the periods in their queries. An
-// input is a Host header, an Origin header and an address to listen at, each ended by a zero, and a
-// text that is taken as a body and as each of the parameters of a period.
+// The gate's acceptance of requests, the orders in their bodies and the periods in their queries.
+//
+// Input: a Host header, an Origin header and a listening address, each with a zero after it, then a
+// text that is used as the body and as each of the parameters of a period.
 
 #include <string>
 
@@ -16,7 +17,8 @@ bool HasOnly(const std::string& text, const char* allowed) {
   return text.find_first_not_of(allowed) == std::string::npos;
 }
 
-// A name would have a letter outside brackets.
+// Whether the host is localhost or an address. Another name would have a letter outside of
+// brackets.
 bool IsNoNameOfOthers(const std::string& host) {
   const std::string lower = loudgate::LowerCase(host);
   return lower.rfind("localhost", 0) == 0 ? HasOnly(lower.substr(9), ":0123456789")

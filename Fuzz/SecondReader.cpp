@@ -17,12 +17,12 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr int kNumberOutOfRange = 406;  // the library's number for that error
+constexpr int kNumberOutOfRange = 406;  // the library's error number
 
 constexpr char kAnyCharacter = 'x';
-constexpr std::size_t kEscapeSize = 6;  // of \uXXXX
+constexpr std::size_t kEscapeSize = 6;  // size of \uXXXX
 
-// The highest double is 1.798e308. Between these a reader may round it either way.
+// The highest double is 1.798e308. A reader may accept or reject numbers between these two.
 constexpr long double kSurelyInRange = 1.79e308L;
 constexpr long double kSurelyBeyond = 1.80e308L;
 
@@ -33,7 +33,7 @@ bool IsHexDigit(char character) {
   return std::strchr("0123456789abcdefABCDEF", character) != nullptr && character != '\0';
 }
 
-// The code unit of the escape that begins at `text`; -1 if none does.
+// The code unit of the escape that begins at `place`; -1 if there is none.
 long CodeUnit(const std::string& text, std::size_t place) {
   if (text.size() - place < kEscapeSize || text[place] != '\\' || text[place + 1] != 'u')
     return -1;
@@ -51,9 +51,9 @@ bool IsSecondHalf(long unit) {
   return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-// The text with ordinary characters in place of what this library refuses and the service accepts:
-// bytes that are not UTF-8, and second halves of surrogate pairs without a first one. Outside of
-// strings these remain errors.
+// Replaces bytes that this library refuses but the service accepts by ordinary characters: bytes
+// that are not UTF-8, and second halves of surrogate pairs without a first one. Outside of strings
+// these remain errors.
 std::string WithPlainCharacters(const char* text) {
   const std::string original = text;
   std::string plain;
@@ -73,8 +73,8 @@ std::string WithPlainCharacters(const char* text) {
   return plain;
 }
 
-// A reader handles digits and exponents one by one, and may reject a number before it knows that
-// the value is small after all.
+// Whether a reader may reject the number. A reader processes digits and exponents one by one, and
+// may do so before it knows that the value is in range.
 bool MayBeGivenUp(const std::string& number) {
   const std::size_t exponent = number.find_first_of("eE");
   const std::size_t digits = number.find_first_of(".eE") - (number[0] == '-' ? 1 : 0);
@@ -90,7 +90,7 @@ Verdict JudgeNumber(const std::string& number) {
   return size > kSurelyInRange || MayBeGivenUp(number) ? Verdict::kEither : Verdict::kTaken;
 }
 
-// Follows the library through a text for as long as the text may still be accepted.
+// Follows the library through a text as long as the text may still be accepted.
 class Judge : public nlohmann::json_sax<Json> {
  public:
   Verdict verdict() const { return mVerdict; }

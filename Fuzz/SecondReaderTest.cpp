@@ -1,4 +1,4 @@
-// The second JSON reader: what it accepts, and that the first one agrees.
+// The second JSON reader: the texts that it accepts, and that the first one agrees.
 
 #include "SecondReader.h"
 
@@ -19,7 +19,8 @@ std::string Times(std::size_t count, const std::string& part) {
   return text;
 }
 
-// Expects the same verdict from both readers, unless either verdict is right.
+// The second reader's verdict. Expects the same verdict of the first, unless both verdicts are
+// right.
 Verdict Judged(const std::string& text) {
   const Verdict verdict = fuzz::JudgeText(text.c_str());
   rapidjson::Document document;
@@ -33,7 +34,7 @@ TEST(SecondReaderTest, JsonIsTaken) {
   for (const char* text :
        {"{}", " [1,-0,0.5,1e2,-1E-2] \n", "\"\"", "null", "{\"a\":{\"a\":[true,false]}}",
         "\"\\\"\\\\\\/\\b\\f\\n\\r\\t\\u00e4\\uD83D\\uDD0A\"", "\"\x7F\"", "1.7e308", "-1e-400",
-        // Accepted by the service although other readers would refuse it.
+        // The service accepts these although other readers would refuse them.
         "\"\xFF\xC3\"", "\"\\udc00\"", "\"\\\\udc00\"", "\"\\uD83D\\uDD0A\\udd0a\""})
     EXPECT_EQ(Judged(text), Verdict::kTaken) << text;
 }

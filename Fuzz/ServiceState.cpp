@@ -35,8 +35,8 @@ bool IsBetween(int value, int lowest, int highest) {
   return value >= lowest && value <= highest;
 }
 
-// LKFS and LU are published in tenths: no 64-bit power reaches 40 LKFS. The true peak is published
-// in hundredths: 16 bits reach 6.03 dBTP.
+// LKFS and LU are published in tenths, and no 64-bit power reaches 40 LKFS. The true peak is
+// published in hundredths, and 16 bits stay below 6.03 dBTP.
 void CheckFigures(const LoudnessData_t& figures) {
   for (const std::int16_t loudness : {figures.MaxMomentary, figures.Momentary, figures.ShortTerm,
                                       figures.Integrated, figures.Program})
@@ -79,14 +79,14 @@ void CheckReporting() {
                 "the last command carried out is one that is carried out");
 }
 
-// Built anew in the place of the old one, because it cannot be assigned.
+// Destroys the object and builds it again in place, because it cannot be assigned.
 template <typename Object, typename... Arguments>
 void MakeAnew(Object& object, Arguments... arguments) {
   object.~Object();
   new (&object) Object(arguments...);
 }
 
-// Sockets without a peer drop what is sent.
+// Makes publishers that are not bound. Sockets without a peer drop all messages.
 void MakePublishers() {
   gpLcPubs = cPubHandler::GetInstance();
   gpLcPubs->mpLuDataPubSocket = zsock_new(ZMQ_PUB);

@@ -11,7 +11,7 @@
 
 namespace {
 
-// What every field holds before a document is read.
+// Values of all fields before a document is read.
 constexpr std::int32_t kOldNumber = 7;
 constexpr std::uint64_t kOldTime = 8;
 constexpr char kOldText[] = "10.0.0.1";

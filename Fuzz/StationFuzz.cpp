@@ -1,4 +1,4 @@
-// Records from strangers: any bytes as a minute, any rows in the tables, or any bytes as the file.
+// Untrusted records: any bytes as a minute, any rows in the tables, or any bytes as the file.
 
 #include <unistd.h>
 
@@ -31,7 +31,7 @@ std::string String(const fuzz::Text& text) {
   return {text.c_str(), text.size()};
 }
 
-// A file of this process, gone with the object.
+// A temporary file, which the destructor removes.
 class TemporaryFile {
  public:
   TemporaryFile()
@@ -79,7 +79,8 @@ void ReadMinute(const std::string& bytes) {
                 "what is written is read");
 }
 
-// Whatever the file holds, what the reader gives is in order and within the period.
+// Expects that the reader's results are in order and within the period, for any contents of the
+// file.
 void ReadAll(const std::string& path, const StationPeriod& period) {
   try {
     StationReader reader(path);
@@ -134,7 +135,7 @@ void AddRow(SqliteFile& file, fuzz::Input& input) {
   try {
     row.Run();
   } catch (const louddesk::StationError&) {
-    return;  // a column takes no such value
+    return;  // the column does not accept such a value
   }
 }
 

@@ -11,7 +11,7 @@ struct Flags {
   bool isDecoderDetected;
 };
 
-// What a status message does, computed independently of its reader.
+// The effect of a status message, computed independently of its reader.
 struct Outcome {
   const char* assertion;  // null: none
   bool isUsable;
@@ -22,7 +22,7 @@ bool BeginsWith(const std::string& text, const char* beginning) {
   return text.rfind(beginning, 0) == 0;
 }
 
-// The decoder is looked at only if the status is in order.
+// The outcome of a status that is in order. Only then does the decoder matter.
 Outcome DecoderOutcome(const rapidjson::Value& message) {
   const rapidjson::Value* decoder = fuzz::Member(message, "DolbyDecoder");
   if (decoder == nullptr)

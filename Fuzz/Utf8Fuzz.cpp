@@ -1,4 +1,4 @@
-// Texts on their way to the log sink, which must receive UTF-8 whatever a peer has sent.
+// Texts for the log sink, which must receive UTF-8 even if a peer has sent other bytes.
 
 #include <nlohmann/json.hpp>
 #include <string>
@@ -12,7 +12,7 @@ constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
 constexpr std::size_t kReplacementSize = sizeof kReplacement - 1;
 constexpr std::size_t kLongestCharacter = 4;  // bytes
 
-// The result of another library, which leaves out or replaces what is not UTF-8.
+// The verdict of another library, which drops or replaces bytes that are not UTF-8.
 bool IsUtf8(const std::string& text) {
   using Json = nlohmann::json;
   const Json value = text;
@@ -20,7 +20,7 @@ bool IsUtf8(const std::string& text) {
          value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-// Number of bytes of the character that begins at `place`; 0 if none does.
+// Number of bytes of the character that begins at `place`; 0 if there is none.
 std::size_t CharacterAt(const std::string& text, std::size_t place) {
   for (std::size_t size = 1; size <= kLongestCharacter && place + size <= text.size(); ++size)
     if (IsUtf8(text.substr(place, size)))

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What `run --merge` packs, tested with a program that stands for a fuzzer and keeps every input.
+# Tests the archives of `run --merge`, with a stand-in for a fuzzer that keeps every input.
 # Usage: merge-test.sh FUZZ_FOLDER
 set -euo pipefail
 fuzz=$1
@@ -10,7 +10,7 @@ trap 'rm -rf "$place"' EXIT
 fail() { echo "$*" >&2; exit 1; }
 
 mkdir -p "$place/build/Fuzz/mined/$target" "$place/build/runs/$target.corpus" "$place/mined"
-# Merges as libFuzzer does: the first folder gets what the others have.
+# Merges like libFuzzer: copies the contents of the other folders to the first one.
 cat >"$place/build/Fuzz/$target" <<'FUZZER'
 #!/usr/bin/env bash
 folders=()

@@ -1,5 +1,5 @@
-// What every fuzz target is made of: the input taken apart, properties that must hold, and the
-// assertions of the code under test, which here are thrown instead of ending the process.
+// The parts of every fuzz target: an input reader, properties that must hold, and the assertions of
+// the code under test, which throw here instead of ending the process.
 
 #pragma once
 
@@ -8,27 +8,27 @@
 #include <memory>
 #include <string>
 
-/// Stops the run with `text` and the place if `condition` does not hold, in every build type.
-/// `text` is what should hold.
+/// Stops the run with `text` and the source line if `condition` does not hold, in every build type.
+/// `text` states the property.
 #define FUZZ_PROPERTY(condition, text) \
   ((condition) ? static_cast<void>(0) : fuzz::FailProperty((text), __FILE__, __LINE__))
 
 namespace fuzz {
 
-/// Prints "FILE:LINE: Property `TEXT' does not hold." on the process's standard error, whatever has
-/// been silenced, and aborts.
+/// Prints "FILE:LINE: Property `TEXT' does not hold." on the process's standard error, even after
+/// Silence, and aborts.
 [[noreturn]] void FailProperty(const char* text, const char* file, int line);
 
-/// Thrown by a failed assertion of the code under test. No standard exception, so that nothing
+/// Thrown by a failed assertion of the code under test. Not a standard exception, so that no code
 /// between the assertion and the target catches it.
 struct ReachedAssertion {
-  const char* text;  // of the assertion
+  const char* text;  // text of the assertion
   const char* file;
   int line;
 };
 
-/// Bytes in a buffer of exactly their size and a zero after them, so that a sanitizer notices a
-/// reader that goes beyond.
+/// Bytes and a terminating zero in a buffer of exactly that size, so that a sanitizer notices a
+/// reader that goes beyond the end.
 class Text {
  public:
   Text(const std::uint8_t* data, std::size_t size);
@@ -41,7 +41,7 @@ class Text {
   std::size_t mSize;  // without the zero
 };
 
-/// An input, read from the front. What is read beyond its end is zero or empty.
+/// An input, read from the front. Reads beyond its end give zero or an empty text.
 class Input {
  public:
   Input(const std::uint8_t* data, std::size_t size) : mData(data), mSize(size) {}
@@ -56,10 +56,10 @@ class Input {
   /// The next `size` bytes, or as many as there are.
   Text TakeText(std::size_t size);
 
-  /// The bytes before the next zero, which is consumed too; all bytes if there is none.
+  /// The bytes before the next zero, which is consumed too; all remaining bytes if there is none.
   Text TakeTerminatedText();
 
-  /// All the rest.
+  /// All remaining bytes.
   Text TakeRest() { return TakeText(mSize); }
 
  private:
@@ -67,14 +67,14 @@ class Input {
   std::size_t mSize;  // bytes not taken yet
 };
 
-/// Defined by each target: runs the code under test on one input and asserts its properties. What
-/// it throws counts as a failed property. It must leave nothing behind that changes the next run.
+/// Defined by each target: runs the code under test on one input and asserts its properties. An
+/// exception counts as a failed property. No state may remain that changes the next run.
 void TestOneInput(Input input);
 
 /// Runs the target on one input; called by libFuzzer and by the replay.
 void Run(const std::uint8_t* data, std::size_t size);
 
-/// Discards what the code under test writes to standard output and standard error. Sanitizers,
+/// Discards the code under test's output on standard output and standard error. Sanitizers,
 /// libFuzzer and failed properties still reach the standard error of the process.
 void Silence();
 

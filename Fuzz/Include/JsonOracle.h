@@ -1,6 +1,6 @@
-// What a document says, computed independently of the readers under test. Another library judges
-// whether it is JSON. If a name occurs more than once, the first member counts, and only if it is
-// of the type asked for.
+// The contents of a document, read independently of the readers under test. Another library decides
+// whether it is JSON. If a name occurs more than once, the first member counts, and only if it has
+// the requested type.
 
 #pragma once
 

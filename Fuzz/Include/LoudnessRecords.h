@@ -1,4 +1,4 @@
-// What holds for every loudness configuration and command, wherever it comes from.
+// Properties of every loudness configuration and command, from any source.
 
 #pragma once
 
@@ -16,7 +16,7 @@ bool IsSame(const cLuSettingsParser& left, const cLuSettingsParser& right);
 void CheckRecord(const cLuConf& configuration);
 void CheckRecord(const cLuCmd& command);
 
-/// A reader of which no field has its default, as messages before this one may have left it.
+/// A reader in which no field has its default, as after earlier messages.
 cLuSettingsParser UsedReader();
 
 }  // namespace fuzz

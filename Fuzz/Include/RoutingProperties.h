@@ -1,4 +1,4 @@
-// What holds for the routing map of every document.
+// Properties of the routing map of every document.
 
 #pragma once
 
@@ -7,8 +7,8 @@
 
 namespace fuzz {
 
-/// Asserts that each entry has the key that its members say, and enumerations that a document can
-/// set.
+/// Asserts that the key of each entry matches its members, and that its enumerations have values
+/// that a document can set.
 inline void CheckRouting(const AudChannelOutputRoutingMap_t& map) {
   FUZZ_PROPERTY(map.size() <= kMaxRoutedChannels, "no more channels are kept than a unit has");
   for (const auto& [key, entry] : map) {

@@ -1,4 +1,4 @@
-// The whole state of the service that messages can change, and what holds for it at all times.
+// The whole state of the service that messages can change, and the properties that it always has.
 
 #pragma once
 
@@ -19,7 +19,7 @@ struct ServiceState {
   cLuSettingsParser reader;     // last configuration and command
   LoudConfigUser_t settings;    // the user's settings in force
   std::string configuration;    // `gsLuConf`
-  std::uint32_t users[2];       // of the last command, of the last configuration
+  std::uint32_t users[2];       // users of the last command and of the last configuration
   std::uint32_t actions;        // `gluCalcActions`
   std::uint32_t isReporting;    // `glEnableProbeData`
   bool isSourceInvalid;         // `gbIsInvalidSrc`
@@ -31,10 +31,10 @@ struct ServiceState {
   std::uint32_t blocksCounted;  // blocks since the reset, as far as the engine counts them
 };
 
-/// The present state.
+/// A copy of the current state.
 ServiceState TakeState();
 
-/// Which groups of the state an operation may change; the others must stay.
+/// The groups of the state that an operation may change. The others must not change.
 struct Changes {
   bool reader, settings, actions, reporting, source, programme, status, engine;
 };
@@ -42,15 +42,15 @@ struct Changes {
 /// Asserts that only the given groups have changed since `before`.
 void CheckOnlyChanged(const ServiceState& before, const Changes& changes);
 
-/// Asserts what holds at all times: every value in its range, texts terminated, a weight only for a
-/// meter of the programme.
+/// Asserts the properties that always hold: every value is in its range, texts are terminated, and
+/// only meters of the programme have a weight.
 void CheckState();
 
 /// Resets the service to the state in which the wiring starts it for `meterSet` and `cluster`,
 /// except that its publishers are not bound to anything.
 void StartService(std::uint32_t meterSet, std::uint32_t cluster);
 
-/// Engine and programme alone, as after the start.
+/// Resets only the engine and the programme to their state after the start.
 void StartEngine();
 
 }  // namespace fuzz
