@@ -1,8 +1,9 @@
-// The floor of the service's cost: a CZMQ loop with its sockets, timers and messages and nothing
-// else. No engine, no parsing, no log, no care for links, files and hostile clients. The benchmarks
-// run it beside the service; whatever the service takes more is ours.
+// The floor of the service's cost: a CZMQ loop with the same sockets, timers and messages and
+// nothing else. It has no engine, parsing or log, and no protection of links and files or against
+// hostile clients. The benchmarks run it beside the service; the difference is the cost of our
+// code.
 //
-// Usage: BareLoop [-m 1] -c CLUSTER, as the service of meter set 1. Ends by SIGTERM.
+// Usage: BareLoop [-m 1] -c CLUSTER, in place of the service of meter set 1. SIGTERM ends it.
 
 #include <czmq.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
-// The engine's work for a thousand blocks in windows of a given length, for a program that counts
-// instructions. What it is to count is MeasuredBlocks.
+// The engine's work for a thousand blocks with windows of a given length, for a program that counts
+// the instructions of MeasuredBlocks.
 //
 // Usage: BlockInstructions INTEGRATED_SECONDS RANGE_SECONDS
 
@@ -8,7 +8,7 @@
 
 #include "EngineLoad.h"
 
-// Not inlined and with a plain name, so that it is found.
+// Not inlined and with an unmangled name, so that the counting program finds it.
 extern "C" [[gnu::noinline]] void MeasuredBlocks(EngineLoad* engine) {
   for (int i = 0; i < 1000; ++i)
     engine->FeedBlock();

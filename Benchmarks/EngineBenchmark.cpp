@@ -1,16 +1,15 @@
-// What a block costs the loudness engine.
+// Cost of a block in the loudness engine.
 //
-// Measured: the time of one LoudCalcUpdate in steady state, that is with every window full, on
-// programme-like random levels. It is the mean over whole seconds and so over the blocks that
-// refresh a slow figure and those that do not.
+// Measured: the time of one LoudCalcUpdate in steady state, with every window full, on
+// programme-like random levels. It is the mean over whole seconds, and so includes blocks that
+// refresh a slow figure and blocks that do not.
 //
 //   windows                      integrated   loudness range   programme
 //   LoudCalcUpdate/TwoHours      72000        10800            72000 readings
 //   LoudCalcUpdate/ThreeSeconds  30           9                72000 readings
 //
-// Against: the 100 ms in which a block has to be dealt with, of which "ppm" is the share of
-// processor time taken, in millionths. And against each other: a window is a histogram, so its
-// length should not matter.
+// Against: the 100 ms available for a block; "ppm" is the fraction of that time used, in
+// millionths. Also against each other: a window is a histogram, so its length should not matter.
 
 #include <benchmark/benchmark.h>
 

@@ -1,4 +1,4 @@
-// The loudness engine with every window full, and programme-like random levels to feed it with, the
+// The loudness engine with every window full, and programme-like random levels to feed to it, the
 // same in every run.
 
 #pragma once
@@ -40,7 +40,7 @@ class EngineLoad {
 
   static constexpr std::size_t kSoundBlocks = 4096;
 
-  // The longest window of all, that of the loudness range, and the blocks of warm-up.
+  // Fills the longest window, that of the loudness range, and covers the warm-up.
   static constexpr std::uint32_t kFillingBlocks =
       kMaxLraWinSecs * kBlocksPerSecond + kBlocksPerSecond;
 

@@ -1,23 +1,22 @@
-// What measuring audio costs, against libebur128 doing the same on the same samples.
+// Cost of measuring audio, compared with libebur128 on the same samples.
 //
 // Measured: noise whose level changes every second, at 48 kHz, in blocks of 100 ms of interleaved
 // doubles, with momentary and short-term loudness read after every block and integrated loudness
 // and loudness range after every second.
 //
-//   ours     front end (K-weighting, true peak) and the meter behind it
-//   theirs   libebur128 in histogram mode, the mode that keeps a programme of any length in the
-//   same
-//            memory, as our meter does
+//   ours     front end (K-weighting, true peak) and meter
+//   theirs   libebur128 in histogram mode, whose memory, like our meter's, does not grow with the
+//            length of the programme
 //
 //   FrontEnd/Stereo/TruePeak        2 channels, true peak of each
 //   FrontEnd/Stereo/NoTruePeak      2 channels, no peaks
 //   FrontEnd/Surround/TruePeak      5.1
 //   FrontEnd/Surround/NoTruePeak    5.1
 //
-// Both run in turns within one iteration, a second of audio each, so that whatever else the machine
-// does meets both. "ours" and "theirs" are how many times faster than real time, by processor time;
-// "ratio" is how many times faster than libebur128. Wanted are at least 3 with true peak and 1.5
-// without; the program fails with status 1 when a ratio is below.
+// Both take turns within one iteration, a second of audio each, so that other load on the machine
+// affects both. "ours" and "theirs" are multiples of real time, by processor time; "ratio" is ours
+// divided by theirs. The required ratio is 3 with true peak and 1.5 without; the program exits with
+// status 1 when a ratio is lower.
 
 #include <benchmark/benchmark.h>
 #include <ebur128.h>
@@ -42,12 +41,12 @@ using louddesk::BlockReading;
 
 constexpr int kSampleRate = 48000;
 constexpr std::size_t kBlockFrames = kSampleRate / kBlocksPerSecond;
-constexpr std::size_t kSeconds = 8;  // of audio, measured again and again
+constexpr std::size_t kSeconds = 8;  // length of the audio, which is measured repeatedly
 
 constexpr double kWantedWithTruePeak = 3.0;
 constexpr double kWantedWithoutTruePeak = 1.5;
 
-bool gIsMissed = false;  // a ratio is below what is wanted
+bool gIsMissed = false;  // a ratio is below the required one
 
 std::vector<double> SteppedNoise(const louddesk::SpeakerLayout& speakers) {
   louddesk::StepSignal signal = louddesk::Noise(0.0);
@@ -74,7 +73,8 @@ class OurMeter {
     mMeter.Feed(reading);
   }
 
-  // The meter has by itself refreshed momentary and short-term loudness with every block.
+  // Reads the other figures. The meter itself refreshes momentary and short-term loudness on every
+  // block.
   void ReadSecond() { benchmark::DoNotOptimize(mMeter.Read()); }
 
  private:

@@ -1,7 +1,8 @@
-// What the gate costs on a board of eight clusters with ten readers of its stream, beside the eight
-// services that it watches: processor time of all threads and private memory, in the same seconds.
+// Cost of the gate on a board of eight clusters with ten readers of its stream, beside that of the
+// eight services that it watches: processor time of all threads and private memory, in the same
+// seconds.
 //
-// Usage: GateBenchmark [--quick]    quick: hardly any time, to see that everything runs
+// Usage: GateBenchmark [--quick]    quick: a very short run, to check that everything works
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -29,10 +30,10 @@ using std::chrono::milliseconds;
 
 constexpr unsigned kClusters = 8;
 constexpr unsigned kReaders = 10;
-constexpr milliseconds kTime{57000};  // the record is written once
+constexpr milliseconds kTime{57000};  // in this time the record is written once
 constexpr char kListening[] = "Listening at ";
 
-// A folder for the record, which goes with it.
+// A folder for the record. The destructor removes both.
 class RecordFolder {
  public:
   RecordFolder() {
@@ -50,7 +51,7 @@ class RecordFolder {
   std::filesystem::path mPath;
 };
 
-// The gate as it starts by default, on a free port and with a record of its own.
+// The gate with its default options, except for a free port and a separate record.
 class Gate {
  public:
   explicit Gate(const std::string& record)
@@ -63,7 +64,7 @@ class Gate {
 
   const ServiceProcess& Process() const { return mProcess; }
 
-  // Until it has figures of all clusters.
+  // Waits until the gate has figures of all clusters.
   void AwaitClusters() const {
     const auto end = std::chrono::steady_clock::now() + kPatience;
     while (RunningClusters() < kClusters) {
@@ -72,7 +73,7 @@ class Gate {
     }
   }
 
-  // One that takes every event, and throws it away.
+  // A reader that receives and discards every event.
   std::unique_ptr<ServiceProcess> Reader(int nowhere) const {
     ProcessOptions options;
     options.output = nowhere;

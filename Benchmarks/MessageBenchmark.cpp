@@ -1,14 +1,14 @@
-// What a message costs by itself.
+// Cost of a single message.
 //
-// Measured: processor time of the calling thread, against what the libraries cost without us, in
+// Measured: processor time of the calling thread, compared with that of the libraries alone, in
 // turns.
 //
 //   publication    the twelve frames of the loudness data to one client, against the same frames
-//                  by CZMQ alone
+//                  sent with CZMQ alone
 //   parsing        a preset, a configuration and a command, the examples of the protocol, against
-//                  RapidJSON's bare parse of the same text
+//                  RapidJSON's plain parse of the same text
 //
-// Usage: MessageBenchmark [--quick]    quick: hardly any time for each, to see that everything runs
+// Usage: MessageBenchmark [--quick]    quick: very short runs, to check that everything works
 
 #include <czmq.h>
 #include <rapidjson/document.h>
@@ -35,7 +35,7 @@ namespace {
 
 struct Effort {
   int rounds;  // turns of each side
-  int calls;   // in each turn; no more messages than a client's queue holds
+  int calls;   // calls in each turn; at most as many messages as a client's queue holds
 };
 
 constexpr Effort kFull{300, 200};
@@ -55,7 +55,7 @@ double SecondsOf(int calls, Work work) {
   return ThreadSeconds() - start;
 }
 
-// Prints the row of two pieces of work that take turns; `between()` is called after each turn.
+// Lets two functions take turns and prints their row. Calls `between()` after each turn.
 template <typename Ours, typename Floor, typename Between>
 void Compare(const Effort& effort, const char* what, Ours ours, Floor floor, Between between) {
   double ourSeconds = 0.0;
@@ -80,7 +80,7 @@ void SendTwelveFrames(zsock_t* socket) {
   }
 }
 
-// Until the client has taken `count` messages.
+// Waits until the client has received `count` messages.
 void TakeMessages(zsock_t* client, int count) {
   for (int i = 0; i < count; ++i) {
     zmsg_t* message = zmsg_recv(client);
@@ -88,7 +88,7 @@ void TakeMessages(zsock_t* client, int count) {
   }
 }
 
-// A client of the publisher that is connected: it has received a message.
+// A connected client of the publisher: it has received a message.
 zsock_t* ConnectClient(zsock_t* publisher) {
   constexpr int kPauseMs = 5;
   zsock_t* client = zsock_new_sub(zsock_endpoint(publisher), "");
@@ -131,7 +131,7 @@ std::string Example(const char* name) {
   return text;
 }
 
-// `parse(text)` says whether the text was accepted.
+// `parse(text)` returns whether the text was accepted.
 template <typename Parse>
 void MeasureParsing(const Effort& effort, const char* what, const std::string& text, Parse parse) {
   if (!parse(text.c_str()))

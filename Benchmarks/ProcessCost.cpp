@@ -1,4 +1,4 @@
-// Read from /proc.
+// Cost of a process, read from /proc.
 
 #include "ProcessCost.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-// The number behind `key` at the beginning of a line; 0 without one.
+// The number after `key` at the beginning of a line; 0 if there is no such line.
 double Field(const std::filesystem::path& file, const std::string& key) {
   std::ifstream stream(file);
   for (std::string line; std::getline(stream, line);)

@@ -1,24 +1,24 @@
-// What a process takes of the machine.
+// Resources that a process uses.
 
 #pragma once
 
 #include "ServiceProcess.h"
 
 struct Cost {
-  double cpuSeconds = 0;  // of all threads, from the scheduler's own account in nanoseconds
-  double wakeUps = 0;     // a thread went on after it had waited
-  double switches = 0;    // the same, or it had to let another one run
+  double cpuSeconds = 0;  // processor time of all threads, from the scheduler's nanosecond counts
+  double wakeUps = 0;     // times that a thread continued after waiting
+  double switches = 0;    // wake-ups and preemptions
 
   Cost& operator+=(const Cost& other);
 };
 
 Cost operator-(const Cost& after, const Cost& before);
 
-/// What it has taken since its start.
+/// The cost of the process since its start.
 Cost CostOf(const ServiceProcess& process);
 
-/// Memory that it shares with no other process, KiB.
+/// Memory that the process does not share with others, KiB.
 double PrivateKib(const ServiceProcess& process);
 
-/// Whether every thread waits for something to happen.
+/// Whether every thread of the process waits.
 bool IsIdle(const ServiceProcess& process);

@@ -1,11 +1,11 @@
-// What the service costs, against a bare CZMQ loop with the same sockets, timers and messages
+// Cost of the service, compared with a bare CZMQ loop with the same sockets, timers and messages
 // (BareLoop.cpp).
 //
-// Measured: the shipped service and the bare loop, in turns, each with the same unit around it:
-// every peer, a client of both publishers, a 5.1 programme, reporting on.
+// Measured: the shipped service and the bare loop, in turns, each in the same unit: every peer, a
+// client of both publishers, a 5.1 programme, reporting on.
 //
 //   real rate         ten blocks a second, half-way between two data messages
-//   flood             blocks as fast as they are taken, without one being lost
+//   flood             blocks as fast as they are read, none lost
 //   start             from the start of the process to its first subscription
 //   eight services    eight clusters of four meters each, fed by one source at the real rate
 //
@@ -35,9 +35,9 @@ using Clock = std::chrono::steady_clock;
 
 struct Effort {
   unsigned rounds;       // turns of each side
-  milliseconds time;     // at the real rate, each turn
-  unsigned floodBlocks;  // each turn
-  unsigned starts;       // of each side
+  milliseconds time;     // length of a turn at the real rate
+  unsigned floodBlocks;  // blocks in a turn of the flood
+  unsigned starts;       // starts of each side
 };
 
 constexpr Effort kFull{6, milliseconds{10000}, 100000, 10};
@@ -46,8 +46,8 @@ constexpr Effort kQuick{1, milliseconds{300}, 500, 1};
 const Command kService = {LOUDCALC_BINARY};
 const Command kBareLoop = {BARE_LOOP_BINARY};
 
-// What `measure(program)` adds up to for each side. The sides take turns, and take turns at being
-// the first.
+// The sums of `measure(program)` for each side. The sides take turns, and each goes first in every
+// other round.
 template <typename Sum, typename Measure>
 std::pair<Sum, Sum> InTurns(unsigned rounds, Measure measure) {
   Sum service{};

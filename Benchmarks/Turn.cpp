@@ -1,4 +1,4 @@
-// The processes and the unit around them.
+// The processes in their unit.
 
 #include "Turn.h"
 
@@ -70,7 +70,7 @@ void Turn::WaitForFirstSubscription() {
          mProgram.front() + " does not subscribe");
 }
 
-// Those that have subscribed late have missed what came before.
+// Repeats the messages, because a process that subscribed late has missed earlier ones.
 void Turn::StartPublishing() {
   constexpr Patience kAnswerTime{500};
   const auto end = Clock::now() + kPatience;
@@ -144,7 +144,7 @@ void Turn::FeedOne(Clock::time_point& due) {
   PassUntil(due);
 }
 
-// A process that still has something to do is not idle at three looks.
+// Requires three idle samples in a row, because a busy process may appear idle in one of them.
 void Turn::AwaitIdle() {
   constexpr Patience kPause{5};
   const auto end = Clock::now() + kPatience;

@@ -1,5 +1,5 @@
-// A program in the place of the service, one process for each cluster, with the unit around it:
-// every peer, a client of both publishers, reporting on.
+// Runs a program in place of the service, one process per cluster, in a unit with every peer, a
+// client of both publishers, and reporting on.
 
 #pragma once
 
@@ -14,31 +14,31 @@
 #include "ServiceProcess.h"
 #include "UnitStandIn.h"
 
-/// A program and its own words.
+/// A program and its first arguments.
 using Command = std::vector<std::string>;
 
-/// Time for anything that is waited for.
+/// Longest wait for any event.
 constexpr louddesk::Patience kPatience{20000};
 
-/// Throws std::runtime_error with the complaint unless it holds.
+/// Throws std::runtime_error with the complaint unless `holds`.
 void Expect(bool holds, const std::string& complaint);
 
-/// Whatever does not happen in time is thrown as std::runtime_error.
+/// Every function that waits throws std::runtime_error if the event does not happen in time.
 class Turn {
  public:
-  /// One cluster measures a 5.1 programme, more of them four meters each.
+  /// A single cluster measures a 5.1 programme; several clusters measure four meters each.
   explicit Turn(Command program, unsigned clusters = 1);
 
-  /// Starts the processes, with the service's command line after their own words.
+  /// Starts the processes, with the service's command line after their first arguments.
   void Start();
 
   void WaitForFirstSubscription();
 
-  /// Starts them and waits until each publishes.
+  /// Starts the processes and waits until each publishes.
   void StartPublishing();
 
-  /// What `measure()` adds up to while blocks come at the real rate, half-way between two data
-  /// messages.
+  /// Sends blocks at the real rate, half-way between two data messages, for `time`, and returns the
+  /// increase of `measure()` in that time.
   template <typename Measure>
   auto Feed(std::chrono::milliseconds time, Measure measure) {
     auto due = StartOfFeed();
@@ -49,10 +49,10 @@ class Turn {
     return measure() - before;
   }
 
-  /// The cost of all processes from the first block of a flood until the last has been dealt with.
+  /// The cost of all processes from the first block of a flood until the last has been processed.
   Cost Flood(unsigned blocks);
 
-  /// Of all processes.
+  /// The cost and the private memory of all processes.
   Cost Total() const;
   double TotalPrivateKib() const;
 
