@@ -19,7 +19,7 @@ constexpr std::uint32_t kMomentaryRingCodes = kMaxWindowReadings + 1;
 constexpr std::uint32_t kLraRingCodes = kMaxLraWinSecs + 1;
 
 // The last block of warm-up, and the blocks of each second on which a figure is refreshed. They are
-// spread out so that no block has to compute all of them.
+// spread out so that no block must compute several figures.
 constexpr std::uint8_t kLastWarmUpSubSample = 2;
 constexpr std::uint8_t kLraSample = 2;
 constexpr std::uint8_t kProgramSample = 4;

@@ -32,8 +32,8 @@ constexpr float kAbsoluteGateLkfs = -70.0F;
 /// Distance in LU of one loudness code from the next.
 constexpr double kBinWidthLu = 0.02;
 
-/// Where the last loudness code would end if it were as wide as the others. Louder readings get
-/// that code, too.
+/// Upper edge of the last loudness code if it were as wide as the others. Louder readings get that
+/// code too.
 constexpr double kEndOfCodesLkfs = kAbsoluteGateLkfs + kBinWidthLu * kMaxLoudnessCode;
 
 /// The DSP stage's integer scale of powers: the sum of these two is the level in dB of the power

@@ -1,4 +1,4 @@
-// What a loudness command does to the pending actions.
+// The effect of loudness commands on the pending actions.
 
 #pragma once
 

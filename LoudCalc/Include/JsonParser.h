@@ -22,8 +22,8 @@ extern const float LoudnessSpeakerWeight[AST_SPEAKER_MAX];
 
 class cJsonParser : public cJsonParseSysStatus, public cLuSettingsParser {
  public:
-  /// The dispatcher, made on first use and freed by an exit handler. It takes the reactor and the
-  /// logger that exist at that moment.
+  /// The dispatcher, made on first use and freed by an exit handler. It uses the reactor and the
+  /// logger that exist at that time.
   static cJsonParser* GetInstance();
 
   /// Frees the dispatcher and clears every pointer to it. Does nothing if there is none.

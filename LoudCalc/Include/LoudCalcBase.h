@@ -52,7 +52,7 @@ struct LoudCalcResultsAll_s {
   float MaxTruePeak = kNoLoudnessLkfs;   // highest true peak since the reset, dBTP
 };
 
-// Written by the calculator only, unless a line says otherwise.
+// Written by the calculator only, except where noted.
 extern ChanConfig_s ChanConfig;      // stored by LoudSetChanConfig, read by no calculation
 extern SampleCounts_s SampleCounts;  // position within warm-up, second and range
 extern bool LoudInitError;           // true while LoudCalcInit builds

@@ -58,7 +58,7 @@ ssize_t WriteWithoutWaiting(int fd, const char* text, std::size_t size) {
   return written == -1 && errno == EOPNOTSUPP ? WriteIntoRoom(fd, text, size) : written;
 }
 
-// Where one of the two streams leads.
+// The destination of one of the two streams.
 class Outlet {
  public:
   explicit Outlet(int standardFd) : mFd(standardFd) {}
@@ -111,7 +111,7 @@ class Outlet {
     return true;
   }
 
-  // Writes as many bytes as the descriptor takes now and returns their number.
+  // Writes as many bytes as the descriptor accepts now and returns their number.
   std::size_t WritePieces(const char* text, std::size_t size) const {
     std::size_t taken = 0;
     while (taken < size) {

@@ -385,8 +385,8 @@ zsock_t* MqReactor::UsableSock(bool binary) const {
   return mbSockIsGone ? nullptr : mpSock;
 }
 
-// Destroys the chosen socket, if there is one, after removing it from the loop, which would
-// otherwise go on polling it.
+// Destroys the chosen socket, if there is one. Removes it from the loop first, which would
+// otherwise continue to poll it.
 void MqReactor::Destroy(bool binary) {
   zsock_t* socket = UsableSock(binary);
   MqLinkWatch& links = binary ? mBinLinks : mLinks;

@@ -21,10 +21,10 @@ constexpr char kHeartBeatTopic[] = "HbProc";
 constexpr char kRepublicationTopic[] = "HbReqRepubSysStatus";
 constexpr char kForwardedCommandTopic[] = "HbFwdAppCmd";
 
-/// State of a process as the monitor knows it.
+/// State of a process in its heartbeats.
 enum ProcessStatus_e : std::int32_t {
   PS_NO_SHOW = 0,
-  PS_PROCESSING = 1,  // what this service reports
+  PS_PROCESSING = 1,  // the state that this service reports
   PS_START_TIMEOUT = 2,
   PS_FAULTED = 3,
   PS_WAITING2 = 4,

@@ -134,9 +134,9 @@ class MqReactor {
   /// afterwards.
   void CloseMq();
 
-  /// Readers of the two sockets, called by the loop: they take one message from `socket` and hand
-  /// it to the handler of `reactor`, a MqReactor. Frames that the handler does not get are dropped.
-  /// Return 0 to go on, -1 to end the loop.
+  /// Readers of the two sockets, called by the loop: they receive one message from `socket` and
+  /// pass it to the handler of `reactor`, a MqReactor. Frames that the handler does not get are
+  /// dropped. Return 0 to continue, -1 to end the loop.
   static int ReaderCallback(zloop_t* loop, zsock_t* socket, void* reactor);
   static int ReaderCallbackForBinaryData(zloop_t* loop, zsock_t* socket, void* reactor);
 
@@ -181,8 +181,8 @@ class MqReactor {
   template <typename Handler>
   static int ReadMessage(zsock_t* socket, Handler handler);
 
-  // A socket destroyed by a failed connect stays in its field; these flags say that it must not be
-  // used.
+  // A socket that a failed connect has destroyed stays in its field. These flags mark it as
+  // unusable.
   bool mbSockIsGone = false;     // of `mpSock`
   bool mbSockBinIsGone = false;  // of `mpSockBin`
 

@@ -11,7 +11,7 @@ extern "C" {
 
 /// Writes a hex dump of `count` bytes to standard output: a line with the count, a header line,
 /// then a row for every 16 bytes with offset, bytes in hex and the bytes as characters ('.' for
-/// what has none). Nothing for a null pointer or a count below 1.
+/// unprintable ones). Does nothing for a null pointer or a count below 1.
 void PrintBuffer(const std::uint8_t* bytes, int count);
 
 /// Writes "0x" and the 16 hex digits of `value` to standard output, without a line end.

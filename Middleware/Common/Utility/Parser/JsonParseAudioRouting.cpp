@@ -209,7 +209,7 @@ int cAudOutputRouting::ParseAOROutputChannel(const rapidjson::Value& channel) {
   mAcor.mMeterSources.clear();
   if (!channel.IsObject())
     return 0;
-  // A channel without a speaker must not take that of the channel before it.
+  // A channel without a speaker must not inherit that of the previous channel.
   const bool hasTrim = json::Read(channel, "OutputTrimDb", mAcor.miOutputTrimDb);
   const rapidjson::Value* speaker = json::Find(channel, "Speaker");
   const bool speakerIsText = speaker != nullptr && speaker->IsString();
@@ -221,7 +221,8 @@ int cAudOutputRouting::ParseAOROutputChannel(const rapidjson::Value& channel) {
   return hasTrim && sources != nullptr && (speaker == nullptr || speakerIsText);
 }
 
-// Pair 1 holds the channels 1 and 2. False, setting nothing, for a channel that no int holds.
+// Pair 1 has the channels 1 and 2. False, without a change, if the channel is beyond the range of
+// int.
 bool cAudOutputRouting::SetChannel(std::int32_t index) {
   using Limits = std::numeric_limits<std::int32_t>;
   const std::int64_t channel = index + 2 * std::int64_t{mAcor.miPair} - 1;

@@ -31,7 +31,7 @@ void ReadConnector(const rapidjson::Value& source, std::string& text, SysIOConne
                  cMeter::ConvertToConnectorTypeFromString);
 }
 
-// Where in the unit a source is.
+// Location of a source in the unit.
 struct Place {
   std::int32_t& slot;
   std::int32_t& cage;

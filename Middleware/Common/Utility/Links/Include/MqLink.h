@@ -48,7 +48,7 @@ constexpr std::int64_t kMqGoodLinkMs = 3000;
 /// on. Heartbeats are used only over TCP: a peer on the same board cannot vanish without closing.
 void MqPrepareLink(zsock_t* socket, bool isOverTcp);
 
-/// Watches the links of one socket and renews those that ZeroMQ has given up.
+/// Watches the links of one socket and renews those that ZeroMQ has abandoned.
 ///
 /// The queue of the links' events has no limit: with one, a full queue would block ZeroMQ's own
 /// thread. An owner that does not call Tend several times a second must at least call TakeNote

@@ -1,4 +1,4 @@
-// One media flow of an Emset: what it carries, its network settings and its receive filter. Reactor
+// One media flow of an Emset: its content, its network settings and its receive filter. Reactor
 // thread only.
 
 #pragma once

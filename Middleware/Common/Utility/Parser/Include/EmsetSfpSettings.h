@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string>
 
-/// Addresses of a cage as terminated dotted texts, the form in which the card takes them. A text
+/// Addresses of a cage as zero-terminated dotted quads, the form that the card requires. A text
 /// that is too long for an IPv4 address is not stored; its field stays empty.
 struct IpSet_s {
   char IpAddress[16] = {};  // address of the cage

@@ -42,7 +42,7 @@ bool operator<(const cAudChannelOutputRoutingKey& left, const cAudChannelOutputR
 
 using MeterSources_t = std::set<int>;
 
-/// One output channel and what it carries.
+/// One output channel and its content.
 class cAudChannelOutputRouting : public cAudChannelOutputRoutingKey {
  public:
   /// Returns everything but the key to its initial value.

@@ -19,7 +19,7 @@ class cJsonParseSysStatus {
  public:
   /// Reads the system status: `mbSysStatus` becomes true for a text that begins with "Okay" and
   /// false for any other. With `_detect_dlb_status`, while the system is in order and no decoder
-  /// was seen before, `mbDolbyDecoderDetected` says whether the decoder's state begins with
+  /// was seen before, `mbDolbyDecoderDetected` becomes whether the decoder's state begins with
   /// "Processing".
   ///
   /// Returns true for a usable message. A null text, one that is not JSON or has no "SystemStatus"

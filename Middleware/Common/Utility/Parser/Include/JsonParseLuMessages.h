@@ -1,6 +1,5 @@
 // Reader of the loudness messages: configuration, command and cluster. Owned by the dispatcher,
-// used on the reactor thread only. It writes no log lines; the result tells the caller of a
-// rejection.
+// used on the reactor thread only. It writes no log lines; callers see a rejection by the result.
 
 #pragma once
 

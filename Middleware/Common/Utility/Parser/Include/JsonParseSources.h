@@ -11,7 +11,7 @@
 
 #include "AudioEnumerations.h"
 
-/// What the unit's sample clock is locked to.
+/// Reference of the unit's sample clock.
 enum SystemClockType_e : std::int32_t {
   SCT_NONE = 0,
   SCT_MADI = 1,
