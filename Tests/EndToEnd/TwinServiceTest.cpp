@@ -53,7 +53,7 @@ class TwinServiceTest : public FaultyUnit {
     mService.reset();
   }
 
-  /// Whether the stand-in, client of the first service, gets data.
+  /// Whether the stand-in, the first service's client, gets data.
   bool OldClientGetsData() {
     mUnit.DropLoudnessData();
     return mUnit.NextLoudnessData(kPatience) && mUnit.NextLoudnessData(kPatience);

@@ -1,4 +1,4 @@
-// The calculator allocates nothing once it is built, and keeps nothing after its end.
+// The calculator allocates nothing once it is built, and frees everything at its end.
 
 #include <gtest/gtest.h>
 

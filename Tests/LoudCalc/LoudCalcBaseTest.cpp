@@ -295,7 +295,7 @@ TEST_F(LoudCalcBaseTest, SumBelowFourIsNoReading) {
   EXPECT_EQ(LuData.ShortTerm, -990);
 }
 
-// A sum of 4 is 10 log10(1) - 153.388 LKFS, a number, but far below what is coded.
+// A sum of 4 is 10 log10(1) - 153.388 LKFS: finite, but far below the lowest code.
 TEST_F(LoudCalcBaseTest, FaintestSumIsComputedButCodedAsNoReading) {
   FeedPower(1, 4);
   EXPECT_FLOAT_EQ(LoudCalcResultsAll.Momentary, -153.3879962F);

@@ -177,7 +177,7 @@ TEST_F(LoudIntegTest, TwoHourWindowSlidesOnItsRing) {
 
 TEST_F(LoudIntegTest, TailBeyondTheRingRemovesSilence) {
   Add(2000, 30);
-  mRing.MaxNumElements = 20;  // a code of 2000 still lies beyond this end
+  mRing.MaxNumElements = 20;  // the memory beyond this end still contains a code of 2000
   mUngated.MomLoudTail = 20;
   testing::internal::CaptureStdout();
   mUngated.AddNewSample(2000);

@@ -19,7 +19,7 @@ using mqtest::Subscriber;
 
 enum class Allocation { Works, BadAlloc, RuntimeError };
 
-// What happens to the next allocation of this thread; the threads of ZeroMQ are not affected.
+// Outcome of the next allocation of this thread. ZeroMQ's threads are not affected.
 thread_local Allocation gNextAllocation = Allocation::Works;
 
 }  // namespace

@@ -41,7 +41,7 @@ constexpr char kRuntimeErrorText[] = "provoked by the test";
 /// Forgets all faults, counts and destroyed objects.
 void Reset();
 
-/// The nth call from now fails as the library's call would: null or -1, with `error` in errno.
+/// Makes the nth call from now fail like the library's: null or -1, with `error` in errno.
 void Fail(Call call, int nth = 1, int error = 0);
 
 /// The nth call from now throws std::bad_alloc, std::runtime_error.

@@ -1,4 +1,4 @@
-// Peers for messaging tests, which keep what they receive. Every wait has a deadline.
+// Peers for messaging tests. They store the messages that they receive. Every wait has a deadline.
 
 #pragma once
 

@@ -60,7 +60,7 @@ class Field {
     return text_;
   }
 
-  // Where the text begins in the field; valid after Text.
+  // Offset of the text in the field; valid after Text.
   std::ptrdiff_t Offset() const { return text_ - reinterpret_cast<const char*>(bytes_.data()); }
 
   std::string Content() const { return {bytes_.begin(), bytes_.end()}; }

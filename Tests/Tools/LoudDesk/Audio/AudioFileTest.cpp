@@ -123,7 +123,7 @@ TEST_F(AudioFileTest, ThirtyTwoChannelsAndTheRatesAtBothEndsAreRead) {
   }
 }
 
-// A complete file must not look cut off, whatever its container and encoding.
+// No complete file may be reported as cut off, in any container or encoding.
 TEST_F(AudioFileTest, WholeFilesOfEveryFormatAreReadToTheirEnd) {
   struct {
     const char* name;

@@ -54,7 +54,7 @@ std::string Quoted(const std::string& text) {
   return "'" + text + "'";  // no path or argument of these tests contains a quote
 }
 
-// A pseudo-terminal, whose other end the test holds.
+// A pseudo-terminal. The test has the other end.
 class Terminal {
  public:
   explicit Terminal(unsigned short columns) : mOwnSide(posix_openpt(O_RDWR | O_NOCTTY)) {

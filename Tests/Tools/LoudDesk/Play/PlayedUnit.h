@@ -25,7 +25,7 @@ class PlayedUnit : public RunningService {
 
   ~PlayedUnit() override { CloseInput(); }
 
-  /// Starts the desk; its input is empty unless `start` says otherwise.
+  /// Starts the desk. Its input is empty unless `start` provides one.
   void StartDesk(Arguments arguments, const ProcessOptions& start = {}) {
     arguments.insert(arguments.begin(), "unit");
     mDesk = std::make_unique<ServiceProcess>(LOUDDESK_BINARY, arguments,

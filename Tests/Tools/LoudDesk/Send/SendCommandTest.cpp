@@ -304,7 +304,7 @@ TEST_F(SendCommandTest, EndpointInUseIsOneLine) {
 struct WrongCase {
   const char* name;
   Arguments arguments;
-  const char* complaint;  // what the line must contain
+  const char* complaint;  // text that the line must contain
 };
 
 class SendWrongArgumentTest : public SendCommandTest,

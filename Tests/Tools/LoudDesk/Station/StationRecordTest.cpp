@@ -227,7 +227,7 @@ TEST_F(StationRecordTest, TheOldestGoesAndTheSpaceIsReturned) {
   const auto used = record.UsedBytes();
   record.ReturnSpace();
   EXPECT_LT(record.Size(), before * 6 / 10);
-  // All but the page of SQLite's own that says where the others are.
+  // Allows for SQLite's own page, which lists the others.
   EXPECT_NEAR(static_cast<double>(record.Size()), static_cast<double>(used), 8192.0);
   StationReader reader(mPath);
   EXPECT_EQ(kNine + kDay, reader.Extent()->from);
@@ -236,7 +236,8 @@ TEST_F(StationRecordTest, TheOldestGoesAndTheSpaceIsReturned) {
   EXPECT_TRUE(record.Check([] { return false; }));
 }
 
-// A clock that shows a time in the far future, for an hour here, does not make the record old.
+// A clock that shows a far future time, here for an hour, must not make the whole record count as
+// old.
 TEST_F(StationRecordTest, AWrongClockCostsADayOfTheRecordAtMost) {
   constexpr std::int64_t kDays = 10;
   constexpr std::int64_t kFuture = kNine + 5000 * kDay;
@@ -251,7 +252,7 @@ TEST_F(StationRecordTest, AWrongClockCostsADayOfTheRecordAtMost) {
   EXPECT_EQ(kNine + kDay, reader.Extent()->from);
   EXPECT_EQ((kDays - 1) * 60u + 3600u, reader.Seconds(mFirst, {0, INT64_MAX}).size());
   EXPECT_EQ(kDays - 1u, reader.Events(mFirst, {0, INT64_MAX}).size());
-  // The clock is right again: what is of the future stays, and costs nothing more.
+  // The clock is right again. The seconds of the future stay, but no further seconds are removed.
   EXPECT_FALSE(record.RemoveOlderThan(kDays, kNine + kDays * kDay));
 }
 
@@ -268,7 +269,7 @@ TEST_F(StationRecordTest, WhatWasRecordedBeforeTheClockWasSetIsNotOld) {
   EXPECT_EQ(kSinceBoot, reader.Seconds(mFirst, {0, INT64_MAX}).front().time);
   EXPECT_EQ(90u + 60u, reader.Seconds(mFirst, {0, INT64_MAX}).size());
   EXPECT_EQ(1u, reader.Events(mFirst, {0, INT64_MAX}).size());
-  EXPECT_TRUE(record.RemoveOldest());  // by size they are the oldest
+  EXPECT_TRUE(record.RemoveOldest());  // when removing by size, they count as the oldest
   EXPECT_EQ(60u, reader.Seconds(mFirst, {0, INT64_MAX}).size());
 }
 
