@@ -126,8 +126,8 @@ class cPubHandler : public MqPubHandler {
 
   bool BindOnce(MqSock_t*& socket, const char* prefix, MqListenerFile& file);
 
-  MqListenerFile mDataFile;   // of the data socket
-  MqListenerFile mStateFile;  // of the state socket
+  MqListenerFile mDataFile;   // file of the data socket
+  MqListenerFile mStateFile;  // file of the state socket
 };
 
 /// The publisher that the free functions of PublishLoudness.h use, mirroring `cPubHandler::mpPub`;

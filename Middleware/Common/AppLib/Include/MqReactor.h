@@ -183,11 +183,11 @@ class MqReactor {
 
   // A socket that a failed connect has destroyed stays in its field. These flags mark it as
   // unusable.
-  bool mbSockIsGone = false;     // of `mpSock`
-  bool mbSockBinIsGone = false;  // of `mpSockBin`
+  bool mbSockIsGone = false;     // `mpSock` is destroyed
+  bool mbSockBinIsGone = false;  // `mpSockBin` is destroyed
 
-  MqLinkWatch mLinks;                       // of `mpSock`
-  MqLinkWatch mBinLinks;                    // of `mpSockBin`
+  MqLinkWatch mLinks;                       // links of `mpSock`
+  MqLinkWatch mBinLinks;                    // links of `mpSockBin`
   std::map<std::int32_t, MqTimer> mTimers;  // active timers by id
   std::vector<std::int32_t> mEndedTimers;   // ids of ended timers that are still in the loop
   bool mIsLooping = false;                  // the loop runs

@@ -100,7 +100,7 @@ bool MqLinkWatch::Start(zsock_t* socket) {
 }
 
 void MqLinkWatch::Stop() {
-  // In this order: an event without a receiver would block the library's thread.
+  // The order matters: an event without a receiver would block the library's thread.
   if (mpSocket != nullptr)
     zmq_socket_monitor(zsock_resolve(mpSocket), nullptr, 0);
   StopWithoutSocket();

@@ -12,7 +12,7 @@
 
 namespace {
 
-// By loudspeaker position.
+// Indexed by loudspeaker position.
 constexpr OutputAssignments_e kOutputAssignments[AST_SPEAKER_MAX] = {
     OPA_NONE,             // AST_NONE
     OPA_LEFT, OPA_RIGHT,  // front

@@ -17,7 +17,7 @@ constexpr int kMqHeartbeatPeriodMs = 1000;   // between two pings to the peer
 constexpr int kMqHeartbeatTimeoutMs = 3000;  // after a ping, for any traffic from the peer
 constexpr int kMqConnectTimeoutMs = 1000;    // for the TCP handshake; then the next attempt
 constexpr int kMqHandshakeTimeoutMs = 3000;  // for the ZeroMQ handshake; then the next attempt
-constexpr int kMqKeepAliveIdleS = 5;         // of silence before the first TCP probe
+constexpr int kMqKeepAliveIdleS = 5;         // silence before the first TCP probe
 constexpr int kMqKeepAlivePeriodS = 2;       // between two probes
 constexpr int kMqKeepAliveProbes = 3;        // unanswered probes that end the link
 

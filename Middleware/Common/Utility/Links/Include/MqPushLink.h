@@ -36,5 +36,5 @@ class MqPushLink {
 
  private:
   zsock_t*& mpSocket;  // the owner's field
-  MqLinkWatch mWatch;  // of the socket
+  MqLinkWatch mWatch;  // watch of the socket
 };

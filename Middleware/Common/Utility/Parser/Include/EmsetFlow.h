@@ -35,7 +35,7 @@ class cEmsetNetworkSettings {
   std::string msDestinationIP;          // IPv4 address the flow goes to
 };
 
-/// Which header fields a received packet must match.
+/// The header fields that a received packet must match.
 class cEmsetFilter {
  public:
   /// Reads a "Filter" object in the same way as `ParseNetworkSettings`.

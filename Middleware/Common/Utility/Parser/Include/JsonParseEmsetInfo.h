@@ -29,7 +29,7 @@ class cEmsetReference {
   std::uint32_t mlVideoLines = 0;    // offset, lines
   std::uint32_t mlVideoPixels = 0;   // offset, pixels
   std::uint32_t mluSecondUnits = 0;  // offset, us
-  std::string msOffsetMode;          // which of the offsets counts
+  std::string msOffsetMode;          // selects the offset that counts
 };
 
 using Flows_t = std::array<cEmsetPrimaryFlow, EmsetFlow_MAX>;
