@@ -51,7 +51,7 @@ TEST_F(CadenceWatchTest, SilenceBetweenTwoMessagesIsAGapAndCostsTicks) {
   const Cadence cadence = mWatch->Stop();
   EXPECT_EQ(2u, cadence.messages);
   EXPECT_GE(cadence.longestGap, kSilence - milliseconds{20});
-  EXPECT_GE(cadence.ticks, 4u);  // of 0, 100, 200 and 300 ms
+  EXPECT_GE(cadence.ticks, 4u);  // at 0, 100, 200 and 300 ms
 }
 
 TEST_F(CadenceWatchTest, SilenceUpToTheEndIsAGap) {

@@ -28,7 +28,7 @@ LuCmd_e CodeOf(const std::string& command) {
 
 /// The effect of commands.
 struct Outcome {
-  Texts changes;     // of the state, as the action machine reports them, one per tick
+  Texts changes;     // changes of state that the action machine prints, one per tick
   Texts answers;     // acknowledged commands, or the configuration
   const char* last;  // last command in the data messages that follow; null: no message follows
 };

@@ -120,7 +120,7 @@ TEST_F(ConfigurationTest, MissingUserIsThatOfARefusedOneBefore) {
   Measure();
   SayTo(kTopic, JsonOfUser(9));
   ExpectRestart(JsonOfUser(9), 9);
-  EXPECT_EQ(Refused(), SayTo(kTopic, Altered("\"LraWindow\":9,", "")));  // of user 3
+  EXPECT_EQ(Refused(), SayTo(kTopic, Altered("\"LraWindow\":9,", "")));  // from user 3
   const std::string json = Altered(",\"UserID\":3", "");
   SayTo(kTopic, json);
   ExpectRestart(json, 3);

@@ -195,8 +195,8 @@ TEST_F(GoldenMessagesTest, SurroundPresetBringsTheMetersOfItsOwnClusterIntoThePr
   Send("preset-5.1.frames");
   ExpectLine("\"#3 cl 1/0  0.000000 -> 0xf :: 0.000000\"");   // low-frequency effects
   ExpectLine("\"#5 cl 1/0  1.410000 -> 0x3f :: 1.410000\"");  // right surround
-  ExpectLine("\"#6 cl 1/1  1.000000 -> 0x3f :: 0.000000\"");  // of cluster 2
-  ExpectLine("\"#8 cl 1/2  1.000000 -> 0x3f :: 0.000000\"");  // of cluster 3
+  ExpectLine("\"#6 cl 1/1  1.000000 -> 0x3f :: 0.000000\"");  // a meter of cluster 2
+  ExpectLine("\"#8 cl 1/2  1.000000 -> 0x3f :: 0.000000\"");  // a meter of cluster 3
 }
 
 TEST_F(GoldenMessagesTest, RepublishedPresetRestartsTheProgrammeInForce) {

@@ -152,7 +152,7 @@ TEST_F(GoldenRunMaker, Make) {
   Play(Levels({-12, -12, -12}, 32768));
   Command("Start");
   Command("Print");
-  Command("Stop", 2);  // of another cluster
+  Command("Stop", 2);  // for another cluster
   Text(Peer::kMainAppServer, "AppIOQVLoudnessCmd-1", R"({"Command":7})");
   Text(Peer::kMainAppServer, "AppProbeSetLuConf-1", R"({"LraWindow":"60"})");
 

@@ -29,7 +29,7 @@ std::string Normalised(std::string line);
 
 /// Equal loudness messages in a row.
 struct MessageRun {
-  std::vector<int> figures;       // as louddesk::PublishedCodes
+  std::vector<int> figures;       // in the order of louddesk::PublishedCodes
   LuCmd_e command = LU_CMD_NONE;  // last command carried out
   int validSource = 1;
   int cluster = 1;

@@ -78,7 +78,7 @@ sigset_t SetOf(const std::set<int>& signals) {
 struct Inheritance {
   pid_t parent;
   sigset_t mask;
-  int streams[3];  // in the order of their numbers; ProcessOptions::kClosed: none
+  int streams[3];  // standard input, output and error; ProcessOptions::kClosed: none
 };
 
 // Runs in the forked child of a process with several threads, where only async-signal-safe calls

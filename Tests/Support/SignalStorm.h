@@ -57,7 +57,7 @@ class SignalStorm {
     pthread_sigmask(isBlocked ? SIG_BLOCK : SIG_UNBLOCK, &set, nullptr);
   }
 
-  struct sigaction mBefore {};  // of the signal
+  struct sigaction mBefore {};  // previous handler of the signal
   std::atomic<bool> mIsOver{false};
   std::thread mThread;
 };

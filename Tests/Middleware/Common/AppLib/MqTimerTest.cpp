@@ -57,8 +57,8 @@ bool RunLoop(Recorder& recorder, std::size_t delay, std::size_t times) {
   return timer.IsOver();
 }
 
-// In ms. The loop's schedule and the timer's begin one call apart. Delays end half a period from
-// any tick, so that this does not matter.
+// Period in ms. The loop's schedule and the timer's begin one call apart. Delays end half a period
+// from any tick, so that this does not matter.
 constexpr std::int64_t kPeriod = 20 * kSlowness;
 
 TEST(MqTimerTest, TicksThatTheNextOneHasOvertakenAreLeftOut) {

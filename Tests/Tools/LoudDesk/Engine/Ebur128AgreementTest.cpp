@@ -193,7 +193,7 @@ TEST_P(Ebur128AgreementTest, NoiseInPassagesIsGatedTheSame) {
   meters.ExpectSameTruePeak();
 }
 
-// From nearly full scale down to nearly the absolute gate.
+// Levels from nearly full scale down to nearly the absolute gate.
 TEST_P(Ebur128AgreementTest, NoiseOfAnyLevelAndColourReadsTheSame) {
   for (const double level : {-1.0, -20.0, -45.0})
     for (const Colour colour : {Colour::kWhite, Colour::kSmoothed, Colour::kPink}) {

@@ -50,7 +50,7 @@ constexpr std::size_t kShortTermReadings = 30;
 constexpr std::size_t kMomentaryBlocks = 4;
 constexpr std::size_t kShortTermBlocks = kShortTermReadings + kMomentaryBlocks - 1;
 constexpr std::size_t kReadingsPerSecond = 10;
-constexpr std::size_t kFirstShortTerm = 30;  // by the number of blocks
+constexpr std::size_t kFirstShortTerm = 30;  // number of blocks at the first reading
 
 // The range has one reading per second from 1.3 s on. This block has the first one that covers 3 s.
 constexpr std::size_t kFirstOfRange = 33;
@@ -59,7 +59,7 @@ constexpr std::size_t kFirstOfRange = 33;
 constexpr double kPrintedTolerance = 0.05;
 
 struct Recording {
-  const char* name;     // of the test
+  const char* name;     // name of the test
   const char* package;  // Debian package that it comes with
   const char* path;     // a file, or a directory whose files are played in a row
 };

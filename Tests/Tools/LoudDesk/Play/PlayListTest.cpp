@@ -51,7 +51,7 @@ Playable NoiseOf(const std::string& text, std::optional<double> seconds = std::n
   return Only(options);
 }
 
-/// At most the first second.
+/// The first second of a source, or less if it is shorter.
 Samples FirstSecond(SampleSource& source) {
   Samples samples(static_cast<std::size_t>(source.SampleRate()) * source.Channels());
   const std::size_t frames =

@@ -100,7 +100,7 @@ TEST_F(UnitSourcesTest, FilesComeFirstThenTonesThenNoises) {
     if (line.text.rfind("Playing ", 0) == 0)
       played.push_back(line.text.substr(8, line.text.find(" (") - 8));
   EXPECT_THAT(played, testing::ElementsAre(mAudio.Path("t.wav"), "tone 997,-20", "noise -30"));
-  // The same speakers: one measurement.
+  // All three have the same speakers, so there is one measurement.
   EXPECT_EQ("3.0", Final("Duration", "s"));
 }
 
