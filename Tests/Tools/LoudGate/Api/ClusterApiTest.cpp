@@ -16,7 +16,8 @@ json OneOf(const json& document) {
 }
 
 bool IsState(const json& document, const std::string& state) {
-  return OneOf(document).value("State", "") == state;
+  const json cluster = OneOf(document);
+  return cluster.is_object() && cluster.at("State") == state;
 }
 
 TEST_F(GateTest, ServiceThatStartsIsFoundAndMeasures) {

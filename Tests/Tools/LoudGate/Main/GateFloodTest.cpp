@@ -11,6 +11,7 @@
 #include <ctime>
 #include <filesystem>
 
+#include "Emulation.h"
 #include "GateProcess.h"
 #include "ListenAddress.h"
 
@@ -114,7 +115,8 @@ TEST_F(GateFloodTest, ACrowdOfHostileClientsDisturbsNeitherTheServiceNorTheRecor
     }
     ExpectCadenceKept();
     EXPECT_LT(kClients, crowd.Connections());
-    EXPECT_GT(kMostKib, mGate->ResidentKib());
+    if (!kIsEmulated)  // the emulator's memory counts as the gate's
+      EXPECT_GT(kMostKib, mGate->ResidentKib());
   }
   ExpectRecorded(from, time(nullptr) - 1);
   // The next client is served.
