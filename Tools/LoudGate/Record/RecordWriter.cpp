@@ -34,6 +34,11 @@ constexpr std::chrono::seconds kCheckFor{60};
 // Of the size that is allowed, this much at most is for SQLite's log.
 constexpr std::uint64_t kLogBytes = std::uint64_t{2} << 20;
 
+// How often the lock is asked for while another process has it.
+constexpr std::chrono::seconds kTryLockEvery{1};
+
+constexpr std::int64_t kMsPerSecond = 1000;
+
 std::size_t SecondsOf(const StationBatch& batch) {
   std::size_t count = 0;
   for (const auto& [cluster, seconds] : batch.seconds)
@@ -47,6 +52,28 @@ std::size_t WeightOf(const StationBatch& batch) {
   for (const louddesk::RecordedEvent& event : batch.events)
     bytes += louddesk::SizeOf(event);
   return SecondsOf(batch) + 1 + bytes / sizeof(louddesk::RecordedSecond);
+}
+
+std::int64_t NowMs() {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(
+             std::chrono::system_clock::now().time_since_epoch())
+      .count();
+}
+
+// Takes out what lies before `ms`; seconds that have begun before it too. Whether seconds are left.
+bool BeginAt(StationBatch& batch, std::int64_t ms) {
+  bool isLeft = false;
+  for (auto& [cluster, seconds] : batch.seconds) {
+    seconds.erase(
+        std::remove_if(seconds.begin(), seconds.end(),
+                       [ms](const auto& second) { return second.time * kMsPerSecond < ms; }),
+        seconds.end());
+    isLeft = isLeft || !seconds.empty();
+  }
+  batch.events.erase(std::remove_if(batch.events.begin(), batch.events.end(),
+                                    [ms](const auto& event) { return event.time < ms; }),
+                     batch.events.end());
+  return isLeft;
 }
 
 std::string Stamp() {
@@ -75,7 +102,7 @@ std::string NameAside(const std::string& file) {
 }  // namespace
 
 RecordWriter::RecordWriter(RecordSettings settings)
-    : mSettings(std::move(settings)), mThread([this] { Run(); }) {}
+    : mSettings(std::move(settings)), mLock(mSettings.file), mThread([this] { Run(); }) {}
 
 void RecordWriter::End() {
   {
@@ -121,12 +148,17 @@ void RecordWriter::Run() {
     WriteTimed();
   WriteTimed();
   mRecord.reset();
+  mLock.Release();
 }
 
-// Waits for a batch; false when it is the end.
+// Waits for a batch, or for the time to try the lock again; false when it is the end.
 bool RecordWriter::Await() {
+  const auto isDue = [this] { return mIsWoken || mIsEnding; };
   std::unique_lock lock(mMutex);
-  mChange.wait(lock, [this] { return mIsWoken || mIsEnding; });
+  if (mIsLockedOut)
+    mChange.wait_for(lock, kTryLockEvery, isDue);
+  else
+    mChange.wait(lock, isDue);
   mIsWoken = false;
   return !mIsEnding;
 }
@@ -159,6 +191,8 @@ void RecordWriter::Write() {
     }
   }
   const std::lock_guard lock(mMutex);
+  if (mIsLockedOut)
+    mPending.clear();  // the other one has it
   BoundPending(mIsRefused ? 0 : kMostPending);
 }
 
@@ -167,6 +201,7 @@ void RecordWriter::Open() {
     LeaveTakenFile();
   if (mRecord)
     return;
+  TakeLock();
   mRecord = std::make_unique<StationRecord>(mSettings.file);
   Check();
 }
@@ -176,6 +211,18 @@ void RecordWriter::LeaveTakenFile() {
   Tell(mSettings.file + ": the file was taken away; a new one begins");
   const auto record = std::move(mRecord);
   record->CarryOverLog();
+}
+
+void RecordWriter::TakeLock() {
+  const bool wasLockedOut = std::exchange(mIsLockedOut, !mLock.Take());
+  if (mIsLockedOut)
+    throw StationError(StationError::Fault::kUnavailable,
+                       mSettings.file + ": another LoudGate records in it");
+  if (!wasLockedOut)
+    return;
+  mTakenOver = NowMs();
+  const std::lock_guard lock(mMutex);
+  mPending.push_front({{}, {{*mTakenOver, std::nullopt, louddesk::kGateEvent, "started"}}});
 }
 
 void RecordWriter::Check() {
@@ -188,7 +235,10 @@ void RecordWriter::Check() {
 void RecordWriter::AppendAll() {
   while (std::optional<StationBatch> batch = TakeNext())
     try {
+      const bool isBeyond = mTakenOver && BeginAt(*batch, *mTakenOver);
       TellOfLeftOut(mRecord->Append(*batch));
+      if (isBeyond)
+        mTakenOver.reset();
     } catch (const StationError&) {
       const std::lock_guard lock(mMutex);
       mPending.push_front(std::move(*batch));
@@ -209,7 +259,7 @@ std::optional<StationBatch> RecordWriter::TakeNext() {
 void RecordWriter::TellOfLeftOut(const louddesk::LeftOut& leftOut) {
   if (leftOut.repeated > 0 && !mIsRepeatTold)
     Tell(mSettings.file + ": seconds that are recorded already keep their readings; the clock " +
-         "was set back, or another LoudGate writes the file");
+         "was set back");
   if (leftOut.tooMany > 0 && !mIsTooManyTold)
     Tell(mSettings.file + ": it has no number left for a new cluster, which is not recorded; " +
          "another file has");
@@ -232,7 +282,7 @@ void RecordWriter::TellOfRecovery() {
   const std::string text = std::to_string(lost) + " seconds of clusters are missing";
   Tell(mSettings.file + ": the record goes on; " + text);
   if (lost > 0)
-    mRecord->Append({{}, {{std::time(nullptr) * 1000, std::nullopt, louddesk::kGapEvent, text}}});
+    mRecord->Append({{}, {{NowMs(), std::nullopt, louddesk::kGapEvent, text}}});
 }
 
 // By age a step at a time, by size until what is left fits. The size on the disk may say more than
@@ -268,7 +318,7 @@ void RecordWriter::Keep(const StationError& error) {
     Tell(std::string(error.what()) + (mIsRefused ? "; it is left as it is, and nothing is recorded"
                                                  : "; nothing is recorded until that is over"));
   const std::lock_guard lock(mMutex);
-  ++mCounts.failures;
+  mCounts.failures += mIsLockedOut ? 0 : 1;
   mCounts.isWorking = false;
 }
 

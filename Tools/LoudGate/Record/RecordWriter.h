@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "RecordLock.h"
 #include "StationRecord.h"
 
 namespace loudgate {
@@ -36,7 +37,8 @@ struct RecordCounts {
 
 class RecordWriter {
  public:
-  /// Opens, checks and bounds the file at once, on its thread, and tries again with every batch.
+  /// Opens, checks and bounds the file at once, on its thread, and tries again with every batch. A
+  /// file that another process records in is taken over when that one ends.
   explicit RecordWriter(RecordSettings settings);
 
   ~RecordWriter() { End(); }
@@ -63,6 +65,7 @@ class RecordWriter {
   void Write();
   void Open();
   void LeaveTakenFile();
+  void TakeLock();
   void Check();
   void AppendAll();
   void Trim();
@@ -76,8 +79,13 @@ class RecordWriter {
   void Tell(const std::string& line);
 
   RecordSettings mSettings;
+  RecordLock mLock;
   std::unique_ptr<louddesk::StationRecord> mRecord;  // null while it cannot be opened
-  bool mIsRefused = false;        // the file is not ours to write: nothing is, until the end
+  bool mIsRefused = false;    // the file is not ours to write: nothing is, until the end
+  bool mIsLockedOut = false;  // another process has the lock
+  // When the record was taken over from another process, ms since 1970, until what comes is later:
+  // what lies before is the other one's.
+  std::optional<std::int64_t> mTakenOver;
   bool mIsFailureTold = false;    // since it last went well
   bool mIsRepeatTold = false;     // that seconds were recorded already
   bool mIsTooManyTold = false;    // that a cluster has no number

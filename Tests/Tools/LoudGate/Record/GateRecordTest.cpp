@@ -122,8 +122,7 @@ TEST_F(GateRecordTest, WithoutAFolderThePageGoesOn) {
   fs::remove_all(mFolder);
   ASSERT_NO_FATAL_FAILURE(StartGate({"--record", mFile}));
   EXPECT_TRUE(mGate->WaitForLine(
-      "LoudGate: " + mFile +
-          ": unable to open database file; nothing is recorded until that is over",
+      "LoudGate: " + mFile + ": No such file or directory; nothing is recorded until that is over",
       kPatience));
   EXPECT_EQ(200, Get("/api/clusters").status);
   EXPECT_NE(std::string::npos, Get("/metrics").body.find("\nloudgate_record_working 0\n"));
@@ -131,6 +130,47 @@ TEST_F(GateRecordTest, WithoutAFolderThePageGoesOn) {
   const auto report = mGate->WaitForExit(kPatience);
   ASSERT_TRUE(report);
   EXPECT_EQ(0, report->status);
+}
+
+TEST_F(GateRecordTest, ASecondGateServesThePageAndTakesTheRecordOver) {
+  ASSERT_NO_FATAL_FAILURE(Start());
+  StartMeasuring();
+  ASSERT_NO_FATAL_FAILURE(StartGate({"--record", mFile, "--write-every", "1"}));
+  FeedFor(std::chrono::seconds(3), -23);
+  const auto first = std::move(mGate);
+  ASSERT_NO_FATAL_FAILURE(StartGate({"--record", mFile, "--write-every", "1"}));
+  ASSERT_TRUE(mGate->WaitForLine(
+      "LoudGate: " + mFile +
+          ": another LoudGate records in it; nothing is recorded until that is over",
+      kPatience));
+  Await("/api/clusters/1-1",
+        [](const nlohmann::json& cluster) { return cluster.at("State") == "RUNNING"; });
+  EXPECT_NE(std::string::npos, Get("/metrics").body.find("\nloudgate_record_working 0\n"));
+  FeedFor(std::chrono::seconds(3), -23);
+  first->Signal(SIGTERM);
+  ASSERT_TRUE(first->WaitForExit(kPatience));
+  EXPECT_EQ("", first->StandardError());
+  ASSERT_TRUE(
+      mGate->WaitForLine("the record goes on; 0 seconds of clusters are missing", kPatience));
+  FeedFor(std::chrono::seconds(4), -23);
+  mGate->Signal(SIGTERM);
+  const auto report = mGate->WaitForExit(kPatience);
+  ASSERT_TRUE(report);
+  EXPECT_EQ(0, report->status);
+  // That it listens, the two lines above and no other: no second came twice.
+  EXPECT_EQ(3u, mGate->LineCount()) << mGate->StandardError();
+  std::int64_t missing = 0;
+  const auto seconds = Recorded();
+  for (std::size_t i = 1; i < seconds.size(); ++i) {
+    ASSERT_LT(seconds[i - 1].time, seconds[i].time);
+    missing += seconds[i].time - seconds[i - 1].time - 1;
+  }
+  EXPECT_GE(3, missing);
+  std::vector<std::string> gate;
+  for (const RecordedEvent& event : Events())
+    if (event.kind == "gate")
+      gate.push_back(event.text);
+  EXPECT_THAT(gate, testing::ElementsAre("started", "stopped", "started", "stopped"));
 }
 
 TEST_F(GateRecordTest, TheMetricsTellOfTheRecord) {

@@ -69,11 +69,16 @@ class RecordWriterTest : public testing::Test {
 
   // Waits until the counts are so, and takes the lines meanwhile.
   void Await(const std::function<bool(const RecordCounts&)>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20) * kSlowness;
-    while (!condition(mWriter->Counts()) && std::chrono::steady_clock::now() < end)
-      usleep(1000);
-    EXPECT_TRUE(condition(mWriter->Counts()));
+    Await(*mWriter, condition);
     TakeLines();
+  }
+
+  static void Await(const RecordWriter& writer,
+                    const std::function<bool(const RecordCounts&)>& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20) * kSlowness;
+    while (!condition(writer.Counts()) && std::chrono::steady_clock::now() < end)
+      usleep(1000);
+    EXPECT_TRUE(condition(writer.Counts()));
   }
 
   void TakeLines() {
@@ -146,7 +151,7 @@ TEST_F(RecordWriterTest, AFolderThatIsMissingIsToldOnceAndTheRecordBeginsWithIt)
   mWriter->Put(BatchOf(mNow, 10));
   Await([](const RecordCounts& counts) { return counts.failures == 2; });
   EXPECT_FALSE(mWriter->Counts().isWorking);
-  EXPECT_THAT(mLines, ElementsAre(mFile + ": unable to open database file"
+  EXPECT_THAT(mLines, ElementsAre(mFile + ": No such file or directory"
                                           "; nothing is recorded until that is over"));
   fs::create_directories(mFolder);
   mWriter->Put(BatchOf(mNow + 10, 10));
@@ -394,6 +399,41 @@ TEST_F(RecordWriterTest, AClockThatWasSetBackChangesNothingThatIsRecorded) {
   EXPECT_EQ(-100, seconds[60].momentary[0]);
   EXPECT_THAT(mLines,
               ElementsAre(HasSubstr("seconds that are recorded already keep their readings")));
+}
+
+// The other one has the seconds of both until it ends. What the second one collected before that is
+// not written a second time.
+TEST_F(RecordWriterTest, AnotherWriterIsKeptOutUntilTheFirstOneEnds) {
+  RecordWriter first(loudgate::RecordSettings{mFile});
+  Await(first, [](const RecordCounts& counts) { return counts.isWorking; });
+  Start();
+  StationBatch both = BatchOf(mNow - 60, 60);
+  both.events.push_back({(mNow - 30) * 1000, kCluster, "acknowledgement", "Start acknowledged"});
+  mWriter->Put(both);
+  Await([this](const RecordCounts&) { return TakeLines(), !mLines.empty(); });
+  EXPECT_THAT(mLines, ElementsAre(mFile + ": another LoudGate records in it; nothing is recorded "
+                                          "until that is over"));
+  EXPECT_FALSE(mWriter->Counts().isWorking);
+  first.Put(both);
+  first.End();
+  EXPECT_THAT(first.TakeLines(), IsEmpty());
+  EXPECT_EQ(60u, Recorded().size());
+
+  Await([](const RecordCounts& counts) { return counts.isWorking; });
+  const std::int64_t taken = std::time(nullptr);
+  StationBatch next = BatchOf(mNow - 60, taken + 60 - (mNow - 60));
+  next.events = both.events;
+  mWriter->Put(next);
+  End();
+  const auto seconds = Recorded();
+  EXPECT_THAT(seconds.size(), testing::AllOf(testing::Ge(60u + 59u), testing::Le(60u + 60u + 20u)));
+  EXPECT_EQ(taken + 59, seconds.back().time);
+  const auto events = StationReader(mFile).Events(kCluster, {0, INT64_MAX});
+  ASSERT_EQ(2u, events.size());
+  EXPECT_EQ("Start acknowledged", events[0].text);
+  EXPECT_EQ("started", events[1].text);
+  EXPECT_EQ(mFile + ": the record goes on; 0 seconds of clusters are missing", mLines.back());
+  EXPECT_EQ(1, std::distance(fs::directory_iterator(mFolder), fs::directory_iterator{}));
 }
 
 // Cuts the log and the file of a writer that was stopped in the middle at many places, as a torn
