@@ -90,13 +90,27 @@ void Browser::Open(const std::string& url) {
 }
 
 void Browser::OpenTab() {
-  const json tab = Ask("POST", "/window/new", {{"type", "tab"}});
-  Ask("POST", "/window", {{"handle", tab.at("handle")}});
+  OpenNew("tab");
+}
+
+void Browser::OpenWindow() {
+  OpenNew("window");
+}
+
+void Browser::OpenNew(const char* type) {
+  Use(Ask("POST", "/window/new", {{"type", type}}).at("handle"));
+}
+
+std::string Browser::Current() const {
+  return Ask("GET", "/window");
+}
+
+void Browser::Use(const std::string& window) {
+  Ask("POST", "/window", {{"handle", window}});
 }
 
 void Browser::CloseTab() {
-  const json left = Ask("DELETE", "/window");
-  Ask("POST", "/window", {{"handle", left.at(0)}});
+  Use(Ask("DELETE", "/window").at(0));
 }
 
 json Browser::Run(const std::string& script) {

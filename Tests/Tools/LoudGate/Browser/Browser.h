@@ -29,6 +29,13 @@ class Browser {
   /// Closes the current tab; the first one comes to the front and is the current one.
   void CloseTab();
 
+  /// Opens an empty window beside the others, which all stay visible; it is the current one now.
+  void OpenWindow();
+
+  /// The current window or tab, and to make it the current one again.
+  std::string Current() const;
+  void Use(const std::string& window);
+
   /// What the body of a script returns in the current tab.
   nlohmann::json Run(const std::string& script);
 
@@ -44,6 +51,7 @@ class Browser {
   std::string Complaints();
 
  private:
+  void OpenNew(const char* type);
   nlohmann::json Ask(const std::string& method, const std::string& path,
                      const nlohmann::json& body = nlohmann::json::object()) const;
 
