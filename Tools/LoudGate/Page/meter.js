@@ -77,13 +77,16 @@ function isOverPeak(value) {
   return isNumber(value) && value > HIGHEST_PERMITTED_PEAK;
 }
 
-// What stands behind a figure: its distance to the target, or that a peak is too high.
-function remarkOf(kind, value, target) {
+// What stands behind a figure: its distance to the target, and in words what a colour says too.
+function remarkOf(kind, value, target, isOut) {
   if (!isNumber(value) || kind === RANGE)
     return "";
   if (kind === PEAK)
     return isOverPeak(value) ? "over" : "";
-  return isNumber(target) ? `${withSign(value - target, 1)} LU` : "";
+  if (!isNumber(target))
+    return "";
+  const words = value > target ? ", too loud" : ", too soft";
+  return `${withSign(value - target, 1)} LU${isOut ? words : ""}`;
 }
 
 // A name, a figure with its unit, and a remark: a row of a list of figures.
@@ -99,10 +102,11 @@ class FigureRow {
     this.element.append(make("dt", "", label), data);
   }
 
-  show(kind, value, target) {
+  // `isOut`: it is to be said that the figure is out of its tolerance.
+  show(kind, value, target, isOut = false) {
     setText(this.value, isNumber(value) ? value.toFixed(kind.digits) : NO_READING);
     setText(this.unit, isNumber(value) ? kind.unit : "");
-    setText(this.remark, remarkOf(kind, value, target));
+    setText(this.remark, remarkOf(kind, value, target, isOut));
   }
 }
 
@@ -204,9 +208,9 @@ class Figure {
   show(cluster) {
     const {member, kind, isJudged, isMomentary} = this.#entry;
     const value = isMomentary ? currentOf(cluster, member) : cluster[member];
-    this.row.show(kind, value, cluster.Target);
-    this.element.classList.toggle("alert",
-                                  Boolean(isJudged) && isOutOfTolerance(kind, value, cluster));
+    const isOut = Boolean(isJudged) && isOutOfTolerance(kind, value, cluster);
+    this.row.show(kind, value, cluster.Target, isOut);
+    this.element.classList.toggle("alert", isOut);
   }
 }
 

@@ -25,12 +25,14 @@ export function makeHidden(tag, classes) {
   return element;
 }
 
-// The labels of the values along an edge: "left" counts from the left, "top" from the bottom up.
+// The labels of the values along an edge: "left" counts from the left, "top" from the bottom up. In
+// the farther half they are marked, so that they can stand on the other side of their places.
 export function placeLabels(element, edge, scale, values, textOf) {
   element.replaceChildren(...values.map((value) => {
     const label = make("span", "", textOf(value));
     const fraction = fractionOf(scale, value);
     label.style[edge] = `${100 * (edge === "top" ? 1 - fraction : fraction)}%`;
+    label.classList.toggle("far", fraction > 0.5);
     return label;
   }));
 }
