@@ -115,8 +115,9 @@ TEST_F(GateFloodTest, ACrowdOfHostileClientsDisturbsNeitherTheServiceNorTheRecor
     }
     ExpectCadenceKept();
     EXPECT_LT(kClients, crowd.Connections());
-    if (!kIsEmulated)  // the emulator's memory counts as the gate's
+    if (!kIsEmulated) {  // the emulator's memory counts as the gate's
       EXPECT_GT(kMostKib, mGate->ResidentKib());
+    }
   }
   ExpectRecorded(from, time(nullptr) - 1);
   // The next client is served.
