@@ -11,6 +11,7 @@
 #include <cstdarg>
 #include <cstring>
 #include <iterator>
+#include <string_view>
 
 #include "AudioFileError.h"
 
@@ -151,9 +152,10 @@ StreamInfo InfoOf(const AVStream& stream) {
   return info;
 }
 
-std::string UnknownText(LinkInput& input, int error) {
+// Demuxers that meet the end have all kinds of errors.
+std::string UnknownText(LinkInput& input, int error, bool isAtEnd) {
   constexpr char kNotAudio[] = "is not audio that can be read";
-  if (error == AVERROR_EOF)
+  if (error == AVERROR_EOF || (isAtEnd && error != AVERROR_INVALIDDATA))
     return "ends before its audio begins";
   if (error != AVERROR_INVALIDDATA)
     return fmt::format("{}: {}", kNotAudio, LibavText(error));
@@ -188,7 +190,7 @@ const AVInputFormat* LibavContainer::FormatOf(LinkInput& input) {
   const AVInputFormat* format = nullptr;
   const int score = av_probe_input_buffer2(mBytes.get(), &format, "", nullptr, 0, kMostProbeBytes);
   if (score < kLeastScore || !IsRead(*format))
-    throw AudioFileError(mPath, UnknownText(input, score < 0 ? score : AVERROR_INVALIDDATA));
+    throw AudioFileError(mPath, UnknownText(input, score < 0 ? score : AVERROR_INVALIDDATA, false));
   return format;
 }
 
@@ -206,8 +208,13 @@ void LibavContainer::Open(const AVInputFormat* format) {
   const int error =
       avformat_open_input(&context, nullptr, format, &options);  // frees context on failure
   av_dict_free(&options);
+  // Many programs write the index of these files last.
+  if (error == AVERROR_INVALIDDATA && mInput.Seekable() != nullptr &&
+      format->name == std::string_view(kMp4))
+    throw AudioFileError(mPath,
+                         "has no index that can be read: it is damaged, cut off or unfinished");
   if (error < 0)
-    throw AudioFileError(mPath, UnknownText(mInput, error));
+    throw AudioFileError(mPath, UnknownText(mInput, error, avio_feof(mBytes.get()) != 0));
   mContext.reset(context);
   if (mContext->nb_streams > 0)
     FindEndOfWav();

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "AudioFileError.h"
 #include "OggLinks.h"
 #include "TaggedLinks.h"
 
@@ -103,6 +104,10 @@ class SingleLink : public LinkInput {
 }  // namespace
 
 std::unique_ptr<LinkInput> LinksOf(ByteInput& input) {
+  if (input.Ahead(1) == 0) {
+    input.CheckErrors();
+    throw AudioFileError(input.Path(), "is empty");
+  }
   if (OggLinks::IsAt(input))
     return std::make_unique<OggLinks>(input);
   if (auto links = TaggedLinks::Of(input))

@@ -114,16 +114,28 @@ std::unique_ptr<ProgressBar> BarFor(const std::vector<std::string>& files, std::
       kProgressSteps);
 }
 
+// Which of several audio streams is measured when none was requested; empty for a single one.
+std::string OtherStreamsText(const std::vector<StreamInfo>& streams) {
+  if (streams.size() < 2)
+    return "";
+  const auto chosen = std::find_if(streams.begin(), streams.end(),
+                                   [](const StreamInfo& stream) { return stream.isChosen; });
+  return fmt::format("has {} audio streams, of which stream {} is measured; choose by --stream",
+                     streams.size(), chosen - streams.begin() + 1);
+}
+
 // The properties of the file other than its samples.
-FileFacts FactsOf(const AudioFile& file, bool hasHash) {
-  FileFacts facts{file.Path(), file.Format(), file.SampleRate(), file.Channels(), {}, {}, {}};
+FileFacts FactsOf(const AudioFile& file, const MeasureOptions& options) {
+  FileFacts facts{file.Path(), file.Format(), file.SampleRate(), file.Channels(), {}, {}, {}, {}};
+  if (!options.stream)
+    facts.otherStreams = OtherStreamsText(file.Streams());
   if (!file.Missing().IsNone())
     facts.damage = DamageText(file.Missing(), file.SecondsRead());
   std::error_code error;
   const std::uintmax_t bytes = std::filesystem::file_size(file.Path(), error);
   if (!error)
     facts.bytes = bytes;
-  if (hasHash && facts.bytes)
+  if (options.hasHash && facts.bytes)
     facts.sha256 = Sha256Of(file.Path());
   return facts;
 }
@@ -135,7 +147,7 @@ MeasuredFile MeasureOne(const std::string& path, const MeasureOptions& options,
   const bool hasSeries = !options.report.empty() || !options.series.empty();
   auto measured = MeasureFile(file, programmes, hasSeries ? Series::kEveryBlock : Series::kNone,
                               [&](std::uint64_t) { told(file.Progress().value_or(0.0)); });
-  return {FactsOf(file, options.hasHash), std::move(measured)};
+  return {FactsOf(file, options), std::move(measured)};
 }
 
 FileOutcome OutcomeOf(const std::string& path, const MeasureOptions& options,

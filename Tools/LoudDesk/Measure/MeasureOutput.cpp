@@ -67,6 +67,8 @@ void MeasureOutput::Add(const MeasuredFile& file) {
     if (!mOptions.keepsGoing)
       mComplaints.Fail();
   }
+  if (!file.facts.otherStreams.empty())
+    mComplaints.Note(file.facts.path + ": note: " + file.facts.otherStreams);
   for (const Subject& subject : SubjectsOf(file)) {
     AddRow(subject);
     for (const std::string& note : NotesOn(subject.programme->figures))

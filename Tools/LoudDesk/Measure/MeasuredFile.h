@@ -43,7 +43,9 @@ struct FileFacts {
   std::size_t channels = 0;
   std::optional<std::uint64_t> bytes;  // nothing for input that is not a regular file
   std::string sha256;                  // in hexadecimal; empty if not requested
-  std::string damage = {};  // what is missing from the file and the figures; empty: nothing
+  std::string damage = {};        // what is missing from the file and the figures; empty: nothing
+  std::string otherStreams = {};  // that there are audio streams beside the measured one; empty:
+                                  // there are none, or one was requested
 };
 
 struct MeasuredFile {

@@ -39,6 +39,18 @@ Outcome Read(const std::string& path) {
   return {static_cast<double>(file.FramesRead()) / file.SampleRate(), file.Missing()};
 }
 
+// Why a file is not read, without its name.
+std::string RefusalOf(const std::string& path) {
+  try {
+    Read(path);
+  } catch (const AudioFileError& error) {
+    const std::string begin = path + ": ";
+    EXPECT_THAT(error.what(), StartsWith(begin));
+    return std::string(error.what()).substr(begin.size());
+  }
+  return "nothing was wrong";
+}
+
 class DamagedFileTest : public testing::Test {
  protected:
   DamagedFileTest() {
@@ -255,12 +267,25 @@ TEST_F(DamagedFileTest, ALinkWhoseBeginningIsLostIsNotTakenForTheEnd) {
 TEST_F(DamagedFileTest, AFileOfWhichNothingIsLeftIsRefused) {
   std::string content = BytesOf(mDirectory.Make("a.flac", "flac -s -o %o %d/noise.wav"));
   content.resize(9000);
-  const std::string path = mDirectory.WriteBytes("a.flac", content);
-  try {
-    Read(path);
-    FAIL() << "nothing was wrong";
-  } catch (const AudioFileError& error) {
-    EXPECT_EQ(error.what(), path + ": cannot be decoded");
+  EXPECT_EQ(RefusalOf(mDirectory.WriteBytes("a.flac", content)), "cannot be decoded");
+}
+
+// A recording that was interrupted, or a download.
+TEST_F(DamagedFileTest, AnMp4WithoutItsIndexSaysSo) {
+  std::string content = BytesOf(mDirectory.Make("a.m4a", "ffmpeg -v error -i %d/noise.wav %o"));
+  content.resize(content.size() / 2);
+  EXPECT_EQ(RefusalOf(mDirectory.WriteBytes("a.m4a", content)),
+            "has no index that can be read: it is damaged, cut off or unfinished");
+}
+
+// The errors of demuxers for it speak of arguments and devices.
+TEST_F(DamagedFileTest, WhatEndsWithinItsHeaderEndsBeforeItsAudioBegins) {
+  const std::pair<const char*, const char*> cases[] = {{"a.flac", "flac -s -o %o %d/noise.wav"},
+                                                       {"a.mp3", "lame --quiet %d/noise.wav %o"}};
+  for (const auto& [name, command] : cases) {
+    std::string content = BytesOf(mDirectory.Make(name, command));
+    content.resize(20);
+    EXPECT_EQ(RefusalOf(mDirectory.WriteBytes(name, content)), "ends before its audio begins");
   }
 }
 

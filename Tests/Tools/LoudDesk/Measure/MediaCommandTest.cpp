@@ -170,6 +170,11 @@ TEST_F(MediaCommandTest, StreamsOfAVideoAreListedAndChosen) {
         Run(std::string("%l measure --format json ") + option + " '" + film + "'");
     ASSERT_EQ(outcome.status, 0) << option << outcome.errors;
     EXPECT_NEAR(Lines(outcome.out).at(0).integrated, level, 0.1) << option;
+    const bool isAsked = *option != '\0';
+    EXPECT_EQ(outcome.errors, isAsked ? ""
+                                      : "LoudDesk: " + film +
+                                            ": note: has 2 audio streams, of which stream 1 is "
+                                            "measured; choose by --stream\n");
   }
   const Outcome gone = Run("%l measure --stream 3 '" + film + "'");
   EXPECT_EQ(gone.status, 1);
@@ -206,6 +211,15 @@ TEST_F(MediaCommandTest, WhatCannotComeFromAPipeSaysSo) {
   EXPECT_EQ(outcome.out, "");
   EXPECT_THAT(outcome.errors, StartsWith("LoudDesk: standard input: "));
   EXPECT_THAT(outcome.errors, HasSubstr("pipe"));
+}
+
+// What fills the pipe has failed.
+TEST_F(MediaCommandTest, APipeWithoutAByteIsEmpty) {
+  for (const char* option : {"", "--list-streams"}) {
+    const Outcome outcome = Run(std::string("false | %l measure - ") + option);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.errors, "LoudDesk: standard input: is empty\n");
+  }
 }
 
 TEST_F(MediaCommandTest, DirectoriesAreMeasuredWithAllBelowThem) {
