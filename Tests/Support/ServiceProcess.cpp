@@ -45,6 +45,14 @@ Pipe MakePipe() {
   return {ends[0], ends[1]};
 }
 
+// Waits until no process can write to a pipe any more, and closes it.
+void AwaitEnd(int readEnd) {
+  char byte;
+  while (read(readEnd, &byte, 1) < 0 && errno == EINTR) {
+  }
+  close(readEnd);
+}
+
 // The environment of this process with `changes`.
 std::vector<std::string> Environment(const std::map<std::string, std::string>& changes) {
   std::vector<std::string> entries;
@@ -154,6 +162,7 @@ ServiceProcess::ServiceProcess(const std::string& program,
   const int input = open("/dev/null", O_RDONLY | O_CLOEXEC);
   const Pipe output = options.output ? Pipe{} : MakePipe();
   const Pipe errors = options.errors ? Pipe{} : MakePipe();
+  const Pipe execution = MakePipe();
   const Inheritance inheritance = {
       getpid(),
       SetOf(options.blockedSignals),
@@ -171,9 +180,12 @@ ServiceProcess::ServiceProcess(const std::string& program,
   errno = error;
   if (mPid < 0)
     GiveUp("fork");
-  for (const int file : {input, output.writeEnd, errors.writeEnd})
+  for (const int file : {input, output.writeEnd, errors.writeEnd, execution.writeEnd})
     if (file >= 0)
       close(file);
+  // Until it executes its program, the child has a copy of every open socket of the test. An
+  // address that the test gives up meanwhile would stay in use.
+  AwaitEnd(execution.readEnd);
   mObserver = std::thread(&ServiceProcess::Observe, this, output.readEnd, errors.readEnd);
 }
 
