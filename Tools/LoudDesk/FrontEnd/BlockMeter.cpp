@@ -33,8 +33,8 @@ constexpr std::uint64_t kLargestPowerOfAll = std::uint64_t{1} << 61;
 
 template <typename Lane>
 Lane Conditioned(const Lane& samples) {
-  const Lane limited =
-      Smaller<Lane>(Larger<Lane>(samples, Lane{} - kLargestSample), Lane{} + kLargestSample);
+  const Lane raised = Larger<Lane>(samples, Lane{} - kLargestSample);
+  const Lane limited = Smaller<Lane>(raised, Lane{} + kLargestSample);
   return Magnitude<Lane>(limited) < kSmallestSample ? Lane{} : limited;
 }
 
