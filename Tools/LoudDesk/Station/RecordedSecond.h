@@ -1,5 +1,4 @@
-// What the station's record holds: the readings of each second of each cluster, and what happened
-// in between.
+// The contents of the station's record: the readings of each second of each cluster, and events.
 
 #pragma once
 
@@ -19,36 +18,35 @@ namespace louddesk {
 /// A service publishes ten loudness messages a second.
 constexpr std::size_t kReadingsPerSecond = 10;
 
-/// In the place of a momentary loudness: no message came for this tenth of a second. No code of a
-/// loudness is as low.
+/// Stands for a momentary loudness when no message came in this tenth of a second. It is lower than
+/// every loudness code.
 constexpr std::int16_t kMissedReading = std::numeric_limits<std::int16_t>::min();
 
-/// What the measurement was doing. The numbers are those of the file; 0 stands there for a second
-/// that was not recorded. A service that nobody can reach has no seconds.
+/// The state of the measurement. The numbers are stored in the file, where 0 marks a second that
+/// was not recorded. No seconds are recorded while the service cannot be reached.
 enum class RecordedState : std::uint8_t {
-  kWaiting = 1,  // connected, but nothing has been said yet
-  kNotStarted,   // nothing was ever started, or the source is invalid
+  kWaiting = 1,  // connected, but the service has not published anything yet
+  kNotStarted,   // no measurement was started, or the source is invalid
   kRunning,
   kPaused,
   kStopped,
-  kSilent,  // no data, though nothing says that the measurement has stopped
+  kSilent,  // no data, although the measurement was not reported as stopped
 };
 
 constexpr RecordedState kLastRecordedState = RecordedState::kSilent;
 
-/// One second of one cluster. The codes are those that the service published.
+/// One second of one cluster, with the codes that the service published.
 struct RecordedSecond {
-  std::int64_t time = 0;  // its beginning, s since 1970, UTC
+  std::int64_t time = 0;  // beginning, s since 1970, UTC
   std::array<std::int16_t, kReadingsPerSecond>
-      momentary{};                                // 0.1 LUFS; kNoLoudnessCode where there
-                                                  // was no reading, or kMissedReading
-  std::int16_t shortTerm = kNoLoudnessCode;       // of the last message of the second, 0.1 LUFS
+      momentary{};  // 0.1 LUFS; kNoLoudnessCode without a reading, or kMissedReading
+  std::int16_t shortTerm = kNoLoudnessCode;       // of the second's last message, 0.1 LUFS
   std::int16_t truePeak = kNoTruePeakCode;        // highest of the second, 0.01 dBTP
   RecordedState state = RecordedState::kWaiting;  // at the end of the second
   bool isSourceValid = false;                     // the programme has meters, by the last message
 };
 
-/// A cluster of the board, by the numbers of its publishers.
+/// A cluster of the board, identified by the numbers of its publishers.
 struct StationCluster {
   unsigned meterSet = 0;
   unsigned cluster = 0;
@@ -63,22 +61,22 @@ inline bool operator<(const StationCluster& left, const StationCluster& right) {
 
 /// Kinds of events.
 constexpr char kAcknowledgementEvent[] = "acknowledgement";  // text: what was acknowledged
-constexpr char kConfigurationEvent[] = "configuration";  // text: that in force, JSON as published
-constexpr char kProgrammeEvent[] = "programme";          // text: what changed
-constexpr char kRestartEvent[] = "restart";              // of the service
-constexpr char kStateEvent[] = "state";                  // text: the new state
-constexpr char kGateEvent[] = "gate";                    // text: "started" or "stopped"
-constexpr char kClockEvent[] = "clock";                  // text: by how much it was set
-constexpr char kGapEvent[] = "gap";                      // text: what was lost, and why
+constexpr char kConfigurationEvent[] = "configuration";      // text: JSON as published
+constexpr char kProgrammeEvent[] = "programme";              // text: what changed
+constexpr char kRestartEvent[] = "restart";                  // the service restarted
+constexpr char kStateEvent[] = "state";                      // text: the new state
+constexpr char kGateEvent[] = "gate";                        // text: "started" or "stopped"
+constexpr char kClockEvent[] = "clock";                      // text: by how much the clock was set
+constexpr char kGapEvent[] = "gap";                          // text: what was lost, and why
 
 struct RecordedEvent {
   std::int64_t time = 0;                  // ms since 1970, UTC
-  std::optional<StationCluster> cluster;  // nothing: of the gate itself
+  std::optional<StationCluster> cluster;  // nothing: the event concerns the gate itself
   std::string kind;
   std::string text;
 };
 
-/// Bytes of memory that an event takes.
+/// Bytes of memory used by an event.
 inline std::size_t SizeOf(const RecordedEvent& event) {
   return sizeof event + event.kind.size() + event.text.size();
 }
@@ -87,8 +85,8 @@ inline std::size_t SizeOf(const RecordedEvent& event) {
 class StationError : public std::runtime_error {
  public:
   enum class Fault {
-    kUnavailable,  // it cannot be opened, read or written, now
-    kDamaged,      // its bytes are not those of a database, or contradict one another
+    kUnavailable,  // the file cannot be opened, read or written at the moment
+    kDamaged,      // not a database, or its contents are inconsistent
     kForeign,      // a database, but not a record
     kNewer,        // a record of a newer format
   };

@@ -1,4 +1,4 @@
-// SQLite's functions and result codes.
+// Calls of SQLite and its result codes.
 
 #include "SqliteFile.h"
 
@@ -12,11 +12,11 @@
 namespace louddesk {
 namespace {
 
-// How long a writer waits for somebody who keeps it out. Readers do not.
+// How long a writer waits for another writer's lock. Readers do not lock it out.
 constexpr std::chrono::milliseconds kWriterPatience{5000};
 
 StationError::Fault FaultOf(int code) {
-  const int primary = code & 0xff;  // the rest tells more of the same
+  const int primary = code & 0xff;  // the other bits are details
   return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB ? StationError::Fault::kDamaged
                                                                : StationError::Fault::kUnavailable;
 }
@@ -34,7 +34,7 @@ std::string Escaped(const std::string& path) {
   return escaped;
 }
 
-// An absolute or a relative path as SQLite takes it in a URI.
+// A URI for SQLite from an absolute or relative path.
 std::string UriOf(const std::string& path, SqliteMode mode) {
   return "file:" + Escaped(path) + (mode == SqliteMode::kReadUnchanging ? "?immutable=1" : "");
 }
@@ -57,7 +57,7 @@ SqliteFile::SqliteFile(const std::string& path, SqliteMode mode) : mPath(path) {
   sqlite3_extended_result_codes(handle, 1);
   const auto patience = mode == SqliteMode::kReadWrite ? kWriterPatience : kReaderPatience;
   sqlite3_busy_timeout(handle, static_cast<int>(patience.count()));
-  // What the schema of a file from elsewhere says is not trusted.
+  // The schema of a file from elsewhere is not trusted.
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
 }

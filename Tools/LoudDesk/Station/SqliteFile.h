@@ -1,4 +1,5 @@
-// An open database and its statements: what the record needs of SQLite, with errors as exceptions.
+// A thin wrapper of SQLite for the record: an open database and its statements, with errors as
+// exceptions.
 
 #pragma once
 
@@ -13,25 +14,25 @@ struct sqlite3_stmt;
 
 namespace louddesk {
 
-/// How long a reader waits for somebody who keeps it out. Who writes does not; only who recovers or
-/// locks the whole file does.
+/// How long a reader waits for a lock. Writers do not lock readers out; only a recovery or an
+/// exclusive lock of the whole file does.
 constexpr std::chrono::milliseconds kReaderPatience{2000};
 
 enum class SqliteMode { kReadOnly, kReadUnchanging, kReadWrite };
 
 class SqliteFile {
  public:
-  /// Opens the file. With kReadWrite it is made if it is missing; with kReadUnchanging nobody may
-  /// write it meanwhile. Throws StationError.
+  /// Opens the file. kReadWrite creates it if it is missing; with kReadUnchanging nobody may write
+  /// to it while it is open. Throws StationError.
   SqliteFile(const std::string& path, SqliteMode mode);
 
-  /// Runs statements that give no rows that matter. Throws StationError.
+  /// Runs statements and ignores the rows that they return. Throws StationError.
   void Execute(const std::string& statements);
 
-  /// The number that a statement gives; 0 if it gives none. Throws StationError.
+  /// The number that a statement returns; 0 if it returns no row. Throws StationError.
   std::int64_t Number(const std::string& statement);
 
-  /// Throws StationError for the error that the library reported last.
+  /// Throws StationError for the library's last error.
   [[noreturn]] void Fail() const;
 
   sqlite3* Handle() const { return mHandle.get(); }
@@ -45,7 +46,7 @@ class SqliteFile {
   std::unique_ptr<sqlite3, Close> mHandle;
 };
 
-/// A statement with its parameters, which count from 1. Throws StationError.
+/// A prepared statement. Its parameters count from 1. Every call may throw StationError.
 class SqliteStatement {
  public:
   SqliteStatement(SqliteFile& file, std::string_view text);
@@ -55,16 +56,16 @@ class SqliteStatement {
   SqliteStatement& BindText(int parameter, std::string_view text);
   SqliteStatement& BindBlob(int parameter, std::string_view bytes);
 
-  /// Goes to the next row; false when there is none.
+  /// Moves to the next row; false if there is none.
   bool Step();
 
-  /// Steps to the end, and makes the statement ready to be bound anew.
+  /// Steps through all rows and resets the statement, so that parameters can be bound again.
   void Run();
 
-  /// Makes it ready to be bound anew.
+  /// Resets the statement, so that parameters can be bound again.
   void Reset();
 
-  /// Columns of the row, counted from 0.
+  /// Columns of the current row, counted from 0.
   bool IsNull(int column) const;
   std::int64_t Number(int column) const;
   std::string Bytes(int column) const;
@@ -78,7 +79,7 @@ class SqliteStatement {
   std::unique_ptr<sqlite3_stmt, Finalize> mStatement;
 };
 
-/// A transaction that writes: rolled back unless it is committed.
+/// A write transaction: rolled back unless it is committed.
 class SqliteTransaction {
  public:
   explicit SqliteTransaction(SqliteFile& file);

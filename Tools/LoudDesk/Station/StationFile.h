@@ -1,10 +1,10 @@
-// Where the record is.
+// The path of the record.
 
 #pragma once
 
 namespace louddesk {
 
-/// Where LoudGate keeps the record unless it is told otherwise: the state directory of its unit.
+/// LoudGate's default path of the record, in the state directory of its systemd unit.
 constexpr char kStationFile[] = "/var/lib/loudgate/station.db";
 
 }  // namespace louddesk

@@ -1,10 +1,10 @@
-// Tables, and the bytes of a minute.
+// The tables, and the encoding of a minute.
 
 #include "StationFormat.h"
 
 namespace louddesk {
 
-// A minute's row takes 1.6 kB of a page of 8 kB. Ended clusters and events are few.
+// A minute's row takes 1.6 kB of an 8 kB page. Clusters and events take little space.
 const char kStationSchema[] =
     "CREATE TABLE clusters (number INTEGER PRIMARY KEY, meter_set INTEGER NOT NULL,"
     " cluster INTEGER NOT NULL, UNIQUE (meter_set, cluster));"

@@ -1,5 +1,5 @@
-// The layout of the file, which writer and reader share. Docs/OPERATIONS.md describes it for those
-// who read it with other tools.
+// The layout of the file, which writer and reader share. Docs/OPERATIONS.md describes it for use
+// with other tools.
 
 #pragma once
 
@@ -18,28 +18,29 @@ namespace louddesk {
 constexpr std::int64_t kStationApplication = 0x4C645263;
 constexpr std::int64_t kStationFormat = 1;
 
-/// Tables and index of a new file.
+/// SQL that creates the tables and the index of a new file.
 extern const char kStationSchema[];
 
 constexpr std::int64_t kSecondsPerMinute = 60;
 
-/// Row of a minute of a cluster: the minute since 1970 times kClusterNumbers, and the number that
-/// the table of clusters gives the cluster, which is less than that. The rows are thus in the order
-/// of time, and the minutes of one cluster are found one by one.
+/// The row number of a cluster's minute is the minute since 1970 times kClusterNumbers, plus the
+/// cluster's number in the table of clusters, which is less than kClusterNumbers. So rows are in
+/// order of time, and each minute of a cluster can be found by its row number.
 constexpr std::int64_t kClusterNumbers = 1024;
 
 /// Bytes of a second: ten momentary readings, short-term loudness and true peak as signed 16-bit
-/// numbers, the lowest byte first; the state; and a byte whose lowest bit is 1 with a valid source.
+/// little-endian numbers; the state; and a byte whose lowest bit is 1 if the source is valid.
 constexpr std::size_t kBytesPerSecond = 2 * (kReadingsPerSecond + 2) + 2;
 
-/// The seconds of a minute; nothing where one was not recorded.
+/// The seconds of a minute; nothing for a second that was not recorded.
 using MinuteOfSeconds = std::array<std::optional<RecordedSecond>, kSecondsPerMinute>;
 
-/// Bytes of a minute's seconds, one after the other; zeros for those that are missing.
+/// Encodes a minute: its seconds in order, zeros for missing ones.
 std::string EncodeMinute(const MinuteOfSeconds& minute);
 
-/// The seconds of `minute` (since 1970) from bytes that may be anything: a second that is cut off
-/// or has an unknown state is missing; a momentary reading that is not a code is missed.
+/// Decodes the seconds of `minute` (minutes since 1970). Any bytes are accepted: a second that is
+/// cut off or has an unknown state is missing, and a momentary reading that is not a valid code
+/// becomes kMissedReading.
 MinuteOfSeconds DecodeMinute(std::int64_t minute, std::string_view bytes);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Queries.
+// The queries.
 
 #include "StationReader.h"
 
@@ -16,7 +16,7 @@ using Fault = StationError::Fault;
 
 constexpr std::int64_t kMsPerSecond = 1000;
 
-// No time that is further from 1970 is asked for: a thousand times as many ms fit the type.
+// Limit of the times in queries. As milliseconds and as row numbers, they fit the type.
 constexpr std::int64_t kLastTime =
     std::numeric_limits<std::int64_t>::max() / kClusterNumbers / 1000;
 
@@ -24,15 +24,15 @@ std::int64_t Bounded(std::int64_t time) {
   return std::clamp<std::int64_t>(time, 0, kLastTime);
 }
 
-// While it is written, a log stands beside the file. A file at rest is read without locks, which
-// would need files beside it: the reader may not be allowed to make them, or would leave them to a
-// writer who may not use them.
+// A writer has a log beside the file. A file without a log is read without locks. Locks need files
+// beside the database, which the reader may not be allowed to create, or which it would leave to a
+// writer that may not use them.
 SqliteMode ModeFor(const std::string& path) {
   const bool isAtRest = access((path + "-wal").c_str(), F_OK) != 0;
   return isAtRest ? SqliteMode::kReadUnchanging : SqliteMode::kReadOnly;
 }
 
-// A file from a stranger could hide endless work in views of the tables' names.
+// A malicious file could have views with the names of the tables that take forever to read.
 void CheckKind(SqliteFile& file, const std::string& path) {
   if (file.Number("PRAGMA application_id") != kStationApplication ||
       file.Number("SELECT count(*) FROM sqlite_schema WHERE type NOT IN ('table', 'index')") != 0)
@@ -79,8 +79,8 @@ std::optional<StationPeriod> StationReader::Extent() {
                        ExtentOf(last.Number(0) / kClusterNumbers).to};
 }
 
-// From the first second of a minute to the end of the last, of all clusters; the whole minute when
-// its rows are damaged.
+// From the first to the last recorded second of a minute, in any cluster; the whole minute if its
+// rows are damaged.
 StationPeriod StationReader::ExtentOf(std::int64_t minute) {
   const StationPeriod whole = {minute * kSecondsPerMinute, (minute + 1) * kSecondsPerMinute};
   StationPeriod extent = {whole.to, whole.from};
@@ -99,7 +99,8 @@ std::optional<std::int64_t> StationReader::NumberOf(const StationCluster& cluste
   return row.Step() ? std::optional(row.Number(0)) : std::nullopt;
 }
 
-// Goes from one row of the cluster to the next, past those of other clusters without reading them.
+// Goes from one row of the cluster to the next, and skips the rows of other clusters without
+// reading their contents.
 void StationReader::ReadSeconds(const StationCluster& cluster, const StationPeriod& period,
                                 const std::function<bool(const RecordedSecond&)>& take) {
   const auto number = NumberOf(cluster);

@@ -1,4 +1,5 @@
-// Reads the station's record, while it is written too, from files that anybody may have made.
+// Reads the station's record, even while it is being written. The file may come from anywhere and
+// is not trusted.
 
 #pragma once
 
@@ -13,7 +14,7 @@
 
 namespace louddesk {
 
-/// From `from`, before `to`, s since 1970, UTC.
+/// A period from `from` to before `to`, s since 1970, UTC.
 struct StationPeriod {
   std::int64_t from = 0;
   std::int64_t to = 0;
@@ -21,36 +22,36 @@ struct StationPeriod {
 
 class StationReader {
  public:
-  /// Opens the file for reading only; whoever writes it is not kept from it. Throws StationError.
+  /// Opens the file for reading only, without blocking its writer. Throws StationError.
   explicit StationReader(const std::string& path);
 
-  /// Those that the file has ever held anything of, in the order of their numbers. Throws
-  /// StationError, as all of these.
+  /// All clusters in the file, ordered by meter set and cluster. This and all other members throw
+  /// StationError.
   std::vector<StationCluster> Clusters();
 
-  /// From the first second that there is of the whole record to the end of the last; nothing while
-  /// there is none.
+  /// From the first recorded second to the end of the last, of all clusters; nothing if there is
+  /// none.
   std::optional<StationPeriod> Extent();
 
-  /// Hands on the recorded seconds of a cluster within `period`, in the order of time. Each has a
-  /// code or kMissedReading in `momentary`; a damaged row's seconds are missing. Ends early when
-  /// `take` returns false.
+  /// Passes the recorded seconds of a cluster within `period` to `take`, in order of time. Every
+  /// `momentary` reading is a valid code or kMissedReading; the seconds of a damaged row are
+  /// missing. Stops when `take` returns false.
   void ReadSeconds(const StationCluster& cluster, const StationPeriod& period,
                    const std::function<bool(const RecordedSecond&)>& take);
 
-  /// The same at once. 2.3 MB a day in the file are 3.5 MB in memory.
+  /// Returns the same seconds in a vector. A day takes 2.3 MB in the file and 3.5 MB in memory.
   std::vector<RecordedSecond> Seconds(const StationCluster& cluster, const StationPeriod& period);
 
-  /// Hands on the events of a cluster and of the gate itself within `period`, in the order of time,
-  /// and those of the same millisecond in the order in which they came.
+  /// Passes the events of a cluster and of the gate itself within `period` to `take`, in order of
+  /// time. Events of the same millisecond come in the order in which they were recorded.
   void ReadEvents(const StationCluster& cluster, const StationPeriod& period,
                   const std::function<void(const RecordedEvent&)>& take);
 
-  /// The same at once.
+  /// Returns the same events in a vector.
   std::vector<RecordedEvent> Events(const StationCluster& cluster, const StationPeriod& period);
 
-  /// The last event of a cluster of that kind before `time` (s since 1970): the configuration in
-  /// force at the beginning of a period, for example. Nothing if there is none.
+  /// The last event of that kind of a cluster before `time` (s since 1970), for example the
+  /// configuration in force at the beginning of a period. Nothing if there is none.
   std::optional<RecordedEvent> LastEvent(const StationCluster& cluster, const std::string& kind,
                                          std::int64_t time);
 

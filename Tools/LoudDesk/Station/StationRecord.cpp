@@ -1,4 +1,4 @@
-// Transactions.
+// The transactions.
 
 #include "StationRecord.h"
 
@@ -22,10 +22,10 @@ using Fault = StationError::Fault;
 constexpr std::int64_t kMsPerSecond = 1000;
 constexpr std::int64_t kSecondsPerDay = 86400;
 
-// Page size and auto_vacuum only count before the first table is made. In the log of a writer
-// (WAL) a transaction is written once and is safe with one flush; it is carried over into the
-// file when 1 MiB has come together, which spares a flash disk most of the rewriting of the page
-// at the end of the table. The cache of pages is bounded to 256 KiB.
+// Page size and auto_vacuum only take effect before the first table is created. In WAL mode a
+// transaction is written once, to the log, and is safe after one flush. The log is copied into the
+// file when it reaches 1 MiB; otherwise a flash disk would rewrite the page at the end of the table
+// far more often. The page cache is limited to 256 KiB.
 constexpr char kSettings[] =
     "PRAGMA page_size = 8192;"
     "PRAGMA auto_vacuum = INCREMENTAL;"
@@ -35,16 +35,16 @@ constexpr char kSettings[] =
     "PRAGMA journal_size_limit = 1048576;"
     "PRAGMA cache_size = -256;";
 
-// Rows of a kind that one transaction removes: 7 MB of minutes.
+// Rows of each table that one transaction removes at most: 7 MB of minutes.
 constexpr std::int64_t kRowsAtOnce = 4096;
 
-// Pages that one transaction moves to give space back: 8 MiB.
+// Pages that one transaction moves at most to return space: 8 MiB.
 constexpr int kPagesAtOnce = 1024;
 
-// No time of a record is further from 1970 than 10,000 years.
+// Times from the file are limited to 10,000 years from 1970, so that calculations cannot overflow.
 constexpr std::int64_t kFurthest = kSecondsPerDay * 365 * 10000;
 
-// Time between two questions whether to give up a check.
+// How often a check asks whether to stop.
 constexpr std::chrono::milliseconds kAskEvery{20};
 
 std::uint64_t SizeOf(const std::string& path) {
@@ -62,7 +62,8 @@ bool operator==(const FileIdentity& left, const FileIdentity& right) {
   return left.device == right.device && left.number == right.number;
 }
 
-// Interrupts what goes on in a database, from a thread of its own, as soon as it is to end.
+// Interrupts the current statement of a database from a separate thread when `isToEnd` returns
+// true.
 class Interrupter {
  public:
   Interrupter(sqlite3* database, const std::function<bool()>& isToEnd)
@@ -81,7 +82,7 @@ class Interrupter {
   Interrupter& operator=(const Interrupter&) = delete;
 
  private:
-  // An interrupt is lost on what has not begun yet, so it is repeated.
+  // An interrupt has no effect on a statement that has not started yet, so it is repeated.
   void Run(sqlite3* database, const std::function<bool()>& isToEnd) {
     std::unique_lock lock(mMutex);
     while (!mIsDone) {
@@ -94,7 +95,7 @@ class Interrupter {
   std::mutex mMutex;
   std::condition_variable mChange;
   bool mIsDone = false;
-  std::thread mThread;  // the last one: it uses the others
+  std::thread mThread;  // last member, because the thread uses the others
 };
 
 }  // namespace
@@ -105,7 +106,7 @@ StationRecord::StationRecord(const std::string& path)
   Prepare();
 }
 
-// Nothing of the file is changed before it is known to be ours or empty.
+// Checks that the file is a record or empty before anything in it is changed.
 void StationRecord::CheckKind() {
   const std::int64_t application = mFile.Number("PRAGMA application_id");
   const bool isEmpty = mFile.Number("SELECT count(*) FROM sqlite_schema") == 0;
@@ -164,7 +165,7 @@ LeftOut StationRecord::Append(const StationBatch& batch) {
   return leftOut;
 }
 
-// The number of a cluster, which gets one when it is new; nothing when there is none left.
+// The number of a cluster. A new cluster gets the next number; nothing if there is none left.
 std::optional<std::int64_t> StationRecord::NumberOf(const StationCluster& cluster) {
   SqliteStatement known(mFile, "SELECT number FROM clusters WHERE meter_set = ? AND cluster = ?");
   known.Bind(1, cluster.meterSet).Bind(2, cluster.cluster);
@@ -224,8 +225,8 @@ bool StationRecord::RemoveOlderThan(std::int64_t days, std::int64_t now) {
   return end > kClockIsSet && Remove(kClockIsSet, end);
 }
 
-// A clock that was far in the future for an hour has made one day of the record, and costs no more
-// than one. The rows are in the order of time: a day takes one look.
+// A clock that was far in the future for an hour has added one day to the record, so it only counts
+// as one day. The rows are in order of time, so each day takes one query.
 std::int64_t StationRecord::StartOfLastDays(std::int64_t days) {
   constexpr std::int64_t kIdsPerDay = kSecondsPerDay / kSecondsPerMinute * kClusterNumbers;
   SqliteStatement last(mFile, "SELECT id FROM minutes WHERE id < ? ORDER BY id DESC LIMIT 1");
@@ -240,7 +241,7 @@ std::int64_t StationRecord::StartOfLastDays(std::int64_t days) {
   return day * kSecondsPerDay;
 }
 
-// Whole minutes from `from`, before `to`.
+// Removes whole minutes from `from` to before `to`.
 bool StationRecord::Remove(std::int64_t from, std::int64_t to) {
   SqliteTransaction transaction(mFile);
   SqliteStatement minutes(mFile,
@@ -259,7 +260,7 @@ bool StationRecord::Remove(std::int64_t from, std::int64_t to) {
   return removed > 0;
 }
 
-// What lies before the hour after the oldest row, of whatever table.
+// Removes rows of any table up to an hour after the oldest.
 bool StationRecord::RemoveOldest() {
   constexpr std::int64_t kHour = 3600;
   SqliteStatement minute(mFile, "SELECT min(id) FROM minutes");
@@ -277,7 +278,7 @@ bool StationRecord::RemoveOldest() {
   return oldest && Remove(-kFurthest, std::min(*oldest, kFurthest) + kHour);
 }
 
-// The last pages move into the places of free ones, a few at a time, and the file is cut.
+// Moves the last pages into free ones, a few at a time, and truncates the file.
 void StationRecord::ReturnSpace() {
   for (std::int64_t left = mFile.Number("PRAGMA freelist_count"); left > 0;) {
     SqliteStatement(mFile, "PRAGMA incremental_vacuum(" + std::to_string(kPagesAtOnce) + ")").Run();

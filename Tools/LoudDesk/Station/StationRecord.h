@@ -1,5 +1,5 @@
-// Writes the station's record. What was appended is safe on the disk; a process that is killed or a
-// power cut leaves the file as it was after the last append.
+// Writes the station's record. Appended data is safe on the disk: after a crash or a power cut the
+// file is as it was after the last append.
 
 #pragma once
 
@@ -15,68 +15,69 @@
 
 namespace louddesk {
 
-/// Times before that, 2020-01-01, are those of a clock that was not set, as at the start of a board
-/// whose clock has no battery.
+/// Earlier times, before 2020-01-01, come from a clock that was not set, for example at the start
+/// of a board whose clock has no battery.
 constexpr std::int64_t kClockIsSet = 1577836800;
 
-/// What is appended at once.
+/// The data of one append.
 struct StationBatch {
   std::map<StationCluster, std::vector<RecordedSecond>> seconds;
   std::vector<RecordedEvent> events;
 };
 
-/// What tells a file from another one of its name.
+/// Distinguishes a file from another one with the same name.
 struct FileIdentity {
   std::uint64_t device = 0;
   std::uint64_t number = 0;
 };
 
-/// Seconds of a batch that were left out.
+/// The numbers of seconds that were not appended.
 struct LeftOut {
-  std::size_t repeated = 0;  // recorded already
-  std::size_t tooMany = 0;   // of clusters beyond the kClusterNumbers that a file can have
+  std::size_t repeated = 0;  // already recorded
+  std::size_t tooMany =
+      0;  // the cluster got no number: a file holds at most kClusterNumbers clusters
 };
 
 class StationRecord {
  public:
-  /// Opens the file, which is made if it is missing or empty. Throws StationError: one of another
-  /// kind or of a newer format is left as it is.
+  /// Opens the file, and creates it if it is missing or empty. Throws StationError. Files of
+  /// another kind or of a newer format are not changed.
   explicit StationRecord(const std::string& path);
 
-  /// Checks the file (SQLite's quick_check), which reads all of it. `isToEnd` is asked again and
-  /// again, on another thread, whether to give up. Throws StationError when the file is damaged.
-  /// Whether the check has come to its end.
+  /// Checks the whole file with SQLite's quick_check. Another thread calls `isToEnd` repeatedly and
+  /// stops the check when it returns true. Returns whether the check was completed. Throws
+  /// StationError if the file is damaged.
   bool Check(const std::function<bool()>& isToEnd);
 
-  /// Whether the file that was opened still has its name.
+  /// Whether the path still leads to the file that was opened.
   bool IsInPlace() const;
 
-  /// Appends in one transaction; a second that is recorded already keeps its readings, and of a
-  /// cluster too many for the file nothing is recorded. Returns the number of such seconds. Throws
-  /// StationError, and then nothing has been appended. REQUIRES: times are not negative.
+  /// Appends in one transaction. A second that is already recorded keeps its readings. Nothing is
+  /// recorded of a cluster that gets no number because the file has no more. Returns the numbers of
+  /// seconds left out. Throws StationError, and then nothing has been appended. REQUIRES: times are
+  /// not negative.
   LeftOut Append(const StationBatch& batch);
 
-  /// Removes the oldest of what is more than `days` days older than `now` (s since 1970), a few
-  /// thousand rows at most. Whether there was anything. The last `days` days (UTC) of which there
-  /// is anything stay whatever `now` says, and so does what a clock that was not set dated before
-  /// kClockIsSet. Throws StationError.
+  /// Removes the oldest data that is more than `days` days older than `now` (s since 1970), at most
+  /// a few thousand rows. Returns whether anything was removed. The last `days` days (UTC) that
+  /// have data are kept regardless of `now`, and so is data from before kClockIsSet, when the clock
+  /// was not set. Throws StationError.
   bool RemoveOlderThan(std::int64_t days, std::int64_t now);
 
-  /// Removes the oldest there is, a few thousand rows at most. Whether there was anything. Throws
-  /// StationError.
+  /// Removes the oldest data, at most a few thousand rows. Returns whether anything was removed.
+  /// Throws StationError.
   bool RemoveOldest();
 
-  /// Gives the space of what was removed back to the file system. Throws StationError.
+  /// Returns the space of removed data to the file system. Throws StationError.
   void ReturnSpace();
 
-  /// Carries SQLite's log over into the file. Throws StationError.
+  /// Copies SQLite's log into the file and empties the log. Throws StationError.
   void CarryOverLog();
 
-  /// Bytes that the file and its log take on the disk.
+  /// Bytes of the file and its log on the disk.
   std::uint64_t Size() const;
 
-  /// Bytes that the file takes once the log is carried over and ReturnSpace was called. Throws
-  /// StationError.
+  /// Bytes that the file will have after CarryOverLog and ReturnSpace. Throws StationError.
   std::uint64_t UsedBytes();
 
  private:
