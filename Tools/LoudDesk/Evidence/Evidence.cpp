@@ -1,4 +1,4 @@
-// From the record to the meter.
+// Reads a period from the record into the meter.
 
 #include "Evidence.h"
 
@@ -16,7 +16,7 @@ namespace {
 constexpr std::int64_t kMsPerSecond = 1000;
 constexpr std::size_t kMostDigits = 6;
 
-// An event that is not a configuration changes nothing, nor does one that asks for the same.
+// Adds the aim of a configuration event if it differs from the one before.
 void AddChange(std::vector<AimChange>& changes, const RecordedEvent& event) {
   const auto configuration =
       event.kind == kConfigurationEvent ? ReadConfiguration(event.text) : std::nullopt;
@@ -28,7 +28,7 @@ void AddChange(std::vector<AimChange>& changes, const RecordedEvent& event) {
     changes.push_back({event.time / kMsPerSecond, aim});
 }
 
-// The events of the period: the first ones for people, all that change the aim for the meter.
+// Reads the events of the period: the first kMostEvents to be shown, and all changes of the aim.
 void ReadEvents(StationReader& reader, const EvidenceQuestion& question, Evidence& evidence,
                 std::vector<AimChange>& changes) {
   const StationCluster& cluster = question.cluster;
@@ -41,7 +41,7 @@ void ReadEvents(StationReader& reader, const EvidenceQuestion& question, Evidenc
   });
 }
 
-// A whole number without a sign and without zeros before it.
+// A whole number without a sign or leading zeros.
 std::optional<unsigned> NumberIn(const std::string& text) {
   if (text.empty() || text.size() > kMostDigits || text.front() == '0' ||
       text.find_first_not_of("0123456789") != std::string::npos)

@@ -1,4 +1,4 @@
-// What the record holds of a period, ready to be shown. Stateless.
+// The figures and events of a recorded period, ready to be shown. Stateless.
 
 #pragma once
 
@@ -15,15 +15,15 @@
 
 namespace louddesk {
 
-/// What somebody wants to know.
+/// A request for the figures of a period.
 struct EvidenceQuestion {
   StationCluster cluster;
   StationPeriod period;  // not empty
   Criteria criteria;
-  std::optional<LoudnessAim> aim = {};  // nothing: that of the configuration in force at the time
+  std::optional<LoudnessAim> aim = {};  // nothing: the aim in force at the time
 };
 
-/// Of the events of a period so many are told.
+/// At most this many events of a period are listed; the rest are only counted.
 constexpr std::size_t kMostEvents = 500;
 
 struct Evidence {
@@ -31,39 +31,39 @@ struct Evidence {
   PeriodFigures figures;
   Criteria criteria;
   Assessment assessment;
-  std::vector<RecordedEvent> events;  // the first kMostEvents, in time
-  std::size_t eventCount = 0;         // of all
+  std::vector<RecordedEvent> events;  // the first kMostEvents, in order of time
+  std::size_t eventCount = 0;         // number of all events
 };
 
-/// Why there is nothing to tell. The text is one line for the user.
+/// There is nothing to report. The text is one line for the user.
 class NoEvidence : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// A period as somebody asks for it; times are s since 1970, UTC. `from` or `last` is there.
+/// A period as the user requests it; times are s since 1970, UTC. `from` or `last` is set.
 struct PeriodAsked {
   std::optional<std::int64_t> from = {};
-  std::optional<std::int64_t> to = {};    // nothing: where the record ends
-  std::optional<std::int64_t> last = {};  // length of the period, s; in the place of `from`
+  std::optional<std::int64_t> to = {};    // nothing: the end of the record
+  std::optional<std::int64_t> last = {};  // length of the period, s, instead of `from`
 };
 
-/// The period that is meant, up to `now`: what is still to come is not a gap. Throws NoEvidence
-/// where it is empty, and StationError.
+/// The requested period. It ends at `now` at the latest, because the future is not a gap. Throws
+/// NoEvidence if the period or the record is empty, and StationError.
 StationPeriod PeriodMeant(const PeriodAsked& asked, StationReader& reader, std::int64_t now);
 
-/// The cluster that is meant; without one, the only one in the record. Throws NoEvidence where
-/// there is no such cluster, and StationError.
+/// The requested cluster; without a request, the only one in the record. Throws NoEvidence if there
+/// is no such cluster, and StationError.
 StationCluster ClusterMeant(const std::optional<StationCluster>& asked, StationReader& reader);
 
-/// The names of all clusters in the record: "1-1 1-3", "none". Throws StationError.
+/// The names of all clusters in the record, such as "1-1 1-3", or "none". Throws StationError.
 std::string ClusterNames(StationReader& reader);
 
-/// Called with each second that is read. What it throws ends the reading.
+/// Called with each second that is read. An exception ends the reading.
 using SecondTaken = std::function<void(const RecordedSecond&)>;
 
-/// Reads the whole period, second by second, and hands each on. Throws NoEvidence where nothing of
-/// it is recorded, and StationError.
+/// Reads the whole period and passes every second to `taken`. Throws NoEvidence if nothing of the
+/// period is recorded, and StationError.
 Evidence EvidenceOf(StationReader& reader, const EvidenceQuestion& question,
                     const SecondTaken& taken = {});
 
@@ -73,7 +73,7 @@ std::string TitleOf(const Evidence& evidence);
 /// "1-3".
 std::string NameOf(const StationCluster& cluster);
 
-/// The cluster of such a name; nothing for anything else.
+/// The cluster with this name; nothing if the name is not valid.
 std::optional<StationCluster> ClusterNamed(const std::string& name);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Elements of the report on files, and tables of what only a record has.
+// Combines elements of the report on files with tables for recorded periods.
 
 #include "EvidencePage.h"
 
@@ -19,7 +19,7 @@ namespace {
 
 constexpr char kId[] = "period";
 
-// Spans are listed on the page while there are not too many for anybody to read.
+// The page lists at most this many spans, because nobody reads more.
 constexpr std::size_t kMostSpanRows = 100;
 
 constexpr char kFooter[] =

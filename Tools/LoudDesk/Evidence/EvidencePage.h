@@ -1,4 +1,4 @@
-// The report on a period: the page of `LoudDesk measure` for what was recorded. Stateless.
+// The report on a recorded period, in the style of the report of `LoudDesk measure`. Stateless.
 
 #pragma once
 
@@ -8,8 +8,8 @@
 
 namespace louddesk {
 
-/// The page: HTML that is well-formed XML too, without scripts or anything to fetch. `date` and
-/// `version` are told as when and by what it was made.
+/// The page: HTML that is also well-formed XML, without scripts or external resources. It shows
+/// `date` and `version` as its date and the version of LoudDesk that made it.
 std::string EvidencePage(const Evidence& evidence, const std::string& date,
                          const std::string& version);
 

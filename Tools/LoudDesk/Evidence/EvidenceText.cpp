@@ -1,4 +1,4 @@
-// Words and rows.
+// Formats figures as words and rows.
 
 #include "EvidenceText.h"
 
@@ -27,10 +27,10 @@ namespace {
 constexpr char kMissing[] = "";
 constexpr std::size_t kFactWidth = 24;
 
-// Of the JSON; it changes when a reader of the one before could go wrong.
+// Version of the JSON. It increases when an existing reader could misread the new form.
 constexpr unsigned kEvidenceSchema = 1;
 
-// A maximum, and when it was reached.
+// A maximum and the time at which it was reached.
 struct Maximum {
   const char* name;
   const char* unit;
@@ -68,7 +68,7 @@ std::string PeriodText(const StationPeriod& period) {
   return LocalTimeText(period.from) + " to " + LocalTimeText(period.to);
 }
 
-// A share of a whole: "0:10:00.0 (0.69 %)".
+// A part and its share of the whole: "0:10:00.0 (0.69 %)".
 std::string ShareText(std::int64_t part, std::int64_t whole) {
   const double share =
       whole > 0 ? 100.0 * static_cast<double>(part) / static_cast<double>(whole) : 0.0;

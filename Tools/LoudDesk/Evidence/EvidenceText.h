@@ -1,5 +1,5 @@
-// A period as it is written: for people, as JSON and as comma-separated values. Times for people
-// are by their clock, those for programs in UTC. Stateless.
+// A period as text, as JSON and as comma-separated values. Texts have local times; JSON and
+// comma-separated values have UTC. Stateless.
 
 #pragma once
 
@@ -10,31 +10,30 @@
 
 namespace louddesk {
 
-/// What there is to say of a period beside its figures: when its maxima were reached, time out of
-/// tolerance, gaps and more.
+/// Facts about a period beside its figures: times of its maxima, time out of tolerance, gaps and
+/// more.
 std::vector<Fact> FactsOn(const Evidence& evidence);
 
-/// What a reader of the figures must know and cannot see in them, one sentence each without a full
-/// stop.
+/// Remarks that a reader needs to understand the figures, each one sentence without a full stop.
 std::vector<std::string> NotesOn(const Evidence& evidence);
 
-/// What an event says, in words.
+/// The contents of an event, in words.
 std::string TextOf(const RecordedEvent& event);
 
-/// A moment of a period, s since its beginning, in UTC: "2026-11-17T20:15:03.400Z".
+/// A moment of a period, given in s from its beginning, in UTC: "2026-11-17T20:15:03.400Z".
 std::string UtcTextAt(const StationPeriod& period, double seconds);
 
-/// The table of `LoudDesk measure` with one row, the facts and all gaps that are known below it,
-/// with a line feed at the end.
+/// The table of `LoudDesk measure` with one row, followed by the facts and the listed gaps. Ends
+/// with a line feed.
 std::string EvidenceTable(const Evidence& evidence);
 
-/// One object as Docs/PROTOCOL.md describes it, with a line feed at the end.
+/// One object as described in Docs/PROTOCOL.md. Ends with a line feed.
 std::string EvidenceJson(const Evidence& evidence);
 
-/// A heading and one row, by the conventions of `LoudDesk measure`.
+/// A header and one row, in the form of `LoudDesk measure`.
 std::string EvidenceCsv(const Evidence& evidence);
 
-/// The seconds, one row each: the heading and a row.
+/// The table of seconds: its header, and the row of one second.
 std::string SecondsHeader();
 std::string SecondsRow(const std::string& cluster, const RecordedSecond& second);
 

@@ -1,4 +1,4 @@
-// Extremes of stretches.
+// Collects the extremes of stretches.
 
 #include "PeriodCurve.h"
 
@@ -9,7 +9,7 @@
 namespace louddesk {
 namespace {
 
-// Two for each column of a plot, so that none of them is without a reading beside others.
+// Two for each column of a plot, so that no column between others lacks a reading.
 constexpr std::int64_t kMostStretches = 1800;
 
 std::int64_t DividedUp(std::int64_t value, std::int64_t by) {

@@ -1,4 +1,4 @@
-// Seconds counted, one by one.
+// Counts the seconds one by one.
 
 #include "PeriodMeter.h"
 
@@ -21,7 +21,8 @@ constexpr double kHalfCode = kBinWidthLu / 2.0;
 constexpr double kSecond = 1.0;
 constexpr double kTenth = 1.0 / kBlocksPerSecond;
 
-// The loudness code above and below a reading in tenths, which lies where the two meet.
+// A reading in tenths of LU lies on the boundary between two loudness codes. These functions return
+// the code above it and the code below it.
 std::uint16_t CodeAbove(double loudness) {
   return Cbin::GetBinIndx(static_cast<float>(loudness + kHalfCode));
 }
@@ -37,8 +38,7 @@ void Raise(std::optional<double>& maximum, double& at, double reading, double ti
   at = time;
 }
 
-// Whether all figures of a second are the same as those of the second before it, and it is not
-// silent.
+// Whether a second is not silent and all its figures equal those of the second before.
 bool IsUnchanged(const RecordedSecond& last, const RecordedSecond& second) {
   const std::int16_t code = second.momentary.front();
   const bool isSteady = std::all_of(second.momentary.begin(), second.momentary.end(),
@@ -126,9 +126,9 @@ void PeriodMeter::EndUnchanged() {
     mFigures.unchanged.Add(mSame);
 }
 
-// Loudness codes are 0.02 LU wide, and the power that stands for one is that of its middle. To
-// count a reading always above or below itself would raise or lower the mean by half a code, so
-// equal readings go to either side by turns.
+// A loudness code is 0.02 LU wide and is evaluated at its middle. If readings were always counted
+// in the code above or always in the one below, the mean would be half a code too high or too low.
+// So equal readings are counted alternately above and below.
 void PeriodMeter::CountMomentary(std::int16_t code) {
   LoudnessHistogram& histogram = mFigures.programme.readings.momentary;
   const auto loudness = LoudnessOf(code);

@@ -1,5 +1,5 @@
-// The figures of any period of a cluster, from the readings that were recorded every second. One
-// pass over the seconds, in memory that does not grow with their number.
+// The figures of any period of a cluster, calculated from its recorded seconds. One pass over the
+// seconds; memory does not grow with their number.
 
 #pragma once
 
@@ -17,7 +17,7 @@
 
 namespace louddesk {
 
-/// What loudness is to be, LKFS, and how far it may be from that on either side, LU.
+/// A target loudness, LKFS, and the permitted deviation up or down, LU.
 struct LoudnessAim {
   double target;
   double tolerance;
@@ -27,70 +27,70 @@ inline bool operator!=(const LoudnessAim& left, const LoudnessAim& right) {
   return left.target != right.target || left.tolerance != right.tolerance;
 }
 
-/// An aim from a moment on.
+/// An aim and the time from which it applies.
 struct AimChange {
   std::int64_t time;  // s since 1970, UTC
   LoudnessAim aim;
 };
 
-/// What is asked of a period.
+/// The figures to calculate, and for which period.
 struct PeriodQuestion {
   StationPeriod period;
   Criteria criteria;                    // for passages above limits
-  std::optional<LoudnessAim> aim = {};  // throughout; nothing: those that were in force
-  std::vector<AimChange> changes = {};  // those in force, in time, the last before the period too
+  std::optional<LoudnessAim> aim = {};  // for the whole period; nothing: as in `changes`
+  std::vector<AimChange> changes = {};  // in order of time, from the last one before the period on
 };
 
-/// Of the spans of one kind in a period so many are named, and the others counted.
+/// At most this many spans of a kind are listed; the rest are only counted.
 constexpr std::size_t kMostSpans = 1000;
 
 /// Spans of one kind in a period.
 struct PeriodSpans {
-  std::vector<StationPeriod> first;  // in time, kMostSpans at most
-  std::size_t count = 0;             // of all
-  std::int64_t seconds = 0;          // of all
+  std::vector<StationPeriod> first;  // in order of time, at most kMostSpans
+  std::size_t count = 0;             // number of all spans
+  std::int64_t seconds = 0;          // length of all spans together
 
   void Add(const StationPeriod& span);
 };
 
-/// What the record says of a period. Of the figures, `seconds` is the time with loudness data, and
-/// the times of maxima count from the beginning of the period; they are those at which the reading
-/// (of the true peak: its second) ends.
+/// The figures of a period. `seconds` is the time with loudness data. The times of maxima count
+/// from the beginning of the period. They are the times at which the reading ends; for the true
+/// peak, the end of its second.
 struct PeriodFigures {
   StationPeriod period;
-  MeasuredProgramme programme;          // no channels; points as of `PeriodCurve`
-  PeriodSpans gaps;                     // what is not in the record
-  PeriodSpans unchanged;                // spans with data in which no figure changed, see below
-  std::int64_t quietSeconds = 0;        // recorded, but without data: paused, stopped, ...
-  std::uint64_t missedReadings = 0;     // of the other seconds, messages that did not come
-  std::int64_t invalidSeconds = 0;      // with data, though the programme had no meters
-  std::int64_t aimedSeconds = 0;        // with data of meters, and with an aim in force
-  std::int64_t aboveSeconds = 0;        // of those, with short-term loudness above its tolerance
-  std::int64_t belowSeconds = 0;        // the same below it; silence counts as below
+  MeasuredProgramme programme;       // no channels; points from `PeriodCurve`
+  PeriodSpans gaps;                  // seconds missing from the record
+  PeriodSpans unchanged;             // spans with data in which no figure changed, see below
+  std::int64_t quietSeconds = 0;     // recorded, but without data: paused, stopped, ...
+  std::uint64_t missedReadings = 0;  // messages missed in the other seconds
+  std::int64_t invalidSeconds = 0;   // with data, though the programme had no meters
+  std::int64_t aimedSeconds = 0;     // with data and meters while an aim was in force
+  std::int64_t aboveSeconds = 0;  // of aimedSeconds, with short-term loudness above the tolerance
+  std::int64_t belowSeconds = 0;  // of aimedSeconds, below the tolerance or silent
   std::vector<FoundPassages> passages;  // above each limit of the criteria
 };
 
-/// A service whose blocks have stopped publishes its last figures for ever. Their readings count,
-/// as those of a steady tone do, which look the same; but every span of kNoChangeAfter and more in
-/// which no figure changes, silence aside, is named.
+/// If blocks stop, the service keeps publishing its last figures. These readings are counted,
+/// because a steady tone looks the same. But every span of kNoChangeAfter or longer in which no
+/// figure changes is reported, except silence.
 ///
-/// Loudness is gated as ITU-R BS.1770 and EBU Tech 3342 say, by the engine's histograms. The
-/// readings are published in tenths of LU, so that each may be off by 0.05 LU, and so may a mean of
-/// them at most; Docs/COMPLIANCE.md has more on it. All momentary readings of the period count: the
-/// first ones reach up to 400 ms before it.
+/// The engine's histograms gate the loudness by ITU-R BS.1770 and EBU Tech 3342. Readings are
+/// published in tenths of LU, so each has an error of up to 0.05 LU, and their mean has no larger
+/// one; see Docs/COMPLIANCE.md. All momentary readings of the period count, although the first ones
+/// include up to 400 ms before it.
 class PeriodMeter {
  public:
   /// REQUIRES: the period is not empty.
   explicit PeriodMeter(PeriodQuestion question);
 
-  /// Takes the next second; one that is not in the period or not behind the last is passed over.
+  /// Adds the next second. A second outside the period or not later than the last one is ignored.
   void Take(const RecordedSecond& second);
 
   /// The figures of the whole period.
   PeriodFigures Finish();
 
  private:
-  // Passages above one limit.
+  // The passages above one limit.
   struct Limited {
     const char* name;
     const char* unit;
@@ -111,10 +111,10 @@ class PeriodMeter {
   PeriodQuestion mQuestion;
   PeriodFigures mFigures;
   PeriodCurve mCurve;
-  std::int64_t mNext;              // the first second that was not taken yet
-  std::size_t mNextChange = 0;     // of the aim
-  StationPeriod mSame;             // the last seconds with data, all with the same figures
-  RecordedSecond mLast;            // the last of them
+  std::int64_t mNext;              // the first second that has not been processed yet
+  std::size_t mNextChange = 0;     // index of the next change of the aim
+  StationPeriod mSame;             // the latest seconds with data, all with equal figures
+  RecordedSecond mLast;            // the last second with data
   std::vector<bool> mIsUpperNext;  // by loudness code, see CountMomentary
   std::optional<Limited> mTruePeaks;
   std::optional<Limited> mShortTerms;

@@ -1,4 +1,4 @@
-// What the coded readings of a recorded second say. Stateless.
+// Decodes the readings of a recorded second. Stateless.
 
 #pragma once
 
@@ -11,12 +11,12 @@
 
 namespace louddesk {
 
-/// The loudness of a momentary code in LKFS; nothing where there is no reading or was no message.
+/// The loudness of a momentary code in LKFS; nothing if there was no reading or no message.
 inline std::optional<double> MomentaryOf(std::int16_t code) {
   return code == kMissedReading ? std::nullopt : LoudnessOf(code);
 }
 
-/// How many of the ten messages of a second did not come.
+/// How many of the ten messages of a second were missed.
 inline std::size_t MissedIn(const RecordedSecond& second) {
   return static_cast<std::size_t>(
       std::count(second.momentary.begin(), second.momentary.end(), kMissedReading));
