@@ -1,4 +1,4 @@
-// The subcommand `LoudDesk log`: what was sent in a period, from the station's record.
+// The subcommand `LoudDesk log`: the loudness of a period, from the station's record.
 
 #pragma once
 

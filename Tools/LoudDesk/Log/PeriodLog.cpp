@@ -1,4 +1,4 @@
-// The record opened, asked and told.
+// Reads a period from the record and writes its figures.
 
 #include "PeriodLog.h"
 
@@ -28,7 +28,8 @@ StationReader Opened(const std::string& file) {
   return StationReader(file);
 }
 
-// Both have to be known, by an option and by the profile at least.
+// The target and tolerance given by the user: at least one as an option, the other perhaps by the
+// profile. Nothing if one of them is unknown; then those in force at the time apply.
 std::optional<LoudnessAim> AimOf(const ProfileOptions& options, const Criteria& criteria) {
   const bool isAsked = options.target || options.limits.tolerance;
   if (!isAsked || !criteria.target || !criteria.limits.tolerance)
@@ -36,7 +37,7 @@ std::optional<LoudnessAim> AimOf(const ProfileOptions& options, const Criteria& 
   return LoudnessAim{*criteria.target, *criteria.limits.tolerance};
 }
 
-// What stands under a style.
+// Writes a period in one style.
 using Writer = std::string (*)(const Evidence& evidence);
 
 // In the order of `FigureStyle`.
@@ -80,7 +81,7 @@ int Tell(const LogOptions& options, std::int64_t now, std::ostream& out, Complai
   return StatusOf(options, evidence, complaints);
 }
 
-// What `told` throws becomes a complaint.
+// Calls `told`; its exceptions become complaints.
 template <typename Told>
 int Complaining(Complaints& complaints, const std::string& file, const Told& told) {
   try {

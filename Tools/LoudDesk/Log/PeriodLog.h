@@ -1,5 +1,5 @@
-// A run of `LoudDesk log`: a period of the record on a stream, as a report and as a table of its
-// seconds.
+// A run of `LoudDesk log`: writes a period of the record to a stream, as a report and as a table of
+// its seconds.
 
 #pragma once
 
@@ -14,10 +14,10 @@
 
 namespace louddesk {
 
-/// What is asked for.
+/// What the user gave on the command line.
 struct LogOptions {
-  std::string file = {};                       // of the record
-  std::optional<StationCluster> cluster = {};  // nothing: the only one that there is
+  std::string file = {};                       // path of the record
+  std::optional<StationCluster> cluster = {};  // nothing: the only one in the record
   PeriodAsked period = {};
   FigureStyle style = FigureStyle::kTable;
   ProfileOptions profile = {};
@@ -25,13 +25,13 @@ struct LogOptions {
   std::string series = {};  // path of the table of seconds; empty: none
 };
 
-/// Writes the figures of the period to `out`; what goes wrong is a line on `errors`. Returns the
-/// status of the program: 0; 1 when the record cannot be read or holds nothing of the period, or
-/// something could not be written, with --fail also when a limit could not be judged; 3 when, with
-/// --fail, a limit is broken.
+/// Writes the figures of the period to `out` and complaints to `errors`, one line each. Returns the
+/// status of the program: 0; 1 when the record cannot be read or has nothing of the period, or
+/// something could not be written; with --fail also 1 when a limit could not be judged, and 3 when
+/// a limit is broken.
 int LogPeriod(const LogOptions& options, std::int64_t now, std::ostream& out, std::ostream& errors);
 
-/// Writes what the record holds: its ends and its clusters. Returns 0, or 1 after a complaint.
+/// Writes the extent of the record and its clusters. Returns 0, or 1 after a complaint.
 int ListRecord(const std::string& file, std::ostream& out, std::ostream& errors);
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// `LoudDesk record`: command line, and the loop of a recording.
+// `LoudDesk record`: the command line, and the loop of a recording.
 
 #include "RecordCommand.h"
 
@@ -29,7 +29,7 @@ using Clock = std::chrono::steady_clock;
 constexpr unsigned kHighestMeterSet = 9999;
 constexpr double kLongestRecording = 1e7;  // s
 
-// What is lost at most when the process is killed.
+// The longest time that can be lost when the process is killed.
 constexpr std::chrono::seconds kFlushPeriod{1};
 
 constexpr Patience kAttention{100};
@@ -56,7 +56,7 @@ struct RecordOptions {
   std::string path;
   unsigned meterSet = 1;
   unsigned cluster = 1;
-  std::optional<double> seconds;  // ends after so long
+  std::optional<double> seconds;  // duration; nothing: until the user ends it
 };
 
 // Microseconds since 1970.
@@ -76,7 +76,7 @@ class RecordSession {
         mStart(Clock::now()),
         mLine(std::cout, ColumnsOf(STDOUT_FILENO)) {}
 
-  // Until the time given or the user ends it. Throws RecordingError.
+  // Records until the time is over or the user ends it. Throws RecordingError.
   void Run() {
     mLine.Print(
         fmt::format("Recording meter set {}, cluster {}; Ctrl-C ends it. Not seen: "
@@ -94,7 +94,7 @@ class RecordSession {
     mWriter.Finish(TimeNow());
   }
 
-  // What became of it, for the user.
+  // Reports the result to the user.
   void Conclude(Complaints& complaints) {
     mLine.Print(ProgressText());
     mLine.Finish();
@@ -172,10 +172,10 @@ class RecordSession {
   Clock::time_point mStart;
   LiveLine mLine;
   Clock::time_point mFlushDue{};
-  bool mHasNews = false;  // something is not in the file yet
+  bool mHasNews = false;  // messages were written since the last flush
   bool mIsConnected = false;
   unsigned long mBlocks = 0;
-  unsigned long mInputs = 0;  // other messages to the service
+  unsigned long mInputs = 0;  // messages to the service except blocks
   unsigned long mOutputs = 0;
   unsigned long mTooLong = 0;
 };

@@ -1,4 +1,4 @@
-// `LoudDesk record`: the messages around a running service, into a file.
+// `LoudDesk record`: records the messages around a running service in a file.
 
 #pragma once
 

@@ -1,4 +1,4 @@
-// Subscribers at the endpoints of the service's peers and of the service.
+// Subscribes to the publishers of the service's peers and of the service.
 
 #include "ServiceTap.h"
 
@@ -12,9 +12,10 @@
 namespace louddesk {
 namespace {
 
-constexpr int kReconnectMs = 10;  // soon after a publisher binds, so that little is missed
+constexpr int kReconnectMs = 10;  // short, so that little is missed after a publisher binds
 
-// A connection that died without a word, as after a power failure, is made anew within seconds.
+// Within seconds, replaces a connection that was lost without being closed, as after a power
+// failure.
 constexpr int kHeartbeatMs = 1000;
 constexpr int kHeartbeatTimeoutMs = 3000;
 
@@ -66,7 +67,7 @@ void SenderTap::ReadPending() {
 
 void SenderTap::ReadConnectionEvents() {
   for (Frames frames = ReceiveFrames(mMonitor); !frames.empty(); frames = ReceiveFrames(mMonitor)) {
-    std::uint16_t event = 0;  // the first frame: event number, then its value
+    std::uint16_t event = 0;  // the first frame has the event number, followed by its value
     if (frames.front().size() < sizeof event)
       continue;
     std::memcpy(&event, frames.front().data(), sizeof event);
@@ -74,7 +75,7 @@ void SenderTap::ReadConnectionEvents() {
   }
 }
 
-// As the publisher would have decided for a subscription to the whole topic.
+// Whether a subscription to the whole topic would have delivered the message.
 bool SenderTap::IsWanted(const std::string& topic) const {
   return std::any_of(mTopics.begin(), mTopics.end(), [&topic](const std::string& wanted) {
     return topic.compare(0, wanted.size(), wanted) == 0;
@@ -82,7 +83,7 @@ bool SenderTap::IsWanted(const std::string& topic) const {
 }
 
 ServiceTap::ServiceTap(unsigned meterSet, unsigned cluster) {
-  const UnitStandIn unit(meterSet, cluster);  // knows the addresses; its own endpoints stay closed
+  const UnitStandIn unit(meterSet, cluster);  // only gives addresses; its endpoints stay closed
   for (const PublishingPeer& publishing : kPublishingPeers)
     mTaps.emplace_back(publishing.sender, unit.EndpointOf(publishing.peer),
                        ServiceTopicsAt(publishing.peer, meterSet));

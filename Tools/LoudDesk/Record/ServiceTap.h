@@ -1,6 +1,6 @@
-// What can be seen around a running service: one more subscriber beside the service at each of its
-// peers that publish, and a client of both of its publishers. Heartbeats and log go to one receiver
-// each and are out of sight.
+// The messages that can be observed around a running service: an additional subscriber at each
+// publishing peer of the service, and a client of both of its publishers. Heartbeats and log have
+// only one receiver each and cannot be observed.
 
 #pragma once
 
@@ -16,12 +16,12 @@
 
 namespace louddesk {
 
-/// One publisher.
+/// A subscriber of one publisher.
 class SenderTap : public SocketReader {
  public:
-  /// Subscribes to `topics` at `endpoint`, now or as soon as somebody binds it. The subscriptions
-  /// are a character shorter than the topics: a publisher that waits for a service must not take
-  /// this one for it.
+  /// Subscribes to `topics` at `endpoint`, which may be bound later. The subscriptions are one
+  /// character shorter than the topics: a publisher that waits for the service must not mistake
+  /// this subscriber for it.
   SenderTap(Sender sender, const std::string& endpoint, const std::set<std::string>& topics);
   ~SenderTap() override;
   SenderTap(const SenderTap&) = delete;
@@ -29,10 +29,10 @@ class SenderTap : public SocketReader {
 
   Sender Of() const { return mSender; }
 
-  /// Whether the connection stands, as far as it was read.
+  /// Whether the connection is up, according to the events read so far.
   bool IsConnected() const { return mIsConnected; }
 
-  /// Messages read and not yet taken, oldest first.
+  /// Messages received and not taken yet, oldest first.
   std::deque<Frames>& Messages() { return mMessages; }
 
   std::vector<zsock_t*> Sockets() const override { return {mSocket, mMonitor}; }
@@ -45,25 +45,27 @@ class SenderTap : public SocketReader {
   Sender mSender;
   std::set<std::string> mTopics;
   zsock_t* mSocket;   // SUB, owned
-  zsock_t* mMonitor;  // tells of connections made and lost; owned
+  zsock_t* mMonitor;  // reports connections made and lost; owned
   bool mIsConnected = false;
   std::deque<Frames> mMessages;
 };
 
 class ServiceTap {
  public:
-  /// Connects to everything around the service of one meter set and cluster. Board addresses come
-  /// from the environment as for the service itself. Throws BindError when one is not an address.
+  /// Connects to all publishers around the service of one meter set and cluster. Board addresses
+  /// come from the environment, as for the service. Throws BindError if one of them is not an
+  /// address.
   ServiceTap(unsigned meterSet, unsigned cluster);
 
-  /// Those of the service's peers first, so that what the service was sent is taken before what it
-  /// answered when both have come at once.
+  /// The taps of the service's peers come first. So if a message to the service and its answer
+  /// arrive together, the message is taken first.
   std::deque<SenderTap>& Taps() { return mTaps; }
 
-  /// Waits until something arrives, a signal comes or `patience` ends, and reads it.
+  /// Waits until something arrives, a signal comes or `patience` is over, and reads what has
+  /// arrived.
   void Wait(Patience patience);
 
-  /// The publishers without a connection, for people; empty when all are connected.
+  /// The names of the publishers without a connection, for the user; empty when all are connected.
   std::string MissingText() const;
 
  private:

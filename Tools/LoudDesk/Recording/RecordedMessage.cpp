@@ -9,7 +9,7 @@
 namespace louddesk {
 namespace {
 
-// By the numbers of the senders from 1 on.
+// In the order of the numbers of the senders, from 1.
 constexpr const char* kSenderNames[] = {
     "process monitor",  "hardware manager", "main application server", "optical application server",
     "signal processor", "data publisher",   "state publisher"};

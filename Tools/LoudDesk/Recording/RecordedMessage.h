@@ -1,4 +1,4 @@
-// What a recording consists of. Docs/RECORDING.md describes the file.
+// The contents of a recording. Docs/RECORDING.md describes the file.
 
 #pragma once
 
@@ -10,8 +10,8 @@
 
 namespace louddesk {
 
-/// Who sent a message: a peer of the service, or one of the service's own publishers. The numbers
-/// are those of the file.
+/// The sender of a message: a peer of the service, or one of the service's own publishers. The
+/// numbers are stored in the file.
 enum class Sender : std::uint8_t {
   kProcessMonitor = 1,
   kHardwareManager,
@@ -24,15 +24,15 @@ enum class Sender : std::uint8_t {
 
 constexpr std::uint8_t kLastSender = static_cast<std::uint8_t>(Sender::kStatePublisher);
 
-/// Whether the service publishes there; otherwise it is one of its peers.
+/// Whether the sender is the service; otherwise it is one of its peers.
 constexpr bool IsOfService(Sender sender) {
   return sender >= Sender::kDataPublisher;
 }
 
-/// The sender, for people.
+/// The name of the sender, for the user.
 const char* SenderName(Sender sender);
 
-/// What stands at the beginning of a file.
+/// The head of a file.
 struct RecordingHead {
   std::uint32_t meterSet = 1;  // of the service
   std::uint32_t cluster = 1;   // of the service
@@ -45,8 +45,8 @@ struct RecordedMessage {
   std::vector<std::string> frames;  // the first one is the topic
 };
 
-/// Bytes that all frames of a message have at most, with four for the length of each. Nothing that
-/// the service takes is as long.
+/// Limit of the bytes in all frames of a message, with four more for the length of each frame. The
+/// service takes no message of this size.
 constexpr std::size_t kLargestMessage = 1 << 20;
 
 /// A recording that cannot be written or read. The text is one line for the user.

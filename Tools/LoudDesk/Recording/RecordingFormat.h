@@ -1,4 +1,4 @@
-// Bytes of a recording that writer and reader share. Docs/RECORDING.md describes the file.
+// Parts of the file format that writer and reader share. Docs/RECORDING.md describes the file.
 
 #pragma once
 
@@ -7,17 +7,17 @@
 
 namespace louddesk {
 
-/// The beginning of every recording, and the version of what follows.
+/// The first bytes of every recording. They include the version of the format.
 constexpr char kRecordingMark[] = {'L', 'O', 'U', 'D', 'R', 'E', 'C', '1'};
 
-/// In the place of a sender: the recording was ended, not cut off.
+/// Stands in place of a sender and marks the proper end of the recording.
 constexpr std::uint8_t kEndMark = 0;
 
-/// Bytes of the number before a frame that tells its size.
+/// Bytes of the size before each frame.
 constexpr std::size_t kFrameHeadSize = 4;
 
-/// Windows of the compression, as powers of two: that of the writer covers more than a minute; the
-/// reader takes what every decoder of Zstandard should support (RFC 8878, 3.1.1.1.2).
+/// Windows of the compression, as powers of two. The writer's window covers more than a minute. The
+/// reader accepts windows that every Zstandard decoder should support (RFC 8878, 3.1.1.1.2).
 constexpr int kWriterWindowLog = 19;
 constexpr int kReaderWindowLog = 23;
 

@@ -1,4 +1,4 @@
-// The disk to Zstandard, Zstandard to bytes, bytes to messages.
+// Reads the file, decompresses it and decodes the messages.
 
 #include "RecordingReader.h"
 
@@ -110,7 +110,7 @@ bool RecordingReader::TakeNumber(Number& number) {
   return true;
 }
 
-// In pieces: memory grows with what there is, not with what the file claims.
+// Reads in pieces, so that memory grows with the data and not with the size that the file claims.
 bool RecordingReader::TakeText(std::string& text, std::size_t size) {
   while (text.size() < size) {
     const std::size_t before = text.size();
@@ -136,13 +136,13 @@ bool RecordingReader::Take(void* bytes, std::size_t size) {
   return true;
 }
 
-// More plain bytes; false when the file has no more or cannot be decompressed.
+// Provides more decompressed bytes; false when the file has no more or cannot be decompressed.
 bool RecordingReader::Decompress() {
   mPlain.resize(kBytesAtOnce);
   mPlainTaken = 0;
   ZSTD_outBuffer out = {mPlain.data(), mPlain.size(), 0};
   while (out.pos == 0) {
-    // The decoder may still hold bytes for which there was no room.
+    // The decoder may still hold output that did not fit into the buffer.
     ZSTD_inBuffer in = {mInput.data(), mInput.size(), mInputTaken};
     const std::size_t result = ZSTD_decompressStream(mContext.get(), &out, &in);
     mInputTaken = in.pos;

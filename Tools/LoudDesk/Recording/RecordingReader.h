@@ -1,5 +1,5 @@
-// Reads a recording, message by message, from files that anybody may have made. Memory is bounded
-// whatever the file holds: a message has kLargestMessage bytes at most, the decoder's window 8 MiB.
+// Reads a recording message by message. The file may come from anywhere. Memory is bounded for any
+// contents: a message has at most kLargestMessage bytes, and the decoder's window at most 8 MiB.
 
 #pragma once
 
@@ -17,8 +17,8 @@ namespace louddesk {
 
 class RecordingReader {
  public:
-  /// Reads the head from `in`, which must outlive the reader. Throws RecordingError when there is
-  /// none.
+  /// Reads the head from `in`, which must outlive the reader. Throws RecordingError if there is no
+  /// valid head.
   explicit RecordingReader(std::istream& in);
   ~RecordingReader();
 
@@ -27,14 +27,14 @@ class RecordingReader {
 
   const RecordingHead& Head() const { return mHead; }
 
-  /// The next message; nothing at the end, and from then on.
+  /// The next message; nothing at the end of the recording and after it.
   std::optional<RecordedMessage> Next();
 
-  /// After the last message: what is wrong with the file's end, empty for one that was ended in
-  /// order. One line for the user.
+  /// After the last message: why the recording is cut off or damaged, one line for the user; empty
+  /// if it was ended properly.
   const std::string& Flaw() const { return mFlaw; }
 
-  /// When the recording ended, where its end is marked; otherwise the time of the last message.
+  /// The time of the end mark; without one, the time of the last message.
   std::uint64_t EndTime() const { return mEndTime; }
 
  private:
@@ -55,9 +55,9 @@ class RecordingReader {
 
   std::istream& mIn;
   std::unique_ptr<ZSTD_DCtx_s, FreeContext> mContext;
-  std::string mInput;  // compressed bytes, those before mInputTaken used up
+  std::string mInput;  // compressed bytes; those before mInputTaken are used
   std::size_t mInputTaken = 0;
-  std::string mPlain;  // decompressed bytes, those before mPlainTaken used up
+  std::string mPlain;  // decompressed bytes; those before mPlainTaken are used
   std::size_t mPlainTaken = 0;
   bool mHasEnded = false;
   RecordingHead mHead;

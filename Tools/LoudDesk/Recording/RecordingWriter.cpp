@@ -1,4 +1,4 @@
-// Messages to bytes, bytes to Zstandard, Zstandard to the disk.
+// Encodes messages, compresses them and writes the file.
 
 #include "RecordingWriter.h"
 
@@ -15,17 +15,17 @@
 namespace louddesk {
 namespace {
 
-// Costs little at ten blocks a second; higher levels gain nothing on such material.
+// Takes little time at ten blocks a second. Higher levels do not compress such data better.
 constexpr int kCompressionLevel = 9;
 
 constexpr unsigned kFlushesPerFrame = 60;
 
-// Plain bytes that are collected at most before they are handed to the compressor.
+// Uncompressed bytes collected before they go to the compressor.
 constexpr std::size_t kPlainAtOnce = 1 << 16;
 
-constexpr mode_t kFileMode = 0666;  // less the user's mask
+constexpr mode_t kFileMode = 0666;  // reduced by the user's umask
 
-// An unsigned number, the lowest byte first.
+// Appends an unsigned little-endian number.
 template <typename Number>
 void Append(std::string& bytes, Number number) {
   for (std::size_t i = 0; i < sizeof number; ++i)

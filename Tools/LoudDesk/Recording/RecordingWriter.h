@@ -1,4 +1,4 @@
-// Writes a recording so that at any moment the file can be read up to the last flush.
+// Writes a recording whose file can be read up to the last flush at any time.
 
 #pragma once
 
@@ -14,24 +14,24 @@ namespace louddesk {
 
 class RecordingWriter {
  public:
-  /// Makes the file, which must not exist yet. Throws RecordingError.
+  /// Creates the file, which must not exist yet. Throws RecordingError.
   RecordingWriter(const std::string& path, const RecordingHead& head);
 
-  /// Closes the file as it is.
+  /// Closes the file without an end mark or another flush.
   ~RecordingWriter();
 
   RecordingWriter(const RecordingWriter&) = delete;
   RecordingWriter& operator=(const RecordingWriter&) = delete;
 
-  /// Takes a message; it is in the file after the next flush. Throws RecordingError.
+  /// Adds a message; it is in the file after the next flush. Throws RecordingError.
   /// REQUIRES: FitsRecording(message.frames).
   void Write(const RecordedMessage& message);
 
-  /// From now on the file can be read up to here. Every sixtieth time the compressed frame ends
-  /// too, with a checksum. Throws RecordingError.
+  /// Makes everything written so far readable in the file. Every sixtieth flush also ends the
+  /// compressed frame, which gets a checksum. Throws RecordingError.
   void Flush();
 
-  /// Marks the end, at `time` in microseconds since the start. Throws RecordingError.
+  /// Writes the end mark with `time`, microseconds since the start. Throws RecordingError.
   void Finish(std::uint64_t time);
 
   /// Bytes in the file.
@@ -50,7 +50,7 @@ class RecordingWriter {
   std::unique_ptr<ZSTD_CCtx_s, FreeContext> mContext;
   std::string mPlain;       // not compressed yet
   std::uint64_t mSize = 0;  // bytes written
-  unsigned mFlushes = 0;    // since the compressed frame began
+  unsigned mFlushes = 0;    // since the beginning of the compressed frame
 };
 
 }  // namespace louddesk
