@@ -1,4 +1,4 @@
-// The recording on one side, the service on the other.
+// Compares a service with a recording.
 
 #include "Comparison.h"
 
@@ -15,16 +15,19 @@
 namespace louddesk {
 namespace {
 
-// More than the ten messages of an invalid source and the ticks of every pending action.
+// Limit of the messages to wait for. It is more than the ten messages of an invalid source, and
+// than the ticks that all pending actions take.
 constexpr int kEnoughMessages = 16;
 
-// A block recorded within this time before an acknowledgement is taken to have come after it.
+// If an acknowledgement was recorded within this time after a block, its tick is assumed to have
+// been before the block.
 constexpr std::uint64_t kOneMoment = 1000;  // us
 
-// Of a block and a state recorded within this time it is not known which came first.
+// If a block and a state were recorded within this time of each other, their order is not known.
 constexpr std::uint64_t kSimultaneous = 10000;  // us
 
-// Messages to the service within this time may have met its ticks in another order than here.
+// Messages to the service within this time of each other may have met its ticks in another order
+// than they do here.
 constexpr std::uint64_t kCloseTogether = 1000000;  // us
 
 bool IsRepublished(const Frames& frames) {
@@ -41,7 +44,7 @@ std::string ValueText(const std::string& frame) {
   return std::to_string(value);
 }
 
-// The frames in which two messages of loudness data differ.
+// Describes the frames in which two messages of loudness data differ.
 std::string DataDifference(const Frames& recorded, const Frames& published) {
   if (recorded.size() != published.size() || recorded.size() != kLuDataFrameCount)
     return fmt::format("{} frames, recorded {}", published.size(), recorded.size());
@@ -76,8 +79,9 @@ bool Comparison::BelongsToHeld(const RecordedMessage& message) const {
   return IsOfService(message.sender) && message.time - mHeld.front().message.time < kOneMoment;
 }
 
-// A block reaches the recorder when it reaches the service; an acknowledgement takes its way from
-// the tick to the recorder. So the tick of one recorded a moment later was over by then.
+// The recorder receives a block when the service does, but an acknowledgement only some time after
+// its tick. So if an acknowledgement was recorded a moment after a block, its tick was before the
+// block, and the block is handled last.
 void Comparison::ReleaseHeld() {
   const bool hasState = std::any_of(mHeld.begin(), mHeld.end(), [](const Numbered& held) {
     return held.message.sender == Sender::kStatePublisher && !IsRepublished(held.message.frames);
@@ -127,9 +131,9 @@ std::string Comparison::Summary() const {
 
 void Comparison::SendBlock(const RecordedMessage& block) {
   if (block.frames.front().size() > SteppedService::kLongestRawTopic)
-    return;  // the service drops it, as it does the markers of another replay
+    return;  // the service drops it, as it drops the markers of another replay
   NoteBlock();
-  // After a state, the figures before this block may have been recorded too.
+  // After a state, the figures from before this block may also have been recorded.
   if (mMayFlow)
     mIsFlowing = ReceiveFigures();
   mMayFlow = false;
@@ -138,7 +142,7 @@ void Comparison::SendBlock(const RecordedMessage& block) {
     mIsFlowing = ReceiveFigures();
 }
 
-// Waits for the figures as they are after the last message sent; false when none come.
+// Waits for the figures after the last message sent; false when none are published.
 bool Comparison::ReceiveFigures() {
   mService.ReceivePublished();
   const unsigned long before = mService.DataCount();
@@ -163,7 +167,7 @@ void Comparison::SendText(const RecordedMessage& message) {
   mIsGateOpen = mIsFlowing = mMayFlow = false;
 }
 
-// Switched on it is where the next publication was recorded.
+// Switching off takes effect at once. Switching on is delayed until the next recorded publication.
 void Comparison::SwitchReporting(const RecordedMessage& message, bool isOn) {
   mIsReporting = isOn;
   if (isOn) {
@@ -207,7 +211,7 @@ void Comparison::ExpectData(const RecordedMessage& message) {
   Fail(Place() + (published.empty() ? "did not come" : DataDifference(message.frames, published)));
 }
 
-// What came before it and was not recorded is passed over.
+// Skips and counts loudness data that was published before it but not recorded.
 bool Comparison::FindData(const Frames& frames) {
   auto& data = mService.Data();
   const auto found = std::find(data.begin(), data.end(), frames);
@@ -248,7 +252,8 @@ void Comparison::ExpectNoStates() {
   states.clear();
 }
 
-// Another action may have been carried out in between, which then is acknowledged in addition.
+// Another action may have been carried out between two messages close together, with an additional
+// acknowledgement.
 bool Comparison::IsExcused() const {
   return mTexts > 1 && mLastText - mTextBefore < kCloseTogether;
 }

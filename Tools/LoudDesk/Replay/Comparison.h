@@ -1,14 +1,17 @@
-// Plays the inputs of a recording to a running service, step by step, and compares what it
+// Plays the inputs of a recording to a running service step by step, and compares what the service
 // publishes with what was recorded.
 //
-// What the service publishes depends on how its 100 ms ticks fall between the messages that it
-// receives. Two facts make the comparison exact all the same. While reporting is off, ticks do
-// nothing, but everything is measured and taken; and a tick that does something publishes it. So
-// every message to the service is handled with reporting off, as it was recorded between two
-// publications, unless the service is at rest; where the recording has the next publication,
-// reporting is on until that has come. Loudness data that repeats itself counts once, and after
-// every block that is measured at rest the figures are waited for: the recorded ones must be among
-// them, in order. States must come exactly as recorded. Republications are not compared, nor times.
+// The published messages depend on when the service's 100 ms ticks occur between the messages that
+// it receives. Two facts still make an exact comparison possible. While reporting is off, ticks do
+// nothing, but the service measures all blocks and accepts all messages. And every tick that does
+// something publishes a message. So messages to the service are sent with reporting off, as between
+// two recorded publications; only blocks may be sent with reporting on, while nothing but loudness
+// data is published. For a recorded publication, reporting is switched on and the comparison waits
+// for it.
+//
+// Repeated loudness data counts once. After every block that is sent with reporting on, the
+// comparison waits for the service's figures. The recorded figures must be among them, in order.
+// States must be exactly as recorded. Republications and times are not compared.
 
 #pragma once
 
@@ -23,7 +26,7 @@
 
 namespace louddesk {
 
-/// What the service publishes is not what was recorded. The text is one line for the user.
+/// The service publishes something else than was recorded. The text is one line for the user.
 class Difference : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -31,17 +34,17 @@ class Difference : public std::runtime_error {
 
 class Comparison {
  public:
-  /// Compares what the service of `unit` publishes. The service must be fresh and have subscribed;
-  /// `unit` must outlive this.
+  /// Compares the service of `unit`, which must outlive this object. The service must have been
+  /// started for it and must have subscribed.
   explicit Comparison(UnitStandIn& unit) : mService(unit) {}
 
-  /// The next message of the recording. Throws Difference.
+  /// Handles the next message of the recording. Throws Difference.
   void Take(const RecordedMessage& message);
 
-  /// After the last message; `time` is the recording's end. Throws Difference.
+  /// Call after the last message; `time` is the end of the recording. Throws Difference.
   void Finish(std::uint64_t time);
 
-  /// What was compared, for the user.
+  /// How many messages were compared, for the user.
   std::string Summary() const;
 
  private:
@@ -73,27 +76,27 @@ class Comparison {
   std::string Place() const;
 
   SteppedService mService;
-  unsigned long mTaken = 0;                 // messages
-  std::vector<Numbered> mHeld;              // a block and what was published within a moment of it
-  unsigned long mNumber = 0;                // of the message being handled
+  unsigned long mTaken = 0;                 // messages taken so far
+  std::vector<Numbered> mHeld;              // a block and what the service published a moment later
+  unsigned long mNumber = 0;                // number of the message being handled
   RecordedMessage mNow;                     // that message
-  std::optional<RecordedMessage> mSwitch;   // the one that switched reporting on last
-  bool mIsReporting = false;                // as recorded
-  bool mIsGateOpen = false;                 // reporting is on here and now
-  bool mIsFlowing = false;                  // data comes, and nothing else is due
-  bool mMayFlow = false;                    // nobody has looked since the last state
-  unsigned long mTexts = 0;                 // messages to the service, blocks aside
+  std::optional<RecordedMessage> mSwitch;   // the last message that switched reporting on
+  bool mIsReporting = false;                // whether reporting was on in the recording
+  bool mIsGateOpen = false;                 // whether reporting is on in the service
+  bool mIsFlowing = false;                  // only data is published, and nothing else is due
+  bool mMayFlow = false;                    // not checked since the last state
+  unsigned long mTexts = 0;                 // messages to the service except blocks
   std::uint64_t mLastText = 0;              // recorded time of the last of them
-  std::uint64_t mTextBefore = 0;            // and of the one before
-  std::string mGone;                        // after what the service has stopped answering
-  bool mMayEnd = false;                     // because it was told to end
-  Frames mLastRecorded;                     // loudness data
-  std::optional<std::uint64_t> mLastBlock;  // recorded time
-  std::optional<std::uint64_t> mLastState;  // recorded time
-  std::string mDoubt;                       // of the order in which block and state came
+  std::uint64_t mTextBefore = 0;            // recorded time of the one before
+  std::string mGone;                        // the message after which the service stopped answering
+  bool mMayEnd = false;                     // because that message may end the service
+  Frames mLastRecorded;                     // last recorded loudness data
+  std::optional<std::uint64_t> mLastBlock;  // recorded time of the last block
+  std::optional<std::uint64_t> mLastState;  // recorded time of the last state
+  std::string mDoubt;                       // about the order of a block and a state, for the user
   unsigned long mDataCompared = 0;
   unsigned long mStatesCompared = 0;
-  unsigned long mPassedOver = 0;  // loudness data between what was recorded
+  unsigned long mPassedOver = 0;  // loudness data that was not recorded
 };
 
 }  // namespace louddesk

@@ -1,4 +1,4 @@
-// Lines of JSON.
+// Formats messages as JSON.
 
 #include "RecordingList.h"
 

@@ -1,4 +1,4 @@
-// Recorded messages as lines of JSON. Stateless.
+// Recorded messages as JSON, one per line. Stateless.
 
 #pragma once
 
@@ -8,9 +8,9 @@
 
 namespace louddesk {
 
-/// One message, on one line: its number from 1 on, time in seconds, sender, topic, and the other
-/// frames as "frames": texts where they are UTF-8, those of raw blocks and loudness data as
-/// hexadecimal digits. Loudness data of the usual form has its values under "figures" instead.
+/// A message as one line: its number from 1, time in seconds, sender, topic, and the other frames
+/// as "frames". Frames that are UTF-8 are texts; frames of raw blocks and loudness data are
+/// hexadecimal digits. Loudness data of the usual form has its values as "figures" instead.
 std::string MessageLine(unsigned long number, const RecordedMessage& message);
 
 }  // namespace louddesk

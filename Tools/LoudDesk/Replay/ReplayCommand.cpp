@@ -1,4 +1,4 @@
-// `LoudDesk replay`: command line, the list, and the play in real time.
+// `LoudDesk replay`: the command line, the list, and playing in real time.
 
 #include "ReplayCommand.h"
 
@@ -33,7 +33,7 @@ constexpr double kSlowestSpeed = 0.01;
 constexpr double kFastestSpeed = 1000;
 constexpr double kLongestWait = 3600;  // s
 
-// The status by which a script tells a difference from a replay that could not be made.
+// The exit status for a difference, which scripts can distinguish from a failed replay.
 constexpr int kDifferent = 3;
 
 constexpr char kFooter[] =
@@ -67,17 +67,17 @@ struct ReplayOptions {
   std::string path;
   bool isListing = false;
   bool isComparing = false;
-  double speed = 1.0;  // times real time
-  double wait = 10.0;  // s, for the service
+  double speed = 1.0;  // multiple of real time
+  double wait = 10.0;  // how long to wait for the service, s
 };
 
-// Plays in the time of the recording, and shows the figures that come.
+// Plays at the recorded times, scaled by the speed, and shows the service's figures.
 class TimedPlay {
  public:
   TimedPlay(UnitStandIn& unit, double speed)
       : mUnit(unit), mSpeed(speed), mLine(std::cout, ColumnsOf(STDOUT_FILENO)) {}
 
-  // Sends a message when it is due; those of the service are passed over.
+  // Sends a message when it is due; messages of the service are skipped.
   void Take(const RecordedMessage& message) {
     if (IsOfService(message.sender))
       return;
@@ -104,7 +104,7 @@ class TimedPlay {
   unsigned long mSent = 0;
 };
 
-// Gives every message to `take` until the recording or the user ends it.
+// Passes every message to `take` until the recording is over or the user ends it.
 template <typename TakeMessage>
 void ForEachMessage(RecordingReader& recording, Complaints& complaints, TakeMessage take) {
   while (zsys_interrupted == 0) {
@@ -165,7 +165,7 @@ int Replay(const ReplayOptions& options) {
     else
       PlayToService(options, recording, complaints);
   } catch (const Difference& difference) {
-    // Nothing more is waited for after an interrupt, so that everything seems to be missing.
+    // After an interrupt, nothing is waited for, so everything seems to be missing.
     if (zsys_interrupted == 0) {
       complaints.Note(difference.what());
       return kDifferent;

@@ -1,4 +1,4 @@
-// `LoudDesk replay`: a recording, listed, played to a service, or compared with what one publishes.
+// `LoudDesk replay`: lists a recording, plays it to a service, or compares a service with it.
 
 #pragma once
 

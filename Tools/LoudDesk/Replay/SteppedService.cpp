@@ -1,4 +1,4 @@
-// Markers, queues and heartbeats.
+// Handles markers, queues and heartbeats.
 
 #include "SteppedService.h"
 
@@ -13,12 +13,13 @@ namespace {
 constexpr Patience kAnswerPatience{10000};
 constexpr Patience kAttention{5};
 
-// A service that says nothing at all in this time hangs.
+// A service from which nothing comes in this time hangs.
 constexpr std::chrono::seconds kHeartbeatPatience{15};
 
 constexpr int kBeatsOfSilence = 2;
 
-// Sizes of markers among raw blocks, so that the last of them can be told from those before.
+// Number of different sizes of markers among raw blocks. The size distinguishes a marker from
+// earlier ones.
 constexpr unsigned kMarkerSizes = 1000;
 
 bool BeginsWith(const std::string& text, const std::string& beginning) {
@@ -69,7 +70,7 @@ bool SteppedService::PassMarker(Peer peer) {
     mUnit.SendFrames(peer, {topic});
     return AwaitWarning("topic of " + std::to_string(size) + " bytes");
   }
-  // Unlike any marker of another replay that may be in the recording.
+  // Differs from the markers of other replays, which the recording may contain.
   const std::string topic = std::string(kAppLoudnessCommandTopic) + "-replay-" +
                             std::to_string(getpid()) + "-" + std::to_string(mMarkers);
   mUnit.SendFrames(peer, {topic});

@@ -1,13 +1,13 @@
-// A running service led step by step: every message sent to it is known to be handled before the
-// next one goes out, and whether it published something afterwards is known without a guess at
-// times.
+// Drives a running service step by step. Each message is known to be handled before the next one is
+// sent, and it is known without guessing times whether the service then published something.
 //
-// Known how: the service logs a warning for a topic that it does not handle. A marker with such a
-// topic, sent behind a message on the same connection, is read behind it, and its warning at the
-// log sink tells that the message was handled. When a second marker has been answered too, all that
-// the service published before the first answer has been received here: both sides read and write
-// in order. That the service has nothing more to say is seen from two of its heartbeats, between
-// which lie several of its 100 ms ticks.
+// The service logs a warning for a topic that it does not handle. A marker with such a topic is
+// sent after a message on the same connection, and the service reads it after the message. So when
+// the marker's warning arrives at the log sink, the message has been handled. When the warning of a
+// second marker has arrived, everything that the service published before the first warning has
+// been received, because both sides read and write in order. If two heartbeats come and nothing
+// else, the service has nothing more to publish, because several of its 100 ms ticks lie between
+// the heartbeats.
 
 #pragma once
 
@@ -19,36 +19,38 @@
 
 namespace louddesk {
 
-/// The peer in whose place a recorded message is sent. REQUIRES: it is not one of the service.
+/// The peer that sends a recorded message. REQUIRES: the sender is not the service.
 Peer PeerOf(Sender sender);
 
 class SteppedService {
  public:
-  /// The service drops topics of raw blocks beyond this size; markers among the blocks have such.
+  /// The service drops raw blocks with longer topics. The topics of markers among the blocks are
+  /// longer.
   static constexpr std::size_t kLongestRawTopic = 4096;
 
-  /// Leads the service of `unit`, which must outlive it and have all peers open.
+  /// Drives the service of `unit`, which must outlive this object and have all endpoints of its
+  /// peers open.
   explicit SteppedService(UnitStandIn& unit) : mUnit(unit) {}
 
-  /// Sends messages of one peer in a row and waits until all are handled. False when the service no
-  /// longer answers.
+  /// Sends messages of one peer in sequence and waits until all are handled. False when the service
+  /// no longer answers.
   bool SendAll(Peer peer, const std::vector<Frames>& messages);
 
-  /// Everything published before the last call of SendAll returned is in the queues on return; what
-  /// comes after that was published later. False when the service no longer answers.
+  /// On return, the queues contain everything published before the last call of SendAll returned.
+  /// Messages received afterwards were published later. False when the service no longer answers.
   bool ReceivePublished();
 
-  /// Waits for the next message that is published, republications aside. False when the service has
-  /// nothing to say.
+  /// Waits for the next published message; republications do not count. False when the service has
+  /// nothing to publish.
   bool AwaitPublished();
 
-  /// Messages received and not yet taken, oldest first. Of loudness data each is different from the
-  /// one before; among states are no republications.
+  /// Messages received and not taken yet, oldest first. Repetitions of loudness data and
+  /// republications of states are left out.
   std::deque<Frames>& Data() { return mData; }
-  const Frames& LastData() const { return mLastData; }  // taken or not; empty: none yet
+  const Frames& LastData() const { return mLastData; }  // taken or not; empty if there was none
   std::deque<Frames>& States() { return mStates; }
 
-  /// Messages of loudness data received so far, repetitions too.
+  /// Number of messages of loudness data received so far, including repetitions.
   unsigned long DataCount() const { return mDataCount; }
 
  private:
