@@ -15,35 +15,35 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr mode_t kUsualMode = 0666;  // less what the user's mask takes away
+constexpr mode_t kUsualMode = 0666;  // reduced by the user's umask
 
 std::string LastError() {
   return std::strerror(errno);
 }
 
-// The file of a link, not the link: that is what is replaced. A name whose links cannot be
-// followed stays as it is and fails when it is opened.
+// Follows links, because the file is replaced and not the link. If links cannot be followed, the
+// path stays unchanged and cannot be opened later.
 fs::path Resolved(const std::string& path) {
   std::error_code error;
   const fs::path resolved = fs::weakly_canonical(path, error);
   return error ? fs::path(path) : resolved;
 }
 
-// A name of its own for each, as several may lie in one directory at the same time.
+// A unique name, because several drafts may be in one directory at the same time.
 std::string DraftOf(const fs::path& place) {
   static int drafts = 0;
   return place.parent_path() /
          (".LoudDesk-" + std::to_string(getpid()) + "-" + std::to_string(++drafts) + ".part");
 }
 
-// A file without a name, of which a killed program leaves nothing; -1 where the file system has
-// none.
+// Opens a file without a name, which leaves nothing behind if the program is killed; -1 if the file
+// system does not support this.
 int OpenUnnamed(const fs::path& directory) {
   return open(directory.empty() ? "." : directory.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC,
               kUsualMode);
 }
 
-// Why what lies at the place must stay; empty when nothing does.
+// Why an existing file must not be replaced; empty if it may be or if there is none.
 std::string WhyNotReplaced(const std::string& place) {
   struct stat earlier {};
   if (stat(place.c_str(), &earlier) != 0)

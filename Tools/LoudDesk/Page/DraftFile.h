@@ -1,5 +1,6 @@
-// A file that takes its place whole, or not at all: it is written beside it, without a name where
-// the file system can, and moved there. Until then an earlier file of that name stays as it is.
+// Writes a file completely or not at all. The draft is written beside the final path, without a
+// name if the file system supports it, and moved there at the end. Until then an existing file at
+// the path stays unchanged.
 
 #pragma once
 
@@ -7,31 +8,30 @@
 
 namespace louddesk {
 
-/// Why no file can take the place of `path`, for example "No such file or directory"; empty when
-/// one can. Tells before hours of work whether it can be kept, and leaves everything as it is.
+/// Why no file can be written to `path`, for example "No such file or directory"; empty if one can.
+/// Called before long work whose result is to be written there. Changes nothing.
 std::string WhyNotWritable(const std::string& path);
 
 class DraftFile {
  public:
-  /// Opens a draft beside the place; a link is followed to its file. Where that fails, so does
-  /// everything that follows.
+  /// Opens a draft beside `path`; links are followed. If this fails, all later calls fail too.
   explicit DraftFile(const std::string& path);
 
-  /// Removes the draft unless it has taken its place.
+  /// Removes the draft unless it was moved to its place.
   ~DraftFile();
 
   DraftFile(const DraftFile&) = delete;
   DraftFile& operator=(const DraftFile&) = delete;
 
-  /// Why anything has failed so far; empty when nothing has.
+  /// Reason of the first failure; empty if nothing failed.
   const std::string& Fault() const { return mFault; }
 
-  /// Adds to the draft. After a failure nothing is added any more.
+  /// Appends to the draft. Does nothing after a failure.
   void Write(const std::string& text);
 
-  /// Moves the draft to its place, on the disk before its name is: after a power cut there is
-  /// either file, and no empty one. The last call. Returns why anything failed; empty when nothing
-  /// did.
+  /// Moves the draft to its place. Its contents are flushed to the disk first, so after a power cut
+  /// the path leads to the old file or the complete new one. No calls may follow. Returns the
+  /// reason of the first failure; empty if nothing failed.
   std::string TakePlace();
 
  private:
@@ -40,9 +40,9 @@ class DraftFile {
   std::string mPlace;
   std::string mPath;
   int mFile = -1;
-  bool mHasName = false;  // the draft, in its directory
+  bool mHasName = false;  // the draft has a name in its directory
   bool mIsKept = false;
-  std::string mFault;  // the first one
+  std::string mFault;  // reason of the first failure
 };
 
 }  // namespace louddesk

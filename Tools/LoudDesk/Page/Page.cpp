@@ -10,7 +10,7 @@
 namespace louddesk {
 namespace {
 
-// The policy holds every browser to it that nothing is fetched or run.
+// The policy forbids browsers to fetch or run anything.
 constexpr char kHead[] =
     "<!DOCTYPE html>\n"
     "<html xmlns=\"http://www.w3.org/1999/xhtml\" lang=\"en\">\n<head>\n"

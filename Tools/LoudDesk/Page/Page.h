@@ -1,6 +1,5 @@
-// What the pages of this tool have in common: their head, the style sheet and the marks of their
-// verdicts. A page is HTML that is well-formed XML too, without scripts or anything to fetch.
-// Stateless.
+// Common parts of the tool's pages: head, style sheet and badges of verdicts. A page is HTML that
+// is also well-formed XML, without scripts or external resources. Stateless.
 
 #pragma once
 
@@ -8,10 +7,10 @@
 
 namespace louddesk {
 
-/// What a page is made of. Contents and footer are elements, the others plain text.
+/// The parts of a page. Contents and footer are HTML elements; the others are plain text.
 struct PageParts {
-  std::string title;     // of the browser's window
-  std::string heading;   // over the page
+  std::string title;     // in the title of the browser's window
+  std::string heading;   // at the top of the page
   std::string lead;      // what the page is about, below the heading
   std::string contents;  // sections and tables
   std::string footer;    // paragraphs
@@ -20,22 +19,22 @@ struct PageParts {
 /// The whole page.
 std::string Page(const PageParts& parts);
 
-/// How something was judged.
+/// The result of a judgement.
 enum class Badge {
   kGood,
-  kNoted,  // not as asked for, and known to be so
+  kNoted,  // a known and accepted deviation
   kBad,
   kNone,  // nothing to judge
 };
 
-/// A word with a sign beside it for the quick eye.
+/// A word with a sign that can be seen at a glance.
 std::string BadgeText(Badge badge, const std::string& word);
 
-/// The name of the badge in the style sheet: "pass", "noted", "fail" or "none".
+/// The class of the badge in the style sheet: "pass", "noted", "fail" or "none".
 const char* StyleFor(Badge badge);
 
-/// `text` escaped, in an element of its own: it may run from right to left, what stands around it
-/// does not.
+/// `text` escaped in a separate element, because it may run from right to left while the text
+/// around it does not.
 std::string Isolated(const std::string& text);
 
 }  // namespace louddesk

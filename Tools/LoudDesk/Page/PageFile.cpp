@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kReport[] = "the report";
 
-// A name has something before its ending.
+// A name that is only an ending is refused.
 std::string CheckEnding(const std::string& path, const std::string& what,
                         const std::string& ending) {
   const std::size_t name = path.size() - std::min(path.size(), ending.size());

@@ -1,4 +1,4 @@
-// The file that a page is written to: whole, or not at all. Stateless.
+// Writes pages to files, completely or not at all. Stateless.
 
 #pragma once
 
@@ -8,28 +8,28 @@
 
 namespace louddesk {
 
-/// What is wrong with the name of a page, for a check of the command line; empty when nothing is. A
-/// page takes the place of the file of its name, so a name that audio may have is refused.
+/// What is wrong with the name of a page, for the check of the command line; empty if nothing is.
+/// The page replaces a file of that name, so names that an audio file may have are refused.
 std::string CheckPageName(const std::string& path);
 
-/// The same for a table of comma-separated values.
+/// The same check for a table of comma-separated values.
 std::string CheckCsvName(const std::string& path);
 
-/// Writes a page. Until it lies there whole, an earlier page of that name stays as it is. Returns
-/// why it failed, and leaves nothing behind then; empty when it did not fail.
+/// Writes a page. Until it is complete, an existing page of that name stays unchanged. Returns the
+/// reason of a failure, which leaves nothing behind; empty on success.
 std::string WritePage(const std::string& path, const std::string& page);
 
-/// Complains when no file can be written to `path`, which is to become `what`: "the report"; an
-/// empty path means that none is wanted. Returns whether all is well.
+/// Complains if no file can be written to `path`. `what` names its contents: "the report". Nothing
+/// is checked if `path` is empty. Returns whether there was no complaint.
 bool CheckWritable(Complaints& complaints, const std::string& path, const std::string& what);
 
-/// The same for a page.
+/// The same check for a page.
 bool CheckReport(Complaints& complaints, const std::string& path);
 
-/// Writes a page, unless `path` is empty, and complains when that fails.
+/// Writes a page unless `path` is empty, and complains if that fails.
 void WriteReport(Complaints& complaints, const std::string& path, const std::string& page);
 
-/// Complains that `what` could not be written to `path`, unless the reason is empty.
+/// Complains that `what` could not be written to `path`, unless `reason` is empty.
 void ComplainUnwritten(Complaints& complaints, const std::string& path, const std::string& what,
                        const std::string& reason);
 

@@ -1,10 +1,10 @@
-// Looks of the report's page.
+// The style sheet of the pages.
 
 #pragma once
 
 namespace louddesk {
 
-/// The style sheet, ReportStyle.css.
+/// The contents of ReportStyle.css.
 extern const char kReportStyle[];
 
 }  // namespace louddesk
