@@ -1,11 +1,11 @@
 #!/bin/bash
-# Run in a clean root in which no systemd runs: the packages from their installation to their purge, and the
-# service and the gate started by hand.
+# Runs in a clean root without systemd: installs the packages, starts the service and the gate by
+# hand, upgrades and purges the packages.
 set -euo pipefail
 cd /test
 export LOUDCALC_MAIN_BOARD_ADDRESS=127.0.0.1 LOUDCALC_OPTICAL_BOARD_ADDRESS=127.0.0.2
 export DEBIAN_FRONTEND=noninteractive
-mount -n -t tmpfs none /run  # writes no table of mounts into it
+mount -n -t tmpfs none /run  # -n: no table of mounts is written to /run
 
 . ./inside-common.sh
 
@@ -15,7 +15,7 @@ fail() {
   exit 1
 }
 
-# Arguments: what ends by SIGTERM, its process.
+# Arguments: the name of what SIGTERM ends, its process.
 expect_orderly_end() {
   local status=0
   kill -TERM "$2"
@@ -28,7 +28,8 @@ expect "version" "$(LoudDesk --version)" "LoudDesk $(dpkg-query -W -f '${Version
 expect "version" "$(LoudGate --version)" "LoudGate $(dpkg-query -W -f '${Version}' loudcalc-gate)"
 expect "rights of the directory" "$(stat -c '%a %U:%G' /run/shm/mq)" "2770 root:loudcalc-peers"
 
-# The recording's highest true peak, by the engine alone, through the service, over HTTP and in the record.
+# The recording's highest true peak is the same from the engine alone, through the service, over
+# HTTP and in the record.
 /usr/libexec/loudcalc/start 1 >service.log 2>&1 &
 service=$!
 mkdir -p /var/lib/loudgate  # as systemd would
@@ -42,7 +43,7 @@ expect_orderly_end "the gate" "$gate"
 expect_closed_record
 expect_orderly_end "the service" "$service"
 
-# An upgrade keeps the settings, whether or not those of the new version differ; so does a removal.
+# An upgrade keeps the settings, even if those of the new version differ. A removal also keeps them.
 echo "LOUDCALC_OPTIONS=-i eth7" >>/etc/default/loudcalc
 echo "LOUDGATE_OPTIONS=--name station.example" >>/etc/default/loudcalc-gate
 settings() { cat /etc/default/loudcalc /etc/default/loudcalc-gate | sha256sum; }
@@ -62,7 +63,7 @@ done
 expect "settings after the removal" "$(settings)" "$before"
 expect "record after the removal" "$(sha256sum /var/lib/loudgate/*)" "$record"
 
-# The files of the peers stay.
+# The peers' files would keep the purge from removing their directory.
 rm -f /run/shm/mq/hwmProbeLuRawDataPub-1.ipc /run/shm/mq/loggerSinkMq.ipc
 quietly dpkg --purge loudcalc loudcalc-desk loudcalc-gate
 [ -z "$(ls /etc/default/loudcalc* 2>/dev/null)" ] || fail "the settings are still there"

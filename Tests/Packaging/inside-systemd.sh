@@ -1,5 +1,5 @@
 #!/bin/bash
-# Run by systemd in a clean root that was booted: what the units of the packages promise.
+# Run by systemd in a booted clean root: checks what the packages' units promise.
 set -euo pipefail
 cd /test
 export DEBIAN_FRONTEND=noninteractive
@@ -12,7 +12,7 @@ fail() {
 }
 of_unit() { systemctl show --value -p "$1" "${2:-loudcalc@1}"; }
 
-# Arguments: how often so far, its process before, the unit.
+# Arguments: expected number of restarts, the process before, the unit.
 restarted() {
   [ "$(of_unit NRestarts "${3:-}")" = "$1" ] && [ "$(of_unit SubState "${3:-}")" = running ] &&
     [ "$(of_unit MainPID "${3:-}")" != "$2" ]
@@ -26,7 +26,7 @@ LOUDCALC_MAIN_BOARD_ADDRESS=127.0.0.1
 LOUDCALC_OPTICAL_BOARD_ADDRESS=127.0.0.2
 END
 
-# The start returns once the service has said that it is ready, which its type waits for.
+# With `Type=notify` the start returns when the service has reported that it is ready.
 quietly systemctl enable --now loudcalc@1 loudcalc@2-1
 expect "type" "$(of_unit Type)" notify
 expect "state" "$(of_unit SubState)" running
@@ -35,8 +35,8 @@ expect "command line of loudcalc@2-1" "$(tr '\0' ' ' </proc/"$(of_unit MainPID l
   "/usr/bin/LoudCalc -s 1 -m 2 -c 1 "
 echo "Ready notification, and instances by name."
 
-# A user of its own while it runs, no privileges, a filter of system calls, and nothing that it may write to. Arguments:
-# the process, folders beside those of the system.
+# Expects a dynamic user, no privileges, a filter of system calls, and a read-only system.
+# Arguments: the process, folders that must be read-only too.
 expect_hardened() {
   local process=$1 user peers folder said
   shift
@@ -65,12 +65,12 @@ for publisher in Data State; do
 done
 echo "DynamicUser, rights, and a system that is read-only but for the sockets."
 
-# The peers' sockets are for the group too.
+# The peers' sockets are open to the group too.
 export LOUDCALC_MAIN_BOARD_ADDRESS=127.0.0.1 LOUDCALC_OPTICAL_BOARD_ADDRESS=127.0.0.2
 measure_through_service
 echo "A recording measured."
 
-# The gate runs since its installation.
+# The installation has started the gate.
 expect "type of the gate" "$(of_unit Type loudgate)" notify
 expect "state of the gate" "$(of_unit SubState loudgate)" running
 gate=$(of_unit MainPID loudgate)
@@ -89,7 +89,7 @@ kill -KILL "$second"
 within 20 "restart after a kill" restarted 2 "$second"
 echo "Restart by the watchdog after SIGSTOP, and after SIGKILL."
 
-# A service that was started again publishes once it is told to.
+# A service that was started again publishes after reporting is enabled.
 measure_through_service
 expect_figure_over_http 8128
 within 10 "restarts of the service over HTTP" gate_says 8128 /api/clusters '"Name":"1-1".*"Restarts":[1-9]'
@@ -109,7 +109,7 @@ within 20 "seconds in the record after a kill" more_seconds_than "$recorded"
 echo "The gate outlives the service, takes its settings, and is restarted by the watchdog."
 echo "SIGTERM closes the record; it goes on after a start, and after a kill."
 
-# What the manual says of commands, word for word.
+# The commands of the manual, word for word.
 manual() { sed -nE '/^[^ ].*only root can read:$/,/^[^ ]/s/^    (.*)/\1/p' OPERATIONS.md; }
 [ "$(manual | wc -l)" -ge 3 ] || fail "OPERATIONS.md does not say how the gate gets its token"
 order() {
@@ -136,7 +136,7 @@ within 10 "what it has caused" gate_says 8128 /api/clusters '"Name":"1-1",.*"Sta
 ! journalctl --no-pager | grep -qF "$(cat /etc/loudgate/token)" || fail "the journal has the token"
 echo "Commands over HTTP by the token that the unit hands over as the manual says, and by no other."
 
-# If it took too long, systemd would kill it and say so.
+# If stopping took too long, systemd would kill the process and report it.
 for unit in loudcalc@1 loudgate; do
   systemctl stop $unit
   expect "state of $unit after SIGTERM" "$(of_unit SubState $unit)" dead
@@ -166,7 +166,7 @@ echo "Upgrade: the settings and the record kept, the instances started again."
 
 ! journalctl --no-pager -b | grep -E 'loud(calc|gate).*(Unknown|ignoring)' || fail "systemd has something to say of the files"
 
-# The files of the peers stay.
+# The peers' files would keep the purge from removing their directory.
 rm -f /run/shm/mq/hwmProbeLuRawDataPub-1.ipc /run/shm/mq/loggerSinkMq.ipc
 quietly dpkg --purge loudcalc loudcalc-desk loudcalc-gate
 for unit in loudcalc@1 loudgate; do

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the packages in a clean Debian root, without systemd and under one that is booted there, runs them
-# and removes them. Needs root. Usage: packages.sh SOURCES ARCHITECTURE
+# Installs the packages in a clean Debian root, runs them and removes them, first without systemd
+# and then in a booted container with it. Needs root. Usage: packages.sh SOURCES ARCHITECTURE
 set -euo pipefail
 sources=$1
 architecture=$2
@@ -27,7 +27,7 @@ leave_out() {
   exit 0
 }
 
-# Programs for the board's processor run in QEMU, which must be registered with the kernel.
+# QEMU runs programs for the board's processor. It must be registered with the kernel.
 let_emulator_run() {
   if [ ! -e "$formats/register" ]; then
     mount -t binfmt_misc none "$formats" ||
@@ -40,7 +40,8 @@ let_emulator_run() {
   fi
 }
 
-# Debian's minimal system with what the packages depend on, a reader for the gate, and what the manual's commands need.
+# Debian's minimal system with the packages' dependencies, curl to read from the gate, and the
+# programs that the manual's commands need.
 make_root() {
   local needed= package
   for package in "$packages"/loudcalc{,-desk,-gate}_*"_$architecture.deb"; do
@@ -52,7 +53,8 @@ make_root() {
     { cat "$place/log"; fail "no clean root"; }
 }
 
-# The packages, the same with a higher version and another settings file, and a recording.
+# Copies the packages, the same packages with a higher version and changed settings files, and a
+# recording.
 put_in() {
   local package settings
   mkdir -p "$1/test/newer"
@@ -69,7 +71,7 @@ put_in() {
   done
 }
 
-# In namespaces of its own the service's addresses are free.
+# Separate namespaces keep the service's addresses free.
 in_root() {
   unshare --net --mount --pid --fork --mount-proc="$place/$1/proc" sh -c \
     'ip link set lo up && mount --bind /dev "$0/dev" && exec chroot "$0" "$@"' "$place/$1" "${@:2}"

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Makes the packages in two folders of different names, one of them without git, and compares the bytes; asks
-# lintian; looks for the protections of a release in their programs, and for the folders. The packages of the
-# first are left in SOURCES/build/packages. Usage: reproducible.sh SOURCES ARCHITECTURE
+# Makes the packages in two folders with different names, one of them without git, and compares them
+# byte by byte. Then runs lintian, and checks the programs for a release's hardening and for paths
+# of the folders. The packages of the first folder remain in SOURCES/build/packages. Usage:
+# reproducible.sh SOURCES ARCHITECTURE
 set -euo pipefail
 sources=$1
 architecture=$2
@@ -35,6 +36,6 @@ for program in LoudCalc LoudDesk LoudGate; do
     "$here/hardening.sh" readelf "$place/unpacked/usr/bin/$program" "$folder"
   done
 done
-# An assertion names a file of the project, the same in every build.
+# An assertion names a file of the project, with the same path in every build.
 grep -qaP '\x00LoudCalc/ReactorMain\.cpp\x00' "$place/unpacked/usr/bin/LoudCalc" || fail "assertions name other files"
 echo "The packages for $architecture are the same bytes from two folders, and lintian reports no error or warning."
