@@ -1,5 +1,4 @@
-// Routes of the JSON, and the events of the streams. A stream's key is the name of its cluster, or
-// that of all.
+// The JSON routes, and the events of the streams. A stream's key is its cluster's name, or kAllKey.
 
 #include "ClusterApi.h"
 

@@ -1,4 +1,4 @@
-// What programs read: the clusters as JSON, and a stream of it.
+// The interface for programs: the clusters as JSON, and as a stream of events.
 
 #pragma once
 
@@ -16,15 +16,15 @@ class ClusterApi {
   /// Answers /api/clusters, /api/clusters/NAME and /api/stream. The board must outlive the routes.
   ClusterApi(const ClusterBoard& board, Routes& routes);
 
-  /// Sends every stream what is new, and at least one event a second. To be called ten times a
-  /// second.
+  /// Sends each stream its document when it has changed, and at least once a second. Call it ten
+  /// times a second.
   void Publish(HttpServer& server, Moment now);
 
  private:
   HttpAnswer AnswerOne(const HttpRequest& request) const;
   HttpAnswer AnswerStream(const HttpRequest& request) const;
 
-  // What a stream was last sent.
+  // What a stream was sent last.
   struct Sent {
     std::uint64_t revision = 0;
     std::chrono::steady_clock::time_point time;
@@ -34,7 +34,7 @@ class ClusterApi {
   std::string DocumentOf(const std::string& key, Moment now) const;
 
   const ClusterBoard& mBoard;
-  std::map<std::string, Sent> mSent;  // by the key of a stream
+  std::map<std::string, Sent> mSent;  // by stream key
 };
 
 }  // namespace loudgate

@@ -1,4 +1,4 @@
-// The members of the documents. What a loudness message says has the names of
+// The members of the documents. The figures of a loudness message have the same names as in
 // `LoudDesk watch --format json`.
 
 #include "ClusterDocuments.h"

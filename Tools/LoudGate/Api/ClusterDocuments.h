@@ -9,13 +9,13 @@
 
 namespace loudgate {
 
-/// All that is shown of one cluster ten times a second, as Docs/PROTOCOL.md describes it.
+/// The state and figures of one cluster. Docs/PROTOCOL.md describes the members.
 std::string ClusterDocument(const Cluster& cluster, Moment now);
 
-/// The same of several, and the moment.
+/// The documents of several clusters, with the current time.
 std::string ClustersDocument(const std::vector<const Cluster*>& clusters, Moment now);
 
-/// The same of one, with its history and its acknowledgements.
+/// The document of one cluster, with its history, its histogram and its acknowledgements.
 std::string ClusterDetailsDocument(const Cluster& cluster, Moment now);
 
 }  // namespace loudgate

@@ -1,4 +1,4 @@
-// What is counted of a cluster besides the model of its messages.
+// Counts, peaks and readings that the model of the messages does not hold.
 
 #include "Cluster.h"
 
@@ -23,12 +23,13 @@ bool Cluster::IsKnown(Moment now) const {
 void Cluster::TakeConnection(bool isConnected, unsigned connections) {
   mCounts.restarts += connections;
   if (connections > 0 && !mWasConnected)
-    --mCounts.restarts;  // the first one found the service running
+    --mCounts.restarts;  // the first connection is not a restart
   mWasConnected = mWasConnected || connections > 0;
   mModel.SetConnected(isConnected);
 }
 
-// An acknowledgement may arrive after the data that it is about: what was not running owes none.
+// An acknowledgement may arrive after the data that it allows. Therefore no gap is counted after a
+// message without a measurement, or of a stopped one.
 bool Cluster::IsGap(const louddesk::LoudnessMessage& message) const {
   return mLast && !mIsAnswered && message.time - mLast->time >= kGapAfter &&
          mLast->command != LU_CMD_NONE && mLast->command != LU_CMD_STOP;
@@ -52,8 +53,8 @@ bool Cluster::TakeData(const louddesk::LoudnessMessage& message, Moment now) {
   return true;
 }
 
-// In a pause the figures are those of its beginning. A service whose blocks have stopped publishes
-// its last figures for ever; that they are repeats is known only after a while.
+// A paused service repeats the figures from the beginning of the pause. A service that gets no more
+// blocks repeats its last figures too, but those are recognised as repeats only after a while.
 void Cluster::TakeReading(const louddesk::LoudnessMessage& message) {
   const bool isRunning = message.command == LU_CMD_START || message.command == LU_CMD_PLAY;
   if (!isRunning || message.validSource == 0)

@@ -1,4 +1,4 @@
-// One cluster of the board: what its service has published. Knows no sockets and no clock.
+// One cluster of the board: what its service has published. Uses no sockets and no clock.
 
 #pragma once
 
@@ -15,7 +15,7 @@
 
 namespace loudgate {
 
-/// A moment by the clock that never jumps, for ages, and by the wall, for people.
+/// A point in time on two clocks: the steady one for ages, the wall clock for display.
 struct Moment {
   std::chrono::steady_clock::time_point steady;
   louddesk::WallTime wall;
@@ -23,20 +23,20 @@ struct Moment {
   static Moment Now();
 };
 
-/// What has happened since the gate saw the cluster first.
+/// Counts since the gate first saw the cluster.
 struct ClusterCounts {
-  std::uint64_t messages = 0;   // of loudness data, well-formed
-  std::uint64_t malformed = 0;  // of loudness data, of an unknown form
-  std::uint64_t gaps = 0;       // times that data came late though nothing was acknowledged
+  std::uint64_t messages = 0;   // well-formed loudness messages
+  std::uint64_t malformed = 0;  // loudness messages of an unknown form
+  std::uint64_t gaps = 0;       // times that data came late without an acknowledgement
   std::uint64_t restarts = 0;   // of the service
-  std::uint64_t answers = 0;    // acknowledgements and configurations, republished ones aside
+  std::uint64_t answers = 0;    // acknowledgements and configurations, without republished ones
 };
 
-/// Data comes every 100 ms. Data that comes so long after the last, with no acknowledgement in
-/// between that says why, has left a gap.
+/// Data comes every 100 ms. A longer interval than this between two messages, without an
+/// acknowledgement to explain it, counts as a gap.
 constexpr std::chrono::milliseconds kGapAfter{500};
 
-/// How far back the recent true peak reaches at least, and at most twice as far.
+/// The recent true peak covers at least this time, and at most twice as much.
 constexpr std::chrono::seconds kRecent{30};
 
 class Cluster {
@@ -45,7 +45,7 @@ class Cluster {
 
   const louddesk::ServicePlace& Place() const { return mPlace; }
 
-  /// Meter set and cluster: "1-3".
+  /// Meter set and cluster, such as "1-3".
   std::string Name() const;
 
   /// State, age, configuration in force, acknowledgements, history.
@@ -53,34 +53,36 @@ class Cluster {
 
   const ClusterCounts& Counts() const { return mCounts; }
 
-  /// The last loudness message, and when it came; nothing before the first.
+  /// The last loudness message, and when it came. No value before the first message.
   const std::optional<louddesk::LoudnessMessage>& Last() const { return mLast; }
   louddesk::WallTime LastTime() const { return mLastTime; }
 
-  /// Highest true peak of the recent messages, 0.01 dBTP; kNoTruePeakCode when there is none. Who
-  /// asks at least every kRecent misses no peak.
+  /// Highest true peak of the recent messages, 0.01 dBTP; kNoTruePeakCode if there is none. A
+  /// caller that asks at least every kRecent misses no peak.
   std::int16_t RecentTruePeak() const { return std::max(mPeak, mPeakBefore); }
 
-  /// The momentary readings of the running measurement, without pauses and without those that a
-  /// time without change repeats: of it there is the first.
+  /// The momentary readings taken while the measurement ran. Pauses are left out; of readings that
+  /// repeat without change only the first is kept.
   const MomentaryReadings& Readings() const { return mReadings; }
 
-  /// Changes with everything that is taken.
+  /// Changes with every message taken.
   std::uint64_t Revision() const { return mRevision; }
 
-  /// Whether its service has ever said something or can be reached. A file alone is not a service.
+  /// Whether the service has published anything or can be reached. A socket file alone is not
+  /// enough.
   bool IsKnown(Moment now) const;
 
-  /// Whether the connection to its publishers stands, and how often it was made since the last
+  /// Takes whether its publishers are connected, and how many connections were made since the last
   /// call.
   void TakeConnection(bool isConnected, unsigned connections);
 
-  /// A loudness message and its moment. One of an unknown form is only counted, and false returned.
+  /// Takes a loudness message. A message of an unknown form is only counted; the call then returns
+  /// false.
   bool TakeData(const louddesk::LoudnessMessage& message, Moment now);
 
   void TakeAnswer(const louddesk::ServiceAnswer& answer, Moment now);
 
-  /// Advances the history.
+  /// Advances the history to `now`.
   void Advance(Moment now) { mModel.Advance(now.steady); }
 
  private:
@@ -93,12 +95,12 @@ class Cluster {
   ClusterCounts mCounts;
   std::optional<louddesk::LoudnessMessage> mLast;
   louddesk::WallTime mLastTime{};
-  bool mIsAnswered = false;  // something was acknowledged since the last data
+  bool mIsAnswered = false;  // an acknowledgement came since the last data
   bool mWasConnected = false;
   MomentaryReadings mReadings;
-  std::size_t mRepeats = 0;                    // last ones of mReadings that are repeats
+  std::size_t mRepeats = 0;                    // how many of the last readings are repeats
   std::int16_t mPeak = kNoTruePeakCode;        // highest since mPeakStart
-  std::int16_t mPeakBefore = kNoTruePeakCode;  // highest of the span before
+  std::int16_t mPeakBefore = kNoTruePeakCode;  // highest of the preceding span
   std::chrono::steady_clock::time_point mPeakStart;
   std::uint64_t mRevision = 0;
 };

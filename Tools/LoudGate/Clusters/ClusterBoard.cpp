@@ -1,4 +1,4 @@
-// Clusters and their feeds.
+// The clusters, and the feeds from their services.
 
 #include "ClusterBoard.h"
 
@@ -12,8 +12,8 @@ using louddesk::ServicePlace;
 
 namespace {
 
-// What a service is allowed to take of this process. Its messages are a thousand times smaller than
-// this, and a queue of so many holds a minute of them.
+// Limits on what a service can make this process hold. Its messages are a thousand times smaller
+// than the limit, and the queue holds one minute of them.
 louddesk::ClientSettings SettingsFor(const std::string& directory) {
   louddesk::ClientSettings settings;
   settings.directory = directory;
@@ -24,7 +24,8 @@ louddesk::ClientSettings SettingsFor(const std::string& directory) {
   return settings;
 }
 
-// The library never connects again to a peer that has broken the protocol.
+// The library never reconnects to a peer that has broken the protocol, so the feed is made anew
+// after this time without a connection.
 constexpr std::chrono::seconds kRenewAfter{5};
 
 bool IsSame(const ServicePlace& left, const ServicePlace& right) {
@@ -48,8 +49,8 @@ struct ClusterBoard::Watched {
 
   Cluster cluster;
   std::optional<louddesk::ServiceFeed> feed;
-  unsigned connections = 0;                         // of the feed, as last taken
-  std::chrono::steady_clock::time_point connected;  // when the feed was made, or last stood
+  unsigned connections = 0;                         // of the feed, when last read
+  std::chrono::steady_clock::time_point connected;  // when the feed was made or last connected
 };
 
 ClusterBoard::ClusterBoard(EventLoop& loop, std::string directory, Report report)
@@ -96,7 +97,7 @@ void ClusterBoard::Add(const ServicePlace& place, Moment now) {
   Connect(*mWatched.emplace(after, place, now), now);
 }
 
-// One whose service does not run and whose file is gone gives its place to a new one.
+// Makes room by removing a cluster whose service does not run and whose file is gone.
 bool ClusterBoard::MakeRoom(const std::vector<ServicePlace>& places, Moment now) {
   if (mWatched.size() < kMostClusters)
     return true;

@@ -1,5 +1,5 @@
-// All clusters that publish on this board, now or later, and those who want to know of every
-// message.
+// All clusters that publish on this board, including those that start later, and the listeners to
+// their messages.
 
 #pragma once
 
@@ -15,49 +15,49 @@
 
 namespace loudgate {
 
-/// Told of everything that the services say, as it comes, on the loop. May not wait for anything.
+/// Receives every message of the services as it comes, on the event loop. Must not block.
 class ClusterListener {
  public:
   virtual ~ClusterListener() = default;
 
-  /// A well-formed loudness message, which the cluster has taken already.
+  /// A well-formed loudness message. The cluster has already taken it.
   virtual void OnData(const Cluster&, const louddesk::LoudnessMessage&, Moment) {}
 
-  /// An acknowledgement or a configuration, republished ones too, which the cluster has taken
-  /// already.
+  /// An acknowledgement or a configuration, possibly a republished one. The cluster has already
+  /// taken it.
   virtual void OnAnswer(const Cluster&, const louddesk::ServiceAnswer&, Moment) {}
 };
 
-/// The most clusters that are watched. A board has eight.
+/// The largest number of clusters watched. A board has eight.
 constexpr std::size_t kMostClusters = 64;
 
-/// For those who ask for a cluster that the board does not have.
+/// The answer to a request for a cluster that the board does not have.
 constexpr char kNoSuchClusterText[] = "No such cluster publishes here.";
 
 class ClusterBoard {
  public:
-  /// Told what an operator should know, a line each.
+  /// Receives messages for the operator, one line each.
   using Report = std::function<void(const std::string&)>;
 
-  /// Finds the clusters that publish in `directory` and subscribes to them, on `loop`, which must
+  /// Finds the clusters that publish in `directory` and subscribes to them on `loop`, which must
   /// outlive the board.
   ClusterBoard(EventLoop& loop, std::string directory, Report report);
   ~ClusterBoard();
   ClusterBoard(const ClusterBoard&) = delete;
   ClusterBoard& operator=(const ClusterBoard&) = delete;
 
-  /// From now on tells `listener`, which must outlive the board, in the order of these calls.
+  /// Adds `listener`, which must outlive the board. Listeners are called in the order of being
+  /// added.
   void AddListener(ClusterListener& listener) { mListeners.push_back(&listener); }
 
-  /// Those whose service has said something or can be reached, in the order of their names. One
-  /// whose service is gone stays.
+  /// The clusters whose service has published anything or can be reached, ordered by meter set and
+  /// cluster. A cluster stays after its service has gone.
   std::vector<const Cluster*> Clusters(Moment now) const;
 
-  /// The one of that name among them ("1-3"), null if there is none.
+  /// The cluster with this name ("1-3"); null if there is none.
   const Cluster* Find(const std::string& name, Moment now) const;
 
-  /// Looks for clusters, renews connections and advances histories. To be called ten times a
-  /// second.
+  /// Looks for clusters, renews connections and advances histories. Call it ten times a second.
   void Tend(Moment now);
 
  private:
@@ -76,8 +76,8 @@ class ClusterBoard {
   PublisherDirectory mDirectory;
   Report mReport;
   std::vector<ClusterListener*> mListeners;
-  std::list<Watched> mWatched;  // in the order of meter sets and clusters
-  bool mIsChanged = true;       // the directory may have other files than when it was last read
+  std::list<Watched> mWatched;  // ordered by meter set and cluster
+  bool mIsChanged = true;  // the files of the directory may have changed since they were last read
   bool mIsFullTold = false;
 };
 

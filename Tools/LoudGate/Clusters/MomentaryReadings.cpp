@@ -1,4 +1,4 @@
-// Counting by the published codes; gating as for measured programmes.
+// Counts by published code, and gates with the histogram that also measures programmes.
 
 #include "MomentaryReadings.h"
 

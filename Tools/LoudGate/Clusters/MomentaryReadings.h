@@ -1,4 +1,4 @@
-// The momentary readings of the last minutes of a measurement, and how they are distributed.
+// The last minutes of a cluster's momentary readings, and their distribution.
 
 #pragma once
 
@@ -10,26 +10,26 @@
 
 namespace loudgate {
 
-/// The most readings kept: 20 minutes, ten a second.
+/// The largest number of readings kept: 20 minutes at ten a second.
 constexpr std::size_t kMaxReadings = 12000;
 
-/// Readings counted by their code, and the gates of ITU-R BS.1770 over exactly these.
+/// Readings counted by code, and the gates of ITU-R BS.1770 over exactly these readings.
 struct ReadingHistogram {
   std::size_t readings = 0;
-  std::size_t belowGate = 0;           // below the absolute gate
-  std::optional<double> relativeGate;  // LKFS; nothing where it lies below the absolute one
-  std::optional<double> gated;         // gated loudness, LKFS; nothing when no reading passes
-  int lowest = 0;                      // code of the first count, 0.1 LKFS
-  std::vector<unsigned> counts;        // of each code from the lowest up, above the absolute gate
+  std::size_t belowGate = 0;           // readings below the absolute gate
+  std::optional<double> relativeGate;  // LKFS; nothing if it is below the absolute gate
+  std::optional<double> gated;         // gated loudness, LKFS; nothing if no reading passes
+  int lowest = 0;                      // code of counts[0], 0.1 LKFS
+  std::vector<unsigned> counts;  // readings of each code from `lowest` up, above the absolute gate
 };
 
 class MomentaryReadings {
  public:
-  /// Takes a reading, 0.1 LKFS; the oldest one goes when there are too many. kNoLoudnessCode counts
-  /// as one below the absolute gate.
+  /// Adds a reading, 0.1 LKFS, and drops the oldest one beyond kMaxReadings. kNoLoudnessCode counts
+  /// as below the absolute gate.
   void Take(std::int16_t code);
 
-  /// Takes back so many of the last ones, all of them if there are fewer.
+  /// Removes the last `count` readings, or all of them if there are fewer.
   void DropLast(std::size_t count);
 
   ReadingHistogram Histogram() const;

@@ -1,4 +1,4 @@
-// inotify on one directory.
+// Watches one directory by inotify.
 
 #include "PublisherDirectory.h"
 
@@ -19,7 +19,7 @@ constexpr int kNoWatch = -1;
 
 constexpr std::uint32_t kFileChanges = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
 
-// The directory is not the one of that name any more.
+// The directory was removed or no longer has this name.
 constexpr std::uint32_t kDirectoryGone = IN_DELETE_SELF | IN_MOVE_SELF;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The directory in which the services bind their publishers, watched for files that come and go.
+// Watches the directory in which the services bind their publishers for files that come and go.
 
 #pragma once
 
@@ -11,24 +11,24 @@ namespace loudgate {
 
 class PublisherDirectory {
  public:
-  /// The directory need not exist yet, and may be removed and made again. Throws
-  /// std::runtime_error when the system gives no watch.
+  /// The directory need not exist yet, and may be removed and made again. Throws std::runtime_error
+  /// when the system cannot provide a watch.
   explicit PublisherDirectory(std::string path);
   ~PublisherDirectory();
   PublisherDirectory(const PublisherDirectory&) = delete;
   PublisherDirectory& operator=(const PublisherDirectory&) = delete;
 
-  /// Readable when something has changed.
+  /// Readable when the directory has changed.
   int Descriptor() const { return mDescriptor; }
 
   const std::string& Path() const { return mPath; }
 
-  /// Reads what has changed, and tries again to watch a directory that is not there. Call it when
-  /// the descriptor is readable, and every now and then. Whether the places may be others than
-  /// before; at the first call they may.
+  /// Reads the changes, and starts to watch a directory that has appeared. Call it when the
+  /// descriptor is readable, and regularly. Returns whether the places may have changed; the first
+  /// successful call returns true.
   bool TakeChanges();
 
-  /// The places that there are files for.
+  /// The places for which there are files.
   std::vector<louddesk::ServicePlace> Places() const;
 
  private:

@@ -1,4 +1,4 @@
-// The messages of the orders, and the wait for what settles them.
+// Makes the messages of the orders, and waits for their acknowledgements.
 
 #include "ClusterControl.h"
 
@@ -12,7 +12,7 @@
 namespace loudgate {
 namespace {
 
-// The figures do not depend on who asks.
+// The loudness figures are the same for every user.
 constexpr unsigned kUserOfTheConfiguration = 0;
 
 std::string WhyNot(const ControlOrder& order) {
@@ -88,7 +88,7 @@ ControlResult ClusterControl::ResultOf(const ControlOrder& order, louddesk::Outc
   return {false, name + " sent, but not acknowledged: " + WhyNot(order)};
 }
 
-// `done` may send the next order.
+// Calls `done` last, because it may send the next order.
 void ClusterControl::Tend(Moment now) {
   std::vector<std::pair<Done, ControlResult>> ended;
   for (auto entry = mWaiting.begin(); entry != mWaiting.end();) {

@@ -1,5 +1,5 @@
-// Commands to the services of this board, sent in the place of the main board's application server,
-// and what becomes of them. Never waits.
+// Sends commands to the services of this board, in place of the main board's application server,
+// and reports their outcome. Never blocks.
 
 #pragma once
 
@@ -17,35 +17,35 @@
 
 namespace loudgate {
 
-/// What has become of an order.
+/// The outcome of an order.
 struct ControlResult {
   bool isAcknowledged = false;
-  std::string text;  // for people
+  std::string text;  // for display
 };
 
 /// Why an order was not sent.
 enum class NotSent {
-  kBusy,       // the one before to this cluster waits for its acknowledgement
-  kNoService,  // no service of the meter set has subscribed
+  kBusy,       // the previous order to this cluster is not acknowledged yet
+  kNoService,  // no service has subscribed to the order's topic
 };
 
 class ClusterControl : public ClusterListener {
  public:
   using Done = std::function<void(const ControlResult&)>;
 
-  /// Takes the place of the application server. `loop` must outlive it. Throws louddesk::BindError
-  /// when the place is taken, or this machine does not have it.
+  /// Binds the application server's endpoint. `loop` must outlive it. Throws louddesk::BindError
+  /// when the endpoint is in use or its address is not one of this machine's.
   explicit ClusterControl(EventLoop& loop);
   ~ClusterControl() override;
   ClusterControl(const ClusterControl&) = delete;
   ClusterControl& operator=(const ClusterControl&) = delete;
 
-  /// The place, as ZeroMQ names it: "tcp://127.0.0.1:7000".
+  /// The endpoint in ZeroMQ's notation: "tcp://127.0.0.1:7000".
   std::string Place() const { return mServer.Where().Text(); }
 
-  /// Sends `order`. `done` is called once, a few seconds later at most. A switch of the reporting
-  /// reaches all services of the board; what becomes of it is that of this cluster. Returns why it
-  /// was not sent, nothing when it was.
+  /// Sends `order`. Calls `done` once, after a few seconds at most. Switching the reporting affects
+  /// all services of the board, but the outcome is taken from this cluster alone. Returns why the
+  /// order was not sent; nothing if it was sent.
   std::optional<NotSent> Send(const Cluster& cluster, const ControlOrder& order, Moment now,
                               Done done);
 
@@ -53,11 +53,11 @@ class ClusterControl : public ClusterListener {
               Moment now) override;
   void OnAnswer(const Cluster& cluster, const louddesk::ServiceAnswer& answer, Moment now) override;
 
-  /// Ends what has waited long enough. To be called ten times a second.
+  /// Ends the orders that are settled or have waited too long. Call it ten times a second.
   void Tend(Moment now);
 
  private:
-  // An order that waits for its acknowledgement.
+  // An order without an acknowledgement yet.
   struct Waiting {
     const ControlOrder* order;
     louddesk::SentMessage message;
@@ -71,7 +71,7 @@ class ClusterControl : public ClusterListener {
   EventLoop& mLoop;
   louddesk::PublisherPeer mServer;
   unsigned mTimeStamp = 0;                  // of the last command
-  std::map<std::string, Waiting> mWaiting;  // by the name of the cluster
+  std::map<std::string, Waiting> mWaiting;  // by cluster name
 };
 
 }  // namespace loudgate

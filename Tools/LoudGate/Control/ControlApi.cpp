@@ -1,4 +1,4 @@
-// From a request to an order, and from its result to an answer.
+// Turns requests into orders, and their outcomes into answers.
 
 #include "ControlApi.h"
 
@@ -19,7 +19,7 @@ HttpAnswer Unauthorized() {
   return answer;
 }
 
-// Parameters, such as a character set, make no difference to JSON.
+// Ignores parameters of the media type, such as a character set: they do not matter to JSON.
 bool IsJson(const std::string& type) {
   return LowerCase(type.substr(0, type.find_first_of("; "))) == kJsonType;
 }
@@ -54,7 +54,7 @@ HttpAnswer Send(ClusterControl& control, const Cluster& cluster, const ControlOr
   return notSent ? AnswerOf(*notSent) : HttpAnswer::Later(late);
 }
 
-// The token first: others learn nothing.
+// Checks the token first, so that clients without it learn nothing.
 HttpAnswer AnswerPost(const ClusterBoard& board, ClusterControl& control, const ControlToken& token,
                       const HttpRequest& request) {
   if (!token.IsIn(request.Header("authorization")))

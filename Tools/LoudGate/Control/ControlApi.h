@@ -1,4 +1,4 @@
-// Orders by request.
+// Orders to the services by HTTP request.
 
 #pragma once
 
@@ -9,11 +9,11 @@
 
 namespace loudgate {
 
-/// Answers GET /api/control: nothing can be sent here.
+/// Makes GET /api/control answer that no orders are taken.
 void AddNoControl(Routes& routes);
 
-/// Answers GET /api/control and, to those who have the token, POST /api/clusters/NAME: sends an
-/// order and says what has become of it. All arguments must outlive the routes.
+/// Answers GET /api/control and, for requests with the token, POST /api/clusters/NAME, which sends
+/// an order and answers with its outcome. All arguments must outlive the routes.
 void AddControl(Routes& routes, const ClusterBoard& board, ClusterControl& control,
                 const ControlToken& token);
 

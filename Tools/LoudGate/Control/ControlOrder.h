@@ -1,4 +1,4 @@
-// What can be asked of a service. Stateless.
+// The orders that can be given to a service. Stateless.
 
 #pragma once
 
@@ -7,16 +7,16 @@
 namespace loudgate {
 
 struct ControlOrder {
-  const char* name;          // as requests call it: "Pause"
-  const char* command;       // as messages call it; null: reporting is switched
-  bool isReporting = false;  // whether it is switched on
+  const char* name;          // in requests: "Pause"
+  const char* command;       // in messages; null for an order that switches the reporting
+  bool isReporting = false;  // whether that order switches it on
 };
 
-/// The order in the body of a request, a JSON object whose "Command" names it; null when there is
-/// none.
+/// Reads the order that "Command" names in the body of a request, a JSON object. Returns null if
+/// there is none.
 const ControlOrder* ReadControlOrder(const std::string& body);
 
-/// "Start, Pause, Play", ..., for people.
+/// "Start, Pause, Play", ..., for display.
 std::string ControlOrderNames();
 
 }  // namespace loudgate

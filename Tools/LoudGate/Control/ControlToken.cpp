@@ -1,4 +1,4 @@
-// Reading and comparing.
+// Reads the token and compares it.
 
 #include "ControlToken.h"
 
@@ -18,8 +18,8 @@ namespace {
 
 constexpr char kScheme[] = "Bearer ";
 
-// Others may neither read nor write it, the group may only read it: a service manager hands secrets
-// over in files that have a group.
+// The group may read the file, because service managers hand over secrets in files with a group.
+// Nobody else may read it, and only the owner may write it.
 constexpr mode_t kForbiddenMode = S_IWGRP | S_IRWXO;
 
 class TokenFile {
@@ -39,7 +39,7 @@ class TokenFile {
            (status.st_mode & kForbiddenMode) == 0;
   }
 
-  // Its text, without the end of its line; no more than what shows that it is too long.
+  // The text without its line end. Reads just enough to detect a text that is too long.
   std::string Line() const {
     std::array<char, kLongestToken + 2> buffer{};
     const ssize_t size = read(mDescriptor, buffer.data(), buffer.size());

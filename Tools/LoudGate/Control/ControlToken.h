@@ -1,4 +1,4 @@
-// The secret of those who may send commands.
+// The secret token that allows a client to send commands.
 
 #pragma once
 
@@ -8,24 +8,25 @@
 
 namespace loudgate {
 
-/// The token cannot be used. The text is one line for the user and has nothing of the token in it.
+/// The token cannot be used. The text is one line for the user and reveals nothing of the token.
 class TokenError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// Characters of a token. 32 of `openssl rand -hex` are 128 bits.
+/// Shortest and longest token, in characters. 32 characters of `openssl rand -hex` are 128 bits.
 constexpr std::size_t kShortestToken = 32;
 constexpr std::size_t kLongestToken = 256;
 
 class ControlToken {
  public:
-  /// Reads the token, a line of printable characters without blanks, from a file that nobody but
-  /// its owner can write and others cannot read. Keeps only its hash. Throws TokenError.
+  /// Reads the token, one line of printable characters without blanks. The file must be writable by
+  /// its owner alone, and readable by no more than its owner and its group. Keeps only the token's
+  /// hash. Throws TokenError.
   explicit ControlToken(const std::string& file);
 
-  /// Whether the value of an Authorization header, "Bearer " and the token, has this token. Takes
-  /// the same time for every other token of that length.
+  /// Whether the value of an Authorization header is "Bearer " and this token. Takes the same time
+  /// for every wrong token of the same length.
   bool IsIn(const std::string& authorization) const;
 
  private:

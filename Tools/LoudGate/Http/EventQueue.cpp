@@ -1,4 +1,4 @@
-// Bytes of events.
+// Copies events out in parts.
 
 #include "EventQueue.h"
 

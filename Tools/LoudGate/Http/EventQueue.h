@@ -1,6 +1,5 @@
-// The events that wait for one reader of a stream: the one that is being sent, and the newest.
-// Every event says everything, so a reader that is slower than the events misses some of them and
-// never lags behind.
+// The events waiting for one reader of a stream: the one being sent, and the newest. Every event is
+// complete in itself, so a slow reader skips events instead of lagging behind.
 
 #pragma once
 
@@ -16,19 +15,20 @@ class EventQueue {
   using Time = std::chrono::steady_clock::time_point;
   using Event = std::shared_ptr<const std::string>;
 
-  /// Takes the place of an event that is not being sent yet.
+  /// Queues an event. It replaces the waiting event, but not the one being sent.
   void Put(Event event, Time now);
 
-  /// Copies what is to be sent next, at most `size` bytes, to `buffer`. Returns how many; 0 when
-  /// nothing waits.
+  /// Copies at most `size` bytes of what must be sent next to `buffer`. Returns the number of
+  /// bytes; 0 if nothing is waiting.
   std::size_t Take(char* buffer, std::size_t size, Time now);
 
-  /// Since when the reader has not taken the oldest event as a whole; `now` when it has them all.
+  /// When the oldest event that is not completely taken was queued or begun; `now` if there is
+  /// none.
   Time BehindSince(Time now) const;
 
  private:
   Event mSending;
-  std::size_t mSent = 0;  // bytes of it
+  std::size_t mSent = 0;  // bytes of mSending already taken
   Time mSendingSince;
   Event mNext;
   Time mNextSince;

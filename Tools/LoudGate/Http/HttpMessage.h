@@ -1,4 +1,4 @@
-// Requests and answers, as handlers see them.
+// Requests and answers as the handlers see them.
 
 #pragma once
 
@@ -14,7 +14,7 @@
 
 namespace loudgate {
 
-/// Statuses that the gate answers with, RFC 9110.
+/// The statuses that the gate uses, RFC 9110.
 enum HttpStatus : unsigned {
   kOk = 200,
   kNoContent = 204,
@@ -43,13 +43,13 @@ constexpr char kHtmlType[] = "text/html; charset=utf-8";
 struct HttpRequest {
   std::string method;
   std::string path;                            // decoded, without the query
-  std::string rest;                            // what stands in the place of a route's "*"
+  std::string rest;                            // the part that matches a route's "*"
   std::map<std::string, std::string> query;    // decoded
   std::map<std::string, std::string> headers;  // names in lower case
   std::string body;
-  bool isAmbiguous = false;  // a parameter of the query is there twice
+  bool isAmbiguous = false;  // a query parameter is given twice
 
-  /// Empty texts where there is none.
+  /// The value of a parameter or a header; empty if it is missing.
   std::string Query(const std::string& name) const { return Of(query, name); }
   std::string Header(const std::string& lowerCaseName) const { return Of(headers, lowerCaseName); }
 
@@ -62,10 +62,10 @@ struct HttpRequest {
 
 struct LateAnswer;
 
-/// A file that is the body of an answer; it is closed with the last of those who have it.
+/// A file that is the body of an answer. It is closed when its last owner is destroyed.
 class AnswerFile {
  public:
-  /// Takes an open file of that size.
+  /// Takes ownership of an open file of `size` bytes.
   AnswerFile(int descriptor, std::uint64_t size) : mDescriptor(descriptor), mSize(size) {}
   ~AnswerFile() { close(mDescriptor); }
   AnswerFile(const AnswerFile&) = delete;
@@ -83,29 +83,29 @@ struct HttpAnswer {
   unsigned status = kOk;
   std::string type = kTextType;
   std::string body;
-  std::vector<std::pair<std::string, std::string>> headers;  // besides those of every answer
-  std::string stream;  // not empty: a stream of the events that are published under this key
-  std::shared_ptr<const LateAnswer> late = {};  // not null: what to wait for instead
-  std::shared_ptr<const AnswerFile> file = {};  // not null: the body instead of `body`
-  bool isStyled = false;  // the body is a page with a style sheet of its own, and without scripts
+  std::vector<std::pair<std::string, std::string>> headers;  // in addition to those of every answer
+  std::string stream;  // if not empty, streams the events that are published under this key
+  std::shared_ptr<const LateAnswer> late = {};  // if not null, the answer to wait for
+  std::shared_ptr<const AnswerFile> file = {};  // if not null, the body instead of `body`
+  bool isStyled = false;  // the body is a page with an embedded style sheet and no scripts
 
   static HttpAnswer Json(std::string body) { return {kOk, kJsonType, std::move(body), {}, {}}; }
   static HttpAnswer Html(std::string body) { return {kOk, kHtmlType, std::move(body), {}, {}}; }
 
-  /// An answer of one line, to say why there is no other.
+  /// A one-line answer, such as the reason for a refusal.
   static HttpAnswer Plain(unsigned status, const std::string& line) {
     return {status, kTextType, line + "\n", {}, {}};
   }
 
-  /// Server-sent events: what HttpServer::Publish is given under `key`, from now on.
+  /// A stream of server-sent events: what HttpServer::Publish sends under `key` from now on.
   static HttpAnswer Stream(std::string key) {
     HttpAnswer answer;
     answer.stream = std::move(key);
     return answer;
   }
 
-  /// The answer that `late` will have. Whoever has it must give one before the server's patience
-  /// ends. It may be given to nobody: the client may have gone.
+  /// The answer that `late` will hold. Its owner must fill it in before the server's patience ends.
+  /// The client may be gone by then.
   static HttpAnswer Later(std::shared_ptr<const LateAnswer> late) {
     HttpAnswer answer;
     answer.late = std::move(late);
@@ -113,7 +113,7 @@ struct HttpAnswer {
   }
 };
 
-/// An answer that is not known yet when its request comes.
+/// An answer that is not known yet when its request arrives.
 struct LateAnswer {
   std::optional<HttpAnswer> answer;
 };

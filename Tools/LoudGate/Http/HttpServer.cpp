@@ -1,4 +1,4 @@
-// The library's daemon and its callbacks. They run on the loop, within MHD_run.
+// The libmicrohttpd daemon and its callbacks, which run on the event loop within MHD_run.
 
 #include "HttpServer.h"
 
@@ -21,18 +21,17 @@
 namespace loudgate {
 namespace {
 
-// Pages fetch nothing but what this gate serves, run no script of their own text and stand in no
-// other page.
+// Pages load only what this gate serves, run no inline scripts, and cannot be framed.
 constexpr char kContentPolicy[] =
     "default-src 'none'; connect-src 'self'; img-src 'self'; script-src 'self'; "
     "style-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 
-// Of a page that holds its own style sheet. It fetches and runs nothing.
+// For a page with an embedded style sheet, which loads and runs nothing else.
 constexpr char kStyledContentPolicy[] =
     "default-src 'none'; style-src 'unsafe-inline'; base-uri 'none'; form-action 'none'; "
     "frame-ancestors 'none'";
 
-// Answers to every request.
+// Headers of every answer.
 constexpr std::pair<const char*, const char*> kHeadersOfAll[] = {
     {"X-Content-Type-Options", "nosniff"},
     {"Referrer-Policy", "no-referrer"},
@@ -43,43 +42,44 @@ constexpr std::pair<const char*, const char*> kHeadersOfAll[] = {
 
 constexpr char kStreamType[] = "text/event-stream";
 
-// How soon a browser connects again, ms.
+// Time until a browser reconnects, ms.
 constexpr char kStreamStart[] = "retry: 1000\n\n";
 
-// The library does not say what is wrong with them.
+// The library does not report what is wrong with the certificate and the key.
 constexpr char kPairText[] =
     " The certificate and the key have to be a pair in PEM, the key without a password.";
 
 constexpr int kBacklog = 64;
 
-// What the kernel keeps for a client that does not read: little, so that it is noticed soon.
+// The kernel's send buffer of a connection: small, so that a client that stops reading is noticed
+// soon.
 constexpr int kSendBuffer = 32 * 1024;  // bytes
 
-// A client that has vanished does not acknowledge what it was sent.
+// A client that acknowledges nothing for this long has vanished.
 constexpr unsigned kVanishedAfter = 20000;  // ms
 
-// Of a file, so much at a time.
+// Bytes that are read from a file at once.
 constexpr std::size_t kFileBuffer = std::size_t{16} * 1024;
 
-// Rounds of work that are done at once, so that a busy server does not hold up the loop.
+// Limit of consecutive rounds of work, so that a busy server does not hold up the event loop.
 constexpr int kMostRounds = 16;
 
 struct Exchange;
 struct Stream;
 
-// A connection that somebody has made.
+// An open connection.
 struct Client {
   int descriptor = -1;
-  HttpServer::Time since;       // the last answer or the beginning
+  HttpServer::Time since;       // end of the last answer, or start of the connection
   Stream* stream = nullptr;     // not owned
-  Exchange* waiting = nullptr;  // that waits for its answer, not owned
+  Exchange* waiting = nullptr;  // the request that waits for its late answer, not owned
   bool isTakingFile = false;
   bool isDropped = false;
 };
 
-// An answer without an end.
+// An endless answer, made of events.
 struct Stream {
-  std::list<Stream>* all = nullptr;      // which it belongs to
+  std::list<Stream>* all = nullptr;      // the list that holds it
   Client* client = nullptr;              // null when the connection has ended
   MHD_Connection* connection = nullptr;  // of the client
   std::string key;
@@ -87,21 +87,22 @@ struct Stream {
   bool isSuspended = false;
 };
 
-// A request as it comes in.
+// A request that is being received or answered.
 struct Exchange {
   HttpRequest request;
   bool isTooLarge = false;
-  std::shared_ptr<const LateAnswer> late;  // what it waits for, if anything
+  std::shared_ptr<const LateAnswer> late;  // null unless it waits for a late answer
   MHD_Connection* suspended = nullptr;     // its connection while it waits
 };
 
-// The library's answer, released when this one goes.
+// Releases the library's reference-counted answer.
 struct ResponseDestroyer {
   void operator()(MHD_Response* response) const { MHD_destroy_response(response); }
 };
 using Response = std::unique_ptr<MHD_Response, ResponseDestroyer>;
 
-// Headers of one name are one list, RFC 9110, 5.3: of two hosts none counts.
+// Joins headers of the same name to one list, RFC 9110, 5.3. A request with two hosts is therefore
+// refused.
 MHD_Result TakeHeader(void* map, MHD_ValueKind, const char* name, const char* value) {
   auto& headers = *static_cast<std::map<std::string, std::string>*>(map);
   const std::string text = value == nullptr ? "" : value;
@@ -126,7 +127,7 @@ void SetOption(int descriptor, int level, int option, int value) {
   setsockopt(descriptor, level, option, &value, sizeof value);
 }
 
-// A socket that listens at `address`. Throws HttpError.
+// Opens a socket that listens at `address`. Throws HttpError.
 int Listen(const ListenAddress& address) {
   const int descriptor =
       socket(address.address.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
@@ -238,7 +239,7 @@ class HttpServer::Daemon {
     return MHD_get_daemon_info(mDaemon, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
   }
 
-  // Whether the library has work that no descriptor tells of.
+  // Whether the library has work left that no descriptor signals.
   bool IsWorkLeft() const {
     MHD_UNSIGNED_LONG_LONG timeout = 0;
     return MHD_get_timeout(mDaemon, &timeout) == MHD_YES && timeout == 0;
@@ -258,7 +259,7 @@ class HttpServer::Daemon {
     return now - client.since > (client.isTakingFile ? mLimits.filePatience : mLimits.patience);
   }
 
-  // The library notices that the connection has ended, and forgets it.
+  // Shuts the connection down. The library notices and forgets it.
   static void Drop(Client& client) {
     client.isDropped = true;
     shutdown(client.descriptor, SHUT_RDWR);
@@ -284,7 +285,7 @@ class HttpServer::Daemon {
   }
 
   static void OnLog(void* daemon, const char* format, va_list arguments) {
-    // Only of use while the daemon starts; later any client can cause any number of lines.
+    // Only useful while the daemon starts. Later any client could cause any number of lines.
     Daemon& own = *static_cast<Daemon*>(daemon);
     if (own.mDaemon != nullptr)
       return;
@@ -356,7 +357,7 @@ class HttpServer::Daemon {
     MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, TakeArgument, &request);
   }
 
-  // Answers at once what must not be read any further.
+  // Answers at once if the rest of the request must not be read.
   MHD_Result Begin(MHD_Connection* connection, const Exchange& exchange) {
     if (const auto refusal = mGuard.Refusal(exchange.request))
       return Answer(connection, *refusal);
@@ -375,7 +376,7 @@ class HttpServer::Daemon {
       body.append(data, size);
   }
 
-  // The library asks again when the connection is resumed.
+  // The library calls again when the connection is resumed.
   static MHD_Result Wait(MHD_Connection* connection, Exchange& exchange, const HttpAnswer& answer) {
     exchange.late = answer.late;
     exchange.suspended = connection;
@@ -384,7 +385,7 @@ class HttpServer::Daemon {
     return MHD_YES;
   }
 
-  // A client that was dropped meanwhile gets none.
+  // A client that was dropped meanwhile gets no answer.
   MHD_Result AnswerLate(MHD_Connection* connection, const Exchange& exchange) {
     ClientOf(connection).waiting = nullptr;
     const auto& answer = exchange.late->answer;
@@ -415,7 +416,7 @@ class HttpServer::Daemon {
     const Response response(MHD_create_response_from_callback(answer.file->Size(), kFileBuffer,
                                                               OnFileRead, file.get(), OnFileEnd));
     if (response) {
-      static_cast<void>(file.release());  // OnFileEnd has it
+      static_cast<void>(file.release());  // OnFileEnd deletes it
       ClientOf(connection).isTakingFile = true;
     }
     return Queue(connection, answer, answer.type, response.get());
@@ -485,10 +486,10 @@ class HttpServer::Daemon {
   RequestGuard mGuard;
   const Routes& mRoutes;
   std::string mUrl;
-  std::string mLastLog;           // of the library, while it starts
+  std::string mLastLog;           // the library's last message while it starts
   MHD_Daemon* mDaemon = nullptr;  // owned
-  std::list<Client> mClients;     // the library has their addresses
-  std::list<Stream> mStreams;     // the library has their addresses
+  std::list<Client> mClients;     // the library holds their addresses
+  std::list<Stream> mStreams;     // the library holds their addresses
   HttpCounts mCounts;
 };
 

@@ -1,5 +1,5 @@
-// HTTP on the loop, by libmicrohttpd: requests to handlers, streams of events to readers, and
-// bounds on what any client can take of the process.
+// HTTP on the event loop with libmicrohttpd: passes requests to handlers, streams events to
+// readers, and limits what a client can take.
 
 #pragma once
 
@@ -18,66 +18,69 @@
 
 namespace loudgate {
 
-/// The gate cannot listen. The text is one line for the user.
+/// The gate cannot listen or serve. The text is one line for the user.
 class HttpError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// What clients may take.
+/// Limits on what clients can take.
 struct HttpLimits {
-  unsigned connections = 128;           // further ones wait until one has ended
+  unsigned connections = 128;           // further ones wait until one ends
   unsigned connectionsPerAddress = 32;  // further ones are closed at once
   unsigned streams = 64;                // further ones are refused
-  std::size_t headerBytes = 16 * 1024;  // of a request; the buffer of a connection
+  std::size_t headerBytes = 16 * 1024;  // of a request; also the buffer of each connection
   std::size_t bodyBytes = 4096;         // of a request
 
-  /// From the end of one answer to the end of the next, or from the beginning of the connection.
+  /// Longest time from the end of one answer, or the start of the connection, to the end of the
+  /// next answer.
   std::chrono::seconds patience{15};
 
-  /// The same where the answer is a file.
+  /// The same limit for an answer that is a file.
   std::chrono::seconds filePatience{120};
 
-  /// For one event of a stream.
+  /// The same limit for one event of a stream.
   std::chrono::seconds streamPatience{5};
 };
 
 struct HttpSettings {
   ListenAddress address;
-  std::set<std::string> names;  // by which readers reach the gate, see RequestGuard
-  std::string certificate;      // PEM, with the chain; empty: no TLS
+  std::set<std::string> names;  // host names of the gate, see RequestGuard
+  std::string certificate;      // PEM, with the chain; empty for no TLS
   std::string key;              // PEM
   HttpLimits limits;
 };
 
-/// What the server has done, and what it holds.
+/// What the server has counted, and what it holds now.
 struct HttpCounts {
   std::size_t connections = 0;
   std::size_t streams = 0;
-  std::uint64_t requests = 0;  // answered, refused ones too
-  std::uint64_t dropped = 0;   // connections that were too slow
+  std::uint64_t requests = 0;  // answered ones, including refusals
+  std::uint64_t dropped = 0;   // connections closed for being too slow
 };
 
 class HttpServer {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  /// Listens from now on. Routes are asked as long as the server lives. Throws HttpError.
+  /// Starts to listen. `routes` must outlive the server. Throws HttpError.
   HttpServer(EventLoop& loop, const HttpSettings& settings, const Routes& routes);
   ~HttpServer();
   HttpServer(const HttpServer&) = delete;
   HttpServer& operator=(const HttpServer&) = delete;
 
-  /// Where it listens, with the port that it was given: "http://127.0.0.1:8128/".
+  /// The URL with the actual port: "http://127.0.0.1:8128/".
   const std::string& Url() const;
 
-  /// The keys of the streams that have readers.
+  /// The keys of the streams that have readers now.
   std::set<std::string> StreamKeys() const;
 
-  /// Sends one event to all readers of the streams of that key. `data` has no line feed.
+  /// Sends one event to all readers of the streams with this key. `data` must not contain a line
+  /// feed.
   void Publish(const std::string& key, const std::string& data);
 
-  /// Drops those that are too slow. To be called a few times a second.
+  /// Drops clients that are too slow, and sends late answers that are ready. Call it a few times a
+  /// second.
   void Tend(Time now);
 
   HttpCounts Counts() const;

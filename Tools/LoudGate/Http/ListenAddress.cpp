@@ -1,4 +1,4 @@
-// Addresses as texts.
+// Reads and writes addresses as text.
 
 #include "ListenAddress.h"
 
@@ -60,7 +60,7 @@ std::optional<ListenAddress> ReadListenAddress(const std::string& text) {
 
 ListenAddress ListenAddress::WithPort(unsigned port) const {
   ListenAddress other = *this;
-  // The port stands at the same place in both kinds of addresses.
+  // The port has the same offset in both kinds of addresses.
   static_assert(offsetof(sockaddr_in, sin_port) == offsetof(sockaddr_in6, sin6_port));
   const in_port_t ordered = htons(static_cast<std::uint16_t>(port));
   std::memcpy(reinterpret_cast<char*>(&other.address) + offsetof(sockaddr_in, sin_port), &ordered,

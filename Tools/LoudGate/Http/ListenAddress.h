@@ -1,4 +1,4 @@
-// Where the gate listens. Stateless.
+// The address at which the gate listens. Stateless.
 
 #pragma once
 
@@ -23,8 +23,8 @@ struct ListenAddress {
   ListenAddress WithPort(unsigned port) const;
 };
 
-/// The address in "ADDRESS:PORT", with an IPv6 address in brackets; nothing for any other text.
-/// Port 0 stands for one that is free.
+/// Reads "ADDRESS:PORT", with an IPv6 address in brackets; returns nothing for any other text. Port
+/// 0 means any free port.
 std::optional<ListenAddress> ReadListenAddress(const std::string& text);
 
 }  // namespace loudgate

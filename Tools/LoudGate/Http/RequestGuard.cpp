@@ -1,4 +1,4 @@
-// Checks of Host and Origin.
+// Checks the Host and Origin headers.
 
 #include "RequestGuard.h"
 
@@ -22,7 +22,7 @@ bool IsAddress(int family, const std::string& text) {
   return inet_pton(family, text.c_str(), address) == 1;
 }
 
-// "HOST" or "HOST:PORT"; empty for anything else. The host of an IPv6 address has brackets.
+// The host of "HOST" or "HOST:PORT"; empty if the port is invalid. An IPv6 address has brackets.
 std::string WithoutPort(const std::string& host) {
   const std::size_t colon = host.rfind(':');
   const std::size_t bracket = host.rfind(']');
@@ -31,7 +31,7 @@ std::string WithoutPort(const std::string& host) {
   return IsPort(host.substr(colon + 1)) ? host.substr(0, colon) : "";
 }
 
-// What stands behind the scheme of an origin, "https://HOST:PORT"; empty for "null".
+// "HOST:PORT" of an origin "https://HOST:PORT"; empty for "null".
 std::string AuthorityOf(const std::string& origin) {
   const std::size_t slashes = origin.find("://");
   return slashes == std::string::npos ? "" : origin.substr(slashes + 3);

@@ -1,6 +1,6 @@
-// Which requests are answered at all: those that were meant for this gate. A page of another site
-// in a reader's browser must not get at it, neither by a name of its own that it lets point here
-// nor by sending something from there. Stateless once made.
+// Decides which requests are answered at all: those meant for this gate. A page of another site in
+// a reader's browser must not reach the gate, neither through a host name that it points here (DNS
+// rebinding) nor by a cross-site request. Immutable.
 
 #pragma once
 
@@ -14,15 +14,14 @@ namespace loudgate {
 
 class RequestGuard {
  public:
-  /// `names` are the names by which readers reach the gate, in addition to addresses and
-  /// "localhost".
+  /// `names` are the host names of the gate, in addition to addresses and "localhost".
   explicit RequestGuard(const std::set<std::string>& names = {});
 
-  /// What to say instead of an answer; nothing for a request that is to be answered.
+  /// The refusal of a request; nothing if the request may be answered.
   std::optional<HttpAnswer> Refusal(const HttpRequest& request) const;
 
-  /// Whether a Host header names this gate: an address, which nobody can let point elsewhere, or
-  /// one of the names; with or without a port.
+  /// Whether a Host header, with or without a port, names this gate: by an address, which no site
+  /// can redirect, or by one of the names.
   bool IsOwnHost(const std::string& host) const;
 
  private:

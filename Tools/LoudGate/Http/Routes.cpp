@@ -1,4 +1,4 @@
-// Handlers by path and method.
+// Finds a handler by path and method.
 
 #include "Routes.h"
 
@@ -26,7 +26,7 @@ const Routes::Methods* Routes::Find(HttpRequest& request) const {
   const auto exact = mExact.find(request.path);
   if (exact != mExact.end())
     return &exact->second;
-  // Of two prefixes of one path the longer one stands behind the other.
+  // Reverse order tries a longer prefix before the shorter ones that it contains.
   for (auto entry = mPrefixes.rbegin(); entry != mPrefixes.rend(); ++entry) {
     const std::string& prefix = entry->first;
     if (request.path.size() > prefix.size() &&

@@ -1,4 +1,4 @@
-// Which handler answers which request.
+// Maps requests to handlers.
 
 #pragma once
 
@@ -12,16 +12,17 @@ namespace loudgate {
 
 class Routes {
  public:
-  /// Answers at once, or later by a LateAnswer: everything happens on one thread.
+  /// Answers at once, or later with a LateAnswer. Everything runs on one thread, so a handler must
+  /// not block.
   using Handler = std::function<HttpAnswer(const HttpRequest&)>;
 
-  /// Answers requests of `method` (GET answers HEAD too) for `path`. A path that ends in "*" stands
-  /// for all that begin like it and have at least one character more; they are tried after those
-  /// without, longer ones first.
+  /// Makes `handler` answer requests of `method` (GET includes HEAD) for `path`. A path that ends
+  /// in "*" matches every path with that prefix and at least one more character. Exact paths are
+  /// tried first, then longer prefixes before shorter ones.
   void Add(const std::string& method, const std::string& path, Handler handler);
 
-  /// The handler's answer; that there is no such path, or no such method for it, where there is
-  /// none; that something has failed where the handler throws.
+  /// Returns the handler's answer; 404 for an unknown path, 405 for a method without a handler, and
+  /// 500 if the handler throws.
   HttpAnswer Answer(HttpRequest request) const;
 
  private:

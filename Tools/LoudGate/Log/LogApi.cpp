@@ -1,4 +1,4 @@
-// Requests to the thread, and answers back.
+// Hands requests to the thread, and answers back to the loop.
 
 #include "LogApi.h"
 
@@ -18,7 +18,7 @@ HttpAnswer Busy() {
   return HttpAnswer::Plain(kUnavailable, "There are too many such requests; try again later.");
 }
 
-// Nobody waits for the answer any longer.
+// Thrown when the work takes too long or the gate ends.
 class GivenUp : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -93,7 +93,8 @@ void LogApi::Run() {
       return;
     Job job = std::move(mWaiting.front());
     mWaiting.pop_front();
-    const bool isRefused = job.makesFile && HasAllFiles();  // made while it waited
+    const bool isRefused =
+        job.makesFile && HasAllFiles();  // files may have been made while it waited
     lock.unlock();
     job.answer = isRefused ? Busy() : AnswerOf(job);
     lock.lock();

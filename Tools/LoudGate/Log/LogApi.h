@@ -1,5 +1,5 @@
-// What was sent in a period, from the record: /api/log. A period is read on a thread of its own,
-// so that the loop waits for no disk and no calculation.
+// /api/log: the recorded figures of a period. A separate thread reads the period, so that the event
+// loop never waits for the disk or for a calculation.
 
 #pragma once
 
@@ -18,43 +18,44 @@
 
 namespace loudgate {
 
-/// Says that there is no record, at /api/log.
+/// Makes /api/log answer that the gate keeps no record.
 void AddNoLog(Routes& routes);
 
-/// What requests may take of the gate.
+/// Limits on what requests can take.
 struct LogLimits {
-  std::size_t waiting = 4;  // for the one that is worked on; further ones are refused at once
-  std::size_t files = 4;    // tables of seconds on their way, 11 MB each; further ones are refused
+  std::size_t waiting =
+      4;  // requests that wait besides the one in progress; further ones are refused
+  std::size_t files = 4;  // CSV files being sent, up to 11 MB each; further ones are refused
 
-  /// From a request to its answer. What would take longer is given up, before the server's patience
-  /// ends; the time that a locked file is waited for comes on top.
+  /// Longest time from a request to its answer, shorter than the server's patience. Longer work is
+  /// given up. Waiting for a locked file adds to this time.
   std::chrono::milliseconds work{12000};
 };
 
 class LogApi {
  public:
-  /// Answers /api/log from the record in `file`, which need not exist yet. The routes may be asked
-  /// as long as this lives.
+  /// Answers /api/log from the record in `file`, which need not exist yet. Must outlive the last
+  /// use of the routes.
   LogApi(Routes& routes, std::string file, LogLimits limits = {});
 
-  /// Ends what is going on.
+  /// Gives up work in progress and ends the thread.
   ~LogApi();
 
   LogApi(const LogApi&) = delete;
   LogApi& operator=(const LogApi&) = delete;
 
-  /// Hands over the answers that have been found. To be called ten times a second.
+  /// Delivers the answers that are ready. Call it ten times a second.
   void Tend();
 
  private:
   using Time = std::chrono::steady_clock::time_point;
   using Work = std::function<HttpAnswer(const std::function<void()>& check)>;
 
-  // A request on its way.
+  // A request that has not been answered yet.
   struct Job {
     bool makesFile;
     Work work;
-    Time due;  // when nobody waits for it any longer
+    Time due;  // when the work is given up
     std::shared_ptr<LateAnswer> late;
     HttpAnswer answer = {};
   };
@@ -67,14 +68,14 @@ class LogApi {
   std::string mFile;
   LogLimits mLimits;
 
-  mutable std::mutex mMutex;  // guards what follows
+  mutable std::mutex mMutex;  // guards the members up to mFiles
   std::condition_variable mChange;
   bool mIsEnding = false;
   std::deque<Job> mWaiting;
   std::vector<Job> mDone;
-  std::vector<std::weak_ptr<const AnswerFile>> mFiles;  // that may still be on their way
+  std::vector<std::weak_ptr<const AnswerFile>> mFiles;  // sent ones may be gone already
 
-  std::thread mThread;  // the last one: it uses the others
+  std::thread mThread;  // last, because it uses the members above
 };
 
 }  // namespace loudgate

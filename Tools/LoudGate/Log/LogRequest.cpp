@@ -1,4 +1,4 @@
-// Parameters read, and answers made.
+// Reads the parameters and makes the answers.
 
 #include "LogRequest.h"
 
@@ -33,10 +33,10 @@ constexpr std::array<const char*, 3> kStyles = {"json", "csv", "html"};
 constexpr std::array<const char*, 6> kParameters = {"cluster", "from",   "to",
                                                     "last",    "format", "profile"};
 
-// Rows are written to the file so much at a time.
+// Rows are collected up to this size before they are written to the file.
 constexpr std::size_t kRowBytes = std::size_t{64} * 1024;
 
-// The value of a parameter that `read` understands; nothing without the parameter.
+// The value of a parameter, parsed by `read`; nothing if the parameter is missing.
 template <typename Read>
 auto ValueOf(const HttpRequest& request, const char* name, const Read& read)
     -> decltype(read(std::string())) {
@@ -62,7 +62,7 @@ std::optional<louddesk::Criteria> CriteriaNamed(const std::string& name) {
              : std::optional(louddesk::CriteriaOf(name));
 }
 
-// A plus sign that was not escaped stands for a blank in a query: that of "...T20:15:00+01:00".
+// In a query, an unescaped plus sign means a blank. Restores the one in "...T20:15:00+01:00".
 std::string WithPlus(std::string text) {
   if (text.find('T') != std::string::npos)
     std::replace(text.begin(), text.end(), ' ', '+');
@@ -89,7 +89,7 @@ void CheckLength(const louddesk::StationPeriod& period, LogStyle style) {
                                   : "31 days can be asked for at once.");
 }
 
-// A file without a name beside the record, written row by row.
+// An unnamed file in the record's folder, written row by row.
 class RowFile {
  public:
   explicit RowFile(const std::string& record)

@@ -1,4 +1,4 @@
-// A request for a period of the record: what is asked for, and the answer. Stateless.
+// Parses a request for a period of the record, and answers it. Stateless.
 
 #pragma once
 
@@ -10,11 +10,11 @@
 
 namespace loudgate {
 
-/// How a period is answered.
+/// The format of an answer.
 enum class LogStyle {
-  kJson,  // its figures
-  kCsv,   // its seconds
-  kHtml,  // the report
+  kJson,  // the figures of the period
+  kCsv,   // a table of its seconds
+  kHtml,  // the printable report
 };
 
 struct LogRequest {
@@ -24,21 +24,21 @@ struct LogRequest {
   louddesk::Criteria criteria;
 };
 
-/// The request cannot be understood. The text is one line for its sender.
+/// The request cannot be understood. The text is one line for the client.
 class BadLogRequest : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// The longest periods, s: of seconds and of figures.
+/// The longest periods in s: of a table of seconds, and of figures or a report.
 constexpr std::int64_t kLongestSeconds = std::int64_t{25} * 3600;
 constexpr std::int64_t kLongestFigures = std::int64_t{31} * 86400 + 3600;
 
-/// What a request asks for. Throws BadLogRequest.
+/// Parses the parameters of a request. `now` is in s since 1970. Throws BadLogRequest.
 LogRequest ReadLogRequest(const HttpRequest& request, std::int64_t now);
 
-/// The answer from the record in `file`: also that there is none. `check` is called with each
-/// second; what it throws ends the work and is passed on.
+/// Answers from the record in `file`; a missing record or period is an answer too. Calls `check`
+/// for each second read; an exception from `check` ends the work and is passed on.
 HttpAnswer AnswerFrom(const std::string& file, const LogRequest& request, std::int64_t now,
                       const std::function<void()>& check);
 

@@ -1,5 +1,4 @@
-// CZMQ's loop behind actions. An action may end the watch that it belongs to: it is kept until it
-// returns.
+// Wraps CZMQ's loop. An action may end its own watch; it is kept alive until it returns.
 
 #include "EventLoop.h"
 

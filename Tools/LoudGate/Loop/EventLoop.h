@@ -1,5 +1,5 @@
-// The loop in which everything of the gate happens, on one thread: sockets, descriptors and timers,
-// each with what is to be done. No action may wait for anything.
+// The gate's event loop: runs actions for sockets, descriptors and timers on one thread. An action
+// must not block.
 
 #pragma once
 
@@ -21,24 +21,24 @@ class EventLoop {
   EventLoop(const EventLoop&) = delete;
   EventLoop& operator=(const EventLoop&) = delete;
 
-  /// Does `action` whenever there is something to read, until Unwatch. REQUIRES: not watched yet;
-  /// it is not closed before Unwatch.
+  /// Calls `action` whenever there is something to read, until Unwatch. REQUIRES: it is not watched
+  /// yet, and stays open until Unwatch.
   void Watch(zsock_t* socket, Action action);
   void Watch(int descriptor, Action action);
 
   void Unwatch(zsock_t* socket);
   void Unwatch(int descriptor);
 
-  /// Does `action` every `period`. What a busy machine has missed is done later, at once.
+  /// Calls `action` every `period`. Calls that a busy machine has missed are made up for at once.
   void Every(std::chrono::milliseconds period, Action action);
 
-  /// Does `action` once, in `delay` at the earliest.
+  /// Calls `action` once, after `delay` or later.
   void After(std::chrono::milliseconds delay, Action action);
 
   /// Runs until End is called.
   void Run();
 
-  /// Ends Run after the action that is going on.
+  /// Makes Run return after the current action.
   void End() { mIsEnding = true; }
 
  private:

@@ -1,4 +1,4 @@
-// The steps of the program: signals, clusters, routes, server, loop.
+// Sets up the signals, clusters, routes and server, and runs the event loop.
 
 #include "Gate.h"
 
@@ -30,7 +30,7 @@
 namespace loudgate {
 namespace {
 
-// Period of the loudness data, and of the streams' events.
+// Period of the loudness data and of the stream events.
 constexpr std::chrono::milliseconds kTick{100};
 
 sigset_t EndSignals() {
@@ -41,7 +41,7 @@ sigset_t EndSignals() {
   return signals;
 }
 
-// The descriptor that tells of them.
+// A descriptor that receives the end signals.
 class EndSignalFile {
  public:
   EndSignalFile() {
@@ -70,7 +70,7 @@ std::string ContentsOf(const std::string& file) {
   return contents;
 }
 
-// Whoever can read the key can take the place of this gate.
+// Anyone who can read the key can impersonate this gate.
 void NoteOpenKey(const std::string& key, louddesk::Complaints& complaints) {
   struct stat status {};
   if (stat(key.c_str(), &status) == 0 && (status.st_mode & S_IRWXO) != 0)
@@ -86,7 +86,7 @@ HttpSettings SettingsFor(const GateOptions& options) {
   return settings;
 }
 
-// What commands take: the secret, and the place from which they are sent.
+// The parts that commands need: the token, and the endpoint they are sent from.
 struct Control {
   Control(EventLoop& loop, ClusterBoard& board, const std::string& tokenFile)
       : token(tokenFile), commands(loop) {
@@ -97,7 +97,7 @@ struct Control {
   ClusterControl commands;
 };
 
-// Members go in the reverse order of this list: the server before what its routes ask.
+// The members are destroyed in reverse order: the server before the parts that its routes use.
 class Gate {
  public:
   Gate(const GateOptions& options, louddesk::Complaints& complaints)
@@ -165,7 +165,7 @@ class Gate {
   EventLoop mLoop;
   Routes mRoutes;
   std::optional<StationRecorder> mRecorder;  // nothing with --no-record
-  std::optional<LogApi> mLog;                // likewise
+  std::optional<LogApi> mLog;                // nothing with --no-record
   ClusterBoard mBoard;
   std::optional<Control> mControl;
   ClusterApi mApi;

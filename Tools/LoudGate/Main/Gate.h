@@ -1,4 +1,4 @@
-// The gate: its parts, and how they hang together on the loop.
+// The gate, put together from its parts.
 
 #pragma once
 
@@ -7,12 +7,12 @@
 
 namespace loudgate {
 
-/// Serves until SIGTERM, SIGINT or SIGHUP comes. Returns the status of the program. REQUIRES: these
-/// three signals are blocked, and no thread was started before they were.
+/// Serves until SIGTERM, SIGINT or SIGHUP. Returns the exit status of the program. REQUIRES:
+/// PrepareSignals was called before any thread was started.
 int RunGate(const GateOptions& options, louddesk::Complaints& complaints);
 
-/// Blocks the signals by which the gate is ended, so that only its loop sees them, and ignores
-/// those of broken connections.
+/// Blocks the signals that end the gate, so that only its event loop receives them, and ignores
+/// SIGPIPE.
 void PrepareSignals();
 
 }  // namespace loudgate

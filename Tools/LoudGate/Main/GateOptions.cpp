@@ -1,4 +1,4 @@
-// Options, and what to say of a wrong one.
+// Defines the options and reports wrong ones.
 
 #include "GateOptions.h"
 
@@ -47,7 +47,7 @@ constexpr char kFooter[] =
     "\n"
     "SIGTERM and Ctrl-C end it with status 0. The status is 1 when it cannot listen.\n";
 
-// What the record's options say before they are put together.
+// Record options as given, before they are turned into settings.
 struct RecordWords {
   bool isOff = false;
   int writeEvery = static_cast<int>(kWritePeriod.count());
@@ -125,7 +125,7 @@ std::optional<GateOptions> ReadGateOptions(std::vector<std::string> arguments, s
   AddOptions(app, options, listen);
   RecordWords words;
   AddRecordOptions(app, options.record, words);
-  std::reverse(arguments.begin(), arguments.end());  // as CLI11 takes them
+  std::reverse(arguments.begin(), arguments.end());  // the order that CLI11 expects
   try {
     app.parse(std::move(arguments));
     TakeListen(options, listen);

@@ -15,25 +15,25 @@
 
 namespace loudgate {
 
-/// Where the gate listens unless it is told otherwise: this machine alone reaches it.
+/// The default listening address, reachable from this machine only.
 constexpr char kDefaultListen[] = "127.0.0.1:8128";
 
 struct GateOptions {
   ListenAddress listen{};
-  std::set<std::string> names;            // by which readers reach the gate
-  std::string directory = kIpcDirectory;  // of the publishers
-  std::string certificate;                // file; empty: no TLS
+  std::set<std::string> names;            // host names by which readers reach the gate
+  std::string directory = kIpcDirectory;  // where the services bind their publishers
+  std::string certificate;                // file; empty for no TLS
   std::string key;                        // file
-  std::string token;                      // file with the token for commands; empty: none are taken
-  RecordSettings record;                  // no file: no record
+  std::string token;                      // file with the token for commands; empty for no commands
+  RecordSettings record;                  // an empty file name means no record
   std::chrono::seconds writeEvery = kWritePeriod;
 };
 
-/// Status of the program for a command line that it does not understand.
+/// Exit status for a wrong command line.
 constexpr int kWrongCommandLine = 2;
 
-/// What the arguments (without the program's name) ask for. Nothing when the program is to end at
-/// once, with `status`: help and version are on `out`, a complaint is on `errors` then.
+/// Parses the arguments (without the program's name). Returns nothing when the program must exit at
+/// once with `status`; help and version were then written to `out`, and complaints to `errors`.
 std::optional<GateOptions> ReadGateOptions(std::vector<std::string> arguments, std::ostream& out,
                                            std::ostream& errors, int& status);
 

@@ -6,7 +6,7 @@
 #include "Gate.h"
 
 int main(int argc, char** argv) {
-  const int own = std::min(argc, 1);  // even the name of the program may be missing
+  const int own = std::min(argc, 1);  // argv may lack even the program's name
   int status = 0;
   const auto options =
       loudgate::ReadGateOptions({argv + own, argv + argc}, std::cout, std::cerr, status);

@@ -1,4 +1,4 @@
-// Names, meanings and values of the metrics.
+// The metrics' names, help texts and values.
 
 #include "GateMetrics.h"
 
@@ -41,7 +41,7 @@ struct ClusterMetric {
   Value (*value)(const Cluster& cluster, Moment now);
 };
 
-// A figure of the last loudness message, while such messages come.
+// A figure of the last loudness message; nothing when loudness data has stopped coming.
 using Code = std::int16_t;
 template <Code LoudnessData_t::*code, Value (*decode)(Code)>
 Value Figure(const Cluster& cluster, Moment now) {
@@ -135,7 +135,7 @@ constexpr ClusterMetric kClusterMetrics[] = {
      MetricType::Counter, Count<&ClusterCounts::restarts>},
 };
 
-// States as label values.
+// The states as label values.
 constexpr std::pair<ServiceState, const char*> kStates[] = {
     {ServiceState::kAbsent, "absent"},          {ServiceState::kWaiting, "waiting"},
     {ServiceState::kNotStarted, "not_started"}, {ServiceState::kRunning, "running"},

@@ -1,4 +1,4 @@
-// What a monitoring system collects, in the text format of Prometheus. Stateless.
+// The metrics for a monitoring system, in the text format of Prometheus. Stateless.
 
 #pragma once
 
@@ -15,21 +15,22 @@
 
 namespace loudgate {
 
-/// The media type of the format.
+/// The media type of the Prometheus text format.
 constexpr char kMetricsType[] = "text/plain; version=0.0.4; charset=utf-8";
 
-/// What the gate counts of itself.
+/// What the gate counts about itself.
 struct GateCounts {
   HttpCounts http;
-  std::optional<RecordCounts> record;  // nothing where none is kept
+  std::optional<RecordCounts> record;  // nothing when no record is kept
 };
 
-/// The metrics of the clusters and of the gate. A figure is there only while its cluster publishes
-/// it and has a reading.
+/// The metrics of the clusters and of the gate. A figure appears only while its cluster publishes
+/// it and it has a reading.
 std::string MetricsText(const std::vector<const Cluster*>& clusters, const GateCounts& counts,
                         Moment now);
 
-/// Answers /metrics. `counts` is asked each time; both must outlive the routes.
+/// Answers /metrics. Calls `counts` for each request. The board, and whatever `counts` uses, must
+/// outlive the routes.
 void AddMetrics(Routes& routes, const ClusterBoard& board, std::function<GateCounts()> counts);
 
 }  // namespace loudgate

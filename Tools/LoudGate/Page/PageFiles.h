@@ -1,4 +1,4 @@
-// The files of the pages, which are part of the program.
+// The files of the pages, embedded in the program.
 
 #pragma once
 

@@ -1,4 +1,4 @@
-// The table of the files.
+// The table of the pages' files.
 
 #include "PageRoutes.h"
 

@@ -1,5 +1,4 @@
-// The pages that a browser shows. They are the same for every board: their scripts fetch what is
-// on it.
+// The pages for a browser. They are the same for every board; their scripts fetch the board's data.
 
 #pragma once
 
@@ -7,8 +6,8 @@
 
 namespace loudgate {
 
-/// Answers / with the page of all clusters, /cluster/ and a name with that of one, and the files of
-/// both.
+/// Answers / with the page of all clusters, /cluster/NAME with the page of one, and serves the
+/// files of both.
 void AddPages(Routes& routes);
 
 }  // namespace loudgate

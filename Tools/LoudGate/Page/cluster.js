@@ -47,8 +47,8 @@ function noteItem({Time, Text}) {
   return item;
 }
 
-// History, histogram and acknowledgements are not part of the events. They are fetched when a step of the
-// history has passed, and at once when something has been acknowledged.
+// History, histogram and acknowledgements are not part of the events. They are fetched again after
+// each step of the history, and at once when a command was acknowledged.
 class Details {
   #isFetching = false;
   #fetched = -Infinity;
@@ -69,7 +69,7 @@ class Details {
       if (reply.ok)
         this.#show(await reply.json());
     } catch {
-      // The stream notices a lost connection and says so.
+      // The stream notices a lost connection and reports it.
     } finally {
       this.#isFetching = false;
     }
@@ -95,7 +95,8 @@ function show(cluster) {
   details.attend(cluster);
 }
 
-// A stream that is refused does not say why. Of a cluster that is not there nothing is shown.
+// A refused stream does not give the reason. If it is that the cluster does not exist, shows
+// nothing of it.
 async function tellIfUnknown() {
   const reply = await fetch(detailsPath).catch(() => null);
   if (reply?.status !== 404)

@@ -1,4 +1,4 @@
-// Commands to a cluster, where the gate takes them.
+// Commands to a cluster, shown only if the gate takes commands.
 
 import {make, setText} from "./meter.js";
 
@@ -15,13 +15,13 @@ const ORDERS = [
 const WARNING = "LoudGate has the place of the main board's application server here. " +
                 "The reporting is that of all clusters of the board.";
 
-// What the gate says of an order, or why there is nothing.
+// The outcome of an order, or the reason why it was refused.
 async function textOf(reply) {
   const isJson = reply.headers.get("Content-Type") === "application/json";
   return isJson ? (await reply.json()).Text : (await reply.text()).trim();
 }
 
-// What a password manager keeps the token under.
+// The name under which a password manager keeps the token.
 function makeName() {
   const name = make("input");
   name.autocomplete = "username";
@@ -30,7 +30,7 @@ function makeName() {
   return name;
 }
 
-// The field of the token. Its value stands nowhere else: it is gone with the page.
+// The field of the token. The token is kept nowhere else and is gone with the page.
 function makeTokenField() {
   const label = make("label", "token", "Token ");
   const field = make("input");
@@ -48,7 +48,7 @@ export class Control {
   #result = make("p", "result");
   #isBusy = false;
 
-  // `path` is where orders to the cluster are posted.
+  // `path` is the URL to which orders to the cluster are posted.
   constructor(path) {
     this.#path = path;
     const {label, field} = makeTokenField();

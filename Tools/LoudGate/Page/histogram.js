@@ -1,13 +1,13 @@
-// How the momentary readings of the last minutes are distributed, with the gates of ITU-R BS.1770.
+// The distribution of the momentary readings of the last minutes, with the gates of ITU-R BS.1770.
 
 import {fractionOf, isNumber, make, setText} from "./meter.js";
 import {makeDrawing, makeHidden, makeSvg, placeLabels} from "./plot.js";
 
-// Readings come in steps of 0.1 LKFS; a bar holds five of them.
+// Readings have steps of 0.1 LKFS; a bar covers five of them.
 const STEPS_PER_LU = 10;
 const STEPS_PER_BAR = 5;
 
-// The drawing in its own units.
+// The size of the drawing in its own units.
 const WIDTH = 600;
 const HEIGHT = 200;
 const BAR_FILLED = 0.8;
@@ -16,13 +16,13 @@ const LOWEST = -72;
 const TICK_LU = 10;
 const ROUND_LU = 5;
 
-// Whole steps, so that a reading on the border of two bars always falls into the same one.
+// Integer steps, so that a reading on the border of two bars always falls into the same one.
 function stepOf(lkfs) {
   return Math.round(lkfs * STEPS_PER_LU);
 }
 
-// Readings of each bar by the step at which it begins: those that count in the gated loudness, and
-// those that the relative gate leaves out.
+// The readings of each bar, keyed by its first step: those counted in the gated loudness, and those
+// that the relative gate leaves out.
 function barsOf({Lowest, Counts, RelativeGate}) {
   const gate = isNumber(RelativeGate) ? stepOf(RelativeGate) : -Infinity;
   const bars = new Map();
@@ -53,7 +53,7 @@ function xOf(scale, lkfs) {
   return WIDTH * fractionOf(scale, lkfs);
 }
 
-// A rectangle as a part of a path: one path is cheaper than a hundred elements.
+// A rectangle as part of a path: one path is cheaper than a hundred elements.
 function box(x, width, from, to) {
   return `M${x.toFixed(1)} ${from.toFixed(1)}h${width.toFixed(1)}V${to.toFixed(1)}` +
          `h${(-width).toFixed(1)}z`;

@@ -1,9 +1,9 @@
-// Short-term loudness of the last minutes as a curve, with the target and its tolerance.
+// The short-term loudness of the last minutes as a curve, with the target and its tolerance.
 
 import {fractionOf, isNumber, luScaleOf, make, setText, withSign} from "./meter.js";
 import {makeDrawing, makeHidden, makeSvg, placeLabels} from "./plot.js";
 
-// Points of a full history, and the height of the drawing in its own units.
+// The number of points of a full history, and the height of the drawing in its own units.
 const POINTS = 600;
 const HEIGHT = 200;
 
@@ -11,7 +11,7 @@ function heightOf(scale, lu) {
   return HEIGHT * (1 - fractionOf(scale, lu));
 }
 
-// The path of the values; where there is none, it is interrupted. The newest is at the right.
+// The path of the values, with gaps where there are none. The newest value is at the right.
 function pathOf(values, scale, target) {
   const first = POINTS - values.length;
   let path = "";
@@ -25,7 +25,7 @@ function pathOf(values, scale, target) {
   return path;
 }
 
-// The values where the flag is as asked for, and nothing in the other places.
+// The values whose flag equals `isSet`, and null elsewhere.
 function valuesWhere(values, flags, isSet) {
   return values.map((value, i) => flags[i] === isSet ? value : null);
 }

@@ -1,15 +1,15 @@
-// The meter of one cluster: bars for what changes ten times a second, figures for the rest. The
-// bars repeat what the figures say, so readers of the text miss nothing.
+// The meter of one cluster: bars for what changes ten times a second, and figures for all. The bars
+// are hidden from screen readers, because the figures give the same values.
 
 const NO_READING = "\u2013";
 
-// Scales of the loudness bars, EBU Tech 3341, section 2.7, in LU.
+// Scales of the loudness bars in LU, EBU Tech 3341, section 2.7.
 const LU_SCALES = {
   9: {low: -18, high: 9, ticks: [-18, -9, 0, 9]},
   18: {low: -36, high: 18, ticks: [-36, -18, 0, 18]},
 };
 
-// True peak, dBTP, with the permitted maximum of EBU R 128.
+// The true-peak scale in dBTP, and the permitted maximum of EBU R 128.
 const PEAK_SCALE = {low: -60, high: 3, ticks: [-60, -40, -20, 0]};
 const HIGHEST_PERMITTED_PEAK = -1;
 
@@ -33,7 +33,7 @@ const FIGURES = [
   {member: "Lra", label: "Range", kind: RANGE},
 ];
 
-// A new element with classes and a text.
+// Makes an element with classes and a text.
 export function make(tag, classes = "", text = "") {
   const element = document.createElement(tag);
   element.className = classes;
@@ -41,7 +41,7 @@ export function make(tag, classes = "", text = "") {
   return element;
 }
 
-// Texts that stay the same are left alone: nothing is laid out again for them.
+// Leaves an unchanged text alone, so that the browser does not lay it out again.
 export function setText(element, text) {
   if (element.textContent !== text)
     element.textContent = text;
@@ -59,7 +59,7 @@ export function luScaleOf(cluster) {
   return LU_SCALES[cluster.Scale] ?? LU_SCALES[9];
 }
 
-// Place of a value on a scale, 0 to 1.
+// The position of a value on a scale, 0 to 1.
 export function fractionOf(scale, value) {
   return Math.min(1, Math.max(0, (value - scale.low) / (scale.high - scale.low)));
 }
@@ -77,7 +77,7 @@ function isOverPeak(value) {
   return isNumber(value) && value > HIGHEST_PERMITTED_PEAK;
 }
 
-// What stands behind a figure: its distance to the target, and in words what a colour says too.
+// The remark beside a figure: its distance to the target, and in words what its colour shows.
 function remarkOf(kind, value, target, isOut) {
   if (!isNumber(value) || kind === RANGE)
     return "";
@@ -89,7 +89,7 @@ function remarkOf(kind, value, target, isOut) {
   return `${withSign(value - target, 1)} LU${isOut ? words : ""}`;
 }
 
-// A name, a figure with its unit, and a remark: a row of a list of figures.
+// A row of a list of figures: a name, a figure with its unit, and a remark.
 class FigureRow {
   constructor(member, label) {
     this.element = make("div", "figure");
@@ -102,7 +102,7 @@ class FigureRow {
     this.element.append(make("dt", "", label), data);
   }
 
-  // `isOut`: it is to be said that the figure is out of its tolerance.
+  // `isOut`: the remark says that the figure is out of tolerance.
   show(kind, value, target, isOut = false) {
     setText(this.value, isNumber(value) ? value.toFixed(kind.digits) : NO_READING);
     setText(this.unit, isNumber(value) ? kind.unit : "");
@@ -131,7 +131,7 @@ class Bar {
   }
 }
 
-// The numbers below the bars.
+// The numbers below a bar.
 class Axis {
   #scale = null;
 
@@ -159,7 +159,7 @@ function toleranceOf(cluster) {
 
 const PEAK_ZONE = {low: HIGHEST_PERMITTED_PEAK, high: PEAK_SCALE.high};
 
-// Momentary figures of a measurement that does not run are those of a moment long past.
+// The momentary figures of a measurement that does not run are out of date, so they are not shown.
 function currentOf(cluster, member) {
   return cluster.Live ? cluster[member] : null;
 }
@@ -224,7 +224,7 @@ function ageText(cluster) {
   return isNumber(cluster.Age) ? `last message ${cluster.Age.toFixed(1)} s ago` : "no message yet";
 }
 
-// Without a connection neither is known.
+// Without a connection, neither fact is known.
 function factsText(cluster) {
   return cluster.Name === undefined ? "" : `${sourceText(cluster)}, ${ageText(cluster)}`;
 }
@@ -240,7 +240,7 @@ function targetText(cluster) {
       `EBU +${cluster.Scale} scale${cluster.Configured ? "" : ", by default"}` : "";
 }
 
-// The whole of them.
+// The complete meter: state, bars and figures.
 export class Meter {
   #bars = BARS.map((entry) => new BarRow(entry));
   #figures = FIGURES.map((entry) => new Figure(entry));
@@ -263,7 +263,7 @@ export class Meter {
                         this.#target);
   }
 
-  // Takes a cluster of the gate's documents, or one without members where nothing is known.
+  // Shows a cluster from the gate's documents. Missing members are shown as unknown.
   show(cluster) {
     setText(this.#state, cluster.State);
     this.element.classList.toggle("alarming", Boolean(cluster.Alarming));
@@ -276,7 +276,7 @@ export class Meter {
       part.show(cluster);
   }
 
-  // Nothing that is shown without a connection is current.
+  // Clears the figures, because none is current without a connection.
   clear() {
     this.show({State: "NO CONNECTION"});
   }
@@ -297,8 +297,8 @@ export class Meter {
   }
 }
 
-// What has changed of the clusters' states, for those who do not see it; empty if nothing has.
-// Figures are not announced: they change all the time.
+// Changes of the clusters' states as a text for screen readers; empty if there are none. Figures
+// are not announced, because they change all the time.
 export class StateChanges {
   #states = new Map();
 
@@ -319,7 +319,7 @@ const STATUS_TEXTS = {
   resting: () => "Paused in the background",
 };
 
-// Says how the connection is.
+// Shows the status of the connection.
 export function showStatus(status) {
   document.documentElement.dataset.connection = status;
   setText(document.getElementById("connection"), STATUS_TEXTS[status]());

@@ -1,5 +1,5 @@
-// Parts of which the drawings are made. They fill the width that they are given: shapes are
-// stretched, labels stand beside them in percent.
+// Shared parts of the drawings. Drawings fill the available width: shapes are stretched, and labels
+// are separate elements placed in percent.
 
 import {fractionOf, make} from "./meter.js";
 
@@ -12,7 +12,8 @@ export function makeSvg(tag, attributes) {
   return element;
 }
 
-// A drawing of so many units. What it shows stands in the text below it too.
+// A drawing of `width` by `height` units. It is hidden from screen readers, because the text below
+// it summarises it.
 export function makeDrawing(width, height) {
   return makeSvg("svg", {
     viewBox: `0 0 ${width} ${height}`, preserveAspectRatio: "none", "aria-hidden": "true",
@@ -25,8 +26,8 @@ export function makeHidden(tag, classes) {
   return element;
 }
 
-// The labels of the values along an edge: "left" counts from the left, "top" from the bottom up. In
-// the farther half they are marked, so that they can stand on the other side of their places.
+// Labels the values along an edge: "left" counts from the left, "top" from the bottom up. Labels in
+// the farther half are marked, so that a style can put them on the other side of their positions.
 export function placeLabels(element, edge, scale, values, textOf) {
   element.replaceChildren(...values.map((value) => {
     const label = make("span", "", textOf(value));

@@ -19,7 +19,7 @@ function hasSameNames(clusters) {
   return clusters.length === meters.size && clusters.every(({Name}) => meters.has(Name));
 }
 
-// Meters of clusters that are listed no longer go; the others keep their place in the order.
+// Removes the meters of clusters that are no longer listed, and puts the rest in the listed order.
 function arrange(clusters) {
   const old = new Map(meters);
   meters.clear();

@@ -1,11 +1,11 @@
-// A stream of the gate's events: open while the page can be seen, and only then, so that a tab in
-// the background costs nothing here or there.
+// A stream of the gate's events. It is open only while the page is visible, so that a tab in the
+// background costs neither side anything.
 
-// There is an event at least once a second.
+// The gate sends an event at least once a second.
 const LONGEST_SILENCE_MS = 3000;
 const RETRY_AFTER_MS = 1000;
 
-// Readers who prefer less motion see the figures once a second.
+// Readers who prefer reduced motion get new figures about once a second.
 const CALM_PERIOD_MS = 900;
 const calm = matchMedia("(prefers-reduced-motion: reduce)");
 
@@ -18,8 +18,8 @@ export class Stream {
   #status = "";
   #shown = 0;
 
-  // `onDocument` takes each document; `onStatus` takes "connecting", "live", "lost" and "resting"
-  // when that changes. What was shown before is not current unless it is "live".
+  // `onDocument` takes each document. `onStatus` takes "connecting", "live", "lost" or "resting" at
+  // each change. Figures shown before are current only while the status is "live".
   constructor(path, onDocument, onStatus) {
     this.#path = path;
     this.#onDocument = onDocument;
@@ -63,7 +63,7 @@ export class Stream {
     this.#timer = setTimeout(() => this.#lose(), LONGEST_SILENCE_MS);
   }
 
-  // A browser does not try again by itself after every error, so this does.
+  // Reconnects itself, because a browser does not retry after every error.
   #lose() {
     this.#close();
     this.#tell("lost");

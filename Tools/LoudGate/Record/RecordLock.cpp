@@ -1,4 +1,4 @@
-// A lock of the system on a file. SQLite's own locks on the record stay untouched.
+// A flock on a separate file, so that SQLite's own locks on the record are not disturbed.
 
 #include "RecordLock.h"
 
@@ -16,8 +16,8 @@
 namespace loudgate {
 namespace {
 
-// Not when the file has been removed since it was opened: by whoever had the lock, or with its
-// folder.
+// Whether the open file is still the one at `path`. It may have been removed since it was opened,
+// by the process that held the lock or along with its folder.
 bool IsAt(const std::string& path, int descriptor) {
   struct stat own {};
   struct stat there {};

@@ -1,4 +1,4 @@
-// That one process alone writes a record.
+// Makes sure that only one process at a time writes a record.
 
 #pragma once
 
@@ -8,7 +8,7 @@ namespace loudgate {
 
 class RecordLock {
  public:
-  /// For the record in `file`. Nothing is locked yet.
+  /// The lock for the record in `file`. It is not taken yet.
   explicit RecordLock(const std::string& file);
 
   ~RecordLock() { Release(); }
@@ -16,18 +16,18 @@ class RecordLock {
   RecordLock(const RecordLock&) = delete;
   RecordLock& operator=(const RecordLock&) = delete;
 
-  /// Takes the lock if nobody else has it; whether it is had. It is a file beside the record, whose
-  /// lock the system drops when the process ends in whatever way. Throws StationError when that
-  /// file cannot be opened.
+  /// Takes the lock unless another process holds it. Returns whether it is held now. The lock is on
+  /// a file beside the record; the kernel releases it however the process ends. Throws StationError
+  /// when that file cannot be opened.
   bool Take();
 
-  /// Gives it back, and removes its file.
+  /// Releases the lock and removes its file.
   void Release();
 
  private:
   std::string mFile;
-  std::string mPath;     // of the lock
-  int mDescriptor = -1;  // while the lock is had
+  std::string mPath;     // of the lock file
+  int mDescriptor = -1;  // -1 while the lock is not held
 };
 
 }  // namespace loudgate

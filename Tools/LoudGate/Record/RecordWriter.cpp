@@ -1,4 +1,4 @@
-// The thread, and what it does when the disk or the file is not as it should be.
+// The writer's thread, and how it handles faults of the disk and the file.
 
 #include "RecordWriter.h"
 
@@ -23,18 +23,18 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-// What waits to be written weighs as much as so many seconds of clusters at most: ten minutes of 64
-// clusters, 2.5 MB.
+// Limit of the pending batches, counted in seconds of one cluster: ten minutes of 64 clusters,
+// about 2.5 MB.
 constexpr std::size_t kMostPending = std::size_t{64} * 600;
 
-// A check reads the whole file. What has not been read by then is not checked; damage there shows
-// when it is met.
+// The check reads the whole file, so it stops after this time. Damage in the unread part shows when
+// that part is used.
 constexpr std::chrono::seconds kCheckFor{60};
 
-// Of the size that is allowed, this much at most is for SQLite's log.
+// The share of the allowed size that is reserved for SQLite's log.
 constexpr std::uint64_t kLogBytes = std::uint64_t{2} << 20;
 
-// How often the lock is asked for while another process has it.
+// How often to retry the lock while another process holds it.
 constexpr std::chrono::seconds kTryLockEvery{1};
 
 constexpr std::int64_t kMsPerSecond = 1000;
@@ -46,7 +46,7 @@ std::size_t SecondsOf(const StationBatch& batch) {
   return count;
 }
 
-// The memory that a batch takes, in seconds. Even an empty one weighs something.
+// The memory that a batch takes, in units of one recorded second. Even an empty batch counts.
 std::size_t WeightOf(const StationBatch& batch) {
   std::size_t bytes = sizeof batch;
   for (const louddesk::RecordedEvent& event : batch.events)
@@ -60,7 +60,8 @@ std::int64_t NowMs() {
       .count();
 }
 
-// Takes out what lies before `ms`; seconds that have begun before it too. Whether seconds are left.
+// Removes the events before `ms` and the seconds that began before it. Returns whether any seconds
+// are left.
 bool BeginAt(StationBatch& batch, std::int64_t ms) {
   bool isLeft = false;
   for (auto& [cluster, seconds] : batch.seconds) {
@@ -90,7 +91,7 @@ bool Exists(const std::string& path) {
   return lstat(path.c_str(), &status) == 0;
 }
 
-// A name that nothing has yet.
+// A file name that is not in use.
 std::string NameAside(const std::string& file) {
   const std::string name = file + ".damaged-" + Stamp();
   std::string free = name;
@@ -151,7 +152,7 @@ void RecordWriter::Run() {
   mLock.Release();
 }
 
-// Waits for a batch, or for the time to try the lock again; false when it is the end.
+// Waits for a batch, or for the time to retry the lock. Returns false when the writer ends.
 bool RecordWriter::Await() {
   const auto isDue = [this] { return mIsWoken || mIsEnding; };
   std::unique_lock lock(mMutex);
@@ -163,7 +164,7 @@ bool RecordWriter::Await() {
   return !mIsEnding;
 }
 
-// A disk that fails may let nobody know.
+// Notes when the write began: a failing disk may block the thread without any error.
 void RecordWriter::WriteTimed() {
   const auto take = [this](std::optional<Clock::time_point> since) {
     const std::lock_guard lock(mMutex);
@@ -174,7 +175,8 @@ void RecordWriter::WriteTimed() {
   take(std::nullopt);
 }
 
-// A damaged file is set aside once; what cannot be written into a new one either waits.
+// Sets a damaged file aside once and starts a new one. If that cannot be written either, the
+// batches wait for the next attempt.
 void RecordWriter::Write() {
   for (int attempts = 0; attempts < 2 && !mIsRefused; ++attempts) {
     try {
@@ -192,7 +194,7 @@ void RecordWriter::Write() {
   }
   const std::lock_guard lock(mMutex);
   if (mIsLockedOut)
-    mPending.clear();  // the other one has it
+    mPending.clear();  // the other process records them
   BoundPending(mIsRefused ? 0 : kMostPending);
 }
 
@@ -206,7 +208,8 @@ void RecordWriter::Open() {
   Check();
 }
 
-// When SQLite closes a file that was moved it drops the log, which still has the old name.
+// Carries the log over before closing: SQLite drops the log of a moved file, because the log still
+// has the old name.
 void RecordWriter::LeaveTakenFile() {
   Tell(mSettings.file + ": the file was taken away; a new one begins");
   const auto record = std::move(mRecord);
@@ -285,9 +288,8 @@ void RecordWriter::TellOfRecovery() {
     mRecord->Append({{}, {{NowMs(), std::nullopt, louddesk::kGapEvent, text}}});
 }
 
-// By age a step at a time, by size until what is left fits. The size on the disk may say more than
-// that: while another program reads in a transaction of its own, nothing that is removed makes the
-// file smaller.
+// Removes one step by age, and by size until the rest fits. The file on disk can stay larger: while
+// another program holds a read transaction, removing rows does not shrink it.
 void RecordWriter::Trim() {
   const std::uint64_t most = mSettings.mostBytes - std::min(kLogBytes, mSettings.mostBytes / 8);
   bool isRemoved = mRecord->RemoveOlderThan(mSettings.days, std::time(nullptr));
@@ -308,7 +310,7 @@ void RecordWriter::TellOfSize(std::uint64_t size) {
   mCounts.bytes = size;
 }
 
-// What to do until the next attempt.
+// Records the failure. The batches stay until the next attempt, unless the file is refused.
 void RecordWriter::Keep(const StationError& error) {
   using Fault = StationError::Fault;
   mIsRefused = error.Why() == Fault::kForeign || error.Why() == Fault::kNewer;
@@ -322,7 +324,7 @@ void RecordWriter::Keep(const StationError& error) {
   mCounts.isWorking = false;
 }
 
-// SQLite's log is kept with the file that it belongs to.
+// SQLite's log is moved together with its file.
 void RecordWriter::SetAside(const std::string& reason) {
   mRecord.reset();
   const std::string aside = NameAside(mSettings.file);
@@ -334,7 +336,7 @@ void RecordWriter::SetAside(const std::string& reason) {
     Tell(reason + "; the damaged file cannot be set aside: " + std::strerror(errno));
 }
 
-// The oldest go. With the mutex locked.
+// Drops the oldest batches. REQUIRES: mMutex is held.
 void RecordWriter::BoundPending(std::size_t most) {
   std::size_t weight = 0;
   for (const StationBatch& batch : mPending)

@@ -1,5 +1,5 @@
-// Writes batches into the record on a thread of its own, so that no disk makes anybody wait, and
-// keeps the file within its bounds.
+// Writes batches into the record on a separate thread, so that the event loop never waits for the
+// disk, and keeps the file within its size and age limits.
 
 #pragma once
 
@@ -24,21 +24,22 @@ struct RecordSettings {
   std::string file;
   std::int64_t days = 90;
   std::uint64_t mostBytes = std::uint64_t{2} << 30;  // with SQLite's log, without files set aside
-  std::chrono::milliseconds longestWrite{60000};     // one that takes longer hangs
+  std::chrono::milliseconds longestWrite{60000};     // a write that takes longer counts as hanging
 };
 
-/// The state of the record.
+/// The state of the record, for the metrics.
 struct RecordCounts {
-  std::uint64_t bytes = 0;        // of the file and SQLite's log
-  std::uint64_t failures = 0;     // attempts to write that failed
-  std::uint64_t lostSeconds = 0;  // that will not be recorded, of all clusters
-  bool isWorking = false;         // the last attempt went well, and none hangs
+  std::uint64_t bytes = 0;        // of the file and SQLite's log on disk
+  std::uint64_t failures = 0;     // failed attempts to write
+  std::uint64_t lostSeconds = 0;  // seconds that will never be recorded, summed over all clusters
+  bool isWorking = false;         // the last attempt succeeded, and no write hangs
 };
 
 class RecordWriter {
  public:
-  /// Opens, checks and bounds the file at once, on its thread, and tries again with every batch. A
-  /// file that another process records in is taken over when that one ends.
+  /// Opens, checks and trims the file at once, on the writer's thread. If that fails, tries again
+  /// with every batch. While another process records in the file, waits until that process ends and
+  /// then takes over.
   explicit RecordWriter(RecordSettings settings);
 
   ~RecordWriter() { End(); }
@@ -46,14 +47,14 @@ class RecordWriter {
   RecordWriter(const RecordWriter&) = delete;
   RecordWriter& operator=(const RecordWriter&) = delete;
 
-  /// Takes a batch to write. While writing fails, ten minutes of 64 clusters are kept, or what
-  /// takes as much memory, and the oldest batches are lost.
+  /// Queues a batch for writing. While writing fails, up to ten minutes of 64 clusters, or as much
+  /// memory in events, are kept; beyond that the oldest batches are lost.
   void Put(louddesk::StationBatch batch);
 
-  /// Writes what it still has and closes the file. Nothing may be put afterwards.
+  /// Writes the queued batches and closes the file. Put must not be called afterwards.
   void End();
 
-  /// What an operator should know, a line each, since the last call.
+  /// Messages for the operator since the last call, one line each.
   std::vector<std::string> TakeLines();
 
   RecordCounts Counts() const;
@@ -81,19 +82,19 @@ class RecordWriter {
   RecordSettings mSettings;
   RecordLock mLock;
   std::unique_ptr<louddesk::StationRecord> mRecord;  // null while it cannot be opened
-  bool mIsRefused = false;    // the file is not ours to write: nothing is, until the end
-  bool mIsLockedOut = false;  // another process has the lock
-  // When the record was taken over from another process, ms since 1970, until what comes is later:
-  // what lies before is the other one's.
+  bool mIsRefused = false;    // the file is of another kind or a newer format; never written to
+  bool mIsLockedOut = false;  // another process holds the lock
+  // When the record was taken over from another process, ms since 1970. The other process recorded
+  // everything before. Reset once a batch with later seconds is written.
   std::optional<std::int64_t> mTakenOver;
-  bool mIsFailureTold = false;    // since it last went well
-  bool mIsRepeatTold = false;     // that seconds were recorded already
-  bool mIsTooManyTold = false;    // that a cluster has no number
-  bool mIsSizeTold = false;       // that the file cannot be made small enough
-  std::uint64_t mLostBefore = 0;  // lost seconds when it last went well
+  bool mIsFailureTold = false;    // since the last success
+  bool mIsRepeatTold = false;     // seconds were recorded already
+  bool mIsTooManyTold = false;    // a cluster has no number left
+  bool mIsSizeTold = false;       // the file cannot be made small enough
+  std::uint64_t mLostBefore = 0;  // lostSeconds at the last success
   std::atomic<bool> mIsEnding{false};
 
-  mutable std::mutex mMutex;  // guards what follows
+  mutable std::mutex mMutex;  // guards the members up to mWritesSince
   std::condition_variable mChange;
   std::deque<louddesk::StationBatch> mPending;
   bool mIsWoken = true;
@@ -101,7 +102,7 @@ class RecordWriter {
   RecordCounts mCounts;
   std::optional<std::chrono::steady_clock::time_point> mWritesSince;
 
-  std::thread mThread;  // the last one: it uses the others
+  std::thread mThread;  // last, because it uses the members above
 };
 
 }  // namespace loudgate

@@ -1,4 +1,4 @@
-// Messages to seconds.
+// Sorts messages into seconds.
 
 #include "SecondCollector.h"
 
@@ -23,20 +23,19 @@ namespace {
 constexpr std::int64_t kMsPerSecond = 1000;
 constexpr std::int64_t kMsPerReading = kMsPerSecond / kReadingsPerSecond;
 
-// More readings than this in one second are a burst after a stall: what does not fit into the
-// neighbouring second either is lost.
+// More readings than this in one second are a burst after a stall. Readings that do not fit into
+// the next second either are lost.
 constexpr std::size_t kMostReadings = 2 * kReadingsPerSecond;
 
-// Memory of the events of a batch that are kept: far more than services have to say, however they
-// are used.
+// Limit of the memory for the events of a batch: far more than services send in normal use.
 constexpr std::size_t kMostEventBytes = std::size_t{256} * 1024;
 
-// Clocks are not set by less than that in one step.
+// Smaller differences between the clocks do not count as a clock that was set.
 constexpr std::chrono::seconds kClockStep{1};
 
 struct StateName {
-  const char* name;                    // in the file
-  std::optional<RecordedState> state;  // nothing where a second is not recorded
+  const char* name;                    // in the record
+  std::optional<RecordedState> state;  // nothing: only readings cause a second to be recorded
 };
 
 // In the order of ServiceState.
@@ -59,7 +58,7 @@ std::int64_t MsOf(louddesk::WallTime time) {
   return std::chrono::floor<std::chrono::milliseconds>(time.time_since_epoch()).count();
 }
 
-// Clocks before 1970 count from there.
+// Times before 1970 count as 1970.
 std::int64_t SecondOf(louddesk::WallTime time) {
   return std::max<std::int64_t>(MsOf(time), 0) / kMsPerSecond;
 }
@@ -79,7 +78,7 @@ std::array<std::int16_t, kReadingsPerSecond> PlaceReadings(
     const std::vector<TimedReading>& readings) {
   std::array<std::int16_t, kReadingsPerSecond> placed{};
   placed.fill(louddesk::kMissedReading);
-  std::size_t next = 0;  // the first tenth that is free
+  std::size_t next = 0;  // the first free tenth
   std::size_t left = std::min(readings.size(), kReadingsPerSecond);
   for (std::size_t i = 0; left > 0; ++i, --left) {
     next = std::min(std::max(next, readings[i].tenth), kReadingsPerSecond - left);
@@ -154,7 +153,7 @@ void SecondCollector::Advance(const std::vector<const Cluster*>& clusters, Momen
   Forget(clusters);
 }
 
-// The clock that never jumps says how much time has passed.
+// Compares the wall clock with the steady clock, which is never set.
 void SecondCollector::NoteClock(Moment now) {
   const Moment last = std::exchange(mLast, now).value_or(now);
   const auto step = std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -167,7 +166,7 @@ void SecondCollector::NoteClock(Moment now) {
            now);
 }
 
-// A cluster that the board has forgotten is forgotten with its last second.
+// Forgets a cluster that the board has forgotten, once its last second has ended.
 void SecondCollector::Forget(const std::vector<const Cluster*>& clusters) {
   for (auto entry = mClusters.begin(); entry != mClusters.end();) {
     const bool isThere =
@@ -190,7 +189,7 @@ void SecondCollector::NoteChanges(const Cluster& cluster, Moment now) {
     AddEvent(cluster, louddesk::kProgrammeEvent, *isValid ? "has meters" : "has no meters", now);
 }
 
-// A second is recorded when its service can be reached at its end, messages or not.
+// A second at whose end the service can be reached is recorded even without messages.
 void SecondCollector::NoteState(const Cluster& cluster, std::int64_t time, Moment now) {
   const auto state = NameOf(cluster.Model().State(now.steady)).state;
   if (!state)
@@ -211,8 +210,9 @@ void SecondCollector::EndAllBut(std::int64_t first, std::int64_t second) {
     }
 }
 
-// Readings beyond ten go into the next second where that has too few of its own: the message came
-// late. What the second lacks it gets from the next one where that has too many.
+// More than ten readings mean that messages came late or early at the border of two seconds:
+// surplus readings move to the next second if that has too few, and missing ones come from the next
+// second if that has too many.
 void SecondCollector::End(const StationCluster& place, Collected& collected,
                           std::map<std::int64_t, OpenSecond>::iterator open) {
   auto& readings = open->second.readings;

@@ -1,4 +1,4 @@
-// The readings of each second, put together from messages as they come. Knows no file and no clock.
+// Collects messages into one row of readings per second. Uses no file and no clock.
 
 #pragma once
 
@@ -14,14 +14,14 @@
 
 namespace loudgate {
 
-/// A momentary loudness, and the tenth of its second in which it came, 0 to 9.
+/// A momentary loudness, and the tenth of a second in which it came, 0 to 9.
 struct TimedReading {
   std::int16_t code;
   std::size_t tenth;
 };
 
-/// The readings of a second from those that came, ten at most: in their order, each in its own
-/// tenth or the nearest one that is free; kMissedReading in the rest.
+/// Places the readings of a second, at most the first ten, in order: each in its own tenth or the
+/// nearest free one. The rest are kMissedReading.
 std::array<std::int16_t, louddesk::kReadingsPerSecond> PlaceReadings(
     const std::vector<TimedReading>& readings);
 
@@ -29,36 +29,36 @@ class SecondCollector {
  public:
   SecondCollector() = default;
 
-  /// A loudness message that came at `now`.
+  /// Takes a loudness message that came at `now`.
   void TakeData(const Cluster& cluster, const louddesk::LoudnessMessage& message, Moment now);
 
-  /// An acknowledgement or a configuration. A configuration counts when it is another one.
+  /// Takes an acknowledgement or a configuration. A configuration is recorded only if it differs
+  /// from the last one.
   void TakeAnswer(const Cluster& cluster, const louddesk::ServiceAnswer& answer, Moment now);
 
-  /// Something of the gate itself.
+  /// Adds an event of the gate itself.
   void AddEvent(const char* kind, const std::string& text, Moment now);
 
-  /// Ends the seconds that are over, one second later than they are, so that a message that was
-  /// late still finds its place, and notes what has changed. To be called several times a second
-  /// with all clusters of the board.
+  /// Ends each second one second after it is over, so that a late message still finds its place,
+  /// and records changes of state. Call it several times a second with all clusters of the board.
   void Advance(const std::vector<const Cluster*>& clusters, Moment now);
 
-  /// Ends all seconds, the one that goes on too.
+  /// Ends all seconds, including the current one.
   void Finish();
 
-  /// What has been put together since the last call.
+  /// Returns what was collected since the last call.
   louddesk::StationBatch TakeBatch();
 
  private:
-  // A second that is not over yet.
+  // A second that is still being collected.
   struct OpenSecond {
     std::vector<TimedReading> readings;
     louddesk::RecordedSecond second;  // all but the momentary readings
-    bool hasState = false;            // only then is it recorded
+    bool hasState = false;            // NoteState has set the state
   };
 
   struct Collected {
-    std::map<std::int64_t, OpenSecond> seconds;  // by their times
+    std::map<std::int64_t, OpenSecond> seconds;  // by time, s since 1970
     std::optional<louddesk::ServiceState> state;
     std::optional<bool> isSourceValid;
     std::uint64_t restarts = 0;
@@ -78,11 +78,11 @@ class SecondCollector {
            std::map<std::int64_t, OpenSecond>::iterator open);
 
   std::map<louddesk::StationCluster, Collected> mClusters;
-  std::optional<std::int64_t> mTime;  // the second that goes on
-  std::optional<Moment> mLast;        // when Advance was called last
+  std::optional<std::int64_t> mTime;  // the current second
+  std::optional<Moment> mLast;        // last call of Advance
   louddesk::StationBatch mBatch;
-  std::size_t mEventBytes = 0;  // of the batch
-  bool mIsLeavingOut = false;   // events, from the batch
+  std::size_t mEventBytes = 0;  // of the events in mBatch, left out ones too
+  bool mIsLeavingOut = false;   // the batch is full; its further events are left out
 };
 
 }  // namespace loudgate

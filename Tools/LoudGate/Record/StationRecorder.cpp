@@ -1,4 +1,4 @@
-// What the loop does for the record: collect, and hand over.
+// The event loop's side of the record: collects, and hands batches to the writer.
 
 #include "StationRecorder.h"
 

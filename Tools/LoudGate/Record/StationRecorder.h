@@ -1,4 +1,4 @@
-// The record of what the clusters of a board publish.
+// Records what the clusters of a board publish.
 
 #pragma once
 
@@ -12,16 +12,16 @@
 
 namespace loudgate {
 
-/// From one transaction to the next. With the two seconds that a second is collected for, a process
-/// that is killed loses no more than its last minute.
+/// Time between two transactions. Collecting a second takes two more seconds, so a process that is
+/// killed loses at most its last minute.
 constexpr std::chrono::seconds kWritePeriod{57};
 
 class StationRecorder : public ClusterListener {
  public:
-  /// Told what an operator should know, a line each.
+  /// Receives messages for the operator, one line each.
   using Report = std::function<void(const std::string&)>;
 
-  /// Begins to record; `period` is the time between two transactions.
+  /// Starts recording. `period` is the time between two transactions.
   StationRecorder(RecordSettings settings, std::chrono::seconds period, Report report);
 
   /// Writes the last seconds and closes the file.
@@ -31,7 +31,7 @@ class StationRecorder : public ClusterListener {
               Moment now) override;
   void OnAnswer(const Cluster& cluster, const louddesk::ServiceAnswer& answer, Moment now) override;
 
-  /// To be called ten times a second.
+  /// Call it ten times a second.
   void Tend(const ClusterBoard& board, Moment now);
 
   RecordCounts Counts() const { return mWriter.Counts(); }
