@@ -1,4 +1,4 @@
-// The JSON of the gate beside a running service, asked by a real client.
+// The gate's JSON beside a running service, requested by a real client.
 
 #include <set>
 
@@ -10,7 +10,7 @@ namespace {
 
 using nlohmann::json;
 
-// The only cluster of the document.
+// Returns the only cluster of the document.
 json OneOf(const json& document) {
   return document.at("Clusters").size() == 1 ? document.at("Clusters").at(0) : json();
 }
@@ -28,8 +28,8 @@ TEST_F(GateTest, ServiceThatStartsIsFoundAndMeasures) {
   ASSERT_NO_FATAL_FAILURE(Start());
   StartMeasuring();
   Await("/api/clusters", [](const json& document) { return IsState(document, "RUNNING"); });
-  // 0.4 s of blocks fill the momentary loudness. Weights 1, 1, 1, 1.41 and 1.41 make
-  // -23 + 10 log10(5.82) = -15.35 of them.
+  // 0.4 s of blocks fill the momentary loudness. The channel weights 1, 1, 1, 1.41 and 1.41 give
+  // -23 + 10 log10(5.82) = -15.35.
   Feed(10, -23.0);
   const json cluster = Await(
       "/api/clusters/1-1", [](const json& document) { return document.at("Momentary") == -15.4; });
@@ -89,7 +89,7 @@ TEST_F(GateTest, StreamFollowsTheClusters) {
   EXPECT_EQ(404, Get("/api/stream?cluster=1-2").status);
 }
 
-// Ten a second: as many as there are messages, within the slack of a busy machine.
+// Ten events a second, one per message, with some slack for a busy machine.
 TEST_F(GateTest, StreamHasTenEventsASecond) {
   ASSERT_NO_FATAL_FAILURE(Start());
   ASSERT_NO_FATAL_FAILURE(StartGate());

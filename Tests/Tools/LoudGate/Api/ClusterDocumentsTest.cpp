@@ -1,4 +1,4 @@
-// Documents of clusters, compared with the examples of Docs/PROTOCOL.md.
+// Compares the documents of clusters with the examples of Docs/PROTOCOL.md.
 
 #include "ClusterDocuments.h"
 

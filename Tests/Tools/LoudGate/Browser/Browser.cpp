@@ -1,4 +1,4 @@
-// The requests of WebDriver that the tests need, and the start of driver and browser.
+// The WebDriver requests that the tests need, and the start of driver and browser.
 
 #include "Browser.h"
 
@@ -23,8 +23,8 @@ std::string NewDirectory() {
   return name;
 }
 
-// Its own sandbox needs what a container or the superuser lacks; it sees only the gate under test.
-// The pipe ends it with the driver, even when that is killed.
+// The browser's sandbox does not work in a container or as root; only the gate under test is
+// loaded. The pipe makes the browser end with the driver, even if the driver is killed.
 json Capabilities() {
   const json arguments = {"--headless=new",
                           "--remote-debugging-pipe",
@@ -62,7 +62,7 @@ Browser::~Browser() {
   try {
     Ask("DELETE", "");
   } catch (const std::exception&) {
-    // It has ended already.
+    // The browser has ended already.
   }
   mDriver->Signal(SIGTERM);
   mDriver->WaitForExit(kBrowserPatience);

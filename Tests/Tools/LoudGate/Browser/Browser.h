@@ -1,5 +1,5 @@
-// A real browser, driven over WebDriver (W3C) by the client that the other tests of the gate use:
-// Debian's chromium, without a screen.
+// Debian's chromium, headless, driven over WebDriver (W3C) with the HTTP client of the gate's other
+// tests.
 
 #pragma once
 
@@ -11,10 +11,11 @@
 
 class Browser {
  public:
-  /// Starts it with one empty tab. Throws std::runtime_error when it or the driver does not start.
+  /// Starts the browser with one empty tab. Throws std::runtime_error when it or the driver does
+  /// not start.
   Browser();
 
-  /// Ends it.
+  /// Ends the browser.
   ~Browser();
 
   Browser(const Browser&) = delete;
@@ -23,31 +24,31 @@ class Browser {
   /// Loads a page into the current tab and waits until it has been loaded.
   void Open(const std::string& url);
 
-  /// Opens an empty tab in front of the others; it is the current one now.
+  /// Opens an empty tab in front of the others and makes it current.
   void OpenTab();
 
-  /// Closes the current tab; the first one comes to the front and is the current one.
+  /// Closes the current tab. The first tab comes to the front and becomes current.
   void CloseTab();
 
-  /// Opens an empty window beside the others, which all stay visible; it is the current one now.
+  /// Opens an empty window beside the others, which stay visible, and makes it current.
   void OpenWindow();
 
-  /// The current window or tab, and to make it the current one again.
+  /// The current window or tab; Use makes it current again.
   std::string Current() const;
   void Use(const std::string& window);
 
-  /// What the body of a script returns in the current tab.
+  /// Runs the body of a script in the current tab and returns its result.
   nlohmann::json Run(const std::string& script);
 
-  /// What a command of the browser's own protocol for tools returns.
+  /// Sends a command of the browser's DevTools protocol and returns its result.
   nlohmann::json Tool(const std::string& command,
                       const nlohmann::json& parameters = nlohmann::json::object());
 
-  /// Presses the keys of a text: U+E004 is the tabulator, U+E007 enter.
+  /// Presses the keys of a text. U+E004 is the tab key, U+E007 the enter key.
   void Press(const std::string& keys);
 
-  /// What the console has said since the last call: errors of scripts, what the content policy
-  /// refused, requests that failed.
+  /// The console's messages since the last call: script errors, violations of the content policy,
+  /// failed requests.
   std::string Complaints();
 
  private:
@@ -55,8 +56,8 @@ class Browser {
   nlohmann::json Ask(const std::string& method, const std::string& path,
                      const nlohmann::json& body = nlohmann::json::object()) const;
 
-  std::string mDirectory;  // all that it writes
+  std::string mDirectory;  // holds all files of driver and browser
   std::unique_ptr<ServiceProcess> mDriver;
   std::string mDriverUrl;
-  std::string mSession;  // path of it
+  std::string mSession;  // path of the session
 };

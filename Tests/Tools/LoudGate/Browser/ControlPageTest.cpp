@@ -1,4 +1,4 @@
-// Commands from the page of a cluster, where the gate takes them.
+// Commands from the page of a cluster, on a gate that takes commands.
 
 #include "Browser.h"
 #include "ControlledGate.h"
@@ -21,7 +21,7 @@ class ControlPageTest : public ControlledGate {
     ADD_FAILURE() << selector << ": " << shown;
   }
 
-  // Types the token and opens the page anew, so that it stands in its field alone.
+  // Opens the page anew and types the token into its field.
   void OpenWithToken(const std::string& token) {
     mBrowser.Open(Url() + "/cluster/1-1");
     AwaitText(".state", "RUNNING");
@@ -57,7 +57,7 @@ TEST_F(ControlPageTest, EachButtonGivesItsOrder) {
 TEST_F(ControlPageTest, ByKeyboard) {
   ASSERT_NO_FATAL_FAILURE(StartControlled());
   OpenWithToken(kToken);
-  mBrowser.Press("\uE004");  // tabulator: to Start
+  mBrowser.Press("\uE004");  // tab key: to Start
   mBrowser.Press("\uE004");  // to Pause
   EXPECT_EQ("Pause", mBrowser.Run("return document.activeElement.textContent"));
   mBrowser.Press(" ");

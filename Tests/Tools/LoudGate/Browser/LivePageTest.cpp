@@ -1,4 +1,4 @@
-// The pages as a browser shows them: figures, connection, keyboard, what is announced, phones.
+// The pages in a browser: figures, connection, keyboard, announcements, phones.
 
 #include <fmt/format.h>
 
@@ -20,8 +20,8 @@ constexpr char kNoReading[] = "\u2013";
 constexpr char kTabulator[] = "\uE004";
 constexpr char kEnter[] = "\uE007";
 
-// What a 5.1 programme is louder than each of its speakers: five count, those behind by 1.41 each,
-// ITU-R BS.1770.
+// The gain of a 5.1 programme over a single speaker: five speakers count, the surround ones with
+// the weight 1.41, ITU-R BS.1770.
 const double kSurroundGain = 10.0 * std::log10(3 + 2 * 1.41);
 
 constexpr char kMomentaryScript[] =
@@ -29,7 +29,7 @@ constexpr char kMomentaryScript[] =
 
 class LivePageTest : public PageTest {
  protected:
-  // Notes what the page shows of the published members whenever it changes.
+  // Notes the figures that the page shows, whenever they change.
   void NoteFigures() {
     mBrowser.Run(R"(
       const members = ["MaxMomentary", "Momentary", "ShortTerm", "Integrated", "Lra", "Program",
@@ -42,7 +42,7 @@ class LivePageTest : public PageTest {
     )");
   }
 
-  // The same of a message.
+  // The same figures, taken from a message.
   static std::string FiguresOf(const LoudnessMessage& message) {
     const LoudnessData_t& data = message.data;
     const auto loudness = [](std::int16_t code) {
@@ -58,8 +58,8 @@ class LivePageTest : public PageTest {
                        peak(data.MaxTruePeak), peak(data.TruePeak));
   }
 
-  // Blocks at the unit's pace, whose levels change as those of a programme do: they go from `lkfs`
-  // down by 0.6 LU, and are 0.3 LU lower on average.
+  // Feeds blocks at the unit's pace with levels that vary like a programme's: from `lkfs` down by
+  // 0.6 LU, and 0.3 LU lower on average.
   void FeedProgramme(unsigned count, double lkfs) {
     for (unsigned block = 0; block < count; ++block) {
       Feed(1, lkfs - 0.1 * (block % 7));
@@ -92,7 +92,8 @@ TEST_F(LivePageTest, ShowsTheFiguresOfThePublishedMessages) {
       Pass(kPeriod);
     }
   ExpectData(note, "the momentary loudness of the last level");
-  // All blocks have been taken; the figures stay, so the page must come to show them too.
+  // All blocks have been taken and the figures stay, so the page must show the last ones in the
+  // end.
   const json shown = AwaitPage("return window.shown", [&](const json& all) {
     while (const auto message = mUnit.NextLoudnessData(std::chrono::milliseconds(0)))
       note(*message);
@@ -130,9 +131,9 @@ TEST_F(LivePageTest, ThePageOfAClusterShowsHistoryConfigurationAndAcknowledgemen
   EXPECT_EQ("", mBrowser.Complaints());
 }
 
-// Two levels, the quieter one 30 LU lower: the relative gate lies 10 LU below their mean power,
-// which is that of the louder one less 10 log10 of its share, ITU-R BS.1770, Annex 1. The gated
-// loudness is then that of the louder one. Readings of 400 ms mix the levels where they meet.
+// Two levels, 30 LU apart. The relative gate is 10 LU below their mean power, which is the louder
+// level plus 10 log10 of its share of the readings, ITU-R BS.1770, Annex 1. The gated loudness is
+// then the louder level. Readings of 400 ms mix both levels where they meet.
 TEST_F(LivePageTest, ThePageOfAClusterShowsTheHistogramWithItsGates) {
   ASSERT_NO_FATAL_FAILURE(OpenPage("/cluster/1-1"));
   const double louder = -20.0 - 0.3 + kSurroundGain;
@@ -160,7 +161,7 @@ TEST_F(LivePageTest, ThePageOfAClusterShowsTheHistogramWithItsGates) {
   EXPECT_EQ("", mBrowser.Complaints());
 }
 
-// When the unit's blocks end, the service publishes its last figures for ever.
+// A service that gets no more blocks repeats its last figures.
 TEST_F(LivePageTest, ThePageOfAClusterShowsWhenNothingChangesAndCountsItOnce) {
   ASSERT_NO_FATAL_FAILURE(OpenPage("/cluster/1-1"));
   FeedProgramme(20, -23.0);
@@ -171,9 +172,9 @@ TEST_F(LivePageTest, ThePageOfAClusterShowsWhenNothingChangesAndCountsItOnce) {
     });
     return document.at("Histogram").at("Readings").get<int>();
   };
-  const int readings = readingsAfter(3.3);  // three messages after it is known
+  const int readings = readingsAfter(3.3);  // three messages after the repeats are recognised
   EXPECT_EQ(readings, readingsAfter(6.0));
-  // As many as blocks, but for those at either end that share a message.
+  // One reading per block, except at either end, where blocks may share a message.
   EXPECT_NEAR(20, readings, 12);
   AwaitTrue(
       "return /^Dotted: [0-9]+.s without change/.test("
@@ -188,7 +189,7 @@ TEST_F(LivePageTest, ThePageOfAClusterShowsWhenNothingChangesAndCountsItOnce) {
   EXPECT_EQ("", mBrowser.Complaints());
 }
 
-// Without a configuration the target is -23 LKFS, its tolerance 1 LU. 32768 is full scale.
+// Without a configuration the target is -23 LKFS with a tolerance of 1 LU. 32768 is full scale.
 TEST_F(LivePageTest, MarksFiguresThatAreOutOfTolerance) {
   ASSERT_NO_FATAL_FAILURE(OpenPage());
   const std::string find =
@@ -259,7 +260,7 @@ TEST_F(LivePageTest, AServiceThatIsStartedAgainIsShownAgain) {
   EXPECT_EQ(true, mBrowser.Run("return window.isTheSamePage"));
 }
 
-// As behind a network that swallows everything: the connection stands, but nothing comes.
+// As behind a network that drops all packets: the connection stays open, but nothing arrives.
 TEST_F(LivePageTest, AConnectionThatHasGoneSilentIsLost) {
   ASSERT_NO_FATAL_FAILURE(OpenPage());
   Suspend(*mGate);
@@ -313,7 +314,7 @@ TEST_F(LivePageTest, WorksByKeyboard) {
   AwaitTrue("return location.pathname === '/'");
 }
 
-// 320 CSS pixels are also what is left of a wide window at a zoom of 400 %.
+// A wide window at a zoom of 400 % also has 320 CSS pixels.
 TEST_F(LivePageTest, FitsAPhone) {
   ASSERT_NO_FATAL_FAILURE(OpenPage());
   FeedProgramme(10, -20.0);

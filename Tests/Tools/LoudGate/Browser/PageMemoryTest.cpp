@@ -1,4 +1,4 @@
-// The page of eight clusters for a while: what it keeps does not grow.
+// The pages beside eight clusters for a while: their memory does not grow.
 
 #include <iostream>
 #include <map>
@@ -9,21 +9,21 @@ namespace {
 
 using nlohmann::json;
 
-// Far more than what differs from one collection to the next.
+// Far more than the variation between two garbage collections.
 constexpr double kMostGrowth = 512.0 * 1024;
 
 class PageMemoryTest : public PageTest, public testing::WithParamInterface<unsigned> {
  protected:
-  // What is still in use.
+  // What is in use after a garbage collection.
   struct Held {
-    double heap;     // of scripts, bytes
-    unsigned nodes;  // of the document, and those that scripts still know
+    double heap;     // of the scripts, bytes
+    unsigned nodes;  // of the document, and removed ones that scripts still refer to
     unsigned handlers;
-    unsigned events;  // that the page has taken
+    unsigned events;  // taken by the page so far
   };
 
-  // Opens a page in the current window and lets it count its events, each of which changes the age
-  // of one cluster at least. Returns the window.
+  // Opens a page in the current window and makes it count its events, each of which changes the age
+  // of at least one cluster. Returns the window.
   std::string OpenCounting(const std::string& path, unsigned meters) {
     mBrowser.Open(Url() + path);
     AwaitTrue(
@@ -44,7 +44,7 @@ class PageMemoryTest : public PageTest, public testing::WithParamInterface<unsig
             counts.at("jsEventListeners"), mBrowser.Run("return window.events")};
   }
 
-  // Feeds blocks until the page in the current window has taken so many events more.
+  // Feeds blocks until the page in the current window has taken `count` more events.
   void TakeEvents(unsigned count) {
     const auto begin = mBrowser.Run("return window.events").get<unsigned>();
     const auto end = std::chrono::steady_clock::now() + kPeriod * count * 2 + kPatience;
@@ -61,7 +61,7 @@ class PageMemoryTest : public PageTest, public testing::WithParamInterface<unsig
 
 TEST_P(PageMemoryTest, DoesNotGrow) {
   ASSERT_NO_FATAL_FAILURE(StartBoard());
-  std::map<std::string, std::string> windows;  // of pages
+  std::map<std::string, std::string> windows;  // by page
   windows["the board's page"] = OpenCounting("/", kClusters);
   mBrowser.OpenWindow();
   windows["the page of a cluster"] = OpenCounting("/cluster/1-1", 1);
@@ -77,7 +77,7 @@ TEST_P(PageMemoryTest, DoesNotGrow) {
     const Held& old = before[page];
     const Held now = Measure(window);
     EXPECT_LE(old.events + GetParam() / 2, now.events);
-    // A text that is empty at the moment has no node, so their number varies a little.
+    // An empty text has no node, so the number of nodes varies a little.
     EXPECT_GT(old.nodes + GetParam() / 2, now.nodes);
     EXPECT_EQ(old.handlers, now.handlers);
     EXPECT_GT(kMostGrowth, now.heap - old.heap);
@@ -86,7 +86,7 @@ TEST_P(PageMemoryTest, DoesNotGrow) {
   }
 }
 
-// Ten seconds every day, ten minutes of ten events a second with the label `soak`.
+// Ten seconds in every run; ten minutes, at ten events a second, with the label `soak`.
 INSTANTIATE_TEST_SUITE_P(Short, PageMemoryTest, testing::Values(100u));
 INSTANTIATE_TEST_SUITE_P(Soak, PageMemoryTest, testing::Values(6000u));
 

@@ -1,4 +1,4 @@
-// What the tests of the pages wait for.
+// Starts the pages and waits for their states.
 
 #include "PageTest.h"
 

@@ -9,21 +9,20 @@
 
 class PageTest : public EightClusters {
  protected:
-  /// Starts service, measurement and gate, and waits until a page shows that it runs.
+  /// Starts service, measurement and gate, and waits until a page shows RUNNING.
   void OpenPage(const std::string& path = "/");
 
-  /// Runs a script again and again until `condition` holds for what it returns; fails with the last
-  /// otherwise.
+  /// Repeats a script until `condition` holds for its result. Otherwise fails with the last result.
   nlohmann::json AwaitPage(const std::string& script,
                            const std::function<bool(const nlohmann::json&)>& condition);
 
-  /// The same until it returns true.
+  /// Repeats a script until it returns true.
   void AwaitTrue(const std::string& script);
 
-  /// Waits until the page says how the connection is.
+  /// Waits until the page shows this text for its connection.
   void AwaitConnection(const std::string& text);
 
-  /// Waits until the gate has so many readers of streams.
+  /// Waits until the gate has `count` stream readers.
   void AwaitStreams(unsigned count);
 
   Browser mBrowser;

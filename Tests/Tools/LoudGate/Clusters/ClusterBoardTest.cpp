@@ -1,4 +1,4 @@
-// The clusters of a directory, found and followed, with real sockets in the place of services.
+// Finds and follows the clusters of a directory, with real sockets in place of services.
 
 #include "ClusterBoard.h"
 
@@ -19,7 +19,7 @@ using loudgate::EventLoop;
 using loudgate::Moment;
 using std::chrono::milliseconds;
 
-// Both publishers of a service.
+// The two publishers of a service.
 class Publishers {
  public:
   Publishers(const std::string& directory, unsigned meterSet, unsigned cluster)
@@ -46,7 +46,7 @@ class Publishers {
   zsock_t* mState;
 };
 
-// What a listener was told, a word each.
+// Records what a listener receives, one entry per message.
 class Heard : public loudgate::ClusterListener {
  public:
   void OnData(const Cluster& cluster, const louddesk::LoudnessMessage& message, Moment) override {
@@ -84,7 +84,8 @@ class ClusterBoardTest : public testing::Test {
 
   const Cluster* Find(const std::string& name) const { return mBoard->Find(name, Moment::Now()); }
 
-  // Whether the condition holds while the loop runs, within the time of a busy machine.
+  // Whether the condition becomes true while the loop runs. The time limit allows for a busy
+  // machine.
   template <typename Condition>
   bool Becomes(Condition condition, milliseconds patience = milliseconds(20000)) {
     bool isTrue = false;
@@ -175,7 +176,7 @@ TEST_F(ClusterBoardTest, WatchesABoundedNumberOfClusters) {
   EXPECT_NE(std::string::npos, mReports.front().find("more than 64 publishers"));
   EXPECT_EQ("", Names());
 
-  // Files that are gone make room for a service.
+  // Clusters whose files are gone make room for a service.
   for (unsigned meterSet = 1; meterSet <= loudgate::kMostClusters + 5; ++meterSet)
     std::filesystem::remove(mDirectory + "/" + louddesk::DataPublisherFile(meterSet, 1));
   const Publishers service(mDirectory, 9999, 8);

@@ -1,4 +1,4 @@
-// What is counted of a cluster.
+// The counts, readings and peaks of a cluster.
 
 #include "Cluster.h"
 
@@ -36,7 +36,7 @@ class ClusterTest : public testing::Test {
     EXPECT_EQ(isWellFormed, mCluster.TakeData(message, mNow));
   }
 
-  // For `time` a message every 100 ms, each with that true peak.
+  // Sends a message with this true peak every 100 ms for `time`.
   void Peaks(milliseconds time, std::int16_t code) {
     for (const auto end = mNow.steady + time; mNow.steady < end; Pass(milliseconds(100)))
       Data(LU_CMD_START, true, code);
@@ -71,7 +71,7 @@ TEST_F(ClusterTest, OneThatHasSpokenStaysKnown) {
   EXPECT_TRUE(mCluster.IsKnown(mNow));
 }
 
-// A pause and a source without meters have no readings.
+// Pauses and a source without meters add no readings.
 TEST_F(ClusterTest, CountsTheReadingsOfARunningMeasurement) {
   for (const LuCmd_e command : {LU_CMD_START, LU_CMD_PLAY, LU_CMD_PAUSE})
     Data(command);
@@ -83,7 +83,7 @@ TEST_F(ClusterTest, CountsTheReadingsOfARunningMeasurement) {
   EXPECT_EQ(2u, mCluster.Readings().Histogram().readings);
 }
 
-// A service whose blocks have stopped repeats its last figures.
+// A service that gets no more blocks repeats its last figures.
 TEST_F(ClusterTest, CountsOneReadingOfATimeWithoutChange) {
   Peaks(milliseconds(1000), -2000);
   Peaks(milliseconds(2900), -1000);
@@ -95,7 +95,7 @@ TEST_F(ClusterTest, CountsOneReadingOfATimeWithoutChange) {
 }
 
 TEST_F(ClusterTest, CountsEveryReadingOfSilence) {
-  constexpr std::int16_t kSilentPeakCode = -9031;  // the level of a peak of 1, 0.01 dBTP
+  constexpr std::int16_t kSilentPeakCode = -9031;  // the level of a peak of 1 in 32768, 0.01 dBTP
   Peaks(milliseconds(10000), kSilentPeakCode);
   EXPECT_EQ(100u, mCluster.Readings().Histogram().belowGate);
 }
@@ -158,7 +158,7 @@ TEST_F(ClusterTest, EveryConnectionButTheFirstIsARestart) {
   mCluster.TakeConnection(false, 0);
   mCluster.TakeConnection(true, 1);
   EXPECT_EQ(1u, Counts().restarts);
-  mCluster.TakeConnection(true, 2);  // both since the last look
+  mCluster.TakeConnection(true, 2);  // both since the last call
   EXPECT_EQ(3u, Counts().restarts);
 }
 
@@ -181,7 +181,7 @@ TEST_F(ClusterTest, RevisionChangesWithWhateverComes) {
 
 TEST_F(ClusterTest, APeakIsRecentForHalfAMinuteAtLeastAndAMinuteAtMost) {
   EXPECT_EQ(kNoTruePeakCode, mCluster.RecentTruePeak());
-  // The peak comes at two places of a span of half a minute.
+  // The peak comes at the beginning and near the end of a span of half a minute.
   for (const milliseconds begin : {milliseconds(0), milliseconds(29000)}) {
     Peaks(begin, -2000);
     Peaks(milliseconds(100), -50);

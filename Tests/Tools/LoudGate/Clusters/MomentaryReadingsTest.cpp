@@ -42,7 +42,8 @@ TEST(MomentaryReadingsTest, CountsEachCodeFromTheLowestUp) {
   EXPECT_EQ((std::vector<unsigned>{1, 0, 0, 3}), histogram.counts);
 }
 
-// The absolute gate is -70 LKFS, the relative one 10 LU below the mean power of what passes that.
+// The absolute gate is -70 LKFS. The relative gate is 10 LU below the mean power of the readings
+// that pass it.
 TEST(MomentaryReadingsTest, GatesTwice) {
   MomentaryReadings readings;
   Take(readings, 300, -200);

@@ -1,4 +1,4 @@
-// The directory of the publishers as it changes.
+// Watches the publishers' directory while it changes.
 
 #include "PublisherDirectory.h"
 
@@ -30,7 +30,7 @@ class PublisherDirectoryTest : public testing::Test {
     return poll(&item, 1, 0) == 1;
   }
 
-  // "1-3 2-1".
+  // The names of all places: "1-3 2-1".
   static std::string Names(const PublisherDirectory& directory) {
     std::string names;
     for (const auto& place : directory.Places())

@@ -1,4 +1,4 @@
-// Orders in the bodies of requests.
+// Reads orders from the bodies of requests.
 
 #include "ControlOrder.h"
 

@@ -1,4 +1,4 @@
-// The token's file, and who has the token.
+// Which files hold a valid token, and which headers hold that token.
 
 #include "ControlToken.h"
 
@@ -13,7 +13,7 @@ namespace {
 using loudgate::ControlToken;
 using loudgate::TokenError;
 
-// Why a file is refused; empty when it is not. Nothing of its content is told.
+// The reason why a file is refused; empty if it is accepted. It must reveal nothing of the content.
 std::string ReasonFor(const std::string& content, mode_t mode = 0600) {
   const TokenFile file(content, mode);
   try {
@@ -67,7 +67,7 @@ TEST(ControlTokenTest, MayBeReadByItsOwnerAndGroupOnly) {
     EXPECT_EQ(reason, ReasonFor(kToken, mode)) << mode;
 }
 
-// To open it for reading would wait for somebody who writes.
+// Opening it for reading would wait for a writer.
 TEST(ControlTokenTest, ANamedPipeIsRefusedAtOnce) {
   const std::string pipe = "/tmp/token-pipe-" + std::to_string(getpid());
   ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));

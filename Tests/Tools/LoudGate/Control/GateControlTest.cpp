@@ -1,4 +1,4 @@
-// Orders by POST: what the service does about them, and who may give them.
+// Orders by POST: how the service acts on them, and who may send them.
 
 #include <csignal>
 
@@ -59,7 +59,7 @@ TEST_F(GateControlTest, ReportingIsSwitched) {
             late.Json().at("Text"));
   const HttpReply on = Order("ReportingOn");
   EXPECT_EQ(200, on.status) << on.body;
-  AwaitState("PAUSED");  // the order had waited
+  AwaitState("PAUSED");  // by the order sent while reporting was off
 }
 
 TEST_F(GateControlTest, RequestAndAnswerAreTheExamples) {
@@ -104,7 +104,7 @@ TEST_F(GateControlTest, WithoutTheTokenNothingIsSent) {
     EXPECT_EQ("Bearer", reply.Header("WWW-Authenticate"));
   }
   EXPECT_EQ(401, Post(body, {kJson}, "1-1?token=" + std::string(kToken)).status);
-  EXPECT_EQ(401, Post(body, {kJson}, "1-7").status);  // also of clusters that are not there
+  EXPECT_EQ(401, Post(body, {kJson}, "1-7").status);  // also for clusters that do not exist
   ExpectCadence();
   EXPECT_EQ("RUNNING", Get("/api/clusters/1-1").Json().at("State"));
   EXPECT_EQ(answers, Answers());
@@ -134,7 +134,7 @@ TEST_F(GateControlTest, WhatIsNoOrderIsRefused) {
   EXPECT_EQ(404, Order("Pause", "1-7").status);
 }
 
-// The flood comes over one connection, as fast as it is answered.
+// The flood comes over one connection, as fast as the gate answers.
 TEST_F(GateControlTest, AFloodOfWrongTokensDisturbsNobody) {
   ASSERT_NO_FATAL_FAILURE(StartControlled());
   const auto flood = Follow("/api/clusters/1-1?[1-1000000]",
@@ -153,7 +153,7 @@ TEST_F(GateControlTest, AServiceThatDoesNotAnswerIsATimeOut) {
   const auto begin = std::chrono::steady_clock::now();
   const auto waiting = BeginOrder("Pause");
   EXPECT_EQ(409, Order("Play").status);
-  EXPECT_EQ(200, Get("/api/clusters").status);  // others do not wait
+  EXPECT_EQ(200, Get("/api/clusters").status);  // other requests do not wait
   ASSERT_TRUE(waiting->WaitForExit(kPatience));
   EXPECT_LE(kAcknowledgedWithin, std::chrono::steady_clock::now() - begin);
   const std::string output = waiting->StandardOutput();
@@ -167,7 +167,7 @@ TEST_F(GateControlTest, AServiceThatDoesNotAnswerIsATimeOut) {
             json::parse(output.substr(start, output.rfind('}') + 1 - start)));
   mService->Signal(SIGCONT);
   AwaitState("PAUSED");
-  // The data may tell the new state before the acknowledgement ends the waiting order.
+  // The data may show the new state before the acknowledgement ends the waiting order.
   const auto end = std::chrono::steady_clock::now() + kPatience;
   HttpReply reply;
   do {
@@ -184,7 +184,7 @@ TEST_F(GateControlTest, AClientThatGoesWhileItWaitsIsForgotten) {
                    .status);
   mService->Signal(SIGCONT);
   AwaitState("PAUSED");
-  // The data may tell the new state before the acknowledgement ends the waiting order.
+  // The data may show the new state before the acknowledgement ends the waiting order.
   const auto end = std::chrono::steady_clock::now() + kPatience;
   HttpReply reply;
   do {
@@ -215,7 +215,7 @@ TEST_F(GateControlTest, AServiceThatIsGoneIsSentNothing) {
 }
 
 TEST_F(GateControlTest, APlaceThatIsTakenIsAComplaint) {
-  ASSERT_NO_FATAL_FAILURE(Start());  // the test is the application server
+  ASSERT_NO_FATAL_FAILURE(Start());  // the test takes the application server's place
   ServiceProcess gate(LOUDGATE_BINARY, {"--listen", "127.0.0.1:0", "--no-record", "--control",
                                         "--token-file", mToken.Name()});
   const auto report = gate.WaitForExit(kPatience);

@@ -1,4 +1,4 @@
-// The events that wait for one reader.
+// The events waiting for one reader.
 
 #include "EventQueue.h"
 
@@ -55,10 +55,10 @@ TEST_F(EventQueueTest, IsBehindSinceTheOldestEventThatIsNotTaken) {
   EXPECT_EQ("sec", Take(3));
   mNow += seconds(2);
   Put("third");
-  EXPECT_EQ(kStart + seconds(1), mQueue.BehindSince(mNow));  // "second" is on its way
+  EXPECT_EQ(kStart + seconds(1), mQueue.BehindSince(mNow));  // "second" is being sent
   EXPECT_EQ("ond", Take(10));
   mNow += seconds(1);
-  EXPECT_EQ(kStart + seconds(3), mQueue.BehindSince(mNow));  // "third" waits
+  EXPECT_EQ(kStart + seconds(3), mQueue.BehindSince(mNow));  // "third" is waiting
   EXPECT_EQ("third", Take(10));
   EXPECT_EQ(mNow, mQueue.BehindSince(mNow));
 }

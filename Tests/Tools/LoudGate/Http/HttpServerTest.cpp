@@ -1,4 +1,4 @@
-// The server and its bounds, with real sockets.
+// The server and its limits, with real sockets.
 
 #include "HttpServer.h"
 
@@ -30,7 +30,7 @@ using testing::StartsWith;
 
 using Clock = std::chrono::steady_clock;
 
-// Only failures take so long.
+// Only failures take this long.
 constexpr milliseconds kPatience{20000};
 
 constexpr char kRequest[] = "GET /hello HTTP/1.1\r\nHost: localhost\r\n\r\n";
@@ -58,7 +58,7 @@ class Client {
               send(mSocket, text.data(), text.size(), MSG_NOSIGNAL));
   }
 
-  // What comes until `end` is in it, the connection ends or the patience.
+  // Returns what arrives until it contains `end`, the connection ends or the time is over.
   std::string ReadUntil(const std::string& end, milliseconds patience = kPatience) {
     const auto due = Clock::now() + patience;
     while (mText.find(end) == std::string::npos && Read(due)) {
@@ -66,7 +66,7 @@ class Client {
     return mText;
   }
 
-  // Whether the server ends the connection; what comes before is kept.
+  // Whether the server ends the connection. Keeps what arrives before.
   bool IsEnded(milliseconds patience = kPatience) {
     const auto due = Clock::now() + patience;
     while (Read(due)) {
@@ -121,7 +121,7 @@ class HttpServerTest : public testing::Test {
       mThread.join();
   }
 
-  // Far more than the kernel keeps for a client that does not read.
+  // A file far larger than what the kernel buffers for a client that does not read.
   static HttpAnswer FileAnswer() {
     const int descriptor = memfd_create("file", MFD_CLOEXEC);
     EXPECT_EQ(0, ftruncate(descriptor, kFileSize));
@@ -130,7 +130,7 @@ class HttpServerTest : public testing::Test {
     return answer;
   }
 
-  // Serves on a thread of its own, and publishes `event` fifty times a second.
+  // Serves on a separate thread, and publishes `event` fifty times a second.
   void Start(const std::string& event = "event") {
     std::atomic<bool> isListening{false};
     mThread = std::thread([this, event, &isListening] {
@@ -153,7 +153,7 @@ class HttpServerTest : public testing::Test {
       std::this_thread::yield();
   }
 
-  // Waits until the server has so many connections.
+  // Waits until the server has `count` connections.
   bool HasConnections(std::size_t count) const {
     const auto end = Clock::now() + kPatience;
     while (mConnections != count && Clock::now() < end)
@@ -181,7 +181,7 @@ class HttpServerTest : public testing::Test {
   std::thread mThread;
   std::atomic<bool> mIsEnding{false};
   std::atomic<std::size_t> mConnections{0};
-  HttpCounts mCounts;  // of the server's thread while that runs
+  HttpCounts mCounts;  // written by the server's thread while it runs
 };
 
 TEST_F(HttpServerTest, AnswersOneRequestAfterAnother) {
@@ -206,8 +206,8 @@ TEST_F(HttpServerTest, EveryAnswerForbidsWhatAPageDoesNotNeed) {
   }
 }
 
-// The library writes these refusals, and lets nobody add headers that keep a browser from running
-// what it finds in them.
+// The library writes these refusals itself, without the headers that keep a browser from running
+// their content. So they must not repeat anything of the request.
 TEST_F(HttpServerTest, WhatCannotBeReadIsRefusedByAFixedText) {
   Start();
   const std::string script = "<script>evil()</script>";
@@ -229,7 +229,7 @@ TEST_F(HttpServerTest, ABodyIsTakenUpToItsLimit) {
   const std::string head = "POST /echo HTTP/1.1\r\nHost: localhost\r\nContent-Length: ";
   EXPECT_THAT(Ask(head + "100\r\n\r\n" + std::string(100, 'x'), "xx\r\n"),
               HasSubstr(std::string(100, 'x')));
-  // Refused before it comes.
+  // Refused before the body arrives.
   EXPECT_THAT(Ask(head + "101\r\n\r\n", "too large.\n"), StartsWith("HTTP/1.1 413 "));
 }
 
@@ -258,7 +258,7 @@ TEST_F(HttpServerTest, AStreamHasEveryEventThatItsReaderTakes) {
   EXPECT_THAT(answer, StartsWith("HTTP/1.1 200 "));
   EXPECT_THAT(answer, HasSubstr("Content-Type: text/event-stream\r\n"));
   EXPECT_THAT(answer, HasSubstr("retry: 1000\n\n"));
-  // It goes on beyond the time that an answer may take.
+  // The stream continues beyond the time limit of an answer.
   EXPECT_FALSE(client.IsEnded(milliseconds(2500)));
 }
 
@@ -283,7 +283,7 @@ TEST_F(HttpServerTest, AStreamThatEndsMakesRoomForAnother) {
   }
 }
 
-// The events fill what the kernel keeps for it.
+// The events fill the kernel's buffer for the reader.
 TEST_F(HttpServerTest, AReaderThatDoesNotReadIsDropped) {
   Start(std::string(20000, 'x'));
   Client stuck(mAddress, 4096);
@@ -291,12 +291,12 @@ TEST_F(HttpServerTest, AReaderThatDoesNotReadIsDropped) {
   Client good(mAddress);
   good.Send(kStreamRequest);
   EXPECT_TRUE(HasConnections(2));
-  EXPECT_FALSE(good.IsEnded(milliseconds(2500)));  // reads all the while
+  EXPECT_FALSE(good.IsEnded(milliseconds(2500)));  // keeps reading
   EXPECT_TRUE(HasConnections(1));
   EXPECT_EQ(1u, EndAndCount().dropped);
 }
 
-// It does not read for longer than an answer may take otherwise.
+// The client does not read for longer than an ordinary answer may take.
 TEST_F(HttpServerTest, AFileMayTakeLongerThanAnAnswer) {
   mSettings.limits.filePatience = std::chrono::seconds(60);
   Start();
@@ -305,7 +305,7 @@ TEST_F(HttpServerTest, AFileMayTakeLongerThanAnAnswer) {
   Client good(mAddress);
   good.Send(kStreamRequest);
   EXPECT_FALSE(good.IsEnded(milliseconds(2500)));
-  EXPECT_TRUE(slow.IsEnded());  // after the file, as it asks for nothing else
+  EXPECT_TRUE(slow.IsEnded());  // dropped after the file, because it requests nothing more
   EXPECT_LT(kFileSize, slow.ReadUntil("").size());
   EXPECT_EQ(1u, EndAndCount().dropped);
 }
@@ -372,7 +372,7 @@ TEST_F(HttpServerTest, ConnectionsInAllAreBounded) {
   for (int i = 0; i < 20; ++i)
     clients.push_back(std::make_unique<Client>(mAddress));
   EXPECT_TRUE(HasConnections(6));
-  // Those that wait are served when the others have been dropped.
+  // Waiting connections are served once the others have been dropped.
   Client waiting(mAddress);
   waiting.Send(kRequest);
   EXPECT_THAT(waiting.ReadUntil("hello \n"), StartsWith("HTTP/1.1 200 "));

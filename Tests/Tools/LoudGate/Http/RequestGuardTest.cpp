@@ -1,4 +1,4 @@
-// Requests that were meant for somebody else.
+// Requests that were meant for another host or come from another site.
 
 #include "RequestGuard.h"
 
@@ -11,7 +11,7 @@ using loudgate::RequestGuard;
 
 class RequestGuardTest : public testing::Test {
  protected:
-  // The status of the refusal, 0 where there is none.
+  // The status of the refusal; 0 if the request is not refused.
   unsigned StatusOf(std::map<std::string, std::string> headers) const {
     HttpRequest request;
     request.headers = std::move(headers);

@@ -1,4 +1,4 @@
-// Which handler answers.
+// Which handler answers a request.
 
 #include "Routes.h"
 

@@ -1,4 +1,4 @@
-// /api/log of the shipped gate, asked by a real client, on a record that its writer made.
+// /api/log of the shipped gate, requested by a real client, on a record made by its writer.
 
 #include <algorithm>
 
@@ -19,7 +19,7 @@ constexpr char kTooLong[] = "This takes too long here";
 
 class GateLogTest : public GateTest {
  protected:
-  // An hour at -23 LKFS from 2024-11-19T00:00:00Z on. It must not be too old for the gate.
+  // Records an hour at -23 LKFS from 2024-11-19T00:00:00Z. The gate must not remove it for its age.
   void Record() {
     louddesk::StationBatch batch;
     louddesk::Append(batch.seconds[{1, 3}], 3600, -230);
@@ -28,7 +28,7 @@ class GateLogTest : public GateTest {
     StartGate({"--record", mRecord, "--days", "36500"});
   }
 
-  // Thirty-one days of the cluster 1-3 up to now.
+  // Records the last thirty-one days of the cluster 1-3.
   void RecordAMonth() {
     constexpr std::int64_t kDay = 86400;
     louddesk::StationRecord record(mRecord);
@@ -42,7 +42,7 @@ class GateLogTest : public GateTest {
     }
   }
 
-  // Waits until so many have been refused; returns how many have.
+  // Waits until `count` clients were refused; returns how many were.
   int AwaitRefusals(const std::vector<std::unique_ptr<ServiceProcess>>& clients, int count) {
     const auto end = std::chrono::steady_clock::now() + kPatience;
     const auto refused = [&clients] {
@@ -144,11 +144,11 @@ TEST_F(GateLogTest, ManyAtOnceAreAnsweredOrRefused) {
   EXPECT_EQ(200, Get(kHour).status);
 }
 
-// A month takes seconds to read, so that requests for it pile up on the thread that reads. They are
-// answered or refused; nothing else waits for them.
+// Reading a month takes seconds, so requests for months pile up on the thread that reads. They are
+// answered or refused, and nothing else waits for them.
 TEST_F(GateLogTest, LongPeriodsDisturbNeitherTheStreamNorTheRecordNorTheService) {
   constexpr int kRequests = 20;
-  constexpr int kMostAccepted = 5;  // one is worked on, four wait
+  constexpr int kMostAccepted = 5;  // one in progress, four waiting
   RecordAMonth();
   ASSERT_NO_FATAL_FAILURE(Start());
   ASSERT_NO_FATAL_FAILURE(StartGate({"--record", mRecord, "--write-every", "1"}));

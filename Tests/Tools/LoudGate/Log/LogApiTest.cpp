@@ -1,5 +1,5 @@
-// What requests for periods may take of the gate: time, places to wait, tables on their way. The
-// record is locked by another connection, or takes long to read.
+// The limits on requests for periods: time, waiting requests, files being sent. The record is
+// locked by another connection, or takes long to read.
 
 #include "LogApi.h"
 
@@ -32,7 +32,7 @@ constexpr char kBusy[] = "There are too many such requests; try again later.\n";
 constexpr char kTooLong[] =
     "This takes too long here; ask for a shorter period, or LoudDesk log.\n";
 
-// Only failures take so long.
+// Only failures take this long.
 constexpr std::chrono::seconds kPatience{60 * kSlowness};
 
 class LogApiTest : public testing::Test {
@@ -44,7 +44,7 @@ class LogApiTest : public testing::Test {
   }
   ~LogApiTest() override { fs::remove_all(mFolder); }
 
-  // So many days from 2024-11-19 on.
+  // Records `days` days from 2024-11-19.
   void Record(int days) {
     louddesk::StationRecord record(mFile);
     for (int day = 0; day < days; ++day) {
@@ -70,7 +70,7 @@ class LogApiTest : public testing::Test {
     return Ask("2024-11-19T00:01:00Z", format);
   }
 
-  // The answer that the request gets in the end.
+  // Waits for the final answer of a request.
   HttpAnswer Await(const HttpAnswer& answer) {
     if (!answer.late)
       return answer;
@@ -83,7 +83,7 @@ class LogApiTest : public testing::Test {
     return answer.late->answer.value_or(HttpAnswer());
   }
 
-  // Keeps everybody out of the record until it goes.
+  // Locks everyone out of the record until the result is destroyed.
   std::unique_ptr<SqliteFile> Lock() const {
     auto other = std::make_unique<SqliteFile>(mFile, louddesk::SqliteMode::kReadWrite);
     other->Execute("PRAGMA locking_mode = EXCLUSIVE; BEGIN IMMEDIATE; COMMIT");
@@ -125,7 +125,7 @@ TEST_F(LogApiTest, ARequestThatWaitedTooLongIsGivenUp) {
   Start(limits);
   const HttpAnswer first = AskForAMinute();
   const HttpAnswer second = AskForAMinute();
-  // The first one has waited for the file as long as readers do.
+  // The first request gives up when the reader's patience with the locked file ends.
   EXPECT_EQ("The record cannot be read.\n", Await(first).body);
   lock.reset();
   EXPECT_EQ(kTooLong, Await(second).body);
@@ -135,7 +135,7 @@ TEST_F(LogApiTest, TheUsualLimitEndsBeforeTheServersPatience) {
   EXPECT_LT(LogLimits().work + louddesk::kReaderPatience, loudgate::HttpLimits().patience);
 }
 
-// While the file is locked, the first request is worked on without an end in sight.
+// While the file is locked, the first request stays in progress.
 TEST_F(LogApiTest, MoreThanMayWaitAreRefusedAtOnce) {
   Record(1);
   auto lock = Lock();
@@ -149,7 +149,7 @@ TEST_F(LogApiTest, MoreThanMayWaitAreRefusedAtOnce) {
   EXPECT_FALSE(answer.late);
   EXPECT_EQ(loudgate::kUnavailable, answer.status);
   EXPECT_EQ(kBusy, answer.body);
-  // Three, and the one that is worked on if it was taken up meanwhile.
+  // Three waiting requests, and one more if the first was taken up meanwhile.
   EXPECT_THAT(taken.size(), testing::AnyOf(3u, 4u));
   lock.reset();
   for (const HttpAnswer& one : taken)
@@ -162,7 +162,7 @@ TEST_F(LogApiTest, TablesOnTheirWayAreBounded) {
   LogLimits limits;
   limits.files = 2;
   Start(limits);
-  // All are accepted: none has been made yet, perhaps. No more than two are made.
+  // All four may be accepted, because no file exists yet. Only two files are made.
   std::vector<HttpAnswer> asked;
   for (int i = 0; i < 4; ++i)
     asked.push_back(AskForAMinute("csv"));

@@ -1,4 +1,4 @@
-// The gate's loop.
+// The gate's event loop.
 
 #include "EventLoop.h"
 
@@ -64,9 +64,9 @@ TEST_F(EventLoopTest, AnActionMayEndItsOwnWatch) {
   int actions = 0;
   mLoop.Watch(mDescriptor, [this, &actions, kept = std::string(100, 'x')] {
     mLoop.Unwatch(mDescriptor);
-    actions += static_cast<int>(kept.size());  // freed memory if the action were gone
+    actions += static_cast<int>(kept.size());  // reads freed memory if the action is gone
   });
-  MakeReadable();  // and stays so
+  MakeReadable();  // and it stays readable
   mLoop.After(milliseconds(50), [this] { mLoop.End(); });
   mLoop.Run();
   EXPECT_EQ(100, actions);

@@ -1,4 +1,4 @@
-// What a newcomer sees: ./demo prints the address of a page on which a recording moves.
+// What a newcomer sees: ./demo prints the address of a page that shows a recording live.
 
 #include <csignal>
 #include <set>
@@ -11,7 +11,7 @@ using nlohmann::json;
 
 class DemoTest : public GateTest {
  protected:
-  // Starts it in a process group of its own, which gets the signals that its shell gets.
+  // Starts the demo in a separate process group, which receives signals as from a shell.
   void StartDemo(const std::vector<std::string>& arguments) {
     std::vector<std::string> all = {"120", DEMO_SCRIPT};
     all.insert(all.end(), arguments.begin(), arguments.end());
@@ -25,7 +25,7 @@ class DemoTest : public GateTest {
     EXPECT_EQ(0u, mUrl.find("http://127.0.0.1:")) << output;
   }
 
-  // That the figures change, as those of a recording do, and not those of one that has ended.
+  // Expects that the figures keep changing, which they do only while a recording plays.
   void ExpectMoves() {
     std::set<json> readings;
     Await("/api/clusters/1-1", [&](const json& document) {

@@ -1,5 +1,4 @@
-// A crowd of clients that mean no good, and what the service beside the gate and its record feel
-// of it.
+// A crowd of hostile clients, and its effect on the service beside the gate and on the record.
 
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -20,15 +19,15 @@ namespace {
 constexpr std::size_t kClients = 5000;
 constexpr std::chrono::seconds kDuration{10};
 
-// The gate takes a few MiB; each of its connections has a buffer of 16 KiB.
+// The gate needs a few MiB, and a buffer of 16 KiB for each connection.
 #ifdef __SANITIZE_ADDRESS__
 constexpr long kMostKib = 512 * 1024;  // freed memory is retained
 #else
 constexpr long kMostKib = 32 * 1024;
 #endif
 
-// Clients that connect all at once and again whenever they are thrown out. They never read. Some
-// say nothing, some begin a request, some ask for a stream.
+// Clients that all connect at once, and again whenever they are dropped. They never read. Some send
+// nothing, some begin a request, some ask for a stream.
 class Crowd {
  public:
   explicit Crowd(unsigned port)
@@ -48,7 +47,7 @@ class Crowd {
   Crowd(const Crowd&) = delete;
   Crowd& operator=(const Crowd&) = delete;
 
-  // Lets every client do its next step.
+  // Makes every client take its next step.
   void Push() {
     for (std::size_t i = 0; i < mSockets.size(); ++i)
       PushOne(i);
@@ -115,7 +114,7 @@ TEST_F(GateFloodTest, ACrowdOfHostileClientsDisturbsNeitherTheServiceNorTheRecor
     }
     ExpectCadenceKept();
     EXPECT_LT(kClients, crowd.Connections());
-    if (!kIsEmulated) {  // the emulator's memory counts as the gate's
+    if (!kIsEmulated) {  // the emulator's memory would count as the gate's
       EXPECT_GT(kMostKib, mGate->ResidentKib());
     }
   }

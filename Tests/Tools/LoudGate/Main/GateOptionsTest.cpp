@@ -19,7 +19,7 @@ class GateOptionsTest : public testing::Test {
     return ReadGateOptions(arguments, mOut, mErrors, mStatus);
   }
 
-  // That the program ends with a line of complaint.
+  // Expects that the program exits with this complaint.
   void ExpectRefused(const std::vector<std::string>& arguments, const std::string& complaint) {
     mErrors.str("");
     EXPECT_FALSE(Read(arguments));

@@ -1,4 +1,4 @@
-// The shipped gate: start, end, and what it refuses, asked by a real client.
+// The shipped gate with a real client: start, end and refusals.
 
 #include <unistd.h>
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-// A key and a certificate of this machine, gone with the object.
+// A key and a certificate for this machine, removed with the object.
 class TlsFiles {
  public:
   TlsFiles() : mPlace(std::filesystem::temp_directory_path() / ("loudgate-tls-" + Number())) {
@@ -62,7 +62,7 @@ TEST_F(GateTest, ListensOnThisMachineAloneUnlessToldOtherwise) {
   ServiceProcess gate(LOUDGATE_BINARY, {"--no-record"});
   ASSERT_TRUE(gate.WaitForLine("Listening at http://127.0.0.1:8128/", kPatience))
       << gate.StandardError();
-  // As the kernel lists it: 127.0.0.1 and 8128 in hexadecimal, state 10 (listening).
+  // The kernel lists 127.0.0.1 and 8128 in hexadecimal; state 10 is "listening".
   std::ifstream sockets("/proc/net/tcp");
   const std::string list((std::istreambuf_iterator<char>(sockets)),
                          std::istreambuf_iterator<char>());
@@ -125,7 +125,7 @@ TEST_F(GateTest, ServesOverTlsOnlyWithACertificate) {
   ASSERT_NO_FATAL_FAILURE(StartGate({"--certificate", files.Certificate(), "--key", files.Key()}));
   EXPECT_EQ("https://", Url().substr(0, 8));
   EXPECT_EQ(200, Get("/api/clusters", {"--cacert", files.Certificate()}).status);
-  EXPECT_EQ(0, Get("/api/clusters").status);  // a client that does not know the certificate
+  EXPECT_EQ(0, Get("/api/clusters").status);  // the client does not trust the certificate
   const auto reader = Follow("/api/stream", {"--cacert", files.Certificate()});
   EXPECT_TRUE(reader->WaitForLine("data: {", kPatience));
 }

@@ -1,4 +1,4 @@
-// The metrics, and what Prometheus' own tool says of them.
+// The metrics, checked by Prometheus' own tool too.
 
 #include "GateMetrics.h"
 
@@ -33,7 +33,7 @@ class GateMetricsTest : public testing::Test {
                        GateCounts{{3, 2, 1000, 7}, RecordCounts{4096, 2, 60, true}}, mTold.now);
   }
 
-  // Without the lines of meaning and type.
+  // The metrics without their HELP and TYPE lines.
   std::string Values() const {
     std::istringstream lines(Text());
     std::string values = "\n";
@@ -133,7 +133,7 @@ TEST_F(GateMetricsTest, TheGateCountsItself) {
     EXPECT_THAT(values, HasSubstr(line));
 }
 
-// What OPERATIONS.md reckons a fleet with.
+// OPERATIONS.md calculates a fleet's load from these numbers.
 TEST_F(GateMetricsTest, AClusterHas27ValuesAndTheGateTen) {
   mTold.StartMeasuring();
   const std::string values = Values();
@@ -161,7 +161,7 @@ TEST_F(GateMetricsTest, EveryMetricHasMeaningAndType) {
   }
 }
 
-// Those after a colon are names of rules.
+// Names after a colon are names of rules.
 TEST_F(GateMetricsTest, RulesAskOnlyForMetricsThatThereAre) {
   const std::string text = "\n" + Text();
   const std::regex name("[^:a-z](loud(calc|gate)_[a-z_]+)");

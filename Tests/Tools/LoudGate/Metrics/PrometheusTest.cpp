@@ -1,5 +1,5 @@
-// A real Prometheus collects from the shipped gate beside a running service, with the files that
-// are installed.
+// A real Prometheus, with the installed files, collects from the shipped gate beside a running
+// service.
 
 #include <filesystem>
 #include <fstream>
@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 constexpr char kListening[] = "msg=\"Listening on\" address=";
 
-// Label of an alert for the cluster of the test, and of one for a whole board.
+// The value of an alert's cluster label for the cluster of the test, and for a whole board.
 constexpr char kCluster[] = "1";
 constexpr char kBoard[] = "";
 
@@ -30,8 +30,8 @@ class PrometheusTest : public GateTest {
     fs::remove_all(mPlace);
   }
 
-  // The installed files with this board, fast, and with alerts that do not wait. Their waiting is
-  // tested without a clock, beside the package.
+  // Copies the installed files, changed for this gate, for short intervals and for alerts without
+  // delay. The tests of the package check the delays.
   void MakeFiles() {
     fs::copy(PROMETHEUS_FILES, mPlace, fs::copy_options::recursive);
     Replace("boards/local.yml", "127\\.0\\.0\\.1:8128", "127.0.0.1:" + std::to_string(Port()));
@@ -55,15 +55,15 @@ class PrometheusTest : public GateTest {
     mPrometheusUrl = "http://" + log.substr(begin, log.find('\n', begin) - begin);
   }
 
-  // What it answers to a path with a parameter.
+  // Prometheus' answer to a path with one parameter.
   std::string Answer(const std::string& path, const std::string& parameter) {
     ServiceProcess client(CURL_BINARY, {"--silent", "--max-time", "20", "--get", "--data-urlencode",
                                         parameter, mPrometheusUrl + path});
     return client.WaitForExit(2 * kPatience) ? client.StandardOutput() : "";
   }
 
-  // Asks until the expression has one value that is `value`, as Prometheus writes it. After a
-  // failure what is waited for will not come.
+  // Repeats a query until its only result is `value`, in Prometheus' notation. Does nothing after
+  // an earlier failure, because the value would not come.
   void ExpectValue(const std::string& expression, const std::string& value) {
     if (HasFailure())
       return;
@@ -82,12 +82,12 @@ class PrometheusTest : public GateTest {
     ADD_FAILURE() << expression << ": " << body << "\n" << mPrometheus->StandardError();
   }
 
-  // Expects that an alert is raised.
+  // Expects that an alert is firing.
   void ExpectAlert(const std::string& name, const std::string& cluster = kCluster) {
     ExpectValue(CountOf(name, cluster), "1");
   }
 
-  // Expects that it is not raised, or no longer.
+  // Expects that an alert is not firing, or no longer.
   void ExpectNoAlert(const std::string& name, const std::string& cluster = kCluster) {
     ExpectValue(CountOf(name, cluster) + " or vector(0)", "0");
   }
@@ -129,9 +129,9 @@ TEST_F(PrometheusTest, CollectsTheFiguresAndRaisesTheAlerts) {
   ASSERT_NO_FATAL_FAILURE(StartPrometheus());
   ExpectValue("up{job=\"loudgate\"}", "1");
   StartMeasuring();
-  // A measurement without blocks.
+  // The measurement runs without blocks.
   ExpectAlert("Silence");
-  // In five channels that count: -23 + 10 log10(5.82) = -15.35. A peak of 32768 is 0 dBTP.
+  // Five channels count: -23 + 10 log10(5.82) = -15.35. A peak of 32768 is 0 dBTP.
   Feed(30, -23.0, 32768);
   ExpectValue("loudcalc_momentary_lufs{meter_set=\"1\",cluster=\"1\"}", "-15.4");
   ExpectValue("loudcalc_true_peak_dbtp", "0");
@@ -140,21 +140,21 @@ TEST_F(PrometheusTest, CollectsTheFiguresAndRaisesTheAlerts) {
   ExpectAlert("TruePeakAboveLimit");
   // 7.6 LU above the target.
   ExpectAlert("LoudnessOutOfTolerance");
-  // What a Prometheus of many sites gets.
+  // The series that a central Prometheus for many sites federates.
   const std::string made = Answer("/federate", "match[]={__name__=~\"cluster:.*|ALERTS\"}");
   EXPECT_THAT(made, testing::HasSubstr("\ncluster:loudcalc_recent_true_peak_dbtp:max1h{"));
   EXPECT_THAT(made, testing::HasSubstr("\nALERTS{alertname=\"TruePeakAboveLimit\""));
   EXPECT_THAT(made, testing::Not(testing::HasSubstr("\nloudcalc_")));
-  // No blocks come any more, and then they do again.
+  // The blocks stop, and then continue.
   ExpectAlert("FiguresFrozen");
   Feed(3, -20.0);
   ExpectNoAlert("FiguresFrozen");
-  // A preset that the service refuses, and then one that it takes.
+  // A preset that the service refuses, and then one that it accepts.
   SendPreset("not a preset");
   ExpectAlert("SourceInvalid");
   StartMeasuring();
   ExpectNoAlert("SourceInvalid");
-  // Of a service that is gone there are no figures to judge.
+  // A service that is gone has no figures to judge.
   EndService();
   ExpectNoAlert("LoudnessOutOfTolerance");
   ExpectNoAlert("TruePeakAboveLimit");

@@ -12,7 +12,7 @@ TEST_F(GateTest, MetricsFollowTheService) {
   StartMeasuring();
   Await("/api/clusters/1-1",
         [](const nlohmann::json& cluster) { return cluster.at("State") == "RUNNING"; });
-  Feed(10, -23.0);  // in five channels that count: -23 + 10 log10(5.82) = -15.35
+  Feed(10, -23.0);  // five channels count: -23 + 10 log10(5.82) = -15.35
   Await("/api/clusters/1-1",
         [](const nlohmann::json& cluster) { return cluster.at("Momentary") == -15.4; });
   const HttpReply reply = Get("/metrics");

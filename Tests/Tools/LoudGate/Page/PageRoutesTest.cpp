@@ -1,4 +1,4 @@
-// The files of the pages. What they do in a browser is tested in ../Browser.
+// The files of the pages. Their behaviour in a browser is tested in ../Browser.
 
 #include "PageRoutes.h"
 
@@ -25,7 +25,7 @@ class PageRoutesTest : public testing::Test {
     return mRoutes.Answer(request);
   }
 
-  // What a file asks for: attributes of a page, imports of a script.
+  // The files that a file refers to, by attributes of a page or imports of a script.
   std::set<std::string> ReferencesOf(const std::string& text) const {
     static const std::regex kReference("(?:href|src)=\"([^\"]+)\"|from \"\\.([^\"]+)\"");
     std::set<std::string> paths;
@@ -35,7 +35,7 @@ class PageRoutesTest : public testing::Test {
     return paths;
   }
 
-  // A page and all that it asks for, directly or not, by path.
+  // A page and all files that it refers to, directly or not, by path.
   std::map<std::string, HttpAnswer> FilesFrom(const std::string& page) const {
     std::map<std::string, HttpAnswer> files;
     std::set<std::string> open = {page};
@@ -69,7 +69,7 @@ TEST_F(PageRoutesTest, EveryFileThatAPageAsksForIsThereWithItsType) {
   }
 }
 
-// What the content policy would refuse.
+// The content policy would block these.
 TEST_F(PageRoutesTest, HaveNoScriptAndNoStyleOfTheirOwnAndNothingFromElsewhere) {
   for (const char* page : {"/", "/cluster/1-3"}) {
     for (const char* text : {"<script>", "<style", "style=", "http:", "https:", "//"})

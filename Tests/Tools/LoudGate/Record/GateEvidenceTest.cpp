@@ -1,6 +1,6 @@
-// What is proved by the record is what was played: a desk plays a recording to a service, a gate
-// records what the service publishes, and `LoudDesk log` over that time says of it what `LoudDesk
-// measure` says of the file.
+// The record agrees with the programme that was played: a desk plays a recording to a service, a
+// gate records what the service publishes, and `LoudDesk log` must give the same figures for that
+// time as `LoudDesk measure` gives for the file.
 
 #include <sndfile.h>
 
@@ -13,8 +13,8 @@
 
 namespace {
 
-// Docs/COMPLIANCE.md promises it.
-constexpr double kTolerance = 0.05 + 1e-9;  // LU, as the figures are written
+// The tolerance that Docs/COMPLIANCE.md promises.
+constexpr double kTolerance = 0.05 + 1e-9;  // LU, of the printed figures
 
 constexpr char kRecording[] = "/usr/share/games/hex-a-hop/hex-a-hop/music-ending.ogg";
 
@@ -27,7 +27,7 @@ class GateEvidenceTest : public GateTest {
     return nlohmann::json::parse(desk.StandardOutput());
   }
 
-  // Plays a file in real time and returns what the record says of that time.
+  // Plays a file in real time and returns the recorded figures of that time.
   nlohmann::json Recorded(const std::string& file) {
     const std::string record = mAudio.Path("station.db");
     StartProcess();
@@ -45,13 +45,13 @@ class GateEvidenceTest : public GateTest {
   void ExpectAgreement(const nlohmann::json& recorded, const nlohmann::json& measured) {
     EXPECT_NEAR(recorded["Integrated"].get<double>(), measured["Integrated"].get<double>(),
                 kTolerance);
-    // The service's maxima are in tenths.
+    // The service publishes the maxima in tenths.
     EXPECT_NEAR(recorded["MaxMomentary"].get<double>(), measured["MaxMomentary"].get<double>(),
                 0.1);
     EXPECT_NEAR(recorded["MaxTruePeak"].get<double>(), measured["MaxTruePeak"].get<double>(), 0.2);
   }
 
-  // A second may lack at either end: the desk starts after the period has begun.
+  // A second may be missing at either end, because the desk starts after the period begins.
   static void ExpectNoGapInside(const nlohmann::json& recorded) {
     for (const nlohmann::json& gap : recorded["Gaps"]["List"])
       EXPECT_TRUE(gap["From"] == recorded["From"] || gap["To"] == recorded["To"]) << gap;
@@ -69,8 +69,8 @@ class GateEvidenceTest : public GateTest {
   }
 };
 
-// Levels that lie between the published tenths, so that every reading is rounded; and an end in
-// silence, because the service goes on publishing its last readings until the desk has left.
+// The levels lie between the published tenths, so that every reading is rounded. The file ends in
+// silence, because the service repeats its last readings until the desk has disconnected.
 TEST_F(GateEvidenceTest, LevelsBetweenTheTenthsAgree) {
   test_audio::Samples samples;
   for (const double level : {-20.37, -27.12, -23.84, -33.46, -21.93})

@@ -21,8 +21,8 @@ using testing::AllOf;
 using testing::Contains;
 using testing::Field;
 
-// What five channels of -23 LKFS with the weights of a 5.1 programme are published as:
-// -23 + 10 lg(1 + 1 + 1 + 1.41 + 1.41) = -15.35, which is rounded down.
+// The published code of five channels at -23 LKFS with the weights of a 5.1 programme: -23 + 10
+// lg(1 + 1 + 1 + 1.41 + 1.41) = -15.35, rounded down.
 constexpr std::int16_t kPublished = -154;
 
 const StationCluster kCluster{1, 1};
@@ -44,7 +44,7 @@ class GateRecordTest : public GateTest {
     return StationReader(mFile).Events(kCluster, {0, INT64_MAX});
   }
 
-  // Feeds a loudness for some seconds.
+  // Feeds blocks of this loudness for `time`.
   void FeedFor(std::chrono::milliseconds time, double lkfs) {
     for (auto left = time; left.count() > 0; left -= kPeriod) {
       Feed(1, lkfs);
@@ -107,7 +107,7 @@ TEST_F(GateRecordTest, AKillLosesNoMoreThanThePeriodAndTheFileIsWhole) {
     mGate->Signal(SIGKILL);
     ASSERT_TRUE(mGate->WaitForExit(kPatience));
     ASSERT_FALSE(Recorded().empty());
-    // The period, the two seconds of collecting, the moment of writing and that of rounding.
+    // Allows for the write period, two seconds of collecting, the write itself and rounding.
     EXPECT_GE(Recorded().back().time, killed - kWriteEvery - 4);
     EXPECT_EQ("", mGate->StandardError());
   }
@@ -157,7 +157,8 @@ TEST_F(GateRecordTest, ASecondGateServesThePageAndTakesTheRecordOver) {
   const auto report = mGate->WaitForExit(kPatience);
   ASSERT_TRUE(report);
   EXPECT_EQ(0, report->status);
-  // That it listens, the two lines above and no other: no second came twice.
+  // The lines are the listening address and the two above. A line about repeated seconds would be a
+  // fourth.
   EXPECT_EQ(3u, mGate->LineCount()) << mGate->StandardError();
   std::int64_t missing = 0;
   const auto seconds = Recorded();

@@ -1,4 +1,4 @@
-// The document, taken apart.
+// Takes the document apart.
 
 #include "RecordDocument.h"
 

@@ -1,4 +1,4 @@
-// What Docs/OPERATIONS.md says of the record.
+// The facts about the record in Docs/OPERATIONS.md.
 
 #pragma once
 
@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-/// The section "The record".
+/// The text of the section "The record".
 std::string RecordSection();
 
-/// The lines that the section lists, without the name of the file before them.
+/// The log lines that the section lists, without the file name before them.
 std::vector<std::string> ListedLines();
 
-/// Whether one of them fits the line, which has the name of the file before it. "..." stands for
-/// any text, a number for any number.
+/// Whether a listed line matches `line`, which begins with the file name. In a listed line "..."
+/// matches any text, and a number any number.
 bool IsListed(const std::string& line, const std::string& file);

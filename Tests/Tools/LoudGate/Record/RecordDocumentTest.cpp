@@ -1,4 +1,4 @@
-// Docs/OPERATIONS.md on the record, held against a record and against the sources.
+// Checks Docs/OPERATIONS.md on the record against a record and against the sources.
 
 #include "RecordDocument.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The texts in the sources of the record, those that are put together in one piece.
+// The string literals in the sources of the record, adjacent ones joined.
 std::string TextsOfSources() {
   std::string all;
   for (const char* folder : {"/Tools/LoudGate/Record", "/Tools/LoudDesk/Station"})

@@ -1,4 +1,4 @@
-// The thread that writes, on disks and files that are not as they should be.
+// The writer's thread, with faulty disks and files.
 
 #include "RecordWriter.h"
 
@@ -67,7 +67,7 @@ class RecordWriterTest : public testing::Test {
     mWriter = std::make_unique<RecordWriter>(loudgate::RecordSettings{mFile, days, mostBytes});
   }
 
-  // Waits until the counts are so, and takes the lines meanwhile.
+  // Waits until the condition holds, and takes the writer's messages meanwhile.
   void Await(const std::function<bool(const RecordCounts&)>& condition) {
     Await(*mWriter, condition);
     TakeLines();
@@ -125,7 +125,7 @@ class RecordWriterTest : public testing::Test {
   bool mIsMounted = false;
   std::unique_ptr<RecordWriter> mWriter;
   std::vector<std::string> mLines;
-  std::uint64_t mLost = 0;  // seconds, of the writer that has ended
+  std::uint64_t mLost = 0;  // lost seconds of the writer that has ended
 };
 
 TEST_F(RecordWriterTest, WhatIsPutIsInTheFileAtTheEnd) {
@@ -178,7 +178,8 @@ TEST_F(RecordWriterTest, AFullDiskCostsWhatDoesNotFitAndTheRecordGoesOnByItself)
   mWriter->Put(BatchOf(mNow + 600, 60 * 60));
   Await([](const RecordCounts& counts) { return counts.failures > 0; });
   EXPECT_THAT(mLines, ElementsAre(HasSubstr("; nothing is recorded until that is over")));
-  // The batch waits. Four more of three hours each are more than what is kept of 64 clusters.
+  // The batch waits. Together with four more of three hours each it exceeds the limit of pending
+  // batches.
   for (std::int64_t i = 0; i < 4; ++i)
     mWriter->Put(BatchOf(mNow + kDay * (i + 1), 3 * 3600));
   Await([](const RecordCounts& counts) { return counts.lostSeconds > 0; });
@@ -269,7 +270,7 @@ TEST_F(RecordWriterTest, WhatIsTooOldGoes) {
     return counts.bytes > 0 && counts.bytes < before * 2 / 3;
   });
   End();
-  // Ten of the twenty hours, of the oldest one a minute less where the clock has gone on meanwhile.
+  // Ten of the twenty hours; the oldest lacks a minute if the clock has moved on meanwhile.
   EXPECT_THAT(Recorded().size(), testing::AnyOf(10 * 3600 + 60, 10 * 3600));
   EXPECT_LT(fs::file_size(mFile), before * 2 / 3);
 }
@@ -309,7 +310,7 @@ TEST_F(RecordWriterTest, AFileThatIsTakenAwayIsMadeAnew) {
   EXPECT_EQ(60u, StationReader(mFolder / "taken.db").Seconds(kCluster, {0, INT64_MAX}).size());
 }
 
-// A cluster that nothing was ever recorded of needs a number, of which there are 1024.
+// A cluster that was never recorded before needs a number, and there are only 1024.
 TEST_F(RecordWriterTest, AClusterTooManyCostsItsOwnSecondsAlone) {
   StationBatch many;
   for (unsigned number = 1; number <= 1024; ++number)
@@ -351,7 +352,8 @@ TEST_F(RecordWriterTest, WhatWaitsIsBoundedWhileTheWriterHangs) {
   Await([](const RecordCounts& counts) { return counts.isWorking; });
   louddesk::SqliteFile other(mFile, louddesk::SqliteMode::kReadWrite);
   other.Execute("BEGIN IMMEDIATE");
-  // Any four of three hours are more than ten minutes of 64 clusters; the writer holds one more.
+  // Four batches of three hours exceed the limit of pending batches. The writer itself holds a
+  // fifth.
   for (std::int64_t i = 0; i < 5; ++i)
     mWriter->Put(BatchOf(mNow + kDay * i, 3 * 3600));
   EXPECT_LE(3u * 3600u, mWriter->Counts().lostSeconds);
@@ -361,8 +363,8 @@ TEST_F(RecordWriterTest, WhatWaitsIsBoundedWhileTheWriterHangs) {
   End();
 }
 
-// While another program reads in one transaction, the file cannot become smaller. That must not
-// cost more of the record than the size asks for.
+// While another program holds a read transaction, the file cannot shrink. That must not remove more
+// of the record than the size limit requires.
 TEST_F(RecordWriterTest, AReaderThatHoldsTheFileCostsNothingOfTheRecord) {
   constexpr std::uint64_t kMost = 1 << 20;
   {
@@ -401,8 +403,8 @@ TEST_F(RecordWriterTest, AClockThatWasSetBackChangesNothingThatIsRecorded) {
               ElementsAre(HasSubstr("seconds that are recorded already keep their readings")));
 }
 
-// The other one has the seconds of both until it ends. What the second one collected before that is
-// not written a second time.
+// The first writer records all seconds until it ends. The second writer does not write again what
+// it collected before that.
 TEST_F(RecordWriterTest, AnotherWriterIsKeptOutUntilTheFirstOneEnds) {
   RecordWriter first(loudgate::RecordSettings{mFile});
   Await(first, [](const RecordCounts& counts) { return counts.isWorking; });
@@ -436,13 +438,13 @@ TEST_F(RecordWriterTest, AnotherWriterIsKeptOutUntilTheFirstOneEnds) {
   EXPECT_EQ(1, std::distance(fs::directory_iterator(mFolder), fs::directory_iterator{}));
 }
 
-// Cuts the log and the file of a writer that was stopped in the middle at many places, as a torn
-// write would: what opens has all older rows, what does not is set aside whole.
+// Truncates the log and the file of an interrupted writer at many places, as a torn write would. A
+// file that opens has all older rows; one that does not is set aside whole.
 TEST_F(RecordWriterTest, ATornWriteLosesNoOlderRows) {
   const std::string source = mFolder / "source.db";
   StationRecord record(source);
   record.Append(BatchOf(mNow - 7200, 3600));
-  record.ReturnSpace();  // this is in the file, what follows in the log alone
+  record.ReturnSpace();  // these rows are in the file, later ones in the log alone
   const auto older = fs::file_size(source);
   record.Append(BatchOf(mNow - 3600, 600));
   record.Append(BatchOf(mNow - 3000, 600));

@@ -1,4 +1,4 @@
-// Messages to seconds, at moments that the test chooses.
+// Sorts messages into seconds, at moments that the test chooses.
 
 #include "SecondCollector.h"
 
@@ -20,7 +20,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr std::int16_t kMissed = kMissedReading;
-constexpr std::int64_t kStart = 1718011999;  // of a told cluster
+constexpr std::int64_t kStart = 1718011999;  // start of ToldCluster, s since 1970
 
 class SecondCollectorTest : public testing::Test {
  protected:
@@ -33,7 +33,7 @@ class SecondCollectorTest : public testing::Test {
     Advance();
   }
 
-  // A message with that momentary loudness.
+  // Takes a message with this momentary loudness.
   void Data(std::int16_t momentary, std::int16_t peak = -500) {
     louddesk::LoudnessMessage message;
     message.wellFormed = true;
@@ -47,14 +47,14 @@ class SecondCollectorTest : public testing::Test {
     mCollector.TakeData(mTold.cluster, message, mTold.now);
   }
 
-  // Goes to the beginning of the next second.
+  // Advances to the beginning of the next second.
   void NextSecond() {
     const auto time = mTold.now.wall.time_since_epoch();
     Pass(std::chrono::ceil<milliseconds>(std::chrono::floor<std::chrono::seconds>(time) +
                                          std::chrono::seconds(1) - time));
   }
 
-  // Messages of one loudness, 100 ms apart, the first one now.
+  // Takes messages of the same loudness every 100 ms, starting now.
   void Feed(int count, std::int16_t momentary = -230) {
     for (int i = 0; i < count; ++i) {
       Data(momentary);
@@ -191,14 +191,14 @@ TEST_F(SecondCollectorTest, AClockThatIsSetIsAnEvent) {
       EXPECT_FALSE(event.cluster);
       told.push_back(std::to_string(event.time) + " " + event.text);
     }
-  // 40 ms after the start and a second, and 100 ms a step.
+  // The clock starts at kStart + 1.04 s, and each step takes 100 ms.
   EXPECT_THAT(
       told, ElementsAre(std::to_string((kStart + 1 - 3600) * 1000 + 240) + " set back by 3600.0 s",
                         std::to_string((kStart + 1 - 3600 + 31536000) * 1000 + 440) +
                             " set forward by 31536000.0 s"));
 }
 
-// Its publishers' files are gone, and another service of its name comes.
+// The publishers' files are removed, and another service of the same name starts.
 TEST_F(SecondCollectorTest, AClusterThatTheBoardForgotIsANewOneWhenItComesAgain) {
   mTold.cluster.TakeConnection(true, 1);
   NextSecond();

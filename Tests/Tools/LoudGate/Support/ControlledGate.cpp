@@ -1,4 +1,4 @@
-// The start of both, and the orders by curl.
+// Starts the service and the gate, and sends orders with curl.
 
 #include "ControlledGate.h"
 
@@ -27,7 +27,7 @@ void ControlledGate::StartControlled(const std::vector<std::string>& options) {
   AwaitSubscription();
 }
 
-// What is sent before is said not to be.
+// Until the service has subscribed, the gate answers 503 and sends nothing.
 void ControlledGate::AwaitSubscription() {
   const auto end = std::chrono::steady_clock::now() + kPatience;
   HttpReply reply;

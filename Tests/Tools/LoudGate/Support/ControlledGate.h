@@ -7,18 +7,19 @@
 
 class ControlledGate : public GateTest {
  protected:
-  /// Starts service, gate and measurement, in the mode Manual, and waits until the gate sees that
-  /// it runs and can send. The gate has the place of the application server of the main board.
+  /// Starts service, gate and measurement, in the mode Manual, and waits until the gate shows that
+  /// the measurement runs and can send commands. The gate takes the place of the main board's
+  /// application server.
   void StartControlled(const std::vector<std::string>& options = {});
 
-  /// What curl gets for a body that it posts for a cluster, with these headers.
+  /// Posts a body for a cluster with these headers and returns the reply.
   HttpReply Post(const std::string& body, const std::vector<std::string>& headers,
                  const std::string& cluster = "1-1") const;
 
-  /// The same of an order, with the token.
+  /// Posts an order with the token and returns the reply.
   HttpReply Order(const std::string& command, const std::string& cluster = "1-1") const;
 
-  /// Waits until the gate says that the service is in that state.
+  /// Waits until the gate shows this state of the service.
   void AwaitState(const std::string& state);
 
   const std::string kBearer = std::string("Authorization: Bearer ") + kToken;

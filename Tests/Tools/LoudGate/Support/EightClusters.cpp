@@ -29,8 +29,9 @@ bool AreAllRunning(const json& document, unsigned count) {
 
 }  // namespace
 
-// Services that have published are found; whether they have subscribed, only they know. Each preset
-// starts the measurement anew, so they get time to say that it runs.
+// The gate finds services that have published, but only a service knows whether it has subscribed.
+// So the preset is repeated until all services run, at intervals that leave time to report this,
+// because each preset restarts the measurement.
 void EightClusters::StartBoard() {
   ASSERT_NO_FATAL_FAILURE(Start());
   for (unsigned cluster = 2; cluster <= kClusters; ++cluster)

@@ -8,7 +8,7 @@ class EightClusters : public GateTest {
  protected:
   static constexpr unsigned kClusters = 8;
 
-  /// Starts the services and the gate, and waits until all eight measure, a meter for each.
+  /// Starts the services and the gate, and waits until all eight measure one meter each.
   void StartBoard();
 
  private:

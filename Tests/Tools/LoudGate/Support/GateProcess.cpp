@@ -1,4 +1,4 @@
-// Gate and client as processes.
+// Runs the gate and the client as processes.
 
 #include "GateProcess.h"
 

@@ -8,7 +8,7 @@
 
 using std::chrono::milliseconds;
 
-// 1718011999 s: 19884 days of 86400 s and 34399 s.
+// 2024-06-10 09:33:19 UTC: 19884 days of 86400 s and 34399 s are 1718011999 s.
 ToldCluster::ToldCluster(unsigned number)
     : now{std::chrono::steady_clock::time_point{} + std::chrono::seconds(100),
           louddesk::WallTime{} + std::chrono::seconds(1718011999)},
