@@ -93,8 +93,7 @@ void LogApi::Run() {
       return;
     Job job = std::move(mWaiting.front());
     mWaiting.pop_front();
-    const bool isRefused =
-        job.makesFile && HasAllFiles();  // files may have been made while it waited
+    const bool isRefused = job.makesFile && HasAllFiles();  // files made while it waited
     lock.unlock();
     job.answer = isRefused ? Busy() : AnswerOf(job);
     lock.lock();

@@ -23,9 +23,8 @@ void AddNoLog(Routes& routes);
 
 /// Limits on what requests can take.
 struct LogLimits {
-  std::size_t waiting =
-      4;  // requests that wait besides the one in progress; further ones are refused
-  std::size_t files = 4;  // CSV files being sent, up to 11 MB each; further ones are refused
+  std::size_t waiting = 4;  // requests besides the one in progress; further ones are refused
+  std::size_t files = 4;    // CSV files being sent, up to 11 MB each; further ones are refused
 
   /// Longest time from a request to its answer, shorter than the server's patience. Longer work is
   /// given up. Waiting for a locked file adds to this time.
