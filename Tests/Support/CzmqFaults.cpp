@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <mutex>
 #include <new>
 #include <stdexcept>
 
@@ -27,11 +28,35 @@ struct Plan {
   int delay = 0;  // ms
 };
 
+// A list to which the library's own threads add too: an actor destroys its socket on its thread.
+template <typename Entry>
+class SharedList {
+ public:
+  void Add(Entry entry) {
+    const std::lock_guard lock(mMutex);
+    mEntries.push_back(entry);
+  }
+
+  void Clear() {
+    const std::lock_guard lock(mMutex);
+    mEntries.clear();
+  }
+
+  std::vector<Entry> Entries() const {
+    const std::lock_guard lock(mMutex);
+    return mEntries;
+  }
+
+ private:
+  mutable std::mutex mMutex;
+  std::vector<Entry> mEntries;
+};
+
 constexpr std::size_t kCalls = static_cast<std::size_t>(Call::AskEvents) + 1;
 
 std::array<Plan, kCalls> gPlans;
-std::vector<const void*> gDestroyed;
-std::vector<int> gEndedTimers;
+SharedList<const void*> gDestroyed;
+SharedList<int> gEndedTimers;
 std::atomic<int> gInterruptedSends{0};
 
 Plan& PlanOf(Call call) {
@@ -84,8 +109,8 @@ void Reset() {
     plan.count = 0;
     plan.due = 0;
   }
-  gDestroyed.clear();
-  gEndedTimers.clear();
+  gDestroyed.Clear();
+  gEndedTimers.Clear();
   gInterruptedSends = 0;
 }
 
@@ -115,11 +140,11 @@ int InterruptedSends() {
 }
 
 std::vector<const void*> Destroyed() {
-  return gDestroyed;
+  return gDestroyed.Entries();
 }
 
 std::vector<int> EndedTimers() {
-  return gEndedTimers;
+  return gEndedTimers.Entries();
 }
 
 }  // namespace faults
@@ -140,7 +165,7 @@ zsock_t* zsock_new_checked(int type, const char* file, size_t line) {
 void zsock_destroy_checked(zsock_t** socket, const char* file, size_t line) {
   if (*socket != nullptr) {
     GoesOn(Call::SockDestroy);
-    faults::gDestroyed.push_back(*socket);
+    faults::gDestroyed.Add(*socket);
   }
   LIBRARY(zsock_destroy_checked)(socket, file, line);
 }
@@ -218,7 +243,7 @@ zloop_t* zloop_new(void) {
 void zloop_destroy(zloop_t** loop) {
   if (*loop != nullptr) {
     GoesOn(Call::LoopDestroy);
-    faults::gDestroyed.push_back(*loop);
+    faults::gDestroyed.Add(*loop);
   }
   LIBRARY(zloop_destroy)(loop);
 }
@@ -241,7 +266,7 @@ int zloop_timer(zloop_t* loop, size_t delay, size_t times, zloop_timer_fn handle
 }
 
 int zloop_timer_end(zloop_t* loop, int timer) {
-  faults::gEndedTimers.push_back(timer);
+  faults::gEndedTimers.Add(timer);
   return GoesOn(Call::LoopTimerEnd) ? LIBRARY(zloop_timer_end)(loop, timer) : -1;
 }
 
