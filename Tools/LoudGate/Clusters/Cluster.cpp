@@ -28,8 +28,8 @@ void Cluster::TakeConnection(bool isConnected, unsigned connections) {
   mModel.SetConnected(isConnected);
 }
 
-// An acknowledgement may arrive after the data that it allows. Therefore no gap is counted after a
-// message without a measurement, or of a stopped one.
+// The acknowledgement of a start may arrive after the first data. So there is no gap after a
+// message of a measurement that was stopped or had not started.
 bool Cluster::IsGap(const louddesk::LoudnessMessage& message) const {
   return mLast && !mIsAnswered && message.time - mLast->time >= kGapAfter &&
          mLast->command != LU_CMD_NONE && mLast->command != LU_CMD_STOP;

@@ -41,7 +41,7 @@ struct ClusterMetric {
   Value (*value)(const Cluster& cluster, Moment now);
 };
 
-// A figure of the last loudness message; nothing when loudness data has stopped coming.
+// A figure of the last loudness message; nothing unless the measurement runs or is paused.
 using Code = std::int16_t;
 template <Code LoudnessData_t::*code, Value (*decode)(Code)>
 Value Figure(const Cluster& cluster, Moment now) {

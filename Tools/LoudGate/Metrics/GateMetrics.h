@@ -29,7 +29,7 @@ struct GateCounts {
 std::string MetricsText(const std::vector<const Cluster*>& clusters, const GateCounts& counts,
                         Moment now);
 
-/// Answers /metrics. Calls `counts` for each request. The board, and whatever `counts` uses, must
+/// Answers /metrics. Calls `counts` for each request. The board and all that `counts` uses must
 /// outlive the routes.
 void AddMetrics(Routes& routes, const ClusterBoard& board, std::function<GateCounts()> counts);
 

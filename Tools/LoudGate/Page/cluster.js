@@ -95,8 +95,8 @@ function show(cluster) {
   details.attend(cluster);
 }
 
-// A refused stream does not give the reason. If it is that the cluster does not exist, shows
-// nothing of it.
+// An EventSource does not report why it was refused, so this requests the cluster itself. If there
+// is no such cluster, hides the content of the page.
 async function tellIfUnknown() {
   const reply = await fetch(detailsPath).catch(() => null);
   if (reply?.status !== 404)

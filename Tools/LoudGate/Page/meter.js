@@ -159,7 +159,7 @@ function toleranceOf(cluster) {
 
 const PEAK_ZONE = {low: HIGHEST_PERMITTED_PEAK, high: PEAK_SCALE.high};
 
-// The momentary figures of a measurement that does not run are out of date, so they are not shown.
+// Hides the momentary figures unless the measurement runs or is paused: they would be out of date.
 function currentOf(cluster, member) {
   return cluster.Live ? cluster[member] : null;
 }
@@ -263,7 +263,7 @@ export class Meter {
                         this.#target);
   }
 
-  // Shows a cluster from the gate's documents. Missing members are shown as unknown.
+  // Shows a cluster from the gate's documents. Missing members are shown without figures.
   show(cluster) {
     setText(this.#state, cluster.State);
     this.element.classList.toggle("alarming", Boolean(cluster.Alarming));

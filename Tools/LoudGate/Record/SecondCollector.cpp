@@ -210,9 +210,8 @@ void SecondCollector::EndAllBut(std::int64_t first, std::int64_t second) {
     }
 }
 
-// More than ten readings mean that messages came late or early at the border of two seconds:
-// surplus readings move to the next second if that has too few, and missing ones come from the next
-// second if that has too many.
+// Messages near the border of two seconds may come early or late. So surplus readings move to the
+// next second if it has too few, and missing ones come from the next second if it has too many.
 void SecondCollector::End(const StationCluster& place, Collected& collected,
                           std::map<std::int64_t, OpenSecond>::iterator open) {
   auto& readings = open->second.readings;

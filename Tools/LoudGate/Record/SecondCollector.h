@@ -81,7 +81,7 @@ class SecondCollector {
   std::optional<std::int64_t> mTime;  // the current second
   std::optional<Moment> mLast;        // last call of Advance
   louddesk::StationBatch mBatch;
-  std::size_t mEventBytes = 0;  // of the events in mBatch, left out ones too
+  std::size_t mEventBytes = 0;  // of the events since the last batch, left-out ones included
   bool mIsLeavingOut = false;   // the batch is full; its further events are left out
 };
 

@@ -58,7 +58,7 @@ TEST_F(ClusterDocumentsTest, FiguresThatDoNotChangeAreToldAfterThreeSeconds) {
     mTold.Pass(milliseconds(100));
     mTold.Data("loudness-data.frames");
   }
-  // The first one came 0.04 s before these 3.5 s.
+  // 3.54 s since the first message, rounded.
   EXPECT_EQ(3.5, Document().at("NoChange"));
   EXPECT_EQ("RUNNING", Document().at("State"));
 }

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The string literals in the sources of the record, adjacent ones joined.
+// The sources of the record, with adjacent string literals joined.
 std::string TextsOfSources() {
   std::string all;
   for (const char* folder : {"/Tools/LoudGate/Record", "/Tools/LoudDesk/Station"})
