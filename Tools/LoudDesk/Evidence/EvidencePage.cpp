@@ -19,7 +19,7 @@ namespace {
 
 constexpr char kId[] = "period";
 
-// The page lists at most this many spans, because nobody reads more.
+// Longest list of spans that is still readable on a page.
 constexpr std::size_t kMostSpanRows = 100;
 
 constexpr char kFooter[] =

@@ -28,8 +28,8 @@ StationReader Opened(const std::string& file) {
   return StationReader(file);
 }
 
-// The target and tolerance given by the user: at least one as an option, the other perhaps by the
-// profile. Nothing if one of them is unknown; then those in force at the time apply.
+// The target and tolerance requested by the user: at least one is an option, the other may be from
+// the profile. Nothing otherwise; then those in force at the time apply.
 std::optional<LoudnessAim> AimOf(const ProfileOptions& options, const Criteria& criteria) {
   const bool isAsked = options.target || options.limits.tolerance;
   if (!isAsked || !criteria.target || !criteria.limits.tolerance)

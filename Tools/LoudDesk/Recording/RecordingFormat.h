@@ -10,7 +10,7 @@ namespace louddesk {
 /// The first bytes of every recording. They include the version of the format.
 constexpr char kRecordingMark[] = {'L', 'O', 'U', 'D', 'R', 'E', 'C', '1'};
 
-/// Stands in place of a sender and marks the proper end of the recording.
+/// Replaces the sender at the end of a recording that was ended properly.
 constexpr std::uint8_t kEndMark = 0;
 
 /// Bytes of the size before each frame.

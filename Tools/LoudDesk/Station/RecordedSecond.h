@@ -18,8 +18,8 @@ namespace louddesk {
 /// A service publishes ten loudness messages a second.
 constexpr std::size_t kReadingsPerSecond = 10;
 
-/// Stands for a momentary loudness when no message came in this tenth of a second. It is lower than
-/// every loudness code.
+/// The momentary loudness if no message came in this tenth of a second. It is lower than every
+/// loudness code.
 constexpr std::int16_t kMissedReading = std::numeric_limits<std::int16_t>::min();
 
 /// The state of the measurement. The numbers are stored in the file, where 0 marks a second that

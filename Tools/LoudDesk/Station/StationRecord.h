@@ -53,9 +53,9 @@ class StationRecord {
   bool IsInPlace() const;
 
   /// Appends in one transaction. A second that is already recorded keeps its readings. Nothing is
-  /// recorded of a cluster that gets no number because the file has no more. Returns the numbers of
-  /// seconds left out. Throws StationError, and then nothing has been appended. REQUIRES: times are
-  /// not negative.
+  /// recorded of a cluster for which the file has no number left. Returns the numbers of seconds
+  /// left out. Throws StationError, and then nothing has been appended. REQUIRES: times are not
+  /// negative.
   LeftOut Append(const StationBatch& batch);
 
   /// Removes the oldest data that is more than `days` days older than `now` (s since 1970), at most
