@@ -122,13 +122,27 @@ class BlockFlood {
     // service ends.
     const __lsan::ScopedDisabler lossesAreTheLibrarys;
 #endif
-    zsock_t* stage = zsock_new(ZMQ_PUB);  // drops what does not fit into its queue
+    zsock_t* stage = zsock_new(ZMQ_XPUB);  // drops what does not fit into its queue
     EXPECT_NE(-1, zsock_bind(stage, "%s", endpoint.c_str()));
     // Powers and peaks do not matter; the sizes are those of 32 meters.
     const louddesk::Frames block = {topic, std::string(128, '\1'), std::string(256, '\1'), "spare"};
     while (!mIsOver)
       louddesk::SendFrames(stage, block);
+    AwaitUnsubscription(stage);
     zsock_destroy(&stage);
+  }
+
+  /// The messaging library aborts when a socket closes while it still clears up a connection that
+  /// broke in the middle of a block. That is done when the service's subscription is withdrawn.
+  static void AwaitUnsubscription(zsock_t* stage) {
+    zsock_set_rcvtimeo(stage, static_cast<int>(kPatience.count()));
+    int subscribers = 0;
+    while (subscribers > 0 || (zsock_events(stage) & ZMQ_POLLIN) != 0) {
+      zframe_t* change = zframe_recv(stage);
+      ASSERT_TRUE(change) << "the service has not left";
+      subscribers += zframe_data(change)[0] == 1 ? 1 : -1;
+      zframe_destroy(&change);
+    }
   }
 
   std::atomic<bool> mIsOver{false};
