@@ -108,7 +108,7 @@ TEST_F(GoldenRunTest, IsRepeatedByteForByte) {
   EXPECT_EQ(0, mStatus) << mReplay->StandardError();
   EXPECT_THAT(mReplay->StandardOutput(),
               AllOf(HasSubstr("The same as recorded: "), testing::Not(HasSubstr(": 0 messages")),
-                    HasSubstr("; 0 of loudness data came that the recording does not have")));
+                    HasSubstr("; 0 of loudness data came that are not recorded")));
 }
 
 // Shows that the recorded figures are correct, not only what the service published.

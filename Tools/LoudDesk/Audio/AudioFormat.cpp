@@ -37,7 +37,7 @@ std::string ChangeText(const AudioFormat& from, const AudioFormat& to, double se
   const std::string after = FormatText(to);
   const std::string change =
       before == after ? "to other speakers" : fmt::format("from {} to {}", before, after);
-  return fmt::format("changes {} at {}; its parts have to be measured one by one", change,
+  return fmt::format("changes {} at {}; measure its parts separately", change,
                      ShortClockText(seconds));
 }
 

@@ -161,9 +161,9 @@ std::string UnknownText(LinkInput& input, int error, bool isAtEnd) {
     return fmt::format("{}: {}", kNotAudio, LibavText(error));
   return fmt::format("{}: {}", kNotAudio,
                      input.Seekable() == nullptr
-                         ? "its format is not known, or cannot come from a pipe, as MP4 "
+                         ? "its format is unknown or cannot be read from a pipe, as MP4 "
                            "with its index at the end"
-                         : "its format is not known");
+                         : "its format is unknown");
 }
 
 }  // namespace
@@ -180,7 +180,7 @@ LibavContainer::LibavContainer(const std::string& path, LinkInput& input)
   avformat_find_stream_info(mContext.get(), nullptr);
   mStreamsAtFirst = AudioStreams().size();
   if (mStreamsAtFirst == 0)
-    throw AudioFileError(path, "holds no audio");
+    throw AudioFileError(path, "contains no audio");
 }
 
 // Uses the format that the link specifies; otherwise guesses from the first bytes.
@@ -211,8 +211,7 @@ void LibavContainer::Open(const AVInputFormat* format) {
   // Many programs write the index of these files last.
   if (error == AVERROR_INVALIDDATA && mInput.Seekable() != nullptr &&
       format->name == std::string_view(kMp4))
-    throw AudioFileError(mPath,
-                         "has no index that can be read: it is damaged, cut off or unfinished");
+    throw AudioFileError(mPath, "has no readable index: it is damaged, cut off or unfinished");
   if (error < 0)
     throw AudioFileError(mPath, UnknownText(mInput, error, avio_feof(mBytes.get()) != 0));
   mContext.reset(context);
@@ -313,7 +312,7 @@ void LibavContainer::CheckForWrappedSize() const {
   constexpr std::uint64_t kWrap = std::uint64_t{1} << 32U;
   const ByteInput* input = mInput.Seekable();
   if (mEndOfBytes != UINT64_MAX && input != nullptr && *input->Size() >= mEndOfBytes + kWrap)
-    throw AudioFileError(mPath, "is longer than the 4 GiB that its header can tell");
+    throw AudioFileError(mPath, "is longer than the 4 GiB that its header can describe");
 }
 
 std::optional<LibavContainer::Promise> LibavContainer::Promised(int sampleRate) const {

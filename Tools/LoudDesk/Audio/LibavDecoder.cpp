@@ -76,15 +76,15 @@ LibavDecoder::LibavDecoder(const std::string& path, LinkInput& input,
 // The error for a stream without any frame.
 std::string LibavDecoder::NothingText() const {
   if (!mIsSuspect)
-    return "holds no audio";
-  return mContainer.NeedsFile() ? "cannot be read from a pipe: its index lies at its end"
+    return "contains no audio";
+  return mContainer.NeedsFile() ? "cannot be read from a pipe: its index is at the end"
                                 : "cannot be decoded";
 }
 
 void LibavDecoder::OpenCodec() {
   const AVCodec* codec = avcodec_find_decoder(mStream.codecpar->codec_id);
   if (codec == nullptr)
-    throw AudioFileError(mPath, fmt::format("holds audio that cannot be decoded ({})",
+    throw AudioFileError(mPath, fmt::format("contains audio that cannot be decoded ({})",
                                             avcodec_get_name(mStream.codecpar->codec_id)));
   mCodec.reset(Allocated(avcodec_alloc_context3(codec)));
   avcodec_parameters_to_context(mCodec.get(), mStream.codecpar);
@@ -96,7 +96,7 @@ void LibavDecoder::OpenCodec() {
   const int error = avcodec_open2(mCodec.get(), codec, &options);
   av_dict_free(&options);
   if (error < 0)
-    throw AudioFileError(mPath, fmt::format("holds audio that cannot be decoded ({}: {})",
+    throw AudioFileError(mPath, fmt::format("contains audio that cannot be decoded ({}: {})",
                                             codec->name, LibavText(error)));
 }
 
@@ -194,7 +194,7 @@ void LibavDecoder::CheckKind() const {
 void LibavDecoder::TakeFrame() {
   mReadSamples = SampleReaderFor(mFrame->format);
   if (mReadSamples == nullptr)
-    throw AudioFileError(mPath, "cannot be decoded (its form of samples is not known)");
+    throw AudioFileError(mPath, "cannot be decoded (its sample format is unknown)");
   CheckTime();
   std::int64_t played = mFrame->nb_samples;
   if (mMostPlayed)

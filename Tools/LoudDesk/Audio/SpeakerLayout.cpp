@@ -71,16 +71,16 @@ const PlacedSpeaker* FindPlaced(AVChannel position) {
 SpeakerLayout PlacedLayout(const AudioFile& file) {
   const ChannelMap& map = file.Positions();
   if (Contains(map, AV_CHAN_NONE))
-    throw AudioFileError(file.Path(),
-                         "does not say which speakers its channels feed; say it with --speakers");
+    throw AudioFileError(
+        file.Path(), "does not say which speakers its channels feed; name them with --speakers");
   const bool hasSides = Contains(map, AV_CHAN_SIDE_LEFT) || Contains(map, AV_CHAN_SIDE_RIGHT);
   SpeakerLayout layout;
   for (const AVChannel position : map) {
     const PlacedSpeaker* speaker = FindPlaced(position);
     if (speaker == nullptr)
-      throw AudioFileError(file.Path(), "feeds a speaker that has no name here with channel " +
+      throw AudioFileError(file.Path(), "feeds an unknown speaker with channel " +
                                             std::to_string(layout.size() + 1) +
-                                            "; name all with --speakers");
+                                            "; name all speakers with --speakers");
     layout.emplace_back(TextOf(hasSides ? speaker->behindSides : speaker->speaker));
   }
   return layout;
@@ -111,7 +111,7 @@ std::string CheckSpeakers(const std::string& list) {
   const SpeakerLayout speakers = SplitSpeakers(list);
   for (const std::string& speaker : speakers)
     if (!SpeakerNamed(speaker))
-      return "\"" + speaker + "\" is not a speaker; there are " + SpeakerNamesInWords();
+      return "\"" + speaker + "\" is not a speaker; the speakers are " + SpeakerNamesInWords();
   const bool isAnyFed =
       std::any_of(speakers.begin(), speakers.end(),
                   [](const std::string& speaker) { return speaker != kNoSpeaker; });
@@ -136,7 +136,7 @@ SpeakerLayout LayoutFor(const AudioFile& file, const std::optional<SpeakerLayout
     return PlacedLayout(file);
   const auto layout = UsualLayout(file.Channels());
   if (!layout)
-    throw AudioFileError(file.Path(), has + "; say with --speakers which speakers they feed");
+    throw AudioFileError(file.Path(), has + "; name their speakers with --speakers");
   return *layout;
 }
 

@@ -68,7 +68,7 @@ Evidence EvidenceOf(StationReader& reader, const EvidenceQuestion& question,
   evidence.cluster = NameOf(cluster);
   evidence.figures = meter.Finish();
   if (evidence.figures.gaps.seconds == period.to - period.from)
-    throw NoEvidence("nothing is recorded of " + TitleOf(evidence));
+    throw NoEvidence("nothing is recorded for " + TitleOf(evidence));
   evidence.criteria = question.criteria;
   evidence.assessment = AssessmentOf(evidence.figures.programme.figures, evidence.criteria);
   return evidence;
@@ -92,9 +92,9 @@ StationCluster ClusterMeant(const std::optional<StationCluster>& asked, StationR
   if (!asked && known.size() == 1)
     return known.front();
   if (!asked)
-    throw NoEvidence("which cluster? There are " + ClusterNames(reader));
+    throw NoEvidence("which cluster? The record has " + ClusterNames(reader));
   if (std::find(known.begin(), known.end(), *asked) == known.end())
-    throw NoEvidence("nothing is recorded of the cluster " + NameOf(*asked) + "; there are " +
+    throw NoEvidence("nothing is recorded for cluster " + NameOf(*asked) + "; the record has " +
                      ClusterNames(reader));
   return *asked;
 }

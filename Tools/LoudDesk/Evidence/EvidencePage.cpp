@@ -23,15 +23,16 @@ constexpr char kId[] = "period";
 constexpr std::size_t kMostSpanRows = 100;
 
 constexpr char kFooter[] =
-    "<p>Loudness by ITU-R BS.1770 from the momentary readings that the service published ten times "
-    "a second and the station recorded; LKFS is the same as LUFS. Readings are in tenths of LU, so "
-    "that the integrated loudness is within 0.05 LU of that of the audio. The loudness range is "
-    "that of one short-term reading a second, gated after EBU Tech 3342; ~ marks that of less than "
-    "60 s, which is not yet stable. True peak is the highest of each second. A figure without a "
-    "reading, as in silence, is -; \xE2\x89\xA5 marks one at the end of its scale. Loudness is out "
-    "of tolerance in the seconds in which the short-term loudness is. Verdicts judge the figures "
-    "as they are written, to a hundredth. Times of day are those at which what was read ends; the "
-    "plots count from the beginning of the period.</p>";
+    "<p>Loudness according to ITU-R BS.1770, computed from the momentary readings that the service "
+    "published ten times a second and the station recorded; LKFS is the same as LUFS. Readings are "
+    "in tenths of LU, so the integrated loudness is within 0.05 LU of that of the audio. The "
+    "loudness range is computed from one short-term reading per second, gated according to EBU "
+    "Tech 3342; ~ marks a range from less than 60 s, which is not yet stable. True peak is the "
+    "highest of each second. A figure without a reading, as in silence, is shown as -; "
+    "\xE2\x89\xA5 marks a figure at the end of its scale. Loudness is out of tolerance in the "
+    "seconds in which the short-term loudness is. Verdicts judge the figures as shown, to a "
+    "hundredth. Times of day are the ends of the readings; the plots count from the beginning of "
+    "the period.</p>";
 
 std::string Table(const std::string& caption, const std::string& head, const std::string& rows) {
   return rows.empty() ? ""
@@ -78,7 +79,7 @@ std::string Plots(const Evidence& evidence) {
   const MeasuredProgramme& programme = evidence.figures.programme;
   const std::string id = kId;
   if (programme.figures.seconds <= 0.0)
-    return "<p>There is no loudness data in it, so there is nothing to draw.</p>\n";
+    return "<p>The period contains no loudness data, so there is nothing to draw.</p>\n";
   return LoudnessFigure(programme, evidence.criteria, id + "-loudness") +
          TruePeakFigure(programme, evidence.criteria, id + "-peak") +
          HistogramFigure(programme, evidence.criteria, id + "-histogram");
@@ -100,8 +101,7 @@ std::string Section(const Evidence& evidence) {
          "</h2>\n" + ListOfVerdicts(evidence.assessment.verdicts) + ListOfNotes(NotesOn(evidence)) +
          ListOf(facts) + Plots(evidence) + PassageTable(evidence.figures.passages, clock) +
          SpanTable("Gaps in the record", evidence.figures.gaps) +
-         SpanTable("No figure changed: no blocks came, or a steady tone",
-                   evidence.figures.unchanged) +
+         SpanTable("No figure changed: no blocks, or a steady tone", evidence.figures.unchanged) +
          EventTable(evidence) + "</section>\n";
 }
 

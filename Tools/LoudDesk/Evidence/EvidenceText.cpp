@@ -77,7 +77,7 @@ std::string ShareText(std::int64_t part, std::int64_t whole) {
 
 void AddTolerance(std::vector<Fact>& facts, const PeriodFigures& figures) {
   if (figures.aimedSeconds == 0) {
-    facts.emplace_back("Out of tolerance", "- (no target is known for the time)");
+    facts.emplace_back("Out of tolerance", "- (no target is known for this time)");
     return;
   }
   facts.emplace_back("Above the tolerance", ShareText(figures.aboveSeconds, figures.aimedSeconds));
@@ -87,7 +87,7 @@ void AddTolerance(std::vector<Fact>& facts, const PeriodFigures& figures) {
 std::string SpansText(const PeriodSpans& spans) {
   if (spans.count == 0)
     return "none";
-  return fmt::format("{}, {} in all", spans.count, Duration(spans.seconds));
+  return fmt::format("{}, {} in total", spans.count, Duration(spans.seconds));
 }
 
 std::string SpanRows(const char* name, const PeriodSpans& spans) {
@@ -189,11 +189,11 @@ std::vector<Fact> FactsOn(const Evidence& evidence) {
 std::vector<std::string> NotesOn(const Evidence& evidence) {
   std::vector<std::string> notes = NotesOn(Shown(evidence));
   if (evidence.figures.gaps.count > 0)
-    notes.emplace_back(
-        "Parts of the period are not in the record; the figures are those of the rest");
+    notes.emplace_back("Parts of the period are not in the record; the figures cover the rest");
   if (evidence.figures.unchanged.count > 0)
-    notes.push_back("For " + Duration(evidence.figures.unchanged.seconds) +
-                    " no figure changed: no blocks came, or a steady tone; the figures count it");
+    notes.push_back(
+        "For " + Duration(evidence.figures.unchanged.seconds) +
+        " no figure changed: no blocks, or a steady tone; the figures include that time");
   return notes;
 }
 

@@ -65,7 +65,7 @@ bool IsNumber(double sample) {
 }  // namespace
 
 std::string BadSampleText(const BadSample& sample, int sampleRate) {
-  return fmt::format("holds a sample that is not a number in channel {}, frame {} ({:.3f} s)",
+  return fmt::format("contains a sample that is not a number in channel {}, frame {} ({:.3f} s)",
                      sample.channel + 1, sample.frame,
                      static_cast<double>(sample.frame) / sampleRate);
 }

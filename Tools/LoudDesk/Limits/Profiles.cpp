@@ -41,12 +41,12 @@ constexpr auto kNone = std::nullopt;
 constexpr Profile kProfiles[] = {
     {"ebu-r128", "EBU R 128, version 4", -23.0, 0.2, 1.0, -1.0, kNone, Purpose::kDelivery,
      kPublished, "EBU R 128 version 4, August 2020",
-     "A measurement tolerance of 0.3 dB on the true peak is reported and not granted here."},
+     "A reported measurement tolerance of 0.3 dB for the true peak is not granted here."},
     {"ebu-r128-v3", "EBU R 128, version 3", -23.0, 0.5, 1.0, -1.0, kNone, Purpose::kDelivery,
      kPublished, "EBU R 128 version 3, June 2014", ""},
     {"ebu-r128-s1", "EBU R 128 s1, short-form content", -23.0, 0.2, 1.0, -1.0, -18.0,
      Purpose::kDelivery, kPublished, "EBU R 128 s1, version of 2016",
-     "No loudness range is asked of short-form content."},
+     "No loudness range is required of short-form content."},
     {"atsc-a85", "ATSC A/85", -24.0, 2.0, kNone, -2.0, kNone, Purpose::kDelivery, kReported,
      "ATSC A/85",
      "Long-form programmes anchor to dialogue, which is not told from the rest here: the whole mix "
@@ -55,7 +55,7 @@ constexpr Profile kProfiles[] = {
      kPartlyReported, "ARIB TR-B32, Japan", ""},
     {"op-59", "Free TV OP-59", -24.0, 1.0, kNone, -2.0, kNone, Purpose::kDelivery, kPartlyReported,
      "Free TV Australia OP-59, Australia and New Zealand",
-     "Of the whole soundtrack, from its first sample to its last."},
+     "Measured over the whole soundtrack, from its first sample to its last."},
     {"spotify", "Spotify", -14.0, kNone, kNone, -1.0, kNone, Purpose::kPlayback, kReported,
      "playback target, as of 2026", "Programmes louder than -14 LKFS: true peak at most -2 dBTP."},
     {"youtube", "YouTube", -14.0, kNone, kNone, -1.0, kNone, Purpose::kPlayback, kReported,
@@ -168,9 +168,9 @@ std::string ProfileList() {
   for (const Profile& profile : kProfiles)
     list += ListEntry(profile);
   return list +
-         "none\n    No limits and no target but those that options name.\n"
+         "none\n    No limits and no target except those given by options.\n"
          "\n"
-         "Reported: widely and consistently, but the document itself was not at hand.\n"
+         "Reported: stated widely and consistently, but the document was not available.\n"
          "Services of playback judge nothing: their target says by how much they turn a\n"
          "programme up or down.\n";
 }

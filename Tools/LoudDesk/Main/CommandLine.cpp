@@ -59,7 +59,7 @@ bool IsOption(const std::string& word) {
 std::string ComplaintOnOption(const std::string& word) {
   std::error_code error;
   return word + ": no such option" +
-         (std::filesystem::exists(word, error) ? "; a file of that name goes after --" : "");
+         (std::filesystem::exists(word, error) ? "; write a file of that name after --" : "");
 }
 
 // An unknown option is either left over or was typed in place of a required argument.
@@ -75,7 +75,7 @@ std::string ComplaintOnWord(const Reached& reached, const std::vector<std::strin
     return "a subcommand is missing after " + reached.words + ": " + Choice(names);
   const std::string& word = leftOver.front();
   return IsOption(word) ? ComplaintOnOption(word)
-                        : word + ": no such subcommand; there are " + Choice(names);
+                        : word + ": no such subcommand; the subcommands are " + Choice(names);
 }
 
 bool LacksSubcommand(const CLI::App& app) {
@@ -107,7 +107,7 @@ void AddSubcommands(CLI::App& app, int& status) {
 }
 
 int RunCommandLine(std::vector<std::string> arguments, std::ostream& out, std::ostream& errors) {
-  CLI::App app("LoudDesk: loudness by the service's own engine, on a desk", kName);
+  CLI::App app("LoudDesk: measures loudness with the engine of the service", kName);
   app.set_version_flag("--version", std::string(kName) + " " + kVersion);
   int status = 0;
   AddSubcommands(app, status);

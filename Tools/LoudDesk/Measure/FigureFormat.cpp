@@ -80,8 +80,8 @@ std::string NoteOnEnds(const Figures& figures) {
   std::string note;
   for (const WrittenFigure& figure : WrittenFigures(figures, {}))
     if (figure.isAtLeast)
-      note += (note.empty() ? "beyond the scale and thus at least what is shown: " : ", ") +
-              figure.name;
+      note +=
+          (note.empty() ? "beyond the scale, so at least the value shown: " : ", ") + figure.name;
   return note;
 }
 
@@ -125,7 +125,7 @@ std::string TableRow(const Subject& subject, const Assessment& assessment) {
 }
 
 std::string DamageNote(const std::string& damage) {
-  return damage + "; the figures are those of what is there";
+  return damage + "; the figures cover the rest";
 }
 
 std::vector<std::string> NotesOn(const Figures& figures) {
@@ -133,7 +133,7 @@ std::vector<std::string> NotesOn(const Figures& figures) {
   if (const std::string note = NoteOnEnds(figures); !note.empty())
     notes.push_back(note);
   if (figures.isLoudnessAtLeast)
-    notes.emplace_back("louder than the scale of loudness; there is no loudness range");
+    notes.emplace_back("above the scale of loudness; there is no loudness range");
   return notes;
 }
 

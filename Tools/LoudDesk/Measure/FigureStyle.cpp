@@ -22,7 +22,7 @@ void AddFormatOption(CLI::App& command, FigureStyle& style) {
   command
       .add_option_function<std::string>(
           "--format", [&style](const std::string& format) { style = StyleNamed(format); },
-          "How the figures are written")
+          "Format of the figures")
       ->default_str(kFormats.front())
       ->check(CLI::IsMember(kFormats));
 }

@@ -53,31 +53,32 @@ constexpr char kFooter[] =
     "\n"
     "Speakers are Left, Right, Center, LowFrequencyEffects, LeftSurround,\n"
     "RightSurround, BackSurroundLeft, BackSurroundRight and MonoSurround, or L, R, C,\n"
-    "LFE, Ls, Rs, Lb, Rb and Cs, in any case, and None for a channel left out; a name\n"
-    "may be given to several channels. Without --speakers the file decides, by its\n"
-    "format or its channel mask. Channels come in the order of WAV: L, R, C, LFE,\n"
-    "then the surrounds. When it does not say, one channel is Center, two are Left\n"
-    "and Right, and six are the first six of these. Layouts of --programme are mono,\n"
-    "stereo, 3.0, 5.0, 5.1 and 7.1, or a list of speakers; the option may be given\n"
-    "again for each programme.\n"
-    "Loudness is measured in blocks of 100 ms; what a file ends with, less than a\n"
-    "block, has a true peak only. Short-term loudness and the range are those of 3 s\n"
-    "and more; the range of less than 60 s is not yet stable and has ~ before it. A\n"
-    "figure without a reading, as in silence, is - in the table, null in JSON and\n"
-    "empty in CSV. Scales end at 6.02 dBTP and +10 LKFS (momentary loudness later): a\n"
-    "figure there has >= before it in the table and is named in AtLeast in JSON.\n"
-    "Docs/measure.schema.json describes the objects of JSON. --series has a row for\n"
-    "every block and one for the rest.\n"
+    "LFE, Ls, Rs, Lb, Rb and Cs, in upper or lower case; None leaves a channel out.\n"
+    "Several channels may have the same speaker. Without --speakers the file decides,\n"
+    "by its format or its channel mask. Channels are in WAV order: L, R, C, LFE, then\n"
+    "the surrounds. If the file does not say, one channel is Center, two are Left and\n"
+    "Right, and six are the first six of these. Layouts of --programme are mono,\n"
+    "stereo, 3.0, 5.0, 5.1 and 7.1, or a list of speakers; repeat the option for each\n"
+    "programme.\n"
+    "Loudness is measured in blocks of 100 ms; audio after the last whole block has\n"
+    "only a true peak. Short-term loudness and loudness range need at least 3 s; a\n"
+    "range from less than 60 s is not yet stable and is marked with ~. A figure\n"
+    "without a reading, as in silence, is - in the table, null in JSON and empty in\n"
+    "CSV. Scales end at 6.02 dBTP and +10 LKFS (higher for momentary loudness): a\n"
+    "figure at the end of its scale is marked with >= in the table and named in\n"
+    "AtLeast in JSON. Docs/measure.schema.json describes the objects of JSON.\n"
+    "--series has a row for every block and one for the rest.\n"
     "Programmes are judged by the limits of a profile, EBU R 128 unless another is\n"
-    "named, and by those that options name. A figure at the end of its scale can\n"
-    "break a limit; whether it keeps it remains open. The gain to the target is that\n"
-    "of the integrated loudness; up to the peak limit, it does not lift the true peak\n"
-    "beyond the limit, and turns down what is beyond.\n"
-    "A damaged file is measured as far as it goes, and marked.\n"
-    "The status is 1 when a file could not be measured or is damaged (not so with\n"
-    "--keep-going), or report or series not written. With --fail it is also 1 when a\n"
-    "limit could not be judged, as in silence, and else 3 when a limit is broken.\n"
-    "Ctrl-C writes what is finished and ends with status 130.\n";
+    "given, and by limits given as options. A figure at the end of its scale can\n"
+    "break a limit; whether it keeps a limit remains open. The gain to the target is\n"
+    "that of the integrated loudness. The gain up to the peak limit does not raise\n"
+    "the true peak above the limit, and lowers a true peak that is above it.\n"
+    "A damaged file is measured as far as possible, and marked.\n"
+    "The status is 1 when a file could not be measured or is damaged (the latter not\n"
+    "with --keep-going), or when the report or the series could not be written. With\n"
+    "--fail it is also 1 when a limit could not be judged, as in silence, and\n"
+    "otherwise 3 when a limit is broken. Ctrl-C writes what is finished and ends with\n"
+    "status 130.\n";
 
 // The signal that interrupted the run; 0: none. A second signal ends the process.
 std::atomic<int> gSignal{0};
@@ -120,7 +121,7 @@ std::string OtherStreamsText(const std::vector<StreamInfo>& streams) {
     return "";
   const auto chosen = std::find_if(streams.begin(), streams.end(),
                                    [](const StreamInfo& stream) { return stream.isChosen; });
-  return fmt::format("has {} audio streams, of which stream {} is measured; choose by --stream",
+  return fmt::format("has {} audio streams, of which stream {} is measured; choose with --stream",
                      streams.size(), chosen - streams.begin() + 1);
 }
 
@@ -157,7 +158,7 @@ FileOutcome OutcomeOf(const std::string& path, const MeasureOptions& options,
   } catch (const AudioFileError& error) {
     return {path, std::nullopt, error.what()};
   } catch (const std::bad_alloc&) {
-    return {path, std::nullopt, AudioFileError(path, "asks for more memory than there is").what()};
+    return {path, std::nullopt, AudioFileError(path, "needs more memory than is available").what()};
   }
 }
 
@@ -239,7 +240,7 @@ void AddInputOptions(CLI::App& command, MeasureOptions& options) {
   options.jobs = std::max(std::thread::hardware_concurrency(), 1U);
   command.add_option("--stream", options.stream, "Audio stream of each file, by its number")
       ->check(CLI::Range(1, kMostStreams));
-  command.add_flag("--recursive", options.isRecursive, "Measure the media in directories");
+  command.add_flag("--recursive", options.isRecursive, "Measure the media files in directories");
   command.add_option("--jobs", options.jobs, "Files measured at the same time")
       ->check(CLI::Range(1, kMostJobs));
   command.add_flag("--keep-going", options.keepsGoing, "Damaged files do not change the status");
@@ -247,12 +248,13 @@ void AddInputOptions(CLI::App& command, MeasureOptions& options) {
 
 void AddOutputOptions(CLI::App& command, MeasureOptions& options) {
   AddFormatOption(command, options.style);
-  command.add_option("--report", options.report, "Page to write, a name in .html")
+  command.add_option("--report", options.report, "Page to write; its name ends in .html")
       ->check(CheckPageName);
-  command.add_option("--series", options.series, "Table of all blocks to write, a name in .csv")
+  command
+      .add_option("--series", options.series, "Table of all blocks to write; its name ends in .csv")
       ->check(CheckCsvName);
-  command.add_flag("--album", options.hasAlbum, "One more row: all files as one programme");
-  command.add_flag("--hash", options.hasHash, "Tell the SHA-256 of every file");
+  command.add_flag("--album", options.hasAlbum, "Add a row for all files as one programme");
+  command.add_flag("--hash", options.hasHash, "Show the SHA-256 of every file");
 }
 
 }  // namespace
@@ -276,7 +278,7 @@ int MeasureFiles(const MeasureOptions& options, std::ostream& out, std::ostream&
 void AddMeasureCommand(CLI::App& app, int& status) {
   CLI::App* command = app.add_subcommand("measure", "Measure the sound of audio and video files");
   auto options = std::make_shared<MeasureOptions>();
-  command->add_option("FILE", options->files, "Files of sound or video; -: standard input")
+  command->add_option("FILE", options->files, "Audio or video files; - is standard input")
       ->required();
   AddInputOptions(*command, *options);
   auto listsStreams = std::make_shared<bool>(false);

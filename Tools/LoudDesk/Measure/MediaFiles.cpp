@@ -39,9 +39,9 @@ void AddDirectory(const std::string& directory, std::vector<std::string>& files,
   }
   if (error)
     failures.emplace_back(
-        AudioFileError(directory, "cannot be read through: " + error.message()).what());
+        AudioFileError(directory, "cannot be searched: " + error.message()).what());
   else if (found.empty())
-    failures.emplace_back(AudioFileError(directory, "holds no sound or video files").what());
+    failures.emplace_back(AudioFileError(directory, "contains no audio or video files").what());
   std::sort(found.begin(), found.end());
   files.insert(files.end(), found.begin(), found.end());
 }

@@ -31,14 +31,15 @@ struct LimitOption {
 };
 
 constexpr LimitOption kLimitOptions[] = {
-    {"--tolerance", &LoudnessLimits::tolerance, kToleranceLu, "On both sides of the target, LU"},
-    {"--max-true-peak", &LoudnessLimits::maxTruePeak, kPeakDbtp, "Limit of the true peak, dBTP"},
+    {"--tolerance", &LoudnessLimits::tolerance, kToleranceLu,
+     "Tolerance on either side of the target, LU"},
+    {"--max-true-peak", &LoudnessLimits::maxTruePeak, kPeakDbtp, "Highest true peak allowed, dBTP"},
     {"--max-short-term", &LoudnessLimits::maxShortTerm, kLoudnessLkfs,
-     "Limit of the short-term loudness, LKFS"},
+     "Highest short-term loudness allowed, LKFS"},
     {"--max-momentary", &LoudnessLimits::maxMomentary, kLoudnessLkfs,
-     "Limit of the momentary loudness, LKFS"},
-    {"--max-range", &LoudnessLimits::maxRange, kRangeLu, "Most loudness range, LU"},
-    {"--min-range", &LoudnessLimits::minRange, kRangeLu, "Least loudness range, LU"},
+     "Highest momentary loudness allowed, LKFS"},
+    {"--max-range", &LoudnessLimits::maxRange, kRangeLu, "Largest loudness range allowed, LU"},
+    {"--min-range", &LoudnessLimits::minRange, kRangeLu, "Smallest loudness range allowed, LU"},
 };
 
 constexpr char kOwnName[] = "own";
@@ -89,19 +90,19 @@ void Check(const ProfileOptions& options) {
 }  // namespace
 
 void AddProfileOptions(CLI::App& command, ProfileOptions& options) {
-  command.add_option("--profile", options.profile, "Limits by name; see --list-profiles")
+  command.add_option("--profile", options.profile, "Profile of limits; see --list-profiles")
       ->capture_default_str()
       ->check(CheckProfile);
   AddListOption(command);
   command.add_option("--target", options.target, "Target of the integrated loudness, LKFS")
       ->check(Between(kLoudnessLkfs.lowest, kLoudnessLkfs.highest));
   CLI::Option* live =
-      command.add_flag("--live", options.isLive, "The profile's tolerance for live programmes");
+      command.add_flag("--live", options.isLive, "Use the profile's tolerance for live programmes");
   for (const LimitOption& option : kLimitOptions)
     command.add_option(option.name, options.limits.*option.limit, option.description)
         ->check(Between(option.bounds.lowest, option.bounds.highest));
   live->excludes("--tolerance");
-  command.add_flag("--fail", options.failsByVerdict, "Status 3 when a limit is broken");
+  command.add_flag("--fail", options.failsByVerdict, "End with status 3 when a limit is broken");
   command.parse_complete_callback([&options] { Check(options); });
 }
 
@@ -117,7 +118,7 @@ Criteria CriteriaFor(const ProfileOptions& options) {
   }
   if (isOwn) {
     criteria.source =
-        options.profile == kNoProfile ? "options" : "options, beside those of " + criteria.title;
+        options.profile == kNoProfile ? "options" : "options, in addition to " + criteria.title;
     criteria.name = kOwnName;
     criteria.title = "Own limits";
   }

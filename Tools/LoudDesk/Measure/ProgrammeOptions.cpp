@@ -131,7 +131,7 @@ void AddProgrammeOptions(CLI::App& command, ProgrammeOptions& options) {
           .add_option_function<std::string>(
               "--speakers",
               [&options](const std::string& list) { options.speakers = SplitSpeakers(list); },
-              "Speaker of each channel, separated by commas")
+              "Speaker of each channel, comma-separated")
           ->check(CheckSpeakers);
   command
       .add_option_function<std::vector<std::string>>(
@@ -140,12 +140,12 @@ void AddProgrammeOptions(CLI::App& command, ProgrammeOptions& options) {
             for (const std::string& text : texts)
               options.programmes.push_back(ParseProgramme(text));
           },
-          "CHANNELS=SPEAKERS, one of several in a file")
+          "CHANNELS=SPEAKERS of a programme; may be given again")
       ->allow_extra_args(false)
       ->check(CheckProgramme)
       ->excludes(speakers);
   command.add_flag("--dual-mono", options.isDualMono,
-                   "One channel as two speakers play it, 3.01 LU more");
+                   "Mono as played by two speakers, 3.01 LU louder");
 }
 
 std::vector<Programme> ProgrammesOf(const AudioFile& file, const ProgrammeOptions& options) {

@@ -14,14 +14,14 @@ namespace louddesk {
 namespace {
 
 constexpr char kFooter[] =
-    "<p>Loudness by ITU-R BS.1770, in whole blocks of 100 ms; LKFS is the same as LUFS. Momentary "
-    "loudness is that of the last 400 ms. Short-term loudness is the mean of the last thirty "
-    "momentary readings, from 3 s on: it weighs 3.3 s, the outer 0.3 s at both ends less. The "
-    "loudness range is that of one such reading a second, gated after EBU Tech 3342; ~ marks that "
-    "of less than 60 s, which is not yet stable. True peak is that of every sample. A figure "
-    "without a reading, as in silence, is -; \xE2\x89\xA5 marks one at the end of its scale. "
-    "Verdicts judge the figures as they are written, to a hundredth. Times are those at which what "
-    "was read ends.</p>";
+    "<p>Loudness according to ITU-R BS.1770, in whole blocks of 100 ms; LKFS is the same as LUFS. "
+    "Momentary loudness is that of the last 400 ms. Short-term loudness is the mean of the last "
+    "thirty momentary readings, from 3 s on: it covers 3.3 s, with less weight on the outer 0.3 s "
+    "at both ends. The loudness range is computed from one such reading per second, gated "
+    "according to EBU Tech 3342; ~ marks a range from less than 60 s, which is not yet stable. "
+    "True peak covers every sample. A figure without a reading, as in silence, is shown as -; "
+    "\xE2\x89\xA5 marks a figure at the end of its scale. Verdicts judge the figures as shown, to "
+    "a hundredth. Times are the ends of the readings.</p>";
 
 std::string NoteList(const Subject& subject) {
   const Figures& figures = subject.programme->figures;
@@ -40,7 +40,7 @@ std::string Plots(const Subject& subject, const Criteria& criteria, const std::s
   if (subject.file == nullptr)
     return histogram;
   if (programme.points.empty())
-    return "<p>There is no audio in it, so there is nothing to draw.</p>\n";
+    return "<p>There is no audio, so there is nothing to draw.</p>\n";
   return LoudnessFigure(programme, criteria, id + "-loudness") +
          TruePeakFigure(programme, criteria, id + "-peak") + histogram;
 }

@@ -123,7 +123,7 @@ void AddLoudnessLimit(SvgPlot& plot, std::vector<LegendEntry>& legend, const cha
 
 std::string LoudnessExplanation(const PlotScale& scale, const Criteria& criteria) {
   return "Scale from " + AxisLabel(scale.low) + " to " + AxisLabel(scale.high) +
-         " LKFS; what lies beyond is drawn at its edge." +
+         " LKFS; values beyond it are drawn at its edge." +
          (criteria.target ? " 0 LU is the target." : "");
 }
 
@@ -210,7 +210,7 @@ std::string TruePeakFigure(const MeasuredProgramme& programme, const Criteria& c
     plot.AddDot(highest->seconds, *highest->truePeak, "peak-dot");
   return FigureElement({"True peak over time", "dBTP", legend, plot.Text(), TimeAxis(programme),
                         "Scale from " + AxisLabel(scale.low) +
-                            " dBTP; what lies below is drawn at its edge. "
+                            " dBTP; values below it are drawn at its edge. "
                             "The dot marks the highest peak."});
 }
 

@@ -209,7 +209,7 @@ void AddGain(std::vector<Fact>& facts, const TargetGain& gain, const Criteria& c
     return;
   facts.emplace_back("Gain to " + FigureText(criteria.target) + " LKFS", GainText(gain.toTarget));
   if (criteria.peakCeiling)
-    facts.emplace_back("The same up to " + FigureText(criteria.peakCeiling) + " dBTP",
+    facts.emplace_back("The same, true peak up to " + FigureText(criteria.peakCeiling) + " dBTP",
                        GainText(gain.withinPeak));
 }
 
@@ -266,8 +266,7 @@ std::string PassageTable(const std::vector<FoundPassages>& all, const Clock& clo
   if (rows.empty())
     return "";
   return "<table class=\"small passages\">\n<caption>Passages above a limit; those less than a "
-         "second apart "
-         "are one</caption>\n<thead><tr><th scope=\"col\">Limit of</th>" +
+         "second apart are joined</caption>\n<thead><tr><th scope=\"col\">Limit of</th>" +
          HeadCell("From", clock.unit) + HeadCell("To", clock.unit) + HeadCell("Highest", "") +
          "</tr></thead>\n<tbody>\n" + rows + "</tbody></table>\n";
 }

@@ -122,7 +122,7 @@ void CheckEnds(const PlayListOptions& options) {
   const bool isFollowed = generated > 1 || options.isLooped || !options.cases.empty();
   if (!options.seconds && generated > 0 && isFollowed)
     throw PlayListError(
-        "a tone or noise without --duration has no end: nothing can follow it, nor --loop");
+        "a tone or noise without --duration never ends: nothing can follow or loop it");
 }
 
 }  // namespace
@@ -160,7 +160,7 @@ std::string CheckNoise(const std::string& text) {
 std::string CheckTestSignal(const std::string& id) {
   if (!TestSignalsOf(id).empty())
     return "";
-  std::string complaint = "\"" + id + "\" is not a case that can be played; there are";
+  std::string complaint = "\"" + id + "\" is not a case that can be played; those are";
   for (const ComplianceCase& known : ComplianceCases())
     if (!known.runs.empty())
       complaint += " " + known.id;

@@ -83,9 +83,9 @@ void ServiceControl::CheckAwaited(Outcome outcome) {
   if (outcome == Outcome::kOtherStamp)
     Settle(std::string(mAwaited->command) + " " + kOtherStampText);
   else if (outcome == Outcome::kDone && mAwaited->kind == OrderKind::kReportingOff)
-    Settle("No more loudness data comes");
+    Settle("The loudness data has ended");
   else if (outcome == Outcome::kDone && mAwaited->kind == OrderKind::kReportingOn)
-    Settle("Loudness data comes");
+    Settle("Loudness data is published");
   else if (outcome == Outcome::kDone)
     mAwaited = nullptr;
   else if (Clock::now() >= mDue)

@@ -31,31 +31,33 @@ constexpr char kFooter[] =
     "No other program may use the endpoints of the unit's application servers,\n"
     "hardware manager, process monitor, log sink and signal processor. The figures\n"
     "shown are those that the service publishes: momentary (M), short-term (S) and\n"
-    "integrated (I) loudness, loudness range (LRA) and true peak (TP); - stands for\n"
-    "no reading. Integrated loudness, programme loudness and loudness range are\n"
-    "refreshed once a second: at the end they may lack the last second, which in a\n"
-    "file of a few seconds shows in comparison with LoudDesk measure. The lowest true\n"
-    "peak published is -90.31 dBTP, also of silence, where LoudDesk measure has none.\n"
+    "integrated (I) loudness, loudness range (LRA) and true peak (TP); - means no\n"
+    "reading. Integrated loudness, programme loudness and loudness range are\n"
+    "refreshed once a second. At the end they may lack the last second, so for a file\n"
+    "of a few seconds they differ from those of LoudDesk measure. The lowest true\n"
+    "peak published is -90.31 dBTP, also for silence, where LoudDesk measure has\n"
+    "none.\n"
     "\n"
     "Files are played first, then tones, noises and cases, each in the order given.\n"
     "Tones and noises are stereo, at 48 kHz; levels in dBFS are the peak of a tone\n"
     "and the rms of a noise. Without --duration they last until Ctrl-C. Cases are\n"
-    "those of LoudDesk verify, such as 3341-5, without those that are recordings;\n"
-    "3341 means all of that document. A source of the same speakers continues the\n"
-    "measurement; one of others starts it anew, and so does each signal of a case.\n"
+    "those of LoudDesk verify, such as 3341-5, except those that are recordings; 3341\n"
+    "means all of that document. A source with the same speakers continues the\n"
+    "measurement; one with other speakers restarts it, and so does each signal of a\n"
+    "case.\n"
     "\n"
-    "While something is played, the service takes orders: lines with one of these\n"
-    "words or letters, typed or from a pipe or file. An order is shown, and what the\n"
-    "service acknowledges; the next one is taken then. The end of the input ends\n"
-    "nothing.\n"
+    "During playback the service takes orders: lines with one of these words or\n"
+    "letters, typed or from a pipe or file. Each order is shown with the answer of\n"
+    "the service before the next one is read. The end of the input does not end\n"
+    "playback.\n"
     "  start (s)          stop (t)           reporting on (+)\n"
     "  pause (p)          reset (r)          reporting off (-)\n"
     "  play (y)           print (i)          help (h)           quit (q)\n"
     "print makes the service print the order on its own console. With reporting off,\n"
     "orders wait. The service is in the mode Manual, in which it stops on command; it\n"
-    "also stops when reset in a pause.\n"
+    "also stops when it is reset while paused.\n"
     "\n"
-    "Ctrl-C and quit end with the figures so far and the status 0. The status is 1\n"
+    "Ctrl-C and quit print the figures so far and end with status 0. The status is 1\n"
     "when something cannot be played or the service does not answer.\n";
 
 // Services of other meter sets do not subscribe to presets, or not to the data that is played.
@@ -120,7 +122,7 @@ void AddUnitCommand(CLI::App& app, int& status) {
       ->add_option_function<std::string>(
           "--speakers",
           [sources](const std::string& text) { sources->speakers = SplitSpeakers(text); },
-          "Speakers of each file's channels, comma-separated")
+          "Speaker of each channel of the files, comma-separated")
       ->check(CheckSpeakers);
   command->footer(kFooter);
   command->callback(

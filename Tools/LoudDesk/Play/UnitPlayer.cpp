@@ -144,7 +144,7 @@ class UnitPlayer {
       if (IsOver())
         return;
       if (mControl.IsSilent())
-        throw ServiceError("the service has fallen silent");
+        throw ServiceError("the service has stopped publishing");
       if (Clock::now() >= due)
         return;
     }
@@ -176,7 +176,7 @@ class UnitPlayer {
 
   void CarryOut(const TypedOrder& typed) {
     if (typed.order == nullptr) {
-      mLine.Print("\"" + typed.text + "\" is not an order; there are " + OrderWords());
+      mLine.Print("\"" + typed.text + "\" is not an order; the orders are " + OrderWords());
       return;
     }
     switch (typed.order->kind) {
@@ -247,7 +247,7 @@ void PlayAll(UnitPlayer& player, const std::vector<Playable>& list, bool isLoope
       if (!player.IsOver())
         played += player.Play(playable);
     if (isLooped && played == 0 && !player.IsOver())
-      throw std::runtime_error("nothing to play again: there is no block of 100 ms");
+      throw std::runtime_error("nothing to loop: there is not even one block of 100 ms");
   } while (isLooped && !player.IsOver());
 }
 

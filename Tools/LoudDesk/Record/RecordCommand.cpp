@@ -39,17 +39,18 @@ constexpr char kFooter[] =
     "  LoudDesk record fault.loudrec\n"
     "  LoudDesk replay --list fault.loudrec\n"
     "\n"
-    "Recorded is what the service's peers send to it, raw blocks, presets,\n"
-    "configurations, commands and the rest, and what it publishes, loudness data and\n"
-    "states. The file contains the messages, their times and the numbers of meter set\n"
-    "and cluster; it never names the machine or its users. Heartbeats and the log go\n"
-    "to one receiver each and cannot be seen. Begin before the service starts where\n"
-    "the recording is to be compared with a service later (LoudDesk replay --expect).\n"
+    "The recording contains what the service's peers send to it (raw blocks, presets,\n"
+    "configurations, commands and the rest) and what it publishes (loudness data and\n"
+    "states). The file contains the messages, their times and the numbers of meter\n"
+    "set and cluster; it never names the machine or its users. Heartbeats and the log\n"
+    "go to one receiver each and cannot be seen. Start recording before the service\n"
+    "starts if the recording is to be compared with a service later (LoudDesk replay\n"
+    "--expect).\n"
     "\n"
-    "Ctrl-C ends the recording. Once a second it is brought up to date in the file:\n"
-    "that much can be read even when the process is killed. An existing file is never\n"
-    "overwritten. The status is 0, or 1 when the file could not be written or nothing\n"
-    "came.\n";
+    "Ctrl-C ends the recording. The file is brought up to date once a second and can\n"
+    "be read that far even if the process is killed. An existing file is never\n"
+    "overwritten. The status is 0, or 1 when the file could not be written or no\n"
+    "message came.\n";
 
 // What the user gave on the command line.
 struct RecordOptions {
@@ -205,7 +206,7 @@ void AddRecordCommand(CLI::App& app, int& status) {
   command->add_option("--cluster", options->cluster, "Cluster of the service")
       ->capture_default_str()
       ->check(CLI::Range(1, 8));
-  command->add_option("--seconds", options->seconds, "End after so long")
+  command->add_option("--seconds", options->seconds, "End after this time")
       ->check(Between(0.0, kLongestRecording));
   command->footer(kFooter);
   command->callback([options, &status] { status = Record(*options); });

@@ -29,7 +29,7 @@ RecordingReader::RecordingReader(std::istream& in) : mIn(in), mContext(ZSTD_crea
   if (!Take(mark.data(), mark.size()) ||
       std::memcmp(mark.data(), kRecordingMark, mark.size()) != 0 || !TakeNumber(mHead.meterSet) ||
       !TakeNumber(mHead.cluster) || !TakeNumber(mHead.start))
-    throw RecordingError("not a recording, or one of another version");
+    throw RecordingError("not a recording, or a recording of another version");
 }
 
 RecordingReader::~RecordingReader() = default;

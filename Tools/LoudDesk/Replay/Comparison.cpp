@@ -125,7 +125,7 @@ void Comparison::Finish(std::uint64_t time) {
 std::string Comparison::Summary() const {
   return fmt::format(
       "The same as recorded: {} messages of loudness data and {} states compared; {} of loudness "
-      "data came that the recording does not have",
+      "data came that are not recorded",
       mDataCompared, mStatesCompared, mPassedOver);
 }
 
@@ -248,7 +248,7 @@ void Comparison::ExpectState(const RecordedMessage& message) {
 void Comparison::ExpectNoStates() {
   auto& states = mService.States();
   if (!states.empty() && !IsExcused())
-    Fail(Place() + "came after what the recording does not have: " + Joined(states.front()));
+    Fail(Place() + "came after a state that is not recorded: " + Joined(states.front()));
   states.clear();
 }
 
@@ -273,20 +273,20 @@ void Comparison::NoteState() {
 void Comparison::Fail(const std::string& text) const {
   if (mDoubt.empty())
     throw Difference(text);
-  throw Difference(text + " (perhaps because the recording does not tell whether " + mDoubt +
+  throw Difference(text + " (perhaps because the recording does not show whether " + mDoubt +
                    " or an acknowledgement came first)");
 }
 
 void Comparison::CheckBeginning() const {
   if (mTexts == 0)
     throw RecordingError(
-        "the recording begins while the service is measuring: nothing tells what it knew by then");
+        "the recording begins while the service is measuring: its earlier state is unknown");
   CheckAlive();
 }
 
 void Comparison::CheckAlive() const {
   if (!mGone.empty())
-    Fail(mGone + "made the service fall silent");
+    Fail(mGone + "made the service stop publishing");
 }
 
 std::string Comparison::Place() const {

@@ -48,19 +48,19 @@ constexpr char kFooter[] =
     "cluster, from the endpoints of its peers, which no other program may use.\n"
     "\n"
     "With --expect what the service publishes is compared with the recording. The\n"
-    "service must have been started for it, and the recording must begin before the\n"
-    "first preset. Messages are sent one after the other, each when the one before is\n"
-    "handled, ten blocks a second at most; reporting is switched off and on in\n"
-    "between. Compared are the messages of loudness data, in their order and without\n"
-    "repetitions, and the states, but neither times nor what is republished every\n"
-    "five seconds. Commands, presets and configurations recorded within a second of\n"
-    "one another may be acknowledged more often than they were. Of a block and an\n"
-    "acknowledgement recorded within a few milliseconds it is not known which came\n"
-    "first: a difference named with that doubt may be none.\n"
+    "service must be newly started, and the recording must begin before the first\n"
+    "preset. Messages are sent one at a time, each when the one before it has been\n"
+    "handled, at most ten blocks a second; reporting is switched off and on in\n"
+    "between. The messages of loudness data, in order and without repetitions, and\n"
+    "the states are compared, but not their times, nor what is republished every five\n"
+    "seconds. Commands, presets and configurations recorded within a second of each\n"
+    "other may be acknowledged more often than they were. If a block and an\n"
+    "acknowledgement were recorded within a few milliseconds, it is not known which\n"
+    "came first: a difference reported with that doubt may be a false alarm.\n"
     "\n"
     "A recording that was cut off is played as far as it goes. The status is 0; 1\n"
-    "when the file cannot be read or the service not be reached; 3 when the service\n"
-    "publishes something else. The first message that differs is then named.\n";
+    "when the file cannot be read or the service cannot be reached; 3 when the\n"
+    "service publishes something else. The first message that differs is then shown.\n";
 
 // What the user gave on the command line.
 struct ReplayOptions {

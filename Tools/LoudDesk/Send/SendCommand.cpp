@@ -70,9 +70,10 @@ constexpr char kFooter[] =
     "  LoudDesk send command pause\n"
     "\n"
     "The service's answers are printed. The status is 1 when it does not subscribe or\n"
-    "answer in time, and after Ctrl-C. While its reporting is off, as when it starts,\n"
-    "a service keeps what it is sent, but carries out and acknowledges nothing: the\n"
-    "first preset is not acknowledged until the reporting is switched on.\n"
+    "answer in time, and after Ctrl-C. While its reporting is off, as after its\n"
+    "start, a service keeps the messages it is sent, but does not carry out or\n"
+    "acknowledge anything: the first preset is not acknowledged until reporting is\n"
+    "switched on.\n"
     "Sending needs the endpoint of the application server of the main board\n"
     "(LOUDCALC_MAIN_BOARD_ADDRESS, port 7000), which no other program may use.\n";
 
@@ -81,14 +82,14 @@ constexpr char kEnableFooter[] =
     "  LoudDesk send enable\n"
     "\n"
     "The acknowledgement is the loudness data itself, or that of an action that has\n"
-    "waited for the reporting. Where nothing was started, none comes.\n";
+    "waited for reporting. If nothing was started, there is none.\n";
 
 constexpr char kDisableFooter[] =
     "\nExample:\n"
     "  LoudDesk send disable\n"
     "\n"
-    "The acknowledgement is the end of the loudness data: none for half a second.\n"
-    "Where none came before, the message is sent and a line says so.\n";
+    "The acknowledgement is the end of the loudness data: none for half a second. If\n"
+    "there was none before, the message is sent and a line says so.\n";
 
 constexpr char kPresetFooter[] =
     "\nExample:\n"
@@ -101,17 +102,17 @@ constexpr char kConfigFooter[] =
     "  LoudDesk send config --mode manual --window custom --window-time 600 --user 17\n"
     "\n"
     "Settings that are not given stay as the service republishes them every five\n"
-    "seconds, which is waited for. With --fresh, or where it republishes none, they\n"
-    "are those that a service starts with, shown above in brackets. The\n"
-    "acknowledgement is the configuration as the service publishes it, and a start.\n";
+    "seconds; this waits until it does. With --fresh, or if it republishes none, they\n"
+    "are the defaults of a service, shown above in brackets. The acknowledgement is\n"
+    "the configuration as the service publishes it, and a start.\n";
 
 constexpr char kCommandFooter[] =
     "\nExample:\n"
     "  LoudDesk send command pause\n"
     "\n"
     "The acknowledgement is that of the command, or of what it leads to: a start\n"
-    "resets first, a play after a stop is a start, a pause while stopped stays a\n"
-    "stop. A service stops in the mode Manual only (LoudDesk send config).\n";
+    "resets first, a play after a stop is a start, a pause while stopped is a stop. A\n"
+    "service stops only in the mode Manual (LoudDesk send config).\n";
 
 // The help of each kind of message lists only its own options.
 constexpr char kOptionsFooter[] =
@@ -140,7 +141,7 @@ constexpr char kCommandHint[] =
     "; nothing is carried out while reporting is off (LoudDesk send enable) or the source is "
     "invalid (LoudDesk send preset)";
 constexpr char kNoneInForce[] =
-    "No configuration is republished: what is not given is what a service starts with";
+    "No configuration is republished: settings that are not given have their defaults";
 constexpr char kStopHint[] = "; in the mode Continuous a stop is not carried out";
 
 // The changes to a configuration that the command line requests.
@@ -336,9 +337,9 @@ void AddChoice(CLI::App* kind, ConfigurationChange& change, const char* name,
 void AddSettings(CLI::App* kind, ConfigurationChange& change) {
   using Configuration = LoudnessConfiguration;
   AddChoice(kind, change, "--mode", &Configuration::mode, kModes,
-            "In manual only, stop commands are carried out");
+            "Only in manual are stop commands carried out");
   AddChoice(kind, change, "--window", &Configuration::loudnessWindow, kWindows,
-            "Window that the user looks at");
+            "Window that is shown to the user");
   AddSetting(kind, change, "--window-time", &Configuration::loudnessWindowTime,
              "Window of the integrated loudness, s")
       ->check(WindowBetween(kMinIntegWinSecs, kMaxIntegWinSecs));
@@ -350,7 +351,7 @@ void AddSettings(CLI::App* kind, ConfigurationChange& change) {
   AddSetting(kind, change, "--reference", &Configuration::referenceLevel, "Reference level, LKFS")
       ->check(CLI::Range(-99, 0));
   AddChoice(kind, change, "--alarm", &Configuration::alarm, kAlarms,
-            "Side of the reference level that alarms");
+            "Side of the reference level that raises alarms");
   AddSetting(kind, change, "--tolerance", &Configuration::alarmTolerance,
              "Tolerance of the alarm, LU")
       ->check(CLI::Range(0, 99));
@@ -361,7 +362,7 @@ void AddConfiguration(CLI::App* send, const std::shared_ptr<SendOptions>& option
   CLI::App* kind = AddKind(send, "config", "Send a loudness configuration", kConfigFooter);
   auto change = std::make_shared<ConfigurationChange>();
   AddSettings(kind, *change);
-  kind->add_flag("--fresh", change->isFresh, "Change the defaults, not what is in force");
+  kind->add_flag("--fresh", change->isFresh, "Change the defaults, not the configuration in force");
   kind->callback([=, &status] {
     status = Send(*options, [&](Sender& sender) { sender.SendConfiguration(*change); });
   });
@@ -371,8 +372,8 @@ void AddLoudnessCommand(CLI::App* send, const std::shared_ptr<SendOptions>& opti
   CLI::App* kind = AddKind(send, "command", "Send a loudness command", kCommandFooter);
   auto command = std::make_shared<std::string>();
   auto user = std::make_shared<unsigned>(0);
-  TakeWords(kind->add_option("NAME", *command, "What to do"), kCommands)->required();
-  kind->add_option("--user", *user, "Number of the user; 0: that of the configuration")
+  TakeWords(kind->add_option("NAME", *command, "The command"), kCommands)->required();
+  kind->add_option("--user", *user, "Number of the user; 0 is that of the configuration")
       ->capture_default_str();
   kind->callback([=, &status] {
     status = Send(*options, [&](Sender& sender) { sender.SendCommand(*command, *user); });
@@ -392,7 +393,7 @@ void AddSendCommand(CLI::App& app, int& status) {
   send->add_option("--cluster", options->cluster, "Cluster of the service")
       ->capture_default_str()
       ->check(CLI::Range(1, kMaxCluster));
-  send->add_option("--timeout", options->timeout, "Seconds for each answer of the service")
+  send->add_option("--timeout", options->timeout, "Seconds to wait for each answer of the service")
       ->capture_default_str()
       ->check(Between(kShortestTimeout, kLongestTimeout));
   send->footer(kFooter);

@@ -17,15 +17,17 @@ namespace louddesk {
 namespace {
 
 constexpr char kFooter[] =
-    "<p>Measured by LoudDesk. Signals are sines of 1 kHz, in phase on Left and Right, unless said "
-    "otherwise; levels are peak levels of each channel, fs the sample rate. Standard is what the "
-    "document asks for, Expected what a meter that works in blocks of 100 ms reads, computed from "
-    "the signal alone; the tolerance is that of the document. LKFS is the same as LUFS.</p>";
+    "<p>Measured by LoudDesk. Signals are sines of 1 kHz, in phase on Left and Right, unless "
+    "noted otherwise; levels are peak levels of each channel, fs is the sample rate. Standard is "
+    "what the document asks for. Expected is what a meter that works in blocks of 100 ms reads, "
+    "computed from the signal alone; the tolerance is that of the document. LKFS is the same as "
+    "LUFS.</p>";
 
 constexpr char kPlotsHead[] =
     "<section id=\"deviations\">\n<h2>Deviations</h2>\n"
-    "<p>How far each figure lies from what the standard asks for, counted in the tolerance of that "
-    "side: from -1 to +1 it is met.</p>\n";
+    "<p>Deviation of each figure from what the standard asks for, in units of the tolerance on "
+    "that "
+    "side: the standard is met from -1 to +1.</p>\n";
 
 struct VerdictMeaning {
   ComplianceVerdict verdict;
@@ -37,8 +39,8 @@ struct VerdictMeaning {
 constexpr VerdictMeaning kVerdicts[] = {
     {ComplianceVerdict::kFail, Badge::kBad, "Not met: neither as the standard asks nor predicted"},
     {ComplianceVerdict::kGrid, Badge::kNoted,
-     "Listed deviation: outside the standard's tolerance, but within it of what a meter that works "
-     "in blocks of 100 ms must read"},
+     "Listed deviation: outside the standard's tolerance, but within the same tolerance of what a "
+     "meter that works in blocks of 100 ms must read"},
     {ComplianceVerdict::kPass, Badge::kGood,
      "Met: what the standard asks for, within its tolerance"},
     {ComplianceVerdict::kNotRun, Badge::kNone,

@@ -172,7 +172,8 @@ std::string InWords(const Rows& rows) {
 std::vector<LegendEntry> LegendOf(const Rows& rows) {
   std::vector<LegendEntry> legend = {{"sample-target", "Tolerance of the standard"}};
   if (!PredictedBands(rows).empty())
-    legend.push_back({"sample-predicted", "Tolerance about what blocks of 100 ms must read"});
+    legend.push_back(
+        {"sample-predicted", "Tolerance about what a meter in blocks of 100 ms must read"});
   for (const auto& [verdict, style] : kDots)
     if (Count(rows, verdict) > 0)
       legend.push_back(

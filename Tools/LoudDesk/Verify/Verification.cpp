@@ -77,13 +77,13 @@ std::string ComplaintOnRecordings(const std::vector<std::string>& cases,
   if (recordings.empty())
     return "";
   if (recordings.size() != cases.size())
-    return "each needs the --case that it is a copy of";
+    return "each needs the --case that it is a recording of";
   const std::vector<std::string> ids = RecordingIds();
   for (auto id = cases.begin(); id != cases.end(); ++id) {
     if (std::find(ids.begin(), ids.end(), *id) == ids.end())
       return fmt::format("{} is not a recording; these are: {}", *id, fmt::join(ids, " "));
     if (std::find(cases.begin(), id, *id) != id)
-      return *id + " has two";
+      return *id + " has two files";
   }
   return "";
 }

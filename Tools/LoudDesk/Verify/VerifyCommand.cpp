@@ -43,19 +43,20 @@ constexpr char kFooter[] =
     "  LoudDesk verify --service --case 3341-1\n"
     "\n"
     "Generates the test signals of EBU Tech 3341 and 3342 and of ITU-R BS.1770,\n"
-    "measures each by front end, dispatcher and engine, and says of every figure:\n"
+    "measures each by front end, dispatcher and engine, and judges every figure:\n"
     "  pass     what the standard asks for, within its tolerance\n"
-    "  grid     outside that tolerance, but within it of what a meter that works in\n"
-    "           blocks of 100 ms must read: \"Standard\" is what the standard asks for,\n"
-    "           \"Expected\" follows from where the signal lies in the blocks\n"
+    "  grid     outside that tolerance, but within the same tolerance of what a meter\n"
+    "           that works in blocks of 100 ms must read: \"Standard\" is what the\n"
+    "           standard asks for, \"Expected\" follows from the position of the signal\n"
+    "           in the blocks\n"
     "  FAIL     neither\n"
-    "  not run  a recording that must not be passed on; measure a copy of your own by\n"
-    "           its --case and --file\n"
-    "Signals are sines of 1 kHz, on Left and Right, unless said otherwise; levels are\n"
-    "peak levels of each channel, fs the sample rate. A case is asked for by its\n"
-    "identifier (3341-5) or by its document (1770, 3341, 3342); those of 1770 have\n"
-    "sample rates of their own. Docs/COMPLIANCE.md explains every row, and so does\n"
-    "the report, one page with plots for any browser.\n"
+    "  not run  a recording that must not be passed on; measure your own copy with\n"
+    "           --case and --file\n"
+    "Signals are sines of 1 kHz on Left and Right unless noted otherwise; levels are\n"
+    "peak levels of each channel, fs is the sample rate. Cases are selected by\n"
+    "identifier (3341-5) or by document (1770, 3341, 3342); those of 1770 have their\n"
+    "own sample rates. Docs/COMPLIANCE.md explains every row, and so does the report,\n"
+    "one page with plots for any browser.\n"
     "With --service the signals go as raw blocks to a running service, LoudCalc -m 1\n"
     "-c 1, and the figures are those that it publishes. No other program may use the\n"
     "endpoints of its peers, as with LoudDesk unit. Figures that are needed at every\n"
@@ -73,7 +74,7 @@ std::string CheckCase(const std::string& id) {
   });
   if (isKnown)
     return "";
-  std::string complaint = "\"" + id + "\" is not a case; there are";
+  std::string complaint = "\"" + id + "\" is not a case; the cases are";
   for (const ComplianceCase& known : cases)
     complaint += " " + known.id;
   return complaint;
@@ -126,23 +127,25 @@ int VerifyService(VerifyOptions options, const ServiceOptions& serviceOptions) {
 }
 
 void AddCaseOptions(CLI::App& command, VerifyOptions& options, std::string& format) {
-  command.add_option("--case", options.cases, "Only this case, again for each; see --list-cases")
+  command
+      .add_option("--case", options.cases, "Only this case; may be given again; see --list-cases")
       ->check(CheckCase);
   AddListOption(command);
-  command.add_option("--file", options.recordings, "Copy of the recording of a --case, for each");
+  command.add_option("--file", options.recordings,
+                     "Copy of the recording of a --case; one for each");
   command.add_option("--rate", options.sampleRate, "Sample rate of the signals in Hz")
       ->capture_default_str()
       ->check(CLI::Range(kLowestSampleRate, kHighestSampleRate));
-  command.add_option("--format", format, "How the figures are written")
+  command.add_option("--format", format, "Format of the figures")
       ->capture_default_str()
       ->check(CLI::IsMember({kTableFormat, kJsonFormat, kMarkdownFormat}));
-  command.add_option("--report", options.report, "Page to write, a name in .html")
+  command.add_option("--report", options.report, "Page to write; its name ends in .html")
       ->check(CheckPageName);
 }
 
 void AddServiceOptions(CLI::App& command, ServiceOptions& options) {
   CLI::Option* service =
-      command.add_flag("--service", options.isWanted, "Through the messages of a running service");
+      command.add_flag("--service", options.isWanted, "Measure by a running service");
   command.add_option("--cluster", options.cluster, "Cluster of the service")
       ->needs(service)
       ->capture_default_str()
@@ -156,7 +159,8 @@ void AddServiceOptions(CLI::App& command, ServiceOptions& options) {
 }  // namespace
 
 void AddVerifyCommand(CLI::App& app, int& status) {
-  CLI::App* command = app.add_subcommand("verify", "Prove the figures by the standards' signals");
+  CLI::App* command =
+      app.add_subcommand("verify", "Verify the figures by the signals of the standards");
   auto options = std::make_shared<VerifyOptions>();
   auto serviceOptions = std::make_shared<ServiceOptions>();
   auto format = std::make_shared<std::string>(kTableFormat);

@@ -38,32 +38,33 @@ constexpr char kFooter[] =
     "  LoudDesk watch\n"
     "  LoudDesk watch --format csv --seconds 60 > minute.csv\n"
     "\n"
-    "In a terminal it is a meter in the whole window; h shows its keys, q or Ctrl-C\n"
+    "In a terminal it is a meter that fills the window; h shows its keys, q or Ctrl-C\n"
     "ends it. With --control the keys 1 to 5 start, pause, play, stop and reset the\n"
     "measurement of meter set 1; the meter then holds the endpoint of the application\n"
-    "server of the main board, which no other program may use. Into a\n"
-    "pipe it writes a line a second or, with --format, a row for each message the\n"
-    "moment it comes: LKFS, LU and dBTP, with nothing (CSV) or null (JSON) where\n"
-    "there is no reading. When no row comes for a second, a line on standard error\n"
-    "says so, and another when they come again. The maximum short-term loudness is\n"
-    "the highest seen here; the service publishes none. The true peak's figure is\n"
-    "held for 3 s. The lowest true peak published is -90.31 dBTP, also of silence.\n"
-    "NO_COLOR in the environment switches the colours off.\n"
+    "server of the main board, which no other program may use. Into a pipe it writes\n"
+    "a line a second or, with --format, a row for each message as soon as it comes:\n"
+    "LKFS, LU and dBTP, with nothing (CSV) or null (JSON) where there is no reading.\n"
+    "When no row comes for a second, a line on standard error says so, and another\n"
+    "when they come again. The maximum short-term loudness is the highest seen here;\n"
+    "the service does not publish one. The figure of the true peak is held for 3 s.\n"
+    "The lowest true peak published is -90.31 dBTP, also for silence. NO_COLOR in the\n"
+    "environment switches the colours off.\n"
     "\n"
     "Target, scale and tolerance are those of the configuration that the service\n"
-    "republishes, unless they are given; without either those of EBU R 128, -23 LKFS,\n"
-    "+9 and 1 LU. Loudness below the tolerance is yellow, above it red; > at the end\n"
-    "of a bar stands for a value beyond its scale.\n"
+    "republishes, unless they are given as options. If neither is known, they are\n"
+    "those of EBU R 128: -23 LKFS, +9 and 1 LU. Loudness below the tolerance is\n"
+    "yellow, above it red; > at the end of a bar marks a value beyond its scale.\n"
     "\n"
-    "With --all every cluster publishing on this machine has a row, and Enter opens\n"
-    "its meter; b goes back.\n"
+    "With --all every cluster publishing on this machine has a row; Enter opens its\n"
+    "meter, and b goes back.\n"
     "\n"
-    "States: RUNNING, PAUSED, STOPPED and NOT STARTED are what the service says.\n"
-    "No change for N s: the data comes, but always with the same figures; silence\n"
-    "aside, the source's blocks have stopped coming, or it is a steady tone.\n"
-    "SILENT: for a second no data, though nothing says that it has stopped; its\n"
-    "reporting is off, or it hangs. DEAD: it has published and no longer does.\n"
-    "NO SERVICE: nobody publishes. WAITING: it has not said anything yet.\n"
+    "States: RUNNING, PAUSED, STOPPED and NOT STARTED are what the service says. No\n"
+    "change for N s: data comes, but always with the same figures, which are not\n"
+    "silence; the source's blocks have stopped coming, or it is a steady tone.\n"
+    "SILENT: no data for a second, although the service has not said that it has\n"
+    "stopped; its reporting is off, or it hangs. DEAD: the service has published and\n"
+    "no longer does. NO SERVICE: no service publishes. WAITING: it has not said\n"
+    "anything yet.\n"
     "\n"
     "The status is 0, also after Ctrl-C. It is 1 when the time given passes without a\n"
     "loudness message, the terminal cannot be used or the output cannot be written.\n";
@@ -125,8 +126,7 @@ class WatchSession {
   /// Reports what the user must know and has not seen on the screen.
   void Conclude(Complaints& complaints) const {
     if (mMalformed > 0)
-      complaints.Note(std::to_string(mMalformed) +
-                      " loudness messages of an unknown form passed over");
+      complaints.Note(std::to_string(mMalformed) + " loudness messages of an unknown form skipped");
     if (mTaken == 0 && HasTimeEnded())
       complaints.Add(NoDataText());
   }
@@ -239,17 +239,17 @@ void AddWatchCommand(CLI::App& app, int& status) {
       ->check(CLI::IsMember({kLowScale, kHighScale}));
   command->add_option("--target", look.target, "Target loudness in LKFS, 0 LU on the scale")
       ->check(Between(kLowestTarget, kHighestTarget));
-  command->add_option("--tolerance", look.tolerance, "What is within the target, LU either side")
+  command->add_option("--tolerance", look.tolerance, "Tolerance on either side of the target, LU")
       ->check(Between(0.0, kHighestTolerance));
   command->add_option("--format", options->format, "Rows for other programs: csv or json")
       ->check(CLI::IsMember({kCsv, kJson}));
-  command->add_option("--count", options->count, "End after so many loudness messages")
+  command->add_option("--count", options->count, "End after this many loudness messages")
       ->check(CheckCount);
-  command->add_option("--seconds", options->seconds, "End after so long")
+  command->add_option("--seconds", options->seconds, "End after this time")
       ->check(Between(0.0, kLongestWatch));
-  command->add_flag("--control", look.isControlling, "Keys command the service");
-  CLI::Option* all =
-      command->add_flag("--all", options->isAll, "Every cluster that publishes on this machine");
+  command->add_flag("--control", look.isControlling, "Send commands to the service by keys");
+  CLI::Option* all = command->add_flag("--all", options->isAll,
+                                       "Show every cluster that publishes on this machine");
   for (const char* one :
        {"--meter-set", "--cluster", "--control", "--format", "--count", "--seconds"})
     all->excludes(command->get_option(one));

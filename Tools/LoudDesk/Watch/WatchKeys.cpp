@@ -48,7 +48,7 @@ constexpr KeyRow kKeys[] = {
     {"sS", 0, "s       scale +9 or +18", ChangeScale},
     {"+=", kKeyUp, "+ up    target up by 1 LU", RaiseTarget},
     {"-_", kKeyDown, "- down  target down by 1 LU", LowerTarget},
-    {"mM", 0, "m       maxima seen here begin anew", ResetMaxima},
+    {"mM", 0, "m       reset the maxima seen here", ResetMaxima},
     {"hH?", 0, "h       this help, on and off", TurnHelp},
 };
 
@@ -61,11 +61,11 @@ struct CommandRow {
 };
 
 constexpr CommandRow kCommands[] = {
-    {'1', cLuCmd::kStartText, "1       start: the measurement begins anew"},
+    {'1', cLuCmd::kStartText, "1       start: a new measurement begins"},
     {'2', cLuCmd::kPauseText, "2       pause: the figures stay"},
-    {'3', cLuCmd::kPlayText, "3       play: they go on"},
+    {'3', cLuCmd::kPlayText, "3       play: the figures continue"},
     {'4', cLuCmd::kStopText, "4       stop, in the mode Manual"},
-    {'5', cLuCmd::kResetText, "5       reset: the figures begin anew"},
+    {'5', cLuCmd::kResetText, "5       reset: the figures start again"},
 };
 
 bool IsAmong(int key, const char* keys) {

@@ -30,13 +30,13 @@ const WatchLimits& UsualLimits() {
 
 // In the order of ServiceState.
 constexpr StateWords kWords[] = {
-    {"NO SERVICE", "nobody publishes here", true},
-    {"WAITING", "connected, nothing said yet", false},
+    {"NO SERVICE", "no service publishes here", true},
+    {"WAITING", "connected, nothing received yet", false},
     {"NOT STARTED", "nothing measured yet", false},
     {"RUNNING", "", false},
     {"PAUSED", "", false},
     {"STOPPED", "", false},
-    {"SILENT", "no data: reporting is off, or it hangs", true},
+    {"SILENT", "no data: reporting is off, or the service hangs", true},
     {"DEAD", "the service is gone", true},
 };
 

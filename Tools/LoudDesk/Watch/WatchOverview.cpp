@@ -67,7 +67,7 @@ TextScreen ComposeOverview(const std::vector<OverviewRow>& rows, std::size_t sel
   for (std::size_t i = first; i < std::min(rows.size(), first + room); ++i)
     DrawRow(screen, kFirstRow + i - first, rows[i], i == selected, now);
   if (rows.empty())
-    screen.Write(kFirstRow, kMargin, "Nobody publishes yet.", Ink::kAlert);
+    screen.Write(kFirstRow, kMargin, "No service publishes yet.", Ink::kAlert);
   if (size.rows > 0)
     screen.Write(size.rows - 1, kMargin, kFooter, Ink::kFaint);
   return screen;

@@ -60,11 +60,11 @@ class RowView : public WatchView {
     if (isQuiet == mIsQuiet)
       return;
     mIsQuiet = isQuiet;
-    mComplaints.Note(isQuiet ? "no loudness data comes (" + StateText(model.State(now)) + ")"
-                             : "loudness data comes now");
+    mComplaints.Note(isQuiet ? "no loudness data (" + StateText(model.State(now)) + ")"
+                             : "loudness data again");
   }
 
-  // The state in words: "NO SERVICE: nobody publishes here".
+  // The state in words: "NO SERVICE: no service publishes here".
   static std::string StateText(ServiceState state) {
     const StateWords& words = WordsOf(state);
     return std::string(words.name) + (*words.hint == '\0' ? "" : ": ") + words.hint;

@@ -14,7 +14,7 @@ constexpr char kControlPath[] = "/api/control";
 constexpr char kClusterPath[] = "/api/clusters/*";
 
 HttpAnswer Unauthorized() {
-  HttpAnswer answer = HttpAnswer::Plain(kUnauthorized, "This needs the token of this gate.");
+  HttpAnswer answer = HttpAnswer::Plain(kUnauthorized, "This needs the token of the gate.");
   answer.headers.emplace_back("WWW-Authenticate", "Bearer");
   return answer;
 }
@@ -60,7 +60,7 @@ HttpAnswer AnswerPost(const ClusterBoard& board, ClusterControl& control, const 
   if (!token.IsIn(request.Header("authorization")))
     return Unauthorized();
   if (!IsJson(request.Header("content-type")))
-    return HttpAnswer::Plain(kUnsupportedMediaType, "The body has to be application/json.");
+    return HttpAnswer::Plain(kUnsupportedMediaType, "The body must be application/json.");
   const Moment now = Moment::Now();
   const Cluster* const cluster = board.Find(request.rest, now);
   if (cluster == nullptr)
@@ -68,7 +68,7 @@ HttpAnswer AnswerPost(const ClusterBoard& board, ClusterControl& control, const 
   const ControlOrder* const order = ReadControlOrder(request.body);
   if (order == nullptr)
     return HttpAnswer::Plain(kBadRequest,
-                             "\"Command\" has to be one of " + ControlOrderNames() + ".");
+                             "\"Command\" must be one of " + ControlOrderNames() + ".");
   return Send(control, *cluster, *order, now);
 }
 

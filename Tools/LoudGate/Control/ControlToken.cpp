@@ -69,7 +69,8 @@ ControlToken::ControlToken(const std::string& file) {
   static_assert(kHashBytes == crypto_generichash_BYTES);
   const TokenFile source(file);
   if (!source.IsPrivate())
-    throw TokenError(file + ": not a file that others cannot read; chmod 600 makes it one");
+    throw TokenError(file +
+                     ": must be a regular file that others cannot read; chmod 600 keeps them out");
   std::string token = source.Line();
   if (!IsToken(token))
     throw TokenError(file + ": not one line of 32 to 256 printable characters without blanks; " +

@@ -47,7 +47,7 @@ constexpr char kStreamStart[] = "retry: 1000\n\n";
 
 // The library does not report what is wrong with the certificate and the key.
 constexpr char kPairText[] =
-    " The certificate and the key have to be a pair in PEM, the key without a password.";
+    " The certificate and the key must be a pair in PEM format, the key without a password.";
 
 constexpr int kBacklog = 64;
 
@@ -362,7 +362,7 @@ class HttpServer::Daemon {
     if (const auto refusal = mGuard.Refusal(exchange.request))
       return Answer(connection, *refusal);
     if (exchange.request.isAmbiguous)
-      return Answer(connection, HttpAnswer::Plain(kBadRequest, "A parameter is there twice."));
+      return Answer(connection, HttpAnswer::Plain(kBadRequest, "A parameter is given twice."));
     const std::string length = exchange.request.Header("content-length");
     if (!length.empty() && std::strtoull(length.c_str(), nullptr, 10) > mLimits.bodyBytes)
       return Answer(connection, TooLarge());
@@ -399,7 +399,7 @@ class HttpServer::Daemon {
   MHD_Result Answer(MHD_Connection* connection, const HttpAnswer& answer) {
     ++mCounts.requests;
     if (!answer.stream.empty() && mStreams.size() >= mLimits.streams)
-      return Queue(connection, HttpAnswer::Plain(kUnavailable, "There are too many readers."));
+      return Queue(connection, HttpAnswer::Plain(kUnavailable, "There are too many streams."));
     return answer.stream.empty() ? Queue(connection, answer) : StartStream(connection, answer);
   }
 

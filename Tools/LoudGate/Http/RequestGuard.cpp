@@ -60,11 +60,11 @@ bool RequestGuard::IsOwnHost(const std::string& host) const {
 std::optional<HttpAnswer> RequestGuard::Refusal(const HttpRequest& request) const {
   const std::string host = request.Header("host");
   if (!IsOwnHost(host))
-    return HttpAnswer::Plain(kMisdirected, "This is not the host that was asked for.");
+    return HttpAnswer::Plain(kMisdirected, "Requests by this host name are not answered.");
   const auto origin = request.headers.find("origin");
   if (origin == request.headers.end() || LowerCase(AuthorityOf(origin->second)) == LowerCase(host))
     return std::nullopt;
-  return HttpAnswer::Plain(kForbidden, "Not from another site.");
+  return HttpAnswer::Plain(kForbidden, "Requests from other sites are refused.");
 }
 
 }  // namespace loudgate

@@ -41,10 +41,10 @@ const Routes::Methods* Routes::Find(HttpRequest& request) const {
 HttpAnswer Routes::Answer(HttpRequest request) const {
   const Methods* methods = Find(request);
   if (methods == nullptr)
-    return HttpAnswer::Plain(kNotFound, "There is nothing here.");
+    return HttpAnswer::Plain(kNotFound, "Nothing is served at this path.");
   const auto handler = methods->find(Lookup(request.method));
   if (handler == methods->end()) {
-    HttpAnswer answer = HttpAnswer::Plain(kMethodNotAllowed, "Not by this method.");
+    HttpAnswer answer = HttpAnswer::Plain(kMethodNotAllowed, "This method is not allowed here.");
     std::string allowed;
     for (const auto& [method, unused] : *methods)
       allowed += (allowed.empty() ? "" : ", ") + method + (method == kGet ? ", HEAD" : "");
@@ -54,7 +54,7 @@ HttpAnswer Routes::Answer(HttpRequest request) const {
   try {
     return handler->second(request);
   } catch (const std::exception&) {
-    return HttpAnswer::Plain(kServerError, "This has failed.");
+    return HttpAnswer::Plain(kServerError, "The request has failed.");
   }
 }
 

@@ -106,10 +106,10 @@ void LogApi::Run() {
 HttpAnswer LogApi::AnswerOf(const Job& job) const {
   const auto check = [this, &job] {
     if (std::chrono::steady_clock::now() > job.due)
-      throw GivenUp("This takes too long here; ask for a shorter period, or LoudDesk log.");
+      throw GivenUp("This takes too long; ask for a shorter period, or use LoudDesk log.");
     const std::lock_guard<std::mutex> lock(mMutex);
     if (mIsEnding)
-      throw GivenUp("The gate ends.");
+      throw GivenUp("The gate is stopping.");
   };
   try {
     check();
@@ -117,7 +117,7 @@ HttpAnswer LogApi::AnswerOf(const Job& job) const {
   } catch (const GivenUp& error) {
     return HttpAnswer::Plain(kUnavailable, error.what());
   } catch (const std::exception&) {
-    return HttpAnswer::Plain(kServerError, "This has failed.");
+    return HttpAnswer::Plain(kServerError, "The request has failed.");
   }
 }
 

@@ -77,7 +77,7 @@ void CheckNames(const HttpRequest& request) {
 
 void CheckPeriod(const louddesk::PeriodAsked& period) {
   if (period.from.has_value() == period.last.has_value())
-    throw BadLogRequest("Either from or last is needed.");
+    throw BadLogRequest("Either from or last is required.");
   if (period.from && period.to && *period.from >= *period.to)
     throw BadLogRequest("The period ends before it begins.");
 }
@@ -85,8 +85,8 @@ void CheckPeriod(const louddesk::PeriodAsked& period) {
 void CheckLength(const louddesk::StationPeriod& period, LogStyle style) {
   const bool isSeconds = style == LogStyle::kCsv;
   if (period.to - period.from > (isSeconds ? kLongestSeconds : kLongestFigures))
-    throw BadLogRequest(isSeconds ? "The seconds of a day can be asked for at once."
-                                  : "31 days can be asked for at once.");
+    throw BadLogRequest(isSeconds ? "At most the seconds of a day can be asked for."
+                                  : "At most 31 days can be asked for.");
 }
 
 // An unnamed file in the record's folder, written row by row.

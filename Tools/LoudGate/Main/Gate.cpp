@@ -66,7 +66,7 @@ std::string ContentsOf(const std::string& file) {
   std::ifstream stream(file, std::ios::binary);
   std::string contents((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
   if (contents.empty())
-    throw std::runtime_error(file + ": nothing can be read from it");
+    throw std::runtime_error(file + ": is empty or cannot be read");
   return contents;
 }
 

@@ -34,16 +34,16 @@ constexpr char kFooter[] =
     "It only reads, unless --control is given. It then takes the place of the\n"
     "application server of the main board (LOUDCALC_MAIN_BOARD_ADDRESS, port 7000),\n"
     "which no other program may use: the unit's own application server must not run.\n"
-    "Whoever has the token in the file can start, pause, play, stop and reset\n"
-    "measurements and switch the reporting, from the page of a cluster or by POST.\n"
-    "The file has one line of 32 to 256 printable characters without blanks, and\n"
-    "others must not be able to read it. Without TLS anybody on the way can read\n"
+    "Anyone who has the token in the file can start, pause, play, stop and reset\n"
+    "measurements and switch reporting, from the page of a cluster or by POST. The\n"
+    "file has one line of 32 to 256 printable characters without blanks, and others\n"
+    "must not be able to read it. Without TLS, anyone on the network path can read\n"
     "the token.\n"
     "\n"
-    "It records every second of every cluster in a file, about 2.5 MB a day and\n"
-    "cluster. What is older than --days or does not fit into --max-size goes, the\n"
-    "oldest first. A kill or a power cut costs the last minute; --write-every with\n"
-    "fewer seconds makes that less and wears a flash disk more.\n"
+    "It records every second of every cluster in a file, about 2.5 MB a day for each\n"
+    "cluster. Seconds that are older than --days or do not fit into --max-size are\n"
+    "removed, the oldest first. A kill or a power failure loses the last minute; a\n"
+    "smaller --write-every loses less, but wears flash storage more.\n"
     "\n"
     "SIGTERM and Ctrl-C end it with status 0. The status is 1 when it cannot listen.\n";
 
@@ -58,27 +58,27 @@ void AddRecordOptions(CLI::App& app, RecordSettings& record, RecordWords& words)
   constexpr std::uint64_t kLeastBytes = std::uint64_t{1} << 20;
   constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 50;
   record.file = louddesk::kStationFile;
-  auto* file = app.add_option("--record", record.file, "Where every second is recorded")
+  auto* file = app.add_option("--record", record.file, "File in which every second is recorded")
                    ->type_name("FILE")
                    ->capture_default_str();
   app.add_flag("--no-record", words.isOff, "Record nothing")->excludes(file);
-  app.add_option("--days", record.days, "Days that are kept")
+  app.add_option("--days", record.days, "Days to keep")
       ->check(CLI::Range(1, kMostDays))
       ->option_text("DAYS=" + std::to_string(record.days));
-  app.add_option("--max-size", record.mostBytes, "What the record takes at most, such as 500MB")
+  app.add_option("--max-size", record.mostBytes, "Largest size of the record, such as 500MB")
       ->transform(CLI::AsSizeValue(true))
       ->check(CLI::Range(kLeastBytes, kMostBytes))
       ->option_text("SIZE=2GiB");
-  app.add_option("--write-every", words.writeEvery, "From one write of the record to the next")
+  app.add_option("--write-every", words.writeEvery, "Time from one write of the record to the next")
       ->check(CLI::Range(1, words.writeEvery))
       ->option_text("SECONDS=" + std::to_string(words.writeEvery));
 }
 
 void AddOptions(CLI::App& app, GateOptions& options, std::string& listen) {
-  app.add_option("--listen", listen, "Where to listen; an IPv6 address has brackets")
+  app.add_option("--listen", listen, "Where to listen; IPv6 addresses in brackets")
       ->type_name("ADDRESS:PORT")
       ->capture_default_str();
-  app.add_option("--name", options.names, "Name by which browsers reach it; may be repeated")
+  app.add_option("--name", options.names, "Name by which browsers reach it; may be given again")
       ->type_name("NAME")
       ->allow_extra_args(false);
   app.add_option("--directory", options.directory, "Where the services publish")
@@ -88,7 +88,7 @@ void AddOptions(CLI::App& app, GateOptions& options, std::string& listen) {
                           ->type_name("FILE");
   auto* key = app.add_option("--key", options.key, "Private key of the certificate, PEM")
                   ->type_name("FILE");
-  auto* control = app.add_flag("--control", "Take the application server's place for commands");
+  auto* control = app.add_flag("--control", "Send commands in the application server's place");
   auto* token =
       app.add_option("--token-file", options.token, "Token of those who may send commands")
           ->type_name("FILE");

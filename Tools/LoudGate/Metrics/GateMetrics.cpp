@@ -114,12 +114,12 @@ constexpr ClusterMetric kClusterMetrics[] = {
      MetricType::Gauge, MaxShortTerm},
     {"loudcalc_max_true_peak_dbtp", "Highest true peak since the measurement restarted.",
      MetricType::Gauge, Figure<&LoudnessData_t::MaxTruePeak, TruePeakOf>},
-    {"loudcalc_source_valid", "Whether the programme has meters: 1, else 0.", MetricType::Gauge,
-     SourceValid},
+    {"loudcalc_source_valid", "Whether the programme has meters: 1 if so, else 0.",
+     MetricType::Gauge, SourceValid},
     {"loudcalc_last_message_age_seconds", "Time since the service published anything.",
      MetricType::Gauge, Age},
     {"loudcalc_unchanged_seconds",
-     "How long all figures of a running measurement have been the same, silence aside; 0 below 3.",
+     "How long no figure of a running measurement has changed, except in silence; 0 below 3.",
      MetricType::Gauge, Unchanged},
     {"loudcalc_target_lufs", "Target loudness of the configuration in force.", MetricType::Gauge,
      Target},
@@ -127,11 +127,11 @@ constexpr ClusterMetric kClusterMetrics[] = {
      MetricType::Gauge, Tolerance},
     {"loudcalc_messages_total", "Loudness messages.", MetricType::Counter,
      Count<&ClusterCounts::messages>},
-    {"loudcalc_malformed_messages_total", "Loudness messages of an unknown form.",
+    {"loudcalc_malformed_messages_total", "Loudness messages of an unknown form that were skipped.",
      MetricType::Counter, Count<&ClusterCounts::malformed>},
-    {"loudcalc_gaps_total", "Times that data came late though nothing was acknowledged.",
+    {"loudcalc_gaps_total", "Times that data came late although nothing was acknowledged.",
      MetricType::Counter, Count<&ClusterCounts::gaps>},
-    {"loudcalc_restarts_total", "Times that the service was connected to again.",
+    {"loudcalc_restarts_total", "Times that the gate connected to the service again.",
      MetricType::Counter, Count<&ClusterCounts::restarts>},
 };
 
@@ -169,7 +169,7 @@ MetricFamily FamilyOf(const ClusterMetric& metric, const std::vector<const Clust
 
 MetricFamily StateFamily(const std::vector<const Cluster*>& clusters, Moment now) {
   MetricFamily family{"loudcalc_state",
-                      "State of the measurement: 1 for the one that it is in.",
+                      "State of the measurement: 1 for the current state, else 0.",
                       MetricType::Gauge,
                       {}};
   for (const Cluster* cluster : clusters)
@@ -198,9 +198,10 @@ MetricFamily BuildFamily() {
 void AddRecord(std::vector<MetricFamily>& families, const RecordCounts& counts) {
   families.push_back(Single("loudgate_record_bytes", "Size of the record.", MetricType::Gauge,
                             static_cast<double>(counts.bytes)));
-  families.push_back(Single("loudgate_record_working",
-                            "Whether the record could be written last, within a minute: 1, else 0.",
-                            MetricType::Gauge, counts.isWorking ? 1 : 0));
+  families.push_back(
+      Single("loudgate_record_working",
+             "Whether the last write of the record succeeded, within a minute: 1 if so, else 0.",
+             MetricType::Gauge, counts.isWorking ? 1 : 0));
   families.push_back(Single("loudgate_record_failures_total",
                             "Attempts to write the record that failed.", MetricType::Counter,
                             static_cast<double>(counts.failures)));

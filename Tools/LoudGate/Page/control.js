@@ -12,8 +12,8 @@ const ORDERS = [
   ["ReportingOff", "Reporting off"],
 ];
 
-const WARNING = "LoudGate has the place of the main board's application server here. " +
-                "The reporting is that of all clusters of the board.";
+const WARNING = "LoudGate takes the place of the main board's application server. " +
+                "Reporting is switched for all clusters of the board.";
 
 // The outcome of an order, or the reason why it was refused.
 async function textOf(reply) {

@@ -98,10 +98,10 @@ export class Histogram {
     plot.append(drawing, this.#gateLabels);
     const caption = make("figcaption");
     caption.append(this.#summary, make("p", "",
-      "Momentary readings that LoudGate has taken while the measurement ran, 20 minutes at most, " +
-      "in steps of 0.5 LU; of a time in which no figure changes, the first one alone. Hollow bars " +
-      "lie below the relative gate. The gates are those of these readings; the service's figures " +
-      "are of its own windows."));
+      "Momentary readings that LoudGate has received while the measurement ran, 20 minutes at " +
+      "most, in steps of 0.5 LU. While no figure changes, only the first reading counts. Hollow " +
+      "bars lie below the relative gate. The gates are those of these readings; the service " +
+      "computes its figures over its own windows."));
     this.element = make("figure");
     this.element.append(plot, this.#axis, caption);
   }

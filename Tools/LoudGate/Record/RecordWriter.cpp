@@ -211,7 +211,7 @@ void RecordWriter::Open() {
 // Carries the log over before closing: SQLite drops the log of a moved file, because the log still
 // has the old name.
 void RecordWriter::LeaveTakenFile() {
-  Tell(mSettings.file + ": the file was taken away; a new one begins");
+  Tell(mSettings.file + ": the file was removed; a new one begins");
   const auto record = std::move(mRecord);
   record->CarryOverLog();
 }
@@ -220,7 +220,7 @@ void RecordWriter::TakeLock() {
   const bool wasLockedOut = std::exchange(mIsLockedOut, !mLock.Take());
   if (mIsLockedOut)
     throw StationError(StationError::Fault::kUnavailable,
-                       mSettings.file + ": another LoudGate records in it");
+                       mSettings.file + ": another LoudGate is recording in it");
   if (!wasLockedOut)
     return;
   mTakenOver = NowMs();
@@ -231,7 +231,7 @@ void RecordWriter::TakeLock() {
 void RecordWriter::Check() {
   const auto end = Clock::now() + kCheckFor;
   if (!mRecord->Check([this, end] { return mIsEnding || Clock::now() >= end; }) && !mIsEnding)
-    Tell(mSettings.file + ": only a part of it was checked, as it takes longer than " +
+    Tell(mSettings.file + ": only a part of it was checked, because checking takes longer than " +
          std::to_string(kCheckFor.count()) + " s");
 }
 
@@ -261,11 +261,11 @@ std::optional<StationBatch> RecordWriter::TakeNext() {
 
 void RecordWriter::TellOfLeftOut(const louddesk::LeftOut& leftOut) {
   if (leftOut.repeated > 0 && !mIsRepeatTold)
-    Tell(mSettings.file + ": seconds that are recorded already keep their readings; the clock " +
-         "was set back");
+    Tell(mSettings.file + ": seconds that are already recorded keep their readings; the " +
+         "clock was set back");
   if (leftOut.tooMany > 0 && !mIsTooManyTold)
     Tell(mSettings.file + ": it has no number left for a new cluster, which is not recorded; " +
-         "another file has");
+         "use another file");
   mIsRepeatTold = leftOut.repeated > 0;
   mIsTooManyTold = leftOut.tooMany > 0;
   const std::lock_guard lock(mMutex);
@@ -303,8 +303,8 @@ void RecordWriter::Trim() {
 void RecordWriter::TellOfSize(std::uint64_t size) {
   const bool isTooLarge = size > mSettings.mostBytes;
   if (isTooLarge && !std::exchange(mIsSizeTold, true))
-    Tell(mSettings.file + ": larger than --max-size, as another program has the record open and " +
-         "keeps it from being cut");
+    Tell(mSettings.file + ": larger than --max-size, because another program has the record " +
+         "open and prevents it from being cut");
   mIsSizeTold = isTooLarge;
   const std::lock_guard lock(mMutex);
   mCounts.bytes = size;
@@ -317,8 +317,9 @@ void RecordWriter::Keep(const StationError& error) {
   if (mIsRefused)
     mRecord.reset();
   if (mIsRefused || (error.Why() == Fault::kUnavailable && !std::exchange(mIsFailureTold, true)))
-    Tell(std::string(error.what()) + (mIsRefused ? "; it is left as it is, and nothing is recorded"
-                                                 : "; nothing is recorded until that is over"));
+    Tell(std::string(error.what()) + (mIsRefused
+                                          ? "; the file is left as it is, and nothing is recorded"
+                                          : "; nothing is recorded until this is resolved"));
   const std::lock_guard lock(mMutex);
   mCounts.failures += mIsLockedOut ? 0 : 1;
   mCounts.isWorking = false;

@@ -184,7 +184,7 @@ TEST_F(AudioFileTest, AnUnreadableFileSaysWhy) {
   ASSERT_EQ(chmod(mDirectory.Path(".").c_str(), 0711), 0);
   const NotRoot notRoot;
   if (!notRoot.IsOrdinary())
-    GTEST_SKIP() << "NOT TESTED: there is no user but root here, and root may read everything";
+    GTEST_SKIP() << "NOT TESTED: only root exists here, and root may read everything";
   EXPECT_EQ(RefusalOf(path), path + ": cannot be opened: Permission denied");
 }
 
@@ -193,7 +193,7 @@ TEST_F(AudioFileTest, AFileInAnUnreadableDirectorySaysWhy) {
   ASSERT_EQ(chmod(mDirectory.Path(".").c_str(), 0), 0);
   const NotRoot notRoot;
   if (!notRoot.IsOrdinary())
-    GTEST_SKIP() << "NOT TESTED: there is no user but root here, and root may read everything";
+    GTEST_SKIP() << "NOT TESTED: only root exists here, and root may read everything";
   EXPECT_EQ(RefusalOf(path), path + ": cannot be opened: Permission denied");
 }
 
@@ -210,7 +210,7 @@ TEST_F(AudioFileTest, AFileThatIsNoAudioIsNamed) {
 
 TEST_F(AudioFileTest, AFileWithoutFramesHoldsNoAudio) {
   const std::string path = mDirectory.Write("none.wav", kWav16, 48000, 2, {});
-  EXPECT_EQ(RefusalOf(path), path + ": holds no audio");
+  EXPECT_EQ(RefusalOf(path), path + ": contains no audio");
 }
 
 TEST_F(AudioFileTest, MoreThan32ChannelsAreRefused) {
@@ -315,7 +315,7 @@ TEST_F(AudioFileTest, AWavCutWithinItsHeaderIsNotAudio) {
 TEST_F(AudioFileTest, AWavThatIsLongerThanItsHeaderCanTellIsRefused) {
   const std::string path = mDirectory.Write("long.wav", kWav16, 48000, 1, Samples(500, 0.1));
   std::filesystem::resize_file(path, (std::uintmax_t{1} << 32) + 1044);
-  EXPECT_EQ(RefusalOf(path), path + ": is longer than the 4 GiB that its header can tell");
+  EXPECT_EQ(RefusalOf(path), path + ": is longer than the 4 GiB that its header can describe");
 }
 
 // A program that writes to a pipe cannot go back and fill in the length.

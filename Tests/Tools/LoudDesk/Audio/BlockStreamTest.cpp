@@ -37,7 +37,7 @@ TEST(BlockStreamTest, WholeBlocksAreRead) {
   BlockStream half("tone", MakeSource(ToneOf(0.55, -20), 48000));
   EXPECT_EQ(5u, BlocksIn(half));
   BlockReading block;
-  EXPECT_FALSE(half.Next(block)) << "the end is not the end";
+  EXPECT_FALSE(half.Next(block)) << "a block follows the end";
   // 11025 Hz: 1102.5 frames per block. Ten seconds must still be a hundred blocks.
   BlockStream odd("tone", MakeSource(ToneOf(10, -20), 11025));
   EXPECT_EQ(100u, BlocksIn(odd));
@@ -81,9 +81,9 @@ TEST(BlockStreamTest, SampleThatIsNoNumberIsNamedBehindTheLastWholeBlockToo) {
     ASSERT_TRUE(stream.Next(block));
   try {
     stream.Next(block);
-    FAIL() << "nothing was wrong";
+    FAIL() << "no error was thrown";
   } catch (const louddesk::AudioFileError& error) {
-    EXPECT_EQ(path + ": holds a sample that is not a number in channel 2, frame 48099 (1.002 s)",
+    EXPECT_EQ(path + ": contains a sample that is not a number in channel 2, frame 48099 (1.002 s)",
               error.what());
   }
 }
@@ -97,9 +97,9 @@ TEST(BlockStreamTest, SampleThatIsNoNumberIsNamedWithItsPlace) {
   BlockStream stream(path, louddesk::OpenFileSource(path, std::nullopt));
   try {
     BlocksIn(stream);
-    FAIL() << "nothing was wrong";
+    FAIL() << "no error was thrown";
   } catch (const louddesk::AudioFileError& error) {
-    EXPECT_EQ(path + ": holds a sample that is not a number in channel 2, frame 24000 (0.500 s)",
+    EXPECT_EQ(path + ": contains a sample that is not a number in channel 2, frame 24000 (0.500 s)",
               error.what());
   }
 }

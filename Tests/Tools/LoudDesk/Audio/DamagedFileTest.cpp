@@ -275,7 +275,7 @@ TEST_F(DamagedFileTest, AnMp4WithoutItsIndexSaysSo) {
   std::string content = BytesOf(mDirectory.Make("a.m4a", "ffmpeg -v error -i %d/noise.wav %o"));
   content.resize(content.size() / 2);
   EXPECT_EQ(RefusalOf(mDirectory.WriteBytes("a.m4a", content)),
-            "has no index that can be read: it is damaged, cut off or unfinished");
+            "has no readable index: it is damaged, cut off or unfinished");
 }
 
 // The errors of demuxers for it speak of arguments and devices.

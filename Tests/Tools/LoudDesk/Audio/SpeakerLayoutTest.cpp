@@ -91,7 +91,7 @@ TEST_F(SpeakerLayoutTest, AllSpeakersOfThePresetAreKnown) {
 TEST_F(SpeakerLayoutTest, UnknownSpeakersAreQuotedAndTheKnownOnesNamed) {
   for (const char* list : {"Left,Middle", "Left, Right", "", "Left,"}) {
     EXPECT_THAT(CheckSpeakers(list),
-                HasSubstr("\" is not a speaker; there are Left (L), Right (R), "))
+                HasSubstr("\" is not a speaker; the speakers are Left (L), Right (R), "))
         << "'" << list << "'";
     EXPECT_THAT(CheckSpeakers(list), HasSubstr("MonoSurround"));
   }
@@ -157,9 +157,9 @@ TEST_F(SpeakerLayoutTest, ChosenSpeakersComeBeforeTheFilesOwnPositions) {
 
 TEST_F(SpeakerLayoutTest, APositionWithoutANameIsRefused) {
   const AudioFile file = FileWithMask(0x803, 3);
-  EXPECT_EQ(RefusalOf(file, std::nullopt),
-            file.Path() +
-                ": feeds a speaker that has no name here with channel 3; name all with --speakers");
+  EXPECT_EQ(
+      RefusalOf(file, std::nullopt),
+      file.Path() + ": feeds an unknown speaker with channel 3; name all speakers with --speakers");
 }
 
 TEST_F(SpeakerLayoutTest, AWrongNumberOfSpeakersIsRefused) {
@@ -174,7 +174,7 @@ TEST_F(SpeakerLayoutTest, AWrongNumberOfSpeakersIsRefused) {
 TEST_F(SpeakerLayoutTest, ChannelsWithoutUsualSpeakersMustBeGivenThem) {
   const AudioFile file = FileOf(4);
   EXPECT_EQ(RefusalOf(file, std::nullopt),
-            file.Path() + ": has 4 channels; say with --speakers which speakers they feed");
+            file.Path() + ": has 4 channels; name their speakers with --speakers");
 }
 
 }  // namespace

@@ -283,7 +283,7 @@ TEST_F(WholeFileTest, AStreamIsChosenByItsNumber) {
 TEST_F(WholeFileTest, AVideoWithoutSoundHoldsNoAudio) {
   const std::string path =
       mDirectory.Make("mute.mkv", "ffmpeg -v error -f lavfi -i testsrc2=d=1:s=64x64 %o");
-  EXPECT_EQ(RefusalOf(path), path + ": holds no audio");
+  EXPECT_EQ(RefusalOf(path), path + ": contains no audio");
 }
 
 // A list of media is not media: nothing that it names is opened.
@@ -303,7 +303,7 @@ TEST_F(WholeFileTest, NoiseIsNotAudio) {
   for (const double sample : test_audio::Noise(128.0, 300000, 7))
     noise += static_cast<char>(static_cast<int>(sample));
   const std::string path = mDirectory.WriteBytes("noise.bin", noise);
-  EXPECT_EQ(RefusalOf(path), path + ": is not audio that can be read: its format is not known");
+  EXPECT_EQ(RefusalOf(path), path + ": is not audio that can be read: its format is unknown");
 }
 
 // 5.1 from containers and codecs with different orders of channels. The levels fall from channel to

@@ -130,7 +130,7 @@ TEST_F(EvidenceTest, WithoutAConfigurationThereIsNoTimeOutOfTolerance) {
   std::vector<RecordedSecond> seconds;
   Append(seconds, 60, -230);
   Record(seconds);
-  EXPECT_EQ(FactNamed(Read(0, 60), "Out of tolerance"), "- (no target is known for the time)");
+  EXPECT_EQ(FactNamed(Read(0, 60), "Out of tolerance"), "- (no target is known for this time)");
 }
 
 TEST_F(EvidenceTest, WhatIsNoConfigurationChangesNothing) {
@@ -159,7 +159,7 @@ TEST_F(EvidenceTest, FactsHaveTheTimesOfTheUsersClock) {
   EXPECT_THAT(facts, Contains(Pair("From", "2024-11-19 01:00:00 +0100")));
   EXPECT_THAT(facts,
               Contains(Pair("Maximum true peak", "-0.40 dBTP at 2024-11-19 01:00:41 +0100")));
-  EXPECT_THAT(facts, Contains(Pair("Gaps in the record", "1, 0:00:10.0 in all")));
+  EXPECT_THAT(facts, Contains(Pair("Gaps in the record", "1, 0:00:10.0 in total")));
   EXPECT_THAT(facts, Contains(Pair("Above the tolerance", "0:00:01.0 (0.91 %)")));
 }
 

@@ -66,12 +66,12 @@ TEST_F(LogCommandTest, APeriodIsATable) {
   EXPECT_EQ(
       outcome.errors,
       "LoudDesk: the cluster 1-3: note: For 0:02:00.0 no figure changed: no blocks came, or a "
-      "steady tone; the figures count it\n");
+      "steady tone; the figures include that time\n");
   EXPECT_THAT(outcome.out, HasSubstr("    -23.00      0.00     -23.00      -23.00      -6.00"));
   EXPECT_THAT(outcome.out, HasSubstr("Pass  1-3, 2024-11-19 01:00:00 +0100 to "
                                      "2024-11-19 01:02:00 +0100\n"));
   EXPECT_THAT(outcome.out, HasSubstr("Gaps in the record      none\n"));
-  EXPECT_THAT(outcome.out, HasSubstr("No change               1, 0:02:00.0 in all\n"));
+  EXPECT_THAT(outcome.out, HasSubstr("No change               1, 0:02:00.0 in total\n"));
   EXPECT_THAT(outcome.out, HasSubstr("No change               2024-11-19 01:00:00 +0100 to "
                                      "2024-11-19 01:02:00 +0100, 0:02:00.0\n"));
 }
@@ -96,7 +96,7 @@ TEST_F(LogCommandTest, TheOnlyClusterNeedsNoName) {
   Record();
   const Outcome several = Run("record.db --last 1m");
   EXPECT_EQ(several.status, 1);
-  EXPECT_EQ(several.errors, "LoudDesk: record.db: which cluster? There are 1-1 1-3\n");
+  EXPECT_EQ(several.errors, "LoudDesk: record.db: which cluster? The record has 1-1 1-3\n");
 }
 
 TEST_F(LogCommandTest, JsonIsAnObject) {
@@ -170,10 +170,11 @@ TEST_F(LogCommandTest, WhatIsNotRecordedIsOneComplaint) {
   for (const Case& wrong : {
            Case{"none.db --cluster 1-3 --last 1h",
                 "LoudDesk: none.db: there is no record: No such file or directory\n"},
-           Case{"record.db --cluster 1-7 --last 1h",
-                "LoudDesk: record.db: nothing is recorded of the cluster 1-7; there are 1-1 1-3\n"},
+           Case{
+               "record.db --cluster 1-7 --last 1h",
+               "LoudDesk: record.db: nothing is recorded for the cluster 1-7; there are 1-1 1-3\n"},
            Case{"record.db --cluster 1-3 --from 2024-11-18 --to 2024-11-19",
-                "LoudDesk: record.db: nothing is recorded of 1-3, 2024-11-18 00:00:00 +0100 to "
+                "LoudDesk: record.db: nothing is recorded for 1-3, 2024-11-18 00:00:00 +0100 to "
                 "2024-11-19 00:00:00 +0100\n"},
            Case{"record.db --cluster 1-3 --from 2024-11-21",
                 "LoudDesk: record.db: the record ends before the period begins, at 2024-11-19 "
@@ -193,7 +194,7 @@ TEST_F(LogCommandTest, WhatIsWrongWithTheCommandLineIsOneLine) {
     const char* complaint;
   };
   for (const Case& wrong : {
-           Case{"--cluster 1-3", "--from: or --last is missing"},
+           Case{"--cluster 1-3", "--from: this or --last is required"},
            Case{"--cluster 3 --last 1h", "3 is not a cluster"},
            Case{"--last 1 --cluster 1-3", "1 is not a duration"},
            Case{"--from yesterday", "yesterday is not a time"},

@@ -122,15 +122,18 @@ TEST(CommandLineTest, WhatIsNotUnderstoodIsNamedInOneLine) {
        "replay or log"
        " (see LoudDesk --help)"},
       {{"meassure", "x.wav"},
-       "meassure: no such subcommand; there are measure, unit, verify, watch, send, record, "
+       "meassure: no such subcommand; the subcommands are measure, unit, verify, watch, send, "
+       "record, "
        "replay or log"
        " (see LoudDesk --help)"},
       {{"analyse"},
-       "analyse: no such subcommand; there are measure, unit, verify, watch, send, record, replay "
+       "analyse: no such subcommand; the subcommands are measure, unit, verify, watch, send, "
+       "record, replay "
        "or log"
        " (see LoudDesk --help)"},
       {{""},
-       ": no such subcommand; there are measure, unit, verify, watch, send, record, replay or log "
+       ": no such subcommand; the subcommands are measure, unit, verify, watch, send, record, "
+       "replay or log "
        "(see "
        "LoudDesk"
        " --help)"},
@@ -139,10 +142,10 @@ TEST(CommandLineTest, WhatIsNotUnderstoodIsNamedInOneLine) {
        "a subcommand is missing after LoudDesk send: enable, disable, preset, config or command"
        " (see LoudDesk send --help)"},
       {{"send", "comand", "start"},
-       "comand: no such subcommand; there are enable, disable, preset, config or command"
+       "comand: no such subcommand; the subcommands are enable, disable, preset, config or command"
        " (see LoudDesk send --help)"},
       {{"send", "--cluster", "2", "strat"},
-       "strat: no such subcommand; there are enable, disable, preset, config or command"
+       "strat: no such subcommand; the subcommands are enable, disable, preset, config or command"
        " (see LoudDesk send --help)"},
       {{"send", "command", "strat"},
        "NAME: strat not in {pause,play,reset,start,stop} (see LoudDesk send command --help)"},

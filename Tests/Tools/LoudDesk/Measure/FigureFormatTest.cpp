@@ -66,7 +66,7 @@ TEST(FigureFormatTest, FiguresAtTheEndOfTheirScalesAreMarked) {
   figures.isPeakAtLeast = true;
   EXPECT_THAT(RowOf("a.wav", programme), HasSubstr("    >=-1.00    123.46 "));
   EXPECT_THAT(KeysAtLeast(figures), ElementsAre("MaxTruePeak"));
-  EXPECT_THAT(NotesOn(figures), ElementsAre("beyond the scale and thus at least what is shown: "
+  EXPECT_THAT(NotesOn(figures), ElementsAre("beyond the scale, so at least the value shown: "
                                             "Maximum true peak"));
   figures.isPeakAtLeast = false;
   figures.isLoudnessAtLeast = true;
@@ -76,9 +76,9 @@ TEST(FigureFormatTest, FiguresAtTheEndOfTheirScalesAreMarked) {
               testing::StartsWith("  >=-23.00         -   >=-18.20    >=-20.00      -1.00 "));
   EXPECT_THAT(KeysAtLeast(figures), ElementsAre("Integrated", "MaxMomentary", "MaxShortTerm"));
   EXPECT_THAT(NotesOn(figures),
-              ElementsAre("beyond the scale and thus at least what is shown: Integrated "
+              ElementsAre("beyond the scale, so at least the value shown: Integrated "
                           "loudness, Maximum momentary, Maximum short-term",
-                          "louder than the scale of loudness; there is no loudness range"));
+                          "above the scale of loudness; there is no loudness range"));
 }
 
 TEST(FigureFormatTest, AMissingFigureIsNotAtTheEndOfItsScale) {

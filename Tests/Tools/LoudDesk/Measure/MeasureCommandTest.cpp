@@ -340,14 +340,14 @@ TEST_F(MeasureCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
     const char* complaint;
   } const cases[] = {
       {"", "a subcommand is missing after LoudDesk: measure, unit, "},
-      {"weigh a.wav", "weigh: no such subcommand; there are measure, unit, "},
+      {"weigh a.wav", "weigh: no such subcommand; the subcommands are measure, unit, "},
       {"measure", "FILE is required"},
       {"measure --format xml a.wav", "--format: xml not in {table,json,csv}"},
       {"measure --loud a.wav", "--loud: no such option (see "},
       {"measure -loud.wav", "-loud.wav: no such option (see "},
       {"measure $(printf '%b' '-\\033[31m')", "-\\x1B[31m: no such option (see "},
       {"measure --speakers Left,Middle a.wav",
-       "--speakers: \"Middle\" is not a speaker; there are"},
+       "--speakers: \"Middle\" is not a speaker; the speakers are"},
       {"measure --speakers '' a.wav", "--speakers: \"\" is not a speaker"},
       {"measure --report a.wav b.wav", "--report: the name of a report ends in .html"},
       {"measure --report .html b.wav", "--report: the name of a report ends in .html"},
@@ -390,7 +390,7 @@ TEST_F(MeasureCommandTest, WhatIsNoAudioFileIsNamedWithTheReason) {
   } const cases[] = {
       {directory, "is a directory"},
       {empty, "is empty"},
-      {text, "is not audio that can be read: its format is not known"},
+      {text, "is not audio that can be read: its format is unknown"},
       {"/dev/null", "is neither a file nor a pipe"},
       {mDirectory.Path("gone.wav"), "no such file"},
   };
@@ -449,7 +449,7 @@ TEST_F(MeasureCommandTest, AFileThatLooksLikeAnOptionGoesBehindTwoDashes) {
   const std::string command = "cd " + Quoted(mDirectory.Path(".")) + " && " + Quoted(kLoudDesk);
   EXPECT_NE(std::system((command + " measure -dash.wav >out.txt 2>&1").c_str()), 0);
   EXPECT_EQ(test_audio::BytesOf(mDirectory.Path("out.txt")),
-            "LoudDesk: -dash.wav: no such option; a file of that name goes after -- (see LoudDesk "
+            "LoudDesk: -dash.wav: no such option; write a file of that name after -- (see LoudDesk "
             "measure --help)\n");
   EXPECT_EQ(std::system((command + " measure -- -dash.wav >out.txt 2>&1").c_str()), 0);
 }

@@ -128,9 +128,10 @@ TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedByItsPosition) {
     const std::string path = mDirectory.Write("bad.wav", kFloatWav, kRate, 2, samples);
     EXPECT_EQ(Run(Options({path}, FigureStyle::kTable)), 1);
     EXPECT_EQ(mOut.str(), "");
-    EXPECT_EQ(mErrors.str(), "LoudDesk: " + path +
-                                 ": holds a sample that is not a number in channel 2, frame 24000 "
-                                 "(0.500 s)\n");
+    EXPECT_EQ(mErrors.str(),
+              "LoudDesk: " + path +
+                  ": contains a sample that is not a number in channel 2, frame 24000 "
+                  "(0.500 s)\n");
   }
 }
 
@@ -143,7 +144,7 @@ TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedInTheLastIncompleteBlockToo
     EXPECT_EQ(Run(Options({path}, FigureStyle::kTable)), 1);
     EXPECT_EQ(mOut.str(), "");
     EXPECT_THAT(mErrors.str(),
-                HasSubstr(": holds a sample that is not a number in channel 2, frame " +
+                HasSubstr(": contains a sample that is not a number in channel 2, frame " +
                           std::to_string(frames - 1) + " ("));
   }
 }
@@ -169,9 +170,9 @@ TEST_F(MeasureFilesTest, FiguresAtTheEndOfTheirScalesAreMarkedEverywhere) {
   const std::string path = mDirectory.Write("loud.wav", kFloatWav, kRate, 2, StereoTone(18.0, 4.0));
   const std::string note =
       "LoudDesk: " + path +
-      ": note: beyond the scale and thus at least what is shown: Integrated loudness, Maximum "
+      ": note: beyond the scale, so at least the value shown: Integrated loudness, Maximum "
       "short-term, Maximum true peak\nLoudDesk: " +
-      path + ": note: louder than the scale of loudness; there is no loudness range\n";
+      path + ": note: above the scale of loudness; there is no loudness range\n";
   EXPECT_EQ(Run(Options({path}, FigureStyle::kTable)), 0);
   EXPECT_THAT(mOut.str(), HasSubstr("    >=9.99         -      18.0"));
   EXPECT_THAT(mOut.str(), HasSubstr("     >=6.02      4.00  "));
@@ -503,13 +504,13 @@ TEST_F(DamagedFilesTest, TheFiguresAreMarkedInEveryFormat) {
     options.report = report;
     EXPECT_EQ(Run(options), 1);
     EXPECT_THAT(mOut.str(), HasSubstr(mark));
-    EXPECT_THAT(mErrors.str(), testing::EndsWith(" the figures are those of what is there\n"));
+    EXPECT_THAT(mErrors.str(), testing::EndsWith(" the figures cover the rest\n"));
     options.keepsGoing = true;
     EXPECT_EQ(Run(options), 0);
     EXPECT_THAT(mOut.str(), HasSubstr(mark));
   }
   EXPECT_THAT(test_audio::BytesOf(report), AllOf(HasSubstr("cut.flac</bdi></a> (damaged)</th>"),
-                                                 HasSubstr("figures are those of what is there")));
+                                                 HasSubstr("figures cover the rest")));
 }
 
 TEST_F(DamagedFilesTest, SoAreTheFiguresOfAllFilesAsOne) {
@@ -523,10 +524,9 @@ TEST_F(DamagedFilesTest, SoAreTheFiguresOfAllFilesAsOne) {
     options.hasAlbum = true;
     EXPECT_EQ(Run(options), 1);
     EXPECT_THAT(LastLine(mOut.str()), HasSubstr(mark));
-    EXPECT_THAT(
-        test_audio::BytesOf(options.report),
-        AllOf(HasSubstr("all 2 files as one programme</bdi></a> (damaged)</th>"),
-              HasSubstr("1 of 2 files is damaged; the figures are those of what is there")));
+    EXPECT_THAT(test_audio::BytesOf(options.report),
+                AllOf(HasSubstr("all 2 files as one programme</bdi></a> (damaged)</th>"),
+                      HasSubstr("1 of 2 files is damaged; the figures cover the rest")));
   }
 }
 

@@ -237,7 +237,7 @@ TEST_F(MediaCommandTest, DirectoriesAreMeasuredWithAllBelowThem) {
   EXPECT_THAT(lines[1].file, testing::EndsWith("media/b/c/two.WAV"));
   const Outcome empty = Run("%l measure --recursive %d/media/empty");
   EXPECT_EQ(empty.status, 1);
-  EXPECT_THAT(empty.errors, HasSubstr("media/empty: holds no sound or video files\n"));
+  EXPECT_THAT(empty.errors, HasSubstr("media/empty: contains no audio or video files\n"));
 }
 
 // The first file is finished; the second never ends.

@@ -46,7 +46,7 @@ TEST(ProfileOptionsTest, OwnLimitsReplaceThoseOfTheProfileAndItsName) {
       "--max-momentary -8 --max-range 12 --min-range 3");
   EXPECT_EQ(criteria.name, "own");
   EXPECT_EQ(criteria.title, "Own limits");
-  EXPECT_EQ(criteria.source, "options, beside those of EBU R 128, version 4");
+  EXPECT_EQ(criteria.source, "options, in addition to EBU R 128, version 4");
   EXPECT_EQ(criteria.target, -16.0);
   EXPECT_EQ(criteria.peakCeiling, -1.5);
   EXPECT_EQ(criteria.limits.tolerance, 2.0);
@@ -64,7 +64,7 @@ TEST(ProfileOptionsTest, EachOwnLimitAloneTakesTheNameAway) {
     const Criteria criteria = CriteriaOfLine(option);
     EXPECT_EQ(criteria.name, "own") << option;
     EXPECT_TRUE(criteria.target && criteria.limits.tolerance && criteria.limits.maxTruePeak)
-        << option << " has taken another limit away";
+        << option << " has removed another limit";
   }
 }
 

@@ -62,7 +62,7 @@ TEST(ProgrammeOptionsTest, WhatIsWrongWithAProgrammeIsNamed) {
       {"a,b=stereo", "is not CHANNELS=SPEAKERS"},
       {"1,1=stereo", "names a channel twice"},
       {"1-3=stereo", "\"1-3=stereo\" names 3 channels for 2 speakers"},
-      {"1,2=quadro", "\"quadro\" is not a speaker; there are Left (L), "},
+      {"1,2=quadro", "\"quadro\" is not a speaker; the speakers are Left (L), "},
       {"1,2=quadro", "and the layouts mono, stereo, 3.0, 5.0, 5.1, 7.1"},
       {"1,2=none,none", "no channel feeds a speaker"},
   };

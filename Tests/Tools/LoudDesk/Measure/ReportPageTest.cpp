@@ -232,13 +232,14 @@ std::vector<std::string> FactsIn(const ParsedPage& page) {
 TEST(ReportPageTest, EachFileIsToldWithItsFacts) {
   File file = Programme();
   file.facts.sha256 = "0123abcd";
-  EXPECT_THAT(FactsIn(ParsedPage(PageOf({file}))),
-              ElementsAre("Format: WAV, 16 bit", "Sample rate: 48000 Hz", "Size: 1 234 567 bytes",
-                          "SHA-256: 0123abcd", "Duration: 0:01:00.0", "Channels: 1 L, 2 R",
-                          "Maximum momentary: -18.00 LKFS at 0:00:10.4",
-                          "Maximum short-term: -20.00 LKFS at 0:00:12.0",
-                          "Maximum true peak: -3.00 dBTP at 0:00:30.0",
-                          "Gain to -23.00 LKFS: +0.00 dB", "The same up to -1.00 dBTP: +0.00 dB"));
+  EXPECT_THAT(
+      FactsIn(ParsedPage(PageOf({file}))),
+      ElementsAre("Format: WAV, 16 bit", "Sample rate: 48000 Hz", "Size: 1 234 567 bytes",
+                  "SHA-256: 0123abcd", "Duration: 0:01:00.0", "Channels: 1 L, 2 R",
+                  "Maximum momentary: -18.00 LKFS at 0:00:10.4",
+                  "Maximum short-term: -20.00 LKFS at 0:00:12.0",
+                  "Maximum true peak: -3.00 dBTP at 0:00:30.0", "Gain to -23.00 LKFS: +0.00 dB",
+                  "The same, true peak up to -1.00 dBTP: +0.00 dB"));
 }
 
 TEST(ReportPageTest, FilesAsOneHaveNoTimesAndNoCurves) {
@@ -251,9 +252,9 @@ TEST(ReportPageTest, FilesAsOneHaveNoTimesAndNoCurves) {
   report.Add({nullptr, 3, false, &all});
   const ParsedPage page(report.Text());
   EXPECT_TRUE(page.IsWellFormed());
-  EXPECT_THAT(FactsIn(page),
-              ElementsAre("Duration: 0:01:00.0", "Channels: 1 L, 2 R",
-                          "Gain to -23.00 LKFS: +0.00 dB", "The same up to -1.00 dBTP: +0.00 dB"));
+  EXPECT_THAT(FactsIn(page), ElementsAre("Duration: 0:01:00.0", "Channels: 1 L, 2 R",
+                                         "Gain to -23.00 LKFS: +0.00 dB",
+                                         "The same, true peak up to -1.00 dBTP: +0.00 dB"));
   EXPECT_THAT(page.Texts("//s:svg[@role='img']/s:title"), ElementsAre("Loudness histogram"));
 }
 
@@ -540,7 +541,7 @@ TEST(ReportPageTest, NotesOnTheFiguresAreShown) {
   File file = Programme();
   file.programme.figures.isPeakAtLeast = true;
   EXPECT_THAT(ParsedPage(PageOf({file})).Texts("//h:ul[@class='notes']/h:li"),
-              ElementsAre("beyond the scale and thus at least what is shown: Maximum true peak"));
+              ElementsAre("beyond the scale, so at least the value shown: Maximum true peak"));
 }
 
 // Two hours are 72000 blocks; the highest peak must survive.

@@ -125,7 +125,7 @@ TEST(PlayListTest, UnknownCaseIsRefusedWithThoseThatThereAre) {
   for (const char* id : {"", "334", "3341-", "3341-99", "3341-7", "3342-6"}) {
     const std::string complaint = CheckTestSignal(id);
     EXPECT_THAT(complaint, testing::StartsWith("\"" + std::string(id) +
-                                               "\" is not a case that can be played; there are "));
+                                               "\" is not a case that can be played; those are "));
     for (const louddesk::ComplianceCase& known : louddesk::ComplianceCases())
       EXPECT_EQ(!known.runs.empty(),
                 (complaint + " ").find(" " + known.id + " ") != std::string::npos)
@@ -269,7 +269,7 @@ TEST(PlayListTest, NothingAskedForIsRefused) {
 
 TEST(PlayListTest, WhatHasNoEndMustBeTheLast) {
   constexpr char kRefusal[] =
-      "a tone or noise without --duration has no end: nothing can follow it, nor --loop";
+      "a tone or noise without --duration never ends: nothing can follow or loop it";
   PlayListOptions options;
   options.tones = {"997,-20"};
   EXPECT_EQ("no error", ErrorOf(options));

@@ -182,7 +182,7 @@ TEST_F(UnitCommandTest, EndOfTheServiceIsOneLine) {
   ASSERT_TRUE(mDesk->WaitForLine("M -23.0", kPatience));
   mService->Signal(SIGKILL);
   ExpectEnd(1);
-  EXPECT_EQ("LoudDesk: the service has fallen silent\n", mDesk->StandardError());
+  EXPECT_EQ("LoudDesk: the service has stopped publishing\n", mDesk->StandardError());
 }
 
 struct OptionCase {

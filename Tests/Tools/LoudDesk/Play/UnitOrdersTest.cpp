@@ -116,22 +116,22 @@ TEST_F(UnitOrdersTest, EndOfAStoppedServiceIsOneLine) {
   ExpectAnswer("stop", "Stop acknowledged");
   mService->Signal(SIGKILL);
   ExpectEnd(1);
-  EXPECT_EQ("LoudDesk: the service has fallen silent\n", mDesk->StandardError());
+  EXPECT_EQ("LoudDesk: the service has stopped publishing\n", mDesk->StandardError());
 }
 
 TEST_F(UnitOrdersTest, ReportingIsSwitchedOffAndOn) {
   ASSERT_NO_FATAL_FAILURE(StartTone());
-  ExpectAnswer("reporting off", "No more loudness data comes");
+  ExpectAnswer("reporting off", "The loudness data has ended");
   ExpectAtService("enable false");
   ExpectDataEnded();
-  ExpectAnswer("reporting on", "Loudness data comes");
+  ExpectAnswer("reporting on", "Loudness data is published");
   EXPECT_TRUE(mUnit.NextLoudnessData(kPatience));
   Quit();
 }
 
 TEST_F(UnitOrdersTest, OrdersWaitWhileReportingIsOff) {
   ASSERT_NO_FATAL_FAILURE(StartTone());
-  ExpectAnswer("reporting off", "No more loudness data comes");
+  ExpectAnswer("reporting off", "The loudness data has ended");
   ExpectAnswer("pause", "> pause (waits until reporting is on)");
   EXPECT_THAT(mDesk->StandardOutput(), Not(HasSubstr("Pause acknowledged")));
   ExpectAnswer("reporting on", "Pause acknowledged");
@@ -141,7 +141,7 @@ TEST_F(UnitOrdersTest, OrdersWaitWhileReportingIsOff) {
 TEST_F(UnitOrdersTest, PlayWithoutReportingEndsWithTheLastFigures) {
   ASSERT_NO_FATAL_FAILURE(StartTone());
   ASSERT_TRUE(mDesk->WaitForLine("M -23.0", kPatience));
-  ExpectAnswer("reporting off", "No more loudness data comes");
+  ExpectAnswer("reporting off", "The loudness data has ended");
   Quit();
   EXPECT_THAT(mDesk->StandardOutput(),
               HasSubstr("Reporting is off: these are the last figures that were published\n"));
@@ -154,7 +154,7 @@ TEST_F(UnitOrdersTest, OtherSpeakersDoNotNeedTheReporting) {
   ASSERT_NO_FATAL_FAILURE(
       StartDeskWithPipe({Tone("two.wav", 3, -20, 2), Tone("one.wav", 60, -30, 1)}));
   Write("reporting off\n");
-  ASSERT_TRUE(mDesk->WaitForLine("No more loudness data comes", kPatience));
+  ASSERT_TRUE(mDesk->WaitForLine("The loudness data has ended", kPatience));
   ASSERT_TRUE(mDesk->WaitForLine("one.wav", kPatience));
   ExpectAnswer("reporting on", "Start acknowledged");
   // One channel reads 3.01 below two.
@@ -194,8 +194,8 @@ TEST_F(UnitOrdersTest, UnknownWordIsAnsweredByTheKnownOnes) {
   const std::string known =
       "start (s), pause (p), play (y), stop (t), reset (r), print (i), reporting on (+), "
       "reporting off (-), help (h) and quit (q)";
-  ExpectAnswer("restart", "\"restart\" is not an order; there are " + known);
-  ExpectAnswer("reporting", "\"reporting\" is not an order; there are " + known);
+  ExpectAnswer("restart", "\"restart\" is not an order; the orders are " + known);
+  ExpectAnswer("reporting", "\"reporting\" is not an order; the orders are " + known);
   ExpectAnswer("help", "Orders: " + known);
   Quit();
 }

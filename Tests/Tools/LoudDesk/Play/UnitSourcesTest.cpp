@@ -123,7 +123,7 @@ TEST_F(UnitSourcesTest, LoopOfNothingEnds) {
   StartProcess();
   StartDesk({Tone("short.wav", 0.05, -23, 2), "--loop"});
   ExpectEnd(1);
-  EXPECT_EQ("LoudDesk: nothing to play again: there is no block of 100 ms\n",
+  EXPECT_EQ("LoudDesk: nothing to loop: there is not even one block of 100 ms\n",
             mDesk->StandardError());
 }
 
@@ -205,7 +205,7 @@ TEST_P(UnitSourceOptionTest, IsRefused) {
 constexpr char kToneText[] = "is not a tone; give FREQ,LEVEL of 1 to 20000 Hz and -120 to 0 dBFS";
 constexpr char kNoiseText[] = "is not a noise level; give -120 to -5 dBFS rms";
 constexpr char kCaseText[] =
-    "is not a case that can be played; there are 1770-gain 1770-level 3341-1 ";
+    "is not a case that can be played; those are 1770-gain 1770-level 3341-1 ";
 
 INSTANTIATE_TEST_SUITE_P(
     Options, UnitSourceOptionTest,

@@ -139,7 +139,7 @@ TEST_F(ReplayCommandTest, NamesAStateThatTheRecordingDoesNotHave) {
   StartReplay({"--expect"});
   ExpectEnd(3);
   EXPECT_THAT(mReplay->StandardError(),
-              HasSubstr("the end of the recording came after what the recording does not have: "
+              HasSubstr("the end of the recording came after a state that is not recorded: "
                         "IOQVHwmLoudnessCmd_1 {\"Command\":\"Start\""));
 }
 
@@ -155,7 +155,7 @@ TEST_F(ReplayCommandTest, NamesADoubtAboutTheRecordedOrder) {
       mReplay->StandardError(),
       AllOf(HasSubstr("message 6 (5.000 s, IOQVHwmLoudnessCmd_1 of state publisher) did not "
                       "come"),
-            HasSubstr("(perhaps because the recording does not tell whether a block at "
+            HasSubstr("(perhaps because the recording does not show whether a block at "
                       "3.009 s or an acknowledgement came first)")));
 }
 
@@ -196,7 +196,7 @@ TEST_F(ReplayCommandTest, RefusesOtherFiles) {
   ExpectRefused("recording: cannot be opened");
   std::ofstream(mPath) << "text";
   StartReplay({"--list"});
-  ExpectRefused("not a recording, or one of another version");
+  ExpectRefused("not a recording, or a recording of another version");
 }
 
 TEST_F(ReplayCommandTest, SaysThatThereIsNoService) {

@@ -263,7 +263,7 @@ TEST_F(SendCommandTest, FreshConfigurationStartsFromTheDefaults) {
 TEST_F(SendCommandTest, MissingConfigurationIsSaid) {
   StartMeasured();
   ExpectSent({"config", "--tolerance", "4"},
-             "No configuration is republished: what is not given is what a service starts with\n");
+             "No configuration is republished: settings that are not given have their defaults\n");
   louddesk::LoudnessConfiguration expected;
   expected.alarmTolerance = 4;
   ExpectInForce(expected);

@@ -70,7 +70,7 @@ std::uint64_t BytesWritten() {
   while (file >> key >> bytes)
     if (key == "wchar:")
       return bytes;
-  ADD_FAILURE() << "/proc/self/io does not tell";
+  ADD_FAILURE() << "/proc/self/io cannot be read";
   return 0;
 }
 

@@ -153,7 +153,7 @@ TEST_F(VerifyCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
     const char* complaint;
   } const cases[] = {
       {"--case 3341-24",
-       "--case: \"3341-24\" is not a case; there are 1770-gain 1770-level 3341-1 "},
+       "--case: \"3341-24\" is not a case; the cases are 1770-gain 1770-level 3341-1 "},
       {"--case 334", "\"334\" is not a case"},
       {"--case ''", "\"\" is not a case"},
       {"--rate 7999", "--rate: Value 7999 not in range 8000 to 192000"},
@@ -165,7 +165,7 @@ TEST_F(VerifyCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
       {"--service --wait -1", "--wait: \"-1\" is not between 0 and 3600"},
       {"--report page.wav", "--report: the name of a report ends in .html"},
       {"3341-1", "3341-1"},
-      {"--file a.wav", "--file: each needs the --case that it is a copy of"},
+      {"--file a.wav", "--file: each needs the --case that it is a recording of"},
       {"--case 3341-7 --case 3341-8 --file a.wav", "--file: each needs the --case"},
       {"--case 3341-1 --file a.wav",
        "--file: 3341-1 is not a recording; these are: 3341-7 3341-8 3342-5 3342-6"},

@@ -163,7 +163,7 @@ TEST_F(VerifyServiceTest, AServiceThatDiesAmidAMeasurementIsNoticedAtOnce) {
   const auto begin = std::chrono::steady_clock::now();
   try {
     service->Read();
-    FAIL() << "nobody published anything";
+    FAIL() << "no service published anything";
   } catch (const louddesk::ServiceError& error) {
     EXPECT_STREQ(error.what(),
                  "the service has ended: it has not published the figures of the last block");

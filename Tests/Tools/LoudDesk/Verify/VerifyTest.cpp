@@ -257,10 +257,10 @@ TEST(ComplaintOnRecordingsTest, EachGoesWithACaseOfItsOwnThatIsARecording) {
   EXPECT_EQ(ComplaintOnRecordings({}, {}), "");
   EXPECT_EQ(ComplaintOnRecordings({"3341-1"}, {}), "");
   EXPECT_EQ(ComplaintOnRecordings({"3341-7", "3342-5"}, {"a", "b"}), "");
-  EXPECT_EQ(ComplaintOnRecordings({}, {"a"}), "each needs the --case that it is a copy of");
+  EXPECT_EQ(ComplaintOnRecordings({}, {"a"}), "each needs the --case that it is a recording of");
   EXPECT_EQ(ComplaintOnRecordings({"3341-7"}, {"a", "b"}),
-            "each needs the --case that it is a copy of");
-  EXPECT_EQ(ComplaintOnRecordings({"3341-7", "3341-7"}, {"a", "b"}), "3341-7 has two");
+            "each needs the --case that it is a recording of");
+  EXPECT_EQ(ComplaintOnRecordings({"3341-7", "3341-7"}, {"a", "b"}), "3341-7 has two files");
   for (const char* id : {"3341-1", "3341", "1770-gain"})
     EXPECT_THAT(ComplaintOnRecordings({id}, {"a"}),
                 StartsWith(std::string(id) + " is not a recording; these are: 3341-7 "));

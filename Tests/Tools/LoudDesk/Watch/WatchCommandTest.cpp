@@ -153,21 +153,21 @@ TEST_F(WatchCommandTest, RowsThatDoNotComeAreSaidOnceAndTheirReturnToo) {
   StartWatch({"--format", "csv"});
   ASSERT_TRUE(mWatch->WaitForLine(",Start,1", kPatience));
   mService->Signal(SIGKILL);
-  const std::string isGone = "LoudDesk: no loudness data comes (DEAD: the service is gone)";
+  const std::string isGone = "LoudDesk: no loudness data (DEAD: the service is gone)";
   ASSERT_TRUE(mWatch->WaitForLine(isGone, kPatience));
   ASSERT_NO_FATAL_FAILURE(StartAgain());
   StartMeasuring();
-  ASSERT_TRUE(mWatch->WaitForLine("LoudDesk: loudness data comes now", kPatience));
+  ASSERT_TRUE(mWatch->WaitForLine("LoudDesk: loudness data again", kPatience));
   mWatch->Signal(SIGINT);
   ExpectEnd(0);
-  EXPECT_EQ(isGone + "\nLoudDesk: loudness data comes now\n", mWatch->StandardError());
+  EXPECT_EQ(isGone + "\nLoudDesk: loudness data again\n", mWatch->StandardError());
   EXPECT_THAT(Rows(), Each(AnyOf(Eq(kHeader), ContainsRegex(",1,(None|Start),1$"))));
 }
 
 TEST_F(WatchCommandTest, MissingServiceIsSaidBesideTheRows) {
   StartWatch({"--format", "json"});
   ASSERT_TRUE(mWatch->WaitForLine(
-      "LoudDesk: no loudness data comes (NO SERVICE: nobody publishes here)", kPatience));
+      "LoudDesk: no loudness data (NO SERVICE: no service publishes here)", kPatience));
   mWatch->Signal(SIGINT);
   ExpectEnd(0);
   EXPECT_EQ("", mWatch->StandardOutput());
@@ -183,7 +183,7 @@ TEST_F(WatchCommandTest, StoppedMeasurementIsSaidBesideTheRows) {
   SendCommand("Stop");
   ExpectAcknowledgement("Stop");
   StartWatch({"--format", "csv"});
-  EXPECT_TRUE(mWatch->WaitForLine("LoudDesk: no loudness data comes (", kPatience));
+  EXPECT_TRUE(mWatch->WaitForLine("LoudDesk: no loudness data (", kPatience));
 }
 
 TEST_F(WatchCommandTest, OtherClusterIsNotSeen) {

@@ -72,7 +72,7 @@ TEST_F(WatchTerminalTest, KeysChangeTheMeter) {
   Press("s");
   ASSERT_TRUE(WaitForText("EBU +18 scale"));
   Press("h");
-  EXPECT_TRUE(WaitForText("maxima seen here begin anew"));
+  EXPECT_TRUE(WaitForText("reset the maxima seen here"));
 }
 
 TEST_F(WatchTerminalTest, FollowsTheConfigurationOfTheService) {

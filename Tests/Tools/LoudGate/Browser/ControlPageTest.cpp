@@ -26,7 +26,7 @@ class ControlPageTest : public ControlledGate {
     mBrowser.Open(Url() + "/cluster/1-1");
     AwaitText(".state", "RUNNING");
     AwaitText("#control .hint",
-              "LoudGate has the place of the main board's application server here. The reporting "
+              "LoudGate takes the place of the main board's application server. The reporting "
               "is that of all clusters of the board.");
     mBrowser.Run("document.querySelector('.token input').focus()");
     mBrowser.Press(token);
@@ -69,7 +69,7 @@ TEST_F(ControlPageTest, AWrongTokenIsSaidAndNothingIsSent) {
   ASSERT_NO_FATAL_FAILURE(StartControlled());
   OpenWithToken("wrong");
   Click("Pause");
-  AwaitText("#control .result", "This needs the token of this gate.");
+  AwaitText("#control .result", "This needs the token of the gate.");
   EXPECT_EQ("RUNNING", Get("/api/clusters/1-1").Json().at("State"));
 }
 

@@ -60,7 +60,8 @@ TEST(ControlTokenTest, HasALengthAndNoBlanks) {
 }
 
 TEST(ControlTokenTest, MayBeReadByItsOwnerAndGroupOnly) {
-  const std::string reason = "not a file that others cannot read; chmod 600 makes it one";
+  const std::string reason =
+      "must be a regular file that others cannot read; chmod 600 keeps them out";
   for (const mode_t mode : {0400u, 0600u, 0440u, 0640u})
     EXPECT_EQ("", ReasonFor(kToken, mode)) << mode;
   for (const mode_t mode : {0604u, 0602u, 0601u, 0660u, 0620u, 0644u, 0777u})

@@ -140,7 +140,7 @@ TEST_F(GateControlTest, AFloodOfWrongTokensDisturbsNobody) {
   const auto flood = Follow("/api/clusters/1-1?[1-1000000]",
                             {"--data-binary", R"({"Command":"Stop"})", "-H", kJson, "-H",
                              "Authorization: Bearer " + std::string(sizeof kToken - 1, '0')});
-  ASSERT_TRUE(flood->WaitForLine("This needs the token of this gate.", kPatience));
+  ASSERT_TRUE(flood->WaitForLine("This needs the token of the gate.", kPatience));
   ExpectCadence();
   EXPECT_EQ(200, Order("Pause").status);
   EXPECT_TRUE(flood->IsRunning());
@@ -236,9 +236,9 @@ TEST_F(GateControlTest, AFileThatOthersCanReadIsRefused) {
   const auto report = gate.WaitForExit(kPatience);
   ASSERT_TRUE(report);
   EXPECT_EQ(1, report->status);
-  EXPECT_EQ(
-      "LoudGate: " + open.Name() + ": not a file that others cannot read; chmod 600 makes it one\n",
-      gate.StandardError());
+  EXPECT_EQ("LoudGate: " + open.Name() +
+                ": must be a regular file that others cannot read; chmod 600 keeps them out\n",
+            gate.StandardError());
 }
 
 }  // namespace

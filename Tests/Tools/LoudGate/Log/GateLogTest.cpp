@@ -102,20 +102,20 @@ TEST_F(GateLogTest, WhatCannotBeAnsweredSaysWhy) {
     const char* text;
   };
   for (const Case& wrong : {
-           Case{"", 400, "Either from or last is needed."},
-           Case{"?cluster=1-3&from=2024-11-19&last=1h", 400, "Either from or last is needed."},
+           Case{"", 400, "Either from or last is required."},
+           Case{"?cluster=1-3&from=2024-11-19&last=1h", 400, "Either from or last is required."},
            Case{"?cluster=x&last=1h", 400, "The parameter cluster cannot be understood."},
            Case{"?cluster=1-3&last=1", 400, "The parameter last cannot be understood."},
            Case{"?cluster=1-3&last=1h&format=xml", 400, "The parameter format cannot"},
            Case{"?cluster=1-3&last=1h&profile=x", 400, "The parameter profile cannot"},
            Case{"?cluster=1-3&last=1h&x=1", 400, "The parameters are cluster, from, to, last"},
            Case{"?cluster=1-3&from=2024-11-20&to=2024-11-19", 400, "ends before it begins"},
-           Case{"?cluster=1-3&from=2024-01-01", 400, "31 days can be asked for at once."},
+           Case{"?cluster=1-3&from=2024-01-01", 400, "At most 31 days can be asked for."},
            Case{"?cluster=1-3&last=2d&format=csv", 400, "The seconds of a day"},
-           Case{"?cluster=1-7&last=1h", 404, "nothing is recorded of the cluster 1-7"},
-           Case{"?last=1h", 404, "which cluster? There are 1-1 1-3"},
+           Case{"?cluster=1-7&last=1h", 404, "nothing is recorded for the cluster 1-7"},
+           Case{"?last=1h", 404, "which cluster? The record has 1-1 1-3"},
            Case{"?cluster=1-3&from=2024-11-18T00:00:00Z&to=2024-11-18T01:00:00Z", 404,
-                "nothing is recorded of 1-3"},
+                "nothing is recorded for 1-3"},
        }) {
     const HttpReply reply = Get(std::string("/api/log") + wrong.query);
     EXPECT_EQ(wrong.status, reply.status) << wrong.query;

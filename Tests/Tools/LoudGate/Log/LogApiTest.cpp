@@ -29,8 +29,7 @@ using std::chrono::milliseconds;
 using testing::StartsWith;
 
 constexpr char kBusy[] = "There are too many such requests; try again later.\n";
-constexpr char kTooLong[] =
-    "This takes too long here; ask for a shorter period, or LoudDesk log.\n";
+constexpr char kTooLong[] = "This takes too long; ask for a shorter period, or use LoudDesk log.\n";
 
 // Only failures take this long.
 constexpr std::chrono::seconds kPatience{60 * kSlowness};

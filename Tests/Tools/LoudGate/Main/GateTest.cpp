@@ -154,7 +154,7 @@ TEST_F(GateTest, AKeyOfAnotherCertificateIsAComplaint) {
   EXPECT_EQ(1, report->status);
   EXPECT_THAT(gate.StandardError(),
               testing::EndsWith("/: Failed to initialize TLS support. The certificate and the key "
-                                "have to be a pair in PEM, the key without a password.\n"));
+                                "must be a pair in PEM format, the key without a password.\n"));
 }
 
 TEST_F(GateTest, ACertificateThatCannotBeReadIsAComplaint) {
@@ -163,7 +163,7 @@ TEST_F(GateTest, ACertificateThatCannotBeReadIsAComplaint) {
   const auto report = gate.WaitForExit(kPatience);
   ASSERT_TRUE(report);
   EXPECT_EQ(1, report->status);
-  EXPECT_EQ("LoudGate: /nowhere: nothing can be read from it\n", gate.StandardError());
+  EXPECT_EQ("LoudGate: /nowhere: is empty or cannot be read\n", gate.StandardError());
 }
 
 }  // namespace

@@ -122,7 +122,8 @@ TEST_F(GateRecordTest, WithoutAFolderThePageGoesOn) {
   fs::remove_all(mFolder);
   ASSERT_NO_FATAL_FAILURE(StartGate({"--record", mFile}));
   EXPECT_TRUE(mGate->WaitForLine(
-      "LoudGate: " + mFile + ": No such file or directory; nothing is recorded until that is over",
+      "LoudGate: " + mFile +
+          ": No such file or directory; nothing is recorded until this is resolved",
       kPatience));
   EXPECT_EQ(200, Get("/api/clusters").status);
   EXPECT_NE(std::string::npos, Get("/metrics").body.find("\nloudgate_record_working 0\n"));
@@ -141,7 +142,7 @@ TEST_F(GateRecordTest, ASecondGateServesThePageAndTakesTheRecordOver) {
   ASSERT_NO_FATAL_FAILURE(StartGate({"--record", mFile, "--write-every", "1"}));
   ASSERT_TRUE(mGate->WaitForLine(
       "LoudGate: " + mFile +
-          ": another LoudGate records in it; nothing is recorded until that is over",
+          ": another LoudGate is recording in it; nothing is recorded until this is resolved",
       kPatience));
   Await("/api/clusters/1-1",
         [](const nlohmann::json& cluster) { return cluster.at("State") == "RUNNING"; });

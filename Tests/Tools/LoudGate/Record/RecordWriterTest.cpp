@@ -152,7 +152,7 @@ TEST_F(RecordWriterTest, AFolderThatIsMissingIsToldOnceAndTheRecordBeginsWithIt)
   Await([](const RecordCounts& counts) { return counts.failures == 2; });
   EXPECT_FALSE(mWriter->Counts().isWorking);
   EXPECT_THAT(mLines, ElementsAre(mFile + ": No such file or directory"
-                                          "; nothing is recorded until that is over"));
+                                          "; nothing is recorded until this is resolved"));
   fs::create_directories(mFolder);
   mWriter->Put(BatchOf(mNow + 10, 10));
   Await([](const RecordCounts& counts) { return counts.isWorking; });
@@ -177,7 +177,7 @@ TEST_F(RecordWriterTest, AFullDiskCostsWhatDoesNotFitAndTheRecordGoesOnByItself)
   }
   mWriter->Put(BatchOf(mNow + 600, 60 * 60));
   Await([](const RecordCounts& counts) { return counts.failures > 0; });
-  EXPECT_THAT(mLines, ElementsAre(HasSubstr("; nothing is recorded until that is over")));
+  EXPECT_THAT(mLines, ElementsAre(HasSubstr("; nothing is recorded until this is resolved")));
   // The batch waits. Together with four more of three hours each it exceeds the limit of pending
   // batches.
   for (std::int64_t i = 0; i < 4; ++i)
@@ -305,7 +305,7 @@ TEST_F(RecordWriterTest, AFileThatIsTakenAwayIsMadeAnew) {
   mWriter->Put(BatchOf(mNow + 60, 60));
   Await([this](const RecordCounts&) { return fs::exists(mFile); });
   End();
-  EXPECT_THAT(mLines, ElementsAre(mFile + ": the file was taken away; a new one begins"));
+  EXPECT_THAT(mLines, ElementsAre(mFile + ": the file was removed; a new one begins"));
   EXPECT_EQ(60u, Recorded().size());
   EXPECT_EQ(60u, StationReader(mFolder / "taken.db").Seconds(kCluster, {0, INT64_MAX}).size());
 }
@@ -326,7 +326,7 @@ TEST_F(RecordWriterTest, AClusterTooManyCostsItsOwnSecondsAlone) {
   EXPECT_THAT(Recorded(), IsEmpty());
   EXPECT_EQ(61u, StationReader(mFile).Seconds({2, 7}, {0, INT64_MAX}).size());
   EXPECT_THAT(mLines, ElementsAre(mFile + ": it has no number left for a new cluster, which is "
-                                          "not recorded; another file has"));
+                                          "not recorded; use another file"));
 }
 
 TEST_F(RecordWriterTest, WhatWaitsForTheDiskIsBoundedWhateverItIs) {
@@ -413,8 +413,9 @@ TEST_F(RecordWriterTest, AnotherWriterIsKeptOutUntilTheFirstOneEnds) {
   both.events.push_back({(mNow - 30) * 1000, kCluster, "acknowledgement", "Start acknowledged"});
   mWriter->Put(both);
   Await([this](const RecordCounts&) { return TakeLines(), !mLines.empty(); });
-  EXPECT_THAT(mLines, ElementsAre(mFile + ": another LoudGate records in it; nothing is recorded "
-                                          "until that is over"));
+  EXPECT_THAT(mLines,
+              ElementsAre(mFile + ": another LoudGate is recording in it; nothing is recorded "
+                                  "until that is over"));
   EXPECT_FALSE(mWriter->Counts().isWorking);
   first.Put(both);
   first.End();

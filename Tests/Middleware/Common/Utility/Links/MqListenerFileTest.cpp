@@ -112,14 +112,14 @@ TEST_F(MqListenerFileTest, FileOfAnotherIsToldOnceAndNotFoughtFor) {
   EXPECT_TRUE(IsServed(*client_));
 
   zsock_destroy(&other);
-  EXPECT_EQ(MqFileNews::kNone, file_.Tend()) << "what it left behind is still its own";
+  EXPECT_EQ(MqFileNews::kNone, file_.Tend()) << "the file that it made before is still its own";
   fs::remove(path_);
   EXPECT_EQ(MqFileNews::kBoundAnew, SecondLook());
   EXPECT_TRUE(IsNewClientServed());
   EXPECT_EQ(MqFileNews::kNone, file_.Tend());
   fs::remove(path_);
   fs::create_directory(path_);
-  EXPECT_EQ(MqFileNews::kTaken, file_.Tend()) << "the next time is news again";
+  EXPECT_EQ(MqFileNews::kTaken, file_.Tend()) << "the next time is reported again";
 }
 
 TEST_F(MqListenerFileTest, FileThatCannotBeReplacedIsToldOnceAndTriedAgain) {
