@@ -144,7 +144,7 @@ class Model {
 
   // The endpoints of all lost links, once one of them has been lost for long enough; none before
   // that.
-  Endpoints LostOnceLostFor(std::int64_t milliseconds) const {
+  Endpoints LostForAtLeast(std::int64_t milliseconds) const {
     Endpoints lost;
     bool isTime = false;
     for (const auto& [endpoint, link] : mLinks)
@@ -210,13 +210,13 @@ class LinkEvents {
         mModel.TakeEvent(number, endpoint);
     }
     mEvents.clear();
-    Expect(gIsIdle ? mModel.LostOnceLostFor(kMqLostLinkPatienceMs) : Endpoints{},
+    Expect(gIsIdle ? mModel.LostForAtLeast(kMqLostLinkPatienceMs) : Endpoints{},
            [this](auto report) { mWatch.Tend(report); });
     FUZZ_PROPERTY(gFrames.empty(), "every event is taken");
   }
 
   void TendBetweenMessages() {
-    Expect(mModel.LostOnceLostFor(kMqBusyLinkPatienceMs),
+    Expect(mModel.LostForAtLeast(kMqBusyLinkPatienceMs),
            [this](auto report) { mWatch.TendBetweenMessages(report); });
   }
 

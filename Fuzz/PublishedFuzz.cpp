@@ -35,7 +35,7 @@ louddesk::Frames TakeData(fuzz::Input& input) {
   return frames;
 }
 
-louddesk::Frames TakeAnything(fuzz::Input& input) {
+louddesk::Frames TakeRandomFrames(fuzz::Input& input) {
   louddesk::Frames frames;
   for (std::string frame = TextOf(input.TakeTerminatedText()); !frame.empty();
        frame = TextOf(input.TakeTerminatedText()))
@@ -87,7 +87,7 @@ void fuzz::TestOneInput(Input input) {
         Take(cluster, TakeData(input), now);
         break;
       case 'm':
-        Take(cluster, TakeAnything(input), now);
+        Take(cluster, TakeRandomFrames(input), now);
         break;
       case 's':
         TakeState(cluster, input, now);

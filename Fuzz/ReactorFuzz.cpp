@@ -88,7 +88,7 @@ class Line {
     for (std::size_t i = 0; i < frames.size(); ++i)
       zmq_send(zsock_resolve(mPublisher.get()), frames[i].data(), frames[i].size(),
                i + 1 < frames.size() ? ZMQ_SNDMORE : 0);
-    mDue.push_back({HandedOf(frames), result});
+    mDue.push_back({DeliveredFrames(frames), result});
     const std::size_t rest = frames.size() - std::min(frames.size(), kFramesKept);
     for (std::size_t dropped = 0; dropped < rest; dropped += kFramesDroppedAtOnce)
       mDue.push_back({{}, 0});
@@ -113,7 +113,7 @@ class Line {
   }
 
  private:
-  std::vector<Frames> HandedOf(const Frames& frames) const {
+  std::vector<Frames> DeliveredFrames(const Frames& frames) const {
     if (frames.front().size() > kLongestTopic)
       return {};
     Frames handed(frames.begin(),

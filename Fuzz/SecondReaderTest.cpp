@@ -39,7 +39,7 @@ TEST(SecondReaderTest, JsonIsTaken) {
     EXPECT_EQ(Judged(text), Verdict::kTaken) << text;
 }
 
-TEST(SecondReaderTest, WhatIsNoJsonIsRefused) {
+TEST(SecondReaderTest, WhatIsNotJsonIsRefused) {
   for (const char* text : {"",
                            " ",
                            "{",

@@ -42,7 +42,7 @@ void PrepareProcess() {
   ForgetLibraryEnvironment();
   AllowManyClients();
   OpenMissingStandardStreams();
-  MakeConsoleNeverWait();
+  MakeConsoleNonBlocking();
 }
 
 Logger* PrepareLogger() {

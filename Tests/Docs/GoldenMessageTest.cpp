@@ -35,7 +35,7 @@ TEST(GoldenMessageTest, FramesFollowTheLinesWithoutComments) {
   EXPECT_EQ((Frames{"topic", "{}", "\x01"}), Parsed("# one\n\"topic\"\n\n{}\n# two\nhex: 01\n"));
 }
 
-TEST(GoldenMessageTest, LinesThatAreNoFrameAreRefused) {
+TEST(GoldenMessageTest, LinesThatAreNotFramesAreRefused) {
   for (const char* text : {"", "# nothing but a comment\n", "HbProc", "\"open", "\"a\" \"b\"", "[]",
                            "hex:22", "hex: 2", "hex: 222", "hex: GG", "hex: FC", "hex: 00*",
                            "hex: 00*x", "hex: 00x3", " \"indented\""}) {

@@ -138,7 +138,7 @@ class ProtocolDocumentTest : public testing::Test {
   }
 
   template <typename Enumeration>
-  void ExpectVocabulary(const std::vector<Enumeration>& values, const char* (*text)(Enumeration)) {
+  void ExpectTexts(const std::vector<Enumeration>& values, const char* (*text)(Enumeration)) {
     for (const Enumeration value : values)
       ExpectText(Row({std::to_string(value), Code(text(value))}));
   }
@@ -218,16 +218,15 @@ TEST_F(ProtocolDocumentTest, EveryFrameOfTheDataMessageHasItsRow) {
 }
 
 TEST_F(ProtocolDocumentTest, EnumerationsHaveTheTextsOfTheCode) {
-  ExpectVocabulary({BS1770_3, EBU_R128_9, EBU_R128_18},
-                   cLuConf::ConvertToLoudnessStandardStrFromEnum);
-  ExpectVocabulary({LOUD_WIN_TYPE_MOMENTARY, LOUD_WIN_TYPE_SHORT, LOUD_WIN_TYPE_INTEGRATED},
-                   cLuConf::ConvertToLoudnessWindowStrFromEnum);
-  ExpectVocabulary({LU_ALARM_OVER, LU_ALARM_UNDER, LU_ALARM_BOTH, LU_ALARM_OFF},
-                   cLuConf::ConvertToAlarmStrFromEnum);
-  ExpectVocabulary({LOUD_MODE_CONTINUOUS, LOUD_MODE_START_STOP}, cLuConf::ConvertToModeStrFromEnum);
-  ExpectVocabulary({LU_CMD_NONE, LU_CMD_STOP, LU_CMD_PAUSE, LU_CMD_START, LU_CMD_PLAY, LU_CMD_RESET,
-                    LU_CMD_PRINT},
-                   cLuCmd::ConvertToLuCmdStrFromEnum);
+  ExpectTexts({BS1770_3, EBU_R128_9, EBU_R128_18}, cLuConf::ConvertToLoudnessStandardStrFromEnum);
+  ExpectTexts({LOUD_WIN_TYPE_MOMENTARY, LOUD_WIN_TYPE_SHORT, LOUD_WIN_TYPE_INTEGRATED},
+              cLuConf::ConvertToLoudnessWindowStrFromEnum);
+  ExpectTexts({LU_ALARM_OVER, LU_ALARM_UNDER, LU_ALARM_BOTH, LU_ALARM_OFF},
+              cLuConf::ConvertToAlarmStrFromEnum);
+  ExpectTexts({LOUD_MODE_CONTINUOUS, LOUD_MODE_START_STOP}, cLuConf::ConvertToModeStrFromEnum);
+  ExpectTexts({LU_CMD_NONE, LU_CMD_STOP, LU_CMD_PAUSE, LU_CMD_START, LU_CMD_PLAY, LU_CMD_RESET,
+               LU_CMD_PRINT},
+              cLuCmd::ConvertToLuCmdStrFromEnum);
 }
 
 TEST_F(ProtocolDocumentTest, SpeakersHaveTheWeightsOfTheCode) {

@@ -40,7 +40,7 @@ class BadInputTest : public FaultyUnit {
 
   void TearDown() override {
     if (mService && mService->IsRunning())
-      ExpectWatchedWell();
+      ExpectCadenceAndMemory();
     FaultyUnit::TearDown();
   }
 

@@ -64,7 +64,7 @@ class ClockJumpTest : public FaultyUnit {
     for (int beat = 0; beat < 2; ++beat)
       EXPECT_TRUE(mUnit.NextHeartbeat(kPatience)) << beat;
     ExpectMeasures(mLevel -= 3);
-    ExpectWatchedWell();
+    ExpectCadenceAndMemory();
   }
 
   double mLevel = -17;  // level of the last blocks, LKFS

@@ -249,7 +249,7 @@ TEST_F(ConfigurationTest, ForeignAndLookAlikeTopicsAreIgnoredSilently) {
   ExpectNoTransition();
 }
 
-TEST_F(ConfigurationTest, ClusterInsideIsNoAddress) {
+TEST_F(ConfigurationTest, ClusterInsideIsNotAnAddress) {
   Measure();
   const std::string json = Altered("\"ClusterId\":1", "\"ClusterId\":7");
   EXPECT_EQ(Accepted(0), SayTo(kTopic, json));

@@ -72,7 +72,7 @@ bool OtherUserMayRunService() {
 /// A command that runs the service without root's right to open any file: as another user or, if
 /// that is not possible, as root without privileges. Empty for an ordinary user, who does not have
 /// that right.
-std::vector<std::string> StrangerRunner() {
+std::vector<std::string> UnprivilegedRunner() {
   if (geteuid() != 0)
     return {};
   if (!OtherUserMayRunService())
@@ -109,7 +109,7 @@ class ConsoleFaultTest : public FaultyUnit {
     start.options.output = start.options.errors = mChannel.writer;
     if (console.isForeign) {
       ASSERT_EQ(0, fchmod(mChannel.writer, 0));
-      start.runner = StrangerRunner();
+      start.runner = UnprivilegedRunner();
     }
     const mode_t mask = umask(0);  // the peers' sockets are for every user
     StartInOrder(start);
@@ -140,7 +140,7 @@ class ConsoleFaultTest : public FaultyUnit {
   }
 
   /// Makes the service write to both streams, far more than a pipe holds.
-  void MakeTalk() {
+  void ProduceOutput() {
     for (int i = 0; i < kLines; ++i) {
       SayUnknown(std::string(kLineSize, 'e'));
       // A refused command is reported on standard output.
@@ -152,13 +152,13 @@ class ConsoleFaultTest : public FaultyUnit {
 
   /// Expects that the service, while it writes, still measures and handles commands, and that it
   /// ends with status 0.
-  void ExpectUnimpressed() {
+  void ExpectUndisturbed() {
     ASSERT_NO_FATAL_FAILURE(BeginWatch());
-    MakeTalk();
+    ProduceOutput();
     SendCommand("Reset");
     ExpectAcknowledgement("Reset");
     ExpectMeasures(-23);
-    ExpectWatchedWell();
+    ExpectCadenceAndMemory();
   }
 
   void ExpectEnd() {
@@ -198,7 +198,7 @@ class DeadConsoleTest : public ConsoleFaultTest, public testing::WithParamInterf
 
 TEST_P(DeadConsoleTest, DisturbsNothing) {
   ASSERT_NO_FATAL_FAILURE(StartWith(GetParam()));
-  ExpectUnimpressed();
+  ExpectUndisturbed();
   ExpectEnd();
 }
 
@@ -214,7 +214,7 @@ class ReadConsoleTest : public ConsoleFaultTest, public testing::WithParamInterf
 
 TEST_P(ReadConsoleTest, IsToldWhatItMissedWhenItReadsAgain) {
   ASSERT_NO_FATAL_FAILURE(StartWith(GetParam()));
-  ExpectUnimpressed();
+  ExpectUndisturbed();
   ExpectLossTold();
   ExpectEnd();
 }
@@ -222,7 +222,7 @@ TEST_P(ReadConsoleTest, IsToldWhatItMissedWhenItReadsAgain) {
 TEST_P(ReadConsoleTest, MayGoAway) {
   ASSERT_NO_FATAL_FAILURE(StartWith(GetParam()));
   CloseReader();
-  ExpectUnimpressed();
+  ExpectUndisturbed();
   ExpectEnd();
 }
 
@@ -239,7 +239,7 @@ TEST_F(ConsoleFaultTest, LogFileMayReachTheLargestSizeAllowed) {
   start.options.output = start.options.errors = mChannel.writer;
   start.runner = {kLimitResources, "--fsize=" + std::to_string(kLargestFile)};
   ASSERT_NO_FATAL_FAILURE(StartInOrder(start));
-  ExpectUnimpressed();
+  ExpectUndisturbed();
   EXPECT_EQ(kLargestFile, std::filesystem::file_size(path));
   ExpectEnd();
   std::filesystem::remove(path);
@@ -249,7 +249,7 @@ TEST_F(ConsoleFaultTest, AllStandardStreamsMayBeClosed) {
   ServiceStart start;
   start.options.input = start.options.output = start.options.errors = ProcessOptions::kClosed;
   ASSERT_NO_FATAL_FAILURE(StartInOrder(start));
-  ExpectUnimpressed();
+  ExpectUndisturbed();
   ExpectEnd();
 }
 

@@ -44,7 +44,7 @@ class EndlessProgramme {
  public:
   BlockReading Next() {
     if (mBlock++ % kBlocksPerPassage == 0)
-      mPassage = Tide() + Between(-16, 10);
+      mPassage = SlowSwing() + Between(-16, 10);
     BlockReading block;
     for (std::size_t meter = 0; meter < SurroundSpeakers().size(); ++meter) {
       block.powers[meter] = PowerAt(mPassage + Between(-3, 3));
@@ -56,7 +56,7 @@ class EndlessProgramme {
  private:
   static constexpr unsigned kBlocksPerPassage = 70;
 
-  double Tide() const {
+  double SlowSwing() const {
     constexpr double kTurn = 6.283185307179586;
     return -30 + 9 * std::sin(kTurn * mBlock / (2.7 * kBlocksPerHour));
   }

@@ -31,7 +31,7 @@ class EnvironmentTest : public FaultyUnit {
     ServiceStart start;
     start.environment = variables;
     ASSERT_NO_FATAL_FAILURE(StartAgain(start));
-    StartMeasuringUnheard();
+    StartMeasuringWithoutConsole();
     ExpectMeasures(-20);
     ExpectCadence();
     ExpectCleanEnd(SIGINT);

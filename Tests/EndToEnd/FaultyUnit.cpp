@@ -73,10 +73,10 @@ const char* PlaceOf(Peer peer) {
 
 void FaultyUnit::StartInOrder(const ServiceStart& start) {
   ASSERT_NO_FATAL_FAILURE(Start({}, start));
-  StartMeasuringUnheard();
+  StartMeasuringWithoutConsole();
 }
 
-void FaultyUnit::StartMeasuringUnheard() {
+void FaultyUnit::StartMeasuringWithoutConsole() {
   mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic,
                  louddesk::EnableReportingJson(true));
   SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), mUnit.Cluster()).Json());
@@ -92,7 +92,7 @@ void FaultyUnit::BeginWatch() {
   ASSERT_TRUE(mWatch->WaitFor(1, kPatience)) << "no data";
 }
 
-void FaultyUnit::ExpectWatchedWell(Milliseconds longestGap) {
+void FaultyUnit::ExpectCadenceAndMemory(Milliseconds longestGap) {
   const Cadence cadence = mWatch->Stop();
   const long growth = mService->ResidentKib() - mResidentKib;
   RecordFigure("on_time_percent", 100.0 * static_cast<double>(cadence.onTime) /

@@ -33,7 +33,7 @@ class FaultyUnit : public WatchedService {
   void StartInOrder(const ServiceStart& start = {});
 
   /// Like StartMeasuring, for a service whose console is not read.
-  void StartMeasuringUnheard();
+  void StartMeasuringWithoutConsole();
 
   /// Begins to watch the cadence, with a separate client, and the memory of the service.
   void BeginWatch();
@@ -41,14 +41,14 @@ class FaultyUnit : public WatchedService {
   /// Expects that since BeginWatch data has kept arriving and memory has stayed within its bound,
   /// and records the figures. Gaps may be as long as `longestGap` (a second, for a busy machine),
   /// plus the time in which the client itself could not run.
-  void ExpectWatchedWell(Milliseconds longestGap = Milliseconds{1000});
+  void ExpectCadenceAndMemory(Milliseconds longestGap = Milliseconds{1000});
 
   /// Whether a client gets data from now on.
   bool GetsData(louddesk::DataClient& client, Milliseconds patience = kPatience);
 
   /// Several processes may play peers or a client. After this call the functions below act on the
   /// process named `remote`; before the first call, on a process without a name.
-  void TurnTo(const std::string& remote) { mRemote = &mRemotes[remote]; }
+  void SelectRemote(const std::string& remote) { mRemote = &mRemotes[remote]; }
 
   /// Moves the peers to the remote process, or restarts them there.
   void StartRemote(const Peers& peers);

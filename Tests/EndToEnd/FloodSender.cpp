@@ -130,7 +130,7 @@ void Send(void* socket, const Frames& frames) {
              ZMQ_DONTWAIT | (i + 1 < frames.size() ? ZMQ_SNDMORE : 0));
 }
 
-[[noreturn]] void Swallow(zsock_t* socket) {
+[[noreturn]] void ReadForever(zsock_t* socket) {
   for (zmsg_t* message = zmsg_recv(socket);; message = zmsg_recv(socket))
     zmsg_destroy(&message);
 }
@@ -164,7 +164,7 @@ int main(int argc, char** argv) {
   if (argc != 4)
     GiveUp("endpoint, kind and rate are missing");
   if (std::strcmp(argv[2], "Sink") == 0)
-    Swallow(Bind(ZMQ_PULL, argv[1]));
+    ReadForever(Bind(ZMQ_PULL, argv[1]));
   for (const Kind& kind : Kinds())
     if (std::strcmp(argv[2], kind.name) == 0)
       Flood(Bind(ZMQ_XPUB, argv[1]), kind.make(), std::strtoul(argv[3], nullptr, 10));

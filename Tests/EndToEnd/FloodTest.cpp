@@ -92,7 +92,7 @@ class FloodTest : public RunningService, public testing::WithParamInterface<Floo
   /// Starts the service. The flood comes from a separate endpoint, and a sink receives all log
   /// lines.
   void StartBesideTheFlood() {
-    ASSERT_NO_FATAL_FAILURE(Start({FloodedPlace(), Peer::kLogSink}, Unheard()));
+    ASSERT_NO_FATAL_FAILURE(Start({FloodedPlace(), Peer::kLogSink}, WithoutConsole()));
     mUnit.SendText(Peer::kOpticalAppServer, kEnableReportingTopic,
                    louddesk::EnableReportingJson(true));
     SendPreset(louddesk::PresetForSpeakers(SurroundSpeakers(), mUnit.Cluster()).Json());
@@ -128,7 +128,7 @@ class FloodTest : public RunningService, public testing::WithParamInterface<Floo
     Record("beats_share_percent", 100.0 * beats / static_cast<double>(GetParam().length.count()));
   }
 
-  void ExpectNothingSuffered() {
+  void ExpectUndisturbed() {
     const double ticks = static_cast<double>(std::max<std::size_t>(mCadence.ticks, 1));
     const double due = static_cast<double>(GetParam().length / kPeriod);
     Record("on_time_percent", 100.0 * static_cast<double>(mCadence.onTime) / ticks);
@@ -173,7 +173,7 @@ class FloodTest : public RunningService, public testing::WithParamInterface<Floo
   }
 
   /// Discards the console output: millions of lines would not fit into memory.
-  static ServiceStart Unheard() {
+  static ServiceStart WithoutConsole() {
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     ServiceStart start;
     start.options.output = nowhere;
@@ -198,7 +198,7 @@ TEST_P(FloodTest, KeepsCadenceHeartbeatAndMemoryAndEndsAtOnce) {
   ASSERT_NO_FATAL_FAILURE(StartBesideTheFlood());
   ASSERT_NO_FATAL_FAILURE(BeginFlood());
   ASSERT_NO_FATAL_FAILURE(WatchFlood());
-  ExpectNothingSuffered();
+  ExpectUndisturbed();
   ExpectQuickEnd();
 }
 

@@ -33,7 +33,7 @@ TEST_F(DataClientFaultTest, KilledClientDisturbsNobodyAndIsServedAgain) {
   Pass(kAbsence);
   StartRemoteClient();
   ExpectServedSoon();
-  ExpectWatchedWell();
+  ExpectCadenceAndMemory();
 }
 
 TEST_F(DataClientFaultTest, StoppedClientDisturbsNobodyAndGetsWhatWaited) {
@@ -51,7 +51,7 @@ TEST_F(DataClientFaultTest, StoppedClientDisturbsNobodyAndGetsWhatWaited) {
   };
   EXPECT_TRUE(mUnit.WaitFor([&] { return missing() <= kAbsence / kPeriod / 2; }, kPatience))
       << missing() << " messages";
-  ExpectWatchedWell();
+  ExpectCadenceAndMemory();
 }
 
 TEST_F(DataClientFaultTest, ClientsThatConnectAndSayNothingDisturbNobody) {
@@ -75,7 +75,7 @@ TEST_F(DataClientFaultTest, ClientsThatConnectAndSayNothingDisturbNobody) {
   for (const int client : clients)
     close(client);
   ExpectMeasures(-20);
-  ExpectWatchedWell();
+  ExpectCadenceAndMemory();
 }
 
 /// A service whose log sink reads nothing while thousands of lines are written.
@@ -105,7 +105,7 @@ class FullSinkTest : public FaultyUnit {
     RecordFigure("lines_at_the_return", static_cast<double>(lines));
     EXPECT_GE(lines, kQueue / 2);
     EXPECT_LE(lines, 2 * kQueue);
-    ExpectWatchedWell();
+    ExpectCadenceAndMemory();
   }
 
   static constexpr char kRemark[] = " remark ";

@@ -109,7 +109,7 @@ using Numbers = std::vector<unsigned long>;
 }
 
 // Connects, never subscribes and leaves.
-void ComeAndGo(const std::string& path, const Numbers&) {
+void ConnectAndLeave(const std::string& path, const Numbers&) {
   Repeat([&] {
     const Connection connection(path);
     connection.ShakeHands();
@@ -164,8 +164,10 @@ struct Kind {
   void (*act)(const std::string& path, const Numbers& numbers);
 };
 
-constexpr Kind kKinds[] = {
-    {"ComeAndGo", ComeAndGo}, {"Garbage", Garbage}, {"Topics", Topics}, {"Silent", Silent}};
+constexpr Kind kKinds[] = {{"ConnectAndLeave", ConnectAndLeave},
+                           {"Garbage", Garbage},
+                           {"Topics", Topics},
+                           {"Silent", Silent}};
 
 void AllowAllFiles() {
   rlimit files = {};

@@ -59,7 +59,7 @@ class HostileClientTest : public FaultyUnit,
   }
 
   /// Waits for the duration of the test while the hostile clients run, and keeps calling `act`.
-  void Endure(const std::function<void()>& act = [] {}) {
+  void RunHostileClients(const std::function<void()>& act = [] {}) {
     for (const auto end = Clock::now() + GetParam(); Clock::now() < end;) {
       act();
       Pass(kPeriod);
@@ -73,10 +73,10 @@ class HostileClientTest : public FaultyUnit,
       EXPECT_TRUE(hostile->IsRunning()) << "ended early";
   }
 
-  void ExpectNothingSuffered(Milliseconds longestGap = Milliseconds{1000}) {
+  void ExpectUndisturbed(Milliseconds longestGap = Milliseconds{1000}) {
     RecordFigure("most_memory_kib", static_cast<double>(mMostKib));
     EXPECT_LE(mMostKib, kBoundKib);
-    ExpectWatchedWell(longestGap);
+    ExpectCadenceAndMemory(longestGap);
   }
 
   std::vector<std::unique_ptr<ServiceProcess>> mHostile;
@@ -88,28 +88,28 @@ class HostileClientTest : public FaultyUnit,
 
 TEST_P(HostileClientTest, WhoConnectsAndNeverSubscribesFillsNoMemory) {
   for (const std::string& file : {kStateFile, kStateFile, kDataFile})
-    ASSERT_NO_FATAL_FAILURE(StartHostile({"ComeAndGo", file}));
-  Endure();
-  ExpectNothingSuffered();
+    ASSERT_NO_FATAL_FAILURE(StartHostile({"ConnectAndLeave", file}));
+  RunHostileClients();
+  ExpectUndisturbed();
 }
 
 TEST_P(HostileClientTest, WhoTalksGarbageCostsNoCadence) {
   for (const std::string& file : {kStateFile, kDataFile})
     ASSERT_NO_FATAL_FAILURE(StartHostile({"Garbage", file}));
-  Endure();
-  ExpectNothingSuffered();
+  RunHostileClients();
+  ExpectUndisturbed();
 }
 
 TEST_P(HostileClientTest, WhoHasSubscribedToLongTopicsLeavesAtNoCost) {
   ASSERT_NO_FATAL_FAILURE(StartHostile({"Topics", kStateFile, "200", "10", "250"}));
   mHostile.clear();
-  Endure();
-  ExpectNothingSuffered();
+  RunHostileClients();
+  ExpectUndisturbed();
 }
 
 TEST_P(HostileClientTest, WhoRemovesTheFilesAgainAndAgainKeepsNobodyOut) {
   const long before = mService->OpenFiles();
-  Endure([] {
+  RunHostileClients([] {
     for (const std::string& file : {kDataFile, kStateFile})
       std::filesystem::remove(file);
   });
@@ -118,7 +118,7 @@ TEST_P(HostileClientTest, WhoRemovesTheFilesAgainAndAgainKeepsNobodyOut) {
   EXPECT_TRUE(GetsData(newcomer));
   ExpectMeasures(-20);
   // Earlier clients must reconnect from time to time.
-  ExpectNothingSuffered(Milliseconds{3000});
+  ExpectUndisturbed(Milliseconds{3000});
 }
 
 /// A service that may open few files.
@@ -135,11 +135,11 @@ class FileShortageTest : public HostileClientTest {
 
 TEST_P(FileShortageTest, WhoConnectsAndSaysNothingDoesNotEndTheService) {
   ASSERT_NO_FATAL_FAILURE(StartHostile({"Silent", kDataFile, std::to_string(2 * kFiles)}));
-  Endure();
+  RunHostileClients();
   // The maximum, because clients that are silent for too long are all dropped at once.
   EXPECT_GE(mMostFiles, kFiles - 2 * kMqSpareFiles) << "there was no shortage";
   ExpectMeasures(-20);
-  ExpectNothingSuffered();
+  ExpectUndisturbed();
   mHostile.clear();
   louddesk::DataClient newcomer(louddesk::DataPublisherFile(1, 1));
   EXPECT_TRUE(GetsData(newcomer));
@@ -152,8 +152,8 @@ TEST_P(SubscriberCostTest, TwoHundredWhoHaveSubscribedToTheLongestTopicsLeaveWit
   const std::string longest = std::to_string(kMqMaxClientFrameSize - 1);
   ASSERT_NO_FATAL_FAILURE(StartHostile({"Topics", kStateFile, "200", "10", longest}));
   mHostile.clear();
-  Endure();
-  ExpectNothingSuffered(Milliseconds{3000});
+  RunHostileClients();
+  ExpectUndisturbed(Milliseconds{3000});
 }
 
 const auto kNameOfLength = [](const testing::TestParamInfo<std::chrono::seconds>& info) {

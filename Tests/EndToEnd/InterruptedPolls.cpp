@@ -23,8 +23,8 @@ bool IsInterrupted() {
 }
 
 // Writes the number of interrupted calls to a file if the test asks for it.
-struct Account {
-  ~Account() {
+struct InterruptionReport {
+  ~InterruptionReport() {
     const char* path = std::getenv("INTERRUPTED_POLLS_FILE");
     std::FILE* file = path != nullptr ? std::fopen(path, "w") : nullptr;
     if (file == nullptr)
@@ -32,7 +32,7 @@ struct Account {
     std::fprintf(file, "%u\n", gInterruptions.load());
     std::fclose(file);
   }
-} gAccount;
+} gInterruptionReport;
 
 }  // namespace
 

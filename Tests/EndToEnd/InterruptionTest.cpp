@@ -37,7 +37,7 @@ TEST_F(InterruptionTest, OfEveryThirdPollCostsNothing) {
   }
   mUnit.DropHeartbeats();
   EXPECT_TRUE(mUnit.NextHeartbeat(kPatience));
-  ExpectWatchedWell();
+  ExpectCadenceAndMemory();
   ExpectCleanEnd(SIGTERM);
   EXPECT_THAT(Output(), testing::Not(testing::HasSubstr("Failed")));
   unsigned interruptions = 0;

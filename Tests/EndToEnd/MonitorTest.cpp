@@ -97,17 +97,17 @@ TEST_F(MonitorTest, StatusOfAnUnexpectedFormStopsTheService) {
   ExpectStopByAssertion("doc.IsObject()");
 }
 
-TEST_F(MonitorTest, StatusThatIsNoTextStopsTheService) {
+TEST_F(MonitorTest, StatusThatIsNotTextStopsTheService) {
   mUnit.SendText(Peer::kProcessMonitor, kStatusTopic, std::string(R"({"SystemStatus":["Okay"]})"));
   ExpectStopByAssertion("vSysStatus.IsString()");
 }
 
-TEST_F(MonitorTest, DecoderThatIsNoObjectStopsTheService) {
+TEST_F(MonitorTest, DecoderThatIsNotAnObjectStopsTheService) {
   mUnit.SendText(Peer::kProcessMonitor, kStatusTopic, StatusWithDecoder("Okay", "[]"));
   ExpectStopByAssertion("vDolbyDec.IsObject()");
 }
 
-TEST_F(MonitorTest, DecoderStateThatIsNoTextStopsTheService) {
+TEST_F(MonitorTest, DecoderStateThatIsNotTextStopsTheService) {
   mUnit.SendText(Peer::kProcessMonitor, kStatusTopic,
                  StatusWithDecoder("Okay", R"({"State":null})"));
   ExpectStopByAssertion("vState.IsString()");

@@ -47,7 +47,7 @@ class PeerFaultTest : public FaultyUnit {
   void ForEach(const std::vector<Peer>& peers, Action action) {
     for (const Peer peer : peers) {
       SCOPED_TRACE(std::string("row ") + PlaceOf(peer));
-      TurnTo(PlaceOf(peer));
+      SelectRemote(PlaceOf(peer));
       action(peer);
     }
   }
@@ -95,7 +95,7 @@ TEST_P(EarlierPeerTest, LeavesTheDataAloneAndIsServedAgain) {
     Pass(kStagger);
   });
   ExpectEachServedSoon(kEveryPeer);
-  ExpectWatchedWell();
+  ExpectCadenceAndMemory();
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, EarlierPeerTest,
@@ -110,7 +110,7 @@ TEST_F(LatePeerTest, LeavesTheDataAloneAndIsServed) {
     if (kNeededToMeasure.count(peer) == 0)
       late.push_back(peer);
   ASSERT_NO_FATAL_FAILURE(Start({late.begin(), late.end()}));
-  StartMeasuringUnheard();
+  StartMeasuringWithoutConsole();
   ASSERT_NO_FATAL_FAILURE(BeginWatch());
   Pass(kAbsence);
   ForEach(late, [this](Peer peer) {
@@ -118,7 +118,7 @@ TEST_F(LatePeerTest, LeavesTheDataAloneAndIsServed) {
     Pass(kStagger);
   });
   ExpectEachServedSoon(late);
-  ExpectWatchedWell();
+  ExpectCadenceAndMemory();
 }
 
 // All peers are absent at first. They are in this process, which can send the messages that start a
@@ -133,11 +133,11 @@ TEST_F(LatePeerTest, AllAtOnceAreServedAndMeasuredFor) {
   ExpectLogLine("Connected to ipc");
   ExpectSoon(std::chrono::steady_clock::now() - opening);
 
-  StartMeasuringUnheard();
+  StartMeasuringWithoutConsole();
   ASSERT_NO_FATAL_FAILURE(BeginWatch());
   ExpectMeasures(-20);
   Pass(kAWhile);
-  ExpectWatchedWell();
+  ExpectCadenceAndMemory();
 }
 
 }  // namespace

@@ -56,7 +56,7 @@ class PresetTest : public WatchedService {
     Hear();
   }
 
-  Speech Recall(const Preset& preset) { return SayTo(kTopic, preset.Json()); }
+  Speech SendPresetDocument(const Preset& preset) { return SayTo(kTopic, preset.Json()); }
 
   void ExpectRestart() {
     ExpectTransitions(kRestart);
@@ -94,7 +94,7 @@ TEST_F(PresetTest, TakesTheMetersOfItsClusterWithTheWeightsOfTheirSpeakers) {
                    {6, "MonoSurround", 6, "SDI"},
                    {7, "BackSurroundLeft", 7, "TOSLINK"},
                    {32, "Right", -1, "Analog"}};
-  const Speech speech = Recall(preset);
+  const Speech speech = SendPresetDocument(preset);
   const Speech expected = {{MeterLine(0, 1, 0, "1.000000", "0x1", "1.000000"),
                             MeterLine(1, 1, 0, "0.000000", "0x3", "0.000000"),
                             MeterLine(4, 1, 0, "0.000000", "0x13", "0.000000"),
@@ -107,28 +107,28 @@ TEST_F(PresetTest, TakesTheMetersOfItsClusterWithTheWeightsOfTheirSpeakers) {
 }
 
 TEST_F(PresetTest, RestartsARunningMeasurement) {
-  Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
+  SendPresetDocument(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   ExpectRestart();
   ExpectMeasures(-20);
-  Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
+  SendPresetDocument(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   ExpectRestart();
   EXPECT_EQ(kNoFigures, SettledFigures());
   ExpectMeasures(-30);
 }
 
 TEST_F(PresetTest, ReplacesAPauseThatWaits) {
-  Recall(louddesk::PresetForSpeakers({"Left"}, 1));
+  SendPresetDocument(louddesk::PresetForSpeakers({"Left"}, 1));
   ExpectRestart();
   EnableReporting(false);
   SendCommand("Pause");
-  Recall(louddesk::PresetForSpeakers({"Left"}, 1));
+  SendPresetDocument(louddesk::PresetForSpeakers({"Left"}, 1));
   EnableReporting();
   ExpectRestart();
   ExpectNoAnswer();
 }
 
 TEST_F(PresetTest, StartsAfterAStop) {
-  Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
+  SendPresetDocument(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   ExpectRestart();
   louddesk::LoudnessConfiguration configuration;
   configuration.mode = "Manual";
@@ -136,7 +136,7 @@ TEST_F(PresetTest, StartsAfterAStop) {
   ExpectAcknowledgement("Start");
   SendCommand("Stop");
   ExpectAcknowledged("Stop");
-  Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
+  SendPresetDocument(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   ExpectAcknowledgement("Start");
   ExpectMeasures(-20);
 }
@@ -162,7 +162,7 @@ TEST_P(SpeakerTest, WeighsInTheFigures) {
   preset.clusters = {{3, 1}, {1, 2}, {4, 29}};
   for (int meter = 1; meter <= 32; ++meter)
     preset.meters.push_back({meter, meter == 3 ? GetParam().speaker : "Left", meter});
-  Recall(preset);
+  SendPresetDocument(preset);
   ExpectRestart();
   FeedAllMeters(-20);
   ExpectData([](const LoudnessMessage& message) { return message.data.TruePeak != -9900; },
@@ -188,7 +188,7 @@ INSTANTIATE_TEST_SUITE_P(
     NameOfSpeaker);
 
 TEST_F(PresetTest, ChannelsOfTheProgrammeAdd) {
-  Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
+  SendPresetDocument(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   ExpectRestart();
   FeedAllMeters(-30);
   ExpectData([](const LoudnessMessage& message) { return message.data.TruePeak != -9900; },
@@ -202,10 +202,10 @@ TEST_F(PresetTest, ChannelsOfTheProgrammeAdd) {
 // ---- Republished ----
 
 TEST_F(PresetTest, RepublishedOneKeepsTheProgrammeAndRestarts) {
-  Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
+  SendPresetDocument(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   ExpectRestart();
   ExpectMeasures(-20);
-  const Speech speech = Recall(Republished(louddesk::PresetForSpeakers({"Left"}, 2)));
+  const Speech speech = SendPresetDocument(Republished(louddesk::PresetForSpeakers({"Left"}, 2)));
   EXPECT_EQ((Speech{{Printed(kUnit, "\"Preset republished!\\n\"")}, {}}), speech);
   ExpectRestart();
   EXPECT_EQ(kNoFigures, SettledFigures());
@@ -213,15 +213,16 @@ TEST_F(PresetTest, RepublishedOneKeepsTheProgrammeAndRestarts) {
 }
 
 TEST_F(PresetTest, RepublishedOneDoesNotEndAnInvalidSource) {
-  Recall(louddesk::PresetForSpeakers({"Left"}, 2));
+  SendPresetDocument(louddesk::PresetForSpeakers({"Left"}, 2));
   EXPECT_EQ(InvalidSourceRuns(), RunsUntilSilence());
-  Recall(Republished(louddesk::PresetForSpeakers({"Left"}, 1)));
+  SendPresetDocument(Republished(louddesk::PresetForSpeakers({"Left"}, 1)));
   ExpectNoData();
   ExpectNoTransition();
 }
 
 TEST_F(PresetTest, RepublishedOneBeforeAnyOtherStartsWithoutAProgramme) {
-  const Speech speech = Recall(Republished(louddesk::PresetForSpeakers(SurroundSpeakers(), 1)));
+  const Speech speech =
+      SendPresetDocument(Republished(louddesk::PresetForSpeakers(SurroundSpeakers(), 1)));
   EXPECT_EQ((Speech{{Printed(kUnit, "\"Preset republished!\\n\"")}, {}}), speech);
   ExpectRestart();
   Feed(8, -20);
@@ -231,12 +232,12 @@ TEST_F(PresetTest, RepublishedOneBeforeAnyOtherStartsWithoutAProgramme) {
 // ---- Of another cluster, refused, for others ----
 
 TEST_F(PresetTest, OneOfAnotherClusterMakesTheSourceInvalidUntilAGoodOne) {
-  Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
+  SendPresetDocument(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   ExpectRestart();
   ExpectMeasures(-20);
   const std::vector<int> measured = SettledFigures();
 
-  const Speech speech = Recall(louddesk::PresetForSpeakers({"Left", "Right"}, 2));
+  const Speech speech = SendPresetDocument(louddesk::PresetForSpeakers({"Left", "Right"}, 2));
   EXPECT_EQ((Speech{{MeterLine(0, 1, 1, "1.000000", "0x0", "0.000000"),
                      MeterLine(1, 1, 1, "1.000000", "0x0", "0.000000")},
                     {}}),
@@ -249,7 +250,7 @@ TEST_F(PresetTest, OneOfAnotherClusterMakesTheSourceInvalidUntilAGoodOne) {
   ExpectNoAnswer();
 
   // The pending actions are carried out now; the last command is None.
-  Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
+  SendPresetDocument(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   MessageRun reset;
   reset.figures = kNoFigures;
   MessageRun running = reset;
@@ -262,15 +263,15 @@ TEST_F(PresetTest, OneOfAnotherClusterMakesTheSourceInvalidUntilAGoodOne) {
   ExpectMeasures(-25);
 }
 
-TEST_F(PresetTest, EveryInvalidOneIsToldByTenMessages) {
+TEST_F(PresetTest, EveryInvalidOneIsReportedByTenMessages) {
   for (int i = 1; i <= 3; ++i) {
-    Recall(louddesk::PresetForSpeakers({"Left"}, 3));
+    SendPresetDocument(louddesk::PresetForSpeakers({"Left"}, 3));
     EXPECT_EQ(InvalidSourceRuns(), RunsUntilSilence());
   }
 }
 
 TEST_F(PresetTest, CommandsWaitWhileTheSourceIsInvalid) {
-  Recall(louddesk::PresetForSpeakers({"Left"}, 2));
+  SendPresetDocument(louddesk::PresetForSpeakers({"Left"}, 2));
   EXPECT_EQ(InvalidSourceRuns(), RunsUntilSilence());
   SendCommand("Pause");
   Hear();
@@ -279,11 +280,12 @@ TEST_F(PresetTest, CommandsWaitWhileTheSourceIsInvalid) {
 }
 
 TEST_F(PresetTest, RefusedOneIsLoggedAndMakesTheSourceInvalid) {
-  Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
+  SendPresetDocument(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   ExpectRestart();
   ExpectMeasures(-20);
   const std::vector<int> measured = SettledFigures();
-  const Speech speech = Recall(WithoutClock(louddesk::PresetForSpeakers(SurroundSpeakers(), 1)));
+  const Speech speech =
+      SendPresetDocument(WithoutClock(louddesk::PresetForSpeakers(SurroundSpeakers(), 1)));
   EXPECT_EQ(
       (Speech{{},
               {Failed(kUnit, "\"Preset parsing failed so preset is reset to initial state\"")}}),
@@ -292,13 +294,14 @@ TEST_F(PresetTest, RefusedOneIsLoggedAndMakesTheSourceInvalid) {
   if (!runs.empty() && runs.front().figures == measured)
     runs.erase(runs.begin());
   EXPECT_EQ(InvalidSourceRuns(), runs);
-  Recall(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
+  SendPresetDocument(louddesk::PresetForSpeakers(SurroundSpeakers(), 1));
   ExpectRestart();
   ExpectMeasures(-25);
 }
 
-TEST_F(PresetTest, RefusedOneIsNoRepublicationWhateverItSays) {
-  const Speech speech = Recall(Republished(WithoutClock(louddesk::PresetForSpeakers({"Left"}, 1))));
+TEST_F(PresetTest, RefusedOneIsNotARepublicationWhateverItSays) {
+  const Speech speech =
+      SendPresetDocument(Republished(WithoutClock(louddesk::PresetForSpeakers({"Left"}, 1))));
   EXPECT_EQ(
       (Speech{{},
               {Failed(kUnit, "\"Preset parsing failed so preset is reset to initial state\"")}}),
@@ -337,7 +340,7 @@ TEST_F(SecondClusterTest, TakesItsOwnMeters) {
   Preset preset;
   preset.clusters = {{1, 2}, {3, 1}};
   preset.meters = {{1, "Left", 1}, {2, "Right", 2}, {3, "LeftSurround", 3}};
-  const Speech speech = Recall(preset);
+  const Speech speech = SendPresetDocument(preset);
   EXPECT_EQ((Speech{{MeterLine(0, 2, 0, "1.000000", "0x0", "0.000000"),
                      MeterLine(1, 2, 0, "1.000000", "0x0", "0.000000"),
                      MeterLine(2, 2, 1, "1.410000", "0x4", "1.410000")},
@@ -357,7 +360,7 @@ TEST_F(SecondClusterTest, LaterClusterTakesTheMetersItShares) {
   Preset preset;
   preset.clusters = {{1, 3}, {3, 1}};
   preset.meters = {{1, "Left", 1}, {2, "Right", 2}, {3, "Center", 3}};
-  Recall(preset);
+  SendPresetDocument(preset);
   ExpectRestart();
   FeedAllMeters(-20);
   ExpectData([](const LoudnessMessage& message) { return message.data.Momentary == -200; },
@@ -365,7 +368,7 @@ TEST_F(SecondClusterTest, LaterClusterTakesTheMetersItShares) {
 }
 
 TEST_F(SecondClusterTest, TellsItsClusterWhileTheSourceIsInvalid) {
-  Recall(louddesk::PresetForSpeakers({"Left"}, 1));
+  SendPresetDocument(louddesk::PresetForSpeakers({"Left"}, 1));
   EXPECT_EQ(InvalidSourceRuns(2), RunsUntilSilence());
 }
 

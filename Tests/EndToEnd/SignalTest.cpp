@@ -37,7 +37,7 @@ TEST_F(StraySignalTest, NeitherEndsTheServiceNorDisturbsItsCadence) {
     SCOPED_TRACE(std::string("row ") + stray.name);
     if (!mService->IsRunning()) {
       ASSERT_NO_FATAL_FAILURE(StartAgain());
-      StartMeasuringUnheard();
+      StartMeasuringWithoutConsole();
     }
     for (int i = 0; i < 40; ++i) {
       mService->Signal(stray.signal);
@@ -48,7 +48,7 @@ TEST_F(StraySignalTest, NeitherEndsTheServiceNorDisturbsItsCadence) {
   mUnit.DropHeartbeats();
   EXPECT_TRUE(mUnit.NextHeartbeat(kPatience));
   ExpectMeasures(-20);
-  ExpectWatchedWell();
+  ExpectCadenceAndMemory();
 }
 
 class SuspensionTest : public FaultyUnit {
@@ -170,7 +170,7 @@ class EndingSignalTest : public FaultyUnit, public testing::WithParamInterface<N
 
   void StartAfresh() {
     ASSERT_NO_FATAL_FAILURE(StartAgain());
-    StartMeasuringUnheard();
+    StartMeasuringWithoutConsole();
   }
 
  private:

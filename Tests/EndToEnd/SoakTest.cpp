@@ -20,7 +20,7 @@ class SoakTest : public FaultyUnit {
 
 TEST_F(SoakTest, AbsentMonitorGetsTheBeatsThatWaitedAndFullQueueIsReportedOnceABeat) {
   ASSERT_NO_FATAL_FAILURE(Start({Peer::kHeartbeatReceiver}));
-  StartMeasuringUnheard();
+  StartMeasuringWithoutConsole();
   ASSERT_NO_FATAL_FAILURE(BeginWatch());
   Pass(kLong);
   const std::size_t failed = LinesOf(*mService, kFailedBeat);
@@ -35,7 +35,7 @@ TEST_F(SoakTest, AbsentMonitorGetsTheBeatsThatWaitedAndFullQueueIsReportedOnceAB
   RecordFigure("beats_at_the_return", beats);
   EXPECT_GE(beats, kQueue);
   EXPECT_LE(beats, kQueue + 10);
-  ExpectWatchedWell();
+  ExpectCadenceAndMemory();
 }
 
 TEST_F(SoakTest, ClientThatDoesNotReadGetsWhatFitsIntoItsQueue) {
@@ -54,7 +54,7 @@ TEST_F(SoakTest, ClientThatDoesNotReadGetsWhatFitsIntoItsQueue) {
   // The queues of both sides and the kernel's buffers between them.
   EXPECT_GE(messages, kQueue);
   EXPECT_LE(messages, 3 * kQueue);
-  ExpectWatchedWell();
+  ExpectCadenceAndMemory();
 }
 
 TEST_F(SoakTest, AllPeersThatAreGoneAreServedAgain) {
@@ -66,7 +66,7 @@ TEST_F(SoakTest, AllPeersThatAreGoneAreServedAgain) {
   Pass(kLong);
   StartRemote(mAllPeers);
   ExpectServedSoon();
-  ExpectWatchedWell();
+  ExpectCadenceAndMemory();
 }
 
 TEST_F(SoakTest, AllPeersThatStoppedAreServedAgain) {
@@ -78,7 +78,7 @@ TEST_F(SoakTest, AllPeersThatStoppedAreServedAgain) {
   Pass(kLong);
   ContinueRemote();
   ExpectServedSoon();
-  ExpectWatchedWell();
+  ExpectCadenceAndMemory();
 }
 
 }  // namespace

@@ -180,7 +180,8 @@ TEST_F(TrustBoundaryTest, MembersAreServed) {
 
 TEST_F(TrustBoundaryTest, StrangersNeitherConnectNorRemoveTheFile) {
   ASSERT_NO_FATAL_FAILURE(StartInItsUnit());
-  const auto stranger = Run(AsUser(kStranger, false, "HostileClient"), {"ComeAndGo", mDataFile});
+  const auto stranger =
+      Run(AsUser(kStranger, false, "HostileClient"), {"ConnectAndLeave", mDataFile});
   EXPECT_TRUE(stranger->WaitForLine("Permission denied", kPatience));
   auto remover = AsUser(kStranger, false, "");
   remover.resize(4);

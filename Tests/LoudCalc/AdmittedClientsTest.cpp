@@ -107,7 +107,7 @@ TEST_F(AdmittedClientsTest, NamesStandForTheirNumbers) {
   EXPECT_EQ(isInItsGroup, IsAdmitted());
 }
 
-TEST_F(AdmittedClientsTest, UnknownNameIsToldAndChangesNothing) {
+TEST_F(AdmittedClientsTest, UnknownNameIsReportedAndChangesNothing) {
   struct {
     const char* value;
     const char* part;

@@ -143,7 +143,7 @@ TEST_F(CbinTest, TheLastFloatBelowTheTopBinIsNotInIt) {
   EXPECT_EQ(Cbin::GetBinIndx(9.98F), 3999);
 }
 
-TEST_F(CbinTest, WhatIsNoNumberCountsAsSilence) {
+TEST_F(CbinTest, WhatIsNotANumberCountsAsSilence) {
   EXPECT_EQ(Cbin::GetBinIndx(std::numeric_limits<float>::quiet_NaN()), 0);
   EXPECT_EQ(Cbin::GetBinIndx(-std::numeric_limits<float>::quiet_NaN()), 0);
 }

@@ -335,7 +335,7 @@ TEST_F(LoudCalcBaseTest, SumThatHasWrappedRestartsFromTheNewestPower) {
   EXPECT_EQ(DspCircBuf[0], 4000U);
 }
 
-TEST_F(LoudCalcBaseTest, SumEqualToTheOldestPowerIsNoUnderflow) {
+TEST_F(LoudCalcBaseTest, SumEqualToTheOldestPowerIsNotAnUnderflow) {
   MomLoudnessUpdate(100);
   for (int i = 0; i < 3; ++i)
     MomLoudnessUpdate(0);

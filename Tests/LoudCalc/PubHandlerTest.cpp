@@ -198,7 +198,7 @@ TEST_F(PubHandlerTest, SocketsAreDestroyedOneByOne) {
 }
 
 // A missing file is noticed at the second check.
-void LookTwice(cPubHandler& publisher) {
+void CheckFileTwice(cPubHandler& publisher) {
   publisher.TendFiles();
   publisher.TendFiles();
 }
@@ -209,10 +209,10 @@ std::string PathOf(const std::string& endpoint) {
 
 TEST_F(PubHandlerTest, FilesThatAreGoneAreMadeAnewAndReported) {
   publisher_->Init(nullptr);
-  mqtest::TalkativeLogger();
+  mqtest::VerboseLogger();
   for (const std::string& endpoint : {DataEndpoint(), StateEndpoint()}) {
     std::filesystem::remove(PathOf(endpoint));
-    LookTwice(*publisher_);
+    CheckFileTwice(*publisher_);
     EXPECT_TRUE(std::filesystem::is_socket(PathOf(endpoint)));
   }
   for (const std::string& endpoint : {DataEndpoint(), StateEndpoint()})
@@ -223,11 +223,11 @@ TEST_F(PubHandlerTest, FilesThatAreGoneAreMadeAnewAndReported) {
 
 TEST_F(PubHandlerTest, FileThatCannotBeMadeAnewIsReportedWithTheReason) {
   publisher_->BindLuDataPubMq();
-  mqtest::TalkativeLogger();
+  mqtest::VerboseLogger();
   const std::filesystem::path directory =
       std::filesystem::path(PathOf(DataEndpoint())).parent_path();
   std::filesystem::remove_all(directory);
-  LookTwice(*publisher_);
+  CheckFileTwice(*publisher_);
   EXPECT_THAT(console_.Errors(),
               Logged("WARN", "PubHandler",
                      "\"File of " + DataEndpoint() +
@@ -237,11 +237,11 @@ TEST_F(PubHandlerTest, FileThatCannotBeMadeAnewIsReportedWithTheReason) {
 TEST_F(PubHandlerTest, WithoutAMeterSetTheFileIsTheStateSockets) {
   SetNumbers(0, 1);
   publisher_->Init(nullptr);
-  mqtest::TalkativeLogger();
-  LookTwice(*publisher_);
+  mqtest::VerboseLogger();
+  CheckFileTwice(*publisher_);
   std::filesystem::remove(PathOf(StateEndpoint()));
-  LookTwice(*publisher_);
-  LookTwice(*publisher_);
+  CheckFileTwice(*publisher_);
+  CheckFileTwice(*publisher_);
   Subscriber state(publisher_->mpLuStatePubSocket, StateEndpoint());
   EXPECT_TRUE(state.IsConnected());
   EXPECT_EQ(1u, mqtest::Occurrences(console_.Errors(), "|WARN|"));

@@ -110,7 +110,7 @@ TEST_F(RawLoudnessDataTest, PowerOfAMeterWithoutWeightIsNotAskedFor) {
   EXPECT_EQ(33u, block_.peak);
 }
 
-TEST_F(RawLoudnessDataTest, PartOfAnEntryIsNoEntry) {
+TEST_F(RawLoudnessDataTest, PartOfAnEntryIsNotAnEntry) {
   Meter(1, 1.0, 11, 22);
   const FrameBytes peaks{peaks_.data(), 4};
   EXPECT_FALSE(SumProgramme(peaks, {powers_.data(), 7}, meters_, weights_, block_));

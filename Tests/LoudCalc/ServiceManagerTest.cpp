@@ -77,7 +77,7 @@ TEST_F(ServiceManagerTest, NameTooLongForASocketIsNone) {
   EXPECT_FALSE(ServiceManager().IsPresent());
 }
 
-TEST_F(ServiceManagerTest, ReadyIsToldOnceAndStoppingWhenAsked) {
+TEST_F(ServiceManagerTest, ReadyIsReportedOnceAndStoppingWhenAsked) {
   const ManagerEnd end(OwnName());
   ServiceManager manager;
   ASSERT_TRUE(manager.IsPresent());
@@ -88,7 +88,7 @@ TEST_F(ServiceManagerTest, ReadyIsToldOnceAndStoppingWhenAsked) {
   EXPECT_THAT(end.Heard(), ElementsAre("STOPPING=1"));
 }
 
-TEST_F(ServiceManagerTest, ReadyIsToldAgainToAManagerThatHadNoRoomForIt) {
+TEST_F(ServiceManagerTest, ReadyIsReportedAgainToAManagerThatHadNoRoomForIt) {
   const ManagerEnd end(OwnName());
   setenv("WATCHDOG_USEC", "3000000", 1);
   ServiceManager manager;

@@ -161,7 +161,7 @@ void WaitForOtherTests() {
   std::exit(1);
 }
 
-void ShareMachine() {
+void RunWithoutNamespaces() {
   // In the child process of a death test, the waiting parent holds the lock and the ports.
   const bool childOfHolder = std::getenv(kLockHeldVariable) != nullptr;
   if (!childOfHolder)
@@ -186,7 +186,7 @@ void IsolateTestProcess() {
   if (GTEST_FLAG_GET(list_tests))
     return;
   if (NamespacesAreForbidden() || !NamespacesAreAllowed()) {
-    ShareMachine();
+    RunWithoutNamespaces();
     return;
   }
   if (const char* failedStep = EnterNamespaces()) {

@@ -128,7 +128,7 @@ const std::string& Console::Errors() {
   return errors_;
 }
 
-Logger* TalkativeLogger() {
+Logger* VerboseLogger() {
   Logger* logger = Logger::GetInstance();
   logger->mLogLevel = MsgLevel_Debug;
   logger->mConsoleAttached = true;

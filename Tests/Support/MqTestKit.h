@@ -104,7 +104,7 @@ class Console {
 };
 
 /// The process's logger, set to write every level to the console.
-Logger* TalkativeLogger();
+Logger* VerboseLogger();
 
 /// Matches console output that has the line of a levelled message, for example
 /// Logged("ERROR", "MqReactor", "\"Failed\"").

@@ -172,7 +172,7 @@ void OpenMissingStandardStreams() {
       open("/dev/null", O_RDWR);  // gets the lowest free number, which is this one
 }
 
-void MakeConsoleNeverWait() {
+void MakeConsoleNonBlocking() {
   Replace(stdout, gOutput);
   Replace(stderr, gError);
 }

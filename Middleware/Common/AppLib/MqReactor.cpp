@@ -70,7 +70,7 @@ zmsg_t* ReceiveMessage(zsock_t* socket) {
 
 // Drops some excess frames of a message that has too many. False if there were none. Timers run
 // between two calls.
-bool DropSomeOfTheRest(zsock_t* socket) {
+bool DropFurtherFrames(zsock_t* socket) {
   if (zsock_rcvmore(socket) == 0)
     return false;
   for (std::size_t i = 0; i < kMostFramesDropped && zsock_rcvmore(socket) != 0; ++i) {
@@ -105,7 +105,7 @@ bool MqReactor::IsTopicTooLong(zmsg_t* message) {
 // Receives one message, passes its topic and the frames after it to `handler` and frees both.
 template <typename Handler>
 int MqReactor::ReadMessage(zsock_t* socket, Handler handler) {
-  if (DropSomeOfTheRest(socket))
+  if (DropFurtherFrames(socket))
     return LoopResult(0);
   zmsg_t* pMessage = ReceiveMessage(socket);
   if (IsTopicTooLong(pMessage)) {

@@ -56,14 +56,14 @@ std::size_t AudioFile::Read(double* samples, std::size_t frames) {
     got += piece;
     mFramesRead += piece;
     if (piece == 0)
-      GoOn();
+      OpenLaterLink();
   }
   mInput->CheckErrors();
   return got;
 }
 
 // Moves on to the next link that can be opened. Links that cannot be opened count as damage.
-void AudioFile::GoOn() {
+void AudioFile::OpenLaterLink() {
   CloseLink();
   while (mLink == nullptr && mLinks->NextLink()) {
     if (mDamage.endsAt)

@@ -68,7 +68,7 @@ class AudioFile {
   std::unique_ptr<LibavDecoder> OpenNextLink();
   void CloseLink();
   void SkipLink();
-  void GoOn();
+  void OpenLaterLink();
   double Here() const;
 
   std::string mPath;

@@ -106,12 +106,12 @@ bool IsRead(const AVInputFormat& format) {
 }
 
 // The libraries also return the errors that matter, so their messages are dropped.
-void SayNothing(void*, int, const char*, va_list) {}
+void IgnoreLog(void*, int, const char*, va_list) {}
 
 // Runs once, because the library stores the callback without synchronisation and files are opened
 // on several threads.
 void SilenceLibav() {
-  static const bool isSilenced = (av_log_set_callback(SayNothing), true);
+  static const bool isSilenced = (av_log_set_callback(IgnoreLog), true);
   static_cast<void>(isSilenced);
 }
 
@@ -315,7 +315,7 @@ void LibavContainer::CheckForWrappedSize() const {
     throw AudioFileError(mPath, "is longer than the 4 GiB that its header can describe");
 }
 
-std::optional<LibavContainer::Promise> LibavContainer::Promised(int sampleRate) const {
+std::optional<LibavContainer::HeaderLength> LibavContainer::LengthInHeader(int sampleRate) const {
   const LengthFacts* facts = FactsOf(kLengths, *mContext);
   if (facts == nullptr)
     return std::nullopt;
@@ -334,7 +334,7 @@ std::optional<LibavContainer::Promise> LibavContainer::Promised(int sampleRate) 
   if (frames == 0 || IsPlaceholder(frames))
     return std::nullopt;
   const bool isExact = isCounted || (facts->isExact && IsLossless(*mStream));
-  return Promise{frames, isExact ? 0 : std::llround(kLengthTolerance * sampleRate)};
+  return HeaderLength{frames, isExact ? 0 : std::llround(kLengthTolerance * sampleRate)};
 }
 
 // The AVI demuxer scales the length to the size of the file, but keeps the number of packets.

@@ -45,11 +45,11 @@ class LibavContainer {
   /// Length of the chosen stream in frames at `sampleRate`, as stored in the container. `tolerance`
   /// is the number of frames by which an intact file may be shorter. Nothing if the length is only
   /// an estimate.
-  struct Promise {
+  struct HeaderLength {
     std::int64_t frames;
     std::int64_t tolerance;
   };
-  std::optional<Promise> Promised(int sampleRate) const;
+  std::optional<HeaderLength> LengthInHeader(int sampleRate) const;
 
   /// Number of frames after which the last packet contains padding; nothing if it contains none.
   std::optional<std::int64_t> Padding(int sampleRate) const;

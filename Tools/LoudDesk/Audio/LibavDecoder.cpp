@@ -131,11 +131,11 @@ bool LibavDecoder::ReceiveFrame() {
     if (error == AVERROR(EAGAIN))
       SendPacket();
     if (error < 0 && error != AVERROR(EAGAIN) && error != AVERROR_EOF) {
-      Suspect(0);
+      MarkSuspect(0);
       ++faults;
     }
     if (error == 0 && mFrame->decode_error_flags != 0)
-      Suspect(mFrame->pkt_duration);
+      MarkSuspect(mFrame->pkt_duration);
     else if (error == 0 && mFrame->nb_samples > 0)
       return true;
   }
@@ -145,15 +145,15 @@ bool LibavDecoder::ReceiveFrame() {
 void LibavDecoder::SendPacket() {
   const LibavContainer::Got got = mContainer.ReadPacket(*mPacket);
   if (got == LibavContainer::Got::kFault || got == LibavContainer::Got::kSuspectPacket)
-    Suspect(0);
+    MarkSuspect(0);
   if (got == LibavContainer::Got::kFault)
     return;
   // At the end, makes the decoder return its remaining frames.
   const bool isEnd = got == LibavContainer::Got::kEnd;
   if (!isEnd && IsPacketCut())
-    Suspect(mPacket->duration);
+    MarkSuspect(mPacket->duration);
   else if (Decode(isEnd ? nullptr : mPacket.get()) < 0)
-    Suspect(LostTicks());
+    MarkSuspect(LostTicks());
   else
     mGoodSize = mPacket->size;
   av_packet_unref(mPacket.get());
@@ -204,7 +204,7 @@ void LibavDecoder::TakeFrame() {
   mDecoded += played;
 }
 
-void LibavDecoder::Suspect(std::int64_t lostTicks) {
+void LibavDecoder::MarkSuspect(std::int64_t lostTicks) {
   mIsSuspect = true;
   mLost += FramesOf(lostTicks);
 }
@@ -258,12 +258,12 @@ void LibavDecoder::CheckLength() {
     mDamage.endsAt = there;
     mDamage.missing += static_cast<double>(mLost) / mFormat.sampleRate;
   }
-  const auto promise = mContainer.Promised(mFormat.sampleRate);
-  if (!promise)
+  const auto declared = mContainer.LengthInHeader(mFormat.sampleRate);
+  if (!declared)
     return;
   const double lacking =
-      static_cast<double>(promise->frames - mDecoded) / mFormat.sampleRate - mDamage.missing;
-  if (lacking * mFormat.sampleRate <= static_cast<double>(promise->tolerance) + 0.5)
+      static_cast<double>(declared->frames - mDecoded) / mFormat.sampleRate - mDamage.missing;
+  if (lacking * mFormat.sampleRate <= static_cast<double>(declared->tolerance) + 0.5)
     return;
   const bool isAtEnd = !mDamage.places.empty() && there - mDamage.places.back() < kNearEnd;
   if (isAtEnd)

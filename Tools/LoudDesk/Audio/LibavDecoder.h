@@ -58,7 +58,7 @@ class LibavDecoder {
   void SendPacket();
   int Decode(const AVPacket* packet);
   bool IsPacketCut() const;
-  void Suspect(std::int64_t lostTicks);
+  void MarkSuspect(std::int64_t lostTicks);
   std::int64_t LostTicks() const;
   void CheckKind() const;
   void CheckTime();

@@ -74,7 +74,7 @@ Evidence EvidenceOf(StationReader& reader, const EvidenceQuestion& question,
   return evidence;
 }
 
-StationPeriod PeriodMeant(const PeriodAsked& asked, StationReader& reader, std::int64_t now) {
+StationPeriod ResolvePeriod(const PeriodAsked& asked, StationReader& reader, std::int64_t now) {
   const auto extent = reader.Extent();
   if (!extent)
     throw NoEvidence("nothing is recorded yet");
@@ -87,7 +87,7 @@ StationPeriod PeriodMeant(const PeriodAsked& asked, StationReader& reader, std::
   return {from, to};
 }
 
-StationCluster ClusterMeant(const std::optional<StationCluster>& asked, StationReader& reader) {
+StationCluster ResolveCluster(const std::optional<StationCluster>& asked, StationReader& reader) {
   const std::vector<StationCluster> known = reader.Clusters();
   if (!asked && known.size() == 1)
     return known.front();

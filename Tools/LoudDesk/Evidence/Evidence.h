@@ -50,11 +50,11 @@ struct PeriodAsked {
 
 /// The requested period. It ends at `now` at the latest, because the future is not a gap. Throws
 /// NoEvidence if the period or the record is empty, and StationError.
-StationPeriod PeriodMeant(const PeriodAsked& asked, StationReader& reader, std::int64_t now);
+StationPeriod ResolvePeriod(const PeriodAsked& asked, StationReader& reader, std::int64_t now);
 
 /// The requested cluster; without a request, the only one in the record. Throws NoEvidence if there
 /// is no such cluster, and StationError.
-StationCluster ClusterMeant(const std::optional<StationCluster>& asked, StationReader& reader);
+StationCluster ResolveCluster(const std::optional<StationCluster>& asked, StationReader& reader);
 
 /// The names of all clusters in the record, such as "1-1 1-3", or "none". Throws StationError.
 std::string ClusterNames(StationReader& reader);

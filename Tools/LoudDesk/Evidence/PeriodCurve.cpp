@@ -12,7 +12,7 @@ namespace {
 // Two for each column of a plot, so that no column between others lacks a reading.
 constexpr std::int64_t kMostStretches = 1800;
 
-std::int64_t DividedUp(std::int64_t value, std::int64_t by) {
+std::int64_t DivideRoundingUp(std::int64_t value, std::int64_t by) {
   return (value + by - 1) / by;
 }
 
@@ -29,8 +29,8 @@ void PeriodCurve::Extremes::Take(float reading) {
 
 PeriodCurve::PeriodCurve(std::int64_t seconds)
     : mSeconds(seconds),
-      mStep(DividedUp(seconds, kMostStretches)),
-      mStretches(static_cast<std::size_t>(DividedUp(seconds, mStep))) {}
+      mStep(DivideRoundingUp(seconds, kMostStretches)),
+      mStretches(static_cast<std::size_t>(DivideRoundingUp(seconds, mStep))) {}
 
 void PeriodCurve::Take(std::int64_t offset, const RecordedSecond& second,
                        const std::optional<double>& integrated) {

@@ -138,7 +138,7 @@ TruePeakMeter::TruePeakMeter(Oversampling oversampling, std::size_t channels)
 
 void TruePeakMeter::Raise(const double* samples, std::size_t frames, ChannelPeaks& peaks,
                           ChannelPeaks& samplePeaks) {
-  TakeIn(samples, frames);
+  AppendSamples(samples, frames);
   for (std::size_t channel = 0; channel < mWindows.size(); ++channel) {
     Window& window = mWindows[channel];
     const LanePeaks<float> found = PeaksOf(mOversampling, window.data(), frames);
@@ -149,7 +149,7 @@ void TruePeakMeter::Raise(const double* samples, std::size_t frames, ChannelPeak
 }
 
 // Two channels at a time, which are converted together.
-void TruePeakMeter::TakeIn(const double* samples, std::size_t frames) {
+void TruePeakMeter::AppendSamples(const double* samples, std::size_t frames) {
   const std::size_t channels = mWindows.size();
   std::size_t channel = 0;
   for (; channel + 2 <= channels; channel += 2)

@@ -51,7 +51,7 @@ class TruePeakMeter {
   // One channel's samples in order: those still needed by the next window, then the new ones.
   using Window = std::array<float, kHistory + kMaxFrames>;
 
-  void TakeIn(const double* samples, std::size_t frames);
+  void AppendSamples(const double* samples, std::size_t frames);
 
   Oversampling mOversampling;
   std::vector<Window> mWindows;  // one per channel

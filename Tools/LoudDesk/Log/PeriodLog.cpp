@@ -46,8 +46,8 @@ constexpr Writer kWriters[] = {EvidenceTable, EvidenceJson, EvidenceCsv};
 Evidence Read(const LogOptions& options, std::int64_t now, std::optional<DraftFile>& series) {
   StationReader reader = Opened(options.file);
   const Criteria criteria = CriteriaFor(options.profile);
-  const EvidenceQuestion question = {ClusterMeant(options.cluster, reader),
-                                     PeriodMeant(options.period, reader, now), criteria,
+  const EvidenceQuestion question = {ResolveCluster(options.cluster, reader),
+                                     ResolvePeriod(options.period, reader, now), criteria,
                                      AimOf(options.profile, criteria)};
   const std::string name = NameOf(question.cluster);
   if (series)
@@ -81,11 +81,11 @@ int Tell(const LogOptions& options, std::int64_t now, std::ostream& out, Complai
   return StatusOf(options, evidence, complaints);
 }
 
-// Calls `told`; its exceptions become complaints.
-template <typename Told>
-int Complaining(Complaints& complaints, const std::string& file, const Told& told) {
+// Calls `action`; its exceptions become complaints.
+template <typename Action>
+int Complaining(Complaints& complaints, const std::string& file, const Action& action) {
   try {
-    return told();
+    return action();
   } catch (const StationError& error) {
     complaints.Add(error.what());
   } catch (const NoEvidence& error) {

@@ -86,7 +86,8 @@ std::string LayoutNames() {
   return names;
 }
 
-Programme WithoutUnfed(const std::vector<std::size_t>& channels, const SpeakerLayout& speakers) {
+Programme WithoutUnusedChannels(const std::vector<std::size_t>& channels,
+                                const SpeakerLayout& speakers) {
   Programme programme;
   for (std::size_t i = 0; i < channels.size(); ++i)
     if (speakers[i] != kNoSpeaker)
@@ -122,7 +123,8 @@ std::string CheckProgramme(const std::string& text) {
 
 Programme ParseProgramme(const std::string& text) {
   const Sides sides = SidesOf(text);
-  return WithoutUnfed(ChannelsOf(sides.channels), SplitSpeakers(SpeakersOf(sides.speakers)));
+  return WithoutUnusedChannels(ChannelsOf(sides.channels),
+                               SplitSpeakers(SpeakersOf(sides.speakers)));
 }
 
 void AddProgrammeOptions(CLI::App& command, ProgrammeOptions& options) {

@@ -53,7 +53,7 @@ void LiveLine::Show(const std::string& text, Time now) {
 void LiveLine::Print(const std::string& text) {
   const std::string first = text.substr(0, text.find('\n'));
   if (mShown > 0)
-    mOut << '\r' << first << BlanksBehind(first.size()) << text.substr(first.size());
+    mOut << '\r' << first << PaddingAfter(first.size()) << text.substr(first.size());
   else
     mOut << text;
   mOut << "\n" << std::flush;
@@ -68,7 +68,7 @@ void LiveLine::Finish() {
 
 void LiveLine::Refresh(const std::string& text) {
   const std::string line = text.substr(0, Width());
-  mOut << '\r' << line << BlanksBehind(line.size()) << std::flush;
+  mOut << '\r' << line << PaddingAfter(line.size()) << std::flush;
   mShown = line.size();
 }
 
@@ -78,7 +78,7 @@ std::size_t LiveLine::Width() const {
 }
 
 // The blanks that erase the rest of the old line after a new text of `length` characters.
-std::string LiveLine::BlanksBehind(std::size_t length) const {
+std::string LiveLine::PaddingAfter(std::size_t length) const {
   const std::size_t shown = std::min(mShown, Width());
   return std::string(shown - std::min(shown, length), ' ');
 }

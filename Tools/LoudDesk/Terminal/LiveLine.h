@@ -44,7 +44,7 @@ class LiveLine {
  private:
   void Refresh(const std::string& text);
   std::size_t Width() const;
-  std::string BlanksBehind(std::size_t length) const;
+  std::string PaddingAfter(std::size_t length) const;
 
   std::ostream& mOut;
   TerminalColumns mColumns;

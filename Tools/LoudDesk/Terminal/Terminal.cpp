@@ -43,7 +43,7 @@ termios gShellModes;  // written before the handlers are installed
 // terminal has saved it, brings back the previous one. Called by signal handlers, which may not
 // call ncurses. A background process does nothing: the terminal belongs to another process and was
 // restored when this one was stopped.
-void GiveBack() {
+void RestoreTerminal() {
   constexpr char kSequence[] = "\033[0m\033[?1l\033>\033[?25h\033[H\033[2J\033[?1049l";
   if (tcgetpgrp(STDOUT_FILENO) == getpgrp() &&
       write(STDOUT_FILENO, kSequence, sizeof kSequence - 1) > 0)
@@ -97,7 +97,7 @@ Terminal::Terminal() : mGlyphs(GlyphsOfLocale()), mHasKeys(isatty(STDIN_FILENO) 
     delscreen(mScreen);
     throw std::runtime_error(UnusableTerminal("cannot place its cursor"));
   }
-  mFatalSignals.emplace(GiveBack);
+  mFatalSignals.emplace(RestoreTerminal);
   TakeSingleKeys();
   noecho();
   curs_set(0);

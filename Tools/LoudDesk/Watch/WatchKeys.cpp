@@ -33,7 +33,7 @@ void ResetMaxima(WatchLook&, WatchModel& model) {
   model.ResetMaxima();
 }
 
-void TurnHelp(WatchLook& look, WatchModel&) {
+void ToggleHelp(WatchLook& look, WatchModel&) {
   look.showsHelp = !look.showsHelp;
 }
 
@@ -49,7 +49,7 @@ constexpr KeyRow kKeys[] = {
     {"+=", kKeyUp, "+ up    target up by 1 LU", RaiseTarget},
     {"-_", kKeyDown, "- down  target down by 1 LU", LowerTarget},
     {"mM", 0, "m       reset the maxima seen here", ResetMaxima},
-    {"hH?", 0, "h       this help, on and off", TurnHelp},
+    {"hH?", 0, "h       this help, on and off", ToggleHelp},
 };
 
 constexpr char kQuitHelp[] = "q       quit";

@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds kFirstMoments{500};
 // Reports once that the figures do not change, and once that they change again.
 class NoChange {
  public:
-  std::optional<std::string> Told(const WatchModel& model, WatchModel::Time now) {
+  std::optional<std::string> NextNote(const WatchModel& model, WatchModel::Time now) {
     const auto duration = model.NoChangeFor(now);
     const bool isRunning = model.State(now) == ServiceState::kRunning;
     if (duration.has_value() == mIsTold || !isRunning) {
@@ -50,7 +50,7 @@ class RowView : public WatchView {
 
   void Refresh(const WatchModel& model, WatchModel::Time now) override {
     TellSilence(model, now);
-    if (const auto text = mNoChange.Told(model, now))
+    if (const auto text = mNoChange.NextNote(model, now))
       mComplaints.Note(*text);
   }
 
@@ -89,7 +89,7 @@ class LineView : public WatchView {
 
   void Refresh(const WatchModel& model, WatchModel::Time now) override {
     ShowState(model.State(now), now);
-    if (const auto text = mNoChange.Told(model, now))
+    if (const auto text = mNoChange.NextNote(model, now))
       Write(std::chrono::system_clock::now(), *text);
     if (!mMessage)
       return;

@@ -164,8 +164,8 @@ HttpAnswer PageOf(const Evidence& evidence, std::int64_t now) {
 HttpAnswer Answer(const std::string& file, const LogRequest& request, std::int64_t now,
                   const std::function<void()>& check) {
   StationReader reader(file);
-  const EvidenceQuestion question = {ClusterMeant(request.cluster, reader),
-                                     PeriodMeant(request.period, reader, now), request.criteria,
+  const EvidenceQuestion question = {ResolveCluster(request.cluster, reader),
+                                     ResolvePeriod(request.period, reader, now), request.criteria,
                                      std::nullopt};
   CheckLength(question.period, request.style);
   if (request.style == LogStyle::kCsv)

@@ -200,7 +200,7 @@ void RecordWriter::Write() {
 
 void RecordWriter::Open() {
   if (mRecord && !mRecord->IsInPlace())
-    LeaveTakenFile();
+    LeaveRemovedFile();
   if (mRecord)
     return;
   TakeLock();
@@ -210,7 +210,7 @@ void RecordWriter::Open() {
 
 // Carries the log over before closing: SQLite drops the log of a moved file, because the log still
 // has the old name.
-void RecordWriter::LeaveTakenFile() {
+void RecordWriter::LeaveRemovedFile() {
   Tell(mSettings.file + ": the file was removed; a new one begins");
   const auto record = std::move(mRecord);
   record->CarryOverLog();

@@ -65,7 +65,7 @@ class RecordWriter {
   void WriteTimed();
   void Write();
   void Open();
-  void LeaveTakenFile();
+  void LeaveRemovedFile();
   void TakeLock();
   void Check();
   void AppendAll();

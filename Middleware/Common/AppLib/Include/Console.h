@@ -16,4 +16,4 @@ void OpenMissingStandardStreams();
 /// A pipe or terminal of another user, which this process may write to but not open, is polled for
 /// room before each write. If another process fills the pipe or terminal in between, the write
 /// waits, except on pipes under Linux kernels that support non-blocking writes (RWF_NOWAIT).
-void MakeConsoleNeverWait();
+void MakeConsoleNonBlocking();

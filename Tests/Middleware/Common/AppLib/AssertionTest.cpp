@@ -67,7 +67,7 @@ TEST(AssertionTest, OutputBeforeTheFailureIsNotLost) {
               EndsWith("last words;" + Report("File.cpp", 1, "text")));
 }
 
-TEST(AssertionTest, StandsWhereAStatementWithoutBracesStands) {
+TEST(AssertionTest, IsAllowedWhereAStatementWithoutBracesIs) {
   bool reached = false;
   if (reached)
     LOUDCALC_ASSERT(false, "not reached");

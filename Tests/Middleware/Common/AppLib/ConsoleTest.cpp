@@ -107,7 +107,7 @@ int OpenAgain(int fd, int flags) {
 
 // Makes the channel look like another user's: it can be written to, but not opened. For that, the
 // process gives up root's privileges; unlike another user, root exists in every namespace.
-void Estrange(int fd) {
+void MakeUnopenable(int fd) {
   EXPECT_EQ(fchmod(fd, 0), 0);
   __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
   __user_cap_data_struct none[2] = {};
@@ -205,7 +205,7 @@ std::string PrintedTo(const Channel& channel, const std::function<void()>& work)
 
 TEST(ConsoleTest, LinesReachAReader) {
   EXPECT_EQ("one 1\ntwo\n", PrintedTo(Pipe(), [] {
-              MakeConsoleNeverWait();
+              MakeConsoleNonBlocking();
               std::printf("one %d\n", 1);
               std::fputs("two\n", stdout);
             }));
@@ -215,7 +215,7 @@ TEST(ConsoleTest, LineIsThereBeforeTheNextOne) {
   Channel pipe = Pipe();
   Channel go = Pipe();
   const pid_t child = Start(STDOUT_FILENO, pipe.out, [&] {
-    MakeConsoleNeverWait();
+    MakeConsoleNonBlocking();
     std::printf("first\n");
     Await(go);
   });
@@ -248,8 +248,8 @@ class ChannelTest : public testing::TestWithParam<ChannelCase> {
   void StartWriter(const std::function<void()>& work) {
     mChild = Start(STDERR_FILENO, mChannel.out, [&] {
       if (GetParam().isEstranged)
-        Estrange(STDERR_FILENO);
-      MakeConsoleNeverWait();
+        MakeUnopenable(STDERR_FILENO);
+      MakeConsoleNonBlocking();
       work();
       EXPECT_EQ(std::ferror(stderr), 0);
     });
@@ -287,7 +287,7 @@ TEST_P(UnreadTest, LongLinesAreLostInsteadOfWaitingToo) {
   EXPECT_THAT(WithoutReturns(ReadAll(mChannel.in)), StartsWith(line));
 }
 
-TEST_P(UnreadTest, LossIsToldOnceTheReaderTakesLinesAgain) {
+TEST_P(UnreadTest, LossIsReportedOnceTheReaderTakesLinesAgain) {
   Channel full = Pipe();
   Channel seen = Pipe();
   StartWriter([&] {
@@ -323,7 +323,7 @@ TEST_P(PipeTest, OtherWritersStillWait) {
   EXPECT_EQ(fcntl(mChannel.out, F_GETFL) & O_NONBLOCK, 0);
 }
 
-TEST_P(PipeTest, ReaderThatIsGoneIsNoError) {
+TEST_P(PipeTest, ReaderThatIsGoneIsNotAnError) {
   StartWriter([&] {
     CloseIn();
     PrintLines(stderr, 1000);
@@ -367,7 +367,7 @@ TEST(ConsoleTest, NamedPipeWhoseReaderComesLaterIsNotWaitedFor) {
   Channel ready = Pipe();
   Channel go = Pipe();
   const pid_t child = Start(STDOUT_FILENO, pipe.out, [&] {
-    MakeConsoleNeverWait();
+    MakeConsoleNonBlocking();
     std::printf("nobody hears this\n");
     Pass(ready);
     Await(go);
@@ -388,8 +388,8 @@ TEST(ConsoleTest, HeldTerminalOfAnotherUserIsNotWaitedFor) {
   const Channel terminal = Terminal();
   ASSERT_EQ(tcflow(terminal.out, TCOOFF), 0);
   const std::string text = PrintedTo(terminal, [&] {
-    Estrange(STDOUT_FILENO);
-    MakeConsoleNeverWait();
+    MakeUnopenable(STDOUT_FILENO);
+    MakeConsoleNonBlocking();
     std::printf("held\n");
     EXPECT_EQ(tcflow(terminal.out, TCOON), 0);
     std::printf("not held\n");
@@ -412,8 +412,8 @@ TEST(ConsoleTest, RoomIsNotAskedForWhereTheKernelCanWriteWithoutWaiting) {
   if (!KernelWritesToPipesWithoutWaiting())
     GTEST_SKIP() << "NOT TESTED: this kernel always waits for room in a pipe";
   const std::string text = PrintedTo(Pipe(), [] {
-    Estrange(STDOUT_FILENO);
-    MakeConsoleNeverWait();
+    MakeUnopenable(STDOUT_FILENO);
+    MakeConsoleNonBlocking();
     gAnswer = [](int ready) { return ready; };
     std::printf("line\n");
     EXPECT_TRUE(gAnswer) << "asked";
@@ -423,8 +423,8 @@ TEST(ConsoleTest, RoomIsNotAskedForWhereTheKernelCanWriteWithoutWaiting) {
 
 TEST(ConsoleTest, InterruptedQuestionForRoomIsAskedAgain) {
   const std::string text = PrintedTo(NamedPipe(), [] {
-    Estrange(STDOUT_FILENO);
-    MakeConsoleNeverWait();
+    MakeUnopenable(STDOUT_FILENO);
+    MakeConsoleNonBlocking();
     gAnswer = [](int) {
       errno = EINTR;
       return -1;
@@ -442,8 +442,8 @@ TEST(ConsoleTest, RoomThatTheOtherStreamTakesFirstIsNotWaitedFor) {
   const std::string line = std::string(3000, 'x') + "\n";
   const std::string text = PrintedTo(pipe, [&] {
     dup2(STDOUT_FILENO, STDERR_FILENO);
-    Estrange(STDOUT_FILENO);
-    MakeConsoleNeverWait();
+    MakeUnopenable(STDOUT_FILENO);
+    MakeConsoleNonBlocking();
     const Channel done = Pipe();
     std::thread other;
     gAnswer = [&](int ready) {
@@ -463,11 +463,11 @@ TEST(ConsoleTest, RoomThatTheOtherStreamTakesFirstIsNotWaitedFor) {
   EXPECT_EQ(text, line);
 }
 
-TEST(ConsoleTest, FullDiskIsNoError) {
+TEST(ConsoleTest, FullDiskIsNotAnError) {
   const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
   ASSERT_NE(full, -1);
   ExpectSuccess(Start(STDOUT_FILENO, full, [] {
-    MakeConsoleNeverWait();
+    MakeConsoleNonBlocking();
     PrintLines(stdout, 1000);
     EXPECT_EQ(std::ferror(stdout), 0);
   }));
@@ -480,7 +480,7 @@ TEST(ConsoleTest, FileKeepsWhatStoodInIt) {
   ASSERT_NE(file, -1);
   ASSERT_EQ(write(file, "before\n", 7), 7);
   ExpectSuccess(Start(STDOUT_FILENO, file, [] {
-    MakeConsoleNeverWait();
+    MakeConsoleNonBlocking();
     std::printf("after\n");
   }));
   ASSERT_EQ(lseek(file, 0, SEEK_SET), 0);
@@ -493,7 +493,7 @@ TEST(ConsoleTest, PrintingLeavesErrnoAlone) {
   const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
   ASSERT_NE(full, -1);
   ExpectSuccess(Start(STDOUT_FILENO, full, [] {
-    MakeConsoleNeverWait();
+    MakeConsoleNonBlocking();
     errno = EINTR;
     std::fputs("line\n", stdout);
     EXPECT_EQ(errno, EINTR);

@@ -56,7 +56,7 @@ class HeartBeaterDeathTest : public testing::Test {
   HeartBeaterDeathTest() {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     mqtest::MakeIpcDirectory();
-    mqtest::TalkativeLogger();
+    mqtest::VerboseLogger();
     client_ = cHeartBeater::GetInstance();
     cHeartBeater::mLogLevel = MsgLevel_Debug;
     faults::Reset();
@@ -275,7 +275,7 @@ TEST_F(HeartBeaterTest, RefusedConnectionLeavesNoSocket) {
               Logged("ERROR", kUnit, std::string("\"Failed to connect to ") + kIpcInlet + "\""));
 }
 
-TEST_F(HeartBeaterTest, SocketThatCannotBeMadeIsNoConnection) {
+TEST_F(HeartBeaterTest, SocketThatCannotBeMadeIsNotAConnection) {
   faults::Fail(Call::SockNew);
   EXPECT_FALSE(client_->ConnectMqOverTcp(nullptr));
   faults::Fail(Call::SockNew);

@@ -237,7 +237,7 @@ TEST_F(MqPubHandlerTest, ExceptionLeavesAnExistingSocketAlive) {
   EXPECT_EQ(socket_, BindIpc(socket_));
 }
 
-TEST_F(MqPubHandlerTest, EndpointIsNoFormat) {
+TEST_F(MqPubHandlerTest, EndpointIsNotAFormat) {
   constexpr char kName[] = "mqPubHandlerTest%s%d%n.ipc";
   socket_ = handler_.BindMqOverIpc(kName, nullptr);
   ASSERT_NE(nullptr, socket_);

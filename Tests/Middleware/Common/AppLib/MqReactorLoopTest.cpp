@@ -83,7 +83,7 @@ class MqReactorLoopDeathTest : public testing::Test {
   MqReactorLoopDeathTest() {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     mqtest::MakeIpcDirectory();
-    MqReactor::mpLogger = mqtest::TalkativeLogger();
+    MqReactor::mpLogger = mqtest::VerboseLogger();
     MqReactor::SetLogLevel(MsgLevel_Debug);
     publisher_ = std::make_unique<Publisher>(kIpcName);
     reactor_ = std::make_unique<MqReactor>();
@@ -514,7 +514,7 @@ TEST_F(MqReactorLoopTest, EndedTimerDoesNotFire) {
 }
 
 // Ends a timer, possibly the one that calls it, and counts its calls.
-struct Ender {
+struct TimerEnder {
   MqReactor* reactor = nullptr;
   std::int32_t timer = -1;
   int calls = 0;
@@ -522,7 +522,7 @@ struct Ender {
 };
 
 int EndTimer(zloop_t*, int, void* argument) {
-  auto& ender = *static_cast<Ender*>(argument);
+  auto& ender = *static_cast<TimerEnder*>(argument);
   faults::Reset();
   ender.reactor->EndTimer(ender.timer);
   ender.isTakenOutAtOnce = !faults::EndedTimers().empty();
@@ -543,7 +543,7 @@ TEST_F(MqReactorLoopTest, HandlerMayEndItsOwnTimer) {
   // The second round is in a restarted loop.
   for (int start = 0; start < 2; ++start) {
     int calls = 0;
-    Ender ender{reactor_.get()};
+    TimerEnder ender{reactor_.get()};
     ender.timer = reactor_->AddTimer(EndTimer, &ender, 1, 0);
     const std::int32_t end = reactor_->AddTimer(EndAtThirdCall, &calls, 10, 0);
     Run();
@@ -558,7 +558,7 @@ TEST_F(MqReactorLoopTest, HandlerMayEndAnotherTimerThatIsDue) {
   for (int start = 0; start < 2; ++start) {
     int counted = 0;
     int calls = 0;
-    Ender ender{reactor_.get()};
+    TimerEnder ender{reactor_.get()};
     // Both are due in the first round, in this order.
     const std::int32_t ending = reactor_->AddTimer(EndTimer, &ender, 0, 1);
     ender.timer = reactor_->AddTimer(CountCall, &counted, 0, 0);
@@ -576,7 +576,7 @@ TEST_F(MqReactorLoopTest, HandlerMayEndAnotherTimerThatIsDue) {
 // Adds two timers: one that is over after its last tick, and one that this handler ends. Both make
 // room for the next two.
 int AddTwoTimers(zloop_t*, int, void* argument) {
-  auto& ender = *static_cast<Ender*>(argument);
+  auto& ender = *static_cast<TimerEnder*>(argument);
   ender.reactor->AddTimer(CountCall, &ender.calls, 0, 1);
   ender.reactor->EndTimer(ender.timer);
   ender.timer = ender.reactor->AddTimer(CountCall, &ender.calls, 0, 0);
@@ -585,7 +585,7 @@ int AddTwoTimers(zloop_t*, int, void* argument) {
 
 TEST_F(MqReactorLoopTest, TimersThatAreOverTakeNoMemory) {
   constexpr std::size_t kRounds = 2000;
-  Ender ender{reactor_.get()};
+  TimerEnder ender{reactor_.get()};
   reactor_->SetMaxTimers(kRounds);  // half of all timers; more at a time would stop the process
   reactor_->AddTimer(AddTwoTimers, &ender, 1, kRounds);
   reactor_->AddTimer(EndLoop, nullptr, kRounds + 100, 1);

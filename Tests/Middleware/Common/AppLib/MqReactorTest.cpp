@@ -34,7 +34,7 @@ class MqReactorDeathTest : public testing::Test {
   MqReactorDeathTest() {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     mqtest::MakeIpcDirectory();
-    MqReactor::mpLogger = mqtest::TalkativeLogger();
+    MqReactor::mpLogger = mqtest::VerboseLogger();
     MqReactor::SetLogLevel(MsgLevel_Debug);
     reactor_ = std::make_unique<MqReactor>();
     faults::Reset();
@@ -253,7 +253,7 @@ TEST_F(MqReactorTest, PublisherMayComeLater) {
   EXPECT_EQ("+Topic", publisher.NextChange());
 }
 
-TEST_F(MqReactorTest, EndpointIsNoFormat) {
+TEST_F(MqReactorTest, EndpointIsNotAFormat) {
   constexpr char kName[] = "mqReactorTest%s%d%n.ipc";
   Publisher publisher(kName);
   const TopicList_t topics = {"%s%n"};

@@ -89,7 +89,7 @@ TEST(NetmaskIsValidTest, AZeroBetweenOnesFails) {
     EXPECT_FALSE(NetmaskIsValid(mask)) << mask;
 }
 
-TEST(NetmaskIsValidTest, WhatIsNoAddressFails) {
+TEST(NetmaskIsValidTest, WhatIsNotAnAddressFails) {
   for (const char* mask : {"", "255.255.255", "24", "255.255.255.0.0", "ff.ff.ff.0"})
     EXPECT_FALSE(NetmaskIsValid(mask)) << '"' << mask << '"';
   EXPECT_FALSE(NetmaskIsValid(nullptr));
@@ -108,7 +108,7 @@ TEST(GetUint32FromIpStringTest, NotationsOfTheSystemLibraryAreKnown) {
   EXPECT_EQ(GetUint32FromIpString("255.255.255.255"), 0xffffffffU);
 }
 
-TEST(GetUint32FromIpStringTest, WhatIsNoAddressIsZero) {
+TEST(GetUint32FromIpStringTest, WhatIsNotAnAddressIsZero) {
   for (const char* ip : {"", "1.2.3.4.5", "256.0.0.1", "unit"})
     EXPECT_EQ(GetUint32FromIpString(ip), 0U) << '"' << ip << '"';
   EXPECT_EQ(GetUint32FromIpString(nullptr), 0U);
@@ -289,7 +289,7 @@ TEST(CreateTcpSocketStringTest, BufferIsClearedBehindTheText) {
             std::string(sizeof endpoint.text - 15, '\0'));
 }
 
-TEST(CreateTcpSocketStringTest, EmptyPartsAreNoFault) {
+TEST(CreateTcpSocketStringTest, EmptyPartsAreNotAFault) {
   const TcpEndpoint endpoint("", "");
   EXPECT_STREQ(endpoint.text, "tcp://:");
   EXPECT_EQ(endpoint.output, "");

@@ -324,7 +324,7 @@ TEST_F(DirectoryTest, ExistingDirectoryIsKeptAsItIs) {
   EXPECT_EQ(PermissionsOf(directory), 0700U);
 }
 
-TEST_F(DirectoryTest, RegularFileInTheWayIsNoDirectory) {
+TEST_F(DirectoryTest, RegularFileInTheWayIsNotADirectory) {
   const std::string file = MakeFile();
   errno = 0;
   EXPECT_EQ(do_mkdir(file.c_str(), 0777), -1);

@@ -169,12 +169,12 @@ TEST_F(AudioFileTest, ARefusalIsOneLineWhateverTheName) {
   EXPECT_EQ(RefusalOf("/gone/a\n\x1B[31mb.wav"), "/gone/a\\x0A\\x1B[31mb.wav: no such file");
 }
 
-TEST_F(AudioFileTest, ADirectoryIsNoFile) {
+TEST_F(AudioFileTest, ADirectoryIsNotAFile) {
   const std::string path = mDirectory.Path(".");
   EXPECT_EQ(RefusalOf(path), path + ": is a directory");
 }
 
-TEST_F(AudioFileTest, ADeviceIsNoFile) {
+TEST_F(AudioFileTest, ADeviceIsNotAFile) {
   EXPECT_EQ(RefusalOf("/dev/null"), "/dev/null: is neither a file nor a pipe");
 }
 
@@ -202,7 +202,7 @@ TEST_F(AudioFileTest, AnEmptyFileIsNamed) {
   EXPECT_EQ(RefusalOf(path), path + ": is empty");
 }
 
-TEST_F(AudioFileTest, AFileThatIsNoAudioIsNamed) {
+TEST_F(AudioFileTest, AFileThatIsNotAudioIsNamed) {
   const std::string path = mDirectory.WriteBytes("letter.wav", "Dear reader, this is no sound.\n");
   EXPECT_THAT(RefusalOf(path), StartsWith(path + ": is not audio that can be read: "));
   EXPECT_THAT(RefusalOf(path), testing::Not(HasSubstr("\n")));
@@ -227,7 +227,7 @@ TEST_F(AudioFileTest, RatesOutside8To192KilohertzAreRefused) {
 }
 
 // 44 bytes of header, 72000 frames of 4 bytes. Of the 1.5 s, 25000 frames are left, 0.52 s.
-TEST_F(AudioFileTest, OfATruncatedWavIsSaidHowMuchIsMissing) {
+TEST_F(AudioFileTest, ATruncatedWavReportsHowMuchIsMissing) {
   const std::string path = WriteNoise("cut.wav", kWav16);
   CutOff(path, 100044);
   EXPECT_EQ(ReadAll(path).size(), 50000U);

@@ -69,7 +69,7 @@ TEST(BlockStreamTest, BlockHasPowerAndPeakOfEachChannel) {
 }
 
 // A second of two channels is ten blocks. The rest is less than a block.
-TEST(BlockStreamTest, SampleThatIsNoNumberIsNamedBehindTheLastWholeBlockToo) {
+TEST(BlockStreamTest, SampleThatIsNotANumberIsNamedBehindTheLastWholeBlockToo) {
   const test_audio::AudioDirectory audio;
   test_audio::Samples samples(2 * (48000 + 100), 0.0);
   samples.back() = std::numeric_limits<double>::quiet_NaN();
@@ -88,7 +88,7 @@ TEST(BlockStreamTest, SampleThatIsNoNumberIsNamedBehindTheLastWholeBlockToo) {
   }
 }
 
-TEST(BlockStreamTest, SampleThatIsNoNumberIsNamedWithItsPlace) {
+TEST(BlockStreamTest, SampleThatIsNotANumberIsNamedWithItsPlace) {
   const test_audio::AudioDirectory audio;
   test_audio::Samples samples(2 * 48000, 0.0);
   samples[2 * 24000 + 1] = std::numeric_limits<double>::quiet_NaN();

@@ -64,7 +64,7 @@ class EvidenceTest : public testing::Test {
 
   StationPeriod Meant(const PeriodAsked& asked, std::int64_t now) const {
     StationReader reader(mPath);
-    return PeriodMeant(asked, reader, now);
+    return ResolvePeriod(asked, reader, now);
   }
 
   // Two minutes with a gap of ten seconds and a peak of -0.4 dBTP, 40 s after the first second.
@@ -133,7 +133,7 @@ TEST_F(EvidenceTest, WithoutAConfigurationThereIsNoTimeOutOfTolerance) {
   EXPECT_EQ(FactNamed(Read(0, 60), "Out of tolerance"), "- (no target is known for this time)");
 }
 
-TEST_F(EvidenceTest, WhatIsNoConfigurationChangesNothing) {
+TEST_F(EvidenceTest, WhatIsNotAConfigurationChangesNothing) {
   std::vector<RecordedSecond> seconds;
   Append(seconds, 60, -230);
   Record(seconds, {{kTuesday * 1000, kCluster, kConfigurationEvent, "{\"a\":"},
@@ -143,7 +143,7 @@ TEST_F(EvidenceTest, WhatIsNoConfigurationChangesNothing) {
   EXPECT_EQ(evidence.eventCount, 2U);
 }
 
-TEST_F(EvidenceTest, OfManyEventsTheFirstAreToldAndAllCounted) {
+TEST_F(EvidenceTest, OfManyEventsTheFirstAreListedAndAllCounted) {
   std::vector<RecordedEvent> events;
   for (int i = 0; i < 700; ++i)
     events.push_back({(kTuesday + i) * 1000, kCluster, kAcknowledgementEvent, "Reset"});

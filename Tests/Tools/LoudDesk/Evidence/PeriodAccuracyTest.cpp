@@ -29,7 +29,7 @@ constexpr double kTenthTolerance = 0.05 + 1e-6;
 constexpr double kHundredthTolerance = 0.005 + 1e-6;
 
 // The published readings of each second.
-class SecondKeeper {
+class ReadingsOfSeconds {
  public:
   void Take(const LoudnessData_t& data) {
     if (mReadings % 10 == 0) {
@@ -70,7 +70,7 @@ class PeriodAccuracyTest : public testing::Test {
  private:
   EngineMeter mEngine;
   std::size_t mBlocks = 0;
-  SecondKeeper mKeeper;
+  ReadingsOfSeconds mKeeper;
 };
 
 void ExpectClose(const std::optional<double>& recorded, const std::optional<double>& engine,

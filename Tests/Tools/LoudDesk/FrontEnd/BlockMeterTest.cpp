@@ -211,7 +211,7 @@ TEST(BlockMeterTest, WithoutPeaksOnlyThePowersAreMeasured) {
   EXPECT_EQ(without[0].peaks[0], 0U);
 }
 
-TEST(BlockMeterTest, ASampleThatIsNoNumberIsRefusedWithItsPosition) {
+TEST(BlockMeterTest, ASampleThatIsNotANumberIsRefusedWithItsPosition) {
   for (const double bad : {kNan, -kNan, kInfinity, -kInfinity}) {
     BlockMeter meter(3, 11025);
     Samples samples(3 * 1103, 0.1);
@@ -274,7 +274,7 @@ TEST(BlockMeterTest, TheInterpolationRunsOnIntoTheRest) {
   EXPECT_NEAR(reading.peaks[0], 16384.0, 200.0);  // samples alone: 0.354 x 32768 = 11585
 }
 
-TEST(BlockMeterTest, ASampleOfTheRestThatIsNoNumberIsRefusedWithItsPosition) {
+TEST(BlockMeterTest, ASampleOfTheRestThatIsNotANumberIsRefusedWithItsPosition) {
   for (const std::size_t frame : {0U, 41U}) {
     BlockMeter meter(2, 11025);
     Samples samples(2 * 1103, 0.1);

@@ -164,7 +164,7 @@ TEST(CommandLineTest, WhatIsNotUnderstoodIsNamedInOneLine) {
   }
 }
 
-TEST(CommandLineTest, HelpIsNoFailure) {
+TEST(CommandLineTest, HelpIsNotAFailure) {
   const Outcome outcome = OutcomeOf({"--help"});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.errors, "");

@@ -95,7 +95,7 @@ TEST(CsvFormatTest, AllFilesAsOneHaveNoPathAndNoTimes) {
               StartsWith(",3,\"1,2\",L R,,,,,123.46,-23.00,5.12,yes,-18.20,,-20.00,,-1.00,,,"));
 }
 
-TEST(CsvFormatTest, WhatIsDamagedIsToldInEveryRow) {
+TEST(CsvFormatTest, WhatIsDamagedIsReportedInEveryRow) {
   FileFacts facts = FactsOf("a.wav");
   facts.damage = "5.00 % of the file is damaged, at 0:01.0";
   EXPECT_THAT(RowOf(facts, Stereo()), EndsWith(",\"5.00 % of the file is damaged, at 0:01.0\"\n"));
@@ -133,7 +133,7 @@ TEST(CsvFormatTest, APointWithoutReadingHasEmptyFields) {
 }
 
 // RFC 4180, 2.6 and 2.7.
-TEST(CsvFormatTest, NamesWithSpecialCharactersStandInQuotes) {
+TEST(CsvFormatTest, NamesWithSpecialCharactersAreQuoted) {
   struct {
     const char* file;
     const char* field;

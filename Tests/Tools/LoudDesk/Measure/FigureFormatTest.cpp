@@ -50,7 +50,7 @@ TEST(FigureFormatTest, ANameCannotChangeTheTable) {
               testing::EndsWith("  No reading  red\\x1B[31m\\x0A.wav\n"));
 }
 
-TEST(FigureFormatTest, OneOfSeveralProgrammesIsToldByItsChannels) {
+TEST(FigureFormatTest, OneOfSeveralProgrammesIsNamedByItsChannels) {
   const FileFacts facts = FactsOf("a.wav");
   MeasuredProgramme programme = Stereo();
   programme.programme = {{6, "Left"}, {7, "Right"}};

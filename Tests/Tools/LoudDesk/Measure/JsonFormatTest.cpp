@@ -36,7 +36,7 @@ TEST(JsonFormatTest, AProgrammeIsOneObjectALine) {
       "\"Lowest\":null,\"Highest\":-1.00,\"Measured\":-1.00,\"Verdict\":\"pass\"}]}\n");
 }
 
-TEST(JsonFormatTest, NullStandsWhereThereIsNoReading) {
+TEST(JsonFormatTest, NullIsWrittenWhereThereIsNoReading) {
   const std::string line = LineOf(FactsOf("silence.wav"), Silence());
   for (const char* key :
        {"Integrated", "Lra", "MaxMomentary", "MaxMomentaryAt", "MaxShortTerm", "MaxShortTermAt",
@@ -81,7 +81,7 @@ TEST(JsonFormatTest, AllFilesAsOneHaveANumberInsteadOfAFile) {
               HasSubstr(",\"Album\":3,\"Damage\":\"2 of 3 files are damaged\","));
 }
 
-TEST(JsonFormatTest, AnyFileNameIsToldTruly) {
+TEST(JsonFormatTest, AnyFileNameIsWrittenExactly) {
   for (const char* name :
        {"with \"quotes\"", "back\\slash", "line\nfeed", "tab\t", "\x01", "äöü ♫"}) {
     rapidjson::Document document;

@@ -380,7 +380,7 @@ TEST_F(MeasureCommandTest, WrongArgumentsAreNamedAndAreAFailure) {
 }
 
 // Arguments that a new user may mistake for an audio file, and the one line about each.
-TEST_F(MeasureCommandTest, WhatIsNoAudioFileIsNamedWithTheReason) {
+TEST_F(MeasureCommandTest, WhatIsNotAnAudioFileIsNamedWithTheReason) {
   const std::string directory = mDirectory.Path(".");
   const std::string empty = mDirectory.WriteBytes("empty.wav", "");
   const std::string text = mDirectory.WriteBytes("text.wav", "Not a sound.\n");

@@ -193,7 +193,7 @@ TEST_F(MeasureFileTest, APeakInTheRestIsReachedAtTheEndOfTheFile) {
   EXPECT_NEAR(figures.maxTruePeakAt, 1.05, 1e-9);
 }
 
-TEST_F(MeasureFileTest, ProgressIsToldOnceABlockAndOfTheRest) {
+TEST_F(MeasureFileTest, ProgressIsReportedOnceABlockAndOfTheRest) {
   AudioFile file(mDirectory.Write("a.wav", kFloatWav, kRate, 1, Tone(-20.0, 0.35)));
   std::vector<std::uint64_t> told;
   MeasureFile(file, {ProgrammeOf({"Center"})}, Series::kNone,

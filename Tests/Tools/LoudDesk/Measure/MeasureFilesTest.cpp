@@ -120,7 +120,7 @@ TEST_F(MeasureFilesTest, ATableWithoutARowHasNoHeading) {
   EXPECT_EQ(mOut.str(), "");
 }
 
-TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedByItsPosition) {
+TEST_F(MeasureFilesTest, ASampleThatIsNotANumberIsNamedByItsPosition) {
   for (const double bad :
        {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
     Samples samples = StereoTone(-20.0, 1.0);
@@ -136,7 +136,7 @@ TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedByItsPosition) {
 }
 
 // 2016 frames are 42 ms: alone less than a block, after a block a rest.
-TEST_F(MeasureFilesTest, ASampleThatIsNoNumberIsNamedInTheLastIncompleteBlockToo) {
+TEST_F(MeasureFilesTest, ASampleThatIsNotANumberIsNamedInTheLastIncompleteBlockToo) {
   for (const std::size_t frames : {2016U, 4800U + 2016U}) {
     Samples samples(2 * frames, 0.1);
     samples.back() = std::numeric_limits<double>::quiet_NaN();
@@ -363,7 +363,7 @@ TEST_F(MeasureFilesTest, ALimitThatCouldNotBeJudgedIsNamedWhereTheStatusTells) {
                                silent + ": not judged: Maximum true peak\n");
 }
 
-TEST_F(MeasureFilesTest, TheHashIsToldWhenItIsWanted) {
+TEST_F(MeasureFilesTest, TheHashIsReportedWhenItIsWanted) {
   const std::string path = WriteTone("a.wav");
   MeasureOptions options = Options({path}, FigureStyle::kJson);
   EXPECT_EQ(Run(options), 0);

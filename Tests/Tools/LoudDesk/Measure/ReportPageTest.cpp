@@ -229,7 +229,7 @@ std::vector<std::string> FactsIn(const ParsedPage& page) {
   return facts;
 }
 
-TEST(ReportPageTest, EachFileIsToldWithItsFacts) {
+TEST(ReportPageTest, EachFileIsReportedWithItsFacts) {
   File file = Programme();
   file.facts.sha256 = "0123abcd";
   EXPECT_THAT(

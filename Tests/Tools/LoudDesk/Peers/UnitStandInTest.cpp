@@ -275,7 +275,7 @@ TEST(ServiceMessagesTest, OtherFramesAreNotWellFormed) {
   EXPECT_FALSE(isWellFormed(wrong));
 }
 
-TEST(ServiceMessagesTest, FramesThatAreNoLogDocumentAreKeptAsText) {
+TEST(ServiceMessagesTest, FramesThatAreNotLogDocumentsAreKeptAsText) {
   EXPECT_EQ("words", louddesk::DecodeLogLine({"words"}).message);
   const louddesk::LogLine line = louddesk::DecodeLogLine(
       {R"({"MsgType":0,"Level":40,"Name":"HwMana","Message":"1|HwMana|ERROR|text"})"});

@@ -53,7 +53,7 @@ TEST(OrdersTest, CaseAndBlanksAroundAWordDoNotMatter) {
   EXPECT_EQ(OrderOf("pause"), OrderOf(" P\r"));
 }
 
-TEST(OrdersTest, OtherLinesAreNoOrders) {
+TEST(OrdersTest, OtherLinesAreNotOrders) {
   for (const char* line :
        {"", "x", "paus", "pauses", "pause now", "pp", "reporting", "reporting  on"})
     EXPECT_EQ(nullptr, OrderOf(line)) << line;

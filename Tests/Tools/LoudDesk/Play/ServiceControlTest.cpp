@@ -75,7 +75,7 @@ TEST_F(ServiceControlTest, ResetBeforeAStartSettlesNothingYet) {
   EXPECT_TRUE(mControl.IsReady());
 }
 
-TEST_F(ServiceControlTest, OrderThatComesToNothingIsSaid) {
+TEST_F(ServiceControlTest, OrderThatComesToNothingIsReported) {
   Order("stop");
   ExpectShown("No answer to stop\n");
   EXPECT_TRUE(mControl.IsReady());

@@ -75,7 +75,7 @@ TEST(EnvelopeTest, ABlockWithoutAReadingInAColumnIsPassedOver) {
   EXPECT_EQ(runs[0][1].high, -2.0F);
 }
 
-TEST(EnvelopeTest, NothingToShowIsNoRun) {
+TEST(EnvelopeTest, NothingToShowIsNotARun) {
   EXPECT_TRUE(Envelope({}, 10).empty());
   EXPECT_TRUE(Envelope({std::nullopt, std::nullopt}, 10).empty());
 }

@@ -159,7 +159,7 @@ TEST(SvgPlotTest, BarsHaveTheirWidth) {
   EXPECT_THAT(plot.Text(), HasSubstr("d=\"M200 1000L200 500L300 500L300 1000z\""));
 }
 
-TEST(SvgPlotTest, NothingToDrawIsNoPath) {
+TEST(SvgPlotTest, NothingToDrawIsNotAPath) {
   SvgPlot plot = Plot();
   plot.AddCurve({}, "curve");
   plot.AddRibbon({}, "ribbon");

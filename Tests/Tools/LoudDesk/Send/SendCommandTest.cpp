@@ -133,7 +133,7 @@ TEST_F(SendCommandTest, GoodPresetRightAfterABadOneIsAcknowledged) {
   ExpectSent({"preset", SurroundPreset()}, "Start acknowledged");
 }
 
-TEST_F(SendCommandTest, FileThatIsNoPresetIsNotSent) {
+TEST_F(SendCommandTest, FileThatIsNotAPresetIsNotSent) {
   ExpectRefused({"preset", "/missing.json"}, "/missing.json: No such file or directory");
   ExpectRefused({"preset", WritePreset("[1]")}, ": not a JSON object");
 }
@@ -260,7 +260,7 @@ TEST_F(SendCommandTest, FreshConfigurationStartsFromTheDefaults) {
   ExpectInForce(expected);
 }
 
-TEST_F(SendCommandTest, MissingConfigurationIsSaid) {
+TEST_F(SendCommandTest, MissingConfigurationIsReported) {
   StartMeasured();
   ExpectSent({"config", "--tolerance", "4"},
              "No configuration is republished: settings that are not given have their defaults\n");

@@ -336,7 +336,7 @@ TEST_F(StationRecordTest, ADatabaseOfAnotherKindIsLeftAlone) {
   EXPECT_THROW(StationReader reader(mPath), StationError);
 }
 
-TEST_F(StationRecordTest, AFileThatIsNoDatabaseIsDamaged) {
+TEST_F(StationRecordTest, AFileThatIsNotADatabaseIsDamaged) {
   std::ofstream(mPath) << std::string(10000, 'x');
   EXPECT_EQ(StationError::Fault::kDamaged, FaultOfOpening());
 }
@@ -369,7 +369,7 @@ TEST_F(StationRecordTest, ACheckEndsWithItsTime) {
   EXPECT_TRUE(record.Check([] { return false; }));
 }
 
-TEST_F(StationRecordTest, AFolderThatIsMissingIsTold) {
+TEST_F(StationRecordTest, AFolderThatIsMissingIsReported) {
   fs::remove_all(mFolder);
   EXPECT_EQ(StationError::Fault::kUnavailable, FaultOfOpening());
 }

@@ -16,7 +16,7 @@ namespace {
 constexpr int kSurvived = 3;
 
 // SIGABRT is the only fault that the sanitizers do not catch themselves.
-TEST(FatalSignalsTest, ASignalGivesBackAndEndsTheProcessAllTheSame) {
+TEST(FatalSignalsTest, ASignalRestoresTheTerminalAndEndsTheProcessAllTheSame) {
   for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGABRT})
     EXPECT_EXIT(
         {

@@ -11,7 +11,7 @@ TEST(CsvTextTest, FieldsAreInTheirOrderAndMayBeEmpty) {
   EXPECT_EQ(CsvLine({"a", "", "-23.00"}), "a,,-23.00\n");
 }
 
-TEST(CsvTextTest, AFieldWithASeparatorStandsInQuotes) {
+TEST(CsvTextTest, AFieldWithASeparatorIsQuoted) {
   EXPECT_EQ(CsvLine({"a,b", "say \"so\"", "two\nlines"}),
             "\"a,b\",\"say \"\"so\"\"\",\"two\nlines\"\n");
 }

@@ -30,7 +30,7 @@ TEST(PrintableTextTest, ControlCharactersOfTwoBytesAreToo) {
   EXPECT_EQ(Printable("\xC2\x80"), "\\xC2\\x80");
 }
 
-TEST(PrintableTextTest, BytesThatAreNoUtf8AreWrittenInHexadecimal) {
+TEST(PrintableTextTest, BytesThatAreNotUtf8AreWrittenInHexadecimal) {
   struct {
     const char* text;
     const char* printable;

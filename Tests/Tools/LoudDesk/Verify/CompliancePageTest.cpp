@@ -228,7 +228,7 @@ TEST(CompliancePageTest, AReadingFarOffLeavesTheScaleReadable) {
   EXPECT_THAT(page.Texts("//s:svg[@role='img']//s:circle/@cy"), ElementsAre("0.00%"));
 }
 
-TEST(CompliancePageTest, AFigureWithoutAReadingHasNoDotAndThatIsSaid) {
+TEST(CompliancePageTest, AFigureWithoutAReadingHasNoDotAndThatIsReported) {
   const ParsedPage page(PageOf({Row("3341-1", Momentary(-23.0, -23.0), std::nullopt)}));
   EXPECT_EQ(page.Count("//s:svg[@role='img']//s:circle"), 0U);
   EXPECT_THAT(page.Texts("//h:figcaption"),

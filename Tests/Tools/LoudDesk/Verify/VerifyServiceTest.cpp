@@ -171,7 +171,7 @@ TEST_F(VerifyServiceTest, AServiceThatDiesAmidAMeasurementIsNoticedAtOnce) {
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4 * kSlowness));
 }
 
-TEST_F(VerifyServiceTest, AServiceThatHangsIsToldFromOneThatHasEnded) {
+TEST_F(VerifyServiceTest, AServiceThatHangsIsDistinguishedFromOneThatHasEnded) {
   StartService();
   StartVerify({"--case", "3341-9"});
   ASSERT_TRUE(mVerify->WaitForLine("Case  Signal", kPatience));

@@ -164,7 +164,7 @@ TEST_F(WatchCommandTest, RowsThatDoNotComeAreSaidOnceAndTheirReturnToo) {
   EXPECT_THAT(Rows(), Each(AnyOf(Eq(kHeader), ContainsRegex(",1,(None|Start),1$"))));
 }
 
-TEST_F(WatchCommandTest, MissingServiceIsSaidBesideTheRows) {
+TEST_F(WatchCommandTest, MissingServiceIsReportedBesideTheRows) {
   StartWatch({"--format", "json"});
   ASSERT_TRUE(mWatch->WaitForLine(
       "LoudDesk: no loudness data (NO SERVICE: no service publishes here)", kPatience));
@@ -173,7 +173,7 @@ TEST_F(WatchCommandTest, MissingServiceIsSaidBesideTheRows) {
   EXPECT_EQ("", mWatch->StandardOutput());
 }
 
-TEST_F(WatchCommandTest, StoppedMeasurementIsSaidBesideTheRows) {
+TEST_F(WatchCommandTest, StoppedMeasurementIsReportedBesideTheRows) {
   StartMeasured();
   louddesk::LoudnessConfiguration configuration;
   configuration.clusterId = mUnit.Cluster();
@@ -204,7 +204,7 @@ TEST_F(WatchCommandTest, PipeGetsPlainLinesAndAnswers) {
   EXPECT_THAT(mWatch->StandardOutput(), Not(HasSubstr("\x1b")));
 }
 
-TEST_F(WatchCommandTest, DeadServiceIsSaidAndItsReturnToo) {
+TEST_F(WatchCommandTest, DeadServiceIsReportedAndItsReturnToo) {
   StartMeasured();
   StartWatch({});
   ASSERT_TRUE(mWatch->WaitForLine("RUNNING", kPatience));
@@ -217,7 +217,7 @@ TEST_F(WatchCommandTest, DeadServiceIsSaidAndItsReturnToo) {
 }
 
 // When blocks stop arriving, the service publishes the last figures without an end.
-TEST_F(WatchCommandTest, FrozenSourceIsSaidAndItsReturnToo) {
+TEST_F(WatchCommandTest, FrozenSourceIsReportedAndItsReturnToo) {
   StartMeasured();
   StartWatch({"--format", "csv"});
   ASSERT_TRUE(
@@ -228,7 +228,7 @@ TEST_F(WatchCommandTest, FrozenSourceIsSaidAndItsReturnToo) {
   EXPECT_TRUE(mWatch->WaitForLine("LoudDesk: the figures change again", kPatience, before));
 }
 
-TEST_F(WatchCommandTest, FrozenSourceIsSaidBetweenTheLines) {
+TEST_F(WatchCommandTest, FrozenSourceIsReportedBetweenTheLines) {
   StartMeasured();
   StartWatch({});
   EXPECT_TRUE(mWatch->WaitForLine("no change for 3 s: ", kPatience));

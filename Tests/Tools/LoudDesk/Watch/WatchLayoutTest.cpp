@@ -282,19 +282,19 @@ TEST_F(WatchLayoutTest, DeadServiceIsShownDead) {
   EXPECT_THAT(Picture(kUsual, milliseconds(1000)), HasSubstr("DEAD"));
 }
 
-TEST_F(WatchLayoutTest, AbsentServiceIsSaid) {
+TEST_F(WatchLayoutTest, AbsentServiceIsReported) {
   mModel.SetConnected(false);
   const std::string picture = Picture();
   EXPECT_THAT(picture, HasSubstr("NO SERVICE"));
   EXPECT_THAT(picture, HasSubstr("no message yet"));
 }
 
-TEST_F(WatchLayoutTest, InvalidSourceIsSaid) {
+TEST_F(WatchLayoutTest, InvalidSourceIsReported) {
   Take(LU_CMD_NONE, 0);
   EXPECT_THAT(Picture(), HasSubstr("No source"));
 }
 
-TEST_F(WatchLayoutTest, PeakAboveThePermittedOneIsSaidWithoutColours) {
+TEST_F(WatchLayoutTest, PeakAboveThePermittedOneIsReportedWithoutColours) {
   mData.MaxTruePeak = -100;
   Take();
   // -1 dBTP is the permitted maximum and does not exceed it.

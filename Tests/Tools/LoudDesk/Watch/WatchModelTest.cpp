@@ -138,7 +138,7 @@ TEST_F(WatchModelTest, AcknowledgementTellsTheStateBeforeTheData) {
   EXPECT_EQ(ServiceState::kPaused, StateAt(milliseconds(60)));
 }
 
-TEST_F(WatchModelTest, ResetIsNoState) {
+TEST_F(WatchModelTest, ResetIsNotAState) {
   Data(milliseconds(0), LU_CMD_START);
   Take(milliseconds(50), Acknowledged("Reset"));
   EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(60)));
@@ -188,7 +188,7 @@ TEST_F(WatchModelTest, RepublicationTellsLateJoinersTheState) {
 }
 
 // The last command is republished every five seconds, so it may come before the first data.
-TEST_F(WatchModelTest, RepublicationBeforeTheFirstDataIsNoSilence) {
+TEST_F(WatchModelTest, RepublicationBeforeTheFirstDataIsNotSilence) {
   Take(milliseconds(0), Republished("Start"));
   EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(0)));
   EXPECT_EQ(ServiceState::kRunning, StateAt(milliseconds(999)));
@@ -202,7 +202,7 @@ TEST_F(WatchModelTest, PausedServiceJoinedLateIsPausedAtOnce) {
   EXPECT_EQ(ServiceState::kPaused, StateAt(milliseconds(50)));
 }
 
-TEST_F(WatchModelTest, StartAfterAStopIsNoSilence) {
+TEST_F(WatchModelTest, StartAfterAStopIsNotSilence) {
   Data(milliseconds(0));
   Take(milliseconds(100), Acknowledged("Stop"));
   Take(seconds(10), Acknowledged("Start"));
@@ -217,7 +217,7 @@ TEST_F(WatchModelTest, RepublicationsDoNotPutOffTheSilence) {
 }
 
 // Neither message shows the state of the service.
-TEST_F(WatchModelTest, ResetOrConfigurationAloneIsNoState) {
+TEST_F(WatchModelTest, ResetOrConfigurationAloneIsNotAState) {
   Take(milliseconds(0), Acknowledged("Reset"));
   EXPECT_EQ(ServiceState::kWaiting, StateAt(milliseconds(10)));
   Take(milliseconds(20), Answer("IOQVHwmSetLoudnessConfiguration_1",
@@ -348,7 +348,7 @@ class NoChangeTest : public WatchModelTest {
   }
 };
 
-TEST_F(NoChangeTest, SourceThatStaysTheSameIsToldAfterThreeSeconds) {
+TEST_F(NoChangeTest, SourceThatStaysTheSameIsReportedAfterThreeSeconds) {
   Stay(seconds(0), seconds(2), Loud());
   EXPECT_EQ(std::nullopt, NoChangeAt(milliseconds(2900)));
   Stay(seconds(2), seconds(12), Loud());
@@ -392,7 +392,7 @@ TEST_F(NoChangeTest, PauseMayStayAndCountsNothing) {
   EXPECT_EQ(std::nullopt, NoChangeAt(seconds(12)));
 }
 
-TEST_F(NoChangeTest, GapInTheDataIsNoTimeWithoutChange) {
+TEST_F(NoChangeTest, GapInTheDataIsNotTimeWithoutChange) {
   Data(milliseconds(0), Loud());
   Data(seconds(10), Loud());
   EXPECT_EQ(std::nullopt, NoChangeAt(milliseconds(10100)));

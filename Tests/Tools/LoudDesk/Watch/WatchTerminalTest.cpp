@@ -146,7 +146,7 @@ TEST_F(WatchTerminalTest, AllClustersHaveARowAndEnterOpensOne) {
 }
 
 // The state alone would not show the fault.
-TEST_F(WatchTerminalTest, AFrozenSourceIsToldAmongAllClusters) {
+TEST_F(WatchTerminalTest, AFrozenSourceIsReportedAmongAllClusters) {
   StartMeasured();
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));
   Watch("--all");
@@ -156,7 +156,7 @@ TEST_F(WatchTerminalTest, AFrozenSourceIsToldAmongAllClusters) {
 }
 
 // A killed service leaves its files behind.
-TEST_F(WatchTerminalTest, FileWithoutAServiceIsNoCluster) {
+TEST_F(WatchTerminalTest, FileWithoutAServiceIsNotACluster) {
   StartMeasured();
   ServiceProcess second(LOUDCALC_BINARY, {"-m", "2", "-c", "3"});
   ASSERT_NO_FATAL_FAILURE(OpenTerminal(80, 24));

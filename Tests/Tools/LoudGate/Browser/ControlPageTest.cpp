@@ -65,7 +65,7 @@ TEST_F(ControlPageTest, ByKeyboard) {
   EXPECT_EQ("Pause", mBrowser.Run("return document.activeElement.textContent"));
 }
 
-TEST_F(ControlPageTest, AWrongTokenIsSaidAndNothingIsSent) {
+TEST_F(ControlPageTest, AWrongTokenIsReportedAndNothingIsSent) {
   ASSERT_NO_FATAL_FAILURE(StartControlled());
   OpenWithToken("wrong");
   Click("Pause");

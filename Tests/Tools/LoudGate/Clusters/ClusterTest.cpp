@@ -59,7 +59,7 @@ TEST_F(ClusterTest, IsNamedByMeterSetAndCluster) {
   EXPECT_EQ("1-3", mCluster.Name());
 }
 
-TEST_F(ClusterTest, AFileAloneIsNoCluster) {
+TEST_F(ClusterTest, AFileAloneIsNotACluster) {
   EXPECT_FALSE(Cluster({1, 3}, kStart).IsKnown(kStart));
   EXPECT_TRUE(mCluster.IsKnown(kStart));
 }

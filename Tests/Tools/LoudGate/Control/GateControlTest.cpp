@@ -125,7 +125,7 @@ TEST_F(GateControlTest, OtherSitesAndOtherFormsAreRefused) {
   EXPECT_EQ(200, Post(body, {kBearer, kJson + "; charset=utf-8", own}).status);
 }
 
-TEST_F(GateControlTest, WhatIsNoOrderIsRefused) {
+TEST_F(GateControlTest, WhatIsNotAnOrderIsRefused) {
   ASSERT_NO_FATAL_FAILURE(StartControlled());
   for (const std::string& body : {std::string("{}"), std::string("Pause"),
                                   std::string(R"({"Command":"Print"})"), std::string(4000, '[')})

@@ -378,7 +378,7 @@ TEST_F(HttpServerTest, ConnectionsInAllAreBounded) {
   EXPECT_THAT(waiting.ReadUntil("hello \n"), StartsWith("HTTP/1.1 200 "));
 }
 
-TEST_F(HttpServerTest, WhatIsNoHttpEndsTheConnectionOnly) {
+TEST_F(HttpServerTest, WhatIsNotHttpEndsTheConnectionOnly) {
   Start();
   for (const std::string& garbage :
        {std::string("\r\n\r\n\r\n"), std::string(3000, '\0'), std::string("GET\r\n\r\n"),

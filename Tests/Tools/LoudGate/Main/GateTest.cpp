@@ -130,7 +130,7 @@ TEST_F(GateTest, ServesOverTlsOnlyWithACertificate) {
   EXPECT_TRUE(reader->WaitForLine("data: {", kPatience));
 }
 
-TEST_F(GateTest, APrivateKeyThatOthersCanReadIsTold) {
+TEST_F(GateTest, APrivateKeyThatOthersCanReadIsReported) {
   const TlsFiles files;
   std::filesystem::permissions(files.Key(), std::filesystem::perms::others_read,
                                std::filesystem::perm_options::add);

@@ -28,7 +28,7 @@ std::string TextsOfSources() {
   return std::regex_replace(all, std::regex("\"\\s*\\+?\\s*\""), "");
 }
 
-TEST(RecordDocumentTest, EveryLineThatIsListedIsToldBySomething) {
+TEST(RecordDocumentTest, EveryLineThatIsListedIsReportedBySomething) {
   const std::string sources = TextsOfSources();
   const auto lines = ListedLines();
   ASSERT_LE(8u, lines.size());

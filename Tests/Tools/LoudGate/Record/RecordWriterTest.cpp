@@ -144,7 +144,7 @@ TEST_F(RecordWriterTest, ItOpensTheFileAtOnceAndTellsItsSize) {
   EXPECT_TRUE(fs::exists(mFile));
 }
 
-TEST_F(RecordWriterTest, AFolderThatIsMissingIsToldOnceAndTheRecordBeginsWithIt) {
+TEST_F(RecordWriterTest, AFolderThatIsMissingIsReportedOnceAndTheRecordBeginsWithIt) {
   fs::remove_all(mFolder);
   Start();
   Await([](const RecordCounts& counts) { return counts.failures == 1; });
@@ -215,7 +215,7 @@ TEST_F(RecordWriterTest, ADamagedFileIsSetAsideAndANewOneBegins) {
   EXPECT_THAT(mLines, ElementsAre(HasSubstr("the damaged file is kept as " + FilesAside()[0])));
 }
 
-TEST_F(RecordWriterTest, AFileThatIsNoDatabaseIsSetAsideToo) {
+TEST_F(RecordWriterTest, AFileThatIsNotADatabaseIsSetAsideToo) {
   std::ofstream(mFile) << std::string(20000, 'x');
   Start();
   mWriter->Put(BatchOf(mNow, 60));

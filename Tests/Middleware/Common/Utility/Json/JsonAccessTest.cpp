@@ -44,7 +44,7 @@ void ExpectReads(const std::vector<ReadCase<Target>>& cases, Target before) {
 
 // --- Parsing ---
 
-TEST(JsonAccessTest, NullTextIsNoDocument) {
+TEST(JsonAccessTest, NullTextIsNotADocument) {
   rapidjson::Document document;
   EXPECT_FALSE(json::Parse(nullptr, document));
   EXPECT_FALSE(json::ParseObject(nullptr, document));

@@ -208,7 +208,7 @@ TEST_F(MqLinkTest, PeersThatComeAndGoAreLeftToTheLibrary) {
   EXPECT_THAT(mRenewed, IsEmpty());
 }
 
-TEST_F(MqLinkTest, AbsentPeerIsNoBrokenLink) {
+TEST_F(MqLinkTest, AbsentPeerIsNotABrokenLink) {
   BindPeer(ZMQ_XPUB);
   zsock_destroy(&mPeer);
   Connect();
@@ -216,7 +216,7 @@ TEST_F(MqLinkTest, AbsentPeerIsNoBrokenLink) {
   EXPECT_THAT(mRenewed, IsEmpty());
 }
 
-TEST_F(MqLinkTest, QuietPeerIsNoBrokenLink) {
+TEST_F(MqLinkTest, QuietPeerIsNotABrokenLink) {
   BindPeer(ZMQ_XPUB);
   Connect();
   ASSERT_EQ(NextSubscription(), kSubscription);

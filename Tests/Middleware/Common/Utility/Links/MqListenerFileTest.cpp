@@ -45,7 +45,7 @@ class MqListenerFileTest : public testing::Test {
   }
 
   // The result of the second check of a missing file.
-  MqFileNews SecondLook() {
+  MqFileNews SecondCheck() {
     EXPECT_EQ(MqFileNews::kNone, file_.Tend());
     return file_.Tend();
   }
@@ -78,23 +78,23 @@ TEST_F(MqListenerFileTest, NothingIsWatchedBeforeAndAfter) {
   EXPECT_EQ(MqFileNews::kNone, none.Tend());
   file_.Unwatch();
   fs::remove(path_);
-  EXPECT_EQ(MqFileNews::kNone, SecondLook());
+  EXPECT_EQ(MqFileNews::kNone, SecondCheck());
   EXPECT_FALSE(fs::exists(path_));
 }
 
 TEST_F(MqListenerFileTest, FileThatIsGoneIsBoundAnewAndEveryClientServed) {
   fs::remove(path_);
-  EXPECT_EQ(MqFileNews::kBoundAnew, SecondLook());
+  EXPECT_EQ(MqFileNews::kBoundAnew, SecondCheck());
   EXPECT_TRUE(fs::is_socket(path_));
   EXPECT_TRUE(IsServed(*client_));
   EXPECT_TRUE(IsNewClientServed());
   EXPECT_EQ(MqFileNews::kNone, file_.Tend());
 
   fs::remove(path_);
-  EXPECT_EQ(MqFileNews::kBoundAnew, SecondLook());
+  EXPECT_EQ(MqFileNews::kBoundAnew, SecondCheck());
 }
 
-TEST_F(MqListenerFileTest, FileThatIsGoneIsLeftToWhoeverTakesItsPlace) {
+TEST_F(MqListenerFileTest, FileThatIsGoneIsLeftToTheProcessThatTakesItsPlace) {
   fs::remove(path_);
   EXPECT_EQ(MqFileNews::kNone, file_.Tend());
   zsock_t* other = Bind();
@@ -102,7 +102,7 @@ TEST_F(MqListenerFileTest, FileThatIsGoneIsLeftToWhoeverTakesItsPlace) {
   zsock_destroy(&other);
 }
 
-TEST_F(MqListenerFileTest, FileOfAnotherIsToldOnceAndNotFoughtFor) {
+TEST_F(MqListenerFileTest, FileOfAnotherIsReportedOnceAndNotFoughtFor) {
   zsock_t* other = Bind();
   EXPECT_EQ(MqFileNews::kTaken, file_.Tend());
   for (int look = 0; look < 3; ++look)
@@ -114,7 +114,7 @@ TEST_F(MqListenerFileTest, FileOfAnotherIsToldOnceAndNotFoughtFor) {
   zsock_destroy(&other);
   EXPECT_EQ(MqFileNews::kNone, file_.Tend()) << "the file that it made before is still its own";
   fs::remove(path_);
-  EXPECT_EQ(MqFileNews::kBoundAnew, SecondLook());
+  EXPECT_EQ(MqFileNews::kBoundAnew, SecondCheck());
   EXPECT_TRUE(IsNewClientServed());
   EXPECT_EQ(MqFileNews::kNone, file_.Tend());
   fs::remove(path_);
@@ -122,9 +122,9 @@ TEST_F(MqListenerFileTest, FileOfAnotherIsToldOnceAndNotFoughtFor) {
   EXPECT_EQ(MqFileNews::kTaken, file_.Tend()) << "the next time is reported again";
 }
 
-TEST_F(MqListenerFileTest, FileThatCannotBeReplacedIsToldOnceAndTriedAgain) {
+TEST_F(MqListenerFileTest, FileThatCannotBeReplacedIsReportedOnceAndTriedAgain) {
   fs::remove_all(path_.parent_path());
-  EXPECT_EQ(MqFileNews::kNotReplaced, SecondLook());
+  EXPECT_EQ(MqFileNews::kNotReplaced, SecondCheck());
   EXPECT_EQ(ENOENT, errno);
   for (int look = 0; look < 3; ++look)
     EXPECT_EQ(MqFileNews::kNone, file_.Tend());
@@ -142,7 +142,7 @@ TEST_F(MqListenerFileTest, ListenersDoNotPileUp) {
   const auto before = openFiles();
   for (int time = 0; time < 10 * MqListenerFile::kMostListeners; ++time) {
     fs::remove(path_);
-    ASSERT_EQ(MqFileNews::kBoundAnew, SecondLook());
+    ASSERT_EQ(MqFileNews::kBoundAnew, SecondCheck());
     ASSERT_EQ(MqFileNews::kNone, file_.Tend());
   }
   // The library closes the old listeners in the background, and the client connects to the new

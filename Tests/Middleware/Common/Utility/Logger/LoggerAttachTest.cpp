@@ -41,7 +41,7 @@ INSTANTIATE_TEST_SUITE_P(Transports, LoggerAttachTest,
 
 TEST_P(LoggerAttachTest, AttachingIsLoggedAndItsSuccessReachesTheSink) {
   Sink sink(GetParam().endpoint);
-  MakeTalkative();
+  MakeVerbose();
   Console console;
   EXPECT_EQ(Attach(), 1);
   EXPECT_TRUE(mpLogger->isMqAttached());
@@ -64,7 +64,7 @@ TEST_P(LoggerAttachTest, SinkNeedNotBeThere) {
 TEST_P(LoggerAttachTest, SecondAttachIsReportedAndKeepsTheFirst) {
   AttachQuietly();
   zsock_t* const socket = mpLogger->mpSock;
-  MakeTalkative();
+  MakeVerbose();
   Console console;
   EXPECT_EQ(Attach(), 0);
   EXPECT_EQ(mpLogger->mpSock, socket);
@@ -76,7 +76,7 @@ TEST_P(LoggerAttachTest, SecondAttachIsReportedAndKeepsTheFirst) {
 }
 
 TEST_P(LoggerAttachTest, WithoutASocketNothingIsAttachedOrSaid) {
-  MakeTalkative();
+  MakeVerbose();
   faults::Fail(Call::SockNew);
   Console console;
   EXPECT_EQ(Attach(), 0);
@@ -85,7 +85,7 @@ TEST_P(LoggerAttachTest, WithoutASocketNothingIsAttachedOrSaid) {
 }
 
 TEST_P(LoggerAttachTest, RefusedConnectionLeavesNoSocketAndIsLogged) {
-  MakeTalkative();
+  MakeVerbose();
   faults::Fail(Call::Connect);
   Console console;
   EXPECT_EQ(Attach(), 0);

@@ -75,7 +75,7 @@ class LoggerSinkTest : public testing::Test {
     mpLogger->mLogLevel = level;
   }
 
-  void MakeTalkative() {
+  void MakeVerbose() {
     mpLogger->mLogLevel = MsgLevel_Debug;
     mpLogger->mConsoleAttached = true;
   }

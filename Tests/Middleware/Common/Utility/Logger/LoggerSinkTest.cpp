@@ -57,7 +57,7 @@ TEST_F(LoggerSinkTest, CharactersThatJsonReservesAreEscaped) {
             "\"Message\":\"a \\\"b\\\" \\\\ /\\n\\t\\u001B \xc3\xa9\"}");
 }
 
-TEST_F(LoggerSinkTest, BytesThatAreNoTextReachTheSinkAsReplacementCharacters) {
+TEST_F(LoggerSinkTest, BytesThatAreNotTextReachTheSinkAsReplacementCharacters) {
   Sink sink(kIpcEndpoint);
   AttachQuietly();
   EXPECT_TRUE(mpLogger->SendJson(MsgType_Notify, MsgLevel_Warn, "a\xFFz", "\xC3"));
@@ -66,7 +66,7 @@ TEST_F(LoggerSinkTest, BytesThatAreNoTextReachTheSinkAsReplacementCharacters) {
             "\"Title\":\"\xEF\xBF\xBD\"}");
 }
 
-TEST_F(LoggerSinkTest, NameThatIsNoTextReachesTheSinkAsReplacementCharacters) {
+TEST_F(LoggerSinkTest, NameThatIsNotTextReachesTheSinkAsReplacementCharacters) {
   Sink sink(kIpcEndpoint);
   AttachQuietly();
   // The last of the seven bytes is the first byte of a two-byte character.

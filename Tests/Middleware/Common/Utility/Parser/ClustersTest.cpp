@@ -112,7 +112,7 @@ TEST_F(ClusterTest, MissingAndMistypedMembersLeaveTheirFields) {
   ExpectInitial();
 }
 
-TEST_F(ClusterTest, ClusterThatIsNoObjectFails) {
+TEST_F(ClusterTest, ClusterThatIsNotAnObjectFails) {
   for (const char* text : {"[]", "null", "1", "\"x\"", "true"})
     EXPECT_EQ(Parse(text), 0) << text;
 }
@@ -143,7 +143,7 @@ TEST_F(ClusterSetTest, EmptyArraySucceedsWithoutValidClusters) {
   EXPECT_EQ(mSet.miValidClustersCount, 0);
 }
 
-TEST_F(ClusterSetTest, ValueThatIsNoArrayFails) {
+TEST_F(ClusterSetTest, ValueThatIsNotAnArrayFails) {
   mSet.miValidClustersCount = 4;
   for (const char* text : {"{}", "null", "1", "\"x\""})
     EXPECT_EQ(Parse(text), 0) << text;
@@ -222,7 +222,7 @@ TEST_F(ClusterSetTest, LaterClusterOverridesAnEarlierClaim) {
   EXPECT_EQ(mMeters.GetClusterId(6), 0);
 }
 
-TEST_F(ClusterSetTest, ElementThatIsNoObjectFailsAndClaimsNothing) {
+TEST_F(ClusterSetTest, ElementThatIsNotAnObjectFailsAndClaimsNothing) {
   EXPECT_EQ(Parse("[[]," + Cluster(1, 2) + ",null]"), 0);
   EXPECT_EQ(mSet.miValidClustersCount, 1);
   ExpectClaims(1, 0, 2);

@@ -110,7 +110,7 @@ TEST(EmsetFlowTest, MistypedMembersLeaveTheirFields) {
   EXPECT_EQ(flow.msSenderType + flow.msAudioFormat + flow.msVideoFormat, "");
 }
 
-TEST(EmsetFlowTest, ValueThatIsNoObjectFails) {
+TEST(EmsetFlowTest, ValueThatIsNotAnObjectFails) {
   cEmsetPrimaryFlow flow;
   for (const char* text : kNoObjects) {
     EXPECT_EQ(flow.ParsePrimaryFlow(Json(text)), 0) << text;

@@ -65,7 +65,7 @@ TEST(SfpIpSettingsTest, WithoutCountItIsMinusOneAndTheRestStays) {
   EXPECT_EQ(settings.miSfpCageNo, 2);
 }
 
-TEST(SfpIpSettingsTest, TextThatIsNoObjectFailsAndChangesNothing) {
+TEST(SfpIpSettingsTest, TextThatIsNotAnObjectFailsAndChangesNothing) {
   cEmsetSfpIpSettings settings;
   settings.ParseSfpIpSettings(R"({"Count":8})");
   for (const char* text : kNoDocuments)
@@ -97,7 +97,7 @@ TEST(SfpFirmwareLoadOptionsTest, WithoutCageAndCountTheyAreZeroAndMinusOne) {
   EXPECT_TRUE(options.mbMakeDefault);
 }
 
-TEST(SfpFirmwareLoadOptionsTest, TextThatIsNoObjectFails) {
+TEST(SfpFirmwareLoadOptionsTest, TextThatIsNotAnObjectFails) {
   cEmsetSfpFirmwareLoadOptions options;
   for (const char* text : kNoDocuments)
     EXPECT_EQ(options.ParseSfpFirmwareLoadOptions(text), 0) << text;
@@ -147,7 +147,7 @@ TEST(SfpPTPSettingsTest, AbsentOrMistypedCageLeavesItsField) {
   }
 }
 
-TEST(SfpPTPSettingsTest, TextThatIsNoObjectFailsWithoutPrinting) {
+TEST(SfpPTPSettingsTest, TextThatIsNotAnObjectFailsWithoutPrinting) {
   cEmsetSfpPTPSettings ptp;
   for (const char* text : kNoDocuments) {
     std::string printed;

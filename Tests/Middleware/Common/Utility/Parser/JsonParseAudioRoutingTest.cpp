@@ -115,7 +115,7 @@ TEST_F(AudioRoutingTest, PairZeroHoldsTheChannelsBelowOne) {
   EXPECT_THAT(Channels(), ElementsAre(-1, 0));
 }
 
-TEST_F(AudioRoutingTest, ValueThatIsNoObjectFails) {
+TEST_F(AudioRoutingTest, ValueThatIsNotAnObjectFails) {
   for (const char* text : {"[]", "null", "1", "\"x\"", "true"}) {
     EXPECT_EQ(Parse(text, true), 0) << text;
     EXPECT_EQ(Parse(text, false), 0) << text;

@@ -96,7 +96,7 @@ TEST_F(DolbyDecoderSettingsTest, ResetRestoresEveryDefault) {
   ExpectDefaults();
 }
 
-TEST_F(DolbyDecoderSettingsTest, ValueThatIsNoObjectFails) {
+TEST_F(DolbyDecoderSettingsTest, ValueThatIsNotAnObjectFails) {
   for (const char* text : {"[]", "null", "1", "\"x\"", "true"})
     EXPECT_EQ(Parse(text), 0) << text;
   ExpectDefaults();
@@ -129,7 +129,7 @@ TEST_F(DolbyDecoderSettingsTest, AfterAMissingConfigurationTheStatusIsNotRead) {
   EXPECT_EQ(mSettings.msDDModStatus, "Timeout");
 }
 
-TEST_F(DolbyDecoderSettingsTest, ConfigurationThatIsNoObjectCountsAsMissing) {
+TEST_F(DolbyDecoderSettingsTest, ConfigurationThatIsNotAnObjectCountsAsMissing) {
   const char* const cases[] = {R"("DecoderConfig":[])", R"("DDPlusConfig":null)",
                                R"("ED2Config":3)", R"("LoudnessConfig":"EBU")"};
   for (const char* bad : cases)
@@ -278,7 +278,7 @@ TEST_F(DolbyDecoderSettingsTest, DocumentOfItsOwnRestoresTheDefaultsFirst) {
   ExpectDefaults();
 }
 
-TEST_F(DolbyDecoderSettingsTest, DocumentThatIsNoObjectFailsWithTheDefaults) {
+TEST_F(DolbyDecoderSettingsTest, DocumentThatIsNotAnObjectFailsWithTheDefaults) {
   for (const char* text : {"", "{", "[]", "null", "{\"a\":}", "1"}) {
     Parse(AllSettings());
     EXPECT_EQ(mSettings.ParseDolbyDecoderSettings(text), 0) << text;

@@ -93,7 +93,7 @@ TEST_F(EmsetTest, EmptyArraySucceeds) {
   EXPECT_EQ(mParser.GetEmsetInfoForSFP(0, 0), nullptr);
 }
 
-TEST_F(EmsetTest, ValueThatIsNoArrayFailsAfterTheReset) {
+TEST_F(EmsetTest, ValueThatIsNotAnArrayFailsAfterTheReset) {
   for (const char* text : {"{}", "null", "1", "\"x\"", "true"}) {
     Parse("[" + Emset(1, 1, "A") + "]");
     EXPECT_EQ(Parse(text), 0) << text;
@@ -217,7 +217,7 @@ TEST_F(EmsetTest, ReferenceIsReadAndPrinted) {
             "\n\t\tOffsetMode: Lines\n");
 }
 
-TEST_F(EmsetTest, ReferenceThatIsNoObjectFails) {
+TEST_F(EmsetTest, ReferenceThatIsNotAnObjectFails) {
   cEmsetReference reference;
   testing::internal::CaptureStdout();
   EXPECT_EQ(reference.ParseReference(Json("{}")), 1);
@@ -243,7 +243,7 @@ TEST_F(EmsetTest, TimeSettingsAreReadAndPrinted) {
   EXPECT_THAT(mPrinted, HasSubstr("\n\t PTPMode :Multicast"));
 }
 
-TEST_F(EmsetTest, ReferenceAndTimeSettingsThatAreNoObjectsAreIgnored) {
+TEST_F(EmsetTest, ReferenceAndTimeSettingsThatAreNotObjectsAreIgnored) {
   EXPECT_EQ(ParseSignals(R"({"Flows":{"Primary":[{}]},"Reference":[],"PTP":null})"), 1);
   EXPECT_EQ(mPrinted, "");
 }
@@ -314,7 +314,7 @@ TEST_F(EmsetTest, ModuleStatusIsRead) {
   EXPECT_FALSE(mParser.mbIsSfpModuleEnabled);
 }
 
-TEST_F(EmsetTest, ModuleStatusThatIsNoObjectFails) {
+TEST_F(EmsetTest, ModuleStatusThatIsNotAnObjectFails) {
   for (const char* text : {"", "[]", "null", "{", "true"})
     EXPECT_EQ(mParser.ParseSfpModuleStatus(text), 0) << text;
   EXPECT_EQ(mParser.ParseSfpModuleStatus(nullptr), 0);

@@ -78,7 +78,7 @@ TEST_F(JsonParseLuMessagesTest, NullTextChangesNothing) {
   ExpectRefusedByEveryEntry(nullptr);
 }
 
-TEST_F(JsonParseLuMessagesTest, TextThatIsNoObjectChangesNothing) {
+TEST_F(JsonParseLuMessagesTest, TextThatIsNotAnObjectChangesNothing) {
   for (const char* text : {"", "   ", "Start", "[]", "[{\"Command\":\"Start\",\"ClusterId\":1}]",
                            "null", "7", "\"Start\"", "{", "{\"ClusterId\":1", "{\"ClusterId\":1}}",
                            "{\"ClusterId\":1,}", "{\"Command\":\"Start\",\"ClusterId\":01}"})

@@ -150,7 +150,7 @@ TEST(SystemClockSourceTest, MistypedMembersCountAsMissing) {
   EXPECT_EQ(clock.miSysClockSlot, 0);
 }
 
-TEST(SystemClockSourceTest, ValueThatIsNoObjectFailsAndChangesNothing) {
+TEST(SystemClockSourceTest, ValueThatIsNotAnObjectFailsAndChangesNothing) {
   cSystemClockSource clock;
   clock.ParseSystemClockSource(Json(kSource));
   for (const char* text : kNoObjects)
@@ -202,7 +202,7 @@ TEST(DolbyInputSourceTest, AudioOnlyInputsCountToo) {
   EXPECT_EQ(dolby.mDolbyInputType, SIT_MADI);
 }
 
-TEST(DolbyInputSourceTest, ValueThatIsNoObjectFails) {
+TEST(DolbyInputSourceTest, ValueThatIsNotAnObjectFails) {
   cDolbyInputSource dolby;
   for (const char* text : kNoObjects)
     EXPECT_EQ(dolby.ParseDolbyInputSource(Json(text)), 0) << text;
@@ -284,7 +284,7 @@ TEST(VideoSourceTest, ResetKeepsTheTypeTextsAlone) {
   EXPECT_EQ(video.msVideoConnectorType, "DB25");
 }
 
-TEST(VideoSourceTest, ValueThatIsNoObjectFails) {
+TEST(VideoSourceTest, ValueThatIsNotAnObjectFails) {
   cVideoSource video;
   for (const char* text : kNoObjects)
     EXPECT_EQ(video.ParseVideoSource(Json(text)), 0) << text;

@@ -40,6 +40,6 @@ TEST(LabelledBlockTest, NumbersArePrintedInTheirFullRange) {
             "a-2147483648b4294967295c18446744073709551615\n");
 }
 
-TEST(LabelledBlockTest, PercentSignsInTextsAreNoFormats) {
+TEST(LabelledBlockTest, PercentSignsInTextsAreNotFormats) {
   EXPECT_EQ(Printed(LabelledBlock().Add("%s", std::string("%n%d"))), "%s%n%d\n");
 }

@@ -166,7 +166,7 @@ TEST(LuMessagesTest, AlarmTextsConvert) {
                                                                 {"", LU_ALARM_BOTH}});
 }
 
-TEST(LuMessagesTest, LowerCaseOffIsNoAlarmText) {
+TEST(LuMessagesTest, LowerCaseOffIsNotAnAlarmText) {
   EXPECT_EQ(cLuConf::ConvertToAlarmFromString("off"), LU_ALARM_BOTH);
 }
 

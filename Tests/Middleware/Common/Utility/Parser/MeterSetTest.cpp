@@ -80,7 +80,7 @@ TEST_F(MeterSetTest, MeterOutsideTheSetFailsButTheOthersAreRead) {
   }
 }
 
-TEST_F(MeterSetTest, MeterThatIsNoObjectFailsButTheOthersAreRead) {
+TEST_F(MeterSetTest, MeterThatIsNotAnObjectFailsButTheOthersAreRead) {
   EXPECT_EQ(Parse(R"({"1":[],"2":{"VolumeDb":3}})"), 0);
   EXPECT_EQ(mSet.GetVolumeDb(1, 0), 3);
 }
@@ -93,7 +93,7 @@ TEST_F(MeterSetTest, EmptyObjectSucceedsAndChangesNoMeter) {
   EXPECT_EQ(mSet.GetVolumeDb(4, 0), 11);
 }
 
-TEST_F(MeterSetTest, ValueThatIsNoObjectFails) {
+TEST_F(MeterSetTest, ValueThatIsNotAnObjectFails) {
   mSet.mbIsDolbySource = true;
   for (const char* text : {"[]", "null", "3", "\"1\""})
     EXPECT_EQ(Parse(text), 0) << text;

@@ -281,7 +281,7 @@ TEST_F(MeterTest, WithoutSourceTheMeterParses) {
   EXPECT_EQ(mMeter.mInputType, SIT_NONE);
 }
 
-TEST_F(MeterTest, SourceThatIsNoObjectFailsAfterTheFieldsBeforeIt) {
+TEST_F(MeterTest, SourceThatIsNotAnObjectFailsAfterTheFieldsBeforeIt) {
   for (const char* source : {"[]", "null", "1", "\"MADI\"", "true"}) {
     mMeter.ResetMeter();
     EXPECT_EQ(Parse(std::string(R"({"VolumeDb":-3,"Speaker":"Left","Source":)") + source + "}"), 0)
@@ -291,7 +291,7 @@ TEST_F(MeterTest, SourceThatIsNoObjectFailsAfterTheFieldsBeforeIt) {
   }
 }
 
-TEST_F(MeterTest, MeterThatIsNoObjectFails) {
+TEST_F(MeterTest, MeterThatIsNotAnObjectFails) {
   for (const char* text : {"[]", "null", "1", "\"x\"", "false"})
     EXPECT_EQ(Parse(text), 0) << text;
 }

@@ -65,7 +65,7 @@ TEST_F(PresetRefusalTest, NullTextIsRefused) {
   ExpectResetState();
 }
 
-TEST_F(PresetRefusalTest, TextThatIsNoJsonObjectIsRefused) {
+TEST_F(PresetRefusalTest, TextThatIsNotAJsonObjectIsRefused) {
   const std::string cut = Accepted();
   const std::string cases[] = {"",        " ",
                                "{",       "[]",
@@ -189,7 +189,7 @@ TEST_F(PresetRefusalTest, PresetNameWithoutGroupRejectsTheDocument) {
   }
 }
 
-TEST_F(PresetRefusalTest, MeterNameThatIsNoNumberRejectsTheDocument) {
+TEST_F(PresetRefusalTest, MeterNameThatIsNotANumberRejectsTheDocument) {
   const std::string logged =
       LogOf(Document({kClusters, R"("MeterSet":{"1":{"VolumeDb":5},"rear":{}})", kClock}));
   EXPECT_THAT(logged, HasSubstr("Preset rejected: meter name \"rear\" is not a number"));
