@@ -1,8 +1,8 @@
-# Completion of LoudDesk and LoudGate in bash, installed for each. What there is to complete, their own help says:
-# subcommands, options, and the choices of an option or an argument, as {first,second} or by the name of an option
-# that lists them.
+# Bash completion of LoudDesk and LoudGate, installed once for each. The completions come from the help: subcommands,
+# options, and the choices of an option or an argument, which the help shows as {first,second} or by the name of an
+# option that lists them.
 
-# The subcommand that the words of the line lead to, into `path`, and its help, into `help`.
+# Sets `path` to the subcommand in the words of the line, and `help` to its help.
 _loudcalc_tool_help() {
   local word
   help=$("$program" --help 2>/dev/null)
@@ -13,18 +13,18 @@ _loudcalc_tool_help() {
   done
 }
 
-# The first words of the lines of a section of the help. Argument: its title.
+# Prints the first words of the lines of a section of the help. Argument: its title.
 _loudcalc_tool_names() {
   sed -nE "/^$1:/,/^\$/s/^  ([^ ]+).*/\1/p" <<<"$help" | tr , '\n'
 }
 
-# The choices that the help names behind an option or an argument. Argument: a pattern of it.
+# Prints the choices that the help shows for an option or an argument. Argument: a pattern for its name.
 _loudcalc_tool_choices() {
   sed -nE "s/^  $1 [^{]*[{]([^}]*)[}].*/\1/p" <<<"$help" | tr , '\n'
 }
 
-# The names that stand at the beginnings of lines of the list that the help refers to behind an option, "see
-# --list-profiles". Argument: the option.
+# Prints the names at the beginnings of the lines of a list. The help refers to the list of an option with words
+# such as "see --list-profiles". Argument: the option.
 _loudcalc_tool_listed() {
   local list
   list=$(sed -nE "s/^  $1 .*see (--list-[a-z]+).*/\1/p" <<<"$help")

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Compares the texts that the service can print with the tables of log lines in Docs/OPERATIONS.md: every
-one is explained there, and none that is not printed. Usage: log_lines.py SOURCES DOCUMENT FOLDER..."""
+"""Compares the texts that the service can print with the tables of log lines in Docs/OPERATIONS.md: the tables
+must list every text, and nothing else. Usage: log_lines.py SOURCES DOCUMENT FOLDER..."""
 
 import pathlib
 import re
@@ -25,7 +25,7 @@ NEVER_CALLED = {
 
 
 def arguments_at(text, start):
-    """The text of a call's arguments; `start` is behind the opening parenthesis."""
+    """The text of a call's arguments; `start` is the position after the opening parenthesis."""
     depth, i = 1, start
     while depth:
         if text[i] == '"':

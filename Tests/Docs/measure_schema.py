@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Holds the JSON of `LoudDesk measure` to Docs/measure.schema.json, by an independent validator.
+"""Validates the JSON of `LoudDesk measure` against Docs/measure.schema.json with an independent validator.
 
-Real output of several files and options has to fit the schema, and each change to it that a reader
-would stumble over must not, so that the schema is known to say something.
+The output for several files and options must be valid. Each change to it that would break a reader must
+be invalid, which shows that the schema is strict enough.
 
 Usage: measure_schema.py LOUDDESK SCHEMA
 """

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Looks for the tests that a document names, `Suite.Name` with asterisks for any text: each must be one that is
-there. Usage: named_tests.py DOCUMENT TESTS"""
+"""Checks that the tests that a document names exist. Names are `Suite.Name`, with asterisks for any text.
+Usage: named_tests.py DOCUMENT TESTS"""
 
 import fnmatch
 import pathlib
@@ -14,7 +14,7 @@ IN_LIST = re.compile(r'^\s*add_test\(NAME (\w+\.)', re.M)
 
 
 def tests_in(folder):
-    """The names of all tests; those that a loop lists, up to the part that differs."""
+    """The names of all tests. Those that a loop in a CMakeLists.txt adds end before the part that varies."""
     for source in folder.rglob('*.cpp'):
         for suite, name in IN_SOURCE.findall(source.read_text()):
             yield f'{suite}.{name}'
@@ -28,7 +28,7 @@ def main():
     named = set(NAMED.findall(document.read_text())) - EXAMPLES
     missing = sorted(name for name in named if not fnmatch.filter(tests, name))
     for name in missing:
-        print(f'{document.name} names {name}, which is no test')
+        print(f'{document.name} names {name}, which is not a test')
     if not named:
         print(f'{document.name} names no test')
     sys.exit(1 if missing or not named else 0)

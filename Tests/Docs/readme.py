@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Holds what the README is for: a newcomer reads it in a few minutes, and finds the rest from there.
+"""Checks that a newcomer can read the README in a few minutes and find the rest from there.
 
-It has at most as many lines as fit on two pages, and a table of twenty items beside other meters with a word
-for each of the four. The two commands come before all others, and exist. Links of the README and of the
-documents that it links to lead to files, and those within a document to headings. Pictures are small.
+It must fit on two pages and have a table that compares four meters by twenty items. The two main commands must
+exist and come before all others. Links in the README and in the documents that it links to must lead to existing
+files and headings. Pictures must be small.
 
 Usage: readme.py ROOT: the repository.
 """
@@ -22,7 +22,7 @@ LINK = re.compile(r'\]\(([^)\s]+)\)|src="([^"]+)"')
 
 
 def anchors_of(text):
-    """The headings as links name them."""
+    """The headings in the form that links use."""
     headings = re.findall(r"^#+ (.*)$", text, re.M)
     return {re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings}
 
@@ -72,7 +72,7 @@ def main():
     check_readme(root, faults)
     for document in check_links(root / "README.md", faults):
         check_links(document, faults)
-    print("\n".join(faults) or "the README is as it should be")
+    print("\n".join(faults) or "no faults in the README")
     sys.exit(bool(faults))
 
 

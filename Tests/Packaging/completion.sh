@@ -21,7 +21,7 @@ expect() {
 }
 
 # Bash looks completions up by the typed name.
-[[ $(complete -p "$name") == *" -F _loudcalc_tool $name" ]] || { echo "no completion of $name"; exit 1; }
+[[ $(complete -p "$name") == *" -F _loudcalc_tool $name" ]] || { echo "$name has no completion"; exit 1; }
 
 if [ "$name" = LoudGate ]; then
   expect "--listen" --li

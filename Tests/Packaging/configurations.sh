@@ -36,7 +36,7 @@ build() {
 expect_nothing_new() {
   "$cmake" "$place/build" >"$place/log" 2>&1 || fail "does not configure again"
   "$cmake" --build "$place/build" >"$place/log" 2>&1 || fail "does not build again"
-  ! grep -q ' Building ' "$place/log" || fail "configured again, it compiles anew"
+  ! grep -q ' Building ' "$place/log" || fail "compiles again after a second configuration"
 }
 
 # The packages that CMake looked for. Each leaves its path in the cache.
@@ -60,10 +60,10 @@ for switches in {ON,OFF}\ {ON,OFF}\ {ON,OFF}\ {ON,OFF}; do
 done
 of_gate_alone=$(comm -23 "$place/of-gate" "$place/of-desk")
 for package in MICROHTTPD PROMETHEUS; do
-  grep -qx $package <<<"$of_gate_alone" || { echo "the desk tool wants $package too"; exit 1; }
+  grep -qx $package <<<"$of_gate_alone" || { echo "the desk tool also needs $package"; exit 1; }
 done
 [ "$(paste -sd' ' "$place/of-service")" = "CZMQ RAPIDJSON" ] ||
-  { echo "the service alone wants:" $(cat "$place/of-service"); exit 1; }
+  { echo "the service alone needs:" $(cat "$place/of-service"); exit 1; }
 
 # Checks the presets for a board and for a desk. Arguments: the preset, the switches that it turns off.
 expect_preset() {

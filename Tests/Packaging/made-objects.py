@@ -1,7 +1,6 @@
 #!/usr/bin/env -S python3 -IS
-"""For each object that BUILD is going to compile, makes OBJECT.made a link to the one that OTHER has
-compiled with the very same command, if it has and the source has not changed since. take-object.sh
-then takes that one. Usage: made-objects.py OTHER BUILD"""
+"""Links OBJECT.made to the object that OTHER has compiled with the same command, for each object that BUILD
+will compile, unless the source has changed since. take-object.sh then uses it. Usage: made-objects.py OTHER BUILD"""
 
 import json
 import sys
@@ -9,9 +8,8 @@ from pathlib import Path
 
 
 def normalised(command, build):
-    """The command from the compiler on, without its launcher and wherever it builds. The system's
-    include paths, whose places among the flags pkg-config changes from run to run, come last but for
-    the source."""
+    """The command without the compiler's launcher and the build folder. The system's include paths, whose
+    order among the flags varies between runs of pkg-config, are moved to the end, before the source."""
     words = command.replace(str(build), "<build>").split()
     words = words[next(i for i, word in enumerate(words) if word.startswith("-")) - 1 :]
     plain, system = [], []

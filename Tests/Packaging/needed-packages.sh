@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# What the tests run comes from packages that `./check` installs on a fresh machine. A machine that has long had
-# them all would not notice one that is missing from the list. Usage: needed-packages.sh SOURCES
+# Checks that all programs that the tests run come from packages that `./check` installs on a fresh machine. A
+# machine that already has them all would not notice a missing package. Usage: needed-packages.sh SOURCES
 set -euo pipefail
 sources=$1
 PATH=/usr/bin:/usr/sbin

@@ -31,7 +31,7 @@ leave_out() {
 let_emulator_run() {
   if [ ! -e "$formats/register" ]; then
     mount -t binfmt_misc none "$formats" ||
-      leave_out "the packages in a clean root, since this machine's kernel cannot be told of the emulator."
+      leave_out "the packages in a clean root, because this machine's kernel does not support the emulator."
     mounted=yes
   fi
   if [ ! -e "$formats/qemu-aarch64" ]; then

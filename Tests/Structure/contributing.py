@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Holds the tables "Where to change what" of Docs/CONTRIBUTING.md to the sources.
+"""Checks the tables "Where to change what" of Docs/CONTRIBUTING.md against the sources.
 
-Every file that a row names exists and contains the names in the parentheses behind it, and a change
-takes no more than four files besides tests and documents.
+Every file in a row must exist and contain the names in the parentheses after it. A change must need at most
+four files, not counting tests and documents.
 
 Usage: contributing.py ROOT: the repository.
 """
@@ -52,7 +52,7 @@ def main():
     faults = []
     rows = rows_of(root / "Docs" / "CONTRIBUTING.md")
     if len(rows) < 10:
-        faults.append(f"CONTRIBUTING.md has {len(rows)} rows of changes, not ten and more")
+        faults.append(f"CONTRIBUTING.md has {len(rows)} rows of changes, fewer than ten")
     for change, files, tests in rows:
         places = list(places_of(files))
         if not 1 <= len(places) <= MOST_FILES:

@@ -1,13 +1,12 @@
 #!/usr/bin/env python3
-"""Holds the include lines to the tables of libraries in Docs/ARCHITECTURE.md.
+"""Checks the include lines against the tables of libraries in Docs/ARCHITECTURE.md.
 
-The libraries stand there from the ground up, in all tables together. A file includes only files of
-its own library and of those further up in the list; no units and no folders that are checked include
-one another in a circle; and where a table has a column "includes", it names exactly the libraries
-whose files the library includes.
+The tables together list the libraries in order, the lowest first. A file may only include files of its own
+library and of those listed earlier. Units and checked folders must not include each other in a circle. If a
+table has a column "includes", it must name exactly the libraries whose files the library includes.
 
-Usage: layers.py ROOT [FOLDER...]: the repository, and the folders that are checked (all others are
-only included from).
+Usage: layers.py ROOT [FOLDER...]: the repository, and the folders to check. Files of other folders are only
+included.
 """
 
 import pathlib
@@ -47,7 +46,7 @@ def read_targets(folder, kind):
 
 
 class Tree:
-    """The files of the libraries, and who includes whom."""
+    """The files of the libraries, and which files include which."""
 
     def __init__(self, root, libraries, faults):
         self.faults = faults
@@ -87,11 +86,11 @@ class Tree:
             if name in self.paths:
                 yield self.paths[name]
             else:
-                self.faults.append(f"{path}: {name} belongs to no library of the tables")
+                self.faults.append(f"{path}: {name} does not belong to a library of the tables")
 
 
 def check_order(tree, libraries, checked, faults):
-    """Includes go down the list only. Returns which library includes which."""
+    """Checks that includes only go down the list. Returns which library includes which."""
     rank = {name: place for place, name in enumerate(libraries)}
     used = {name: set() for name in libraries}
     for path, own in tree.library_of.items():
@@ -100,7 +99,7 @@ def check_order(tree, libraries, checked, faults):
         for header in tree.includes(path):
             other = tree.library_of.get(header)
             if other is None:
-                faults.append(f"{path} includes {header.name}, which belongs to no library")
+                faults.append(f"{path} includes {header.name}, which does not belong to a library")
             elif other != own:
                 used[own].add(other)
                 if rank[other] > rank[own]:
@@ -112,10 +111,10 @@ def check_columns(libraries, used, faults):
     for name, row in libraries.items():
         if "includes" not in row:
             continue
-        told = {word for word in re.split(r"[,\s]+", row["includes"]) if word and word != "-"}
-        for other in sorted(told - used[name]):
+        listed = {word for word in re.split(r"[,\s]+", row["includes"]) if word and word != "-"}
+        for other in sorted(listed - used[name]):
             faults.append(f"ARCHITECTURE.md says that {name} includes {other}, which it does not")
-        for other in sorted(used[name] - told):
+        for other in sorted(used[name] - listed):
             faults.append(f"{name} includes {other}, which ARCHITECTURE.md does not say")
 
 
@@ -171,7 +170,7 @@ def main():
             programs.update(*read_targets(build_file.parent, "executable").values())
         for path in sorted(folder.rglob("*.cpp")) + sorted(folder.rglob("*.h")):
             if path not in tree.library_of and path not in programs:
-                faults.append(f"{path} belongs to no library of the tables")
+                faults.append(f"{path} does not belong to a library of the tables")
     used = check_order(tree, libraries, checked, faults)
     in_tables = {n: row for n, row in libraries.items() if checked(root / row["folder"] / "file")}
     check_columns(in_tables, used, faults)
