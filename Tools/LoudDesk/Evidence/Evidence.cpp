@@ -13,7 +13,6 @@
 namespace louddesk {
 namespace {
 
-constexpr std::int64_t kMsPerSecond = 1000;
 constexpr std::size_t kMostDigits = 6;
 
 // Adds the aim of a configuration event if it differs from the one before.

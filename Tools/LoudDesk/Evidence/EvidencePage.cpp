@@ -69,8 +69,8 @@ std::string SpanTable(const char* caption, const PeriodSpans& spans) {
 std::string EventTable(const Evidence& evidence) {
   std::string rows;
   for (const RecordedEvent& event : evidence.events)
-    rows += "<tr>" + Cell("Time", LocalTimeText(event.time / 1000)) + Cell("Event", event.kind) +
-            Cell("Text", TextOf(event)) + "</tr>\n";
+    rows += "<tr>" + Cell("Time", LocalTimeText(event.time / kMsPerSecond)) +
+            Cell("Event", event.kind) + Cell("Text", TextOf(event)) + "</tr>\n";
   return Table("Events", Head("Time") + Head("Event") + Head("Text"),
                rows + MoreRow(evidence.eventCount, evidence.events.size()));
 }

@@ -57,7 +57,7 @@ std::string UtcTextOfMs(std::int64_t ms) {
 }
 
 std::string UtcTextOf(std::int64_t time) {
-  return UtcTextOfMs(time * 1000);
+  return UtcTextOfMs(time * kMsPerSecond);
 }
 
 std::string Duration(std::int64_t seconds) {
@@ -121,7 +121,7 @@ void WriteTimes(DocumentWriter& writer, const Evidence& evidence) {
   for (const Maximum& maximum : kMaxima) {
     const std::string time = TimeOf(evidence, maximum);
     if (time.empty())
-      writer.Number(maximum.key, "null");
+      writer.Number(maximum.key, kJsonNull);
     else
       writer.Text(maximum.key, time);
   }
@@ -208,7 +208,7 @@ std::string TextOf(const RecordedEvent& event) {
 }
 
 std::string UtcTextAt(const StationPeriod& period, double seconds) {
-  return UtcTextOfMs(period.from * 1000 + std::llround(seconds * 1000.0));
+  return UtcTextOfMs(period.from * kMsPerSecond + std::llround(seconds * kMsPerSecond));
 }
 
 std::string EvidenceTable(const Evidence& evidence) {

@@ -165,8 +165,8 @@ std::string HistogramFigure(const MeasuredProgramme& programme, const Criteria& 
                             const std::string& id) {
   const Histogram histogram = HistogramOf(programme.readings.momentary);
   if (histogram.highest <= 0.0)
-    return "<p>No reading lies above the absolute gate of -70 LKFS, so there is no "
-           "histogram.</p>\n";
+    return "<p>No reading lies above the absolute gate of " + AxisLabel(kAbsoluteGateLkfs) +
+           " LKFS, so there is no histogram.</p>\n";
   std::vector<LegendEntry> legend = {{"sample-counted", "Counts in the integrated loudness"},
                                      {"sample-gated", "Below the relative gate"}};
   AddTargetEntry(legend, criteria);

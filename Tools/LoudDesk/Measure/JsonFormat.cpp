@@ -8,8 +8,6 @@
 namespace louddesk {
 namespace {
 
-constexpr char kMissing[] = "null";
-
 // The time of a maximum; null without a reading, or for several files.
 void WriteTime(DocumentWriter& writer, const char* key, const std::optional<double>& maximum,
                double seconds) {
@@ -19,7 +17,7 @@ void WriteTime(DocumentWriter& writer, const char* key, const std::optional<doub
 // Null if the text is empty.
 void WriteText(DocumentWriter& writer, const char* key, const std::string& text) {
   if (text.empty())
-    writer.Number(key, kMissing);
+    writer.Number(key, kJsonNull);
   else
     writer.Text(key, Utf8Of(text));
 }
@@ -27,12 +25,12 @@ void WriteText(DocumentWriter& writer, const char* key, const std::string& text)
 void WriteFile(DocumentWriter& writer, const Subject& subject) {
   const FileFacts* file = subject.file;
   if (file == nullptr) {
-    writer.Number("File", kMissing).Number("Album", std::to_string(subject.files));
+    writer.Number("File", kJsonNull).Number("Album", std::to_string(subject.files));
     return;
   }
-  writer.Text("File", Utf8Of(file->path)).Number("Album", kMissing).Text("Format", file->format);
+  writer.Text("File", Utf8Of(file->path)).Number("Album", kJsonNull).Text("Format", file->format);
   writer.Signed("SampleRate", file->sampleRate).Number("Channels", std::to_string(file->channels));
-  writer.Number("Bytes", file->bytes ? std::to_string(*file->bytes) : kMissing);
+  writer.Number("Bytes", file->bytes ? std::to_string(*file->bytes) : kJsonNull);
   WriteText(writer, "Sha256", file->sha256);
 }
 

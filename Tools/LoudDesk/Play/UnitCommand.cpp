@@ -7,14 +7,13 @@
 
 #include "Endpoints.h"
 #include "NumberCheck.h"
+#include "ServiceOptionBounds.h"
 #include "UnitPlayer.h"
 
 namespace louddesk {
 namespace {
 
 constexpr double kSlowestSpeed = 0.01;
-constexpr double kFastestSpeed = 1000;
-constexpr double kLongestWait = 3600;       // s
 constexpr double kShortestDuration = 0.1;   // s, a block
 constexpr double kLongestDuration = 86400;  // s
 

@@ -16,9 +16,11 @@
 #include <utility>
 
 #include "Complaints.h"
+#include "Endpoints.h"
 #include "LiveLine.h"
 #include "NumberCheck.h"
 #include "RecordingWriter.h"
+#include "ServiceOptionBounds.h"
 #include "ServiceTap.h"
 
 namespace louddesk {
@@ -26,7 +28,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr unsigned kHighestMeterSet = 9999;
 constexpr double kLongestRecording = 1e7;  // s
 
 // The longest time that can be lost when the process is killed.
@@ -205,7 +206,7 @@ void AddRecordCommand(CLI::App& app, int& status) {
       ->check(CLI::Range(0u, kHighestMeterSet));
   command->add_option("--cluster", options->cluster, "Cluster of the service")
       ->capture_default_str()
-      ->check(CLI::Range(1, 8));
+      ->check(CLI::Range(1, kMaxCluster));
   command->add_option("--seconds", options->seconds, "End after this time")
       ->check(Between(0.0, kLongestRecording));
   command->footer(kFooter);

@@ -23,6 +23,7 @@
 #include "RecordingList.h"
 #include "RecordingReader.h"
 #include "ServiceClient.h"
+#include "ServiceOptionBounds.h"
 
 namespace louddesk {
 namespace {
@@ -30,8 +31,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr double kSlowestSpeed = 0.01;
-constexpr double kFastestSpeed = 1000;
-constexpr double kLongestWait = 3600;  // s
 
 // The exit status for a difference, which scripts can distinguish from a failed replay.
 constexpr int kDifferent = 3;

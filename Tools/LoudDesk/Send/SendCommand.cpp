@@ -75,7 +75,7 @@ constexpr char kFooter[] =
     "acknowledge anything: the first preset is not acknowledged until reporting is\n"
     "switched on.\n"
     "Sending needs the endpoint of the application server of the main board\n"
-    "(LOUDCALC_MAIN_BOARD_ADDRESS, port 7000), which no other program may use.\n";
+    "(LOUDCALC_MAIN_BOARD_ADDRESS, port {}), which no other program may use.\n";
 
 constexpr char kEnableFooter[] =
     "\nExample:\n"
@@ -396,7 +396,7 @@ void AddSendCommand(CLI::App& app, int& status) {
   send->add_option("--timeout", options->timeout, "Seconds to wait for each answer of the service")
       ->capture_default_str()
       ->check(Between(kShortestTimeout, kLongestTimeout));
-  send->footer(kFooter);
+  send->footer(fmt::format(kFooter, kAppserverPort));
   AddReporting(send, options, status);
   AddPreset(send, options, status);
   AddConfiguration(send, options, status);

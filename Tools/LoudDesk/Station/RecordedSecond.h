@@ -18,6 +18,9 @@ namespace louddesk {
 /// A service publishes ten loudness messages a second.
 constexpr std::size_t kReadingsPerSecond = 10;
 
+/// Seconds are counted in seconds since 1970, events in milliseconds.
+constexpr std::int64_t kMsPerSecond = 1000;
+
 /// The momentary loudness if no message came in this tenth of a second. It is lower than every
 /// loudness code.
 constexpr std::int16_t kMissedReading = std::numeric_limits<std::int16_t>::min();

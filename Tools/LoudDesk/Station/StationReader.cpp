@@ -14,11 +14,9 @@ namespace {
 
 using Fault = StationError::Fault;
 
-constexpr std::int64_t kMsPerSecond = 1000;
-
 // Limit of the times in queries. As milliseconds and as row numbers, they fit the type.
 constexpr std::int64_t kLastTime =
-    std::numeric_limits<std::int64_t>::max() / kClusterNumbers / 1000;
+    std::numeric_limits<std::int64_t>::max() / kClusterNumbers / kMsPerSecond;
 
 std::int64_t Bounded(std::int64_t time) {
   return std::clamp<std::int64_t>(time, 0, kLastTime);

@@ -19,7 +19,6 @@ namespace {
 
 using Fault = StationError::Fault;
 
-constexpr std::int64_t kMsPerSecond = 1000;
 constexpr std::int64_t kSecondsPerDay = 86400;
 
 // Page size and auto_vacuum only take effect before the first table is created. In WAL mode a

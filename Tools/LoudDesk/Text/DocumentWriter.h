@@ -12,6 +12,9 @@
 
 namespace louddesk {
 
+/// For `Number`: a value that is missing.
+constexpr char kJsonNull[] = "null";
+
 /// Starts inside the root object. Every call returns the writer. Members of an array have no key:
 /// pass kNoKey.
 class DocumentWriter {
@@ -36,7 +39,7 @@ class DocumentWriter {
   }
   /// Writes a figure with two decimals, or null without a reading.
   DocumentWriter& Figure(const char* key, const std::optional<double>& figure) {
-    return Number(key, FigureText(figure, "null"));
+    return Number(key, FigureText(figure, kJsonNull));
   }
   /// Writes `text`, a JSON number or null, unchanged.
   DocumentWriter& Number(const char* key, const std::string& text) {

@@ -13,7 +13,6 @@ namespace louddesk {
 namespace {
 
 constexpr char kMissingInTable[] = "-";
-constexpr char kMissingInJson[] = "null";
 
 // Figures have two decimals. Those with a finer tolerance than this have more.
 constexpr double kFineTolerance = 0.001;
@@ -101,11 +100,11 @@ void AddFigures(DocumentWriter& writer, const ComplianceRow& row) {
   const Expectation& e = *row.expectation;
   writer.Text("Figure", FigureNameOf(e))
       .Text("Unit", WordsFor(e).unit)
-      .Number("Standard", FigureOf(e, e.standard, kMissingInJson))
-      .Number("Expected", FigureOf(e, e.expected, kMissingInJson))
+      .Number("Standard", FigureOf(e, e.standard, kJsonNull))
+      .Number("Expected", FigureOf(e, e.expected, kJsonNull))
       .Number("ToleranceBelow", fmt::format("{:g}", e.tolerance.below))
       .Number("ToleranceAbove", fmt::format("{:g}", e.tolerance.above))
-      .Number("Measured", FigureOf(e, row.measured, kMissingInJson));
+      .Number("Measured", FigureOf(e, row.measured, kJsonNull));
 }
 
 std::string JsonText(const ComplianceRow& row, bool) {

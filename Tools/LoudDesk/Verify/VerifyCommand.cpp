@@ -19,6 +19,7 @@
 #include "NumberCheck.h"
 #include "PageFile.h"
 #include "ServiceClient.h"
+#include "ServiceOptionBounds.h"
 #include "ServiceUnderTest.h"
 #include "Verification.h"
 
@@ -27,8 +28,6 @@ namespace {
 
 // The status that a shell reports for a program ended by Ctrl-C.
 constexpr int kInterruptedStatus = 128 + SIGINT;
-
-constexpr double kLongestWait = 3600.0;  // s
 
 constexpr char kTableFormat[] = "table";
 constexpr char kJsonFormat[] = "json";

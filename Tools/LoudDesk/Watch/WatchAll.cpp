@@ -20,7 +20,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr Patience kRefresh{100};
 constexpr std::chrono::seconds kSearchPeriod{1};
 
 // A service that publishes, or that once published in this place.

@@ -18,6 +18,7 @@
 #include "Endpoints.h"
 #include "NumberCheck.h"
 #include "ServiceFeed.h"
+#include "ServiceOptionBounds.h"
 #include "WatchAll.h"
 #include "WatchControl.h"
 #include "WatchKeys.h"
@@ -29,7 +30,6 @@ namespace {
 constexpr char kCsv[] = "csv";
 constexpr char kJson[] = "json";
 
-constexpr unsigned kHighestMeterSet = 9999;
 constexpr double kHighestTolerance = 99;  // LU
 constexpr double kLongestWatch = 1e7;     // s
 
@@ -88,9 +88,6 @@ std::unique_ptr<WatchView> MakeView(const WatchOptions& options, CommandSink sen
 }
 
 using Clock = std::chrono::steady_clock;
-
-// How often to refresh the picture when nothing arrives.
-constexpr Patience kRefresh{100};
 
 WallTime WallTimeOf(WatchModel::Time time) {
   const auto ago =

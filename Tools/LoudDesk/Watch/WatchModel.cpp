@@ -125,6 +125,10 @@ std::optional<MeasurementWindows> WatchModel::Windows(Time now) const {
       std::clamp<unsigned>(inForce.lraWindow, kMinLraWinSecs, kMaxLraWinSecs)};
 }
 
+double MaxPermittedPeak() {
+  return CriteriaOf(kUsualProfile).limits.maxTruePeak.value();
+}
+
 WatchLimits LimitsOf(const LoudnessConfiguration& configuration) {
   const bool isHigh = cLuConf::ConvertToLoudnessStandardFromString(
                           configuration.loudnessStandard.c_str()) == EBU_R128_18;

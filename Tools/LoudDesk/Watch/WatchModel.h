@@ -69,6 +69,9 @@ struct WatchLimits {
   double tolerance;  // on either side of the target, LU
 };
 
+/// The highest true peak that the default profile allows, dBTP. Configurations do not set one.
+double MaxPermittedPeak();
+
 /// The limits in a configuration.
 WatchLimits LimitsOf(const LoudnessConfiguration& configuration);
 

@@ -31,8 +31,7 @@ constexpr char kControlKeys[] = "q quits  h help  1 start  2 pause  3 play  4 st
 // Upper end of the bar for the loudness range, LU. The ranges of feature films are below it.
 constexpr double kHighestRange = 30.0;
 
-// Permitted maximum true peak of EBU R 128, and the lower end of the bar, dBTP.
-constexpr double kMaxPermittedPeak = -1.0;
+// Ends of the bar, dBTP.
 constexpr double kLowestPeak = -60.0;
 constexpr double kHighestPeak = 3.0;
 constexpr double kPeakStep = 10.0;
@@ -126,7 +125,10 @@ void DrawLoudness(const PartView& view, std::size_t row, const char* name, std::
                            Ink::kPlain);
 }
 
-constexpr ValueRange kPeakRange = {kLowestPeak, kHighestPeak, kMaxPermittedPeak};
+const ValueRange& PeakRange() {
+  static const ValueRange range = {kLowestPeak, kHighestPeak, MaxPermittedPeak()};
+  return range;
+}
 
 struct Figure {
   const char* name;
@@ -161,7 +163,7 @@ std::array<Figure, kFigureCount> FiguresShown(const PartView& view) {
       figure.ink = InkOf(*value - view.limits.target, LuRange(view.limits));
     return figure;
   };
-  const Ink peakInk = InkOf(TruePeakOf(data.MaxTruePeak), kPeakRange);
+  const Ink peakInk = InkOf(TruePeakOf(data.MaxTruePeak), PeakRange());
   return {{loudness("Integrated loudness", data.Integrated),
            {"Maximum true peak", HundredthsText(data.MaxTruePeak), "dBTP",
             peakInk == Ink::kAlert ? "OVER" : "", peakInk},
@@ -263,7 +265,7 @@ void DrawPeakBar(const PartView& view, RowSpan rows) {
   const std::int16_t peak = isLive ? view.model.Data().TruePeak : kNoTruePeakCode;
   const std::int16_t held = isLive ? view.model.HeldPeak() : kNoTruePeakCode;
   view.screen.Write(rows.first, kMargin, "True peak", Ink::kStrong);
-  DrawBar(view.screen, BarRun(view, rows.first), kPeakRange, TruePeakOf(peak), TruePeakOf(held),
+  DrawBar(view.screen, BarRun(view, rows.first), PeakRange(), TruePeakOf(peak), TruePeakOf(held),
           view.look.glyphs);
   view.screen.WriteRight(rows.first, columns - kMargin - 5, HundredthsText(held), Ink::kStrong);
   view.screen.WriteRight(rows.first, columns - kMargin, "dBTP", Ink::kPlain);
@@ -272,7 +274,7 @@ void DrawPeakBar(const PartView& view, RowSpan rows) {
 }
 
 void DrawPeakScale(const PartView& view, RowSpan rows) {
-  DrawScale(view.screen, BarRun(view, rows.first), kPeakRange, kPeakStep, false);
+  DrawScale(view.screen, BarRun(view, rows.first), PeakRange(), kPeakStep, false);
   view.screen.Write(rows.first, kMargin, "dBTP", Ink::kFaint);
 }
 

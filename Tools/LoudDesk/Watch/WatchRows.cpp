@@ -30,8 +30,6 @@ constexpr Field kFields[] = {
     {"TruePeak", &LoudnessData_t::TruePeak, true},
 };
 
-constexpr char kNull[] = "null";
-
 constexpr char kTimeName[] = "Time";
 constexpr char kSourceName[] = "ValidSource";
 constexpr char kCommandName[] = "Command";
@@ -92,15 +90,17 @@ std::string WatchJsonRow(const LoudnessMessage& message, WallTime time) {
 void WriteWatchMembers(DocumentWriter& object, const std::optional<LoudnessMessage>& message,
                        WallTime time) {
   if (!message) {
-    object.Number(kTimeName, kNull);
+    object.Number(kTimeName, kJsonNull);
     for (const Field& field : kFields)
-      object.Number(field.name, kNull);
-    object.Number(kSourceName, kNull).Number(kCommandName, kNull).Number(kClusterName, kNull);
+      object.Number(field.name, kJsonNull);
+    object.Number(kSourceName, kJsonNull)
+        .Number(kCommandName, kJsonNull)
+        .Number(kClusterName, kJsonNull);
     return;
   }
   object.Text(kTimeName, UtcText(time));
   for (const Field& field : kFields)
-    object.Number(field.name, ValueText(message->data, field, kNull));
+    object.Number(field.name, ValueText(message->data, field, kJsonNull));
   object.Flag(kSourceName, message->validSource != 0)
       .Text(kCommandName, CommandText(*message))
       .Signed(kClusterName, message->cluster);

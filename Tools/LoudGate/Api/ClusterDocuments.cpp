@@ -19,14 +19,13 @@ using louddesk::DocumentWriter;
 
 namespace {
 
-constexpr char kNull[] = "null";
-
 std::string OrNull(const std::string& text) {
-  return text == "-" ? kNull : text;
+  return text == "-" ? louddesk::kJsonNull : text;
 }
 
 std::string SecondsText(const std::optional<std::chrono::milliseconds>& time) {
-  return time ? fmt::format("{:.1f}", static_cast<double>(time->count()) / 1000.0) : kNull;
+  return time ? fmt::format("{:.1f}", static_cast<double>(time->count()) / 1000.0)
+              : louddesk::kJsonNull;
 }
 
 void WriteConfiguration(DocumentWriter& object, const Cluster& cluster, Moment now) {
@@ -37,8 +36,9 @@ void WriteConfiguration(DocumentWriter& object, const Cluster& cluster, Moment n
       .Number("Tolerance", fmt::format("{:.1f}", limits.tolerance))
       .Signed("Scale", limits.scale)
       .Flag("Configured", model.Configuration().has_value())
-      .Number("IntegratedWindow", windows ? std::to_string(windows->integrated) : kNull)
-      .Number("RangeWindow", windows ? std::to_string(windows->range) : kNull);
+      .Number("IntegratedWindow",
+              windows ? std::to_string(windows->integrated) : louddesk::kJsonNull)
+      .Number("RangeWindow", windows ? std::to_string(windows->range) : louddesk::kJsonNull);
   if (const auto& configuration = model.Configuration())
     object.Text("Standard", Utf8Of(configuration->loudnessStandard))
         .Text("Mode", Utf8Of(configuration->mode))
@@ -84,7 +84,7 @@ void WriteHistory(DocumentWriter& object, const louddesk::WatchModel& model) {
 }
 
 std::string LkfsText(const std::optional<double>& lkfs) {
-  return lkfs ? fmt::format("{:.1f}", *lkfs) : kNull;
+  return lkfs ? fmt::format("{:.1f}", *lkfs) : louddesk::kJsonNull;
 }
 
 void WriteHistogram(DocumentWriter& object, const MomentaryReadings& readings) {
@@ -95,8 +95,8 @@ void WriteHistogram(DocumentWriter& object, const MomentaryReadings& readings) {
       .Number("AbsoluteGate", fmt::format("{:.1f}", kAbsoluteGateLkfs))
       .Number("RelativeGate", LkfsText(histogram.relativeGate))
       .Number("Gated", LkfsText(histogram.gated))
-      .Number("Lowest",
-              histogram.counts.empty() ? kNull : fmt::format("{:.1f}", histogram.lowest / 10.0))
+      .Number("Lowest", histogram.counts.empty() ? louddesk::kJsonNull
+                                                 : fmt::format("{:.1f}", histogram.lowest / 10.0))
       .OpenArray("Counts");
   for (const unsigned count : histogram.counts)
     object.Unsigned(DocumentWriter::kNoKey, count);

@@ -73,7 +73,8 @@ ControlToken::ControlToken(const std::string& file) {
                      ": must be a regular file that others cannot read; chmod 600 keeps them out");
   std::string token = source.Line();
   if (!IsToken(token))
-    throw TokenError(file + ": not one line of 32 to 256 printable characters without blanks; " +
+    throw TokenError(file + ": not one line of " + std::to_string(kShortestToken) + " to " +
+                     std::to_string(kLongestToken) + " printable characters without blanks; " +
                      "openssl rand -hex 32 makes one");
   mHash = HashOf(token);
   sodium_memzero(token.data(), token.size());

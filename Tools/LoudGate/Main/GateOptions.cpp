@@ -2,10 +2,12 @@
 
 #include "GateOptions.h"
 
+#include <fmt/format.h>
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 
+#include "Endpoints.h"
 #include "PrintableText.h"
 #include "StationFile.h"
 #include "Version.h"
@@ -32,7 +34,7 @@ constexpr char kFooter[] =
     "given; requests by other names are refused.\n"
     "\n"
     "It only reads, unless --control is given. It then takes the place of the\n"
-    "application server of the main board (LOUDCALC_MAIN_BOARD_ADDRESS, port 7000),\n"
+    "application server of the main board (LOUDCALC_MAIN_BOARD_ADDRESS, port {}),\n"
     "which no other program may use: the unit's own application server must not run.\n"
     "Anyone who has the token in the file can start, pause, play, stop and reset\n"
     "measurements and switch reporting, from the page of a cluster or by POST. The\n"
@@ -119,7 +121,7 @@ std::optional<GateOptions> ReadGateOptions(std::vector<std::string> arguments, s
                                            std::ostream& errors, int& status) {
   CLI::App app("LoudGate: the loudness of this board's clusters over HTTP", kName);
   app.set_version_flag("--version", std::string(kName) + " " + louddesk::kVersion);
-  app.footer(kFooter);
+  app.footer(fmt::format(kFooter, kAppserverPort));
   GateOptions options;
   std::string listen = kDefaultListen;
   AddOptions(app, options, listen);

@@ -37,8 +37,6 @@ constexpr std::uint64_t kLogBytes = std::uint64_t{2} << 20;
 // How often to retry the lock while another process holds it.
 constexpr std::chrono::seconds kTryLockEvery{1};
 
-constexpr std::int64_t kMsPerSecond = 1000;
-
 std::size_t SecondsOf(const StationBatch& batch) {
   std::size_t count = 0;
   for (const auto& [cluster, seconds] : batch.seconds)
@@ -65,10 +63,11 @@ std::int64_t NowMs() {
 bool BeginAt(StationBatch& batch, std::int64_t ms) {
   bool isLeft = false;
   for (auto& [cluster, seconds] : batch.seconds) {
-    seconds.erase(
-        std::remove_if(seconds.begin(), seconds.end(),
-                       [ms](const auto& second) { return second.time * kMsPerSecond < ms; }),
-        seconds.end());
+    seconds.erase(std::remove_if(seconds.begin(), seconds.end(),
+                                 [ms](const auto& second) {
+                                   return second.time * louddesk::kMsPerSecond < ms;
+                                 }),
+                  seconds.end());
     isLeft = isLeft || !seconds.empty();
   }
   batch.events.erase(std::remove_if(batch.events.begin(), batch.events.end(),

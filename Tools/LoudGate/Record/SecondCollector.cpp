@@ -11,6 +11,7 @@
 
 namespace loudgate {
 
+using louddesk::kMsPerSecond;
 using louddesk::kReadingsPerSecond;
 using louddesk::RecordedEvent;
 using louddesk::RecordedSecond;
@@ -20,7 +21,6 @@ using louddesk::StationCluster;
 
 namespace {
 
-constexpr std::int64_t kMsPerSecond = 1000;
 constexpr std::int64_t kMsPerReading = kMsPerSecond / kReadingsPerSecond;
 
 // More readings than this in one second are a burst after a stall. Readings that do not fit into
