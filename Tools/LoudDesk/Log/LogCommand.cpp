@@ -90,16 +90,15 @@ void AddOptions(CLI::App& command, LogOptions& options) {
       .add_option_function<std::string>(
           "--cluster",
           [&options](const std::string& text) { options.cluster = ClusterNamed(text); },
-          "Cluster, such as 1-3; required if there are several")
+          "Cluster, such as 1-3; required if several exist")
       ->check(CheckCluster)
       ->type_name("CLUSTER");
   AddPeriodOptions(command, options);
   AddFormatOption(command, options.style);
-  command.add_option("--report", options.report, "Page to write; its name ends in .html")
+  command.add_option("--report", options.report, "Page to write; name ends in .html")
       ->check(CheckPageName);
   command
-      .add_option("--series", options.series,
-                  "Table of all seconds to write; its name ends in .csv")
+      .add_option("--series", options.series, "Table of all seconds to write; name ends in .csv")
       ->check(CheckCsvName);
   AddProfileOptions(command, options.profile);
 }

@@ -61,7 +61,7 @@ Evidence Read(const LogOptions& options, std::int64_t now, std::optional<DraftFi
 int StatusOf(const LogOptions& options, const Evidence& evidence, Complaints& complaints) {
   const bool isBroken =
       options.profile.failsByVerdict &&
-      TakeVerdicts(evidence.assessment, "the cluster " + evidence.cluster, complaints);
+      TakeVerdicts(evidence.assessment, "cluster " + evidence.cluster, complaints);
   return complaints.Status() == 0 && isBroken ? kLimitBrokenStatus : complaints.Status();
 }
 
@@ -73,7 +73,7 @@ int Tell(const LogOptions& options, std::int64_t now, std::ostream& out, Complai
   if (!(out << kWriters[static_cast<std::size_t>(options.style)](evidence) << std::flush))
     complaints.Add("the figures could not be written");
   for (const std::string& note : NotesOn(evidence))
-    complaints.Note("the cluster " + evidence.cluster + ": note: " + note);
+    complaints.Note("cluster " + evidence.cluster + ": note: " + note);
   if (series)
     ComplainUnwritten(complaints, options.series, kSeries, series->TakePlace());
   if (!options.report.empty())

@@ -248,10 +248,9 @@ void AddInputOptions(CLI::App& command, MeasureOptions& options) {
 
 void AddOutputOptions(CLI::App& command, MeasureOptions& options) {
   AddFormatOption(command, options.style);
-  command.add_option("--report", options.report, "Page to write; its name ends in .html")
+  command.add_option("--report", options.report, "Page to write; name ends in .html")
       ->check(CheckPageName);
-  command
-      .add_option("--series", options.series, "Table of all blocks to write; its name ends in .csv")
+  command.add_option("--series", options.series, "Table of all blocks to write; name ends in .csv")
       ->check(CheckCsvName);
   command.add_flag("--album", options.hasAlbum, "Add a row for all files as one programme");
   command.add_flag("--hash", options.hasHash, "Show the SHA-256 of every file");

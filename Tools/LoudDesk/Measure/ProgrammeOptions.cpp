@@ -142,7 +142,7 @@ void AddProgrammeOptions(CLI::App& command, ProgrammeOptions& options) {
             for (const std::string& text : texts)
               options.programmes.push_back(ParseProgramme(text));
           },
-          "CHANNELS=SPEAKERS of a programme; may be given again")
+          "CHANNELS=SPEAKERS; may be given again")
       ->allow_extra_args(false)
       ->check(CheckProgramme)
       ->excludes(speakers);

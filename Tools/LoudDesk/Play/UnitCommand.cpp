@@ -111,8 +111,7 @@ void AddPlayerOptions(CLI::App* command, const std::shared_ptr<PlayerOptions>& p
 }  // namespace
 
 void AddUnitCommand(CLI::App& app, int& status) {
-  CLI::App* command =
-      app.add_subcommand("unit", "Play files and test signals as a unit around a running service");
+  CLI::App* command = app.add_subcommand("unit", "Play files and signals to a running service");
   auto sources = std::make_shared<PlayListOptions>();
   auto player = std::make_shared<PlayerOptions>();
   AddSourceOptions(command, sources);
@@ -121,7 +120,7 @@ void AddUnitCommand(CLI::App& app, int& status) {
       ->add_option_function<std::string>(
           "--speakers",
           [sources](const std::string& text) { sources->speakers = SplitSpeakers(text); },
-          "Speaker of each channel of the files, comma-separated")
+          "Speaker of each channel, comma-separated")
       ->check(CheckSpeakers);
   command->footer(kFooter);
   command->callback(

@@ -197,8 +197,7 @@ int Record(const RecordOptions& options) {
 }  // namespace
 
 void AddRecordCommand(CLI::App& app, int& status) {
-  CLI::App* command =
-      app.add_subcommand("record", "Record the messages around a running service into a file");
+  CLI::App* command = app.add_subcommand("record", "Record the messages around a running service");
   auto options = std::make_shared<RecordOptions>();
   command->add_option("FILE", options->path, "File to make")->required();
   command->add_option("--meter-set", options->meterSet, "Meter set of the service")

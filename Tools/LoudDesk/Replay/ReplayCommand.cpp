@@ -179,8 +179,7 @@ int Replay(const ReplayOptions& options) {
 }  // namespace
 
 void AddReplayCommand(CLI::App& app, int& status) {
-  CLI::App* command = app.add_subcommand(
-      "replay", "Play a recording to a service, compare what it publishes, or list it");
+  CLI::App* command = app.add_subcommand("replay", "Play, compare or list a recording");
   auto options = std::make_shared<ReplayOptions>();
   command->add_option("FILE", options->path, "Recording")->required();
   CLI::Option* list = command->add_flag("--list", options->isListing,

@@ -362,7 +362,7 @@ void AddConfiguration(CLI::App* send, const std::shared_ptr<SendOptions>& option
   CLI::App* kind = AddKind(send, "config", "Send a loudness configuration", kConfigFooter);
   auto change = std::make_shared<ConfigurationChange>();
   AddSettings(kind, *change);
-  kind->add_flag("--fresh", change->isFresh, "Change the defaults, not the configuration in force");
+  kind->add_flag("--fresh", change->isFresh, "Change the defaults, not the settings in force");
   kind->callback([=, &status] {
     status = Send(*options, [&](Sender& sender) { sender.SendConfiguration(*change); });
   });

@@ -126,8 +126,7 @@ int VerifyService(VerifyOptions options, const ServiceOptions& serviceOptions) {
 }
 
 void AddCaseOptions(CLI::App& command, VerifyOptions& options, std::string& format) {
-  command
-      .add_option("--case", options.cases, "Only this case; may be given again; see --list-cases")
+  command.add_option("--case", options.cases, "Only these cases; see --list-cases")
       ->check(CheckCase);
   AddListOption(command);
   command.add_option("--file", options.recordings,
@@ -138,7 +137,7 @@ void AddCaseOptions(CLI::App& command, VerifyOptions& options, std::string& form
   command.add_option("--format", format, "Format of the figures")
       ->capture_default_str()
       ->check(CLI::IsMember({kTableFormat, kJsonFormat, kMarkdownFormat}));
-  command.add_option("--report", options.report, "Page to write; its name ends in .html")
+  command.add_option("--report", options.report, "Page to write; name ends in .html")
       ->check(CheckPageName);
 }
 

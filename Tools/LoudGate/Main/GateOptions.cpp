@@ -80,7 +80,7 @@ void AddOptions(CLI::App& app, GateOptions& options, std::string& listen) {
   app.add_option("--listen", listen, "Where to listen; IPv6 addresses in brackets")
       ->type_name("ADDRESS:PORT")
       ->capture_default_str();
-  app.add_option("--name", options.names, "Name by which browsers reach it; may be given again")
+  app.add_option("--name", options.names, "Name by which browsers reach it; repeatable")
       ->type_name("NAME")
       ->allow_extra_args(false);
   app.add_option("--directory", options.directory, "Where the services publish")

@@ -63,10 +63,9 @@ TEST_F(LogCommandTest, APeriodIsATable) {
   Record();
   const Outcome outcome = Run(kTwoMinutes);
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(
-      outcome.errors,
-      "LoudDesk: the cluster 1-3: note: For 0:02:00.0 no figure changed: no blocks came, or a "
-      "steady tone; the figures include that time\n");
+  EXPECT_EQ(outcome.errors,
+            "LoudDesk: cluster 1-3: note: For 0:02:00.0 no figure changed: no blocks, or a "
+            "steady tone; the figures include that time\n");
   EXPECT_THAT(outcome.out, HasSubstr("    -23.00      0.00     -23.00      -23.00      -6.00"));
   EXPECT_THAT(outcome.out, HasSubstr("Pass  1-3, 2024-11-19 01:00:00 +0100 to "
                                      "2024-11-19 01:02:00 +0100\n"));
@@ -151,7 +150,7 @@ TEST_F(LogCommandTest, APartThatIsMissingIsNoted) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.out, HasSubstr("Gap                     2024-11-19 01:02:00 +0100 to "
                                      "2024-11-19 01:10:00 +0100, 0:08:00.0\n"));
-  EXPECT_THAT(outcome.errors, HasSubstr("the figures are those of the rest\n"));
+  EXPECT_THAT(outcome.errors, HasSubstr("the figures cover the rest\n"));
 }
 
 TEST_F(LogCommandTest, TheRecordIsListed) {
@@ -170,9 +169,9 @@ TEST_F(LogCommandTest, WhatIsNotRecordedIsOneComplaint) {
   for (const Case& wrong : {
            Case{"none.db --cluster 1-3 --last 1h",
                 "LoudDesk: none.db: there is no record: No such file or directory\n"},
-           Case{
-               "record.db --cluster 1-7 --last 1h",
-               "LoudDesk: record.db: nothing is recorded for the cluster 1-7; there are 1-1 1-3\n"},
+           Case{"record.db --cluster 1-7 --last 1h",
+                "LoudDesk: record.db: nothing is recorded for cluster 1-7; the record has 1-1 "
+                "1-3\n"},
            Case{"record.db --cluster 1-3 --from 2024-11-18 --to 2024-11-19",
                 "LoudDesk: record.db: nothing is recorded for 1-3, 2024-11-18 00:00:00 +0100 to "
                 "2024-11-19 00:00:00 +0100\n"},

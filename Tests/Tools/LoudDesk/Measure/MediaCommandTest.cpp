@@ -174,7 +174,7 @@ TEST_F(MediaCommandTest, StreamsOfAVideoAreListedAndChosen) {
     EXPECT_EQ(outcome.errors, isAsked ? ""
                                       : "LoudDesk: " + film +
                                             ": note: has 2 audio streams, of which stream 1 is "
-                                            "measured; choose by --stream\n");
+                                            "measured; choose with --stream\n");
   }
   const Outcome gone = Run("%l measure --stream 3 '" + film + "'");
   EXPECT_EQ(gone.status, 1);

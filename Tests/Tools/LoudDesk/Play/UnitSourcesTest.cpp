@@ -179,8 +179,8 @@ TEST_F(UnitSourcesTest, HelpNamesEverySourceAndOrder) {
                            "Without --duration they last until Ctrl-C",
                            "refreshed once a second",
                            "-90.31 dBTP",
-                           "3341 means all of that document",
-                           "quit end with the figures so far and the status 0"})
+                           "all of that document",
+                           "quit print the figures so far and end with status 0"})
     EXPECT_THAT(help, HasSubstr(text));
 }
 

@@ -180,8 +180,8 @@ TEST_F(ReplayCommandTest, NamesAServiceThatFellSilent) {
   StartReplay({"--expect"});
   ExpectEnd(3);
   EXPECT_THAT(mReplay->StandardError(),
-              HasSubstr("message 5 (9.000 s, HbAppCmd of process monitor) made the service fall "
-                        "silent"));
+              HasSubstr("message 5 (9.000 s, HbAppCmd of process monitor) made the service stop "
+                        "publishing"));
 }
 
 TEST_F(ReplayCommandTest, RefusesWhatItCannotCompare) {

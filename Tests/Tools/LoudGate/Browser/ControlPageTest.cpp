@@ -26,8 +26,8 @@ class ControlPageTest : public ControlledGate {
     mBrowser.Open(Url() + "/cluster/1-1");
     AwaitText(".state", "RUNNING");
     AwaitText("#control .hint",
-              "LoudGate takes the place of the main board's application server. The reporting "
-              "is that of all clusters of the board.");
+              "LoudGate takes the place of the main board's application server. Reporting "
+              "is switched for all clusters of the board.");
     mBrowser.Run("document.querySelector('.token input').focus()");
     mBrowser.Press(token);
   }

@@ -15,7 +15,7 @@ using testing::StartsWith;
 constexpr char kHour[] = "/api/log?cluster=1-3&from=2024-11-19T00:00:00Z&to=2024-11-19T01:00:00Z";
 
 constexpr char kBusy[] = "There are too many such requests";
-constexpr char kTooLong[] = "This takes too long here";
+constexpr char kTooLong[] = "This takes too long";
 
 class GateLogTest : public GateTest {
  protected:
@@ -111,8 +111,8 @@ TEST_F(GateLogTest, WhatCannotBeAnsweredSaysWhy) {
            Case{"?cluster=1-3&last=1h&x=1", 400, "The parameters are cluster, from, to, last"},
            Case{"?cluster=1-3&from=2024-11-20&to=2024-11-19", 400, "ends before it begins"},
            Case{"?cluster=1-3&from=2024-01-01", 400, "At most 31 days can be asked for."},
-           Case{"?cluster=1-3&last=2d&format=csv", 400, "The seconds of a day"},
-           Case{"?cluster=1-7&last=1h", 404, "nothing is recorded for the cluster 1-7"},
+           Case{"?cluster=1-3&last=2d&format=csv", 400, "the seconds of a day"},
+           Case{"?cluster=1-7&last=1h", 404, "nothing is recorded for cluster 1-7"},
            Case{"?last=1h", 404, "which cluster? The record has 1-1 1-3"},
            Case{"?cluster=1-3&from=2024-11-18T00:00:00Z&to=2024-11-18T01:00:00Z", 404,
                 "nothing is recorded for 1-3"},

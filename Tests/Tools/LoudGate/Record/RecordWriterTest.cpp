@@ -252,7 +252,7 @@ TEST_F(RecordWriterTest, ANewerFileIsLeftAloneAndNothingIsRecorded) {
   EXPECT_THAT(FilesAside(), IsEmpty());
   EXPECT_THAT(
       mLines,
-      ElementsAre(mFile + ": a record of a newer version (format 2, this one knows 1); it is "
+      ElementsAre(mFile + ": a record of a newer version (format 2, this one knows 1); the file is "
                           "left as it is, and nothing is recorded"));
 }
 
@@ -377,7 +377,7 @@ TEST_F(RecordWriterTest, AReaderThatHoldsTheFileCostsNothingOfTheRecord) {
   Start(90, kMost);
   Await([](const RecordCounts& counts) { return counts.bytes > kMost; });
   ASSERT_EQ(1u, mLines.size());
-  EXPECT_THAT(mLines[0], HasSubstr("larger than --max-size, as another program"));
+  EXPECT_THAT(mLines[0], HasSubstr("larger than --max-size, because another program"));
   EXPECT_GT(Recorded().size(), 5u * 3600u);
   other.Execute("COMMIT");
   mWriter->Put(BatchOf(mNow, 60));
@@ -400,7 +400,7 @@ TEST_F(RecordWriterTest, AClockThatWasSetBackChangesNothingThatIsRecorded) {
   EXPECT_EQ(-230, seconds[59].momentary[0]);
   EXPECT_EQ(-100, seconds[60].momentary[0]);
   EXPECT_THAT(mLines,
-              ElementsAre(HasSubstr("seconds that are recorded already keep their readings")));
+              ElementsAre(HasSubstr("seconds that are already recorded keep their readings")));
 }
 
 // The first writer records all seconds until it ends. The second writer does not write again what
@@ -415,7 +415,7 @@ TEST_F(RecordWriterTest, AnotherWriterIsKeptOutUntilTheFirstOneEnds) {
   Await([this](const RecordCounts&) { return TakeLines(), !mLines.empty(); });
   EXPECT_THAT(mLines,
               ElementsAre(mFile + ": another LoudGate is recording in it; nothing is recorded "
-                                  "until that is over"));
+                                  "until this is resolved"));
   EXPECT_FALSE(mWriter->Counts().isWorking);
   first.Put(both);
   first.End();
