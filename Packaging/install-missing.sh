@@ -18,7 +18,7 @@ fi
 service=(g++ cmake ninja-build pkg-config libczmq-dev rapidjson-dev)
 desk=("${service[@]}" libutfcpp-dev libavformat-dev libavcodec-dev libavutil-dev
       libcli11-dev libfmt-dev libncurses-dev libsodium-dev libsqlite3-dev libzstd-dev)
-build=("${desk[@]}" libmicrohttpd-dev prometheus-cpp-dev)
+build=("${desk[@]}" libgnutls28-dev libmicrohttpd-dev prometheus-cpp-dev)
 demo=(alsa-utils)
 package=(dpkg-dev debhelper help2man)
 cross_package=(dpkg-dev mmdebstrap)
@@ -29,7 +29,7 @@ check=(ccache clang clang-tidy cppcheck libclang-rt-dev llvm clang-format libgte
        flac lame opus-tools vorbis-tools wavpack libebur128-dev tmux libfaketime nftables
        valgrind iproute2 python3 python3-jsonschema python3-zmq systemd bash-completion xz-utils zstd
        curl openssl prometheus chromium chromium-driver
-       libcli11-dev libfmt-dev libncurses-dev libsodium-dev libsqlite3-dev libzstd-dev libmicrohttpd-dev
+       libcli11-dev libfmt-dev libncurses-dev libsodium-dev libsqlite3-dev libzstd-dev libgnutls28-dev libmicrohttpd-dev
        prometheus-cpp-dev)
 docs=(doxygen)
 aarch64=(g++-aarch64-linux-gnu qemu-user-static mmdebstrap)

@@ -10,12 +10,14 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <optional>
 #include <stdexcept>
 
+#include "CertificateDates.h"
 #include "ClusterApi.h"
 #include "ClusterBoard.h"
 #include "ControlApi.h"
@@ -70,6 +72,13 @@ std::string ContentsOf(const std::string& file) {
   return contents;
 }
 
+// A client that refuses a certificate does not tell the gate why.
+void NoteDates(const std::string& certificate, louddesk::Complaints& complaints) {
+  const std::string warning = DateWarningOf(ContentsOf(certificate), std::time(nullptr));
+  if (!warning.empty())
+    complaints.Note(certificate + ": " + warning);
+}
+
 // Anyone who can read the key can impersonate this gate.
 void NoteOpenKey(const std::string& key, louddesk::Complaints& complaints) {
   struct stat status {};
@@ -106,6 +115,7 @@ class Gate {
         mApi(mBoard, mRoutes),
         mServer(mLoop, SettingsFor(options), mRoutes) {
     NoteOpenKey(options.key, complaints);
+    NoteDates(options.certificate, complaints);
     AddPages(mRoutes);
     AddMetrics(mRoutes, mBoard, [this] { return OwnCounts(); });
     if (options.token.empty())

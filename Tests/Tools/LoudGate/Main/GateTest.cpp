@@ -7,38 +7,9 @@
 #include <fstream>
 
 #include "GateProcess.h"
+#include "TlsFiles.h"
 
 namespace {
-
-// A key and a certificate for this machine, removed with the object.
-class TlsFiles {
- public:
-  TlsFiles() : mPlace(std::filesystem::temp_directory_path() / ("loudgate-tls-" + Number())) {
-    ServiceProcess maker(OPENSSL_BINARY,
-                         {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256",
-                          "-nodes", "-subj", "/CN=station.example", "-addext",
-                          "subjectAltName=IP:127.0.0.1", "-out", Certificate(), "-keyout", Key()});
-    const auto report = maker.WaitForExit(kPatience);
-    EXPECT_TRUE(report && report->status == 0) << maker.StandardError();
-  }
-  ~TlsFiles() {
-    std::filesystem::remove(Certificate());
-    std::filesystem::remove(Key());
-  }
-  TlsFiles(const TlsFiles&) = delete;
-  TlsFiles& operator=(const TlsFiles&) = delete;
-
-  std::string Certificate() const { return mPlace + ".pem"; }
-  std::string Key() const { return mPlace + "-key.pem"; }
-
- private:
-  static std::string Number() {
-    static int number = 0;
-    return std::to_string(getpid()) + "-" + std::to_string(++number);
-  }
-
-  const std::string mPlace;
-};
 
 TEST_F(GateTest, EverySignalOfAnEndEndsItInOrder) {
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
@@ -142,6 +113,19 @@ TEST_F(GateTest, APrivateKeyThatOthersCanReadIsReported) {
   EXPECT_EQ(
       "LoudGate: " + files.Key() + ": others can read this private key; chmod 600 keeps them out\n",
       mGate->StandardError());
+}
+
+TEST_F(GateTest, ACertificateThatExpiresSoonIsTold) {
+  const TlsFiles files(1);
+  ASSERT_NO_FATAL_FAILURE(StartGate({"--certificate", files.Certificate(), "--key", files.Key()}));
+  mGate->Signal(SIGTERM);
+  const auto report = mGate->WaitForExit(kPatience);
+  ASSERT_TRUE(report);
+  EXPECT_EQ(0, report->status);
+  EXPECT_THAT(mGate->StandardError(),
+              testing::MatchesRegex("LoudGate: " + files.Certificate() +
+                                    ": the certificate expires at [-0-9]+ [0-9]+:[0-9]+ UTC; "
+                                    "clients refuse it from then on\n"));
 }
 
 TEST_F(GateTest, AKeyOfAnotherCertificateIsAComplaint) {
