@@ -157,9 +157,9 @@ LeftOut StationRecord::Append(const StationBatch& batch) {
     if (const auto number = NumberOf(cluster))
       leftOut.repeated += AppendSeconds(*number, seconds);
     else
-      leftOut.tooMany += seconds.size();
+      leftOut.seconds += seconds.size();
   for (const RecordedEvent& event : batch.events)
-    AppendEvent(event);
+    leftOut.events += AppendEvent(event) ? 0 : 1;
   transaction.Commit();
   return leftOut;
 }
@@ -205,18 +205,20 @@ std::size_t StationRecord::AppendSeconds(std::int64_t number,
   return kept;
 }
 
-void StationRecord::AppendEvent(const RecordedEvent& event) {
+// Returns false if the event's cluster got no number.
+bool StationRecord::AppendEvent(const RecordedEvent& event) {
+  const auto number = event.cluster ? NumberOf(*event.cluster) : std::nullopt;
+  if (event.cluster && !number)
+    return false;
   SqliteStatement written(mFile,
                           "INSERT INTO events (time, cluster, kind, text) VALUES (?, ?, ?, ?)");
   written.Bind(1, event.time).BindText(3, event.kind).BindText(4, event.text);
-  const auto number = event.cluster ? NumberOf(*event.cluster) : std::nullopt;
-  if (event.cluster && !number)
-    return;
   if (number)
     written.Bind(2, *number);
   else
     written.BindNull(2);
   written.Run();
+  return true;
 }
 
 bool StationRecord::RemoveOlderThan(std::int64_t days, std::int64_t now) {
@@ -277,8 +279,11 @@ bool StationRecord::RemoveOldest() {
   return oldest && Remove(-kFurthest, std::min(*oldest, kFurthest) + kHour);
 }
 
-// Moves the last pages into free ones, a few at a time, and truncates the file.
+// Moves the last pages into free ones, a few at a time, and truncates the file. With a log that
+// cannot be emptied, the moved pages would only make the log longer.
 void StationRecord::ReturnSpace() {
+  if (!CarryOverLog())
+    return;
   for (std::int64_t left = mFile.Number("PRAGMA freelist_count"); left > 0;) {
     SqliteStatement(mFile, "PRAGMA incremental_vacuum(" + std::to_string(kPagesAtOnce) + ")").Run();
     const std::int64_t before = left;
@@ -289,8 +294,9 @@ void StationRecord::ReturnSpace() {
   CarryOverLog();
 }
 
-void StationRecord::CarryOverLog() {
-  SqliteStatement(mFile, "PRAGMA wal_checkpoint(TRUNCATE)").Run();
+// The first column of the result is 1 if another connection is in the way.
+bool StationRecord::CarryOverLog() {
+  return mFile.Number("PRAGMA wal_checkpoint(TRUNCATE)") == 0;
 }
 
 std::uint64_t StationRecord::Size() const {

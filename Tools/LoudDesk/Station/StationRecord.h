@@ -31,11 +31,12 @@ struct FileIdentity {
   std::uint64_t number = 0;
 };
 
-/// The numbers of seconds that were not appended.
+/// The numbers of seconds and events that were not appended.
 struct LeftOut {
-  std::size_t repeated = 0;  // already recorded
-  std::size_t tooMany =
-      0;  // the cluster got no number: a file holds at most kClusterNumbers clusters
+  std::size_t repeated = 0;  // seconds that are already recorded
+  // Of clusters that got no number: a file holds at most kClusterNumbers clusters.
+  std::size_t seconds = 0;
+  std::size_t events = 0;
 };
 
 class StationRecord {
@@ -53,9 +54,8 @@ class StationRecord {
   bool IsInPlace() const;
 
   /// Appends in one transaction. A second that is already recorded keeps its readings. Nothing is
-  /// recorded of a cluster for which the file has no number left. Returns the numbers of seconds
-  /// left out. Throws StationError, and then nothing has been appended. REQUIRES: times are not
-  /// negative.
+  /// recorded of a cluster for which the file has no number left. Returns what was left out. Throws
+  /// StationError, and then nothing has been appended. REQUIRES: times are not negative.
   LeftOut Append(const StationBatch& batch);
 
   /// Removes the oldest data that is more than `days` days older than `now` (s since 1970), at most
@@ -68,11 +68,13 @@ class StationRecord {
   /// Throws StationError.
   bool RemoveOldest();
 
-  /// Returns the space of removed data to the file system. Throws StationError.
+  /// Returns the space of removed data to the file system, unless the log cannot be emptied. Throws
+  /// StationError.
   void ReturnSpace();
 
-  /// Copies SQLite's log into the file and empties the log. Throws StationError.
-  void CarryOverLog();
+  /// Copies SQLite's log into the file and empties the log. Returns whether it is empty: while
+  /// another program has a read transaction open, the log keeps growing. Throws StationError.
+  bool CarryOverLog();
 
   /// Bytes of the file and its log on the disk.
   std::uint64_t Size() const;
@@ -85,7 +87,7 @@ class StationRecord {
   void CheckKind();
   std::optional<std::int64_t> NumberOf(const StationCluster& cluster);
   std::size_t AppendSeconds(std::int64_t number, const std::vector<RecordedSecond>& seconds);
-  void AppendEvent(const RecordedEvent& event);
+  bool AppendEvent(const RecordedEvent& event);
   std::int64_t StartOfLastDays(std::int64_t days);
   bool Remove(std::int64_t from, std::int64_t to);
 

@@ -208,6 +208,9 @@ void AddRecord(std::vector<MetricFamily>& families, const RecordCounts& counts) 
   families.push_back(Single("loudgate_record_lost_seconds_total",
                             "Seconds of clusters that could not be recorded.", MetricType::Counter,
                             static_cast<double>(counts.lostSeconds)));
+  families.push_back(Single("loudgate_record_lost_events_total",
+                            "Events that could not be recorded.", MetricType::Counter,
+                            static_cast<double>(counts.lostEvents)));
 }
 
 }  // namespace

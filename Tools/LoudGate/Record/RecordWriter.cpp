@@ -180,6 +180,7 @@ void RecordWriter::Write() {
   for (int attempts = 0; attempts < 2 && !mIsRefused; ++attempts) {
     try {
       Open();
+      RequireRoom();
       AppendAll();
       Trim();
       break;
@@ -234,6 +235,19 @@ void RecordWriter::Check() {
          std::to_string(kCheckFor.count()) + " s");
 }
 
+// While another program has a read transaction open, SQLite cannot empty its log, and every write
+// makes the log longer.
+void RecordWriter::RequireRoom() {
+  const std::uint64_t bound = mSettings.mostBytes + mSettings.mostBytes / 8;
+  if (mRecord->Size() <= bound || mRecord->CarryOverLog())
+    return;
+  NoteSize();
+  throw StationError(
+      StationError::Fault::kUnavailable,
+      mSettings.file +
+          ": an eighth larger than --max-size, because another program has the record open");
+}
+
 void RecordWriter::AppendAll() {
   while (std::optional<StationBatch> batch = TakeNext())
     try {
@@ -262,13 +276,15 @@ void RecordWriter::TellOfLeftOut(const louddesk::LeftOut& leftOut) {
   if (leftOut.repeated > 0 && !mIsRepeatTold)
     Tell(mSettings.file + ": seconds that are already recorded keep their readings; the " +
          "clock was set back");
-  if (leftOut.tooMany > 0 && !mIsTooManyTold)
+  const bool isTooMany = leftOut.seconds > 0 || leftOut.events > 0;
+  if (isTooMany && !mIsTooManyTold)
     Tell(mSettings.file + ": it has no number left for a new cluster, which is not recorded; " +
          "use another file");
   mIsRepeatTold = leftOut.repeated > 0;
-  mIsTooManyTold = leftOut.tooMany > 0;
+  mIsTooManyTold = isTooMany;
   const std::lock_guard lock(mMutex);
-  mCounts.lostSeconds += leftOut.tooMany;
+  mCounts.lostSeconds += leftOut.seconds;
+  mCounts.lostEvents += leftOut.events;
 }
 
 void RecordWriter::TellOfRecovery() {
@@ -296,17 +312,22 @@ void RecordWriter::Trim() {
     isRemoved = true;
   if (!mIsEnding && (isRemoved || mRecord->Size() > mSettings.mostBytes))
     mRecord->ReturnSpace();
-  TellOfSize(mRecord->Size());
+  TellOfSize();
 }
 
-void RecordWriter::TellOfSize(std::uint64_t size) {
-  const bool isTooLarge = size > mSettings.mostBytes;
+std::uint64_t RecordWriter::NoteSize() {
+  const std::uint64_t size = mRecord->Size();
+  const std::lock_guard lock(mMutex);
+  mCounts.bytes = size;
+  return size;
+}
+
+void RecordWriter::TellOfSize() {
+  const bool isTooLarge = NoteSize() > mSettings.mostBytes;
   if (isTooLarge && !std::exchange(mIsSizeTold, true))
     Tell(mSettings.file + ": larger than --max-size, because another program has the record " +
          "open and prevents it from being cut");
   mIsSizeTold = isTooLarge;
-  const std::lock_guard lock(mMutex);
-  mCounts.bytes = size;
 }
 
 // Records the failure. The batches stay until the next attempt, unless the file is refused.
@@ -344,6 +365,7 @@ void RecordWriter::BoundPending(std::size_t most) {
   while (weight > most) {
     weight -= WeightOf(mPending.front());
     mCounts.lostSeconds += SecondsOf(mPending.front());
+    mCounts.lostEvents += mPending.front().events.size();
     mPending.pop_front();
   }
 }

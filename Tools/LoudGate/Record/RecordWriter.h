@@ -23,8 +23,12 @@ namespace loudgate {
 struct RecordSettings {
   std::string file;
   std::int64_t days = 90;
-  std::uint64_t mostBytes = std::uint64_t{2} << 30;  // with SQLite's log, without files set aside
-  std::chrono::milliseconds longestWrite{60000};     // a write that takes longer counts as hanging
+
+  /// With SQLite's log, without files set aside. While another program keeps the log from being
+  /// emptied, an eighth more is used before the record pauses.
+  std::uint64_t mostBytes = std::uint64_t{2} << 30;
+
+  std::chrono::milliseconds longestWrite{60000};  // a write that takes longer counts as hanging
 };
 
 /// The state of the record, for the metrics.
@@ -32,6 +36,7 @@ struct RecordCounts {
   std::uint64_t bytes = 0;        // of the file and SQLite's log on disk
   std::uint64_t failures = 0;     // failed attempts to write
   std::uint64_t lostSeconds = 0;  // seconds that will never be recorded, summed over all clusters
+  std::uint64_t lostEvents = 0;   // events that will never be recorded
   bool isWorking = false;         // the last attempt succeeded, and no write hangs
 };
 
@@ -68,9 +73,11 @@ class RecordWriter {
   void LeaveRemovedFile();
   void TakeLock();
   void Check();
+  void RequireRoom();
   void AppendAll();
   void Trim();
-  void TellOfSize(std::uint64_t size);
+  std::uint64_t NoteSize();
+  void TellOfSize();
   void Keep(const louddesk::StationError& error);
   void SetAside(const std::string& reason);
   void TellOfLeftOut(const louddesk::LeftOut& leftOut);

@@ -131,9 +131,12 @@ void SecondCollector::AddEvent(const Cluster& cluster, const char* kind, const s
 
 void SecondCollector::Keep(RecordedEvent event) {
   mEventBytes += SizeOf(event);
-  if (mEventBytes <= kMostEventBytes)
+  if (mEventBytes <= kMostEventBytes) {
     mBatch.events.push_back(std::move(event));
-  else if (!std::exchange(mIsLeavingOut, true))
+    return;
+  }
+  ++mLostEvents;
+  if (!std::exchange(mIsLeavingOut, true))
     mBatch.events.push_back(
         {event.time, std::nullopt, louddesk::kGapEvent, "more events came than are kept"});
 }

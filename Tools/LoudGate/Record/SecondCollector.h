@@ -49,6 +49,9 @@ class SecondCollector {
   /// Returns what was collected since the last call.
   louddesk::StationBatch TakeBatch();
 
+  /// The events that were left out because a batch was full.
+  std::uint64_t LostEvents() const { return mLostEvents; }
+
  private:
   // A second that is still being collected.
   struct OpenSecond {
@@ -83,6 +86,7 @@ class SecondCollector {
   louddesk::StationBatch mBatch;
   std::size_t mEventBytes = 0;  // of the events since the last batch, left-out ones included
   bool mIsLeavingOut = false;   // the batch is full; its further events are left out
+  std::uint64_t mLostEvents = 0;
 };
 
 }  // namespace loudgate

@@ -42,6 +42,12 @@ void StationRecorder::Tend(const ClusterBoard& board, Moment now) {
   ReportLines();
 }
 
+RecordCounts StationRecorder::Counts() const {
+  RecordCounts counts = mWriter.Counts();
+  counts.lostEvents += mCollector.LostEvents();
+  return counts;
+}
+
 void StationRecorder::ReportLines() {
   for (const std::string& line : mWriter.TakeLines())
     mReport(line);

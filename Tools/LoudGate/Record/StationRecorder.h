@@ -34,7 +34,7 @@ class StationRecorder : public ClusterListener {
   /// Call it ten times a second.
   void Tend(const ClusterBoard& board, Moment now);
 
-  RecordCounts Counts() const { return mWriter.Counts(); }
+  RecordCounts Counts() const;
 
  private:
   void ReportLines();

@@ -136,7 +136,8 @@ TEST_F(StationRecordTest, WhatIsAppendedIsRead) {
                       {kNine * 1000 + 5, std::nullopt, "gate", "started"},
                       {kNine * 1000 + 6, mSecond, "state", "paused"}}});
   EXPECT_EQ(0u, leftOut.repeated);
-  EXPECT_EQ(0u, leftOut.tooMany);
+  EXPECT_EQ(0u, leftOut.seconds);
+  EXPECT_EQ(0u, leftOut.events);
   StationReader reader(mPath);
   EXPECT_THAT(reader.Clusters(), ElementsAre(mFirst, mSecond));
   EXPECT_THAT(TimesOf(reader.Seconds(mFirst, {0, 2 * kNine})),

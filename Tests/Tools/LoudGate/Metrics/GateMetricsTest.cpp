@@ -30,7 +30,7 @@ class GateMetricsTest : public testing::Test {
  protected:
   std::string Text() const {
     return MetricsText({&mTold.cluster},
-                       GateCounts{{3, 2, 1000, 7}, RecordCounts{4096, 2, 60, true}}, mTold.now);
+                       GateCounts{{3, 2, 1000, 7}, RecordCounts{4096, 2, 60, 3, true}}, mTold.now);
   }
 
   // The metrics without their HELP and TYPE lines.
@@ -129,15 +129,15 @@ TEST_F(GateMetricsTest, TheGateCountsItself) {
         "\nloudgate_requests_total 1000\n", "\nloudgate_dropped_connections_total 7\n",
         "\nloudgate_record_bytes 4096\n", "\nloudgate_record_working 1\n",
         "\nloudgate_record_failures_total 2\n", "\nloudgate_record_lost_seconds_total 60\n",
-        "\nloudgate_build_info{version=\""})
+        "\nloudgate_record_lost_events_total 3\n", "\nloudgate_build_info{version=\""})
     EXPECT_THAT(values, HasSubstr(line));
 }
 
 // OPERATIONS.md calculates a fleet's load from these numbers.
-TEST_F(GateMetricsTest, AClusterHas27ValuesAndTheGateTen) {
+TEST_F(GateMetricsTest, AClusterHas27ValuesAndTheGateEleven) {
   mTold.StartMeasuring();
   const std::string values = Values();
-  EXPECT_EQ(1 + 27 + 10, std::count(values.begin(), values.end(), '\n'));
+  EXPECT_EQ(1 + 27 + 11, std::count(values.begin(), values.end(), '\n'));
 }
 
 TEST_F(GateMetricsTest, AnAnswerForEightClustersHasSixteenKilobytes) {

@@ -91,7 +91,7 @@ class RecordWriterTest : public testing::Test {
   void End() {
     mWriter->End();
     TakeLines();
-    mLost = mWriter->Counts().lostSeconds;
+    mLost = mWriter->Counts();
     mWriter.reset();
   }
 
@@ -125,7 +125,7 @@ class RecordWriterTest : public testing::Test {
   bool mIsMounted = false;
   std::unique_ptr<RecordWriter> mWriter;
   std::vector<std::string> mLines;
-  std::uint64_t mLost = 0;  // lost seconds of the writer that has ended
+  RecordCounts mLost;  // of the writer that has ended
 };
 
 TEST_F(RecordWriterTest, WhatIsPutIsInTheFileAtTheEnd) {
@@ -322,11 +322,31 @@ TEST_F(RecordWriterTest, AClusterTooManyCostsItsOwnSecondsAlone) {
   batch.events.push_back({mNow * 1000, kCluster, "state", "running"});
   mWriter->Put(batch);
   End();
-  EXPECT_EQ(60u, mLost);
+  EXPECT_EQ(60u, mLost.lostSeconds);
+  EXPECT_EQ(1u, mLost.lostEvents);
   EXPECT_THAT(Recorded(), IsEmpty());
   EXPECT_EQ(61u, StationReader(mFile).Seconds({2, 7}, {0, INT64_MAX}).size());
   EXPECT_THAT(mLines, ElementsAre(mFile + ": it has no number left for a new cluster, which is "
                                           "not recorded; use another file"));
+}
+
+// A cluster whose service never runs has events, but no seconds.
+TEST_F(RecordWriterTest, EventsOfAClusterTooManyAreCountedAndTold) {
+  StationBatch many;
+  for (unsigned number = 1; number <= 1024; ++number)
+    many.events.push_back({mNow * 1000, StationCluster{2, number}, "state", "waiting"});
+  StationRecord(mFile).Append(many);
+  Start();
+  StationBatch batch;
+  batch.events = {{mNow * 1000, kCluster, "state", "running"},
+                  {mNow * 1000, StationCluster{2, 7}, "state", "running"},
+                  {mNow * 1000, kCluster, "state", "paused"}};
+  mWriter->Put(batch);
+  End();
+  EXPECT_EQ(2u, mLost.lostEvents);
+  EXPECT_EQ(0u, mLost.lostSeconds);
+  EXPECT_EQ(2u, StationReader(mFile).Events({2, 7}, {0, INT64_MAX}).size());
+  EXPECT_THAT(mLines, ElementsAre(HasSubstr("it has no number left for a new cluster")));
 }
 
 TEST_F(RecordWriterTest, WhatWaitsForTheDiskIsBoundedWhateverItIs) {
@@ -343,7 +363,9 @@ TEST_F(RecordWriterTest, WhatWaitsForTheDiskIsBoundedWhateverItIs) {
   Await([](const RecordCounts& counts) { return counts.isWorking; });
   End();
   EXPECT_EQ(120u, Recorded().size());
-  EXPECT_LT(StationReader(mFile).Events(kCluster, {0, INT64_MAX}).size(), 5u);
+  const auto kept = StationReader(mFile).Events(kCluster, {0, INT64_MAX}).size();
+  EXPECT_LT(kept, 5u);
+  EXPECT_EQ(100 - kept, mLost.lostEvents);
 }
 
 TEST_F(RecordWriterTest, WhatWaitsIsBoundedWhileTheWriterHangs) {
@@ -363,28 +385,69 @@ TEST_F(RecordWriterTest, WhatWaitsIsBoundedWhileTheWriterHangs) {
   End();
 }
 
-// While another program holds a read transaction, the file cannot shrink. That must not remove more
-// of the record than the size limit requires.
+// While another program has a read transaction open, the file cannot shrink. That must not remove
+// more of the record than the size limit requires.
 TEST_F(RecordWriterTest, AReaderThatHoldsTheFileCostsNothingOfTheRecord) {
-  constexpr std::uint64_t kMost = 1 << 20;
   {
     StationRecord record(mFile);
     for (std::int64_t hour = 0; hour < 24; ++hour)
       record.Append(BatchOf(mNow - kDay + hour * 3600, 3600));
   }
+  const std::uint64_t most = fs::file_size(mFile) * 15 / 16;
   louddesk::SqliteFile other(mFile, louddesk::SqliteMode::kReadOnly);
   other.Execute("BEGIN; SELECT count(*) FROM minutes");
-  Start(90, kMost);
-  Await([](const RecordCounts& counts) { return counts.bytes > kMost; });
-  ASSERT_EQ(1u, mLines.size());
-  EXPECT_THAT(mLines[0], HasSubstr("larger than --max-size, because another program"));
-  EXPECT_GT(Recorded().size(), 5u * 3600u);
+  Start(90, most);
+  Await([most](const RecordCounts& counts) { return counts.bytes > most; });
+  EXPECT_THAT(mLines, ElementsAre(HasSubstr("larger than --max-size, because another program")));
+  EXPECT_TRUE(mWriter->Counts().isWorking);
+  EXPECT_GT(Recorded().size(), 18u * 3600u);
   other.Execute("COMMIT");
   mWriter->Put(BatchOf(mNow, 60));
-  Await([](const RecordCounts& counts) { return counts.bytes <= kMost; });
+  Await([most](const RecordCounts& counts) { return counts.bytes <= most; });
   End();
+  EXPECT_LE(fs::file_size(mFile), most);
+  EXPECT_GT(Recorded().size(), 18u * 3600u);
+}
+
+// A reader keeps SQLite's log from being emptied, so every write makes it longer.
+TEST_F(RecordWriterTest, ALogThatCannotBeEmptiedPausesTheRecordAtItsBound) {
+  constexpr std::uint64_t kMost = 1 << 20;
+  constexpr std::uint64_t kBound = kMost / 8 * 9;
+  constexpr std::int64_t kHour = 3600;
+  Start(90, kMost);
+  mWriter->Put(BatchOf(mNow, kHour));
+  Await([](const RecordCounts& counts) { return counts.isWorking && counts.bytes > 8192; });
+  louddesk::SqliteFile other(mFile, louddesk::SqliteMode::kReadOnly);
+  other.Execute("BEGIN; SELECT count(*) FROM minutes");
+  std::int64_t hour = 1;
+  for (; mWriter->Counts().isWorking && hour < 20; ++hour) {
+    const std::uint64_t before = mWriter->Counts().bytes;
+    mWriter->Put(BatchOf(mNow + hour * kHour, kHour));
+    Await([before](const RecordCounts& counts) {
+      return counts.bytes > before || !counts.isWorking;
+    });
+  }
+  constexpr std::uint64_t kLargestWrite = 256 * 1024;
+  const std::uint64_t full = mWriter->Counts().bytes;
+  EXPECT_GT(full, kBound);
+  EXPECT_LT(full, kBound + kLargestWrite);
+  mWriter->Put(BatchOf(mNow + hour * kHour, kHour));
+  Await([](const RecordCounts& counts) { return counts.failures == 2; });
+  EXPECT_EQ(full, fs::file_size(mFile) + fs::file_size(mFile + "-wal"));
+  EXPECT_THAT(mLines, ElementsAre(HasSubstr("larger than --max-size, because another program"),
+                                  mFile + ": an eighth larger than --max-size, because another "
+                                          "program has the record open; nothing is "
+                                          "recorded until this is resolved"));
+  other.Execute("COMMIT");
+  mWriter->Put(BatchOf(mNow + (hour + 1) * kHour, kHour));
+  Await([](const RecordCounts& counts) { return counts.isWorking && counts.bytes <= kMost; });
+  End();
+  EXPECT_EQ(mFile + ": the record goes on; 0 seconds of clusters are missing", mLines.back());
   EXPECT_LE(fs::file_size(mFile), kMost);
-  EXPECT_GT(Recorded().size(), 5u * 3600u);
+  const auto seconds = Recorded();
+  EXPECT_EQ(mNow + (hour + 2) * kHour - 1, seconds.back().time);
+  EXPECT_EQ(static_cast<std::int64_t>(seconds.size()),
+            seconds.back().time - seconds.front().time + 1);
 }
 
 TEST_F(RecordWriterTest, AClockThatWasSetBackChangesNothingThatIsRecorded) {

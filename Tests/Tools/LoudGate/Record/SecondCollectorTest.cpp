@@ -227,6 +227,7 @@ TEST_F(SecondCollectorTest, EventsBeyondTheirBoundAreOneGap) {
   EXPECT_LT(events.size(), 20u);
   EXPECT_EQ("gap", events.back().kind);
   EXPECT_EQ("more events came than are kept", events.back().text);
+  EXPECT_EQ(1000 - (events.size() - 1), mCollector.LostEvents());
   mCollector.TakeAnswer(mTold.cluster, answer, mTold.now);
   answer.configuration = "{}";
   mCollector.TakeAnswer(mTold.cluster, answer, mTold.now);
