@@ -80,11 +80,11 @@ Value Unchanged(const Cluster& cluster, Moment now) {
 }
 
 Value Target(const Cluster& cluster, Moment) {
-  return OrNothing(cluster.Model().Configuration().has_value(), cluster.Model().Limits().target);
+  return cluster.Model().Limits().target;
 }
 
 Value Tolerance(const Cluster& cluster, Moment) {
-  return OrNothing(cluster.Model().Configuration().has_value(), cluster.Model().Limits().tolerance);
+  return cluster.Model().Limits().tolerance;
 }
 
 template <std::uint64_t ClusterCounts::*count>
@@ -121,9 +121,12 @@ constexpr ClusterMetric kClusterMetrics[] = {
     {"loudcalc_unchanged_seconds",
      "How long no figure of a running measurement has changed, except in silence; 0 below 3.",
      MetricType::Gauge, Unchanged},
-    {"loudcalc_target_lufs", "Target loudness of the configuration in force.", MetricType::Gauge,
-     Target},
-    {"loudcalc_tolerance_lu", "Tolerance of the configuration in force, either side of the target.",
+    {"loudcalc_target_lufs",
+     "Target loudness of the configuration in force; without one, that of EBU R 128.",
+     MetricType::Gauge, Target},
+    {"loudcalc_tolerance_lu",
+     "Tolerance of the configuration in force, either side of the target; without one, that of EBU "
+     "R 128 for live programmes.",
      MetricType::Gauge, Tolerance},
     {"loudcalc_messages_total", "Loudness messages.", MetricType::Counter,
      Count<&ClusterCounts::messages>},

@@ -100,10 +100,24 @@ TEST_F(GateMetricsTest, FiguresOfAServiceThatIsGoneAreAbsent) {
               HasSubstr("\nloudcalc_state{meter_set=\"1\",cluster=\"3\",state=\"dead\"} 1\n"));
 }
 
-TEST_F(GateMetricsTest, WithoutConfigurationThereIsNoTarget) {
+// EBU R 128, and its tolerance for live programmes. The alerts rely on these values.
+TEST_F(GateMetricsTest, WithoutConfigurationTheTargetIsThatOfR128) {
   mTold.Data("loudness-data.frames");
-  EXPECT_THAT(Values(), Not(HasSubstr("loudcalc_target_lufs")));
-  EXPECT_THAT(Values(), Not(HasSubstr("loudcalc_tolerance_lu")));
+  EXPECT_THAT(Values(), HasSubstr(Of("loudcalc_target_lufs", "-23")));
+  EXPECT_THAT(Values(), HasSubstr(Of("loudcalc_tolerance_lu", "1")));
+}
+
+TEST_F(GateMetricsTest, TargetAndToleranceAreThoseOfTheConfiguration) {
+  mTold.StartMeasuring();
+  louddesk::ServiceAnswer answer;
+  answer.kind = louddesk::StateKind::kConfiguration;
+  answer.configuration =
+      R"~({"OriginFromFp":true,"ClusterId":3,"LraWindow":60,"LoudnessStandard":"EBU R128 (+18)",)~"
+      R"~("LoudnessWindow":"Custom","AlarmTolerance":2,"Alarm":"Over","ReferenceLevel":-27,)~"
+      R"~("Mode":"Manual","LoudnessWindowTime":600,"UserID":17})~";
+  mTold.cluster.TakeAnswer(answer, mTold.now);
+  EXPECT_THAT(Values(), HasSubstr(Of("loudcalc_target_lufs", "-27")));
+  EXPECT_THAT(Values(), HasSubstr(Of("loudcalc_tolerance_lu", "2")));
 }
 
 TEST_F(GateMetricsTest, ExactlyOneStateIsSet) {
