@@ -110,8 +110,7 @@ echo "The gate outlives the service, takes its settings, and is restarted by the
 echo "SIGTERM closes the record; it goes on after a start, and after a kill."
 
 # The commands of the manual, word for word.
-manual() { sed -nE '/^[^ ].*only root can read:$/,/^[^ ]/s/^    (.*)/\1/p' OPERATIONS.md; }
-[ "$(manual | wc -l)" -ge 3 ] || fail "OPERATIONS.md does not say how the gate gets its token"
+manual=$(./inside-manual.sh OPERATIONS.md 2>&1) || fail "$manual"
 order() {
   curl -s -o answer -w '%{http_code}' --json '{"Command":"Pause"}' "$@" http://127.0.0.1:8128/api/clusters/1-1
 }
@@ -121,7 +120,7 @@ systemctl restart loudgate
 within 10 "the gate as it is installed" gate_says 8128 /api/clusters '"Name":"1-1"'
 expect "answer to a command without --control" "$(order)" 405
 echo "LOUDCALC_MAIN_BOARD_ADDRESS=127.0.0.1" >>/etc/default/loudcalc-gate
-quietly bash -euc "$(manual)"
+quietly bash -euc "$manual"
 gate=$(of_unit MainPID loudgate)
 within 10 "the gate with a token" gate_says 8128 /api/control '"Enabled":true'
 expect "rights of the token" "$(stat -c '%a %U:%G' /etc/loudgate/token)" "600 root:root"
