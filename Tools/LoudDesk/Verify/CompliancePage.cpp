@@ -37,7 +37,8 @@ struct VerdictMeaning {
 
 // From worst to best.
 constexpr VerdictMeaning kVerdicts[] = {
-    {ComplianceVerdict::kFail, Badge::kBad, "Not met: neither as the standard asks nor predicted"},
+    {ComplianceVerdict::kFail, Badge::kBad,
+     "Not met: outside the tolerance of what a meter that works in blocks of 100 ms must read"},
     {ComplianceVerdict::kGrid, Badge::kNoted,
      "Listed deviation: outside the standard's tolerance, but within the same tolerance of what a "
      "meter that works in blocks of 100 ms must read"},
@@ -100,7 +101,8 @@ std::string IdOf(const std::string& caseId) {
   return "case-" + caseId;
 }
 
-// The largest deviation from the standard among the figures with a verdict.
+// The largest deviation from the standard among the figures with a verdict. A reading may meet the
+// standard and still fail, where a meter that works in blocks must read something else.
 std::string FurthestText(const CaseRows& known, ComplianceVerdict verdict) {
   double furthest = 0.0;
   const char* unit = "";
@@ -114,8 +116,11 @@ std::string FurthestText(const CaseRows& known, ComplianceVerdict verdict) {
     if (std::abs(deviation) > std::abs(furthest))
       furthest = deviation;
   }
-  return FigureText(std::abs(furthest), "") + " " + unit + " " +
-         (furthest < 0.0 ? "below" : "above") + " the standard at most";
+  const std::string distance = FigureText(std::abs(furthest), "");
+  if (distance == FigureText(0.0))
+    return "as the standard asks, but not as predicted";
+  return distance + " " + unit + " " + (furthest < 0.0 ? "below" : "above") +
+         " the standard at most";
 }
 
 // The cases with a verdict, each with the number of such figures and their largest deviation.

@@ -124,15 +124,17 @@ TEST(CompliancePageTest, WhatIsNotAsTheStandardAsksIsListed) {
       PageOf({Row("3341-1", Momentary(-23.0, -23.0), -23.0),
               Row("3341-13", Momentary(-23.0, -23.0), -23.0),
               Row("3341-13", Momentary(-23.0, -23.4), -23.4), Row("3341-15", TruePeak(-6.0), -5.5),
-              Row("3341-16", TruePeak(-6.0), std::nullopt)}));
+              Row("3341-16", TruePeak(-6.0), std::nullopt),
+              Row("3341-17", Momentary(-23.0, -23.4), -23.0)}));
   EXPECT_THAT(page.Texts("//h:section[@id='summary']//h:h3"),
               ElementsAre("Not met", "Listed deviations"));
   EXPECT_THAT(page.Texts("//h:section[@id='summary']//h:li"),
               ElementsAre("3341-15: 1 of 1 figures, 0.50 dB above the standard at most",
                           "3341-16: 1 of 1 figures, without a reading",
+                          "3341-17: 1 of 1 figures, as the standard asks, but not as predicted",
                           "3341-13: 1 of 2 figures, 0.40 LU below the standard at most"));
   EXPECT_THAT(page.Texts("//h:section[@id='summary']//@href"),
-              ElementsAre("#case-3341-15", "#case-3341-16", "#case-3341-13"));
+              ElementsAre("#case-3341-15", "#case-3341-16", "#case-3341-17", "#case-3341-13"));
 }
 
 TEST(CompliancePageTest, WhereAllIsMetNothingIsListed) {
