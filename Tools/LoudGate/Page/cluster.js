@@ -112,8 +112,10 @@ function showConnection(status) {
     return;
   }
   meter.clear();
-  if (status === "lost")
-    tellIfUnknown();
+  if (status !== "lost")
+    return;
+  curve.endWithConnection();
+  tellIfUnknown();
 }
 
 async function offerControl() {

@@ -50,6 +50,7 @@ export class HistoryCurve {
   #curve = makeSvg("path", {class: "curve"});
   #unchanged = makeSvg("path", {class: "curve-unchanged"});
   #labels = makeHidden("div", "curve-labels");
+  #times = makeHidden("div", "curve-times");
   #summary = make("p");
   #noChange = make("p");
   #scale = null;
@@ -57,18 +58,18 @@ export class HistoryCurve {
   constructor() {
     const drawing = makeDrawing(POINTS, HEIGHT);
     drawing.append(this.#zone, this.#target, this.#curve, this.#unchanged);
-    const times = makeHidden("div", "curve-times");
-    times.append(make("span", "", "20 min ago"), make("span", "", "now"));
+    this.#times.append(make("span"), make("span"));
     const plot = make("div", "plot");
     plot.append(this.#labels, drawing);
     const caption = make("figcaption");
     caption.append(this.#summary, this.#noChange);
     this.element = make("figure");
-    this.element.append(plot, times, caption);
+    this.element.append(plot, this.#times, caption);
   }
 
   // Takes the document of one cluster with its history.
   show(cluster) {
+    this.#showTimes("20 min ago", "now");
     const scale = luScaleOf(cluster);
     const {ShortTerm: values, NoChange: isUnchanged} = cluster.History;
     this.#showScale(scale);
@@ -80,6 +81,15 @@ export class HistoryCurve {
       path.setAttribute("d", pathOf(valuesWhere(values, isUnchanged, isSet), scale, cluster.Target));
     setText(this.#summary, summaryOf(values));
     setText(this.#noChange, noChangeOf(cluster.History));
+  }
+
+  // Without a connection, the curve stays and its end is no longer now.
+  endWithConnection() {
+    this.#showTimes("20 min before", "connection lost");
+  }
+
+  #showTimes(...texts) {
+    texts.forEach((text, i) => setText(this.#times.children[i], text));
   }
 
   #showScale(scale) {

@@ -236,6 +236,23 @@ TEST_F(LivePageTest, ALostConnectionIsShownAndComesBackByItself) {
   EXPECT_EQ(true, mBrowser.Run("return window.isTheSamePage"));
 }
 
+// The curve stays, but without a connection its end is in the past.
+TEST_F(LivePageTest, TheCurveEndsWhereTheConnectionWasLost) {
+  ASSERT_NO_FATAL_FAILURE(OpenPage("/cluster/1-1"));
+  const std::string ends =
+      "return [...document.querySelectorAll('.curve-times span')].map((end) => end.textContent)"
+      ".join()";
+  const auto is = [](const char* text) {
+    return [text](const json& shown) { return shown == text; };
+  };
+  AwaitPage(ends, is("20 min ago,now"));
+  mGate->Signal(SIGKILL);
+  ASSERT_TRUE(mGate->WaitForExit(kPatience));
+  AwaitPage(ends, is("20 min before,connection lost"));
+  ASSERT_NO_FATAL_FAILURE(StartGateAgain());
+  AwaitPage(ends, is("20 min ago,now"));
+}
+
 TEST_F(LivePageTest, AServiceThatIsStartedAgainIsShownAgain) {
   ASSERT_NO_FATAL_FAILURE(OpenPage());
   mBrowser.Run("window.isTheSamePage = true");
@@ -330,6 +347,27 @@ TEST_F(LivePageTest, FitsAPhone) {
       EXPECT_EQ(width, mBrowser.Run("return document.documentElement.scrollWidth")) << path;
     }
   }
+}
+
+// A whole screen of 1920 by 1080 pixels, as on a wall. Figures out of tolerance have longer
+// remarks.
+TEST_F(LivePageTest, AWallScreenShowsEightClustersAtOnce) {
+  ASSERT_NO_FATAL_FAILURE(StartBoard());
+  mBrowser.Tool("Emulation.setDeviceMetricsOverride",
+                {{"width", 1920}, {"height", 1080}, {"deviceScaleFactor", 1}, {"mobile", false}});
+  mBrowser.Open(Url() + "/");
+  const char* const countTooLoud = R"(
+    return [...document.querySelectorAll('.card')].filter((card) =>
+        card.textContent.match(/, too loud/g)?.length === 2).length
+  )";
+  AwaitPage(countTooLoud, [this](const json& count) {
+    Feed(1, -20.0);
+    return count == 6;
+  });
+  EXPECT_GE(1080, mBrowser.Run(R"(
+    return Math.max(...[...document.querySelectorAll('.card')].map((card) =>
+        card.getBoundingClientRect().bottom))
+  )"));
 }
 
 TEST_F(LivePageTest, IsDarkWhereTheReaderPrefersThat) {
