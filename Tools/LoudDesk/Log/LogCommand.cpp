@@ -47,7 +47,10 @@ std::int64_t Now() {
 }
 
 std::string CheckTime(const std::string& text) {
-  return ReadTime(text, Now()) ? "" : text + " is not a time such as 2026-11-17T20:15:00";
+  return ReadTime(text, Now()) ? ""
+                               : text +
+                                     " is not a time such as 2026-11-17T20:15:00+01:00, or is one "
+                                     "that the clock shows twice or never";
 }
 
 std::string CheckDuration(const std::string& text) {
@@ -105,9 +108,9 @@ void AddOptions(CLI::App& command, LogOptions& options) {
 
 void CheckPeriod(const LogOptions& options) {
   if (!options.period.from && !options.period.last)
-    throw CLI::ValidationError("--from", "this or --last is required");
+    throw CLI::ValidationError("--from or --last is required");
   if (options.period.from && options.period.to && *options.period.from >= *options.period.to)
-    throw CLI::ValidationError("--from", "is not before --to");
+    throw CLI::ValidationError("--from is not before --to");
 }
 
 }  // namespace

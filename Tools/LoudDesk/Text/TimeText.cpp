@@ -1,4 +1,4 @@
-// Uses strptime and mktime, which know the calendar and the time zones.
+// Uses strptime, timegm and localtime_r, which know the calendar and the time zones.
 
 #include "TimeText.h"
 
@@ -55,12 +55,36 @@ std::tm DayOf(std::int64_t now) {
   return day;
 }
 
-// Whether the month has this day: mktime would silently turn 31 April into 1 May.
+// Whether the month has this day: timegm would silently turn 31 April into 1 May.
 bool IsDayOfItsMonth(const std::tm& fields) {
   std::tm normalised = fields;
   normalised.tm_isdst = 0;
   timegm(&normalised);
   return normalised.tm_mday == fields.tm_mday && normalised.tm_mon == fields.tm_mon;
+}
+
+// How far local time is ahead of UTC, in seconds.
+std::int64_t OffsetAt(std::int64_t moment) {
+  const auto time = static_cast<std::time_t>(moment);
+  std::tm local{};
+  return localtime_r(&time, &local)->tm_gmtoff;
+}
+
+// The moment at which local clocks show these fields. Around a change of the clocks there may be
+// none or two; mktime would then choose one by what it was asked before.
+std::optional<std::int64_t> OnlyMomentOf(std::tm fields) {
+  constexpr std::int64_t kDay = 86400;
+  const std::int64_t shown = timegm(&fields);
+  std::optional<std::int64_t> only;
+  for (const std::int64_t offset : {OffsetAt(shown - kDay), OffsetAt(shown + kDay)}) {
+    const std::int64_t moment = shown - offset;
+    if (OffsetAt(moment) != offset || moment == only)
+      continue;
+    if (only)
+      return std::nullopt;
+    only = moment;
+  }
+  return only;
 }
 
 // Removes a fraction of a second, as JSON documents contain it: ":12.000".
@@ -85,8 +109,7 @@ std::optional<std::int64_t> ReadAs(const Form& form, const std::string& text, st
     const long offset = fields.tm_gmtoff;  // timegm sets it to 0
     return std::int64_t{timegm(&fields)} - offset;
   }
-  fields.tm_isdst = -1;  // mktime determines it
-  return std::int64_t{std::mktime(&fields)};
+  return OnlyMomentOf(fields);
 }
 
 }  // namespace

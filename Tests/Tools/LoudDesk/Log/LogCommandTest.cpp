@@ -193,11 +193,11 @@ TEST_F(LogCommandTest, WhatIsWrongWithTheCommandLineIsOneLine) {
     const char* complaint;
   };
   for (const Case& wrong : {
-           Case{"--cluster 1-3", "--from: this or --last is required"},
+           Case{"--cluster 1-3", "LoudDesk: --from or --last is required (see "},
            Case{"--cluster 3 --last 1h", "3 is not a cluster"},
            Case{"--last 1 --cluster 1-3", "1 is not a duration"},
            Case{"--from yesterday", "yesterday is not a time"},
-           Case{"--from 2024-11-20 --to 2024-11-19", "--from: is not before --to"},
+           Case{"--from 2024-11-20 --to 2024-11-19", "LoudDesk: --from is not before --to (see "},
            Case{"--from 2024-11-20 --last 1h", "excludes"},
            Case{"--last 1h --series a.wav", "ends in .csv"},
        }) {

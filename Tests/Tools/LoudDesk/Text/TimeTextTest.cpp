@@ -56,6 +56,20 @@ TEST_F(TimeTextTest, TheDayOnWhichSummerTimeEndsIsLonger) {
   EXPECT_EQ(ReadTime("2026-10-26", 0).value() - ReadTime("2026-10-25", 0).value(), 25 * 3600);
 }
 
+// At its end, 2026-10-25, the clock goes from 03:00 back to 02:00; at its beginning, 2026-03-29,
+// from 02:00 on to 03:00.
+TEST_F(TimeTextTest, ATimeThatTheClockShowsTwiceOrNeverNeedsItsOffset) {
+  for (const char* text :
+       {"2026-10-25T02:00", "2026-10-25T02:59:59", "2026-03-29T02:00", "2026-03-29T02:59:59"})
+    EXPECT_FALSE(ReadTime(text, 0)) << text;
+  EXPECT_EQ(ReadTime("2026-10-25T02:30+02:00", 0), ReadTime("2026-10-25T00:30Z", 0));
+  EXPECT_EQ(ReadTime("2026-10-25T02:30+01:00", 0), ReadTime("2026-10-25T01:30Z", 0));
+  EXPECT_EQ(ReadTime("2026-10-25T01:59:59", 0), ReadTime("2026-10-24T23:59:59Z", 0));
+  EXPECT_EQ(ReadTime("2026-10-25T03:00", 0), ReadTime("2026-10-25T02:00Z", 0));
+  EXPECT_EQ(ReadTime("2026-03-29T01:59:59", 0), ReadTime("2026-03-29T00:59:59Z", 0));
+  EXPECT_EQ(ReadTime("2026-03-29T03:00", 0), ReadTime("2026-03-29T01:00Z", 0));
+}
+
 TEST_F(TimeTextTest, WhatIsNotATimeIsRefused) {
   for (const char* text : {"", "yesterday", "2026-11-31", "2026-13-01", "2026-11-22T25:00:00Z",
                            "2026-11-22T11:00:00ZZ", "12", "1969-12-31", "99999-01-01", "12.5:30",
