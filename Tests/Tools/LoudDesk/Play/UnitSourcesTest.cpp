@@ -212,9 +212,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         SourceOptionCase{"Nothing", {}, "nothing to play; give a FILE, --tone, --noise or --case"},
         SourceOptionCase{"LoopOfNothing", {"--loop"}, "nothing to play; give a FILE, "},
-        SourceOptionCase{"EndlessLoop",
-                         {"--noise", "-20", "--loop"},
-                         "a tone or noise without --duration has no end: nothing can follow it"},
+        SourceOptionCase{
+            "EndlessLoop",
+            {"--noise", "-20", "--loop"},
+            "a tone or noise without --duration never ends: nothing can follow or loop it"},
         SourceOptionCase{"ToneOfNoLevel", {"--tone", "997"}, kToneText},
         SourceOptionCase{"ToneTooLoud", {"--tone", "997,1"}, kToneText},
         SourceOptionCase{"NoiseTooLoud", {"--noise", "-4"}, kNoiseText},
