@@ -88,13 +88,12 @@ void PeriodMeter::Take(const RecordedSecond& second) {
   if (second.time > mNext)
     mFigures.gaps.Add({mNext, second.time});
   mNext = second.time + 1;
-  const std::size_t missed = MissedIn(second);
-  if (missed == second.momentary.size()) {
+  if (MissedIn(second) == second.momentary.size()) {
     ++mFigures.quietSeconds;
     return;
   }
+  CountMissed(second);
   CompareWithLast(second);
-  mFigures.missedReadings += missed;
   mFigures.invalidSeconds += second.isSourceValid ? 0 : 1;
   Measure(second);
 }
@@ -110,6 +109,19 @@ void PeriodMeter::Measure(const RecordedSecond& second) {
               mCurve.ShowsIntegratedOf(offset)
                   ? mFigures.programme.readings.momentary.GatedLoudness()
                   : std::nullopt);
+}
+
+// Where seconds without data are before or behind, the measurement begins or ends within this
+// second, and what it lacks there was never sent.
+void PeriodMeter::CountMissed(const RecordedSecond& second) {
+  const auto& readings = second.momentary;
+  const auto isMissed = [](std::int16_t code) { return code == kMissedReading; };
+  const auto first = std::find_if_not(readings.begin(), readings.end(), isMissed);
+  const auto behind = std::find_if_not(readings.rbegin(), readings.rend(), isMissed).base();
+  if (second.time == mLast.time + 1 || second.time == mQuestion.period.from)
+    mFigures.missedReadings += mMissedAtEnd + static_cast<std::uint64_t>(first - readings.begin());
+  mFigures.missedReadings += static_cast<std::uint64_t>(std::count_if(first, behind, isMissed));
+  mMissedAtEnd = static_cast<std::uint64_t>(readings.end() - behind);
 }
 
 void PeriodMeter::CompareWithLast(const RecordedSecond& second) {
@@ -206,6 +218,8 @@ PeriodFigures PeriodMeter::Finish() {
   if (mNext < mQuestion.period.to)
     mFigures.gaps.Add({mNext, mQuestion.period.to});
   mNext = mQuestion.period.to;
+  if (mLast.time + 1 == mQuestion.period.to)
+    mFigures.missedReadings += mMissedAtEnd;
   EndUnchanged();
   MeasuredProgramme& programme = mFigures.programme;
   programme.figures.integrated = programme.readings.momentary.GatedLoudness();

@@ -62,7 +62,7 @@ struct PeriodFigures {
   PeriodSpans gaps;                  // seconds missing from the record
   PeriodSpans unchanged;             // spans with data in which no figure changed, see below
   std::int64_t quietSeconds = 0;     // recorded, but without data: paused, stopped, ...
-  std::uint64_t missedReadings = 0;  // messages missed in the other seconds
+  std::uint64_t missedReadings = 0;  // messages missed in the other seconds while it measured
   std::int64_t invalidSeconds = 0;   // with data, though the programme had no meters
   std::int64_t aimedSeconds = 0;     // with data and meters while an aim was in force
   std::int64_t aboveSeconds = 0;  // of aimedSeconds, with short-term loudness above the tolerance
@@ -99,6 +99,7 @@ class PeriodMeter {
 
   void AddLimits();
   void Measure(const RecordedSecond& second);
+  void CountMissed(const RecordedSecond& second);
   void CompareWithLast(const RecordedSecond& second);
   void EndUnchanged();
   void CountMomentary(std::int16_t code);
@@ -115,6 +116,7 @@ class PeriodMeter {
   std::size_t mNextChange = 0;     // index of the next change of the aim
   StationPeriod mSame;             // the latest seconds with data, all with equal figures
   RecordedSecond mLast;            // the last second with data
+  std::uint64_t mMissedAtEnd = 0;  // messages missed at the end of mLast
   std::vector<bool> mIsUpperNext;  // by loudness code, see CountMomentary
   std::optional<Limited> mTruePeaks;
   std::optional<Limited> mShortTerms;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "Profiles.h"
@@ -141,6 +142,26 @@ TEST(PeriodMeterTest, MissedReadingsAreCountedAndNotMeasured) {
   for (const std::uint64_t count : figures.programme.readings.momentary.Counts())
     counted += count;
   EXPECT_EQ(counted, 598U);
+}
+
+// A measurement that is started and stopped within a second publishes only a part of its messages.
+TEST(PeriodMeterTest, WhatWasNeverSentIsNotMissed) {
+  auto seconds = Seconds({{10, kMissedReading}, {10, -230}, {10, kMissedReading}, {10, -230}});
+  std::fill_n(seconds[10].momentary.begin(), 4, kMissedReading);
+  std::fill_n(seconds[19].momentary.rbegin(), 7, kMissedReading);
+  std::fill_n(seconds[30].momentary.begin(), 9, kMissedReading);
+  EXPECT_EQ(FiguresOf(seconds).missedReadings, 0U);
+  seconds.erase(seconds.begin() + 20, seconds.begin() + 30);  // nothing was recorded
+  EXPECT_EQ(FiguresOf(seconds, {{kTuesday, kTuesday + 40}, {}}).missedReadings, 0U);
+}
+
+TEST(PeriodMeterTest, WhatIsMissedBetweenTwoSecondsAndAtTheEndsOfThePeriodCounts) {
+  auto seconds = Seconds({{10, -230}});
+  seconds.front().momentary.front() = kMissedReading;
+  std::fill_n(seconds[4].momentary.rbegin(), 2, kMissedReading);
+  std::fill_n(seconds[5].momentary.begin(), 4, kMissedReading);
+  std::fill_n(seconds.back().momentary.rbegin(), 8, kMissedReading);
+  EXPECT_EQ(FiguresOf(seconds).missedReadings, 15U);
 }
 
 // A service that receives no blocks publishes the same figures for ever.
