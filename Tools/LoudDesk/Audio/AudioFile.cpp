@@ -93,12 +93,24 @@ void AudioFile::CloseLink() {
   SkipLink();
   Damage damage = mLink->Missing();
   if (mLinks->EndsEarly())
-    damage.endsAt =
-        static_cast<double>(mFramesRead - mFramesBefore) / mFormat.sampleRate + damage.missing;
+    EndEarly(damage);
   AddDamage(mDamage, damage,
             static_cast<double>(mFramesBefore) / mFormat.sampleRate + mDamage.missing);
   mFramesBefore = mFramesRead;
   mLink.reset();
+}
+
+// Where the demuxer does not know the length, the missing bytes are an estimate of the missing
+// time.
+void AudioFile::EndEarly(Damage& damage) const {
+  if (damage.endsAt && !damage.isEndUnknown)
+    return;
+  const double there =
+      static_cast<double>(mFramesRead - mFramesBefore) / mFormat.sampleRate + damage.missing;
+  const double share = mLinks->LackingShare();
+  damage.endsAt = there;
+  damage.isEndUnknown = share == 0.0;
+  damage.missing += there * share / (1.0 - share);
 }
 
 // Skips what the demuxer left unread in a link, so that the next link can begin.

@@ -67,6 +67,7 @@ class AudioFile {
  private:
   std::unique_ptr<LibavDecoder> OpenNextLink();
   void CloseLink();
+  void EndEarly(Damage& damage) const;
   void SkipLink();
   void OpenLaterLink();
   double Here() const;

@@ -34,9 +34,13 @@ std::string PlacesText(const std::vector<double>& places) {
   return fmt::format("{} and {}", fmt::join(names.begin(), names.end() - 1, ", "), names.back());
 }
 
+bool IsShareKnown(const Damage& damage) {
+  return damage.missing > 0.0 && !damage.isEndUnknown;
+}
+
 // "0.06 % of the file", or "the file" if the missing duration is unknown.
 std::string ShareText(const Damage& damage, double there) {
-  if (damage.missing <= 0.0)
+  if (!IsShareKnown(damage))
     return "the file";
   const double percent = 100.0 * damage.missing / (there + damage.missing);
   return percent < 0.01 ? "less than 0.01 % of the file"
@@ -53,6 +57,7 @@ void AddDamage(Damage& whole, const Damage& part, double begin) {
   whole.places.erase(std::unique(whole.places.begin(), whole.places.end(), areOne),
                      whole.places.end());
   whole.missing += part.missing;
+  whole.isEndUnknown = whole.isEndUnknown || part.isEndUnknown;
   if (part.endsAt)
     whole.endsAt = begin + *part.endsAt;
 }
@@ -65,7 +70,7 @@ std::string DamageText(const Damage& damage, double there) {
   const std::string faults = damage.places.empty() ? end
                                                    : fmt::format("is damaged at {} and {}",
                                                                  PlacesText(damage.places), end);
-  return damage.missing > 0.0 ? fmt::format("{} is missing: it {}", share, faults)
+  return IsShareKnown(damage) ? fmt::format("{} is missing: it {}", share, faults)
                               : "the file " + faults;
 }
 

@@ -11,8 +11,9 @@ namespace louddesk {
 /// Times refer to the undamaged file, in seconds from its start, as far as they are known.
 struct Damage {
   std::vector<double> places;    // gaps before the end, in order of time
-  double missing = 0.0;          // known missing duration, s; more may be missing
+  double missing = 0.0;          // known missing duration, s
   std::optional<double> endsAt;  // where a truncated file ends
+  bool isEndUnknown = false;     // it is unknown how much is missing after the end of a part
 
   bool IsNone() const { return places.empty() && !endsAt; }
 };

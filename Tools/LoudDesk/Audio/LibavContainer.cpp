@@ -31,9 +31,10 @@ constexpr char kMp4[] = "mov,mp4,m4a,3gp,3g2,mj2";
 constexpr char kCaf[] = "caf";
 constexpr char kAvi[] = "avi";
 constexpr char kMatroska[] = "matroska,webm";
+constexpr char kAsf[] = "asf";
 constexpr const char* kContainers[] = {kWav,   "w64", "aiff", "au",   kCaf, "flac",    "ogg",
                                        "mp3",  "aac", "ac3",  "eac3", kMp4, kMatroska, "mpegts",
-                                       "mpeg", "mxf", kAvi,   "asf",  "wv", "tta",     "ape"};
+                                       "mpeg", "mxf", kAvi,   kAsf,   "wv", "tta",     "ape"};
 
 // Limits for untrusted files: bytes and streams examined when opening, and the largest allocation.
 // Real files stay far below.
@@ -52,8 +53,7 @@ struct Named {
 };
 
 // Containers that store the length of the stream, by libavformat's names; for others it is only an
-// estimate. An exact length is exact to the frame for lossless codecs. Matroska stores the length
-// of the longest stream.
+// estimate. An exact length is exact to the frame for lossless codecs.
 struct LengthFacts {
   const char* name;
   bool isExact;
@@ -62,7 +62,7 @@ struct LengthFacts {
 constexpr LengthFacts kLengths[] = {
     {"flac", true}, {"mp3", false}, {"wv", true},  {"tta", true},     {kWav, true},
     {"w64", true},  {"aiff", true}, {"au", true},  {"ape", true},     {"mxf", true},
-    {kAvi, true},   {kMp4, true},   {kCaf, false}, {kMatroska, false}};
+    {kMp4, true},   {kAvi, false},  {kCaf, false}, {kMatroska, false}};
 constexpr double kLengthTolerance = 0.5;  // s, for lengths that are not exact
 
 // Containers of plain samples, which libavformat cuts into packets. Apparent samples may be a coded
@@ -74,6 +74,9 @@ constexpr int kPacketsLookedAt = 8;
 // recognise become part of the next packet.
 constexpr Named kCutByParser[] = {{"mp3"}, {"aac"}, {"ac3"}, {"eac3"}};
 
+// Containers that cannot be read without their index.
+constexpr Named kIndexed[] = {{kMp4}, {kCaf}};
+
 // Containers in which a gap between packets is a loss. Times in Ogg count frames. Times in Matroska
 // are rounded, and a recorder may skip a packet or two.
 struct GapFacts {
@@ -81,7 +84,16 @@ struct GapFacts {
   double leastGap;  // s
 };
 
-constexpr GapFacts kGaps[] = {{"ogg", 0.002}, {kMatroska, 0.25}};
+constexpr GapFacts kGaps[] = {{"ogg", 0.002}, {kMatroska, 0.25}, {kAsf, 0.1}};
+
+// Containers of blocks that all begin with the same bytes. After damage the demuxer looks for the
+// next block where it stands, and only there.
+struct BlockFacts {
+  const char* name;
+  const char* magic;
+};
+
+constexpr BlockFacts kBlocks[] = {{"wv", "wvpk"}};
 
 // Programs that write into a pipe do not know the length and store this value or a larger one.
 constexpr std::int64_t kPlaceholderBytes = 0x7FFF0000;
@@ -210,7 +222,7 @@ void LibavContainer::Open(const AVInputFormat* format) {
   av_dict_free(&options);
   // Many programs write the index of these files last.
   if (error == AVERROR_INVALIDDATA && mInput.Seekable() != nullptr &&
-      format->name == std::string_view(kMp4))
+      FactsOf(kIndexed, *format) != nullptr)
     throw AudioFileError(mPath, "has no readable index: it is damaged, cut off or unfinished");
   if (error < 0)
     throw AudioFileError(mPath, UnknownText(mInput, error, avio_feof(mBytes.get()) != 0));
@@ -261,6 +273,7 @@ LibavContainer::Got LibavContainer::ReadPacket(AVPacket& packet) {
     }
     if (error < 0) {
       ++mFaultsInARow;
+      GoToNextBlock();
       return Got::kFault;
     }
     mFaultsInARow = 0;
@@ -268,6 +281,21 @@ LibavContainer::Got LibavContainer::ReadPacket(AVPacket& packet) {
       return IsPacketSuspect(packet) ? Got::kSuspectPacket : Got::kPacket;
     av_packet_unref(&packet);
   }
+}
+
+// Moves on to the next block of a container of blocks.
+void LibavContainer::GoToNextBlock() {
+  const BlockFacts* facts = FactsOf(kBlocks, *mContext);
+  if (facts == nullptr)
+    return;
+  const std::string_view magic = facts->magic;
+  std::string seen;
+  while (seen != magic && avio_feof(mBytes.get()) == 0) {
+    seen.erase(0, seen.size() == magic.size() ? 1 : 0);
+    seen += static_cast<char>(avio_r8(mBytes.get()));
+  }
+  if (seen == magic)
+    avio_skip(mBytes.get(), -static_cast<std::int64_t>(magic.size()));
 }
 
 // Containers of plain samples mark their shorter last packet as corrupt, which is normal.
@@ -319,25 +347,44 @@ std::optional<LibavContainer::HeaderLength> LibavContainer::LengthInHeader(int s
   const LengthFacts* facts = FactsOf(kLengths, *mContext);
   if (facts == nullptr)
     return std::nullopt;
-  const AVRational rate{1, sampleRate};
+  const AVRational frame{1, sampleRate};
   std::int64_t frames = 0;
   const bool isCounted =  // number of packets is exact for plain samples
       facts->name == kCaf && av_get_bits_per_sample(mStream->codecpar->codec_id) > 0;
   if (isCounted)
     frames = mStream->nb_frames;
+  else if (facts->name == kAvi)  // the demuxer scales the duration to the size of the file
+    frames = av_rescale_q(mStream->nb_frames, mStream->time_base, frame);
   else if (mContext->duration_estimation_method != AVFMT_DURATION_FROM_STREAM)
     return std::nullopt;
-  else if (mStream->duration > 0 && facts->name != kMatroska)
-    frames = av_rescale_q(mStream->duration, mStream->time_base, rate);
+  else if (facts->name == kMatroska)
+    frames = FramesOfMatroska(frame);
+  else if (mStream->duration > 0)
+    frames = av_rescale_q(mStream->duration, mStream->time_base, frame);
   else if (mContext->nb_streams == 1 && mContext->duration > 0)
-    frames = av_rescale_q(mContext->duration, AV_TIME_BASE_Q, rate);
-  if (frames == 0 || IsPlaceholder(frames))
+    frames = av_rescale_q(mContext->duration, AV_TIME_BASE_Q, frame);
+  if (frames <= 0 || IsPlaceholder(frames))
     return std::nullopt;
   const bool isExact = isCounted || (facts->isExact && IsLossless(*mStream));
   return HeaderLength{frames, isExact ? 0 : std::llround(kLengthTolerance * sampleRate)};
 }
 
-// The AVI demuxer scales the length to the size of the file, but keeps the number of packets.
+// Matroska stores the length of the longest stream. Most programs note that of each stream in a
+// tag. Without the tag, the longest counts only for a single stream, and for a file whose end is
+// missing.
+std::int64_t LibavContainer::FramesOfMatroska(AVRational frame) const {
+  std::int64_t duration = 0;  // us, to the end of the stream
+  const bool isTagged = av_parse_time(&duration, TagOf(*mStream, "DURATION").c_str(), 1) >= 0;
+  if (!isTagged && mContext->nb_streams > 1 && mInput.LackingShare() == 0.0)
+    return 0;
+  duration = isTagged ? std::min(duration, mContext->duration) : mContext->duration;
+  const std::int64_t begin = mStream->start_time == AV_NOPTS_VALUE
+                                 ? 0
+                                 : av_rescale_q(mStream->start_time, mStream->time_base, frame);
+  return av_rescale_q(duration, AV_TIME_BASE_Q, frame) - std::max<std::int64_t>(begin, 0);
+}
+
+// Programs that cannot go back to the header of an AVI leave this number of packets in it.
 bool LibavContainer::IsPlaceholder(std::int64_t frames) const {
   if (std::strcmp(mContext->iformat->name, kAvi) == 0 && mStream->nb_frames == kPlaceholderPackets)
     return true;

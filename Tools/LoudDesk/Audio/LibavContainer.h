@@ -68,6 +68,8 @@ class LibavContainer {
   const AVInputFormat* FormatOf(LinkInput& input);
   void Open(const AVInputFormat* format);
   std::vector<AVStream*> AudioStreams() const;
+  void GoToNextBlock();
+  std::int64_t FramesOfMatroska(AVRational frame) const;
   bool IsPacketSuspect(const AVPacket& packet) const;
   void CheckForLaterStreams() const;
   void FindEndOfWav();

@@ -259,6 +259,7 @@ void LibavDecoder::CheckLength() {
     mDamage.missing += static_cast<double>(mLost) / mFormat.sampleRate;
   }
   const auto declared = mContainer.LengthInHeader(mFormat.sampleRate);
+  mDamage.isEndUnknown = mDamage.endsAt && !declared;
   if (!declared)
     return;
   const double lacking =

@@ -8,6 +8,7 @@ extern "C" {
 #include <libavutil/channel_layout.h>
 #include <libavutil/crc.h>
 #include <libavutil/opt.h>
+#include <libavutil/parseutils.h>
 }
 
 #include <array>

@@ -31,6 +31,10 @@ class LinkInput {
   /// Whether the link's bytes show that it is truncated. Known at its end.
   virtual bool EndsEarly() const { return false; }
 
+  /// The fraction of the link's bytes that its header declares and the file lacks, 0 ... 1; 0 if it
+  /// declares no size.
+  virtual double LackingShare() const { return 0.0; }
+
  protected:
   LinkInput() = default;
 };

@@ -52,6 +52,59 @@ std::uint64_t DeclaredByAsf(ByteInput& input) {
   return hasData ? begin + SizeAt(input.Bytes() + begin + kIdentifier) : 0;
 }
 
+// The length of an EBML number, which leading zero bits in its first byte give; 0 if there is none.
+std::size_t EbmlLength(unsigned first) {
+  std::size_t length = 1;
+  for (unsigned marker = 0x80; marker != 0 && (first & marker) == 0; marker >>= 1U)
+    ++length;
+  return first == 0 ? 0 : length;
+}
+
+// The end of the EBML element (RFC 8794) whose size is at `at`; 0 if it does not say.
+std::uint64_t EndOfEbml(ByteInput& input, std::size_t at) {
+  constexpr std::size_t kLongest = 8;
+  if (input.Ahead(at + kLongest) < at + kLongest)
+    return 0;
+  const unsigned char* bytes = input.Bytes() + at;
+  const std::size_t length = EbmlLength(bytes[0]);
+  const std::uint64_t unknown = (std::uint64_t{1} << 7U * length) - 1;
+  std::uint64_t size = 0;
+  for (std::size_t i = 0; i < length; ++i)
+    size = size << 8U | bytes[i];
+  size &= unknown;
+  return length == 0 || size == unknown ? 0 : at + length + size;
+}
+
+// The end of the segment of a Matroska file, which follows a short header and has the rest in it; 0
+// for other files and for those of programs that did not know it.
+std::uint64_t DeclaredByMatroska(ByteInput& input) {
+  constexpr unsigned char kHeader[] = {0x1A, 0x45, 0xDF, 0xA3};
+  constexpr unsigned char kSegment[] = {0x18, 0x53, 0x80, 0x67};
+  constexpr std::uint64_t kLongestHeader = 4096;
+  if (input.Ahead(sizeof kHeader) < sizeof kHeader ||
+      std::memcmp(input.Bytes(), kHeader, sizeof kHeader) != 0)
+    return 0;
+  const std::uint64_t end = EndOfEbml(input, sizeof kHeader);
+  if (end == 0 || end > kLongestHeader)
+    return 0;
+  const std::size_t begin = static_cast<std::size_t>(end);
+  const std::size_t ahead = begin + sizeof kSegment;
+  const bool hasSegment = input.Ahead(ahead) >= ahead &&
+                          std::memcmp(input.Bytes() + begin, kSegment, sizeof kSegment) == 0;
+  return hasSegment ? EndOfEbml(input, ahead) : 0;
+}
+
+// The fraction of the declared bytes that the file lacks.
+double LackingShareOf(ByteInput& input) {
+  if (!input.Size())
+    return 0.0;
+  const std::uint64_t declared =
+      std::max({DeclaredByWave64(input), DeclaredByAsf(input), DeclaredByMatroska(input)});
+  if (*input.Size() >= declared)
+    return 0.0;
+  return 1.0 - static_cast<double>(*input.Size()) / static_cast<double>(declared);
+}
+
 // Packet size of an MPEG transport stream; 0 for other files. All packets begin with the same byte,
 // on discs after a timestamp of 4 bytes.
 std::size_t TransportPacketSize(ByteInput& input) {
@@ -86,7 +139,8 @@ bool IsCutOff(ByteInput& input) {
 // A file with a single link, of any format.
 class SingleLink : public LinkInput {
  public:
-  explicit SingleLink(ByteInput& input) : mInput(input), mEndsEarly(IsCutOff(input)) {}
+  explicit SingleLink(ByteInput& input)
+      : mInput(input), mEndsEarly(IsCutOff(input)), mLackingShare(LackingShareOf(input)) {}
 
   const char* Container() const override { return nullptr; }
   ByteInput* Seekable() override { return mInput.CanSeek() ? &mInput : nullptr; }
@@ -95,10 +149,12 @@ class SingleLink : public LinkInput {
   }
   bool NextLink() override { return false; }
   bool EndsEarly() const override { return mEndsEarly; }
+  double LackingShare() const override { return mLackingShare; }
 
  private:
   ByteInput& mInput;
   bool mEndsEarly;
+  double mLackingShare;
 };
 
 }  // namespace

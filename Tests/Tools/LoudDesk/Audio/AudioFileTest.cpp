@@ -274,7 +274,7 @@ TEST_F(AudioFileTest, OtherTruncatedContainersAreNotWhole) {
 TEST_F(AudioFileTest, ATruncatedWave64EndsEarly) {
   const std::string path = WriteNoise("cut.w64", SF_FORMAT_W64 | SF_FORMAT_PCM_16);
   CutOff(path, BytesOf(path).size() / 2);
-  EXPECT_EQ(DamageOf(path), "the file ends early, at 0:00.7");
+  EXPECT_EQ(DamageOf(path), "50.00 % of the file is missing: it ends early, at 0:00.7");
 }
 
 // The length of the file was only in the missing pages.
