@@ -10,6 +10,13 @@ namespace {
 // EBU Tech 3341: a meter marks the loudness range of a shorter programme as not yet stable.
 constexpr double kStableRangeSeconds = 60.0;
 
+// " [channels 1-6]" or " [channel 7]".
+std::string PartText(const Programme& programme) {
+  const std::string channels = ChannelsInWords(programme);
+  const bool isOne = channels.find_first_of("-,") == std::string::npos;
+  return (isOne ? " [channel " : " [channels ") + channels + "]";
+}
+
 }  // namespace
 
 Assessment AssessmentOf(const Figures& figures, const Criteria& criteria) {
@@ -39,8 +46,7 @@ std::vector<Subject> SubjectsOf(const MeasuredFile& file) {
 }
 
 std::string NameOf(const Subject& subject) {
-  const std::string channels = " [channels " + ChannelsInWords(subject.programme->programme) + "]";
-  const std::string part = subject.isOneOfSeveral ? channels : "";
+  const std::string part = subject.isOneOfSeveral ? PartText(subject.programme->programme) : "";
   if (subject.file != nullptr)
     return subject.file->path + part;
   return "all " + std::to_string(subject.files) + " files as one programme" + part;

@@ -322,9 +322,9 @@ TEST_F(MeasureFilesTest, SeveralProgrammesHaveARowAnAlbumAndASectionEach) {
   options.programmes.programmes = {ParseProgramme("1,2=stereo"), ParseProgramme("3=mono")};
   options.hasAlbum = true;
   EXPECT_EQ(Run(options), 0);
-  for (const char* name : {"three.wav [channels 1,2]\n", "three.wav [channels 3]\n",
+  for (const char* name : {"three.wav [channels 1,2]\n", "three.wav [channel 3]\n",
                            "all 2 files as one programme [channels 1,2]\n",
-                           "all 2 files as one programme [channels 3]\n"})
+                           "all 2 files as one programme [channel 3]\n"})
     EXPECT_THAT(mOut.str(), HasSubstr(name));
   EXPECT_THAT(test_audio::BytesOf(options.report), HasSubstr("id=\"file-6\""));
 }
