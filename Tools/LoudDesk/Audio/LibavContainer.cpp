@@ -386,8 +386,8 @@ std::int64_t LibavContainer::FramesOfMatroska(AVRational frame) const {
 
 // Programs that cannot go back to the header of an AVI leave this number of packets in it.
 bool LibavContainer::IsPlaceholder(std::int64_t frames) const {
-  if (std::strcmp(mContext->iformat->name, kAvi) == 0 && mStream->nb_frames == kPlaceholderPackets)
-    return true;
+  if (std::strcmp(mContext->iformat->name, kAvi) == 0)
+    return mStream->nb_frames == kPlaceholderPackets;
   return mInput.Seekable() == nullptr &&
          frames >= kPlaceholderBytes / std::max(mStream->codecpar->block_align, 1);
 }

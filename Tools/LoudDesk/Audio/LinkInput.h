@@ -32,7 +32,7 @@ class LinkInput {
   virtual bool EndsEarly() const { return false; }
 
   /// The fraction of the link's bytes that its header declares and the file lacks, 0 ... 1; 0 if it
-  /// declares no size.
+  /// declares no size. Known at its end.
   virtual double LackingShare() const { return 0.0; }
 
  protected:

@@ -94,17 +94,6 @@ std::uint64_t DeclaredByMatroska(ByteInput& input) {
   return hasSegment ? EndOfEbml(input, ahead) : 0;
 }
 
-// The fraction of the declared bytes that the file lacks.
-double LackingShareOf(ByteInput& input) {
-  if (!input.Size())
-    return 0.0;
-  const std::uint64_t declared =
-      std::max({DeclaredByWave64(input), DeclaredByAsf(input), DeclaredByMatroska(input)});
-  if (*input.Size() >= declared)
-    return 0.0;
-  return 1.0 - static_cast<double>(*input.Size()) / static_cast<double>(declared);
-}
-
 // Packet size of an MPEG transport stream; 0 for other files. All packets begin with the same byte,
 // on discs after a timestamp of 4 bytes.
 std::size_t TransportPacketSize(ByteInput& input) {
@@ -125,22 +114,14 @@ std::size_t TransportPacketSize(ByteInput& input) {
   return 0;
 }
 
-// Whether the size of the file alone shows that it is truncated.
-bool IsCutOff(ByteInput& input) {
-  if (!input.Size())
-    return false;
-  const std::uint64_t size = *input.Size();
-  if (size < std::max(DeclaredByWave64(input), DeclaredByAsf(input)))
-    return true;
-  const std::size_t packet = TransportPacketSize(input);
-  return packet > 0 && size % packet != 0;
-}
-
 // A file with a single link, of any format.
 class SingleLink : public LinkInput {
  public:
   explicit SingleLink(ByteInput& input)
-      : mInput(input), mEndsEarly(IsCutOff(input)), mLackingShare(LackingShareOf(input)) {}
+      : mInput(input),
+        mEndOfAudio(std::max(DeclaredByWave64(input), DeclaredByAsf(input))),
+        mEnd(std::max(mEndOfAudio, DeclaredByMatroska(input))),
+        mPacketSize(TransportPacketSize(input)) {}
 
   const char* Container() const override { return nullptr; }
   ByteInput* Seekable() override { return mInput.CanSeek() ? &mInput : nullptr; }
@@ -148,13 +129,23 @@ class SingleLink : public LinkInput {
     return mInput.Read(bytes, count);
   }
   bool NextLink() override { return false; }
-  bool EndsEarly() const override { return mEndsEarly; }
-  double LackingShare() const override { return mLackingShare; }
+
+  bool EndsEarly() const override {
+    return Size() < mEndOfAudio || (mPacketSize > 0 && Size() % mPacketSize != 0);
+  }
+
+  double LackingShare() const override {
+    return Size() >= mEnd ? 0.0 : 1.0 - static_cast<double>(Size()) / static_cast<double>(mEnd);
+  }
 
  private:
+  // A pipe is as long as what came out of it.
+  std::uint64_t Size() const { return mInput.Size().value_or(mInput.Position()); }
+
   ByteInput& mInput;
-  bool mEndsEarly;
-  double mLackingShare;
+  std::uint64_t mEndOfAudio;  // as declared; 0: unknown
+  std::uint64_t mEnd;         // of all that is declared; 0: unknown
+  std::size_t mPacketSize;    // of a transport stream
 };
 
 }  // namespace

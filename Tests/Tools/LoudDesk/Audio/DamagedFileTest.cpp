@@ -5,9 +5,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sndfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
-#include <cmath>
+#include <fstream>
 #include <string>
+#include <thread>
 
 #include "AudioFile.h"
 #include "TestAudio.h"
@@ -72,6 +75,16 @@ class DamagedFileTest : public testing::Test {
     const std::string path = mDirectory.Make(name, command);
     test_audio::CutOff(path, BytesOf(path).size() / 2);
     return path;
+  }
+
+  Outcome ReadFromPipe(const std::string& bytes) const {
+    const std::string path = mDirectory.Path("pipe");
+    EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+    std::thread writer([&] { std::ofstream(path, std::ios::binary) << bytes; });
+    const Outcome outcome = Read(path);
+    writer.join();
+    unlink(path.c_str());
+    return outcome;
   }
 
   AudioDirectory mDirectory;
@@ -187,6 +200,23 @@ TEST_F(DamagedFileTest, AFileThatWasCutOffIsReadAsFarAsItGoes) {
     EXPECT_NEAR(outcome.there, kSeconds / 2, 1.05) << c.name;  // a frame of TTA
     EXPECT_FALSE(outcome.damage.isEndUnknown) << c.name;
     EXPECT_NEAR(outcome.there + outcome.damage.missing, kSeconds, 0.5) << c.name;
+  }
+}
+
+// The size of a pipe is known at its end only.
+TEST_F(DamagedFileTest, WhatCameThroughAPipeAndWasCutOffEndsEarly) {
+  const std::pair<const char*, std::string> cases[] = {
+      {"a.wma", kFfmpeg + std::string("%o")},
+      {"a.w64", kFfmpeg + std::string("%o")},
+      {"a.avi", kFfmpeg + std::string("-c:a libmp3lame %o")},
+      {"av.mka", kPicture + std::string("-c:v mpeg4 -b:v 64k -c:a flac %o")}};
+  for (const auto& [name, command] : cases) {
+    const std::string bytes = BytesOf(mDirectory.Make(name, command));
+    EXPECT_TRUE(ReadFromPipe(bytes).damage.IsNone()) << name;
+    const Outcome outcome = ReadFromPipe(bytes.substr(0, bytes.size() / 2));
+    ASSERT_TRUE(outcome.damage.endsAt) << name;
+    EXPECT_NEAR(outcome.there, kSeconds / 2, 0.6) << name;
+    EXPECT_NEAR(outcome.there + outcome.damage.missing, kSeconds, 0.5) << name;
   }
 }
 
