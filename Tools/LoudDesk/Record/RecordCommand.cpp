@@ -3,11 +3,13 @@
 #include "RecordCommand.h"
 
 #include <fmt/format.h>
+#include <poll.h>
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -18,10 +20,12 @@
 #include "Complaints.h"
 #include "Endpoints.h"
 #include "LiveLine.h"
+#include "MessageQueue.h"
 #include "NumberCheck.h"
 #include "RecordingWriter.h"
 #include "ServiceOptionBounds.h"
 #include "ServiceTap.h"
+#include "TapThread.h"
 
 namespace louddesk {
 namespace {
@@ -50,8 +54,10 @@ constexpr char kFooter[] =
     "\n"
     "Ctrl-C ends the recording. The file is brought up to date once a second and can\n"
     "be read that far even if the process is killed. An existing file is never\n"
-    "overwritten. The status is 0, or 1 when the file could not be written or no\n"
-    "message came.\n";
+    "overwritten; a named pipe with a reader is written to. If the disk or the reader\n"
+    "stalls, 16 MiB of messages are kept; those that then get lost are counted in the\n"
+    "recording and here. The status is 0, or 1 when the file could not be written or\n"
+    "no message came.\n";
 
 // What the user gave on the command line.
 struct RecordOptions {
@@ -68,42 +74,49 @@ std::uint64_t WallTimeNow() {
       std::chrono::duration_cast<std::chrono::microseconds>(since).count());
 }
 
+// Whether writing to standard output would not block: its terminal or the reader of its pipe takes
+// more.
+bool IsOutputReady() {
+  pollfd output = {STDOUT_FILENO, POLLOUT, 0};
+  return poll(&output, 1, 0) == 1;
+}
+
 class RecordSession {
  public:
   // Throws BindError or RecordingError.
   explicit RecordSession(const RecordOptions& options)
       : mOptions(options),
         mTap(options.meterSet, options.cluster),
-        mWriter(options.path, {options.meterSet, options.cluster, WallTimeNow()}),
+        mWriter(options.path, {options.meterSet, options.cluster, WallTimeNow()},
+                [this] { return IsOver(); }),
         mStart(Clock::now()),
+        mThread(mTap, mQueue, mStart),
         mLine(std::cout, ColumnsOf(STDOUT_FILENO)) {}
 
   // Records until the time is over or the user ends it. Throws RecordingError.
   void Run() {
-    mLine.Print(
+    Tell(
         fmt::format("Recording meter set {}, cluster {}; Ctrl-C ends it. Not seen: "
                     "heartbeats and log, which go to one receiver each",
                     mOptions.meterSet, mOptions.cluster));
     mWriter.Flush();
-    while (zsys_interrupted == 0 && !HasTimeEnded()) {
-      mTap.Wait(TimeToWait());
-      TakeMessages();
+    while (!IsOver()) {
+      WriteMessages(TimeToWait());
       FlushWhenDue();
       TellWhenConnected();
-      mLine.Show(ProgressText(), Clock::now());
+      ShowProgress();
     }
-    TakeMessages();
+    mThread.Stop();
+    WriteMessages(Patience{0});
     mWriter.Finish(TimeNow());
   }
 
   // Reports the result to the user.
   void Conclude(Complaints& complaints) {
-    mLine.Print(ProgressText());
+    Tell(ProgressText());
     mLine.Finish();
-    if (mTooLong > 0)
-      complaints.Note(
-          fmt::format("{} messages of more than {} bytes left out", mTooLong, kLargestMessage));
-    const std::string missing = mTap.MissingText();
+    NoteLoss(complaints);
+    const std::string missing = mThread.MissingText();
     if (mInputs + mBlocks + mOutputs == 0)
       complaints.Add("no message came; not connected: " + (missing.empty() ? "none" : missing));
     else if (!missing.empty())
@@ -121,28 +134,25 @@ class RecordSession {
            (Clock::now() - mStart);
   }
 
-  bool HasTimeEnded() const { return mOptions.seconds && Left().count() <= 0; }
+  bool IsOver() const { return zsys_interrupted != 0 || (mOptions.seconds && Left().count() <= 0); }
 
   Patience TimeToWait() const {
     return std::clamp(std::chrono::ceil<Patience>(Left()), Patience{0}, kAttention);
   }
 
-  void TakeMessages() {
-    const std::uint64_t time = TimeNow();
-    for (SenderTap& tap : mTap.Taps())
-      for (auto& messages = tap.Messages(); !messages.empty(); messages.pop_front())
-        Take({tap.Of(), time, std::move(messages.front())});
+  void WriteMessages(Patience patience) {
+    for (const RecordedMessage& message : mQueue.Take(patience))
+      Write(message);
   }
 
-  void Take(const RecordedMessage& message) {
-    if (!FitsRecording(message.frames)) {
-      ++mTooLong;
-      return;
-    }
+  void Write(const RecordedMessage& message) {
     mWriter.Write(message);
-    ++(IsOfService(message.sender)                  ? mOutputs
-       : message.sender == Sender::kSignalProcessor ? mBlocks
-                                                    : mInputs);
+    if (IsOfService(message.sender))
+      ++mOutputs;
+    else if (message.sender == Sender::kSignalProcessor)
+      ++mBlocks;
+    else if (IsOfPeer(message.sender))
+      ++mInputs;
     mHasNews = true;
   }
 
@@ -156,34 +166,74 @@ class RecordSession {
   }
 
   void TellWhenConnected() {
-    if (mIsConnected || !mTap.MissingText().empty())
+    if (mIsConnected || !mThread.MissingText().empty())
       return;
     mIsConnected = true;
-    mLine.Print("Connected to the service and all of its peers");
+    Tell("Connected to the service and all of its peers");
+  }
+
+  // Shows a line as soon as the terminal takes it.
+  void Tell(const std::string& text) {
+    mUntold += (mUntold.empty() ? "" : "\n") + text;
+    TellWhenReady();
+  }
+
+  void TellWhenReady() {
+    if (!mUntold.empty() && IsOutputReady())
+      mLine.Print(std::exchange(mUntold, ""));
+  }
+
+  // A terminal that takes nothing, for example after Ctrl-S, must not stop the recording.
+  void ShowProgress() {
+    TellWhenReady();
+    if (mUntold.empty() && IsOutputReady())
+      mLine.Show(ProgressText(), Clock::now());
   }
 
   std::string ProgressText() const {
-    return fmt::format("{:9.1f} s  {} blocks, {} other messages to the service, {} from it, {} kB",
-                       static_cast<double>(TimeNow()) / 1e6, mBlocks, mInputs, mOutputs,
-                       (mWriter.Size() + 999) / 1000);
+    return fmt::format(
+        "{:9.1f} s  {} blocks, {} other messages to the service, {} from it, {} kB{}",
+        static_cast<double>(TimeNow()) / 1e6, mBlocks, mInputs, mOutputs,
+        (mWriter.Size() + 999) / 1000, LossText());
+  }
+
+  std::string LossText() const {
+    const LostMessages lost = mQueue.Lost();
+    const unsigned long count = lost.tooLong + lost.tooMany;
+    return count == 0 ? "" : fmt::format(", {} LOST", count);
+  }
+
+  void NoteLoss(Complaints& complaints) const {
+    const LostMessages lost = mQueue.Lost();
+    if (lost.tooLong > 0)
+      complaints.Note(
+          fmt::format("{} messages of more than {} bytes left out", lost.tooLong, kLargestMessage));
+    if (lost.tooMany > 0)
+      complaints.Note(
+          fmt::format("{} messages lost, because the file could not be written fast enough and "
+                      "{} MiB waited; the recording tells where",
+                      lost.tooMany, MessageQueue::kMostBytes >> 20));
   }
 
   const RecordOptions& mOptions;
   ServiceTap mTap;
   RecordingWriter mWriter;
   Clock::time_point mStart;
+  MessageQueue mQueue;
+  TapThread mThread;
   LiveLine mLine;
+  std::string mUntold;  // lines for the user that the terminal has not taken yet
   Clock::time_point mFlushDue{};
   bool mHasNews = false;  // messages were written since the last flush
   bool mIsConnected = false;
   unsigned long mBlocks = 0;
   unsigned long mInputs = 0;  // messages to the service except blocks
   unsigned long mOutputs = 0;
-  unsigned long mTooLong = 0;
 };
 
 int Record(const RecordOptions& options) {
   Complaints complaints(std::cerr);
+  std::signal(SIGPIPE, SIG_IGN);  // the recording survives the reader of the progress
   try {
     RecordSession session(options);
     session.Run();

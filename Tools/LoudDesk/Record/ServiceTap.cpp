@@ -14,6 +14,10 @@ namespace {
 
 constexpr int kReconnectMs = 10;  // short, so that little is missed after a publisher binds
 
+// Limit of the messages that wait for the receiving thread, for each connection. The thread always
+// reads at once, so only a process without processor time comes here.
+constexpr int kMostWaiting = 10000;
+
 // Within seconds, replaces a connection that was lost without being closed, as after a power
 // failure.
 constexpr int kHeartbeatMs = 1000;
@@ -44,7 +48,7 @@ SenderTap::SenderTap(Sender sender, const std::string& endpoint,
                      const std::set<std::string>& topics)
     : mSender(sender), mTopics(topics), mSocket(zsock_new(ZMQ_SUB)) {
   mMonitor = StartMonitor(mSocket, ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED);
-  zsock_set_rcvhwm(mSocket, 0);
+  zsock_set_rcvhwm(mSocket, kMostWaiting);
   zsock_set_reconnect_ivl(mSocket, kReconnectMs);
   zsock_set_heartbeat_ivl(mSocket, kHeartbeatMs);
   zsock_set_heartbeat_timeout(mSocket, kHeartbeatTimeoutMs);

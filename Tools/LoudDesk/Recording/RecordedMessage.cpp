@@ -12,7 +12,7 @@ namespace {
 // In the order of the numbers of the senders, from 1.
 constexpr const char* kSenderNames[] = {
     "process monitor",  "hardware manager", "main application server", "optical application server",
-    "signal processor", "data publisher",   "state publisher"};
+    "signal processor", "data publisher",   "state publisher",         "recorder"};
 static_assert(std::size(kSenderNames) == kLastSender);
 
 }  // namespace
@@ -29,6 +29,17 @@ bool FitsRecording(const std::vector<std::string>& frames) {
     left -= kFrameHeadSize + frame.size();
   }
   return !frames.empty() && frames.size() <= UINT16_MAX;
+}
+
+std::size_t MemoryOf(const RecordedMessage& message) {
+  std::size_t size = sizeof message;
+  for (const std::string& frame : message.frames)
+    size += sizeof(std::string) + frame.size();
+  return size;
+}
+
+RecordedMessage LossNote(std::uint64_t time, unsigned long count, std::uint64_t since) {
+  return {Sender::kRecorder, time, {kLostTopic, std::to_string(count), std::to_string(since)}};
 }
 
 }  // namespace louddesk

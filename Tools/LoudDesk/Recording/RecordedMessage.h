@@ -11,7 +11,7 @@
 namespace louddesk {
 
 /// The sender of a message: a peer of the service, or one of the service's own publishers. The
-/// numbers are stored in the file.
+/// recorder's own notes are stored in the same form. The numbers are stored in the file.
 enum class Sender : std::uint8_t {
   kProcessMonitor = 1,
   kHardwareManager,
@@ -20,13 +20,19 @@ enum class Sender : std::uint8_t {
   kSignalProcessor,
   kDataPublisher,
   kStatePublisher,
+  kRecorder,
 };
 
-constexpr std::uint8_t kLastSender = static_cast<std::uint8_t>(Sender::kStatePublisher);
+constexpr std::uint8_t kLastSender = static_cast<std::uint8_t>(Sender::kRecorder);
 
-/// Whether the sender is the service; otherwise it is one of its peers.
+/// Whether the sender is the service.
 constexpr bool IsOfService(Sender sender) {
-  return sender >= Sender::kDataPublisher;
+  return sender == Sender::kDataPublisher || sender == Sender::kStatePublisher;
+}
+
+/// Whether the sender is a peer of the service.
+constexpr bool IsOfPeer(Sender sender) {
+  return sender < Sender::kDataPublisher;
 }
 
 /// The name of the sender, for the user.
@@ -49,6 +55,9 @@ struct RecordedMessage {
 /// service takes no message of this size.
 constexpr std::size_t kLargestMessage = 1 << 20;
 
+/// About the bytes of memory that a message takes.
+std::size_t MemoryOf(const RecordedMessage& message);
+
 /// A recording that cannot be written or read. The text is one line for the user.
 class RecordingError : public std::runtime_error {
  public:
@@ -57,5 +66,12 @@ class RecordingError : public std::runtime_error {
 
 /// Whether a recording can hold the message.
 bool FitsRecording(const std::vector<std::string>& frames);
+
+/// The topic of the note that messages are missing. Its other frames are their number and the time
+/// of the first one in microseconds, both as decimal digits.
+constexpr char kLostTopic[] = "Lost";
+
+/// The note, written at `time`, that `count` messages from `since` on are missing.
+RecordedMessage LossNote(std::uint64_t time, unsigned long count, std::uint64_t since);
 
 }  // namespace louddesk

@@ -15,6 +15,8 @@ namespace {
 
 constexpr std::size_t kBytesAtOnce = 1 << 16;
 
+constexpr std::uint64_t kLongestTime = 3155760000ULL * 1000000;  // us, a hundred years
+
 constexpr char kCutOff[] = "the recording is cut off";
 
 }  // namespace
@@ -57,7 +59,7 @@ bool RecordingReader::TakeMessage(RecordedMessage& message) {
     return false;
   }
   message.sender = static_cast<Sender>(sender);
-  return TakeNumber(message.time) && TakeFrames(message);
+  return TakeTime(message.time) && TakeFrames(message);
 }
 
 bool RecordingReader::TakeFrames(RecordedMessage& message) {
@@ -84,7 +86,7 @@ bool RecordingReader::TakeFrames(RecordedMessage& message) {
 
 void RecordingReader::TakeEnd() {
   std::uint64_t time = 0;
-  if (!TakeNumber(time))
+  if (!TakeTime(time))
     return;
   mEndTime = time;
   char more = 0;
@@ -92,6 +94,17 @@ void RecordingReader::TakeEnd() {
     mFlaw = "something follows the end of the recording";
   else if (mFlaw == kCutOff)
     mFlaw.clear();
+}
+
+// Users of the times compute differences, which must not overflow.
+bool RecordingReader::TakeTime(std::uint64_t& time) {
+  if (!TakeNumber(time))
+    return false;
+  if (time < mEndTime || time > kLongestTime) {
+    Damaged(time < mEndTime ? "the time goes back" : "a time of more than a hundred years");
+    return false;
+  }
+  return true;
 }
 
 void RecordingReader::Damaged(const std::string& reason) {

@@ -27,7 +27,8 @@ class RecordingReader {
 
   const RecordingHead& Head() const { return mHead; }
 
-  /// The next message; nothing at the end of the recording and after it.
+  /// The next message; nothing at the end of the recording and after it. Times never decrease and
+  /// are less than a hundred years.
   std::optional<RecordedMessage> Next();
 
   /// After the last message: why the recording is cut off or damaged, one line for the user; empty
@@ -46,6 +47,7 @@ class RecordingReader {
   bool TakeText(std::string& text, std::size_t size);
   bool TakeMessage(RecordedMessage& message);
   bool TakeFrames(RecordedMessage& message);
+  bool TakeTime(std::uint64_t& time);
   void TakeEnd();
   void Damaged(const std::string& reason);
 

@@ -3,12 +3,15 @@
 #include "RecordingWriter.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <zstd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "RecordingFormat.h"
 
@@ -32,10 +35,27 @@ void Append(std::string& bytes, Number number) {
     bytes.push_back(static_cast<char>(static_cast<std::uint64_t>(number) >> (8 * i)));
 }
 
+// How long a reader that takes nothing is waited for after the user has given up.
+constexpr int kLastPatienceMs = 2000;
+constexpr int kPatienceMs = 100;
+
+[[noreturn]] void Fail(const std::string& path) {
+  throw RecordingError(path + ": " + std::strerror(errno));
+}
+
+bool IsPipe(const std::string& path) {
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
+// A pipe does not block, so that a reader that takes nothing can be given up.
 int MakeFile(const std::string& path) {
-  const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode);
+  const int usage = IsPipe(path) ? O_NONBLOCK : O_CREAT | O_EXCL;
+  const int descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC | usage, kFileMode);
+  if (descriptor == -1 && errno == ENXIO)
+    throw RecordingError(path + ": the pipe has no reader");
   if (descriptor == -1)
-    throw RecordingError(path + ": " + std::strerror(errno));
+    Fail(path);
   return descriptor;
 }
 
@@ -45,8 +65,12 @@ void RecordingWriter::FreeContext::operator()(ZSTD_CCtx_s* context) const {
   ZSTD_freeCCtx(context);
 }
 
-RecordingWriter::RecordingWriter(const std::string& path, const RecordingHead& head)
-    : mPath(path), mDescriptor(MakeFile(path)), mContext(ZSTD_createCCtx()) {
+RecordingWriter::RecordingWriter(const std::string& path, const RecordingHead& head,
+                                 IsGivenUp isGivenUp)
+    : mPath(path),
+      mIsGivenUp(std::move(isGivenUp)),
+      mDescriptor(MakeFile(path)),
+      mContext(ZSTD_createCCtx()) {
   ZSTD_CCtx_setParameter(mContext.get(), ZSTD_c_compressionLevel, kCompressionLevel);
   ZSTD_CCtx_setParameter(mContext.get(), ZSTD_c_windowLog, kWriterWindowLog);
   ZSTD_CCtx_setParameter(mContext.get(), ZSTD_c_checksumFlag, 1);
@@ -107,12 +131,24 @@ void RecordingWriter::WriteOut(const char* bytes, std::size_t size) {
     const ssize_t written = write(mDescriptor, bytes, size);
     if (written == -1 && errno == EINTR)
       continue;
+    if (written == -1 && errno == EAGAIN) {
+      AwaitReader();
+      continue;
+    }
     if (written == -1)
-      throw RecordingError(mPath + ": " + std::strerror(errno));
+      Fail(mPath);
     bytes += written;
     size -= static_cast<std::size_t>(written);
     mSize += static_cast<std::uint64_t>(written);
   }
+}
+
+// Waits until the pipe takes more.
+void RecordingWriter::AwaitReader() const {
+  pollfd writable = {mDescriptor, POLLOUT, 0};
+  while (poll(&writable, 1, kPatienceMs) <= 0)
+    if (mIsGivenUp && mIsGivenUp() && poll(&writable, 1, kLastPatienceMs) <= 0)
+      throw RecordingError(mPath + ": the pipe's reader takes nothing");
 }
 
 }  // namespace louddesk

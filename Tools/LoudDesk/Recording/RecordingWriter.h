@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -14,8 +15,12 @@ namespace louddesk {
 
 class RecordingWriter {
  public:
-  /// Creates the file, which must not exist yet. Throws RecordingError.
-  RecordingWriter(const std::string& path, const RecordingHead& head);
+  /// Tells that the user no longer wants to wait for a stalled reader of the recording.
+  using IsGivenUp = std::function<bool()>;
+
+  /// Creates the file, which must not exist yet, or opens a named pipe that has a reader. Throws
+  /// RecordingError.
+  RecordingWriter(const std::string& path, const RecordingHead& head, IsGivenUp isGivenUp = {});
 
   /// Closes the file without an end mark or another flush.
   ~RecordingWriter();
@@ -40,12 +45,14 @@ class RecordingWriter {
  private:
   void Compress(int directive);
   void WriteOut(const char* bytes, std::size_t size);
+  void AwaitReader() const;
 
   struct FreeContext {
     void operator()(ZSTD_CCtx_s* context) const;
   };
 
   std::string mPath;
+  IsGivenUp mIsGivenUp;
   int mDescriptor;
   std::unique_ptr<ZSTD_CCtx_s, FreeContext> mContext;
   std::string mPlain;       // not compressed yet

@@ -1,5 +1,7 @@
 // The desk tool's subcommand `record` beside the shipped service and the stand-in for its peers.
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,6 +10,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <random>
 #include <sstream>
 
 #include "Endpoints.h"
@@ -294,6 +298,120 @@ TEST_F(RecordCommandTest, SaysWhatIsNotThere) {
                         "data publisher, state publisher"));
   EXPECT_THAT(mRecord->StandardOutput(),
               HasSubstr("Not seen: heartbeats and log, which go to one receiver each"));
+}
+
+// A pipe whose reader takes nothing stands for a disk that stalls. Random bytes do not compress.
+class StalledOutputTest : public RecordCommandTest {
+ protected:
+  static constexpr int kMessages = 90;
+  static constexpr std::size_t kSize = 500000;
+
+  void SetUp() override {
+    RecordCommandTest::SetUp();
+    ASSERT_EQ(0, mkfifo(mPath.c_str(), 0600));
+    mReader = open(mPath.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_NE(-1, mReader);
+  }
+  void TearDown() override {
+    close(mReader);
+    RecordCommandTest::TearDown();
+  }
+
+  void StartAlone() {
+    mUnit.OpenAll();
+    StartRecord();
+    ASSERT_TRUE(mUnit.WaitFor([this] { return HasRecorderSubscribed(); }, kPatience));
+  }
+
+  /// Sends more than the recorder keeps, slowly enough for its receiver.
+  void Flood() {
+    std::minstd_rand random;
+    for (int i = 0; i < kMessages; ++i) {
+      std::string noise(kSize, '\0');
+      for (char& byte : noise)
+        byte = static_cast<char>(random() >> 8);
+      mUnit.SendFrames(Peer::kMainAppServer, {kHwmStatusTopic, noise});
+      Pass(std::chrono::milliseconds(10));
+    }
+  }
+
+  /// Reads what is in the pipe; false at its end.
+  bool ReadPipe(std::string& bytes) const {
+    std::string part(1 << 20, '\0');
+    const ssize_t size = read(mReader, part.data(), part.size());
+    if (size > 0)
+      bytes.append(part, 0, static_cast<std::size_t>(size));
+    return size != 0;
+  }
+
+  int mReader = -1;
+};
+
+TEST_F(StalledOutputTest, BoundsWhatWaitsAndCountsTheRest) {
+  ASSERT_NO_FATAL_FAILURE(StartAlone());
+  Flood();
+  EXPECT_LT(mRecord->ResidentKib(), 75 * 1024) << "of the 45 MB, 16 MiB may wait";
+
+  std::string bytes;
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  while (mRecord->StandardOutput().find(" LOST") == std::string::npos &&
+         std::chrono::steady_clock::now() < end && ReadPipe(bytes))
+    Pass(std::chrono::milliseconds(10));
+  mRecord->Signal(SIGINT);
+  while (ReadPipe(bytes))
+    Pass(std::chrono::milliseconds(1));
+  ExpectEnd(0);
+
+  std::istringstream in(bytes);
+  louddesk::RecordingReader reader(in);
+  unsigned long kept = 0;
+  unsigned long lost = 0;
+  while (const auto message = reader.Next()) {
+    kept += message->sender == Sender::kMainAppServer ? 1 : 0;
+    if (message->sender == Sender::kRecorder)
+      lost += std::stoul(message->frames.at(1));
+  }
+  EXPECT_EQ("", reader.Flaw());
+  EXPECT_GE(kept, 16U);
+  EXPECT_EQ(kMessages, static_cast<int>(kept + lost));
+  EXPECT_THAT(mRecord->StandardError(), HasSubstr(std::to_string(lost) + " messages lost"));
+}
+
+TEST_F(StalledOutputTest, AnInterruptEndsIt) {
+  ASSERT_NO_FATAL_FAILURE(StartAlone());
+  Flood();
+  mRecord->Signal(SIGINT);
+  ExpectEnd(1);
+  EXPECT_THAT(mRecord->StandardError(), HasSubstr("recording: the pipe's reader takes nothing"));
+}
+
+TEST_F(RecordCommandTest, NeedsTheReaderOfAPipe) {
+  ASSERT_EQ(0, mkfifo(mPath.c_str(), 0600));
+  StartRecord();
+  ExpectEnd(1);
+  EXPECT_THAT(mRecord->StandardError(), HasSubstr("recording: the pipe has no reader"));
+}
+
+// As after Ctrl-S, or with a pager that waits.
+TEST_F(RecordCommandTest, AStalledTerminalDoesNotStopIt) {
+  int ends[2];
+  ASSERT_EQ(0, pipe2(ends, O_CLOEXEC | O_NONBLOCK));
+  const std::string filling(4096, '.');
+  while (write(ends[1], filling.data(), filling.size()) > 0) {
+  }
+  fcntl(ends[1], F_SETFL, 0);  // blocks, as a terminal does
+  mUnit.OpenAll();
+  ProcessOptions options;
+  options.output = ends[1];
+  mRecord = std::make_unique<ServiceProcess>(LOUDDESK_BINARY,
+                                             std::vector<std::string>{"record", mPath.string()},
+                                             std::map<std::string, std::string>{}, options);
+  ASSERT_TRUE(mUnit.WaitFor([this] { return HasRecorderSubscribed(); }, kPatience));
+  mUnit.SendText(Peer::kMainAppServer, kHwmStatusTopic);
+  ExpectInFile(Sender::kMainAppServer, 1);
+  EndRecord();
+  close(ends[0]);
+  close(ends[1]);
 }
 
 TEST_F(RecordCommandTest, LeavesAnExistingFileAlone) {

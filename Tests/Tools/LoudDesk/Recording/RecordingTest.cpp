@@ -153,7 +153,7 @@ TEST_F(RecordingTest, ChangedBytesAreNeverTakenForAWholeRecording) {
   RecordingWriter writer(mPath, kHead);
   for (const auto& message : SomeMessages())
     writer.Write(message);
-  writer.Finish(1);
+  writer.Finish(999999);
   const std::string whole = Bytes();
   for (std::size_t place = 0; place < whole.size(); ++place) {
     std::string changed = whole;
@@ -205,13 +205,34 @@ TEST(RecordingReaderTest, OtherFilesAreRefused) {
 
 TEST(RecordingReaderTest, WhatCannotBeAMessageIsDamage) {
   const std::string time(8, '\0');
-  EXPECT_THAT(Read(Compressed(PlainHead() + '\x08')).flaw, HasSubstr("unknown sender 8"));
+  EXPECT_THAT(Read(Compressed(PlainHead() + '\x09')).flaw, HasSubstr("unknown sender 9"));
   EXPECT_THAT(Read(Compressed(PlainHead() + '\1' + time + std::string(2, '\0'))).flaw,
               HasSubstr("without frames"));
   EXPECT_THAT(Read(Compressed(PlainHead() + '\1' + time + "\1" + '\0' + "\xFF\xFF\xFF\x7F")).flaw,
               HasSubstr("more than 1048576 bytes"));
   EXPECT_THAT(Read(Compressed(PlainHead() + '\0' + time + "more")).flaw,
               HasSubstr("something follows"));
+}
+
+// One message of one empty frame.
+std::string PlainMessage(const std::string& time) {
+  return '\1' + time + '\1' + std::string(5, '\0');
+}
+
+// Whoever computes with the times need not fear an overflow.
+TEST(RecordingReaderTest, TimesThatNoRecorderWritesAreDamage) {
+  const std::string early(8, '\0');
+  const std::string later = '\1' + std::string(7, '\0');
+  const std::string never(8, '\xFF');
+  const ReadBack back = Read(Compressed(PlainHead() + PlainMessage(later) + PlainMessage(early)));
+  EXPECT_EQ(1U, back.messages.size());
+  EXPECT_THAT(back.flaw, HasSubstr("the time goes back"));
+  EXPECT_THAT(Read(Compressed(PlainHead() + PlainMessage(later) + '\0' + early)).flaw,
+              HasSubstr("the time goes back"));
+  EXPECT_THAT(Read(Compressed(PlainHead() + PlainMessage(never))).flaw,
+              HasSubstr("more than a hundred years"));
+  EXPECT_THAT(Read(Compressed(PlainHead() + '\0' + never)).flaw,
+              HasSubstr("more than a hundred years"));
 }
 
 TEST(RecordingReaderTest, FramesCountTowardsTheLimitEvenWhenEmpty) {
