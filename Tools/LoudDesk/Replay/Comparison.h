@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "RecordedMessage.h"
+#include "RecordedOrder.h"
 #include "SteppedService.h"
 
 namespace louddesk {
@@ -32,31 +33,38 @@ class Difference : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// A difference in loudness data that another order of the same recorded messages may explain.
+class DoubtfulDifference : public Difference {
+ public:
+  using Difference::Difference;
+};
+
 class Comparison {
  public:
   /// Compares the service of `unit`, which must outlive this object. The service must have been
   /// started for it and must have subscribed.
-  explicit Comparison(UnitStandIn& unit) : mService(unit) {}
+  explicit Comparison(UnitStandIn& unit)
+      : mService(unit), mOrder([this](const OrderedMessage& ordered) { Handle(ordered); }) {}
 
-  /// Handles the next message of the recording. Throws Difference.
-  void Take(const RecordedMessage& message);
+  Comparison(const Comparison&) = delete;
+  Comparison& operator=(const Comparison&) = delete;
+
+  /// Handles the next message of the recording, or some before it: messages are kept until their
+  /// order is known. Throws Difference.
+  void Take(const RecordedMessage& message) { mOrder.Take(message); }
 
   /// Call after the last message; `time` is the end of the recording. Throws Difference.
   void Finish(std::uint64_t time);
+
+  /// Call instead if messages are missing after the last one: the service may publish more than the
+  /// recording has. Throws Difference.
+  void FinishEarly() { mOrder.Finish(); }
 
   /// How many messages were compared, for the user.
   std::string Summary() const;
 
  private:
-  // A message and its number in the recording, from 1 on.
-  struct Numbered {
-    unsigned long number = 0;
-    RecordedMessage message;
-  };
-
-  bool BelongsToHeld(const RecordedMessage& message) const;
-  void ReleaseHeld();
-  void Handle(const Numbered& numbered);
+  void Handle(const OrderedMessage& ordered);
   void SendBlock(const RecordedMessage& block);
   void SendText(const RecordedMessage& message);
   void SwitchReporting(const RecordedMessage& message, bool isOn);
@@ -68,32 +76,30 @@ class Comparison {
   bool FindData(const Frames& frames);
   void ExpectNoStates();
   bool IsExcused() const;
-  void NoteBlock();
-  void NoteState();
-  [[noreturn]] void Fail(const std::string& text) const;
+  void NoteDoubt(const OrderedMessage& ordered);
+  [[noreturn]] static void Fail(const std::string& text);
+  [[noreturn]] void FailInData(const Frames& recorded, const Frames& published) const;
   void CheckBeginning() const;
   void CheckAlive() const;
   std::string Place() const;
 
   SteppedService mService;
-  unsigned long mTaken = 0;                 // messages taken so far
-  std::vector<Numbered> mHeld;              // a block and what the service published a moment later
-  unsigned long mNumber = 0;                // number of the message being handled
-  RecordedMessage mNow;                     // that message
-  std::optional<RecordedMessage> mSwitch;   // the last message that switched reporting on
-  bool mIsReporting = false;                // whether reporting was on in the recording
-  bool mIsGateOpen = false;                 // whether reporting is on in the service
-  bool mIsFlowing = false;                  // only data is published, and nothing else is due
-  bool mMayFlow = false;                    // not checked since the last state
-  unsigned long mTexts = 0;                 // messages to the service except blocks
-  std::uint64_t mLastText = 0;              // recorded time of the last of them
-  std::uint64_t mTextBefore = 0;            // recorded time of the one before
-  std::string mGone;                        // the message after which the service stopped answering
-  bool mMayEnd = false;                     // because that message may end the service
-  Frames mLastRecorded;                     // last recorded loudness data
-  std::optional<std::uint64_t> mLastBlock;  // recorded time of the last block
-  std::optional<std::uint64_t> mLastState;  // recorded time of the last state
-  std::string mDoubt;                       // about the order of a block and a state, for the user
+  RecordedOrder mOrder;
+  unsigned long mNumber = 0;               // number of the message being handled
+  RecordedMessage mNow;                    // that message
+  std::optional<RecordedMessage> mSwitch;  // the last message that switched reporting on
+  bool mIsReporting = false;               // whether reporting was on in the recording
+  bool mIsGateOpen = false;                // whether reporting is on in the service
+  bool mIsFlowing = false;                 // only data is published, and nothing else is due
+  bool mMayFlow = false;                   // not checked since the last state
+  unsigned long mTexts = 0;                // messages to the service except blocks
+  std::uint64_t mLastText = 0;             // recorded time of the last of them
+  std::uint64_t mTextBefore = 0;           // recorded time of the one before
+  std::string mGone;                       // the message after which the service stopped answering
+  bool mMayEnd = false;                    // because that message may end the service
+  Frames mLastRecorded;                    // last recorded loudness data
+  std::string mDoubt;           // names the two messages whose order is in doubt; empty if none
+  std::string mProgrammeDoubt;  // the last one of the whole recording
   unsigned long mDataCompared = 0;
   unsigned long mStatesCompared = 0;
   unsigned long mPassedOver = 0;  // loudness data that was not recorded

@@ -6,6 +6,7 @@
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <fstream>
@@ -32,8 +33,11 @@ using Clock = std::chrono::steady_clock;
 
 constexpr double kSlowestSpeed = 0.01;
 
-// The exit status for a difference, which scripts can distinguish from a failed replay.
+constexpr Patience kLongestPause{60000};
+
+// The exit statuses for a difference, which scripts can distinguish from a failed replay.
 constexpr int kDifferent = 3;
+constexpr int kInDoubt = 4;  // only the order of two recorded messages may differ
 
 constexpr char kFooter[] =
     "\nExample, with a fresh service on the same machine:\n"
@@ -54,12 +58,14 @@ constexpr char kFooter[] =
     "the states are compared, but not their times, nor what is republished every five\n"
     "seconds. Commands, presets and configurations recorded within a second of each\n"
     "other may be acknowledged more often than they were. If a block and an\n"
-    "acknowledgement were recorded within a few milliseconds, it is not known which\n"
-    "came first: a difference reported with that doubt may be a false alarm.\n"
+    "acknowledgement were recorded together, the loudness data after them shows which\n"
+    "came first; if it does not, a difference may only come from their order.\n"
     "\n"
-    "A recording that was cut off is played as far as it goes. The status is 0; 1\n"
-    "when the file cannot be read or the service cannot be reached; 3 when the\n"
-    "service publishes something else. The first message that differs is then shown.\n";
+    "A recording that was cut off is played as far as it goes, and compared up to the\n"
+    "first message that is missing from it. The status is 0; 1 when the file cannot\n"
+    "be read or the service cannot be reached; 3 when the service publishes something\n"
+    "else; 4 when that may only come from the order of a block and an acknowledgement.\n"
+    "The first message that differs is then shown.\n";
 
 // What the user gave on the command line.
 struct ReplayOptions {
@@ -78,14 +84,15 @@ class TimedPlay {
 
   // Sends a message when it is due; messages of the service are skipped.
   void Take(const RecordedMessage& message) {
-    if (IsOfService(message.sender))
+    if (!IsOfPeer(message.sender))
       return;
     const double seconds = static_cast<double>(message.time) / 1e6;
-    const auto due = mStart + std::chrono::duration_cast<Clock::duration>(
-                                  std::chrono::duration<double>(seconds / mSpeed));
-    while (zsys_interrupted == 0 && Remaining(due).count() > 0)
-      if (const auto data = mUnit.NextLoudnessData(Remaining(due)))
+    for (Patience left = Left(seconds); left.count() > 0; left = Left(seconds)) {
+      if (const auto data = mUnit.NextLoudnessData(left))
         mLine.Show(LiveText(seconds, data->data), data->time);
+      if (zsys_interrupted != 0)
+        return;
+    }
     mUnit.DropStates();
     mUnit.DropHeartbeats();
     mUnit.DropLogLines();
@@ -96,6 +103,14 @@ class TimedPlay {
   void Finish() { mLine.Print(fmt::format("{} messages sent", mSent)); }
 
  private:
+  // The time until `seconds` of the recording, at most kLongestPause: some times are too large for
+  // the clock.
+  Patience Left(double seconds) const {
+    using Seconds = std::chrono::duration<double>;
+    const Seconds left = Seconds(seconds / mSpeed) - (Clock::now() - mStart);
+    return std::chrono::ceil<Patience>(std::clamp<Seconds>(left, Seconds(0), kLongestPause));
+  }
+
   UnitStandIn& mUnit;
   double mSpeed;
   LiveLine mLine;
@@ -103,14 +118,14 @@ class TimedPlay {
   unsigned long mSent = 0;
 };
 
-// Passes every message to `take` until the recording is over or the user ends it.
+// Passes every message to `take` until that returns false, the recording is over or the user ends
+// it.
 template <typename TakeMessage>
 void ForEachMessage(RecordingReader& recording, Complaints& complaints, TakeMessage take) {
   while (zsys_interrupted == 0) {
     const auto message = recording.Next();
-    if (!message)
+    if (!message || !take(*message))
       break;
-    take(*message);
   }
   if (!recording.Flaw().empty())
     complaints.Note(fmt::format("{} at {:.3f} s", recording.Flaw(),
@@ -121,23 +136,48 @@ void List(RecordingReader& recording, Complaints& complaints) {
   unsigned long number = 0;
   ForEachMessage(recording, complaints, [&number](const RecordedMessage& message) {
     std::cout << MessageLine(++number, message) << "\n";
+    return static_cast<bool>(std::cout);
   });
   if (!std::cout.flush())
     complaints.Add("the list could not be written");
 }
 
+// Describes a note of the recorder.
+std::string MissingText(const RecordedMessage& note) {
+  const bool isLoss = note.frames.front() == kLostTopic && note.frames.size() > 1;
+  return fmt::format("{} messages are missing from the recording before {:.3f} s",
+                     isLoss ? note.frames[1] : "some", static_cast<double>(note.time) / 1e6);
+}
+
 void Compare(UnitStandIn& unit, RecordingReader& recording, Complaints& complaints) {
   Comparison comparison(unit);
-  ForEachMessage(recording, complaints, [&](const auto& message) { comparison.Take(message); });
+  std::optional<RecordedMessage> loss;
+  ForEachMessage(recording, complaints, [&](const auto& message) {
+    if (message.sender == Sender::kRecorder)
+      loss = message;
+    else
+      comparison.Take(message);
+    return !loss;
+  });
   if (zsys_interrupted != 0)
     throw ServiceError("interrupted");
-  comparison.Finish(recording.EndTime());
+  if (loss || !recording.Flaw().empty())
+    comparison.FinishEarly();
+  else
+    comparison.Finish(recording.EndTime());
+  if (loss)
+    complaints.Note(MissingText(*loss) + ": compared up to there");
   std::cout << comparison.Summary() << std::endl;
 }
 
 void Play(UnitStandIn& unit, RecordingReader& recording, double speed, Complaints& complaints) {
   TimedPlay play(unit, speed);
-  ForEachMessage(recording, complaints, [&](const auto& message) { play.Take(message); });
+  ForEachMessage(recording, complaints, [&](const auto& message) {
+    if (message.sender == Sender::kRecorder)
+      complaints.Note(MissingText(message));
+    play.Take(message);
+    return true;
+  });
   play.Finish();
 }
 
@@ -152,6 +192,17 @@ void PlayToService(const ReplayOptions& options, RecordingReader& recording,
     Play(unit, recording, options.speed, complaints);
 }
 
+// Returns the exit status for a difference. After an interrupt, nothing is waited for, so
+// everything seems to be missing.
+int Report(const Difference& difference, int status, Complaints& complaints) {
+  if (zsys_interrupted != 0) {
+    complaints.Add("interrupted");
+    return complaints.Status();
+  }
+  complaints.Note(difference.what());
+  return status;
+}
+
 int Replay(const ReplayOptions& options) {
   Complaints complaints(std::cerr);
   try {
@@ -163,13 +214,10 @@ int Replay(const ReplayOptions& options) {
       List(recording, complaints);
     else
       PlayToService(options, recording, complaints);
+  } catch (const DoubtfulDifference& difference) {
+    return Report(difference, kInDoubt, complaints);
   } catch (const Difference& difference) {
-    // After an interrupt, nothing is waited for, so everything seems to be missing.
-    if (zsys_interrupted == 0) {
-      complaints.Note(difference.what());
-      return kDifferent;
-    }
-    complaints.Add("interrupted");
+    return Report(difference, kDifferent, complaints);
   } catch (const std::runtime_error& error) {
     complaints.Add(error.what());
   }
