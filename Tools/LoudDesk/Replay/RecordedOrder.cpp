@@ -21,7 +21,7 @@
 namespace louddesk {
 namespace {
 
-// If nothing shows the order, a block recorded within this time before a action was measured
+// If nothing shows the order, a block recorded within this time before an action was measured
 // after it: the recorder receives a block when the service does, but an acknowledgement only after
 // its tick.
 constexpr std::uint64_t kOneMoment = 1000;  // us
