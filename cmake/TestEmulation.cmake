@@ -1,4 +1,5 @@
-# How tests start programs and how long they wait, on this machine or in an emulator of another one.
+# How tests start programs, how long they wait, and in which order they run, on this machine or in an emulator of
+# another one.
 
 set(LOUDCALC_TEST_SLOWNESS 1 CACHE STRING
     "How many times longer than on a desk anything may take in a test, a whole number")
@@ -49,3 +50,7 @@ function(loudcalc_define_program target scope macro program)
   target_compile_definitions(${target} ${scope} "${macro}=\"${path}\"")
   add_dependencies(${target} ${program})
 endfunction()
+
+# CTest starts tests of a higher cost earlier. Those that take longer than five seconds come first:
+# started late, they would run alone at the end.
+set(LOUDCALC_COST_OF_LONG_TESTS 100)

@@ -64,7 +64,7 @@ constexpr char kFooter[] =
     "A recording that was cut off is played as far as it goes, and compared up to the\n"
     "first message that is missing from it. The status is 0; 1 when the file cannot\n"
     "be read or the service cannot be reached; 3 when the service publishes something\n"
-    "else; 4 when that may only come from the order of a block and an acknowledgement.\n"
+    "else; 4 when that may only come from the order of a block and an answer.\n"
     "The first message that differs is then shown.\n";
 
 // What the user gave on the command line.
