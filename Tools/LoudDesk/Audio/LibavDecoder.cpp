@@ -251,14 +251,16 @@ void LibavDecoder::CountLoss(double place, std::int64_t frames) {
 }
 
 // Compares the decoded length with the container's. Assigns missing frames to damaged places of
-// unknown length, or else to the end.
+// unknown length, or else to the end. What cannot be read after the declared length is not audio:
+// for example a tag, which is only recognised where the file is not a pipe.
 void LibavDecoder::CheckLength() {
   const double there = Here();
-  if (mIsSuspect) {
+  const auto declared = mContainer.LengthInHeader(mFormat.sampleRate);
+  const bool isWhole = declared && mDecoded >= declared->frames;
+  if (mIsSuspect && !isWhole) {
     mDamage.endsAt = there;
     mDamage.missing += static_cast<double>(mLost) / mFormat.sampleRate;
   }
-  const auto declared = mContainer.LengthInHeader(mFormat.sampleRate);
   mDamage.isEndUnknown = mDamage.endsAt && !declared;
   if (!declared)
     return;

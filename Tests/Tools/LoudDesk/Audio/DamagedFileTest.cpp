@@ -220,6 +220,16 @@ TEST_F(DamagedFileTest, WhatCameThroughAPipeAndWasCutOffEndsEarly) {
   }
 }
 
+// In a file, libavformat finds the tag before it reads the blocks.
+TEST_F(DamagedFileTest, ATagAtTheEndOfAPipeIsNotDamage) {
+  const std::string bytes =
+      BytesOf(mDirectory.Make("a.wv", "wavpack -q -y -w Title=Noise %d/noise.wav -o %o"));
+  ASSERT_NE(bytes.find("APETAGEX"), std::string::npos);
+  const Outcome outcome = ReadFromPipe(bytes);
+  EXPECT_TRUE(outcome.damage.IsNone());
+  EXPECT_NEAR(outcome.there, kSeconds, 1e-9);
+}
+
 // Not all programs note the length of each stream. The header has that of the longest.
 TEST_F(DamagedFileTest, AMatroskaWithoutTagsThatWasCutOffEndsEarly) {
   std::string content =
