@@ -7,14 +7,15 @@ import pathlib
 import re
 import sys
 
+from call_arguments import LITERAL, arguments_at
+
 # Calls that print a line, or throw what ends as one.
 CALL = re.compile(r'\b(?:Tell|mReport|mComplaints\.Note|complaints\.Note|throw (?!CLI::)[\w:]*(?:Error|runtime_error))\(')
-LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
 VALUE = re.compile(r'Address already in use|Failed to initialize TLS support\.'  # by the system and the HTTP library
                    r'|;|\.\.\.|FILE|UTC|https?://[^\s:]*:?|tcp://|/run/shm/mq|[0-9][0-9.:/]*|--[a-z-]+')
 # Shorter pieces are units and punctuation.
 SHORTEST = 12
-# An answer to a request.
+# An answer to a request is not a line.
 NOT_LINES = {'there is no room for the seconds'}
 
 
@@ -22,17 +23,6 @@ def pieces(text):
     """The longer parts of a text between its values, without blanks and punctuation at their ends."""
     found = (piece.strip(' :;,.()') for piece in VALUE.split(text))
     return [piece for piece in found if len(piece) >= SHORTEST]
-
-
-def arguments_at(text, start):
-    depth, i = 1, start
-    while depth:
-        if text[i] == '"':
-            i = LITERAL.match(text, i).end() - 1
-        elif text[i] in '()':
-            depth += 1 if text[i] == '(' else -1
-        i += 1
-    return text[start:i - 1]
 
 
 def joined(expression):

@@ -6,12 +6,13 @@ import pathlib
 import re
 import sys
 
+from call_arguments import LITERAL, arguments_at
+
 # Calls that write a line.
 CALL = re.compile(r'\b(LOUDCALC_LOG|LOUDCALC_PRINT|LOUDCALC_CONSOLE|PrintEngineFault|Fprintf|(?:std::)?f?printf'
                   r'|Debug|Info|Warn|Error|Critical)\(')
 SNPRINTF_OF_LOSS = re.compile(r'snprintf\((line, sizeof line, )')
 MESSAGE = re.compile(r'\berror = (std::string[^;]*);', re.S)
-LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
 CONVERSION = re.compile(r'%[-+ #0]*[0-9]*(?:\.[0-9]+)?(?:hh|h|ll|l|z)?[diuxXfscp]')
 UNITS = re.compile(r'^\.\.\.\|\.\.\.\| ?')  # "%s|%u|": unit and line before the text
 PREFIXES = {'kErrorPrefix': 'NET ERROR : ', 'PrintEngineFault': 'LOUD C ERR: '}
@@ -22,18 +23,6 @@ NEVER_CALLED = {
     'NetworkUtils.cpp': {'NET ERROR :', 'NET ERROR : Unable to get mac address from ioctl.',
                          'ERROR: CreateTcpSocket IP <...>, port <...>, Result: ... Max Length: ...',
                          'Resultant string: <...>'}}
-
-
-def arguments_at(text, start):
-    """The text of a call's arguments; `start` is the position after the opening parenthesis."""
-    depth, i = 1, start
-    while depth:
-        if text[i] == '"':
-            i = LITERAL.match(text, i).end() - 1
-        elif text[i] in '()':
-            depth += 1 if text[i] == '(' else -1
-        i += 1
-    return text[start:i - 1]
 
 
 def unescape(literal):
