@@ -111,8 +111,8 @@ void PeriodMeter::Measure(const RecordedSecond& second) {
                   : std::nullopt);
 }
 
-// Where seconds without data are before or behind, the measurement begins or ends within this
-// second, and what it lacks there was never sent.
+// If the seconds before or after this one have no data, the measurement begins or ends within it,
+// and the readings that it lacks there were never sent.
 void PeriodMeter::CountMissed(const RecordedSecond& second) {
   const auto& readings = second.momentary;
   const auto isMissed = [](std::int16_t code) { return code == kMissedReading; };

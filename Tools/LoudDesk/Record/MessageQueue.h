@@ -1,4 +1,5 @@
-// The messages between the thread that receives them and the one that writes them. Any thread.
+// The messages between the thread that receives them and the one that writes them. Any thread may
+// call its functions.
 //
 // The queue is bounded: if the output stalls, messages are dropped and counted, and a note in their
 // place tells how many. Everything else goes on: the publishers do not notice a stalled recorder.

@@ -117,8 +117,8 @@ std::string Comparison::Summary() const {
       "data came that are not recorded",
       mDataCompared, mStatesCompared, mPassedOver);
   if (mOrder.Moved() > 0)
-    text += fmt::format("; {} messages to the service changed places with an acknowledgement",
-                        mOrder.Moved());
+    text +=
+        fmt::format("; messages that changed places with an acknowledgement: {}", mOrder.Moved());
   return text;
 }
 

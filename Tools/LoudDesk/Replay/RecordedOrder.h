@@ -38,8 +38,8 @@ struct OrderedMessage {
   RecordedMessage message;
   Action action = Action::kNone;
 
-  /// Acknowledgements only: names the block of which the recording does not show whether it was
-  /// measured before the action or after it. Empty if the order is known or does not matter.
+  /// Acknowledgements only: names the block that may have been measured before the action or after
+  /// it, if the recording does not show which. Empty if the order is known or does not matter.
   std::optional<std::string> doubt;
 };
 
@@ -56,7 +56,7 @@ class RecordedOrder {
   /// Passes on the messages that are left. Call it after the last one.
   void Finish();
 
-  /// The number of messages to the service passed on on the other side of an acknowledgement.
+  /// The number of messages to the service that have changed places with an acknowledgement.
   unsigned long Moved() const { return mMoved; }
 
  private:
